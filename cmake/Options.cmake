@@ -1,0 +1,12 @@
+# What every target is compiled with: warnings are errors, and the sanitizers when asked for.
+add_library(tessarin_options INTERFACE)
+target_compile_options(tessarin_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wold-style-cast -Wcast-qual
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough)
+if(TESSARIN_SANITIZE)
+  # gcc warns about instrumented library code without reason.
+  target_compile_options(tessarin_options INTERFACE
+    -Wno-maybe-uninitialized
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tessarin_options INTERFACE -fsanitize=address,undefined)
+endif()

@@ -1,0 +1,72 @@
+#include "utils/log.h"
+
+#include <fmt/chrono.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+
+namespace tessarin {
+
+namespace {
+
+int descriptor = -1;
+bool debugFlag = false;
+
+LogHandler& handler() {
+  static LogHandler function;
+  return function;
+}
+
+// The local time to the millisecond, as the lines of a log carry it.
+std::string timeStamp() {
+  const auto now = std::chrono::system_clock::now();
+  const auto sinceEpoch = now.time_since_epoch();
+  const auto milliseconds =
+      std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count() % 1000;
+  return fmt::format("{:%Y-%m-%d %H:%M:%S}.{:03}",
+                     fmt::localtime(std::chrono::system_clock::to_time_t(now)), milliseconds);
+}
+
+}  // namespace
+
+void logLine(std::string_view text) {
+  if (handler()) {
+    handler()(text);
+    return;
+  }
+  const std::string line = fmt::format("{} Tessarin[{}] {}\n", timeStamp(), ::getpid(), text);
+  std::string_view rest = line;
+  while (!rest.empty()) {
+    const ssize_t written = ::write(logDescriptor(), rest.data(), rest.size());
+    if (written <= 0)
+      return;  // a log that cannot be written must not stop the program
+    rest.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void setLogDescriptor(int newDescriptor) {
+  descriptor = newDescriptor;
+}
+
+int logDescriptor() {
+  return descriptor >= 0 ? descriptor : STDERR_FILENO;
+}
+
+void setLogHandler(LogHandler newHandler) {
+  handler() = std::move(newHandler);
+}
+
+bool debugMode() {
+  return debugFlag;
+}
+
+void setDebugMode(bool on) {
+  debugFlag = on;
+}
+
+bool verboseLevel(int) {
+  return false;
+}
+
+}  // namespace tessarin
