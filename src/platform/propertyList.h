@@ -1,0 +1,30 @@
+// Property-list files: binary and XML are read, binary is written.
+//
+// Limits of the format: dates are kept to the microsecond and from 1933 to 2069; a text that is no
+// UTF-8 is written with U+FFFD in place of the wrong bytes, and ends before a zero byte. An
+// integer of 2^63 or more is read as negative.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "classShared/Value.h"
+#include "utils/Outcome.h"
+
+namespace tessarin {
+
+// Larger, deeper or (after following shared references) longer lists are refused: no list of ours
+// comes near, and a hostile one must not take all memory or stack.
+inline constexpr std::size_t propertyListMaxBytes = 64u << 20;
+inline constexpr int propertyListMaxDepth = 100;
+inline constexpr std::size_t propertyListMaxNodes = 1'000'000;
+
+Outcome<Value> parsePropertyList(std::string_view bytes);
+// The binary form.
+Outcome<std::string> serializedPropertyList(const Value& value);
+
+Outcome<Value> readPropertyList(const std::string& path);
+// Replaces the file as a whole or leaves it as it was.
+Outcome<bool> writePropertyList(const std::string& path, const Value& value);
+
+}  // namespace tessarin
