@@ -1,4 +1,4 @@
-#include "utils/log.h"
+#include "classShared/log.h"
 
 #include <fmt/chrono.h>
 #include <unistd.h>
