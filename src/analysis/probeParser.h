@@ -1,0 +1,35 @@
+// From ffmpeg's report about a source to its record.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "analysis/SourceInfo.h"
+
+namespace tessarin {
+
+// Reads the report that ffmpeg writes to its standard error, of any log level, into a record
+// (wrapper, duration, start, bit rate and the streams). A report without "Input #", or none, makes
+// ffmpeg run on `sourcePath`, blocking, to get one. Nothing when there is no report to be had; a
+// report that says little gives a record with few keys. Pictures attached to a file (covers) are
+// no video of the source and are left out.
+std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
+                                  std::optional<std::string> sourcePath);
+
+// The whole record of a source: ffInfos, the frame rate as field rate where the source is
+// interlaced, start offsets, first key frame and chapters. `interlacing` is a text of fieldsText.
+// Nothing without a report, for a report that ffInfos cannot read, and, by agreement with the
+// callers, for a source with a frame rate whose field order is not settled yet: they ask again
+// once it is. Runs ffmpeg on `sourcePath`, blocking, only when the report does not show where the
+// first key frame is; an empty path forbids that.
+std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
+                                     std::optional<std::string> interlacing,
+                                     const std::string& sourcePath);
+
+// Whether a run of ffmpeg went well, judged from all it printed: false for an empty text and for
+// one of the phrases that tell of a failure, anywhere and in any case. The caller takes the
+// source's own path out of the text before, for a name may hold such a phrase.
+bool isFfmpegSuccess(std::string_view output);
+
+}  // namespace tessarin

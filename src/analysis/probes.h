@@ -1,0 +1,40 @@
+// The small questions about a source that ffmpeg's report leaves open.
+//
+// What runs a program blocks until that has ended.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin {
+
+// The field order as fieldsText, measured with ffmpeg's idet filter in up to six passes of four
+// seconds, the first one four seconds into the source. Nothing when no pass could decide.
+std::optional<std::string> fieldOrderProbe(const std::string& path);
+
+// What one pass of idet says: "TFF", "BFF" or "PFF", or nothing when it is undecided.
+std::optional<std::string> fieldOrderKeyOfReport(std::string_view idetReport);
+
+// The field order that the first line of a YUV4MPEG2 file declares with " I": "TFF" for "t",
+// "BFF" for "b", "PFF" for anything else or nothing.
+std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine);
+
+// Starts of the chapters in seconds, in the order of the report. A chapter that starts up to 20 s
+// after the last one taken, or before it, is part of it. Nothing when there is no chapter.
+std::optional<std::vector<double>> ffChapters(std::optional<std::string_view> report);
+
+// ffmpeg's version as far as it is a decimal number: 5.1 for "5.1.6-0+deb12u1". 0 when unknown.
+double ffRevision();
+
+// The input format that ffmpeg has to be told for this file: "dv", "mpeg" (system stream) or
+// "mpegvideo" (elementary stream), from what file(1) says, else from forceFormatLite. Nothing
+// when ffmpeg should find out by itself; always so without a report.
+std::optional<std::string> forceFormat(const std::string& path,
+                                       std::optional<std::string_view> report);
+
+// The same from a report alone: by the name that follows "Data: ".
+std::optional<std::string> forceFormatLite(std::string_view report);
+
+}  // namespace tessarin
