@@ -1,0 +1,50 @@
+// Options that some versions of ffmpeg do not know, turned into those that a version does.
+//
+// The rest of the program writes its command lines in the vocabulary of old versions; this is the
+// one place that knows what became of it from ffmpeg 4.0 to 7. Pure functions.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin {
+
+struct FfmpegVersion {
+  int major = 0;
+  int minor = 0;
+  bool operator==(const FfmpegVersion&) const = default;
+  bool isAtLeast(FfmpegVersion other) const {
+    return major != other.major ? major > other.major : minor >= other.minor;
+  }
+};
+
+// What builds count as that carry no release number, such as nightly ones.
+constexpr FfmpegVersion newestFfmpeg{1000, 0};
+
+// The version from the first line of `ffmpeg -version`, or from the word behind "version" there:
+// "5.1.9-0+deb12u1", "n7.1", "4.4". Anything else ("N-109542-gd5544f6457", "git-2024-01-02") is
+// the newest.
+FfmpegVersion ffmpegVersionFromText(std::string_view text);
+
+// The environment variable that holds the version's text, so that the adapter need not ask.
+inline constexpr const char* ffmpegVersionVariable = "TESSARIN_FFMPEG_VERSION";
+
+// Whether the result of translateFfmpegOptions depends on the version; when not, nobody has to
+// find it out.
+bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
+
+// The command line (without the program) as this version understands it:
+//   -nostdin            added, for ffmpeg must never read the terminal
+//   -q:vscale N         -q:v N
+//   -vframes N          -frames:v N
+//   -profile N          -profile:v N
+//   -vsync N            left out when every output copies its video, else -fps_mode from 5.1 on
+//   -async N            from 6.0 on the filter that earlier versions put in for it
+//   -top N              from 7.0 on left out; an interlaced ProRes output also gets filters
+//                       that bring the picture to this field order, and to 4:2:2 per field
+// Values, and options that are known everywhere, stay as they are.
+std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,
+                                                FfmpegVersion version);
+
+}  // namespace tessarin

@@ -1,0 +1,125 @@
+// The program "ffmpeg" of the tools folder: finds the ffmpeg of this computer, translates the
+// options that it does not know, and becomes it, so that process id, signals and exit status are
+// ffmpeg's own.
+//
+// Exit status of its own: 127 when there is no ffmpeg, 126 when it cannot be run.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/ffmpegOptions.h"
+#include "platform/installedFfmpeg.h"
+
+namespace {
+
+using namespace tessarin;
+
+constexpr int cannotBeRun = 126;
+constexpr int notFound = 127;
+
+// The adapters that this process has been already, as "device:inode,": a copy of the adapter under
+// the name ffmpeg in PATH must not lead to an endless change between the two.
+constexpr const char* passedVariable = "TESSARIN_FFMPEG_ADAPTERS";
+
+void say(const std::string& sentence) {
+  const std::string line = sentence + "\n";
+  // Nothing can be done when standard error is gone; the exit status still says it.
+  [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+FfmpegSearch searchWithoutPassedAdapters() {
+  FfmpegSearch search = ffmpegSearchOfEnvironment("/proc/self/exe");
+  const char* passed = std::getenv(passedVariable);
+  std::string later = passed != nullptr ? passed : "";
+  const char* rest = later.c_str();
+  while (*rest != '\0') {
+    char* end = nullptr;
+    FileIdentity identity;
+    identity.device = std::strtoull(rest, &end, 10);
+    if (*end != ':')
+      break;
+    identity.inode = std::strtoull(end + 1, &end, 10);
+    search.adapters.push_back(identity);
+    if (*end != ',')
+      break;
+    rest = end + 1;
+  }
+  if (!search.adapters.empty()) {
+    const FileIdentity& own = search.adapters.front();
+    later += std::to_string(own.device) + ":" + std::to_string(own.inode) + ",";
+    ::setenv(passedVariable, later.c_str(), 1);
+  }
+  return search;
+}
+
+// The first piece of what `ffmpeg -version` prints; empty when it cannot be run.
+std::string askVersion(const std::string& ffmpeg) {
+  int ends[2] = {-1, -1};
+  if (::pipe2(ends, O_CLOEXEC) != 0)
+    return {};
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  std::string program = ffmpeg;
+  std::string argument = "-version";
+  char* arguments[] = {program.data(), argument.data(), nullptr};
+  pid_t child = -1;
+  const int failure = ::posix_spawn(&child, ffmpeg.c_str(), &actions, nullptr, arguments, environ);
+  ::posix_spawn_file_actions_destroy(&actions);
+  ::close(ends[1]);
+  std::string text;
+  if (failure == 0) {
+    char buffer[4096];
+    for (;;) {
+      const ssize_t count = ::read(ends[0], buffer, sizeof buffer);
+      if (count > 0)
+        text.append(buffer, static_cast<std::size_t>(count));
+      else if (count == 0 || errno != EINTR)
+        break;
+    }
+    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+  ::close(ends[0]);
+  return text;
+}
+
+FfmpegVersion versionOf(const std::string& ffmpeg) {
+  const char* told = std::getenv(ffmpegVersionVariable);
+  if (told != nullptr && *told != '\0')
+    return ffmpegVersionFromText(told);
+  return ffmpegVersionFromText(askVersion(ffmpeg));
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+  const Outcome<std::string> found = findFfmpeg(searchWithoutPassedAdapters());
+  if (!found) {
+    say(found.reason());
+    return notFound;
+  }
+  const std::string& ffmpeg = found.value();
+  const std::vector<std::string> given(values + (count > 0 ? 1 : 0), values + count);
+  const FfmpegVersion version = ffmpegOptionsNeedVersion(given) ? versionOf(ffmpeg) : newestFfmpeg;
+  std::vector<std::string> arguments = translateFfmpegOptions(given, version);
+  arguments.insert(arguments.begin(), ffmpeg);
+  std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments)
+    pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  ::execv(ffmpeg.c_str(), pointers.data());
+  say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));
+  return cannotBeRun;
+}
