@@ -33,4 +33,10 @@ class Alerts {
   void show(const Alert& alert) { show(alert, {}); }
 };
 
+// Where every part of the program shows its alerts. Until a front sets its own, alerts are written
+// to the log and answered at once with the first button.
+Alerts& userAlerts();
+// `alerts` is borrowed and has to live until it is replaced; null puts the log back.
+void setUserAlerts(Alerts* alerts);
+
 }  // namespace tessarin

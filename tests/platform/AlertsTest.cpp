@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include "platform/Alerts.h"
+#include "support/LogCapture.h"
+
+namespace tessarin {
+namespace {
+
+TEST(AlertsTest, withoutAFrontAlertsGoToTheLogAndTheFirstButtonAnswers) {
+  const test::LogCapture log;
+  AlertAnswer answer{9, true};
+  const Alert question{"Overwrite?", "It is there.", {"No", "Yes"}, "Always"};
+  userAlerts().show(question, [&](AlertAnswer given) { answer = given; });
+  EXPECT_EQ(answer.button, 0U);
+  EXPECT_FALSE(answer.checked);
+  userAlerts().show({"Done", ""});
+  EXPECT_TRUE(log.has("alert               : Overwrite? / It is there."));
+  EXPECT_TRUE(log.has("alert               : Done"));
+}
+
+TEST(AlertsTest, theAlertsOfAFrontAreUsedUntilTheyAreTakenAway) {
+  class Scripted : public Alerts {
+   public:
+    using Alerts::show;
+    void show(const Alert& alert, std::function<void(AlertAnswer)>) override {
+      shown = alert.message;
+    }
+    std::string shown;
+  } scripted;
+  const test::LogCapture log;
+  setUserAlerts(&scripted);
+  userAlerts().show({"Hello", ""});
+  setUserAlerts(nullptr);
+  userAlerts().show({"Bye", ""});
+  EXPECT_EQ(scripted.shown, "Hello");
+  EXPECT_TRUE(log.mentions("Bye"));
+}
+
+}  // namespace
+}  // namespace tessarin
