@@ -13,11 +13,11 @@
 
 namespace tessarin {
 
-// Larger, deeper or (after following shared references) longer lists are refused: no list of ours
-// comes near, and a hostile one must not take all memory or stack.
-inline constexpr std::size_t propertyListMaxBytes = 64u << 20;
+// What is larger or deeper, or takes more memory once references that are shared are followed, is
+// refused: no list of ours comes near, and a hostile one must not take all memory or stack.
+inline constexpr std::size_t propertyListMaxBytes = 16u << 20;
+inline constexpr std::size_t propertyListMaxMemory = 256u << 20;
 inline constexpr int propertyListMaxDepth = 100;
-inline constexpr std::size_t propertyListMaxNodes = 1'000'000;
 
 Outcome<Value> parsePropertyList(std::string_view bytes);
 // The binary form.
