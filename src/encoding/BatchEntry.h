@@ -8,8 +8,8 @@ namespace tessarin {
 namespace BatchKey {
 inline constexpr std::string_view order = "order";        // integer, one-based position
 inline constexpr std::string_view resultat = "resultat";  // text, image name of the state mark
-inline constexpr std::string_view out = "out";            // integer, OutputTarget
-inline constexpr std::string_view fps = "fps";            // integer, OutputSpeed
+inline constexpr std::string_view out = "out";            // integer, outQuickTime …
+inline constexpr std::string_view fps = "fps";            // integer, speedKeep …
 inline constexpr std::string_view fpsSrc = "fpsSrc";      // text, "\n" + rate + "p" or "i"
 inline constexpr std::string_view sizeOut = "sizeOut";    // integer, row of presetSizesList
 inline constexpr std::string_view dico = "dico";          // record, the SourceInfo
@@ -32,16 +32,20 @@ namespace JobKey {
 inline constexpr std::string_view srcPathStr = RowInfoKey::srcPathStr;
 inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the destination
 inline constexpr std::string_view out = BatchKey::out;
-inline constexpr std::string_view speed = "speed";  // integer, OutputSpeed (the row's "fps")
+inline constexpr std::string_view speed = "speed";  // integer, speedKeep … (the row's "fps")
 inline constexpr std::string_view sizeOut = BatchKey::sizeOut;
 inline constexpr std::string_view prefSurrond = RowInfoKey::prefSurrond;
 }  // namespace JobKey
 
 // The values of "out".
-enum OutputTarget { outQuickTime = 0, outAic = 1, outProres = 2 };
+inline constexpr int outQuickTime = 0;
+inline constexpr int outAic = 1;
+inline constexpr int outProres = 2;
 
-// The values of "speed" and of a row's "fps". 1 deinterlaces at the same rate.
-enum OutputSpeed { speedKeep = 0, speedHalf = 1, speedSlow = 2 };
+// The values of "speed" and of a row's "fps".
+inline constexpr int speedKeep = 0;
+inline constexpr int speedHalf = 1;  // deinterlaced, one frame for two fields
+inline constexpr int speedSlow = 2;  // one frame for each field, at half the speed
 
 // The values of "resultat".
 namespace ResultMark {

@@ -16,7 +16,7 @@ struct EncodingCommand {
   bool writesProres = false;
 };
 
-// `outInt` is the chosen target (OutputTarget), `job` the job's record, `prefProres` the four
+// `outInt` is the chosen target (outQuickTime …), `job` the job's record, `prefProres` the four
 // characters of the ProRes flavour. Paths are not checked: a job without them gives a command that
 // ffmpeg refuses. Nothing when "sizeOut" is no row of the size list.
 std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string_view prefProres);

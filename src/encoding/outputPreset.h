@@ -46,8 +46,7 @@ bool presetIsCompliant(int row, int soft);
 // The row for a source, and what to tell when none fits.
 struct PresetChoice {
   int row = -1;  // -1: the entry has no SourceInfo
-  // Set when there is something to report; the caller decides whether a user sees it. A missing
-  // SourceInfo always is; that no row fits is worth an alert only with the debug flag.
+  // Set when an alert is due: for a missing SourceInfo, and with the debug flag when no row fits.
   std::string alertTitle;
   std::string alertText;
 };

@@ -1,0 +1,190 @@
+#include "encoding/commandBuilder.h"
+
+#include <fmt/format.h>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+using Label = std::optional<std::string>;
+
+void append(Arguments& arguments, std::initializer_list<std::string> more) {
+  arguments.insert(arguments.end(), more);
+}
+
+bool labelContains(const Label& label, std::string_view part) {
+  return label && contains(*label, part);
+}
+
+void appendInput(Arguments& arguments, const Dico& job) {
+  // Before "-i" the codec is a decoder: for sound that ffmpeg would take for something else.
+  if (job.contains(SourceKey::a0Id) && job.contains(SourceKey::a0Force) &&
+      job.contains(SourceKey::a0Codec))
+    append(arguments, {"-c:a", job.textOrEmpty(SourceKey::a0Codec)});
+  append(arguments, {"-fflags", "+genpts", "-i", job.textOrEmpty(JobKey::srcPathStr)});
+}
+
+void appendCopy(Arguments& arguments, const Dico& job) {
+  append(arguments, {"-vsync", "0", "-strict", "1", "-c:v", "copy"});
+  const std::string wrapper = lowerCase(job.textOrEmpty(SourceKey::wrapper));
+  const bool hasTags = startsWith(wrapper, "mov") || startsWith(wrapper, "avi");
+  if (hasTags && contains(job.textOrEmpty(SourceKey::v0Codec), "264"))
+    append(arguments, {"-vtag", "avc1"});
+}
+
+// The number that ffmpeg's encoder gives the flavour. It has no 4444 here: "ap4h" is standard.
+const char* proresProfile(std::string_view prefProres) {
+  if (prefProres == "apco")
+    return "0";
+  if (prefProres == "apcs")
+    return "1";
+  if (prefProres == "apch")
+    return "3";
+  return "2";
+}
+
+std::string scaleFilter(const Dico& job, const Label& label) {
+  if (!label)
+    return fmt::format("scale={}:{}", job.integer(SourceKey::v0Width).value_or(0),
+                       job.integer(SourceKey::v0Height).value_or(0));
+  if (contains(*label, "540"))
+    return "scale=960:540";
+  if (contains(*label, "720"))
+    return "scale=1280:720";
+  if (contains(*label, "1440"))
+    return "scale=1440:1080";
+  return "scale=1920:1080";
+}
+
+// Re-encoding: what is known before the arguments are written.
+struct Treatment {
+  bool interleave;   // frames become fields
+  bool deinterlace;  // the row is progressive
+  bool doubleFps;    // every field becomes a frame, at the field rate
+  int mode;          // outQuickTime …
+  int fps;
+  std::int64_t speed;  // speedKeep …
+};
+
+Treatment treatmentOf(int outInt, const Dico& job, const Label& label, bool interleave) {
+  Treatment plan{};
+  plan.interleave = interleave;
+  plan.deinterlace = labelContains(label, "p25") || labelContains(label, "p50");
+  logFormat("…to deinterlace     ? {:d}", plan.deinterlace);
+  logFormat("sizeOutStr          : {}", label ? presetShortLabel(*label) : "nil");
+  plan.fps = roundedFps(job);
+  logFormat("fps                 : {}", plan.fps);
+  plan.doubleFps = !isSourceProgressive(job) && labelContains(label, "p50") && plan.fps > 47;
+  logFormat("…to double fps      ? {:d}", plan.doubleFps);
+  // Interleaved frames cannot be copied; the intermediate is the least loss.
+  plan.mode = interleave && outInt == outQuickTime ? outAic : outInt;
+  plan.speed = plan.doubleFps ? speedSlow : job.integer(JobKey::speed).value_or(speedKeep);
+  if (plan.speed == speedKeep && plan.deinterlace)
+    plan.speed = speedHalf;
+  return plan;
+}
+
+void appendCodec(Arguments& arguments, const Treatment& plan, std::string_view prefProres) {
+  if (plan.mode == outAic)  // the intermediate for the export: key frames only, best quantiser
+    append(arguments, {"-c:v", "mpeg4", "-g", "1", "-q:vscale", "1"});
+  if (plan.mode != outProres)
+    return;
+  const std::size_t start = arguments.size();
+  append(arguments, {"-c:v", "prores", "-profile", proresProfile(prefProres)});
+  if (!plan.deinterlace)
+    append(arguments, {"-flags", "+ildct+ilme", "-top", "1"});
+  if (debugMode() || verboseLevel(1))
+    logFormat(
+        "args prores direct  : {}",
+        fmt::join(arguments.begin() + static_cast<std::ptrdiff_t>(start), arguments.end(), " "));
+}
+
+// The filters and the rate. A source rate above 50 is read as the field rate of 60i material, so a
+// source of 30 frames gets 25.
+void appendFilters(Arguments& arguments, const Treatment& plan, const std::string& scale) {
+  const std::string rate25 = plan.fps > 50 && plan.fps != 100 ? "30000/1001" : "25/1";
+  if (plan.speed == speedKeep) {
+    if (plan.interleave)
+      append(arguments, {"-vf", scale + ",tinterlace=interleave_top"});
+    append(arguments, {"-r", rate25});
+  } else if (plan.speed == speedSlow) {
+    const std::string stretch = plan.doubleFps ? "" : ",setpts=2.0*PTS";
+    const std::string rate50 = plan.fps < 51 ? "50/1" : "60000/1001";
+    append(arguments,
+           {"-vf", "yadif=1:-1:0" + stretch + "," + scale, "-r", plan.doubleFps ? rate50 : rate25});
+  } else if (plan.speed == speedHalf) {
+    append(arguments, {"-vf", "yadif=0:-1:0," + scale, "-r", rate25});
+  }
+}
+
+void appendAudio(Arguments& arguments, const Dico& job) {
+  constexpr std::int64_t stereo = 2;
+  if (!job.contains(SourceKey::a0Id))
+    return;
+  std::int64_t channels = stereo;
+  if (job.flag(JobKey::prefSurrond) && job.integer(SourceKey::a0Channels).value_or(0) > stereo) {
+    channels = *job.integer(SourceKey::a0Channels);
+    logFormat("aChannels           : {}", channels);
+  }
+  append(arguments, {"-async", "3000", "-c:a", "pcm_s16le", "-ac", fmt::format("{}", channels)});
+}
+
+void appendOutput(Arguments& arguments, const Dico& job) {
+  const std::string destination = job.textOrEmpty(JobKey::dstPathStr);
+  if (hasPathExtension(destination, "mov"))
+    append(arguments, {"-movflags", "faststart"});
+  append(arguments, {"-sn", "-y", destination});
+}
+
+void logDetails(std::string_view name, const Arguments& arguments) {
+  if (debugMode() || verboseLevel(1))
+    logFormat("{}: {}", name, fmt::join(arguments, " "));
+}
+
+}  // namespace
+
+std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string_view prefProres) {
+  logLine("encodage            - deb");
+  debugFormat("srcPathStr          : {}", job.textOrEmpty(JobKey::srcPathStr));
+  debugFormat("dstPathStr          : {}", job.textOrEmpty(JobKey::dstPathStr));
+  debugFormat("outInt              : {}", outInt);
+  if (debugMode() || verboseLevel(1))
+    logFormat("dico                : {}", job.description());
+
+  const auto row = job.integer(JobKey::sizeOut);
+  const Label label = presetLabel(row.value_or(-1));
+  if (row && !label) {
+    logFormat("encodage            :-( no size row {}", *row);
+    return std::nullopt;
+  }
+
+  EncodingCommand command;
+  Arguments& arguments = command.arguments;
+  append(arguments, {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"});
+  logDetails("argsMArray deb       ", arguments);
+  appendInput(arguments, job);
+  const bool interleave = needsInterleaveToI50(job, label);
+  if (isSourceProgressive(job) && !interleave) {
+    appendCopy(arguments, job);
+  } else {
+    const Treatment plan = treatmentOf(outInt, job, label, interleave);
+    appendCodec(arguments, plan, prefProres);
+    command.writesProres = plan.mode == outProres;
+    append(arguments, {"-threads", "auto"});
+    appendFilters(arguments, plan, scaleFilter(job, label));
+  }
+  appendAudio(arguments, job);
+  appendOutput(arguments, job);
+  logDetails("argsMArray fin       ", arguments);
+  logLine("encodage            - fin");
+  return command;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,378 @@
+#include "encoding/outputPreset.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "analysis/SourceInfo.h"
+#include "analysis/codecInventory.h"
+#include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+struct SizeRow {
+  const char* label;  // the blanks align the rates in a menu of fixed pitch
+  const char* image;
+};
+
+constexpr SizeRow sizeRows[] = {
+    {"presetSameAsSrcForSoft", "iconApp_min.PSD"},
+    {"presetSameAsSrc", "iconAppNo_min.PSD"},
+    {" ", "empty.PSD"},
+    {"presetForceOut", "empty.PSD"},
+    {" 960x 540 p (   25|30 fps) ->                    540p25 |      540p30",
+     "softsImovie_min.PSD"},
+    {"1280x 720 p (24|25|30 fps) ->      720p24 |      720p25 |      720p30", "softsAll_min.PSD"},
+    {"1280x 720 p (   50|60 fps) ->                    720p50 |      720p60",
+     "softs50p60p_min.PSD"},
+    {"1440x1080 p (24|25|30 fps) -> HDV 1080p24 | HDV 1080p25 | HDV 1080p30", "softsAll_min.PSD"},
+    {"1440x1080 p (   50|60 fps) ->               HDV 1080p50 | HDV 1080p60",
+     "softs50p60p_min.PSD"},
+    {"1440x1080 i (   25|30 fps) ->               HDV 1080i50 | HDV 1080i60", "softsAll_min.PSD"},
+    {"1920x1080 p (24|25|30 fps) ->     1080p24 |     1080p25 |     1080p30",
+     "softsFullhd_min.PSD"},
+    {"1920x1080 p (   50|60 fps) ->                   1080p50 |     1080p60",
+     "softs50p60p_min.PSD"},
+    {"1920x1080 i (   25|30 fps) ->                   1080i50 |     1080i60",
+     "softsFullhd_min.PSD"},
+};
+
+// The rows that can be chosen or found begin behind the two same-as-source rows.
+constexpr int firstSearchedRow = 2;
+
+using Rows = std::vector<int>;
+
+int rowCount() {
+  return static_cast<int>(presetSizesList(false).size());
+}
+
+const std::string& labelOf(int row) {
+  return presetSizesList(false)[static_cast<std::size_t>(row)];
+}
+
+std::string shortLabelOf(int row) {
+  return presetShortLabel(labelOf(row));
+}
+
+std::string described(const Rows& rows) {
+  return fmt::format("({})", fmt::join(rows, ", "));
+}
+
+const char* smile(bool yes) {
+  return yes ? ")" : "(";
+}
+
+// Sizes are 32-bit; a record from elsewhere may hold anything.
+std::int64_t pixels32(const Dico& info, std::string_view key) {
+  return std::clamp<std::int64_t>(info.integer(key).value_or(0),
+                                  std::numeric_limits<std::int32_t>::min(),
+                                  std::numeric_limits<std::int32_t>::max());
+}
+
+// What the search compares with the labels.
+struct Wanted {
+  std::int64_t width = 0;
+  std::int64_t height = 0;
+  std::string scan;           // "p" or "i"
+  std::string heightAndScan;  // "1080p"
+  std::string key;            // "1080p25"
+  double fps = -1;
+  int soft = softNone;
+};
+
+Wanted wantedOf(const Dico& entry, const Dico& info, int soft) {
+  Wanted wanted;
+  wanted.width = pixels32(info, SourceKey::v0Width);
+  wanted.height = pixels32(info, SourceKey::v0Height);
+  wanted.scan = contains(entry.textOrEmpty(BatchKey::fpsSrc), "p") ? "p" : "i";
+  wanted.heightAndScan = fmt::format("{}{}", wanted.height, wanted.scan);
+  wanted.key = fmt::format("{}{}", wanted.heightAndScan, roundedFps(info));
+  wanted.fps = info.number(SourceKey::v0Fps).value_or(-1.0);
+  wanted.soft = soft;
+  debugFormat("presetAutoComputedFr: preset='{}' (w={} h={} i={} fps={})", wanted.key, wanted.width,
+              wanted.height, wanted.scan, roundedFps(info));
+  return wanted;
+}
+
+// Pass 1: a row of the source's width, height, scan and rate ends the search. Otherwise the
+// compliant rows of its height and scan. (An exact row that the application refuses is not kept.)
+struct ExactPass {
+  std::optional<int> exact;
+  Rows rows;
+};
+
+ExactPass exactPass(const Wanted& wanted) {
+  ExactPass pass;
+  const std::string width = fmt::format("{}", wanted.width);
+  for (int row = firstSearchedRow; row < rowCount(); ++row) {
+    const std::string& label = labelOf(row);
+    if (contains(label, width) && contains(label, wanted.key)) {
+      if (presetIsCompliant(row, wanted.soft)) {
+        pass.exact = row;
+        return pass;
+      }
+    } else if (contains(label, wanted.heightAndScan) && presetIsCompliant(row, wanted.soft)) {
+      pass.rows.push_back(row);
+    }
+  }
+  debugFormat("presetAutoComputedFr: ma pass1.0: {}", described(pass.rows));
+  return pass;
+}
+
+void keepWidth(Rows& rows, const Wanted& wanted) {
+  const std::string width = fmt::format("{}", wanted.width);
+  std::erase_if(rows, [&width](int row) {
+    const bool drop = !contains(labelOf(row), width);
+    if (drop)
+      debugFormat("presetAutoComputedFr: !width  -> remove#{} ({})", row, shortLabelOf(row));
+    return drop;
+  });
+  debugFormat("presetAutoComputedFr: ma pass1.1: {}", described(rows));
+}
+
+Rows scanPass(const Wanted& wanted) {
+  const bool interlaced = wanted.scan == "i";
+  Rows rows;
+  for (int row = firstSearchedRow; row < rowCount(); ++row) {
+    if (contains(labelOf(row), "i") == interlaced && presetIsCompliant(row, wanted.soft))
+      rows.push_back(row);
+    debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(contains(labelOf(row), wanted.scan)),
+                row, shortLabelOf(row));
+  }
+  debugFormat("presetAutoComputedFr: ma pass2.0#i|p(={}): {}", wanted.scan, described(rows));
+  return rows;
+}
+
+void keepRateFamily(Rows& rows, const Wanted& wanted) {
+  logFormat("fpsSrcFloat = {:f}", wanted.fps);
+  const std::string_view family = isHighFrameRate(wanted.fps) ? "50" : "25";
+  std::erase_if(rows, [family](int row) { return !contains(labelOf(row), family); });
+  debugFormat("presetAutoComputedFr: ma pass2.1#fps(={:.2f}): {}", wanted.fps, described(rows));
+}
+
+// One sweep: drops what is smaller than the source or larger than the smallest row met so far. A
+// larger row that stands before a smaller one stays; the last row is never dropped.
+void keepSmallestThatHolds(Rows& rows, const Wanted& wanted) {
+  const std::int64_t source = wanted.width * wanted.height;
+  std::int64_t best = 123456789;  // above every row
+  Rows kept;
+  for (std::size_t index = 0; index < rows.size(); ++index) {
+    const int row = rows[index];
+    const std::size_t left = kept.size() + rows.size() - index;
+    const FrameSize size = presetFrameSize(labelOf(row));
+    const std::int64_t pixels = std::int64_t{size.width} * size.height;
+    debugFormat("currentPresetStr    : {}", shortLabelOf(row));
+    debugFormat("Pixels src | preset = {} | {} from '{}'", source, pixels, shortLabelOf(row));
+    if (left > 1 && (pixels < source || pixels > best))
+      continue;
+    if (left > 1)
+      best = std::min(best, pixels);
+    kept.push_back(row);
+  }
+  rows = std::move(kept);
+  debugFormat("presetAutoComputedFr: ma pass2.2#px({}*{}): {}", wanted.width, wanted.height,
+              described(rows));
+}
+
+PresetChoice noneIsolated(const Rows& rows) {
+  PresetChoice choice;
+  choice.row = rows.empty() ? rowFallback : rows.front();
+  logFormat("presetAutoComputedFr: no compliant preset isolated :-( \n{}", described(rows));
+  if (debugMode() || verboseLevel(1)) {
+    choice.alertTitle = "presetAutoComputedFr: no compliant preset isolated :-(";
+    choice.alertText = described(rows);
+  }
+  return choice;
+}
+
+PresetChoice search(const Wanted& wanted) {
+  auto [exact, rows] = exactPass(wanted);
+  if (exact)
+    return {*exact, {}, {}};
+  if (rows.size() == 1)
+    return {rows.front(), {}, {}};
+  keepWidth(rows, wanted);
+  if (rows.size() == 1)
+    return {rows.front(), {}, {}};
+
+  rows = scanPass(wanted);
+  if (rows.size() == 1)
+    return {rows.front(), {}, {}};
+  const Rows ofScan = rows;
+  keepRateFamily(rows, wanted);
+  if (rows.size() == 1)
+    return {rows.front(), {}, {}};
+  if (rows.empty())
+    rows = ofScan;
+  keepSmallestThatHolds(rows, wanted);
+  if (rows.size() == 1)
+    return {rows.front(), {}, {}};
+  return noneIsolated(rows);
+}
+
+bool isOfRow(int width, int height, std::string_view label) {
+  struct Match {
+    int width;
+    int height;
+    std::string_view part;
+  };
+  constexpr Match matches[] = {
+      {960, 540, "540p"}, {1280, 720, "720"}, {1440, 1080, "1440x1080"}, {1920, 1080, "1920x1080"}};
+  return std::any_of(std::begin(matches), std::end(matches), [&](const Match& match) {
+    return width == match.width && height == match.height && contains(label, match.part);
+  });
+}
+
+// A QuickTime output is a copy of the source's pictures, so nothing about them may change.
+bool isCopyAllowed(const Dico& entry, const Dico& info, const std::optional<std::string>& label) {
+  if (label) {
+    const auto width = info.integer(SourceKey::v0Width).value_or(-1);
+    const auto height = info.integer(SourceKey::v0Height).value_or(-1);
+    logFormat("w x h               : {}x{} & sizeOutStr: '{}'", width, height, *label);
+    if (width < 0 || height < 0 || width > 1920 || height > 1080 ||
+        !isOfRow(static_cast<int>(width), static_cast<int>(height), *label))
+      return false;
+  }
+  const Dico& judged = entry.contains(BatchKey::fpsSrc) ? entry : info;
+  return isSourceProgressive(judged) && !needsInterleaveToI50(info, label) &&
+         entry.integer(BatchKey::fps) != speedHalf;
+}
+
+}  // namespace
+
+const std::vector<std::string>& presetSizesList(bool images) {
+  static const auto lists = [] {
+    std::pair<std::vector<std::string>, std::vector<std::string>> made;
+    for (const SizeRow& row : sizeRows) {
+      made.first.emplace_back(row.label);
+      made.second.emplace_back(row.image);
+    }
+    return made;
+  }();
+  return images ? lists.second : lists.first;
+}
+
+std::optional<std::string> presetLabel(std::int64_t row) {
+  if (row < 0 || row >= rowCount())
+    return std::nullopt;
+  return labelOf(static_cast<int>(row));
+}
+
+std::string presetShortLabel(std::string_view label) {
+  return std::string(textUpTo(label, " ->"));
+}
+
+FrameSize presetFrameSize(std::string_view label) {
+  const auto afterX = textAfter(label, "x");
+  if (!afterX)
+    return {};
+  const auto small = [](std::string_view text) {
+    return static_cast<int>(std::clamp<std::int64_t>(leadingInteger(text), 0, 65535));
+  };
+  return {small(textUpTo(label, "x")), small(*afterX)};
+}
+
+bool presetIsCompliant(int row, int soft) {
+  if (soft == softNone)
+    return true;
+  const bool known = row >= 0 && row < rowCount();
+  const std::string image = known ? presetSizesList(true)[static_cast<std::size_t>(row)] : "";
+  const bool all = contains(image, "softsAll_min");
+  const bool fullHd = contains(image, "softsFullhd_min");
+  bool compliant = true;
+  if (soft == 0)
+    compliant = all;
+  else if (soft == 1)
+    compliant = all || fullHd;
+  else if (soft == 2)
+    compliant = all || fullHd || contains(image, "softsImovie_min");
+  else if (soft == 3)
+    compliant = all || fullHd || contains(image, "softs50p60p_min");
+  debugFormat("preset isCompliant  :-{} #{} (soft={}, img='{}')", smile(compliant), row, soft,
+              image);
+  return compliant;
+}
+
+PresetChoice choosePreset(const Dico& entry, int soft) {
+  const Dico* info = entry.dico(BatchKey::dico);
+  if (!info) {
+    PresetChoice none;
+    none.alertTitle = "presetAutoComputedFromSrc() :-(";
+    none.alertText = "no dico sent (d=1, d->dico=0)";
+    logFormat("{} {}", none.alertTitle, none.alertText);
+    return none;
+  }
+  return search(wantedOf(entry, *info, soft));
+}
+
+int presetAutoComputedFromSrc(const Dico& entry, int soft) {
+  return choosePreset(entry, soft).row;
+}
+
+bool isSourceProgressive(const Dico& info) {
+  if (info.contains(BatchKey::fpsSrc))
+    return contains(info.textOrEmpty(BatchKey::fpsSrc), "p");
+  return info.contains(SourceKey::v0Fields) && info.text(SourceKey::v0Fields) == fieldsText("PFF");
+}
+
+bool isHighFrameRate(double fps) {
+  return fps > 31.0;
+}
+
+int roundedFps(const Dico& info) {
+  const double fps = info.number(SourceKey::v0Fps).value_or(0) + 0.5;
+  constexpr double limit = std::numeric_limits<int>::max();
+  return fps > -limit && fps < limit ? static_cast<int>(fps) : 0;  // 0 for a NaN, too
+}
+
+bool needsInterleaveToI50(const Dico& info, const std::optional<std::string>& label) {
+  constexpr int leastRate = 48;
+  return info.contains(SourceKey::v0Fps) && label && isSourceProgressive(info) &&
+         contains(*label, "i50") && roundedFps(info) >= leastRate;
+}
+
+bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool proresCell) {
+  const Dico* found = entry.dico(BatchKey::dico);
+  const Dico info = found ? *found : Dico();
+  const auto label = presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1));
+  const bool isOut540p = label && contains(*label, "540p");
+  const CodecInventory& codecs = codecInventory();
+  debugFormat("cellAllowedOut      : isP={:d}, AIC={:d}, Prores={:d} (isOut540p={:d})",
+              isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info), codecs.aic,
+              codecs.prores, isOut540p);
+  if (quickTimeCell)
+    return isCopyAllowed(entry, info, label);
+  if (aicCell)
+    return codecs.aic;
+  return proresCell && codecs.prores && !isOut540p;
+}
+
+std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,
+                                             std::string_view prefProres) {
+  struct Flavour {
+    std::string_view code;
+    std::string_view inserted;
+  };
+  constexpr Flavour flavours[] = {
+      {"apcn", ""}, {"apch", "Hd"}, {"apcs", "Lt"}, {"apco", "Proxy"}, {"ap4h", "4x4"}};
+  constexpr std::string_view prefix = "pr";
+
+  debugFormat("whichPresetProres   : initialPresetStr='{}' prefSelectedProresFourCC='{}'",
+              initialPreset.value_or("nil"), prefProres);
+  const auto* flavour =
+      std::find_if(std::begin(flavours), std::end(flavours),
+                   [prefProres](const Flavour& known) { return known.code == prefProres; });
+  if (!initialPreset || !startsWith(*initialPreset, prefix) || flavour == std::end(flavours))
+    return initialPreset;
+  const std::string name = fmt::format("{}{}{}", prefix, flavour->inserted,
+                                       std::string_view(*initialPreset).substr(prefix.size()));
+  logFormat("whichPresetProres   : {}", name);
+  return name;
+}
+
+}  // namespace tessarin
