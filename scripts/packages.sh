@@ -1,0 +1,62 @@
+# shellcheck shell=bash disable=SC2034 # the lists are used by those who source this
+# Debian's packages that Tessarin needs, and installing those that are missing. Sourced by
+# setup.sh.
+
+buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev libplist-dev
+  libgtest-dev libgmock-dev)
+runPackages=(ffmpeg file)
+benchPackages=(libbenchmark-dev hyperfine time)
+analysisPackages=(clang-tidy clang-format shellcheck)
+
+# missingPackages NAME...: prints those that are not installed.
+missingPackages() {
+  local name
+  for name in "$@"; do
+    case $installedPackages in
+      *" $name "*) ;;
+      *) echo "$name" ;;
+    esac
+  done
+}
+
+# readInstalledPackages NAME...: asks once about all of them.
+readInstalledPackages() {
+  # shellcheck disable=SC2016 # the dollar signs are dpkg-query's
+  installedPackages=" $(dpkg-query -W -f='${db:Status-Status} ${Package} \n' "$@" 2>/dev/null |
+    sed -n 's/^installed //p' | tr -d '\n')"
+}
+
+# aptInstall NAME...: first with the package lists that are there, then with new ones.
+aptInstall() {
+  local -a rights=()
+  if [ "$(id -u)" -ne 0 ]; then
+    rights=(sudo)
+  fi
+  local -a install=("${rights[@]}" env DEBIAN_FRONTEND=noninteractive
+    apt-get install -y --no-install-recommends "$@")
+  "${install[@]}" || { "${rights[@]}" apt-get update && "${install[@]}"; }
+}
+
+# installPackages NAME...: installs what is missing of these packages; does nothing and asks
+# nothing when all are there.
+installPackages() {
+  if ! command -v dpkg-query >/dev/null; then
+    say "this is no Debian system: these packages' equivalents have to be there: $*"
+    return
+  fi
+  readInstalledPackages "$@"
+  local -a missing
+  mapfile -t missing < <(missingPackages "$@")
+  if [ ${#missing[@]} -eq 0 ]; then
+    return
+  fi
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      fail "these packages are missing; install them as root: apt-get install ${missing[*]}"
+    fi
+    say "sudo is going to be asked for the right to install ${missing[*]}"
+    # The question must be seen, so it comes before the output goes to a file.
+    sudo -v || fail "not installed: ${missing[*]}"
+  fi
+  step install "installing ${missing[*]}" aptInstall "${missing[@]}"
+}
