@@ -57,7 +57,7 @@ std::string resolveAlias(std::string_view path);
 std::optional<std::string> readFileStart(std::string_view path, std::size_t count);
 Outcome<std::string> readWholeFile(std::string_view path);
 
-// ---- Writing, moving, removing (fileWriting.cpp)
+// ---- Writing (fileWriting.cpp)
 
 // Makes the folder and those above it, with all permissions that the user's mask leaves. True also
 // when it is there already.
@@ -75,6 +75,8 @@ bool appendTextToFile(std::string_view path, std::optional<std::string_view> tex
 // Writes to a temporary name beside the file, syncs and renames, so that the file is always whole.
 // A link keeps pointing where it does; an existing file keeps its permissions.
 Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes);
+
+// ---- Moving and removing (fileMoving.cpp)
 
 // Moves a file or a folder, across file systems only a file. An existing destination is replaced
 // when the option is exactly "y", else kept, and the source too; a folder that is not empty is

@@ -1,0 +1,38 @@
+// Titles and destination paths out of source paths (naming.cpp), and the names of clips by their
+// recording time (clipNames.cpp).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin {
+
+// The title of a source: its file name without the extension, without the endings in
+// `extraSuffixes` and "-PAL", "-NV" and "-NF", and without blanks around it. A title that ends with
+// such an ending is cut where the ending first occurs in it. Never empty unless the name is.
+std::string pathes2Titles(std::string_view path,
+                          const std::vector<std::string>& extraSuffixes = {});
+
+// The path of the movie that is waiting for its export: the same with "_MASTER" before the
+// extension. Unless the path is very short, the file name is cut to 20 characters and its dots
+// become "_".
+std::string masterPathStr(std::string_view path);
+
+// The name of a clip, by which imported clips sort by their recording time. On a camcorder's card
+// (a "PLAYLIST" folder beside the clip's folder) "TIME-NAME" with the time that the tool
+// gettimestamps tells; elsewhere "clip-DATE TIME-NAME" with the date of the file, ";" for ":".
+// The file name, extension included, where neither is known. Runs the tool and waits for it.
+std::string dateCreation2iMovieN(std::string_view path);
+
+// What the card tool printed, one "NAME : TIME" a line, as "TIME-NAME" for this clip; "" when the
+// clip is not in it.
+std::string clipNameOfTimeStamps(std::string_view toolOutput, std::string_view clip);
+// The name of a clip by the date of its file, such as "2010-12-24 14:05:33 +0100".
+std::string clipNameOfDate(std::string_view dateText, std::string_view clip);
+
+// Whether files can be made in the folder, or in the folder of a file: tried with a folder that is
+// removed again.
+bool isFolderWritable(std::string_view path);
+
+}  // namespace tessarin

@@ -1,0 +1,50 @@
+#include "utils/fileCalls.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <random>
+
+#include "classShared/TextAdditions.h"
+
+namespace tessarin {
+
+std::string reasonOf(int error) {
+  return std::strerror(error);
+}
+
+bool isThere(const std::string& path, struct stat& status) {
+  return !path.empty() && ::lstat(path.c_str(), &status) == 0;
+}
+
+void syncFolder(const std::string& folder) {
+  const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0)
+    return;
+  ::fsync(descriptor);
+  ::close(descriptor);
+}
+
+std::string temporaryNameBeside(const std::string& path) {
+  std::random_device random;
+  return joinPath(parentFolder(path), fmt::format(".Tessarin-{:08x}{:08x}", random(), random()));
+}
+
+int renameTo(const std::string& source, const std::string& destination, bool replace) {
+  if (!replace) {
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
+      return 0;
+    if (errno != EINVAL && errno != ENOSYS)  // neither: the file system knows the flag
+      return errno;
+    struct stat status = {};
+    if (isThere(destination, status))
+      return EEXIST;
+  }
+  return ::rename(source.c_str(), destination.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace tessarin

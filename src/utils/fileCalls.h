@@ -1,0 +1,26 @@
+// The system's calls as the file helpers share them; not for other rooms.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+namespace tessarin {
+
+// The system's words for an errno value.
+std::string reasonOf(int error);
+
+// Whether there is an entry at the path, and what it is: of a link, the link itself.
+bool isThere(const std::string& path, struct stat& status);
+
+// Makes a rename in this folder survive a power cut. A file system that cannot is left alone.
+void syncFolder(const std::string& folder);
+
+// A hidden name in the folder of the path, short enough for every file system.
+std::string temporaryNameBeside(const std::string& path);
+
+// 0 or the error. Without `replace` an existing destination is an error, also one that appears
+// only now.
+int renameTo(const std::string& source, const std::string& destination, bool replace);
+
+}  // namespace tessarin
