@@ -1,4 +1,4 @@
-// Texts in the user's language, the alert for impossible states, and text files in old encodings.
+// Texts in the user's language, the alert for impossible states, and the names of text encodings.
 #pragma once
 
 #include <cstdint>
@@ -32,13 +32,5 @@ void languageGuardAlert(const std::string& informativeText);
 // The table of text encodings. With a name of the table: its number. With number -1: the whole
 // table, a record of number to name. With another number of the table: its name. Else nothing.
 std::optional<Value> encodingTable(std::int64_t number, std::string_view name = {});
-
-// The text of a file in UTF-8, or in UTF-16 or UTF-32 with a byte order mark. A file in anything
-// else is copied beside itself (PATH.txt) and answered when it is plain ASCII.
-std::optional<std::string> readTextFile(const std::string& path);
-
-// The text of a file in the encoding of this number of the table. Nothing when the file does not
-// exist, the number is 0 or unknown, or the bytes are wrong in that encoding.
-std::optional<std::string> readTextFileInEncoding(const std::string& path, std::int64_t number);
 
 }  // namespace tessarin

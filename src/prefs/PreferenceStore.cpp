@@ -1,0 +1,126 @@
+#include "prefs/PreferenceStore.h"
+
+#include "classShared/TextAdditions.h"
+#include "platform/propertyList.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+std::string described(const Value* value) {
+  return value ? value->description() : "nil";
+}
+
+const Value* defaultOf(std::string_view key) {
+  static const Dico defaults = prefDefaults();
+  return defaults.find(key);
+}
+
+}  // namespace
+
+Dico prefDefaults() {
+  return {
+      {std::string(PrefKey::color), -1},      {std::string(PrefKey::checkMatrix), 1},
+      {std::string(PrefKey::alertEnd), 1},    {std::string(PrefKey::preset), 0},
+      {std::string(PrefKey::prores), "apcn"}, {std::string(PrefKey::assistantSkip), 0},
+      {std::string(PrefKey::easy), 1},        {std::string(PrefKey::editingSoft), 2},
+      {std::string(PrefKey::surround), 0},    {std::string(PrefKey::speed), 2},
+      {std::string(PrefKey::update), 1},      {std::string(PrefKey::destination), "~/Movies/"},
+  };
+}
+
+const Value* PreferenceStore::prefRead(std::string_view key) const {
+  const Value* value = key.empty() ? nullptr : domain_.read(key);
+  debugFormat("prefRead            : {}", described(value));
+  return value;
+}
+
+std::string PreferenceStore::prefReadString(std::string_view key) const {
+  const Value* value = prefRead(key);
+  return value ? value->description() : std::string();
+}
+
+bool PreferenceStore::prefWrite(std::string_view key, Value value) {
+  if (key.empty())
+    return false;
+  debugFormat("prefWrite           - old ? {}", described(domain_.read(key)));
+  domain_.write(key, std::move(value));
+  debugFormat("prefWrite           - def : {}", described(domain_.read(key)));
+  return true;
+}
+
+bool PreferenceStore::prefRemove(std::string_view key) {
+  if (!key.empty())
+    domain_.remove(key);
+  return true;
+}
+
+bool PreferenceStore::prefDeleteChildDico(std::string_view key, std::string_view child) {
+  const Value* value = key.empty() ? nullptr : domain_.read(key);
+  const Dico* stored = value ? value->dico() : nullptr;
+  if (!stored || !stored->contains(child))
+    return true;
+  if (verboseLevel(1))
+    logFormat("prefDeleteChildDico0: key={} : {}", key, stored->description());
+  Dico rest = *stored;
+  debugFormat("key to delete       : key={}, value={}", child, described(rest.find(child)));
+  rest.remove(child);
+  if (verboseLevel(1))
+    logFormat("newMDico 1          : key={} : {}", key, rest.description());
+  domain_.write(key, std::move(rest));
+  return true;
+}
+
+std::int64_t PreferenceStore::integer(std::string_view key) const {
+  const Value* stored = prefRead(key);
+  if (stored && stored->integer())
+    return *stored->integer();
+  const Value* standard = defaultOf(key);
+  return standard ? standard->integer().value_or(0) : 0;
+}
+
+std::string PreferenceStore::text(std::string_view key) const {
+  const Value* stored = prefRead(key);
+  if (stored && stored->text())
+    return *stored->text();
+  const Value* standard = defaultOf(key);
+  return standard ? standard->text().value_or("") : "";
+}
+
+bool PreferenceStore::flag(std::string_view key) const {
+  const Value* stored = prefRead(key);
+  return stored && stored->integer().value_or(0) != 0;
+}
+
+std::optional<Dico> readPlist(const std::string& path) {
+  const auto read = readPropertyList(expandTilde(path));
+  if (!read || !read.value().dico())
+    return std::nullopt;
+  Dico content = *read.value().dico();
+  if (verboseLevel(1))
+    for (const auto& [key, value] : content)
+      logFormat("readPlist key       : {} = {}", key, value.description());
+  return content;
+}
+
+bool writePlist(const std::string& path, const Value& value) {
+  if (path.empty())
+    return false;
+  const auto bytes = serializedPropertyList(value);
+  if (!bytes) {
+    logLine(bytes.reason());
+    return false;
+  }
+  const std::string target = replaceAll(expandTilde(path), ":", "");
+  logLine("No error creating XML data…");
+  const auto written = writeFileAtomically(target, bytes.value());
+  if (!written)
+    logLine(written.reason());
+  const bool exists = pathExists(target);
+  logFormat("write plist :-{} {}", exists ? ")" : "(", target);
+  return exists;
+}
+
+}  // namespace tessarin
