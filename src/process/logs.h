@@ -1,0 +1,52 @@
+// The two logs of a user, and what start-up writes into them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "utils/Outcome.h"
+
+namespace tessarin {
+
+// "~/Library/Logs/NAME/Details.log" with the bundle's name: all that the application and its tools
+// write. The folder is made at start-up, by the caller.
+std::string detailLogPath();
+// "Resume.log" beside it: a summary of a few lines.
+std::string resumeLogPath();
+
+// Sends the process's standard output and standard error, and with them the log lines and the
+// errors of tools, to the end of the file, which is made when missing. For programs with a window.
+// Works once: later calls change nothing and say so in the log. False when nothing was redirected.
+bool redirectStdoutToFile(const std::string& path);
+
+// Sends only the log lines and the errors of tools there, for programs that keep their terminal.
+// The file stays open; a later call puts another in its place.
+Outcome<bool> sendLogToFile(const std::string& path);
+
+// Appends the text to the summary log as it stands. A missing log is begun first, with the UTF-8
+// mark and "start date    : " and the date, without a line end; with no text that is all.
+void resumeLogAppend(std::optional<std::string_view> text);
+
+// The menu entry that switches the debug flag.
+struct DebugMenuItem {
+  bool on = false;
+  std::string title;
+};
+// Flips the item and the debug flag; the item's new state and title.
+DebugMenuItem menuDebugToggle(const DebugMenuItem& item);
+
+// ---- Facts about the machine. Each call writes the fact to the log.
+
+// The kernel's version as a decimal number (6.0100 for 6.1.0), else the distribution's; -1 when
+// neither is known.
+double operatingSystemVersion();
+// 0: there is no such framework on this platform.
+double mediaFrameworkVersion();
+int processorsAndCores();
+// Always true: how a display is drawn makes no difference to this program.
+bool displayIsAccelerated();
+// Always false: the family that was too slow is not of this platform.
+bool isOldProcessor();
+
+}  // namespace tessarin

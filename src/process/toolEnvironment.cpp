@@ -1,0 +1,112 @@
+#include "process/toolEnvironment.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "classShared/TextAdditions.h"
+#include "platform/Descriptor.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+std::optional<std::string>& chosenFolder() {
+  static std::optional<std::string> folder;
+  return folder;
+}
+
+// The folder as tools and fonts of an application are laid out.
+constexpr const char* resourcesInFolder = "app.app/Contents/Resources";
+
+Failure failure(const std::string& path, int error) {
+  return Failure{"'" + path + "': " + systemReason(error)};
+}
+
+// A folder that is ours alone.
+Outcome<bool> makePrivateFolder(const std::string& path) {
+  if (::mkdir(path.c_str(), S_IRWXU) == 0)
+    return true;
+  if (errno != EEXIST)
+    return failure(path, errno);
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0)
+    return failure(path, errno);
+  if (!S_ISDIR(status.st_mode))
+    return failure(path, ENOTDIR);
+  if (status.st_uid != ::geteuid())
+    return failure(path, EPERM);
+  if (::chmod(path.c_str(), S_IRWXU) != 0)
+    return failure(path, errno);
+  return true;
+}
+
+Outcome<bool> makeLink(const std::string& target, const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_symlink(path, error)) {
+    if (std::filesystem::read_symlink(path, error) == target)
+      return true;
+    std::filesystem::remove(path, error);
+  }
+  if (::symlink(target.c_str(), path.c_str()) != 0)
+    return failure(path, errno);
+  return true;
+}
+
+}  // namespace
+
+std::string workFolderPath() {
+  return chosenFolder().value_or("/private/tmp/" + Bundle::main().name());
+}
+
+void setWorkFolderPath(std::optional<std::string> path) {
+  chosenFolder() = std::move(path);
+}
+
+std::string workToolsFolder() {
+  return joinPath(joinPath(workFolderPath(), resourcesInFolder), "tools");
+}
+
+Outcome<bool> prepareWorkFolder(const Bundle& bundle) {
+  const std::string folder = workFolderPath();
+  std::error_code error;
+  std::filesystem::create_directories(parentFolder(folder), error);
+  std::string path = folder;
+  for (const char* below : {"", "app.app", "Contents", "Resources"}) {
+    path = joinPath(path, below);
+    if (Outcome<bool> made = makePrivateFolder(path); !made)
+      return made;
+  }
+  for (const char* name : {"tools", "fonts"})
+    if (Outcome<bool> made = makeLink(joinPath(bundle.resourcePath(), name), joinPath(path, name));
+        !made)
+      return made;
+  return true;
+}
+
+std::vector<std::string> toolEnvironment() {
+  const std::string support = expandTilde("~/Library/Application Support/" + Bundle::main().name());
+  const std::array<std::pair<std::string, std::string>, 3> own{{
+      {"LC_CTYPE=", "en_US.UTF-8"},
+      {"FONTCONFIG_FILE=", joinPath(support, "fonts.conf")},
+      {"FONTCONFIG_PATH=", joinPath(workFolderPath(), "app.app") + "/Contents/Resources/fonts"},
+  }};
+  std::vector<std::string> environment;
+  for (char** entry = ::environ; *entry != nullptr; ++entry) {
+    bool replaced = false;
+    for (const auto& [name, value] : own)
+      replaced = replaced || startsWith(*entry, name);
+    if (!replaced)
+      environment.emplace_back(*entry);
+  }
+  for (const auto& [name, value] : own)
+    environment.push_back(name + value);
+  return environment;
+}
+
+}  // namespace tessarin
