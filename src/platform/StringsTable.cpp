@@ -70,13 +70,13 @@ class Parser {
     const auto key = parseQuoted();
     if (!key || !expect('='))
       return false;
-    const auto value = skipBlanksAndComments() ? parseQuoted() : std::nullopt;
+    const auto value = parseQuotedAhead();
     if (!value)
-      return fail("a value in quotes is missing"), false;
-    // The entry is clear without its ";", so it counts.
+      return false;
     if (!table_.texts.insert_or_assign(*key, *value).second)
       table_.repeatedKeys.push_back(*key);
-    return expect(';');
+    expect(';');  // the entry is clear without it, so it counts and the next one may follow
+    return true;
   }
 
   bool expect(char wanted) {
@@ -86,6 +86,13 @@ class Parser {
     }
     fail(fmt::format("\"{}\" is missing", wanted));
     return false;
+  }
+
+  std::optional<std::string> parseQuotedAhead() {
+    if (skipBlanksAndComments())
+      return parseQuoted();
+    fail("a text in quotes was expected");
+    return std::nullopt;
   }
 
   std::optional<std::string> parseQuoted() {

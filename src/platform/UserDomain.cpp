@@ -23,7 +23,8 @@ std::optional<std::string> nameForDamaged(const std::string& path) {
   std::error_code failed;
   for (int number = 1; number < 1000; ++number) {
     std::string candidate = fmt::format("{}.damaged-{}", path, number);
-    if (!std::filesystem::exists(std::filesystem::symlink_status(candidate, failed)) && !failed)
+    const auto status = std::filesystem::symlink_status(candidate, failed);
+    if (status.type() == std::filesystem::file_type::not_found)
       return candidate;
   }
   return std::nullopt;

@@ -43,6 +43,8 @@ class BinaryWalk {
     const std::uint64_t cost = costOf(number(trailer + 16, 8), 0);
     if (tooDeep_)
       return tooDeep();
+    if (holdsZero_)
+      return "is a property list with a zero byte in a text";
     if (cost > propertyListMaxMemory)
       return fmt::format("is a property list of more than {} MB once unfolded",
                          propertyListMaxMemory >> 20);
@@ -95,13 +97,25 @@ class BinaryWalk {
       case 0xD:
         return bytesPerValue + costOfAll(content, 2 * count, depth);
       case 0x4:
+        return bytesPerValue + count;
       case 0x5:
+        holdsZero_ |= hasZero(content, count, 1);
         return bytesPerValue + count;
       case 0x6:  // UTF-16 units become up to three bytes of UTF-8
+        holdsZero_ |= hasZero(content, count, 2);
         return bytesPerValue + 3 * count;
       default:
         return bytesPerValue;
     }
+  }
+
+  // Whether one of the characters, of `size` bytes each, is zero. Such a text is cut by every
+  // reader in C, and as a key it ends the library with a failed assertion.
+  bool hasZero(std::uint64_t place, std::uint64_t count, std::uint64_t size) const {
+    for (std::uint64_t index = 0; index < count && place < bytes_.size(); ++index, place += size)
+      if (number(place, size) == 0)
+        return true;
+    return false;
   }
 
   std::uint64_t costOfAll(std::uint64_t references, std::uint64_t count, int depth) {
@@ -121,6 +135,7 @@ class BinaryWalk {
   std::uint64_t count_ = 0;
   std::uint64_t offsetTable_ = 0;
   bool tooDeep_ = false;
+  bool holdsZero_ = false;
   std::vector<std::optional<std::uint64_t>> costs_;
 };
 
