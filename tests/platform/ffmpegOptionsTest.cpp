@@ -1,0 +1,170 @@
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "platform/ffmpegCommandLine.h"
+#include "platform/ffmpegOptions.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr FfmpegVersion v44{4, 4};
+constexpr FfmpegVersion v50{5, 0};
+constexpr FfmpegVersion v51{5, 1};
+constexpr FfmpegVersion v60{6, 0};
+constexpr FfmpegVersion v71{7, 1};
+
+std::vector<std::string> words(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> result;
+  for (std::string word; stream >> word;)
+    result.push_back(word);
+  return result;
+}
+
+std::string translated(const std::string& line, FfmpegVersion version) {
+  std::string result;
+  for (const std::string& argument : translateFfmpegOptions(words(line), version))
+    result += (result.empty() ? "" : " ") + argument;
+  return result;
+}
+
+const std::string syncFilter = "aresample=async=3000:min_hard_comp=0.100000:first_pts=0";
+
+TEST(FfmpegCommandLine, GivesBackWhatItTookApart) {
+  for (const std::string line :
+       {"-loglevel info -c:a ac3 -fflags +genpts -i a.mts -sn -y b.mov",
+        "-i a -i b -map 0:v -shortest -an -y c.mov -vn -nostats d.wav -y -trailing", "-version",
+        "-h full", "", "-", "-y -- -top", "-i -vsync -metadata -top -y out.mov", "-i a -c:v"})
+    EXPECT_EQ(ffmpegArguments(parseFfmpegArguments(words(line))), words(line)) << line;
+}
+
+TEST(FfmpegCommandLine, GivesOptionsToTheFileBehindThem) {
+  const auto groups =
+      parseFfmpegArguments(words("-ss 4 -i in.mts -an -vf -top -y one.mov -r 25/1 -- -top -x"));
+  ASSERT_EQ(groups.size(), 4U);
+  EXPECT_EQ(groups[0].kind, FfmpegOptionGroup::Kind::input);
+  EXPECT_EQ(groups[0].file, "in.mts");
+  EXPECT_THAT(groups[0].options, ElementsAre(FfmpegOption{"ss", "4"}));
+  EXPECT_EQ(groups[1].file, "one.mov");
+  EXPECT_THAT(groups[1].options,
+              ElementsAre(FfmpegOption{"an", std::nullopt}, FfmpegOption{"vf", "-top"},
+                          FfmpegOption{"y", std::nullopt}));
+  EXPECT_EQ(groups[2].file, "-top");
+  EXPECT_THAT(groups[2].options, ElementsAre(FfmpegOption{"r", "25/1"}));
+  EXPECT_EQ(groups[3].kind, FfmpegOptionGroup::Kind::trailing);
+}
+
+TEST(FfmpegCommandLine, NamesTheFiltersOfAGraph) {
+  EXPECT_THAT(filterNames("scale=640:480,yadif=0:-1:0"), ElementsAre("scale", "yadif"));
+  EXPECT_THAT(filterNames("[0:v] split [a][b];\n[a]null@x=1[c]"), ElementsAre("split", "null"));
+  EXPECT_THAT(filterNames("drawtext=text='a,yadif=1',hflip"), ElementsAre("drawtext", "hflip"));
+  EXPECT_THAT(filterNames("drawtext=text=a\\,yadif\\=1"), ElementsAre("drawtext"));
+  EXPECT_THAT(filterNames(""), ElementsAre());
+}
+
+TEST(FfmpegVersion, IsReadFromWhatTheProgramSays) {
+  EXPECT_EQ(ffmpegVersionFromText("ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000-2026\nbuilt"),
+            (FfmpegVersion{5, 1}));
+  EXPECT_EQ(ffmpegVersionFromText("4.4"), v44);
+  EXPECT_EQ(ffmpegVersionFromText("n7.1-14-gabc"), v71);
+  EXPECT_EQ(ffmpegVersionFromText("6"), v60);
+  for (const std::string unreleased :
+       {"ffmpeg version N-109542-gd5544f6457 Copyright", "git-2024-01-02-abc", "", "0", "-3.1",
+        "99999999999999999999.1", "first line\nffmpeg version 4.4"})
+    EXPECT_EQ(ffmpegVersionFromText(unreleased), newestFfmpeg) << unreleased;
+}
+
+TEST(FfmpegOptions, NeverReadTheTerminalAndKeepNewNamesOnly) {
+  EXPECT_EQ(translated("-i a -c:v mpeg4 -g 1 -q:vscale 1 -vframes 10 -profile 3 -y b.mov", v44),
+            "-nostdin -i a -c:v mpeg4 -g 1 -q:v 1 -frames:v 10 -profile:v 3 -y b.mov");
+  const std::string analysis =
+      "-loglevel debug -fdebug ts -f mpeg -i a -pix_fmt yuv420p -an -f yuv4mpegpipe -y b.yuv";
+  EXPECT_EQ(translated(analysis, v71), "-nostdin " + analysis);
+}
+
+TEST(FfmpegOptions, LeaveValuesAlone) {
+  const std::string line = "-i -vsync -metadata -top -vf drawtext=text=-async -y -async";
+  EXPECT_EQ(translated(line, v71), "-nostdin " + line) << "-async is the value of nothing here";
+  EXPECT_EQ(translated("-profile 3 -i -top -vf null -y -- -vsync", v71),
+            "-nostdin -profile 3 -i -top -vf null -y -- -vsync");
+  EXPECT_FALSE(ffmpegOptionsNeedVersion(words("-i -top -metadata -async -y -- -vsync")));
+}
+
+TEST(FfmpegOptions, VsyncBecomesTheOutputsFrameRateMode) {
+  EXPECT_EQ(translated("-vsync 0 -i a -y b.mov -y c.mov", v51),
+            "-nostdin -i a -y -fps_mode passthrough b.mov -y -fps_mode passthrough c.mov");
+  EXPECT_EQ(translated("-i a -vsync vfr -y b.mov -c copy c.mov -vn d.wav", v71),
+            "-nostdin -i a -y -fps_mode vfr b.mov -c copy c.mov -vn d.wav");
+  EXPECT_EQ(translated("-i a -vsync 1 -fps_mode:v vfr b.mov", v71),
+            "-nostdin -i a -fps_mode:v vfr b.mov");
+  EXPECT_EQ(translated("-i a -vsync 2 -y b.mov", v50), "-nostdin -i a -vsync 2 -y b.mov");
+}
+
+TEST(FfmpegOptions, VsyncMeansNothingForCopiedVideo) {
+  const std::string line = "-i a -vsync 0 -strict 1 -c:v copy -vtag avc1 -sn -y b.mov";
+  EXPECT_FALSE(ffmpegOptionsNeedVersion(words(line)));
+  for (const FfmpegVersion version : {v44, v71})
+    EXPECT_EQ(translated(line, version),
+              "-nostdin -i a -strict 1 -c:v copy -vtag avc1 -sn -y b.mov");
+}
+
+TEST(FfmpegOptions, AsyncBecomesAFilterWhereItIsGone) {
+  const std::string line = "-i a -async 3000 -c:a pcm_s16le -ac 2 -y b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
+  EXPECT_EQ(translated(line, v51), "-nostdin " + line);
+  EXPECT_EQ(translated(line, v60),
+            "-nostdin -i a -c:a pcm_s16le -ac 2 -y -af " + syncFilter + " b.mov");
+  EXPECT_EQ(translated("-i a -async 3000 -filter:a volume=2 -y b.mov", v71),
+            "-nostdin -i a -filter:a " + syncFilter + ",volume=2 -y b.mov");
+  for (const std::string untouched : {"-i a -an -y b.mov", "-i a -c:a copy -y b.mov",
+                                      "-i a -c copy -y b.mov", "-i a -map [x] -y b.mov"})
+    EXPECT_EQ(translated("-async 3000 " + untouched, v71), "-nostdin " + untouched);
+  EXPECT_EQ(translated("-async 0 -i a b.mov", v71), "-nostdin -i a b.mov");
+}
+
+// The filters of the output's chain behind "-vf".
+std::string videoFilters(const std::string& line, FfmpegVersion version) {
+  const auto arguments = translateFfmpegOptions(words(line), version);
+  for (std::size_t index = 0; index + 1 < arguments.size(); ++index)
+    if (arguments[index] == "-vf" || arguments[index] == "-filter:v")
+      return arguments[index + 1];
+  return {};
+}
+
+TEST(FfmpegOptions, InterlacedProresReallyGetsTheFieldOrderItClaims) {
+  const std::string start = "-i a -c:v prores -profile 3 -flags +ildct+ilme ";
+  EXPECT_EQ(videoFilters(start + "-top 1 -r 25/1 b.mov", v51),
+            "scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff");
+  EXPECT_EQ(videoFilters(start + "-top 0 b.mov", v71),
+            "scale=interl=-1,format=yuv422p10,fieldorder=bff,setfield=bff");
+  // Weaving and deinterlacing work on progressive pictures: the chain's own scaler, before the
+  // weave, goes to 4:2:2 whole.
+  EXPECT_EQ(videoFilters(start + "-top 1 -vf scale=1920:1080,tinterlace=interleave_top b.mov", v51),
+            "scale=1920:1080,tinterlace=interleave_top,"
+            "format=yuv422p10,fieldorder=tff,setfield=tff");
+  EXPECT_EQ(videoFilters(start + "-filter:v yadif=1:-1:0,scale=1440:1080 -top:v 1 b.mov", v51),
+            "yadif=1:-1:0,scale=1440:1080,format=yuv422p10,fieldorder=tff,setfield=tff");
+}
+
+TEST(FfmpegOptions, TopStaysWhereItIsKnownSoThatTheContainerSaysIt) {
+  const std::string line = "-i a -c:v prores -flags +ildct+ilme -top 1 b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
+  EXPECT_THAT(translated(line, v60), HasSubstr(" -top 1 "));
+  EXPECT_THAT(translated(line, v71), Not(HasSubstr("-top")));
+  // No ProRes: only what the option itself did.
+  EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", v51),
+            "-nostdin -i a -c:v mpeg2video -flags +ildct -top 0 b.mpg");
+  EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", v71),
+            "-nostdin -i a -c:v mpeg2video -flags +ildct -vf setfield=bff b.mpg");
+  EXPECT_EQ(translated("-i a -c:v copy -top 1 b.mov", v71), "-nostdin -i a -c:v copy b.mov");
+  EXPECT_EQ(translated("-i a -top -1 b.mov", v71), "-nostdin -i a b.mov");
+}
+
+}  // namespace
+}  // namespace tessarin
