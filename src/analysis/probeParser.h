@@ -21,8 +21,8 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
 // interlaced, start offsets, first key frame and chapters. `interlacing` is a text of fieldsText.
 // Nothing without a report, for a report that ffInfos cannot read, and, by agreement with the
 // callers, for a source with a frame rate whose field order is not settled yet: they ask again
-// once it is. Runs ffmpeg on `sourcePath`, blocking, only when the report does not show where the
-// first key frame is; an empty path forbids that.
+// once it is. Runs ffmpeg on `sourcePath`, blocking, only when the report does not show the first
+// key frame; an empty path forbids that.
 std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
                                      std::optional<std::string> interlacing,
                                      const std::string& sourcePath);

@@ -3,6 +3,7 @@
 // What runs a program blocks until that has ended.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,8 +15,19 @@ namespace tessarin {
 // seconds, the first one four seconds into the source. Nothing when no pass could decide.
 std::optional<std::string> fieldOrderProbe(const std::string& path);
 
-// What one pass of idet says: "TFF", "BFF" or "PFF", or nothing when it is undecided.
-std::optional<std::string> fieldOrderKeyOfReport(std::string_view idetReport);
+// How many frames idet found to be of which kind, each looked at by itself.
+struct IdetCounts {
+  std::int64_t top = 0;
+  std::int64_t bottom = 0;
+  std::int64_t progressive = 0;
+  std::int64_t undetermined = 0;
+};
+
+// The counts at the end of one pass's report; nothing when it has none.
+std::optional<IdetCounts> idetCounts(std::string_view report);
+// "TFF", "BFF" or "PFF" (a tie is "TFF", and one interlaced frame outweighs all progressive ones);
+// nothing when the counts do not decide.
+std::optional<std::string> fieldOrderKey(const IdetCounts& counts);
 
 // The field order that the first line of a YUV4MPEG2 file declares with " I": "TFF" for "t",
 // "BFF" for "b", "PFF" for anything else or nothing.

@@ -1,0 +1,82 @@
+// The field order of a source, from ffmpeg's idet filter and from YUV4MPEG2 headers.
+#include <fmt/format.h>
+
+#include "analysis/SourceInfo.h"
+#include "analysis/probes.h"
+#include "analysis/reportText.h"
+#include "classShared/TextAdditions.h"
+#include "platform/Bundle.h"
+#include "process/pipelines.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr int passCount = 6;
+constexpr double passSeconds = 4.0;
+
+// The count behind a label: ffmpeg pads it with blanks, "TFF:     5".
+std::int64_t countBehind(std::string_view line, std::string_view label) {
+  return leadingInteger(textAfter(line, label).value_or(""));
+}
+
+// The last line with the counts of single frames; the first line of a report never is one.
+std::optional<std::string_view> countsLine(std::string_view report) {
+  constexpr std::string_view mark = " Single frame detection: TFF:";
+  const std::size_t found = report.rfind(mark);
+  if (found == std::string_view::npos || found < lineEnd(report, 0))
+    return std::nullopt;
+  return report.substr(found, lineEnd(report, found) - found);
+}
+
+}  // namespace
+
+std::optional<IdetCounts> idetCounts(std::string_view report) {
+  const auto line = countsLine(report);
+  if (!line)
+    return std::nullopt;
+  return IdetCounts{countBehind(*line, "TFF:"), countBehind(*line, " BFF:"),
+                    countBehind(*line, " Progressive:"), countBehind(*line, " Undetermined:")};
+}
+
+std::optional<std::string> fieldOrderKey(const IdetCounts& counts) {
+  if (counts.top >= 1)
+    return counts.bottom > counts.top ? "BFF" : "TFF";
+  if (counts.bottom >= 1)
+    return "BFF";
+  if (counts.progressive > counts.undetermined)
+    return "PFF";
+  return std::nullopt;
+}
+
+std::optional<std::string> fieldOrderProbe(const std::string& path) {
+  for (int pass = 0; pass < passCount; ++pass) {
+    const std::string start = fmt::format("{:.2f}", passSeconds * (pass + 1));
+    const auto report = taskArrayPipes({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info",
+                                        "-ss", start, "-i", path, "-vf", "idet", "-t", "4", "-an",
+                                        "-sn", "-f", "null", "-y", "/dev/null"});
+    debugFormat("taskArrayPipes :-{} iVerboseStr : {}", report ? ")" : "(", report.value_or("nil"));
+    const auto counts = idetCounts(report.value_or(""));
+    if (!counts)
+      continue;
+    logFormat("pass #{}             : tffInt={} bffInt={} pffInt={} undefInt={} ", pass,
+              counts->top, counts->bottom, counts->progressive, counts->undetermined);
+    const auto key = fieldOrderKey(*counts);
+    if (!key)
+      continue;
+    if (pass > 0 && verboseLevel(2))
+      logFormat("ffVfIdet {} passes   : {}", pass + 1, *key);
+    return fieldsText(*key);
+  }
+  return std::nullopt;
+}
+
+std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine) {
+  const std::string_view letter = textAfter(yuvHeaderLine, " I").value_or("").substr(0, 1);
+  if (letter == "t")
+    return "TFF";
+  return letter == "b" ? "BFF" : "PFF";
+}
+
+}  // namespace tessarin

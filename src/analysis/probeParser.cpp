@@ -1,0 +1,348 @@
+#include "analysis/probeParser.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "analysis/probes.h"
+#include "analysis/reportText.h"
+#include "analysis/streamLine.h"
+#include "analysis/timing.h"
+#include "classShared/TextAdditions.h"
+#include "platform/Bundle.h"
+#include "process/pipelines.h"
+#include "utils/files.h"
+#include "utils/log.h"
+#include "utils/numbers.h"
+#include "utils/times.h"
+
+namespace tessarin {
+
+namespace {
+
+// The leading integer as the records hold it: signed, of 32 bits.
+std::int64_t wholeNumber(std::string_view text) {
+  return std::clamp<std::int64_t>(leadingInteger(text), std::numeric_limits<std::int32_t>::min(),
+                                  std::numeric_limits<std::int32_t>::max());
+}
+
+bool startsWithDigit(std::string_view text) {
+  return !text.empty() && text.front() >= '0' && text.front() <= '9';
+}
+
+// The streams of one kind share their ways of being written down.
+class StreamWriter {
+ public:
+  StreamWriter(SourceInfo& record, StreamKind kind, int index)
+      : record_(record), kind_(kind), index_(index) {}
+
+  std::string key(std::string_view field) const { return streamKey(kind_, index_, field); }
+  bool has(std::string_view field) const { return record_.contains(key(field)); }
+  void set(std::string_view field, Value value) const { record_.set(key(field), std::move(value)); }
+  void setText(std::string_view field, std::string_view text) const {
+    if (!text.empty())
+      set(field, text);
+  }
+  void setPositive(std::string_view field, std::int64_t number) const {
+    if (number > 0)
+      set(field, number);
+  }
+
+  // What every stream has.
+  void setCommon(const StreamLine& line) const {
+    if (line.id)
+      set(StreamField::id, *line.id);
+    setText(StreamField::lang, line.lang);
+    setText(StreamField::codec, line.codec);
+  }
+
+ private:
+  SourceInfo& record_;
+  StreamKind kind_;
+  int index_;
+};
+
+// ---- The container
+
+void readDuration(std::string_view line, SourceInfo& record) {
+  for (const std::string_view part : split(line, ", ")) {
+    debugFormat("wrapper linePartStr : {}", part);
+    if (contains(part, "Duration: ")) {
+      const std::string_view timeCode = *textAfter(part, ": ");
+      debugFormat("tc (str)            : {}", timeCode);
+      const double seconds = timeStr2Seconds(timeCode);
+      // Less than a second would be a duration of 0, which no record holds.
+      if (seconds >= 1 && seconds <= std::numeric_limits<std::int32_t>::max())
+        record.set(SourceKey::wDuration, static_cast<std::int64_t>(seconds));
+    } else if (const auto start = textAfter(part, "start: ")) {
+      record.set(SourceKey::wOffset, str2Float(*start));
+    } else if (const auto bitrate = textAfter(part, "bitrate: ")) {
+      if (const std::int64_t number = wholeNumber(*bitrate); number > 0)
+        record.set(SourceKey::wBitrate, number);
+    }
+  }
+}
+
+// ---- Audio
+
+// 1, 2 or the sum of an "a.b" layout; -1 for every other form.
+std::int64_t channelsOfLayout(std::string_view layout) {
+  const std::string name = lowerCase(trimmed(textUpTo(layout, " (")));
+  if (name == "mono")
+    return 1;
+  if (name == "2 channels" || name == "stereo")
+    return 2;
+  const auto behindPoint = textAfter(name, ".");
+  if (!behindPoint)
+    return -1;
+  return wholeNumber(name) + wholeNumber(*behindPoint);
+}
+
+void readAudio(const StreamLine& line, const StreamWriter& stream) {
+  stream.setCommon(line);
+  for (const std::string_view part : line.parts) {
+    if (contains(part, " Hz")) {
+      stream.set(StreamField::rate, wholeNumber(part));
+    } else if (contains(part, " kb/s")) {
+      stream.setPositive(StreamField::bitrate, wholeNumber(part));
+    } else if (!stream.has(StreamField::channels)) {
+      stream.setPositive(StreamField::channels, channelsOfLayout(part));
+    }
+  }
+}
+
+// ---- Video
+
+// The rate to work with. "tbr" is ffmpeg's best guess of frames per second, or of fields where the
+// material is coded in fields. 59.94 with a declared 24 is film with pulldown: 29.97 frames.
+std::optional<float> frameRate(std::string_view tbrPart, std::string_view description) {
+  const std::string_view tbrText = trimmed(textUpTo(tbrPart, " tbr"));
+  float tbr = str2Float(tbrText);
+  std::optional<float> fps;
+  if (const std::size_t end = description.find(" fps, "); end != std::string_view::npos) {
+    const std::string_view before = description.substr(0, end);
+    const std::size_t comma = before.rfind(',');
+    fps = str2Float(comma == std::string_view::npos ? before : before.substr(comma + 1));
+  }
+  if (std::abs(59.94F - tbr) < 0.01F && fps && std::abs(24.0F - *fps) < 0.1F)
+    tbr /= 2;
+  // "1k tbr" is the clock of a source with variable rate and no rate of pictures.
+  if (tbrText.ends_with('k') && fps && *fps > 0)
+    tbr = *fps;
+  debugFormat("fps => fpsF={:f}, tbrF={:f}", fps.value_or(0), tbr);
+  return tbr > 0 ? std::optional<float>(tbr) : std::nullopt;
+}
+
+// "1920x1080", perhaps with "(1920x1088) [SAR 1:1 DAR 16:9]" behind it. Only digits on both sides
+// make a size: tags ("0x31637661") and formats ("xyz12le") hold an "x" as well.
+bool readSize(std::string_view part, const StreamWriter& stream) {
+  const auto height = textAfter(part, "x");
+  const std::string_view width = textUpTo(part, "x");
+  if (!height || !startsWithDigit(*height) || !startsWithDigit(width) ||
+      width.find_first_not_of("0123456789") != std::string_view::npos)
+    return false;
+  stream.setPositive(StreamField::width, wholeNumber(width));
+  stream.setPositive(StreamField::height, wholeNumber(*height));
+
+  auto pixel = textAfter(part, "PAR ");
+  if (!pixel)
+    pixel = textAfter(part, "SAR ");
+  if (pixel)
+    stream.setText(StreamField::par, textUpTo(textUpTo(*pixel, " "), "]"));
+  if (const auto picture = textAfter(part, "DAR "))
+    stream.setText(StreamField::dar, textUpTo(textUpTo(*picture, "]"), " "));
+  return true;
+}
+
+// "SAR 59:54 DAR 295:216" on its own: what the container says. The coded shape, when it is there,
+// comes first and keeps its place.
+void readAspect(std::string_view part, const StreamWriter& stream, const StreamWriter& container) {
+  const std::string_view pixel = textUpTo(*textAfter(part, "SAR "), " ");
+  const std::string_view picture = textUpTo(textUpTo(*textAfter(part, "DAR "), " "), "]");
+  (stream.has(StreamField::par) ? container : stream).setText(StreamField::par, pixel);
+  (stream.has(StreamField::dar) ? container : stream).setText(StreamField::dar, picture);
+}
+
+// The first part that is neither a number nor a ratio names the pixel format; its brackets tell
+// the colours and the fields.
+void readPixelFormat(std::string_view part, const StreamWriter& stream) {
+  const std::string_view name = trimmed(textUpTo(part, "("));
+  const bool isNumber =
+      !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
+  if (!stream.has(StreamField::chroma) && !isNumber && !contains(name, "/"))
+    stream.setText(StreamField::chroma, name);
+}
+
+void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamWriter& container) {
+  stream.setCommon(line);
+  for (const std::string_view part : line.parts) {
+    if (contains(part, " kb/s")) {
+      stream.setPositive(StreamField::bitrate, wholeNumber(part));
+    } else if (contains(part, " tbr")) {
+      if (const auto rate = frameRate(part, line.description))
+        stream.set(StreamField::fps, static_cast<double>(*rate));
+    } else if (contains(part, " tbc")) {
+      const std::string_view base = textUpTo(textUpTo(part, " tbc"), "k");
+      stream.set(StreamField::tbc, static_cast<double>(wholeNumber(base)));
+    } else if (readSize(part, stream)) {
+      continue;
+    } else if (contains(part, "SAR ") && contains(part, "DAR ")) {
+      readAspect(part, stream, container);
+    } else if (!contains(part, "fps") && !contains(part, "tbn") &&
+               !contains(part, " reference frame")) {
+      readPixelFormat(part, stream);
+    }
+  }
+}
+
+// ---- Subtitles
+
+// The title stands in the two lines that follow the stream's.
+void readSubtitleTitle(ReportLines lines, const StreamWriter& stream) {
+  for (int count = 0; count < 2; ++count) {
+    const auto line = lines.next();
+    if (!line)
+      return;
+    if (const auto title = textAfter(*line, "title           : ")) {
+      stream.setText(StreamField::title, *title);
+      debugFormat("key:'{}' - value:'{}'", stream.key(StreamField::title), *title);
+      return;
+    }
+  }
+}
+
+// ---- The report
+
+// ffmpeg takes the PCM sound of Blu-ray discs for AAC of twice the sample rate.
+void correctBluRaySound(SourceInfo& record) {
+  if (record.textOrEmpty(SourceKey::a0Codec) != "aac" ||
+      record.integer(SourceKey::a0Rate) != std::int64_t{96000})
+    return;
+  record.set(SourceKey::a0Codec, "pcm_bluray");
+  record.set(SourceKey::a0Rate, 48000);
+  record.set(SourceKey::a0Channels, 2);
+  record.set(SourceKey::a0Bitrate, 1536);
+  record.set(SourceKey::a0Force, 1);
+}
+
+SourceInfo recordOfReport(std::string_view report) {
+  const std::string_view block = inputBlock(report);
+  debugFormat("linesFullMArray   : {}", block);
+  SourceInfo record;
+  int videoCount = 0;
+  int audioCount = 0;
+  int subtitleCount = 0;
+  ReportLines lines(block);
+  while (const auto line = lines.next()) {
+    if (lineDeclares(*line, "Input ")) {
+      const auto fields = split(*line, ", ");
+      if (fields.size() > 1)
+        record.set(SourceKey::wrapper, fields[1]);
+      continue;
+    }
+    if (lineDeclares(*line, "Duration: ")) {
+      readDuration(*line, record);
+      continue;
+    }
+    const auto stream = parseStreamLine(*line);
+    if (!stream)
+      continue;
+    debugFormat("currentLineStr : {}", *line);
+    switch (stream->kind) {
+      case StreamKind::audio:
+        readAudio(*stream, StreamWriter(record, StreamKind::audio, audioCount++));
+        break;
+      case StreamKind::video:
+        if (stream->attachedPicture)
+          break;
+        readVideo(*stream, StreamWriter(record, StreamKind::video, videoCount),
+                  StreamWriter(record, StreamKind::container, videoCount));
+        ++videoCount;
+        break;
+      case StreamKind::subtitle: {
+        const StreamWriter writer(record, StreamKind::subtitle, subtitleCount++);
+        writer.setCommon(*stream);
+        readSubtitleTitle(lines, writer);
+        break;
+      }
+      case StreamKind::container:
+        break;
+    }
+  }
+  correctBluRaySound(record);
+  return record;
+}
+
+// A run of ffmpeg for this is only worth its time when the report does not tell.
+double secondsToKeyFrame(std::string_view report, const SourceInfo& record,
+                         const std::string& sourcePath) {
+  if (const auto shown = firstKeyFrameShown(report))
+    return *shown;
+  if (sourcePath.empty() || !record.contains(SourceKey::v0Codec))
+    return 0;
+  return intraOffset(sourcePath);
+}
+
+}  // namespace
+
+std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
+                                  std::optional<std::string> sourcePath) {
+  constexpr std::string_view mark = "Input #";
+  debugFormat("ffInfos             - begin");
+  std::optional<std::string> ownReport;
+  if (!report || findText(*report, mark) == std::string_view::npos) {
+    if (!sourcePath || sourcePath->empty() || !pathExists(*sourcePath)) {
+      logLine("ffInfos             :-( no src & no verbose");
+      debugFormat("ffmpeg > ffInfos: :-(\n!src && !verbose");
+      return std::nullopt;
+    }
+    ownReport = taskArray1PipeMax(
+        {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-i", *sourcePath}, true);
+    logFormat("new… srcPathStr     : {}", *sourcePath);
+    logFormat("verboseStr shell    : {}", ownReport.value_or("nil"));
+    if (!ownReport)
+      return std::nullopt;
+    report = *ownReport;
+  }
+  if (findText(*report, mark) == std::string_view::npos) {
+    logLine("ffInfos             :-( no input found");
+    debugFormat("ffInfos > !Input #\n:-(((");
+    return std::nullopt;
+  }
+  const SourceInfo record = recordOfReport(*report);
+  debugFormat("ffInfos             : {}", record.description());
+  return record;
+}
+
+std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
+                                     std::optional<std::string> interlacing,
+                                     const std::string& sourcePath) {
+  logLine("analysisFf          - begin");
+  debugFormat("verboseFFmpegStr    : {}", report.value_or("nil"));
+  debugFormat("interlacingStr      : {}", interlacing.value_or("nil"));
+  if (!report)
+    return std::nullopt;
+  std::optional<SourceInfo> record = ffInfos(report, std::nullopt);
+  if (!record)
+    return std::nullopt;
+
+  const std::optional<double> rate = record->number(SourceKey::v0Fps);
+  if (!interlacing && rate)
+    return std::nullopt;
+  if (interlacing && *interlacing != fieldsText("PFF") && rate && *rate <= 30.0)
+    record->set(SourceKey::v0Fps, 2 * *rate);
+  debugFormat("mDico : {}", record->description());
+
+  if (const auto offsets = ptsDtsOffsetMs(*report))
+    record->merge(*offsets);
+  if (const double seconds = secondsToKeyFrame(*report, *record, sourcePath); seconds > 0)
+    record->set(SourceKey::intraOffset, seconds);
+  debugFormat("mDico : {}", record->description());
+
+  if (const auto starts = ffChapters(report))
+    record->set(SourceKey::chapters, List(starts->begin(), starts->end()));
+  logLine("analysisFf          - end");
+  return record;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,116 @@
+#include "analysis/probes.h"
+
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "analysis/reportText.h"
+#include "classShared/TextAdditions.h"
+#include "platform/Bundle.h"
+#include "process/pipelines.h"
+#include "utils/log.h"
+#include "utils/text.h"
+
+namespace tessarin {
+
+namespace {
+
+// The decimal number that the text begins with; 0 when there is none.
+double leadingNumber(std::string_view text) {
+  double number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+  return number;
+}
+
+// Chapters closer than this to the one before are part of it.
+constexpr double shortestChapter = 20.0;  // seconds
+
+}  // namespace
+
+std::optional<std::vector<double>> ffChapters(std::optional<std::string_view> report) {
+  constexpr std::string_view chapterMark = "Chapter #";
+  logLine("ffChapters          - begin");
+  if (!report)
+    return std::nullopt;
+  std::vector<double> starts;
+  std::size_t end = 0;
+  for (std::size_t found = findText(*report, chapterMark); found != std::string_view::npos;
+       found = findText(*report, chapterMark, end)) {
+    const std::size_t start = lineStart(*report, found);
+    end = lineEnd(*report, found);
+    const auto text = textBetween(report->substr(start, end - start), ": start ", ", end ");
+    if (!text)
+      continue;
+    const double seconds = leadingNumber(trimmed(*text));
+    const bool known = std::find(starts.begin(), starts.end(), seconds) != starts.end();
+    if (!known && (starts.empty() || seconds > starts.back() + shortestChapter))
+      starts.push_back(seconds);
+  }
+  if (starts.empty())
+    return std::nullopt;
+  logFormat("ffChapters          - end : {}", fmt::join(starts, ", "));
+  return starts;
+}
+
+double ffRevision() {
+  const auto output = taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"), "-version"}, true);
+  if (!output)
+    return 0;
+  const std::string_view line = std::string_view(*output).substr(0, lineEnd(*output, 0));
+  debugFormat("ffRevision 1st line : {}", line);
+  const std::string_view version = textAfter(line, "version ").value_or(line);
+  debugFormat("ffRevision beg trimm: {}", version);
+  const std::string text = findAndReplace(version, " ", "", false);
+  const double revision = leadingNumber(text);
+  debugFormat("ffRevision          : {:f} (<-'{}')", revision, text);
+  return revision;
+}
+
+std::optional<std::string> forceFormat(const std::string& path,
+                                       std::optional<std::string_view> report) {
+  logLine("forceFormat - debInt");
+  logFormat("srcPathStr          : {}", path);
+  if (!report)
+    return std::nullopt;
+  std::optional<std::string> format;
+  if (const auto kind = taskArray1PipeMax({"/usr/bin/file", "-b", path}, false)) {
+    logFormat("fileVerbose file : {}", *kind);
+    if (contains(*kind, "DIF (DV"))
+      format = "dv";
+    else if (contains(*kind, "MPEG"))
+      format = "mpeg";
+  }
+  if (!format)
+    format = forceFormatLite(*report);
+  if (format)
+    logFormat("forceFormatStr : {}", *format);
+  return format;
+}
+
+std::optional<std::string> forceFormatLite(std::string_view report) {
+  struct DataName {
+    std::string_view name;
+    std::string_view format;
+  };
+  // In the order of asking: a name that begins like a longer one answers for that one too.
+  constexpr std::array names = {DataName{"m1s", "mpeg"},      DataName{"m1v", "mpegvideo"},
+                                DataName{"m1v1", ""},         DataName{"m2s", "mpeg"},
+                                DataName{"m2v", "mpegvideo"}, DataName{"m2v1", ""}};
+  logLine("forceFormatLite - debInt");
+  for (const DataName& candidate : names) {
+    std::string mark = "Data: ";
+    mark += candidate.name;
+    if (findText(report, mark) == std::string_view::npos)
+      continue;
+    logFormat("forceFormatStr       :-) Data: {}", candidate.name);
+    if (candidate.format.empty())
+      return std::nullopt;
+    logFormat("forceFormatStr       : {}", candidate.format);
+    return std::string(candidate.format);
+  }
+  return std::nullopt;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,244 @@
+#include "analysis/timing.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "analysis/reportText.h"
+#include "analysis/streamLine.h"
+#include "classShared/TextAdditions.h"
+#include "platform/Bundle.h"
+#include "process/pipelines.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+// Offsets up to this are within what players and cameras do anyway.
+constexpr double toleranceMs = 30;
+// Pictures are stored out of order by at most the reference frames of H.264.
+constexpr int packetsPerStream = 16;
+// ffmpeg counts from 9223090561878065151 while it does not know the start of a stream.
+constexpr std::int64_t largestTime = std::int64_t{1} << 53;
+
+constexpr std::int64_t keyFlag = 1;
+constexpr std::int64_t discardFlag = 4;  // priming samples of audio, never heard
+
+// ---- Packet lines
+// [mpegts @ 0x5577079ae980] read_frame_internal stream=0, pts=100800, dts=NOPTS, size=184451, …
+
+struct Packet {
+  std::int64_t stream = -1;
+  std::optional<std::int64_t> pts;  // in ticks of the stream
+  std::optional<std::int64_t> dts;
+  std::int64_t flags = 0;
+};
+
+std::optional<std::int64_t> timeBehind(std::string_view line, std::string_view label) {
+  const std::string_view text = textAfter(line, label).value_or("");
+  std::int64_t value = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (read.ec != std::errc() || value > largestTime || value < -largestTime)
+    return std::nullopt;
+  return value;
+}
+
+// The packets in the order of the report: frames as the parser divides them, or the raw packets of
+// the container in reports that show nothing else.
+class PacketLines {
+ public:
+  explicit PacketLines(std::string_view report) : report_(report) {
+    constexpr std::array<std::string_view, 2> marks = {"read_frame_internal stream=",
+                                                       "read_packet stream="};
+    for (const std::string_view mark : marks) {
+      mark_ = mark;
+      position_ = findText(report_, mark_);
+      if (position_ != std::string_view::npos)
+        return;
+    }
+  }
+
+  std::optional<Packet> next() {
+    if (position_ == std::string_view::npos)
+      return std::nullopt;
+    const std::size_t start = position_ + mark_.size();
+    const std::size_t end = lineEnd(report_, start);
+    position_ = findText(report_, mark_, end);
+    const std::string_view line = report_.substr(start, end - start);
+    return Packet{leadingInteger(line), timeBehind(line, " pts="), timeBehind(line, " dts="),
+                  timeBehind(line, " flags=").value_or(0)};
+  }
+
+ private:
+  std::string_view report_;
+  std::string_view mark_;
+  std::size_t position_ = 0;
+};
+
+// ---- Streams
+
+struct StreamStart {
+  StreamKind kind = StreamKind::container;
+  int id = 0;
+  double timeBase = 0;  // seconds per tick
+  int packets = 0;
+  std::optional<double> pts;  // the earliest, in seconds
+  std::optional<double> dts;
+};
+
+struct DeclaredInput {
+  std::vector<StreamStart> streams;
+  std::optional<double> start;  // of the container, in seconds
+};
+
+double decimalNumber(std::string_view text) {
+  double number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+  return number;
+}
+
+DeclaredInput declaredInput(std::string_view report) {
+  DeclaredInput input;
+  double fallbackBase = 0;
+  ReportLines lines(inputBlock(report));
+  while (const auto line = lines.next()) {
+    if (lineDeclares(*line, "Input ") &&
+        (contains(*line, ", mpegts, ") || contains(*line, ", mpeg, ")))
+      fallbackBase = 1.0 / 90000;  // the clock of MPEG systems
+    if (lineDeclares(*line, "Duration: ")) {
+      if (const auto start = textAfter(*line, ", start: "))
+        input.start = decimalNumber(*start);
+      continue;
+    }
+    const auto stream = parseStreamLine(*line);
+    if (!stream || !stream->id || stream->attachedPicture)
+      continue;
+    StreamStart entry;
+    entry.kind = stream->kind;
+    entry.id = *stream->id;
+    entry.timeBase = stream->timeBase.value_or(fallbackBase);
+    input.streams.push_back(entry);
+  }
+  return input;
+}
+
+void takeEarliest(std::optional<double>& earliest, std::optional<std::int64_t> ticks, double base) {
+  if (!ticks)
+    return;
+  const double seconds = static_cast<double>(*ticks) * base;
+  earliest = std::min(earliest.value_or(seconds), seconds);
+}
+
+void readStarts(std::string_view report, std::vector<StreamStart>& streams) {
+  std::size_t open = streams.size();
+  PacketLines packets(report);
+  while (open > 0) {
+    const auto packet = packets.next();
+    if (!packet)
+      return;
+    const auto stream = std::find_if(streams.begin(), streams.end(),
+                                     [&](const StreamStart& s) { return s.id == packet->stream; });
+    if (stream == streams.end() || stream->packets == packetsPerStream ||
+        (packet->flags & discardFlag) != 0)
+      continue;
+    takeEarliest(stream->pts, packet->pts, stream->timeBase);
+    takeEarliest(stream->dts, packet->dts, stream->timeBase);
+    if (++stream->packets == packetsPerStream)
+      --open;
+  }
+}
+
+// Whole milliseconds against the reference, when they are worth to be told.
+std::optional<std::int64_t> offsetMs(std::optional<double> seconds, double reference) {
+  if (!seconds)
+    return std::nullopt;
+  const double milliseconds = std::round((*seconds - reference) * 1000);
+  if (std::abs(milliseconds) <= toleranceMs ||
+      std::abs(milliseconds) > std::numeric_limits<std::int32_t>::max())
+    return std::nullopt;
+  return static_cast<std::int64_t>(milliseconds);
+}
+
+}  // namespace
+
+std::optional<Dico> ptsDtsOffsetMs(std::string_view report) {
+  DeclaredInput input = declaredInput(report);
+  std::erase_if(input.streams, [](const StreamStart& s) { return s.timeBase <= 0; });
+  readStarts(report, input.streams);
+
+  std::optional<double> reference = input.start;
+  if (!reference) {
+    for (const StreamStart& stream : input.streams)
+      if (stream.pts)
+        reference = std::min(reference.value_or(*stream.pts), *stream.pts);
+  }
+  if (!reference)
+    return std::nullopt;
+
+  Dico offsets;
+  std::optional<std::int64_t> smallestVideo;
+  for (const StreamStart& stream : input.streams) {
+    if (const auto offset = offsetMs(stream.pts, *reference)) {
+      offsets.set(streamKey(stream.kind, stream.id, StreamField::offsetMs), *offset);
+      if (stream.kind == StreamKind::video)
+        smallestVideo = std::min(smallestVideo.value_or(*offset), *offset);
+    }
+    if (const auto offset = offsetMs(stream.dts, *reference))
+      offsets.set(streamKey(stream.kind, stream.id, StreamField::offsetDts), *offset);
+  }
+  if (smallestVideo)
+    offsets.set(SourceKey::vOffsetMs, -*smallestVideo);
+  if (offsets.empty())
+    return std::nullopt;
+  return offsets;
+}
+
+std::optional<double> firstKeyFrameShown(std::string_view report) {
+  const DeclaredInput input = declaredInput(report);
+  const auto video = std::find_if(input.streams.begin(), input.streams.end(),
+                                  [](const StreamStart& s) { return s.kind == StreamKind::video; });
+  if (video == input.streams.end() || video->timeBase <= 0)
+    return std::nullopt;
+  PacketLines packets(report);
+  while (const auto packet = packets.next()) {
+    if (packet->stream != video->id || (packet->flags & keyFlag) == 0)
+      continue;
+    if (!packet->pts)
+      return std::nullopt;
+    const double seconds = static_cast<double>(*packet->pts) * video->timeBase;
+    // The report gives the start in decimals: what is left below a millisecond is their rounding.
+    return std::round((seconds - input.start.value_or(0)) * 1000) / 1000;
+  }
+  return std::nullopt;
+}
+
+std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
+  constexpr std::string_view mark = "showinfo";
+  std::size_t end = 0;
+  for (std::size_t found = findText(report, mark); found != std::string_view::npos;
+       found = findText(report, mark, end)) {
+    end = lineEnd(report, found);
+    const std::string_view line = report.substr(found, end - found);
+    const auto time = textAfter(line, " pts_time:");
+    if (time && (contains(line, " iskey:1") || contains(line, " type:I")))
+      return decimalNumber(trimmed(*time));
+  }
+  return std::nullopt;
+}
+
+double intraOffset(const std::string& path) {
+  const auto report =
+      taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-skip_frame",
+                         "nokey", "-t", "12", "-i", path, "-an", "-sn", "-vf", "showinfo",
+                         "-frames:v", "1", "-f", "null", "-y", "/dev/null"},
+                        true);
+  const double seconds = firstKeyFrameOfShowinfo(report.value_or("")).value_or(0);
+  debugFormat("intraOffset         : {:.3f}", seconds);
+  return seconds;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,161 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "AnalysisTools.h"
+#include "analysis/probeParser.h"
+#include "analysis/probes.h"
+#include "analysis/timing.h"
+#include "support/LogCapture.h"
+#include "support/readTestData.h"
+
+namespace tessarin {
+namespace {
+
+using test::AnalysisTools;
+using test::LogCapture;
+using test::readTestData;
+using test::runFfmpeg;
+using ::testing::ElementsAre;
+using ::testing::Optional;
+
+// ---- Field order
+
+TEST(FieldOrder, DecidesOnePass) {
+  EXPECT_EQ(fieldOrderKey({0, 0, 100, 20}), "PFF");
+  EXPECT_EQ(fieldOrderKey({0, 0, 10, 10}), std::nullopt);
+  EXPECT_EQ(fieldOrderKey({5, 5, 100, 0}), "TFF");
+  EXPECT_EQ(fieldOrderKey({5, 6, 100, 0}), "BFF");
+  EXPECT_EQ(fieldOrderKey({0, 1, 100, 0}), "BFF");
+}
+
+TEST(FieldOrder, ReadsTheLastCountsOfSingleFrames) {
+  const std::string report =
+      "x\n"
+      "[idet @ 1] Single frame detection: TFF:7 BFF:7 Progressive:7 Undetermined:7\n"
+      "[idet @ 1] Repeated Fields: Neither:    98 Top:     1 Bottom:     1\n"
+      "[idet @ 1] Single frame detection: TFF:    12 BFF:     3 Progressive:    40 "
+      "Undetermined:    45\n"
+      "[idet @ 1] Multi frame detection: TFF:    99 BFF:     0 Progressive:     0 "
+      "Undetermined:     1\n";
+  const auto counts = idetCounts(report);
+  ASSERT_TRUE(counts);
+  EXPECT_EQ(counts->top, 12);
+  EXPECT_EQ(counts->bottom, 3);
+  EXPECT_EQ(counts->progressive, 40);
+  EXPECT_EQ(counts->undetermined, 45);
+  EXPECT_FALSE(idetCounts(" Single frame detection: TFF:1 BFF:0 Progressive:0 Undetermined:0"));
+  EXPECT_FALSE(idetCounts(""));
+}
+
+TEST(FieldOrder, MeasuresRealPictures) {
+  const LogCapture quiet(false);
+  const AnalysisTools tools;
+  tools.installed("ffmpeg");
+  const auto clip = [&](const std::string& name, const std::string& picture) {
+    std::string path = tools.folder().file(name);
+    runFfmpeg("-f lavfi -i '" + picture + "' -c:v ffv1 '" + path + "'");
+    return path;
+  };
+  // The probe looks at what follows the fourth second.
+  const std::string fields = "testsrc2=s=320x240:r=50:d=5,format=yuv420p,tinterlace=interleave_";
+  EXPECT_EQ(fieldOrderProbe(clip("Été top.mkv", fields + "top")), "Top");
+  EXPECT_EQ(fieldOrderProbe(clip("bottom.mkv", fields + "bottom")), "Bottom");
+  EXPECT_EQ(
+      fieldOrderProbe(clip("p.mkv", "testsrc2=s=320x240:r=25:d=5,gblur=sigma=4,format=yuv420p")),
+      "Progressive");
+}
+
+TEST(FieldOrder, GoesOnUntilAPassDecides) {
+  const LogCapture log(false);
+  const AnalysisTools tools;
+  // Only what starts at 12 seconds has fields.
+  tools.script("ffmpeg",
+               "n=0; test \"$4\" = 12.00 && n=3\n"
+               "echo; echo \"[i] Single frame detection: TFF:  $n BFF:  0 Progressive:  1 "
+               "Undetermined:  9\"");
+  EXPECT_EQ(fieldOrderProbe("/a.mts"), "Top");
+  EXPECT_TRUE(log.has("pass #1             : tffInt=0 bffInt=0 pffInt=1 undefInt=9 "));
+  EXPECT_TRUE(log.has("pass #2             : tffInt=3 bffInt=0 pffInt=1 undefInt=9 "));
+  EXPECT_FALSE(log.mentions("pass #3"));
+
+  tools.script("ffmpeg", "echo \"$4\" >>'" + tools.folder().file("starts") + "'; echo nothing");
+  EXPECT_EQ(fieldOrderProbe("/a.mts"), std::nullopt);
+  EXPECT_EQ(tools.folder().read("starts"), "4.00\n8.00\n12.00\n16.00\n20.00\n24.00\n");
+}
+
+TEST(FieldOrder, ReadsTheHeaderOfTheFrameFile) {
+  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2"), "TFF");
+  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15"), "BFF");
+  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 Ip A16:15"), "PFF");
+  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 I"), "PFF");
+  EXPECT_EQ(fieldOrderKeyOfHeader(""), "PFF");
+}
+
+// ---- Chapters
+
+std::string chapterLines(const std::vector<std::string>& starts) {
+  std::string text;
+  for (const std::string& start : starts)
+    text.append("    Chapter #0:0: start ").append(start).append(", end 1000.000000\n");
+  return text;
+}
+
+TEST(Chapters, MergesThoseWithinTwentySeconds) {
+  const LogCapture quiet(false);
+  EXPECT_THAT(ffChapters(chapterLines({"0.000000", "12.000000", "25.000000", "30.0", "60.000000"})),
+              Optional(ElementsAre(0, 25, 60)));
+  EXPECT_THAT(ffChapters(chapterLines({"5.5", "25.5", "25.6", "3.0"})),
+              Optional(ElementsAre(5.5, 25.6)));
+  // The report lists the chapters of the output once more.
+  EXPECT_THAT(ffChapters(readTestData("reports/matroska.txt")), Optional(ElementsAre(0, 25, 60)));
+}
+
+TEST(Chapters, NeedsAllOfTheWords) {
+  const LogCapture quiet(false);
+  EXPECT_EQ(ffChapters(std::nullopt), std::nullopt);
+  EXPECT_EQ(ffChapters(readTestData("reports/dv.txt")), std::nullopt);
+  EXPECT_EQ(ffChapters("Chapter #0:0: start 1.0\n, end 2.0\n"), std::nullopt);
+}
+
+// ---- The tool's version
+
+TEST(Revision, IsTheLeadingNumberOfTheFirstLine) {
+  const LogCapture quiet(false);
+  const AnalysisTools tools;
+  const auto revision = [&](const std::string& line) {
+    tools.script("ffmpeg", "test \"$*\" = -version && printf '" + line + "\\nversion 9.9\\n'");
+    return ffRevision();
+  };
+  EXPECT_EQ(revision("ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000"), 5.1);
+  EXPECT_EQ(revision("FFmpeg version 0.10, Copyright"), 0.1);
+  EXPECT_EQ(revision("ffmpeg version N-12345-gabc Copyright"), 0);
+  std::filesystem::remove(tools.folder().file("tools/ffmpeg"));
+  EXPECT_EQ(ffRevision(), 0);
+}
+
+// ---- Forced formats
+
+TEST(ForceFormat, KnowsStreamsByTheirDataNames) {
+  const LogCapture quiet(false);
+  EXPECT_EQ(forceFormatLite("Stream #0.0: Data: m1s"), "mpeg");
+  EXPECT_EQ(forceFormatLite("Data: m1v1"), "mpegvideo");
+  EXPECT_EQ(forceFormatLite("Data: m2v\nData: m2s"), "mpeg");
+  EXPECT_EQ(forceFormatLite("Data: m2v1"), "mpegvideo");
+  EXPECT_EQ(forceFormatLite("Data: none"), std::nullopt);
+}
+
+TEST(ForceFormat, AsksTheFileFirst) {
+  const LogCapture quiet(false);
+  const AnalysisTools tools;
+  const std::string dv = tools.folder().file("a");
+  const std::string mpeg = tools.folder().file("b");
+  runFfmpeg("-f lavfi -i testsrc2=s=720x576:r=25:d=0.2,format=yuv420p -f dv '" + dv + "'");
+  runFfmpeg("-f lavfi -i testsrc2=s=352x288:r=25:d=0.2 -c:v mpeg2video -f vob '" + mpeg + "'");
+  EXPECT_EQ(forceFormat(dv, "Data: m1v"), "dv");
+  EXPECT_EQ(forceFormat(mpeg, "Data: m1v"), "mpeg");
+  EXPECT_EQ(forceFormat(tools.folder().write("c", "plain text\n"), "Data: m1v"), "mpegvideo");
+  EXPECT_EQ(forceFormat(dv, std::nullopt), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tessarin

@@ -1,0 +1,19 @@
+// The files under tests/data.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace tessarin::test {
+
+// The bytes of tests/data/NAME; a missing file fails the test.
+inline std::string readTestData(const std::string& name) {
+  std::ifstream stream(std::string(TESSARIN_TEST_DATA "/") + name, std::ios::binary);
+  EXPECT_TRUE(stream.good()) << name;
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace tessarin::test
