@@ -23,31 +23,32 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
+// Whether a number beyond single precision is too small for it, not too large.
+bool isTiny(std::string_view text) {
+  double wide = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), wide);
+  if (read.ec == std::errc())
+    return wide < 1;
+  return text.front() == '0' || text.front() == '.';
+}
+
 // The number that begins behind any letters; nothing when something else stands there.
 std::optional<float> scanFloat(std::string_view text) {
   while (!text.empty() && isLetter(text.front()))
     text.remove_prefix(1);
-  if (text.starts_with('+'))  // from_chars knows no plus sign
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+'))
     text.remove_prefix(1);
-  const std::string_view unsignedText = text.substr(text.starts_with('-') ? 1 : 0);
-  // Keeps "inf" and "nan" behind a sign from being numbers.
-  if (unsignedText.empty() || !(isDigit(unsignedText[0]) || unsignedText[0] == '.'))
+  // Keeps a second sign, "inf" and "nan" from being read.
+  if (text.empty() || !(isDigit(text.front()) || text.front() == '.'))
     return std::nullopt;
   float value = 0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
   if (read.ec == std::errc::invalid_argument)
     return std::nullopt;
-  if (read.ec == std::errc::result_out_of_range) {
-    // Too large or too small for single precision; a double tells which of the two, but for the
-    // absurd.
-    double wide = 0;
-    const auto again = std::from_chars(text.data(), text.data() + text.size(), wide);
-    if (again.ec == std::errc() && std::abs(wide) < 1)
-      return 0.0F;
-    const float largest = std::numeric_limits<float>::max();
-    return text.starts_with('-') ? -largest : largest;
-  }
-  return value;
+  if (read.ec == std::errc::result_out_of_range)
+    value = isTiny(text) ? 0 : std::numeric_limits<float>::max();
+  return negative ? -value : value;
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "utils/text.h"
 
-#include <algorithm>
 #include <random>
 
 #include "classShared/TextAdditions.h"
@@ -12,9 +11,8 @@ namespace {
 
 constexpr std::size_t longestExtension = 12;  // characters
 
-// How large a text may become by repeated replacing: this many times itself, or these bytes.
-constexpr std::size_t largestGrowth = 64;
-constexpr std::size_t smallestLimit = std::size_t{1} << 20U;
+// How much repeated replacing may write, in bytes, before it is given up.
+constexpr std::size_t growthLimit = std::size_t{1} << 20U;
 
 }  // namespace
 
@@ -37,12 +35,14 @@ std::string findAndReplace(std::string_view text, std::string_view search,
   }
 
   // A longer replacement can build up the search text anew without containing it ("ab" for
-  // "bbaa"); a text that keeps growing is given up.
-  const std::size_t largest = std::max(largestGrowth * text.size(), smallestLimit);
+  // "bbaa"), and the text grows for ever.
+  const bool grows = replacement.size() > search.size();
+  std::size_t written = 0;
   std::string result = singlePass;
   while (contains(result, search)) {
     result = replaceAll(result, search, replacement);
-    if (result.size() > largest)
+    written += result.size();
+    if (grows && written > growthLimit)
       return singlePass;
   }
   return result;
@@ -56,8 +56,8 @@ std::string trimPathStr(std::string_view path, std::size_t maximumLength) {
   }
   std::string name = replaceAll(fileName(withoutExtension(path)), "`", "");
   name = replaceAll(name, ":", "-");
-  return withExtension(joinPath(parentFolder(path), firstCharacters(name, maximumLength)),
-                       extension);
+  const std::string_view cut = firstCharacters(name, maximumLength);
+  return joinPath(parentFolder(path), withExtension(cut, extension));
 }
 
 }  // namespace tessarin
