@@ -1,0 +1,18 @@
+// Text files in the encodings of other days.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tessarin {
+
+// The text of a file in UTF-8, or in UTF-16 with a byte order mark. A file in anything else is
+// copied beside itself (PATH.txt) and answered when it is plain ASCII.
+std::optional<std::string> readTextFile(const std::string& path);
+
+// The text of a file in the encoding of this number of the table. Nothing when the file does not
+// exist, the number is 0 or unknown, or the bytes are wrong in that encoding.
+std::optional<std::string> readTextFileInEncoding(const std::string& path, std::int64_t number);
+
+}  // namespace tessarin
