@@ -1,0 +1,242 @@
+// The string tables against each other and against the sources: what is written here holds for
+// every call that is added later.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include "classShared/TextAdditions.h"
+#include "platform/StringsTable.h"
+
+namespace tessarin {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path root = fs::path(TESSARIN_TEST_DATA).parent_path().parent_path();
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// ---- The sources
+
+// One argument of a call, or any piece of code: its text without literals, and the literals.
+struct Piece {
+  std::string code;
+  std::vector<std::string> literals;
+};
+
+struct Use {
+  std::string key;
+  std::string table;
+  std::optional<std::size_t> variables;  // how many are filled in, when the call shows it
+  std::string file;
+};
+
+// The literals stand as "\1" in the code, comments and character constants are left out.
+Piece withoutComments(const std::string& source) {
+  Piece piece;
+  for (std::size_t at = 0; at < source.size(); ++at) {
+    const std::string_view rest = std::string_view(source).substr(at);
+    if (startsWith(rest, "//")) {
+      at = std::min(source.find('\n', at), source.size());
+    } else if (startsWith(rest, "/*")) {
+      at = std::min(source.find("*/", at + 2), source.size() - 2) + 1;
+    } else if (rest.front() == '\'' && rest.size() > 2 && (rest[1] == '\\' || rest[2] == '\'')) {
+      at = source.find('\'', at + (rest[1] == '\\' ? 3 : 1));
+    } else if (startsWith(rest, "R\"")) {
+      const std::string end = ")" + std::string(textUpTo(rest.substr(2), "(")) + "\"";
+      const std::size_t from = at + 1 + end.size();
+      const std::size_t to = std::min(source.find(end, from), source.size());
+      piece.literals.push_back(source.substr(from, to - from));
+      piece.code += '\1';
+      at = to + end.size() - 1;
+    } else if (rest.front() == '"') {
+      std::string literal;
+      for (++at; at < source.size() && source[at] != '"'; ++at) {
+        if (source[at] == '\\')
+          ++at;
+        literal += source[at];
+      }
+      piece.literals.push_back(literal);
+      piece.code += '\1';
+    } else {
+      piece.code += rest.front();
+    }
+  }
+  return piece;
+}
+
+// The arguments of the call whose "(" stands at `open`; `literal` is the index of the first literal
+// behind it.
+std::vector<Piece> argumentsAt(const Piece& source, std::size_t open, std::size_t literal) {
+  std::vector<Piece> arguments(1);
+  int depth = 0;
+  for (std::size_t at = open; at < source.code.size(); ++at) {
+    const char one = source.code[at];
+    if (contains("([{", {&one, 1}) && depth++ == 0)
+      continue;
+    if (contains(")]}", {&one, 1}) && --depth == 0)
+      break;
+    if (one == ',' && depth == 1) {
+      arguments.emplace_back();
+      continue;
+    }
+    if (one == '\1')
+      arguments.back().literals.push_back(source.literals[literal++]);
+    arguments.back().code += one;
+  }
+  return arguments;
+}
+
+std::vector<Use> usesIn(const std::string& text, const std::string& file) {
+  constexpr std::string_view lookUps[] = {"localisationString(", "localizedString(",
+                                          "hasLocalization(", "hasLocalizedString("};
+  std::vector<Use> uses;
+  const Piece source = withoutComments(text);
+  for (const std::string& literal : source.literals) {
+    if (startsWith(literal, "D_"))
+      uses.push_back({literal, "Localized", std::nullopt, file});
+    if (startsWith(literal, "@@"))
+      uses.push_back({literal.substr(2), "Localizable", 0, file});
+  }
+  for (const std::string_view lookUp : lookUps)
+    for (std::size_t at = source.code.find(lookUp); at != std::string::npos;
+         at = source.code.find(lookUp, at + 1)) {
+      const auto before = std::count(source.code.begin(),
+                                     source.code.begin() + static_cast<std::ptrdiff_t>(at), '\1');
+      const auto arguments =
+          argumentsAt(source, at + lookUp.size() - 1, static_cast<std::size_t>(before));
+      const bool named = arguments.size() > 1 && !arguments[1].literals.empty() &&
+                         !arguments[1].literals.front().empty();
+      const std::string table = named ? arguments[1].literals.front() : "Localized";
+      const bool fills = lookUp == lookUps[0];
+      for (const std::string& key : arguments.front().literals)
+        uses.push_back(
+            {key, table,
+             fills ? std::optional(std::max<std::size_t>(arguments.size(), 2) - 2) : std::nullopt,
+             file});
+    }
+  return uses;
+}
+
+std::vector<Use> usesInSources() {
+  std::vector<Use> uses;
+  for (const auto& entry : fs::recursive_directory_iterator(root / "src")) {
+    const std::string extension = entry.path().extension().string();
+    if (extension != ".cpp" && extension != ".h")
+      continue;
+    for (Use& use : usesIn(contentOf(entry.path()), entry.path().filename().string()))
+      uses.push_back(std::move(use));
+  }
+  return uses;
+}
+
+// ---- The tables
+
+using Tables = std::map<std::string, StringsTable>;  // by name, "Localized"
+
+std::map<std::string, Tables> tablesOfLanguages() {
+  std::map<std::string, Tables> languages;
+  for (const auto& entry : fs::recursive_directory_iterator(root / "resources"))
+    if (entry.path().extension() == ".strings")
+      languages[entry.path().parent_path().stem().string()][entry.path().stem().string()] =
+          parseStringsTable(contentOf(entry.path()));
+  return languages;
+}
+
+// The numbers of the variables that a text fills in, in their order.
+std::multiset<std::size_t> placeholdersOf(std::string_view text) {
+  std::multiset<std::size_t> numbers;
+  std::size_t next = 1;
+  for (std::size_t at = text.find('%'); at < text.size(); at = text.find('%', at + 1)) {
+    const std::string_view rest = text.substr(at);
+    if (startsWith(rest, "%@"))
+      numbers.insert(next++);
+    else if (rest.size() > 3 && rest.substr(2, 2) == "$@")
+      numbers.insert(static_cast<std::size_t>(leadingInteger(rest.substr(1, 1))));
+    else
+      numbers.insert(0);  // a stray "%"; no table needs one
+  }
+  return numbers;
+}
+
+TEST(StringTables, AreWholeAndAlikeInEveryLanguage) {
+  const auto languages = tablesOfLanguages();
+  ASSERT_TRUE(languages.contains("en") && languages.contains("fr"));
+  const Tables& english = languages.at("en");
+  for (const char* wanted : {"Localized", "Localizable", "fields"})
+    ASSERT_TRUE(english.contains(wanted)) << wanted;
+  for (const auto& [language, tables] : languages)
+    for (const auto& [name, reference] : english) {
+      SCOPED_TRACE(language + "/" + name);
+      ASSERT_TRUE(tables.contains(name));
+      const StringsTable& table = tables.at(name);
+      EXPECT_EQ(table.problem, "");
+      EXPECT_THAT(table.repeatedKeys, testing::IsEmpty());
+      for (const auto& [key, text] : reference.texts)
+        EXPECT_TRUE(table.texts.contains(key)) << key << " is missing";
+      for (const auto& [key, text] : table.texts) {
+        ASSERT_TRUE(reference.texts.contains(key)) << key << " is not in the English table";
+        EXPECT_EQ(placeholdersOf(text), placeholdersOf(reference.texts.at(key))) << key;
+        EXPECT_EQ(placeholdersOf(text).count(0), 0u) << key;
+        EXPECT_EQ(trimmed(text), text) << key << " begins or ends with a blank";
+        EXPECT_NE(text, "") << key;
+      }
+    }
+}
+
+TEST(StringTables, NameTheirLanguage) {
+  for (const auto& [language, tables] : tablesOfLanguages())
+    EXPECT_EQ(tables.at("Localized").texts.at("D_Langue"), language + "_");
+}
+
+TEST(StringTables, HoldEveryKeyThatTheSourcesUseWithItsVariables) {
+  const Tables english = tablesOfLanguages().at("en");
+  const auto uses = usesInSources();
+  EXPECT_GE(uses.size(), 3u) << "the search of the sources finds nothing any more";
+  for (const Use& use : uses) {
+    SCOPED_TRACE(use.file + ": \"" + use.key + "\" of " + use.table);
+    ASSERT_TRUE(english.contains(use.table));
+    const auto& texts = english.at(use.table).texts;
+    ASSERT_TRUE(texts.contains(use.key));
+    if (use.variables) {
+      const auto placeholders = placeholdersOf(texts.at(use.key));
+      EXPECT_EQ(placeholders.empty() ? 0 : *placeholders.rbegin(), *use.variables);
+    }
+  }
+  for (const char* key : {"TFF", "BFF", "PFF"})
+    EXPECT_TRUE(english.at("fields").texts.contains(key));
+}
+
+TEST(StringTables, TheSearchSeesEveryWayOfAsking) {
+  const auto uses = usesIn(R"source(
+    // localisationString("comment") "D_comment"
+    /* "@@comment" */
+    const char quote = '"';
+    show(localisationString(on ? "a" : "b", "", name(1, 2), "x"));
+    bundle.localizedString("c", "Other");
+    if (hasLocalization("d\"e")) title("@@f");
+    constexpr auto key = "D_g";
+    const char* raw = R"x(D_h "D_i")x";
+    std::string localisationString(std::string_view key);
+  )source",
+                           "sample");
+  std::string found;
+  for (const Use& use : uses)
+    found += use.table + ":" + use.key + ":" +
+             (use.variables ? std::to_string(*use.variables) : "-") + " ";
+  EXPECT_EQ(found,
+            "Localizable:f:0 Localized:D_g:- Localized:D_h \"D_i\":- Localized:a:2 Localized:b:2 "
+            "Other:c:- "
+            "Localized:d\"e:- ");
+}
+
+}  // namespace
+}  // namespace tessarin
