@@ -1,0 +1,249 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/commandBuilder.h"
+#include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
+#include "support/LogCapture.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+
+std::string key(std::string_view name) {
+  return std::string(name);
+}
+
+Dico jobOf(const char* fields, double fps, int row) {
+  return {{key(JobKey::srcPathStr), "/card/00001.MTS"},
+          {key(JobKey::dstPathStr), "/movies/00001.mov"},
+          {key(SourceKey::wrapper), "mpegts"},
+          {key(SourceKey::v0Codec), "h264"},
+          {key(SourceKey::v0Width), 1920},
+          {key(SourceKey::v0Height), 1080},
+          {key(SourceKey::v0Fps), fps},
+          {key(SourceKey::v0Fields), fieldsText(fields)},
+          {key(SourceKey::a0Id), 1},
+          {key(SourceKey::a0Codec), "ac3"},
+          {key(SourceKey::a0Channels), 2},
+          {key(JobKey::speed), speedKeep},
+          {key(JobKey::sizeOut), row}};
+}
+
+class CommandBuilderTest : public testing::Test {
+ protected:
+  static Arguments argumentsOf(int out, const Dico& job, std::string_view prores = "apcn") {
+    const auto command = encodage(out, job, prores);
+    EXPECT_TRUE(command);
+    return command ? command->arguments : Arguments();
+  }
+  // What follows the option, "" when it is missing.
+  static std::string valueOf(const Arguments& arguments, std::string_view option) {
+    const auto found = std::find(arguments.begin(), arguments.end(), option);
+    return found == arguments.end() || found + 1 == arguments.end() ? "" : *(found + 1);
+  }
+  static std::string filterOf(const Dico& job, int out = outProres) {
+    return valueOf(argumentsOf(out, job), "-vf");
+  }
+  static std::string rateOf(const Dico& job, int out = outProres) {
+    return valueOf(argumentsOf(out, job), "-r");
+  }
+
+  test::TestBundle bundle_;
+  test::LogCapture log_;
+};
+
+TEST_F(CommandBuilderTest, WritesProresOfADeinterlacedSource) {
+  const auto command = encodage(outProres, jobOf("TFF", 25, 10), "apch");
+  ASSERT_TRUE(command);
+  EXPECT_THAT(command->arguments,
+              ElementsAre(Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-fflags",
+                          "+genpts", "-i", "/card/00001.MTS", "-c:v", "prores", "-profile", "3",
+                          "-threads", "auto", "-vf", "yadif=0:-1:0,scale=1920:1080", "-r", "25/1",
+                          "-async", "3000", "-c:a", "pcm_s16le", "-ac", "2", "-movflags",
+                          "faststart", "-sn", "-y", "/movies/00001.mov"));
+  EXPECT_TRUE(command->writesProres);
+}
+
+TEST_F(CommandBuilderTest, OnlyRewrapsAProgressiveSource) {
+  Dico job = jobOf("PFF", 25, 10);
+  job.set(SourceKey::wrapper, "MOV,mp4,m4a");
+  EXPECT_THAT(argumentsOf(outQuickTime, job),
+              ElementsAre(Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-fflags",
+                          "+genpts", "-i", "/card/00001.MTS", "-vsync", "0", "-strict", "1", "-c:v",
+                          "copy", "-vtag", "avc1", "-async", "3000", "-c:a", "pcm_s16le", "-ac",
+                          "2", "-movflags", "faststart", "-sn", "-y", "/movies/00001.mov"));
+  job.set(SourceKey::v0Codec, "mpeg4");
+  EXPECT_THAT(argumentsOf(outQuickTime, job), Not(Contains("-vtag")));
+  EXPECT_THAT(argumentsOf(outQuickTime, jobOf("PFF", 25, 10)), Not(Contains("-vtag")))
+      << "a transport stream";
+  EXPECT_FALSE(encodage(outProres, job, "apcn")->writesProres) << "a copy is still to be exported";
+}
+
+TEST_F(CommandBuilderTest, InterleavesFramesIntoFields) {
+  const Dico job = jobOf("PFF", 50, 12);
+  const Arguments copyTarget = argumentsOf(outQuickTime, job);
+  EXPECT_EQ(valueOf(copyTarget, "-c:v"), "mpeg4") << "such a copy goes by the intermediate";
+  EXPECT_EQ(valueOf(copyTarget, "-vf"), "scale=1920:1080,tinterlace=interleave_top");
+  EXPECT_EQ(valueOf(copyTarget, "-r"), "25/1");
+  const Arguments prores = argumentsOf(outProres, job);
+  EXPECT_EQ(valueOf(prores, "-c:v"), "prores");
+  EXPECT_EQ(valueOf(prores, "-top"), "1");
+  EXPECT_EQ(rateOf(jobOf("PFF", 59.94, 12)), "30000/1001");
+}
+
+TEST_F(CommandBuilderTest, MakesAFrameOfEveryField) {
+  EXPECT_EQ(filterOf(jobOf("TFF", 50, 11)), "yadif=1:-1:0,scale=1920:1080");
+  EXPECT_EQ(rateOf(jobOf("TFF", 50, 11)), "50/1");
+  EXPECT_EQ(filterOf(jobOf("TFF", 59.94, 6)), "yadif=1:-1:0,scale=1280:720");
+  EXPECT_EQ(rateOf(jobOf("TFF", 59.94, 6)), "60000/1001");
+  EXPECT_EQ(filterOf(jobOf("TFF", 47.4, 11)), "yadif=0:-1:0,scale=1920:1080") << "too slow";
+}
+
+TEST_F(CommandBuilderTest, SlowsDownByFields) {
+  Dico job = jobOf("TFF", 50, 10);
+  job.set(JobKey::speed, speedSlow);
+  EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
+  EXPECT_EQ(rateOf(job), "25/1");
+  job.set(JobKey::sizeOut, 12);
+  EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
+}
+
+TEST_F(CommandBuilderTest, KeepsInterlacedPicturesUnscaled) {
+  const Dico job = jobOf("TFF", 50, 9);
+  const Arguments arguments = argumentsOf(outAic, job);
+  EXPECT_THAT(arguments, Not(Contains("-vf")));
+  EXPECT_EQ(valueOf(arguments, "-r"), "25/1");
+  EXPECT_EQ(valueOf(arguments, "-c:v"), "mpeg4");
+  EXPECT_EQ(valueOf(arguments, "-q:vscale"), "1");
+  EXPECT_EQ(valueOf(arguments, "-g"), "1");
+  EXPECT_THAT(argumentsOf(outQuickTime, job), Not(Contains("-c:v"))) << "ffmpeg's own choice";
+}
+
+TEST_F(CommandBuilderTest, ReadsTheRateAsARateOfFields) {
+  EXPECT_EQ(rateOf(jobOf("TFF", 30, 12)), "25/1") << "as required, though it looks odd";
+  EXPECT_EQ(rateOf(jobOf("TFF", 50, 12)), "25/1");
+  EXPECT_EQ(rateOf(jobOf("TFF", 59.94, 12)), "30000/1001");
+  EXPECT_EQ(rateOf(jobOf("TFF", 100, 12)), "25/1");
+  EXPECT_EQ(rateOf(jobOf("TFF", 101, 12)), "30000/1001");
+  Dico rateless = jobOf("TFF", 50, 12);
+  rateless.remove(SourceKey::v0Fps);
+  EXPECT_EQ(rateOf(rateless), "25/1");
+}
+
+TEST_F(CommandBuilderTest, ScalesToTheRowOrKeepsTheSize) {
+  Dico job = jobOf("TFF", 25, 4);
+  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=960:540");
+  job.set(JobKey::sizeOut, 7);
+  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=1440:1080");
+  job.remove(JobKey::sizeOut);
+  job.set(JobKey::speed, speedHalf);
+  job.set(SourceKey::v0Width, 720);
+  job.set(SourceKey::v0Height, 576);
+  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=720:576");
+  job.set(JobKey::sizeOut, 13);
+  EXPECT_FALSE(encodage(outAic, job, "apcn")) << "no such row";
+}
+
+TEST_F(CommandBuilderTest, NumbersTheProresFlavours) {
+  const auto profile = [](std::string_view flavour) {
+    return valueOf(argumentsOf(outProres, jobOf("TFF", 50, 12), flavour), "-profile");
+  };
+  EXPECT_EQ(profile("apco"), "0");
+  EXPECT_EQ(profile("apcs"), "1");
+  EXPECT_EQ(profile("apcn"), "2");
+  EXPECT_EQ(profile("apch"), "3");
+  EXPECT_EQ(profile("ap4h"), "2") << "the encoder writes no 4444";
+  EXPECT_EQ(profile(""), "2");
+}
+
+TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
+  const auto channels = [](std::optional<int> wanted, int inSource) {
+    Dico job = jobOf("TFF", 50, 12);
+    job.set(SourceKey::a0Channels, inSource);
+    if (wanted)
+      job.set(JobKey::prefSurrond, *wanted);
+    return valueOf(argumentsOf(outProres, job), "-ac");
+  };
+  EXPECT_EQ(channels(0, 6), "2");
+  EXPECT_EQ(channels(std::nullopt, 6), "2");
+  EXPECT_EQ(channels(1, 6), "6");
+  EXPECT_EQ(channels(1, 3), "3");
+  EXPECT_EQ(channels(1, 1), "2");
+}
+
+TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute) {
+  Dico job = jobOf("TFF", 50, 12);
+  job.set(SourceKey::a0Force, 1);
+  job.set(SourceKey::a0Codec, "pcm_bluray");
+  const Arguments arguments = argumentsOf(outProres, job);
+  EXPECT_EQ(valueOf(arguments, "-c:a"), "pcm_bluray") << "the first one, before the input";
+  job.remove(SourceKey::a0Id);
+  const Arguments mute = argumentsOf(outProres, job);
+  for (const char* option : {"-c:a", "-ac", "-async"})
+    EXPECT_THAT(mute, Not(Contains(option)));
+}
+
+TEST_F(CommandBuilderTest, PutsTheIndexOfAMovieFirst) {
+  const auto flags = [](const char* destination) {
+    Dico job = jobOf("TFF", 50, 12);
+    job.set(JobKey::dstPathStr, destination);
+    return valueOf(argumentsOf(outProres, job), "-movflags");
+  };
+  EXPECT_EQ(flags("/movies/A.MOV"), "faststart");
+  EXPECT_EQ(flags("/movies/a.mkv"), "");
+  EXPECT_EQ(flags("/movies/mov"), "");
+}
+
+// Whatever the job: a command that ffmpeg can read.
+TEST_F(CommandBuilderTest, EveryJobGivesAWellFormedCommand) {
+  for (const char* fields : {"PFF", "TFF", "BFF"})
+    for (const double fps : {0.0, 24.0, 25.0, 29.97, 50.0, 59.94, 100.0})
+      for (int row = -1; row < 13; ++row)
+        for (int speed = speedKeep; speed <= speedSlow; ++speed)
+          for (int out = outQuickTime; out <= outProres; ++out) {
+            Dico job = jobOf(fields, fps, row);
+            job.set(JobKey::speed, speed);
+            if (row < 0)
+              job.remove(JobKey::sizeOut);
+            const auto command = encodage(out, job, "apcn");
+            ASSERT_TRUE(command);
+            const Arguments& line = command->arguments;
+            const std::string text = joinTexts(line, " ");
+            const auto count = [&line](const char* option) {
+              return std::count(line.begin(), line.end(), option);
+            };
+            const auto input = std::find(line.begin(), line.end(), "-i");
+            ASSERT_NE(input, line.end());
+            ASSERT_LT(std::find(line.begin(), line.end(), "-fflags"), input) << text;
+            for (const char* option : {"-vsync", "-c:v", "-vf", "-r", "-ac", "-movflags"}) {
+              ASSERT_LE(count(option), 1) << text;
+              ASSERT_GT(std::find(line.begin(), line.end(), option), input) << text;
+            }
+            ASSERT_EQ(line.back(), "/movies/00001.mov");
+            ASSERT_EQ(line[line.size() - 2], "-y");
+            ASSERT_TRUE(std::none_of(line.begin(), line.end(), [](const std::string& one) {
+              return one.empty();
+            })) << text;
+            const bool copies = valueOf(line, "-c:v") == "copy";
+            if (copies) {
+              ASSERT_EQ(count("-vf") + count("-r") + count("-threads"), 0) << text;
+            } else {
+              ASSERT_EQ(count("-threads"), 1) << text;
+              ASSERT_EQ(count("-r"), 1) << text;
+            }
+            ASSERT_EQ(command->writesProres, valueOf(line, "-c:v") == "prores") << text;
+          }
+}
+
+}  // namespace
+}  // namespace tessarin

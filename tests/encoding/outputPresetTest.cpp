@@ -1,0 +1,249 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "analysis/SourceInfo.h"
+#include "analysis/codecInventory.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+#include "support/LogCapture.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+std::string key(std::string_view name) {
+  return std::string(name);
+}
+
+// A row as the analysis makes it: the rate is that of the frames or, interlaced, of the fields.
+Dico entryOf(int width, int height, const std::string& scan, double fps) {
+  const Dico info{{key(SourceKey::v0Width), width},
+                  {key(SourceKey::v0Height), height},
+                  {key(SourceKey::v0Fps), fps},
+                  {key(SourceKey::v0Fields), fieldsText(scan == "p" ? "PFF" : "TFF")}};
+  return {{key(BatchKey::fpsSrc), "\n25" + scan}, {key(BatchKey::dico), info}};
+}
+
+Dico withRow(Dico entry, int row) {
+  entry.set(BatchKey::sizeOut, row);
+  return entry;
+}
+
+class OutputPresetTest : public testing::Test {
+ protected:
+  void SetUp() override { codecInventory() = CodecInventory(); }
+  void TearDown() override { codecInventory() = CodecInventory(); }
+
+  test::TestBundle bundle_;
+  test::LogCapture log_;
+};
+
+TEST_F(OutputPresetTest, LabelsTellEverythingAboutARow) {
+  const auto& labels = presetSizesList(false);
+  ASSERT_EQ(labels.size(), 13u);
+  ASSERT_EQ(presetSizesList(true).size(), 13u);
+  EXPECT_EQ(labels[9], "1440x1080 i (   25|30 fps) ->               HDV 1080i50 | HDV 1080i60");
+  EXPECT_EQ(presetShortLabel(labels[4]), " 960x 540 p (   25|30 fps)");
+  EXPECT_EQ(presetShortLabel("presetSameAsSrc"), "presetSameAsSrc");
+  EXPECT_EQ(presetShortLabel(""), "");
+  const std::pair<int, int> sizes[] = {{960, 540},   {1280, 720},  {1280, 720},
+                                       {1440, 1080}, {1440, 1080}, {1440, 1080},
+                                       {1920, 1080}, {1920, 1080}, {1920, 1080}};
+  for (int row = firstConcreteRow; row <= 12; ++row) {
+    const FrameSize size = presetFrameSize(labels[static_cast<std::size_t>(row)]);
+    EXPECT_EQ(std::pair(size.width, size.height), sizes[row - firstConcreteRow]) << row;
+  }
+  EXPECT_EQ(presetFrameSize(labels[3]).width, 0);
+  EXPECT_EQ(presetLabel(-1), std::nullopt);
+  EXPECT_EQ(presetLabel(13), std::nullopt);
+}
+
+TEST_F(OutputPresetTest, EachApplicationAcceptsItsOwnRows) {
+  const auto accepted = [](int soft) {
+    std::vector<int> rows;
+    for (int row = 0; row < 13; ++row)
+      if (presetIsCompliant(row, soft))
+        rows.push_back(row);
+    return rows;
+  };
+  using testing::ElementsAre;
+  EXPECT_THAT(accepted(0), ElementsAre(5, 7, 9));
+  EXPECT_THAT(accepted(1), ElementsAre(5, 7, 9, 10, 12));
+  EXPECT_THAT(accepted(2), ElementsAre(4, 5, 7, 9, 10, 12));
+  EXPECT_THAT(accepted(3), ElementsAre(5, 6, 7, 8, 9, 10, 11, 12));
+  EXPECT_EQ(accepted(softNone).size(), 13u);
+  EXPECT_EQ(accepted(4).size(), 13u);
+  EXPECT_FALSE(presetIsCompliant(99, 0));
+}
+
+struct Expectation {
+  const char* source;
+  int width;
+  int height;
+  const char* scan;
+  double fps;
+  int soft;
+  int row;
+};
+
+TEST_F(OutputPresetTest, FindsTheRowForASource) {
+  const Expectation expectations[] = {
+      {"full HD progressive, any application", 1920, 1080, "p", 25, softNone, 10},
+      {"the exact row is refused and not kept: HDV instead", 1920, 1080, "p", 25, 0, 7},
+      {"no label holds 1080i25: by the width", 1920, 1080, "i", 25, softNone, 12},
+      {"the same, and only HDV interlaced is accepted", 1920, 1080, "i", 25, 0, 9},
+      {"fields per second are in the label", 1920, 1080, "i", 50, softNone, 12},
+      {"59.94 is 60", 1280, 720, "p", 59.94, softNone, 6},
+      {"59.94 is 60, accepted by 50p/60p", 1280, 720, "p", 59.94, 3, 6},
+      {"720p60 is refused: the one other 720p row", 1280, 720, "p", 59.94, 0, 5},
+      {"23.976 is 24", 1440, 1080, "p", 23.976, 1, 7},
+      {"PAL progressive: the smallest of list order that holds it", 720, 576, "p", 25, 2, 4},
+      {"PAL progressive, no 960x540", 720, 576, "p", 25, 1, 5},
+      {"PAL interlaced: smallest interlaced", 720, 576, "i", 50, 2, 9},
+      {"4K: none holds it, the last of the sweep stays", 3840, 2160, "p", 25, 2, 10},
+      {"no progressive 50 row for iMovie: the others of that scan", 720, 576, "p", 50, 1, 5},
+  };
+  for (const Expectation& wanted : expectations)
+    EXPECT_EQ(presetAutoComputedFromSrc(
+                  entryOf(wanted.width, wanted.height, wanted.scan, wanted.fps), wanted.soft),
+              wanted.row)
+        << wanted.source;
+}
+
+TEST_F(OutputPresetTest, WithoutScanTextTheSourceCountsAsInterlaced) {
+  Dico entry = entryOf(1920, 1080, "p", 25);
+  entry.remove(BatchKey::fpsSrc);
+  EXPECT_EQ(presetAutoComputedFromSrc(entry, softNone), 12);
+}
+
+TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
+  Dico info{{key(SourceKey::v0Width), 1000}, {key(SourceKey::v0Height), 700}};
+  EXPECT_EQ(presetAutoComputedFromSrc({{key(BatchKey::fpsSrc), "p"}, {key(BatchKey::dico), info}},
+                                      softNone),
+            5);
+  EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
+}
+
+TEST_F(OutputPresetTest, WithoutSourceInfoThereIsNoRowButAnAlert) {
+  const PresetChoice choice = choosePreset(Dico(), 1);
+  EXPECT_EQ(choice.row, -1);
+  EXPECT_EQ(choice.alertTitle, "presetAutoComputedFromSrc() :-(");
+  EXPECT_EQ(choice.alertText, "no dico sent (d=1, d->dico=0)");
+}
+
+const int widths[] = {0, 320, 640, 720, 960, 1280, 1440, 1920, 3840};
+const int heights[] = {0, 240, 480, 540, 576, 720, 1080, 2160};
+const double rates[] = {
+    0,    14.985, 23.976, 25, 29.97, 30,    31,
+    31.1, 50,     59.94,  60, 100,   1e300, std::numeric_limits<double>::quiet_NaN()};
+
+TEST_F(OutputPresetTest, EverySourceGetsASizeAndKeepsIt) {
+  for (const int width : widths)
+    for (const int height : heights)
+      for (const char* scan : {"p", "i"})
+        for (const double rate : rates)
+          for (int soft = softNone; soft <= 3; ++soft) {
+            const Dico entry = entryOf(width, height, scan, rate);
+            const int row = presetAutoComputedFromSrc(entry, soft);
+            ASSERT_TRUE(row >= firstConcreteRow && row <= 12)
+                << width << "x" << height << scan << rate << " soft " << soft << ": " << row;
+            ASSERT_TRUE(presetIsCompliant(row, soft));
+            ASSERT_EQ(presetAutoComputedFromSrc(withRow(entry, row), soft), row);
+          }
+}
+
+TEST_F(OutputPresetTest, WithoutApplicationASourceOfARowsOwnKindGetsThatRow) {
+  struct Kind {
+    int row;
+    const char* scan;
+    std::vector<double> rates;
+  };
+  const Kind kinds[] = {
+      {4, "p", {25, 29.97}},       {5, "p", {23.976, 25, 30}}, {6, "p", {50, 59.94}},
+      {7, "p", {24, 25, 29.97}},   {8, "p", {50, 60}},         {9, "i", {50, 59.94}},
+      {10, "p", {23.976, 25, 30}}, {11, "p", {50, 59.94}},     {12, "i", {50, 59.94}}};
+  for (const Kind& kind : kinds)
+    for (const double rate : kind.rates) {
+      const FrameSize size = presetFrameSize(*presetLabel(kind.row));
+      EXPECT_EQ(
+          presetAutoComputedFromSrc(entryOf(size.width, size.height, kind.scan, rate), softNone),
+          kind.row)
+          << rate;
+    }
+}
+
+TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
+  const std::string fpsSrc = key(BatchKey::fpsSrc);
+  const std::string fields = key(SourceKey::v0Fields);
+  EXPECT_TRUE(isSourceProgressive({{fpsSrc, "\n25p"}, {fields, "i"}}));
+  EXPECT_FALSE(isSourceProgressive({{fpsSrc, ""}, {fields, "Progressive"}})) << "present but empty";
+  EXPECT_TRUE(isSourceProgressive({{fields, "Progressive"}}));
+  EXPECT_FALSE(isSourceProgressive({{fields, "progressive"}}));
+  EXPECT_FALSE(isSourceProgressive({}));
+  EXPECT_FALSE(isHighFrameRate(31.0));
+  EXPECT_TRUE(isHighFrameRate(31.01));
+}
+
+TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
+  const auto info = [](const char* scan, double fps) {
+    return *entryOf(1920, 1080, scan, fps).dico("dico");
+  };
+  EXPECT_TRUE(needsInterleaveToI50(info("p", 47.5), presetLabel(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 47.4), presetLabel(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("i", 50), presetLabel(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), presetLabel(11)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), std::nullopt));
+  Dico rateless = info("p", 50);
+  rateless.remove(SourceKey::v0Fps);
+  EXPECT_FALSE(needsInterleaveToI50(rateless, presetLabel(12)));
+}
+
+TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
+  const auto quickTime = [](const Dico& entry) {
+    return cellAllowedOut(entry, true, false, false);
+  };
+  EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 10)));
+  EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 12))) << "only the size is compared";
+  EXPECT_TRUE(quickTime(withRow(entryOf(960, 540, "p", 25), 4)));
+  EXPECT_TRUE(quickTime(entryOf(640, 480, "p", 25))) << "no row yet";
+  EXPECT_TRUE(quickTime(withRow(entryOf(640, 480, "p", 25), -1)));
+
+  EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 7))) << "another size";
+  EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "i", 25), 12))) << "interlaced";
+  EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 50), 12))) << "frames become fields";
+  EXPECT_FALSE(
+      quickTime(withRow({{key(BatchKey::fpsSrc), "p"}, {key(BatchKey::dico), Dico()}}, 10)))
+      << "unknown size";
+  Dico half = withRow(entryOf(1920, 1080, "p", 25), 10);
+  half.set(BatchKey::fps, speedHalf);
+  EXPECT_FALSE(quickTime(half));
+}
+
+TEST_F(OutputPresetTest, EncodersAreOfferedWhenTheyAreThere) {
+  const Dico full = withRow(entryOf(1920, 1080, "i", 50), 12);
+  const Dico small = withRow(entryOf(1920, 1080, "i", 50), 4);
+  EXPECT_FALSE(cellAllowedOut(full, false, true, false));
+  EXPECT_FALSE(cellAllowedOut(full, false, false, true));
+  codecInventory().aic = true;
+  codecInventory().prores = true;
+  EXPECT_TRUE(cellAllowedOut(full, false, true, false));
+  EXPECT_TRUE(cellAllowedOut(full, false, false, true));
+  EXPECT_TRUE(cellAllowedOut(small, false, true, false));
+  EXPECT_FALSE(cellAllowedOut(small, false, false, true)) << "no ProRes of 960x540";
+}
+
+TEST_F(OutputPresetTest, PutsTheProresFlavourIntoTheExportSettings) {
+  EXPECT_EQ(whichPresetProres("pr1080p25", "apch"), "prHd1080p25");
+  EXPECT_EQ(whichPresetProres("pr1080p25", "apcn"), "pr1080p25");
+  EXPECT_EQ(whichPresetProres("pr720p50", "apcs"), "prLt720p50");
+  EXPECT_EQ(whichPresetProres("pr720p50", "apco"), "prProxy720p50");
+  EXPECT_EQ(whichPresetProres("pr720p50", "ap4h"), "pr4x4720p50");
+  EXPECT_EQ(whichPresetProres("pr720p50", "xxxx"), "pr720p50");
+  EXPECT_EQ(whichPresetProres("1280x720p", "apch"), "1280x720p");
+  EXPECT_EQ(whichPresetProres(std::nullopt, "apch"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tessarin
