@@ -22,7 +22,7 @@ constexpr std::size_t readSize = 65536;
 
 // How long after the last command's exit its output may stay open in the hands of a process that
 // it left behind, before the run ends all the same.
-constexpr std::chrono::milliseconds outputGrace(250);
+constexpr std::chrono::milliseconds outputGrace(500);
 
 // How long a killed process may take to go.
 constexpr std::chrono::milliseconds goingTime(2000);
@@ -36,7 +36,7 @@ bool somethingAt(const std::string& path) {
 std::optional<std::string> resolveProgram(const std::string& name) {
   if (somethingAt(name))
     return name;
-  const auto resource = Bundle::main().pathForResource(withoutExtension(name), pathExtension(name));
+  auto resource = Bundle::main().pathForResource(withoutExtension(name), pathExtension(name));
   if (resource && somethingAt(*resource))
     return resource;
   return std::nullopt;

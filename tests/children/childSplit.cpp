@@ -1,13 +1,16 @@
-// Writes "frame=1 time=00:00:" and, 300 ms later,
-// "01.00 bitrate=1\n": a line that arrives in two pieces.
+// childSplit FILE: writes "frame=1 time=00:00:" and, once the file exists, "01.00 bitrate=1\n": a
+// line that arrives in two pieces.
 #include <unistd.h>
 
 #include <cstdio>
 
-int main() {
+int main(int count, char** arguments) {
+  if (count != 2)
+    return 2;
   std::fputs("frame=1 time=00:00:", stdout);
   std::fflush(stdout);
-  ::usleep(300 * 1000);
+  while (::access(arguments[1], F_OK) != 0)
+    ::usleep(2000);
   std::fputs("01.00 bitrate=1\n", stdout);
   return 0;
 }

@@ -18,23 +18,5 @@ TEST(AlertsTest, withoutAFrontAlertsGoToTheLogAndTheFirstButtonAnswers) {
   EXPECT_TRUE(log.has("alert               : Done"));
 }
 
-TEST(AlertsTest, theAlertsOfAFrontAreUsedUntilTheyAreTakenAway) {
-  class Scripted : public Alerts {
-   public:
-    using Alerts::show;
-    void show(const Alert& alert, std::function<void(AlertAnswer)>) override {
-      shown = alert.message;
-    }
-    std::string shown;
-  } scripted;
-  const test::LogCapture log;
-  setUserAlerts(&scripted);
-  userAlerts().show({"Hello", ""});
-  setUserAlerts(nullptr);
-  userAlerts().show({"Bye", ""});
-  EXPECT_EQ(scripted.shown, "Hello");
-  EXPECT_TRUE(log.mentions("Bye"));
-}
-
 }  // namespace
 }  // namespace tessarin

@@ -6,14 +6,12 @@
 
 #include <cerrno>
 #include <csignal>
-#include <set>
 #include <thread>
 
 #include "platform/ChildProcess.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/children.h"
 #include "support/processState.h"
-#include "utils/log.h"
 
 namespace tessarin {
 namespace {
@@ -160,15 +158,6 @@ TEST(ChildProcessTest, streamsMayLieOnAnyDescriptor) {
   EXPECT_EQ(folder.read("error"), "err\n");
 }
 
-TEST(ChildProcessTest, errorsThatNobodyCollectsGoToTheLog) {
-  const test::ScopedTemporaryFolder folder;
-  const Descriptor file(::open(folder.file("log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-  setLogDescriptor(file.number());
-  outputOf({"/bin/sh", {"-c", "echo message >&2"}});
-  setLogDescriptor(-1);
-  EXPECT_EQ(folder.read("log"), "message\n");
-}
-
 TEST(ChildProcessTest, suspendResumeAndKillReachAChildThatIgnoresEverything) {
   Outcome<ChildProcess> child = ChildProcess::start({test::childPath("childHang"), {}});
   ASSERT_TRUE(child);
@@ -222,24 +211,6 @@ TEST(ChildProcessTest, theExitStatusIsKnownEvenIfChildSignalsWereIgnored) {
   outputOf({test::childPath("childEnd"), {"exit", "5"}}, &ended);
   std::signal(SIGCHLD, SIG_DFL);
   EXPECT_EQ(ended.number(), 5);
-}
-
-TEST(ChildProcessTest, theExitDescriptorSpeaksAtTheExitOnly) {
-  Outcome<ChildProcess> child =
-      ChildProcess::start({test::childPath("childCloseAndLive"), {"100", "6"}});
-  ASSERT_TRUE(child);
-  ASSERT_GE(child->exitDescriptor(), 0);
-  EXPECT_FALSE(child->waitFor(milliseconds(1)));
-  const auto ended = child->waitFor(std::chrono::seconds(20));
-  ASSERT_TRUE(ended);
-  EXPECT_EQ(ended->number(), 6);
-
-  ChildSetup old{test::childPath("childCloseAndLive"), {"20", "7"}};
-  old.exitDescriptor = false;
-  Outcome<ChildProcess> onOldKernel = ChildProcess::start(old);
-  ASSERT_TRUE(onOldKernel);
-  EXPECT_EQ(onOldKernel->exitDescriptor(), -1);
-  EXPECT_EQ(onOldKernel->waitFor(std::chrono::seconds(20)).value_or(ExitStatus{}).number(), 7);
 }
 
 TEST(ChildProcessTest, childrenDieWithAProcessThatCrashes) {

@@ -14,10 +14,5 @@ TEST(SystemFactsTest, theDistributionNamesItselfWithOrWithoutQuotes) {
   EXPECT_EQ(operatingSystemText(""), "");
 }
 
-TEST(SystemFactsTest, theKernelAndTheProcessorsAreKnown) {
-  EXPECT_NE(kernelRelease().find('.'), std::string::npos);
-  EXPECT_GE(processorCount(), 1);
-}
-
 }  // namespace
 }  // namespace tessarin

@@ -44,4 +44,10 @@ inline bool hasChildren() {
   return ::waitid(P_ALL, 0, &ignored, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
 }
 
+// Whether a child of ours has exited and was not reaped.
+inline bool hasZombies() {
+  siginfo_t child{};
+  return ::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0 && child.si_pid != 0;
+}
+
 }  // namespace tessarin::test

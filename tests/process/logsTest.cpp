@@ -1,0 +1,113 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "platform/ChildProcess.h"
+#include "process/logs.h"
+#include "support/LogCapture.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+class LogsTest : public testing::Test {
+ protected:
+  LogsTest() {
+    std::filesystem::create_directories(std::filesystem::path(resumeLogPath()).parent_path());
+  }
+
+  const test::TestBundle bundle_;
+  const test::ScopedTemporaryFolder folder_;
+  const test::ScopedEnvironment home_{"HOME", folder_.path()};
+};
+
+TEST_F(LogsTest, bothLogsLieInTheUsersLogFolder) {
+  const std::string logs = folder_.file("Library/Logs/" + Bundle::main().name());
+  EXPECT_EQ(detailLogPath(), logs + "/Details.log");
+  EXPECT_EQ(resumeLogPath(), logs + "/Resume.log");
+}
+
+TEST_F(LogsTest, theSummaryLogBeginsWithItsDate) {
+  const std::string name = "Library/Logs/" + Bundle::main().name() + "/Resume.log";
+  resumeLogAppend(std::nullopt);
+  const std::string begun = folder_.read(name);
+  EXPECT_THAT(begun, MatchesRegex("\xEF\xBB\xBFstart date    : "
+                                  "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8} [+-][0-9]{4}"));
+  resumeLogAppend(std::nullopt);
+  resumeLogAppend("\nÉté.MTS\n");
+  resumeLogAppend("done");
+  EXPECT_EQ(folder_.read(name), begun + "\nÉté.MTS\ndone");
+}
+
+TEST_F(LogsTest, redirectionTakesEverythingToTheFileAndWorksOnce) {
+  const std::string path = folder_.write("Details.log", "before\n");
+  const auto redirectAndWrite = [&] {
+    const bool missing = redirectStdoutToFile(folder_.file("missing/Details.log"));
+    const bool first = redirectStdoutToFile(path);
+    const bool second = redirectStdoutToFile(folder_.file("other.log"));
+    std::puts("output");
+    std::fflush(stdout);
+    logLine("line");
+    Outcome<ChildProcess> child = ChildProcess::start({"/bin/sh", {"-c", "echo child >&2"}});
+    child->wait();
+    std::_Exit(!missing && first && !second ? 0 : 1);
+  };
+  EXPECT_EXIT(redirectAndWrite(), testing::ExitedWithCode(0), "missing/Details.log");
+  const std::string text = folder_.read("Details.log");
+  EXPECT_THAT(text, StartsWith("before\n"));
+  EXPECT_THAT(text, HasSubstr("] if (newStdout || newStderr)\n"));
+  EXPECT_THAT(text, HasSubstr("output\n"));
+  EXPECT_THAT(text, HasSubstr("] line\nchild\n"));
+  EXPECT_NE(::access(folder_.file("other.log").c_str(), F_OK), 0);
+}
+
+TEST_F(LogsTest, aProgramMayKeepItsTerminalAndSendOnlyItsLog) {
+  ASSERT_TRUE(sendLogToFile(folder_.file("Details.log")));
+  logLine("line");
+  EXPECT_FALSE(sendLogToFile(folder_.file("missing/Details.log")));
+  logLine("next");
+  setLogDescriptor(-1);
+  EXPECT_THAT(folder_.read("Details.log"), MatchesRegex(".*\\] line\n.*\\] next\n"));
+}
+
+TEST_F(LogsTest, theDebugEntryTogglesTheFlag) {
+  const test::LogCapture log(false);
+  DebugMenuItem item{false, "Debug"};
+  item = menuDebugToggle(item);
+  EXPECT_TRUE(item.on);
+  EXPECT_TRUE(debugMode());
+  EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug0", "Localized"));
+  EXPECT_THAT(log.lines(), ElementsAre("a_menuDebugToggle   …", "a_menuDebugToggle   : Debug",
+                                       "menuDebug           : 1"));
+  item = menuDebugToggle(item);
+  EXPECT_FALSE(item.on);
+  EXPECT_FALSE(debugMode());
+  EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug1", "Localized"));
+  EXPECT_TRUE(log.has("menuDebug           : 0"));
+}
+
+TEST_F(LogsTest, theMachineIsDescribed) {
+  const test::LogCapture log;
+  EXPECT_GT(operatingSystemVersion(), 2);
+  EXPECT_GE(processorsAndCores(), 1);
+  EXPECT_EQ(mediaFrameworkVersion(), 0);
+  EXPECT_TRUE(displayIsAccelerated());
+  EXPECT_FALSE(isOldProcessor());
+  EXPECT_THAT(
+      log.lines(),
+      ElementsAre(MatchesRegex("Operating System    : [0-9]+\\.[0-9]+\\.[0-9]+"),
+                  MatchesRegex("Processors/Cores    x [0-9]+"), "versionQT           :-( echec",
+                  "Quartz Extreme      :-) compatible video card", "cpuSubtype          : 0",
+                  "cpu > G3            :-)"));
+}
+
+}  // namespace
+}  // namespace tessarin

@@ -1,0 +1,345 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "process/launcherRecorder.h"
+#include "process/taskLauncher.h"
+#include "support/LogCapture.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+#include "support/children.h"
+#include "support/processState.h"
+
+namespace tessarin {
+namespace {
+
+using test::childPath;
+using test::LauncherRun;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+std::size_t count(const std::string& text, char letter) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), letter));
+}
+
+TEST(TaskLauncherTest, outputAndErrorsOfASingleCommandArriveAndTheEndComesOnce) {
+  LauncherRun run;
+  EXPECT_FALSE(run.launcher.isRunning());
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({"/bin/sh", "-c", "echo out; echo err >&2"}), 0);
+  EXPECT_TRUE(run.launcher.isRunning());
+  EXPECT_TRUE(test::loopUntil(run.loop, [&] { return run.recorder.ends > 0; }));
+  EXPECT_THAT(run.recorder.text, AllOf(HasSubstr("out\n"), HasSubstr("err\n")));
+  EXPECT_EQ(run.recorder.statusAtEnd, 0);
+  EXPECT_FALSE(run.recorder.runningAtEnd);
+
+  run.launcher.tasklauncherTerminate();  // as an owner does that is told of the end
+  EXPECT_EQ(run.recorder.ends, 1);
+  EXPECT_EQ(run.launcher.terminationStatus(), 0);
+}
+
+TEST(TaskLauncherTest, aChainIsConnectedAndItsLastCommandDecides) {
+  LauncherRun chain;
+  ASSERT_EQ(chain.runToEnd({"/usr/bin/printf", "b\\na\\nc\\n", "|", "/usr/bin/sort", "|",
+                            "/usr/bin/tr", "abc", "xyz"}),
+            0);
+  EXPECT_EQ(chain.recorder.text, "x\ny\nz\n");
+
+  LauncherRun firstFails;
+  firstFails.runToEnd({childPath("childEnd"), "exit", "3", "|", "/bin/cat"});
+  EXPECT_EQ(firstFails.recorder.text, "ending\n");
+  EXPECT_EQ(firstFails.recorder.statusAtEnd, 0);
+
+  LauncherRun lastFails;
+  lastFails.runToEnd({"/bin/echo", "x", "|", childPath("childEnd"), "exit", "42"});
+  EXPECT_EQ(lastFails.recorder.statusAtEnd, 42);
+
+  LauncherRun lastDies;
+  lastDies.runToEnd({childPath("childEnd"), "signal", "15"});
+  EXPECT_EQ(lastDies.recorder.statusAtEnd, 128 + SIGTERM);
+}
+
+TEST(TaskLauncherTest, wrongListsAreRefusedAndNothingRuns) {
+  const test::LogCapture log;
+  const test::ScopedTemporaryFolder folder;
+  const std::string text = folder.write("text", "no program");
+  const std::vector<std::pair<int, Arguments>> cases{
+      {1, {}},
+      {2, {"|"}},
+      {2, {"|", "/bin/cat"}},
+      {2, {"/bin/cat", "|", "|", "/bin/cat"}},
+      {2, {"/bin/cat", "|"}},
+      {3, {"ls"}},  // in /usr/bin, but neither a path nor a resource
+      {3, {"/nowhere/tool", "argument"}},
+      {3, {"/bin/sleep", "60", "|", "/nowhere/tool"}},
+      {3, {"/bin/sleep", "60", "|", text}},  // there, but not to be started
+      {3, {""}},
+  };
+  for (const auto& [result, arguments] : cases) {
+    LauncherRun run;
+    EXPECT_EQ(run.launcher.launchTasksWithArguments(arguments), result)
+        << testing::PrintToString(arguments);
+    EXPECT_EQ(run.launcher.isRunning(), result != 1);  // stays set until the owner gives up
+    test::loopFor(run.loop, std::chrono::milliseconds(1));
+    EXPECT_THAT(run.recorder.events, IsEmpty());
+    EXPECT_FALSE(test::hasChildren());
+  }
+  EXPECT_TRUE(log.has("taskLauncher        :-( '/nowhere/tool' not found"));
+  EXPECT_TRUE(
+      log.has("taskLauncher        :-( '" + text + "' cannot be started: Permission denied"));
+}
+
+TEST(TaskLauncherTest, programsMayBeResources) {
+  const test::ScopedTemporaryFolder folder;
+  ASSERT_EQ(::symlink("/bin/echo", folder.file("speak.tool").c_str()), 0);
+  const test::LogCapture log;  // the folder has no Info.plist
+  const test::TestBundle bundle(folder.path(), "en");
+  LauncherRun run;
+  EXPECT_EQ(run.runToEnd({"speak.tool", "found"}), 0);
+  EXPECT_EQ(run.recorder.text, "found\n");
+}
+
+TEST(TaskLauncherTest, aLeadingTildeIsTheHomeFolderExceptInAUrl) {
+  const test::ScopedEnvironment home("HOME", "/home/somebody");
+  LauncherRun run;
+  run.runToEnd({"/usr/bin/printf", "%s\\n", "~/clip.mts", "a~/b", "~://x", "http://host/~me"});
+  EXPECT_EQ(run.recorder.text, "/home/somebody/clip.mts\na~/b\n~://x\nhttp://host/~me\n");
+}
+
+TEST(TaskLauncherTest, commandsRunInTheToolEnvironmentWithoutTheTerminal) {
+  const test::ScopedEnvironment language("LC_CTYPE", "C");
+  LauncherRun run;
+  run.runToEnd({childPath("childReport")});
+  EXPECT_THAT(run.recorder.text,
+              AllOf(HasSubstr("environment LC_CTYPE=en_US.UTF-8\n"), Not(HasSubstr("LC_CTYPE=C\n")),
+                    HasSubstr("environment FONTCONFIG_PATH="), HasSubstr("input empty\n")));
+}
+
+TEST(TaskLauncherTest, messagesOfTheFirstCommandsGoToTheLog) {
+  const test::ScopedTemporaryFolder folder;
+  const Descriptor file(::open(folder.file("log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  setLogDescriptor(file.number());
+  LauncherRun run;
+  run.runToEnd({"/bin/sh", "-c", "echo message >&2; echo data", "|", "/bin/cat"});
+  setLogDescriptor(-1);
+  EXPECT_EQ(run.recorder.text, "data\n");
+  EXPECT_EQ(folder.read("log"), "message\n");
+}
+
+TEST(TaskLauncherTest, piecesThatAreNotAsciiAreDroppedAsTextAndKeptAsData) {
+  const test::ScopedTemporaryFolder folder;
+  const std::string line = "printf plain; while ! [ -e " + folder.file("go") +
+                           " ]; do sleep 0.01; done; printf 'Caf\\303\\251'";
+  for (const bool asData : {false, true}) {
+    ::unlink(folder.file("go").c_str());
+    LauncherRun run;
+    run.launcher.dontConvertDataToString(asData);
+    ASSERT_EQ(run.launcher.launchTasksWithArguments({"/bin/sh", "-c", line}), 0);
+    EXPECT_TRUE(test::loopUntil(run.loop,
+                                [&] { return run.recorder.text + run.recorder.data == "plain"; }));
+    folder.write("go", "");
+    EXPECT_TRUE(test::loopUntil(run.loop, [&] { return run.recorder.ends > 0; }));
+    EXPECT_EQ(run.recorder.text, asData ? "" : "plain");
+    EXPECT_EQ(run.recorder.data, asData ? "plainCaf\303\251" : "");
+  }
+}
+
+TEST(TaskLauncherTest, aLineMayArriveInPieces) {
+  const test::ScopedTemporaryFolder folder;
+  LauncherRun run;
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({childPath("childSplit"), folder.file("go")}), 0);
+  ASSERT_TRUE(run.receives("frame=1"));
+  folder.write("go", "");
+  EXPECT_TRUE(test::loopUntil(run.loop, [&] { return run.recorder.ends > 0; }));
+  EXPECT_THAT(run.recorder.pieces, ElementsAre("frame=1 time=00:00:", "01.00 bitrate=1\n"));
+}
+
+TEST(TaskLauncherTest, floodsOnBothStreamsArriveWholeInPiecesOfBoundedSize) {
+  LauncherRun run;
+  ASSERT_EQ(run.runToEnd({childPath("childFlood"), "5000000"}), 0);
+  EXPECT_EQ(run.recorder.statusAtEnd, 0);
+  EXPECT_EQ(count(run.recorder.text, 'o'), 5000000U);
+  EXPECT_EQ(count(run.recorder.text, 'e'), 5000000U);
+  for (const std::string& piece : run.recorder.pieces)
+    ASSERT_LE(piece.size(), 65536U);
+}
+
+TEST(TaskLauncherTest, whatWasWrittenRightBeforeTheExitIsDeliveredBeforeTheEnd) {
+  for (int round = 0; round < 20; ++round) {
+    LauncherRun run;
+    run.runToEnd({childPath("childFlood"), "60000"});
+    ASSERT_EQ(run.recorder.text.size(), 120000U);
+  }
+}
+
+TEST(TaskLauncherTest, aCommandThatClosedItsStreamsIsWaitedForWithoutProcessorTime) {
+  LauncherRun run;
+  const double before = test::processorSeconds();
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({childPath("childCloseAndLive"), "700", "9"}), 0);
+  ASSERT_TRUE(run.receives("closing"));
+  EXPECT_EQ(run.recorder.ends, 0);
+  run.loop.runAfter(std::chrono::milliseconds(900), [&] { run.loop.stop(0); });
+  run.loop.run();
+  EXPECT_LT(test::processorSeconds() - before, 0.1);
+  EXPECT_EQ(run.recorder.ends, 1);
+  EXPECT_EQ(run.recorder.statusAtEnd, 9);
+}
+
+TEST(TaskLauncherTest, whatACommandLeavesBehindDoesNotHoldUpTheEnd) {
+  LauncherRun quiet;
+  quiet.runToEnd({"/bin/sh", "-c", "sleep 60 & echo $!; exit 5"});
+  EXPECT_EQ(quiet.recorder.statusAtEnd, 5);
+  const pid_t left = std::atoi(quiet.recorder.text.c_str());
+  ASSERT_GT(left, 1);
+  EXPECT_EQ(test::processLetter(left), 'S');  // it may go on, as it would behind a shell
+  ::kill(left, SIGKILL);
+
+  LauncherRun noisy;
+  noisy.runToEnd({"/bin/sh", "-c", "echo first; yes & exit 6"});
+  EXPECT_EQ(noisy.recorder.statusAtEnd, 6);
+  EXPECT_THAT(noisy.recorder.text, HasSubstr("first\n"));
+}
+
+TEST(TaskLauncherTest, helpersThatEndWithTheCommandAreHeardToTheEnd) {
+  LauncherRun run;
+  run.runToEnd({"/bin/sh", "-c", "(sleep 0.02; echo late) & echo early"});
+  EXPECT_EQ(run.recorder.text, "early\nlate\n");
+}
+
+TEST(TaskLauncherTest, terminateKillsWhatIgnoresEverythingAndTellsOnce) {
+  LauncherRun run;
+  ASSERT_EQ(run.launcher.launchTasksWithArguments(
+                {childPath("childHang"), "|", "/bin/cat", "|", childPath("childHang")}),
+            0);
+  ASSERT_TRUE(run.receives("ready"));
+  run.launcher.suspend();
+  run.launcher.tasklauncherTerminate();
+  EXPECT_THAT(run.recorder.events, ElementsAre("suspend", "resume", "end"));
+  EXPECT_EQ(run.recorder.statusAtEnd, taskLauncher::abortedStatus);
+  EXPECT_FALSE(run.launcher.isRunning());
+  EXPECT_FALSE(test::hasChildren());
+
+  run.launcher.tasklauncherTerminate();
+  test::loopFor(run.loop, std::chrono::milliseconds(20));
+  EXPECT_EQ(run.recorder.ends, 1);
+  EXPECT_EQ(run.launcher.terminationStatus(), taskLauncher::abortedStatus);
+}
+
+TEST(TaskLauncherTest, terminateWorksFromInsideTheOutputCallback) {
+  struct Stopper : test::LauncherRecorder {
+    void taskLauncherDidReceiveNewString(taskLauncher& launcher,
+                                         const std::string& piece) override {
+      LauncherRecorder::taskLauncherDidReceiveNewString(launcher, piece);
+      launcher.tasklauncherTerminate();
+    }
+    void taskLauncherTaskDidEnd(taskLauncher& launcher) override {
+      LauncherRecorder::taskLauncherTaskDidEnd(launcher);
+      launcher.tasklauncherTerminate();
+    }
+  } stopper;
+  LauncherRun run;
+  run.launcher.setDelegate(&stopper);
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({childPath("childFlood"), "100000000"}), 0);
+  EXPECT_TRUE(test::loopUntil(run.loop, [&] { return stopper.ends > 0; }));
+  test::loopFor(run.loop, std::chrono::milliseconds(20));
+  EXPECT_EQ(stopper.pieces.size(), 1U);
+  EXPECT_EQ(stopper.ends, 1);
+  EXPECT_EQ(stopper.statusAtEnd, taskLauncher::abortedStatus);
+  EXPECT_FALSE(test::hasChildren());
+}
+
+TEST(TaskLauncherTest, suspendStopsTheWholeChainAndResumeContinuesIt) {
+  LauncherRun run;
+  run.launcher.suspend();  // before the launch: nothing
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({"/bin/sh", "-c", "echo $$; exec sleep 60", "|",
+                                                   "/bin/sh", "-c",
+                                                   "read first; echo $first $$.; exec sleep 60"}),
+            0);
+  ASSERT_TRUE(run.receives("."));
+  int first = 0;
+  int second = 0;
+  ASSERT_EQ(std::sscanf(run.recorder.text.c_str(), "%d %d", &first, &second), 2);
+  const auto letters = [&](char letter) {
+    return test::loopUntil(run.loop, [&] {
+      return test::processLetter(first) == letter && test::processLetter(second) == letter;
+    });
+  };
+  run.launcher.suspend();
+  run.launcher.suspend();
+  EXPECT_TRUE(run.launcher.isSuspended());
+  EXPECT_TRUE(letters('T'));
+  run.launcher.resume();
+  run.launcher.resume();
+  EXPECT_FALSE(run.launcher.isSuspended());
+  EXPECT_TRUE(letters('S'));
+  EXPECT_THAT(run.recorder.events, ElementsAre("suspend", "resume"));
+}
+
+TEST(TaskLauncherTest, theFirstCommandsAreReapedWhileTheLastOneRuns) {
+  LauncherRun run;
+  ASSERT_EQ(run.launcher.launchTasksWithArguments(
+                {childPath("childEnd"), "exit", "0", "|", childPath("childHang")}),
+            0);
+  ASSERT_TRUE(run.receives("ready"));
+  EXPECT_TRUE(test::loopUntil(run.loop, [] { return !test::hasZombies(); }));
+  test::loopFor(run.loop, std::chrono::milliseconds(20));
+  EXPECT_FALSE(test::hasZombies());
+  EXPECT_EQ(run.recorder.ends, 0);
+}
+
+TEST(TaskLauncherTest, firstCommandsThatOutliveTheLastAreKilled) {
+  LauncherRun run;
+  run.runToEnd({childPath("childHang"), "|", "/bin/true"});
+  EXPECT_EQ(run.recorder.statusAtEnd, 0);
+  EXPECT_FALSE(test::hasChildren());
+}
+
+TEST(TaskLauncherTest, broadcastsReachTheLauncherWithTheirNumber) {
+  NotificationCenter& center = NotificationCenter::defaultCenter();
+  LauncherRun run;
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({childPath("childHang")}), 0);
+  const std::int32_t uid = run.launcher.uid();
+  EXPECT_GT(uid, 0);
+  EXPECT_EQ(run.launcher.uid(), uid);
+  center.post("fabPauseTasks", uid + 1);
+  EXPECT_FALSE(run.launcher.isSuspended());
+  center.post("fabPauseTasks", uid);
+  EXPECT_TRUE(run.launcher.isSuspended());
+  center.post("fabResumeTasks", uid);
+  EXPECT_FALSE(run.launcher.isSuspended());
+  center.post("fabKillTasks", uid);
+  center.post("fabPauseTasks", uid);  // over: no longer heard
+  EXPECT_THAT(run.recorder.events, ElementsAre("suspend", "resume", "end"));
+  EXPECT_EQ(run.launcher.terminationStatus(), taskLauncher::abortedStatus);
+}
+
+TEST(TaskLauncherTest, destroyingALauncherKillsItsRunAndAnEmptyOneIsShown) {
+  const test::LogCapture log;
+  {
+    LauncherRun run;
+    ASSERT_EQ(run.launcher.launchTasksWithArguments({childPath("childHang")}), 0);
+  }
+  EXPECT_FALSE(test::hasChildren());
+  EXPECT_THAT(log.lines(), IsEmpty());
+  { const LauncherRun neverLaunched; }
+  EXPECT_TRUE(log.mentions("taskLauncher.m :-( try to release a yet-released task"));
+}
+
+TEST(TaskLauncherTest, manyRunsLeakNothing) {
+  const std::size_t before = test::openDescriptors();
+  for (int round = 0; round < 50; ++round) {
+    LauncherRun run;
+    run.runToEnd({"/bin/echo", "x", "|", "/bin/cat"});
+    ASSERT_EQ(run.recorder.text, "x\n");
+  }
+  EXPECT_EQ(test::openDescriptors(), before);
+  EXPECT_FALSE(test::hasChildren());
+}
+
+}  // namespace
+}  // namespace tessarin
