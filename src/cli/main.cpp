@@ -1,3 +1,92 @@
-int main() {
-  return 0;
+// The command line program.
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "analysis/codecInventory.h"
+#include "analysis/probes.h"
+#include "classShared/TextAdditions.h"
+#include "cli/Reporter.h"
+#include "cli/Session.h"
+#include "cli/TerminalAlerts.h"
+#include "cli/exitStatus.h"
+#include "cli/options.h"
+#include "platform/Bundle.h"
+#include "platform/PollRunLoop.h"
+#include "platform/Signals.h"
+#include "platform/UserDomain.h"
+#include "platform/installedFfmpeg.h"
+#include "process/logs.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+std::string versionText() {
+  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
+  return version ? version->text().value_or("") : "";
+}
+
+// The terminal stays the user's: log lines, and what tools say that nobody collects, go to the
+// detail log. Without a place for it they go nowhere.
+void openLog() {
+  const std::string path = detailLogPath();
+  mkdir(parentFolder(path));
+  if (!sendLogToFile(path))
+    static_cast<void>(sendLogToFile("/dev/null"));
+}
+
+// The ffmpeg of the user's setting is handed to the tools through the environment, where a value
+// that is there already wins.
+void exportFfmpegSetting(const MemoryUserDomain& domain) {
+  if (const Value* setting = domain.read("ffmpegPath"); setting && setting->textContent())
+    ::setenv(ffmpegVariable, setting->textContent()->c_str(), 0);
+}
+
+int run(const Options& options) {
+  openLog();
+  setDebugMode(options.verbose);
+  // A store of its own, seeded from the user's choices: a running window is not disturbed.
+  MemoryUserDomain domain(FileUserDomain(userDomainPath(), nullptr).values());
+  PreferenceStore preferences(domain);
+  preferences.prefWrite(PrefKey::alertEnd, 0);
+  exportFfmpegSetting(domain);
+  const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
+  if (!ffmpeg) {
+    fmt::print(stderr, "tessarin: {}\n", ffmpeg.reason());
+    return someNot;
+  }
+  takeCodecInventory();
+
+  PollRunLoop loop;
+  TerminalAlerts alerts(loop, options.overwrite);
+  setUserAlerts(&alerts);
+  const auto reporter = options.json ? jsonReporter() : textReporter();
+  int status = someNot;
+  {
+    Session session(options, {loop, preferences, alerts, {}}, *reporter);
+    SignalWatch signals(loop, {SIGINT, SIGTERM, SIGHUP}, [&session](int) { session.interrupt(); });
+    loop.runSoon([&session] { session.start(); });
+    status = loop.run();
+  }
+  setUserAlerts(nullptr);
+  removeTemporaryFolder();
+  return status;
+}
+
+}  // namespace
+
+}  // namespace tessarin::cli
+
+int main(int count, char** arguments) {
+  using namespace tessarin::cli;
+  // A reader that goes away is no reason to leave children and partial outputs behind.
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto options = readOptions(count, arguments, versionText());
+  if (const Exit* exit = std::get_if<Exit>(&options))
+    return exit->status;
+  return run(std::get<Options>(options));
 }

@@ -19,8 +19,11 @@ class Signal {
 
   void emit(Arguments... arguments) const {
     const std::size_t count = functions_.size();
-    for (std::size_t index = 0; index < count; ++index)
-      std::function<void(Arguments...)>(functions_[index])(arguments...);
+    for (std::size_t index = 0; index < count; ++index) {
+      // A copy: connecting another one may move the functions.
+      const auto function = functions_[index];
+      function(arguments...);
+    }
   }
 
  private:

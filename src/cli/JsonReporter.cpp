@@ -1,0 +1,138 @@
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "classShared/TextAdditions.h"
+#include "cli/Reporter.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json jsonOf(const Value& value);
+
+Json jsonOf(const Dico& record) {
+  Json object = Json::object();
+  for (const auto& [key, value] : record)
+    object[key] = jsonOf(value);
+  return object;
+}
+
+Json jsonOf(const Value& value) {
+  if (const Dico* record = value.dico())
+    return jsonOf(*record);
+  if (const List* list = value.list()) {
+    Json array = Json::array();
+    for (const Value& item : *list)
+      array.push_back(jsonOf(item));
+    return array;
+  }
+  if (const auto text = value.text())
+    return *text;
+  if (value.isBoolean())
+    return value.integer() != 0;
+  if (value.isInteger())
+    return *value.integer();
+  if (const auto number = value.number())
+    return *number;
+  return value.description();
+}
+
+const char* targetName(std::int64_t target) {
+  switch (target) {
+    case outQuickTime:
+      return "quicktime";
+    case outAic:
+      return "aic";
+    default:
+      return "prores";
+  }
+}
+
+const char* speedName(std::int64_t speed) {
+  switch (speed) {
+    case speedHalf:
+      return "half";
+    case speedSlow:
+      return "slow";
+    default:
+      return "full";
+  }
+}
+
+// One object a line on standard output, each with its "event".
+class JsonReporter final : public Reporter {
+ public:
+  void problem(const std::string& path, const std::string& reason) override {
+    print({{"event", "problem"}, {"source", path}, {"reason", reason}});
+  }
+
+  void analysed(const Dico& row) override {
+    Json info = jsonOf(*row.dico(BatchKey::dico));
+    for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr,
+                           RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
+      info.erase(std::string(key));
+    print({{"event", "analysed"},
+           {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+           {"progressive", isSourceProgressive(row)},
+           {"target", targetName(row.integer(BatchKey::out).value_or(outProres))},
+           {"speed", speedName(row.integer(BatchKey::fps).value_or(speedKeep))},
+           {"size", trimmed(presetShortLabel(
+                        presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
+           {"record", info}});
+  }
+
+  void planned(const Dico& row, const Arguments& command) override {
+    print({{"event", "planned"},
+           {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+           {"command", command}});
+  }
+
+  void jobStarted(const std::string& source, const std::string& output) override {
+    print({{"event", "started"}, {"source", source}, {"output", output}});
+  }
+
+  void progress(const Progress& progress) override {
+    Json event{{"event", "progress"},
+               {"source", progress.source},
+               {"row", progress.number},
+               {"rows", progress.count},
+               {"fraction", progress.fraction}};
+    if (progress.speed)
+      event["speed"] = *progress.speed;
+    if (progress.left)
+      event["secondsLeft"] = *progress.left;
+    print(event);
+  }
+
+  void jobEnded(const JobEnd& end) override {
+    static constexpr const char* names[] = {"converted", "kept", "failed", "stopped"};
+    Json event{{"event", names[static_cast<int>(end.kind)]},
+               {"source", end.source},
+               {"output", end.output},
+               {"duration", end.duration},
+               {"elapsed", end.elapsed}};
+    if (!end.reason.empty())
+      event["reason"] = end.reason;
+    print(event);
+  }
+
+ private:
+  static void print(const Json& event) {
+    // File names may hold bytes that are no UTF-8; JSON may not.
+    fmt::print("{}\n", event.dump(-1, ' ', false, Json::error_handler_t::replace));
+    std::fflush(stdout);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Reporter> jsonReporter() {
+  return std::make_unique<JsonReporter>();
+}
+
+}  // namespace tessarin::cli

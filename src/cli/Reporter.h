@@ -1,0 +1,41 @@
+// What the command line tells the user. One interface; plain text for people, JSON for programs.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "classShared/Value.h"
+#include "core/EncodingDriver.h"
+#include "encoding/commandBuilder.h"
+
+namespace tessarin::cli {
+
+struct Progress {
+  std::string source;
+  int number = 0;               // of the row, from 1
+  int count = 0;                // rows of the batch
+  double fraction = 0;          // 0 to 1
+  std::optional<double> speed;  // seconds of movie per second
+  std::optional<double> left;   // seconds
+};
+
+class Reporter {
+ public:
+  virtual ~Reporter() = default;
+
+  // A source, or an argument that gives none, for which nothing can be done.
+  virtual void problem(const std::string& path, const std::string& reason) = 0;
+  // A row (BatchEntry) of the batch.
+  virtual void analysed(const Dico& row) = 0;
+  // A command that would run for the row.
+  virtual void planned(const Dico& row, const Arguments& command) = 0;
+  virtual void jobStarted(const std::string& source, const std::string& output) = 0;
+  virtual void progress(const Progress& progress) = 0;
+  virtual void jobEnded(const JobEnd& end) = 0;
+};
+
+std::unique_ptr<Reporter> textReporter();
+std::unique_ptr<Reporter> jsonReporter();
+
+}  // namespace tessarin::cli

@@ -1,0 +1,181 @@
+#include "cli/Session.h"
+
+#include <algorithm>
+
+#include "cli/exitStatus.h"
+#include "cli/sources.h"
+#include "core/jobPlan.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+// How often progress is told at the most.
+constexpr std::chrono::milliseconds progressInterval(200);
+
+}  // namespace
+
+Session::Session(const Options& options, CoreServices services, Reporter& reporter)
+    : options_(options), services_(services), reporter_(reporter), app_(std::move(services)) {
+  app_.queue().refused.connect(
+      [this](const std::string& path, const std::string& reason) { problem(path, reason); });
+  app_.queue().finished.connect([this] { analysisFinished(); });
+  app_.table().rowAppended.connect([this](int row) {
+    // The row is valid once the analysis has done with it.
+    services_.loop.runSoon([this, row] { chooseForRow(row); });
+  });
+  app_.driver().batchRefused.connect([this](const std::string& reason) {
+    problem(app_.interface.destination.text(), reason);
+    end();
+  });
+  app_.driver().jobStarted.connect([this](const std::string& source, const std::string& output) {
+    current_ = source;
+    ++number_;
+    jobStart_ = std::chrono::steady_clock::now();
+    reporter_.jobStarted(source, output);
+  });
+  app_.driver().jobEnded.connect([this](const JobEnd& job) {
+    // What an explicit --overwrite keep kept is as the user wanted it.
+    const bool isFine = job.kind == JobEnd::Kind::converted ||
+                        (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
+    failed_ = failed_ || !isFine;
+    reporter_.jobEnded(job);
+  });
+  app_.driver().batchEnded.connect([this] { end(); });
+  app_.interface.encoding.bar.changed.connect([this] { showProgress(); });
+}
+
+void Session::start() {
+  applyOptions();
+  const SourceList sources = sourcesOf(options_.paths);
+  for (const Problem& each : sources.problems)
+    problem(each.path, each.reason);
+  if (sources.paths.empty())
+    end();
+  else
+    app_.draggedFiles(sources.paths);
+}
+
+void Session::applyOptions() {
+  Dico stored;
+  for (const auto& [key, value] : prefDefaults())
+    if (const Value* own = services_.preferences.prefRead(key))
+      stored.set(key, *own);
+  app_.prefs2GuiApp(stored);
+  Interface& interface = app_.interface;
+  if (options_.destination)
+    interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
+  if (options_.soft)
+    interface.editingSoft.select(*options_.soft);
+  if (options_.size)
+    interface.sizeOut.select(*options_.size);
+  if (options_.speed) {
+    interface.easy.select(0);
+    interface.speed.select(*options_.speed);
+  }
+  if (options_.surround)
+    interface.surround.setChecked(true);
+  if (options_.prores)
+    services_.preferences.prefWrite(PrefKey::prores, *options_.prores);
+}
+
+void Session::interrupt() {
+  if (interrupted_) {
+    app_.endTasks();
+    services_.loop.stop(someNot);
+    return;
+  }
+  interrupted_ = true;
+  failed_ = true;
+  if (app_.driver().isBatchRunning()) {
+    app_.driver().stop();
+  } else {
+    app_.endTasks();
+    services_.loop.stop(someNot);
+  }
+}
+
+void Session::problem(const std::string& path, const std::string& reason) {
+  failed_ = true;
+  reporter_.problem(path, reason);
+}
+
+void Session::chooseForRow(int row) {
+  BatchTable& table = app_.table();
+  if (!table.has(row))
+    return;
+  if (options_.target) {
+    table.setValue(row, BatchKey::out, *options_.target);
+    table.iba_outSpeedCell(row);
+    // A target that the row does not allow is refused rather than replaced by another.
+    table.setValue(row, BatchKey::out, *options_.target);
+  }
+  if (options_.command == Command::analyse)
+    reporter_.analysed(table.row(row));
+}
+
+void Session::analysisFinished() {
+  if (options_.command == Command::analyse || app_.table().count() == 0) {
+    services_.loop.runSoon([this] { end(); });
+    return;
+  }
+  // After the choices for the last row.
+  services_.loop.runSoon([this] {
+    rows_ = app_.table().count();
+    if (options_.command == Command::plan)
+      plan();
+    else
+      app_.iba_batchGoBt();
+  });
+}
+
+void Session::plan() {
+  const std::string folder = outputFolder(app_.interface.destination.text());
+  OutputNames taken;
+  for (int row = 0; row < app_.table().count(); ++row) {
+    const Dico& entry = app_.table().row(row);
+    const std::string source = app_.table().sourcePath(row);
+    if (const auto refusal = refusalOf(entry, false)) {
+      problem(source, *refusal);
+      continue;
+    }
+    const Dico job = jobOfRow(entry);
+    const int target = static_cast<int>(job.integer(JobKey::out).value_or(outProres));
+    const std::string output = outputPath(source, target, folder, taken);
+    if (const auto plan = planJob(job, output, services_.preferences.text(PrefKey::prores)))
+      reporter_.planned(entry, plan->command.arguments);
+    else
+      problem(source, localisationString("why_noCommand"));
+  }
+  end();
+}
+
+void Session::showProgress() {
+  const ProgressBar& bar = app_.interface.encoding.bar;
+  const auto now = std::chrono::steady_clock::now();
+  if (bar.value() <= 0 || bar.maximum() <= 0) {
+    timeLeft_.start(bar.maximum());
+    lastShown_ = {};
+    return;
+  }
+  timeLeft_.add(std::chrono::duration<double>(now - jobStart_).count(), bar.value());
+  if (now - lastShown_ < progressInterval)
+    return;
+  lastShown_ = now;
+  Progress progress;
+  progress.source = current_;
+  progress.number = number_;
+  progress.count = rows_;
+  progress.fraction = std::min(1.0, bar.value() / bar.maximum());
+  progress.speed = timeLeft_.rate();
+  progress.left = timeLeft_.left();
+  reporter_.progress(progress);
+}
+
+void Session::end() {
+  services_.loop.stop(failed_ ? someNot : allConverted);
+}
+
+}  // namespace tessarin::cli

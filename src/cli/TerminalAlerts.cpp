@@ -1,0 +1,70 @@
+#include "cli/TerminalAlerts.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "classShared/TextAdditions.h"
+#include "cli/terminal.h"
+#include "utils/log.h"
+
+namespace tessarin::cli {
+
+TerminalAlerts::TerminalAlerts(RunLoop& loop, Overwrite overwrite)
+    : loop_(loop),
+      overwrite_(overwrite),
+      mayAsk_(isTerminal(STDIN_FILENO) && isTerminal(STDERR_FILENO)) {}
+
+TerminalAlerts::~TerminalAlerts() {
+  loop_.cancel(watch_);
+}
+
+void TerminalAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answered) {
+  logFormat("alert               : {} / {}", alert.message, alert.informative);
+  if (!answered)
+    return;
+  // The only question of a batch is what to do with a movie that is there: keep or replace it.
+  if (overwrite_ != Overwrite::ask || !mayAsk_ || alert.buttons.size() < 2) {
+    const AlertAnswer answer{overwrite_ == Overwrite::replace ? 1u : 0u, false};
+    loop_.runSoon([answered = std::move(answered), answer] { answered(answer); });
+    return;
+  }
+  alert_ = alert;
+  answered_ = std::move(answered);
+  line_.clear();
+  ask();
+  watch_ = loop_.watchReadable(STDIN_FILENO, [this] { readAnswer(); });
+}
+
+void TerminalAlerts::ask() const {
+  fmt::print(stderr, "\r\033[K{}\n", printable(alert_.message));
+  for (std::size_t button = 0; button < alert_.buttons.size(); ++button)
+    fmt::print(stderr, "  {}  {}\n", button + 1, alert_.buttons[button]);
+  // Every answer once more with a star: the check box.
+  if (!alert_.checkBox.empty())
+    fmt::print(stderr, "  1* 2*  {}\n", alert_.checkBox);
+  fmt::print(stderr, "[1] ");
+}
+
+void TerminalAlerts::readAnswer() {
+  char bytes[256];
+  const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+  if (count > 0)
+    line_.append(bytes, static_cast<std::size_t>(count));
+  const bool isEnd = count <= 0;
+  if (!isEnd && !contains(line_, "\n"))
+    return;
+  const std::string word(trimmed(line_));
+  const std::int64_t number = word.empty() || isEnd ? 1 : leadingInteger(word);
+  if (number < 1 || number > static_cast<std::int64_t>(alert_.buttons.size())) {
+    line_.clear();
+    ask();
+    return;
+  }
+  loop_.cancel(std::exchange(watch_, 0));
+  const AlertAnswer answer{static_cast<std::size_t>(number - 1), endsWith(word, "*")};
+  std::exchange(answered_, {})(answer);
+}
+
+}  // namespace tessarin::cli

@@ -1,0 +1,133 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "cli/Reporter.h"
+#include "cli/terminal.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+#include "utils/times.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+constexpr const char* table = "CommandLine";
+
+std::string minutesAndSeconds(double seconds) {
+  const auto whole = static_cast<std::int64_t>(seconds + 0.5);
+  if (whole >= 3600)
+    return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+  return fmt::format("{}:{:02}", whole / 60, whole % 60);
+}
+
+std::string pictureOf(const Dico& row) {
+  const Dico& info = *row.dico(BatchKey::dico);
+  if (!info.contains(SourceKey::v0Width))
+    return "-";
+  return fmt::format("{}x{}{} {:.5g}", info.integer(SourceKey::v0Width).value_or(0),
+                     info.integer(SourceKey::v0Height).value_or(0),
+                     isSourceProgressive(row) ? "p" : "i",
+                     info.number(SourceKey::v0Fps).value_or(0));
+}
+
+std::string soundOf(const Dico& info) {
+  if (!info.contains(SourceKey::a0Id))
+    return "-";
+  return fmt::format("{} {}x{}", info.textOrEmpty(SourceKey::a0Codec),
+                     info.integer(SourceKey::a0Channels).value_or(0),
+                     info.integer(SourceKey::a0Rate).value_or(0));
+}
+
+// Lines of text; on a terminal a line of progress that is written over and over.
+class TextReporter final : public Reporter {
+ public:
+  TextReporter() : showsProgress_(isTerminal(STDERR_FILENO)) {}
+
+  void problem(const std::string& path, const std::string& reason) override {
+    clearProgress();
+    std::fflush(stdout);
+    fmt::print(stderr, "tessarin: {}: {}\n", printable(path), printable(reason));
+  }
+
+  void analysed(const Dico& row) override {
+    clearProgress();
+    if (!headerShown_)
+      fmt::print("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}\n",
+                 localisationString("duration", table), localisationString("picture", table),
+                 localisationString("codec", table), localisationString("sound", table),
+                 localisationString("container", table), localisationString("clip", table));
+    headerShown_ = true;
+    const Dico& info = *row.dico(BatchKey::dico);
+    const auto duration = info.number(SourceKey::wDuration);
+    fmt::print("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}\n",
+               duration ? minutesAndSeconds(*duration) : "-", pictureOf(row),
+               info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
+               textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
+               printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
+  }
+
+  void planned(const Dico&, const Arguments& command) override {
+    std::vector<std::string> words;
+    for (const std::string& argument : command)
+      words.push_back(shellQuoted(argument));
+    fmt::print("{}\n", fmt::join(words, " "));
+  }
+
+  void jobStarted(const std::string&, const std::string&) override {}
+
+  void progress(const Progress& progress) override {
+    if (!showsProgress_)
+      return;
+    std::string line =
+        fmt::format("[{}/{}] {}  {:.0f} %", progress.number, progress.count,
+                    printable(fileName(progress.source)), std::min(99.0, progress.fraction * 100));
+    if (progress.speed)
+      line += fmt::format("  {:.1f}x", *progress.speed);
+    if (progress.left)
+      line += "  " + localisationString("left", table, minutesAndSeconds(*progress.left));
+    line = firstCharacters(line, terminalWidth(STDERR_FILENO) - 1);
+    fmt::print(stderr, "\r{}\033[K", line);
+    progressShown_ = true;
+  }
+
+  void jobEnded(const JobEnd& end) override {
+    clearProgress();
+    switch (end.kind) {
+      case JobEnd::Kind::converted:
+        fmt::print("{}\n", localisationString("converted", table, printable(end.source),
+                                              printable(end.output)));
+        break;
+      case JobEnd::Kind::kept:
+        fmt::print("{}: {}\n", printable(end.source), printable(end.reason));
+        break;
+      case JobEnd::Kind::failed:
+      case JobEnd::Kind::stopped:
+        problem(end.source, end.output.empty()
+                                ? end.reason
+                                : localisationString("leftOver", table, end.reason, end.output));
+        break;
+    }
+    std::fflush(stdout);
+  }
+
+ private:
+  void clearProgress() {
+    if (progressShown_)
+      fmt::print(stderr, "\r\033[K");
+    progressShown_ = false;
+  }
+
+  bool showsProgress_;
+  bool progressShown_ = false;
+  bool headerShown_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Reporter> textReporter() {
+  return std::make_unique<TextReporter>();
+}
+
+}  // namespace tessarin::cli

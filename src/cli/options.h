@@ -1,0 +1,37 @@
+// The command line's options.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tessarin::cli {
+
+enum class Command { convert, analyse, plan };
+enum class Overwrite { ask, keep, replace };
+
+struct Options {
+  Command command = Command::convert;
+  std::vector<std::string> paths;
+  std::optional<int> target;          // OutputTarget; nothing: as the application's segment says
+  std::optional<std::string> prores;  // four-character code of the flavour
+  std::optional<int> size;            // row of presetSizesList
+  std::optional<int> speed;           // OutputSpeed
+  std::optional<int> soft;            // segment of the editing application
+  std::optional<std::string> destination;
+  bool surround = false;
+  Overwrite overwrite = Overwrite::ask;
+  bool json = false;
+  bool verbose = false;
+};
+
+// The program should end with this exit status; what is to be said has been said.
+struct Exit {
+  int status = 0;
+};
+
+// Reads the arguments. Help, version and mistakes are printed.
+std::variant<Options, Exit> readOptions(int count, char** arguments, const std::string& version);
+
+}  // namespace tessarin::cli

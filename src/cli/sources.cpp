@@ -1,0 +1,73 @@
+#include "cli/sources.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <unordered_set>
+
+#include "core/admittedSources.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Why this file gives no source; the analysis finds the rest.
+std::optional<std::string> problemOf(const std::string& path, const AdmittedExtensions& admitted) {
+  std::error_code failed;
+  const fs::file_status status = fs::status(path, failed);
+  if (!fs::exists(status))
+    return localisationString("why_missing");
+  if (!fs::is_regular_file(status))
+    return localisationString("why_noFile");
+  if (!admitted.admits(path))
+    return localisationString("why_extension");
+  if (::access(path.c_str(), R_OK) != 0)
+    return localisationString("why_permission");
+  if (fs::file_size(path, failed) == 0)
+    return localisationString("why_empty");
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::string absolutePath(const std::string& path) {
+  std::error_code failed;
+  const fs::path absolute = fs::absolute(path, failed);
+  return failed ? path : absolute.lexically_normal().string();
+}
+
+SourceList sourcesOf(const std::vector<std::string>& arguments) {
+  const AdmittedExtensions admitted;
+  SourceList list;
+  std::unordered_set<std::string> known;
+  const auto take = [&](const std::string& path) {
+    if (known.insert(path).second)
+      list.paths.push_back(path);
+  };
+  for (const std::string& argument : arguments) {
+    const std::string path = absolutePath(argument);
+    if (!isDirectory(path)) {
+      if (auto problem = problemOf(path, admitted))
+        list.problems.push_back({argument, *problem});
+      else
+        take(path);
+      continue;
+    }
+    std::vector<std::string> files = filesBelow(path);
+    std::erase_if(files, [&](const std::string& file) { return !admitted.admits(file); });
+    if (files.empty())
+      list.problems.push_back({argument, localisationString("why_noMoviesInFolder")});
+    std::sort(files.begin(), files.end());
+    for (const std::string& file : files)
+      take(file);
+  }
+  return list;
+}
+
+}  // namespace tessarin::cli

@@ -1,0 +1,459 @@
+#include "core/AnalysisQueue.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+
+#include "analysis/probeParser.h"
+#include "analysis/probes.h"
+#include "core/admittedSources.h"
+#include "core/failureReason.h"
+#include "core/newRow.h"
+#include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "process/pipelines.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+// Keys of the queue in the preference store.
+constexpr const char* keyWaiting = "analysisSrcPathesDico";
+constexpr const char* keyCurrent = "analysisSrcPathStr";
+constexpr const char* keyCurrentRecord = "analysisSrcCurrentDico";
+constexpr const char* keyImage = "imgPathStr";
+constexpr const char* keyForcedFormat = "ffFileForceFormatStr";
+constexpr const char* keyAlert = "alertIfIsNotSrcValid";
+
+constexpr const char* cancelled = "cancel";
+
+std::string framePath() {
+  return joinPath(temporaryFolder(), "frame.yuv");
+}
+
+Dico waitingSources(const std::vector<std::string>& paths) {
+  Dico waiting;
+  for (std::size_t index = 0; index < paths.size(); ++index)
+    waiting.set(fmt::format("{}", index), paths[index]);
+  return waiting;
+}
+
+// The waiting sources behind the first one, renumbered from 0 without a gap.
+Dico withoutFirst(const Dico& waiting) {
+  constexpr int mostSources = 12345;
+  Dico rest;
+  for (int index = 1; index < mostSources; ++index) {
+    const Value* path = waiting.find(fmt::format("{}", index));
+    if (!path)
+      break;
+    rest.set(fmt::format("{}", index - 1), *path);
+  }
+  return rest;
+}
+
+// The report without the source's path: a file may be named like a complaint or a stream line.
+std::string withoutPath(std::string_view report, const std::string& path) {
+  return replaceAll(report, path, "source");
+}
+
+}  // namespace
+
+AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table,
+                             ToolTasks& tasks)
+    : services_(services),
+      interface_(interface),
+      table_(table),
+      tasks_(tasks),
+      steps_(services.preferences, {"analysisDeb", "analysisFfmpeg", "analysisFfmpegResult",
+                                    "analysisFfmpegParse", "analysisDico", "analysisFin"}),
+      mediaInfoSteps_(services.preferences, {"analysisMediaInfo", "analysisMediaInfoParse"}) {
+  tasks_.ended.connect([this](const TaskEnd& end) {
+    if (end.isAnalysis)
+      analysis();
+  });
+}
+
+AnalysisQueue::~AnalysisQueue() {
+  services_.loop.cancel(next_);
+}
+
+// ---- Taking sources in
+
+void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
+  logFormat("drag'n'drop         -> draggedFiles : {}", dropped.size());
+  if (dropped.empty())
+    return;
+  debugFormat("getOPENPERM()       ? {:d}", openPermitted_);
+  if (!openPermitted_)
+    return;
+  showBusy();
+  openPermitted_ = false;
+  if (interface_.batchGoBt.state() == 1) {
+    encodingSuspended_ = true;
+    encodingToSuspend.emit();
+    logLine("was in progress     : to suspend");
+    interface_.batchGoBt.setEnabled(false);
+  }
+
+  std::vector<std::string> paths = expandDroppedPaths(dropped);
+  debugFormat("already stored files= {}…", table_.count());
+  if (!isStu_) {
+    std::vector<std::string> fresh;
+    for (std::size_t index = 0; index < paths.size(); ++index) {
+      if (table_.rowOfSource(paths[index]) < 0)
+        fresh.push_back(paths[index]);
+      else
+        logFormat("doublon             : pas de sur-analyse pour rien ;-) #{}/{} : {}", index + 1,
+                  paths.size(), paths[index]);
+    }
+    paths = std::move(fresh);
+  }
+  const bool hadCandidates = !paths.empty();
+  const AdmittedExtensions admitted;
+  debugFormat("extensionsAdmisesMA = {}", admitted.count());
+  std::erase_if(paths, [&](const std::string& path) { return !admitted.admits(path); });
+
+  if (paths.empty()) {
+    logLine("no compatible file (or no new files ;-))");
+    if (hadCandidates)
+      services_.alerts.show({localisationString("dndNonCompliantFolderFilesTitle"),
+                             localisationString("D_go_source3")});
+    showIdle();
+    openPermitted_ = true;
+    finished.emit();
+    return;
+  }
+  logFormat("drag'n'drop, final  = {}", paths.size());
+  services_.preferences.prefWrite(keyWaiting, waitingSources(paths));
+  steps_.set("analysisDeb");
+  interface_.analysisStopBt.setHidden(false);
+  interface_.analysisStopBt.setEnabled(true);
+  analysis();
+}
+
+void AnalysisQueue::showBusy() {
+  interface_.dropImage.setImage("dndSdOff");
+  interface_.dropCaption.setHidden(true);
+  interface_.analysisPanel.setShown(true);
+  interface_.analysisWheelProgInd.setTurning(true);
+}
+
+void AnalysisQueue::showIdle() {
+  interface_.analysisWheelProgInd.setTurning(false);
+  interface_.dropImage.setImage("dndSd");
+  interface_.dropCaption.setHidden(false);
+  interface_.analysisPanel.setShown(false);
+  if (encodingSuspended_) {
+    encodingSuspended_ = false;
+    logLine("was suspended       : to resume");
+    encodingToResume.emit();
+  }
+}
+
+void AnalysisQueue::iba_analysisStopBt() {
+  stopAsked_ = true;
+  interface_.analysisStopBt.select(-1);
+  interface_.analysisStopBt.setHidden(true);
+  interface_.analysisStopBt.setEnabled(false);
+  tasks_.taskLauncherDone(true);
+}
+
+// ---- One step
+
+void AnalysisQueue::again() {
+  services_.loop.cancel(next_);
+  next_ = services_.loop.runSoon([this] {
+    next_ = 0;
+    analysis();
+  });
+}
+
+void AnalysisQueue::analysis() {
+  debugFormat("analysis            - start of step");
+  if (stopAsked_) {
+    logLine("analysis stop       = 1");
+    services_.preferences.prefRemove(keyWaiting);
+    services_.preferences.prefWrite(keyCurrent, cancelled);
+    steps_.removeAllButLast();
+    steps_.set("analysisFin");
+  }
+  takeNextSource();
+  showCaption();
+
+  if (steps_.take("analysisDeb")) {
+    debugFormat("analysisDeb         - begin");
+    steps_.set("analysisFfmpeg");
+  }
+  if (steps_.take("analysisFfmpeg")) {
+    stepFfmpeg();
+  } else if (steps_.take("analysisFfmpegResult")) {
+    stepFfmpegResult();
+  } else if (steps_.take("analysisFfmpegParse")) {
+    stepFfmpegParse();
+  } else if (mediaInfoSteps_.take("analysisMediaInfo")) {
+    stepMediaInfo();
+  } else if (mediaInfoSteps_.take("analysisMediaInfoParse")) {
+    stepMediaInfoParse();
+  } else if (steps_.take("analysisDico")) {
+    stepDico();
+  } else if (steps_.take("analysisFin")) {
+    stepFin();
+  } else {
+    debugFormat("analysis no arg     :-( nil || empty");
+    steps_.removeAllButLast();
+    steps_.set("analysisFin");
+    again();
+  }
+  debugFormat("analysis            - end of step (post task || self)");
+}
+
+bool AnalysisQueue::takeNextSource() {
+  PreferenceStore& store = services_.preferences;
+  const Value* stored = store.prefRead(keyWaiting);
+  if (!stored || !stored->dico())
+    return false;
+  const Dico waiting = *stored->dico();
+  const std::string current = store.prefReadString(keyCurrent);
+  const auto first = waiting.text("0");
+  if (!first || (!current.empty() && current != *first))
+    return false;
+  logFormat("analysis new file   : {}", *first);
+  const Dico rest = withoutFirst(waiting);
+  logFormat("srcsMDico           ? new current src: '{}' (remaining={}, next: '{}')", *first,
+            rest.size(), rest.text("0").value_or("none/end"));
+  store.prefWrite(keyCurrent, *first);
+  if (rest.empty())
+    store.prefRemove(keyWaiting);
+  else
+    store.prefWrite(keyWaiting, rest);
+  return true;
+}
+
+void AnalysisQueue::showCaption() {
+  const Value* stored = services_.preferences.prefRead(keyWaiting);
+  // The last source counts as one that waits: so the caption of the first of three is "0/2" and
+  // that of the last "1/2".
+  const std::size_t waiting =
+      stored && stored->dico() && !stored->dico()->empty() ? stored->dico()->size() : 1;
+  const std::string caption = interface_.analysisCaptionStr.text();
+  const auto shown = textAfter(caption, "/");
+  const std::int64_t total = shown ? leadingInteger(*shown) : static_cast<std::int64_t>(waiting);
+  interface_.analysisCaptionStr.setText(
+      fmt::format("{}/{}", total - static_cast<std::int64_t>(waiting), total));
+  debugFormat("analysisCaptionStr  : {}", interface_.analysisCaptionStr.text());
+  debugFormat("batch, c'est parti  : '{}'", services_.preferences.prefReadString(keyCurrent));
+}
+
+void AnalysisQueue::startTask(const Arguments& command) {
+  debugFormat("analysis task       - begin");
+  TaskStart start;
+  start.commands = {command};
+  start.isOther = true;
+  start.stopBt = &interface_.analysisStopBt;
+  if (!tasks_.tasklauncherStart(std::move(start)))
+    again();
+}
+
+// What the task of this step printed; nothing, with a line in the log, when it printed nothing.
+std::optional<std::string> AnalysisQueue::takeOutput(const char* step) {
+  const auto output = std::exchange(tasks_.analysisTaskVerboseMStr(), std::nullopt);
+  if (!output) {
+    logFormat("analysisTaskVerboseM:-( nil ({})", step);
+    return std::nullopt;
+  }
+  if (output->empty() || *output == " ") {
+    logFormat("analysisTaskVerboseM:-( no useable info ({})", step);
+    return std::nullopt;
+  }
+  return withoutPath(*output, services_.preferences.prefReadString(keyCurrent));
+}
+
+void AnalysisQueue::refuse(const std::string& reason) {
+  refused.emit(services_.preferences.prefReadString(keyCurrent), reason);
+}
+
+void AnalysisQueue::stepFfmpeg() {
+  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  // A frame left by the source before would give this one its field order.
+  removeFile(framePath());
+  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "debug", "-fdebug", "ts"};
+  const std::string format = services_.preferences.prefReadString(keyForcedFormat);
+  if (!format.empty())
+    command.insert(command.end(), {"-f", format});
+  command.insert(command.end(), {"-i", path, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f",
+                                 "yuv4mpegpipe", "-y", framePath()});
+  steps_.set("analysisFfmpegParse");
+  startTask(command);
+}
+
+void AnalysisQueue::stepFfmpegResult() {
+  retainedReport_ = takeOutput("analysisFfmpegResult");
+  if (retainedReport_)
+    isFfmpegSuccess(*retainedReport_);
+  debugFormat("->analysisFfmpegParse");
+  steps_.set("analysisFfmpegParse");
+  again();
+}
+
+void AnalysisQueue::stepFfmpegParse() {
+  if (auto output = takeOutput("analysisFfmpegParse"))
+    retainedReport_ = std::move(output);
+  if (retainedReport_ && isFfmpegSuccess(*retainedReport_)) {
+    steps_.set("analysisDico");
+  } else {
+    logLine("Src not readable-ff :-( analysis failure");
+    refuse(failureReason(retainedReport_.value_or("")));
+    steps_.set("analysisFin");
+  }
+  again();
+}
+
+void AnalysisQueue::stepMediaInfo() {
+  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  const std::string copy =
+      withExtension(joinPath(temporaryFolder(), "mediainfoTmp"), pathExtension(path));
+  mediaInfoSteps_.set("analysisMediaInfoParse");
+  std::error_code failed;
+  std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing, failed);
+  if (failed)
+    again();
+  else
+    startTask({Bundle::main().toolPath("mediainfo"), "-f", copy});
+}
+
+void AnalysisQueue::stepMediaInfoParse() {
+  if (const auto output = takeOutput("analysisMediaInfoParse"))
+    logLine(*output);
+  steps_.set("analysisDico");
+  again();
+}
+
+void AnalysisQueue::stepDico() {
+  debugFormat("analysisDico        - begin");
+  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  std::optional<std::string> interlacing;
+  if (const auto start = readFileStart(framePath(), 100)) {
+    const std::string_view header = textUpTo(*start, "\n");
+    interlacing = fieldsText(fieldOrderKeyOfHeader(header));
+    removeFile(framePath());
+  }
+  logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
+
+  auto info = analysisFf(retainedReport_, interlacing, path);
+  logFormat("src analyzed        : {}", path);
+  debugFormat("md                  : {}", info ? info->description() : "nil");
+  if (!info) {
+    logFormat("NON-COMPLIANT FILE  : {}", path);
+    refuse(failureReason(retainedReport_.value_or("")));
+    steps_.set("analysisFin");
+    again();
+    return;
+  }
+  if (interlacing && !info->contains(SourceKey::v0Fields))
+    info->set(SourceKey::v0Fields, *interlacing);
+  startThumbnail(*info);
+}
+
+void AnalysisQueue::startThumbnail(SourceInfo& info) {
+  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  steps_.set("analysisFin");
+  const bool hasPicture = info.contains(SourceKey::v0Width);
+  const bool isMov = hasPathExtension(path, "mov");
+  if (isMov)
+    info.set(RowInfoKey::intraFailure, 1);
+  services_.preferences.prefWrite(keyCurrentRecord, info);
+  if (!hasPicture) {
+    again();
+    return;
+  }
+  const std::string image = thumbnailPath(temporaryFolder(), path);
+  services_.preferences.prefWrite(keyImage, image);
+  startTask(thumbnailCommand(info, path, image, !isMov));
+}
+
+void AnalysisQueue::stepFin() {
+  debugFormat("analysisFin - begin");
+  PreferenceStore& store = services_.preferences;
+  tasks_.analysisTaskVerboseMStr().reset();
+  retainedReport_.reset();
+  std::optional<SourceInfo> info;
+  if (const Value* record = store.prefRead(keyCurrentRecord); record && record->dico())
+    info = *record->dico();
+  store.prefRemove(keyCurrentRecord);
+  const std::string path = store.prefReadString(keyCurrent);
+  if (info && path != cancelled) {
+    debugFormat("stocker…            : {}", path);
+    info->set(RowInfoKey::srcPathStr, path);
+    completeThumbnail(*info);
+    appendRow(std::move(*info));
+  }
+  store.prefRemove(keyImage);
+
+  store.prefRemove(keyCurrent);
+  const bool isMore = store.prefRead(keyWaiting) != nullptr && path != cancelled && !stopAsked_;
+  if (!isMore) {
+    finalEnd();
+    return;
+  }
+  logLine("analysis            - end of current src");
+  steps_.removeAllButLast();
+  steps_.set("analysisDeb");
+  steps_.set("analysisFin");
+  again();
+}
+
+void AnalysisQueue::completeThumbnail(SourceInfo& info) {
+  const std::string image = services_.preferences.prefReadString(keyImage);
+  if (image.empty())
+    return;
+  if (!pathExists(image)) {
+    taskArrayPipes(thumbnailCommand(info, info.textOrEmpty(RowInfoKey::srcPathStr), image, false));
+    if (!pathExists(image))
+      return;
+    info.set(RowInfoKey::intraFailure, 1);
+  }
+  info.set(RowInfoKey::imgPathStr, image);
+}
+
+void AnalysisQueue::appendRow(SourceInfo info) {
+  info.set(RowInfoKey::prefSurrond, interface_.surround.isChecked() ? 1 : 0);
+  RowChoices choices;
+  choices.out = interface_.editingSoft.selected();
+  choices.speed = interface_.easy.selected() == 1 ? speedKeep : interface_.speed.selected();
+  choices.sizeOut = interface_.sizeOut.selected();
+  const std::string path = info.textOrEmpty(RowInfoKey::srcPathStr);
+  Dico row = newRow(info, path, choices);
+  if (choices.sizeOut <= rowSameAsSource) {
+    const int soft = choices.sizeOut == rowSameAsSource ? softNone : choices.out;
+    row.set(BatchKey::sizeOut, presetAutoComputedFromSrc(row, soft));
+  }
+  debugFormat("md                  : {}", row.description());
+  const int index = table_.append(std::move(row));
+  table_.iba_outSpeedCell(index);
+  interface_.batchDrawer.setShown(true);
+}
+
+void AnalysisQueue::finalEnd() {
+  logLine("analysis stop       : final end");
+  PreferenceStore& store = services_.preferences;
+  store.prefRemove(keyWaiting);
+  interface_.analysisCaptionStr.setText("");
+  stopAsked_ = false;
+  interface_.analysisStopBt.setHidden(true);
+  openPermitted_ = true;
+  steps_.remove("analysisDeb");
+  showIdle();
+  if (table_.count() > 0) {
+    interface_.batchDrawer.setShown(true);
+    if (interface_.batchGoBt.state() == 0)
+      interface_.batchGoBt.setEnabled(true);
+  }
+  store.prefRemove(keyAlert);
+  logLine("analysis            - end (all src)");
+  finished.emit();
+}
+
+}  // namespace tessarin

@@ -1,0 +1,78 @@
+// Takes sources in and analyses them one after the other: a step machine whose steps are flags in
+// the preference store.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analysis/SourceInfo.h"
+#include "core/BatchTable.h"
+#include "core/StepFlags.h"
+#include "core/ToolTasks.h"
+
+namespace tessarin {
+
+class AnalysisQueue {
+ public:
+  AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table, ToolTasks& tasks);
+  ~AnalysisQueue();
+
+  // Whether a new set of sources is accepted (OPENPERM): false while a queue is analysed.
+  bool isOpenPermitted() const { return openPermitted_; }
+  void setOpenPermitted(bool permitted) { openPermitted_ = permitted; }
+  // While false (the start value), a source that is in the batch is not queued again.
+  void setStu(bool isStu) { isStu_ = isStu; }
+
+  // Filters the paths, queues what is left and starts the analysis.
+  void draggedFiles(const std::vector<std::string>& paths);
+  // Performs one step and arranges for the next one.
+  void analysis();
+  // The stop control: the source in hand and those that wait are given up.
+  void iba_analysisStopBt();
+
+  // A running encoding has to wait, and may go on.
+  Signal<> encodingToSuspend;
+  Signal<> encodingToResume;
+  // A source gave no row: its path and the reason in the user's language.
+  Signal<const std::string&, const std::string&> refused;
+  // A queue is over: every source is a row, was refused or was given up.
+  Signal<> finished;
+
+ private:
+  void showBusy();
+  void showIdle();
+  bool takeNextSource();
+  void showCaption();
+  void again();
+  void startTask(const Arguments& command);
+  std::optional<std::string> takeOutput(const char* step);
+  void refuse(const std::string& reason);
+
+  void stepFfmpeg();
+  void stepFfmpegResult();
+  void stepFfmpegParse();
+  void stepMediaInfo();
+  void stepMediaInfoParse();
+  void stepDico();
+  void stepFin();
+  void startThumbnail(SourceInfo& info);
+  void completeThumbnail(SourceInfo& info);
+  void appendRow(SourceInfo info);
+  void finalEnd();
+
+  CoreServices& services_;
+  Interface& interface_;
+  BatchTable& table_;
+  ToolTasks& tasks_;
+  StepFlags steps_;
+  StepFlags mediaInfoSteps_;
+  std::optional<std::string> retainedReport_;
+  bool openPermitted_ = true;
+  bool isStu_ = false;
+  bool stopAsked_ = false;  // analysisStopInt
+  bool encodingSuspended_ = false;
+  RunLoop::Id next_ = 0;
+};
+
+}  // namespace tessarin

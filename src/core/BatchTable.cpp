@@ -1,0 +1,290 @@
+#include "core/BatchTable.h"
+
+#include <fmt/format.h>
+
+#include "analysis/SourceInfo.h"
+#include "core/rowChoices.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+const char* smile(bool good) {
+  return good ? ")" : "(";
+}
+
+const Dico& emptyRecord() {
+  static const Dico record;
+  return record;
+}
+
+// The dictionary `key` of `outer` with one value changed.
+void setInside(Dico& outer, std::string_view key, std::string_view childKey, Value value) {
+  Dico inner = outer.dico(key) ? *outer.dico(key) : Dico();
+  inner.set(childKey, std::move(value));
+  outer.set(key, std::move(inner));
+}
+
+}  // namespace
+
+BatchTable::BatchTable(CoreServices& services, Interface& interface)
+    : services_(services), interface_(interface) {}
+
+const Dico& BatchTable::source(int row) const {
+  const Dico* record = this->row(row).dico(BatchKey::dico);
+  return record ? *record : emptyRecord();
+}
+
+std::string BatchTable::sourcePath(int row) const {
+  return source(row).textOrEmpty(RowInfoKey::srcPathStr);
+}
+
+int BatchTable::rowOfSource(const std::string& path) const {
+  const auto found = rowOfPath_.find(path);
+  return found == rowOfPath_.end() ? -1 : found->second;
+}
+
+int BatchTable::append(Dico entry) {
+  const int row = count();
+  entry.set(BatchKey::order, row + 1);
+  rows_.push_back(std::move(entry));
+  rowOfPath_.emplace(sourcePath(row), row);
+  rowAppended.emit(row);
+  return row;
+}
+
+void BatchTable::setValue(int row, std::string_view key, Value value) {
+  Dico& entry = rows_.at(static_cast<std::size_t>(row));
+  if (const Value* old = entry.find(key); old && *old == value)
+    return;
+  entry.set(key, std::move(value));
+  rowChanged.emit(row);
+}
+
+void BatchTable::setSourceValue(int row, std::string_view key, Value value) {
+  setInside(rows_.at(static_cast<std::size_t>(row)), BatchKey::dico, key, std::move(value));
+  rowChanged.emit(row);
+}
+
+bool BatchTable::computeSize(Dico& entry, int row) const {
+  const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
+  debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);
+  if (asked > rowSameAsSource)
+    return true;
+  entry.set(BatchKey::fps, speedKeep);
+  const int soft = asked == rowSameAsSource ? softNone : interface_.editingSoft.selected();
+  const PresetChoice choice = choosePreset(entry, soft);
+  if (choice.row < firstConcreteRow) {
+    services_.alerts.show({":-( !!!!",
+                           "preset 'keep from src'? -> no preset computed :-(\n\nFatal failure: to "
+                           "correct!!!",
+                           {},
+                           "",
+                           Alert::Style::critical});
+    return false;
+  }
+  entry.set(BatchKey::sizeOut, choice.row);
+  debugFormat("APPTOR sizeOut post  = row#{} sizeOut#{}", row, choice.row);
+  return true;
+}
+
+bool BatchTable::iba_outSpeedCell(int row) {
+  if (!has(row))
+    return false;
+  debugFormat("row (outSpeedCell)  # {}", row);
+  Dico entry = this->row(row);
+  if (!computeSize(entry, row))
+    return false;
+  const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
+  debugFormat("sizeOutCurrentInt   : {} ({})", asked,
+              presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(asked)]));
+
+  const SizeAndSpeed valid = validSizeAndSpeed(entry);
+  debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
+  if (valid.sizeOut != asked)
+    debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut,
+                presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(valid.sizeOut)]));
+  entry.set(BatchKey::sizeOut, valid.sizeOut);
+  entry.set(BatchKey::fps, valid.speed);
+  const Permissions speeds = speedPermissions(entry);
+  debugFormat("Keep | Half | Slow  = {:d} | {:d} | {:d} (speedInt={})", speeds[speedKeep],
+              speeds[speedHalf], speeds[speedSlow], valid.speed);
+  debugFormat("(valid) speedInt    = {} (row#{})", valid.speed, row);
+
+  const int soft = interface_.editingSoft.selected();
+  const Dico& record = source(row);
+  const auto sizePrevious = record.integer(RowInfoKey::sizeOutPrevious);
+  const auto softPrevious = record.integer(RowInfoKey::softPrevious);
+  debugFormat("soft previous|curren: {}|{} && sizeOutPreviousInt vs sizeOutCurrentInt : {}|{}",
+              softPrevious.value_or(-1), soft, sizePrevious.value_or(-1), valid.sizeOut);
+  if (sizePrevious != valid.sizeOut || softPrevious != soft) {
+    debugFormat("from popup :-) …and some change(s)");
+    setInside(entry, BatchKey::dico, RowInfoKey::sizeOutPrevious, valid.sizeOut);
+    setInside(entry, BatchKey::dico, RowInfoKey::softPrevious, soft);
+  }
+
+  const Permissions targets = targetPermissions(entry);
+  debugFormat("allow Qt|Aic|Prores = {:d} | {:d} | {:d}", targets[outQuickTime], targets[outAic],
+              targets[outProres]);
+  const int target = validTarget(entry);
+  debugFormat(
+      "outInt              = {} (allowed: qt?={:d} | aic?={:d} | prores?={:d} - speedInt={})",
+      target, targets[outQuickTime], targets[outAic], targets[outProres], valid.speed);
+  entry.set(BatchKey::out, target);
+  if (!(entry == this->row(row))) {
+    rows_[static_cast<std::size_t>(row)] = std::move(entry);
+    rowChanged.emit(row);
+  }
+  debugFormat("iba_outSpeedCell    : end");
+  return true;
+}
+
+ChoiceCell BatchTable::outCell(int row) const {
+  debugFormat("tableView           : cell from out (#{})", row);
+  const Dico& entry = this->row(row);
+  const Permissions allowed = targetPermissions(entry);
+  debugFormat("isQtAllowed         :-{}", smile(allowed[outQuickTime]));
+  debugFormat("isAicAllowed        :-{}", smile(allowed[outAic]));
+  debugFormat("isProresAllowed     :-{}", smile(allowed[outProres]));
+  ChoiceCell cell;
+  int target = 0;
+  for (const char* stem : {"iconQt", "iconImovie", "iconFcp"}) {
+    const bool isAllowed = allowed[static_cast<std::size_t>(target++)];
+    cell.segments.push_back({fmt::format("{}{}_min", stem, isAllowed ? "" : "No"), isAllowed});
+  }
+  cell.selected = validTarget(entry);
+  return cell;
+}
+
+ChoiceCell BatchTable::speedCell(int row) const {
+  debugFormat("tableView           : cell from fps");
+  const Dico& entry = this->row(row);
+  const Permissions allowed = speedPermissions(entry);
+  const bool isP = isSourceProgressive(entry);
+  debugFormat("tableView       isP = {:d}", isP);
+  debugFormat("isKeepAllowed       :-{}", smile(allowed[speedKeep]));
+  debugFormat("isHalfAllowed       :-{}", smile(allowed[speedHalf]));
+  debugFormat("isSlowAllowed       :-{}", smile(allowed[speedSlow]));
+  ChoiceCell cell;
+  int speed = 0;
+  for (const char* stem : {"fpsFull", "fpsHalf", "fpsSlow"}) {
+    const bool isAllowed = allowed[static_cast<std::size_t>(speed++)];
+    cell.segments.push_back(
+        {fmt::format("{}{}{}_min", stem, isP ? "" : "i", isAllowed ? "" : "No"), isAllowed});
+  }
+  cell.selected = static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep));
+  return cell;
+}
+
+std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
+  const Dico& entry = this->row(row);
+  const int soft = interface_.editingSoft.selected();
+  const int best = presetAutoComputedFromSrc(entry, soft);
+  const auto& labels = presetSizesList(false);
+  const auto& images = presetSizesList(true);
+  std::vector<PopUpButton::Item> items;
+  for (std::size_t size = 0; size < labels.size(); ++size) {
+    const int index = static_cast<int>(size);
+    const char* colour = index == best ? "green" : presetIsCompliant(index, soft) ? "black" : "red";
+    items.push_back({labels[size], images[size], colour});
+  }
+  return items;
+}
+
+void BatchTable::select(int row) {
+  const int valid = has(row) ? row : -1;
+  if (valid == selectedRow_)
+    return;
+  debugFormat("tableSel…IsChanging : row={}", valid);
+  selectedRow_ = valid;
+  selectionChanged.emit();
+}
+
+void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,
+                              std::function<void(bool)> finished) {
+  debugFormat("batchRemoval…       : {} -  deb", single ? "single" : "all");
+  const auto answer = [finished](bool done) {
+    if (finished)
+      finished(done);
+  };
+  if (rows_.empty())
+    return answer(true);
+  if (single)
+    return answer(removeSelected(isAlertToDisplay));
+  if (!isAlertToDisplay) {
+    removeAllButCurrent();
+    return answer(true);
+  }
+  services_.alerts.show({localisationString("D_batch_4"),
+                         localisationString("D_batch_5"),
+                         {localisationString("D_oui"), localisationString("D_Annuler")},
+                         "",
+                         Alert::Style::warning},
+                        [this, answer](AlertAnswer reply) {
+                          if (reply.button == 0)
+                            removeAllButCurrent();
+                          answer(reply.button == 0);
+                        });
+}
+
+void BatchTable::encBatchRemove(bool isAlertToDisplay) {
+  batchRemoval(true, isAlertToDisplay,
+               [](bool done) { debugFormat("…BatchRemove        ? {:d}", done); });
+}
+
+void BatchTable::encBatchRemoveAll(bool isAlertToDisplay) {
+  batchRemoval(false, isAlertToDisplay,
+               [](bool done) { debugFormat("…BatchRemoveAll     ? {:d}", done); });
+}
+
+bool BatchTable::removeSelected(bool isAlertToDisplay) {
+  if (!has(selectedRow_))
+    return true;
+  if (selectedRow_ == encBatchInprogressRowIdentification()) {
+    logLine("batchRemoval… single: removal not available for the currently source in progress ;-)");
+    if (isAlertToDisplay)
+      services_.alerts.show({localisationString("D_batch_1"), ""});
+    return false;
+  }
+  debugFormat("remove single index # {}", selectedRow_);
+  removeRow(selectedRow_);
+  return true;
+}
+
+void BatchTable::removeRow(int row) {
+  const std::string thumbnail = source(row).textOrEmpty(RowInfoKey::imgPathStr);
+  if (!thumbnail.empty())
+    removeFile(thumbnail);
+  rowOfPath_.erase(sourcePath(row));
+  rows_.erase(rows_.begin() + row);
+  for (int later = row; later < count(); ++later) {
+    rows_[static_cast<std::size_t>(later)].set(BatchKey::order, later + 1);
+    rowOfPath_[sourcePath(later)] = later;
+  }
+  if (selectedRow_ == row)
+    selectedRow_ = -1;
+  else if (selectedRow_ > row)
+    --selectedRow_;
+  rowRemoved.emit(row);
+  selectionChanged.emit();
+}
+
+void BatchTable::removeAllButCurrent() {
+  const int srcInProgressIndexInt = encBatchInprogressRowIdentification();
+  debugFormat("srcInProgressIndexIn= {}", srcInProgressIndexInt);
+  // From the end, so that no row has to be renumbered twice.
+  for (int row = count() - 1; row >= 0; --row)
+    if (row != srcInProgressIndexInt)
+      removeRow(row);
+}
+
+int BatchTable::encBatchInprogressRowIdentification() const {
+  const std::string current = services_.preferences.prefReadString("encCurrentProcessingFile");
+  return current.empty() ? -1 : rowOfSource(current);
+}
+
+}  // namespace tessarin

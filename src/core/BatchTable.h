@@ -1,0 +1,89 @@
+// The batch: an ordered list of rows (BatchEntry), one per analysed source.
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/CoreServices.h"
+#include "core/Interface.h"
+#include "encoding/BatchEntry.h"
+
+namespace tessarin {
+
+// One choice cell of a row: what each segment shows, whether it may be chosen, and the selection.
+struct ChoiceCell {
+  struct Segment {
+    std::string image;
+    bool allowed = false;
+  };
+  std::vector<Segment> segments;
+  int selected = -1;
+};
+
+class BatchTable {
+ public:
+  BatchTable(CoreServices& services, Interface& interface);
+
+  // What changed, for whoever shows the table.
+  Signal<int> rowChanged;
+  Signal<int> rowAppended;
+  Signal<int> rowRemoved;
+  Signal<> selectionChanged;
+
+  int count() const { return static_cast<int>(rows_.size()); }
+  bool has(int row) const { return row >= 0 && row < count(); }
+  const Dico& row(int row) const { return rows_.at(static_cast<std::size_t>(row)); }
+  // The row's source record ("dico"); empty when it has none.
+  const Dico& source(int row) const;
+  std::string sourcePath(int row) const;
+
+  // Index of the row of this source, -1 when there is none.
+  int rowOfSource(const std::string& path) const;
+
+  // Appends the row as the last; the result is its index.
+  int append(Dico entry);
+  void setValue(int row, std::string_view key, Value value);
+  void setSourceValue(int row, std::string_view key, Value value);
+  // Marks the row with one of the state images ("puce", "puceCurrent", ...).
+  void mark(int row, std::string_view image) { setValue(row, BatchKey::resultat, Value(image)); }
+
+  // Validates the row's choices against its source and stores the valid ones: the size row, then
+  // the target, then the speed. False when no size row can be computed; the row stays as it was.
+  bool iba_outSpeedCell(int row);
+
+  // The choice cells of a row as they are shown.
+  ChoiceCell outCell(int row) const;
+  ChoiceCell speedCell(int row) const;
+  // The size popup of a row, coloured by what the editing application takes.
+  std::vector<PopUpButton::Item> sizeItems(int row) const;
+
+  // The selected row, -1 for none.
+  int selectedRow() const { return selectedRow_; }
+  void select(int row);
+
+  // Removes the selected row, or all rows, but never the one in progress. `finished` is told
+  // whether the removal went ahead; with the alert it is called after the user's answer.
+  void batchRemoval(bool single, bool isAlertToDisplay, std::function<void(bool)> finished);
+  void encBatchRemove(bool isAlertToDisplay);
+  void encBatchRemoveAll(bool isAlertToDisplay);
+
+  // Index of the row being encoded, -1 when no batch runs.
+  int encBatchInprogressRowIdentification() const;
+
+ private:
+  bool removeSelected(bool isAlertToDisplay);
+  void removeRow(int row);
+  void removeAllButCurrent();
+  bool computeSize(Dico& entry, int row) const;
+  int validOut(const Dico& entry) const;
+  int validSpeed(const Dico& entry) const;
+
+  CoreServices& services_;
+  Interface& interface_;
+  std::vector<Dico> rows_;
+  std::unordered_map<std::string, int> rowOfPath_;
+  int selectedRow_ = -1;
+};
+
+}  // namespace tessarin

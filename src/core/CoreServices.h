@@ -1,0 +1,22 @@
+// What the controller and its collaborators are given from outside.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "platform/Alerts.h"
+#include "platform/RunLoop.h"
+#include "prefs/PreferenceStore.h"
+
+namespace tessarin {
+
+// All borrowed; they live longer than the controller.
+struct CoreServices {
+  RunLoop& loop;
+  PreferenceStore& preferences;
+  Alerts& alerts;
+  // Shows a file or folder in the desktop's file browser; may be empty.
+  std::function<void(const std::string& path)> reveal;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,108 @@
+// Runs the batch row by row: a step machine whose steps are flags in the preference store.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "core/BatchTable.h"
+#include "core/StepFlags.h"
+#include "core/ToolTasks.h"
+#include "core/jobPlan.h"
+
+namespace tessarin {
+
+// How the job of one row ended.
+struct JobEnd {
+  enum class Kind {
+    converted,
+    kept,     // the output was there already and the user wanted it kept
+    failed,   // for the reason given
+    stopped,  // by the user
+  };
+  Kind kind = Kind::failed;
+  std::string source;
+  std::string output;   // the movie; of a failed job what is left of it, "" when nothing is
+  std::string reason;   // in the user's language; "" for a converted job
+  double duration = 0;  // seconds of the movie
+  double elapsed = 0;   // seconds that the job took
+};
+
+class EncodingDriver {
+ public:
+  EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table, ToolTasks& tasks);
+  ~EncodingDriver();
+
+  // The row's source and its planned output, before the job starts.
+  Signal<const std::string&, const std::string&> jobStarted;
+  Signal<const JobEnd&> jobEnded;
+  // The batch cannot start, for this reason in the user's language.
+  Signal<const std::string&> batchRefused;
+  // Every row has been worked on, or the user stopped the batch.
+  Signal<> batchEnded;
+
+  bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
+
+  void iba_batchGoBt();
+  // Pauses, resumes or stops, by the selected segment of the stop control.
+  void iba_taskStopBt();
+  // The stop of iba_taskStopBt, whatever the control shows.
+  void stop();
+
+  // A drop makes the encoding wait for the analysis of the new sources. A pause that the user
+  // asked for stays after it.
+  void suspendForAnalysis();
+  void resumeAfterAnalysis();
+
+  // Performs the step of this name later, from the loop.
+  void encSend(const std::string& stepName);
+
+ private:
+  void enc(const std::string& stepName);
+  void stepBatch();
+  void stepProcesses();
+  void stepDeb();
+  void stepV();
+  void stepQtEnc();
+  void stepFin();
+
+  void startRow(int row);
+  void skipMissingRow(int row);
+  void endOfBatch();
+  bool hasRoom(const Dico& job);
+  void checkOverwriting(JobPlan plan);
+  void startEncoding(JobPlan plan);
+  bool startTask(const Arguments& command, ParseMode parseMode, double maximum);
+  void taskEnded(const TaskEnd& end);
+
+  // Ends the job in hand: its remaining steps are dropped, encFin follows.
+  void dropJobSteps();
+  void fail(const std::string& reason);
+  void finishJob(JobEnd end);
+  void writeReadMe(const JobEnd& end);
+  std::string setAsideFailure(const std::string& output);
+
+  Dico job() const;
+  void storeJob(Dico job);
+  bool takeJobFlag(std::string_view name);
+  double jobDuration(const Dico& job) const;
+
+  CoreServices& services_;
+  Interface& interface_;
+  BatchTable& table_;
+  ToolTasks& tasks_;
+  StepFlags steps_;
+  OutputNames outputNames_;
+  bool stopAsked_ = false;  // encStopInt
+  bool suspendedForAnalysis_ = false;
+  std::optional<std::string> heldStep_;  // to be done after the analysis
+  // Of the job in hand.
+  std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
+  std::string reason_;
+  bool outputIsOurs_ = false;  // this job has begun to write the output
+  std::string readMe_;
+  std::chrono::steady_clock::time_point taskStart_;
+  RunLoop::Id next_ = 0;
+};
+
+}  // namespace tessarin

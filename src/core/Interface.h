@@ -1,0 +1,52 @@
+// The controls of the main window, owned by the controller.
+#pragma once
+
+#include "core/controls.h"
+
+namespace tessarin {
+
+// Where the progress of one kind of task is shown.
+struct TaskControls {
+  ProgressBar bar;
+  BusyWheel wheel;
+  TextField percent;
+  TextField action;  // what is being done, in the user's language
+  SegmentedControl stopBt;
+};
+
+// Segments of the stop control of an encoding.
+enum StopSegment { pauseSegment = 0, stopSegment = 1 };
+
+struct Interface {
+  Interface();
+
+  // Choices for new rows.
+  SegmentedControl editingSoft;  // 0 QuickTime, 1 iMovie, 2 Final Cut Pro, 3 50p/60p
+  PopUpButton sizeOut;           // the rows of presetSizesList; 0 and 1 are the automatic ones
+  SegmentedControl speed;        // 0 full, 1 half, 2 slow
+  SegmentedControl easy;         // 1: the speed choice is not used
+  CheckBox surround;
+  TextField destination;  // folder, "~" allowed
+
+  // Preferences that have no place in the main window.
+  SegmentedControl colour;
+  SegmentedControl checkMatrix;
+  PopUpButton prores;  // titles end in "(imco:<four characters>:appl)"
+  CheckBox alertEnd;
+  CheckBox updateCheck;
+
+  // Taking sources in.
+  ImageView dropImage;
+  TextField dropCaption;
+  Panel analysisPanel;
+  TextField analysisCaptionStr;
+  BusyWheel analysisWheelProgInd;
+  SegmentedControl analysisStopBt;
+
+  // The batch.
+  Panel batchDrawer;
+  Button batchGoBt;  // state 1 while a batch runs
+  TaskControls encoding;
+};
+
+}  // namespace tessarin

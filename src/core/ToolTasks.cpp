@@ -1,0 +1,271 @@
+#include "core/ToolTasks.h"
+
+#include "classShared/TextAdditions.h"
+#include "prefs/utilsAlert.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+// What is kept of an analysis report. A damaged source can make the tool complain about every
+// packet; what describes the source stands long before this.
+constexpr std::size_t longestReport = 64u << 20;
+
+// What is kept of an encoding's output, to tell why it failed.
+constexpr std::size_t longestLastOutput = 8u << 10;
+
+// A loudness report is a few lines; anything longer is no such report.
+constexpr std::size_t longestLoudnessReport = 4u << 10;
+
+const char* sideName(bool other) {
+  return other ? "Other" : "";
+}
+
+// The commands as the launcher takes them: one list with "|" between the commands.
+Arguments joined(const std::vector<Arguments>& commands) {
+  Arguments list;
+  for (const Arguments& command : commands) {
+    if (!list.empty())
+      list.push_back("|");
+    list.insert(list.end(), command.begin(), command.end());
+  }
+  return list;
+}
+
+// Bytes 0x80 to 0xBF continue a UTF-8 sequence.
+bool continuesSequence(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+void keepEnd(std::string& text, std::size_t length) {
+  if (text.size() <= length)
+    return;
+  std::size_t start = text.size() - length;
+  while (start < text.size() && continuesSequence(text[start]))
+    ++start;
+  text.erase(0, start);
+}
+
+}  // namespace
+
+ToolTasks::ToolTasks(CoreServices& services) : services_(services) {}
+
+ToolTasks::~ToolTasks() {
+  endAll();
+}
+
+bool ToolTasks::tasklauncherStart(TaskStart start) {
+  const bool other = start.isOther;
+  Side& side = this->side(other);
+  release(side);
+  side.start = std::move(start);
+  side.previousTime = -1.0;
+  debugFormat("2 progressMax={:f}", side.start.progressMax);
+  debugFormat("3 taskParseInt={}", static_cast<int>(side.start.parseMode));
+  if (other) {
+    analysisOutput_.emplace();
+    debugFormat("analysisTaskVerboseM:-) alloc");
+  }
+  prepareControls(side);
+
+  debugFormat("alloc class         : task{} ({})", sideName(other), joined(side.start.commands)[0]);
+  side.launcher = std::make_unique<taskLauncher>(services_.loop);
+  side.launcher->setDelegate(this);
+  // The launcher's text form loses every chunk with a byte above 127, and names have those.
+  side.launcher->dontConvertDataToString(true);
+  const int failureInt = side.launcher->launchTasksWithArguments(joined(side.start.commands));
+  logFormat("#3 failureInt={} ({})", failureInt, side.start.commands.front().front());
+  if (failureInt != 0) {
+    resetControls(side);
+    release(side);
+  }
+  debugFormat("tLEncStart - end    : Converting next step/file");
+  return failureInt == 0;
+}
+
+void ToolTasks::tasklauncherSuspend() {
+  logLine("process             : suspend");
+  if (TaskControls* controls = encoding_.start.controls) {
+    progressActionStrBeforePause_ = controls->action.text();
+    controls->action.setText(localisationString("D_action_pause"));
+  }
+  if (encoding_.launcher)
+    encoding_.launcher->suspend();
+}
+
+void ToolTasks::tasklauncherResume() {
+  logLine("process             : resume");
+  if (TaskControls* controls = encoding_.start.controls)
+    controls->action.setText(progressActionStrBeforePause_);
+  if (encoding_.launcher)
+    encoding_.launcher->resume();
+}
+
+bool ToolTasks::isEncodingSuspended() const {
+  return encoding_.launcher && encoding_.launcher->isSuspended();
+}
+
+void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) {
+  debugFormat("tl didReceiveNewStr - deb : '{}'", bytes);
+  if (&launcher != encoding_.launcher.get() && &launcher != other_.launcher.get()) {
+    logFormat("tl didReceiveNewStr :-( failure: {}", bytes);
+    return;
+  }
+  Side& side = this->side(&launcher == other_.launcher.get());
+  if (side.start.parseMode == ParseMode::none) {
+    if (analysisOutput_ && analysisOutput_->size() < longestReport)
+      analysisOutput_->append(bytes);
+    return;
+  }
+  side.lastOutput.append(bytes);
+  keepEnd(side.lastOutput, longestLastOutput);
+
+  // A piece of output ends anywhere: only whole lines are read, the rest waits for its end.
+  const std::size_t end = bytes.find_last_of("\r\n");
+  if (end == std::string_view::npos) {
+    side.unfinishedLine.append(bytes);
+    keepEnd(side.unfinishedLine, longestLastOutput);
+    return;
+  }
+  const std::string lines = side.unfinishedLine + std::string(bytes.substr(0, end));
+  side.unfinishedLine = bytes.substr(end + 1);
+  readLines(side, lines);
+}
+
+void ToolTasks::readLines(Side& side, std::string_view lines) {
+  if (side.start.parseMode == ParseMode::time)
+    readLoudness(side, lines);
+  for (const std::string_view line : splitLines(lines))
+    showProgress(side, line);
+}
+
+void ToolTasks::readLoudness(Side& side, std::string_view lines) {
+  const bool begins =
+      contains(lines, "Integrated loudness:") || contains(lines, "[Parsed_volumedetect");
+  if (!begins && side.loudnessText.empty())
+    return;
+  side.loudnessText.append(lines).append("\n");
+  Dico values;
+  captureLoudness(side.loudnessText, values);
+  if (!values.empty() || side.loudnessText.size() > longestLoudnessReport)
+    side.loudnessText.clear();
+  if (!values.empty())
+    measured.emit(values);
+}
+
+void ToolTasks::showProgress(Side& side, std::string_view line) {
+  TaskControls* controls = side.start.controls;
+  if (!side.previousTime)
+    return;
+  if (!controls || side.start.progressMax <= 0) {
+    if (side.start.wheel)
+      side.start.wheel->setTurning(true);
+    return;
+  }
+  const auto value = progressValue(side.start.parseMode, line);
+  if (!value)
+    return;
+  const auto display =
+      progressStep(*side.previousTime, *value, side.start.progressMax, side.start.parseMode,
+                   controls->percent.text(), localisationString("th"));
+  if (!display)
+    return;
+  controls->wheel.setTurning(display->wheelTurns);
+  if (display->percentText) {
+    controls->percent.setText(*display->percentText);
+    if (!display->percentText->empty())
+      debugFormat("progress            : {}", *display->percentText);
+  }
+  if (display->starts)
+    controls->bar.setIndeterminate(false);
+  if (display->barValue)
+    controls->bar.setValue(*display->barValue);
+  side.previousTime = display->previous;
+}
+
+void ToolTasks::taskLauncherTaskDidEnd(taskLauncher& launcher) {
+  const bool other = &launcher == other_.launcher.get();
+  if (!other && &launcher != encoding_.launcher.get())
+    return;
+  Side& side = this->side(other);
+  const int status = launcher.terminationStatus();
+  const std::string program = side.start.commands.back().front();
+  logFormat("tlTaskDidEnd        : {}", program);
+  if (status == taskLauncher::abortedStatus)
+    logLine("tlTaskDidEnd        : tl interrupted");
+  else if (status != 0)
+    logFormat("tlTaskDidEnd        : tl task failed, error :-( {} ({})", status, program);
+  else
+    logLine("tlTaskDidEnd        : we are done.");
+  side.status = status;
+  if (!side.unfinishedLine.empty())
+    readLines(side, std::exchange(side.unfinishedLine, {}));
+  taskLauncherDone(other);
+}
+
+void ToolTasks::taskLauncherTaskDidSuspend(taskLauncher&) {
+  logLine("task suspended");
+}
+
+void ToolTasks::taskLauncherDone(bool other) {
+  Side& side = this->side(other);
+  logFormat("tlDone              : {} (isAnalysis={})",
+            side.launcher ? side.start.commands.back().front() : "none", other ? 1 : 0);
+  if (!side.launcher)
+    return;
+  TaskEnd end{other, side.status.value_or(taskLauncher::abortedStatus), side.lastOutput};
+  resetControls(side);
+  release(side);
+  ended.emit(end);
+}
+
+void ToolTasks::endAll() {
+  for (Side* side : {&encoding_, &other_}) {
+    if (!side->launcher)
+      continue;
+    resetControls(*side);
+    release(*side);
+  }
+}
+
+void ToolTasks::prepareControls(const Side& side) {
+  if (TaskControls* controls = side.start.controls) {
+    const bool known = side.start.progressMax > 0;
+    controls->bar.setValue(0);
+    controls->bar.setMaximum(side.start.progressMax);
+    controls->bar.setIndeterminate(!known);
+    if (!known)
+      logFormat("Progress Max Value  : {:.3f}", side.start.progressMax);
+  }
+  if (side.start.stopBt) {
+    side.start.stopBt->setHidden(false);
+    side.start.stopBt->setEnabled(true);
+  }
+}
+
+void ToolTasks::resetControls(const Side& side) {
+  if (TaskControls* controls = side.start.controls) {
+    controls->bar.setValue(0);
+    controls->bar.setIndeterminate(false);
+    controls->percent.setText("");
+  }
+  if (side.start.wheel)
+    side.start.wheel->setTurning(false);
+  if (side.start.stopBt) {
+    side.start.stopBt->setHidden(true);
+    side.start.stopBt->setEnabled(false);
+  }
+}
+
+void ToolTasks::release(Side& side) {
+  if (side.launcher) {
+    side.launcher->setDelegate(nullptr);
+    side.launcher->tasklauncherTerminate();
+    // This may run inside one of the launcher's own callbacks: it goes when the loop is free.
+    services_.loop.runSoon([ended = std::shared_ptr<taskLauncher>(std::move(side.launcher))] {});
+  }
+  side = Side();
+}
+
+}  // namespace tessarin

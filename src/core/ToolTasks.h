@@ -1,0 +1,94 @@
+// The child processes of the application: one for the analysis, one for the encoding.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/CoreServices.h"
+#include "core/Interface.h"
+#include "process/progress.h"
+#include "process/taskLauncher.h"
+
+namespace tessarin {
+
+// A pipeline to start.
+struct TaskStart {
+  std::vector<Arguments> commands;  // joined by pipes; the first element of each is the program
+  double progressMax = 0;           // the value that means 100 %; not above 0: unknown
+  ParseMode parseMode = ParseMode::none;  // how the output is read
+  TaskControls* controls = nullptr;       // where it is shown; null: nowhere
+  SegmentedControl* stopBt = nullptr;     // what stops it; null: nothing
+  BusyWheel* wheel = nullptr;             // turns while nothing is known
+  bool isOther = false;                   // an analysis task
+};
+
+// How a task ended, as its owner sees it.
+struct TaskEnd {
+  bool isAnalysis = false;
+  int status = 0;          // of the last process; taskLauncher::abortedStatus when it was ended
+  std::string lastOutput;  // the end of what an encoding task printed
+};
+
+// Starts pipelines, reads their progress, suspends, resumes and ends them. At most one encoding
+// and one analysis task run at a time.
+class ToolTasks final : public TaskLauncherDelegate {
+ public:
+  explicit ToolTasks(CoreServices& services);
+  ~ToolTasks() override;
+
+  // The task is over and its controls are back to idle; the owning machine may go on.
+  Signal<const TaskEnd&> ended;
+  // What the tool measured: values for the job in hand ("normalizedVolumedetect", "normalized").
+  Signal<const Dico&> measured;
+
+  // False when the pipeline could not be launched; the reason is in the log.
+  bool tasklauncherStart(TaskStart start);
+
+  void tasklauncherSuspend();
+  void tasklauncherResume();
+  bool isEncodingSuspended() const;
+  bool isRunning(bool other) const { return side(other).launcher != nullptr; }
+
+  // Ends the task of one side, if any, and lets its machine continue.
+  void taskLauncherDone(bool other);
+  // Ends both without continuing anything.
+  void endAll();
+
+  // The complete output of the analysis task (running or just ended); nothing when none was
+  // collected since the last call of dropOutput.
+  std::optional<std::string>& analysisTaskVerboseMStr() { return analysisOutput_; }
+
+ private:
+  struct Side {
+    std::unique_ptr<taskLauncher> launcher;
+    TaskStart start;
+    std::optional<double> previousTime;
+    std::string unfinishedLine;
+    std::string loudnessText;  // output since a loudness report began
+    std::string lastOutput;
+    std::optional<int> status;  // set when the launcher told its end
+  };
+
+  void taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) override;
+  void taskLauncherTaskDidEnd(taskLauncher& launcher) override;
+  void taskLauncherTaskDidSuspend(taskLauncher& launcher) override;
+
+  Side& side(bool other) { return other ? other_ : encoding_; }
+  const Side& side(bool other) const { return other ? other_ : encoding_; }
+  void readLines(Side& side, std::string_view lines);
+  void readLoudness(Side& side, std::string_view lines);
+  void showProgress(Side& side, std::string_view line);
+  void prepareControls(const Side& side);
+  void resetControls(const Side& side);
+  void release(Side& side);
+
+  CoreServices& services_;
+  Side encoding_;
+  Side other_;
+  std::optional<std::string> analysisOutput_;
+  std::string progressActionStrBeforePause_;
+};
+
+}  // namespace tessarin

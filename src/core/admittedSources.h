@@ -1,0 +1,34 @@
+// Which files are taken in as sources.
+#pragma once
+
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace tessarin {
+
+// The extensions of the first entry of "CFBundleDocumentTypes", each in four spellings: as
+// written, in small letters, in capitals, capitalised. "eyetv" and "iMovieProject" are left out.
+class AdmittedExtensions {
+ public:
+  // Reads the main bundle.
+  AdmittedExtensions();
+
+  // Whether the path's extension is one of the spellings: other mixtures of small letters and
+  // capitals are refused.
+  bool admits(const std::string& path) const;
+
+  // How many extensions are admitted, spellings not counted.
+  std::size_t count() const { return count_; }
+
+ private:
+  std::unordered_set<std::string> spellings_;
+  std::size_t count_ = 0;
+};
+
+// The list to take in when `paths` was dropped: when the first one is a folder (after following
+// one link or alias), all files below that folder instead of the list; else the list as it is,
+// with the first path resolved.
+std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths);
+
+}  // namespace tessarin

@@ -1,0 +1,159 @@
+#include "core/appDelegate.h"
+
+#include <fmt/format.h>
+
+#include "analysis/codecInventory.h"
+#include "classShared/TextAdditions.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr const char* folderName = "Tessarin";
+
+// The stored index when it lies within the control's segments, or else the default.
+template <class SelectionControl>
+void applyIndex(SelectionControl& control, const Dico& stored, std::string_view key, int count) {
+  const auto index = stored.integer(key);
+  if (index && *index >= 0 && *index < count)
+    control.select(static_cast<int>(*index));
+  else
+    control.select(static_cast<int>(prefDefaults().integer(key).value_or(0)));
+}
+
+bool isChecked(const Dico& stored, std::string_view key) {
+  return stored.integer(key).value_or(prefDefaults().integer(key).value_or(0)) != 0;
+}
+
+// The stored folder when it exists, or the folder above it when it is the application's own
+// subfolder; the default when that does not exist.
+std::string usableDestination(const std::string& stored) {
+  if (stored.empty())
+    return prefDefaults().textOrEmpty(PrefKey::destination);
+  const bool isOwn = fileName(stored) == folderName;
+  const std::string needed = isOwn ? parentFolder(stored) : stored;
+  return isDirectory(expandTilde(needed)) ? stored
+                                          : prefDefaults().textOrEmpty(PrefKey::destination);
+}
+
+std::string titleMark(std::string_view flavour) {
+  return fmt::format("imco:{}:appl", flavour);
+}
+
+int itemOfFlavour(const PopUpButton& popup, std::string_view flavour) {
+  const auto& items = popup.items();
+  for (std::size_t index = 0; index < items.size(); ++index)
+    if (contains(items[index].title, titleMark(flavour)))
+      return static_cast<int>(index);
+  return -1;
+}
+
+void applyProres(PopUpButton& popup, std::string flavour) {
+  const std::string standard = prefDefaults().textOrEmpty(PrefKey::prores);
+  if (flavour.empty())
+    flavour = standard;
+  if (popup.items().empty()) {
+    debugFormat("prores              :-( no codec available");
+    popup.select(-1);
+    return;
+  }
+  int item = itemOfFlavour(popup, flavour);
+  if (item < 0) {
+    logFormat("prores              :-( {}", flavour);
+    if (flavour != standard)
+      item = itemOfFlavour(popup, standard);
+    if (item >= 0)
+      logFormat("prores              :-/ {}", standard);
+    logFormat("prores              :-(( {}", flavour);
+  }
+  popup.select(item);
+}
+
+}  // namespace
+
+appDelegate::appDelegate(CoreServices services)
+    : services_(std::move(services)),
+      table_(services_, interface),
+      tasks_(services_),
+      queue_(services_, interface, table_, tasks_),
+      driver_(services_, interface, table_, tasks_) {
+  queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
+  queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });
+  driver_.batchEnded.connect([this] { queue_.setOpenPermitted(true); });
+
+  std::vector<PopUpButton::Item> flavours;
+  for (const std::string& label : proresEncoderLabels())
+    flavours.push_back({label, "", ""});
+  interface.prores.setItems(std::move(flavours));
+}
+
+appDelegate::~appDelegate() {
+  services_.loop.cancel(openFiles_);
+}
+
+void appDelegate::applicationOpenFiles(const std::vector<std::string>& paths) {
+  services_.loop.cancel(openFiles_);
+  openFiles_ = services_.loop.runSoon([this, paths] {
+    openFiles_ = 0;
+    performOpenFiles(paths);
+  });
+}
+
+void appDelegate::performOpenFiles(const std::vector<std::string>& paths) {
+  logLine("drag'n'drop onto icon…");
+  draggedFiles(paths);
+}
+
+void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {
+  logLine("drag'n'drop(imgView)…");
+  draggedFiles(paths);
+}
+
+void appDelegate::prefs2GuiApp(const Dico& stored) {
+  interface.destination.setText(usableDestination(stored.textOrEmpty(PrefKey::destination)));
+  const int colours = interface.colour.count();
+  if (const auto colour = stored.integer(PrefKey::color);
+      colour && *colour >= 0 && *colour < colours)
+    interface.colour.select(static_cast<int>(*colour));
+  else if (!interface.colour.has(interface.colour.selected()))
+    interface.colour.select(0);
+  interface.alertEnd.setChecked(isChecked(stored, PrefKey::alertEnd));
+  interface.updateCheck.setChecked(isChecked(stored, PrefKey::update));
+  interface.surround.setChecked(isChecked(stored, PrefKey::surround));
+  applyProres(interface.prores, stored.textOrEmpty(PrefKey::prores));
+  applyIndex(interface.checkMatrix, stored, PrefKey::checkMatrix, interface.checkMatrix.count());
+  applyIndex(interface.speed, stored, PrefKey::speed, interface.speed.count());
+  applyIndex(interface.editingSoft, stored, PrefKey::editingSoft, interface.editingSoft.count());
+  applyIndex(interface.sizeOut, stored, PrefKey::preset,
+             static_cast<int>(interface.sizeOut.items().size()));
+  applyIndex(interface.easy, stored, PrefKey::easy, interface.easy.count());
+  logFormat(
+      "easy default        = {} ({})", interface.easy.selected(),
+      interface.easy.segments().at(static_cast<std::size_t>(interface.easy.selected())).label);
+}
+
+Dico appDelegate::prefs2GuiApp() const {
+  Dico stored;
+  stored.set(PrefKey::destination, interface.destination.text());
+  stored.set(PrefKey::color, interface.colour.selected());
+  stored.set(PrefKey::alertEnd, interface.alertEnd.isChecked() ? 1 : 0);
+  stored.set(PrefKey::update, interface.updateCheck.isChecked() ? 1 : 0);
+  stored.set(PrefKey::surround, interface.surround.isChecked() ? 1 : 0);
+  std::string flavour = prefDefaults().textOrEmpty(PrefKey::prores);
+  const int item = interface.prores.selected();
+  if (item >= 0)
+    if (const auto code = textBetween(
+            interface.prores.items().at(static_cast<std::size_t>(item)).title, "imco:", ":appl"))
+      flavour = *code;
+  stored.set(PrefKey::prores, flavour);
+  stored.set(PrefKey::checkMatrix, interface.checkMatrix.selected());
+  stored.set(PrefKey::speed, interface.speed.selected());
+  stored.set(PrefKey::editingSoft, interface.editingSoft.selected());
+  stored.set(PrefKey::preset, interface.sizeOut.selected());
+  stored.set(PrefKey::easy, interface.easy.selected());
+  return stored;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,68 @@
+#include "core/failureReason.h"
+
+#include <array>
+
+#include "classShared/TextAdditions.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+struct Cause {
+  std::string_view phrase;  // as the tool prints it
+  std::string_view key;     // of the text in table "Localized"
+};
+
+// The first cause whose phrase occurs is the reason: causes before their consequences.
+constexpr std::array<Cause, 14> causes{{
+    {"No space left on device", "why_diskFull"},
+    {"Disk quota exceeded", "why_diskFull"},
+    {"Read-only file system", "why_readOnly"},
+    {"Permission denied", "why_permission"},
+    {"No such file or directory", "why_missing"},
+    {"Is a directory", "why_folder"},
+    {"Input/output error", "why_inputOutput"},
+    {"moov atom not found", "why_incomplete"},
+    {"Invalid data found when processing input", "why_noMovie"},
+    {"could not find codec parameters", "why_noMovie"},
+    {"Could not find codec parameters", "why_noMovie"},
+    {"does not contain any stream", "why_noPicture"},
+    {"Could not find tag for codec", "why_codecForMov"},
+    {"no ffmpeg", "why_noFfmpeg"},
+}};
+
+// Lines that tell how far the tool got, not what went wrong.
+bool isProgress(std::string_view line) {
+  return startsWith(line, "frame=") || startsWith(line, "size=") || startsWith(line, "video:") ||
+         startsWith(line, "Exiting normally") || startsWith(line, "Conversion failed");
+}
+
+// The last line that says something, without the tool's "[module @ address] ".
+std::string_view lastWords(std::string_view output) {
+  const auto lines = splitLines(output);
+  for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+    std::string_view words = trimmed(*line);
+    if (words.empty() || isProgress(words))
+      continue;
+    if (startsWith(words, "["))
+      words = textAfter(words, "] ").value_or(words);
+    if (!words.empty())
+      return words;
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string failureReason(std::string_view toolOutput) {
+  for (const Cause& cause : causes)
+    if (contains(toolOutput, cause.phrase))
+      return localisationString(cause.key);
+  const std::string_view words = lastWords(toolOutput);
+  if (words.empty())
+    return localisationString("why_silent");
+  return localisationString("why_toolSays", "", words);
+}
+
+}  // namespace tessarin

@@ -1,0 +1,109 @@
+#include "core/newRow.h"
+
+#include <fmt/format.h>
+
+#include <random>
+
+#include "encoding/BatchEntry.h"
+#include "encoding/arithmetic.h"
+#include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
+#include "utils/files.h"
+#include "utils/numbers.h"
+#include "utils/text.h"
+#include "utils/times.h"
+
+namespace tessarin {
+
+namespace {
+
+// A thumbnail's name is cut to this many characters; with a random number and an extension it
+// stays below the 255 bytes of a file name even when each character takes four bytes.
+constexpr int longestThumbnailName = 40;
+
+}  // namespace
+
+double thumbnailAspect(const SourceInfo& info) {
+  constexpr double wide = 1.77;
+  constexpr double narrow = 1.33;
+  if (const auto dar = info.text(SourceKey::v0Dar))
+    return fractionStr2Float(*dar);
+  const double width = info.number(SourceKey::v0Width).value_or(0);
+  const double height = info.number(SourceKey::v0Height).value_or(0);
+  if (width <= 0 || height <= 0)
+    return wide;
+  const double aspect = nbArrondi(width / height, 2);
+  if (aspect >= 1.7 && aspect < 1.8)
+    return wide;
+  if (aspect >= 1.3 && aspect < 1.4)
+    return narrow;
+  return aspect;
+}
+
+std::string thumbnailSeekPoint(const SourceInfo& info) {
+  const double seconds = info.number(SourceKey::wDuration).value_or(0);
+  for (const int point : {120, 60, 10})
+    if (seconds > point)
+      return fmt::format("{}", point);
+  return "0";
+}
+
+Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
+                           const std::string& thumbnail, bool keyFramesOnly) {
+  // 160 / (16 / 9) is 90, which single precision misses by a hair.
+  const int height = static_cast<int>(160 / thumbnailAspect(info) + 0.001);
+  std::string filter = fmt::format("scale=160:{}", height);
+  if (keyFramesOnly)
+    filter = "select=eq(pict_type\\,I)," + filter;
+  return {Bundle::main().toolPath("ffmpeg"),
+          "-loglevel",
+          "info",
+          "-ss",
+          thumbnailSeekPoint(info),
+          "-i",
+          source,
+          "-vframes",
+          "1",
+          "-t",
+          "12",
+          "-vf",
+          filter,
+          "-an",
+          "-sn",
+          "-y",
+          thumbnail};
+}
+
+std::string thumbnailPath(const std::string& folder, const std::string& source) {
+  std::string name = withoutExtension(trimPathStr(fileName(source), longestThumbnailName));
+  // ffmpeg would take a percent sign in the name of a picture for a counter.
+  name = replaceAll(name, "%", "_");
+  const std::string plain = joinPath(folder, name + ".jpg");
+  if (!name.empty() && !pathExists(plain))
+    return plain;
+  std::random_device random;
+  return fmt::format("{}_{}.jpg", withoutExtension(plain), random());
+}
+
+Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices) {
+  const double fps = info.number(SourceKey::v0Fps).value_or(0);
+  const int roundedRate = static_cast<int>(fps + 0.5);
+  const char* scan = info.textOrEmpty(SourceKey::v0Fields) == fieldsText("PFF") ? "p" : "i";
+  Dico row;
+  row.set(BatchKey::resultat, ResultMark::waiting);
+  row.set(BatchKey::out, choices.out);
+  row.set(BatchKey::fpsSrc, fmt::format("\n{}{}", roundedRate, scan));
+  row.set(BatchKey::fps, choices.speed);
+  row.set(BatchKey::sizeOut, choices.sizeOut);
+  row.set(BatchKey::dico, info);
+  row.set(BatchKey::src,
+          fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(source)),
+                      info.integer(SourceKey::v0Width).value_or(0),
+                      info.integer(SourceKey::v0Height).value_or(0), scan, roundedRate,
+                      durationText(info.integer(SourceKey::wDuration).value_or(0))));
+  if (const auto image = info.text(RowInfoKey::imgPathStr))
+    row.set(BatchKey::img, *image);
+  return row;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,36 @@
+// What the analysis makes of a source: its thumbnail command and its row of the batch. Pure
+// functions.
+#pragma once
+
+#include <string>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+
+namespace tessarin {
+
+// The shape of the thumbnail, width by height: the source's display aspect; without one, that of
+// its frame, where 1.7 to 1.8 counts as 1.77 and 1.3 to 1.4 as 1.33; 1.77 when nothing is known.
+double thumbnailAspect(const SourceInfo& info);
+
+// Where in the source the thumbnail is taken, in seconds as ffmpeg takes them.
+std::string thumbnailSeekPoint(const SourceInfo& info);
+
+// The command that writes the thumbnail, 160 pixels wide. `keyFramesOnly` waits for a key frame.
+Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
+                           const std::string& thumbnail, bool keyFramesOnly);
+
+// A path in `folder` for the thumbnail of the source that does not exist yet.
+std::string thumbnailPath(const std::string& folder, const std::string& source);
+
+// What the interface says about a new row.
+struct RowChoices {
+  int out = 0;      // segment of the editing-application choice
+  int speed = 0;    // OutputSpeed
+  int sizeOut = 0;  // item of the size popup
+};
+
+// The row (BatchEntry) of an analysed source, without its position.
+Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices);
+
+}  // namespace tessarin

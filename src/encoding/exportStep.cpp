@@ -1,0 +1,48 @@
+#include "encoding/exportStep.h"
+
+#include <cmath>
+
+#include "encoding/arithmetic.h"
+#include "encoding/naming.h"
+#include "platform/Bundle.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+// The format that encDstPoidsEstimatif takes for an export: room for the largest codec.
+constexpr int exportFormat = 3;
+
+std::string presetOf(const std::string& presetName, double displayRatio) {
+  if (!presetName.empty())
+    return presetName;
+  return std::abs(displayRatio - 1.33) <= 0.1 ? "1280x720pLetterbox" : "1280x720p";
+}
+
+}  // namespace
+
+std::optional<ExportStep> encQt(const std::string& dstPath, double duration,
+                                const std::string& presetName, double displayRatio) {
+  logLine("encQt()             - begin");
+  ExportStep step;
+  step.masterPath = masterPathStr(dstPath);
+  moveFile(dstPath, step.masterPath, "y");
+
+  const int available = freeDiskSpaceMo(step.masterPath);
+  const double necessary = encDstPoidsEstimatif(duration, poidsFile(dstPath, "M"), exportFormat);
+  logFormat("necessary|available ? {:.0f} | {}", necessary, available);
+  if (available >= 0 && available < necessary)
+    return std::nullopt;
+
+  const Bundle& bundle = Bundle::main();
+  const std::string settings =
+      joinPath(joinPath(bundle.resourcePath(), "presetQt"), presetOf(presetName, displayRatio));
+  step.arguments = {
+      bundle.toolPath("movtool"), "-s", settings, "-i", step.masterPath, "-y", "-o", dstPath};
+  logLine("encQt()             - end");
+  return step;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,115 @@
+#include <filesystem>
+
+#include "CoreFixture.h"
+#include "core/AnalysisQueue.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+namespace {
+
+using test::CoreFixture;
+
+class AnalysisQueueTest : public CoreFixture {};
+
+TEST_F(AnalysisQueueTest, MakesARowOfEverySourceAndTellsOfTheOthers) {
+  const std::string good = folder.file("good.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(good));
+  const std::string bad = folder.write("bad.mts", std::string(5000, 'x'));
+  const std::string gone = folder.file("gone.mts");
+  analyse({bad, good, gone});
+
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_EQ(app.table().sourcePath(0), good);
+  const SourceInfo& info = app.table().source(0);
+  EXPECT_EQ(info.integer(SourceKey::v0Width), 720);
+  EXPECT_EQ(info.number(SourceKey::v0Fps), 50);
+  EXPECT_EQ(info.text(SourceKey::v0Fields), fieldsText("TFF"));
+  EXPECT_TRUE(pathExists(info.textOrEmpty(RowInfoKey::imgPathStr)));
+  EXPECT_EQ(app.table().row(0).integer(BatchKey::order), 1);
+  ASSERT_EQ(refused.size(), 2u);
+  EXPECT_EQ(refused[0], std::make_pair(bad, localisationString("why_noMovie")));
+  EXPECT_EQ(refused[1], std::make_pair(gone, localisationString("why_missing")));
+  // Idle again, with nothing left behind.
+  EXPECT_TRUE(app.queue().isOpenPermitted());
+  EXPECT_FALSE(app.interface.analysisPanel.isShown());
+  EXPECT_TRUE(app.interface.batchGoBt.isEnabled());
+  for (const char* key : {"analysisSrcPathesDico", "analysisSrcPathStr", "analysisSrcCurrentDico",
+                          "analysisDeb", "imgPathStr"})
+    EXPECT_EQ(preferences.prefRead(key), nullptr) << key;
+}
+
+TEST_F(AnalysisQueueTest, NamesOfAllKindsAreRead) {
+  std::vector<std::string> names = {"Été à Köln.mts", "夏の旅行.MTS",     "it's \"quoted\" `x`.mts",
+                                    "-y.mts",         "100 %d 50%.mts",   "two\nlines.mts",
+                                    "a:b.mts",        "pipe|semi;$x.mts", "fatal error in it.mts"};
+  std::vector<std::string> paths;
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("one.mts")));
+  for (const std::string& name : names) {
+    paths.push_back(folder.file(name));
+    std::filesystem::copy_file(folder.file("one.mts"), paths.back());
+  }
+  analyse(paths);
+  EXPECT_TRUE(refused.empty()) << refused.front().first << ": " << refused.front().second;
+  ASSERT_EQ(app.table().count(), static_cast<int>(paths.size()));
+  for (int row = 0; row < app.table().count(); ++row) {
+    EXPECT_EQ(app.table().sourcePath(row), paths[static_cast<std::size_t>(row)]);
+    EXPECT_TRUE(app.table().source(row).contains(RowInfoKey::imgPathStr))
+        << paths[static_cast<std::size_t>(row)];
+  }
+}
+
+TEST_F(AnalysisQueueTest, AFolderCountsAloneAndDuplicatesOnce) {
+  const std::string inside = folder.file("card/STREAM/00001.MTS");
+  folder.write("card/STREAM/note.txt", "no movie");
+  ASSERT_TRUE(test::makeInterlacedClip(inside));
+  const std::string beside = folder.file("beside.mts");
+  std::filesystem::copy_file(inside, beside);
+  analyse({folder.file("card"), beside});
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_EQ(app.table().sourcePath(0), inside);
+
+  // Known already: nothing to do, and nothing to complain about.
+  analyse({inside});
+  EXPECT_EQ(app.table().count(), 1);
+  EXPECT_TRUE(log.mentions("doublon             : pas de sur-analyse pour rien ;-) #1/1"));
+  EXPECT_TRUE(alerts.shown.empty());
+
+  analyse({folder.file("card/STREAM/note.txt")});
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].informative, localisationString("D_go_source3"));
+}
+
+TEST_F(AnalysisQueueTest, StopGivesUpTheRest) {
+  std::vector<std::string> paths;
+  for (const char* name : {"1.mts", "2.mts", "3.mts"})
+    paths.push_back(folder.file(name));
+  ASSERT_TRUE(test::makeInterlacedClip(paths[0]));
+  for (const std::size_t copy : {1u, 2u})
+    std::filesystem::copy_file(paths[0], paths[copy]);
+  app.draggedFiles(paths);
+  EXPECT_FALSE(app.queue().isOpenPermitted());
+  EXPECT_TRUE(app.interface.analysisWheelProgInd.isTurning());
+  app.iba_analysisStopBt();
+  serve();
+  EXPECT_EQ(app.table().count(), 0);
+  EXPECT_TRUE(log.has("analysis stop       : final end"));
+  analyse({paths[1]});
+  EXPECT_EQ(app.table().count(), 1);
+}
+
+TEST_F(AnalysisQueueTest, TheCaptionCountsAsItAlwaysDid) {
+  std::vector<std::string> paths;
+  for (const char* name : {"1.mts", "2.mts", "3.mts"})
+    paths.push_back(folder.write(name, "no movie"));
+  std::vector<std::string> captions;
+  app.interface.analysisCaptionStr.changed.connect([&] {
+    const std::string& text = app.interface.analysisCaptionStr.text();
+    if (captions.empty() || captions.back() != text)
+      captions.push_back(text);
+  });
+  analyse(paths);
+  EXPECT_EQ(captions, (std::vector<std::string>{"0/2", "1/2", ""}));
+}
+
+}  // namespace
+}  // namespace tessarin

@@ -1,0 +1,210 @@
+#include <filesystem>
+#include <fstream>
+
+#include "CoreFixture.h"
+#include "core/EncodingDriver.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+namespace {
+
+using test::CoreFixture;
+
+class EncodingDriverTest : public CoreFixture {
+ protected:
+  // Analysed clips "1.mts", "2.mts" … of 0.4 s.
+  void clips(int count) {
+    std::vector<std::string> paths;
+    for (int number = 1; number <= count; ++number) {
+      paths.push_back(folder.file(std::to_string(number) + ".mts"));
+      if (number == 1)
+        ASSERT_TRUE(test::makeInterlacedClip(paths[0]));
+      else
+        std::filesystem::copy_file(paths[0], paths.back());
+    }
+    analyse(paths);
+    ASSERT_EQ(app.table().count(), count);
+  }
+
+  // Stands for a tool that writes what it is told to write: replaces ffmpeg for the encoding.
+  std::vector<JobEnd::Kind> kinds() const {
+    std::vector<JobEnd::Kind> list;
+    for (const JobEnd& end : ended)
+      list.push_back(end.kind);
+    return list;
+  }
+
+  using Kind = JobEnd::Kind;
+};
+
+TEST_F(EncodingDriverTest, ABatchConvertsEveryRow) {
+  clips(2);
+  std::vector<std::string> percents;
+  app.interface.encoding.percent.changed.connect(
+      [&] { percents.push_back(app.interface.encoding.percent.text()); });
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
+  EXPECT_EQ(mark(0), ResultMark::success);
+  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_GT(poidsFile(movie("1.mov"), "k"), 10);
+  const auto readMe = readFileStart(movie("2.txt"), 1000);
+  ASSERT_TRUE(readMe);
+  EXPECT_TRUE(
+      readMe->starts_with("format              : Final Cut Pro\n"
+                          "   Total speed      : real time / "))
+      << *readMe;
+  EXPECT_EQ(app.interface.batchGoBt.state(), 0);
+  EXPECT_EQ(preferences.prefRead("encCurrentProcessingFile"), nullptr);
+  EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
+  EXPECT_EQ(revealed, std::vector<std::string>{folder.file("movies/Tessarin")});
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].message, localisationString("D_fin_GUI"));
+}
+
+TEST_F(EncodingDriverTest, AVanishedSourceIsRemovedAndTheRestGoesOn) {
+  clips(3);
+  std::filesystem::remove(folder.file("1.mts"));
+  preferences.prefWrite(PrefKey::alertEnd, 0);
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted, Kind::converted}));
+  EXPECT_EQ(ended[0].reason, localisationString("why_missing"));
+  ASSERT_EQ(app.table().count(), 2);
+  EXPECT_EQ(app.table().row(0).integer(BatchKey::order), 1);
+  EXPECT_TRUE(alerts.shown.empty());
+}
+
+TEST_F(EncodingDriverTest, ExistingMoviesAreAskedAbout) {
+  clips(3);
+  for (const char* name : {"1.mov", "2.mov", "3.mov"})
+    folder.write("movies/Tessarin/" + std::string(name), "precious");
+  // Keep the first; replace the second and all that follow.
+  alerts.answers = {{0, false}, {1, true}};
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::kept, Kind::converted, Kind::converted}));
+  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
+  EXPECT_GT(poidsFile(movie("3.mov"), "k"), 10);
+  EXPECT_EQ(preferences.prefRead("replaceFilesCheck"), nullptr);
+}
+
+TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
+  clips(2);
+  folder.write("movies/Tessarin/1.mov", "precious");
+  alerts.holds = true;
+  app.driver().jobStarted.connect([this](const std::string&, const std::string&) {
+    loop.runAfter(std::chrono::milliseconds(50), [this] { app.driver().stop(); });
+  });
+  convert();
+  EXPECT_TRUE(alerts.hasHeld());
+  alerts.answers = {{1, false}};
+  alerts.answerHeld();
+  loop.runAfter(std::chrono::milliseconds(50), [this] { loop.stop(0); });
+  serve();
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
+  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
+  EXPECT_FALSE(app.driver().isBatchRunning());
+}
+
+TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
+  clips(2);
+  app.interface.encoding.action.changed.connect([this] {
+    if (!app.interface.encoding.action.text().empty())
+      loop.runSoon([this] {
+        app.interface.encoding.stopBt.select(stopSegment);
+        app.iba_taskStopBt();
+      });
+  });
+  convert();
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
+  EXPECT_EQ(mark(0), ResultMark::failure);
+  EXPECT_EQ(mark(1), ResultMark::waiting);
+  EXPECT_FALSE(pathExists(movie("1.mov")));
+  EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
+}
+
+TEST_F(EncodingDriverTest, PauseHoldsTheToolUntilResumed) {
+  clips(1);
+  std::string imageWhilePaused;
+  std::string actionWhilePaused;
+  bool paused = false;
+  app.interface.encoding.action.changed.connect([&] {
+    if (app.interface.encoding.action.text().empty() || std::exchange(paused, true))
+      return;
+    loop.runSoon([&] {
+      auto& control = app.interface.encoding.stopBt;
+      control.select(pauseSegment);
+      app.iba_taskStopBt();
+      loop.runAfter(std::chrono::milliseconds(300), [&] {
+        imageWhilePaused = control.segments()[pauseSegment].image;
+        actionWhilePaused = app.interface.encoding.action.text();
+        EXPECT_TRUE(ended.empty());
+        app.iba_taskStopBt();
+      });
+    });
+  });
+  convert();
+  EXPECT_EQ(imageWhilePaused, "btPlay");
+  EXPECT_EQ(actionWhilePaused, localisationString("D_action_pause"));
+  EXPECT_EQ(app.interface.encoding.stopBt.segments()[pauseSegment].image, "btPause");
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::converted});
+}
+
+TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
+  clips(1);
+  const std::string late = folder.file("late.mts");
+  std::filesystem::copy_file(folder.file("1.mts"), late);
+  bool dropped = false;
+  int endedAtRow = -1;
+  app.table().rowAppended.connect([&](int) { endedAtRow = static_cast<int>(ended.size()); });
+  // The fixture stops its loop at the end of the analysis; the batch goes on after it.
+  app.interface.encoding.action.changed.connect([&] {
+    if (!app.interface.encoding.action.text().empty() && !std::exchange(dropped, true))
+      loop.runSoon([&] { app.draggedFiles({late}); });
+  });
+  convert();
+  ASSERT_TRUE(dropped);
+  serve();
+  EXPECT_EQ(endedAtRow, 0) << "the running encoding was not held";
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
+}
+
+TEST_F(EncodingDriverTest, WhatCannotBeConvertedIsRefusedAndTheRestGoesOn) {
+  const std::string song = folder.file("song.m4v");
+  ASSERT_TRUE(test::makeClip(test::tone("0.3") + "-c:a aac -f mp4", song));
+  const std::string good = folder.file("good.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(good));
+  analyse({song, good});
+  ASSERT_EQ(app.table().count(), 2);
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted}));
+  EXPECT_EQ(ended[0].reason, localisationString("why_noPicture"));
+  EXPECT_EQ(mark(0), ResultMark::failure);
+}
+
+TEST_F(EncodingDriverTest, AFailedMovieIsSetAsideAndNeverReplacesAnother) {
+  const std::string source = folder.file("source.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(source));
+  analyse({source});
+  folder.write("movies/Tessarin/source-failure.mov", "older");
+  // Overwritten after the analysis: nothing that can be converted any more.
+  folder.write("source.mts", std::string(20000, 'x'));
+  app.driver().jobStarted.connect([this](const std::string&, const std::string& output) {
+    loop.runAfter(std::chrono::milliseconds(1), [output] { std::ofstream(output) << "partial"; });
+  });
+  convert();
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::failed});
+  EXPECT_EQ(ended[0].reason, localisationString("why_noMovie"));
+  EXPECT_FALSE(pathExists(movie("source.mov")));
+  EXPECT_EQ(readFileStart(movie("source-failure.mov"), 100), "older");
+}
+
+TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
+  clips(1);
+  app.interface.destination.setText(folder.write("file", "in the way"));
+  convert();
+  EXPECT_TRUE(ended.empty());
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_FALSE(app.driver().isBatchRunning());
+}
+
+}  // namespace
+}  // namespace tessarin

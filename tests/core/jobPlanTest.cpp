@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include "analysis/SourceInfo.h"
+#include "analysis/codecInventory.h"
+#include "core/jobPlan.h"
+#include "encoding/BatchEntry.h"
+#include "prefs/utilsAlert.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+Dico rowOf(bool progressive, int size, int out) {
+  return {{"dico", Dico{{"v0_width", 1920},
+                        {"v0_height", 1080},
+                        {"v0_fps", 25.0},
+                        {"v0_fields", fieldsText(progressive ? "PFF" : "TFF")},
+                        {"srcPathStr", "/clips/00001.MTS"}}},
+          {"fpsSrc", progressive ? "\n25p" : "\n25i"},
+          {"sizeOut", size},
+          {"fps", 0},
+          {"out", out}};
+}
+
+class JobPlanTest : public testing::Test {
+ protected:
+  JobPlanTest() { codecInventory().prores = true; }
+  ~JobPlanTest() override { codecInventory() = CodecInventory(); }
+
+  test::TestBundle bundle_;
+};
+
+TEST_F(JobPlanTest, OutputsAreNamedAfterTheirSources) {
+  OutputNames taken;
+  EXPECT_EQ(outputPath("/a/Été à Köln.MTS", outProres, "/out", taken), "/out/Été à Köln.mov");
+  EXPECT_EQ(outputPath("/a/50% of.it.mts", outProres, "/out", taken), "/out/50% of.it.mov");
+  EXPECT_EQ(outputPath("/a/-x.mts", outProres, "/out", taken), "/out/-x.mov");
+  EXPECT_EQ(outputPath("/a/.hidden.mts", outProres, "/out", taken), "/out/_hidden.mov");
+}
+
+TEST_F(JobPlanTest, SourcesOfOneNameDoNotShareAnOutput) {
+  OutputNames taken;
+  EXPECT_EQ(outputPath("/card1/00000.MTS", outProres, "/out", taken), "/out/00000.mov");
+  EXPECT_EQ(outputPath("/card2/00000.MTS", outProres, "/out", taken), "/out/00000-2.mov");
+  EXPECT_EQ(outputPath("/card3/00000.MTS", outProres, "/out", taken), "/out/00000-3.mov");
+  EXPECT_EQ(outputPath("/card1/00000.MTS", outProres, "/out", taken), "/out/00000.mov");
+}
+
+TEST_F(JobPlanTest, ALongNameStillLeavesRoomForTheEndings) {
+  OutputNames taken;
+  std::string name;
+  for (int count = 0; count < 80; ++count)
+    name += "é夏";
+  const std::string path = outputPath("/a/" + name + ".mts", outProres, "/out", taken);
+  EXPECT_LE(path.size() - std::string("/out/").size() + std::string("-failure-99").size(), 255u);
+  EXPECT_TRUE(path.starts_with("/out/é夏é夏")) << path;
+}
+
+TEST_F(JobPlanTest, TheFolderIsCalledAfterTheProgramOnce) {
+  EXPECT_EQ(outputFolder("/movies"), "/movies/Tessarin");
+  EXPECT_EQ(outputFolder("/movies/Tessarin"), "/movies/Tessarin");
+  EXPECT_EQ(outputFolder("/movies/Tessarin/"), "/movies/Tessarin/");
+}
+
+TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
+  // Interlaced to ProRes is written at once; a progressive source is copied and then exported; a
+  // copy that is to be a QuickTime movie is one.
+  const auto needsExport = [](const Dico& row) {
+    return planJob(jobOfRow(row), "/out/x.mov", "apcn")->needsExport;
+  };
+  EXPECT_FALSE(needsExport(rowOf(false, 12, outProres)));
+  EXPECT_TRUE(needsExport(rowOf(true, 10, outProres)));
+  EXPECT_TRUE(needsExport(rowOf(false, 12, outAic)));
+  EXPECT_FALSE(needsExport(rowOf(true, 10, outQuickTime)));
+}
+
+TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {
+  EXPECT_EQ(refusalOf(rowOf(false, 12, outProres), false), std::nullopt);
+  EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), false), localisationString("why_noExport"));
+  EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), true), std::nullopt);
+  EXPECT_EQ(refusalOf(rowOf(false, 12, outQuickTime), true), localisationString("why_noTarget"));
+  const Dico soundOnly{{"dico", Dico{{"a0_id", 0}}}, {"sizeOut", 5}, {"out", outProres}};
+  EXPECT_EQ(refusalOf(soundOnly, true), localisationString("why_noPicture"));
+}
+
+}  // namespace
+}  // namespace tessarin

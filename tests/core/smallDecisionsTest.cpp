@@ -1,0 +1,97 @@
+// The thumbnail, the time left and the reasons: small decisions of the controller.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/failureReason.h"
+#include "core/newRow.h"
+#include "core/timeLeft.h"
+#include "encoding/BatchEntry.h"
+#include "prefs/utilsAlert.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+TEST(Thumbnail, HasTheShapeOfThePicture) {
+  const auto filterOf = [](const SourceInfo& info) {
+    return thumbnailCommand(info, "/clip.mts", "/tmp/clip.jpg", false).at(12);
+  };
+  EXPECT_EQ(filterOf({{"v0_dar", "16:9"}}), "scale=160:90");
+  EXPECT_EQ(filterOf({{"v0_width", 640}, {"v0_height", 480}}), "scale=160:120");
+  EXPECT_EQ(filterOf({{"v0_width", 720}, {"v0_height", 576}}), "scale=160:128");
+  EXPECT_EQ(filterOf({}), "scale=160:90");
+}
+
+TEST(Thumbnail, IsTakenWhereTheClipHasBegun) {
+  const auto pointOf = [](double seconds) { return thumbnailSeekPoint({{"w_duration", seconds}}); };
+  EXPECT_EQ(pointOf(10), "0");
+  EXPECT_EQ(pointOf(11), "10");
+  EXPECT_EQ(pointOf(60.5), "60");
+  EXPECT_EQ(pointOf(121), "120");
+  EXPECT_EQ(thumbnailSeekPoint({}), "0");
+}
+
+TEST(Thumbnail, ItsNameIsNoPatternAndNobodyElses) {
+  const test::ScopedTemporaryFolder folder;
+  EXPECT_EQ(thumbnailPath(folder.path(), "/a/50%d.mts"), folder.file("50_d.jpg"));
+  folder.write("clip.jpg", "another");
+  const std::string second = thumbnailPath(folder.path(), "/a/clip.mts");
+  EXPECT_NE(second, folder.file("clip.jpg"));
+  EXPECT_FALSE(std::filesystem::exists(second));
+}
+
+TEST(NewRow, TellsWhatTheSourceIs) {
+  const test::TestBundle bundle;
+  const SourceInfo info{{"v0_width", 1920},
+                        {"v0_height", 1080},
+                        {"v0_fps", 59.94},
+                        {"w_duration", 65},
+                        {"v0_fields", fieldsText("TFF")}};
+  const Dico row = newRow(info, "/a/clip.mts", {outProres, speedKeep, 12});
+  EXPECT_EQ(row.text("fpsSrc"), "\n60i");
+  EXPECT_EQ(row.textOrEmpty("src").substr(0, 29), "clip.mts\n(1920x)1080i60\n0h01'");
+  EXPECT_FALSE(row.contains("img"));
+}
+
+TEST(TimeLeft, SaysNothingAtFirstAndForgetsOldSpeed) {
+  TimeLeft timeLeft;
+  timeLeft.start(100);
+  timeLeft.add(0, 0);
+  timeLeft.add(2, 20);
+  EXPECT_EQ(timeLeft.left(), std::nullopt);
+  timeLeft.add(4, 40);
+  EXPECT_EQ(timeLeft.rate(), 10);
+  EXPECT_EQ(timeLeft.left(), 6);
+  for (int second = 5; second <= 40; ++second)
+    timeLeft.add(second, 40 + (second - 4));
+  EXPECT_NEAR(*timeLeft.rate(), 1, 0.01);
+  timeLeft.start(50);
+  EXPECT_EQ(timeLeft.rate(), std::nullopt);
+}
+
+TEST(TimeLeft, NothingMovesNothingIsPromised) {
+  TimeLeft timeLeft;
+  timeLeft.start(100);
+  for (int second = 0; second < 30; ++second)
+    timeLeft.add(second, 5);
+  EXPECT_EQ(timeLeft.left(), std::nullopt);
+}
+
+TEST(FailureReason, NamesTheCauseNotTheConsequence) {
+  const test::TestBundle bundle;
+  EXPECT_EQ(
+      failureReason("av_interleaved_write_frame(): No space left on device\n"
+                    "Error writing trailer of /x.mov: Invalid argument\nConversion failed!\n"),
+      localisationString("why_diskFull"));
+  EXPECT_EQ(failureReason("[mov @ 0x55] moov atom not found\n"
+                          "source: Invalid data found when processing input\n"),
+            localisationString("why_incomplete"));
+  EXPECT_EQ(failureReason("frame=    1 fps=0\n[foo @ 0x1] the cause of it\nConversion failed!\n\n"),
+            localisationString("why_toolSays", "", "the cause of it"));
+  EXPECT_EQ(failureReason(""), localisationString("why_silent"));
+}
+
+}  // namespace
+}  // namespace tessarin
