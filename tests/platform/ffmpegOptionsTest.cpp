@@ -11,7 +11,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 constexpr FfmpegVersion v44{4, 4};
 constexpr FfmpegVersion v50{5, 0};

@@ -14,7 +14,7 @@ using testing::HasSubstr;
 
 struct InstalledFfmpeg : testing::Test {
   std::string program(const std::string& name, mode_t mode = 0755) const {
-    const std::string path = folder.write(name, "#!/bin/sh\n");
+    std::string path = folder.write(name, "#!/bin/sh\n");
     ::chmod(path.c_str(), mode);
     return path;
   }

@@ -17,9 +17,7 @@ using test::quoted;
 using test::runShell;
 using test::ScopedEnvironment;
 using test::ShellResult;
-using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 const std::string adapter = TESSARIN_BUILD "/resources/tools/ffmpeg";

@@ -1,0 +1,29 @@
+// The clips of a card or of a folder, and when they were recorded.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/gettimestamps/RecordingTime.h"
+#include "utils/Outcome.h"
+
+namespace tessarin {
+
+struct ClipTime {
+  std::string name;  // the clip's file name without extension
+  RecordingTime time;
+};
+
+struct ClipTimes {
+  std::vector<ClipTime> clips;  // sorted by name, each name once
+  // What could not be read: the file and the reason, one sentence each.
+  std::vector<std::string> problems;
+};
+
+// `folder` is a card's PLAYLIST folder, its STREAM or BDMV folder or one of those above (a card's
+// root), or a folder of MOD and TOD files; names in capitals or small letters. Fails when there is
+// no such folder.
+Outcome<ClipTimes> clipTimes(std::string_view folder);
+
+}  // namespace tessarin

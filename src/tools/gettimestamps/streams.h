@@ -1,0 +1,23 @@
+// Recording times inside AVCHD streams and beside MOD and TOD files.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/gettimestamps/RecordingTime.h"
+#include "utils/Outcome.h"
+
+namespace tessarin {
+
+// The bytes of the first video stream of a transport stream with packets of 188, 192 (AVCHD) or
+// 204 bytes; damaged packets are left out. Empty when these bytes are no transport stream.
+std::string videoOfTransportStream(std::string_view bytes);
+
+// The time in the first "MDPM" message of a raw H.264 stream that holds a whole one.
+std::optional<RecordingTime> recordingTimeInH264(std::string_view stream);
+
+// What the MOI file beside a MOD or TOD clip says.
+Outcome<RecordingTime> recordingTimeOfMoi(std::string_view bytes);
+
+}  // namespace tessarin
