@@ -72,6 +72,10 @@ inline constexpr std::string_view v0Chroma = "v0_chroma";
 // Text: fieldsText("PFF") means progressive, every other text interlaced.
 inline constexpr std::string_view v0Fields = "v0_fields";
 
+// Text, "TFF" or "BFF": the order that the stream claims, only when its pictures say otherwise;
+// v0Fields then tells what the pictures say.
+inline constexpr std::string_view v0FieldsClaim = "v0_fieldsClaim";
+
 // The first audio stream.
 inline constexpr std::string_view a0Id = "a0_id";
 inline constexpr std::string_view a0Lang = "a0_lang";

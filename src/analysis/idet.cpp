@@ -72,6 +72,13 @@ std::optional<std::string> fieldOrderProbe(const std::string& path) {
   return std::nullopt;
 }
 
+std::optional<IdetCounts> idetCountsOfFile(const std::string& path) {
+  const auto report =
+      taskArrayPipes({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-i", path, "-vf",
+                      "idet", "-an", "-sn", "-f", "null", "-y", "/dev/null"});
+  return idetCounts(report.value_or(""));
+}
+
 std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine) {
   const std::string_view letter = textAfter(yuvHeaderLine, " I").value_or("").substr(0, 1);
   if (letter == "t")

@@ -334,12 +334,10 @@ void AnalysisQueue::stepMediaInfoParse() {
 void AnalysisQueue::stepDico() {
   debugFormat("analysisDico        - begin");
   const std::string path = services_.preferences.prefReadString(keyCurrent);
+  measureFields();
   std::optional<std::string> interlacing;
-  if (const auto start = readFileStart(framePath(), 100)) {
-    const std::string_view header = textUpTo(*start, "\n");
-    interlacing = fieldsText(fieldOrderKeyOfHeader(header));
-    removeFile(framePath());
-  }
+  if (fields_)
+    interlacing = fieldsText(*fields_);
   logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
 
   auto info = analysisFf(retainedReport_, interlacing, path);
@@ -354,7 +352,28 @@ void AnalysisQueue::stepDico() {
   }
   if (interlacing && !info->contains(SourceKey::v0Fields))
     info->set(SourceKey::v0Fields, *interlacing);
+  if (fieldsClaim_)
+    info->set(SourceKey::v0FieldsClaim, *fieldsClaim_);
   startThumbnail(*info);
+}
+
+// Takes the field order from the frames that the analysis wrote, and removes them.
+void AnalysisQueue::measureFields() {
+  fields_.reset();
+  fieldsClaim_.reset();
+  const auto start = readFileStart(framePath(), 100);
+  if (!start)
+    return;
+  fields_ = fieldOrderKeyOfHeader(textUpTo(*start, "\n"));
+  // Bottom first is DV's order. Elsewhere it is rare and often a mistake of the program that wrote
+  // the stream, which would show as jerky motion; the pictures tell.
+  const bool isDv = contains(retainedReport_.value_or(""), "Video: dvvideo");
+  if (fields_ == "BFF" && !isDv) {
+    const auto counts = idetCountsOfFile(framePath());
+    if (counts && counts->top >= 3 && counts->bottom == 0)
+      fieldsClaim_ = std::exchange(fields_, "TFF");
+  }
+  removeFile(framePath());
 }
 
 void AnalysisQueue::startThumbnail(SourceInfo& info) {

@@ -56,6 +56,7 @@ class AnalysisQueue {
   void stepMediaInfoParse();
   void stepDico();
   void stepFin();
+  void measureFields();
   void startThumbnail(SourceInfo& info);
   void completeThumbnail(SourceInfo& info);
   void appendRow(SourceInfo info);
@@ -68,6 +69,10 @@ class AnalysisQueue {
   StepFlags steps_;
   StepFlags mediaInfoSteps_;
   std::optional<std::string> retainedReport_;
+  // Keys of the string table "fields": what the source's pictures say, and what its stream claims
+  // where that is something else. Nothing when no picture could be read.
+  std::optional<std::string> fields_;
+  std::optional<std::string> fieldsClaim_;
   bool openPermitted_ = true;
   bool isStu_ = false;
   bool stopAsked_ = false;  // analysisStopInt

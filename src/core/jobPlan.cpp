@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
@@ -31,6 +33,20 @@ std::string titleOf(const std::string& source, int target) {
   while (title.size() > longestTitle)
     title = withoutLastCharacters(title, 1);
   return replaceAll(title, "/", "-");
+}
+
+// The command with the picture's real field order told to its filters, which else believe what
+// the stream claims. Stream copies have no filters.
+void correctFieldClaim(Arguments& arguments) {
+  const std::string correction = "setfield=tff";
+  const auto filter = std::find(arguments.begin(), arguments.end(), "-vf");
+  if (filter != arguments.end() && filter + 1 != arguments.end()) {
+    *(filter + 1) = correction + "," + *(filter + 1);
+    return;
+  }
+  const auto rate = std::find(arguments.begin(), arguments.end(), "-r");
+  if (rate != arguments.end())
+    arguments.insert(rate, {"-vf", correction});
 }
 
 bool isStreamCopy(const Dico& job) {
@@ -74,6 +90,8 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   auto command = encodage(target, job, prefProres);
   if (!command)
     return std::nullopt;
+  if (job.contains(SourceKey::v0FieldsClaim))
+    correctFieldClaim(command->arguments);
   JobPlan plan;
   // A stream copy that is to be a QuickTime movie is one already.
   plan.needsExport = !command->writesProres && !(target == outQuickTime && isStreamCopy(job));

@@ -2,6 +2,7 @@
 #include <fstream>
 
 #include "CoreFixture.h"
+#include "analysis/probes.h"
 #include "core/EncodingDriver.h"
 #include "prefs/utilsAlert.h"
 
@@ -178,6 +179,23 @@ TEST_F(EncodingDriverTest, WhatCannotBeConvertedIsRefusedAndTheRestGoesOn) {
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted}));
   EXPECT_EQ(ended[0].reason, localisationString("why_noPicture"));
   EXPECT_EQ(mark(0), ResultMark::failure);
+}
+
+TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
+  const std::string liar = folder.file("liar.mts");
+  // Without "-top 1" ffmpeg 5.1 marks these top-first fields as bottom first.
+  ASSERT_TRUE(test::makeClip(test::interlacedPicture("720x576", "0.4") +
+                                 "-c:v mpeg2video -flags +ildct+ilme -q:v 2 -f mpegts",
+                             liar));
+  analyse({liar});
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_EQ(app.table().source(0).text(SourceKey::v0Fields), fieldsText("TFF"));
+  convert();
+  ASSERT_EQ(kinds(), std::vector<Kind>{Kind::converted});
+  const auto counts = idetCountsOfFile(movie("liar.mov"));
+  ASSERT_TRUE(counts);
+  EXPECT_GE(counts->top, 9);
+  EXPECT_EQ(counts->bottom, 0);
 }
 
 TEST_F(EncodingDriverTest, AFailedMovieIsSetAsideAndNeverReplacesAnother) {
