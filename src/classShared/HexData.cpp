@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -117,16 +118,17 @@ std::uint32_t replaceAllDataWithData(std::string& data, std::string_view pattern
 std::uint64_t offsetOfDataInFile(int descriptor, std::string_view pattern) {
   if (pattern.empty())
     return notFound;
-  auto piece = storage(pattern.size() + pieceSize);
+  const std::size_t size = pattern.size() + pieceSize;
+  const std::unique_ptr<char[]> piece(new (std::nothrow) char[size]);
   if (!piece)
     return notFound;
   std::uint64_t offset = 0;
   for (;;) {
-    const std::size_t count = readAt(descriptor, piece->data(), piece->size(), offset);
-    const std::uint64_t found = offsetOfData(std::string_view(*piece).substr(0, count), pattern);
+    const std::size_t count = readAt(descriptor, piece.get(), size, offset);
+    const std::uint64_t found = offsetOfData({piece.get(), count}, pattern);
     if (found != notFound)
       return offset + found;
-    if (count < piece->size())
+    if (count < size)
       return notFound;
     // The pieces overlap, so that a pattern across their border is found.
     offset += count - (pattern.size() - 1);

@@ -18,7 +18,7 @@ std::string timeStampsOfCard(const std::string& cardFolder) {
   const std::string playlists = joinPath(cardFolder, "PLAYLIST/");
   debugFormat("dateCreation2iMovieN- folderPLAYLIST : {}", playlists);
   const Arguments command = {Bundle::main().toolPath("gettimestamps"), playlists};
-  const std::string output = taskArray1PipeMax(command, false).value_or(std::string());
+  std::string output = taskArray1PipeMax(command, false).value_or(std::string());
   debugFormat("dateCreation2iMovieN- str : {}", output);
   return output;
 }
