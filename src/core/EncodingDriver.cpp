@@ -482,8 +482,11 @@ void EncodingDriver::stepFin() {
   } else {
     end.reason = localisationString("why_tinyOutput");
   }
-  if (end.kind == JobEnd::Kind::stopped && outputIsOurs_)
-    removeFile(end.output);
+  if (end.kind == JobEnd::Kind::stopped) {
+    if (outputIsOurs_)
+      removeFile(end.output);
+    end.output.clear();
+  }
   if (end.kind == JobEnd::Kind::failed)
     end.output = outputIsOurs_ ? setAsideFailure(end.output) : "";
   finishJob(std::move(end));
