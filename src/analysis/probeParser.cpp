@@ -102,7 +102,7 @@ void readAudio(const StreamLine& line, const StreamWriter& stream) {
   stream.setCommon(line);
   for (const std::string_view part : line.parts) {
     if (contains(part, " Hz")) {
-      stream.set(StreamField::rate, wholeNumber(part));
+      stream.setPositive(StreamField::rate, wholeNumber(part));
     } else if (contains(part, " kb/s")) {
       stream.setPositive(StreamField::bitrate, wholeNumber(part));
     } else if (!stream.has(StreamField::channels)) {
@@ -183,7 +183,8 @@ void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamW
         stream.set(StreamField::fps, static_cast<double>(*rate));
     } else if (contains(part, " tbc")) {
       const std::string_view base = textUpTo(textUpTo(part, " tbc"), "k");
-      stream.set(StreamField::tbc, static_cast<double>(wholeNumber(base)));
+      if (const std::int64_t number = wholeNumber(base); number > 0)
+        stream.set(StreamField::tbc, static_cast<double>(number));
     } else if (readSize(part, stream)) {
       continue;
     } else if (contains(part, "SAR ") && contains(part, "DAR ")) {
@@ -236,7 +237,7 @@ SourceInfo recordOfReport(std::string_view report) {
   while (const auto line = lines.next()) {
     if (lineDeclares(*line, "Input ")) {
       const auto fields = split(*line, ", ");
-      if (fields.size() > 1)
+      if (fields.size() > 1 && !fields[1].empty())
         record.set(SourceKey::wrapper, fields[1]);
       continue;
     }
