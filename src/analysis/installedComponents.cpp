@@ -3,10 +3,10 @@
 #include <array>
 #include <string>
 
+#include "analysis/codecListing.h"
 #include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
 #include "platform/Bundle.h"
-#include "process/pipelines.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -78,10 +78,7 @@ std::vector<QTCompDesc> componentsOf(std::string_view codecsListing, bool hasMov
 
 const std::vector<QTCompDesc>& componentList() {
   static const std::vector<QTCompDesc> components = [] {
-    const Bundle& bundle = Bundle::main();
-    const auto listing =
-        taskArray1PipeMax({bundle.toolPath("ffmpeg"), "-hide_banner", "-codecs"}, false);
-    return componentsOf(listing.value_or(""), pathExists(bundle.toolPath("movtool")));
+    return componentsOf(codecListing(), pathExists(Bundle::main().toolPath("movtool")));
   }();
   return components;
 }

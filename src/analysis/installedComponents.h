@@ -15,7 +15,7 @@ namespace tessarin {
 std::vector<QTCompDesc> componentsOf(std::string_view codecsListing, bool hasMovtool);
 
 // The components of this installation: those of the ffmpeg in the tools folder, and of movtool
-// beside it. Runs ffmpeg at the first call, blocking; later calls answer from memory.
+// beside it. Asks for the codecListing at the first call; later calls answer from memory.
 const std::vector<QTCompDesc>& componentList();
 
 }  // namespace tessarin

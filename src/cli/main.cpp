@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "analysis/codecInventory.h"
-#include "analysis/probes.h"
+#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/Session.h"
@@ -16,6 +16,7 @@
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
 #include "platform/UserDomain.h"
+#include "platform/ffmpegOptions.h"
 #include "platform/installedFfmpeg.h"
 #include "process/logs.h"
 #include "utils/files.h"
@@ -60,6 +61,8 @@ int run(const Options& options) {
     return someNot;
   }
   takeCodecInventory();
+  // So that the adapter need not ask ffmpeg before every conversion.
+  ::setenv(ffmpegVersionVariable, versionOfListing(codecListing()).c_str(), 0);
 
   PollRunLoop loop;
   TerminalAlerts alerts(loop, options.overwrite);
