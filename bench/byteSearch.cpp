@@ -79,7 +79,7 @@ void run(benchmark::State& state, Search search) {
     state.SkipWithError("the pattern occurs in the data");
     return;
   }
-  for (auto _ : state)
+  while (state.KeepRunning())
     benchmark::DoNotOptimize(search(input.data, input.pattern));
   state.SetBytesProcessed(state.iterations() * state.range(1));
 }
@@ -108,7 +108,7 @@ void searchFile(benchmark::State& state) {
   if (!written || descriptor < 0)
     state.SkipWithError("no file to search");
   else
-    for (auto _ : state)
+    while (state.KeepRunning())
       benchmark::DoNotOptimize(
           tessarin::offsetOfDataInFile(descriptor, std::string_view("\0x", 2)));
   if (descriptor >= 0)

@@ -3,6 +3,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "encoding/naming.h"
+#include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
@@ -56,12 +57,16 @@ std::string dateCreation2iMovieN(std::string_view path) {
   if (holdsPlaylists(cardFolder)) {
     debugFormat("dateCreation2iMovieN- a : {}", cardFolder);
     const std::string output = timeStampsOfCard(cardFolder);
-    debugFormat("dateCreation2iMovieN- linesA : {}", splitLines(output).size());
+    const auto lines = splitLines(output);
+    debugFormat("dateCreation2iMovieN- linesA : {}",
+                joinTexts(Arguments(lines.begin(), lines.end()), ", "));
     name = clipNameOfTimeStamps(output, clip);
   } else if (const auto date = fileCreationDate(path)) {
     if (debugMode())
       logLine("dateCreation2iMovieN- 2");
     name = clipNameOfDate(dateDescription(*date), clip);
+    if (verboseLevel(2))
+      userAlerts().show({.message = "dstPathNameStr :", .informative = name});
   }
   if (name.empty())
     name = fileName(path);
