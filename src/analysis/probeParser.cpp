@@ -93,7 +93,7 @@ std::int64_t channelsOfLayout(std::string_view layout) {
   if (name == "2 channels" || name == "stereo")
     return 2;
   const auto behindPoint = textAfter(name, ".");
-  if (!behindPoint)
+  if (!behindPoint || !startsWithDigit(name))
     return -1;
   return wholeNumber(name) + wholeNumber(*behindPoint);
 }
@@ -163,13 +163,13 @@ void readAspect(std::string_view part, const StreamWriter& stream, const StreamW
   (stream.has(StreamField::dar) ? container : stream).setText(StreamField::dar, picture);
 }
 
-// The first part that is neither a number nor a ratio names the pixel format; its brackets tell
-// the colours and the fields.
+// The first single word that is neither a number nor a ratio names the pixel format; its brackets
+// tell the colours and the fields.
 void readPixelFormat(std::string_view part, const StreamWriter& stream) {
   const std::string_view name = trimmed(textUpTo(part, "("));
   const bool isNumber =
       !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
-  if (!stream.has(StreamField::chroma) && !isNumber && !contains(name, "/"))
+  if (!stream.has(StreamField::chroma) && !isNumber && name.find_first_of(" /") == name.npos)
     stream.setText(StreamField::chroma, name);
 }
 
@@ -189,8 +189,7 @@ void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamW
       continue;
     } else if (contains(part, "SAR ") && contains(part, "DAR ")) {
       readAspect(part, stream, container);
-    } else if (!contains(part, "fps") && !contains(part, "tbn") &&
-               !contains(part, " reference frame")) {
+    } else if (!contains(part, "fps") && !contains(part, "tbn")) {
       readPixelFormat(part, stream);
     }
   }

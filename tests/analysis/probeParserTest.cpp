@@ -199,6 +199,20 @@ TEST(ProbeParser, TakesTheLanguageButNeverTheProfile) {
   EXPECT_EQ(record.integer("a1_channels"), 8);
 }
 
+TEST(ProbeParser, ReadsStreamLinesOfNewPrograms) {
+  const SourceInfo record = recordOfLines(
+      "  Stream #0:0[0x100], 26, 1/90000: Video: h264 (High), 1 reference frame ([27][0][0][0] / "
+      "0x001B), none(progressive), 1920x1080 (1920x1088) [SAR 1:1 DAR 16:9], Closed Captions, 0/1, "
+      "25 fps, 50 tbr, 90k tbn, start 1.440000\n"
+      "  Stream #0:1[0x101], 17, 1/90000: Audio: dts (DTS-HD MA), 48000 Hz, 6 channels "
+      "(FL+FR+FC+BC+SL+SR), s32p (24 bit), delay 0, start 1.440000");
+  EXPECT_EQ(record.number("v0_fps"), 50.0);
+  EXPECT_EQ(record.integer("v0_height"), 1080);
+  EXPECT_EQ(record.text("v0_chroma"), "none");
+  EXPECT_EQ(record.text("a0_codec"), "dts");
+  EXPECT_FALSE(record.contains("a0_channels")) << record.description();
+}
+
 // ---- The block of the input
 
 TEST(ProbeParser, ReadsOnlyTheLinesOfTheLastInput) {
