@@ -15,33 +15,6 @@ namespace tessarin {
 
 namespace {
 
-struct SizeRow {
-  const char* label;  // the blanks align the rates in a menu of fixed pitch
-  const char* image;
-};
-
-constexpr SizeRow sizeRows[] = {
-    {"presetSameAsSrcForSoft", "iconApp_min.PSD"},
-    {"presetSameAsSrc", "iconAppNo_min.PSD"},
-    {" ", "empty.PSD"},
-    {"presetForceOut", "empty.PSD"},
-    {" 960x 540 p (   25|30 fps) ->                    540p25 |      540p30",
-     "softsImovie_min.PSD"},
-    {"1280x 720 p (24|25|30 fps) ->      720p24 |      720p25 |      720p30", "softsAll_min.PSD"},
-    {"1280x 720 p (   50|60 fps) ->                    720p50 |      720p60",
-     "softs50p60p_min.PSD"},
-    {"1440x1080 p (24|25|30 fps) -> HDV 1080p24 | HDV 1080p25 | HDV 1080p30", "softsAll_min.PSD"},
-    {"1440x1080 p (   50|60 fps) ->               HDV 1080p50 | HDV 1080p60",
-     "softs50p60p_min.PSD"},
-    {"1440x1080 i (   25|30 fps) ->               HDV 1080i50 | HDV 1080i60", "softsAll_min.PSD"},
-    {"1920x1080 p (24|25|30 fps) ->     1080p24 |     1080p25 |     1080p30",
-     "softsFullhd_min.PSD"},
-    {"1920x1080 p (   50|60 fps) ->                   1080p50 |     1080p60",
-     "softs50p60p_min.PSD"},
-    {"1920x1080 i (   25|30 fps) ->                   1080i50 |     1080i60",
-     "softsFullhd_min.PSD"},
-};
-
 // The rows that can be chosen or found begin behind the two same-as-source rows.
 constexpr int firstSearchedRow = 2;
 
@@ -244,59 +217,6 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const std::optional<std:
 }
 
 }  // namespace
-
-const std::vector<std::string>& presetSizesList(bool images) {
-  static const auto lists = [] {
-    std::pair<std::vector<std::string>, std::vector<std::string>> made;
-    for (const SizeRow& row : sizeRows) {
-      made.first.emplace_back(row.label);
-      made.second.emplace_back(row.image);
-    }
-    return made;
-  }();
-  return images ? lists.second : lists.first;
-}
-
-std::optional<std::string> presetLabel(std::int64_t row) {
-  if (row < 0 || row >= rowCount())
-    return std::nullopt;
-  return labelOf(static_cast<int>(row));
-}
-
-std::string presetShortLabel(std::string_view label) {
-  return std::string(textUpTo(label, " ->"));
-}
-
-FrameSize presetFrameSize(std::string_view label) {
-  const auto afterX = textAfter(label, "x");
-  if (!afterX)
-    return {};
-  const auto small = [](std::string_view text) {
-    return static_cast<int>(std::clamp<std::int64_t>(leadingInteger(text), 0, 65535));
-  };
-  return {small(textUpTo(label, "x")), small(*afterX)};
-}
-
-bool presetIsCompliant(int row, int soft) {
-  if (soft == softNone)
-    return true;
-  const bool known = row >= 0 && row < rowCount();
-  const std::string image = known ? presetSizesList(true)[static_cast<std::size_t>(row)] : "";
-  const bool all = contains(image, "softsAll_min");
-  const bool fullHd = contains(image, "softsFullhd_min");
-  bool compliant = true;
-  if (soft == 0)
-    compliant = all;
-  else if (soft == 1)
-    compliant = all || fullHd;
-  else if (soft == 2)
-    compliant = all || fullHd || contains(image, "softsImovie_min");
-  else if (soft == 3)
-    compliant = all || fullHd || contains(image, "softs50p60p_min");
-  debugFormat("preset isCompliant  :-{} #{} (soft={}, img='{}')", smile(compliant), row, soft,
-              image);
-  return compliant;
-}
 
 PresetChoice choosePreset(const Dico& entry, int soft) {
   const Dico* info = entry.dico(BatchKey::dico);
