@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "classShared/Outcome.h"
 #include "classShared/Value.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

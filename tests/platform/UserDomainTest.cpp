@@ -7,6 +7,7 @@
 #include "platform/UserDomain.h"
 #include "platform/propertyList.h"
 #include "support/LogCapture.h"
+#include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 
@@ -56,11 +57,7 @@ TEST_F(FileUserDomainTest, WritesByItselfSoonAfterAChangeAndOnlyThen) {
   domain.write("a", 1);
   domain.write("b", 2);
   EXPECT_TRUE(stored().empty()) << "not once per key";
-  const auto waitForWriting = [&loop] {
-    loop.runAfter(std::chrono::milliseconds(700), [&loop] { loop.stop(0); });
-    loop.run();
-  };
-  waitForWriting();
+  ASSERT_TRUE(test::loopUntil(loop, [this] { return !stored().empty(); }));
   ASSERT_TRUE(stored().dico("values"));
   EXPECT_EQ(*stored().dico("values"), (Dico{{"a", 1}, {"b", 2}}));
   EXPECT_EQ(stored().integer("formatVersion"), FileUserDomain::formatVersion);

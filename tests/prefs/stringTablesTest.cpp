@@ -1,5 +1,6 @@
 // The string tables against each other and against the sources: what is written here holds for
 // every call that is added later.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -95,15 +96,35 @@ std::vector<Piece> argumentsAt(const Piece& source, std::size_t open, std::size_
   return arguments;
 }
 
+std::string constantNamed(std::string_view name, const Piece& source) {
+  const std::size_t at = source.code.find(" " + std::string(name) + " = \1");
+  if (name.empty() || at == std::string::npos)
+    return {};
+  const auto before =
+      std::count(source.code.begin(), source.code.begin() + static_cast<std::ptrdiff_t>(at), '\1');
+  return source.literals[static_cast<std::size_t>(before)];
+}
+
+// The table that the second argument names, itself or by a constant of the file; "Localized" when
+// it names none.
+std::string tableOf(const std::vector<Piece>& arguments, const Piece& source) {
+  std::string named;
+  if (arguments.size() > 1 && !arguments[1].literals.empty())
+    named = arguments[1].literals.front();
+  else if (arguments.size() > 1)
+    named = constantNamed(trimmed(arguments[1].code), source);
+  return named.empty() ? "Localized" : named;
+}
+
 std::vector<Use> usesIn(const std::string& text, const std::string& file) {
   constexpr std::string_view lookUps[] = {"localisationString(", "localizedString(",
                                           "hasLocalization(", "hasLocalizedString("};
   std::vector<Use> uses;
   const Piece source = withoutComments(text);
   for (const std::string& literal : source.literals) {
-    if (startsWith(literal, "D_"))
+    if (startsWith(literal, "D_") || startsWith(literal, "why_"))
       uses.push_back({literal, "Localized", std::nullopt, file});
-    if (startsWith(literal, "@@"))
+    if (startsWith(literal, "@@") && !startsWith(literal, "@@@"))  // three begin a log line
       uses.push_back({literal.substr(2), "Localizable", 0, file});
   }
   for (const std::string_view lookUp : lookUps)
@@ -113,9 +134,7 @@ std::vector<Use> usesIn(const std::string& text, const std::string& file) {
                                      source.code.begin() + static_cast<std::ptrdiff_t>(at), '\1');
       const auto arguments =
           argumentsAt(source, at + lookUp.size() - 1, static_cast<std::size_t>(before));
-      const bool named = arguments.size() > 1 && !arguments[1].literals.empty() &&
-                         !arguments[1].literals.front().empty();
-      const std::string table = named ? arguments[1].literals.front() : "Localized";
+      const std::string table = tableOf(arguments, source);
       const bool fills = lookUp == lookUps[0];
       for (const std::string& key : arguments.front().literals)
         uses.push_back(
@@ -175,7 +194,7 @@ TEST(StringTables, AreWholeAndAlikeInEveryLanguage) {
     ASSERT_TRUE(english.contains(wanted)) << wanted;
   for (const auto& [language, tables] : languages)
     for (const auto& [name, reference] : english) {
-      SCOPED_TRACE(language + "/" + name);
+      SCOPED_TRACE(fmt::format("{}/{}", language, name));
       ASSERT_TRUE(tables.contains(name));
       const StringsTable& table = tables.at(name);
       EXPECT_EQ(table.problem, "");
@@ -222,6 +241,8 @@ TEST(StringTables, TheSearchSeesEveryWayOfAsking) {
     const char quote = '"';
     show(localisationString(on ? "a" : "b", "", name(1, 2), "x"));
     bundle.localizedString("c", "Other");
+    constexpr std::string_view words = "Words";
+    write(localisationString("w", words, a));
     if (hasLocalization("d\"e")) title("@@f");
     constexpr auto key = "D_g";
     const char* raw = R"x(D_h "D_i")x";
@@ -234,7 +255,7 @@ TEST(StringTables, TheSearchSeesEveryWayOfAsking) {
              (use.variables ? std::to_string(*use.variables) : "-") + " ";
   EXPECT_EQ(found,
             "Localizable:f:0 Localized:D_g:- Localized:D_h \"D_i\":- Localized:a:2 Localized:b:2 "
-            "Other:c:- "
+            "Words:w:1 Other:c:- "
             "Localized:d\"e:- ");
 }
 
