@@ -7,7 +7,7 @@
 
 namespace tessarin {
 
-// Everything the new process needs, made ready before the fork: between fork and exec only
+// Everything the new process needs, made ready before: until it has become the program only
 // async-signal-safe calls are allowed, so nothing may be allocated there.
 struct ChildStart {
   const char* program;
