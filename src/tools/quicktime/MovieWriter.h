@@ -1,0 +1,56 @@
+// Writes a QuickTime movie: one picture track whose frames are all key frames, and PCM sound.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "classShared/Outcome.h"
+#include "tools/quicktime/PartialFile.h"
+#include "tools/quicktime/movieHeader.h"
+
+namespace tessarin::quicktime {
+
+// Why a movie of these tracks cannot be written; nothing when it can.
+std::optional<std::string> formatProblem(const VideoFormat& video,
+                                         const std::vector<SoundFormat>& sound);
+
+// Frames go to the file as they come, sound in pieces of half a second behind the frames of the
+// same time. Sound may come before or after its picture; what comes early waits in memory.
+// Nothing of the movie is left unless finish() was called and went well.
+class MovieWriter {
+ public:
+  static Outcome<MovieWriter> create(const std::string& path, const VideoFormat& video,
+                                     const std::vector<SoundFormat>& sound);
+
+  // Each is false after any failure, then and ever after; failure() says why.
+  bool addFrame(std::span<const std::uint8_t> bytes);
+  // `bytes` are whole sample moments of the sound track with this index.
+  bool addSound(std::size_t track, std::span<const std::uint8_t> bytes);
+  const std::string& failure() const { return file_.failure(); }
+
+  std::uint64_t frameCount() const { return movie_.video.frameSizes.size(); }
+
+  // Writes the header and gives the movie its name. With `replace` an existing file goes.
+  Outcome<bool> finish(bool replace);
+
+  const PartialFile& file() const { return file_; }
+
+ private:
+  MovieWriter(PartialFile file, const VideoFormat& video, const std::vector<SoundFormat>& sound);
+
+  bool writeSound(std::size_t track, std::size_t bytes);
+  bool writeSoundUpTo(double seconds);
+  bool closeMediaData();
+
+  PartialFile file_;
+  Movie movie_;
+  std::vector<std::vector<std::uint8_t>> waiting_;  // sound that is not in the file yet
+  std::vector<std::uint64_t> soundWritten_;         // sample moments in the file
+  std::uint32_t framesInChunk_ = 0;
+  std::uint32_t framesPerChunk_ = 1;
+};
+
+}  // namespace tessarin::quicktime

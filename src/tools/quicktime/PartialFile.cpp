@@ -1,0 +1,212 @@
+#include "tools/quicktime/PartialFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <utility>
+
+namespace tessarin::quicktime {
+
+namespace {
+
+constexpr std::size_t bufferSize = 1U << 20;
+constexpr mode_t usualMode = 0666;  // less what the user's mask takes
+
+std::string systemReason() {
+  return std::strerror(errno);
+}
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos)
+    return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string nameBeside(const std::string& path) {
+  static constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+  std::random_device random;
+  std::string ending = ".";
+  for (int i = 0; i < 6; ++i)
+    ending += letters[random() % (sizeof letters - 1)];
+  const std::size_t slash = path.rfind('/');
+  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
+  // The longest name that file systems take is 255 bytes.
+  return path.substr(0, start) + "." + path.substr(start, 240) + ending;
+}
+
+// Where the file really is: a link keeps pointing where it does.
+std::string withoutLinks(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  return real ? std::string(real.get()) : path;
+}
+
+}  // namespace
+
+Outcome<PartialFile> PartialFile::create(const std::string& target) {
+  struct stat entry = {};
+  const bool exists = ::stat(target.c_str(), &entry) == 0;
+  if (exists && !S_ISREG(entry.st_mode))
+    return Failure{target + " is not a file that can be replaced"};
+  PartialFile file;
+  file.target_ = exists ? withoutLinks(target) : target;
+  file.descriptor_ =
+      ::open(folderOf(file.target_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, usualMode);
+  // Not every file system knows files without a name.
+  for (int tries = 0; file.descriptor_ < 0 && tries < 10; ++tries) {
+    file.temporaryName_ = nameBeside(file.target_);
+    file.descriptor_ =
+        ::open(file.temporaryName_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, usualMode);
+    if (file.descriptor_ < 0 && errno != EEXIST)
+      break;
+  }
+  if (file.descriptor_ < 0) {
+    file.temporaryName_.clear();
+    return Failure{target + " cannot be written: " + systemReason()};
+  }
+  file.buffer_.reserve(bufferSize);
+  return file;
+}
+
+PartialFile::PartialFile(PartialFile&& other) noexcept
+    : target_(std::move(other.target_)),
+      temporaryName_(std::exchange(other.temporaryName_, {})),
+      descriptor_(std::exchange(other.descriptor_, -1)),
+      written_(other.written_),
+      buffer_(std::move(other.buffer_)),
+      failure_(std::move(other.failure_)) {}
+
+PartialFile& PartialFile::operator=(PartialFile&& other) noexcept {
+  if (this != &other) {
+    discard();
+    target_ = std::move(other.target_);
+    temporaryName_ = std::exchange(other.temporaryName_, {});
+    descriptor_ = std::exchange(other.descriptor_, -1);
+    written_ = other.written_;
+    buffer_ = std::move(other.buffer_);
+    failure_ = std::move(other.failure_);
+  }
+  return *this;
+}
+
+PartialFile::~PartialFile() {
+  discard();
+}
+
+void PartialFile::discard() {
+  if (descriptor_ >= 0)
+    ::close(descriptor_);
+  descriptor_ = -1;
+  if (!temporaryName_.empty())
+    ::unlink(temporaryName_.c_str());
+  temporaryName_.clear();
+}
+
+bool PartialFile::fail(const std::string& what) {
+  if (failure_.empty())
+    failure_ = target_ + what + ": " + systemReason();
+  return false;
+}
+
+bool PartialFile::append(std::span<const std::uint8_t> bytes) {
+  if (!failure_.empty())
+    return false;
+  while (!bytes.empty()) {
+    const std::size_t part = std::min(bytes.size(), bufferSize - buffer_.size());
+    buffer_.insert(buffer_.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(part));
+    bytes = bytes.subspan(part);
+    if (buffer_.size() == bufferSize && !flush())
+      return false;
+  }
+  return true;
+}
+
+bool PartialFile::flush() {
+  std::size_t done = 0;
+  while (done < buffer_.size()) {
+    const ssize_t count = ::write(descriptor_, buffer_.data() + done, buffer_.size() - done);
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count < 0)
+      return fail(" cannot be written");
+    done += static_cast<std::size_t>(count);
+  }
+  written_ += buffer_.size();
+  buffer_.clear();
+  return true;
+}
+
+bool PartialFile::overwrite(std::uint64_t position, std::span<const std::uint8_t> bytes) {
+  if (!failure_.empty() || !flush())
+    return false;
+  while (!bytes.empty()) {
+    const ssize_t count =
+        ::pwrite(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(position));
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count < 0)
+      return fail(" cannot be written");
+    position += static_cast<std::uint64_t>(count);
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+// Links a file that has no name yet.
+bool PartialFile::giveTemporaryName() {
+  const std::string own = "/proc/self/fd/" + std::to_string(descriptor_);
+  for (int tries = 0; temporaryName_.empty() && tries < 10; ++tries) {
+    const std::string name = nameBeside(target_);
+    if (::linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0)
+      temporaryName_ = name;
+    else if (errno != EEXIST)
+      break;
+  }
+  return !temporaryName_.empty();
+}
+
+bool PartialFile::rename(bool replace) {
+  const char* from = temporaryName_.c_str();
+  const char* to = target_.c_str();
+  if (!replace) {
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+      return true;
+    // Some file systems cannot do both in one step.
+    if (errno != EINVAL && errno != ENOSYS)
+      return false;
+    if (::access(to, F_OK) == 0) {
+      errno = EEXIST;
+      return false;
+    }
+  }
+  return ::rename(from, to) == 0;
+}
+
+Outcome<bool> PartialFile::commit(bool replace) {
+  if (failure_.empty())
+    flush();
+  if (failure_.empty() && !giveTemporaryName())
+    fail(" cannot be named");
+  if (failure_.empty()) {
+    if (rename(replace))
+      temporaryName_.clear();
+    else
+      fail(" cannot be made");
+  }
+  if (failure_.empty() && ::close(std::exchange(descriptor_, -1)) != 0)
+    fail(" cannot be written");
+  if (!failure_.empty())
+    return Failure{failure_};
+  return true;
+}
+
+}  // namespace tessarin::quicktime

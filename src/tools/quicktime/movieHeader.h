@@ -1,0 +1,84 @@
+// The "moov" atom of a movie: what its tracks are and where their samples stand in the file. Pure
+// functions of values.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin::quicktime {
+
+struct Fraction {
+  std::int64_t numerator = 1;
+  std::int64_t denominator = 1;
+  bool operator==(const Fraction&) const = default;
+};
+
+enum class FieldOrder { progressive, topFirst, bottomFirst };
+
+// Which numbers relate the samples to colours; written as primaries, transfer and matrix.
+enum class Colours { unknown, standardPal, standardNtsc, high };
+
+// The usual colours of a picture of this height: standard up to 576 lines, else those of HD.
+Colours usualColours(int height);
+
+struct VideoFormat {
+  std::string codec = "icod";  // four letters
+  std::string codecName = "Apple Intermediate Codec";
+  int width = 0;
+  int height = 0;
+  Fraction frameRate = {25, 1};  // frames per second
+  Fraction pixelAspect = {1, 1};
+  FieldOrder fieldOrder = FieldOrder::progressive;
+  Colours colours = Colours::unknown;
+};
+
+// 16-bit samples, low byte first, channels interleaved.
+struct SoundFormat {
+  int channels = 2;
+  int sampleRate = 48000;  // at most 65,535
+  // The channels' places, lowest bit first: 1 front left, 2 front right, 4 front centre, 8 low
+  // frequency, 0x10 and 0x20 back, 0x200 and 0x400 side. 0: unknown.
+  std::uint32_t channelPlaces = 0;
+  // Samples by which the sound begins after the picture; before it when negative.
+  std::int64_t startOffset = 0;
+};
+
+// Samples of one track that stand together in the file.
+struct Chunk {
+  std::uint64_t position = 0;  // in the file
+  std::uint32_t samples = 0;   // frames, or sample moments of a sound track
+};
+
+struct VideoTrack {
+  VideoFormat format;
+  std::vector<std::uint32_t> frameSizes;
+  std::vector<Chunk> chunks;
+};
+
+struct SoundTrack {
+  SoundFormat format;
+  std::vector<Chunk> chunks;
+};
+
+struct Movie {
+  VideoTrack video;
+  std::vector<SoundTrack> sound;
+};
+
+// The picture counts in ticks of which a frame has a whole number. The movie counts in finer ones
+// where those are too coarse to place the sound.
+struct TimeScale {
+  std::uint32_t perSecond = 25;
+  std::uint32_t perFrame = 1;
+  std::uint32_t finer = 400;  // the movie's ticks in one of the picture
+
+  std::uint32_t moviePerSecond() const { return perSecond * finer; }
+};
+TimeScale timeScale(const Fraction& frameRate);
+
+// The atom with its header. Positions beyond 32 bits make 64-bit chunk tables.
+std::vector<std::uint8_t> movieHeader(const Movie& movie);
+
+}  // namespace tessarin::quicktime

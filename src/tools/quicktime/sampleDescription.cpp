@@ -1,0 +1,83 @@
+#include "tools/quicktime/sampleDescription.h"
+
+namespace tessarin::quicktime {
+
+using Atom = AtomWriter::Atom;
+
+void putVideoDescription(AtomWriter& out, const VideoFormat& format) {
+  const Atom table(out, "stsd", 0);
+  out.put32(1);
+  const Atom description(out, format.codec);
+  out.putZeros(6);
+  out.put16(1);  // data reference
+  out.put16(0);  // version
+  out.put16(1);  // revision
+  out.putText("appl");
+  out.put32(0);      // temporal quality: key frames only
+  out.put32(0x200);  // spatial quality
+  out.put16(static_cast<std::uint64_t>(format.width));
+  out.put16(static_cast<std::uint64_t>(format.height));
+  out.put32(72 << 16);
+  out.put32(72 << 16);
+  out.put32(0);
+  out.put16(1);  // frames in a sample
+  out.putCountedText(format.codecName, 32);
+  out.put16(24);      // depth
+  out.put16(0xFFFF);  // no colour table
+  {
+    const Atom atom(out, "hpre");
+    out.put32(0);
+  }
+  {
+    const Atom atom(out, "fiel");
+    // The number of fields, and which is first in time and in the frame.
+    out.put8(format.fieldOrder == FieldOrder::progressive ? 1 : 2);
+    out.put8(format.fieldOrder == FieldOrder::progressive ? 0
+             : format.fieldOrder == FieldOrder::topFirst  ? 9
+                                                          : 14);
+  }
+  if (format.pixelAspect.numerator != format.pixelAspect.denominator) {
+    const Atom atom(out, "pasp");
+    out.put32(static_cast<std::uint64_t>(format.pixelAspect.numerator));
+    out.put32(static_cast<std::uint64_t>(format.pixelAspect.denominator));
+  }
+  if (format.colours != Colours::unknown) {
+    const Atom atom(out, "colr");
+    out.putText("nclc");
+    const bool high = format.colours == Colours::high;
+    const bool pal = format.colours == Colours::standardPal;
+    out.put16(high ? 1 : pal ? 5 : 6);
+    out.put16(1);
+    out.put16(high ? 1 : 6);
+  }
+}
+
+void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
+  const Atom table(out, "stsd", 0);
+  out.put32(1);
+  const Atom description(out, "sowt");
+  // Version 0 knows no more than two channels.
+  const bool extended = format.channels > 2;
+  out.putZeros(6);
+  out.put16(1);  // data reference
+  out.put16(extended ? 1 : 0);
+  out.putZeros(6);  // revision and vendor
+  out.put16(static_cast<std::uint64_t>(format.channels));
+  out.put16(16);
+  out.put32(0);  // no compression, no packets
+  out.put32(static_cast<std::uint64_t>(format.sampleRate) << 16);
+  if (extended) {
+    out.put32(1);  // sample moments in a packet
+    out.put32(2);  // bytes of one channel in a packet
+    out.put32(2 * static_cast<std::uint64_t>(format.channels));
+    out.put32(2);  // bytes of a sample
+  }
+  if (format.channelPlaces != 0) {
+    const Atom atom(out, "chan", 0);
+    out.put32(0x10000);  // the layout is given as bits
+    out.put32(format.channelPlaces);
+    out.put32(0);
+  }
+}
+
+}  // namespace tessarin::quicktime

@@ -1,0 +1,192 @@
+#include "tools/yuv4mpeg/yuv4mpeg.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+
+namespace tessarin::yuv4mpeg {
+
+namespace {
+
+constexpr std::size_t longestLine = 4096;
+constexpr std::size_t readSize = 64U << 10;
+
+std::optional<int> wholeNumber(std::string_view text) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size() || number < 0)
+    return std::nullopt;
+  return number;
+}
+
+std::optional<quicktime::Fraction> fraction(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos)
+    return std::nullopt;
+  const auto numerator = wholeNumber(text.substr(0, colon));
+  const auto denominator = wholeNumber(text.substr(colon + 1));
+  if (!numerator || !denominator)
+    return std::nullopt;
+  return quicktime::Fraction{*numerator, *denominator};
+}
+
+std::optional<quicktime::FieldOrder> fieldOrder(std::string_view letter) {
+  if (letter == "p" || letter == "?")
+    return quicktime::FieldOrder::progressive;
+  if (letter == "t")
+    return quicktime::FieldOrder::topFirst;
+  if (letter == "b")
+    return quicktime::FieldOrder::bottomFirst;
+  return std::nullopt;
+}
+
+// The places of the chroma samples differ between the variants; a codec leaves them where they are.
+bool isUsualChroma(std::string_view name) {
+  return name == "420" || name == "420jpeg" || name == "420mpeg2" || name == "420paldv";
+}
+
+// Takes one word of the header; answers why it cannot.
+std::optional<std::string> applyWord(std::string_view word, Header& header) {
+  const std::string_view value = word.substr(1);
+  switch (word.front()) {
+    case 'W':
+      header.width = wholeNumber(value).value_or(0);
+      break;
+    case 'H':
+      header.height = wholeNumber(value).value_or(0);
+      break;
+    case 'F': {
+      const auto rate = fraction(value);
+      if (!rate || rate->numerator == 0 || rate->denominator == 0)
+        return "the stream does not say its frame rate";
+      header.frameRate = *rate;
+      break;
+    }
+    case 'A': {
+      const auto aspect = fraction(value);
+      if (!aspect)
+        return "the stream's pixel shape is no fraction: " + std::string(value);
+      if (aspect->numerator != 0 && aspect->denominator != 0)
+        header.pixelAspect = *aspect;
+      break;
+    }
+    case 'I': {
+      const auto order = fieldOrder(value);
+      if (!order)
+        return "frames of mixed interlacing cannot be taken (I" + std::string(value) + ")";
+      header.fieldOrder = *order;
+      break;
+    }
+    case 'C':
+      if (!isUsualChroma(value))
+        return "only 8 bits 4:2:0 can be taken, and this is C" + std::string(value);
+      break;
+    default:
+      break;  // extensions and comments
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::size_t Header::lumaSize() const {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+}
+
+std::size_t Header::chromaSize() const {
+  return static_cast<std::size_t>((width + 1) / 2) * static_cast<std::size_t>((height + 1) / 2);
+}
+
+Outcome<Header> parseHeader(std::string_view line) {
+  constexpr std::string_view magic = "YUV4MPEG2";
+  if (!line.starts_with(magic) || (line.size() > magic.size() && line[magic.size()] != ' '))
+    return Failure{"this is no YUV4MPEG2 stream"};
+  line.remove_prefix(magic.size());
+  Header header;
+  while (!line.empty()) {
+    const std::size_t blank = std::min(line.find(' '), line.size());
+    if (blank > 0) {
+      if (const auto problem = applyWord(line.substr(0, blank), header))
+        return Failure{*problem};
+    }
+    line.remove_prefix(std::min(blank + 1, line.size()));
+  }
+  if (header.width < 1 || header.height < 1)
+    return Failure{"the stream does not say its picture size"};
+  return header;
+}
+
+Outcome<std::size_t> Reader::read(std::span<std::uint8_t> target) {
+  std::size_t done = std::min(target.size(), buffer_.size() - position_);
+  std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(position_), done, target.begin());
+  position_ += done;
+  while (done < target.size()) {
+    const ssize_t count = ::read(descriptor_, target.data() + done, target.size() - done);
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count < 0)
+      return Failure{std::string("the stream cannot be read: ") + std::strerror(errno)};
+    if (count == 0)
+      break;
+    done += static_cast<std::size_t>(count);
+  }
+  return done;
+}
+
+Outcome<std::string> Reader::readLine() {
+  std::string line;
+  while (line.size() < longestLine) {
+    if (position_ == buffer_.size()) {
+      std::vector<std::uint8_t> more(readSize);
+      ssize_t count = 0;
+      do {
+        count = ::read(descriptor_, more.data(), more.size());
+      } while (count < 0 && errno == EINTR);
+      if (count < 0)
+        return Failure{std::string("the stream cannot be read: ") + std::strerror(errno)};
+      more.resize(static_cast<std::size_t>(count));
+      buffer_ = std::move(more);
+      position_ = 0;
+      if (buffer_.empty())
+        return line;
+    }
+    const char letter = static_cast<char>(buffer_[position_++]);
+    if (letter == '\n')
+      return line;
+    line += letter;
+  }
+  return Failure{"a line of the stream is too long"};
+}
+
+Outcome<Header> Reader::readHeader() {
+  const Outcome<std::string> line = readLine();
+  if (!line)
+    return Failure{line.reason()};
+  if (line.value().empty())
+    return Failure{"the stream is empty"};
+  return parseHeader(line.value());
+}
+
+Outcome<bool> Reader::readFrame(std::span<std::uint8_t> frame) {
+  const Outcome<std::string> line = readLine();
+  if (!line)
+    return Failure{line.reason()};
+  if (line.value().empty())
+    return false;
+  ++frames_;
+  const std::string_view start = line.value();
+  if (!start.starts_with("FRAME") || (start.size() > 5 && start[5] != ' '))
+    return Failure{"frame " + std::to_string(frames_) + " of the stream does not begin as one"};
+  const Outcome<std::size_t> count = read(frame);
+  if (!count)
+    return Failure{count.reason()};
+  if (count.value() < frame.size())
+    return Failure{"the stream ends inside frame " + std::to_string(frames_)};
+  return true;
+}
+
+}  // namespace tessarin::yuv4mpeg

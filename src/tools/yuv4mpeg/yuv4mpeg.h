@@ -1,0 +1,55 @@
+// The YUV4MPEG2 stream that mjpegtools and ffmpeg pass pictures through pipes with: a header line,
+// then for each frame a line and the planes. Only 8 bits 4:2:0 is taken.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "classShared/Outcome.h"
+#include "tools/quicktime/movieHeader.h"
+
+namespace tessarin::yuv4mpeg {
+
+struct Header {
+  int width = 0;
+  int height = 0;
+  quicktime::Fraction frameRate = {25, 1};
+  quicktime::Fraction pixelAspect = {1, 1};  // square where the stream does not say
+  quicktime::FieldOrder fieldOrder = quicktime::FieldOrder::progressive;
+
+  std::size_t lumaSize() const;
+  std::size_t chromaSize() const;  // of one plane
+  std::size_t frameSize() const { return lumaSize() + 2 * chromaSize(); }
+};
+
+// Understands the stream's first line, without its line end.
+Outcome<Header> parseHeader(std::string_view line);
+
+// Reads a stream from a descriptor, which is borrowed.
+class Reader {
+ public:
+  explicit Reader(int descriptor) : descriptor_(descriptor) {}
+
+  // First.
+  Outcome<Header> readHeader();
+  // Then each frame: luma, blue and red chroma, each without gaps, into frameSize() bytes. False
+  // at the end of the stream.
+  Outcome<bool> readFrame(std::span<std::uint8_t> frame);
+
+ private:
+  // Less than asked for only at the end of the stream.
+  Outcome<std::size_t> read(std::span<std::uint8_t> target);
+  // A line without its end; nothing at the end of the stream is an empty line too.
+  Outcome<std::string> readLine();
+
+  int descriptor_;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t position_ = 0;
+  std::uint64_t frames_ = 0;
+};
+
+}  // namespace tessarin::yuv4mpeg
