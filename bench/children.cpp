@@ -22,7 +22,7 @@ void waitBehindClosedOutput(benchmark::State& state) {
     void taskLauncherTaskDidEnd(taskLauncher&) override { loop.stop(0); }
     RunLoop& loop;
   };
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     PollRunLoop loop;
     Stopper stopper(loop);
     taskLauncher launcher(loop);
@@ -42,7 +42,7 @@ std::vector<char> touchedMemory(const benchmark::State& state) {
 
 void start(benchmark::State& state) {
   const std::vector<char> memory = touchedMemory(state);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     Outcome<ChildProcess> child = ChildProcess::start({"/bin/true", {}});
     if (!child) {
       state.SkipWithError(child.reason().c_str());
@@ -57,7 +57,7 @@ void posixSpawn(benchmark::State& state) {
   const std::vector<char> memory = touchedMemory(state);
   char program[] = "/bin/true";
   char* const arguments[] = {program, nullptr};
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     pid_t pid = -1;
     if (::posix_spawn(&pid, program, nullptr, nullptr, arguments, ::environ) != 0) {
       state.SkipWithError("not started");
