@@ -95,7 +95,8 @@ std::int64_t channelsOfLayout(std::string_view layout) {
   const auto behindPoint = textAfter(name, ".");
   if (!behindPoint || !startsWithDigit(name))
     return -1;
-  return wholeNumber(name) + wholeNumber(*behindPoint);
+  return std::min<std::int64_t>(wholeNumber(name) + wholeNumber(*behindPoint),
+                                std::numeric_limits<std::int32_t>::max());
 }
 
 void readAudio(const StreamLine& line, const StreamWriter& stream) {

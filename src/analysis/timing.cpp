@@ -126,6 +126,11 @@ DeclaredInput declaredInput(std::string_view report) {
   return input;
 }
 
+// Reports give times in decimals: what is left below a millisecond is their rounding.
+double sinceStart(double seconds, const DeclaredInput& input) {
+  return std::round((seconds - input.start.value_or(0)) * 1000) / 1000;
+}
+
 void takeEarliest(std::optional<double>& earliest, std::optional<std::int64_t> ticks, double base) {
   if (!ticks)
     return;
@@ -210,8 +215,7 @@ std::optional<double> firstKeyFrameShown(std::string_view report) {
     if (!packet->pts)
       return std::nullopt;
     const double seconds = static_cast<double>(*packet->pts) * video->timeBase;
-    // The report gives the start in decimals: what is left below a millisecond is their rounding.
-    return std::round((seconds - input.start.value_or(0)) * 1000) / 1000;
+    return sinceStart(seconds, input);
   }
   return std::nullopt;
 }
@@ -225,17 +229,33 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
     const std::string_view line = report.substr(found, end - found);
     const auto time = textAfter(line, " pts_time:");
     if (time && (contains(line, " iskey:1") || contains(line, " type:I")))
-      return decimalNumber(trimmed(*time));
+      return sinceStart(decimalNumber(trimmed(*time)), declaredInput(report));
   }
   return std::nullopt;
 }
 
 double intraOffset(const std::string& path) {
-  const auto report =
-      taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-skip_frame",
-                         "nokey", "-t", "12", "-i", path, "-an", "-sn", "-vf", "showinfo",
-                         "-frames:v", "1", "-f", "null", "-y", "/dev/null"},
-                        true);
+  const auto report = taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"),
+                                         "-loglevel",
+                                         "info",
+                                         "-copyts",
+                                         "-skip_frame",
+                                         "nokey",
+                                         "-t",
+                                         "12",
+                                         "-i",
+                                         path,
+                                         "-an",
+                                         "-sn",
+                                         "-vf",
+                                         "showinfo",
+                                         "-frames:v",
+                                         "1",
+                                         "-f",
+                                         "null",
+                                         "-y",
+                                         "/dev/null"},
+                                        true);
   const double seconds = firstKeyFrameOfShowinfo(report.value_or("")).value_or(0);
   debugFormat("intraOffset         : {:.3f}", seconds);
   return seconds;

@@ -25,7 +25,8 @@ std::optional<double> firstKeyFrameShown(std::string_view report);
 // at the first twelve seconds. 0 when it finds none.
 double intraOffset(const std::string& path);
 
-// The time in the first line of a showinfo report that tells of a key frame.
+// What such a run with "-copyts" says: the time of the first key frame that it lists, from the
+// start of the container.
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report);
 
 }  // namespace tessarin

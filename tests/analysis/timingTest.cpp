@@ -100,6 +100,11 @@ TEST(FirstKeyFrame, IsReadFromShowinfo) {
                               "n:   1 pts:  43200 pts_time:0.48    pos: 1 iskey:1 "
                               "type:I checksum:1\n"),
       0.48);
+  EXPECT_EQ(
+      firstKeyFrameOfShowinfo("x\nInput #0, mpegts, from 'a':\n  Duration: 00:00:01.00, start: "
+                              "5003.000000, bitrate: 1 kb/s\n" +
+                              head + "n: 0 pts: 1 pts_time:5003.6 iskey:1\n"),
+      0.6);
   EXPECT_EQ(firstKeyFrameOfShowinfo("showinfo\n"), std::nullopt);
 }
 
@@ -118,6 +123,19 @@ TEST(FirstKeyFrame, IsMeasuredWhereTheReportDoesNotTell) {
             "'");
   EXPECT_NEAR(intraOffset(cut), 15 / 25.0, 0.001);
   EXPECT_EQ(intraOffset("/nowhere.mts"), 0);
+
+  // The picture begins half a second after the sound: the report of the analysis run and the
+  // measurement count from the same start.
+  const std::string late = tools.folder().file("late.ts");
+  runFfmpeg(
+      "-itsoffset 0.5 -f lavfi -i testsrc2=s=320x240:r=25:d=1 -f lavfi -i sine=d=2 -c:v "
+      "mpeg2video -bf 0 -c:a mp2 -f mpegts '" +
+      late + "'");
+  const std::string report = tools.folder().file("report");
+  runFfmpeg("-loglevel debug -fdebug ts -i '" + late + "' -vframes 10 -an -f null - 2>'" + report +
+            "'");
+  EXPECT_NEAR(intraOffset(late), 0.5, 0.05);
+  EXPECT_EQ(firstKeyFrameShown(tools.folder().read("report")), intraOffset(late));
 }
 
 // ---- The whole record
