@@ -137,7 +137,7 @@ void Session::plan() {
   for (int row = 0; row < app_.table().count(); ++row) {
     const Dico& entry = app_.table().row(row);
     const std::string source = app_.table().sourcePath(row);
-    if (const auto refusal = refusalOf(entry, false)) {
+    if (const auto refusal = refusalOf(entry, hasExportTool())) {
       problem(source, *refusal);
       continue;
     }

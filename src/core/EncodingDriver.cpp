@@ -4,11 +4,14 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <random>
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "core/exportPlan.h"
 #include "core/failureReason.h"
 #include "encoding/arithmetic.h"
+#include "encoding/exportStep.h"
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
@@ -24,6 +27,10 @@ constexpr const char* keyCurrent = "encCurrentProcessingFile";
 constexpr const char* keyJob = "processEncDico";
 constexpr const char* keyReplace = "replaceFilesCheck";
 
+// Of the job: files to be deleted when it ends.
+constexpr const char* keyIntermediate = "postProcessPurge";  // an intermediate movie
+constexpr const char* keyMaster = "purgePathStr1";           // what the export reads
+
 constexpr const char* cancelled = "cancel";
 // Stands for the row before the first one, when the first row was removed: no path is like it.
 constexpr const char* beforeFirstRow = "totoCestLePlusBeau";
@@ -37,6 +44,16 @@ constexpr double smallestOutput = 10;
 bool isSameFile(const std::string& one, const std::string& other) {
   std::error_code failed;
   return std::filesystem::equivalent(one, other, failed) && !failed;
+}
+
+// In both languages, for it is a mistake of the program's and not of its texts.
+std::string unknownPresetMessage(const std::string& preset) {
+  return fmt::format(
+      "{}\n\n(en) …the computed preset was not found (please contact us, menu item "
+      "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci de "
+      "nous "
+      "contacter, menu 'Tessarin'>'Signaler un problème…')",
+      preset);
 }
 
 double secondsSince(std::chrono::steady_clock::time_point start) {
@@ -294,7 +311,7 @@ void EncodingDriver::stepDeb() {
   const std::string output = outputPath(source, target, folder, outputNames_);
   jobStarted.emit(source, output);
 
-  if (const auto refusal = refusalOf(table_.row(row), false)) {
+  if (const auto refusal = refusalOf(table_.row(row), hasExportTool())) {
     fail(*refusal);
     return;
   }
@@ -410,7 +427,58 @@ void EncodingDriver::stepV() {
 
 void EncodingDriver::stepQtEnc() {
   debugFormat("encProcesses        > encQtEnc");
-  fail(localisationString("why_noExport"));
+  Dico current = job();
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  if (output.empty())
+    logFormat(":-( encQtEnc: dstPath key does not exist: {}", output);
+  if (current.textOrEmpty(JobKey::srcPathStr).empty())
+    logFormat(":-( encQtEnc: srcPath key does not exist: {}", output);
+  const std::string slowed = current.textOrEmpty(keyIntermediate);
+  if (needsSlowing(current) && slowed.empty()) {
+    startSlowing(std::move(current));
+    return;
+  }
+  if (!slowed.empty())
+    moveFile(slowed, output, "y");
+  startExport(std::move(current));
+}
+
+// Makes the slowed copy: the pictures at half the speed, the sound as it is. The step is done again
+// after it.
+void EncodingDriver::startSlowing(Dico current) {
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  const std::string slowed =
+      joinPath(parentFolder(output), fmt::format("slow{}.mov", std::random_device()()));
+  current.set(keyIntermediate, slowed);
+  current.set("encQtEnc", 1);
+  const double duration = jobDuration(current);
+  storeJob(std::move(current));
+  startTask({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", output,
+             "-i", output, "-map", "0:v", "-map", "1:a?", "-c", "copy", "-y", slowed},
+            ParseMode::time, 2 * duration);
+}
+
+void EncodingDriver::startExport(Dico current) {
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  const std::string preset = exportPresetName(current, services_.preferences.text(PrefKey::prores));
+  debugFormat("presetStr (final)   : {}", preset);
+  if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
+    logLine("no quicktime preset :-(");
+    services_.alerts.show({unknownPresetMessage(preset), "", {}, "", Alert::Style::critical});
+    fail(localisationString("why_noPreset", "", preset));
+    return;
+  }
+  const double duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  const auto step = encQt(output, duration, preset, displayRatio(current));
+  if (!step) {
+    current.set(keyMaster, masterPathStr(output));
+    storeJob(std::move(current));
+    fail(localisationString("why_diskFull"));
+    return;
+  }
+  current.set(keyMaster, step->masterPath);
+  storeJob(std::move(current));
+  startTask(step->arguments, ParseMode::pourcentage, 100);
 }
 
 bool EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, double maximum) {
@@ -463,8 +531,10 @@ void EncodingDriver::stepFin() {
   const Dico current = job();
   const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
   logFormat("enc > encFin        : {} - begin", source);
-  const std::string purge = current.textOrEmpty("postProcessPurge");
-  if (!purge.empty() && pathExists(purge)) {
+  for (const char* key : {keyIntermediate, keyMaster}) {
+    const std::string purge = current.textOrEmpty(key);
+    if (purge.empty() || !pathExists(purge))
+      continue;
     debugFormat("purgePathStr        : {}", purge);
     removeFile(purge);
   }

@@ -72,6 +72,8 @@ class EncodingDriver {
   bool hasRoom(const Dico& job);
   void checkOverwriting(JobPlan plan);
   void startEncoding(JobPlan plan);
+  void startSlowing(Dico current);
+  void startExport(Dico current);
   bool startTask(const Arguments& command, ParseMode parseMode, double maximum);
   void taskEnded(const TaskEnd& end);
 

@@ -9,6 +9,7 @@
 #include "encoding/BatchEntry.h"
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 #include "utils/text.h"
@@ -35,18 +36,38 @@ std::string titleOf(const std::string& source, int target) {
   return replaceAll(title, "/", "-");
 }
 
-// The command with the picture's real field order told to its filters, which else believe what
-// the stream claims. Stream copies have no filters.
-void correctFieldClaim(Arguments& arguments) {
-  const std::string correction = "setfield=tff";
-  const auto filter = std::find(arguments.begin(), arguments.end(), "-vf");
-  if (filter != arguments.end() && filter + 1 != arguments.end()) {
-    *(filter + 1) = correction + "," + *(filter + 1);
+// Puts a filter before the command's filters; a command without any gets it alone. Stream copies
+// have no filters and no "-r".
+void addFirstFilter(Arguments& arguments, const std::string& filter) {
+  const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+  if (option != arguments.end() && option + 1 != arguments.end()) {
+    *(option + 1) = filter + "," + *(option + 1);
     return;
   }
   const auto rate = std::find(arguments.begin(), arguments.end(), "-r");
   if (rate != arguments.end())
-    arguments.insert(rate, {"-vf", correction});
+    arguments.insert(rate, {"-vf", filter});
+}
+
+// Sees to it that the fields of the movie have the order that it claims, top first.
+void correctFields(const Dico& job, EncodingCommand& command) {
+  const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
+  // What the stream claims is wrong: the filters are told what the pictures say.
+  if (job.contains(SourceKey::v0FieldsClaim)) {
+    addFirstFilter(command.arguments, "setfield=tff");
+    return;
+  }
+  // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
+  if (command.writesProres || !contains(label, "i50") || isSourceProgressive(job))
+    return;
+  // An intermediate movie does not tell its field order, so it has to have the usual one, and its
+  // chroma is halved field by field.
+  const bool isBottomFirst = job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF");
+  const bool isHalved = job.text(SourceKey::v0Chroma).value_or("yuv420p") == "yuv420p";
+  if (isBottomFirst)
+    addFirstFilter(command.arguments, "fieldorder=tff");
+  if (!isHalved)
+    addFirstFilter(command.arguments, "scale=interl=-1,format=yuv420p");
 }
 
 bool isStreamCopy(const Dico& job) {
@@ -90,14 +111,17 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   auto command = encodage(target, job, prefProres);
   if (!command)
     return std::nullopt;
-  if (job.contains(SourceKey::v0FieldsClaim))
-    correctFieldClaim(command->arguments);
+  correctFields(job, *command);
   JobPlan plan;
   // A stream copy that is to be a QuickTime movie is one already.
   plan.needsExport = !command->writesProres && !(target == outQuickTime && isStreamCopy(job));
   plan.job = std::move(job);
   plan.command = std::move(*command);
   return plan;
+}
+
+bool hasExportTool() {
+  return pathExists(Bundle::main().toolPath("movtool"));
 }
 
 std::optional<std::string> refusalOf(const Dico& row, bool hasExport) {

@@ -38,8 +38,11 @@ struct JobPlan {
 std::optional<JobPlan> planJob(Dico job, const std::string& destination,
                                std::string_view prefProres);
 
+// Whether the tool for exports is there.
+bool hasExportTool();
+
 // Why a row cannot be converted at all, in the user's language; nothing when it can. `hasExport`:
-// whether the tool for exports is there.
+// hasExportTool().
 std::optional<std::string> refusalOf(const Dico& row, bool hasExport);
 
 }  // namespace tessarin

@@ -2,6 +2,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
+#include "core/exportPlan.h"
 #include "core/jobPlan.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
@@ -72,6 +73,41 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   EXPECT_TRUE(needsExport(rowOf(true, 10, outProres)));
   EXPECT_TRUE(needsExport(rowOf(false, 12, outAic)));
   EXPECT_FALSE(needsExport(rowOf(true, 10, outQuickTime)));
+}
+
+TEST_F(JobPlanTest, AnIntermediateMovieIsTopFirstAndHalvesItsChromaByField) {
+  const auto filterOf = [](const char* fields, const char* chroma) {
+    Dico row = rowOf(false, 12, outAic);
+    Dico info = *row.dico("dico");
+    info.set("v0_fields", fieldsText(fields));
+    info.set("v0_chroma", chroma);
+    row.set("dico", info);
+    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+    return option == arguments.end() ? std::string() : *(option + 1);
+  };
+  EXPECT_EQ(filterOf("TFF", "yuv420p"), "");
+  EXPECT_EQ(filterOf("BFF", "yuv420p"), "fieldorder=tff");
+  EXPECT_EQ(filterOf("BFF", "yuv411p"), "scale=interl=-1,format=yuv420p,fieldorder=tff");
+}
+
+TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
+  Dico job = jobOfRow(rowOf(true, 10, outProres));
+  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p25");
+  EXPECT_EQ(exportPresetName(job, "apch"), "prHd1920x1080p25");
+  job.set("v0_fps", 29.97);
+  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p30");
+  job.set("v0_fps", 23.976);
+  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p24");
+  job.set("out", outAic);
+  job.set("v0_dar", "4:3");
+  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080p24Letterbox");
+  job.set("sizeOut", 12);
+  job.set("v0_fps", 59.94);
+  job.set("v0_dar", "16:9");
+  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080i60");
+  job.remove("sizeOut");
+  EXPECT_EQ(exportPresetName(job, "apch"), "");
 }
 
 TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {

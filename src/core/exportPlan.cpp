@@ -1,0 +1,58 @@
+#include "core/exportPlan.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+#include "utils/numbers.h"
+
+namespace tessarin {
+
+namespace {
+
+// The rate of the movie in the names of the settings: 24, 25, 30, 50 or 60; for interlaced rows
+// the fields a second.
+int exportRate(std::string_view label, int sourceRate) {
+  const bool isNtsc = sourceRate == 24 || sourceRate == 30 || sourceRate == 60 ||
+                      sourceRate == 48 || sourceRate == 120;
+  if (contains(label, "i50") || contains(label, "p50"))
+    return isNtsc ? 60 : 50;
+  if (sourceRate == 24 || sourceRate == 48)
+    return 24;
+  return isNtsc ? 30 : 25;
+}
+
+}  // namespace
+
+double displayRatio(const Dico& job) {
+  if (const auto dar = job.text(SourceKey::v0Dar))
+    return fractionStr2Float(*dar);
+  const double width = job.number(SourceKey::v0Width).value_or(0);
+  const double height = job.number(SourceKey::v0Height).value_or(0);
+  return width > 0 && height > 0 ? width / height : 16.0 / 9.0;
+}
+
+std::string exportPresetName(const Dico& job, std::string_view prefProres) {
+  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
+  const FrameSize size = label ? presetFrameSize(*label) : FrameSize();
+  if (size.width == 0)
+    return {};
+  const char* scan = contains(*label, "i50") ? "i" : "p";
+  const bool isNarrow = std::abs(displayRatio(job) - 4.0 / 3.0) <= 0.1;
+  std::string name = fmt::format("{}x{}{}{}{}", size.width, size.height, scan,
+                                 exportRate(*label, roundedFps(job)), isNarrow ? "Letterbox" : "");
+  if (job.integer(JobKey::out) == outProres)
+    name = whichPresetProres("pr" + name, prefProres).value_or(name);
+  return name;
+}
+
+bool needsSlowing(const Dico& job) {
+  return job.integer(JobKey::speed) == speedSlow && isSourceProgressive(job) &&
+         isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+}
+
+}  // namespace tessarin

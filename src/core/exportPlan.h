@@ -1,0 +1,24 @@
+// Which export settings finish a job. Pure functions of the job.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "classShared/Value.h"
+
+namespace tessarin {
+
+// The name of the settings in "presetQt": size row, scan and rate, "Letterbox" for a 4:3 picture
+// that goes into a 16:9 frame; for ProRes with "pr" and the flavour in front ("prHd1920x1080p25").
+// `job` has "out", "speed", "sizeOut" and the SourceInfo; `prefProres` is the flavour's four
+// characters. Empty when the job has no size row.
+std::string exportPresetName(const Dico& job, std::string_view prefProres);
+
+// Whether the copy that ffmpeg made has to be slowed to half its speed before the export: slow
+// motion of a source with 50 or 60 whole pictures a second, which ffmpeg only copies.
+bool needsSlowing(const Dico& job);
+
+// The source's picture shape, width by height; 16:9 when unknown.
+double displayRatio(const Dico& job);
+
+}  // namespace tessarin
