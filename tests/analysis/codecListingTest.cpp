@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "analysis/codecListing.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
 
 namespace tessarin {
 namespace {
@@ -14,6 +16,8 @@ TEST(CodecListing, TellsTheVersionOfFfmpegAndNothingElse) {
 }
 
 TEST(CodecListing, OfTheInstalledFfmpegNamesItsCodecs) {
+  const test::ScopedTemporaryFolder folder;
+  const test::ScopedEnvironment cache("XDG_CACHE_HOME", folder.path());
   EXPECT_NE(versionOfListing(codecListing()), "");
   EXPECT_NE(codecListing().find(" prores "), std::string::npos);
 }
