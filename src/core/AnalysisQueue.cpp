@@ -9,6 +9,7 @@
 #include "core/admittedSources.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
+#include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
@@ -20,38 +21,10 @@ namespace tessarin {
 
 namespace {
 
-// Keys of the queue in the preference store.
-constexpr const char* keyWaiting = "analysisSrcPathesDico";
-constexpr const char* keyCurrent = "analysisSrcPathStr";
-constexpr const char* keyCurrentRecord = "analysisSrcCurrentDico";
-constexpr const char* keyImage = "imgPathStr";
-constexpr const char* keyForcedFormat = "ffFileForceFormatStr";
-constexpr const char* keyAlert = "alertIfIsNotSrcValid";
-
 constexpr const char* cancelled = "cancel";
 
 std::string framePath() {
   return joinPath(temporaryFolder(), "frame.yuv");
-}
-
-Dico waitingSources(const std::vector<std::string>& paths) {
-  Dico waiting;
-  for (std::size_t index = 0; index < paths.size(); ++index)
-    waiting.set(fmt::format("{}", index), paths[index]);
-  return waiting;
-}
-
-// The waiting sources behind the first one, renumbered from 0 without a gap.
-Dico withoutFirst(const Dico& waiting) {
-  constexpr int mostSources = 12345;
-  Dico rest;
-  for (int index = 1; index < mostSources; ++index) {
-    const Value* path = waiting.find(fmt::format("{}", index));
-    if (!path)
-      break;
-    rest.set(fmt::format("{}", index - 1), *path);
-  }
-  return rest;
 }
 
 // The report without the source's path: a file may be named like a complaint or a stream line.
@@ -67,9 +40,9 @@ AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, Batch
       interface_(interface),
       table_(table),
       tasks_(tasks),
-      steps_(services.preferences, {"analysisDeb", "analysisFfmpeg", "analysisFfmpegResult",
-                                    "analysisFfmpegParse", "analysisDico", "analysisFin"}),
-      mediaInfoSteps_(services.preferences, {"analysisMediaInfo", "analysisMediaInfoParse"}) {
+      steps_(services.preferences, analysisSteps),
+      mediaInfoSteps_(services.preferences, mediaInfoSteps),
+      waiting_(services.preferences, services.loop) {
   tasks_.ended.connect([this](const TaskEnd& end) {
     if (end.isAnalysis)
       analysis();
@@ -127,7 +100,8 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
     return;
   }
   logFormat("drag'n'drop, final  = {}", paths.size());
-  services_.preferences.prefWrite(keyWaiting, waitingSources(paths));
+  waiting_.assign(paths);
+  accepted.emit();
   steps_.set("analysisDeb");
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
@@ -161,6 +135,20 @@ void AnalysisQueue::iba_analysisStopBt() {
   tasks_.taskLauncherDone(true);
 }
 
+std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
+  std::vector<std::string> paths;
+  const std::string current = services_.preferences.prefReadString(StateKey::analysed);
+  if (!current.empty() && current != cancelled)
+    paths.push_back(current);
+  paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
+  return paths;
+}
+
+bool AnalysisQueue::hasSourcesWithoutRow() const {
+  const std::string current = services_.preferences.prefReadString(StateKey::analysed);
+  return !waiting_.empty() || (!current.empty() && current != cancelled);
+}
+
 // ---- One step
 
 void AnalysisQueue::again() {
@@ -175,8 +163,8 @@ void AnalysisQueue::analysis() {
   debugFormat("analysis            - start of step");
   if (stopAsked_) {
     logLine("analysis stop       = 1");
-    services_.preferences.prefRemove(keyWaiting);
-    services_.preferences.prefWrite(keyCurrent, cancelled);
+    waiting_.clear();
+    services_.preferences.prefWrite(StateKey::analysed, cancelled);
     steps_.removeAllButLast();
     steps_.set("analysisFin");
   }
@@ -210,41 +198,30 @@ void AnalysisQueue::analysis() {
   debugFormat("analysis            - end of step (post task || self)");
 }
 
-bool AnalysisQueue::takeNextSource() {
+void AnalysisQueue::takeNextSource() {
   PreferenceStore& store = services_.preferences;
-  const Value* stored = store.prefRead(keyWaiting);
-  if (!stored || !stored->dico())
-    return false;
-  const Dico waiting = *stored->dico();
-  const std::string current = store.prefReadString(keyCurrent);
-  const auto first = waiting.text("0");
-  if (!first || (!current.empty() && current != *first))
-    return false;
-  logFormat("analysis new file   : {}", *first);
-  const Dico rest = withoutFirst(waiting);
-  logFormat("srcsMDico           ? new current src: '{}' (remaining={}, next: '{}')", *first,
-            rest.size(), rest.text("0").value_or("none/end"));
-  store.prefWrite(keyCurrent, *first);
-  if (rest.empty())
-    store.prefRemove(keyWaiting);
-  else
-    store.prefWrite(keyWaiting, rest);
-  return true;
+  const std::string current = store.prefReadString(StateKey::analysed);
+  if (waiting_.empty() || (!current.empty() && current != waiting_.paths().front()))
+    return;
+  const std::string next = waiting_.takeFirst();
+  logFormat("analysis new file   : {}", next);
+  logFormat("srcsMDico           ? new current src: '{}' (remaining={}, next: '{}')", next,
+            waiting_.size(), waiting_.empty() ? "none/end" : waiting_.paths().front());
+  store.prefWrite(StateKey::analysed, next);
 }
 
 void AnalysisQueue::showCaption() {
-  const Value* stored = services_.preferences.prefRead(keyWaiting);
   // The last source counts as one that waits: so the caption of the first of three is "0/2" and
   // that of the last "1/2".
-  const std::size_t waiting =
-      stored && stored->dico() && !stored->dico()->empty() ? stored->dico()->size() : 1;
+  const std::size_t waiting = waiting_.empty() ? 1 : waiting_.size();
   const std::string caption = interface_.analysisCaptionStr.text();
   const auto shown = textAfter(caption, "/");
   const std::int64_t total = shown ? leadingInteger(*shown) : static_cast<std::int64_t>(waiting);
   interface_.analysisCaptionStr.setText(
       fmt::format("{}/{}", total - static_cast<std::int64_t>(waiting), total));
   debugFormat("analysisCaptionStr  : {}", interface_.analysisCaptionStr.text());
-  debugFormat("batch, c'est parti  : '{}'", services_.preferences.prefReadString(keyCurrent));
+  debugFormat("batch, c'est parti  : '{}'",
+              services_.preferences.prefReadString(StateKey::analysed));
 }
 
 void AnalysisQueue::startTask(const Arguments& command) {
@@ -268,19 +245,19 @@ std::optional<std::string> AnalysisQueue::takeOutput(const char* step) {
     logFormat("analysisTaskVerboseM:-( no useable info ({})", step);
     return std::nullopt;
   }
-  return withoutPath(*output, services_.preferences.prefReadString(keyCurrent));
+  return withoutPath(*output, services_.preferences.prefReadString(StateKey::analysed));
 }
 
 void AnalysisQueue::refuse(const std::string& reason) {
-  refused.emit(services_.preferences.prefReadString(keyCurrent), reason);
+  refused.emit(services_.preferences.prefReadString(StateKey::analysed), reason);
 }
 
 void AnalysisQueue::stepFfmpeg() {
-  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   // A frame left by the source before would give this one its field order.
   removeFile(framePath());
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "debug", "-fdebug", "ts"};
-  const std::string format = services_.preferences.prefReadString(keyForcedFormat);
+  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
   if (!format.empty())
     command.insert(command.end(), {"-f", format});
   command.insert(command.end(), {"-i", path, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f",
@@ -312,7 +289,7 @@ void AnalysisQueue::stepFfmpegParse() {
 }
 
 void AnalysisQueue::stepMediaInfo() {
-  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   const std::string copy =
       withExtension(joinPath(temporaryFolder(), "mediainfoTmp"), pathExtension(path));
   mediaInfoSteps_.set("analysisMediaInfoParse");
@@ -333,7 +310,7 @@ void AnalysisQueue::stepMediaInfoParse() {
 
 void AnalysisQueue::stepDico() {
   debugFormat("analysisDico        - begin");
-  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   measureFields();
   std::optional<std::string> interlacing;
   if (fields_)
@@ -377,19 +354,19 @@ void AnalysisQueue::measureFields() {
 }
 
 void AnalysisQueue::startThumbnail(SourceInfo& info) {
-  const std::string path = services_.preferences.prefReadString(keyCurrent);
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   steps_.set("analysisFin");
   const bool hasPicture = info.contains(SourceKey::v0Width);
   const bool isMov = hasPathExtension(path, "mov");
   if (isMov)
     info.set(RowInfoKey::intraFailure, 1);
-  services_.preferences.prefWrite(keyCurrentRecord, info);
+  services_.preferences.prefWrite(StateKey::record, info);
   if (!hasPicture) {
     again();
     return;
   }
   const std::string image = thumbnailPath(temporaryFolder(), path);
-  services_.preferences.prefWrite(keyImage, image);
+  services_.preferences.prefWrite(StateKey::image, image);
   startTask(thumbnailCommand(info, path, image, !isMov));
 }
 
@@ -399,20 +376,20 @@ void AnalysisQueue::stepFin() {
   tasks_.analysisTaskVerboseMStr().reset();
   retainedReport_.reset();
   std::optional<SourceInfo> info;
-  if (const Value* record = store.prefRead(keyCurrentRecord); record && record->dico())
+  if (const Value* record = store.prefRead(StateKey::record); record && record->dico())
     info = *record->dico();
-  store.prefRemove(keyCurrentRecord);
-  const std::string path = store.prefReadString(keyCurrent);
+  store.prefRemove(StateKey::record);
+  const std::string path = store.prefReadString(StateKey::analysed);
   if (info && path != cancelled) {
     debugFormat("stocker…            : {}", path);
     info->set(RowInfoKey::srcPathStr, path);
     completeThumbnail(*info);
     appendRow(std::move(*info));
   }
-  store.prefRemove(keyImage);
+  store.prefRemove(StateKey::image);
 
-  store.prefRemove(keyCurrent);
-  const bool isMore = store.prefRead(keyWaiting) != nullptr && path != cancelled && !stopAsked_;
+  store.prefRemove(StateKey::analysed);
+  const bool isMore = !waiting_.empty() && path != cancelled && !stopAsked_;
   if (!isMore) {
     finalEnd();
     return;
@@ -425,7 +402,7 @@ void AnalysisQueue::stepFin() {
 }
 
 void AnalysisQueue::completeThumbnail(SourceInfo& info) {
-  const std::string image = services_.preferences.prefReadString(keyImage);
+  const std::string image = services_.preferences.prefReadString(StateKey::image);
   if (image.empty())
     return;
   if (!pathExists(image)) {
@@ -452,13 +429,14 @@ void AnalysisQueue::appendRow(SourceInfo info) {
   debugFormat("md                  : {}", row.description());
   const int index = table_.append(std::move(row));
   table_.iba_outSpeedCell(index);
+  rowReady.emit(index);
   interface_.batchDrawer.setShown(true);
 }
 
 void AnalysisQueue::finalEnd() {
   logLine("analysis stop       : final end");
   PreferenceStore& store = services_.preferences;
-  store.prefRemove(keyWaiting);
+  waiting_.clear();
   interface_.analysisCaptionStr.setText("");
   stopAsked_ = false;
   interface_.analysisStopBt.setHidden(true);
@@ -470,7 +448,7 @@ void AnalysisQueue::finalEnd() {
     if (interface_.batchGoBt.state() == 0)
       interface_.batchGoBt.setEnabled(true);
   }
-  store.prefRemove(keyAlert);
+  store.prefRemove(StateKey::alert);
   logLine("analysis            - end (all src)");
   finished.emit();
 }

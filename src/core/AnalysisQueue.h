@@ -10,6 +10,7 @@
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
+#include "core/WaitingSources.h"
 
 namespace tessarin {
 
@@ -31,6 +32,16 @@ class AnalysisQueue {
   // The stop control: the source in hand and those that wait are given up.
   void iba_analysisStopBt();
 
+  // The sources that have no row yet: the one in analysis and those that wait, in order.
+  std::vector<std::string> sourcesWithoutRow() const;
+  bool hasSourcesWithoutRow() const;
+  // How many of them wait; costs the same however many they are.
+  std::size_t waitingCount() const { return waiting_.size(); }
+
+  // A new set of sources has been taken in; sourcesWithoutRow() names them.
+  Signal<> accepted;
+  // A source has become this row of the table, with valid choices.
+  Signal<int> rowReady;
   // A running encoding has to wait, and may go on.
   Signal<> encodingToSuspend;
   Signal<> encodingToResume;
@@ -42,7 +53,7 @@ class AnalysisQueue {
  private:
   void showBusy();
   void showIdle();
-  bool takeNextSource();
+  void takeNextSource();
   void showCaption();
   void again();
   void startTask(const Arguments& command);
@@ -68,6 +79,7 @@ class AnalysisQueue {
   ToolTasks& tasks_;
   StepFlags steps_;
   StepFlags mediaInfoSteps_;
+  WaitingSources waiting_;
   std::optional<std::string> retainedReport_;
   // Keys of the string table "fields": what the source's pictures say, and what its stream claims
   // where that is something else. Nothing when no picture could be read.

@@ -4,6 +4,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "core/rowChoices.h"
+#include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -283,7 +284,7 @@ void BatchTable::removeAllButCurrent() {
 }
 
 int BatchTable::encBatchInprogressRowIdentification() const {
-  const std::string current = services_.preferences.prefReadString("encCurrentProcessingFile");
+  const std::string current = services_.preferences.prefReadString(StateKey::encoded);
   return current.empty() ? -1 : rowOfSource(current);
 }
 

@@ -10,6 +10,7 @@
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
+#include "core/stepState.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
@@ -22,10 +23,6 @@
 namespace tessarin {
 
 namespace {
-
-constexpr const char* keyCurrent = "encCurrentProcessingFile";
-constexpr const char* keyJob = "processEncDico";
-constexpr const char* keyReplace = "replaceFilesCheck";
 
 // Of the job: files to be deleted when it ends.
 constexpr const char* keyIntermediate = "postProcessPurge";  // an intermediate movie
@@ -68,7 +65,7 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
       interface_(interface),
       table_(table),
       tasks_(tasks),
-      steps_(services.preferences, {"encBatch", "encDeb", "encV", "encQtEnc", "encFin"}) {
+      steps_(services.preferences, encSteps) {
   tasks_.ended.connect([this](const TaskEnd& end) {
     if (!end.isAnalysis)
       taskEnded(end);
@@ -211,14 +208,14 @@ void EncodingDriver::enc(const std::string& stepName) {
 void EncodingDriver::stepBatch() {
   if (stopAsked_) {
     logLine("enc stop            = 1");
-    services_.preferences.prefWrite(keyCurrent, cancelled);
-    services_.preferences.prefRemove(keyJob);
+    services_.preferences.prefWrite(StateKey::encoded, cancelled);
+    services_.preferences.prefRemove(StateKey::job);
     steps_.remove(steps_.last());
     endOfBatch();
     return;
   }
   int row = 0;
-  if (!services_.preferences.prefReadString(keyCurrent).empty()) {
+  if (!services_.preferences.prefReadString(StateKey::encoded).empty()) {
     debugFormat("batch, c'est parti  : suivantes…");
     row = table_.encBatchInprogressRowIdentification() + 1;
   }
@@ -241,7 +238,7 @@ void EncodingDriver::startRow(int row) {
   taskStart_ = std::chrono::steady_clock::now();
   Dico job = jobOfRow(table_.row(row));
   table_.mark(row, ResultMark::current);
-  services_.preferences.prefWrite(keyCurrent, table_.sourcePath(row));
+  services_.preferences.prefWrite(StateKey::encoded, table_.sourcePath(row));
   job.set("encDeb", 1);
   debugFormat("processEncDico      - write encDeb ? {}", 1);
   storeJob(std::move(job));
@@ -252,7 +249,7 @@ void EncodingDriver::skipMissingRow(int row) {
   const std::string path = table_.sourcePath(row);
   logLine("@@@la src existe même p'us… à la suivante");
   logFormat("current src does not exist anymore (-> skip to next one), current: {}", path);
-  services_.preferences.prefWrite(keyCurrent,
+  services_.preferences.prefWrite(StateKey::encoded,
                                   row > 0 ? table_.sourcePath(row - 1) : beforeFirstRow);
   table_.select(row);
   table_.encBatchRemove(false);
@@ -271,8 +268,8 @@ void EncodingDriver::endOfBatch() {
   interface_.batchGoBt.setState(0);
   interface_.batchGoBt.setEnabled(table_.count() > 0);
   interface_.encoding.action.setText("");
-  services_.preferences.prefRemove(keyCurrent);
-  services_.preferences.prefRemove(keyReplace);
+  services_.preferences.prefRemove(StateKey::encoded);
+  services_.preferences.prefRemove(StateKey::replaceFiles);
   if (services_.preferences.integer(PrefKey::alertEnd) == 1)
     services_.alerts.show({localisationString("D_fin_GUI"), "", {}, "", Alert::Style::information});
   if (services_.reveal)
@@ -369,7 +366,7 @@ void EncodingDriver::checkOverwriting(JobPlan plan) {
     dropJobSteps();
     encSend("encProcesses");
   };
-  const std::string stored = services_.preferences.prefReadString(keyReplace);
+  const std::string stored = services_.preferences.prefReadString(StateKey::replaceFiles);
   if (!stored.empty()) {
     logFormat("replaceFilesStr     : {}", stored);
     act(stored);
@@ -385,11 +382,11 @@ void EncodingDriver::checkOverwriting(JobPlan plan) {
        Alert::Style::warning},
       [this, act, source](AlertAnswer reply) {
         // The batch may have been stopped while the question was open.
-        if (services_.preferences.prefReadString(keyCurrent) != source || stopAsked_)
+        if (services_.preferences.prefReadString(StateKey::encoded) != source || stopAsked_)
           return;
         const char* answer = reply.button == 1 ? answerReplace : answerKeep;
         if (reply.checked)
-          services_.preferences.prefWrite(keyReplace, answer);
+          services_.preferences.prefWrite(StateKey::replaceFiles, answer);
         act(answer);
       });
 }
@@ -581,7 +578,7 @@ void EncodingDriver::finishJob(JobEnd end) {
   if (end.kind == JobEnd::Kind::converted)
     writeReadMe(end);
   debugFormat("…RAZ GUI done");
-  services_.preferences.prefRemove(keyJob);
+  services_.preferences.prefRemove(StateKey::job);
   outcome_.reset();
   logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
   jobEnded.emit(end);
@@ -615,18 +612,18 @@ void EncodingDriver::writeReadMe(const JobEnd& end) {
 // ---- The job record
 
 Dico EncodingDriver::job() const {
-  const Value* stored = services_.preferences.prefRead(keyJob);
+  const Value* stored = services_.preferences.prefRead(StateKey::job);
   return stored && stored->dico() ? *stored->dico() : Dico();
 }
 
 void EncodingDriver::storeJob(Dico job) {
-  services_.preferences.prefWrite(keyJob, std::move(job));
+  services_.preferences.prefWrite(StateKey::job, std::move(job));
 }
 
 bool EncodingDriver::takeJobFlag(std::string_view name) {
   const bool isSet = job().flag(name);
   if (isSet)
-    services_.preferences.prefDeleteChildDico(keyJob, name);
+    services_.preferences.prefDeleteChildDico(StateKey::job, name);
   return isSet;
 }
 

@@ -1,7 +1,7 @@
 // The step flags of a step machine, kept as keys of the preference store.
 #pragma once
 
-#include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +15,7 @@ namespace tessarin {
 class StepFlags {
  public:
   // `names` in the order in which steps are looked for; the last one is the step that ends a job.
-  StepFlags(PreferenceStore& preferences, std::initializer_list<const char*> names)
+  StepFlags(PreferenceStore& preferences, std::span<const char* const> names)
       : preferences_(preferences), names_(names.begin(), names.end()) {}
 
   bool isSet(std::string_view name) const { return preferences_.flag(name); }

@@ -4,6 +4,7 @@
 
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
+#include "core/stepState.h"
 #include "utils/files.h"
 #include "utils/log.h"
 
@@ -79,6 +80,7 @@ appDelegate::appDelegate(CoreServices services)
       tasks_(services_),
       queue_(services_, interface, table_, tasks_),
       driver_(services_, interface, table_, tasks_) {
+  clearStepFlags(services_.preferences);
   queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
   queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });
   driver_.batchEnded.connect([this] { queue_.setOpenPermitted(true); });

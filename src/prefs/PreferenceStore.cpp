@@ -13,6 +13,12 @@ std::string described(const Value* value) {
   return value ? value->description() : "nil";
 }
 
+// A record of thousands of entries is only put into words when somebody reads them.
+void debugValue(const char* label, const Value* value) {
+  if (debugMode())
+    logFormat("{} {}", label, described(value));
+}
+
 const Value* defaultOf(std::string_view key) {
   static const Dico defaults = prefDefaults();
   return defaults.find(key);
@@ -33,7 +39,7 @@ Dico prefDefaults() {
 
 const Value* PreferenceStore::prefRead(std::string_view key) const {
   const Value* value = key.empty() ? nullptr : domain_.read(key);
-  debugFormat("prefRead            : {}", described(value));
+  debugValue("prefRead            :", value);
   return value;
 }
 
@@ -45,9 +51,9 @@ std::string PreferenceStore::prefReadString(std::string_view key) const {
 bool PreferenceStore::prefWrite(std::string_view key, Value value) {
   if (key.empty())
     return false;
-  debugFormat("prefWrite           - old ? {}", described(domain_.read(key)));
+  debugValue("prefWrite           - old ?", domain_.read(key));
   domain_.write(key, std::move(value));
-  debugFormat("prefWrite           - def : {}", described(domain_.read(key)));
+  debugValue("prefWrite           - def :", domain_.read(key));
   return true;
 }
 
