@@ -38,6 +38,11 @@ class BatchTable {
   const Dico& source(int row) const;
   std::string sourcePath(int row) const;
 
+  // Whether the row has become a movie, so that there is nothing left to do for it.
+  bool isFinished(int row) const {
+    return this->row(row).textOrEmpty(BatchKey::resultat) == ResultMark::success;
+  }
+
   // Index of the row of this source, -1 when there is none.
   int rowOfSource(const std::string& path) const;
 

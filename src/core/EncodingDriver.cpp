@@ -10,6 +10,7 @@
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
+#include "core/setAside.h"
 #include "core/stepState.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
@@ -87,8 +88,24 @@ EncodingDriver::~EncodingDriver() {
 
 void EncodingDriver::iba_batchGoBt() {
   logLine("-------------------- iba_batchGoBt");
-  if (table_.count() == 0 || isBatchRunning())
+  if (!mayBegin())
     return;
+  for (int row = 0; row < table_.count(); ++row)
+    table_.mark(row, ResultMark::waiting);
+  begin();
+}
+
+void EncodingDriver::continueBatch() {
+  logLine("-------------------- continueBatch");
+  if (mayBegin())
+    begin();
+}
+
+// Whether there is something to do and a place for the movies; the user is told when there is
+// none.
+bool EncodingDriver::mayBegin() {
+  if (table_.count() == 0 || isBatchRunning())
+    return false;
   if (interface_.destination.text().empty())
     interface_.destination.setText(expandTilde("~/Movies/"));
   const std::string folder = outputFolder(interface_.destination.text());
@@ -96,14 +113,19 @@ void EncodingDriver::iba_batchGoBt() {
     services_.alerts.show({localisationString("D_go_dossier_destination1", "", folder),
                            localisationString("D_go_dossier_destination3")});
     batchRefused.emit(localisationString("why_destination", "", folder));
-    return;
+    return false;
   }
+  return true;
+}
+
+void EncodingDriver::begin() {
   interface_.batchGoBt.setEnabled(false);
   interface_.batchGoBt.setState(1);
   stopAsked_ = false;
   outputNames_.clear();
   for (int row = 0; row < table_.count(); ++row)
-    table_.mark(row, ResultMark::waiting);
+    if (table_.isFinished(row))
+      outputNames_[table_.row(row).textOrEmpty(BatchKey::dstPathStr)] = table_.sourcePath(row);
   encSend("encBatch");
 }
 
@@ -219,6 +241,8 @@ void EncodingDriver::stepBatch() {
     debugFormat("batch, c'est parti  : suivantes…");
     row = table_.encBatchInprogressRowIdentification() + 1;
   }
+  while (table_.has(row) && table_.isFinished(row))
+    ++row;
   if (row >= table_.count()) {
     endOfBatch();
     return;
@@ -402,6 +426,7 @@ void EncodingDriver::startEncoding(JobPlan plan) {
   storeJob(plan.job);
   debugFormat("encProcesses        > encDeb: ffmpeg task");
   outputIsOurs_ = true;
+  fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), output});
   taskStart_ = std::chrono::steady_clock::now();
   startTask(plan.command.arguments, ParseMode::time, jobDuration(plan.job));
 }
@@ -449,6 +474,7 @@ void EncodingDriver::startSlowing(Dico current) {
   current.set(keyIntermediate, slowed);
   current.set("encQtEnc", 1);
   const double duration = jobDuration(current);
+  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), slowed, true});
   storeJob(std::move(current));
   startTask({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", output,
              "-i", output, "-map", "0:v", "-map", "1:a?", "-c", "copy", "-y", slowed},
@@ -466,6 +492,7 @@ void EncodingDriver::startExport(Dico current) {
     return;
   }
   const double duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), masterPathStr(output), true});
   const auto step = encQt(output, duration, preset, displayRatio(current));
   if (!step) {
     current.set(keyMaster, masterPathStr(output));
@@ -566,6 +593,7 @@ void EncodingDriver::finishJob(JobEnd end) {
   if (table_.has(row)) {
     switch (end.kind) {
       case JobEnd::Kind::converted:
+        table_.setValue(row, BatchKey::dstPathStr, end.output);
         table_.mark(row, ResultMark::success);
         break;
       case JobEnd::Kind::kept:
@@ -583,17 +611,6 @@ void EncodingDriver::finishJob(JobEnd end) {
   logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
   jobEnded.emit(end);
   encSend("encBatch");
-}
-
-// Renames what a failed job wrote to a free name that says so; the result is that name.
-std::string EncodingDriver::setAsideFailure(const std::string& output) {
-  if (!pathExists(output))
-    return "";
-  std::string aside = withExtension(withoutExtension(output) + "-failure", pathExtension(output));
-  for (int number = 2; pathExists(aside); ++number)
-    aside = withExtension(fmt::format("{}-failure-{}", withoutExtension(output), number),
-                          pathExtension(output));
-  return moveFile(output, aside, "") ? aside : output;
 }
 
 void EncodingDriver::writeReadMe(const JobEnd& end) {

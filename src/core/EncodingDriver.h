@@ -28,6 +28,12 @@ struct JobEnd {
   double elapsed = 0;   // seconds that the job took
 };
 
+struct JobFile {
+  std::string source;
+  std::string path;
+  bool isIntermediate = false;  // removed at the end of the job; else the job's output
+};
+
 class EncodingDriver {
  public:
   EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table, ToolTasks& tasks);
@@ -35,6 +41,8 @@ class EncodingDriver {
 
   // The row's source and its planned output, before the job starts.
   Signal<const std::string&, const std::string&> jobStarted;
+  // A job is about to write a file; called before the file is touched.
+  Signal<const JobFile&> fileBegins;
   Signal<const JobEnd&> jobEnded;
   // The batch cannot start, for this reason in the user's language.
   Signal<const std::string&> batchRefused;
@@ -43,7 +51,10 @@ class EncodingDriver {
 
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
 
+  // The user's start: every row is worked on, those of an earlier batch too.
   void iba_batchGoBt();
+  // Works on the rows that are not finished (BatchTable::isFinished) and leaves the others alone.
+  void continueBatch();
   // Pauses, resumes or stops, by the selected segment of the stop control.
   void iba_taskStopBt();
   // The stop of iba_taskStopBt, whatever the control shows.
@@ -58,6 +69,8 @@ class EncodingDriver {
   void encSend(const std::string& stepName);
 
  private:
+  bool mayBegin();
+  void begin();
   void enc(const std::string& stepName);
   void stepBatch();
   void stepProcesses();
@@ -82,7 +95,6 @@ class EncodingDriver {
   void fail(const std::string& reason);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
-  std::string setAsideFailure(const std::string& output);
 
   Dico job() const;
   void storeJob(Dico job);

@@ -15,6 +15,8 @@ inline constexpr std::string_view sizeOut = "sizeOut";    // integer, row of pre
 inline constexpr std::string_view dico = "dico";          // record, the SourceInfo
 inline constexpr std::string_view src = "src";            // text, caption of three lines
 inline constexpr std::string_view img = "img";            // text, path of the thumbnail
+// Text, the movie that a row with the mark "puceSuccess" has become.
+inline constexpr std::string_view dstPathStr = "dstPathStr";
 }  // namespace BatchKey
 
 // Added to the SourceInfo of a row.

@@ -62,6 +62,36 @@ TEST_F(EncodingDriverTest, ABatchConvertsEveryRow) {
   EXPECT_EQ(alerts.shown[0].message, localisationString("D_fin_GUI"));
 }
 
+TEST_F(EncodingDriverTest, AContinuedBatchLeavesFinishedRowsAndTheirMoviesAlone) {
+  clips(2);
+  // Of another card, so that its movie would have the name of the first one's.
+  const std::string other = folder.file("card2/1.mts");
+  std::filesystem::create_directory(folder.file("card2"));
+  std::filesystem::copy_file(folder.file("1.mts"), other);
+  analyse({other});
+  app.table().mark(0, ResultMark::success);
+  app.table().setValue(0, BatchKey::dstPathStr, movie("1.mov"));
+  folder.write("movies/Tessarin/1.mov", "finished");
+  app.table().mark(1, ResultMark::failure);
+  alerts.answers = {{1, false}, {1, false}};  // replace, if anything is asked
+  app.driver().continueBatch();
+  serve();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
+  EXPECT_EQ(ended[0].output, movie("2.mov"));
+  EXPECT_EQ(ended[1].output, movie("1-2.mov"));
+  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "finished");
+
+  // Nothing left to do: the batch ends. The user's own start does everything again.
+  ended.clear();
+  app.driver().continueBatch();
+  serve();
+  EXPECT_TRUE(ended.empty());
+  EXPECT_FALSE(app.driver().isBatchRunning());
+  alerts.answers = {{1, true}};
+  convert();
+  EXPECT_EQ(ended.size(), 3u);
+}
+
 TEST_F(EncodingDriverTest, AVanishedSourceIsRemovedAndTheRestGoesOn) {
   clips(3);
   std::filesystem::remove(folder.file("1.mts"));

@@ -1,0 +1,13 @@
+// What is left of a failed or interrupted job.
+#pragma once
+
+#include <string>
+
+namespace tessarin {
+
+// Renames the file to a free name that says so: "NAME-failure.EXT", with a number when that is
+// taken. The result is the new name; "" when there is no such file, and `output` itself when it
+// cannot be renamed.
+std::string setAsideFailure(const std::string& output);
+
+}  // namespace tessarin
