@@ -10,6 +10,7 @@
 #include <random>
 
 #include "classShared/TextAdditions.h"
+#include "utils/files.h"
 
 namespace tessarin {
 

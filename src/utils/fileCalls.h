@@ -13,9 +13,6 @@ std::string reasonOf(int error);
 // Whether there is an entry at the path, and what it is: of a link, the link itself.
 bool isThere(const std::string& path, struct stat& status);
 
-// Makes a rename in this folder survive a power cut. A file system that cannot is left alone.
-void syncFolder(const std::string& folder);
-
 // A hidden name in the folder of the path, short enough for every file system.
 std::string temporaryNameBeside(const std::string& path);
 

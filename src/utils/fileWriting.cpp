@@ -131,7 +131,8 @@ bool appendTextToFile(std::string_view path, std::optional<std::string_view> tex
   return true;
 }
 
-Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes) {
+Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
+                                  FolderSync folderSync) {
   const std::string name = resolveAlias(expandTilde(path));
   const auto failure = [&name](int error) { return Failure{name + ": " + reasonOf(error)}; };
   if (name.empty())
@@ -151,7 +152,8 @@ Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes)
     ::unlink(temporary.c_str());
     return failure(error);
   }
-  syncFolder(parentFolder(name));
+  if (folderSync == FolderSync::now)
+    syncFolder(parentFolder(name));
   return true;
 }
 

@@ -72,9 +72,18 @@ bool ecritureFichier(std::string_view path, std::optional<std::string_view> text
 // fails.
 bool appendTextToFile(std::string_view path, std::optional<std::string_view> text, bool addMark);
 
+// Whether a new name is made to survive a power cut at once, or by a syncFolder() of the caller's
+// after several of them.
+enum class FolderSync { now, later };
+
 // Writes to a temporary name beside the file, syncs and renames, so that the file is always whole.
 // A link keeps pointing where it does; an existing file keeps its permissions.
-Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes);
+Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
+                                  FolderSync folderSync = FolderSync::now);
+
+// Makes what was renamed, made and removed in this folder survive a power cut. A file system that
+// cannot is left alone.
+void syncFolder(const std::string& folder);
 
 // ---- Moving and removing (fileMoving.cpp)
 

@@ -1,0 +1,98 @@
+// Keeps the batch on the disk while it is worked on, so that it can be recovered after a crash.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/BatchStore.h"
+#include "core/DiskSync.h"
+#include "core/appDelegate.h"
+#include "core/storedJob.h"
+
+namespace tessarin {
+
+// Follows the controller: rows, waiting sources, jobs and choices are written soon after they
+// change. What has to be on the disk at once is: the sources when they are taken in, a job before
+// its output is touched, a row that is finished before its job is forgotten.
+//
+// The first change makes the folder. A batch that ended, with all its rows or by the user's stop,
+// needs none: the folder goes, and comes back with the next change. Destroying the recorder leaves
+// the folder for a recovery.
+//
+// When nothing can be stored the batch goes on all the same; `failed` says why, once.
+class BatchRecorder {
+ public:
+  // All are borrowed; the recorder has to live until the controller has done its last step.
+  // `parent` is the folder for the batches (batchesFolder()).
+  BatchRecorder(appDelegate& app, CoreServices& services, std::string parent);
+  ~BatchRecorder();
+  BatchRecorder(const BatchRecorder&) = delete;
+  BatchRecorder& operator=(const BatchRecorder&) = delete;
+
+  Signal<const std::string&> failed;
+
+  // What the front needs to go on with the batch; stored with it (BatchSetting::front).
+  void setFrontSettings(Dico settings) { front_ = std::move(settings); }
+
+  // Brings an interrupted batch into the controller: its choices, then its rows at the end of the
+  // table; a source that has a row there already is left out. The waiting sources are the
+  // caller's to drop, the batch's to continue (EncodingDriver::continueBatch). Its folder becomes
+  // ours, or goes when there is one already.
+  void restore(BatchStore store, const StoredBatch& batch);
+
+  // Removes what is stored: the user gives the batch up.
+  void discard();
+  // Brings everything to the disk and stops following: the batch is to be recovered later,
+  // whatever happens to it now.
+  void keep();
+
+ private:
+  void rowAppended(int row);
+  void rowChanged(int row);
+  void rowRemoved(int row);
+  void fileBegins(const JobFile& file);
+  void jobEnded(const JobEnd& end);
+
+  void waitingChanged();
+  void schedule(std::chrono::milliseconds delay);
+  void flush(std::chrono::milliseconds longest);
+  bool writeAll(std::chrono::milliseconds longest);
+  bool makeFolder();
+  bool writeSettings();
+  bool writeRow(std::int64_t order);
+  bool writeWaiting();
+  void forgetJob(std::int64_t order);
+  bool check(const Outcome<bool>& written);
+
+  bool isEmpty() const;
+  int rowOf(std::int64_t order) const;
+  Dico settings() const;
+
+  appDelegate& app_;
+  CoreServices& services_;
+  std::string parent_;
+  Dico front_;
+  std::optional<BatchStore> store_;
+  DiskSync diskSync_;
+
+  std::vector<std::int64_t> orders_;  // of the table's rows; ascending
+  std::int64_t lastOrder_ = 0;
+  std::int64_t restored_ = 0;  // number of the row that is being restored, 0 for none
+  bool stopped_ = false;       // nothing is followed any more
+  bool failureTold_ = false;
+
+  // What the folder lacks.
+  std::set<std::int64_t> changedRows_;
+  std::set<std::int64_t> removedRows_;
+  bool waitingChanged_ = false;
+  // What the folder has.
+  Dico storedSettings_;
+  std::size_t storedWaiting_ = 0;
+  std::map<std::int64_t, StoredJob> jobs_;
+  RunLoop::Id timer_ = 0;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,267 @@
+#include "core/BatchStore.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+
+#include "classShared/TextAdditions.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A name that starts with one of these is no batch: the folder is being made or removed.
+constexpr std::string_view newPrefix = ".new-";
+constexpr std::string_view oldPrefix = ".old-";
+
+constexpr std::string_view lockName = "lock";
+constexpr std::string_view ending = ".plist";
+
+// From so many files on, bringing the whole file system to the disk is quicker than each of them.
+// Not for fewer: it waits for what other programs have written, too.
+constexpr std::size_t manyFiles = 64;
+
+// The lock of the folder, held; not open when somebody else has it or there is none.
+Descriptor lockOf(const std::string& folder, int flags) {
+  const std::string path = joinPath(folder, lockName);
+  Descriptor lock(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
+  if (!lock.isOpen() || ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0)
+    return {};
+  // The folder may have been renamed between the two calls: then it is no longer the one of this
+  // name that is locked.
+  struct stat locked {};
+  struct stat there {};
+  if (::fstat(lock.number(), &locked) != 0 || ::stat(path.c_str(), &there) != 0 ||
+      locked.st_ino != there.st_ino || locked.st_dev != there.st_dev)
+    return {};
+  return lock;
+}
+
+bool isOwnFolder(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == ::geteuid();
+}
+
+void removeTree(const std::string& folder) {
+  std::error_code failed;
+  fs::remove_all(folder, failed);
+  if (failed)
+    logFormat("batch store         :-( {}: {}", folder, failed.message());
+}
+
+// Writes a file of a folder that nobody knows yet.
+Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) {
+  auto bytes = batchPartBytes(content);
+  if (!bytes)
+    return Failure{bytes.reason()};
+  const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  const auto isWritten = [&] {
+    return file.isOpen() &&
+           ::write(file.number(), bytes->data(), bytes->size()) ==
+               static_cast<ssize_t>(bytes->size()) &&
+           (!sync || ::fsync(file.number()) == 0);
+  };
+  if (!isWritten())
+    return Failure{path + ": " + systemReason(errno)};
+  return true;
+}
+
+Dico storedWaiting(const std::vector<std::string>& sources) {
+  return {{"sources", List(sources.begin(), sources.end())}};
+}
+
+// A folder that was being made or removed when its process ended. One without a lock may be a
+// folder whose maker has not got so far.
+void sweep(const std::string& folder) {
+  const Descriptor lock = lockOf(folder, 0);
+  struct stat status {};
+  constexpr time_t longAgo = 3600;  // seconds
+  if (!lock.isOpen() &&
+      (pathExists(joinPath(folder, lockName)) || ::stat(folder.c_str(), &status) != 0 ||
+       status.st_mtime > ::time(nullptr) - longAgo))
+    return;
+  removeTree(folder);
+}
+
+}  // namespace
+
+std::string batchesFolder() {
+  const char* state = std::getenv("XDG_STATE_HOME");
+  const bool usable = state && *state == '/';
+  return joinPath(usable ? state : expandTilde("~/.local/state"), "Tessarin/batches");
+}
+
+Dico storedRowContent(std::int64_t order, const Dico& row) {
+  return {{"order", order}, {"row", row}};
+}
+
+Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBatch& content) {
+  std::random_device random;
+  const std::string name = fmt::format("{}-{:08x}", ::getpid(), random());
+  const std::string hidden = joinPath(parent, std::string(newPrefix) + name);
+  if (!mkdir(parent) || ::mkdir(hidden.c_str(), S_IRWXU) != 0)
+    return Failure{parent + ": " + systemReason(errno)};
+  BatchStore store(hidden, lockOf(hidden, O_CREAT));
+  const auto failed = [&hidden](const std::string& reason) {
+    removeTree(hidden);
+    return Failure{reason};
+  };
+  if (!store.lock_.isOpen())
+    return failed(hidden + ": " + systemReason(errno));
+
+  const bool isMany = content.rows.size() > manyFiles;
+  auto written = writeNew(joinPath(hidden, "batch.plist"), content.settings, !isMany);
+  for (auto row = content.rows.begin(); row != content.rows.end() && written; ++row)
+    written = writeNew(store.rowPath(row->order), storedRowContent(row->order, row->row), !isMany);
+  if (written && !content.waiting.empty())
+    written = writeNew(joinPath(hidden, "waiting.plist"), storedWaiting(content.waiting), !isMany);
+  if (!written)
+    return failed(written.reason());
+  if (isMany)
+    ::syncfs(store.lock_.number());
+  else
+    syncFolder(hidden);
+
+  store.folder_ = joinPath(parent, name);
+  if (::rename(hidden.c_str(), store.folder_.c_str()) != 0)
+    return failed(store.folder_ + ": " + systemReason(errno));
+  syncFolder(parent);
+  return store;
+}
+
+std::optional<BatchStore> BatchStore::claim(const std::string& folder) {
+  if (!isOwnFolder(folder))
+    return std::nullopt;
+  Descriptor lock = lockOf(folder, 0);
+  if (!lock.isOpen())
+    return std::nullopt;
+  return BatchStore(folder, std::move(lock));
+}
+
+std::string BatchStore::rowPath(std::int64_t order) const {
+  return joinPath(folder_, fmt::format("row-{}{}", order, ending));
+}
+
+std::string BatchStore::jobPath(std::int64_t order) const {
+  return joinPath(folder_, fmt::format("job-{}{}", order, ending));
+}
+
+Outcome<bool> BatchStore::write(const std::string& path, const Dico& content) {
+  namesChanged_ = true;
+  return writeBatchPart(path, content, FolderSync::later);
+}
+
+Outcome<bool> BatchStore::writeSettings(const Dico& settings) {
+  return write(joinPath(folder_, "batch.plist"), settings);
+}
+
+Outcome<bool> BatchStore::writeRow(std::int64_t order, const Dico& row) {
+  return write(rowPath(order), storedRowContent(order, row));
+}
+
+Outcome<bool> BatchStore::writeJob(std::int64_t order, const Dico& job) {
+  return write(jobPath(order), job);
+}
+
+Outcome<bool> BatchStore::writeWaiting(const std::vector<std::string>& sources) {
+  const std::string path = joinPath(folder_, "waiting.plist");
+  if (!sources.empty())
+    return write(path, storedWaiting(sources));
+  namesChanged_ = removeFile(path) || namesChanged_;
+  return true;
+}
+
+void BatchStore::removeRow(std::int64_t order) {
+  namesChanged_ = removeFile(rowPath(order)) || namesChanged_;
+}
+
+void BatchStore::removeJob(std::int64_t order) {
+  namesChanged_ = removeFile(jobPath(order)) || namesChanged_;
+}
+
+void BatchStore::sync() {
+  if (std::exchange(namesChanged_, false))
+    syncFolder(folder_);
+}
+
+std::vector<std::int64_t> BatchStore::numbers(std::string_view prefix) const {
+  std::vector<std::int64_t> found;
+  for (const std::string& path : lsCocoa(folder_).value_or(std::vector<std::string>())) {
+    const std::string name = fileName(path);
+    if (startsWith(name, prefix) && endsWith(name, ending))
+      found.push_back(leadingInteger(std::string_view(name).substr(prefix.size())));
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+BatchPart BatchStore::settings() const {
+  return readBatchPart(joinPath(folder_, "batch.plist"));
+}
+
+BatchPart BatchStore::row(std::int64_t number) const {
+  return readBatchPart(rowPath(number));
+}
+
+BatchPart BatchStore::job(std::int64_t number) const {
+  return readBatchPart(jobPath(number));
+}
+
+BatchPart BatchStore::waiting() const {
+  return readBatchPart(joinPath(folder_, "waiting.plist"));
+}
+
+std::string BatchStore::putRowAside(std::int64_t number) {
+  const std::string folder = joinPath(parentFolder(parentFolder(folder_)), "damaged");
+  const std::string aside =
+      joinPath(folder, fmt::format("{}-row-{}{}", fileName(folder_), number, ending));
+  if (!mkdir(folder) || !moveFile(rowPath(number), aside, ""))
+    return "";
+  namesChanged_ = true;
+  return aside;
+}
+
+void BatchStore::discard() {
+  // Under the other name it is no batch any more, wherever the removal is interrupted.
+  const std::string old =
+      joinPath(parentFolder(folder_), std::string(oldPrefix) + fileName(folder_));
+  if (::rename(folder_.c_str(), old.c_str()) == 0) {
+    syncFolder(parentFolder(folder_));
+    folder_ = old;
+  }
+  removeTree(folder_);
+  lock_.close();
+}
+
+std::vector<BatchStore> claimAbandonedFolders(const std::string& parent) {
+  std::vector<BatchStore> claimed;
+  std::vector<std::pair<fs::file_time_type, std::string>> folders;
+  for (const std::string& path : lsCocoa(parent).value_or(std::vector<std::string>())) {
+    std::error_code failed;
+    if (!isOwnFolder(path))
+      continue;
+    if (startsWith(fileName(path), "."))
+      sweep(path);
+    else
+      folders.emplace_back(fs::last_write_time(path, failed), path);
+  }
+  std::sort(folders.begin(), folders.end());
+  for (const auto& [time, path] : folders)
+    if (auto store = BatchStore::claim(path))
+      claimed.push_back(std::move(*store));
+  return claimed;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,88 @@
+// The folder in which one process keeps its batch while it works on it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/batchFormat.h"
+#include "platform/Descriptor.h"
+#include "utils/Outcome.h"
+
+namespace tessarin {
+
+// $XDG_STATE_HOME (when that is an absolute path) or ~/.local/state, /Tessarin/batches.
+std::string batchesFolder();
+
+// A folder "PID-RANDOM" for this user alone, with
+//   lock             locked for as long as the owner lives: a folder whose lock is free was left
+//                    behind by a crash
+//   batch.plist      the settings
+//   row-NUMBER.plist one row each, with its order number, so that a change of one row costs the
+//                    same however many there are
+//   job-NUMBER.plist the job of that row: there from just before its output is touched until the
+//                    row is known to be finished
+//   waiting.plist    the sources that had no row yet; those that have one by now may be named, too
+//
+// Every file is replaced as a whole and is on the disk when the call returns; its name is once
+// sync() has returned. The object holds the lock; the folder stays when the object goes, unless it
+// was discarded.
+class BatchStore {
+ public:
+  // A new folder below `parent`, which need not exist. It appears with all its content at once.
+  static Outcome<BatchStore> create(const std::string& parent, const StoredBatch& content);
+
+  // Takes over the folder of a process that is gone. Nothing when its owner lives, or when it is
+  // no such folder.
+  static std::optional<BatchStore> claim(const std::string& folder);
+
+  const std::string& folder() const { return folder_; }
+
+  Outcome<bool> writeSettings(const Dico& settings);
+  Outcome<bool> writeRow(std::int64_t order, const Dico& row);
+  Outcome<bool> writeJob(std::int64_t order, const Dico& job);
+  // No sources: the list is removed.
+  Outcome<bool> writeWaiting(const std::vector<std::string>& sources);
+  void removeRow(std::int64_t order);
+  void removeJob(std::int64_t order);
+  void sync();
+
+  // The numbers of the stored rows and jobs, in order.
+  std::vector<std::int64_t> rowNumbers() const { return numbers("row-"); }
+  std::vector<std::int64_t> jobNumbers() const { return numbers("job-"); }
+
+  BatchPart settings() const;
+  BatchPart row(std::int64_t number) const;  // content: "order" and "row"
+  BatchPart job(std::int64_t number) const;
+  BatchPart waiting() const;  // content: "sources"
+
+  // Moves a damaged row out of the folder, to a place where it is kept; the result is its new
+  // path, "" when it cannot be moved.
+  std::string putRowAside(std::int64_t number);
+
+  // Removes the folder. Nothing may be written afterwards.
+  void discard();
+
+ private:
+  BatchStore(std::string folder, Descriptor lock)
+      : folder_(std::move(folder)), lock_(std::move(lock)) {}
+
+  std::string rowPath(std::int64_t order) const;
+  std::string jobPath(std::int64_t order) const;
+  std::vector<std::int64_t> numbers(std::string_view prefix) const;
+  Outcome<bool> write(const std::string& path, const Dico& content);
+
+  std::string folder_;
+  Descriptor lock_;
+  bool namesChanged_ = false;
+};
+
+// A row as its file holds it.
+Dico storedRowContent(std::int64_t order, const Dico& row);
+
+// The folders below `parent` that have no owner any more, claimed, oldest first. Remains of
+// folders that were being made or removed are swept away.
+std::vector<BatchStore> claimAbandonedFolders(const std::string& parent);
+
+}  // namespace tessarin

@@ -1,0 +1,75 @@
+// How a batch is written down: property lists, each a record with its "formatVersion".
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "classShared/Value.h"
+#include "utils/Outcome.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+// A row and its place: rows are in the order of these numbers, which have gaps where rows were
+// removed and never change.
+struct StoredRow {
+  std::int64_t order = 0;
+  Dico row;
+  bool isChanged = false;  // since it was read: where it is stored it is out of date
+};
+
+// A batch as a whole.
+struct StoredBatch {
+  // What the run depends on besides its rows; keys of BatchSetting.
+  Dico settings;
+  std::vector<StoredRow> rows;
+  std::vector<std::string> waiting;  // sources that have no row yet, in order
+};
+
+namespace BatchSetting {
+inline constexpr std::string_view choices = "choices";  // record of PrefKey: the controls
+// Text, the answer for all movies that are there already (StateKey::replaceFiles).
+inline constexpr std::string_view replaceFiles = "replaceFilesCheck";
+inline constexpr std::string_view front = "front";  // record, what the program itself needs
+// Text, the temporary folder of the process that made the rows: their thumbnails are in it.
+inline constexpr std::string_view temporaryFolder = "temporaryFolder";
+}  // namespace BatchSetting
+
+// The record in a form that a property list keeps exactly: texts that are no UTF-8 (old names of
+// files) or hold a zero byte become bytes, which no record of the program has otherwise.
+Dico storableRecord(const Dico& record);
+Dico recordOfStorable(const Dico& stored);
+
+// The bytes of a file of the format with this record. Fails with the reason.
+Outcome<std::string> batchPartBytes(const Dico& content);
+// Writes such a file as a whole. Fails with the reason.
+Outcome<bool> writeBatchPart(const std::string& path, const Dico& content, FolderSync folderSync);
+
+// What became of reading a file of the format.
+struct BatchPart {
+  enum class State {
+    good,
+    missing,
+    damaged,  // no property list, or none of this format
+    newer,    // of a version that this program does not know
+  };
+  State state = State::missing;
+  std::string reason;  // of damaged and newer, in the user's language
+  Dico content;        // of good: without the version
+
+  bool isGood() const { return state == State::good; }
+};
+
+BatchPart readBatchPart(const std::string& path);
+
+// Brings the content of an older version to the next one.
+using FormatStep = Dico (*)(Dico older);
+// What each version changed: the first step turns version 1 into version 2.
+std::span<const FormatStep> batchFormatSteps();
+
+// The part that a file with this content is, once all steps behind its version have been taken.
+BatchPart upgradedPart(Dico content, std::span<const FormatStep> steps);
+
+}  // namespace tessarin

@@ -1,0 +1,31 @@
+#include "core/batchSettings.h"
+
+#include "core/stepState.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+Dico batchSettings(appDelegate& app, const PreferenceStore& preferences, const Dico& front) {
+  Dico choices = app.prefs2GuiApp();
+  choices.set(PrefKey::prores, preferences.text(PrefKey::prores));
+  Dico settings{{std::string(BatchSetting::choices), std::move(choices)},
+                {std::string(BatchSetting::front), front},
+                {std::string(BatchSetting::temporaryFolder), temporaryFolder()}};
+  if (const Value* answer = preferences.prefRead(StateKey::replaceFiles))
+    settings.set(BatchSetting::replaceFiles, *answer);
+  return settings;
+}
+
+void applyBatchSettings(appDelegate& app, PreferenceStore& preferences, const Dico& settings) {
+  if (const Dico* choices = settings.dico(BatchSetting::choices)) {
+    app.prefs2GuiApp(*choices);
+    if (const auto destination = choices->text(PrefKey::destination))
+      app.interface.destination.setText(*destination);
+    if (const auto flavour = choices->text(PrefKey::prores))
+      preferences.prefWrite(PrefKey::prores, *flavour);
+  }
+  if (const Value* answer = settings.find(BatchSetting::replaceFiles))
+    preferences.prefWrite(StateKey::replaceFiles, *answer);
+}
+
+}  // namespace tessarin

@@ -1,0 +1,215 @@
+#include <filesystem>
+
+#include "CoreFixture.h"
+#include "core/BatchRecorder.h"
+#include "core/recovery.h"
+#include "core/stepState.h"
+#include "support/LoopUntil.h"
+
+namespace tessarin {
+namespace {
+
+using test::CoreFixture;
+
+// The fixture's controller followed by a recorder. What would be recovered if the process ended
+// now is read from a copy of its folder.
+class BatchRecorderTest : public CoreFixture {
+ protected:
+  BatchRecorderTest() {
+    recorder.failed.connect([this](const std::string& reason) { failures.push_back(reason); });
+  }
+
+  Dico newRow(const std::string& name) const {
+    return {{"resultat", "puce"},
+            {"sizeOut", 12},
+            {"dico", Dico{{"srcPathStr", folder.file(name)}, {"v0_width", 1920}}}};
+  }
+  std::size_t folderCount() const {
+    std::error_code failed;
+    const std::filesystem::directory_iterator entries(parent, failed);
+    return failed ? 0 : static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+  }
+  StoredBatch afterACrash() {
+    const std::string copies = folder.file("copies");
+    std::filesystem::remove_all(copies);
+    std::filesystem::copy(parent, copies, std::filesystem::copy_options::recursive);
+    InterruptedBatches found = findInterruptedBatches(copies);
+    std::vector<StoreProblem> problems;
+    return found.stores.empty() ? StoredBatch() : readInterruptedBatch(found.stores[0], problems);
+  }
+  static std::vector<std::string> sourcesOf(const StoredBatch& batch) {
+    std::vector<std::string> sources;
+    for (const StoredRow& row : batch.rows)
+      sources.push_back(row.row.dico("dico")->textOrEmpty("srcPathStr"));
+    return sources;
+  }
+  void soon() { test::loopFor(loop, std::chrono::milliseconds(120)); }
+
+  std::string parent = folder.file("state/batches");
+  CoreServices services{loop, preferences, alerts, {}};
+  BatchRecorder recorder{app, services, parent};
+  std::vector<std::string> failures;
+};
+
+TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
+  recorder.setFrontSettings({{"target", 2}});
+  app.interface.editingSoft.select(1);
+  for (const char* name : {"1.mts", "2.mts", "3.mts"})
+    app.table().append(newRow(name));
+  EXPECT_EQ(folderCount(), 0u) << "not once per row";
+  soon();
+  app.table().setValue(1, "out", 1);
+  app.table().select(0);
+  app.table().encBatchRemove(false);
+  preferences.prefWrite(StateKey::replaceFiles, "replace");
+  soon();
+  StoredBatch batch = afterACrash();
+  EXPECT_EQ(sourcesOf(batch),
+            (std::vector<std::string>{folder.file("2.mts"), folder.file("3.mts")}));
+  EXPECT_EQ(batch.rows[0].row.integer("out"), 1);
+  EXPECT_EQ(batch.settings.text("replaceFilesCheck"), "replace");
+  EXPECT_EQ(batch.settings.dico("front")->integer("target"), 2);
+  EXPECT_EQ(batch.settings.dico("choices")->integer("editingSoft"), 1);
+
+  // Without rows there is nothing to recover.
+  app.table().encBatchRemoveAll(false);
+  soon();
+  EXPECT_EQ(folderCount(), 0u);
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
+  std::vector<std::string> paths;
+  for (const char* name : {"1.mts", "2.mts", "3.mts"})
+    paths.push_back(folder.file(name));
+  ASSERT_TRUE(test::makeInterlacedClip(paths[0]));
+  std::filesystem::copy_file(paths[0], paths[1]);
+  folder.write("3.mts", "no movie");
+  app.draggedFiles(paths);
+  EXPECT_EQ(afterACrash().waiting, paths) << "not stored when it was taken in";
+  int looked = 0;
+  app.queue().rowReady.connect([&](int) {
+    loop.runAfter(std::chrono::milliseconds(60), [&] {
+      const StoredBatch batch = afterACrash();
+      EXPECT_FALSE(batch.rows.empty());
+      EXPECT_LE(3u, batch.rows.size() + batch.waiting.size());
+      ++looked;
+    });
+  });
+  serve();
+  soon();
+  EXPECT_EQ(looked, 2);
+  const StoredBatch batch = afterACrash();
+  EXPECT_EQ(sourcesOf(batch), (std::vector<std::string>{paths[0], paths[1]}));
+  EXPECT_TRUE(batch.waiting.empty());
+
+  // While the first movie is written, its job is known; afterwards the row is finished.
+  std::vector<std::string> marks;
+  bool jobWasStored = false;
+  app.driver().fileBegins.connect([&](const JobFile& file) {
+    const auto job = app.table().encBatchInprogressRowIdentification() + 1;
+    jobWasStored = false;
+    for (const auto& entry : std::filesystem::directory_iterator(parent))
+      jobWasStored |= pathExists(entry.path().string() + "/job-" + std::to_string(job) + ".plist");
+    EXPECT_TRUE(jobWasStored);
+    EXPECT_FALSE(pathExists(file.path));
+  });
+  app.driver().jobEnded.connect([&](const JobEnd&) {
+    marks.clear();
+    for (const StoredRow& row : afterACrash().rows)
+      marks.push_back(row.row.textOrEmpty("resultat"));
+  });
+  app.iba_batchGoBt();
+  serve();
+  EXPECT_EQ(marks, (std::vector<std::string>{"puceSuccess", "puceSuccess"}));
+  EXPECT_EQ(folderCount(), 0u) << "left behind by a batch that ended";
+}
+
+TEST_F(BatchRecorderTest, TheListOfALongQueueIsNotRewrittenForEverySource) {
+  std::vector<std::string> paths;
+  for (int number = 0; number < 40; ++number)
+    paths.push_back(folder.file(std::to_string(number) + ".mts"));
+  app.draggedFiles(paths);
+  app.table().append(newRow("0.mts"));
+  soon();
+  EXPECT_EQ(afterACrash().waiting.size(), 39u);
+  app.iba_analysisStopBt();
+  serve();
+  soon();
+  EXPECT_TRUE(afterACrash().waiting.empty());
+}
+
+TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
+  StoredBatch interrupted;
+  interrupted.settings = {{"choices", Dico{{"prefDefautDstPathStr", folder.file("away/movies")},
+                                           {"editingSoft", 1},
+                                           {"prefProres", "apch"}}},
+                          {"replaceFilesCheck", "keep"}};
+  interrupted.rows = {{3, newRow("3.mts")}, {5, newRow("5.mts")}};
+  {
+    auto made = BatchStore::create(parent, interrupted);
+    ASSERT_TRUE(made);
+  }
+  InterruptedBatches found = findInterruptedBatches(parent);
+  std::vector<StoreProblem> problems;
+  const StoredBatch batch = readInterruptedBatch(found.stores.at(0), problems);
+  recorder.restore(std::move(found.stores[0]), batch);
+  ASSERT_EQ(app.table().count(), 2);
+  EXPECT_EQ(app.table().sourcePath(1), folder.file("5.mts"));
+  EXPECT_EQ(app.table().row(1).integer("order"), 2);
+  EXPECT_EQ(app.interface.destination.text(), folder.file("away/movies"))
+      << "a folder that is away at the moment was replaced";
+  EXPECT_EQ(app.interface.editingSoft.selected(), 1);
+  EXPECT_EQ(preferences.text(PrefKey::prores), "apch");
+  EXPECT_EQ(preferences.prefReadString(StateKey::replaceFiles), "keep");
+  EXPECT_EQ(folderCount(), 1u);
+  app.table().append(newRow("6.mts"));
+  app.table().setValue(0, "out", 1);
+  soon();
+  const StoredBatch later = afterACrash();
+  ASSERT_EQ(later.rows.size(), 3u);
+  EXPECT_EQ(later.rows[0].order, 3);
+  EXPECT_EQ(later.rows[0].row.integer("out"), 1);
+  EXPECT_EQ(later.rows[2].order, 6);
+
+  // A second one joins it.
+  {
+    auto made = BatchStore::create(parent, {{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}});
+    ASSERT_TRUE(made);
+  }
+  found = findInterruptedBatches(parent);
+  const StoredBatch second = readInterruptedBatch(found.stores.at(0), problems);
+  recorder.restore(std::move(found.stores[0]), second);
+  EXPECT_EQ(app.table().count(), 4) << "a source twice";
+  EXPECT_EQ(folderCount(), 1u);
+  EXPECT_EQ(sourcesOf(afterACrash()).back(), folder.file("7.mts"));
+  recorder.discard();
+  EXPECT_EQ(folderCount(), 0u);
+}
+
+TEST_F(BatchRecorderTest, WhatIsKeptDoesNotFollowTheStop) {
+  app.table().append(newRow("1.mts"));
+  recorder.keep();
+  app.table().mark(0, ResultMark::failure);
+  app.driver().batchEnded.emit();
+  soon();
+  const StoredBatch batch = afterACrash();
+  ASSERT_EQ(batch.rows.size(), 1u);
+  EXPECT_EQ(batch.rows[0].row.text("resultat"), "puce");
+}
+
+TEST_F(BatchRecorderTest, WithoutAPlaceToStoreTheBatchGoesOn) {
+  std::filesystem::create_directories(parent);
+  const std::string source = folder.file("1.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(source));
+  std::filesystem::remove_all(folder.file("state"));
+  folder.write("state", "in the way");
+  analyse({source});
+  convert();
+  ASSERT_EQ(ended.size(), 1u);
+  EXPECT_EQ(ended[0].kind, JobEnd::Kind::converted);
+  EXPECT_EQ(failures.size(), 1u) << "told once";
+}
+
+}  // namespace
+}  // namespace tessarin

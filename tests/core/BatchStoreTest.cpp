@@ -1,0 +1,318 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "classShared/TextAdditions.h"
+#include "core/BatchStore.h"
+#include "core/recovery.h"
+#include "core/storedJob.h"
+#include "encoding/BatchEntry.h"
+#include "platform/propertyList.h"
+#include "prefs/utilsAlert.h"
+#include "support/LogCapture.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A name of a file as an old camera wrote it: Latin-1.
+const std::string oldName = "/card/\xC9t\xE9.mts";
+
+Dico row(const std::string& source, std::string_view mark = ResultMark::waiting) {
+  return {{"resultat", mark},
+          {"out", 2},
+          {"dico", Dico{{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}}}};
+}
+
+class BatchStoreTest : public testing::Test {
+ protected:
+  BatchStore made(const StoredBatch& content) {
+    auto store = BatchStore::create(parent, content);
+    EXPECT_TRUE(store) << store.reason();
+    return std::move(*store);
+  }
+  // As a crash leaves it: nobody holds the lock.
+  std::string abandoned(const StoredBatch& content) { return made(content).folder(); }
+
+  test::TestBundle bundle;
+  test::LogCapture log;
+  test::ScopedTemporaryFolder folder;
+  std::string parent = folder.file("state/Tessarin/batches");
+};
+
+TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
+  StoredBatch content;
+  content.settings = {{"front", Dico{{"target", 2}}}};
+  content.rows = {{1, row("/card/1.mts")}, {2, row(oldName)}};
+  content.waiting = {"/card/3.mts", "/card/\xFF.mts"};
+  std::string path;
+  {
+    BatchStore store = made(content);
+    path = store.folder();
+    ASSERT_TRUE(store.writeRow(7, row("/card/7.mts", ResultMark::success)));
+    ASSERT_TRUE(store.writeRow(10, row("/card/10.mts", ResultMark::current)));
+    ASSERT_TRUE(store.writeRow(1, row("/card/1.mts", ResultMark::failure)));
+    store.removeRow(2);
+    store.sync();
+  }
+  struct stat status {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+
+  InterruptedBatches found = findInterruptedBatches(parent);
+  ASSERT_EQ(found.stores.size(), 1u);
+  std::vector<StoreProblem> problems;
+  const StoredBatch read = readInterruptedBatch(found.stores[0], problems);
+  EXPECT_TRUE(problems.empty());
+  EXPECT_EQ(read.settings, content.settings);
+  EXPECT_EQ(read.waiting, content.waiting);
+  ASSERT_EQ(read.rows.size(), 3u);
+  EXPECT_EQ(read.rows[0].order, 1);
+  EXPECT_EQ(read.rows[0].row, row("/card/1.mts", ResultMark::failure));
+  EXPECT_EQ(read.rows[1].row, row("/card/7.mts", ResultMark::success));
+  EXPECT_EQ(read.rows[2].order, 10) << "in the order of the numbers, not of their digits";
+  EXPECT_EQ(read.rows[2].row, row("/card/10.mts", ResultMark::waiting));
+}
+
+TEST_F(BatchStoreTest, KeepsNamesThatAreNoUtf8) {
+  const Dico record{{"path", oldName},
+                    {"text", "Été"},
+                    {"inside", Dico{{"list", List{Value(oldName), Value(3)}}}},
+                    {"zero", std::string("a\0b", 3)}};
+  const Dico stored = storableRecord(record);
+  const auto bytes = serializedPropertyList(stored);
+  ASSERT_TRUE(bytes);
+  const auto read = parsePropertyList(bytes.value());
+  ASSERT_TRUE(read);
+  EXPECT_EQ(recordOfStorable(*read.value().dico()), record);
+}
+
+TEST_F(BatchStoreTest, BelongsToItsOwnerAloneWhileThatLives) {
+  auto store = std::make_optional(made({{}, {{1, row("/card/1.mts")}}, {}}));
+  const std::string path = store->folder();
+  EXPECT_FALSE(BatchStore::claim(path));
+  EXPECT_TRUE(findInterruptedBatches(parent).stores.empty());
+  EXPECT_TRUE(pathExists(path));
+  store.reset();
+  auto claimed = BatchStore::claim(path);
+  ASSERT_TRUE(claimed);
+  EXPECT_FALSE(BatchStore::claim(path)) << "two owners";
+  claimed->discard();
+  EXPECT_FALSE(pathExists(path));
+  EXPECT_FALSE(BatchStore::claim(path));
+  EXPECT_TRUE(fs::is_empty(parent));
+}
+
+TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
+  // Killed while it was being removed, and one that is being made this moment.
+  const std::string left = abandoned({});
+  fs::rename(left, parent + "/.old-1");
+  fs::create_directory(parent + "/.new-2");
+  const BatchStore living = made({});
+  fs::rename(living.folder(), parent + "/.new-3");
+  // No batch of ours.
+  folder.write("state/Tessarin/batches/stray.txt", "text");
+  fs::create_directory(parent + "/no-lock");
+  EXPECT_TRUE(findInterruptedBatches(parent).stores.empty());
+  EXPECT_FALSE(pathExists(parent + "/.old-1"));
+  EXPECT_TRUE(pathExists(parent + "/.new-2"));
+  EXPECT_TRUE(pathExists(parent + "/.new-3"));
+  EXPECT_TRUE(pathExists(parent + "/no-lock"));
+  EXPECT_TRUE(findInterruptedBatches(folder.file("missing")).stores.empty());
+}
+
+TEST_F(BatchStoreTest, ManyRowsAreStoredAtOnce) {
+  StoredBatch content;
+  for (int number = 1; number <= 200; ++number)
+    content.rows.push_back({number, row("/card/" + std::to_string(number) + ".mts")});
+  abandoned(content);
+  InterruptedBatches found = findInterruptedBatches(parent);
+  std::vector<StoreProblem> problems;
+  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  ASSERT_EQ(read.rows.size(), 200u);
+  EXPECT_EQ(read.rows[199].row, content.rows[199].row);
+}
+
+TEST_F(BatchStoreTest, ADamagedRowIsPutAsideAndTheRestIsRead) {
+  const std::string path = abandoned(
+      {{}, {{1, row("/card/1.mts")}, {2, row("/card/2.mts")}, {3, row("/card/3.mts")}}, {}});
+  fs::resize_file(path + "/row-1.plist", 20);
+  const auto noRow = batchPartBytes({{"order", 3}, {"row", "text"}});
+  ASSERT_TRUE(writeFileAtomically(path + "/row-3.plist", noRow.value()));
+  InterruptedBatches found = findInterruptedBatches(parent);
+  std::vector<StoreProblem> problems;
+  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  ASSERT_EQ(read.rows.size(), 1u);
+  EXPECT_EQ(read.rows[0].row, row("/card/2.mts"));
+  ASSERT_EQ(problems.size(), 2u);
+  EXPECT_EQ(problems[0].reason, localisationString("why_damagedRow"));
+  // Kept beyond the end of the batch.
+  found.stores[0].discard();
+  EXPECT_EQ(fs::file_size(problems[0].path), 20u);
+}
+
+TEST_F(BatchStoreTest, ADamagedListOrDamagedSettingsAreReported) {
+  const std::string path = abandoned({{}, {{1, row("/card/1.mts")}}, {"/card/2.mts"}});
+  fs::resize_file(path + "/waiting.plist", 3);
+  fs::resize_file(path + "/batch.plist", 0);
+  InterruptedBatches found = findInterruptedBatches(parent);
+  std::vector<StoreProblem> problems;
+  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  EXPECT_EQ(read.rows.size(), 1u);
+  EXPECT_EQ(problems.size(), 2u);
+}
+
+TEST_F(BatchStoreTest, ABatchOfANewerVersionIsLeftAlone) {
+  const std::string path = abandoned({{}, {{1, row("/card/1.mts", ResultMark::current)}}, {}});
+  ASSERT_TRUE(writePropertyList(path + "/batch.plist", Dico{{"formatVersion", 999}}));
+  const InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_TRUE(found.stores.empty());
+  ASSERT_EQ(found.problems.size(), 1u);
+  EXPECT_EQ(found.problems[0].reason, localisationString("why_newerBatch"));
+  EXPECT_TRUE(BatchStore::claim(path)->row(1).isGood());
+}
+
+TEST(BatchFormat, OlderVersionsAreUpgradedStepByStep) {
+  constexpr FormatStep steps[] = {[](Dico older) {
+                                    older.set("b", older.integer("a").value_or(0) + 1);
+                                    older.remove("a");
+                                    return older;
+                                  },
+                                  [](Dico older) {
+                                    older.set("c", older.integer("b").value_or(0) * 10);
+                                    older.remove("b");
+                                    return older;
+                                  }};
+  EXPECT_EQ(upgradedPart({{"formatVersion", 1}, {"a", 1}}, steps).content, (Dico{{"c", 20}}));
+  EXPECT_EQ(upgradedPart({{"formatVersion", 2}, {"b", 1}}, steps).content, (Dico{{"c", 10}}));
+  EXPECT_EQ(upgradedPart({{"formatVersion", 3}, {"c", 1}}, steps).content, (Dico{{"c", 1}}));
+  EXPECT_EQ(upgradedPart({{"formatVersion", 4}}, steps).state, BatchPart::State::newer);
+  for (const Dico& wrong : {Dico{}, Dico{{"formatVersion", 0}}, Dico{{"formatVersion", "1"}}})
+    EXPECT_EQ(upgradedPart(wrong, steps).state, BatchPart::State::damaged) << wrong.description();
+}
+
+TEST(BatchesFolder, IsBelowTheUsersState) {
+  const test::ScopedEnvironment home("HOME", "/home/user");
+  const test::ScopedEnvironment state("XDG_STATE_HOME", "/states");
+  EXPECT_EQ(batchesFolder(), "/states/Tessarin/batches");
+  for (const std::optional<std::string>& unusable : {std::optional<std::string>("relative"), {}}) {
+    const test::ScopedEnvironment none("XDG_STATE_HOME", unusable);
+    EXPECT_EQ(batchesFolder(), "/home/user/.local/state/Tessarin/batches");
+  }
+}
+
+// ---- Jobs that were interrupted
+
+class InterruptedJobTest : public BatchStoreTest {
+ protected:
+  // A batch of one row whose job was about to write `output`; then the process was gone.
+  void interrupt(std::string_view mark, const std::string& boot = runningSystem()) {
+    BatchStore store = made({{}, {{1, row("/card/1.mts", mark)}}, {}});
+    StoredJob job;
+    job.source = "/card/1.mts";
+    job.boot = boot;
+    job.files = {{output, false, fileMark(output)}, {master, true, fileMark(master)}};
+    ASSERT_TRUE(store.writeJob(1, recordOfJob(job)));
+  }
+  std::string markAfter(InterruptedBatches& found) {
+    const BatchPart part = found.stores.at(0).row(1);
+    return part.content.dico("row")->textOrEmpty("resultat");
+  }
+
+  std::string output = folder.file("Tessarin/1.mov");
+  std::string master = folder.file("Tessarin/1_MASTER.mov");
+};
+
+TEST_F(InterruptedJobTest, APartialMovieIsPutAsideAndItsRowWaits) {
+  folder.write("Tessarin/1-failure.mov", "of an earlier time");
+  interrupt(ResultMark::current);
+  folder.write("Tessarin/1.mov", "partial");
+  folder.write("Tessarin/1_MASTER.mov", "intermediate");
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_FALSE(pathExists(output));
+  EXPECT_FALSE(pathExists(master));
+  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "of an earlier time");
+  EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "partial");
+  ASSERT_EQ(found.putAside.size(), 1u);
+  EXPECT_EQ(found.putAside[0].source, "/card/1.mts");
+  EXPECT_EQ(found.putAside[0].aside, folder.file("Tessarin/1-failure-2.mov"));
+
+  // Once: what stands there later is somebody else's.
+  found = {};
+  folder.write("Tessarin/1.mov", "converted anew");
+  found = findInterruptedBatches(parent);
+  EXPECT_EQ(found.stores.size(), 1u);
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "converted anew");
+}
+
+TEST_F(InterruptedJobTest, AMovieThatTheJobHadNotBegunToWriteStays) {
+  folder.write("Tessarin/1.mov", "the user's movie, to be replaced");
+  folder.write("Tessarin/1_MASTER.mov", "older");
+  interrupt(ResultMark::current);
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_TRUE(found.putAside.empty());
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "the user's movie, to be replaced");
+  EXPECT_EQ(folder.read("Tessarin/1_MASTER.mov"), "older");
+}
+
+TEST_F(InterruptedJobTest, AFinishedMovieStays) {
+  interrupt(ResultMark::success);
+  folder.write("Tessarin/1.mov", "whole");
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(markAfter(found), ResultMark::success);
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
+  EXPECT_TRUE(found.stores[0].jobNumbers().empty());
+}
+
+TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
+  interrupt(ResultMark::success, "before the power cut");
+  folder.write("Tessarin/1.mov", "perhaps whole");
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "perhaps whole");
+}
+
+TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayIsPutAsideLater) {
+  interrupt(ResultMark::current);
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  found = {};
+  folder.write("Tessarin/1.mov", "partial");
+  found = findInterruptedBatches(parent);
+  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "partial");
+  EXPECT_TRUE(found.stores.at(0).jobNumbers().empty());
+}
+
+TEST_F(InterruptedJobTest, ThumbnailsAreKeptAndTheLeftFolderGoes) {
+  const std::string left = folder.file("Tessarin-abcdef");
+  const std::string image = folder.write("Tessarin-abcdef/1.jpg", "picture");
+  folder.write("Tessarin-abcdef/frame.yuv", "frames");
+  Dico withImage = row("/card/1.mts");
+  withImage.set("img", image);
+  withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", image}});
+  Dico withLostImage = row("/card/2.mts");
+  withLostImage.set("img", left + "/gone.jpg");
+  withLostImage.set("dico", Dico{{"imgPathStr", left + "/gone.jpg"}});
+  abandoned({{{"temporaryFolder", left}}, {{1, withImage}, {2, withLostImage}}, {}});
+  InterruptedBatches found = findInterruptedBatches(parent);
+  std::vector<StoreProblem> problems;
+  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  const std::string moved = read.rows.at(0).row.textOrEmpty("img");
+  EXPECT_EQ(parentFolder(moved), temporaryFolder());
+  EXPECT_EQ(readFileStart(moved, 100), "picture");
+  EXPECT_EQ(read.rows[0].row.dico("dico")->text("imgPathStr"), moved);
+  EXPECT_FALSE(read.rows.at(1).row.contains("img"));
+  EXPECT_FALSE(pathExists(left));
+  removeFile(moved);
+}
+
+}  // namespace
+}  // namespace tessarin
