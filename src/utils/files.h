@@ -103,8 +103,9 @@ void noteFileSystemChanged(std::string_view path);
 
 // ---- The process's own folder (temporaryFolder.cpp)
 
-// "Tessarin-" and six letters below $TMPDIR (else /tmp), for this user alone; made on first use.
-// Empty when it cannot be made.
+// "Tessarin-PID-" and six letters below $TMPDIR (else /tmp), for this user alone; made on first
+// use. Folders that crashed processes of this user left there go at the same time. Empty when it
+// cannot be made.
 std::string temporaryFolder();
 // Removes it with everything in it; the next call of temporaryFolder() makes another one.
 void removeTemporaryFolder();
