@@ -1,7 +1,5 @@
 #include "cli/sources.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -17,20 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Why this file gives no source; the analysis finds the rest.
+// Why this file that the user names gives no source; the analysis finds the rest.
 std::optional<std::string> problemOf(const std::string& path, const AdmittedExtensions& admitted) {
-  std::error_code failed;
-  const fs::file_status status = fs::status(path, failed);
-  if (!fs::exists(status))
-    return localisationString("why_missing");
-  if (!fs::is_regular_file(status))
-    return localisationString("why_noFile");
+  if (const auto problem = problemOfSource(path))
+    return problem;
   if (!admitted.admits(path))
     return localisationString("why_extension");
-  if (::access(path.c_str(), R_OK) != 0)
-    return localisationString("why_permission");
-  if (fs::file_size(path, failed) == 0)
-    return localisationString("why_empty");
   return std::nullopt;
 }
 

@@ -60,6 +60,11 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
   if (dropped.empty())
     return;
   debugFormat("getOPENPERM()       ? {:d}", openPermitted_);
+  if (openPermitted_)
+    takeSources(expandDroppedPaths(dropped));
+}
+
+void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   if (!openPermitted_)
     return;
   showBusy();
@@ -71,7 +76,6 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
     interface_.batchGoBt.setEnabled(false);
   }
 
-  std::vector<std::string> paths = expandDroppedPaths(dropped);
   debugFormat("already stored files= {}…", table_.count());
   if (!isStu_) {
     std::vector<std::string> fresh;
@@ -256,6 +260,12 @@ void AnalysisQueue::stepFfmpeg() {
   const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   // A frame left by the source before would give this one its field order.
   removeFile(framePath());
+  if (const auto problem = problemOfSource(path)) {
+    refuse(*problem);
+    steps_.set("analysisFin");
+    again();
+    return;
+  }
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "debug", "-fdebug", "ts"};
   const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
   if (!format.empty())

@@ -25,8 +25,11 @@ class AnalysisQueue {
   // While false (the start value), a source that is in the batch is not queued again.
   void setStu(bool isStu) { isStu_ = isStu; }
 
-  // Filters the paths, queues what is left and starts the analysis.
+  // Takes dropped files or a dropped folder in: follows the first path when it is a link, and
+  // replaces the list by the files of a folder.
   void draggedFiles(const std::vector<std::string>& paths);
+  // Filters the files, queues what is left and starts the analysis. Links keep their own names.
+  void takeSources(std::vector<std::string> paths);
   // Performs one step and arranges for the next one.
   void analysis();
   // The stop control: the source in hand and those that wait are given up.

@@ -1,7 +1,12 @@
 #include "core/admittedSources.h"
 
+#include <unistd.h>
+
+#include <filesystem>
+
 #include "classShared/TextAdditions.h"
 #include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
 #include "utils/files.h"
 #include "utils/log.h"
 
@@ -26,6 +31,20 @@ AdmittedExtensions::AdmittedExtensions() {
 
 bool AdmittedExtensions::admits(const std::string& path) const {
   return spellings_.count(pathExtension(path)) > 0;
+}
+
+std::optional<std::string> problemOfSource(const std::string& path) {
+  std::error_code failed;
+  const std::filesystem::file_status status = std::filesystem::status(path, failed);
+  if (!std::filesystem::exists(status))
+    return localisationString("why_missing");
+  if (!std::filesystem::is_regular_file(status))
+    return localisationString("why_noFile");
+  if (::access(path.c_str(), R_OK) != 0)
+    return localisationString("why_permission");
+  if (std::filesystem::file_size(path, failed) == 0)
+    return localisationString("why_empty");
+  return std::nullopt;
 }
 
 std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths) {

@@ -1,6 +1,7 @@
 // Which files are taken in as sources.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -25,6 +26,10 @@ class AdmittedExtensions {
   std::unordered_set<std::string> spellings_;
   std::size_t count_ = 0;
 };
+
+// Why this path cannot be read as a file from its start to its end, in the user's language; nothing
+// when it can. A named pipe would keep the tools waiting for ever.
+std::optional<std::string> problemOfSource(const std::string& path);
 
 // The list to take in when `paths` was dropped: when the first one is a folder (after following
 // one link or alias), all files below that folder instead of the list; else the list as it is,

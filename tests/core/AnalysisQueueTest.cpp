@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "CoreFixture.h"
@@ -77,6 +79,29 @@ TEST_F(AnalysisQueueTest, AFolderCountsAloneAndDuplicatesOnce) {
   analyse({folder.file("card/STREAM/note.txt")});
   ASSERT_EQ(alerts.shown.size(), 1u);
   EXPECT_EQ(alerts.shown[0].informative, localisationString("D_go_source3"));
+}
+
+TEST_F(AnalysisQueueTest, ANamedPipeKeepsNobodyWaiting) {
+  ASSERT_TRUE(mkdir(folder.file("card")));
+  ASSERT_EQ(::mkfifo(folder.file("card/1.mts").c_str(), 0600), 0);
+  folder.write("card/2.mts", "");
+  analyse({folder.file("card")});
+  EXPECT_EQ(app.table().count(), 0);
+  ASSERT_EQ(refused.size(), 2u);
+  EXPECT_EQ(refused[0],
+            std::make_pair(folder.file("card/1.mts"), localisationString("why_noFile")));
+  EXPECT_EQ(refused[1], std::make_pair(folder.file("card/2.mts"), localisationString("why_empty")));
+}
+
+TEST_F(AnalysisQueueTest, ADroppedLinkIsFollowedAndANamedOneKeepsItsName) {
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("00001.MTS")));
+  std::filesystem::create_symlink(folder.file("00001.MTS"), folder.file("Wedding.mts"));
+  analyse({folder.file("Wedding.mts")});
+  app.queue().takeSources({folder.file("Wedding.mts")});
+  serve();
+  ASSERT_EQ(app.table().count(), 2);
+  EXPECT_EQ(app.table().sourcePath(0), folder.file("00001.MTS"));
+  EXPECT_EQ(app.table().sourcePath(1), folder.file("Wedding.mts"));
 }
 
 TEST_F(AnalysisQueueTest, StopGivesUpTheRest) {
