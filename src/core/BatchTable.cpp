@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
+
 #include "analysis/SourceInfo.h"
 #include "core/rowChoices.h"
 #include "core/stepState.h"
@@ -47,6 +49,18 @@ std::string BatchTable::sourcePath(int row) const {
 int BatchTable::rowOfSource(const std::string& path) const {
   const auto found = rowOfPath_.find(path);
   return found == rowOfPath_.end() ? -1 : found->second;
+}
+
+bool BatchTable::isSourceFile(const std::string& path) const {
+  // What is not there is no source; a batch of many rows is looked through for the others alone.
+  if (!pathExists(path))
+    return false;
+  for (int row = 0; row < count(); ++row) {
+    std::error_code failed;
+    if (std::filesystem::equivalent(sourcePath(row), path, failed) && !failed)
+      return true;
+  }
+  return false;
 }
 
 int BatchTable::append(Dico entry) {

@@ -45,6 +45,8 @@ class BatchTable {
 
   // Index of the row of this source, -1 when there is none.
   int rowOfSource(const std::string& path) const;
+  // Whether the path leads to the source file of any row, by whatever name.
+  bool isSourceFile(const std::string& path) const;
 
   // Appends the row as the last; the result is its index.
   int append(Dico entry);

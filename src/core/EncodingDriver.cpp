@@ -3,7 +3,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <random>
 
 #include "analysis/SourceInfo.h"
@@ -38,11 +37,6 @@ constexpr const char* answerReplace = "replace";
 
 // An output of this many kilobytes or less holds no movie.
 constexpr double smallestOutput = 10;
-
-bool isSameFile(const std::string& one, const std::string& other) {
-  std::error_code failed;
-  return std::filesystem::equivalent(one, other, failed) && !failed;
-}
 
 // In both languages, for it is a mistake of the program's and not of its texts.
 std::string unknownPresetMessage(const std::string& preset) {
@@ -340,8 +334,8 @@ void EncodingDriver::stepDeb() {
     fail(localisationString("why_destination", "", folder));
     return;
   }
-  if (isSameFile(source, output)) {
-    fail(localisationString("why_outputIsSource"));
+  if (table_.isSourceFile(output)) {
+    fail(localisationString("why_outputIsSource", "", output));
     return;
   }
   auto plan = planJob(current, output, services_.preferences.text(PrefKey::prores));

@@ -245,6 +245,23 @@ TEST_F(EncodingDriverTest, AFailedMovieIsSetAsideAndNeverReplacesAnother) {
   EXPECT_EQ(readFileStart(movie("source-failure.mov"), 100), "older");
 }
 
+TEST_F(EncodingDriverTest, AMovieNeverReplacesASourceOfTheBatch) {
+  const std::string clip = folder.file("x.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(clip));
+  ASSERT_TRUE(mkdir(folder.file("movies/Tessarin")));
+  const std::string source = movie("x.mov");
+  std::filesystem::copy_file(clip, source);
+  const std::string bytes = readWholeFile(source).value();
+  analyse({clip, source});
+  ASSERT_EQ(app.table().count(), 2);
+  alerts.answers = {{1, true}};  // replace all
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted}));
+  EXPECT_EQ(ended[0].reason, localisationString("why_outputIsSource", "", source));
+  EXPECT_EQ(ended[1].output, movie("x-2.mov"));
+  EXPECT_EQ(readWholeFile(source).value(), bytes);
+}
+
 TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
   clips(1);
   app.interface.destination.setText(folder.write("file", "in the way"));
