@@ -43,7 +43,7 @@ std::string readListing() {
     return {};
   const std::string path = cachePath();
   if (const auto cached = readFileStart(path, longestListing);
-      cached && textUpTo(*cached, "\n") == *identity)
+      cached && startsWith(*cached, *identity + "\n"))
     return cached->substr(identity->size() + 1);
 
   const std::string listing =
