@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
 #include "classShared/TextAdditions.h"
@@ -68,7 +66,7 @@ const char* speedName(std::int64_t speed) {
 class JsonReporter final : public Reporter {
  public:
   void problem(const std::string& path, const std::string& reason) override {
-    print({{"event", "problem"}, {"source", path}, {"reason", reason}});
+    tell({{"event", "problem"}, {"source", path}, {"reason", reason}});
   }
 
   void analysed(const Dico& row) override {
@@ -76,24 +74,32 @@ class JsonReporter final : public Reporter {
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
-    print({{"event", "analysed"},
-           {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-           {"progressive", isSourceProgressive(row)},
-           {"target", targetName(row.integer(BatchKey::out).value_or(outProres))},
-           {"speed", speedName(row.integer(BatchKey::fps).value_or(speedKeep))},
-           {"size", trimmed(presetShortLabel(
-                        presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
-           {"record", info}});
+    tell({{"event", "analysed"},
+          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+          {"progressive", isSourceProgressive(row)},
+          {"target", targetName(row.integer(BatchKey::out).value_or(outProres))},
+          {"speed", speedName(row.integer(BatchKey::fps).value_or(speedKeep))},
+          {"size", trimmed(presetShortLabel(
+                       presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
+          {"record", info}});
   }
 
-  void planned(const Dico& row, const Arguments& command) override {
-    print({{"event", "planned"},
-           {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-           {"command", command}});
+  void planned(const Dico& row, const std::string& output, const Arguments& command) override {
+    tell({{"event", "planned"},
+          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+          {"output", output},
+          {"command", command}});
+  }
+
+  void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) override {
+    tell({{"event", "kept"},
+          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+          {"output", output},
+          {"reason", reason}});
   }
 
   void jobStarted(const std::string& source, const std::string& output) override {
-    print({{"event", "started"}, {"source", source}, {"output", output}});
+    tell({{"event", "started"}, {"source", source}, {"output", output}});
   }
 
   void progress(const Progress& progress) override {
@@ -106,7 +112,7 @@ class JsonReporter final : public Reporter {
       event["speed"] = *progress.speed;
     if (progress.left)
       event["secondsLeft"] = *progress.left;
-    print(event);
+    tell(event);
   }
 
   void jobEnded(const JobEnd& end) override {
@@ -118,14 +124,13 @@ class JsonReporter final : public Reporter {
                {"elapsed", end.elapsed}};
     if (!end.reason.empty())
       event["reason"] = end.reason;
-    print(event);
+    tell(event);
   }
 
  private:
-  static void print(const Json& event) {
+  void tell(const Json& event) {
     // File names may hold bytes that are no UTF-8; JSON may not.
-    fmt::print("{}\n", event.dump(-1, ' ', false, Json::error_handler_t::replace));
-    std::fflush(stdout);
+    print(event.dump(-1, ' ', false, Json::error_handler_t::replace));
   }
 };
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "classShared/Value.h"
 #include "core/EncodingDriver.h"
@@ -28,11 +29,23 @@ class Reporter {
   virtual void problem(const std::string& path, const std::string& reason) = 0;
   // A row (BatchEntry) of the batch.
   virtual void analysed(const Dico& row) = 0;
-  // A command that would run for the row.
-  virtual void planned(const Dico& row, const Arguments& command) = 0;
+  // The command that would write the output of the row.
+  virtual void planned(const Dico& row, const std::string& output, const Arguments& command) = 0;
+  // The movie of the row is there already and would stay, for this reason in the user's language.
+  virtual void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) = 0;
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
   virtual void progress(const Progress& progress) = 0;
   virtual void jobEnded(const JobEnd& end) = 0;
+
+  // Standard output takes no more, because its reader is gone or its disk is full.
+  bool isLost() const { return isLost_; }
+
+ protected:
+  // A line on standard output.
+  void print(std::string_view line);
+
+ private:
+  bool isLost_ = false;
 };
 
 std::unique_ptr<Reporter> textReporter();

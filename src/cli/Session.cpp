@@ -1,6 +1,7 @@
 #include "cli/Session.h"
 
 #include <algorithm>
+#include <csignal>
 
 #include "cli/exitStatus.h"
 #include "cli/sources.h"
@@ -55,7 +56,7 @@ void Session::start() {
   if (sources.paths.empty())
     end();
   else
-    app_.draggedFiles(sources.paths);
+    app_.queue().takeSources(sources.paths);
 }
 
 void Session::applyOptions() {
@@ -82,11 +83,8 @@ void Session::applyOptions() {
 }
 
 void Session::interrupt() {
-  if (interrupted_) {
-    app_.endTasks();
-    services_.loop.stop(someNot);
+  if (interrupted_)
     return;
-  }
   interrupted_ = true;
   failed_ = true;
   if (app_.driver().isBatchRunning()) {
@@ -95,6 +93,18 @@ void Session::interrupt() {
     app_.endTasks();
     services_.loop.stop(someNot);
   }
+}
+
+void Session::suspend() {
+  const auto pauseOrResume = [this] {
+    app_.interface.encoding.stopBt.select(pauseSegment);
+    app_.iba_taskStopBt();
+  };
+  const auto start = std::chrono::steady_clock::now();
+  pauseOrResume();
+  ::raise(SIGSTOP);
+  pauseOrResume();
+  jobStart_ += std::chrono::steady_clock::now() - start;
 }
 
 void Session::problem(const std::string& path, const std::string& reason) {
@@ -112,8 +122,11 @@ void Session::chooseForRow(int row) {
     // A target that the row does not allow is refused rather than replaced by another.
     table.setValue(row, BatchKey::out, *options_.target);
   }
-  if (options_.command == Command::analyse)
-    reporter_.analysed(table.row(row));
+  if (options_.command != Command::analyse)
+    return;
+  reporter_.analysed(table.row(row));
+  if (reporter_.isLost())
+    interrupt();
 }
 
 void Session::analysisFinished() {
@@ -137,19 +150,28 @@ void Session::plan() {
   for (int row = 0; row < app_.table().count(); ++row) {
     const Dico& entry = app_.table().row(row);
     const std::string source = app_.table().sourcePath(row);
-    if (const auto refusal = refusalOf(entry, hasExportTool())) {
+    const auto target = entry.integer(BatchKey::out).value_or(outProres);
+    const std::string output = outputPath(source, static_cast<int>(target), folder, taken);
+    if (const auto refusal = planRow(entry, output))
       problem(source, *refusal);
-      continue;
-    }
-    const Dico job = jobOfRow(entry);
-    const int target = static_cast<int>(job.integer(JobKey::out).value_or(outProres));
-    const std::string output = outputPath(source, target, folder, taken);
-    if (const auto plan = planJob(job, output, services_.preferences.text(PrefKey::prores)))
-      reporter_.planned(entry, plan->command.arguments);
-    else
-      problem(source, localisationString("why_noCommand"));
   }
+  failed_ = failed_ || reporter_.isLost();
   end();
+}
+
+std::optional<std::string> Session::planRow(const Dico& row, const std::string& output) {
+  if (const auto refusal = refusalOf(row, hasExportTool()))
+    return refusal;
+  if (app_.table().isSourceFile(output))
+    return localisationString("why_outputIsSource", "", output);
+  const auto plan = planJob(jobOfRow(row), output, services_.preferences.text(PrefKey::prores));
+  if (!plan)
+    return localisationString("why_noCommand");
+  if (options_.overwrite == Overwrite::keep && pathExists(output))
+    reporter_.wouldKeep(row, output, localisationString("why_kept", "", output));
+  else
+    reporter_.planned(row, output, plan->command.arguments);
+  return std::nullopt;
 }
 
 void Session::showProgress() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "cli/Reporter.h"
@@ -18,8 +19,11 @@ class Session {
 
   // Starts the work; the loop is stopped with the exit status when it is done.
   void start();
-  // The user wants to stop: children end and the partial output goes. At the second call at once.
+  // The user wants to stop: children end and the partial output goes. More calls change nothing:
+  // they would only keep the partial output from going.
   void interrupt();
+  // Stops the running conversion with this process, until the user wants both to go on.
+  void suspend();
 
  private:
   void applyOptions();
@@ -27,6 +31,8 @@ class Session {
   void chooseForRow(int row);
   void analysisFinished();
   void plan();
+  // Reports the plan for the row, or answers why its movie cannot be made.
+  std::optional<std::string> planRow(const Dico& row, const std::string& output);
   void showProgress();
   void end();
 

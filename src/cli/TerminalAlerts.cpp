@@ -38,13 +38,13 @@ void TerminalAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> a
 }
 
 void TerminalAlerts::ask() const {
-  fmt::print(stderr, "\r\033[K{}\n", printable(alert_.message));
+  std::string text = fmt::format("\r\033[K{}\n", printable(alert_.message));
   for (std::size_t button = 0; button < alert_.buttons.size(); ++button)
-    fmt::print(stderr, "  {}  {}\n", button + 1, alert_.buttons[button]);
+    text += fmt::format("  {}  {}\n", button + 1, alert_.buttons[button]);
   // Every answer once more with a star: the check box.
   if (!alert_.checkBox.empty())
-    fmt::print(stderr, "  1* 2*  {}\n", alert_.checkBox);
-  fmt::print(stderr, "[1] ");
+    text += fmt::format("  1* 2*  {}\n", alert_.checkBox);
+  writeText(stderr, text + "[1] ");
 }
 
 void TerminalAlerts::readAnswer() {

@@ -1,13 +1,15 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <set>
+
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
-#include "utils/times.h"
+#include "utils/files.h"
 
 namespace tessarin::cli {
 
@@ -43,36 +45,43 @@ std::string soundOf(const Dico& info) {
 // Lines of text; on a terminal a line of progress that is written over and over.
 class TextReporter final : public Reporter {
  public:
-  TextReporter() : showsProgress_(isTerminal(STDERR_FILENO)) {}
+  TextReporter() : showsProgress_(canRewriteLine(STDERR_FILENO)) {}
 
   void problem(const std::string& path, const std::string& reason) override {
     clearProgress();
-    std::fflush(stdout);
-    fmt::print(stderr, "tessarin: {}: {}\n", printable(path), printable(reason));
+    complain(fmt::format("{}: {}", printable(path), printable(reason)));
   }
 
   void analysed(const Dico& row) override {
     clearProgress();
     if (!headerShown_)
-      fmt::print("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}\n",
-                 localisationString("duration", table), localisationString("picture", table),
-                 localisationString("codec", table), localisationString("sound", table),
-                 localisationString("container", table), localisationString("clip", table));
+      printRow(localisationString("duration", table), localisationString("picture", table),
+               localisationString("codec", table), localisationString("sound", table),
+               localisationString("container", table), localisationString("clip", table));
     headerShown_ = true;
     const Dico& info = *row.dico(BatchKey::dico);
     const auto duration = info.number(SourceKey::wDuration);
-    fmt::print("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}\n",
-               duration ? minutesAndSeconds(*duration) : "-", pictureOf(row),
-               info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
-               textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
-               printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
+    printRow(duration ? minutesAndSeconds(*duration) : "-", pictureOf(row),
+             info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
+             textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
+             printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
   }
 
-  void planned(const Dico&, const Arguments& command) override {
-    std::vector<std::string> words;
+  // Lines that a shell runs as they stand.
+  void planned(const Dico&, const std::string& output, const Arguments& command) override {
+    const std::string folder = parentFolder(output);
+    if (!isDirectory(folder) && foldersMade_.insert(folder).second)
+      print("mkdir -p -- " + shellQuoted(folder));
+    std::string line;
     for (const std::string& argument : command)
-      words.push_back(shellQuoted(argument));
-    fmt::print("{}\n", fmt::join(words, " "));
+      line += (line.empty() ? "" : " ") + shellQuoted(argument);
+    print(line);
+  }
+
+  void wouldKeep(const Dico& row, const std::string&, const std::string& reason) override {
+    print(fmt::format("# {}: {}",
+                      printable(row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)),
+                      printable(reason)));
   }
 
   void jobStarted(const std::string&, const std::string&) override {}
@@ -88,7 +97,7 @@ class TextReporter final : public Reporter {
     if (progress.left)
       line += "  " + localisationString("left", table, minutesAndSeconds(*progress.left));
     line = firstCharacters(line, terminalWidth(STDERR_FILENO) - 1);
-    fmt::print(stderr, "\r{}\033[K", line);
+    writeText(stderr, fmt::format("\r{}\033[K", line));
     progressShown_ = true;
   }
 
@@ -96,11 +105,10 @@ class TextReporter final : public Reporter {
     clearProgress();
     switch (end.kind) {
       case JobEnd::Kind::converted:
-        fmt::print("{}\n", localisationString("converted", table, printable(end.source),
-                                              printable(end.output)));
+        print(localisationString("converted", table, printable(end.source), printable(end.output)));
         break;
       case JobEnd::Kind::kept:
-        fmt::print("{}: {}\n", printable(end.source), printable(end.reason));
+        print(fmt::format("{}: {}", printable(end.source), printable(end.reason)));
         break;
       case JobEnd::Kind::failed:
       case JobEnd::Kind::stopped:
@@ -109,19 +117,25 @@ class TextReporter final : public Reporter {
                                 : localisationString("leftOver", table, end.reason, end.output));
         break;
     }
-    std::fflush(stdout);
   }
 
  private:
+  void printRow(std::string_view duration, std::string_view picture, std::string_view codec,
+                std::string_view sound, std::string_view container, std::string_view clip) {
+    print(fmt::format("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}", duration, picture, codec, sound,
+                      container, clip));
+  }
+
   void clearProgress() {
     if (progressShown_)
-      fmt::print(stderr, "\r\033[K");
+      writeText(stderr, "\r\033[K");
     progressShown_ = false;
   }
 
   bool showsProgress_;
   bool progressShown_ = false;
   bool headerShown_ = false;
+  std::set<std::string> foldersMade_;
 };
 
 }  // namespace

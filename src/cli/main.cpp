@@ -1,6 +1,4 @@
 // The command line program.
-#include <fmt/format.h>
-
 #include <csignal>
 #include <cstdlib>
 
@@ -12,6 +10,7 @@
 #include "cli/TerminalAlerts.h"
 #include "cli/exitStatus.h"
 #include "cli/options.h"
+#include "cli/terminal.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
@@ -57,7 +56,7 @@ int run(const Options& options) {
   exportFfmpegSetting(domain);
   const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
   if (!ffmpeg) {
-    fmt::print(stderr, "tessarin: {}\n", ffmpeg.reason());
+    complain(ffmpeg.reason());
     return someNot;
   }
   takeCodecInventory();
@@ -72,6 +71,7 @@ int run(const Options& options) {
   {
     Session session(options, {loop, preferences, alerts, {}}, *reporter);
     SignalWatch signals(loop, {SIGINT, SIGTERM, SIGHUP}, [&session](int) { session.interrupt(); });
+    SignalWatch stopKey(loop, {SIGTSTP}, [&session](int) { session.suspend(); });
     loop.runSoon([&session] { session.start(); });
     status = loop.run();
   }
@@ -86,6 +86,7 @@ int run(const Options& options) {
 
 int main(int count, char** arguments) {
   using namespace tessarin::cli;
+  openMissingStreams();
   // A reader that goes away is no reason to leave children and partial outputs behind.
   std::signal(SIGPIPE, SIG_IGN);
   const auto options = readOptions(count, arguments, versionText());

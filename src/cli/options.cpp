@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <map>
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
 #include "cli/exitStatus.h"
+#include "cli/terminal.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin::cli {
@@ -78,25 +80,26 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
             result = found->second;
           },
           help)
-      ->type_name(choices(map));
+      ->type_name(choices(map))
+      ->take_last();
 }
 
-// The command named by the first argument, if any; the rest are its arguments.
-Command takeCommand(std::vector<std::string>& arguments) {
+// The command named by the first of the words that are no options; it is taken out of them.
+Command takeCommand(std::vector<std::string>& words) {
   static const std::map<std::string, Command> commands{{"convert", Command::convert},
                                                        {"analyse", Command::analyse},
                                                        {"analyze", Command::analyse},
                                                        {"plan", Command::plan}};
-  if (arguments.empty())
+  if (words.empty())
     return Command::convert;
-  const auto found = commands.find(arguments.front());
+  const auto found = commands.find(words.front());
   if (found == commands.end())
     return Command::convert;
-  arguments.erase(arguments.begin());
+  words.erase(words.begin());
   return found->second;
 }
 
-constexpr const char* description =
+constexpr const char* usage =
     "Makes movies that an editing program plays with ease out of camcorder clips.\n"
     "\n"
     "  tessarin [OPTIONS] FILE|FOLDER...          convert into DESTINATION/Tessarin\n"
@@ -104,60 +107,111 @@ constexpr const char* description =
     "  tessarin plan [OPTIONS] FILE|FOLDER...     show the commands that would run\n"
     "\n"
     "Folders are searched with all their subfolders. A file that is called like a command is\n"
-    "named with its folder: ./plan";
+    "named with its folder (./plan), one whose name begins with a dash likewise or behind "
+    "\"--\".\n";
 
 constexpr const char* footer =
     "Exit status: 0 all converted, 1 some not, 2 wrong use.\n"
-    "Sizes: 540p25 720p25 720p50 hdv1080p25 hdv1080p50 hdv1080i50 1080p25 1080p50 1080i50, and "
-    "the\n"
-    "same with 30 for 25 and 60 for 50 (or 24 for 25); hdv is 1440x1080.\n"
+    "Sizes: 540p25 720p25 720p50 hdv1080p25 hdv1080p50 hdv1080i50 1080p25 1080p50 1080i50, and\n"
+    "the same with 30 for 25 and 60 for 50, and 24 for 25 but for 540p; hdv is 1440x1080. The\n"
+    "rate is that of the source: 1080p25 and 1080p30 are the same choice.\n"
     "Applications: quicktime (QuickTime and what plays H.264), imovie, finalcut (also Kdenlive,\n"
-    "Shotcut and DaVinci Resolve, with ProRes), 50p60p (any that edits 50 or 60 pictures a "
+    "Shotcut and DaVinci Resolve, with ProRes), 50p60p (any that edits 50 or 60 pictures a\n"
     "second).";
+
+// The usage above says more than the library's line would.
+class HelpText final : public CLI::Formatter {
+  std::string make_usage(const CLI::App*, std::string) const override { return {}; }
+};
+
+// What is wrong with the arguments, in our words where the library's are about itself.
+std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
+  const std::string words = error.what();
+  std::string name = words.substr(0, words.find_first_of(": "));
+  if (!startsWith(name, "-"))
+    name = "--" + name;
+  const CLI::Option* option = app.get_option_no_throw(name);
+  if (option == nullptr || dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr)
+    return words;
+  if (option->get_items_expected_max() == 0)
+    return name + " takes no value";
+  return fmt::format("{} needs a value: {}", name, option->get_type_name());
+}
+
+// The option of those given that has no meaning when nothing is written.
+std::optional<std::string> uselessOption(const CLI::App& app) {
+  for (const char* name : {"--prores", "--surround", "--destination", "--overwrite"})
+    if (app.count(name) > 0)
+      return name;
+  return std::nullopt;
+}
+
+Exit refuse(const std::string& reason) {
+  complain(fmt::format("{}; \"tessarin --help\" tells more", reason));
+  return Exit{wrongUse};
+}
 
 }  // namespace
 
 std::variant<Options, Exit> readOptions(int count, char** arguments, const std::string& version) {
   std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
-  Options options;
-  options.command = takeCommand(words);
+  // The library reads "[a]" as a list of one and leaves out some other words: it sees options
+  // only, and not what stands behind "--".
+  const auto separator = std::find(words.begin(), words.end(), "--");
+  const std::vector<std::string> paths(separator == words.end() ? separator : separator + 1,
+                                       words.end());
+  words.erase(separator, words.end());
+  std::reverse(words.begin(), words.end());
 
-  CLI::App app(description, "tessarin");
+  Options options;
+  CLI::App app(usage, "tessarin");
+  app.formatter(std::make_shared<HelpText>());
   app.footer(footer);
-  app.set_version_flag("-V,--version", "Tessarin " + version);
-  app.add_option("paths", options.paths, "The clips, or folders of clips")
-      ->type_name("FILE|FOLDER");
+  app.allow_extras();
+  app.set_help_flag("-h,--help", "Show this text");
+  app.set_version_flag("-V,--version", "Tessarin " + version, "Show the version");
   addChoice(app, "--for", applications(), options.soft,
             "The editing application: which sizes it takes, and its format");
   addChoice(app, "--format", targets(), options.target, "What the movies are made in");
   addChoice(app, "--prores", flavours(), options.prores, "The flavour of ProRes");
-  addChoice(
-      app, "--size", sizes(), options.size,
-      "The picture size (auto: what suits source and application; same: what suits the source)")
+  addChoice(app, "--size", sizes(), options.size,
+            "The picture size (auto: what suits source and application; same: what suits the "
+            "source)")
       ->type_name("auto|same|SIZE");
   addChoice(app, "--speed", speeds(), options.speed,
             "All pictures or fields, half of them, or slow motion at half the speed");
   app.add_flag("--surround", options.surround, "Keep all sound channels instead of two");
   app.add_option("-d,--destination", options.destination,
                  "The folder in which the folder Tessarin is made")
-      ->type_name("DIR");
+      ->type_name("DIR")
+      ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             "What to do with a movie that is there already (without a terminal, ask keeps it)");
   app.add_flag("--json", options.json, "One JSON object a line on standard output");
   app.add_flag("-v,--verbose", options.verbose, "More lines in the detail log");
+  for (CLI::Option* option : app.get_options())
+    if (option->get_items_expected_max() == 0)
+      option->disable_flag_override();
 
-  std::reverse(words.begin(), words.end());
   try {
     app.parse(words);
+  } catch (const CLI::Success& asked) {
+    app.exit(asked);
+    return Exit{allConverted};
   } catch (const CLI::ParseError& error) {
-    const bool isMistake = error.get_exit_code() != 0;
-    app.exit(error);
-    return Exit{isMistake ? wrongUse : allConverted};
+    return refuse(mistake(app, error));
   }
-  if (options.paths.empty()) {
-    fmt::print(stderr, "tessarin: no clips are named; \"tessarin --help\" tells more\n");
-    return Exit{wrongUse};
-  }
+  options.paths = app.remaining();
+  for (const std::string& word : options.paths)
+    if (startsWith(word, "-") && word != "-")
+      return refuse(fmt::format("there is no option {}", printable(word)));
+  options.command = takeCommand(options.paths);
+  options.paths.insert(options.paths.end(), paths.begin(), paths.end());
+  if (options.paths.empty())
+    return refuse("no clips are named");
+  if (options.command == Command::analyse)
+    if (const auto option = uselessOption(app))
+      return refuse(*option + " has no meaning with \"analyse\", which converts nothing");
   return options;
 }
 

@@ -31,7 +31,7 @@ struct Exit {
   int status = 0;
 };
 
-// Reads the arguments. Help, version and mistakes are printed.
+// Reads the arguments. Help and version are printed, a mistake as one line on standard error.
 std::variant<Options, Exit> readOptions(int count, char** arguments, const std::string& version);
 
 }  // namespace tessarin::cli

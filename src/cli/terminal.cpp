@@ -1,15 +1,44 @@
 #include "cli/terminal.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
 
 #include "classShared/TextAdditions.h"
 
 namespace tessarin::cli {
 
+void openMissingStreams() {
+  int descriptor = -1;
+  do {
+    descriptor = ::open("/dev/null", O_RDWR);  // takes the lowest free number
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0)
+    ::close(descriptor);
+}
+
 bool isTerminal(int descriptor) {
   return ::isatty(descriptor) == 1;
+}
+
+bool canRewriteLine(int descriptor) {
+  const char* terminal = std::getenv("TERM");
+  return isTerminal(descriptor) && terminal != nullptr && std::string_view(terminal) != "dumb";
+}
+
+int writeText(std::FILE* stream, std::string_view text) {
+  errno = 0;
+  const bool isWritten =
+      std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+  return isWritten ? 0 : errno;
+}
+
+void complain(std::string_view reason) {
+  writeText(stderr, fmt::format("tessarin: {}\n", reason));
 }
 
 std::size_t terminalWidth(int descriptor) {

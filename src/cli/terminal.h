@@ -1,13 +1,28 @@
-// The user's terminal, and names as they may be shown on it.
+// The user's terminal and the standard streams, and names as they may be shown there.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace tessarin::cli {
 
+// Opens /dev/null for each standard stream that the program was started without: a file of ours
+// must not take its number.
+void openMissingStreams();
+
 // Whether a person reads this descriptor.
 bool isTerminal(int descriptor);
+
+// Whether the terminal behind the descriptor can write over a line.
+bool canRewriteLine(int descriptor);
+
+// Writes the text at once; 0 or the error. A stream that is gone (closed pipe, hung-up terminal)
+// is no reason to give up the work.
+int writeText(std::FILE* stream, std::string_view text);
+
+// The line "tessarin: REASON" on standard error.
+void complain(std::string_view reason);
 
 // Columns of the terminal behind the descriptor; 80 when it does not say.
 std::size_t terminalWidth(int descriptor);

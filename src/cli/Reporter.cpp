@@ -1,0 +1,23 @@
+#include "cli/Reporter.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "cli/terminal.h"
+
+namespace tessarin::cli {
+
+void Reporter::print(std::string_view line) {
+  if (isLost_)
+    return;
+  const int error = writeText(stdout, fmt::format("{}\n", line));
+  isLost_ = error != 0;
+  // A reader that has seen enough, such as head(1), is nothing to complain about.
+  if (isLost_ && error != EPIPE)
+    complain(fmt::format("standard output: {}", std::generic_category().message(error)));
+}
+
+}  // namespace tessarin::cli
