@@ -1,0 +1,119 @@
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Journey.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+class AnalyseJourney : public test::Journey {};
+
+TEST_F(AnalyseJourney, ATableTellsWhatEachClipIs) {
+  const std::string clip = tinyClip("x.mts", "1.2");
+  const std::string movie = folder.file("y.mov");
+  ASSERT_TRUE(
+      test::makeClip(test::progressivePicture("320x240", "0.2") + "-c:v mpeg4 -f mov", movie));
+  const Result result = tessarin({"analyse", clip, movie});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  ASSERT_EQ(result.lines().size(), 3u) << result.out;
+  EXPECT_THAT(result.lines()[0], MatchesRegex(" Duration  Picture +Codec +Sound +Container +Clip"));
+  EXPECT_THAT(result.lines()[1],
+              MatchesRegex(" +0:01  352x288i 50 +mpeg2video +mp2 2x48000 +mpegts +" + clip));
+  EXPECT_THAT(result.lines()[2], MatchesRegex(" +-  320x240p 25 +mpeg4 +- +mov +" + movie));
+}
+
+TEST_F(AnalyseJourney, JsonHoldsTheWholeRecord) {
+  const std::string clip = tinyClip("x.mts");
+  const Result result = tessarin({"--json", "analyse", clip});
+  EXPECT_EQ(result.status, 0);
+  const json event = json::parse(result.out, nullptr, false);
+  ASSERT_TRUE(event.is_object()) << result.out;
+  EXPECT_EQ(event["event"], "analysed");
+  EXPECT_EQ(event["source"], clip);
+  EXPECT_EQ(event["progressive"], false);
+  EXPECT_EQ(event["target"], "prores");
+  EXPECT_EQ(event["speed"], "full");
+  const json& record = event["record"];
+  EXPECT_EQ(record["wrapper"], "mpegts");
+  EXPECT_EQ(record["v0_width"], 352);
+  EXPECT_EQ(record["v0_fps"], 50.0);
+  EXPECT_EQ(record["v0_fields"], "Top field first");
+  EXPECT_EQ(record["a0_channels"], 2);
+  for (const auto& [key, value] : record.items())
+    EXPECT_FALSE(value.is_string() && contains(value.get<std::string>(), folder.path()))
+        << key << " leads into our temporary folder";
+}
+
+TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
+  const std::string clip = tinyClip("good.mts");
+  folder.write("card/text.mts", "Dear diary");
+  folder.write("card/empty.mts", "");
+  folder.write("card/notes.txt", "no movie, and not asked about");
+  ASSERT_EQ(::mkfifo(folder.file("card/pipe.mts").c_str(), 0600), 0);
+  folder.write("card/dir.mts/notes.txt", "");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("320x240", "0.2") + "-c:v mpeg4 -f mov",
+                             folder.file("whole.mov")));
+  const std::string whole = folder.read("whole.mov");
+  folder.write("card/cut.mov", whole.substr(0, whole.size() / 2));
+  folder.write("folder/notes.txt", "Dear diary");
+  ASSERT_TRUE(test::makeClip(test::tone("0.2") + "-c:a aac -f mp4", folder.file("sound.mp4")));
+
+  const Result result = tessarin({"plan", "gone.mts", "card", "card/pipe.mts", "card/dir.mts",
+                                  "folder", "folder/notes.txt", "sound.mp4", "", clip});
+  EXPECT_EQ(result.status, 1);
+  const std::string card = "tessarin: " + folder.file("card/");
+  EXPECT_THAT(
+      result.errorLines(),
+      ElementsAre(
+          "tessarin: gone.mts: there is no such file",
+          "tessarin: card/pipe.mts: this is not a file that can be read to its end",
+          "tessarin: card/dir.mts: there are no movies in this folder",
+          "tessarin: folder: there are no movies in this folder",
+          "tessarin: folder/notes.txt: the extension of the name is not that of a movie",
+          "tessarin: : there is no such file",
+          card + "cut.mov: the movie is incomplete: its index is missing, as after a recording "
+                 "that was cut off",
+          card + "empty.mts: the file is empty",
+          card + "pipe.mts: this is not a file that can be read to its end",
+          card + "text.mts: this is not a movie that ffmpeg can read",
+          "tessarin: " + folder.file("sound.mp4") +
+              ": there is no picture in it, so there is nothing to convert"));
+  ASSERT_EQ(result.lines().size(), 2u) << result.out;
+  EXPECT_THAT(result.lines()[1], HasSubstr("-i " + clip));
+}
+
+TEST_F(AnalyseJourney, TheOptionsReachTheCommands) {
+  const std::string clip = folder.file("x.mts");
+  ASSERT_TRUE(test::makeClip(
+      test::interlacedPicture("352x288", "0.2") +
+          "-f lavfi -i anullsrc=r=48000:cl=5.1:d=0.2 -c:v mpeg2video -flags +ildct+ilme -top 1 "
+          "-c:a ac3 -f mpegts",
+      clip));
+  const auto plan = [&](const Arguments& options) {
+    Arguments arguments = {"plan", clip};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Result result = tessarin(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return result.out;
+  };
+  const std::string usual = plan({});
+  EXPECT_THAT(usual, HasSubstr(" -profile 2 -flags +ildct+ilme "));
+  EXPECT_THAT(usual, HasSubstr(" -ac 2 "));
+  EXPECT_THAT(usual, HasSubstr(" " + folder.file("home/Movies/Tessarin/x.mov\n")));
+  EXPECT_THAT(plan({"--prores", "proxy", "--prores=HQ"}), HasSubstr(" -profile 3 "));
+  EXPECT_THAT(plan({"--surround"}), testing::Not(HasSubstr(" -ac 2 ")));
+  EXPECT_THAT(plan({"--size", "720p50"}), HasSubstr("scale=1280:720"));
+  EXPECT_THAT(plan({"--speed", "slow"}), HasSubstr("setpts=2"));
+  EXPECT_THAT(plan({"--destination", "~/here"}), HasSubstr(folder.file("home/here/Tessarin/")));
+}
+
+}  // namespace
+}  // namespace tessarin

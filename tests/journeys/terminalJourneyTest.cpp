@@ -1,0 +1,175 @@
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "Journey.h"
+#include "support/processState.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class TerminalJourney : public test::Journey {
+ protected:
+  // A run on a terminal of its own.
+  class Session {
+   public:
+    Session(const std::string& program, Arguments arguments, std::vector<std::string> environment,
+            const std::string& workingFolder) {
+      arguments.insert(arguments.begin(), program);
+      const std::vector<char*> argumentPointers = pointers(arguments);
+      const std::vector<char*> environmentPointers = pointers(environment);
+      winsize size{};
+      size.ws_row = 24;
+      size.ws_col = 80;
+      pid_ = ::forkpty(&master_, nullptr, nullptr, &size);
+      if (pid_ == 0) {
+        if (::chdir(workingFolder.c_str()) == 0)
+          ::execve(program.c_str(), argumentPointers.data(), environmentPointers.data());
+        ::_exit(127);
+      }
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session() {
+      if (pid_ > 0) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+      }
+      ::close(master_);
+    }
+
+    pid_t pid() const { return pid_; }
+    const std::string& screen() const { return screen_; }
+
+    void type(const std::string& keys) {
+      EXPECT_EQ(::write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+
+    // Reads until the text has been shown since the last call; false when it never is.
+    bool waitFor(const std::string& text) {
+      while (!contains(screen_.substr(seen_), text))
+        if (!readMore())
+          return false;
+      seen_ = screen_.find(text, seen_) + text.size();
+      return true;
+    }
+
+    // Reads to the end; the exit status, or 128 + signal.
+    int end() {
+      while (readMore()) {
+      }
+      int state = 0;
+      ::waitpid(std::exchange(pid_, 0), &state, 0);
+      return WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
+    }
+
+   private:
+    static std::vector<char*> pointers(std::vector<std::string>& texts) {
+      std::vector<char*> list;
+      for (std::string& text : texts)
+        list.push_back(text.data());
+      list.push_back(nullptr);
+      return list;
+    }
+
+    bool readMore() {
+      constexpr int hang = 60000;  // milliseconds
+      pollfd terminal{master_, POLLIN, 0};
+      if (::poll(&terminal, 1, hang) <= 0) {
+        ADD_FAILURE() << "nothing more is shown: " << screen_;
+        return false;
+      }
+      char bytes[4096];
+      const ssize_t count = ::read(master_, bytes, sizeof bytes);
+      if (count <= 0)
+        return false;
+      screen_.append(bytes, static_cast<std::size_t>(count));
+      return true;
+    }
+
+    pid_t pid_ = -1;
+    int master_ = -1;
+    std::string screen_;
+    std::size_t seen_ = 0;
+  };
+
+  Session open(const Arguments& arguments) {
+    return {program(), arguments, environment(), folder.path()};
+  }
+};
+
+TEST_F(TerminalJourney, TheOverwriteQuestionIsAnsweredByNumber) {
+  for (const char* name : {"1.mts", "2.mts", "3.mts", "4.mts"}) {
+    tinyClip(name, "0.1");
+    folder.write("movies/Tessarin/" + withoutExtension(name) + ".mov", "precious");
+  }
+  Session session = open({"-d", destination(), "1.mts", "2.mts", "3.mts", "4.mts"});
+  const std::string question = "[1] ";
+  ASSERT_TRUE(session.waitFor(question)) << session.screen();
+  EXPECT_THAT(session.screen(), HasSubstr("1.mov"));
+  session.type("9\n");
+  ASSERT_TRUE(session.waitFor(question)) << "there is no ninth answer";
+  session.type("1\n");
+  EXPECT_TRUE(session.waitFor("1.mov” was there already and was kept"));
+  ASSERT_TRUE(session.waitFor(question));
+  session.type("2\n");
+  ASSERT_TRUE(session.waitFor(question));
+  session.type("2*\n");
+  EXPECT_EQ(session.end(), 1) << "one movie was kept";
+  EXPECT_EQ(folder.read("movies/Tessarin/1.mov"), "precious");
+  for (const char* name : {"2.mov", "3.mov", "4.mov"})
+    EXPECT_GT(poidsFile(movie(name), "k"), 10) << name;
+}
+
+TEST_F(TerminalJourney, ProgressIsShownOnATerminalAndNowhereElse) {
+  const std::string clip = tinyClip("x.mts", "1.2");
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) exec $real -readrate 1 \"$@\" ;; esac\nexec $real \"$@\"");
+  Session session = open({"-d", destination(), clip});
+  EXPECT_EQ(session.end(), 0);
+  EXPECT_THAT(session.screen(), testing::ContainsRegex("\r\\[1/1\\] x\\.mts  [1-9][0-9]? %"));
+  // The line is gone before the result is told.
+  EXPECT_THAT(session.screen(), HasSubstr("\r\x1b[K" + clip + " -> "));
+  EXPECT_THAT(session.screen(), Not(HasSubstr("Tessarin[")));  // as log lines begin
+
+  setVariable("TERM", "dumb");
+  Session dumb = open({"-d", destination(), "--overwrite", "replace", clip});
+  EXPECT_EQ(dumb.end(), 0);
+  EXPECT_EQ(dumb.screen(), clip + " -> " + movie("x.mov") + "\r\n");
+
+  const Result piped = tessarin({"-d", destination(), "--overwrite", "replace", clip});
+  EXPECT_EQ(piped.out, clip + " -> " + movie("x.mov") + "\n");
+  EXPECT_EQ(piped.err, "");
+}
+
+TEST_F(TerminalJourney, TheKeysOfTheTerminalStopAndInterrupt) {
+  const std::string clip = tinyClip("x.mts", "0.4");
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) echo $$ >converter; exec $real -readrate 0.0001 \"$@\" ;; "
+      "esac\n"
+      "exec $real \"$@\"");
+  Session session = open({"-d", destination(), clip});
+  ASSERT_TRUE(eventually([this] { return pathExists(movie("x.mov")); })) << session.screen();
+  const auto converter = static_cast<pid_t>(leadingInteger(folder.read("converter")));
+  ASSERT_GT(converter, 0);
+
+  session.type("\x1a");
+  EXPECT_TRUE(eventually([&] { return test::processLetter(session.pid()) == 'T'; }));
+  EXPECT_TRUE(eventually([&] { return test::processLetter(converter) == 'T'; }));
+  ::kill(session.pid(), SIGCONT);
+  EXPECT_TRUE(eventually([&] { return test::processLetter(converter) != 'T'; }));
+
+  session.type("\x03");
+  EXPECT_EQ(session.end(), 1);
+  EXPECT_THAT(session.screen(), HasSubstr("The conversion was stopped."));
+  EXPECT_THAT(movies(), testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace tessarin
