@@ -29,7 +29,7 @@ class Reporter {
   virtual void problem(const std::string& path, const std::string& reason) = 0;
   // A row (BatchEntry) of the batch.
   virtual void analysed(const Dico& row) = 0;
-  // The command that would write the output of the row.
+  // One of the commands that would make the output of the row, in the order of the calls.
   virtual void planned(const Dico& row, const std::string& output, const Arguments& command) = 0;
   // The movie of the row is there already and would stay, for this reason in the user's language.
   virtual void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) = 0;

@@ -5,6 +5,7 @@
 
 #include "cli/exitStatus.h"
 #include "cli/sources.h"
+#include "core/exportPlan.h"
 #include "core/jobPlan.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -164,13 +165,16 @@ std::optional<std::string> Session::planRow(const Dico& row, const std::string& 
     return refusal;
   if (app_.table().isSourceFile(output))
     return localisationString("why_outputIsSource", "", output);
-  const auto plan = planJob(jobOfRow(row), output, services_.preferences.text(PrefKey::prores));
+  const std::string prores = services_.preferences.text(PrefKey::prores);
+  const auto plan = planJob(jobOfRow(row), output, prores);
   if (!plan)
     return localisationString("why_noCommand");
-  if (options_.overwrite == Overwrite::keep && pathExists(output))
+  if (options_.overwrite == Overwrite::keep && pathExists(output)) {
     reporter_.wouldKeep(row, output, localisationString("why_kept", "", output));
-  else
-    reporter_.planned(row, output, plan->command.arguments);
+    return std::nullopt;
+  }
+  for (const Arguments& command : commandsOfPlan(*plan, prores))
+    reporter_.planned(row, output, command);
   return std::nullopt;
 }
 

@@ -459,8 +459,7 @@ void EncodingDriver::stepQtEnc() {
   startExport(std::move(current));
 }
 
-// Makes the slowed copy: the pictures at half the speed, the sound as it is. The step is done again
-// after it.
+// Makes the slowed copy. The step is done again after it.
 void EncodingDriver::startSlowing(Dico current) {
   const std::string output = current.textOrEmpty(JobKey::dstPathStr);
   const std::string slowed =
@@ -470,9 +469,7 @@ void EncodingDriver::startSlowing(Dico current) {
   const double duration = jobDuration(current);
   fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), slowed, true});
   storeJob(std::move(current));
-  startTask({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", output,
-             "-i", output, "-map", "0:v", "-map", "1:a?", "-c", "copy", "-y", slowed},
-            ParseMode::time, 2 * duration);
+  startTask(slowingCommand(output, slowed), ParseMode::time, 2 * duration);
 }
 
 void EncodingDriver::startExport(Dico current) {

@@ -7,7 +7,10 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/exportStep.h"
+#include "encoding/naming.h"
 #include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
 #include "utils/numbers.h"
 
 namespace tessarin {
@@ -53,6 +56,47 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
 bool needsSlowing(const Dico& job) {
   return job.integer(JobKey::speed) == speedSlow && isSourceProgressive(job) &&
          isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+}
+
+Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
+  return {Bundle::main().toolPath("ffmpeg"),
+          "-loglevel",
+          "info",
+          "-itsscale",
+          "2",
+          "-i",
+          movie,
+          "-i",
+          movie,
+          "-map",
+          "0:v",
+          "-map",
+          "1:a?",
+          "-c",
+          "copy",
+          "-y",
+          slowed};
+}
+
+std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres) {
+  std::vector<Arguments> commands = {plan.command.arguments};
+  if (!plan.needsExport)
+    return commands;
+  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
+  const auto move = [&](const std::string& from, const std::string& to) {
+    commands.push_back({"mv", "-f", "--", from, to});
+  };
+  if (needsSlowing(plan.job)) {
+    const std::string slowed = withExtension(withoutExtension(output) + "-slow", "mov");
+    commands.push_back(slowingCommand(output, slowed));
+    move(slowed, output);
+  }
+  const std::string master = masterPathStr(output);
+  move(output, master);
+  commands.push_back(exportCommand(master, output, exportPresetName(plan.job, prefProres),
+                                   displayRatio(plan.job)));
+  commands.push_back({"rm", "-f", "--", master});
+  return commands;
 }
 
 }  // namespace tessarin

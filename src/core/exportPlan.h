@@ -1,10 +1,13 @@
-// Which export settings finish a job. Pure functions of the job.
+// How the export that finishes a job is done. Pure functions of the job.
 #pragma once
 
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "classShared/TextAdditions.h"
 #include "classShared/Value.h"
+#include "core/jobPlan.h"
 
 namespace tessarin {
 
@@ -17,6 +20,14 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres);
 // Whether the copy that ffmpeg made has to be slowed to half its speed before the export: slow
 // motion of a source with 50 or 60 whole pictures a second, which ffmpeg only copies.
 bool needsSlowing(const Dico& job);
+
+// The command that makes the slowed copy: the pictures of `movie` at half their speed, its sound
+// as it is.
+Arguments slowingCommand(const std::string& movie, const std::string& slowed);
+
+// All that runs for a job, in this order, for whoever wants to run it by hand: files are moved
+// and removed by mv(1) and rm(1) where the program does that itself.
+std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres);
 
 // The source's picture shape, width by height; 16:9 when unknown.
 double displayRatio(const Dico& job);

@@ -23,6 +23,14 @@ std::string presetOf(const std::string& presetName, double displayRatio) {
 
 }  // namespace
 
+Arguments exportCommand(const std::string& masterPath, const std::string& dstPath,
+                        const std::string& presetName, double displayRatio) {
+  const Bundle& bundle = Bundle::main();
+  const std::string settings =
+      joinPath(joinPath(bundle.resourcePath(), "presetQt"), presetOf(presetName, displayRatio));
+  return {bundle.toolPath("movtool"), "-s", settings, "-i", masterPath, "-y", "-o", dstPath};
+}
+
 std::optional<ExportStep> encQt(const std::string& dstPath, double duration,
                                 const std::string& presetName, double displayRatio) {
   logLine("encQt()             - begin");
@@ -36,11 +44,7 @@ std::optional<ExportStep> encQt(const std::string& dstPath, double duration,
   if (available >= 0 && available < necessary)
     return std::nullopt;
 
-  const Bundle& bundle = Bundle::main();
-  const std::string settings =
-      joinPath(joinPath(bundle.resourcePath(), "presetQt"), presetOf(presetName, displayRatio));
-  step.arguments = {
-      bundle.toolPath("movtool"), "-s", settings, "-i", step.masterPath, "-y", "-o", dstPath};
+  step.arguments = exportCommand(step.masterPath, dstPath, presetName, displayRatio);
   logLine("encQt()             - end");
   return step;
 }

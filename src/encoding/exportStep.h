@@ -13,6 +13,10 @@ struct ExportStep {
   std::string masterPath;  // what ffmpeg wrote; to be deleted when the job ends
 };
 
+// The command that exports the movie `masterPath` to `dstPath`, with settings as encQt takes them.
+Arguments exportCommand(const std::string& masterPath, const std::string& dstPath,
+                        const std::string& presetName, double displayRatio);
+
 // Moves the file at `dstPath` to its master name, replacing an older master, and answers the
 // command that exports it to `dstPath`. `presetName` names the settings ("presetQt" of the
 // resources); empty: 1280x720, with letterbox when `displayRatio` (width by height) is near 4:3.

@@ -110,6 +110,31 @@ TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   EXPECT_EQ(exportPresetName(job, "apch"), "");
 }
 
+TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
+  const auto commands = [](const Dico& job) {
+    std::vector<std::string> lines;
+    for (Arguments command : commandsOfPlan(*planJob(job, "/out/x.mov", "apcn"), "apcn")) {
+      command.front() = fileName(command.front());
+      lines.push_back(replaceAll(joinTexts(command, " "), test::TestBundle::resourcePath(), ""));
+    }
+    return lines;
+  };
+  EXPECT_EQ(commands(jobOfRow(rowOf(false, 12, outProres))).size(), 1u);
+  Dico job = jobOfRow(rowOf(true, 10, outProres));
+  auto lines = commands(job);
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[1], "mv -f -- /out/x.mov /out/x_MASTER.mov");
+  EXPECT_EQ(lines[2], "movtool -s /presetQt/pr1920x1080p25 -i /out/x_MASTER.mov -y -o /out/x.mov");
+  EXPECT_EQ(lines[3], "rm -f -- /out/x_MASTER.mov");
+  job.set("v0_fps", 50.0);
+  job.set("speed", speedSlow);
+  lines = commands(job);
+  ASSERT_EQ(lines.size(), 6u);
+  EXPECT_TRUE(lines[1].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy -y /out/x-slow.mov"))
+      << lines[1];
+  EXPECT_EQ(lines[2], "mv -f -- /out/x-slow.mov /out/x.mov");
+}
+
 TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {
   EXPECT_EQ(refusalOf(rowOf(false, 12, outProres), false), std::nullopt);
   EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), false), localisationString("why_noExport"));
