@@ -78,7 +78,7 @@ void Session::applyOptions() {
     interface.speed.select(*options_.speed);
   }
   if (options_.surround)
-    interface.surround.setChecked(true);
+    interface.surround.setChecked(*options_.surround);
   if (options_.prores)
     services_.preferences.prefWrite(PrefKey::prores, *options_.prores);
 }
@@ -161,7 +161,7 @@ void Session::plan() {
 }
 
 std::optional<std::string> Session::planRow(const Dico& row, const std::string& output) {
-  if (const auto refusal = refusalOf(row, hasExportTool()))
+  if (auto refusal = refusalOf(row, hasExportTool()))
     return refusal;
   if (app_.table().isSourceFile(output))
     return localisationString("why_outputIsSource", "", output);

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <set>
 
 #include "analysis/SourceInfo.h"
@@ -18,7 +19,7 @@ namespace {
 constexpr const char* table = "CommandLine";
 
 std::string minutesAndSeconds(double seconds) {
-  const auto whole = static_cast<std::int64_t>(seconds + 0.5);
+  const auto whole = std::llround(seconds);
   if (whole >= 3600)
     return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
   return fmt::format("{}:{:02}", whole / 60, whole % 60);

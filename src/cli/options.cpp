@@ -60,6 +60,7 @@ const std::map<std::string, Overwrite>& overwriting() {
 template <class Map>
 std::string choices(const Map& map) {
   std::vector<std::string> names;
+  names.reserve(map.size());
   for (const auto& [name, value] : map)
     names.push_back(name);
   return joinTexts(names, "|");
@@ -126,7 +127,7 @@ class HelpText final : public CLI::Formatter {
 
 // What is wrong with the arguments, in our words where the library's are about itself.
 std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
-  const std::string words = error.what();
+  std::string words = error.what();
   std::string name = words.substr(0, words.find_first_of(": "));
   if (!startsWith(name, "-"))
     name = "--" + name;
@@ -140,7 +141,8 @@ std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
 
 // The option of those given that has no meaning when nothing is written.
 std::optional<std::string> uselessOption(const CLI::App& app) {
-  for (const char* name : {"--prores", "--surround", "--destination", "--overwrite"})
+  for (const char* name :
+       {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"})
     if (app.count(name) > 0)
       return name;
   return std::nullopt;
@@ -180,7 +182,11 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->type_name("auto|same|SIZE");
   addChoice(app, "--speed", speeds(), options.speed,
             "All pictures or fields, half of them, or slow motion at half the speed");
-  app.add_flag("--surround", options.surround, "Keep all sound channels instead of two");
+  CLI::Option* surround = app.add_flag_callback(
+      "--surround", [&] { options.surround = true; }, "Keep all sound channels");
+  app.add_flag_callback(
+         "--no-surround", [&] { options.surround = false; }, "Two sound channels, as usual")
+      ->excludes(surround);
   app.add_option("-d,--destination", options.destination,
                  "The folder in which the folder Tessarin is made")
       ->type_name("DIR")

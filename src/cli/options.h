@@ -20,7 +20,7 @@ struct Options {
   std::optional<int> speed;           // OutputSpeed
   std::optional<int> soft;            // segment of the editing application
   std::optional<std::string> destination;
-  bool surround = false;
+  std::optional<bool> surround;  // keep all sound channels
   Overwrite overwrite = Overwrite::ask;
   bool json = false;
   bool verbose = false;

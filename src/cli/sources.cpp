@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 // Why this file that the user names gives no source; the analysis finds the rest.
 std::optional<std::string> problemOf(const std::string& path, const AdmittedExtensions& admitted) {
-  if (const auto problem = problemOfSource(path))
+  if (auto problem = problemOfSource(path))
     return problem;
   if (!admitted.admits(path))
     return localisationString("why_extension");

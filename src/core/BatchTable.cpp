@@ -222,7 +222,7 @@ void BatchTable::select(int row) {
 void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,
                               std::function<void(bool)> finished) {
   debugFormat("batchRemoval…       : {} -  deb", single ? "single" : "all");
-  const auto answer = [finished](bool done) {
+  const auto answer = [finished = std::move(finished)](bool done) {
     if (finished)
       finished(done);
   };

@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Journey.h"
+#include "platform/UserDomain.h"
+#include "prefs/PreferenceStore.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -90,20 +92,27 @@ TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
   EXPECT_THAT(result.lines()[1], HasSubstr("-i " + clip));
 }
 
-TEST_F(AnalyseJourney, TheOptionsReachTheCommands) {
-  const std::string clip = folder.file("x.mts");
-  ASSERT_TRUE(test::makeClip(
-      test::interlacedPicture("352x288", "0.2") +
-          "-f lavfi -i anullsrc=r=48000:cl=5.1:d=0.2 -c:v mpeg2video -flags +ildct+ilme -top 1 "
-          "-c:a ac3 -f mpegts",
-      clip));
-  const auto plan = [&](const Arguments& options) {
-    Arguments arguments = {"plan", clip};
+class OptionsJourney : public test::Journey {
+ protected:
+  // The commands for an interlaced clip with sound of six channels.
+  std::string plan(const Arguments& options) {
+    Arguments arguments = {"plan", "x.mts"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     const Result result = tessarin(arguments);
     EXPECT_EQ(result.status, 0) << result.err;
     return result.out;
-  };
+  }
+
+  void SetUp() override {
+    ASSERT_TRUE(test::makeClip(
+        test::interlacedPicture("352x288", "0.2") +
+            "-f lavfi -i anullsrc=r=48000:cl=5.1:d=0.2 -c:v mpeg2video -flags +ildct+ilme -top 1 "
+            "-c:a ac3 -f mpegts",
+        folder.file("x.mts")));
+  }
+};
+
+TEST_F(OptionsJourney, ReachTheCommands) {
   const std::string usual = plan({});
   EXPECT_THAT(usual, HasSubstr(" -profile 2 -flags +ildct+ilme "));
   EXPECT_THAT(usual, HasSubstr(" -ac 2 "));
@@ -113,6 +122,24 @@ TEST_F(AnalyseJourney, TheOptionsReachTheCommands) {
   EXPECT_THAT(plan({"--size", "720p50"}), HasSubstr("scale=1280:720"));
   EXPECT_THAT(plan({"--speed", "slow"}), HasSubstr("setpts=2"));
   EXPECT_THAT(plan({"--destination", "~/here"}), HasSubstr(folder.file("home/here/Tessarin/")));
+}
+
+TEST_F(OptionsJourney, StandAboveTheStoredChoices) {
+  const std::string stored = "home/config/Tessarin/preferences.plist";
+  ASSERT_TRUE(mkdir(folder.file("home/config/Tessarin")));
+  FileUserDomain domain(folder.file(stored), nullptr);
+  domain.write(PrefKey::surround, 1);
+  domain.write(PrefKey::prores, "apch");
+  ASSERT_TRUE(domain.synchronize());
+  const std::string bytes = folder.read(stored);
+
+  const std::string chosen = plan({});
+  EXPECT_THAT(chosen, HasSubstr(" -profile 3 "));
+  EXPECT_THAT(chosen, testing::Not(HasSubstr(" -ac 2 ")));
+  const std::string asked = plan({"--prores", "lt", "--no-surround"});
+  EXPECT_THAT(asked, HasSubstr(" -profile 1 "));
+  EXPECT_THAT(asked, HasSubstr(" -ac 2 "));
+  EXPECT_EQ(folder.read(stored), bytes);
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ TEST_F(UsageJourney, WrongUseIsToldInOneLine) {
       {{"--format", "--json", "x.mts"}, "--format: \"--json\" is not one of aic|prores|quicktime"},
       {{"--size", "1080", "x.mts"}, "--size: \"1080\" is not one of 1080i50|"},
       {{"-d"}, "--destination needs a value: DIR"},
+      {{"--surround", "--no-surround", "x.mts"}, "--surround excludes --no-surround"},
       {{"--json=yes", "x.mts"}, "--json takes no value"},
       {{"analyse", "--overwrite", "replace", "x.mts"}, "--overwrite has no meaning with"},
       {{"-d", "here", "analyse", "x.mts"}, "--destination has no meaning with"},
@@ -38,9 +39,9 @@ TEST_F(UsageJourney, HelpAndVersionAreForStandardOutput) {
   Result result = tessarin({"analyse", "--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
-  for (const char* word :
-       {"--for ", "--format ", "--prores ", "--size ", "--speed ", "--surround ", "--destination ",
-        "--overwrite ", "--json ", "--verbose ", "--help ", "--version ", "\nExit status: 0 "})
+  for (const char* word : {"--for ", "--format ", "--prores ", "--size ", "--speed ", "--surround ",
+                           "--no-surround ", "--destination ", "--overwrite ", "--json ",
+                           "--verbose ", "--help ", "--version ", "\nExit status: 0 "})
     EXPECT_THAT(result.out, HasSubstr(word));
   result = tessarin({"--version"});
   EXPECT_EQ(result.status, 0);
