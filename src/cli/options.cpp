@@ -122,7 +122,8 @@ constexpr const char* footer =
 
 // The usage above says more than the library's line would.
 class HelpText final : public CLI::Formatter {
-  std::string make_usage(const CLI::App*, std::string) const override { return {}; }
+  std::string make_description(const CLI::App*) const override { return {}; }
+  std::string make_usage(const CLI::App*, std::string) const override { return usage; }
 };
 
 // What is wrong with the arguments, in our words where the library's are about itself.
@@ -166,7 +167,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   std::reverse(words.begin(), words.end());
 
   Options options;
-  CLI::App app(usage, "tessarin");
+  CLI::App app("", "tessarin");
   app.formatter(std::make_shared<HelpText>());
   app.footer(footer);
   app.allow_extras();

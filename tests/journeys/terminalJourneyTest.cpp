@@ -130,7 +130,7 @@ TEST_F(TerminalJourney, TheOverwriteQuestionIsAnsweredByNumber) {
 TEST_F(TerminalJourney, ProgressIsShownOnATerminalAndNowhereElse) {
   const std::string clip = tinyClip("x.mts", "1.2");
   useFfmpeg(
-      "case \" $* \" in *' -c:v '*) exec $real -readrate 1 \"$@\" ;; esac\nexec $real \"$@\"");
+      "case \" $* \" in *' -c:v '*) exec $real -readrate 2 \"$@\" ;; esac\nexec $real \"$@\"");
   Session session = open({"-d", destination(), clip});
   EXPECT_EQ(session.end(), 0);
   EXPECT_THAT(session.screen(), testing::ContainsRegex("\r\\[1/1\\] x\\.mts  [1-9][0-9]? %"));
