@@ -415,7 +415,7 @@ void EncodingDriver::startEncoding(JobPlan plan) {
   readMe_ =
       fmt::format("format              : {}\n",
                   interface_.editingSoft.segments().at(static_cast<std::size_t>(target)).label);
-  if (plan.needsExport)
+  if (plan.needsExport || needsSlowing(plan.job))
     plan.job.set("encQtEnc", 1);
   storeJob(plan.job);
   debugFormat("encProcesses        > encDeb: ffmpeg task");
@@ -456,7 +456,10 @@ void EncodingDriver::stepQtEnc() {
   }
   if (!slowed.empty())
     moveFile(slowed, output, "y");
-  startExport(std::move(current));
+  if (isQuickTimeCopy(current))
+    encSend("encProcesses");
+  else
+    startExport(std::move(current));
 }
 
 // Makes the slowed copy. The step is done again after it.

@@ -74,14 +74,14 @@ Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
           "1:a?",
           "-c",
           "copy",
+          "-movflags",
+          "faststart",
           "-y",
           slowed};
 }
 
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres) {
   std::vector<Arguments> commands = {plan.command.arguments};
-  if (!plan.needsExport)
-    return commands;
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
   const auto move = [&](const std::string& from, const std::string& to) {
     commands.push_back({"mv", "-f", "--", from, to});
@@ -91,6 +91,8 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
     commands.push_back(slowingCommand(output, slowed));
     move(slowed, output);
   }
+  if (!plan.needsExport)
+    return commands;
   const std::string master = masterPathStr(output);
   move(output, master);
   commands.push_back(exportCommand(master, output, exportPresetName(plan.job, prefProres),

@@ -17,8 +17,9 @@ namespace tessarin {
 // characters. Empty when the job has no size row.
 std::string exportPresetName(const Dico& job, std::string_view prefProres);
 
-// Whether the copy that ffmpeg made has to be slowed to half its speed before the export: slow
-// motion of a source with 50 or 60 whole pictures a second, which ffmpeg only copies.
+// Whether the copy that ffmpeg made has to be slowed to half its speed, before the export or
+// without one: slow motion of a source with 50 or 60 whole pictures a second, which ffmpeg only
+// copies.
 bool needsSlowing(const Dico& job);
 
 // The command that makes the slowed copy: the pictures of `movie` at half their speed, its sound

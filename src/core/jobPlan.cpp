@@ -113,11 +113,14 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
     return std::nullopt;
   correctFields(job, *command);
   JobPlan plan;
-  // A stream copy that is to be a QuickTime movie is one already.
-  plan.needsExport = !command->writesProres && !(target == outQuickTime && isStreamCopy(job));
+  plan.needsExport = !command->writesProres && !isQuickTimeCopy(job);
   plan.job = std::move(job);
   plan.command = std::move(*command);
   return plan;
+}
+
+bool isQuickTimeCopy(const Dico& job) {
+  return job.integer(JobKey::out) == outQuickTime && isStreamCopy(job);
 }
 
 bool hasExportTool() {

@@ -38,6 +38,10 @@ struct JobPlan {
 std::optional<JobPlan> planJob(Dico job, const std::string& destination,
                                std::string_view prefProres);
 
+// Whether the job is a stream copy that is to be a QuickTime movie, which it is already: nothing
+// is exported.
+bool isQuickTimeCopy(const Dico& job);
+
 // Whether the tool for exports is there.
 bool hasExportTool();
 
