@@ -39,8 +39,8 @@ class BinaryWalk {
     if (count_ > bytes_.size() || offsetSize_ == 0 || referenceSize_ == 0 || offsetSize_ > 8 ||
         referenceSize_ > 8)
       return "is a damaged property list";
-    costs_.resize(count_);
-    const std::uint64_t cost = costOf(number(trailer + 16, 8), 0);
+    sizes_.resize(count_);
+    const std::uint64_t cost = sizeOf(number(trailer + 16, 8), 0).cost;
     if (tooDeep_)
       return tooDeep();
     if (holdsZero_)
@@ -52,6 +52,12 @@ class BinaryWalk {
   }
 
  private:
+  // What an object and everything below it take.
+  struct Size {
+    std::uint64_t cost = 0;  // bytes of memory
+    int height = 0;          // levels, the object's own among them
+  };
+
   // 0 where the number would leave the file; the parser finds that fault again.
   std::uint64_t number(std::uint64_t offset, std::uint64_t size) const {
     if (size > bytes_.size() || offset > bytes_.size() - size)
@@ -62,24 +68,24 @@ class BinaryWalk {
     return result;
   }
 
-  // The memory that the object and everything below it take. Kept per object, so that a list of
-  // lists that all refer to the next one twice is seen through in one pass.
-  std::uint64_t costOf(std::uint64_t object, int depth) {
+  // Kept per object, so that a list of lists that all refer to the next one twice is seen through
+  // in one pass. An object met again deeper may still reach below the limit: hence the height.
+  Size sizeOf(std::uint64_t object, int depth) {
     if (object >= count_ || tooDeep_)
-      return 0;
-    if (depth >= propertyListMaxDepth) {
+      return {};
+    const int known = sizes_[object] ? sizes_[object]->height : 1;
+    if (depth + known > propertyListMaxDepth) {
       tooDeep_ = true;
-      return 0;
+      return {};
     }
-    if (!costs_[object]) {
-      const std::uint64_t cost =
-          measured(number(offsetTable_ + object * offsetSize_, offsetSize_), depth);
-      costs_[object] = cost;
+    if (!sizes_[object]) {
+      const Size size = measured(number(offsetTable_ + object * offsetSize_, offsetSize_), depth);
+      sizes_[object] = size;
     }
-    return *costs_[object];
+    return *sizes_[object];
   }
 
-  std::uint64_t measured(std::uint64_t offset, int depth) {
+  Size measured(std::uint64_t offset, int depth) {
     const std::uint64_t marker = number(offset, 1);
     const std::uint64_t kind = marker >> 4;
     std::uint64_t count = marker & 15;
@@ -93,19 +99,19 @@ class BinaryWalk {
     switch (kind) {
       case 0xA:
       case 0xC:
-        return bytesPerValue + costOfAll(content, count, depth);
+        return sizeOfContainer(content, count, depth);
       case 0xD:
-        return bytesPerValue + costOfAll(content, 2 * count, depth);
+        return sizeOfContainer(content, 2 * count, depth);
       case 0x4:
-        return bytesPerValue + count;
+        return {bytesPerValue + count, 1};
       case 0x5:
         holdsZero_ |= hasZero(content, count, 1);
-        return bytesPerValue + count;
+        return {bytesPerValue + count, 1};
       case 0x6:  // UTF-16 units become up to three bytes of UTF-8
         holdsZero_ |= hasZero(content, count, 2);
-        return bytesPerValue + 3 * count;
+        return {bytesPerValue + 3 * count, 1};
       default:
-        return bytesPerValue;
+        return {bytesPerValue, 1};
     }
   }
 
@@ -118,15 +124,18 @@ class BinaryWalk {
     return false;
   }
 
-  std::uint64_t costOfAll(std::uint64_t references, std::uint64_t count, int depth) {
+  Size sizeOfContainer(std::uint64_t references, std::uint64_t count, int depth) {
     std::uint64_t sum = 0;
+    int height = 0;
     for (std::uint64_t index = 0; index < count && sum <= propertyListMaxMemory; ++index) {
       const std::uint64_t place = references + index * referenceSize_;
       if (place >= bytes_.size())
         break;
-      sum += costOf(number(place, referenceSize_), depth + 1);
+      const Size item = sizeOf(number(place, referenceSize_), depth + 1);
+      sum += item.cost;
+      height = std::max(height, item.height);
     }
-    return std::min<std::uint64_t>(sum, propertyListMaxMemory + 1);
+    return {bytesPerValue + std::min<std::uint64_t>(sum, propertyListMaxMemory + 1), height + 1};
   }
 
   std::string_view bytes_;
@@ -136,7 +145,7 @@ class BinaryWalk {
   std::uint64_t offsetTable_ = 0;
   bool tooDeep_ = false;
   bool holdsZero_ = false;
-  std::vector<std::optional<std::uint64_t>> costs_;
+  std::vector<std::optional<Size>> sizes_;
 };
 
 // The text behind a piece of XML that holds no elements, "" when this is none.
@@ -152,19 +161,23 @@ std::string_view endOfMarkup(std::string_view text) {
 
 bool isXmlTooDeep(std::string_view text) {
   int depth = 0;
+  std::size_t end = 0;  // of the element; searched again only when it has been passed
   for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
-    text.remove_prefix(at);
-    at = 1;
-    if (const std::string_view end = endOfMarkup(text); !end.empty()) {
-      at = text.find(end, 2);
+    const std::string_view element = text.substr(at);
+    if (const std::string_view mark = endOfMarkup(element); !mark.empty()) {
+      at = text.find(mark, at + 2);
       if (at == std::string_view::npos)
         return false;  // nothing of it is parsed either
       continue;
     }
-    const bool opens = text.substr(1, 5) == "array" || text.substr(1, 4) == "dict";
-    const bool closes = text.substr(1, 6) == "/array" || text.substr(1, 5) == "/dict";
-    const std::size_t end = text.find('>');
-    const bool empty = end != std::string_view::npos && text[end - 1] == '/';
+    ++at;
+    if (end < at)
+      end = text.find('>', at);
+    if (end == std::string_view::npos)
+      return false;
+    const bool opens = element.substr(1, 5) == "array" || element.substr(1, 4) == "dict";
+    const bool closes = element.substr(1, 6) == "/array" || element.substr(1, 5) == "/dict";
+    const bool empty = text[end - 1] == '/';
     if (opens && !empty && ++depth > propertyListMaxDepth)
       return true;
     if (closes)

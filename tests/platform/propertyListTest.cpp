@@ -122,6 +122,21 @@ TEST(PropertyList, FollowsSharedReferencesOnlyWithinLimits) {
   EXPECT_THAT(parsePropertyList(sharedReferences(40, 14)).reason(), HasSubstr("unfolded"));
 }
 
+TEST(PropertyList, CountsTheLevelsBelowAnObjectWhereverItIsMet) {
+  // A chain of lists; the first one refers to the middle of the chain, too, and before.
+  const auto chain = [](int levels) {
+    std::string bytes = sharedReferences(levels, 2);
+    for (int level = 0; level < levels; ++level)
+      bytes[8 + 3 * static_cast<std::size_t>(level) + 2] = static_cast<char>(levels);
+    bytes[9] = static_cast<char>(levels / 2);
+    bytes[10] = '\x01';
+    return bytes;
+  };
+  EXPECT_TRUE(parsePropertyList(chain(propertyListMaxDepth - 1)));
+  EXPECT_THAT(parsePropertyList(chain(propertyListMaxDepth)).reason(), HasSubstr("deep"));
+  EXPECT_THAT(parsePropertyList(chain(propertyListMaxDepth + 20)).reason(), HasSubstr("deep"));
+}
+
 TEST(PropertyList, RefusesAListThatHoldsItself) {
   std::string bytes = sharedReferences(1, 1);
   bytes[9] = '\0';
