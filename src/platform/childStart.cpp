@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
@@ -58,9 +59,14 @@ bool placeStreams(std::array<int, 3> standard) {
 void closeOthersOnExec() {
   if (::close_range(firstOther, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
     return;
+  // An old kernel. The limit may be none at all, or so high that asking for every number below it
+  // would hold up each start; no program has that many open.
+  constexpr rlim_t mostAsked = 65536;
   rlimit limit{};
-  ::getrlimit(RLIMIT_NOFILE, &limit);
-  for (int descriptor = firstOther; static_cast<rlim_t>(descriptor) < limit.rlim_cur; ++descriptor)
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+    limit.rlim_cur = mostAsked;
+  const int end = static_cast<int>(std::min(limit.rlim_cur, mostAsked));
+  for (int descriptor = firstOther; descriptor < end; ++descriptor)
     ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
