@@ -1,5 +1,6 @@
 #include "process/chain.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "classShared/Value.h"
@@ -64,6 +65,15 @@ Outcome<std::vector<ChildProcess>> startChain(std::vector<ChildSetup> commands, 
     previousOutput = std::move(pipe.readEnd);
   }
   return children;
+}
+
+void waitForAll(std::vector<ChildProcess>& children, std::chrono::milliseconds longest) {
+  using std::chrono::steady_clock;
+  const steady_clock::time_point end = steady_clock::now() + longest;
+  for (ChildProcess& child : children) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now());
+    child.waitFor(std::max(left, std::chrono::milliseconds(0)));
+  }
 }
 
 }  // namespace tessarin

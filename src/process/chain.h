@@ -1,6 +1,7 @@
 // Chains of commands joined by pipes.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ std::string argumentsDescription(const Arguments& arguments);
 // log, and the first reads nothing. When one cannot be started, those before it are ended again.
 Outcome<std::vector<ChildProcess>> startChain(std::vector<ChildSetup> commands, ChildStream output,
                                               ChildStream error);
+
+// Waits until all have exited, at most this long for all together.
+void waitForAll(std::vector<ChildProcess>& children, std::chrono::milliseconds longest);
 
 // The command without its streams; it runs in the tools' environment.
 ChildSetup toolCommand(const std::string& program, const Arguments& arguments);

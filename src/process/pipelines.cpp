@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "classShared/Value.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "process/chain.h"
@@ -59,10 +60,24 @@ std::optional<std::string> outputOfChain(std::vector<ChildSetup> commands, bool 
   while (readSome(pipe->readEnd, bytes)) {
   }
   children->back().wait();
-  for (ChildProcess& child : *children)
-    child.waitFor(goingTime);
+  waitForAll(*children, goingTime);
   auto text = decodedOutput(std::move(bytes));
   return text && !isBlankOutput(*text) ? text : std::nullopt;
+}
+
+std::string segmentsDescription(const std::vector<Arguments>& segments) {
+  List lists;
+  for (const Arguments& segment : segments)
+    lists.emplace_back(List(segment.begin(), segment.end()));
+  return Value(std::move(lists)).description();
+}
+
+// The environment as it is before the tools' own entries.
+std::string ownEnvironmentDescription() {
+  Arguments entries;
+  for (char** entry = ::environ; *entry != nullptr; ++entry)
+    entries.emplace_back(*entry);
+  return argumentsDescription(entries);
 }
 
 // The one or two tools of taskArray1PipeMax; nothing when the list is wrong.
@@ -111,19 +126,24 @@ std::optional<std::string> taskArrayPipes(const Arguments& arguments) {
   const auto segments = splitCommands(arguments);
   if (!segments)
     return std::nullopt;
+  if (debugMode())
+    logFormat("separatedArgsByTasksMa : {}", segmentsDescription(*segments));
+  if (verboseLevel(1))
+    logFormat("env pre             : {}", ownEnvironmentDescription());
   std::vector<ChildSetup> commands;
   commands.reserve(segments->size());
   for (const Arguments& segment : *segments) {
-    debugFormat("separatedArgsByTasksMa : {}", argumentsDescription(segment));
     commands.push_back(toolCommand(segment.front(), Arguments(segment.begin() + 1, segment.end())));
   }
-  debugFormat("env post            : {}", argumentsDescription(*commands.front().environment));
+  if (debugMode())
+    logFormat("env post            : {}", argumentsDescription(*commands.front().environment));
   for (const ChildSetup& command : commands) {
     if (!pathExists(command.program)) {
       logFormat("taskArrayPipes      :-( tool !present '{}'", command.program);
       return std::nullopt;
     }
-    debugFormat("taskArrayPipes      : ma {}", argumentsDescription(command.arguments));
+    if (debugMode())
+      logFormat("taskArrayPipes      : ma {}", argumentsDescription(command.arguments));
   }
   return outputOfChain(std::move(commands), true);
 }

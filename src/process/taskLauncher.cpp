@@ -24,7 +24,7 @@ constexpr std::size_t readSize = 65536;
 // it left behind, before the run ends all the same.
 constexpr std::chrono::milliseconds outputGrace(500);
 
-// How long a killed process may take to go.
+// How long killed processes may take to go, all together.
 constexpr std::chrono::milliseconds goingTime(2000);
 
 bool somethingAt(const std::string& path) {
@@ -55,6 +55,10 @@ taskLauncher::~taskLauncher() {
 int taskLauncher::launchTasksWithArguments(const Arguments& arguments) {
   if (arguments.empty())
     return noArguments;
+  if (tasks_ && !tasks_->empty()) {
+    logLine("taskLauncher        :-( launched before");
+    return launchedBefore;
+  }
   terminateNoAbort_ = false;
   isRunning_ = true;
   isSuspended_ = false;
@@ -193,8 +197,7 @@ void taskLauncher::tasklauncherTerminate() {
   resume();
   for (ChildProcess& task : *tasks_)
     task.kill();
-  for (ChildProcess& task : *tasks_)
-    task.waitFor(goingTime);
+  waitForAll(*tasks_, goingTime);
   if (!terminateNoAbort_)
     terminationStatus_ = abortedStatus;
   notifyThatTaskEnded();

@@ -44,7 +44,13 @@ class taskLauncher {
   // terminationStatus() of a run that was ended before it ended itself.
   static constexpr int abortedStatus = -7654312;
 
-  enum LaunchResult : int { launched = 0, noArguments = 1, emptyCommand = 2, programNotFound = 3 };
+  enum LaunchResult : int {
+    launched = 0,
+    noArguments = 1,
+    emptyCommand = 2,
+    programNotFound = 3,
+    launchedBefore = 4
+  };
 
   explicit taskLauncher(RunLoop& loop);
   taskLauncher(const taskLauncher&) = delete;
@@ -62,7 +68,8 @@ class taskLauncher {
   // Starts the commands; the element "|" stands between them. A program is a path, or the name of
   // a resource of the bundle; PATH and "/usr/bin" are not searched. Arguments get a leading "~"
   // expanded unless they hold "://". A LaunchResult; with another than `launched` nothing runs. A
-  // program that is there but cannot be started counts as not found; the log says why.
+  // program that is there but cannot be started counts as not found; the log says why. A launcher
+  // that has launched refuses a second time and is otherwise left as it is.
   int launchTasksWithArguments(const Arguments& arguments);
 
   // Stops the whole chain, last process first, and lets it go on, first process first. Nothing

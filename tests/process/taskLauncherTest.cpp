@@ -94,6 +94,17 @@ TEST(TaskLauncherTest, wrongListsAreRefusedAndNothingRuns) {
       log.has("taskLauncher        :-( '" + text + "' cannot be started: Permission denied"));
 }
 
+TEST(TaskLauncherTest, aLauncherLaunchesOnce) {
+  const test::LogCapture log;
+  LauncherRun run;
+  ASSERT_EQ(run.launcher.launchTasksWithArguments({"/bin/echo", "first"}), 0);
+  EXPECT_EQ(run.launcher.launchTasksWithArguments({"/bin/echo", "second"}), 4);
+  EXPECT_TRUE(test::loopUntil(run.loop, [&] { return run.recorder.ends > 0; }));
+  EXPECT_EQ(run.recorder.text, "first\n");
+  EXPECT_EQ(run.launcher.launchTasksWithArguments({"/bin/echo", "third"}), 4);
+  EXPECT_FALSE(run.launcher.isRunning());
+}
+
 TEST(TaskLauncherTest, programsMayBeResources) {
   const test::ScopedTemporaryFolder folder;
   ASSERT_EQ(::symlink("/bin/echo", folder.file("speak.tool").c_str()), 0);
