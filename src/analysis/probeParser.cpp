@@ -311,7 +311,8 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
     return std::nullopt;
   }
   const SourceInfo record = recordOfReport(*report);
-  debugFormat("ffInfos             : {}", record.description());
+  if (debugMode())
+    logFormat("ffInfos             : {}", record.description());
   return record;
 }
 
@@ -332,13 +333,15 @@ std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
     return std::nullopt;
   if (interlacing && *interlacing != fieldsText("PFF") && rate && *rate <= 30.0)
     record->set(SourceKey::v0Fps, 2 * *rate);
-  debugFormat("mDico : {}", record->description());
+  if (debugMode())
+    logFormat("mDico : {}", record->description());
 
   if (const auto offsets = ptsDtsOffsetMs(*report))
     record->merge(*offsets);
   if (const double seconds = secondsToKeyFrame(*report, *record, sourcePath); seconds > 0)
     record->set(SourceKey::intraOffset, seconds);
-  debugFormat("mDico : {}", record->description());
+  if (debugMode())
+    logFormat("mDico : {}", record->description());
 
   if (const auto starts = ffChapters(report))
     record->set(SourceKey::chapters, List(starts->begin(), starts->end()));

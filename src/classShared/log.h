@@ -40,7 +40,8 @@ void logFormat(fmt::format_string<Arguments...> format, Arguments&&... arguments
   logLine(fmt::format(format, std::forward<Arguments>(arguments)...));
 }
 
-// The same, only with the debug flag. The arguments are not formatted without it.
+// The same, only with the debug flag. The arguments are computed in any case, only not formatted:
+// where that costs something (the text of a record), ask debugMode() first and use logFormat.
 template <class... Arguments>
 void debugFormat(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
   if (debugMode())

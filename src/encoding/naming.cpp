@@ -35,7 +35,8 @@ std::string pathes2Titles(std::string_view path, const std::vector<std::string>&
     logLine("pathes2Titles - begin");
   std::vector<std::string> suffixes = extraSuffixes;
   suffixes.insert(suffixes.end(), {"-PAL", "-NV", "-NF"});
-  debugFormat("suffixesMa : {}", joinTexts(suffixes, ", "));
+  if (debugMode())
+    logFormat("suffixesMa : {}", joinTexts(suffixes, ", "));
   const std::string name = fileName(withoutExtension(expandTilde(path)));
   std::string_view rest = name;
   for (const std::string& suffix : suffixes)

@@ -93,7 +93,8 @@ ExactPass exactPass(const Wanted& wanted) {
       pass.rows.push_back(row);
     }
   }
-  debugFormat("presetAutoComputedFr: ma pass1.0: {}", described(pass.rows));
+  if (debugMode())
+    logFormat("presetAutoComputedFr: ma pass1.0: {}", described(pass.rows));
   return pass;
 }
 
@@ -105,7 +106,8 @@ void keepWidth(Rows& rows, const Wanted& wanted) {
       debugFormat("presetAutoComputedFr: !width  -> remove#{} ({})", row, shortLabelOf(row));
     return drop;
   });
-  debugFormat("presetAutoComputedFr: ma pass1.1: {}", described(rows));
+  if (debugMode())
+    logFormat("presetAutoComputedFr: ma pass1.1: {}", described(rows));
 }
 
 Rows scanPass(const Wanted& wanted) {
@@ -117,7 +119,8 @@ Rows scanPass(const Wanted& wanted) {
     debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(contains(labelOf(row), wanted.scan)),
                 row, shortLabelOf(row));
   }
-  debugFormat("presetAutoComputedFr: ma pass2.0#i|p(={}): {}", wanted.scan, described(rows));
+  if (debugMode())
+    logFormat("presetAutoComputedFr: ma pass2.0#i|p(={}): {}", wanted.scan, described(rows));
   return rows;
 }
 
@@ -125,7 +128,8 @@ void keepRateFamily(Rows& rows, const Wanted& wanted) {
   logFormat("fpsSrcFloat = {:f}", wanted.fps);
   const std::string_view family = isHighFrameRate(wanted.fps) ? "50" : "25";
   std::erase_if(rows, [family](int row) { return !contains(labelOf(row), family); });
-  debugFormat("presetAutoComputedFr: ma pass2.1#fps(={:.2f}): {}", wanted.fps, described(rows));
+  if (debugMode())
+    logFormat("presetAutoComputedFr: ma pass2.1#fps(={:.2f}): {}", wanted.fps, described(rows));
 }
 
 // One sweep: drops what is smaller than the source or larger than the smallest row met so far. A
@@ -148,7 +152,8 @@ void keepSmallestThatHolds(Rows& rows, const Wanted& wanted) {
     kept.push_back(row);
   }
   rows = std::move(kept);
-  debugFormat("presetAutoComputedFr: ma pass2.2#px({}*{}): {}", wanted.width, wanted.height,
+  if (debugMode())
+    logFormat("presetAutoComputedFr: ma pass2.2#px({}*{}): {}", wanted.width, wanted.height,
               described(rows));
 }
 

@@ -71,7 +71,8 @@ bool PreferenceStore::prefDeleteChildDico(std::string_view key, std::string_view
   if (verboseLevel(1))
     logFormat("prefDeleteChildDico0: key={} : {}", key, stored->description());
   Dico rest = *stored;
-  debugFormat("key to delete       : key={}, value={}", child, described(rest.find(child)));
+  if (debugMode())
+    logFormat("key to delete       : key={}, value={}", child, described(rest.find(child)));
   rest.remove(child);
   if (verboseLevel(1))
     logFormat("newMDico 1          : key={} : {}", key, rest.description());

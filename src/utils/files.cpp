@@ -129,7 +129,8 @@ std::optional<std::vector<std::string>> lsCocoa(std::string_view folder) {
     items = entryNames(path);
   for (std::string& item : items)
     item = joinPath(path, item);
-  debugFormat("lsCocoa             - end : {} items : {}", items.size(), joinTexts(items, ", "));
+  if (debugMode())
+    logFormat("lsCocoa             - end : {} items : {}", items.size(), joinTexts(items, ", "));
   if (items.empty())
     return std::nullopt;
   return items;
@@ -140,13 +141,16 @@ std::optional<std::vector<std::string>> lsGrepCocoa(std::string_view folder,
   auto items = lsCocoa(folder);
   if (!items)
     return std::nullopt;
-  debugFormat("lsGrepCocoa a       : {}", joinTexts(*items, ", "));
+  if (debugMode())
+    logFormat("lsGrepCocoa a       : {}", joinTexts(*items, ", "));
   const auto isOther = [extension](const std::string& path) {
-    debugFormat("lsGrepCocoa extStr  :'{}' ? ext={} file={}", extension, pathExtension(path), path);
+    if (debugMode())
+      logFormat("lsGrepCocoa extStr  :'{}' ? ext={} file={}", extension, pathExtension(path), path);
     return !hasPathExtension(path, extension);
   };
   items->erase(std::remove_if(items->begin(), items->end(), isOther), items->end());
-  debugFormat("lsGrepCocoa return  : {}", joinTexts(*items, ", "));
+  if (debugMode())
+    logFormat("lsGrepCocoa return  : {}", joinTexts(*items, ", "));
   if (items->empty())
     return std::nullopt;
   return items;
