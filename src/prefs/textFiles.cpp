@@ -47,6 +47,10 @@ std::optional<std::string> readTextFile(const std::string& path) {
   logFormat("encoding            :-/ {} (ascii)", encoding);
 
   const std::string copy = withExtension(path, "txt");
+  if (pathExists(copy)) {
+    logFormat("readTextFile        :-( there is a file already: {}", copy);
+    return std::nullopt;
+  }
   taskWithStrArgs(fmt::format("/bin/cat \"{}\" > \"{}\"", escapedForDoubleQuotes(path),
                               escapedForDoubleQuotes(copy)));
   const auto copied = readWholeFile(copy);

@@ -8,7 +8,7 @@
 namespace tessarin {
 
 // The text of a file in UTF-8, or in UTF-16 with a byte order mark. A file in anything else is
-// copied beside itself (PATH.txt) and answered when it is plain ASCII.
+// copied beside itself (PATH.txt), unless something of that name is there, and not answered.
 std::optional<std::string> readTextFile(const std::string& path);
 
 // The text of a file in the encoding of this number of the table. Nothing when the file does not

@@ -81,6 +81,10 @@ TEST(TextFiles, CopiesWhatItCannotTellBesideItself) {
   EXPECT_TRUE(log.has("encoding            :-/ 0 (ascii)"));
   EXPECT_EQ(folder.read("it's \"so\" $HOME `x` \\ é.srt"), latin);
   EXPECT_EQ(folder.read("it's \"so\" $HOME `x` \\ é.srt.txt"), latin) << "quoted for the shell";
+
+  folder.write("b.srt.txt", "somebody's notes");
+  EXPECT_EQ(readTextFile(folder.write("b.srt", latin)), std::nullopt);
+  EXPECT_EQ(folder.read("b.srt.txt"), "somebody's notes") << "a neighbour is never overwritten";
 }
 
 TEST(TextFiles, ReadsInAGivenEncoding) {
