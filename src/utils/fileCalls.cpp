@@ -18,6 +18,10 @@ std::string reasonOf(int error) {
   return std::strerror(error);
 }
 
+bool lacksHome(const std::string& path) {
+  return path == "~" || path.starts_with("~/");
+}
+
 bool isThere(const std::string& path, struct stat& status) {
   return !path.empty() && ::lstat(path.c_str(), &status) == 0;
 }

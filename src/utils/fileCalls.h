@@ -10,6 +10,10 @@ namespace tessarin {
 // The system's words for an errno value.
 std::string reasonOf(int error);
 
+// Whether an expanded path still begins with "~/" because nobody knows the home folder. Writing
+// there would make a folder called "~" wherever the program happens to stand.
+bool lacksHome(const std::string& path);
+
 // Whether there is an entry at the path, and what it is: of a link, the link itself.
 bool isThere(const std::string& path, struct stat& status);
 

@@ -76,6 +76,10 @@ bool moveFile(std::string_view source, std::string_view destination,
   const std::string to = expandTilde(destination);
   if (from.empty() || to.empty())
     return false;
+  if (lacksHome(to)) {
+    logFormat("moveFile            :-( no home folder: {}", to);
+    return false;
+  }
   struct stat fromStatus = {};
   if (!isThere(from, fromStatus)) {
     logFormat("moveFile            :-( the source does not exist: {}", from);

@@ -61,10 +61,13 @@ bool mkdir(std::string_view path) {
   const std::string name = expandTilde(path);
   if (name.empty())
     return false;
+  if (lacksHome(name)) {
+    logFormat("mkdir               :-(( '{}': no home folder", name);
+    return false;
+  }
   debugFormat("mkdir               :    '{}'", name);
   if (!createFolders(name)) {
     logFormat("mkdir               :-(  '{}'", name);
-    // A second try helps where a mounted volume has only just woken up.
     if (!createFolders(name)) {
       logFormat("mkdir               :-(( '{}'", name);
       return false;
@@ -79,6 +82,10 @@ bool ecritureFichier(std::string_view path, std::optional<std::string_view> text
   if (path.empty() || !text)
     return false;
   const std::string name = expandTilde(path);
+  if (lacksHome(name)) {
+    logFormat("Error writing file at {}\nno home folder", name);
+    return false;
+  }
   logFormat("{}", number);
   debugFormat("utils > ecritureFichier > pathStr : {}", name);
   debugFormat("nomFichier : {}", fileName(name));
@@ -104,6 +111,8 @@ bool appendTextToFile(std::string_view path, std::optional<std::string_view> tex
   if (path.empty() || !text || text->empty())
     return false;
   const std::string name = expandTilde(path);
+  if (lacksHome(name))
+    return false;
   std::string bytes;
   if (!pathExists(name)) {
     if (debugMode())
@@ -137,6 +146,8 @@ Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
   const auto failure = [&name](int error) { return Failure{name + ": " + reasonOf(error)}; };
   if (name.empty())
     return failure(ENOENT);
+  if (lacksHome(name))
+    return Failure{name + ": no home folder"};
   const std::string temporary = temporaryNameBeside(name);
   const int descriptor =
       ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, filePermissions);

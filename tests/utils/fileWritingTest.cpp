@@ -45,6 +45,14 @@ TEST_F(FileWriting, makesFoldersWithThoseAbove) {
   EXPECT_TRUE(log_.lines().empty());
 }
 
+TEST_F(FileWriting, refusesAHomeThatNobodyKnows) {
+  const std::string below = "~/nobody-tessarin";
+  const test::ScopedEnvironment home("HOME", "~");  // as if there were none: "~" stays
+  EXPECT_FALSE(mkdir(below));
+  EXPECT_FALSE(appendTextToFile(below, "x", false));
+  EXPECT_FALSE(writeFileAtomically(below, "x"));
+}
+
 TEST_F(FileWriting, cannotMakeAFolderInAFile) {
   const std::string file = folder_.write("file", "");
   EXPECT_FALSE(mkdir(file));
