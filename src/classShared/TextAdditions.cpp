@@ -172,8 +172,22 @@ std::string upperCase(std::string_view text) {
 std::string capitalised(std::string_view text) {
   std::string result(text);
   bool wordStarts = true;
+  char before = 0;
+  bool beforeStarts = false;
   for (char& letter : result) {
-    letter = wordStarts ? upperLetter(letter) : lowerLetter(letter);
+    // The letters of Latin-1 are C3 with a second byte: A0 to BE the small ones, 80 to 9E the
+    // capitals. B7 and 97 among them are signs of arithmetic.
+    const unsigned second = static_cast<unsigned char>(letter);
+    const unsigned place = second & 0x1FU;
+    const bool accented =
+        before == '\xC3' && second >= 0x80 && second <= 0xBE && place != 0x17 && place != 0x1F;
+    const bool starts = wordStarts;
+    if (accented)
+      letter = static_cast<char>(beforeStarts ? second & ~0x20U : second | 0x20U);
+    else
+      letter = starts ? upperLetter(letter) : lowerLetter(letter);
+    before = letter;
+    beforeStarts = starts;
     wordStarts = contains(blanks, std::string_view(&letter, 1));
   }
   return result;

@@ -11,6 +11,9 @@ namespace {
 // Doubles outside of this range do not fit into a 64-bit integer (2^63).
 constexpr double integerLimit = 9223372036854775808.0;
 
+// From here on (2^23) numbers of single precision have no fractions.
+constexpr double largestFraction = 8388608.0;
+
 template <class T>
 const T* pointee(const std::shared_ptr<const T>* pointer) {
   return pointer ? pointer->get() : nullptr;
@@ -74,7 +77,13 @@ std::string Value::description() const {
   struct Describe {
     std::string operator()(bool value) const { return value ? "1" : "0"; }
     std::string operator()(std::int64_t value) const { return fmt::format("{}", value); }
-    std::string operator()(double value) const { return fmt::format("{}", value); }
+    std::string operator()(double value) const {
+      // Most are of single precision: 59.94, not the 59.939998626708984 that it is as a double.
+      if (std::abs(value) < largestFraction && value != std::trunc(value))
+        if (const auto single = static_cast<float>(value); single == value)
+          return fmt::format("{}", single);
+      return fmt::format("{}", value);
+    }
     std::string operator()(const std::string& value) const { return value; }
     std::string operator()(const Bytes& value) const {
       return fmt::format("<{:02x}>", fmt::join(value, ""));

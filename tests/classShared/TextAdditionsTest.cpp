@@ -48,6 +48,8 @@ TEST(TextAdditions, changesTheCaseOfAsciiLettersOnly) {
   EXPECT_EQ(upperCase("mts_É@[`{é1"), "MTS_É@[`{é1");
   EXPECT_EQ(lowerCase("MTS_É@[`{1"), "mts_É@[`{1");
   EXPECT_EQ(capitalised("two WORDS\tx"), "Two Words\tX");
+  EXPECT_EQ(capitalised("étape ÉTÉ fÊTe ÷ × ß ÿ"), "Étape Été Fête ÷ × ß ÿ")
+      << "accents, but no signs";
   EXPECT_TRUE(equalIgnoringCase("Mts", "mTS"));
   EXPECT_FALSE(equalIgnoringCase("Mts", "mt"));
   EXPECT_FALSE(equalIgnoringCase("@", "`"));

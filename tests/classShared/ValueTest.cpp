@@ -44,5 +44,11 @@ TEST(Dico, DescribesItselfInOneLine) {
   EXPECT_EQ(record.description(), "{bytes = <0aff>, flag = 1, list = (1, two)}");
 }
 
+TEST(Value, DescribesNumbersAsShortAsTheyWereRead) {
+  EXPECT_EQ(Value(static_cast<double>(59.94F)).description(), "59.94");
+  EXPECT_EQ(Value(59.94).description(), "59.94");
+  EXPECT_EQ(Value(static_cast<double>(123456789.0F)).description(), "123456792") << "exact";
+}
+
 }  // namespace
 }  // namespace tessarin
