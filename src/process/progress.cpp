@@ -127,11 +127,11 @@ void captureLoudness(std::string_view text, Dico& job) {
   const Loudness found = loudness(text);
   if (found.maxVolume) {
     job.set("normalizedVolumedetect", *found.maxVolume);
-    logFormat("tl normalize max vol: {}", *found.maxVolume);
+    logFormat("tl normalize max vol: {}", static_cast<float>(*found.maxVolume));
   }
   if (found.normalized) {
     job.set("normalized", *found.normalized);
-    logFormat("tl normalize loud   : {}", *found.normalized);
+    logFormat("tl normalize loud   : {}", static_cast<float>(*found.normalized));
   }
 }
 
@@ -145,10 +145,20 @@ std::optional<ProgressDisplay> progressStep(double previous, double value, doubl
     return display;
   }
   const double percentage = wholePercentage(value, maximum);
-  if (value <= -1 || !(percentage > wholePercentage(previous, maximum)))
+  if (value <= -1)
     return std::nullopt;
+  const double shown = wholePercentage(previous, maximum);
+  if (!(percentage > shown)) {
+    if (verboseLevel(1))
+      logLine("…not to update");
+    return std::nullopt;
+  }
+  if (verboseLevel(1))
+    logFormat("…to update… was={:.0f} -> is={:.0f}", shown, percentage);
 
   if (previous < 0) {
+    if (verboseLevel(1))
+      logLine("…not started yet");
     display.starts = true;
     display.wheelTurns = true;
     if (value == 0)
@@ -157,6 +167,8 @@ std::optional<ProgressDisplay> progressStep(double previous, double value, doubl
     display.percentText = mode == ParseMode::count ? countText(value, maximum, currentText, thWord)
                                                    : fmt::format("{:.0f} %", percentage);
   } else {
+    if (verboseLevel(1))
+      logLine("…not ended yet");
     display.percentText = "";
     display.wheelTurns = true;
   }

@@ -68,19 +68,20 @@ TEST(ProgressTest, durationsAsText) {
 TEST(ProgressTest, loudnessReportsAreTakenIntoTheJob) {
   const test::LogCapture log;
   Dico job;
-  captureLoudness("[Parsed_volumedetect_0 @ 0x55] max_volume: -4.5 dB\n", job);
-  EXPECT_EQ(job.number("normalizedVolumedetect"), -4.5);
+  captureLoudness("[Parsed_volumedetect_0 @ 0x55] max_volume: -13.4 dB\n", job);
+  EXPECT_EQ(job.number("normalizedVolumedetect"), -13.4F);
   EXPECT_EQ(job.size(), 1U);
-  EXPECT_TRUE(log.has("tl normalize max vol: -4.5"));
+  EXPECT_TRUE(log.has("tl normalize max vol: -13.4"));
   captureLoudness("  Integrated loudness:\n    I:       -17.0 LUFS\n    Threshold: -27.2 LUFS",
                   job);
   EXPECT_EQ(job.number("normalized"), -6);
   EXPECT_TRUE(log.has("tl normalize loud   : -6"));
 
   // Parts of the reports, and other lines that hold the same words.
-  for (const char* text : {"[Parsed_volumedetect_0 @ 0x55] mean_volume: -20.1 dB",
-                           "[Parsed_volumedetect_0 @ 0x55] max_volume: -4.5", "max_volume: -4.5 dB",
-                           "    I:       -17.0 LUFS", "Integrated loudness: I: -17.0 LUFS"}) {
+  for (const char* text :
+       {"[Parsed_volumedetect_0 @ 0x55] mean_volume: -20.1 dB",
+        "[Parsed_volumedetect_0 @ 0x55] max_volume: -4.5", "max_volume: -13.4 dB",
+        "    I:       -17.0 LUFS", "Integrated loudness: I: -17.0 LUFS"}) {
     const Loudness found = loudness(text);
     EXPECT_FALSE(found.maxVolume || found.normalized) << text;
   }
