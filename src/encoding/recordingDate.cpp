@@ -50,11 +50,12 @@ std::optional<RecordingDate> recordingDate(std::string_view path) {
   } else if (separator == 4) {
     logLine("date us");
     date = {text->substr(8, 2), text->substr(5, 2), text->substr(0, 4)};
-  }
-  if (date.day.empty() || !isDigits(date.day + date.month + date.year)) {
+  } else {
     logLine("date us / en :-(");
     return std::nullopt;
   }
+  if (!isDigits(date.day + date.month + date.year))
+    return std::nullopt;
   logFormat("{} / {} / {}", date.day, date.month, date.year);
   return date;
 }
