@@ -72,7 +72,7 @@ void resumeLogAppend(std::optional<std::string_view> text) {
     appendTextToFile(path, *text, true);
 }
 
-DebugMenuItem menuDebugToggle(const DebugMenuItem& item) {
+DebugMenuItem iba_menuDebugToggle(const DebugMenuItem& item) {
   logLine("a_menuDebugToggle   …");
   logFormat("a_menuDebugToggle   : {}", item.title);
   DebugMenuItem flipped;

@@ -34,7 +34,7 @@ struct DebugMenuItem {
   std::string title;
 };
 // Flips the item and the debug flag; the item's new state and title.
-DebugMenuItem menuDebugToggle(const DebugMenuItem& item);
+DebugMenuItem iba_menuDebugToggle(const DebugMenuItem& item);
 
 // ---- Facts about the machine. Each call writes the fact to the log.
 

@@ -81,13 +81,13 @@ TEST_F(LogsTest, aProgramMayKeepItsTerminalAndSendOnlyItsLog) {
 TEST_F(LogsTest, theDebugEntryTogglesTheFlag) {
   const test::LogCapture log(false);
   DebugMenuItem item{false, "Debug"};
-  item = menuDebugToggle(item);
+  item = iba_menuDebugToggle(item);
   EXPECT_TRUE(item.on);
   EXPECT_TRUE(debugMode());
   EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug0", "Localized"));
   EXPECT_THAT(log.lines(), ElementsAre("a_menuDebugToggle   …", "a_menuDebugToggle   : Debug",
                                        "menuDebug           : 1"));
-  item = menuDebugToggle(item);
+  item = iba_menuDebugToggle(item);
   EXPECT_FALSE(item.on);
   EXPECT_FALSE(debugMode());
   EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug1", "Localized"));
