@@ -101,7 +101,9 @@ std::int64_t channelsOfLayout(std::string_view layout) {
 
 void readAudio(const StreamLine& line, const StreamWriter& stream) {
   stream.setCommon(line);
-  for (const std::string_view part : line.parts) {
+  for (std::size_t place = 0; place < line.parts.size(); ++place) {
+    const std::string_view part = line.parts[place];
+    debugFormat("audio linePart (j={}): {}", place, part);
     if (contains(part, " Hz")) {
       stream.setPositive(StreamField::rate, wholeNumber(part));
     } else if (contains(part, " kb/s")) {
@@ -176,7 +178,9 @@ void readPixelFormat(std::string_view part, const StreamWriter& stream) {
 
 void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamWriter& container) {
   stream.setCommon(line);
-  for (const std::string_view part : line.parts) {
+  for (std::size_t place = 0; place < line.parts.size(); ++place) {
+    const std::string_view part = line.parts[place];
+    debugFormat("video[linePartsMA#{}]: {}", place, part);
     if (contains(part, " kb/s")) {
       stream.setPositive(StreamField::bitrate, wholeNumber(part));
     } else if (contains(part, " tbr")) {
@@ -228,6 +232,8 @@ void correctBluRaySound(SourceInfo& record) {
 
 SourceInfo recordOfReport(std::string_view report) {
   const std::string_view block = inputBlock(report);
+  if (debugMode())
+    logFormat("lines count         = {}", splitLines(block).size());
   debugFormat("linesFullMArray   : {}", block);
   SourceInfo record;
   int videoCount = 0;
@@ -235,7 +241,7 @@ SourceInfo recordOfReport(std::string_view report) {
   int subtitleCount = 0;
   ReportLines lines(block);
   while (const auto line = lines.next()) {
-    if (lineDeclares(*line, "Input ")) {
+    if (lineDeclares(*line, "Input #")) {
       const auto fields = split(*line, ", ");
       if (fields.size() > 1 && !fields[1].empty())
         record.set(SourceKey::wrapper, fields[1]);
@@ -248,7 +254,7 @@ SourceInfo recordOfReport(std::string_view report) {
     const auto stream = parseStreamLine(*line);
     if (!stream)
       continue;
-    debugFormat("currentLineStr : {}", *line);
+    debugFormat("\n\ncurrentLineStr : {}", *line);
     switch (stream->kind) {
       case StreamKind::audio:
         readAudio(*stream, StreamWriter(record, StreamKind::audio, audioCount++));
@@ -258,6 +264,8 @@ SourceInfo recordOfReport(std::string_view report) {
           break;
         readVideo(*stream, StreamWriter(record, StreamKind::video, videoCount),
                   StreamWriter(record, StreamKind::container, videoCount));
+        if (debugMode())
+          logFormat("infosDico v #{}      : {}", videoCount, record.description());
         ++videoCount;
         break;
       case StreamKind::subtitle: {
@@ -270,6 +278,8 @@ SourceInfo recordOfReport(std::string_view report) {
         break;
     }
   }
+  if (debugMode())
+    logFormat("infosDico           : {}", record.description());
   correctBluRaySound(record);
   return record;
 }
@@ -325,8 +335,10 @@ std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
   if (!report)
     return std::nullopt;
   std::optional<SourceInfo> record = ffInfos(report, std::nullopt);
-  if (!record)
+  if (!record) {
+    logLine("analysisFf          - end");
     return std::nullopt;
+  }
 
   const std::optional<double> rate = record->number(SourceKey::v0Fps);
   if (!interlacing && rate)
@@ -339,7 +351,7 @@ std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
   if (const auto offsets = ptsDtsOffsetMs(*report))
     record->merge(*offsets);
   if (const double seconds = secondsToKeyFrame(*report, *record, sourcePath); seconds > 0)
-    record->set(SourceKey::intraOffset, seconds);
+    record->set(SourceKey::intraOffset, static_cast<double>(static_cast<float>(seconds)));
   if (debugMode())
     logFormat("mDico : {}", record->description());
 

@@ -183,7 +183,7 @@ TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   EXPECT_EQ(tools.folder().read("calls"), "");
 
   const std::string silent = "x\nInput #0, dv, from 'a'\n  Stream #0:0: Video: dvvideo, 25 tbr\n";
-  EXPECT_EQ(analysisFf(silent, "Top", "/a.dv").value_or(Dico()).number("intraOffset"), 0.48);
+  EXPECT_EQ(analysisFf(silent, "Top", "/a.dv").value_or(Dico()).number("intraOffset"), 0.48F);
   EXPECT_FALSE(analysisFf(silent, "Top", "").value_or(Dico()).contains("intraOffset"));
   EXPECT_EQ(tools.folder().read("calls"), "called\n");
 }
