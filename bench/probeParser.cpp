@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "analysis/timing.h"
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace {
 

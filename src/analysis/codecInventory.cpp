@@ -8,7 +8,7 @@
 
 #include "analysis/installedComponents.h"
 #include "classShared/TextAdditions.h"
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

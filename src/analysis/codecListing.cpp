@@ -7,11 +7,11 @@
 #include <optional>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "platform/installedFfmpeg.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -5,7 +5,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/reportText.h"
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

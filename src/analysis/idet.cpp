@@ -5,9 +5,9 @@
 #include "analysis/probes.h"
 #include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

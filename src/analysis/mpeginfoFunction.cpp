@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "analysis/mpegInfo.h"
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

@@ -9,10 +9,10 @@
 #include "analysis/streamLine.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
-#include "utils/log.h"
 #include "utils/numbers.h"
 #include "utils/times.h"
 

@@ -8,9 +8,9 @@
 
 #include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
-#include "utils/log.h"
 #include "utils/text.h"
 
 namespace tessarin {

@@ -10,9 +10,9 @@
 #include "analysis/reportText.h"
 #include "analysis/streamLine.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

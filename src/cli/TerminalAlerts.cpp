@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "cli/terminal.h"
-#include "utils/log.h"
 
 namespace tessarin::cli {
 

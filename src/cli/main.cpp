@@ -5,6 +5,7 @@
 #include "analysis/codecInventory.h"
 #include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "cli/Reporter.h"
 #include "cli/Session.h"
 #include "cli/TerminalAlerts.h"
@@ -19,7 +20,6 @@
 #include "platform/installedFfmpeg.h"
 #include "process/logs.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin::cli {
 

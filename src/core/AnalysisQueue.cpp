@@ -6,6 +6,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
+#include "classShared/log.h"
 #include "core/admittedSources.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
@@ -15,7 +16,6 @@
 #include "prefs/utilsAlert.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "classShared/log.h"
 #include "core/batchSettings.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

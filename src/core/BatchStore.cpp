@@ -12,8 +12,8 @@
 #include <random>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "core/batchFormat.h"
 #include "platform/Descriptor.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

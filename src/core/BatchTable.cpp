@@ -5,12 +5,12 @@
 #include <filesystem>
 
 #include "analysis/SourceInfo.h"
+#include "classShared/log.h"
 #include "core/rowChoices.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

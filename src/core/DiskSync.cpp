@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

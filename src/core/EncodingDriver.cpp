@@ -7,6 +7,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
 #include "core/setAside.h"
@@ -18,7 +19,6 @@
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

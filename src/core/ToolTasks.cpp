@@ -1,8 +1,8 @@
 #include "core/ToolTasks.h"
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "prefs/utilsAlert.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -5,10 +5,10 @@
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

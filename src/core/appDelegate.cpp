@@ -4,9 +4,9 @@
 
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "core/stepState.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "classShared/Value.h"
-#include "utils/Outcome.h"
 #include "utils/files.h"
 
 namespace tessarin {

@@ -8,13 +8,13 @@
 #include <unordered_set>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "core/newRow.h"
 #include "core/setAside.h"
 #include "core/storedJob.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

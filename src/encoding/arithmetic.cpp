@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

@@ -2,12 +2,12 @@
 #include <optional>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "encoding/naming.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
-#include "utils/log.h"
 #include "utils/times.h"
 
 namespace tessarin {

@@ -4,10 +4,10 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -2,11 +2,11 @@
 
 #include <cmath>
 
+#include "classShared/log.h"
 #include "encoding/arithmetic.h"
 #include "encoding/naming.h"
 #include "platform/Bundle.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -3,8 +3,8 @@
 #include <random>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "utils/files.h"
-#include "utils/log.h"
 #include "utils/text.h"
 
 namespace tessarin {

@@ -8,8 +8,8 @@
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "encoding/BatchEntry.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

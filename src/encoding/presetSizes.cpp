@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "encoding/outputPreset.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -5,8 +5,8 @@
 
 #include "classShared/HexData.h"
 #include "classShared/Value.h"
+#include "classShared/log.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -1,6 +1,6 @@
 #include "platform/Alerts.h"
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

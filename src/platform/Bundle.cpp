@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "classShared/log.h"
 #include "platform/propertyList.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -13,8 +13,8 @@
 #include <thread>
 #include <utility>
 
+#include "classShared/log.h"
 #include "platform/childStart.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "platform/Descriptor.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

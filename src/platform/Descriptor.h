@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "utils/Outcome.h"
+#include "classShared/Outcome.h"
 
 namespace tessarin {
 

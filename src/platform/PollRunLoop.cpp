@@ -4,7 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cerrno>
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin {
 

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <optional>
 
+#include "classShared/log.h"
 #include "platform/propertyList.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "utils/Outcome.h"
+#include "classShared/Outcome.h"
 
 namespace tessarin {
 

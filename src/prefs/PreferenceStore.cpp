@@ -1,9 +1,9 @@
 #include "prefs/PreferenceStore.h"
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/propertyList.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

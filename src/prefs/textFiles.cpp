@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "prefs/textEncodings.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

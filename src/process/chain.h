@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "platform/ChildProcess.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

@@ -7,10 +7,10 @@
 #include <cstdio>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "platform/Descriptor.h"
 #include "utils/files.h"
-#include "utils/log.h"
 #include "utils/times.h"
 
 namespace tessarin {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "utils/Outcome.h"
+#include "classShared/Outcome.h"
 
 namespace tessarin {
 

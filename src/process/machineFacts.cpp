@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/SystemFacts.h"
 #include "process/logs.h"
-#include "utils/log.h"
 #include "utils/numbers.h"
 
 namespace tessarin {

@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "classShared/Value.h"
+#include "classShared/log.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "process/chain.h"
 #include "process/toolEnvironment.h"
 #include "utils/files.h"
-#include "utils/log.h"
 #include "utils/text.h"
 
 namespace tessarin {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "classShared/TextAdditions.h"
-#include "utils/log.h"
+#include "classShared/log.h"
 #include "utils/numbers.h"
 #include "utils/times.h"
 

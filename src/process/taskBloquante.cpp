@@ -9,10 +9,10 @@
 #include <string_view>
 #include <utility>
 
+#include "classShared/log.h"
 #include "platform/ChildProcess.h"
 #include "process/chain.h"
 #include "process/pipelines.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -8,10 +8,10 @@
 #include <ctime>
 #include <utility>
 
+#include "classShared/log.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "process/chain.h"
-#include "utils/log.h"
 
 namespace tessarin {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "platform/Bundle.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "utils/log.h"
+#include "classShared/log.h"
 
 namespace tessarin::test {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "tools/gettimestamps/RecordingTime.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "classShared/Outcome.h"
 #include "tools/gettimestamps/RecordingTime.h"
-#include "utils/Outcome.h"
 
 namespace tessarin {
 
