@@ -110,7 +110,7 @@ void searchFile(benchmark::State& state) {
   else
     while (state.KeepRunning())
       benchmark::DoNotOptimize(
-          tessarin::offsetOfDataInFile(descriptor, std::string_view("\0x", 2)));
+          tessarin::offsetOfData_NSFileHandle(descriptor, std::string_view("\0x", 2)));
   if (descriptor >= 0)
     ::close(descriptor);
   tessarin::removeTemporaryFolder();

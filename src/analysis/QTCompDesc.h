@@ -21,6 +21,8 @@ struct ComponentDescription {
 // The four letters as a code; blanks fill up a shorter text.
 std::uint32_t fourCharacterCode(std::string_view text);
 
+// There is no registry of system components here: the descriptions come from a table of the
+// components that matter (installedComponents), each with the ability of ffmpeg that stands in.
 class QTCompDesc {
  public:
   // The name of a component that has none.

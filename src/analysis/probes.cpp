@@ -105,8 +105,10 @@ std::optional<std::string> forceFormatLite(std::string_view report) {
     if (findText(report, mark) == std::string_view::npos)
       continue;
     logFormat("forceFormatStr       :-) Data: {}", candidate.name);
-    if (candidate.format.empty())
+    if (candidate.format.empty()) {
+      logLine("forceFormatStr      : nil");
       return std::nullopt;
+    }
     logFormat("forceFormatStr       : {}", candidate.format);
     return std::string(candidate.format);
   }

@@ -115,7 +115,7 @@ std::uint32_t replaceAllDataWithData(std::string& data, std::string_view pattern
   }
 }
 
-std::uint64_t offsetOfDataInFile(int descriptor, std::string_view pattern) {
+std::uint64_t offsetOfData_NSFileHandle(int descriptor, std::string_view pattern) {
   if (pattern.empty())
     return notFound;
   const std::size_t size = pattern.size() + pieceSize;

@@ -36,6 +36,6 @@ std::uint32_t replaceAllDataWithData(std::string& data, std::string_view pattern
 // not, when the pattern is empty, or when the file cannot be read at an offset (a pipe). The
 // descriptor is borrowed and its position stays as it is. At most one piece of 2,000,000 bytes and
 // the pattern's length is in memory at a time.
-std::uint64_t offsetOfDataInFile(int descriptor, std::string_view pattern);
+std::uint64_t offsetOfData_NSFileHandle(int descriptor, std::string_view pattern);
 
 }  // namespace tessarin

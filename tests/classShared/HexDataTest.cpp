@@ -102,12 +102,12 @@ TEST(HexData, searchesFilesAndLeavesTheirPosition) {
   const test::ScopedTemporaryFolder folder;
   const OpenFile file(folder.write("clip", "0123456789"));
   ASSERT_EQ(::lseek(file.descriptor(), 5, SEEK_SET), 5);
-  EXPECT_EQ(offsetOfDataInFile(file.descriptor(), "345"), 3U);
-  EXPECT_EQ(offsetOfDataInFile(file.descriptor(), "x"), notFound);
-  EXPECT_EQ(offsetOfDataInFile(file.descriptor(), ""), notFound);
-  EXPECT_EQ(offsetOfDataInFile(file.descriptor(), "0123456789 and more"), notFound);
+  EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), "345"), 3U);
+  EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), "x"), notFound);
+  EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), ""), notFound);
+  EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), "0123456789 and more"), notFound);
   EXPECT_EQ(::lseek(file.descriptor(), 0, SEEK_CUR), 5);
-  EXPECT_EQ(offsetOfDataInFile(-1, "x"), notFound);
+  EXPECT_EQ(offsetOfData_NSFileHandle(-1, "x"), notFound);
 }
 
 TEST(HexData, findsPatternsAcrossThePiecesOfAFile) {
@@ -120,11 +120,11 @@ TEST(HexData, findsPatternsAcrossThePiecesOfAFile) {
     std::string content(2 * piece + 10, '.');
     content.replace(place, pattern.size(), pattern);
     const OpenFile file(folder.write("clip" + std::to_string(count++), content));
-    EXPECT_EQ(offsetOfDataInFile(file.descriptor(), pattern), place);
+    EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), pattern), place);
   }
   // The file ends exactly where a piece does.
   const OpenFile file(folder.write("none", std::string(piece, '.')));
-  EXPECT_EQ(offsetOfDataInFile(file.descriptor(), pattern), notFound);
+  EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), pattern), notFound);
 }
 
 TEST(HexData, agreesWithAPlainScan) {
