@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <unordered_set>
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
@@ -25,11 +26,6 @@ constexpr const char* cancelled = "cancel";
 
 std::string framePath() {
   return joinPath(temporaryFolder(), "frame.yuv");
-}
-
-// The report without the source's path: a file may be named like a complaint or a stream line.
-std::string withoutPath(std::string_view report, const std::string& path) {
-  return replaceAll(report, path, "source");
 }
 
 }  // namespace
@@ -69,28 +65,21 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
     return;
   showBusy();
   openPermitted_ = false;
+  isUnderWay_ = true;
+  interface_.batchGoBt.setEnabled(false);
   if (interface_.batchGoBt.state() == 1) {
     encodingSuspended_ = true;
     encodingToSuspend.emit();
     logLine("was in progress     : to suspend");
-    interface_.batchGoBt.setEnabled(false);
   }
 
   debugFormat("already stored files= {}…", table_.count());
-  if (!isStu_) {
-    std::vector<std::string> fresh;
-    for (std::size_t index = 0; index < paths.size(); ++index) {
-      if (table_.rowOfSource(paths[index]) < 0)
-        fresh.push_back(paths[index]);
-      else
-        logFormat("doublon             : pas de sur-analyse pour rien ;-) #{}/{} : {}", index + 1,
-                  paths.size(), paths[index]);
-    }
-    paths = std::move(fresh);
-  }
+  paths = freshOf(paths);
   const bool hadCandidates = !paths.empty();
   const AdmittedExtensions admitted;
-  debugFormat("extensionsAdmisesMA = {}", admitted.count());
+  // Half the number of spellings, four for each extension.
+  debugFormat("extensionsAdmisesMA = {} {}", 2 * admitted.count(),
+              fmt::join(admitted.spellings(), ", "));
   std::erase_if(paths, [&](const std::string& path) { return !admitted.admits(path); });
 
   if (paths.empty()) {
@@ -98,7 +87,9 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
     if (hadCandidates)
       services_.alerts.show({localisationString("dndNonCompliantFolderFilesTitle"),
                              localisationString("D_go_source3")});
+    isUnderWay_ = false;
     showIdle();
+    allowStart();
     openPermitted_ = true;
     finished.emit();
     return;
@@ -110,6 +101,22 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
   analysis();
+}
+
+// The paths that are not in the batch yet, each once: those that are there need no second analysis,
+// and nobody has to be told. (isStu: those of the batch are analysed again.)
+std::vector<std::string> AnalysisQueue::freshOf(const std::vector<std::string>& paths) const {
+  std::vector<std::string> fresh;
+  std::unordered_set<std::string> known;
+  for (std::size_t index = 0; index < paths.size(); ++index) {
+    const bool isStored = !isStu_ && table_.rowOfSource(paths[index]) >= 0;
+    if (isStored)
+      logFormat("doublon             : pas de sur-analyse pour rien ;-) #{}/{} : {}", index + 1,
+                paths.size(), paths[index]);
+    else if (known.insert(paths[index]).second)
+      fresh.push_back(paths[index]);
+  }
+  return fresh;
 }
 
 void AnalysisQueue::showBusy() {
@@ -131,7 +138,14 @@ void AnalysisQueue::showIdle() {
   }
 }
 
+void AnalysisQueue::allowStart() {
+  if (table_.count() > 0 && interface_.batchGoBt.state() == 0)
+    interface_.batchGoBt.setEnabled(true);
+}
+
 void AnalysisQueue::iba_analysisStopBt() {
+  if (!isUnderWay_)
+    return;
   stopAsked_ = true;
   interface_.analysisStopBt.select(-1);
   interface_.analysisStopBt.setHidden(true);
@@ -197,6 +211,7 @@ void AnalysisQueue::analysis() {
     debugFormat("analysis no arg     :-( nil || empty");
     steps_.removeAllButLast();
     steps_.set("analysisFin");
+    debugFormat("[self analysis]");
     again();
   }
   debugFormat("analysis            - end of step (post task || self)");
@@ -256,11 +271,20 @@ void AnalysisQueue::refuse(const std::string& reason) {
   refused.emit(services_.preferences.prefReadString(StateKey::analysed), reason);
 }
 
+void AnalysisQueue::refuseForReport() {
+  refuse(failureReason(retainedReport_.value_or(""),
+                       services_.preferences.prefReadString(StateKey::analysed)));
+}
+
 void AnalysisQueue::stepFfmpeg() {
   const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   // A frame left by the source before would give this one its field order.
-  removeFile(framePath());
-  if (const auto problem = problemOfSource(path)) {
+  if (!temporaryFolder().empty())
+    removeFile(framePath());
+  auto problem = problemOfSource(path);
+  if (!problem && temporaryFolder().empty())
+    problem = localisationString("why_noTemporaryFolder");
+  if (problem) {
     refuse(*problem);
     steps_.set("analysisFin");
     again();
@@ -286,13 +310,15 @@ void AnalysisQueue::stepFfmpegResult() {
 }
 
 void AnalysisQueue::stepFfmpegParse() {
-  if (auto output = takeOutput("analysisFfmpegParse"))
+  if (auto output = takeOutput("analysisFfmpegParse")) {
+    debugFormat("analysisRetainedStr release 1");
     retainedReport_ = std::move(output);
+  }
   if (retainedReport_ && isFfmpegSuccess(*retainedReport_)) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
-    refuse(failureReason(retainedReport_.value_or("")));
+    refuseForReport();
     steps_.set("analysisFin");
   }
   again();
@@ -329,10 +355,11 @@ void AnalysisQueue::stepDico() {
 
   auto info = analysisFf(retainedReport_, interlacing, path);
   logFormat("src analyzed        : {}", path);
-  debugFormat("md                  : {}", info ? info->description() : "nil");
+  if (debugMode())
+    debugFormat("md                  : {}", info ? info->description() : "nil");
   if (!info) {
     logFormat("NON-COMPLIANT FILE  : {}", path);
-    refuse(failureReason(retainedReport_.value_or("")));
+    refuseForReport();
     steps_.set("analysisFin");
     again();
     return;
@@ -351,7 +378,10 @@ void AnalysisQueue::measureFields() {
   const auto start = readFileStart(framePath(), 100);
   if (!start)
     return;
-  fields_ = fieldOrderKeyOfHeader(textUpTo(*start, "\n"));
+  const std::string_view header = textUpTo(*start, "\n");
+  if (verboseLevel(1))
+    debugFormat("yuv headers         : {}", header);
+  fields_ = fieldOrderKeyOfHeader(header);
   // Bottom first is DV's order. Elsewhere it is rare and often a mistake of the program that wrote
   // the stream, which would show as jerky motion; the pictures tell.
   const bool isDv = contains(retainedReport_.value_or(""), "Video: dvvideo");
@@ -384,11 +414,14 @@ void AnalysisQueue::stepFin() {
   debugFormat("analysisFin - begin");
   PreferenceStore& store = services_.preferences;
   tasks_.analysisTaskVerboseMStr().reset();
+  debugFormat("analysisRetainedStr release 3");
   retainedReport_.reset();
   std::optional<SourceInfo> info;
   if (const Value* record = store.prefRead(StateKey::record); record && record->dico())
     info = *record->dico();
   store.prefRemove(StateKey::record);
+  if (debugMode())
+    debugFormat("previousMd : {}", info ? info->description() : "nil");
   const std::string path = store.prefReadString(StateKey::analysed);
   if (info && path != cancelled) {
     debugFormat("stocker…            : {}", path);
@@ -436,7 +469,8 @@ void AnalysisQueue::appendRow(SourceInfo info) {
     const int soft = choices.sizeOut == rowSameAsSource ? softNone : choices.out;
     row.set(BatchKey::sizeOut, presetAutoComputedFromSrc(row, soft));
   }
-  debugFormat("md                  : {}", row.description());
+  if (debugMode())
+    debugFormat("md                  : {}", row.description());
   const int index = table_.append(std::move(row));
   table_.iba_outSpeedCell(index);
   rowReady.emit(index);
@@ -449,15 +483,14 @@ void AnalysisQueue::finalEnd() {
   waiting_.clear();
   interface_.analysisCaptionStr.setText("");
   stopAsked_ = false;
+  isUnderWay_ = false;
   interface_.analysisStopBt.setHidden(true);
   openPermitted_ = true;
   steps_.remove("analysisDeb");
   showIdle();
-  if (table_.count() > 0) {
+  if (table_.count() > 0)
     interface_.batchDrawer.setShown(true);
-    if (interface_.batchGoBt.state() == 0)
-      interface_.batchGoBt.setEnabled(true);
-  }
+  allowStart();
   store.prefRemove(StateKey::alert);
   logLine("analysis            - end (all src)");
   finished.emit();

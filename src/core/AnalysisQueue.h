@@ -21,7 +21,10 @@ class AnalysisQueue {
 
   // Whether a new set of sources is accepted (OPENPERM): false while a queue is analysed.
   bool isOpenPermitted() const { return openPermitted_; }
-  void setOpenPermitted(bool permitted) { openPermitted_ = permitted; }
+  // Has no effect while a queue is analysed, which says itself when it is over.
+  void setOpenPermitted(bool permitted) { openPermitted_ = permitted && !isUnderWay_; }
+  // The step flags, in their order.
+  const std::vector<std::string>& analysisArray() const { return steps_.names(); }
   // While false (the start value), a source that is in the batch is not queued again.
   void setStu(bool isStu) { isStu_ = isStu; }
 
@@ -56,12 +59,15 @@ class AnalysisQueue {
  private:
   void showBusy();
   void showIdle();
+  void allowStart();
+  std::vector<std::string> freshOf(const std::vector<std::string>& paths) const;
   void takeNextSource();
   void showCaption();
   void again();
   void startTask(const Arguments& command);
   std::optional<std::string> takeOutput(const char* step);
   void refuse(const std::string& reason);
+  void refuseForReport();
 
   void stepFfmpeg();
   void stepFfmpegResult();
@@ -89,6 +95,7 @@ class AnalysisQueue {
   std::optional<std::string> fields_;
   std::optional<std::string> fieldsClaim_;
   bool openPermitted_ = true;
+  bool isUnderWay_ = false;
   bool isStu_ = false;
   bool stopAsked_ = false;  // analysisStopInt
   bool encodingSuspended_ = false;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "analysis/SourceInfo.h"
@@ -46,9 +47,23 @@ std::string BatchTable::sourcePath(int row) const {
   return source(row).textOrEmpty(RowInfoKey::srcPathStr);
 }
 
+// The row with its position in it.
+Dico& BatchTable::numbered(int row) const {
+  Dico& entry = rows_.at(static_cast<std::size_t>(row));
+  if (entry.integer(BatchKey::order) != row + 1)
+    entry.set(BatchKey::order, row + 1);
+  return entry;
+}
+
+const Dico& BatchTable::row(int row) const {
+  return numbered(row);
+}
+
 int BatchTable::rowOfSource(const std::string& path) const {
-  const auto found = rowOfPath_.find(path);
-  return found == rowOfPath_.end() ? -1 : found->second;
+  const auto known = idOfPath_.find(path);
+  if (known == idOfPath_.end())
+    return -1;
+  return static_cast<int>(std::lower_bound(ids_.begin(), ids_.end(), known->second) - ids_.begin());
 }
 
 bool BatchTable::isSourceFile(const std::string& path) const {
@@ -64,35 +79,37 @@ bool BatchTable::isSourceFile(const std::string& path) const {
 }
 
 int BatchTable::append(Dico entry) {
+  const Dico* info = entry.dico(BatchKey::dico);
+  const std::string path = info ? info->textOrEmpty(RowInfoKey::srcPathStr) : std::string();
+  if (const int known = rowOfSource(path); known >= 0)
+    return known;
   const int row = count();
   entry.set(BatchKey::order, row + 1);
   rows_.push_back(std::move(entry));
-  rowOfPath_.emplace(sourcePath(row), row);
+  ids_.push_back(nextId_);
+  idOfPath_.emplace(path, nextId_++);
   rowAppended.emit(row);
   return row;
 }
 
 void BatchTable::setValue(int row, std::string_view key, Value value) {
-  Dico& entry = rows_.at(static_cast<std::size_t>(row));
+  Dico& entry = numbered(row);
   if (const Value* old = entry.find(key); old && *old == value)
     return;
   entry.set(key, std::move(value));
   rowChanged.emit(row);
 }
 
-void BatchTable::setSourceValue(int row, std::string_view key, Value value) {
-  setInside(rows_.at(static_cast<std::size_t>(row)), BatchKey::dico, key, std::move(value));
-  rowChanged.emit(row);
-}
-
 bool BatchTable::computeSize(Dico& entry, int row) const {
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
   debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);
-  if (asked > rowSameAsSource)
+  if (asked >= firstConcreteRow)  // the separator and the heading are no sizes
     return true;
   entry.set(BatchKey::fps, speedKeep);
   const int soft = asked == rowSameAsSource ? softNone : interface_.editingSoft.selected();
   const PresetChoice choice = choosePreset(entry, soft);
+  if (!choice.alertTitle.empty() && (choice.row < 0 || debugMode()))
+    services_.alerts.show({choice.alertTitle, choice.alertText});
   if (choice.row < firstConcreteRow) {
     services_.alerts.show({":-( !!!!",
                            "preset 'keep from src'? -> no preset computed :-(\n\nFatal failure: to "
@@ -159,6 +176,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
 }
 
 ChoiceCell BatchTable::outCell(int row) const {
+  debugFormat("tableView       row # {}", row);
   debugFormat("tableView           : cell from out (#{})", row);
   const Dico& entry = this->row(row);
   const Permissions allowed = targetPermissions(entry);
@@ -197,6 +215,8 @@ ChoiceCell BatchTable::speedCell(int row) const {
 
 std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
   const Dico& entry = this->row(row);
+  debugFormat("tableView           : cell from sizeOut, value : {}",
+              entry.integer(BatchKey::sizeOut).value_or(-1));
   const int soft = interface_.editingSoft.selected();
   const int best = presetAutoComputedFromSrc(entry, soft);
   const auto& labels = presetSizesList(false);
@@ -274,12 +294,9 @@ void BatchTable::removeRow(int row) {
   const std::string thumbnail = source(row).textOrEmpty(RowInfoKey::imgPathStr);
   if (!thumbnail.empty())
     removeFile(thumbnail);
-  rowOfPath_.erase(sourcePath(row));
+  idOfPath_.erase(sourcePath(row));
+  ids_.erase(ids_.begin() + row);
   rows_.erase(rows_.begin() + row);
-  for (int later = row; later < count(); ++later) {
-    rows_[static_cast<std::size_t>(later)].set(BatchKey::order, later + 1);
-    rowOfPath_[sourcePath(later)] = later;
-  }
   if (selectedRow_ == row)
     selectedRow_ = -1;
   else if (selectedRow_ > row)

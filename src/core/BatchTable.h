@@ -33,7 +33,7 @@ class BatchTable {
 
   int count() const { return static_cast<int>(rows_.size()); }
   bool has(int row) const { return row >= 0 && row < count(); }
-  const Dico& row(int row) const { return rows_.at(static_cast<std::size_t>(row)); }
+  const Dico& row(int row) const;
   // The row's source record ("dico"); empty when it has none.
   const Dico& source(int row) const;
   std::string sourcePath(int row) const;
@@ -48,10 +48,10 @@ class BatchTable {
   // Whether the path leads to the source file of any row, by whatever name.
   bool isSourceFile(const std::string& path) const;
 
-  // Appends the row as the last; the result is its index.
+  // Appends the row as the last; the result is its index. A second row of a source is not taken:
+  // the result is then the row that the source has.
   int append(Dico entry);
   void setValue(int row, std::string_view key, Value value);
-  void setSourceValue(int row, std::string_view key, Value value);
   // Marks the row with one of the state images ("puce", "puceCurrent", ...).
   void mark(int row, std::string_view image) { setValue(row, BatchKey::resultat, Value(image)); }
 
@@ -83,13 +83,16 @@ class BatchTable {
   void removeRow(int row);
   void removeAllButCurrent();
   bool computeSize(Dico& entry, int row) const;
-  int validOut(const Dico& entry) const;
-  int validSpeed(const Dico& entry) const;
+  Dico& numbered(int row) const;
 
   CoreServices& services_;
   Interface& interface_;
-  std::vector<Dico> rows_;
-  std::unordered_map<std::string, int> rowOfPath_;
+  // Rows have ids that grow in the order of appending, so that a removal moves nobody's: the row
+  // of an id is found by searching. "order" is brought up to date when a row is looked at.
+  mutable std::vector<Dico> rows_;
+  std::vector<std::uint64_t> ids_;  // of each row
+  std::uint64_t nextId_ = 0;
+  std::unordered_map<std::string, std::uint64_t> idOfPath_;
   int selectedRow_ = -1;
 };
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
+#include "core/fileState.h"
 #include "core/jobPlan.h"
 
 namespace tessarin {
@@ -59,6 +61,8 @@ class EncodingDriver {
   void iba_taskStopBt();
   // The stop of iba_taskStopBt, whatever the control shows.
   void stop();
+  // The step flags, in their order.
+  const std::vector<std::string>& encArray() const { return steps_.names(); }
 
   // A drop makes the encoding wait for the analysis of the new sources. A pause that the user
   // asked for stays after it.
@@ -82,17 +86,22 @@ class EncodingDriver {
   void startRow(int row);
   void skipMissingRow(int row);
   void endOfBatch();
+  void resetPause();
   bool hasRoom(const Dico& job);
-  void checkOverwriting(JobPlan plan);
+  void checkOverwriting(const JobPlan& plan);
+  void answerOverwriting(const JobPlan& plan, const std::string& answer);
   void startEncoding(JobPlan plan);
   void startSlowing(Dico current);
+  void takeSlowed(Dico current);
   void startExport(Dico current);
-  bool startTask(const Arguments& command, ParseMode parseMode, double maximum);
+  void startTask(const Arguments& command, ParseMode parseMode, double maximum);
   void taskEnded(const TaskEnd& end);
 
   // Ends the job in hand: its remaining steps are dropped, encFin follows.
   void dropJobSteps();
   void fail(const std::string& reason);
+  bool wroteOutput(const std::string& output) const;
+  void purgeIntermediates(const Dico& current);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
 
@@ -109,12 +118,15 @@ class EncodingDriver {
   OutputNames outputNames_;
   bool stopAsked_ = false;  // encStopInt
   bool suspendedForAnalysis_ = false;
-  std::optional<std::string> heldStep_;  // to be done after the analysis
+  std::function<void()> held_;  // to be done after the analysis
+  std::string readMe_;
   // Of the job in hand.
   std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
   std::string reason_;
-  bool outputIsOurs_ = false;  // this job has begun to write the output
-  std::string readMe_;
+  unsigned jobNumber_ = 0;                 // tells a late answer from one for this job
+  bool hasBegun_ = false;                  // this job has started to write
+  bool isExporting_ = false;               // its last task is the export's
+  std::optional<FileState> outputBefore_;  // what was at the output's place before
   std::chrono::steady_clock::time_point taskStart_;
   RunLoop::Id next_ = 0;
 };

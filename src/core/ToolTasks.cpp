@@ -22,6 +22,10 @@ const char* sideName(bool other) {
   return other ? "Other" : "";
 }
 
+SegmentedControl* stopControl(const TaskStart& start) {
+  return start.controls ? &start.controls->stopBt : start.stopBt;
+}
+
 // The commands as the launcher takes them: one list with "|" between the commands.
 Arguments joined(const std::vector<Arguments>& commands) {
   Arguments list;
@@ -114,7 +118,7 @@ void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::strin
   }
   Side& side = this->side(&launcher == other_.launcher.get());
   if (side.start.parseMode == ParseMode::none) {
-    if (analysisOutput_ && analysisOutput_->size() < longestReport)
+    if (side.start.isOther && analysisOutput_ && analysisOutput_->size() < longestReport)
       analysisOutput_->append(bytes);
     return;
   }
@@ -158,11 +162,8 @@ void ToolTasks::showProgress(Side& side, std::string_view line) {
   TaskControls* controls = side.start.controls;
   if (!side.previousTime)
     return;
-  if (!controls || side.start.progressMax <= 0) {
-    if (side.start.wheel)
-      side.start.wheel->setTurning(true);
+  if (!controls)
     return;
-  }
   const auto value = progressValue(side.start.parseMode, line);
   if (!value)
     return;
@@ -175,7 +176,7 @@ void ToolTasks::showProgress(Side& side, std::string_view line) {
   if (display->percentText) {
     controls->percent.setText(*display->percentText);
     if (!display->percentText->empty())
-      debugFormat("progress            : {}", *display->percentText);
+      logFormat("progress            : {}", *display->percentText);
   }
   if (display->starts)
     controls->bar.setIndeterminate(false);
@@ -232,15 +233,16 @@ void ToolTasks::endAll() {
 void ToolTasks::prepareControls(const Side& side) {
   if (TaskControls* controls = side.start.controls) {
     const bool known = side.start.progressMax > 0;
+    progressActionStrBeforePause_.clear();
     controls->bar.setValue(0);
     controls->bar.setMaximum(side.start.progressMax);
     controls->bar.setIndeterminate(!known);
     if (!known)
       logFormat("Progress Max Value  : {:.3f}", side.start.progressMax);
   }
-  if (side.start.stopBt) {
-    side.start.stopBt->setHidden(false);
-    side.start.stopBt->setEnabled(true);
+  if (SegmentedControl* stop = stopControl(side.start)) {
+    stop->setHidden(false);
+    stop->setEnabled(true);
   }
 }
 
@@ -249,12 +251,11 @@ void ToolTasks::resetControls(const Side& side) {
     controls->bar.setValue(0);
     controls->bar.setIndeterminate(false);
     controls->percent.setText("");
+    controls->wheel.setTurning(false);
   }
-  if (side.start.wheel)
-    side.start.wheel->setTurning(false);
-  if (side.start.stopBt) {
-    side.start.stopBt->setHidden(true);
-    side.start.stopBt->setEnabled(false);
+  if (SegmentedControl* stop = stopControl(side.start)) {
+    stop->setHidden(true);
+    stop->setEnabled(false);
   }
 }
 

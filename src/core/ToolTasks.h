@@ -19,8 +19,7 @@ struct TaskStart {
   double progressMax = 0;           // the value that means 100 %; not above 0: unknown
   ParseMode parseMode = ParseMode::none;  // how the output is read
   TaskControls* controls = nullptr;       // where it is shown; null: nowhere
-  SegmentedControl* stopBt = nullptr;     // what stops it; null: nothing
-  BusyWheel* wheel = nullptr;             // turns while nothing is known
+  SegmentedControl* stopBt = nullptr;     // without `controls`: what stops it; null: nothing
   bool isOther = false;                   // an analysis task
 };
 
@@ -57,7 +56,7 @@ class ToolTasks final : public TaskLauncherDelegate {
   void endAll();
 
   // The complete output of the analysis task (running or just ended); nothing when none was
-  // collected since the last call of dropOutput.
+  // collected since it was last taken.
   std::optional<std::string>& analysisTaskVerboseMStr() { return analysisOutput_; }
 
  private:

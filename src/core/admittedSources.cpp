@@ -30,7 +30,7 @@ AdmittedExtensions::AdmittedExtensions() {
 }
 
 bool AdmittedExtensions::admits(const std::string& path) const {
-  return spellings_.count(pathExtension(path)) > 0;
+  return spellings_.count(pathExtension(path)) > 0 && !startsWith(fileName(path), "._");
 }
 
 std::optional<std::string> problemOfSource(const std::string& path) {

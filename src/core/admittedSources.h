@@ -16,10 +16,12 @@ class AdmittedExtensions {
   AdmittedExtensions();
 
   // Whether the path's extension is one of the spellings: other mixtures of small letters and
-  // capitals are refused.
+  // capitals are refused. So are the "._" files that another system leaves beside the clips of a
+  // card: they bear the clip's name and hold no movie.
   bool admits(const std::string& path) const;
 
-  // How many extensions are admitted, spellings not counted.
+  const std::unordered_set<std::string>& spellings() const { return spellings_; }
+  // How many extensions are admitted, whatever their spelling.
   std::size_t count() const { return count_; }
 
  private:

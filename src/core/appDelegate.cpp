@@ -33,7 +33,7 @@ bool isChecked(const Dico& stored, std::string_view key) {
 std::string usableDestination(const std::string& stored) {
   if (stored.empty())
     return prefDefaults().textOrEmpty(PrefKey::destination);
-  const bool isOwn = fileName(stored) == folderName;
+  const bool isOwn = endsWith(fileName(stored), folderName);
   const std::string needed = isOwn ? parentFolder(stored) : stored;
   return isDirectory(expandTilde(needed)) ? stored
                                           : prefDefaults().textOrEmpty(PrefKey::destination);
@@ -96,16 +96,15 @@ appDelegate::~appDelegate() {
 }
 
 void appDelegate::applicationOpenFiles(const std::vector<std::string>& paths) {
-  services_.loop.cancel(openFiles_);
-  openFiles_ = services_.loop.runSoon([this, paths] {
-    openFiles_ = 0;
-    performOpenFiles(paths);
-  });
+  filesToOpen_.insert(filesToOpen_.end(), paths.begin(), paths.end());
+  if (openFiles_ == 0)
+    openFiles_ = services_.loop.runSoon([this] { performOpenFiles(); });
 }
 
-void appDelegate::performOpenFiles(const std::vector<std::string>& paths) {
+void appDelegate::performOpenFiles() {
+  openFiles_ = 0;
   logLine("drag'n'drop onto icon…");
-  draggedFiles(paths);
+  draggedFiles(std::exchange(filesToOpen_, {}));
 }
 
 void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {

@@ -45,13 +45,14 @@ class appDelegate {
   void endTasks() { tasks_.endAll(); }
 
  private:
-  void performOpenFiles(const std::vector<std::string>& paths);
+  void performOpenFiles();
 
   CoreServices services_;
   BatchTable table_;
   ToolTasks tasks_;
   AnalysisQueue queue_;
   EncodingDriver driver_;
+  std::vector<std::string> filesToOpen_;
   RunLoop::Id openFiles_ = 0;
 };
 

@@ -9,6 +9,9 @@ namespace tessarin {
 
 namespace {
 
+// Stands for the path of the source.
+constexpr std::string_view placeholder = "«source»";
+
 struct Cause {
   std::string_view phrase;  // as the tool prints it
   std::string_view key;     // of the text in table "Localized"
@@ -55,11 +58,15 @@ std::string_view lastWords(std::string_view output) {
 
 }  // namespace
 
-std::string failureReason(std::string_view toolOutput) {
+std::string withoutPath(std::string_view toolOutput, const std::string& path) {
+  return replaceAll(toolOutput, path, placeholder);
+}
+
+std::string failureReason(std::string_view toolOutput, const std::string& source) {
   for (const Cause& cause : causes)
     if (contains(toolOutput, cause.phrase))
       return localisationString(cause.key);
-  const std::string_view words = lastWords(toolOutput);
+  const std::string words = replaceAll(lastWords(toolOutput), placeholder, fileName(source));
   if (words.empty())
     return localisationString("why_silent");
   return localisationString("why_toolSays", "", words);

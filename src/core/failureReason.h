@@ -6,8 +6,11 @@
 
 namespace tessarin {
 
-// From what ffmpeg printed to one sentence in the user's language, without a full stop: a known
-// cause, or else the tool's own last words. Never empty.
-std::string failureReason(std::string_view toolOutput);
+// The text without this path: a file may be named like a complaint or like a line of a report.
+std::string withoutPath(std::string_view toolOutput, const std::string& path);
+
+// From what ffmpeg printed, without the source's path, to one sentence in the user's language,
+// without a full stop: a known cause, or else the tool's own last words. Never empty.
+std::string failureReason(std::string_view toolOutput, const std::string& source);
 
 }  // namespace tessarin

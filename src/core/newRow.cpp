@@ -17,6 +17,8 @@ namespace tessarin {
 
 namespace {
 
+constexpr double wideAspect = 1.77;
+
 // A thumbnail's name is cut to this many characters; with a random number and an extension it
 // stays below the 255 bytes of a file name even when each character takes four bytes.
 constexpr int longestThumbnailName = 40;
@@ -24,17 +26,16 @@ constexpr int longestThumbnailName = 40;
 }  // namespace
 
 double thumbnailAspect(const SourceInfo& info) {
-  constexpr double wide = 1.77;
   constexpr double narrow = 1.33;
   if (const auto dar = info.text(SourceKey::v0Dar))
     return fractionStr2Float(*dar);
   const double width = info.number(SourceKey::v0Width).value_or(0);
   const double height = info.number(SourceKey::v0Height).value_or(0);
   if (width <= 0 || height <= 0)
-    return wide;
+    return wideAspect;
   const double aspect = nbArrondi(width / height, 2);
   if (aspect >= 1.7 && aspect < 1.8)
-    return wide;
+    return wideAspect;
   if (aspect >= 1.3 && aspect < 1.4)
     return narrow;
   return aspect;
@@ -50,8 +51,11 @@ std::string thumbnailSeekPoint(const SourceInfo& info) {
 
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly) {
+  // A picture whose shape is not told is taken for wide when no key frame could be waited for.
+  const bool isTold = keyFramesOnly || info.contains(SourceKey::v0Dar);
+  const double aspect = isTold ? thumbnailAspect(info) : wideAspect;
   // 160 / (16 / 9) is 90, which single precision misses by a hair.
-  const int height = static_cast<int>(160 / thumbnailAspect(info) + 0.001);
+  const int height = static_cast<int>(160 / aspect + 0.001);
   std::string filter = fmt::format("scale=160:{}", height);
   if (keyFramesOnly)
     filter = "select=eq(pict_type\\,I)," + filter;

@@ -36,7 +36,8 @@ std::optional<ExportStep> encQt(const std::string& dstPath, double duration,
   logLine("encQt()             - begin");
   ExportStep step;
   step.masterPath = masterPathStr(dstPath);
-  moveFile(dstPath, step.masterPath, "y");
+  if (!moveFile(dstPath, step.masterPath, "y"))
+    return std::nullopt;
 
   const int available = freeDiskSpaceMo(step.masterPath);
   const double necessary = encDstPoidsEstimatif(duration, poidsFile(dstPath, "M"), exportFormat);

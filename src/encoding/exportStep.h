@@ -20,8 +20,8 @@ Arguments exportCommand(const std::string& masterPath, const std::string& dstPat
 // Moves the file at `dstPath` to its master name, replacing an older master, and answers the
 // command that exports it to `dstPath`. `presetName` names the settings ("presetQt" of the
 // resources); empty: 1280x720, with letterbox when `displayRatio` (width by height) is near 4:3.
-// Nothing when the volume of the master has less room than a movie of `duration` seconds needs;
-// the file has been moved then, too.
+// Nothing when the file cannot be moved, or when the volume of the master has less room than a
+// movie of `duration` seconds needs; the file has been moved then, too.
 std::optional<ExportStep> encQt(const std::string& dstPath, double duration,
                                 const std::string& presetName, double displayRatio);
 

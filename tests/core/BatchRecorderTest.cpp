@@ -131,8 +131,7 @@ TEST_F(BatchRecorderTest, TheListOfALongQueueIsNotRewrittenForEverySource) {
     paths.push_back(folder.file(std::to_string(number) + ".mts"));
   app.draggedFiles(paths);
   app.table().append(newRow("0.mts"));
-  soon();
-  EXPECT_EQ(afterACrash().waiting.size(), 39u);
+  EXPECT_TRUE(test::loopUntil(loop, [&] { return afterACrash().waiting.size() == 39; }));
   app.iba_analysisStopBt();
   serve();
   soon();

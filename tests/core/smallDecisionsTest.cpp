@@ -16,7 +16,7 @@ namespace {
 
 TEST(Thumbnail, HasTheShapeOfThePicture) {
   const auto filterOf = [](const SourceInfo& info) {
-    return thumbnailCommand(info, "/clip.mts", "/tmp/clip.jpg", false).at(12);
+    return thumbnailCommand(info, "/clip.mts", "/tmp/clip.jpg", true).at(12).substr(24);
   };
   EXPECT_EQ(filterOf({{"v0_dar", "16:9"}}), "scale=160:90");
   EXPECT_EQ(filterOf({{"v0_width", 640}, {"v0_height", 480}}), "scale=160:120");
@@ -81,16 +81,20 @@ TEST(TimeLeft, NothingMovesNothingIsPromised) {
 
 TEST(FailureReason, NamesTheCauseNotTheConsequence) {
   const test::TestBundle bundle;
-  EXPECT_EQ(
-      failureReason("av_interleaved_write_frame(): No space left on device\n"
-                    "Error writing trailer of /x.mov: Invalid argument\nConversion failed!\n"),
-      localisationString("why_diskFull"));
-  EXPECT_EQ(failureReason("[mov @ 0x55] moov atom not found\n"
-                          "source: Invalid data found when processing input\n"),
+  const auto reasonOf = [](const std::string& output) {
+    const std::string source = "/clips/Permission denied.mts";
+    return failureReason(withoutPath(output, source), source);
+  };
+  EXPECT_EQ(reasonOf("av_interleaved_write_frame(): No space left on device\n"
+                     "Error writing trailer of /x.mov: Invalid argument\nConversion failed!\n"),
+            localisationString("why_diskFull"));
+  EXPECT_EQ(reasonOf("[mov @ 0x55] moov atom not found\n"
+                     "/clips/Permission denied.mts: Invalid data found when processing input\n"),
             localisationString("why_incomplete"));
-  EXPECT_EQ(failureReason("frame=    1 fps=0\n[foo @ 0x1] the cause of it\nConversion failed!\n\n"),
-            localisationString("why_toolSays", "", "the cause of it"));
-  EXPECT_EQ(failureReason(""), localisationString("why_silent"));
+  EXPECT_EQ(reasonOf("frame=    1 fps=0\n[foo @ 0x1] cannot open /clips/Permission denied.mts\n"
+                     "Conversion failed!\n\n"),
+            localisationString("why_toolSays", "", "cannot open Permission denied.mts"));
+  EXPECT_EQ(reasonOf(""), localisationString("why_silent"));
 }
 
 }  // namespace

@@ -1,0 +1,405 @@
+// The steps of one job: preparing it, running its tools and judging what came out.
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <random>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "core/EncodingDriver.h"
+#include "core/exportPlan.h"
+#include "core/failureReason.h"
+#include "core/setAside.h"
+#include "core/stepState.h"
+#include "encoding/arithmetic.h"
+#include "encoding/exportStep.h"
+#include "encoding/naming.h"
+#include "encoding/outputPreset.h"
+#include "encoding/recordingDate.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+#include "utils/log.h"
+
+namespace tessarin {
+
+namespace {
+
+// Of the job: files to be deleted when it ends.
+constexpr const char* keyIntermediate = "postProcessPurge";  // an intermediate movie
+constexpr const char* keyMaster = "purgePathStr1";           // what the export reads
+
+constexpr const char* answerKeep = "keep";
+constexpr const char* answerReplace = "replace";
+
+// An output of this many kilobytes or less holds no movie.
+constexpr double smallestOutput = 10;
+
+// In both languages, for it is a mistake of the program's and not of its texts.
+std::string unknownPresetMessage(const std::string& preset) {
+  return fmt::format(
+      "{}\n\n(en) …the computed preset was not found (please contact us, menu item "
+      "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci de "
+      "nous "
+      "contacter, menu 'Tessarin'>'Signaler un problème…')",
+      preset);
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+bool isMovie(const std::string& path) {
+  return pathExists(path) && poidsFile(path, "k") > smallestOutput;
+}
+
+}  // namespace
+
+// ---- Preparing
+
+void EncodingDriver::stepDeb() {
+  debugFormat("encProcesses        > encDeb");
+  steps_.set("encFin");
+  const int row = table_.encBatchInprogressRowIdentification();
+  if (!table_.has(row)) {
+    fail(localisationString("why_missing"));
+    return;
+  }
+  Dico current = job();
+  const int target = static_cast<int>(current.integer(JobKey::out).value_or(outProres));
+  debugFormat("out                 = {} ({})", target, table_.sourcePath(row));
+  debugFormat("fps                 = {} ({})", current.integer(JobKey::speed).value_or(speedKeep),
+              table_.sourcePath(row));
+  debugFormat("sizeOutInt          = {} ({})", current.integer(JobKey::sizeOut).value_or(-1),
+              table_.sourcePath(row));
+  const std::string folder = outputFolder(interface_.destination.text());
+  const std::string source = table_.sourcePath(row);
+  const std::string output = outputPath(source, target, folder, outputNames_);
+  jobStarted.emit(source, output);
+  if (outcome_)
+    return;  // stopped by whoever was told
+
+  if (const auto refusal = refusalOf(table_.row(row), hasExportTool())) {
+    fail(*refusal);
+    return;
+  }
+  if (!mkdir(folder)) {
+    fail(localisationString("why_destination", "", folder));
+    return;
+  }
+  if (table_.isSourceFile(output)) {
+    fail(localisationString("why_outputIsSource", "", output));
+    return;
+  }
+  const auto plan = planJob(current, output, services_.preferences.text(PrefKey::prores));
+  if (!plan) {
+    logLine("encodage('processEncDico') => nil");
+    fail(localisationString("why_noCommand"));
+    return;
+  }
+  // The export replaces a file at the master's place and removes it in the end.
+  if (plan->needsExport && pathExists(masterPathStr(output))) {
+    fail(localisationString("why_masterInTheWay", "", masterPathStr(output)));
+    return;
+  }
+  storeJob(plan->job);
+  if (hasRoom(plan->job) && !outcome_)
+    checkOverwriting(*plan);
+}
+
+bool EncodingDriver::hasRoom(const Dico& job) {
+  const std::string output = job.textOrEmpty(JobKey::dstPathStr);
+  const int freeMB = freeDiskSpaceMo(parentFolder(output));
+  const double neededMB = encDstPoidsEstimatif(
+      jobDuration(job), poidsFile(job.textOrEmpty(RowInfoKey::srcPathStr), "M"),
+      static_cast<int>(job.integer(JobKey::out).value_or(outProres)));
+  logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
+  if (freeMB < 0 || freeMB >= neededMB)
+    return true;
+  const std::string needed = fmt::format("{:.0f}", neededMB);
+  const std::string available = fmt::format("{}", freeMB);
+  fail(localisationString("why_noRoom", "", needed, available));
+  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(output)),
+                         localisationString("D_go_echec_disque2", "", needed, available)});
+  return false;
+}
+
+void EncodingDriver::checkOverwriting(const JobPlan& plan) {
+  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
+  if (!pathExists(output)) {
+    startEncoding(plan);
+    return;
+  }
+  const std::string stored = services_.preferences.prefReadString(StateKey::replaceFiles);
+  if (!stored.empty()) {
+    logFormat("replaceFilesStr     : {}", stored);
+    answerOverwriting(plan, stored);
+    return;
+  }
+  debugFormat("pre-choix user      : no");
+  const unsigned number = jobNumber_;
+  services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output)),
+                         output,
+                         {localisationString("D_keep"), localisationString("D_replace")},
+                         localisationString("D_applyToAll"),
+                         Alert::Style::warning},
+                        [this, plan, number](AlertAnswer reply) {
+                          // While the question was open the batch may have been stopped, and
+                          // another begun.
+                          if (number != jobNumber_ || outcome_ || !isBatchRunning())
+                            return;
+                          debugFormat("pre-choix user      : yes");
+                          const char* answer = reply.button == 1 ? answerReplace : answerKeep;
+                          if (reply.checked)
+                            services_.preferences.prefWrite(StateKey::replaceFiles, answer);
+                          answerOverwriting(plan, answer);
+                        });
+}
+
+void EncodingDriver::answerOverwriting(const JobPlan& plan, const std::string& answer) {
+  if (suspendedForAnalysis_) {
+    held_ = [this, plan, answer] { answerOverwriting(plan, answer); };
+    return;
+  }
+  logFormat("reponseA            : {}", answer);
+  if (answer == answerReplace) {
+    startEncoding(plan);
+    return;
+  }
+  outcome_ = JobEnd::Kind::kept;
+  reason_ = localisationString("why_kept", "", plan.job.textOrEmpty(JobKey::dstPathStr));
+  dropJobSteps();
+  encSend("encProcesses");
+}
+
+// ---- The tools
+
+void EncodingDriver::startEncoding(JobPlan plan) {
+  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
+  const auto target = plan.job.integer(JobKey::out).value_or(outProres);
+  readMe_ =
+      fmt::format("format              : {}\n",
+                  interface_.editingSoft.segments().at(static_cast<std::size_t>(target)).label);
+  if (plan.needsExport || needsSlowing(plan.job))
+    plan.job.set("encQtEnc", 1);
+  storeJob(plan.job);
+  debugFormat("encProcesses        > encDeb: ffmpeg task");
+  outputBefore_ = fileState(output);
+  hasBegun_ = true;
+  fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), output});
+  taskStart_ = std::chrono::steady_clock::now();
+  startTask(plan.command.arguments, ParseMode::time, jobDuration(plan.job));
+}
+
+void EncodingDriver::stepV() {
+  debugFormat("stepNameStr         : encProcesses > encV");
+  Dico current = job();
+  const auto plan = planJob(current, current.textOrEmpty(JobKey::dstPathStr),
+                            services_.preferences.text(PrefKey::prores));
+  if (!plan) {
+    fail(localisationString("why_noCommand"));
+    return;
+  }
+  debugFormat("argsArray : {}", fmt::join(plan->command.arguments, " "));
+  current.set("encVPostDeb", 1);
+  storeJob(current);
+  startTask(plan->command.arguments, ParseMode::time, jobDuration(current));
+}
+
+void EncodingDriver::stepQtEnc() {
+  debugFormat("encProcesses        > encQtEnc");
+  Dico current = job();
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  if (output.empty())
+    logFormat(":-( encQtEnc: dstPath key does not exist: {}", output);
+  if (current.textOrEmpty(JobKey::srcPathStr).empty())
+    logFormat(":-( encQtEnc: srcPath key does not exist: {}", output);
+  if (!needsSlowing(current))
+    startExport(std::move(current));
+  else if (current.textOrEmpty(keyIntermediate).empty())
+    startSlowing(std::move(current));
+  else
+    takeSlowed(std::move(current));
+}
+
+// Makes the slowed copy. The step is done again after it.
+void EncodingDriver::startSlowing(Dico current) {
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  const std::string slowed =
+      joinPath(parentFolder(output), fmt::format("slow{}.mov", std::random_device()()));
+  current.set(keyIntermediate, slowed);
+  current.set("encQtEnc", 1);
+  const double duration = jobDuration(current);
+  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), slowed, true});
+  storeJob(std::move(current));
+  startTask(slowingCommand(output, slowed), ParseMode::time, 2 * duration);
+}
+
+// Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
+void EncodingDriver::takeSlowed(Dico current) {
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  if (!moveFile(current.textOrEmpty(keyIntermediate), output, "y"))
+    fail(localisationString("why_destination", "", parentFolder(output)));
+  else if (isQuickTimeCopy(current))
+    encSend("encProcesses");
+  else
+    startExport(std::move(current));
+}
+
+void EncodingDriver::startExport(Dico current) {
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  const std::string preset = exportPresetName(current, services_.preferences.text(PrefKey::prores));
+  debugFormat("presetStr (final)   : {}", preset);
+  if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
+    logLine("no quicktime preset :-(");
+    fail(localisationString("why_noPreset", "", preset));
+    services_.alerts.show({unknownPresetMessage(preset), "", {}, "", Alert::Style::critical});
+    return;
+  }
+  isExporting_ = true;
+  const double duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  const std::string master = masterPathStr(output);
+  current.set(keyMaster, master);
+  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), master, true});
+  storeJob(std::move(current));
+  const auto step = encQt(output, duration, preset, displayRatio(job()));
+  if (!step) {
+    fail(localisationString("why_noRoomForExport"));
+    return;
+  }
+  if (verboseLevel(1))
+    debugFormat("movtool             - end : {}", fmt::join(step->arguments, " "));
+  startTask(step->arguments, ParseMode::pourcentage, 100);
+}
+
+void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, double maximum) {
+  resetPause();
+  TaskStart start;
+  start.commands = {command};
+  start.parseMode = parseMode;
+  start.progressMax = maximum;
+  start.controls = &interface_.encoding;
+  const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
+  interface_.encoding.action.setText(localisationString("D_action_encode", "", fileName(source)));
+  if (!tasks_.tasklauncherStart(std::move(start)))
+    fail(localisationString("why_toolMissing", "", command.front()));
+}
+
+void EncodingDriver::taskEnded(const TaskEnd& end) {
+  if (outcome_ || end.status == 0) {
+    encSend("encProcesses");
+    return;
+  }
+  logFormat("encoding failed     :-( {}", end.lastOutput);
+  const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
+  fail(failureReason(withoutPath(end.lastOutput, source), source));
+}
+
+// ---- Ending
+
+void EncodingDriver::dropJobSteps() {
+  Dico current = job();
+  for (const std::string& name : steps_.names())
+    current.remove(name);
+  storeJob(std::move(current));
+  steps_.set(steps_.last());
+}
+
+void EncodingDriver::fail(const std::string& reason) {
+  const int row = table_.encBatchInprogressRowIdentification();
+  if (table_.has(row))
+    table_.mark(row, ResultMark::failure);
+  outcome_ = JobEnd::Kind::failed;
+  reason_ = reason;
+  dropJobSteps();
+  encSend("encProcesses");
+  if (std::exchange(isExporting_, false))
+    services_.alerts.show(
+        {localisationString("D_go_echec_disque4", "",
+                            table_.has(row) ? fileName(table_.sourcePath(row)) : ""),
+         localisationString("D_go_echec_disque5")});
+}
+
+// Whether what is at the output's place now comes from this job: a tool that fails early leaves
+// an older movie as it was.
+bool EncodingDriver::wroteOutput(const std::string& output) const {
+  const auto now = fileState(output);
+  return hasBegun_ && now && now != outputBefore_;
+}
+
+void EncodingDriver::purgeIntermediates(const Dico& current) {
+  for (const char* key : {keyIntermediate, keyMaster}) {
+    const std::string purge = current.textOrEmpty(key);
+    if (purge.empty() || !pathExists(purge))
+      continue;
+    debugFormat("purgePathStr        : {}", purge);
+    removeFile(purge);
+  }
+}
+
+void EncodingDriver::stepFin() {
+  steps_.remove("encFin");
+  const Dico current = job();
+  JobEnd end;
+  end.source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  end.output = current.textOrEmpty(JobKey::dstPathStr);
+  end.duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  end.elapsed = secondsSince(taskStart_);
+  end.reason = reason_;
+  logFormat("enc > encFin        : {} - begin", end.source);
+  purgeIntermediates(current);
+  if (outcome_)
+    end.kind = *outcome_;
+  else if (isMovie(end.output))
+    end.kind = JobEnd::Kind::converted;
+  else
+    end.reason = localisationString("why_tinyOutput");
+
+  const bool isWreck = wroteOutput(end.output);
+  if (end.kind == JobEnd::Kind::stopped) {
+    if (isWreck)
+      removeFile(end.output);
+    end.output.clear();
+  }
+  if (end.kind == JobEnd::Kind::failed)
+    end.output = isWreck ? setAsideFailure(end.output) : "";
+  finishJob(std::move(end));
+}
+
+void EncodingDriver::finishJob(JobEnd end) {
+  debugFormat("RESET GUI…");
+  interface_.encoding.action.setText("");
+  const int row = table_.encBatchInprogressRowIdentification();
+  const bool isGood = end.kind == JobEnd::Kind::converted ||
+                      (end.kind == JobEnd::Kind::kept && isMovie(end.output));
+  if (table_.has(row)) {
+    if (isGood)
+      table_.setValue(row, BatchKey::dstPathStr, end.output);
+    table_.mark(row, isGood ? ResultMark::success : ResultMark::failure);
+  }
+  if (end.kind == JobEnd::Kind::converted)
+    writeReadMe(end);
+  debugFormat("…RAZ GUI done");
+  services_.preferences.prefRemove(StateKey::job);
+  outcome_.reset();
+  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
+  jobEnded.emit(end);
+  encSend("encBatch");
+}
+
+void EncodingDriver::writeReadMe(const JobEnd& end) {
+  const std::string path = withExtension(withoutExtension(end.output), "txt");
+  if (const auto start = readFileStart(path, 64);
+      start && !startsWith(*start, "format              : "))
+    return;  // a text of the user's own
+  const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
+  std::string last = fmt::format("source              : {}\n", end.source);
+  if (const auto date = recordingDate(end.source))
+    last += fmt::format("recorded            : {} / {} / {}\n", date->day, date->month, date->year);
+  readMe_ += fmt::format(
+      "   Total speed      : real time / {:.2f}\ndate                : {:%Y-%m-%d %H:%M:%S}\n{}",
+      speed, fmt::localtime(std::time(nullptr)), last);
+  ecritureFichier(path, readMe_);
+}
+
+}  // namespace tessarin
