@@ -43,7 +43,7 @@ class BatchRecorderTest : public CoreFixture {
       sources.push_back(row.row.dico("dico")->textOrEmpty("srcPathStr"));
     return sources;
   }
-  void soon() { test::loopFor(loop, std::chrono::milliseconds(120)); }
+  void soon() { test::loopFor(loop, std::chrono::milliseconds(500)); }
 
   std::string parent = folder.file("state/batches");
   CoreServices services{loop, preferences, alerts, {}};
@@ -128,7 +128,7 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
 TEST_F(BatchRecorderTest, TheListOfALongQueueIsNotRewrittenForEverySource) {
   std::vector<std::string> paths;
   for (int number = 0; number < 40; ++number)
-    paths.push_back(folder.file(std::to_string(number) + ".mts"));
+    paths.push_back(folder.write(std::to_string(number) + ".mts", "no movie"));
   app.draggedFiles(paths);
   app.table().append(newRow("0.mts"));
   EXPECT_TRUE(test::loopUntil(loop, [&] { return afterACrash().waiting.size() == 39; }));
