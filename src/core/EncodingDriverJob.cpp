@@ -6,6 +6,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "core/EncodingDriver.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
@@ -19,7 +20,6 @@
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/log.h"
 
 namespace tessarin {
 
