@@ -164,11 +164,13 @@ Outcome<ChildProcess> ChildProcess::start(const ChildSetup& setup) {
                     number(setup.error, STDERR_FILENO)};
   start.report = reportEnd.number();
   start.parent = ::getpid();
+  start.ownSession = setup.ownSession;
   const pid_t pid = makeProcess(start);
   if (pid < 0)
     return Failure{fmt::format("no new process for '{}': {}", setup.program, systemReason(errno))};
 
-  ChildProcess child(pid, setup.exitDescriptor ? openExitDescriptor(pid) : Descriptor());
+  ChildProcess child(pid, setup.ownSession,
+                     setup.exitDescriptor ? openExitDescriptor(pid) : Descriptor());
   reportEnd.close();  // ours; the child's goes with its exec
   if (const auto failure = readFailure(report->readEnd.number())) {
     child.wait();
@@ -179,6 +181,7 @@ Outcome<ChildProcess> ChildProcess::start(const ChildSetup& setup) {
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : pid_(std::exchange(other.pid_, -1)),
+      leadsGroup_(other.leadsGroup_),
       exitDescriptor_(std::move(other.exitDescriptor_)),
       exitStatus_(other.exitStatus_) {}
 
@@ -186,6 +189,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   if (this != &other) {
     end();
     pid_ = std::exchange(other.pid_, -1);
+    leadsGroup_ = other.leadsGroup_;
     exitDescriptor_ = std::move(other.exitDescriptor_);
     exitStatus_ = other.exitStatus_;
   }
@@ -239,7 +243,7 @@ bool ChildProcess::reap(int options) {
 void ChildProcess::sendSignal(int signal) {
   // Not yet reaped, so the number cannot have passed to another process or group.
   if (pid_ > 0 && isRunning())
-    ::kill(-pid_, signal);
+    ::kill(leadsGroup_ ? -pid_ : pid_, signal);
 }
 
 void ChildProcess::suspend() {

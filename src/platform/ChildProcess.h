@@ -46,6 +46,10 @@ struct ChildSetup {
   ChildStream output = ChildStream::nullDevice();
   ChildStream error = ChildStream::log();
 
+  // False: the child stays in our session and process group, so that what is sent to the group
+  // (by a terminal, or by who started us and pauses or ends us as a whole) meets it, too.
+  bool ownSession = true;
+
   // False: without an exit descriptor, as on a kernel that has none.
   bool exitDescriptor = true;
 };
@@ -59,9 +63,10 @@ struct ExitStatus {
 };
 
 // One child. It starts with default signal handling, no signal blocked, no descriptor of ours but
-// the three standard ones, and in a session of its own: no terminal reaches it, so an interrupt
-// typed by the user comes to us alone, and we decide what happens to our children. What signals we
-// send go to its whole process group, so that helpers which a shell line started are met, too.
+// the three standard ones, and (unless asked otherwise) in a session of its own: no terminal
+// reaches it, so an interrupt typed by the user comes to us alone, and we decide what happens to
+// our children. What signals we send go to its whole process group, so that helpers which a shell
+// line started are met, too.
 //
 // When the thread that started the child ends, the kernel kills the child: nothing is left behind
 // when we crash. A helper thread therefore has to wait for the exit of what it starts.
@@ -98,13 +103,14 @@ class ChildProcess {
   void sendSignal(int signal);
 
  private:
-  ChildProcess(pid_t pid, Descriptor exitDescriptor)
-      : pid_(pid), exitDescriptor_(std::move(exitDescriptor)) {}
+  ChildProcess(pid_t pid, bool leadsGroup, Descriptor exitDescriptor)
+      : pid_(pid), leadsGroup_(leadsGroup), exitDescriptor_(std::move(exitDescriptor)) {}
 
   bool reap(int options);
   void end();
 
   pid_t pid_ = -1;  // -1: moved from
+  bool leadsGroup_ = true;
   Descriptor exitDescriptor_;
   std::optional<ExitStatus> exitStatus_;
 };

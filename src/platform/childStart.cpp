@@ -77,7 +77,8 @@ void becomeProgram(const ChildStart& start) {
   // A parent that died before that call sends no signal any more.
   if (::getppid() != start.parent)
     ::_exit(notStartedStatus);
-  ::setsid();
+  if (start.ownSession)
+    ::setsid();
   resetSignals();
   if (!placeStreams(start.standard))
     fail(start, StartFailure::Step::streams);

@@ -17,6 +17,7 @@ struct ChildStart {
   std::array<int, 3> standard;  // becomes 0, 1 and 2; may be any open descriptors
   int report;                   // close-on-exec write end on which a StartFailure is written
   pid_t parent;
+  bool ownSession;
 };
 
 struct StartFailure {
