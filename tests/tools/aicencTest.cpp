@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "platform/ChildProcess.h"
+#include "tools/streams/yuv4mpeg.h"
 #include "tools/support/movies.h"
-#include "tools/yuv4mpeg/yuv4mpeg.h"
 
 namespace tessarin {
 namespace {

@@ -92,7 +92,7 @@ TEST(MovieWriter, DescribesThePicture) {
     VideoFormat format = videoFormat(item.width, item.height);
     format.fieldOrder = item.order;
     format.pixelAspect = item.aspect;
-    format.colours = quicktime::usualColours(item.height);
+    format.colours = quicktime::usualColours(item.width, item.height);
     const std::string movie = test::writeMovie(folder, format, {smallFrame()});
     EXPECT_EQ(probed(movie, "v:0",
                      "codec_name,codec_tag_string,sample_aspect_ratio,color_space,field_order"),
@@ -103,13 +103,16 @@ TEST(MovieWriter, DescribesThePicture) {
 TEST(MovieWriter, SoundIsKeptToTheByteAndInterleaved) {
   const ScopedTemporaryFolder folder;
   const std::string path = folder.file("movie.mov");
-  const std::vector<SoundFormat> sound = {{2, 48000, 3, 0}, {6, 44100, 0x3F, 0}};
-  Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32), sound);
+  Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
   ASSERT_TRUE(movie.ok());
   // The first track comes ahead of the picture, the second behind it.
+  ASSERT_EQ(movie->addSoundTrack({2, 48000, 3, 0}), 0U);
   ASSERT_TRUE(movie->addSound(0, countingSound(192000, 2)));
   for (int frame = 0; frame < 100; ++frame) {
     ASSERT_TRUE(movie->addFrame(smallFrame()));
+    if (frame == 5) {
+      ASSERT_EQ(movie->addSoundTrack({6, 44100, 0x3F, 0}), 1U);
+    }
     if (frame % 10 == 9) {
       ASSERT_TRUE(movie->addSound(1, countingSound(17640, 6, std::size_t(frame / 10) * 17640)));
     }
@@ -155,8 +158,9 @@ TEST(MovieWriter, PlacesSoundThatBeginsLaterOrEarlier) {
     const std::string path = folder.file("movie.mov");
     SoundFormat format;
     format.startOffset = offset;
-    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32), {format});
+    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
     ASSERT_TRUE(movie.ok());
+    movie->addSoundTrack(format);
     ASSERT_TRUE(movie->addSound(0, countingSound(48000, 2)));
     for (int frame = 0; frame < 25; ++frame)
       ASSERT_TRUE(movie->addFrame(smallFrame()));
@@ -207,7 +211,7 @@ TEST(MovieWriter, ReachesBeyondFourGigabytes) {
 TEST(MovieWriter, LeavesNothingWhenItIsNotFinished) {
   const ScopedTemporaryFolder folder;
   {
-    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32), {});
+    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32));
     ASSERT_TRUE(movie.ok());
     for (int i = 0; i < 500; ++i)
       movie->addFrame(Bytes8(10000));
@@ -226,7 +230,7 @@ TEST(MovieWriter, LeavesNothingWhenTheDiskIsFull) {
   bool written = true;
   std::string reason;
   {
-    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32), {});
+    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32));
     for (int i = 0; i < 500 && movie->addFrame(Bytes8(10000)); ++i) {
     }
     written = movie->addFrame(Bytes8(10));
@@ -244,7 +248,7 @@ TEST(MovieWriter, KeepsOrReplacesWhatWasThere) {
   const ScopedTemporaryFolder folder;
   const std::string path = folder.write("a.mov", "mine");
   for (const bool replace : {false, true}) {
-    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32), {});
+    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
     ASSERT_TRUE(movie.ok());
     movie->addFrame(smallFrame());
     const Outcome<bool> finished = movie->finish(replace);
@@ -264,8 +268,7 @@ TEST(MovieWriter, WritesThroughALinkAndLikeTheUsersMask) {
   const mode_t mask = ::umask(027);
   test::writeMovie(folder, videoFormat(64, 32), {smallFrame()});
   ::umask(mask);
-  Outcome<MovieWriter> movie =
-      MovieWriter::create(folder.file("link.mov"), videoFormat(64, 32), {});
+  Outcome<MovieWriter> movie = MovieWriter::create(folder.file("link.mov"), videoFormat(64, 32));
   ASSERT_TRUE(movie.ok());
   movie->addFrame(smallFrame());
   ASSERT_TRUE(movie->finish(true).ok());
@@ -278,20 +281,22 @@ TEST(MovieWriter, WritesThroughALinkAndLikeTheUsersMask) {
 
 TEST(MovieWriter, SaysWhatItCannotWrite) {
   const ScopedTemporaryFolder folder;
-  const auto reason = [&](const std::string& path, const VideoFormat& video,
-                          const std::vector<SoundFormat>& sound) {
-    const Outcome<MovieWriter> movie = MovieWriter::create(path, video, sound);
+  const auto reason = [](const std::string& path, const VideoFormat& format) {
+    const Outcome<MovieWriter> movie = MovieWriter::create(path, format);
     return movie ? "" : movie.reason();
   };
-  const VideoFormat good = videoFormat(64, 32);
-  VideoFormat noRate = good;
+  VideoFormat noRate = videoFormat(64, 32);
   noRate.frameRate = {0, 1};
-  EXPECT_THAT(reason(folder.file("a.mov"), noRate, {}), HasSubstr("frame rate"));
-  EXPECT_THAT(reason(folder.file("a.mov"), videoFormat(70000, 32), {}), HasSubstr("size"));
-  EXPECT_THAT(reason(folder.file("a.mov"), good, {{2, 96000, 0, 0}}), HasSubstr("sample rate"));
-  EXPECT_THAT(reason(folder.file("no/a.mov"), good, {}), HasSubstr("No such file or directory"));
-  EXPECT_THAT(reason("/dev/null", good, {}), HasSubstr("not a file that can be replaced"));
+  EXPECT_THAT(reason(folder.file("a.mov"), noRate), HasSubstr("frame rate"));
+  EXPECT_THAT(reason(folder.file("a.mov"), videoFormat(70000, 32)), HasSubstr("size"));
+  const VideoFormat good = videoFormat(64, 32);
+  EXPECT_THAT(reason(folder.file("no/a.mov"), good), HasSubstr("No such file or directory"));
+  EXPECT_THAT(reason("/dev/null", good), HasSubstr("not a file that can be replaced"));
   EXPECT_THAT(entries(folder), testing::IsEmpty());
+
+  EXPECT_TRUE(quicktime::formatProblem(SoundFormat{2, 96000, 0, 0}));
+  EXPECT_TRUE(quicktime::formatProblem(SoundFormat{0, 48000, 0, 0}));
+  EXPECT_FALSE(quicktime::formatProblem(SoundFormat{8, 48000, 0, 0}));
 }
 
 }  // namespace

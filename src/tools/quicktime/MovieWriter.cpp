@@ -28,35 +28,35 @@ std::size_t momentSize(const SoundFormat& format) {
 
 }  // namespace
 
-std::optional<std::string> formatProblem(const VideoFormat& video,
-                                         const std::vector<SoundFormat>& sound) {
+std::optional<std::string> formatProblem(const VideoFormat& format) {
   const auto fits = [](std::int64_t number) { return number >= 1 && number <= 0x7FFFFFFF; };
-  if (video.codec.size() != 4)
+  if (format.codec.size() != 4)
     return "a codec has four letters";
-  if (video.width < 1 || video.height < 1 || video.width > 0xFFFF || video.height > 0xFFFF)
+  if (format.width < 1 || format.height < 1 || format.width > 0xFFFF || format.height > 0xFFFF)
     return "a movie cannot have pictures of this size";
-  if (!fits(video.frameRate.numerator) || !fits(video.frameRate.denominator) ||
-      frameSeconds(video) > 60 || frameSeconds(video) < 0.0001)
+  if (!fits(format.frameRate.numerator) || !fits(format.frameRate.denominator) ||
+      frameSeconds(format) > 60 || frameSeconds(format) < 0.0001)
     return "a movie cannot have this frame rate";
-  if (!fits(video.pixelAspect.numerator) || !fits(video.pixelAspect.denominator))
+  if (!fits(format.pixelAspect.numerator) || !fits(format.pixelAspect.denominator))
     return "a movie cannot have pixels of this shape";
-  for (const SoundFormat& format : sound) {
-    if (format.channels < 1 || format.channels > 255)
-      return "a sound track cannot have this number of channels";
-    if (format.sampleRate < 1 || format.sampleRate > 0xFFFF)
-      return "a sound track cannot have this sample rate";
-  }
   return std::nullopt;
 }
 
-Outcome<MovieWriter> MovieWriter::create(const std::string& path, const VideoFormat& video,
-                                         const std::vector<SoundFormat>& sound) {
-  if (const auto problem = formatProblem(video, sound))
+std::optional<std::string> formatProblem(const SoundFormat& format) {
+  if (format.channels < 1 || format.channels > 255)
+    return "a sound track cannot have this number of channels";
+  if (format.sampleRate < 1 || format.sampleRate > 0xFFFF)
+    return "a sound track cannot have this sample rate";
+  return std::nullopt;
+}
+
+Outcome<MovieWriter> MovieWriter::create(const std::string& path, const VideoFormat& video) {
+  if (const auto problem = formatProblem(video))
     return Failure{*problem};
   Outcome<PartialFile> file = PartialFile::create(path);
   if (!file)
     return Failure{file.reason()};
-  MovieWriter writer(std::move(file.value()), video, sound);
+  MovieWriter writer(std::move(file.value()), video);
   AtomWriter start;
   {
     const AtomWriter::Atom atom(start, "ftyp");
@@ -70,14 +70,17 @@ Outcome<MovieWriter> MovieWriter::create(const std::string& path, const VideoFor
   return writer;
 }
 
-MovieWriter::MovieWriter(PartialFile file, const VideoFormat& video,
-                         const std::vector<SoundFormat>& sound)
-    : file_(std::move(file)), waiting_(sound.size()), soundWritten_(sound.size()) {
+MovieWriter::MovieWriter(PartialFile file, const VideoFormat& video) : file_(std::move(file)) {
   movie_.video.format = video;
-  for (const SoundFormat& format : sound)
-    movie_.sound.push_back({format, {}});
   framesPerChunk_ =
       std::max(1U, static_cast<std::uint32_t>(std::lround(0.5 / frameSeconds(video))));
+}
+
+std::size_t MovieWriter::addSoundTrack(const SoundFormat& format) {
+  movie_.sound.push_back({format, {}});
+  waiting_.emplace_back();
+  soundWritten_.push_back(0);
+  return movie_.sound.size() - 1;
 }
 
 bool MovieWriter::addFrame(std::span<const std::uint8_t> bytes) {

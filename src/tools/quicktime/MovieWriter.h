@@ -13,17 +13,21 @@
 
 namespace tessarin::quicktime {
 
-// Why a movie of these tracks cannot be written; nothing when it can.
-std::optional<std::string> formatProblem(const VideoFormat& video,
-                                         const std::vector<SoundFormat>& sound);
+// Why a movie cannot have such a track; nothing when it can.
+std::optional<std::string> formatProblem(const VideoFormat& format);
+std::optional<std::string> formatProblem(const SoundFormat& format);
 
 // Frames go to the file as they come, sound in pieces of half a second behind the frames of the
 // same time. Sound may come before or after its picture; what comes early waits in memory.
 // Nothing of the movie is left unless finish() was called and went well.
 class MovieWriter {
  public:
-  static Outcome<MovieWriter> create(const std::string& path, const VideoFormat& video,
-                                     const std::vector<SoundFormat>& sound);
+  // Nothing is there under `path` before finish().
+  static Outcome<MovieWriter> create(const std::string& path, const VideoFormat& video);
+
+  // Allowed until finish(), also when frames were added. The format must have no problem. Answers
+  // the track's index, from 0.
+  std::size_t addSoundTrack(const SoundFormat& format);
 
   // Each is false after any failure, then and ever after; failure() says why.
   bool addFrame(std::span<const std::uint8_t> bytes);
@@ -39,7 +43,7 @@ class MovieWriter {
   const PartialFile& file() const { return file_; }
 
  private:
-  MovieWriter(PartialFile file, const VideoFormat& video, const std::vector<SoundFormat>& sound);
+  MovieWriter(PartialFile file, const VideoFormat& video);
 
   bool writeSound(std::size_t track, std::size_t bytes);
   bool writeSoundUpTo(double seconds);
@@ -47,8 +51,8 @@ class MovieWriter {
 
   PartialFile file_;
   Movie movie_;
-  std::vector<std::vector<std::uint8_t>> waiting_;  // sound that is not in the file yet
-  std::vector<std::uint64_t> soundWritten_;         // sample moments in the file
+  std::vector<std::vector<std::uint8_t>> waiting_ = {};  // sound that is not in the file yet
+  std::vector<std::uint64_t> soundWritten_ = {};         // sample moments in the file
   std::uint32_t framesInChunk_ = 0;
   std::uint32_t framesPerChunk_ = 1;
 };

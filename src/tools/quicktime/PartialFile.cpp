@@ -1,17 +1,14 @@
 #include "tools/quicktime/PartialFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <random>
 #include <utility>
+
+#include "tools/quicktime/OutputName.h"
 
 namespace tessarin::quicktime {
 
@@ -31,34 +28,14 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-std::string nameBeside(const std::string& path) {
-  static constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-  std::random_device random;
-  std::string ending = ".";
-  for (int i = 0; i < 6; ++i)
-    ending += letters[random() % (sizeof letters - 1)];
-  const std::size_t slash = path.rfind('/');
-  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-  // The longest name that file systems take is 255 bytes.
-  return path.substr(0, start) + "." + path.substr(start, 240) + ending;
-}
-
-// Where the file really is: a link keeps pointing where it does.
-std::string withoutLinks(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
-                                                         &std::free);
-  return real ? std::string(real.get()) : path;
-}
-
 }  // namespace
 
 Outcome<PartialFile> PartialFile::create(const std::string& target) {
-  struct stat entry = {};
-  const bool exists = ::stat(target.c_str(), &entry) == 0;
-  if (exists && !S_ISREG(entry.st_mode))
-    return Failure{target + " is not a file that can be replaced"};
+  const Outcome<std::string> real = replaceableTarget(target);
+  if (!real)
+    return Failure{real.reason()};
   PartialFile file;
-  file.target_ = exists ? withoutLinks(target) : target;
+  file.target_ = real.value();
   file.descriptor_ =
       ::open(folderOf(file.target_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, usualMode);
   // Not every file system knows files without a name.
@@ -174,30 +151,13 @@ bool PartialFile::giveTemporaryName() {
   return !temporaryName_.empty();
 }
 
-bool PartialFile::rename(bool replace) {
-  const char* from = temporaryName_.c_str();
-  const char* to = target_.c_str();
-  if (!replace) {
-    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
-      return true;
-    // Some file systems cannot do both in one step.
-    if (errno != EINVAL && errno != ENOSYS)
-      return false;
-    if (::access(to, F_OK) == 0) {
-      errno = EEXIST;
-      return false;
-    }
-  }
-  return ::rename(from, to) == 0;
-}
-
 Outcome<bool> PartialFile::commit(bool replace) {
   if (failure_.empty())
     flush();
   if (failure_.empty() && !giveTemporaryName())
     fail(" cannot be named");
   if (failure_.empty()) {
-    if (rename(replace))
+    if (giveName(temporaryName_, target_, replace))
       temporaryName_.clear();
     else
       fail(" cannot be made");

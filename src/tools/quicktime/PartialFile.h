@@ -44,7 +44,6 @@ class PartialFile {
   bool flush();
   bool fail(const std::string& what);
   bool giveTemporaryName();
-  bool rename(bool replace);
   void discard();
 
   std::string target_;

@@ -252,8 +252,8 @@ void putSoundTrack(AtomWriter& out, const SoundTrack& track, std::uint32_t id,
 
 }  // namespace
 
-Colours usualColours(int height) {
-  if (height > 576)
+Colours usualColours(int width, int height) {
+  if (width > 768 || height > 576)
     return Colours::high;
   return height > 486 ? Colours::standardPal : Colours::standardNtsc;
 }

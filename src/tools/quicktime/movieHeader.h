@@ -20,8 +20,9 @@ enum class FieldOrder { progressive, topFirst, bottomFirst };
 // Which numbers relate the samples to colours; written as primaries, transfer and matrix.
 enum class Colours { unknown, standardPal, standardNtsc, high };
 
-// The usual colours of a picture of this height: standard up to 576 lines, else those of HD.
-Colours usualColours(int height);
+// The usual colours of a picture of this size: those of standard television up to 768x576, else
+// those of HD.
+Colours usualColours(int width, int height);
 
 struct VideoFormat {
   std::string codec = "icod";  // four letters

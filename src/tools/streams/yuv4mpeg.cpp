@@ -1,19 +1,13 @@
-#include "tools/yuv4mpeg/yuv4mpeg.h"
-
-#include <unistd.h>
+#include "tools/streams/yuv4mpeg.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <optional>
+#include <string>
 
 namespace tessarin::yuv4mpeg {
 
 namespace {
-
-constexpr std::size_t longestLine = 4096;
-constexpr std::size_t readSize = 64U << 10;
 
 std::optional<int> wholeNumber(std::string_view text) {
   int number = 0;
@@ -120,50 +114,8 @@ Outcome<Header> parseHeader(std::string_view line) {
   return header;
 }
 
-Outcome<std::size_t> Reader::read(std::span<std::uint8_t> target) {
-  std::size_t done = std::min(target.size(), buffer_.size() - position_);
-  std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(position_), done, target.begin());
-  position_ += done;
-  while (done < target.size()) {
-    const ssize_t count = ::read(descriptor_, target.data() + done, target.size() - done);
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count < 0)
-      return Failure{std::string("the stream cannot be read: ") + std::strerror(errno)};
-    if (count == 0)
-      break;
-    done += static_cast<std::size_t>(count);
-  }
-  return done;
-}
-
-Outcome<std::string> Reader::readLine() {
-  std::string line;
-  while (line.size() < longestLine) {
-    if (position_ == buffer_.size()) {
-      std::vector<std::uint8_t> more(readSize);
-      ssize_t count = 0;
-      do {
-        count = ::read(descriptor_, more.data(), more.size());
-      } while (count < 0 && errno == EINTR);
-      if (count < 0)
-        return Failure{std::string("the stream cannot be read: ") + std::strerror(errno)};
-      more.resize(static_cast<std::size_t>(count));
-      buffer_ = std::move(more);
-      position_ = 0;
-      if (buffer_.empty())
-        return line;
-    }
-    const char letter = static_cast<char>(buffer_[position_++]);
-    if (letter == '\n')
-      return line;
-    line += letter;
-  }
-  return Failure{"a line of the stream is too long"};
-}
-
 Outcome<Header> Reader::readHeader() {
-  const Outcome<std::string> line = readLine();
+  const Outcome<std::string> line = source_.readLine();
   if (!line)
     return Failure{line.reason()};
   if (line.value().empty())
@@ -172,7 +124,7 @@ Outcome<Header> Reader::readHeader() {
 }
 
 Outcome<bool> Reader::readFrame(std::span<std::uint8_t> frame) {
-  const Outcome<std::string> line = readLine();
+  const Outcome<std::string> line = source_.readLine();
   if (!line)
     return Failure{line.reason()};
   if (line.value().empty())
@@ -181,7 +133,7 @@ Outcome<bool> Reader::readFrame(std::span<std::uint8_t> frame) {
   const std::string_view start = line.value();
   if (!start.starts_with("FRAME") || (start.size() > 5 && start[5] != ' '))
     return Failure{"frame " + std::to_string(frames_) + " of the stream does not begin as one"};
-  const Outcome<std::size_t> count = read(frame);
+  const Outcome<std::size_t> count = source_.read(frame);
   if (!count)
     return Failure{count.reason()};
   if (count.value() < frame.size())

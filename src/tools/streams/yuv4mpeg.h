@@ -5,12 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "classShared/Outcome.h"
 #include "tools/quicktime/movieHeader.h"
+#include "tools/streams/ByteSource.h"
 
 namespace tessarin::yuv4mpeg {
 
@@ -32,7 +31,7 @@ Outcome<Header> parseHeader(std::string_view line);
 // Reads a stream from a descriptor, which is borrowed.
 class Reader {
  public:
-  explicit Reader(int descriptor) : descriptor_(descriptor) {}
+  explicit Reader(int descriptor) : source_(descriptor) {}
 
   // First.
   Outcome<Header> readHeader();
@@ -41,14 +40,7 @@ class Reader {
   Outcome<bool> readFrame(std::span<std::uint8_t> frame);
 
  private:
-  // Less than asked for only at the end of the stream.
-  Outcome<std::size_t> read(std::span<std::uint8_t> target);
-  // A line without its end; nothing at the end of the stream is an empty line too.
-  Outcome<std::string> readLine();
-
-  int descriptor_;
-  std::vector<std::uint8_t> buffer_;
-  std::size_t position_ = 0;
+  streams::ByteSource source_;
   std::uint64_t frames_ = 0;
 };
 

@@ -100,7 +100,7 @@ inline std::string writeMovie(const ScopedTemporaryFolder& folder,
                               const quicktime::VideoFormat& format,
                               const std::vector<std::vector<std::uint8_t>>& frames) {
   std::string path = folder.file("movie.mov");
-  Outcome<quicktime::MovieWriter> movie = quicktime::MovieWriter::create(path, format, {});
+  Outcome<quicktime::MovieWriter> movie = quicktime::MovieWriter::create(path, format);
   EXPECT_TRUE(movie.ok());
   for (const auto& frame : frames)
     EXPECT_TRUE(movie->addFrame(frame));

@@ -1,0 +1,121 @@
+#include "tools/movtool/FfmpegRun.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <utility>
+
+#include "classShared/TextAdditions.h"
+#include "platform/installedFfmpeg.h"
+
+namespace tessarin::movtool {
+
+namespace {
+
+// A whole frame need not fit, but fewer turns between two programs are quicker ones.
+constexpr int pipeSize = 1 << 20;
+// Of ffmpeg's complaints, enough for a probe's description and for the last words of a run.
+constexpr std::size_t mostErrors = 1U << 20;
+
+// Appends what a descriptor gives until its end, and keeps the beginning and the last part.
+void readAll(int descriptor, std::string& text, std::size_t most) {
+  std::array<char, 65536> buffer{};
+  while (true) {
+    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count <= 0)
+      return;
+    if (text.size() > most)
+      text.erase(most / 2, text.size() - most);
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+}
+
+// The last line that says what went wrong rather than that something did.
+std::string lastWords(const std::string& report) {
+  std::string_view words;
+  for (const std::string_view line : splitLines(report)) {
+    if (!trimmed(line).empty() && line != "Conversion failed!")
+      words = trimmed(line);
+  }
+  return std::string(words);
+}
+
+}  // namespace
+
+Outcome<std::string> ffmpegProgram() {
+  std::array<char, 4096> own{};
+  const ssize_t length = ::readlink("/proc/self/exe", own.data(), own.size());
+  if (length > 0 && static_cast<std::size_t>(length) < own.size()) {
+    const std::string path(own.data(), static_cast<std::size_t>(length));
+    const std::string beside = joinPath(parentFolder(path), "ffmpeg");
+    if (::access(beside.c_str(), X_OK) == 0)
+      return beside;
+  }
+  return findFfmpeg(ffmpegSearchOfEnvironment(""));
+}
+
+void FfmpegRun::Errors::readAll() {
+  movtool::readAll(pipe.number(), text, mostErrors);
+}
+
+FfmpegRun::FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors)
+    : errors_(std::make_unique<Errors>()), output_(std::move(output)), child_(std::move(child)) {
+  errors_->pipe = std::move(errors);
+  errors_->thread = std::thread([own = errors_.get()] { own->readAll(); });
+}
+
+FfmpegRun::~FfmpegRun() {
+  if (!errors_)
+    return;  // moved from
+  child_.kill();
+  child_.wait();
+  if (errors_->thread.joinable())
+    errors_->thread.join();
+}
+
+Outcome<FfmpegRun> FfmpegRun::start(const std::string& program,
+                                    const std::vector<std::string>& arguments) {
+  Outcome<Pipe> output = makePipe();
+  Outcome<Pipe> errors = makePipe();
+  if (!output || !errors)
+    return Failure{output ? errors.reason() : output.reason()};
+  ::fcntl(output->writeEnd.number(), F_SETPIPE_SZ, pipeSize);
+  ChildSetup setup;
+  setup.program = program;
+  setup.arguments = arguments;
+  setup.output = ChildStream::descriptor(output->writeEnd.number());
+  setup.error = ChildStream::descriptor(errors->writeEnd.number());
+  setup.ownSession = false;
+  Outcome<ChildProcess> child = ChildProcess::start(setup);
+  if (!child)
+    return Failure{child.reason()};
+  return FfmpegRun(std::move(child.value()), std::move(output->readEnd),
+                   std::move(errors->readEnd));
+}
+
+std::string FfmpegRun::readOutput() {
+  std::string text;
+  readAll(output(), text, std::string::npos / 2);
+  return text;
+}
+
+Outcome<bool> FfmpegRun::finish() {
+  // Should it still want to write, it must not wait for a reader.
+  output_.close();
+  if (errors_->thread.joinable())
+    errors_->thread.join();
+  const ExitStatus status = child_.wait();
+  if (status.number() == 0)
+    return true;
+  const std::string words = lastWords(errors_->text);
+  return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.number())
+                               : words};
+}
+
+}  // namespace tessarin::movtool

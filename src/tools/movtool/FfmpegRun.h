@@ -1,0 +1,53 @@
+// One run of ffmpeg: what it writes is read here, what it complains of is kept.
+#pragma once
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/ChildProcess.h"
+#include "utils/Outcome.h"
+
+namespace tessarin::movtool {
+
+// The ffmpeg to run: the one beside this program, else the installed one. A sentence for the user
+// when there is none.
+Outcome<std::string> ffmpegProgram();
+
+// Ends with this object. In our own process group, so that who pauses us pauses it, too.
+class FfmpegRun {
+ public:
+  static Outcome<FfmpegRun> start(const std::string& program,
+                                  const std::vector<std::string>& arguments);
+
+  FfmpegRun(FfmpegRun&&) = default;
+  FfmpegRun& operator=(FfmpegRun&&) = delete;
+  ~FfmpegRun();
+
+  // Standard output; owned by this object.
+  int output() const { return output_.number(); }
+  // Reads the output to its end.
+  std::string readOutput();
+
+  // Waits for the end. A failure says why the run went wrong, in ffmpeg's last words.
+  Outcome<bool> finish();
+  // What it wrote on standard error; after finish().
+  const std::string& report() const { return errors_->text; }
+
+ private:
+  // Standard error, read in a thread so that ffmpeg never waits.
+  struct Errors {
+    Descriptor pipe;
+    std::string text;
+    std::thread thread;
+    void readAll();
+  };
+
+  FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors);
+
+  std::unique_ptr<Errors> errors_;
+  Descriptor output_;
+  ChildProcess child_;
+};
+
+}  // namespace tessarin::movtool

@@ -1,0 +1,202 @@
+#include "tools/movtool/exportAic.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "tools/aic/aicEncoder.h"
+#include "tools/movtool/FfmpegRun.h"
+#include "tools/quicktime/InterruptGuard.h"
+#include "tools/quicktime/MovieWriter.h"
+#include "tools/streams/Prefetcher.h"
+#include "tools/streams/wav.h"
+#include "tools/streams/yuv4mpeg.h"
+
+namespace tessarin::movtool {
+
+namespace {
+
+using quicktime::MovieWriter;
+using quicktime::SoundFormat;
+
+// One sound track, decoded by an ffmpeg of its own: it neither waits for the pictures nor they for
+// it. What is not read yet waits in the pipe.
+class SoundFeed {
+ public:
+  static Outcome<std::unique_ptr<SoundFeed>> start(const std::string& ffmpeg,
+                                                   const std::string& input, int track,
+                                                   const ExportPlan& plan) {
+    Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, soundArguments(input, track, plan));
+    if (!run)
+      return Failure{run.reason()};
+    return std::unique_ptr<SoundFeed>(new SoundFeed(std::move(run.value())));
+  }
+
+  // Adds the track to the movie; a source without a single sample has none.
+  Outcome<bool> open(MovieWriter& movie) {
+    const Outcome<std::optional<SoundFormat>> header = reader_.readHeader();
+    if (!header)
+      return Failure{header.reason()};
+    if (!header.value())
+      return true;
+    if (const auto problem = quicktime::formatProblem(*header.value()))
+      return Failure{*problem};
+    format_ = *header.value();
+    track_ = movie.addSoundTrack(*format_);
+    return true;
+  }
+
+  // Moves what is to be heard before this moment to the movie.
+  Outcome<bool> feed(MovieWriter& movie, double seconds) {
+    if (!format_ || ended_)
+      return true;
+    const auto moments = static_cast<std::int64_t>(std::ceil(seconds * format_->sampleRate));
+    if (moments <= moments_)
+      return true;
+    buffer_.resize(static_cast<std::size_t>(moments - moments_) * momentSize());
+    return move(movie);
+  }
+
+  // All that is left, and how ffmpeg ended.
+  Outcome<bool> finish(MovieWriter& movie) {
+    while (format_ && !ended_) {
+      buffer_.resize(static_cast<std::size_t>(format_->sampleRate) * momentSize());
+      Outcome<bool> moved = move(movie);
+      if (!moved)
+        return moved;
+    }
+    return run_.finish();
+  }
+
+ private:
+  explicit SoundFeed(FfmpegRun run) : run_(std::move(run)), reader_(run_.output()) {}
+
+  std::size_t momentSize() const { return 2 * static_cast<std::size_t>(format_->channels); }
+
+  Outcome<bool> move(MovieWriter& movie) {
+    const Outcome<std::size_t> count = reader_.read(buffer_);
+    if (!count)
+      return Failure{count.reason()};
+    ended_ = count.value() < buffer_.size();
+    const std::size_t whole = count.value() / momentSize() * momentSize();
+    moments_ += static_cast<std::int64_t>(whole / momentSize());
+    if (!movie.addSound(track_, std::span(buffer_).first(whole)))
+      return Failure{movie.failure()};
+    return true;
+  }
+
+  FfmpegRun run_;
+  wav::Reader reader_;
+  std::optional<SoundFormat> format_;
+  std::size_t track_ = 0;
+  std::int64_t moments_ = 0;  // sample moments in the movie
+  bool ended_ = false;
+  std::vector<std::uint8_t> buffer_;
+};
+
+using SoundFeeds = std::vector<std::unique_ptr<SoundFeed>>;
+
+quicktime::VideoFormat videoFormat(const ExportSettings& settings, const ExportPlan& plan) {
+  quicktime::VideoFormat format;
+  format.width = settings.width;
+  format.height = settings.height;
+  format.frameRate = plan.frameRate;
+  format.pixelAspect = plan.pixelAspect;
+  format.fieldOrder = plan.fieldOrder;
+  format.colours = plan.colours;
+  return format;
+}
+
+// Encodes all pictures, each with the sound of its time.
+Outcome<bool> encodePictures(yuv4mpeg::Reader& reader, const ExportSettings& settings,
+                             const ExportPlan& plan, SoundFeeds& sounds, MovieWriter& movie,
+                             ProgressLines& progress) {
+  const Outcome<yuv4mpeg::Header> stream = reader.readHeader();
+  if (!stream)
+    return Failure{stream.reason()};
+  const yuv4mpeg::Header& header = stream.value();
+  if (header.width != settings.width || header.height != settings.height)
+    return Failure{"ffmpeg has made pictures of another size than it was asked for"};
+
+  aic::EncoderSettings encoderSettings;
+  encoderSettings.quantiser = settings.quantiser;
+  aic::Encoder encoder({header.width, header.height, settings.interlaced}, encoderSettings);
+  std::optional<std::string> readFailure;
+  streams::Prefetcher<std::vector<std::uint8_t>> frames(3, [&](std::vector<std::uint8_t>& target) {
+    target.resize(header.frameSize());
+    const Outcome<bool> read = reader.readFrame(target);
+    if (!read)
+      readFailure = read.reason();
+    return read && read.value();
+  });
+  const double frameSeconds = static_cast<double>(plan.frameRate.denominator) /
+                              static_cast<double>(plan.frameRate.numerator);
+  while (const std::vector<std::uint8_t>* bytes = frames.next()) {
+    const std::uint8_t* luma = bytes->data();
+    const std::uint8_t* chroma = luma + header.lumaSize();
+    const aic::Picture picture = {luma, chroma, chroma + header.chromaSize(), header.width,
+                                  (header.width + 1) / 2};
+    if (!movie.addFrame(encoder.encode(picture)))
+      return Failure{movie.failure()};
+    const double seconds = static_cast<double>(movie.frameCount()) * frameSeconds;
+    for (const auto& sound : sounds) {
+      Outcome<bool> fed = sound->feed(movie, seconds);
+      if (!fed)
+        return fed;
+    }
+    progress.reached(seconds);
+  }
+  if (readFailure)
+    return Failure{*readFailure};
+  return true;
+}
+
+}  // namespace
+
+Outcome<bool> exportAic(const std::string& ffmpeg, const ExportJob& job,
+                        const ExportSettings& settings, const SourceFacts& source,
+                        const ExportPlan& plan) {
+  Outcome<MovieWriter> movie = MovieWriter::create(job.output, videoFormat(settings, plan));
+  if (!movie)
+    return Failure{movie.reason()};
+  const quicktime::InterruptGuard guard(movie->file().temporaryName());
+
+  Outcome<FfmpegRun> pictures = FfmpegRun::start(ffmpeg, pictureArguments(job.input, plan));
+  if (!pictures)
+    return Failure{pictures.reason()};
+  SoundFeeds sounds;
+  for (int track = 0; track < source.soundTracks; ++track) {
+    auto sound = SoundFeed::start(ffmpeg, job.input, track, plan);
+    if (!sound)
+      return Failure{sound.reason()};
+    Outcome<bool> opened = sound.value()->open(movie.value());
+    if (!opened)
+      return opened;
+    sounds.push_back(std::move(sound.value()));
+  }
+
+  ProgressLines progress(source.duration);
+  yuv4mpeg::Reader reader(pictures->output());
+  Outcome<bool> encoded = encodePictures(reader, settings, plan, sounds, movie.value(), progress);
+  // What ffmpeg says of its own failure tells more than how its output broke off. A failure to
+  // write is ours.
+  if (encoded || movie->failure().empty()) {
+    Outcome<bool> finished = pictures->finish();
+    if (!finished)
+      return finished;
+  }
+  if (!encoded)
+    return encoded;
+  for (const auto& sound : sounds) {
+    Outcome<bool> finished = sound->finish(movie.value());
+    if (!finished)
+      return finished;
+  }
+  if (movie->frameCount() == 0)
+    return Failure{"there are no pictures in " + job.input};
+  progress.end();
+  return movie->finish(job.replace);
+}
+
+}  // namespace tessarin::movtool

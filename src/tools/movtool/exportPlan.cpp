@@ -1,0 +1,293 @@
+#include "tools/movtool/exportPlan.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <cmath>
+#include <numeric>
+
+namespace tessarin::movtool {
+
+namespace {
+
+using quicktime::Colours;
+using quicktime::FieldOrder;
+using quicktime::Fraction;
+
+double value(const Fraction& fraction) {
+  return static_cast<double>(fraction.numerator) / static_cast<double>(fraction.denominator);
+}
+
+Fraction reduced(std::int64_t numerator, std::int64_t denominator) {
+  const std::int64_t divisor = std::gcd(numerator, denominator);
+  return {numerator / divisor, denominator / divisor};
+}
+
+bool isNear(double a, double b, double tolerance) {
+  return std::abs(a / b - 1) < tolerance;
+}
+
+std::string text(const Fraction& fraction) {
+  return fmt::format("{}/{}", fraction.numerator, fraction.denominator);
+}
+
+int roundedTo(double number, int step) {
+  return static_cast<int>(std::lround(number / step)) * step;
+}
+
+// Twice or more the frames: fields of the one become frames of the other, or the other way round.
+bool isFieldRate(const Fraction& rate, const Fraction& frameRate) {
+  return value(rate) > 1.5 * value(frameRate);
+}
+
+// ffmpeg's quicker encoder dies of fields with an odd number of rows of macroblocks (versions 4 to
+// 5 at least), such as those of 720 lines.
+const char* proresEncoder(const ExportSettings& settings) {
+  const int macroblockRows = (settings.height + 15) / 16;
+  return settings.interlaced && macroblockRows % 2 != 0 ? "prores_ks" : "prores";
+}
+
+const char* pixelFormat(const ExportSettings& settings) {
+  if (settings.codec == ExportSettings::Codec::aic)
+    return "yuv420p";
+  return settings.proresProfile == 4 ? "yuv444p10le" : "yuv422p10le";
+}
+
+Colours exportColours(const SourceFacts& source, const ExportSettings& settings) {
+  const Colours usual = quicktime::usualColours(settings.width, settings.height);
+  if (usual == Colours::high || source.colours == Colours::unknown)
+    return usual;
+  return source.colours == Colours::high ? usual : source.colours;
+}
+
+std::string colourTags(Colours colours) {
+  const bool high = colours == Colours::high;
+  const char* primaries = high                              ? "bt709"
+                          : colours == Colours::standardPal ? "bt470bg"
+                                                            : "smpte170m";
+  return fmt::format("setparams=color_primaries={}:color_trc=bt709:colorspace={}", primaries,
+                     high ? "bt709" : "smpte170m");
+}
+
+// The chain, filter by filter.
+class Chain {
+ public:
+  void add(std::string filter) { filters_.push_back(std::move(filter)); }
+  std::string joined() const { return fmt::format("{}", fmt::join(filters_, ",")); }
+
+ private:
+  std::vector<std::string> filters_;
+};
+
+// Brings the picture to its size, colours and pixel format, each of which is one scaler's work.
+// Pictures that carry fields go by their flags ("interl=-1").
+void addScaling(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
+                const Placement& place, const char* format) {
+  std::string scale = fmt::format("scale={}:{}:interl=-1", place.width, place.height);
+  const bool fromHigh =
+      (source.colours == Colours::unknown ? quicktime::usualColours(source.width, source.height)
+                                          : source.colours) == Colours::high;
+  const bool toHigh = exportColours(source, settings) == Colours::high;
+  if (fromHigh != toHigh)
+    scale += fmt::format(":in_color_matrix={}:out_color_matrix={}", fromHigh ? "bt709" : "bt601",
+                         toHigh ? "bt709" : "bt601");
+  chain.add(scale);
+  chain.add(fmt::format("format={}", format));
+  if (place.width != settings.width || place.height != settings.height)
+    chain.add(
+        fmt::format("pad={}:{}:{}:{}", settings.width, settings.height, place.left, place.top));
+}
+
+// Fields stay as they are, line by line. The order of bottom-first material changes by moving the
+// picture a line up, which chroma of half the lines cannot follow: it has all lines meanwhile.
+void addKeptFields(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
+                   const Placement& place) {
+  const bool reorder = source.fieldOrder == FieldOrder::bottomFirst;
+  const bool halfChroma = settings.codec == ExportSettings::Codec::aic;
+  addScaling(chain, source, settings, place,
+             reorder && halfChroma ? "yuv422p" : pixelFormat(settings));
+  if (!reorder)
+    return;
+  chain.add("fieldorder=tff");
+  if (halfChroma) {
+    chain.add("scale=interl=-1");
+    chain.add("format=yuv420p");
+  }
+}
+
+std::string rateFilter(const Fraction& rate, int times, const ExportSettings& settings) {
+  // A pipe does not tell when its pictures begin, so they begin at 0.
+  const char* start = settings.codec == ExportSettings::Codec::aic ? ":start_time=0" : "";
+  return fmt::format("fps={}/{}{}", times * rate.numerator, rate.denominator, start);
+}
+
+void addInterlaced(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
+                   const Placement& place, const Fraction& rate) {
+  const bool fields = source.fieldOrder != FieldOrder::progressive;
+  if (fields && place.height == source.height &&
+      isNear(value(source.frameRate), value(rate), 1e-4)) {
+    chain.add(rateFilter(rate, 1, settings));
+    addKeptFields(chain, source, settings, place);
+  } else if (fields || isFieldRate(source.frameRate, rate)) {
+    // Scaled lines of a field would no longer lie between those of the other. So every field
+    // becomes a picture, and pictures become fields again (0.8 dB better than scaled fields).
+    if (fields)
+      chain.add("yadif=1");
+    chain.add(rateFilter(rate, 2, settings));
+    addScaling(chain, source, settings, place, pixelFormat(settings));
+    chain.add("tinterlace=interleave_top");
+  } else {
+    chain.add(rateFilter(rate, 1, settings));
+    addScaling(chain, source, settings, place, pixelFormat(settings));
+  }
+  chain.add("setfield=tff");
+}
+
+void addProgressive(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
+                    const Placement& place, const Fraction& rate) {
+  // Only pictures that are flagged are taken apart.
+  if (source.fieldOrder != FieldOrder::progressive)
+    chain.add(isFieldRate(rate, source.frameRate) ? "yadif=1:-1:1" : "yadif=0:-1:1");
+  chain.add(rateFilter(rate, 1, settings));
+  addScaling(chain, source, settings, place, pixelFormat(settings));
+  chain.add("setfield=prog");
+}
+
+std::vector<std::string> quietArguments(const std::string& input) {
+  return {"-nostdin", "-v", "error", "-i", input};
+}
+
+void append(std::vector<std::string>& arguments, std::initializer_list<std::string> more) {
+  arguments.insert(arguments.end(), more);
+}
+
+// ffmpeg counts time from the beginning of the streams that a run uses, which for some formats is
+// not that of all. With this further output, which costs nothing, every run uses the same ones.
+void appendSameStreams(std::vector<std::string>& arguments) {
+  append(arguments, {"-map", "0:V:0", "-map", "0:a?", "-c", "copy", "-f", "null", "-"});
+}
+
+// The moment in a stream's own ticks, for expressions.
+std::string fromStart(const Fraction& start) {
+  return fmt::format("({})/TB", text(start));
+}
+
+}  // namespace
+
+Fraction exportRate(std::optional<int> family, const Fraction& source) {
+  if (!family)
+    return source;
+  const bool hasTelevisionRate = *family == 24 || *family == 30 || *family == 60;
+  if (!hasTelevisionRate)
+    return {*family, 1};
+  for (const int times : {1, 2}) {
+    if (isNear(value(source) * times, *family, 1e-4) ||
+        isNear(value(source), *family * times, 1e-4))
+      return {*family, 1};
+  }
+  return {std::int64_t{*family} * 1000, 1001};
+}
+
+Placement placement(const SourceFacts& source, const ExportSettings& settings) {
+  Placement place;
+  place.width = settings.width;
+  place.height = settings.height;
+  // Frames of 1440x1080 are shown as wide as those of 1920x1080; all others have square pixels.
+  const Fraction usualAspect =
+      settings.width == 1440 && settings.height == 1080 ? Fraction{4, 3} : Fraction{1, 1};
+  place.pixelAspect = usualAspect;
+  const double shown =
+      value(source.pixelAspect) * source.width / static_cast<double>(source.height);
+  const double frame = value(usualAspect) * settings.width / static_cast<double>(settings.height);
+  // Sources of nearly the frame's shape fill it.
+  if (isNear(shown, frame, 0.03))
+    return place;
+  if (!settings.letterbox) {
+    place.pixelAspect = reduced(source.pixelAspect.numerator * source.width * settings.height,
+                                source.pixelAspect.denominator * source.height * settings.width);
+    return place;
+  }
+  // Bars begin where both fields have whole lines of chroma.
+  const int lineStep = settings.interlaced ? 4 : 2;
+  if (shown < frame)
+    place.width = std::max(2, roundedTo(settings.width * shown / frame, 2));
+  else
+    place.height = std::max(lineStep, roundedTo(settings.height * frame / shown, lineStep));
+  place.left = (settings.width - place.width) / 4 * 2;
+  place.top = (settings.height - place.height) / 2 / lineStep * lineStep;
+  return place;
+}
+
+ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings) {
+  ExportPlan plan;
+  plan.frameRate = exportRate(settings.rateFamily, source.frameRate);
+  const Placement place = placement(source, settings);
+  plan.pixelAspect = place.pixelAspect;
+  plan.fieldOrder = settings.interlaced ? FieldOrder::topFirst : FieldOrder::progressive;
+  plan.colours = exportColours(source, settings);
+  plan.start = source.firstPicture;
+
+  Chain chain;
+  if (settings.codec == ExportSettings::Codec::aic)
+    chain.add(fmt::format("setpts=PTS-{}", fromStart(plan.start)));
+  if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
+    chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
+  if (settings.interlaced)
+    addInterlaced(chain, source, settings, place, plan.frameRate);
+  else
+    addProgressive(chain, source, settings, place, plan.frameRate);
+  chain.add(fmt::format("setsar={}:max=65535", text(plan.pixelAspect)));
+  // What the source's pictures are tagged with stays with them through a scaler.
+  chain.add(colourTags(plan.colours));
+  plan.filters = chain.joined();
+  return plan;
+}
+
+std::vector<std::string> probeArguments(const std::string& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info", "-i", input};
+  append(arguments, {"-map", "0:V:0", "-vf", "showinfo", "-frames:v", "1"});
+  append(arguments, {"-pix_fmt", "yuv420p", "-f", "yuv4mpegpipe", "pipe:1", "-t", "0.1"});
+  appendSameStreams(arguments);
+  return arguments;
+}
+
+std::vector<std::string> fieldProbeArguments(const std::string& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info", "-i", input};
+  append(arguments, {"-map", "0:V:0", "-vf", "idet", "-frames:v", "200", "-f", "null", "-"});
+  return arguments;
+}
+
+std::vector<std::string> pictureArguments(const std::string& input, const ExportPlan& plan) {
+  std::vector<std::string> arguments = quietArguments(input);
+  append(arguments, {"-map", "0:V:0", "-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
+  appendSameStreams(arguments);
+  return arguments;
+}
+
+std::vector<std::string> soundArguments(const std::string& input, int track,
+                                        const ExportPlan& plan) {
+  std::vector<std::string> arguments = quietArguments(input);
+  // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples
+  // is the time. Rates that a movie cannot have become 48 kHz or the nearest.
+  const std::string filters = "asetpts=PTS-" + fromStart(plan.start) +
+                              ",aresample=async=1:first_pts=0,aformat=sample_fmts=s16:sample_rates="
+                              "48000|44100|32000|24000|22050|16000|12000|11025|8000";
+  append(arguments, {"-map", fmt::format("0:a:{}", track), "-af", filters});
+  append(arguments, {"-c:a", "pcm_s16le", "-f", "wav", "pipe:1"});
+  appendSameStreams(arguments);
+  return arguments;
+}
+
+std::vector<std::string> proresArguments(const std::string& input, const std::string& output,
+                                         const ExportPlan& plan, const ExportSettings& settings) {
+  std::vector<std::string> arguments = quietArguments(input);
+  append(arguments,
+         {"-progress", "pipe:1", "-map", "0:V:0", "-map", "0:a?", "-vf", plan.filters, "-c:v",
+          proresEncoder(settings), "-profile:v", std::to_string(settings.proresProfile)});
+  if (settings.interlaced)
+    append(arguments, {"-flags:v", "+ildct+ilme"});
+  append(arguments, {"-c:a", "pcm_s16le", "-f", "mov", "-y", output});
+  return arguments;
+}
+
+}  // namespace tessarin::movtool

@@ -1,0 +1,50 @@
+// How a source becomes the movie that the settings ask for: decisions, made before anything runs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/movtool/ExportSettings.h"
+#include "tools/movtool/SourceFacts.h"
+
+namespace tessarin::movtool {
+
+struct ExportPlan {
+  std::string filters;  // ffmpeg's filter chain for the picture
+  quicktime::Fraction frameRate = {25, 1};
+  quicktime::Fraction pixelAspect = {1, 1};
+  quicktime::FieldOrder fieldOrder = quicktime::FieldOrder::progressive;
+  quicktime::Colours colours = quicktime::Colours::unknown;
+  quicktime::Fraction start = {0, 1};  // the source's moment with which the movie begins
+};
+
+// The rate that stands for a family beside this source: of 30 and 60 frames the exact one when the
+// source has it, else the one of television (30000/1001), and so for 24.
+quicktime::Fraction exportRate(std::optional<int> family, const quicktime::Fraction& source);
+
+// Where the picture stands in the frame.
+struct Placement {
+  int width = 0;
+  int height = 0;
+  int left = 0;
+  int top = 0;
+  quicktime::Fraction pixelAspect = {1, 1};  // of the frame
+};
+Placement placement(const SourceFacts& source, const ExportSettings& settings);
+
+ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings);
+
+// Arguments for ffmpeg, without the program.
+// Describes the input and gives its first picture as YUV4MPEG2.
+std::vector<std::string> probeArguments(const std::string& input);
+// Counts fields over the first seconds.
+std::vector<std::string> fieldProbeArguments(const std::string& input);
+// The pictures as YUV4MPEG2, and one sound track as WAVE, both from the movie's beginning on.
+std::vector<std::string> pictureArguments(const std::string& input, const ExportPlan& plan);
+std::vector<std::string> soundArguments(const std::string& input, int track,
+                                        const ExportPlan& plan);
+// The whole ProRes movie. Progress goes to standard output.
+std::vector<std::string> proresArguments(const std::string& input, const std::string& output,
+                                         const ExportPlan& plan, const ExportSettings& settings);
+
+}  // namespace tessarin::movtool

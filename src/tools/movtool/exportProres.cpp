@@ -1,0 +1,56 @@
+#include "tools/movtool/exportProres.h"
+
+#include <unistd.h>
+
+#include <string_view>
+
+#include "classShared/TextAdditions.h"
+#include "tools/movtool/FfmpegRun.h"
+#include "tools/movtool/ProgressLines.h"
+#include "tools/quicktime/InterruptGuard.h"
+#include "tools/quicktime/OutputName.h"
+#include "tools/streams/ByteSource.h"
+
+namespace tessarin::movtool {
+
+namespace {
+
+// Reads "out_time_us=1234567" lines until ffmpeg has no more to say.
+void followProgress(int descriptor, ProgressLines& progress) {
+  streams::ByteSource source(descriptor);
+  while (true) {
+    const Outcome<std::string> line = source.readLine();
+    if (!line || line.value().empty())
+      return;
+    constexpr std::string_view label = "out_time_us=";
+    if (startsWith(line.value(), label)) {
+      const std::int64_t microseconds =
+          leadingInteger(std::string_view(line.value()).substr(label.size()));
+      progress.reached(static_cast<double>(microseconds) / 1e6);
+    }
+  }
+}
+
+}  // namespace
+
+Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
+                           const ExportSettings& settings, const SourceFacts& source,
+                           const ExportPlan& plan) {
+  Outcome<quicktime::OutputName> name = quicktime::OutputName::reserve(job.output);
+  if (!name)
+    return Failure{name.reason()};
+  const quicktime::InterruptGuard guard(name->temporary());
+  Outcome<FfmpegRun> run =
+      FfmpegRun::start(ffmpeg, proresArguments(job.input, name->temporary(), plan, settings));
+  if (!run)
+    return Failure{run.reason()};
+  ProgressLines progress(source.duration);
+  followProgress(run->output(), progress);
+  Outcome<bool> finished = run->finish();
+  if (!finished)
+    return finished;
+  progress.end();
+  return name->commit(job.replace);
+}
+
+}  // namespace tessarin::movtool

@@ -1,0 +1,97 @@
+#include "tools/movtool/exportRun.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/installedFfmpeg.h"
+#include "platform/propertyList.h"
+#include "tools/movtool/FfmpegRun.h"
+#include "tools/movtool/SourceFacts.h"
+#include "tools/movtool/exportAic.h"
+#include "tools/movtool/exportPlan.h"
+#include "tools/movtool/exportProres.h"
+#include "tools/streams/yuv4mpeg.h"
+
+namespace tessarin::movtool {
+
+namespace {
+
+using quicktime::FieldOrder;
+
+Outcome<ExportSettings> readSettings(const std::string& path) {
+  const Outcome<Value> list = readPropertyList(path);
+  if (!list)
+    return Failure{fmt::format("the settings {} cannot be read: {}", path, list.reason())};
+  Outcome<ExportSettings> settings = exportSettings(list.value());
+  if (!settings)
+    return Failure{fmt::format("{}: {}", path, settings.reason())};
+  return settings;
+}
+
+std::optional<std::string> pathProblem(const ExportJob& job) {
+  if (::access(job.input.c_str(), R_OK) != 0)
+    return fmt::format("{} cannot be read: {}", job.input, std::strerror(errno));
+  const auto output = fileIdentity(job.output);
+  if (output && fileIdentity(job.input) == output)
+    return fmt::format("{} cannot be made from itself", job.output);
+  if (output && !job.replace)
+    return fmt::format("{} is there already (-y replaces it)", job.output);
+  return std::nullopt;
+}
+
+Outcome<SourceFacts> probe(const std::string& ffmpeg, const std::string& input) {
+  Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, probeArguments(input));
+  if (!run)
+    return Failure{run.reason()};
+  yuv4mpeg::Reader reader(run->output());
+  const Outcome<yuv4mpeg::Header> header = reader.readHeader();
+  run->readOutput();
+  const Outcome<bool> finished = run->finish();
+  if (!finished)
+    return Failure{finished.reason()};
+  if (!header)
+    return Failure{"there are no pictures in " + input};
+  return sourceFacts(header.value(), run->report());
+}
+
+// Codecs without field flags, such as the intermediate MPEG-4 of our own, may hold fields all the
+// same. Where that matters the pictures themselves are asked.
+Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const std::string& input) {
+  Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, fieldProbeArguments(input));
+  if (!run)
+    return Failure{run.reason()};
+  const Outcome<bool> finished = run->finish();
+  if (!finished)
+    return Failure{finished.reason()};
+  return detectedFieldOrder(run->report()).value_or(FieldOrder::progressive);
+}
+
+}  // namespace
+
+Outcome<bool> runExport(const ExportJob& job) {
+  const Outcome<ExportSettings> settings = readSettings(job.settings);
+  if (!settings)
+    return Failure{settings.reason()};
+  if (const auto problem = pathProblem(job))
+    return Failure{*problem};
+  const Outcome<std::string> ffmpeg = ffmpegProgram();
+  if (!ffmpeg)
+    return Failure{ffmpeg.reason()};
+  Outcome<SourceFacts> source = probe(ffmpeg.value(), job.input);
+  if (!source)
+    return Failure{source.reason()};
+  if (settings.value().interlaced && !source->flagged) {
+    const Outcome<FieldOrder> order = fieldOrderInPictures(ffmpeg.value(), job.input);
+    if (!order)
+      return Failure{order.reason()};
+    source->fieldOrder = order.value();
+  }
+  const ExportPlan plan = exportPlan(source.value(), settings.value());
+  const auto run = settings.value().codec == ExportSettings::Codec::aic ? exportAic : exportProres;
+  return run(ffmpeg.value(), job, settings.value(), source.value(), plan);
+}
+
+}  // namespace tessarin::movtool

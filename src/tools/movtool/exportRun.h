@@ -1,0 +1,22 @@
+// Carrying an export out.
+#pragma once
+
+#include <string>
+
+#include "tools/movtool/ExportSettings.h"
+#include "utils/Outcome.h"
+
+namespace tessarin::movtool {
+
+struct ExportJob {
+  std::string settings;  // path of the settings file
+  std::string input;
+  std::string output;
+  bool replace = false;  // an existing output
+};
+
+// Makes the movie, and tells its progress on standard output. The output appears when all went
+// well, else there is a sentence for the user.
+Outcome<bool> runExport(const ExportJob& job);
+
+}  // namespace tessarin::movtool

@@ -1,0 +1,131 @@
+// Clips with known content, and what is seen and heard in a movie.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/ScopedTemporaryFolder.h"
+#include "support/shell.h"
+
+namespace tessarin::test {
+
+inline const std::string movtool = TESSARIN_BUILD "/resources/tools/movtool";
+
+// The entries of a settings file; those that a test does not care for are small and quick.
+struct Settings {
+  std::string codec = "icod";
+  std::string profile = "standard";
+  int width = 320;
+  int height = 240;
+  std::string scan = "p";
+  std::string rate = "25";
+  bool letterbox = false;
+
+  std::string write(const ScopedTemporaryFolder& folder) const {
+    return folder.write("settings",
+                        "<plist version=\"1.0\"><dict><key>version</key><integer>1</integer>"
+                        "<key>codec</key><string>" +
+                            codec + "</string><key>profile</key><string>" + profile +
+                            "</string><key>quantiser</key><integer>2</integer>"
+                            "<key>width</key><integer>" +
+                            std::to_string(width) + "</integer><key>height</key><integer>" +
+                            std::to_string(height) + "</integer><key>scan</key><string>" + scan +
+                            "</string><key>rate</key><string>" + rate +
+                            "</string><key>letterbox</key><" + (letterbox ? "true" : "false") +
+                            "/></dict></plist>");
+  }
+};
+
+// Makes a clip with ffmpeg: all arguments but the output.
+inline std::string makeClip(const ScopedTemporaryFolder& folder, const std::string& name,
+                            const std::string& arguments) {
+  std::string path = folder.file(name);
+  const ShellResult result = runShell("ffmpeg -v error -y " + arguments + " " + test::quoted(path));
+  EXPECT_EQ(result.status, 0) << result.output;
+  EXPECT_EQ(result.output, "");
+  return path;
+}
+
+// Exports into "out.mov" and expects that all goes well; returns what movtool prints.
+inline std::string exported(const ScopedTemporaryFolder& folder, const Settings& settings,
+                            const std::string& clip) {
+  const ShellResult result =
+      runShell(movtool + " -s " + test::quoted(settings.write(folder)) + " -i " +
+               test::quoted(clip) + " -y -o " + test::quoted(folder.file("out.mov")));
+  EXPECT_EQ(result.status, 0) << result.output;
+  return result.output;
+}
+
+// Pictures that ffmpeg's "idet" filter finds of each kind.
+struct FieldCounts {
+  int top = 0;
+  int bottom = 0;
+  int progressive = 0;
+};
+inline FieldCounts fieldCounts(const std::string& movie) {
+  const ShellResult result = runShell("ffmpeg -hide_banner -i " + test::quoted(movie) +
+                                      " -an -vf idet -f null - 2>&1 | sed -n 's/.*Multi frame "
+                                      "detection: TFF: *\\([0-9]*\\) BFF: *\\([0-9]*\\) "
+                                      "Progressive: *\\([0-9]*\\).*/\\1 \\2 \\3/p'");
+  FieldCounts counts;
+  EXPECT_EQ(std::sscanf(result.output.c_str(), "%d %d %d", &counts.top, &counts.bottom,
+                        &counts.progressive),
+            3)
+      << result.output;
+  return counts;
+}
+
+// The lowest of the three planes' mean peak ratios between two movies, in decibels. Chroma is
+// brought to common lines per field for interlaced pictures.
+inline double lowestPeakRatio(const std::string& movie, const std::string& truth,
+                              bool interlaced = true) {
+  const std::string common =
+      std::string("scale=interl=") + (interlaced ? "1" : "0") + ",format=yuv422p";
+  const ShellResult result =
+      runShell("ffmpeg -hide_banner -i " + test::quoted(movie) + " -i " + test::quoted(truth) +
+               " -lavfi '[0:v]" + common + "[a];[1:v]" + common +
+               "[b];[a][b]psnr' -f null - 2>&1 | sed -n 's/.*PSNR y:\\([^ ]*\\) u:\\([^ ]*\\) "
+               "v:\\([^ ]*\\).*/\\1 \\2 \\3/p'");
+  double y = 0;
+  double u = 0;
+  double v = 0;
+  EXPECT_EQ(std::sscanf(result.output.c_str(), "%lf %lf %lf", &y, &u, &v), 3) << result.output;
+  return std::min({y, u, v});
+}
+
+// The moment of the first flash and of the first tone of a movie, on its own time line.
+struct FlashAndTone {
+  double flash = -1;
+  double tone = -1;
+};
+inline FlashAndTone flashAndTone(const ScopedTemporaryFolder& folder, const std::string& movie,
+                                 int soundTrack = 0) {
+  FlashAndTone found;
+  runShell("ffmpeg -v error -y -i " + test::quoted(movie) +
+           " -map 0:v -vf fps=100:start_time=0,scale=8:8,format=gray -f rawvideo " +
+           test::quoted(folder.file("grey")) + " -map 0:a:" + std::to_string(soundTrack) +
+           " -af aresample=async=1:first_pts=0,aresample=48000 -ac 1 -f s16le " +
+           test::quoted(folder.file("pcm")));
+  const std::string grey = folder.read("grey");
+  const std::string pcm = folder.read("pcm");
+  const auto byte = [](char letter) {
+    return static_cast<int>(static_cast<unsigned char>(letter));
+  };
+  for (std::size_t frame = 0; frame < grey.size() / 64 && found.flash < 0; ++frame) {
+    if (byte(grey[64 * frame]) > 128)
+      found.flash = static_cast<double>(frame) / 100;
+  }
+  for (std::size_t moment = 0; moment < pcm.size() / 2 && found.tone < 0; ++moment) {
+    // The high byte: more than a sixteenth of the full range, above or below.
+    const int high = byte(pcm[2 * moment + 1]);
+    if (high > 8 && high < 248)
+      found.tone = static_cast<double>(moment) / 48000;
+  }
+  return found;
+}
+
+}  // namespace tessarin::test
