@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
+#include "classShared/Outcome.h"
 #include "classShared/Value.h"
-#include "utils/Outcome.h"
 
 namespace tessarin::movtool {
 

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "platform/ChildProcess.h"
-#include "utils/Outcome.h"
 
 namespace tessarin::movtool {
 

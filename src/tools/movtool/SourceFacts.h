@@ -4,9 +4,9 @@
 #include <optional>
 #include <string_view>
 
+#include "classShared/Outcome.h"
 #include "tools/quicktime/movieHeader.h"
 #include "tools/streams/yuv4mpeg.h"
-#include "utils/Outcome.h"
 
 namespace tessarin::movtool {
 

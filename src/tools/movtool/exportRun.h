@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "classShared/Outcome.h"
 #include "tools/movtool/ExportSettings.h"
-#include "utils/Outcome.h"
 
 namespace tessarin::movtool {
 
