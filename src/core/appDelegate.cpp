@@ -83,7 +83,18 @@ appDelegate::appDelegate(CoreServices services)
   clearStepFlags(services_.preferences);
   queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
   queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });
-  driver_.batchEnded.connect([this] { queue_.setOpenPermitted(true); });
+  driver_.batchEnded.connect([this] {
+    queue_.setOpenPermitted(true);
+    if (const auto stopped = std::exchange(batchStopped_, {}))
+      stopped();
+  });
+  driver_.jobEnded.connect([this](const JobEnd& end) {
+    if (const int row = table_.rowOfSource(end.source); table_.has(row))
+      table_.setValue(row, BatchKey::reason, end.reason);
+  });
+  interface.easy.changed.connect(
+      [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
+  interface.speed.setEnabled(interface.easy.selected() != 1);
 
   std::vector<PopUpButton::Item> flavours;
   for (const std::string& label : proresEncoderLabels())
@@ -133,6 +144,11 @@ void appDelegate::prefs2GuiApp(const Dico& stored) {
   logFormat(
       "easy default        = {} ({})", interface.easy.selected(),
       interface.easy.segments().at(static_cast<std::size_t>(interface.easy.selected())).label);
+}
+
+void appDelegate::storePreferences() {
+  for (const auto& [key, value] : prefs2GuiApp())
+    services_.preferences.prefWrite(key, value);
 }
 
 Dico appDelegate::prefs2GuiApp() const {

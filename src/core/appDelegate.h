@@ -1,6 +1,7 @@
 // The controller: owns the interface's state and the collaborators that work on it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,11 +42,28 @@ class appDelegate {
   // The choices that the controls hold, to be written with prefWrite per key.
   Dico prefs2GuiApp() const;
 
+  // Collects the choices and writes them to the store.
+  void storePreferences();
+
+  // Whether the program may be left: asks the user while a batch runs and, when the user wants to
+  // leave, stops it first. Answers now or later.
+  void isCloseQuit(const std::function<void(bool)>& answered);
+  // The user wants to leave: `ready` is called once everything is stopped, cleaned up and stored;
+  // never when the user would rather stay.
+  void iba_menuQuit(std::function<void()> ready);
+  // The same without asking: the session ends.
+  void quitAtOnce(std::function<void()> ready);
+  void applicationWillTerminate();
+  // Nothing is to be shown to the user any more.
+  Signal<> quitAccepted;
+
   // Ends every task without continuing anything. The controller is of no further use.
   void endTasks() { tasks_.endAll(); }
 
  private:
   void performOpenFiles();
+  void stopBatch(std::function<void()> stopped);
+  void endAndCleanUp();
 
   CoreServices services_;
   BatchTable table_;
@@ -54,6 +72,8 @@ class appDelegate {
   EncodingDriver driver_;
   std::vector<std::string> filesToOpen_;
   RunLoop::Id openFiles_ = 0;
+  std::function<void()> batchStopped_;  // while the batch is stopped in order to quit
+  bool isQuitting_ = false;
 };
 
 }  // namespace tessarin

@@ -17,6 +17,8 @@ inline constexpr std::string_view src = "src";            // text, caption of th
 inline constexpr std::string_view img = "img";            // text, path of the thumbnail
 // Text, the movie that a row with the mark "puceSuccess" has become.
 inline constexpr std::string_view dstPathStr = "dstPathStr";
+// Text in the user's language, why the last job made no movie of the row; "" when it made one.
+inline constexpr std::string_view reason = "reason";
 }  // namespace BatchKey
 
 // Added to the SourceInfo of a row.

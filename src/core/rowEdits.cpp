@@ -1,0 +1,55 @@
+#include "core/rowEdits.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "encoding/outputPreset.h"
+
+namespace tessarin {
+
+namespace {
+
+bool allows(const ChoiceCell& cell, int segment) {
+  return segment >= 0 && segment < static_cast<int>(cell.segments.size()) &&
+         cell.segments[static_cast<std::size_t>(segment)].allowed;
+}
+
+}  // namespace
+
+bool isRowEditable(const BatchTable& table, int row) {
+  return table.has(row) && table.row(row).textOrEmpty(BatchKey::resultat) != ResultMark::current;
+}
+
+bool chooseTarget(BatchTable& table, int row, int target) {
+  if (!isRowEditable(table, row) || !allows(table.outCell(row), target))
+    return false;
+  table.setValue(row, BatchKey::out, target);
+  return table.iba_outSpeedCell(row);
+}
+
+bool chooseSpeed(BatchTable& table, int row, int speed) {
+  if (!isRowEditable(table, row) || !allows(table.speedCell(row), speed))
+    return false;
+  table.setValue(row, BatchKey::fps, speed);
+  return table.iba_outSpeedCell(row);
+}
+
+bool chooseSize(BatchTable& table, int row, int size) {
+  const bool isSize = size == rowSameAsSourceForSoft || size == rowSameAsSource ||
+                      (size >= firstConcreteRow && presetLabel(size));
+  if (!isRowEditable(table, row) || !isSize)
+    return false;
+  table.setValue(row, BatchKey::sizeOut, size);
+  return table.iba_outSpeedCell(row);
+}
+
+void removeRows(BatchTable& table, std::vector<int> rows) {
+  // From the end: a removal moves the rows behind it.
+  std::sort(rows.begin(), rows.end(), std::greater<>());
+  for (const int row : rows) {
+    table.select(row);
+    table.encBatchRemove(true);
+  }
+}
+
+}  // namespace tessarin

@@ -1,0 +1,73 @@
+#include "core/startUp.h"
+
+#include <sys/utsname.h>
+
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "process/logs.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+std::string bundleText(const char* key) {
+  const Value* value = Bundle::main().objectForInfoDictionaryKey(key);
+  return value ? value->text().value_or("") : "";
+}
+
+std::string processorFamily() {
+  utsname names{};
+  return ::uname(&names) == 0 ? names.machine : "?";
+}
+
+}  // namespace
+
+Alert alreadyRunningAlert() {
+  return {localisationString("D_appAlreadyOpened_1", "", Bundle::main().name()),
+          localisationString("D_appAlreadyOpened_2"),
+          {},
+          "",
+          Alert::Style::information};
+}
+
+std::optional<Alert> installPathRefusal() {
+  const std::string& path = Bundle::main().resourcePath();
+  if (!contains(path, "\\")) {
+    logLine("no backslash in path:-)");
+    return std::nullopt;
+  }
+  logFormat("QRV's path contains character '\\' :-( {}", path);
+  return Alert{localisationString("D_appAlreadyOpened_3"),
+               localisationString("D_QRpref_ouvert_2"),
+               {},
+               "",
+               Alert::Style::critical};
+}
+
+void rotateLogs() {
+  const std::string details = detailLogPath();
+  mkdir(parentFolder(details));
+  for (const std::string& log : {resumeLogPath(), details})
+    if (pathExists(log))
+      moveFile(log, joinPath(parentFolder(log), "Previous-" + fileName(log)), "y");
+  resumeLogAppend(std::nullopt);
+}
+
+void recordEnvironment() {
+  logFormat("TMPFOLDER           : {}", temporaryFolder());
+  logFormat("arch                ? {}", processorFamily());
+  logFormat("app                 : {} - {} ({}) - {}", Bundle::main().name(),
+            bundleText("CFBundleShortVersionString"), bundleText("CFBundleVersion"),
+            Bundle::main().resourcePath());
+  operatingSystemVersion();
+  mediaFrameworkVersion();
+  processorsAndCores();
+  displayIsAccelerated();
+  isOldProcessor();
+  logFormat("QT's user folder    ? {:d}", pathExists("~/Library/QuickTime"));
+}
+
+}  // namespace tessarin

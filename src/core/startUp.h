@@ -1,0 +1,24 @@
+// What a start of the program with a window does before the user may act.
+#pragma once
+
+#include <optional>
+
+#include "platform/Alerts.h"
+
+namespace tessarin {
+
+// What to tell the user of a second copy that was given nothing to do.
+Alert alreadyRunningAlert();
+
+// Why the program cannot work where it is installed: the tools cannot be called by a path with a
+// backslash. Nothing when it can.
+std::optional<Alert> installPathRefusal();
+
+// Moves the logs of the run before to "Previous-…" in their folder, which is made when missing, and
+// begins a new summary log.
+void rotateLogs();
+
+// Writes the computer, the program and where it works to the log.
+void recordEnvironment();
+
+}  // namespace tessarin

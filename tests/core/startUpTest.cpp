@@ -1,0 +1,42 @@
+#include "core/startUp.h"
+
+#include <gmock/gmock.h>
+
+#include "platform/Bundle.h"
+#include "process/logs.h"
+#include "support/LogCapture.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+TEST(StartUp, TheLogsOfTheRunBeforeAreKeptAndNewOnesBegun) {
+  const test::ScopedTemporaryFolder home;
+  const test::ScopedEnvironment environment("HOME", home.path());
+  const test::TestBundle bundle;
+  const test::LogCapture log;
+  const std::string logs = "Library/Logs/Tessarin/";
+  rotateLogs();  // makes the folder
+  EXPECT_THAT(home.read(logs + "Resume.log"), testing::HasSubstr("start date    : "));
+  home.write(logs + "Details.log", "new");
+  home.write(logs + "Previous-Details.log", "old");
+  rotateLogs();
+  EXPECT_EQ(home.read(logs + "Previous-Details.log"), "new");
+  EXPECT_THAT(home.read(logs + "Previous-Resume.log"), testing::HasSubstr("start date"));
+}
+
+TEST(StartUp, APathWithABackslashIsRefused) {
+  const test::LogCapture log;
+  {
+    const test::TestBundle bundle("/opt/a\\b/resources", "en");
+    EXPECT_TRUE(installPathRefusal());
+  }
+  const test::TestBundle bundle;
+  EXPECT_FALSE(installPathRefusal());
+  EXPECT_TRUE(log.has("no backslash in path:-)"));
+}
+
+}  // namespace
+}  // namespace tessarin
