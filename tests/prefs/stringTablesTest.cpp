@@ -124,7 +124,8 @@ std::vector<Use> usesIn(const std::string& text, const std::string& file) {
   for (const std::string& literal : source.literals) {
     if (startsWith(literal, "D_") || startsWith(literal, "why_"))
       uses.push_back({literal, "Localized", std::nullopt, file});
-    if (startsWith(literal, "@@") && !startsWith(literal, "@@@"))  // three begin a log line
+    // Three begin a log line, two alone are the mark itself.
+    if (literal.size() > 2 && startsWith(literal, "@@") && !startsWith(literal, "@@@"))
       uses.push_back({literal.substr(2), "Localizable", 0, file});
   }
   for (const std::string_view lookUp : lookUps)

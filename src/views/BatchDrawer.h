@@ -1,0 +1,25 @@
+// The lower part of the window: the batch, and how its conversion goes.
+#pragma once
+
+#include <QWidget>
+
+#include "core/appDelegate.h"
+#include "views/BatchView.h"
+
+namespace tessarin {
+
+class BatchDrawer final : public QWidget {
+ public:
+  // The controller is borrowed and outlives the view.
+  explicit BatchDrawer(appDelegate& app, QWidget* parent = nullptr);
+
+  BatchView& table() { return *table_; }
+
+ private:
+  QWidget* newRunBar();
+
+  appDelegate& app_;
+  BatchView* table_;
+};
+
+}  // namespace tessarin

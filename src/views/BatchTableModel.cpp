@@ -1,0 +1,191 @@
+#include "views/BatchTableModel.h"
+
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QPointer>
+
+#include "classShared/TextAdditions.h"
+#include "core/rowEdits.h"
+#include "encoding/outputPreset.h"
+#include "views/images.h"
+#include "views/localize.h"
+#include "views/popUpTitles.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
+    : QAbstractTableModel(parent),
+      table_(table),
+      headers_{QString(),
+               QString(),
+               QStringLiteral("@@columnSource"),
+               QStringLiteral("@@columnTarget"),
+               QStringLiteral("@@columnSpeed"),
+               QStringLiteral("@@columnSize")} {
+  looks_.resize(static_cast<std::size_t>(table.count()));
+  const QPointer<BatchTableModel> held(this);
+  table.rowAppended.connect([held](int) {
+    if (held)
+      held->appended();
+  });
+  table.rowRemoved.connect([held](int row) {
+    if (held)
+      held->removed(row);
+  });
+  table.rowChanged.connect([held](int row) {
+    if (held)
+      held->changed(row);
+  });
+}
+
+// ---- Following the table
+
+void BatchTableModel::appended() {
+  const int row = rowCount();
+  beginInsertRows({}, row, row);
+  looks_.emplace_back();
+  endInsertRows();
+}
+
+void BatchTableModel::removed(int row) {
+  beginRemoveRows({}, row, row);
+  looks_.erase(looks_.begin() + row);
+  endRemoveRows();
+  // The rows behind it have new numbers.
+  if (row < rowCount())
+    Q_EMIT dataChanged(index(row, orderColumn), index(rowCount() - 1, orderColumn));
+}
+
+void BatchTableModel::changed(int row) {
+  if (row >= rowCount())
+    return;
+  look(row).out.reset();
+  look(row).speed.reset();
+  Q_EMIT dataChanged(index(row, 0), index(row, batchColumnCount - 1));
+}
+
+// ---- What a row shows
+
+const ChoiceCell& BatchTableModel::choiceCell(const QModelIndex& index) const {
+  Look& cells = look(index.row());
+  std::optional<ChoiceCell>& cell = index.column() == outColumn ? cells.out : cells.speed;
+  if (!cell)
+    cell =
+        index.column() == outColumn ? table_.outCell(index.row()) : table_.speedCell(index.row());
+  return *cell;
+}
+
+QStringList BatchTableModel::segmentTitles(int column) const {
+  if (column == outColumn)
+    return {QStringLiteral("QuickTime"), QStringLiteral("AIC"), QStringLiteral("ProRes")};
+  return {localizedText(QStringLiteral("@@speedFull")),
+          localizedText(QStringLiteral("@@speedHalf")),
+          localizedText(QStringLiteral("@@speedSlow"))};
+}
+
+QStringList BatchTableModel::segmentTips(int column) const {
+  if (column == outColumn)
+    return {localizedText(QStringLiteral("@@tipSoftQuickTime")),
+            localizedText(QStringLiteral("@@tipSoftIMovie")),
+            localizedText(QStringLiteral("@@tipSoftFinalCutPro"))};
+  return {localizedText(QStringLiteral("@@tipSpeedFull")),
+          localizedText(QStringLiteral("@@tipSpeedHalf")),
+          localizedText(QStringLiteral("@@tipSpeedSlow"))};
+}
+
+bool BatchTableModel::isEditable(int row) const {
+  return isRowEditable(table_, row);
+}
+
+int BatchTableModel::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(looks_.size());
+}
+
+int BatchTableModel::columnCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : batchColumnCount;
+}
+
+QVariant BatchTableModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid() || !table_.has(index.row()))
+    return {};
+  const int row = index.row();
+  const int column = index.column();
+  switch (role) {
+    case Qt::DisplayRole:
+      return column == pictureColumn ? QVariant() : text(row, column);
+    case Qt::DecorationRole:
+      return column == pictureColumn ? picture(row) : QVariant();
+    case Qt::ToolTipRole:
+      return toolTip(row, column);
+    case Qt::AccessibleTextRole:
+      return column == orderColumn ? text(row, column) + QLatin1String(" ") + toolTip(row, column)
+                                   : text(row, column);
+    default:
+      return {};
+  }
+}
+
+QString BatchTableModel::text(int row, int column) const {
+  const Dico& entry = table_.row(row);
+  switch (column) {
+    case orderColumn:
+      return QString::number(entry.integer(BatchKey::order).value_or(row + 1));
+    case sourceColumn:
+      return qtText(entry.textOrEmpty(BatchKey::src));
+    case outColumn:
+    case speedColumn:
+      return segmentTitles(column).value(choiceCell(index(row, column)).selected);
+    case sizeColumn: {
+      const auto label = presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1));
+      return label ? sizeTitle({*label, "", ""}).text : QString();
+    }
+    default:
+      return {};
+  }
+}
+
+QString BatchTableModel::toolTip(int row, int column) const {
+  const Dico& entry = table_.row(row);
+  if (column == sourceColumn || column == pictureColumn)
+    return qtText(table_.sourcePath(row));
+  if (column != orderColumn)
+    return {};
+  const std::string reason = entry.textOrEmpty(BatchKey::reason);
+  const std::string state = imageText(entry.textOrEmpty(BatchKey::resultat));
+  return qtText(reason.empty() ? state : state + ": " + reason);
+}
+
+QPixmap BatchTableModel::picture(int row) const {
+  Look& shown = look(row);
+  const QString path = qtText(table_.row(row).textOrEmpty(BatchKey::img));
+  if (path.isEmpty() || path == shown.picturePath)
+    return shown.picture;
+  shown.picturePath = path;
+  QImageReader reader(path);
+  const double ratio = qGuiApp->devicePixelRatio();
+  const QSize room(qRound(pictureWidth * ratio), qRound(pictureHeight * ratio));
+  reader.setScaledSize(reader.size().scaled(room, Qt::KeepAspectRatio));
+  shown.picture = QPixmap::fromImageReader(&reader);
+  shown.picture.setDevicePixelRatio(ratio);
+  return shown.picture;
+}
+
+// ---- The headers
+
+QVariant BatchTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+  if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+    return headers_.value(section);
+  return {};
+}
+
+bool BatchTableModel::setHeaderData(int section, Qt::Orientation orientation, const QVariant& value,
+                                    int role) {
+  if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section >= headers_.size())
+    return false;
+  headers_[section] = value.toString();
+  Q_EMIT headerDataChanged(orientation, section, section);
+  return true;
+}
+
+}  // namespace tessarin

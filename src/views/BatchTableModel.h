@@ -1,0 +1,63 @@
+// The batch as Qt's table views want it.
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QPixmap>
+#include <optional>
+#include <vector>
+
+#include "core/BatchTable.h"
+
+namespace tessarin {
+
+enum BatchColumn { orderColumn, pictureColumn, sourceColumn, outColumn, speedColumn, sizeColumn };
+inline constexpr int batchColumnCount = 6;
+
+// Shows the rows and what may be chosen in them. A row's cells and picture are worked out once and
+// kept until the row changes.
+class BatchTableModel final : public QAbstractTableModel {
+ public:
+  // Logical pixels of a thumbnail.
+  static constexpr int pictureWidth = 96;
+  static constexpr int pictureHeight = 54;
+
+  // The table is borrowed and outlives the model.
+  explicit BatchTableModel(BatchTable& table, QObject* parent = nullptr);
+
+  // The cell of outColumn or speedColumn.
+  const ChoiceCell& choiceCell(const QModelIndex& index) const;
+  // The names of the cell's segments.
+  QStringList segmentTitles(int column) const;
+  // What the segments mean.
+  QStringList segmentTips(int column) const;
+  bool isEditable(int row) const;
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  bool setHeaderData(int section, Qt::Orientation orientation, const QVariant& value,
+                     int role) override;
+
+ private:
+  struct Look {
+    std::optional<ChoiceCell> out;
+    std::optional<ChoiceCell> speed;
+    QString picturePath;
+    QPixmap picture;
+  };
+
+  void appended();
+  void removed(int row);
+  void changed(int row);
+  QString text(int row, int column) const;
+  QString toolTip(int row, int column) const;
+  QPixmap picture(int row) const;
+  Look& look(int row) const { return looks_[static_cast<std::size_t>(row)]; }
+
+  BatchTable& table_;
+  mutable std::vector<Look> looks_;  // one for each row that the views know
+  QStringList headers_;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,217 @@
+#include "views/BatchView.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include "classShared/TextAdditions.h"
+#include "core/rowEdits.h"
+#include "views/localize.h"
+#include "views/popUpTitles.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr int heightOfRow = 66;
+
+QIcon dot(const std::string& colourName) {
+  if (colourName == "black")
+    return {};
+  constexpr int size = 24;
+  QPixmap pixmap(size, size);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colourName == "green" ? QColor(46, 160, 67) : QColor(207, 51, 51));
+  painter.drawEllipse(4, 4, size - 8, size - 8);
+  return pixmap;
+}
+
+}  // namespace
+
+BatchView::BatchView(appDelegate& app, QWidget* parent)
+    : QTableView(parent), app_(app), model_(new BatchTableModel(app.table(), this)) {
+  setModel(model_);
+  setAcceptDrops(false);  // the window takes drops
+  setAccessibleName(QStringLiteral("@@columnSource"));
+  setSelectionBehavior(SelectRows);
+  setSelectionMode(ExtendedSelection);
+  setShowGrid(false);
+  setAlternatingRowColors(true);
+  setHorizontalScrollMode(ScrollPerPixel);
+  setVerticalScrollMode(ScrollPerPixel);
+  setTabKeyNavigation(false);  // Tab leaves the table
+  setUpColumns();
+
+  auto* order = new OrderDelegate(this);
+  order->markOfRow = [this](int row) {
+    return app_.table().row(row).textOrEmpty(BatchKey::resultat);
+  };
+  auto* choices = new ChoiceDelegate(*model_, this);
+  choices->chosen = [this](const QModelIndex& index, int segment) { choose(index, segment); };
+  auto* sizes = new PopUpDelegate(*model_, this);
+  sizes->pressed = [this](const QModelIndex& index) { openSizes(index); };
+  setItemDelegateForColumn(orderColumn, order);
+  setItemDelegateForColumn(outColumn, choices);
+  setItemDelegateForColumn(speedColumn, choices);
+  setItemDelegateForColumn(sizeColumn, sizes);
+  connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+          [this](const QModelIndex& current) { app_.table().select(current.row()); });
+}
+
+void BatchView::setUpColumns() {
+  verticalHeader()->hide();
+  verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  verticalHeader()->setDefaultSectionSize(heightOfRow);
+  QHeaderView* header = horizontalHeader();
+  header->setHighlightSections(false);
+  header->setSectionsClickable(false);
+  header->setStretchLastSection(false);
+  header->setSectionResizeMode(QHeaderView::ResizeToContents);
+  // Measuring all rows of a long batch at each change would take long.
+  header->setResizeContentsPrecision(20);
+  header->setSectionResizeMode(orderColumn, QHeaderView::Fixed);
+  header->resizeSection(orderColumn, 40);
+  header->setSectionResizeMode(pictureColumn, QHeaderView::Fixed);
+  header->resizeSection(pictureColumn, BatchTableModel::pictureWidth + 12);
+  header->setSectionResizeMode(sourceColumn, QHeaderView::Stretch);
+  header->setMinimumSectionSize(40);
+  header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+}
+
+// ---- Choosing
+
+std::vector<int> BatchView::selectedRows() const {
+  std::vector<int> rows;
+  for (const QModelIndex& index : selectionModel()->selectedRows())
+    rows.push_back(index.row());
+  return rows;
+}
+
+void BatchView::choose(const QModelIndex& index, int choice) {
+  const std::vector<int> rows = selectedRows();
+  if (std::find(rows.begin(), rows.end(), index.row()) == rows.end()) {
+    chooseInRow(index.row(), index.column(), choice);
+    return;
+  }
+  for (const int row : rows)
+    chooseInRow(row, index.column(), choice);
+}
+
+void BatchView::chooseInRow(int row, int column, int choice) {
+  if (column == outColumn)
+    chooseTarget(app_.table(), row, choice);
+  else if (column == speedColumn)
+    chooseSpeed(app_.table(), row, choice);
+  else if (column == sizeColumn)
+    chooseSize(app_.table(), row, choice);
+}
+
+void BatchView::chooseNext(const QModelIndex& index) {
+  const ChoiceCell& cell = model_->choiceCell(index);
+  const auto count = static_cast<int>(cell.segments.size());
+  for (int step = 1; step < count; ++step) {
+    const int next = (std::max(cell.selected, 0) + step) % count;
+    if (cell.segments[static_cast<std::size_t>(next)].allowed) {
+      choose(index, next);
+      return;
+    }
+  }
+}
+
+void BatchView::openSizes(const QModelIndex& index) {
+  if (!model_->isEditable(index.row()))
+    return;
+  auto* menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->setToolTipsVisible(true);
+  const auto items = app_.table().sizeItems(index.row());
+  const auto selected = app_.table().row(index.row()).integer(BatchKey::sizeOut).value_or(-1);
+  const QPersistentModelIndex cell(index);
+  for (int size = 0; size < static_cast<int>(items.size()); ++size) {
+    const PopUpButton::Item& item = items[static_cast<std::size_t>(size)];
+    const PopUpTitle title = sizeTitle(item);
+    if (title.text.isEmpty()) {
+      menu->addSeparator();
+      continue;
+    }
+    QAction* action = menu->addAction(title.text);
+    action->setToolTip(title.toolTip);
+    action->setEnabled(title.mayBeChosen);
+    if (!title.toolTip.isEmpty())
+      action->setIcon(dot(item.colour));
+    if (size == selected) {
+      QFont font = action->font();
+      font.setBold(true);
+      action->setFont(font);
+      menu->setActiveAction(action);
+    }
+    connect(action, &QAction::triggered, this, [this, cell, size] {
+      if (cell.isValid())
+        choose(cell, size);
+    });
+  }
+  menu->popup(viewport()->mapToGlobal(visualRect(index).bottomLeft()));
+}
+
+// ---- Removing
+
+void BatchView::removeSelected() {
+  removeRows(app_.table(), selectedRows());
+}
+
+void BatchView::removeAll() {
+  app_.table().encBatchRemoveAll(true);
+}
+
+// ---- Keys and the context menu
+
+void BatchView::keyPressEvent(QKeyEvent* event) {
+  const QModelIndex current = currentIndex();
+  const int column = current.isValid() ? current.column() : -1;
+  const bool isChoice = column == outColumn || column == speedColumn;
+  const int number = event->key() - Qt::Key_1;
+  const bool isOpen = event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
+                      event->key() == Qt::Key_Enter;
+  const bool isPlain = !event->modifiers().testFlag(Qt::ControlModifier);
+  if (isPlain && isChoice && number >= 0 && number < model_->segmentTitles(column).size())
+    choose(current, number);
+  else if (isPlain && isChoice && isOpen)
+    chooseNext(current);
+  else if (isPlain && column == sizeColumn && isOpen)
+    openSizes(current);
+  else
+    QTableView::keyPressEvent(event);
+}
+
+// A press into a choice of one of several selected rows would leave that row selected alone; the
+// choice is for all of them.
+QItemSelectionModel::SelectionFlags BatchView::selectionCommand(const QModelIndex& index,
+                                                                const QEvent* event) const {
+  const bool isPress = event && event->type() == QEvent::MouseButtonPress;
+  const bool keepsSelection =
+      isPress && index.isValid() && index.column() >= outColumn &&
+      static_cast<const QMouseEvent*>(event)->modifiers() == Qt::NoModifier &&
+      selectionModel()->isRowSelected(index.row(), {});
+  return keepsSelection ? QItemSelectionModel::NoUpdate
+                        : QTableView::selectionCommand(index, event);
+}
+
+void BatchView::contextMenuEvent(QContextMenuEvent* event) {
+  auto* menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  QAction* removeOne =
+      menu->addAction(QStringLiteral("@@remove"), this, [this] { removeSelected(); });
+  removeOne->setEnabled(selectionModel()->hasSelection());
+  QAction* all = menu->addAction(QStringLiteral("@@removeAll"), this, [this] { removeAll(); });
+  all->setEnabled(model_->rowCount() > 0);
+  localizeMenu(menu);
+  menu->popup(event->globalPos());
+}
+
+}  // namespace tessarin

@@ -1,0 +1,41 @@
+// The table of the batch.
+#pragma once
+
+#include <QTableView>
+
+#include "core/appDelegate.h"
+#include "views/BatchTableModel.h"
+#include "views/rowDelegates.h"
+
+namespace tessarin {
+
+// Rows are changed with the mouse, or with the keys in the current cell: 1 to 3 choose a segment,
+// Space takes the next one or opens the sizes, Delete removes the selected rows. A choice goes to
+// all selected rows when the row that it was made in is one of them.
+class BatchView final : public QTableView {
+ public:
+  // The controller is borrowed and outlives the view.
+  explicit BatchView(appDelegate& app, QWidget* parent = nullptr);
+
+  void removeSelected();
+  void removeAll();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                       const QEvent* event) const override;
+
+ private:
+  void setUpColumns();
+  void choose(const QModelIndex& index, int choice);
+  void chooseInRow(int row, int column, int choice);
+  void chooseNext(const QModelIndex& index);
+  void openSizes(const QModelIndex& index);
+  std::vector<int> selectedRows() const;
+
+  appDelegate& app_;
+  BatchTableModel* model_;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,122 @@
+#include "views/MainWindow.h"
+
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QPointer>
+#include <QStandardPaths>
+#include <QVBoxLayout>
+
+#include "classShared/log.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "views/SettingsView.h"
+#include "views/images.h"
+#include "views/localize.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr int windowWidth = 960;
+constexpr int drawerHeight = 360;
+
+}  // namespace
+
+MainWindow::MainWindow(appDelegate& app, WindowActions actions)
+    : app_(app), actions_(std::move(actions)) {
+  setWindowTitle(qtText(Bundle::main().name()));
+  setAcceptDrops(true);
+  makeContent();
+  makeMenus();
+  localizeWindow(this);
+  resize(windowWidth, sizeHint().height());
+  const QPointer<MainWindow> held(this);
+  app_.interface.batchDrawer.changed.connect([held] {
+    if (held)
+      held->showDrawer(held->app_.interface.batchDrawer.isShown());
+  });
+  if (app_.interface.batchDrawer.isShown())
+    showDrawer(true);
+}
+
+void MainWindow::makeContent() {
+  auto* content = new QWidget;
+  auto* column = new QVBoxLayout(content);
+  column->setContentsMargins(16, 16, 16, 16);
+  column->setSpacing(14);
+  auto* upper = new QHBoxLayout;
+  upper->setSpacing(20);
+  sources_ = new SourcesView(app_, [this] { openSources(false); });
+  upper->addWidget(sources_, 1);
+  upper->addWidget(new SettingsView(app_, actions_.reveal), 2);
+  drawer_ = new BatchDrawer(app_);
+  drawer_->hide();
+  column->addLayout(upper);
+  column->addWidget(drawer_, 1);
+  setCentralWidget(content);
+}
+
+// The window grows by its drawer, and shrinks again without it.
+void MainWindow::showDrawer(bool shown) {
+  if (shown == !drawer_->isHidden())
+    return;
+  drawer_->setVisible(shown);
+  if (!isMaximized() && !isFullScreen())
+    resize(width(), height() + (shown ? drawerHeight : -drawerHeight));
+}
+
+void MainWindow::bringToFront() {
+  if (isMinimized())
+    showNormal();
+  else
+    show();
+  raise();
+  activateWindow();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  debugFormat("windowShouldClose ?");
+  // The answer may come later; the program hides the window when it ends.
+  event->ignore();
+  actions_.quit();
+}
+
+// ---- Sources
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (pathsOf(event->mimeData()).empty())
+    return;
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+  sources_->setHighlighted(true);
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent*) {
+  sources_->setHighlighted(false);
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  sources_->setHighlighted(false);
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+  app_.dragNDropPerformDrag(pathsOf(event->mimeData()));
+}
+
+void MainWindow::openSources(bool folder) {
+  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")),
+                                QStandardPaths::writableLocation(QStandardPaths::MoviesLocation));
+  panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
+  connect(panel, &QFileDialog::filesSelected, this, [this](const QStringList& files) {
+    std::vector<std::string> paths;
+    for (const QString& file : files)
+      paths.push_back(file.toStdString());
+    app_.draggedFiles(paths);
+  });
+  panel->open();
+}
+
+}  // namespace tessarin

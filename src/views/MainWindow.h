@@ -1,0 +1,55 @@
+// The main window: sources and settings above, the batch in a drawer below.
+#pragma once
+
+#include <QMainWindow>
+#include <QPointer>
+
+#include "core/appDelegate.h"
+#include "process/logs.h"
+#include "views/BatchDrawer.h"
+#include "views/SourcesView.h"
+
+namespace tessarin {
+
+// What the window asks of the program around it.
+struct WindowActions {
+  // The user wants to leave.
+  std::function<void()> quit;
+  // Shows a file or folder in the desktop's file browser.
+  std::function<void(const std::string&)> reveal;
+  // Opens a text file for reading.
+  std::function<void(const std::string&)> openText;
+};
+
+class MainWindow final : public QMainWindow {
+ public:
+  // The controller is borrowed and outlives the window.
+  MainWindow(appDelegate& app, WindowActions actions);
+
+  void bringToFront();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+
+ private:
+  void makeContent();
+  void makeMenus();
+  void makeFileMenu();
+  void makeBatchMenu();
+  void makeHelpMenu();
+  void showDrawer(bool shown);
+  void openSources(bool folder);
+  void toggleDebug(QAction* item);
+  void openLocalizationFile();
+  void showAbout();
+
+  appDelegate& app_;
+  WindowActions actions_;
+  SourcesView* sources_ = nullptr;
+  BatchDrawer* drawer_ = nullptr;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,45 @@
+#include "views/PreferencesWindow.h"
+
+#include <QFormLayout>
+#include <QPointer>
+
+#include "views/bindings.h"
+#include "views/localize.h"
+#include "views/popUpTitles.h"
+
+namespace tessarin {
+
+void PreferencesWindow::open(appDelegate& app, QWidget* parent) {
+  static QPointer<PreferencesWindow> shown;
+  if (!shown)
+    shown = new PreferencesWindow(app, parent);
+  shown->show();
+  shown->raise();
+  shown->activateWindow();
+}
+
+PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent) : QDialog(parent) {
+  setAttribute(Qt::WA_DeleteOnClose);
+  setWindowTitle("@@menuPreferences");
+  Interface& interface = app.interface;
+  const Act store = [&app] { app.storePreferences(); };
+  auto* form = new QFormLayout(this);
+  form->setContentsMargins(20, 20, 20, 20);
+  form->setVerticalSpacing(12);
+
+  auto* flavours = new QComboBox;
+  bindTo(flavours, interface.prores, proresTitle, store);
+  form->addRow("@@prefProres", flavours);
+
+  auto* colours = new SegmentedBar(SegmentedBar::Kind::choice,
+                                   {"@@colourDesktop", "@@colourDark", "@@colourHud"});
+  bindTo(colours, interface.colour, store);
+  form->addRow("@@prefColor", colours);
+
+  auto* alertEnd = new QCheckBox("@@prefAlertEnd");
+  bindTo(alertEnd, interface.alertEnd, store);
+  form->addRow(QString(), alertEnd);
+  localizeWindow(this);
+}
+
+}  // namespace tessarin

@@ -1,0 +1,119 @@
+#include "views/SettingsView.h"
+
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QHBoxLayout>
+
+#include "utils/files.h"
+#include "views/bindings.h"
+#include "views/localize.h"
+#include "views/popUpTitles.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+// A bar whose segments say in their tool tips what they mean.
+SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips) {
+  auto* bar = new SegmentedBar(SegmentedBar::Kind::choice, titles);
+  for (int segment = 0; segment < tips.size(); ++segment)
+    bar->at(segment)->setToolTip(tips[segment]);
+  return bar;
+}
+
+QHBoxLayout* newRow(QWidget* row) {
+  auto* layout = new QHBoxLayout(row);
+  layout->setContentsMargins(0, 0, 0, 0);
+  return layout;
+}
+
+}  // namespace
+
+SettingsView::SettingsView(appDelegate& app, std::function<void(const std::string&)> reveal,
+                           QWidget* parent)
+    : QWidget(parent), app_(app), reveal_(std::move(reveal)) {
+  Interface& interface = app_.interface;
+  const Act store = [this] { app_.storePreferences(); };
+  auto* form = new QFormLayout(this);
+  form->setContentsMargins(0, 0, 0, 0);
+  form->setVerticalSpacing(10);
+  form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+
+  auto* soft = newChoice(
+      {"@@softQuickTime", "@@softIMovie", "@@softFinalCutPro", "@@soft50p60p"},
+      {"@@tipSoftQuickTime", "@@tipSoftIMovie", "@@tipSoftFinalCutPro", "@@tipSoft50p60p"});
+  soft->setObjectName("editingSoft");
+  bindTo(soft, interface.editingSoft, store);
+  form->addRow("@@editingSoft", soft);
+
+  auto* sizes = new QComboBox;
+  sizes->setObjectName("sizeOut");
+  sizes->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  sizes->setMinimumContentsLength(24);
+  bindTo(sizes, interface.sizeOut, sizeTitle, store);
+  form->addRow("@@prefPreset", sizes);
+
+  form->addRow("@@prefSpeed", newSpeedRow());
+
+  auto* surround = new QCheckBox("@@prefSurround");
+  surround->setObjectName("surround");
+  bindTo(surround, interface.surround, store);
+  form->addRow(QString(), surround);
+
+  form->addRow("@@destination", newDestinationRow());
+}
+
+QWidget* SettingsView::newSpeedRow() {
+  Interface& interface = app_.interface;
+  const Act store = [this] { app_.storePreferences(); };
+  auto* row = new QWidget;
+  auto* layout = newRow(row);
+  auto* speed = newChoice({"@@speedFull", "@@speedHalf", "@@speedSlow"},
+                          {"@@tipSpeedFull", "@@tipSpeedHalf", "@@tipSpeedSlow"});
+  speed->setObjectName("speed");
+  bindTo(speed, interface.speed, store);
+  auto* mode = newChoice({"@@modeExpert", "@@modeEasy"}, {"@@tipModeExpert", "@@tipModeEasy"});
+  mode->setObjectName("mode");
+  bindTo(mode, interface.easy, store);
+  layout->addWidget(speed, 3);
+  layout->addSpacing(12);
+  layout->addWidget(mode, 2);
+  return row;
+}
+
+QWidget* SettingsView::newDestinationRow() {
+  auto* row = new QWidget;
+  auto* layout = newRow(row);
+  auto* destination = new QLineEdit;
+  destination->setObjectName("destination");
+  destination->setAccessibleName("@@destination");
+  destination->setAcceptDrops(false);  // the window takes drops
+  destination->setMinimumWidth(160);
+  bindTo(destination, app_.interface.destination, [this] { app_.storePreferences(); });
+  auto* choose = new QPushButton("@@chooseFolder");
+  connect(choose, &QPushButton::clicked, this, [this] { chooseDestination(); });
+  auto* show = new QPushButton("@@showFolder");
+  connect(show, &QPushButton::clicked, this,
+          [this] { reveal_(expandTilde(app_.interface.destination.text())); });
+  layout->addWidget(destination, 1);
+  layout->addWidget(choose);
+  layout->addWidget(show);
+  return row;
+}
+
+void SettingsView::chooseDestination() {
+  auto* panel = new QFileDialog(this, localizedText("@@destination"),
+                                qtText(expandTilde(app_.interface.destination.text())));
+  panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setFileMode(QFileDialog::Directory);
+  panel->setOption(QFileDialog::ShowDirsOnly);
+  connect(panel, &QFileDialog::fileSelected, this, [this](const QString& folder) {
+    app_.interface.destination.setText(folder.toStdString());
+    app_.storePreferences();
+  });
+  panel->open();
+}
+
+}  // namespace tessarin

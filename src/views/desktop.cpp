@@ -1,0 +1,45 @@
+#include "views/desktop.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QUrl>
+
+#include "utils/files.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+QUrl urlOf(const std::string& path) {
+  return QUrl::fromLocalFile(qtText(expandTilde(path)));
+}
+
+}  // namespace
+
+void revealInFileBrowser(const std::string& path) {
+  const QUrl url = urlOf(path);
+  // The freedesktop.org interface that file browsers share.
+  const bool isFolder = isDirectory(path);
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.FileManager1"),
+      QStringLiteral("/org/freedesktop/FileManager1"),
+      QStringLiteral("org.freedesktop.FileManager1"),
+      isFolder ? QStringLiteral("ShowFolders") : QStringLiteral("ShowItems"));
+  call << QStringList{url.toString()} << QString();
+  auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, url, isFolder] {
+    // Without such a file browser: whatever opens folders.
+    if (watcher->isError())
+      QDesktopServices::openUrl(isFolder ? url : url.adjusted(QUrl::RemoveFilename));
+    watcher->deleteLater();
+  });
+}
+
+void openWithDesktop(const std::string& path) {
+  QDesktopServices::openUrl(urlOf(path));
+}
+
+}  // namespace tessarin

@@ -1,0 +1,127 @@
+// The main window's menus.
+#include <QAction>
+#include <QMenuBar>
+#include <QMessageBox>
+
+#include "classShared/log.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "process/logs.h"
+#include "utils/files.h"
+#include "views/MainWindow.h"
+#include "views/PreferencesWindow.h"
+#include "views/images.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr int aboutImageSize = 64;
+
+}  // namespace
+
+void MainWindow::makeMenus() {
+  makeFileMenu();
+  makeBatchMenu();
+  makeHelpMenu();
+}
+
+void MainWindow::makeFileMenu() {
+  QMenu* menu = menuBar()->addMenu("@@menuFile");
+  menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); });
+  menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
+                  [this] { openSources(true); });
+  menu->addSeparator();
+  menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this,
+                  [this] { PreferencesWindow::open(app_, this); });
+  menu->addSeparator();
+  menu->addAction("@@menuFileQuit", QKeySequence("Ctrl+Q"), this, [this] { actions_.quit(); });
+}
+
+void MainWindow::makeBatchMenu() {
+  QMenu* menu = menuBar()->addMenu("@@menuBatch");
+  SegmentedControl& stopBt = app_.interface.encoding.stopBt;
+  const auto press = [this, &stopBt](int segment) {
+    stopBt.select(segment);
+    app_.iba_taskStopBt();
+  };
+  QAction* start = menu->addAction("@@start", QKeySequence("Ctrl+Return"), this,
+                                   [this] { app_.iba_batchGoBt(); });
+  QAction* pause =
+      menu->addAction("@@pause", QKeySequence("Ctrl+P"), this, [press] { press(pauseSegment); });
+  QAction* stop =
+      menu->addAction("@@stop", QKeySequence("Ctrl+."), this, [press] { press(stopSegment); });
+  menu->addSeparator();
+  menu->addAction("@@remove", QKeySequence::Delete, this,
+                  [this] { drawer_->table().removeSelected(); });
+  menu->addAction("@@removeAll", QKeySequence("Ctrl+Delete"), this,
+                  [this] { drawer_->table().removeAll(); });
+
+  const QPointer<MainWindow> held(this);
+  const auto showStart = [held, this, start] {
+    if (held)
+      start->setEnabled(app_.interface.batchGoBt.isEnabled());
+  };
+  const auto showStop = [held, pause, stop, &stopBt] {
+    if (!held)
+      return;
+    const bool usable = stopBt.isEnabled() && !stopBt.isHidden();
+    pause->setEnabled(usable);
+    stop->setEnabled(usable);
+    pause->setText(qtText(imageText(stopBt.segments()[pauseSegment].image)));
+  };
+  app_.interface.batchGoBt.changed.connect(showStart);
+  stopBt.changed.connect(showStop);
+  showStart();
+  showStop();
+}
+
+void MainWindow::makeHelpMenu() {
+  QMenu* menu = menuBar()->addMenu("@@menuHelp");
+  menu->addAction("@@menuDetailsLog", this, [this] { actions_.openText(detailLogPath()); });
+  menu->addAction("@@menuResumeLog", this, [this] { actions_.openText(resumeLogPath()); });
+  QAction* debug =
+      menu->addAction(qtText(localisationString(debugMode() ? "menuDebug0" : "menuDebug1")));
+  connect(debug, &QAction::triggered, this, [this, debug] { toggleDebug(debug); });
+  menu->addAction("@@menuLocalization", this, [this] { openLocalizationFile(); });
+  menu->addSeparator();
+  menu->addAction("@@menuAbout", this, [this] { showAbout(); });
+}
+
+void MainWindow::toggleDebug(QAction* item) {
+  const DebugMenuItem flipped = iba_menuDebugToggle({debugMode(), item->text().toStdString()});
+  item->setText(qtText(flipped.title));
+}
+
+// How a user finds the file to translate.
+void MainWindow::openLocalizationFile() {
+  const auto language = localLanguageCode();
+  if (!language)
+    return;
+  logFormat("Local language      : {}", *language);
+  const std::string path =
+      Bundle::main().resourcePath() + "/" + *language + ".lproj/Localized.strings";
+  const bool isThere = pathExists(path);
+  if (isThere)
+    actions_.reveal(path);
+  logFormat("revealFolderInFinder? {:d} ({})", isThere, path);
+  userAlerts().show({localisationString("localizationToOpen"),
+                     localisationString("localizationOpened"),
+                     {},
+                     "",
+                     Alert::Style::information});
+}
+
+void MainWindow::showAbout() {
+  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
+  auto* box = new QMessageBox(this);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->setIconPixmap(drawing("tessarin", aboutImageSize, palette().color(QPalette::WindowText),
+                             devicePixelRatioF()));
+  box->setText(qtText(Bundle::main().name() + " " + (version ? version->text().value_or("") : "")));
+  box->setInformativeText(qtText(localisationString("aboutText")));
+  box->open();
+}
+
+}  // namespace tessarin

@@ -1,0 +1,34 @@
+#include "views/popUpTitles.h"
+
+#include "classShared/TextAdditions.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+// The heading of the sizes below it.
+constexpr const char* headingKey = "presetForceOut";
+
+}  // namespace
+
+PopUpTitle sizeTitle(const PopUpButton::Item& item) {
+  if (trimmed(item.title).empty())
+    return {{}, {}, false};
+  if (hasLocalization(item.title))
+    return {qtText(localisationString(item.title)), {}, item.title != headingKey};
+  QString text = qtText(presetShortLabel(item.title)).simplified();
+  text.replace(QLatin1String("x "), QStringLiteral("x"))
+      .replace(QLatin1String("( "), QStringLiteral("("));
+  text.replace(QLatin1Char('x'), QChar(0x00D7));
+  const auto rates = textAfter(item.title, "->");
+  return {text, qtText(std::string(rates.value_or(""))).simplified(), true};
+}
+
+PopUpTitle proresTitle(const PopUpButton::Item& item) {
+  return {qtText(std::string(textUpTo(item.title, " (imco:"))), {}, true};
+}
+
+}  // namespace tessarin

@@ -1,0 +1,15 @@
+// How the entries of the controller's popups are written for the user.
+#pragma once
+
+#include "views/bindings.h"
+
+namespace tessarin {
+
+// A row of presetSizesList: without the blanks that align it, its rates as the tool tip; localized
+// where the row is a key.
+PopUpTitle sizeTitle(const PopUpButton::Item& item);
+
+// A ProRes encoder without its code: "Apple ProRes 422 (imco:apcn:appl)" is "Apple ProRes 422".
+PopUpTitle proresTitle(const PopUpButton::Item& item);
+
+}  // namespace tessarin

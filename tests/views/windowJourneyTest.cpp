@@ -1,0 +1,190 @@
+// Whole journeys of a user through the window.
+#include "core/rowEdits.h"
+#include "encoding/outputPreset.h"
+#include "views/WindowFixture.h"
+#include "views/localize.h"
+
+namespace tessarin::test {
+namespace {
+
+// Long enough to be paused and stopped in the middle.
+bool makeLongClip(const std::string& path) {
+  return makeClip(interlacedPicture("1440x1080", "12") + tone("12") +
+                      "-c:v mpeg2video -flags +ildct+ilme -top 1 -q:v 12 -c:a mp2 -f mpegts",
+                  path);
+}
+
+// Its rows may be halved or slowed, but not kept as they are.
+bool makeFastClip(const std::string& path) {
+  return makeClip(progressivePicture("1280x720", "0.4", "50") + tone("0.4") +
+                      "-c:v mpeg2video -q:v 4 -c:a mp2 -f mpegts",
+                  path);
+}
+
+TEST_F(WindowFixture, ThreeClipsAreDroppedChangedAndConverted) {
+  const std::vector<std::string> clips = {folder.file("One.MTS"), folder.file("Two.MTS"),
+                                          folder.file("Three.MTS")};
+  ASSERT_TRUE(makeInterlacedClip(clips[0]));
+  ASSERT_TRUE(makeInterlacedClip(clips[1]));
+  ASSERT_TRUE(makeFastClip(clips[2]));
+  EXPECT_FALSE(startButton()->isEnabled());
+  EXPECT_FALSE(table().isVisible());
+  analyse(clips);
+  ASSERT_EQ(table().model()->rowCount(), 3);
+  EXPECT_TRUE(table().isVisible());
+  EXPECT_TRUE(cell(0, sourceColumn).startsWith("One.MTS\n(720x)576i50"));
+  EXPECT_FALSE(
+      table().model()->index(1, pictureColumn).data(Qt::DecorationRole).value<QPixmap>().isNull());
+
+  table().setFocus();
+  table().setCurrentIndex(table().model()->index(2, speedColumn));
+  QTest::keyClick(&table(), Qt::Key_3);
+  EXPECT_EQ(cell(2, speedColumn), "Slow");
+  EXPECT_EQ(cell(0, speedColumn), "Full");
+
+  // The third one is not wanted.
+  table().setCurrentIndex(table().model()->index(2, sourceColumn));
+  window.findChild<BatchView*>("batch")->removeSelected();
+  ASSERT_EQ(table().model()->rowCount(), 2);
+  ASSERT_EQ(app.table().count(), 2);
+
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  EXPECT_FALSE(startButton()->isEnabled());
+  ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
+  EXPECT_EQ(mark(0), ResultMark::success);
+  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_TRUE(pathExists(movie("One.mov")));
+  EXPECT_TRUE(pathExists(movie("Two.mov")));
+  EXPECT_EQ(revealed, std::vector<std::string>{folder.file("movies/Tessarin")});
+}
+
+TEST_F(WindowFixture, AMousePressChoosesForAllSelectedRowsAndNeverWhatIsRefused) {
+  ASSERT_TRUE(makeFastClip(folder.file("A.MTS")));
+  ASSERT_TRUE(makeFastClip(folder.file("B.MTS")));
+  analyse({folder.file("A.MTS"), folder.file("B.MTS")});
+  ASSERT_EQ(app.table().count(), 2);
+  const auto pressSegment = [this](int row, int segment) {
+    QStyleOptionViewItem option;
+    option.initFrom(&table());
+    option.rect = table().visualRect(table().model()->index(row, speedColumn));
+    const auto* delegate = static_cast<ChoiceDelegate*>(table().itemDelegateForColumn(speedColumn));
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {},
+                      delegate->segmentRect(option, speedColumn, segment).center());
+  };
+  pressSegment(0, speedSlow);
+  EXPECT_EQ(cell(0, speedColumn), "Slow");
+  EXPECT_EQ(cell(1, speedColumn), "Half");
+  table().selectAll();
+  pressSegment(1, speedSlow);
+  pressSegment(1, speedHalf);
+  EXPECT_EQ(cell(0, speedColumn), "Half");
+  EXPECT_EQ(cell(1, speedColumn), "Half");
+  pressSegment(0, speedKeep);
+  EXPECT_EQ(cell(0, speedColumn), "Half");
+}
+
+TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
+  ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
+  analyse({folder.file("Long.MPG")});
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_FALSE(stopSegmentButton(0)->isVisible());
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return stopSegmentButton(0)->isVisible(); }));
+  EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
+  EXPECT_EQ(mark(0), ResultMark::current);
+
+  // What is being converted is not changed under the converter's hands.
+  EXPECT_FALSE(chooseSize(app.table(), 0, firstConcreteRow));
+
+  QTest::mouseClick(stopSegmentButton(0), Qt::LeftButton);
+  EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Go On");
+  EXPECT_EQ(window.findChild<QLabel*>("action")->text(), "Paused");
+  QTest::mouseClick(stopSegmentButton(0), Qt::LeftButton);
+  EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
+
+  QTest::mouseClick(stopSegmentButton(1), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
+  EXPECT_EQ(mark(0), ResultMark::failure);
+  EXPECT_FALSE(pathExists(movie("Long.mov")));
+}
+
+TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
+  ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
+  analyse({folder.file("Long.MPG")});
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return pathExists(movie("Long.mov")); }));
+
+  window.close();
+  ASSERT_NE(dialog(), nullptr);
+  press(dialog(), "Cancel");
+  until([this] { return dialog() == nullptr; });
+  EXPECT_FALSE(hasQuit);
+  EXPECT_TRUE(app.driver().isBatchRunning());
+
+  window.close();
+  ASSERT_NE(dialog(), nullptr);
+  press(dialog(), "Quit");
+  ASSERT_TRUE(until([this] { return hasQuit; }));
+  EXPECT_FALSE(app.driver().isBatchRunning());
+  EXPECT_EQ(app.table().count(), 0);
+  EXPECT_FALSE(pathExists(movie("Long.mov")));
+  EXPECT_THAT(revealed, testing::IsEmpty());
+}
+
+TEST_F(WindowFixture, RefusedSourcesAreToldOnceWithTheirReasons) {
+  ASSERT_TRUE(writeFileAtomically(folder.file("Empty.MTS"), ""));
+  ASSERT_TRUE(writeFileAtomically(folder.file("Noise.MTS"), "no movie at all"));
+  analyse({folder.file("Empty.MTS"), folder.file("Noise.MTS")});
+  ASSERT_NE(dialog(), nullptr);
+  const QString told = dialog()->informativeText();
+  EXPECT_TRUE(told.startsWith("Empty.MTS: the file is empty\nNoise.MTS: ")) << told.toStdString();
+  EXPECT_EQ(window.findChildren<QMessageBox*>().size(), 1);
+}
+
+TEST_F(WindowFixture, ChoicesAreStoredAsTheyAreMade) {
+  auto* surround = window.findChild<QCheckBox*>("surround");
+  QTest::mouseClick(surround, Qt::LeftButton, {}, QPoint(8, surround->height() / 2));
+  EXPECT_EQ(preferences.integer(PrefKey::surround), 1);
+  QTest::mouseClick(window.findChild<SegmentedBar*>("editingSoft")->at(1), Qt::LeftButton);
+  EXPECT_EQ(preferences.integer(PrefKey::editingSoft), 1);
+  // The speed counts only for those who asked for it.
+  auto* speed = window.findChild<SegmentedBar*>("speed");
+  EXPECT_FALSE(speed->at(0)->isEnabled());
+  QTest::mouseClick(window.findChild<SegmentedBar*>("mode")->at(0), Qt::LeftButton);
+  EXPECT_TRUE(speed->at(0)->isEnabled());
+}
+
+// Texts that were not translated or do not fit, in every language.
+TEST(WindowTexts, AreTranslatedAndNotCutOff) {
+  for (const char* language : {"en", "de", "fr", "es", "it"}) {
+    SCOPED_TRACE(language);
+    const TestBundle bundle(language);
+    QtRunLoop loop;
+    QtAlerts alerts;
+    MemoryUserDomain domain;
+    PreferenceStore preferences(domain);
+    appDelegate app({loop, preferences, alerts, {}});
+    MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
+    app.interface.batchDrawer.setShown(true);
+    window.show();
+    int seen = 0;
+    for (QWidget* widget : window.findChildren<QWidget*>()) {
+      QString text;
+      if (const auto* button = qobject_cast<QAbstractButton*>(widget))
+        text = button->text();
+      else if (const auto* label = qobject_cast<QLabel*>(widget); label && !label->wordWrap())
+        text = label->text();
+      EXPECT_FALSE(text.startsWith("@@")) << text.toStdString();
+      EXPECT_FALSE(widget->toolTip().startsWith("@@")) << widget->toolTip().toStdString();
+      EXPECT_FALSE(widget->accessibleName().startsWith("@@"));
+      if (text.isEmpty() || !widget->isVisible())
+        continue;
+      ++seen;
+      EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << text.toStdString();
+    }
+    EXPECT_GT(seen, 15);
+  }
+}
+
+}  // namespace
+}  // namespace tessarin::test
