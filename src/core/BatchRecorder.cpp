@@ -5,6 +5,7 @@
 
 #include "classShared/log.h"
 #include "core/batchSettings.h"
+#include "utils/files.h"
 
 namespace tessarin {
 
@@ -23,6 +24,9 @@ constexpr milliseconds retryInterval(5000);
 // The stored list of waiting sources may name this many more than twice those that wait: so each
 // source costs the same however many there are.
 constexpr std::size_t waitingSlack = 16;
+
+// Kilobytes. Thumbnails are 160 pixels wide.
+constexpr std::size_t largestImage = 64;
 
 }  // namespace
 
@@ -169,7 +173,7 @@ bool BatchRecorder::makeFolder() {
   StoredBatch content;
   content.settings = settings();
   for (int row = 0; row < app_.table().count(); ++row)
-    content.rows.push_back({orders_.at(static_cast<std::size_t>(row)), app_.table().row(row)});
+    content.rows.push_back(storedRow(row));
   content.waiting = app_.queue().sourcesWithoutRow();
   auto made = BatchStore::create(parent_, content);
   if (!made)
@@ -194,7 +198,7 @@ bool BatchRecorder::writeSettings() {
 }
 
 bool BatchRecorder::writeRow(std::int64_t order) {
-  if (!check(store_->writeRow(order, app_.table().row(rowOf(order)))))
+  if (!check(store_->writeRow(storedRow(rowOf(order)))))
     return false;
   changedRows_.erase(order);
   return true;
@@ -279,6 +283,14 @@ bool BatchRecorder::isEmpty() const {
 int BatchRecorder::rowOf(std::int64_t order) const {
   const auto place = std::lower_bound(orders_.begin(), orders_.end(), order);
   return static_cast<int>(place - orders_.begin());
+}
+
+StoredRow BatchRecorder::storedRow(int row) const {
+  const Dico& entry = app_.table().row(row);
+  StoredRow stored{orders_.at(static_cast<std::size_t>(row)), entry};
+  if (const auto image = entry.text(BatchKey::img); image && poidsFile(*image, "k") <= largestImage)
+    stored.picture = readFileStart(*image, largestImage * 1024).value_or("");
+  return stored;
 }
 
 Dico BatchRecorder::settings() const {

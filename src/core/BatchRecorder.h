@@ -69,6 +69,7 @@ class BatchRecorder {
 
   bool isEmpty() const;
   int rowOf(std::int64_t order) const;
+  StoredRow storedRow(int row) const;
   Dico settings() const;
 
   appDelegate& app_;

@@ -13,6 +13,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "encoding/BatchEntry.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -78,6 +79,13 @@ Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) 
   return true;
 }
 
+Dico contentOfRow(const StoredRow& row) {
+  Dico content{{"order", row.order}, {"row", row.row}};
+  if (!row.picture.empty())
+    content.set("picture", row.picture);
+  return content;
+}
+
 Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
@@ -103,8 +111,12 @@ std::string batchesFolder() {
   return joinPath(usable ? state : expandTilde("~/.local/state"), "Tessarin/batches");
 }
 
-Dico storedRowContent(std::int64_t order, const Dico& row) {
-  return {{"order", order}, {"row", row}};
+std::optional<StoredRow> rowOfContent(const Dico& content) {
+  const auto order = content.integer("order");
+  const Dico* row = content.dico("row");
+  if (!order || !row || !row->dico(BatchKey::dico))
+    return std::nullopt;
+  return StoredRow{*order, *row, content.textOrEmpty("picture")};
 }
 
 Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBatch& content) {
@@ -124,7 +136,7 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBa
   const bool isMany = content.rows.size() > manyFiles;
   auto written = writeNew(joinPath(hidden, "batch.plist"), content.settings, !isMany);
   for (auto row = content.rows.begin(); row != content.rows.end() && written; ++row)
-    written = writeNew(store.rowPath(row->order), storedRowContent(row->order, row->row), !isMany);
+    written = writeNew(store.rowPath(row->order), contentOfRow(*row), !isMany);
   if (written && !content.waiting.empty())
     written = writeNew(joinPath(hidden, "waiting.plist"), storedWaiting(content.waiting), !isMany);
   if (!written)
@@ -167,8 +179,8 @@ Outcome<bool> BatchStore::writeSettings(const Dico& settings) {
   return write(joinPath(folder_, "batch.plist"), settings);
 }
 
-Outcome<bool> BatchStore::writeRow(std::int64_t order, const Dico& row) {
-  return write(rowPath(order), storedRowContent(order, row));
+Outcome<bool> BatchStore::writeRow(const StoredRow& row) {
+  return write(rowPath(row.order), contentOfRow(row));
 }
 
 Outcome<bool> BatchStore::writeJob(std::int64_t order, const Dico& job) {

@@ -40,7 +40,7 @@ class BatchStore {
   const std::string& folder() const { return folder_; }
 
   Outcome<bool> writeSettings(const Dico& settings);
-  Outcome<bool> writeRow(std::int64_t order, const Dico& row);
+  Outcome<bool> writeRow(const StoredRow& row);
   Outcome<bool> writeJob(std::int64_t order, const Dico& job);
   // No sources: the list is removed.
   Outcome<bool> writeWaiting(const std::vector<std::string>& sources);
@@ -53,7 +53,7 @@ class BatchStore {
   std::vector<std::int64_t> jobNumbers() const { return numbers("job-"); }
 
   BatchPart settings() const;
-  BatchPart row(std::int64_t number) const;  // content: "order" and "row"
+  BatchPart row(std::int64_t number) const;  // content: rowOfContent()
   BatchPart job(std::int64_t number) const;
   BatchPart waiting() const;  // content: "sources"
 
@@ -78,8 +78,8 @@ class BatchStore {
   bool namesChanged_ = false;
 };
 
-// A row as its file holds it.
-Dico storedRowContent(std::int64_t order, const Dico& row);
+// A row as its file holds it. Nothing when the content is none of a row.
+std::optional<StoredRow> rowOfContent(const Dico& content);
 
 // The folders below `parent` that have no owner any more, claimed, oldest first. Remains of
 // folders that were being made or removed are swept away.

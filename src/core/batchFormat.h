@@ -17,7 +17,8 @@ namespace tessarin {
 struct StoredRow {
   std::int64_t order = 0;
   Dico row;
-  bool isChanged = false;  // since it was read: where it is stored it is out of date
+  std::string picture = {};  // content of the thumbnail's file, "" for none
+  bool isChanged = false;    // since it was read: where it is stored it is out of date
 };
 
 // A batch as a whole.
@@ -33,8 +34,6 @@ inline constexpr std::string_view choices = "choices";  // record of PrefKey: th
 // Text, the answer for all movies that are there already (StateKey::replaceFiles).
 inline constexpr std::string_view replaceFiles = "replaceFilesCheck";
 inline constexpr std::string_view front = "front";  // record, what the program itself needs
-// Text, the temporary folder of the process that made the rows: their thumbnails are in it.
-inline constexpr std::string_view temporaryFolder = "temporaryFolder";
 }  // namespace BatchSetting
 
 // The record in a form that a property list keeps exactly: texts that are no UTF-8 (old names of

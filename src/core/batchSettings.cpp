@@ -1,7 +1,6 @@
 #include "core/batchSettings.h"
 
 #include "core/stepState.h"
-#include "utils/files.h"
 
 namespace tessarin {
 
@@ -9,8 +8,7 @@ Dico batchSettings(appDelegate& app, const PreferenceStore& preferences, const D
   Dico choices = app.prefs2GuiApp();
   choices.set(PrefKey::prores, preferences.text(PrefKey::prores));
   Dico settings{{std::string(BatchSetting::choices), std::move(choices)},
-                {std::string(BatchSetting::front), front},
-                {std::string(BatchSetting::temporaryFolder), temporaryFolder()}};
+                {std::string(BatchSetting::front), front}};
   if (const Value* answer = preferences.prefRead(StateKey::replaceFiles))
     settings.set(BatchSetting::replaceFiles, *answer);
   return settings;

@@ -1,10 +1,6 @@
 #include "core/recovery.h"
 
-#include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
+#include <fstream>
 #include <unordered_set>
 
 #include "classShared/TextAdditions.h"
@@ -53,20 +49,16 @@ bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
 }
 
 void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAside>& putAside) {
-  const BatchPart stored = store.job(number);
-  const BatchPart part = store.row(number);
-  const StoredJob job = jobOfRecord(stored.content);
-  const Dico* row = part.content.dico("row");
-  if (row && isSurelyFinished(*row, job)) {
+  const StoredJob job = jobOfRecord(store.job(number).content);
+  auto row = rowOfContent(store.row(number).content);
+  if (row && isSurelyFinished(row->row, job)) {
     store.removeJob(number);
     return;
   }
   const bool isSettled = cleanUpFiles(job, putAside);
-  if (row && row->textOrEmpty(BatchKey::resultat) != ResultMark::waiting) {
-    Dico waiting = *row;
-    waiting.set(BatchKey::resultat, ResultMark::waiting);
-    const auto written = store.writeRow(part.content.integer("order").value_or(number), waiting);
-    if (!written) {
+  if (row && row->row.textOrEmpty(BatchKey::resultat) != ResultMark::waiting) {
+    row->row.set(BatchKey::resultat, ResultMark::waiting);
+    if (const auto written = store.writeRow(*row); !written) {
       logFormat("recovery            :-( {}", written.reason());
       return;
     }
@@ -75,32 +67,19 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
     store.removeJob(number);
 }
 
-// Whether this is the temporary folder of a process that is gone, and so nobody's.
-bool isLeftFolder(const std::string& folder) {
-  struct stat status {};
-  return startsWith(fileName(folder), "Tessarin-") && ::lstat(folder.c_str(), &status) == 0 &&
-         S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && folder != temporaryFolder();
-}
-
-// Brings the row's thumbnail into our own temporary folder; where that cannot be, the row has none.
-void takeThumbnail(StoredRow& stored, bool mayMove) {
-  Dico& row = stored.row;
-  const Dico* info = row.dico(BatchKey::dico);
-  const std::string image = info ? info->textOrEmpty(RowInfoKey::imgPathStr) : "";
-  if (image.empty())
-    return;
-  Dico own = *info;
-  const std::string moved =
-      thumbnailPath(temporaryFolder(), info->textOrEmpty(RowInfoKey::srcPathStr));
-  if (mayMove && moveFile(image, moved, "")) {
-    own.set(RowInfoKey::imgPathStr, moved);
-    row.set(BatchKey::img, moved);
-  } else {
-    own.remove(RowInfoKey::imgPathStr);
-    row.remove(BatchKey::img);
+// The thumbnail's file went with the temporary folder of its process: the row gets another one, or
+// has none.
+void restoreThumbnail(StoredRow& stored) {
+  Dico info = *stored.row.dico(BatchKey::dico);
+  stored.row.remove(BatchKey::img);
+  info.remove(RowInfoKey::imgPathStr);
+  const std::string path =
+      thumbnailPath(temporaryFolder(), info.textOrEmpty(RowInfoKey::srcPathStr));
+  if (!stored.picture.empty() && std::ofstream(path, std::ios::binary) << stored.picture) {
+    info.set(RowInfoKey::imgPathStr, path);
+    stored.row.set(BatchKey::img, path);
   }
-  row.set(BatchKey::dico, std::move(own));
-  stored.isChanged = true;
+  stored.row.set(BatchKey::dico, std::move(info));
 }
 
 void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreProblem>& problems) {
@@ -112,18 +91,17 @@ void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreP
 
 void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& problems) {
   for (const std::int64_t number : store.rowNumbers()) {
-    BatchPart part = store.row(number);
-    const Dico* row = part.content.dico("row");
-    if (!part.isGood() || !row || !row->dico(BatchKey::dico)) {
+    auto row = rowOfContent(store.row(number).content);
+    if (!row) {
       reportDamagedRow(store, number, problems);
       continue;
     }
-    StoredRow read{part.content.integer("order").value_or(number), *row};
-    if (read.row.textOrEmpty(BatchKey::resultat) == ResultMark::current) {
-      read.row.set(BatchKey::resultat, ResultMark::waiting);
-      read.isChanged = true;
+    if (row->row.textOrEmpty(BatchKey::resultat) == ResultMark::current) {
+      row->row.set(BatchKey::resultat, ResultMark::waiting);
+      row->isChanged = true;
     }
-    batch.rows.push_back(std::move(read));
+    restoreThumbnail(*row);
+    batch.rows.push_back(std::move(*row));
   }
 }
 
@@ -153,17 +131,9 @@ StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& p
   batch.settings = settings.content;
   readRows(store, batch, problems);
 
-  const std::string left = batch.settings.textOrEmpty(BatchSetting::temporaryFolder);
-  const bool isLeft = isLeftFolder(left);
   std::unordered_set<std::string> known;
-  for (StoredRow& row : batch.rows) {
-    takeThumbnail(row, isLeft);
+  for (const StoredRow& row : batch.rows)
     known.insert(row.row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr));
-  }
-  if (isLeft) {
-    std::error_code failed;
-    std::filesystem::remove_all(left, failed);
-  }
 
   const BatchPart waiting = store.waiting();
   if (waiting.state == BatchPart::State::damaged)

@@ -37,8 +37,7 @@ struct InterruptedBatches {
 InterruptedBatches findInterruptedBatches(const std::string& parent);
 
 // Reads a whole batch. Rows that were being worked on wait again; damaged rows are moved out of the
-// folder and reported. A thumbnail is kept by moving it into our temporary folder; what else the
-// process has left in its own is removed.
+// folder and reported. Thumbnails are written into our temporary folder.
 StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& problems);
 
 }  // namespace tessarin

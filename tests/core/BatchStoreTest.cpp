@@ -55,9 +55,9 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
   {
     BatchStore store = made(content);
     path = store.folder();
-    ASSERT_TRUE(store.writeRow(7, row("/card/7.mts", ResultMark::success)));
-    ASSERT_TRUE(store.writeRow(10, row("/card/10.mts", ResultMark::current)));
-    ASSERT_TRUE(store.writeRow(1, row("/card/1.mts", ResultMark::failure)));
+    ASSERT_TRUE(store.writeRow({7, row("/card/7.mts", ResultMark::success)}));
+    ASSERT_TRUE(store.writeRow({10, row("/card/10.mts", ResultMark::current)}));
+    ASSERT_TRUE(store.writeRow({1, row("/card/1.mts", ResultMark::failure)}));
     store.removeRow(2);
     store.sync();
   }
@@ -291,27 +291,22 @@ TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayIsPutAsideLater) {
   EXPECT_TRUE(found.stores.at(0).jobNumbers().empty());
 }
 
-TEST_F(InterruptedJobTest, ThumbnailsAreKeptAndTheLeftFolderGoes) {
-  const std::string left = folder.file("Tessarin-abcdef");
-  const std::string image = folder.write("Tessarin-abcdef/1.jpg", "picture");
-  folder.write("Tessarin-abcdef/frame.yuv", "frames");
+TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {
+  const std::string picture("\xFF\xD8 a picture\0", 13);
   Dico withImage = row("/card/1.mts");
-  withImage.set("img", image);
-  withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", image}});
-  Dico withLostImage = row("/card/2.mts");
-  withLostImage.set("img", left + "/gone.jpg");
-  withLostImage.set("dico", Dico{{"imgPathStr", left + "/gone.jpg"}});
-  abandoned({{{"temporaryFolder", left}}, {{1, withImage}, {2, withLostImage}}, {}});
+  withImage.set("img", "/gone/1.jpg");
+  withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", "/gone/1.jpg"}});
+  abandoned({{}, {{1, withImage, picture}, {2, withImage}}, {}});
   InterruptedBatches found = findInterruptedBatches(parent);
   std::vector<StoreProblem> problems;
   const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
-  const std::string moved = read.rows.at(0).row.textOrEmpty("img");
-  EXPECT_EQ(parentFolder(moved), temporaryFolder());
-  EXPECT_EQ(readFileStart(moved, 100), "picture");
-  EXPECT_EQ(read.rows[0].row.dico("dico")->text("imgPathStr"), moved);
+  const std::string image = read.rows.at(0).row.textOrEmpty("img");
+  EXPECT_EQ(parentFolder(image), temporaryFolder());
+  EXPECT_EQ(readFileStart(image, 100), picture);
+  EXPECT_EQ(read.rows[0].row.dico("dico")->text("imgPathStr"), image);
   EXPECT_FALSE(read.rows.at(1).row.contains("img"));
-  EXPECT_FALSE(pathExists(left));
-  removeFile(moved);
+  EXPECT_FALSE(read.rows[1].row.dico("dico")->contains("imgPathStr"));
+  removeFile(image);
 }
 
 }  // namespace

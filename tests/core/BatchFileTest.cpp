@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include "core/BatchFile.h"
+#include "encoding/BatchEntry.h"
+#include "platform/propertyList.h"
+#include "prefs/utilsAlert.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+class BatchFileTest : public testing::Test {
+ protected:
+  test::TestBundle bundle;
+  test::ScopedTemporaryFolder folder;
+  std::string path = folder.file("clips.batch");
+};
+
+TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
+  StoredBatch batch;
+  batch.settings = {{"choices", Dico{{"prefProres", "apch"}}}};
+  const Dico info{{"srcPathStr", "/card/\xC9.mts"}, {"v0_fps", 25.0}};
+  Dico withImage = info;
+  withImage.set("imgPathStr", "/tmp/1.jpg");
+  batch.rows = {
+      {4, {{"resultat", ResultMark::success}, {"dico", withImage}, {"img", "/tmp/1.jpg"}}},
+      {9, {{"resultat", ResultMark::current}, {"out", 1}, {"dico", info}}}};
+  ASSERT_TRUE(writeBatchFile(path, batch));
+  const BatchFile file = readBatchFile(path);
+  ASSERT_EQ(file.state, BatchPart::State::good) << file.reason;
+  EXPECT_EQ(file.batch.settings, batch.settings);
+  ASSERT_EQ(file.batch.rows.size(), 2u);
+  EXPECT_EQ(file.batch.rows[0].row, (Dico{{"resultat", ResultMark::success}, {"dico", info}}));
+  EXPECT_EQ(file.batch.rows[1].order, 2);
+  EXPECT_EQ(file.batch.rows[1].row,
+            (Dico{{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
+}
+
+TEST_F(BatchFileTest, WhatIsNoBatchIsRefused) {
+  EXPECT_EQ(readBatchFile(path).state, BatchPart::State::missing);
+  folder.write("clips.batch", "a text of the user's own");
+  EXPECT_EQ(readBatchFile(path).state, BatchPart::State::damaged);
+  EXPECT_EQ(readBatchFile(path).reason, localisationString("why_noBatch"));
+  // Other property lists, and a row that would be lost when the file is written again.
+  for (const Dico& content :
+       {Dico{{"rows", List{}}}, Dico{{"formatVersion", 1}, {"rows", List{}}},
+        Dico{{"formatVersion", 1}, {"settings", Dico{}}},
+        Dico{
+            {"formatVersion", 1}, {"settings", Dico{}}, {"rows", List{Value(Dico{{"out", 1}})}}}}) {
+    ASSERT_TRUE(writePropertyList(path, content));
+    EXPECT_EQ(readBatchFile(path).state, BatchPart::State::damaged) << content.description();
+  }
+  ASSERT_TRUE(writePropertyList(path, Dico{{"formatVersion", 99}}));
+  EXPECT_EQ(readBatchFile(path).state, BatchPart::State::newer);
+}
+
+}  // namespace
+}  // namespace tessarin
