@@ -18,12 +18,16 @@ Dico withoutThumbnail(Dico row) {
   return row;
 }
 
+BatchFile damagedFile() {
+  return {BatchPart::State::damaged, localisationString("why_noBatch"), {}};
+}
+
 }  // namespace
 
 Outcome<bool> writeBatchFile(const std::string& path, const StoredBatch& batch) {
   List rows;
   for (const StoredRow& stored : batch.rows)
-    rows.emplace_back(withoutThumbnail(stored.row));
+    rows.emplace_back(rowWithKeys(withoutThumbnail(stored.row)));
   const auto bytes = batchPartBytes({{"settings", batch.settings}, {"rows", std::move(rows)}});
   if (!bytes)
     return Failure{bytes.reason()};
@@ -39,11 +43,10 @@ BatchFile readBatchFile(const std::string& path) {
         part.state,
         part.state == BatchPart::State::missing ? localisationString("why_missing") : part.reason,
         {}};
-  const BatchFile damaged{BatchPart::State::damaged, localisationString("why_noBatch"), {}};
   const Dico* settings = part.content.dico("settings");
   const List* rows = part.content.list("rows");
   if (!settings || !rows)
-    return damaged;
+    return damagedFile();
   BatchFile file;
   file.state = BatchPart::State::good;
   file.batch.settings = *settings;
@@ -51,8 +54,8 @@ BatchFile readBatchFile(const std::string& path) {
     const Dico* row = value.dico();
     // The file is written again later, and a row that was left out would be lost with that.
     if (!row || !row->dico(BatchKey::dico))
-      return damaged;
-    StoredRow stored{static_cast<std::int64_t>(file.batch.rows.size()) + 1, *row};
+      return damagedFile();
+    StoredRow stored{static_cast<std::int64_t>(file.batch.rows.size()) + 1, rowWithTexts(*row)};
     if (stored.row.textOrEmpty(BatchKey::resultat) == ResultMark::current)
       stored.row.set(BatchKey::resultat, ResultMark::waiting);
     file.batch.rows.push_back(std::move(stored));

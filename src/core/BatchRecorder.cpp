@@ -43,8 +43,6 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
   app_.driver().fileBegins.connect([this](const JobFile& file) { fileBegins(file); });
   app_.driver().jobEnded.connect([this](const JobEnd& end) { jobEnded(end); });
   app_.driver().batchEnded.connect([this] {
-    if (stopped_)
-      return;
     discard();
     if (app_.queue().hasSourcesWithoutRow())
       schedule(gathering);
@@ -104,7 +102,7 @@ void BatchRecorder::fileBegins(const JobFile& file) {
   StoredJob& job = jobs_[order];
   job.source = file.source;
   job.boot = runningSystem();
-  job.files.push_back({file.path, file.isIntermediate, fileMark(file.path)});
+  job.files.push_back({file.path, file.isIntermediate, fileState(file.path)});
   if (check(store_->writeJob(order, recordOfJob(job))))
     store_->sync();
 }
@@ -132,7 +130,7 @@ void BatchRecorder::forgetJob(std::int64_t order) {
 // ---- Writing
 
 void BatchRecorder::schedule(milliseconds delay) {
-  if (timer_ == 0)
+  if (timer_ == 0 && !stopped_)
     timer_ = services_.loop.runAfter(delay, [this] { flush(longestFlush); });
 }
 
@@ -226,11 +224,11 @@ bool BatchRecorder::check(const Outcome<bool>& written) {
 
 // ---- Beginning and ending
 
-void BatchRecorder::restore(BatchStore store, const StoredBatch& batch) {
+void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& batch) {
   applyBatchSettings(app_, services_.preferences, batch.settings);
-  const bool isOurs = !store_ && orders_.empty();
+  const bool isOurs = store && !store_ && orders_.empty();
   if (isOurs) {
-    store_ = std::move(store);
+    store_.swap(store);
     storedWaiting_ = batch.waiting.size();
   }
   for (const StoredRow& stored : batch.rows) {
@@ -246,14 +244,16 @@ void BatchRecorder::restore(BatchStore store, const StoredBatch& batch) {
     if (isOurs && stored.isChanged)
       rowChanged(row);
   }
-  if (isOurs)
+  if (!store)  // ours now, or none
     return;
   flush(untilAllIsWritten);
   if (store_ && changedRows_.empty())
-    store.discard();
+    store->discard();
 }
 
 void BatchRecorder::discard() {
+  if (stopped_)
+    return;
   services_.loop.cancel(std::exchange(timer_, 0));
   diskSync_.clear();
   if (store_)

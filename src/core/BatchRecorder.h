@@ -37,13 +37,13 @@ class BatchRecorder {
   // What the front needs to go on with the batch; stored with it (BatchSetting::front).
   void setFrontSettings(Dico settings) { front_ = std::move(settings); }
 
-  // Brings an interrupted batch into the controller: its choices, then its rows at the end of the
-  // table; a source that has a row there already is left out. The waiting sources are the
-  // caller's to drop, the batch's to continue (EncodingDriver::continueBatch). Its folder becomes
-  // ours, or goes when there is one already.
-  void restore(BatchStore store, const StoredBatch& batch);
+  // Brings a batch into the controller: its choices, then its rows at the end of the table; a
+  // source that has a row there already is left out. The waiting sources are the caller's to drop,
+  // the batch's to continue (EncodingDriver::continueBatch). The folder of an interrupted batch
+  // becomes ours, or goes when there is one already.
+  void restore(std::optional<BatchStore> store, const StoredBatch& batch);
 
-  // Removes what is stored: the user gives the batch up.
+  // Removes what is stored: the batch needs no recovery. Not after keep().
   void discard();
   // Brings everything to the disk and stops following: the batch is to be recovered later,
   // whatever happens to it now.

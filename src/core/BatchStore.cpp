@@ -64,23 +64,22 @@ void removeTree(const std::string& folder) {
 
 // Writes a file of a folder that nobody knows yet.
 Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) {
-  auto bytes = batchPartBytes(content);
-  if (!bytes)
-    return Failure{bytes.reason()};
+  const auto serialized = batchPartBytes(content);
+  if (!serialized)
+    return Failure{serialized.reason()};
+  const std::string& bytes = serialized.value();
   const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  const auto isWritten = [&] {
-    return file.isOpen() &&
-           ::write(file.number(), bytes->data(), bytes->size()) ==
-               static_cast<ssize_t>(bytes->size()) &&
-           (!sync || ::fsync(file.number()) == 0);
-  };
-  if (!isWritten())
+  const bool isWritten =
+      file.isOpen() &&
+      ::write(file.number(), bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) &&
+      (!sync || ::fsync(file.number()) == 0);
+  if (!isWritten)
     return Failure{path + ": " + systemReason(errno)};
   return true;
 }
 
 Dico contentOfRow(const StoredRow& row) {
-  Dico content{{"order", row.order}, {"row", row.row}};
+  Dico content{{"order", row.order}, {"row", rowWithKeys(row.row)}};
   if (!row.picture.empty())
     content.set("picture", row.picture);
   return content;
@@ -90,17 +89,17 @@ Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
 
-// A folder that was being made or removed when its process ended. One without a lock may be a
-// folder whose maker has not got so far.
-void sweep(const std::string& folder) {
-  const Descriptor lock = lockOf(folder, 0);
-  struct stat status {};
+// Whether nobody is making or removing this folder any more. One that is being made has no lock at
+// first; removing takes away the lock at any time, but then the folder may be removed by anybody.
+bool isRemains(const std::string& folder) {
+  if (lockOf(folder, 0).isOpen())
+    return true;
+  if (pathExists(joinPath(folder, lockName)))
+    return false;
   constexpr time_t longAgo = 3600;  // seconds
-  if (!lock.isOpen() &&
-      (pathExists(joinPath(folder, lockName)) || ::stat(folder.c_str(), &status) != 0 ||
-       status.st_mtime > ::time(nullptr) - longAgo))
-    return;
-  removeTree(folder);
+  struct stat status {};
+  return startsWith(fileName(folder), oldPrefix) ||
+         (::stat(folder.c_str(), &status) == 0 && status.st_mtime < ::time(nullptr) - longAgo);
 }
 
 }  // namespace
@@ -116,7 +115,7 @@ std::optional<StoredRow> rowOfContent(const Dico& content) {
   const Dico* row = content.dico("row");
   if (!order || !row || !row->dico(BatchKey::dico))
     return std::nullopt;
-  return StoredRow{*order, *row, content.textOrEmpty("picture")};
+  return StoredRow{*order, rowWithTexts(*row), content.textOrEmpty("picture")};
 }
 
 Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBatch& content) {
@@ -264,10 +263,10 @@ std::vector<BatchStore> claimAbandonedFolders(const std::string& parent) {
     std::error_code failed;
     if (!isOwnFolder(path))
       continue;
-    if (startsWith(fileName(path), "."))
-      sweep(path);
-    else
+    if (!startsWith(fileName(path), "."))
       folders.emplace_back(fs::last_write_time(path, failed), path);
+    else if (isRemains(path))
+      removeTree(path);
   }
   std::sort(folders.begin(), folders.end());
   for (const auto& [time, path] : folders)

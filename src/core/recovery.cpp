@@ -32,7 +32,7 @@ bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
       isSettled = false;
       continue;
     }
-    if (!pathExists(file.path) || fileMark(file.path) == file.before)
+    if (!pathExists(file.path) || fileState(file.path) == file.before)
       continue;
     if (file.isIntermediate) {
       isSettled = removeFile(file.path) && isSettled;

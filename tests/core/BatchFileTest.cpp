@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "analysis/SourceInfo.h"
 #include "core/BatchFile.h"
 #include "encoding/BatchEntry.h"
 #include "platform/propertyList.h"
@@ -35,6 +36,25 @@ TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
   EXPECT_EQ(file.batch.rows[1].order, 2);
   EXPECT_EQ(file.batch.rows[1].row,
             (Dico{{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
+}
+
+TEST_F(BatchFileTest, IsUnderstoodInAnotherLanguage) {
+  const auto batchWith = [](const std::string& fields) {
+    StoredBatch batch;
+    batch.rows = {{1, {{"dico", Dico{{"v0_fields", fields}}}}}};
+    return batch;
+  };
+  for (const std::string key : {"PFF", "TFF", "BFF"}) {
+    {
+      const test::TestBundle german("de");
+      ASSERT_TRUE(writeBatchFile(path, batchWith(fieldsText(key))));
+    }
+    const BatchFile file = readBatchFile(path);
+    ASSERT_EQ(file.batch.rows.size(), 1u);
+    EXPECT_EQ(file.batch.rows[0].row.dico("dico")->text("v0_fields"), fieldsText(key));
+  }
+  ASSERT_TRUE(writeBatchFile(path, batchWith("mixed")));
+  EXPECT_EQ(readBatchFile(path).batch.rows.at(0).row.dico("dico")->text("v0_fields"), "mixed");
 }
 
 TEST_F(BatchFileTest, WhatIsNoBatchIsRefused) {

@@ -113,6 +113,7 @@ TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
   // Killed while it was being removed, and one that is being made this moment.
   const std::string left = abandoned({});
   fs::rename(left, parent + "/.old-1");
+  fs::create_directory(parent + "/.old-4");
   fs::create_directory(parent + "/.new-2");
   const BatchStore living = made({});
   fs::rename(living.folder(), parent + "/.new-3");
@@ -121,6 +122,7 @@ TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
   fs::create_directory(parent + "/no-lock");
   EXPECT_TRUE(findInterruptedBatches(parent).stores.empty());
   EXPECT_FALSE(pathExists(parent + "/.old-1"));
+  EXPECT_FALSE(pathExists(parent + "/.old-4"));
   EXPECT_TRUE(pathExists(parent + "/.new-2"));
   EXPECT_TRUE(pathExists(parent + "/.new-3"));
   EXPECT_TRUE(pathExists(parent + "/no-lock"));
@@ -217,7 +219,7 @@ class InterruptedJobTest : public BatchStoreTest {
     StoredJob job;
     job.source = "/card/1.mts";
     job.boot = boot;
-    job.files = {{output, false, fileMark(output)}, {master, true, fileMark(master)}};
+    job.files = {{output, false, fileState(output)}, {master, true, fileState(master)}};
     ASSERT_TRUE(store.writeJob(1, recordOfJob(job)));
   }
   std::string markAfter(InterruptedBatches& found) {
