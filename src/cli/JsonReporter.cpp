@@ -127,6 +127,12 @@ class JsonReporter final : public Reporter {
     tell(event);
   }
 
+  void batchWritten(const std::string& path, std::size_t rows) override {
+    tell({{"event", "batch"}, {"path", path}, {"rows", rows}});
+  }
+
+  void note(const std::string& text) override { tell({{"event", "note"}, {"text", text}}); }
+
  private:
   void tell(const Json& event) {
     // File names may hold bytes that are no UTF-8; JSON may not.

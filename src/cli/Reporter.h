@@ -36,6 +36,10 @@ class Reporter {
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
   virtual void progress(const Progress& progress) = 0;
   virtual void jobEnded(const JobEnd& end) = 0;
+  // A batch of this many rows has been written to a file.
+  virtual void batchWritten(const std::string& path, std::size_t rows) = 0;
+  // Something that is no problem, in the user's language.
+  virtual void note(const std::string& text) = 0;
 
   // Standard output takes no more, because its reader is gone or its disk is full.
   bool isLost() const { return isLost_; }

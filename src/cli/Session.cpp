@@ -4,7 +4,10 @@
 #include <csignal>
 
 #include "cli/exitStatus.h"
+#include "cli/runSettings.h"
 #include "cli/sources.h"
+#include "core/BatchFile.h"
+#include "core/batchSettings.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
 #include "prefs/utilsAlert.h"
@@ -19,17 +22,28 @@ constexpr std::chrono::milliseconds progressInterval(200);
 
 }  // namespace
 
-Session::Session(const Options& options, CoreServices services, Reporter& reporter)
-    : options_(options), services_(services), reporter_(reporter), app_(std::move(services)) {
+Session::Session(const Options& options, CoreServices services, Reporter& reporter, RunStart start)
+    : options_(options),
+      services_(services),
+      reporter_(reporter),
+      start_(std::move(start)),
+      app_(std::move(services)) {
+  // Results are in the batch file before the run counts as ended, and a job is stored as finished
+  // before the user is told so.
+  app_.driver().batchEnded.connect([this] {
+    if (options_.batchFile)
+      writeBatch();
+  });
+  if (options_.command == Command::convert || options_.command == Command::prepare)
+    follow();
   app_.queue().refused.connect(
       [this](const std::string& path, const std::string& reason) { problem(path, reason); });
   app_.queue().finished.connect([this] { analysisFinished(); });
-  app_.table().rowAppended.connect([this](int row) {
-    // The row is valid once the analysis has done with it.
-    services_.loop.runSoon([this, row] { chooseForRow(row); });
-  });
+  app_.queue().rowReady.connect([this](int row) { chooseForRow(row); });
   app_.driver().batchRefused.connect([this](const std::string& reason) {
     problem(app_.interface.destination.text(), reason);
+    if (start_.batch && recorder_)
+      recorder_->keep();
     end();
   });
   app_.driver().jobStarted.connect([this](const std::string& source, const std::string& output) {
@@ -49,7 +63,21 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   app_.interface.encoding.bar.changed.connect([this] { showProgress(); });
 }
 
+// Lets the batch be recovered should this process end before it.
+void Session::follow() {
+  recorder_.emplace(app_, services_, batchesFolder());
+  recorder_->setFrontSettings(storedOptions(options_));
+  recorder_->failed.connect([this](const std::string& reason) {
+    reporter_.problem(batchesFolder(), localisationString("why_notStored", "", reason));
+  });
+}
+
 void Session::start() {
+  applyPreferences();
+  if (start_.batch) {
+    resume();
+    return;
+  }
   applyOptions();
   const SourceList sources = sourcesOf(options_.paths);
   for (const Problem& each : sources.problems)
@@ -60,12 +88,15 @@ void Session::start() {
     app_.queue().takeSources(sources.paths);
 }
 
-void Session::applyOptions() {
+void Session::applyPreferences() {
   Dico stored;
   for (const auto& [key, value] : prefDefaults())
     if (const Value* own = services_.preferences.prefRead(key))
       stored.set(key, *own);
   app_.prefs2GuiApp(stored);
+}
+
+void Session::applyOptions() {
   Interface& interface = app_.interface;
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
@@ -83,14 +114,30 @@ void Session::applyOptions() {
     services_.preferences.prefWrite(PrefKey::prores, *options_.prores);
 }
 
-void Session::interrupt() {
+void Session::resume() {
+  recorder_->restore(std::exchange(start_.store, std::nullopt), *start_.batch);
+  // What is said now is stronger than what is stored.
+  applyOptions();
+  if (!start_.batch->waiting.empty())
+    app_.queue().takeSources(start_.batch->waiting);
+  else if (app_.table().count() > 0)
+    begin();
+  else
+    end();
+}
+
+void Session::interrupt(Stop reason) {
   if (interrupted_)
     return;
   interrupted_ = true;
   failed_ = true;
+  if (recorder_ && reason == Stop::bySystem)
+    recorder_->keep();
   if (app_.driver().isBatchRunning()) {
     app_.driver().stop();
   } else {
+    if (recorder_)
+      recorder_->discard();
     app_.endTasks();
     services_.loop.stop(someNot);
   }
@@ -127,7 +174,7 @@ void Session::chooseForRow(int row) {
     return;
   reporter_.analysed(table.row(row));
   if (reporter_.isLost())
-    interrupt();
+    interrupt(Stop::byUser);
 }
 
 void Session::analysisFinished() {
@@ -135,14 +182,41 @@ void Session::analysisFinished() {
     services_.loop.runSoon([this] { end(); });
     return;
   }
-  // After the choices for the last row.
-  services_.loop.runSoon([this] {
-    rows_ = app_.table().count();
-    if (options_.command == Command::plan)
-      plan();
-    else
-      app_.iba_batchGoBt();
-  });
+  services_.loop.runSoon([this] { begin(); });
+}
+
+void Session::begin() {
+  rows_ = 0;
+  for (int row = 0; row < app_.table().count(); ++row)
+    rows_ += app_.table().isFinished(row) ? 0 : 1;
+  if (options_.command == Command::plan) {
+    plan();
+  } else if (options_.command == Command::prepare) {
+    writeBatch();
+    end();
+  } else if (start_.batch) {
+    if (rows_ == 0)
+      reporter_.note(localisationString("nothingToConvert", "CommandLine"));
+    app_.driver().continueBatch();
+  } else {
+    app_.iba_batchGoBt();
+  }
+}
+
+// The rows as they are now.
+void Session::writeBatch() {
+  StoredBatch batch;
+  batch.settings = batchSettings(app_, services_.preferences, {});
+  for (int row = 0; row < app_.table().count(); ++row)
+    batch.rows.push_back({row + 1, app_.table().row(row)});
+  const auto written = writeBatchFile(*options_.batchFile, batch);
+  if (!written) {
+    problem(*options_.batchFile, written.reason());
+    if (recorder_)
+      recorder_->keep();
+  } else if (options_.command == Command::prepare) {
+    reporter_.batchWritten(*options_.batchFile, batch.rows.size());
+  }
 }
 
 void Session::plan() {
@@ -201,6 +275,8 @@ void Session::showProgress() {
 }
 
 void Session::end() {
+  if (recorder_)
+    recorder_->discard();
   services_.loop.stop(failed_ ? someNot : allConverted);
 }
 

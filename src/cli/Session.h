@@ -7,30 +7,49 @@
 
 #include "cli/Reporter.h"
 #include "cli/options.h"
+#include "core/BatchRecorder.h"
 #include "core/appDelegate.h"
 #include "core/timeLeft.h"
 
 namespace tessarin::cli {
 
+// What a run goes on with, instead of clips that are named.
+struct RunStart {
+  std::optional<BatchStore> store = {};   // the folder of an interrupted batch
+  std::optional<StoredBatch> batch = {};  // its rows, or those of a batch file
+};
+
+// Why a run is to stop.
+enum class Stop {
+  byUser,    // who gives the batch up
+  bySystem,  // which ends the session: the batch is to be finished later
+};
+
 class Session {
  public:
   // All borrowed.
-  Session(const Options& options, CoreServices services, Reporter& reporter);
+  Session(const Options& options, CoreServices services, Reporter& reporter, RunStart start = {});
 
   // Starts the work; the loop is stopped with the exit status when it is done.
   void start();
-  // The user wants to stop: children end and the partial output goes. More calls change nothing:
+  // The run is to stop: children end and the partial output goes. More calls change nothing:
   // they would only keep the partial output from going.
-  void interrupt();
+  void interrupt(Stop reason);
+  bool isInterrupted() const { return interrupted_; }
   // Stops the running conversion with this process, until the user wants both to go on.
   void suspend();
 
  private:
+  void follow();
+  void applyPreferences();
   void applyOptions();
+  void resume();
   void problem(const std::string& path, const std::string& reason);
   void chooseForRow(int row);
   void analysisFinished();
+  void begin();
   void plan();
+  void writeBatch();
   // Reports the plan for the row, or answers why its movie cannot be made.
   std::optional<std::string> planRow(const Dico& row, const std::string& output);
   void showProgress();
@@ -39,12 +58,14 @@ class Session {
   const Options& options_;
   CoreServices services_;
   Reporter& reporter_;
+  RunStart start_;
   appDelegate app_;
+  std::optional<BatchRecorder> recorder_;  // of runs that make something
   bool failed_ = false;
   bool interrupted_ = false;
   std::string current_;  // source of the job in hand
   int number_ = 0;       // jobs so far
-  int rows_ = 0;         // rows at the start of the batch
+  int rows_ = 0;         // rows to be worked on
   TimeLeft timeLeft_;
   std::chrono::steady_clock::time_point jobStart_;
   std::chrono::steady_clock::time_point lastShown_;

@@ -120,6 +120,16 @@ class TextReporter final : public Reporter {
     }
   }
 
+  void batchWritten(const std::string& path, std::size_t rows) override {
+    clearProgress();
+    print(localisationString("batchWritten", table, printable(path), fmt::format("{}", rows)));
+  }
+
+  void note(const std::string& text) override {
+    clearProgress();
+    print(text);
+  }
+
  private:
   void printRow(std::string_view duration, std::string_view picture, std::string_view codec,
                 std::string_view sound, std::string_view container, std::string_view clip) {

@@ -9,7 +9,9 @@
 #include "cli/Reporter.h"
 #include "cli/Session.h"
 #include "cli/TerminalAlerts.h"
+#include "cli/batchFileStart.h"
 #include "cli/exitStatus.h"
+#include "cli/interruptedRuns.h"
 #include "cli/options.h"
 #include "cli/terminal.h"
 #include "platform/Bundle.h"
@@ -46,36 +48,67 @@ void exportFfmpegSetting(const MemoryUserDomain& domain) {
     ::setenv(ffmpegVariable, setting->textContent()->c_str(), 0);
 }
 
-int run(const Options& options) {
-  openLog();
-  setDebugMode(options.verbose);
-  // A store of its own, seeded from the user's choices: a running window is not disturbed.
-  MemoryUserDomain domain(FileUserDomain(userDomainPath(), nullptr).values());
+// One run, with a store of its own seeded from the user's choices: a running window is not
+// disturbed.
+RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Reporter& reporter) {
+  MemoryUserDomain domain(choices);
   PreferenceStore preferences(domain);
   preferences.prefWrite(PrefKey::alertEnd, 0);
+  PollRunLoop loop;
+  TerminalAlerts alerts(loop, options.overwrite);
+  setUserAlerts(&alerts);
+  RunEnd end;
+  {
+    Session session(options, {loop, preferences, alerts, {}}, reporter, std::move(start));
+    SignalWatch userStop(loop, {SIGINT}, [&session](int) { session.interrupt(Stop::byUser); });
+    SignalWatch systemStop(loop, {SIGTERM, SIGHUP},
+                           [&session](int) { session.interrupt(Stop::bySystem); });
+    SignalWatch stopKey(loop, {SIGTSTP}, [&session](int) { session.suspend(); });
+    loop.runSoon([&session] { session.start(); });
+    end.status = loop.run();
+    end.isInterrupted = session.isInterrupted();
+  }
+  setUserAlerts(nullptr);
+  return end;
+}
+
+// False when there is no ffmpeg; the user has been told.
+bool prepareTools(const MemoryUserDomain& domain) {
   exportFfmpegSetting(domain);
   const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
   if (!ffmpeg) {
     complain(ffmpeg.reason());
-    return someNot;
+    return false;
   }
   takeCodecInventory();
   // So that the adapter need not ask ffmpeg before every conversion.
   ::setenv(ffmpegVersionVariable, versionOfListing(codecListing()).c_str(), 0);
+  return true;
+}
 
-  PollRunLoop loop;
-  TerminalAlerts alerts(loop, options.overwrite);
-  setUserAlerts(&alerts);
+int run(const Options& options) {
+  openLog();
+  setDebugMode(options.verbose);
   const auto reporter = options.json ? jsonReporter() : textReporter();
+  InterruptedBatches interrupted = meetInterruptedRuns(options);
+  if (options.forget)
+    return forgetRuns(std::move(interrupted), *reporter);
+  auto start = startOfBatchFile(options, *reporter);
+  if (!start)
+    return someNot;
+  const MemoryUserDomain domain(FileUserDomain(userDomainPath(), nullptr).values());
+  if (!prepareTools(domain))
+    return someNot;
+  const Runner runner = [&](const Options& own, RunStart ownStart) {
+    return runOnce(own, std::move(ownStart), domain.values(), *reporter);
+  };
   int status = someNot;
-  {
-    Session session(options, {loop, preferences, alerts, {}}, *reporter);
-    SignalWatch signals(loop, {SIGINT, SIGTERM, SIGHUP}, [&session](int) { session.interrupt(); });
-    SignalWatch stopKey(loop, {SIGTSTP}, [&session](int) { session.suspend(); });
-    loop.runSoon([&session] { session.start(); });
-    status = loop.run();
+  if (options.recover) {
+    status = recoverRuns(options, std::move(interrupted), *reporter, runner);
+  } else {
+    interrupted.stores.clear();  // for another process to recover
+    status = runner(options, std::move(*start)).status;
   }
-  setUserAlerts(nullptr);
   removeTemporaryFolder();
   return status;
 }

@@ -9,8 +9,10 @@
 
 #include "classShared/TextAdditions.h"
 #include "cli/exitStatus.h"
+#include "cli/sources.h"
 #include "cli/terminal.h"
 #include "encoding/BatchEntry.h"
+#include "utils/files.h"
 
 namespace tessarin::cli {
 
@@ -106,6 +108,8 @@ constexpr const char* usage =
     "  tessarin [OPTIONS] FILE|FOLDER...          convert into DESTINATION/Tessarin\n"
     "  tessarin analyse [OPTIONS] FILE|FOLDER...  tell what each source is\n"
     "  tessarin plan [OPTIONS] FILE|FOLDER...     show the commands that would run\n"
+    "  tessarin --batch FILE [CLIPS...]           write a batch to be converted, or convert it\n"
+    "  tessarin --recover                         finish what was interrupted\n"
     "\n"
     "Folders are searched with all their subfolders. A file that is called like a command is\n"
     "named with its folder (./plan), one whose name begins with a dash likewise or behind "
@@ -140,12 +144,39 @@ std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
   return fmt::format("{} needs a value: {}", name, option->get_type_name());
 }
 
-// The option of those given that has no meaning when nothing is written.
-std::optional<std::string> uselessOption(const CLI::App& app) {
-  for (const char* name :
-       {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"})
+// The first of these options that was given.
+std::optional<std::string> given(const CLI::App& app, std::initializer_list<const char*> names) {
+  for (const char* name : names)
     if (app.count(name) > 0)
       return name;
+  return std::nullopt;
+}
+
+// Options that do not go with what is to be done.
+std::optional<std::string> contradiction(const CLI::App& app, const Options& options) {
+  const bool isStored = options.recover || options.forget || options.batchFile;
+  if (options.recover && options.forget)
+    return "--recover and --forget contradict each other";
+  if (options.recover || options.forget) {
+    if (options.command != Command::convert || !options.paths.empty())
+      return "--recover and --forget take no clips: what was interrupted is known";
+    if (const auto option = given(app, {"--batch", "--for", "--format", "--prores", "--size",
+                                        "--speed", "--surround", "--no-surround", "--destination"}))
+      return *option + " has no meaning here: a run goes on with its own choices";
+  } else if (options.batchFile && options.command != Command::convert) {
+    return "--batch converts or writes a batch; it goes with no other command";
+  } else if (options.batchFile && options.paths.empty()) {
+    if (const auto option =
+            given(app, {"--for", "--format", "--size", "--speed", "--surround", "--no-surround"}))
+      return *option + " has no meaning with a batch: its rows have their choices";
+  }
+  if (options.paths.empty() && !isStored)
+    return "no clips are named";
+  if (options.command == Command::analyse)
+    // Nothing is written.
+    if (const auto option =
+            given(app, {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"}))
+      return *option + " has no meaning with \"analyse\", which converts nothing";
   return std::nullopt;
 }
 
@@ -194,6 +225,13 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             "What to do with a movie that is there already (without a terminal, ask keeps it)");
+  app.add_option("--batch", options.batchFile,
+                 "With clips: analyse them and write the batch to this file. Without: convert what "
+                 "is not finished in it")
+      ->type_name("FILE")
+      ->take_last();
+  app.add_flag("--recover", options.recover, "Finish the runs that were interrupted");
+  app.add_flag("--forget", options.forget, "Give them up");
   app.add_flag("--json", options.json, "One JSON object a line on standard output");
   app.add_flag("-v,--verbose", options.verbose, "More lines in the detail log");
   for (CLI::Option* option : app.get_options())
@@ -214,11 +252,13 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       return refuse(fmt::format("there is no option {}", printable(word)));
   options.command = takeCommand(options.paths);
   options.paths.insert(options.paths.end(), paths.begin(), paths.end());
-  if (options.paths.empty())
-    return refuse("no clips are named");
-  if (options.command == Command::analyse)
-    if (const auto option = uselessOption(app))
-      return refuse(*option + " has no meaning with \"analyse\", which converts nothing");
+  if (const auto reason = contradiction(app, options))
+    return refuse(*reason);
+  if (options.batchFile) {
+    options.batchFile = absolutePath(expandTilde(*options.batchFile));
+    if (!options.paths.empty())
+      options.command = Command::prepare;
+  }
   return options;
 }
 

@@ -8,7 +8,12 @@
 
 namespace tessarin::cli {
 
-enum class Command { convert, analyse, plan };
+enum class Command {
+  convert,
+  analyse,
+  plan,
+  prepare,  // analyse, and write the batch to a file
+};
 enum class Overwrite { ask, keep, replace };
 
 struct Options {
@@ -20,7 +25,10 @@ struct Options {
   std::optional<int> speed;           // OutputSpeed
   std::optional<int> soft;            // segment of the editing application
   std::optional<std::string> destination;
-  std::optional<bool> surround;  // keep all sound channels
+  std::optional<bool> surround;          // keep all sound channels
+  std::optional<std::string> batchFile;  // absolute; the rows are written to it or come from it
+  bool recover = false;                  // finish interrupted runs; nothing else is named
+  bool forget = false;                   // give them up
   Overwrite overwrite = Overwrite::ask;
   bool json = false;
   bool verbose = false;

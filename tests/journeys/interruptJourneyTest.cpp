@@ -51,8 +51,12 @@ class InterruptJourney : public test::Journey {
 
 TEST_F(InterruptJourney, ASignalEndsTheToolAndTakesThePartialMovieAway) {
   const std::string clip = tinyClip("x.mts", "0.4");
+  int rounds = 0;
   for (const std::vector<int>& signals :
        {std::vector<int>{SIGINT}, {SIGTERM}, {SIGHUP}, {SIGINT, SIGTERM}, {SIGINT, SIGINT}}) {
+    // The user gives the batch up; the end of a session leaves it to be recovered.
+    const std::string state = folder.file("state" + std::to_string(++rounds));
+    setVariable("XDG_STATE_HOME", state);
     Run run = startedConversion(clip);
     for (const int signal : signals)
       ::kill(run.process.pid(), signal);
@@ -65,6 +69,7 @@ TEST_F(InterruptJourney, ASignalEndsTheToolAndTakesThePartialMovieAway) {
     EXPECT_TRUE(isGone(child_));
     EXPECT_THAT(movies(), IsEmpty());
     EXPECT_THAT(namesIn(folder.file("temporary")), IsEmpty());
+    EXPECT_EQ(namesIn(state + "/Tessarin/batches").size(), signals[0] == SIGINT ? 0u : 1u);
   }
 }
 

@@ -1,0 +1,38 @@
+#include "cli/runSettings.h"
+
+namespace tessarin::cli {
+
+namespace {
+
+constexpr std::string_view keyTarget = "target";
+constexpr std::string_view keyOverwrite = "overwrite";
+constexpr std::string_view keyBatchFile = "batchFile";
+constexpr std::string_view keyPrepares = "prepares";  // 1: the batch file is the aim
+
+}  // namespace
+
+Dico storedOptions(const Options& options) {
+  Dico stored{{std::string(keyOverwrite), static_cast<int>(options.overwrite)}};
+  if (options.target)
+    stored.set(keyTarget, *options.target);
+  if (options.batchFile)
+    stored.set(keyBatchFile, *options.batchFile);
+  if (options.command == Command::prepare)
+    stored.set(keyPrepares, 1);
+  return stored;
+}
+
+Options optionsOfStored(const Dico& stored, const Options& given) {
+  Options options = given;
+  options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
+  options.batchFile = stored.text(keyBatchFile);
+  if (const auto target = stored.integer(keyTarget))
+    options.target = static_cast<int>(*target);
+  const auto overwrite = stored.integer(keyOverwrite).value_or(0);
+  if (given.overwrite == Overwrite::ask && overwrite >= static_cast<int>(Overwrite::ask) &&
+      overwrite <= static_cast<int>(Overwrite::replace))
+    options.overwrite = static_cast<Overwrite>(overwrite);
+  return options;
+}
+
+}  // namespace tessarin::cli

@@ -1,0 +1,272 @@
+// Runs that are killed, and what the next start makes of them.
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <thread>
+
+#include "Journey.h"
+#include "core/BatchFile.h"
+#include "core/fileState.h"
+#include "core/recovery.h"
+#include "platform/propertyList.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+using Clock = std::chrono::steady_clock;
+
+// Of a clip of 0.2 s.
+constexpr int clipPictures = 5;
+
+class RecoveryTest : public test::Journey {
+ protected:
+  RecoveryTest() {
+    leavesTemporaryFiles = true;  // of killed runs
+    for (const char* name : {"1.mts", "2.mts", "3.mts"})
+      clips_.push_back(tinyClip(name));
+    setVariable("XDG_STATE_HOME", folder.file("state"));
+  }
+
+  std::string batches() const { return folder.file("state/Tessarin/batches"); }
+  Arguments conversion() const {
+    Arguments arguments = {"-d", destination()};
+    arguments.insert(arguments.end(), clips_.begin(), clips_.end());
+    return arguments;
+  }
+  // How many pictures a player finds; 0 in a file that is no whole movie.
+  static int pictures(const std::string& movie) {
+    const auto counted = test::runShell(
+        "ffprobe -v error -count_frames -select_streams v -show_entries stream=nb_read_frames "
+        "-of csv=p=0 " +
+        test::quoted(movie));
+    return counted.status == 0 ? static_cast<int>(leadingInteger(counted.output)) : 0;
+  }
+  // Of each movie of a finished row, the file as it is now. Every one of them has to be whole.
+  std::map<std::string, std::optional<FileState>> finishedMovies() const {
+    std::map<std::string, std::optional<FileState>> finished;
+    for (const std::string& name : namesIn(batches()))
+      for (const std::string& row : namesIn(batches() + "/" + name)) {
+        if (!startsWith(row, "row-"))
+          continue;
+        const auto content = readPropertyList(batches() + "/" + name + "/" + row);
+        EXPECT_TRUE(content) << row << " is damaged";
+        const Dico* entry = content ? content.value().dico()->dico("row") : nullptr;
+        if (!entry || entry->text("resultat") != "puceSuccess")
+          continue;
+        const std::string path = entry->textOrEmpty("dstPathStr");
+        EXPECT_EQ(pictures(path), clipPictures) << path << " is called a success";
+        finished[path] = fileState(path);
+      }
+    return finished;
+  }
+  // Processes that have something to do with this test.
+  std::vector<std::string> left() const {
+    std::vector<std::string> found;
+    for (const std::string& name : namesIn("/proc")) {
+      std::ifstream stream("/proc/" + name + "/cmdline");
+      std::string line{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+      if (leadingInteger(name) != ::getpid() && contains(line, folder.path()))
+        found.push_back(replaceAll(line, std::string_view("\0", 1), " "));
+    }
+    return found;
+  }
+
+  void killAfter(std::chrono::microseconds time);
+
+  std::vector<std::string> clips_;
+};
+
+// One run that is killed at this time, and all that has to hold after it.
+void RecoveryTest::killAfter(std::chrono::microseconds time) {
+  std::filesystem::remove_all(destination());
+  Run run = start(conversion());
+  std::this_thread::sleep_for(time);
+  run.process.sendSignal(SIGKILL);
+  const Result killed = finish(run);
+  EXPECT_TRUE(eventually([this] { return left().empty(); })) << left().front();
+  // Before the sources are taken in there is nothing to recover, nor when the batch has ended.
+  const auto stored = namesIn(batches());
+  const bool isStored = !stored.empty() && !startsWith(stored[0], ".");
+  const bool hadEnded = !isStored && !killed.out.empty();
+  const auto finished = finishedMovies();
+  for (const std::string& line : killed.lines())
+    EXPECT_TRUE(hadEnded || finished.contains(std::string(*textAfter(line, " -> "))))
+        << line << " is not stored";
+
+  const Result recovered = tessarin({"--recover"});
+  EXPECT_EQ(recovered.status, 0) << recovered.err;
+  EXPECT_THAT(namesIn(batches()), IsEmpty());
+  EXPECT_THAT(left(), IsEmpty());
+  for (const auto& [path, mark] : finished)
+    EXPECT_EQ(fileState(path), mark) << path << " was converted again";
+  if (!isStored) {
+    EXPECT_EQ(recovered.out, "there is nothing to recover\n");
+  }
+  int asides = 0;
+  for (const std::string& name : movies())
+    asides += contains(name, "-failure") ? 1 : 0;
+  EXPECT_LE(asides, 1);
+  EXPECT_EQ(asides, contains(recovered.err, "-failure") ? 1 : 0) << recovered.err;
+  if (!isStored && !hadEnded)
+    EXPECT_THAT(movies(), IsEmpty());
+  else
+    for (const char* name : {"1.mov", "2.mov", "3.mov"})
+      EXPECT_EQ(pictures(movie(name)), clipPictures) << name;
+  std::printf("%8lld us: %s, %zu finished, %d put aside\n", static_cast<long long>(time.count()),
+              isStored   ? "recovered"
+              : hadEnded ? "had ended"
+                         : "not begun",
+              finished.size(), asides);
+}
+
+TEST_F(RecoveryTest, EveryClipIsConvertedWheneverTheRunIsKilled) {
+  const auto begin = Clock::now();
+  ASSERT_EQ(tessarin(conversion()).status, 0);
+  const auto length = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+  ASSERT_EQ(pictures(movie("1.mov")), clipPictures);
+
+  const char* asked = std::getenv("TESSARIN_KILLS");
+  const int kills = asked != nullptr ? std::max(1, std::atoi(asked)) : 8;
+  std::mt19937 random(std::random_device{}());
+  for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+    // A random moment of each part of the run.
+    const double part = (kill + std::uniform_real_distribution<double>(0, 1)(random)) / kills;
+    const auto time = std::chrono::duration_cast<std::chrono::microseconds>(part * length);
+    SCOPED_TRACE(testing::Message()
+                 << "killed after " << time.count() << " us of " << length.count());
+    killAfter(time);
+  }
+}
+
+TEST_F(RecoveryTest, ALaterRunPutsThePartialMovieAsideAndSaysHowToGoOn) {
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) test -e slow && exec $real -readrate 0.0001 \"$@\" ;; esac\n"
+      "exec $real \"$@\"");
+  folder.write("slow", "");
+  setVariable("PWD", folder.path());
+  Run run =
+      start({"-d", destination(), "--format", "prores", "--prores", "hq", clips_[0], clips_[1]});
+  ASSERT_TRUE(eventually([this] { return pathExists(movie("1.mov")); }));
+  run.process.sendSignal(SIGKILL);
+  finish(run);
+  std::filesystem::remove(folder.file("slow"));
+
+  // Beside a run that goes on nothing is touched; here none does.
+  Result result = tessarin({"analyse", clips_[2]});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errorLines().size(), 2u);
+  EXPECT_THAT(result.err, HasSubstr("what an interrupted run had written of " + movie("1.mov") +
+                                    " is now in " + movie("1-failure.mov") + "\n"));
+  EXPECT_THAT(
+      result.err,
+      HasSubstr("tessarin: an interrupted batch can be finished with tessarin --recover\n"));
+  EXPECT_THAT(movies(), ElementsAre("1-failure.mov"));
+
+  // Converted in another run meanwhile: not touched by the recovery, which was told to ask.
+  result = tessarin({"-d", destination(), clips_[1]});
+  EXPECT_EQ(result.status, 0);
+  const auto second = fileState(movie("2.mov"));
+  result = tessarin({"--recover"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(fileState(movie("2.mov")), second);
+  EXPECT_THAT(result.out, StartsWith(clips_[0] + " -> " + movie("1.mov") + "\n"));
+  EXPECT_THAT(result.out, HasSubstr("was there already and was kept"));
+  EXPECT_THAT(
+      test::runShell("ffprobe -v error -show_streams " + test::quoted(movie("1.mov"))).output,
+      HasSubstr("codec_tag_string=apch"))
+      << "the choices of the interrupted run";
+  EXPECT_THAT(namesIn(batches()), IsEmpty());
+  EXPECT_EQ(tessarin({"--recover"}).out, "there is nothing to recover\n");
+}
+
+TEST_F(RecoveryTest, ARunThatLivesIsNotInterrupted) {
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) exec $real -readrate 0.0001 \"$@\" ;; esac\n"
+      "exec $real \"$@\"");
+  Run run = start({"-d", destination(), clips_[0]});
+  ASSERT_TRUE(eventually([this] { return pathExists(movie("1.mov")); }));
+  EXPECT_EQ(tessarin({"--recover"}).out, "there is nothing to recover\n");
+  EXPECT_EQ(tessarin({"analyse", clips_[1]}).err, "");
+  EXPECT_TRUE(pathExists(movie("1.mov")));
+  run.process.sendSignal(SIGTERM);
+  EXPECT_EQ(finish(run).status, 1);
+  EXPECT_THAT(movies(), IsEmpty());
+
+  // The end of the session is not the user's wish; giving up is.
+  EXPECT_THAT(tessarin({"analyse", clips_[1]}).err, HasSubstr("tessarin --recover"));
+  EXPECT_EQ(tessarin({"--forget"}).status, 0);
+  EXPECT_THAT(namesIn(batches()), IsEmpty());
+  EXPECT_EQ(tessarin({"analyse", clips_[1]}).err, "");
+}
+
+TEST_F(RecoveryTest, ADamagedRowIsToldAndTheRestIsConverted) {
+  StoredBatch content;
+  content.settings = {{"choices", Dico{{"prefDefautDstPathStr", destination()}}}};
+  content.waiting = {clips_[0], clips_[1]};
+  content.rows = {{1, {{"dico", Dico{{"srcPathStr", clips_[2]}}}}}};
+  std::string stored;
+  {
+    auto store = BatchStore::create(batches(), content);
+    ASSERT_TRUE(store);
+    stored = store->folder();
+  }
+  std::filesystem::resize_file(stored + "/row-1.plist", 10);
+  const Result result = tessarin({"--recover"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr("row-1.plist: this stored clip cannot be read"));
+  EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt", "2.mov", "2.txt"));
+}
+
+TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
+  const std::string file = folder.file("clips.batch");
+  Result result =
+      tessarin({"--batch", file, "-d", destination(), "--prores", "proxy", clips_[0], clips_[1]});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, file + ": a batch of 2 clips; convert it with tessarin --batch\n");
+  EXPECT_THAT(movies(), IsEmpty());
+
+  // Not replaced by chance, and never when it is something else.
+  EXPECT_EQ(tessarin({"--batch", file, clips_[2]}).status, 1);
+  EXPECT_EQ(tessarin({"--batch", clips_[2], "--overwrite", "replace", clips_[0]}).status, 1);
+  EXPECT_EQ(tessarin({"--batch", clips_[2]}).status, 1);
+  EXPECT_EQ(readBatchFile(file).batch.rows.size(), 2u);
+  EXPECT_TRUE(std::filesystem::equivalent(clips_[2], folder.file("3.mts")));
+
+  result = tessarin({"--batch", file});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt", "2.mov", "2.txt"));
+  for (const StoredRow& row : readBatchFile(file).batch.rows)
+    EXPECT_EQ(row.row.text("resultat"), "puceSuccess");
+  const auto first = fileState(movie("1.mov"));
+  result = tessarin({"--batch", file, "--overwrite", "replace"});
+  EXPECT_EQ(result.out, "all clips of the batch are converted already\n");
+  EXPECT_EQ(fileState(movie("1.mov")), first);
+}
+
+TEST_F(RecoveryTest, WrongUseIsRefused) {
+  for (const Arguments& arguments : {Arguments{"--recover", clips_[0]},
+                                     {"--recover", "--forget"},
+                                     {"--recover", "-d", "x"},
+                                     {"analyse", "--recover"},
+                                     {"plan", "--batch", "b", clips_[0]},
+                                     {"--batch", "b", "--speed", "half"},
+                                     {"--batch"}}) {
+    const Result result = tessarin(arguments);
+    EXPECT_EQ(result.status, 2) << joinTexts(arguments, " ");
+    EXPECT_EQ(result.errorLines().size(), 1u) << result.err;
+  }
+}
+
+}  // namespace
+}  // namespace tessarin
