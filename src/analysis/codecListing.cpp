@@ -46,7 +46,7 @@ std::string readListing() {
       cached && startsWith(*cached, *identity + "\n"))
     return cached->substr(identity->size() + 1);
 
-  const std::string listing =
+  std::string listing =
       taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"), "-codecs"}, true).value_or("");
   if (versionOfListing(listing).empty())
     return listing;

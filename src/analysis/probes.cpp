@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
@@ -16,13 +15,6 @@
 namespace tessarin {
 
 namespace {
-
-// The decimal number that the text begins with; 0 when there is none.
-double leadingNumber(std::string_view text) {
-  double number = 0;
-  std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-  return number;
-}
 
 // Chapters closer than this to the one before are part of it.
 constexpr double shortestChapter = 20.0;  // seconds

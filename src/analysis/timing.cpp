@@ -95,12 +95,6 @@ struct DeclaredInput {
   std::optional<double> start;  // of the container, in seconds
 };
 
-double decimalNumber(std::string_view text) {
-  double number = 0;
-  std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-  return number;
-}
-
 DeclaredInput declaredInput(std::string_view report) {
   DeclaredInput input;
   double fallbackBase = 0;
@@ -111,7 +105,7 @@ DeclaredInput declaredInput(std::string_view report) {
       fallbackBase = 1.0 / 90000;  // the clock of MPEG systems
     if (lineDeclares(*line, "Duration: ")) {
       if (const auto start = textAfter(*line, ", start: "))
-        input.start = decimalNumber(*start);
+        input.start = leadingNumber(*start);
       continue;
     }
     const auto stream = parseStreamLine(*line);
@@ -229,7 +223,7 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
     const std::string_view line = report.substr(found, end - found);
     const auto time = textAfter(line, " pts_time:");
     if (time && (contains(line, " iskey:1") || contains(line, " type:I")))
-      return sinceStart(decimalNumber(trimmed(*time)), declaredInput(report));
+      return sinceStart(leadingNumber(trimmed(*time)), declaredInput(report));
   }
   return std::nullopt;
 }

@@ -12,6 +12,9 @@ struct Failure {
   std::string reason;
 };
 
+// The system's words for an errno value.
+std::string systemReason(int error);
+
 template <class T>
 class [[nodiscard]] Outcome {
  public:

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
+
+#include "classShared/Utf8.h"
 
 namespace tessarin {
 
@@ -18,48 +21,10 @@ char upperLetter(char letter) {
   return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
 
-unsigned byteAt(std::string_view text, std::size_t position) {
-  return static_cast<unsigned char>(text[position]);
-}
-
-// The length in bytes of the valid UTF-8 sequence at this position; 0 when there is none.
-// Overlong forms, surrogates and code points above 10FFFF are not valid (RFC 3629).
-std::size_t sequenceLength(std::string_view text, std::size_t position) {
-  const unsigned lead = byteAt(text, position);
-  if (lead < 0x80)
-    return 1;
-  std::size_t length = 0;
-  unsigned lowest = 0x80;  // of the second byte
-  unsigned highest = 0xBF;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0)
-      lowest = 0xA0;
-    if (lead == 0xED)
-      highest = 0x9F;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0)
-      lowest = 0x90;
-    if (lead == 0xF4)
-      highest = 0x8F;
-  } else {
-    return 0;
-  }
-  if (text.size() - position < length)
-    return 0;
-  if (byteAt(text, position + 1) < lowest || byteAt(text, position + 1) > highest)
-    return 0;
-  for (std::size_t next = 2; next < length; ++next)
-    if ((byteAt(text, position + next) & 0xC0U) != 0x80)
-      return 0;
-  return length;
-}
-
 std::size_t characterLength(std::string_view text, std::size_t position) {
-  return std::max<std::size_t>(sequenceLength(text, position), 1);
+  std::string_view rest = text.substr(position);
+  takeUtf8(rest);
+  return text.size() - position - rest.size();
 }
 
 // Without the slashes at its end, unless the path is nothing but slashes.
@@ -211,18 +176,26 @@ std::int64_t leadingInteger(std::string_view text) {
   return value;
 }
 
+double leadingNumber(std::string_view text) {
+  if (text.starts_with('+'))
+    text.remove_prefix(1);  // from_chars knows no plus sign
+  double number = 0;
+  const auto read =
+      std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+  return read.ec == std::errc() && std::isfinite(number) ? number : 0;
+}
+
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(),
                      [](char letter) { return static_cast<unsigned char>(letter) < 0x80; });
 }
 
 bool isUtf8(std::string_view text) {
-  std::size_t position = 0;
-  while (position < text.size()) {
-    const std::size_t length = sequenceLength(text, position);
-    if (length == 0)
+  while (!text.empty()) {
+    const std::size_t before = text.size();
+    // The replacement character itself has three bytes.
+    if (takeUtf8(text) == replacementCharacter && before - text.size() == 1)
       return false;
-    position += length;
   }
   return true;
 }

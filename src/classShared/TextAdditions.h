@@ -69,6 +69,9 @@ bool equalIgnoringCase(std::string_view one, std::string_view other);
 // The whole number that the text begins with, after blanks and a sign; 0 when there is none, the
 // nearest 64-bit number when it is too large.
 std::int64_t leadingInteger(std::string_view text);
+// The decimal number that the text begins with, after a sign and without an exponent; 0 when there
+// is none, or one that is not finite.
+double leadingNumber(std::string_view text);
 
 // ---- Characters (Unicode code points; a byte that is not part of valid UTF-8 counts as one)
 

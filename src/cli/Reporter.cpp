@@ -4,8 +4,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 
+#include "classShared/Outcome.h"
 #include "cli/terminal.h"
 
 namespace tessarin::cli {
@@ -17,7 +17,7 @@ void Reporter::print(std::string_view line) {
   isLost_ = error != 0;
   // A reader that has seen enough, such as head(1), is nothing to complain about.
   if (isLost_ && error != EPIPE)
-    complain(fmt::format("standard output: {}", std::generic_category().message(error)));
+    complain(fmt::format("standard output: {}", systemReason(error)));
 }
 
 }  // namespace tessarin::cli

@@ -82,7 +82,7 @@ std::string thumbnailPath(const std::string& folder, const std::string& source) 
   std::string name = withoutExtension(trimPathStr(fileName(source), longestThumbnailName));
   // ffmpeg would take a percent sign in the name of a picture for a counter.
   name = replaceAll(name, "%", "_");
-  const std::string plain = joinPath(folder, name + ".jpg");
+  std::string plain = joinPath(folder, name + ".jpg");
   if (!name.empty() && !pathExists(plain))
     return plain;
   std::random_device random;

@@ -13,6 +13,7 @@
 #include <thread>
 #include <utility>
 
+#include "classShared/Outcome.h"
 #include "classShared/log.h"
 #include "platform/childStart.h"
 

@@ -5,7 +5,8 @@
 
 #include <array>
 #include <cerrno>
-#include <system_error>
+
+#include "classShared/Outcome.h"
 
 namespace tessarin {
 
@@ -34,10 +35,6 @@ void setNonBlocking(int descriptor) {
   const int flags = ::fcntl(descriptor, F_GETFL);
   if (flags >= 0)
     ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
-}
-
-std::string systemReason(int error) {
-  return std::generic_category().message(error);
 }
 
 }  // namespace tessarin

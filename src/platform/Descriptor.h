@@ -38,7 +38,4 @@ Outcome<Pipe> makePipe();
 // the setting belongs to the open file, which the other end of a pipe does not share.
 void setNonBlocking(int descriptor);
 
-// The words of the system for an errno value.
-std::string systemReason(int error);
-
 }  // namespace tessarin

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "platform/Bundle.h"

@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "classShared/TextAdditions.h"
@@ -23,21 +23,17 @@ constexpr double targetLoudness = -23;
 // The percentage up to which a number is shown: 100 % stands for a tool that has ended.
 constexpr double lastShownPercentage = 99;
 
-// The number that the text begins with; 0 when it begins with none.
-float leadingNumber(std::string_view text) {
-  if (startsWith(text, "+"))
-    text.remove_prefix(1);
-  float number = 0;
-  const auto result =
-      std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-  return result.ec == std::errc() && std::isfinite(number) ? number : 0;
+// The number that the text begins with; 0 when there is none that the type can hold.
+float singleNumber(std::string_view text) {
+  const double number = leadingNumber(text);
+  return std::abs(number) <= std::numeric_limits<float>::max() ? static_cast<float>(number) : 0;
 }
 
 float clockSeconds(std::string_view clock) {
   const std::vector<std::string_view> parts = split(clock, ":");
   if (parts.size() != 3)
     return 0;
-  return leadingNumber(parts[0]) * 3600 + leadingNumber(parts[1]) * 60 + leadingNumber(parts[2]);
+  return singleNumber(parts[0]) * 3600 + singleNumber(parts[1]) * 60 + singleNumber(parts[2]);
 }
 
 double wholePercentage(double value, double maximum) {
@@ -59,7 +55,7 @@ float parseMarkerFloat(std::string_view text, std::string_view marker) {
   if (!after)
     return 0;
   if (marker != timeMarker)
-    return leadingNumber(*after);
+    return singleNumber(*after);
   const std::string_view clock = textUpTo(*after, " ");
   const float seconds = clockSeconds(clock);
   debugFormat("ffm… {} > returnedFloat : {:f}", clock, seconds);

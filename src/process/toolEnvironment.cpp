@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "platform/Descriptor.h"
 #include "utils/files.h"

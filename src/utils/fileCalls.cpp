@@ -6,17 +6,12 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <random>
 
 #include "classShared/TextAdditions.h"
 #include "utils/files.h"
 
 namespace tessarin {
-
-std::string reasonOf(int error) {
-  return std::strerror(error);
-}
 
 bool lacksHome(const std::string& path) {
   return path == "~" || path.starts_with("~/");

@@ -7,9 +7,6 @@
 
 namespace tessarin {
 
-// The system's words for an errno value.
-std::string reasonOf(int error);
-
 // Whether an expanded path still begins with "~/" because nobody knows the home folder. Writing
 // there would make a folder called "~" wherever the program happens to stand.
 bool lacksHome(const std::string& path);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "utils/fileCalls.h"
@@ -49,7 +50,7 @@ int copyTo(const std::string& source, const struct stat& sourceStatus,
   syncFolder(parentFolder(destination));
   if (::unlink(source.c_str()) != 0)
     logFormat("moveFile            :-/ copied, but the source stays: {}: {}", source,
-              reasonOf(errno));
+              systemReason(errno));
   return 0;
 }
 
@@ -104,7 +105,7 @@ bool moveFile(std::string_view source, std::string_view destination,
       error = copyTo(from, fromStatus, to, replace);
   }
   if (error != 0) {
-    logFormat("moveFile            :-( {} > {}: {}", from, to, reasonOf(error));
+    logFormat("moveFile            :-( {} > {}: {}", from, to, systemReason(error));
     return false;
   }
   noteFileSystemChanged(to);
@@ -122,7 +123,7 @@ bool removeFile(std::string_view path) {
   }
   const int result = S_ISDIR(status.st_mode) ? ::rmdir(name.c_str()) : ::unlink(name.c_str());
   if (result != 0) {
-    logFormat("removeFile          :-( {}: {}", name, reasonOf(errno));
+    logFormat("removeFile          :-( {}: {}", name, systemReason(errno));
     return false;
   }
   return true;

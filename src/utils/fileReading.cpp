@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <limits>
 #include <new>
 
+#include "classShared/Outcome.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -47,7 +47,7 @@ Outcome<std::string> readStart(std::string_view path, std::size_t limit) {
   const std::string name = expandTilde(path);
   const int descriptor = openRegularFile(name);
   if (descriptor < 0)
-    return Failure{name + ": " + std::strerror(errno)};
+    return Failure{name + ": " + systemReason(errno)};
   std::string content;
   int error = 0;
   try {
@@ -58,7 +58,7 @@ Outcome<std::string> readStart(std::string_view path, std::size_t limit) {
   }
   ::close(descriptor);
   if (error != 0)
-    return Failure{name + ": " + std::strerror(error)};
+    return Failure{name + ": " + systemReason(error)};
   return content;
 }
 

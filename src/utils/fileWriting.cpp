@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "utils/fileCalls.h"
@@ -99,7 +100,7 @@ bool ecritureFichier(std::string_view path, std::optional<std::string_view> text
     error = errno;
   }
   if (!written) {
-    logFormat("Error writing file at {}\n{}", name, reasonOf(error));
+    logFormat("Error writing file at {}\n{}", name, systemReason(error));
     return false;
   }
   if (debugMode())
@@ -143,7 +144,7 @@ bool appendTextToFile(std::string_view path, std::optional<std::string_view> tex
 Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
                                   FolderSync folderSync) {
   const std::string name = resolveAlias(expandTilde(path));
-  const auto failure = [&name](int error) { return Failure{name + ": " + reasonOf(error)}; };
+  const auto failure = [&name](int error) { return Failure{name + ": " + systemReason(error)}; };
   if (name.empty())
     return failure(ENOENT);
   if (lacksHome(name))

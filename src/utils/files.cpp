@@ -12,9 +12,9 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "utils/numbers.h"
@@ -171,7 +171,7 @@ std::int32_t freeDiskSpaceMo(std::string_view path) {
   debugFormat("free disk space file: {}", name);
   struct statvfs status = {};
   if (::statvfs(name.c_str(), &status) != 0) {
-    logFormat("error               :-( {}", std::strerror(errno));
+    logFormat("error               :-( {}", systemReason(errno));
     return -1;
   }
   const std::uint64_t bytes = std::uint64_t{status.f_bavail} * status.f_frsize;

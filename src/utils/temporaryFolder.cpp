@@ -12,6 +12,7 @@
 #include <optional>
 #include <system_error>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "utils/fileCalls.h"
@@ -101,7 +102,7 @@ OwnFolder makeBelow(const std::string& parent) {
   std::string path = joinPath(parent, fmt::format("{}{}-{}", prefix, ::getpid(), randomLetters));
   if (::mkdtemp(path.data()) != nullptr)
     return {path, lockedFolder(path)};
-  logFormat("temporaryFolder     :-( {}: {}", path, reasonOf(errno));
+  logFormat("temporaryFolder     :-( {}: {}", path, systemReason(errno));
   return {};
 }
 
