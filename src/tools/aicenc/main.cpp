@@ -8,7 +8,6 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <string>
 
@@ -52,7 +51,7 @@ int run(int count, char** values) {
   if (input != "-") {
     job.input = ::open(input.c_str(), O_RDONLY | O_CLOEXEC);
     if (job.input < 0)
-      return complain(1, input + " cannot be read: " + std::strerror(errno));
+      return complain(1, input + " cannot be read: " + systemReason(errno));
   }
   const Outcome<std::size_t> frames = aicenc::encodeStream(job);
   if (!frames)

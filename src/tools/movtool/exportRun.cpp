@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "platform/installedFfmpeg.h"
 #include "platform/propertyList.h"
@@ -33,7 +32,7 @@ Outcome<ExportSettings> readSettings(const std::string& path) {
 
 std::optional<std::string> pathProblem(const ExportJob& job) {
   if (::access(job.input.c_str(), R_OK) != 0)
-    return fmt::format("{} cannot be read: {}", job.input, std::strerror(errno));
+    return fmt::format("{} cannot be read: {}", job.input, systemReason(errno));
   const auto output = fileIdentity(job.output);
   if (output && fileIdentity(job.input) == output)
     return fmt::format("{} cannot be made from itself", job.output);

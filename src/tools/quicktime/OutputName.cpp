@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <utility>
@@ -76,14 +75,14 @@ Outcome<OutputName> OutputName::reserve(const std::string& target) {
       break;
   }
   if (descriptor < 0)
-    return Failure{target + " cannot be written: " + std::strerror(errno)};
+    return Failure{target + " cannot be written: " + systemReason(errno)};
   ::close(descriptor);
   return OutputName(real.value(), name);
 }
 
 Outcome<bool> OutputName::commit(bool replace) {
   if (!giveName(temporary_, target_, replace))
-    return Failure{target_ + " cannot be made: " + std::strerror(errno)};
+    return Failure{target_ + " cannot be made: " + systemReason(errno)};
   temporary_.clear();
   return true;
 }

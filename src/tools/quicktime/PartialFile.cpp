@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "tools/quicktime/OutputName.h"
@@ -16,10 +15,6 @@ namespace {
 
 constexpr std::size_t bufferSize = 1U << 20;
 constexpr mode_t usualMode = 0666;  // less what the user's mask takes
-
-std::string systemReason() {
-  return std::strerror(errno);
-}
 
 std::string folderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
@@ -48,7 +43,7 @@ Outcome<PartialFile> PartialFile::create(const std::string& target) {
   }
   if (file.descriptor_ < 0) {
     file.temporaryName_.clear();
-    return Failure{target + " cannot be written: " + systemReason()};
+    return Failure{target + " cannot be written: " + systemReason(errno)};
   }
   file.buffer_.reserve(bufferSize);
   return file;
@@ -90,7 +85,7 @@ void PartialFile::discard() {
 
 bool PartialFile::fail(const std::string& what) {
   if (failure_.empty())
-    failure_ = target_ + what + ": " + systemReason();
+    failure_ = target_ + what + ": " + systemReason(errno);
   return false;
 }
 

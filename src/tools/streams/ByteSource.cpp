@@ -19,7 +19,7 @@ Outcome<std::size_t> readOnce(int descriptor, std::span<std::uint8_t> target) {
     count = ::read(descriptor, target.data(), target.size());
   } while (count < 0 && errno == EINTR);
   if (count < 0)
-    return Failure{std::string("the stream cannot be read: ") + std::strerror(errno)};
+    return Failure{"the stream cannot be read: " + systemReason(errno)};
   return static_cast<std::size_t>(count);
 }
 
