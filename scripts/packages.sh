@@ -8,6 +8,8 @@ buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev l
 runPackages=(ffmpeg file)
 benchPackages=(libbenchmark-dev hyperfine time)
 analysisPackages=(clang-tidy clang-format shellcheck)
+# What the test of the installation checks the desktop files with when it is there.
+desktopPackages=(desktop-file-utils appstream)
 
 # missingPackages NAME...: prints those that are not installed.
 missingPackages() {

@@ -1,0 +1,22 @@
+# Completion of tessarin's arguments for fish.
+complete -c tessarin -n __fish_use_subcommand -a analyse -d 'Tell what each source is'
+complete -c tessarin -n __fish_use_subcommand -a plan -d 'Show the commands that would run'
+complete -c tessarin -n __fish_use_subcommand -a convert -d 'Convert the clips'
+complete -c tessarin -l for -x -a 'quicktime imovie finalcut 50p60p' -d 'The editing application'
+complete -c tessarin -l format -x -a 'quicktime aic prores' -d 'What the movies are made in'
+complete -c tessarin -l prores -x -a 'proxy lt standard hq 4444' -d 'The flavour of ProRes'
+complete -c tessarin -l size -x -d 'The picture size' -a 'auto same 540p25 540p30 720p24 720p25 \
+  720p30 720p50 720p60 hdv1080p24 hdv1080p25 hdv1080p30 hdv1080p50 hdv1080p60 hdv1080i50 \
+  hdv1080i60 1080p24 1080p25 1080p30 1080p50 1080p60 1080i50 1080i60'
+complete -c tessarin -l speed -x -a 'full half slow' -d 'All pictures, half of them, or slow motion'
+complete -c tessarin -l surround -d 'Keep all sound channels'
+complete -c tessarin -l no-surround -d 'Two sound channels'
+complete -c tessarin -s d -l destination -r -d 'The folder in which the folder Tessarin is made'
+complete -c tessarin -l overwrite -x -a 'ask keep replace' -d 'What to do with a movie that is there'
+complete -c tessarin -l batch -r -d 'Write a batch to this file, or convert it'
+complete -c tessarin -l recover -d 'Finish the runs that were interrupted'
+complete -c tessarin -l forget -d 'Give up the runs that were interrupted'
+complete -c tessarin -l json -d 'One JSON object a line'
+complete -c tessarin -s v -l verbose -d 'More lines in the detail log'
+complete -c tessarin -s h -l help -d 'Show the options'
+complete -c tessarin -s V -l version -d 'Show the version'
