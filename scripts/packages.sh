@@ -3,7 +3,7 @@
 # setup.sh.
 
 buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev libplist-dev
-  nlohmann-json3-dev qt6-base-dev qt6-svg-dev
+  nlohmann-json3-dev libcurl4-openssl-dev libarchive-dev nettle-dev qt6-base-dev qt6-svg-dev
   libgtest-dev libgmock-dev)
 runPackages=(ffmpeg file)
 benchPackages=(libbenchmark-dev hyperfine time)

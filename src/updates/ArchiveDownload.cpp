@@ -1,0 +1,70 @@
+#include "updates/ArchiveDownload.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr mode_t ownersOnly = 0600;
+
+FetchLimits limitsFor(const Release& release, FetchLimits limits) {
+  limits.largest = release.size;
+  return limits;
+}
+
+}  // namespace
+
+ArchiveDownload::ArchiveDownload(RunLoop& loop, const Release& release, const std::string& path,
+                                 FetchLimits limits, Done done)
+    : release_(release),
+      path_(path),
+      file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownersOnly)),
+      openError_(file_.isOpen() ? 0 : errno),
+      done_(std::move(done)),
+      fetch_(
+          loop, release.address, limitsFor(release, limits),
+          [this](std::string_view bytes) { return take(bytes); },
+          [this](const Outcome<bool>& ended) {
+            const Outcome<bool> outcome = ended ? check() : ended;
+            const Done tell = std::exchange(done_, nullptr);
+            tell(outcome);
+          }) {}
+
+double ArchiveDownload::progress() const {
+  return static_cast<double>(received_) / static_cast<double>(release_.size);
+}
+
+Outcome<bool> ArchiveDownload::take(std::string_view bytes) {
+  int error = openError_;
+  hash_.add(bytes);
+  received_ += bytes.size();
+  while (error == 0 && !bytes.empty()) {
+    const ssize_t count = ::write(file_.number(), bytes.data(), bytes.size());
+    if (count >= 0)
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    else if (errno != EINTR)
+      error = errno;
+  }
+  if (error != 0)
+    return Failure{localisationString("why_updateWrite", "", path_, systemReason(error))};
+  return true;
+}
+
+Outcome<bool> ArchiveDownload::check() {
+  if (received_ != release_.size)
+    return Failure{localisationString("why_updateSize")};
+  if (hash_.hexDigest() != release_.sha256)
+    return Failure{localisationString("why_updateHash")};
+  if (::close(file_.release()) != 0)
+    return Failure{localisationString("why_updateWrite", "", path_, systemReason(errno))};
+  return true;
+}
+
+}  // namespace tessarin

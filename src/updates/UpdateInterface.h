@@ -1,0 +1,37 @@
+// What a window shows of the updates, and what its buttons do.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "core/controls.h"
+#include "updates/Updates.h"
+
+namespace tessarin {
+
+class UpdateInterface {
+ public:
+  // The updates are borrowed and outlive the object; it stays as long as their loop runs. `reveal`
+  // shows a folder in the file browser.
+  UpdateInterface(Updates& updates, std::function<void(const std::string&)> reveal);
+  UpdateInterface(const UpdateInterface&) = delete;
+  UpdateInterface& operator=(const UpdateInterface&) = delete;
+
+  TextField headline;  // what is the case
+  TextField details;   // what is new, or where something lies
+  ProgressBar bar;     // hidden unless something goes on
+  Button go;           // the next step: look, download or show
+  TextField goTitle;   // what `go` is called now
+  Button stop;         // hidden unless something goes on
+
+  void iba_updateGo();
+  void iba_updateStop();
+
+ private:
+  void show();
+
+  Updates& updates_;
+  std::function<void(const std::string&)> reveal_;
+};
+
+}  // namespace tessarin
