@@ -17,14 +17,14 @@ namespace tessarin {
 
 namespace {
 
-// The rate of the movie in the names of the settings: 24, 25, 30, 50 or 60; for interlaced rows
-// the fields a second.
+// The rate of the movie in the names of the settings: 24, 25, 30, 50 or 60 whole pictures a second,
+// also where each is made of two fields.
 int exportRate(std::string_view label, int sourceRate) {
   const bool isNtsc = sourceRate == 24 || sourceRate == 30 || sourceRate == 60 ||
                       sourceRate == 48 || sourceRate == 120;
-  if (contains(label, "i50") || contains(label, "p50"))
+  if (contains(label, "p50"))
     return isNtsc ? 60 : 50;
-  if (sourceRate == 24 || sourceRate == 48)
+  if (!contains(label, "i50") && (sourceRate == 24 || sourceRate == 48))
     return 24;
   return isNtsc ? 30 : 25;
 }

@@ -49,25 +49,43 @@ void addFirstFilter(Arguments& arguments, const std::string& filter) {
     arguments.insert(rate, {"-vf", filter});
 }
 
-// Sees to it that the fields of the movie have the order that it claims, top first.
+// Sees to it that the fields of the movie have the order that it claims.
 void correctFields(const Dico& job, EncodingCommand& command) {
   const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
-  // What the stream claims is wrong: the filters are told what the pictures say.
-  if (job.contains(SourceKey::v0FieldsClaim)) {
-    addFirstFilter(command.arguments, "setfield=tff");
-    return;
+  const bool hasFields = !isSourceProgressive(job);
+  const auto codec = std::find(command.arguments.begin(), command.arguments.end(), "mpeg4");
+  const bool isIntermediate = codec != command.arguments.end() && contains(label, "i50");
+  if (isIntermediate) {
+    // Told that there are fields, the codec carries their order to the export.
+    command.arguments.insert(codec + 1, {"-flags", "+ildct+ilme"});
+    // Its chroma is halved field by field.
+    if (hasFields && job.text(SourceKey::v0Chroma).value_or("yuv420p") != "yuv420p")
+      addFirstFilter(command.arguments, "scale=interl=-1,format=yuv420p");
   }
+  // Where what the stream claims is wrong, the filters are told what the pictures say.
+  if (job.contains(SourceKey::v0FieldsClaim))
+    addFirstFilter(command.arguments, "setfield=tff");
+  else if (isIntermediate && hasFields)
+    addFirstFilter(command.arguments, job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF")
+                                          ? "setfield=bff"
+                                          : "setfield=tff");
   // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
-  if (command.writesProres || !contains(label, "i50") || isSourceProgressive(job))
+}
+
+// Sees to it that pictures which are made as large as those of high definition have its colours:
+// those of standard definition are coded by another matrix, and programs go by the size.
+void correctColours(const Dico& job, EncodingCommand& command) {
+  constexpr std::int64_t mostStandardLines = 576;
+  const auto option = std::find(command.arguments.begin(), command.arguments.end(), "-vf");
+  if (option == command.arguments.end() || option + 1 == command.arguments.end() ||
+      job.integer(SourceKey::v0Height).value_or(0) > mostStandardLines)
     return;
-  // An intermediate movie does not tell its field order, so it has to have the usual one, and its
-  // chroma is halved field by field.
-  const bool isBottomFirst = job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF");
-  const bool isHalved = job.text(SourceKey::v0Chroma).value_or("yuv420p") == "yuv420p";
-  if (isBottomFirst)
-    addFirstFilter(command.arguments, "fieldorder=tff");
-  if (!isHalved)
-    addFirstFilter(command.arguments, "scale=interl=-1,format=yuv420p");
+  for (const char* scale :
+       {"scale=960:540", "scale=1280:720", "scale=1440:1080", "scale=1920:1080"})
+    *(option + 1) = replaceAll(*(option + 1), scale,
+                               std::string(scale) +
+                                   ":out_color_matrix=bt709,setparams=color_primaries=bt709:"
+                                   "color_trc=bt709:colorspace=bt709");
 }
 
 bool isStreamCopy(const Dico& job) {
@@ -112,6 +130,7 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   if (!command)
     return std::nullopt;
   correctFields(job, *command);
+  correctColours(job, *command);
   JobPlan plan;
   plan.needsExport = !command->writesProres && !isQuickTimeCopy(job);
   plan.job = std::move(job);

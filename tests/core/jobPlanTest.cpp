@@ -75,7 +75,7 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   EXPECT_FALSE(needsExport(rowOf(true, 10, outQuickTime)));
 }
 
-TEST_F(JobPlanTest, AnIntermediateMovieIsTopFirstAndHalvesItsChromaByField) {
+TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
   const auto filterOf = [](const char* fields, const char* chroma) {
     Dico row = rowOf(false, 12, outAic);
     Dico info = *row.dico("dico");
@@ -83,12 +83,29 @@ TEST_F(JobPlanTest, AnIntermediateMovieIsTopFirstAndHalvesItsChromaByField) {
     info.set("v0_chroma", chroma);
     row.set("dico", info);
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
     const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
     return option == arguments.end() ? std::string() : *(option + 1);
   };
-  EXPECT_EQ(filterOf("TFF", "yuv420p"), "");
-  EXPECT_EQ(filterOf("BFF", "yuv420p"), "fieldorder=tff");
-  EXPECT_EQ(filterOf("BFF", "yuv411p"), "scale=interl=-1,format=yuv420p,fieldorder=tff");
+  EXPECT_EQ(filterOf("TFF", "yuv420p"), "setfield=tff");
+  EXPECT_EQ(filterOf("BFF", "yuv420p"), "setfield=bff");
+  EXPECT_EQ(filterOf("BFF", "yuv411p"), "setfield=bff,scale=interl=-1,format=yuv420p");
+}
+
+TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
+  const auto isConverted = [](int height, int size) {
+    Dico row = rowOf(false, size, outProres);
+    Dico info = *row.dico("dico");
+    info.set("v0_height", height);
+    row.set("dico", info);
+    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709,setparams=");
+  };
+  EXPECT_TRUE(isConverted(576, 7));
+  EXPECT_TRUE(isConverted(480, 10));
+  EXPECT_FALSE(isConverted(1080, 7)) << "has them already";
+  EXPECT_TRUE(isConverted(576, 4)) << "960x540";
+  EXPECT_FALSE(isConverted(576, 9)) << "is not scaled";
 }
 
 TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
@@ -105,7 +122,7 @@ TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   job.set("sizeOut", 12);
   job.set("v0_fps", 59.94);
   job.set("v0_dar", "16:9");
-  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080i60");
+  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080i30");
   job.remove("sizeOut");
   EXPECT_EQ(exportPresetName(job, "apch"), "");
 }
