@@ -9,6 +9,7 @@
 
 #include "analysis/probes.h"
 #include "classShared/TextAdditions.h"
+#include "encoding/arithmetic.h"
 #include "support/shell.h"
 
 namespace tessarin::test {
@@ -40,6 +41,9 @@ void readClaims(const std::string& movie, Measured& result) {
       result.fields = stream.value("field_order", "");
       result.rate = stream.value("r_frame_rate", "");
       result.shape = stream.value("display_aspect_ratio", "");
+      // Not told for square pixels.
+      if (result.shape.empty())
+        result.shape = float2FractionStr(stream.value("width", 0.0) / stream.value("height", 1.0));
       result.duration = std::stod(stream.value("duration", "0"));
     } else if (stream["codec_type"] == "audio") {
       result.soundCodec = stream.value("codec_name", "");
@@ -81,12 +85,13 @@ void readSide(std::string_view report, Measured& result) {
 Measured measured(const std::string& movie, const std::string& original, const Comparison& how) {
   Measured result;
   readClaims(movie, result);
-  const std::string pictures = movie + ".pictures";
-  const std::string side = movie + ".side";
+  // Named so that ffmpeg's filters can take them, whatever the movie is called.
+  const std::string pictures = joinPath(parentFolder(movie), "pictures");
+  const std::string side = joinPath(parentFolder(movie), "side");
   // The brightness is that of eight bits, whatever the codec has.
   const std::string graph =
       "[0:v]split=3[seen][cut][compared];"
-      "[seen]idet,scale=64:36,format=yuv420p,signalstats,"
+      "[seen]idet,crop=iw/2:ih/2,scale=64:36,format=yuv420p,signalstats,"
       "metadata=print:key=lavfi.signalstats.YAVG:file=" +
       pictures +
       ",nullsink;"

@@ -7,7 +7,7 @@
 namespace tessarin::test {
 
 struct Measured {
-  // As ffprobe names them. `shape` is the display aspect ratio; "" when the movie has none.
+  // As ffprobe names them. `shape` is the display aspect ratio.
   std::string codec;
   std::string size;    // "1920x1080"
   std::string fields;  // "tt", "bb", "progressive", …
@@ -21,9 +21,10 @@ struct Measured {
   int frames = 0;
   double longestStep = 0;   // between the times of two pictures
   double shortestStep = 0;  // likewise
-  double flash = -1;        // the time of the first white picture; negative when there is none
-  double beep = -1;         // the end of the silence at the start; negative when there is none
-  double sideLuma = 0;      // the brightest of the picture's leftmost twentieth, 0…255
+  double flash =
+      -1;  // the time of the first picture with a white middle; negative when there is none
+  double beep = -1;     // the end of the silence at the start; negative when there is none
+  double sideLuma = 0;  // the brightest of the picture's leftmost twentieth, 0…255
   std::int64_t topFirst = 0;
   std::int64_t bottomFirst = 0;
   std::int64_t progressive = 0;

@@ -162,7 +162,7 @@ const Source sources[] = {
      "dvvideo",
      {"", "", ""},
      {"720x480i29.97", "1440x1080p29.97", "1440x1080p29.97*2"},
-     {"720x480i29.97", "1440x1080p29.97", "1440x1080p29.97*2"}},
+     {"1440x1080i29.97", "1440x1080p29.97", "1440x1080p29.97*2"}},
     {"ProgramStream",
      "clip.mpg",
      "720x576",
@@ -175,7 +175,7 @@ const Source sources[] = {
      "mpeg2video",
      {"", "", ""},
      {"720x576i25", "1440x1080p25", "1440x1080p25*2"},
-     {"720x576i25", "1440x1080p25", "1440x1080p25*2"}},
+     {"1440x1080i25", "1440x1080p25", "1440x1080p25*2"}},
     {"QuickTimeH264",
      "phone.mov",
      "1280x720",
@@ -200,8 +200,9 @@ const Source sources[] = {
      "-c:v mjpeg -q:v 2 -c:a pcm_u8 -ar 48000 -ac 1 -f avi",
      "mjpeg",
      {"", "", ""},
-     {"1280x720p30", "1280x720p30", "1280x720p30"},
-     {"1280x720p30", "1280x720p30", "1280x720p30"}},
+     // The size that suits has no ProRes.
+     {"", "", ""},
+     {"960x540p30", "960x540p30", "960x540p30"}},
     {"Avi",
      "camera.avi",
      "1280x720",
@@ -216,6 +217,11 @@ const Source sources[] = {
      {"1280x720p30", "1280x720p30", "1280x720p30"},
      {"1280x720p30", "1280x720p30", "1280x720p30"}},
 };
+
+// What is larger than standard definition is coded with other colours.
+bool hasColoursOfLargeOnes(const std::string& size) {
+  return std::stoi(size) > 768 || std::stoi(size.substr(size.find('x') + 1)) > 576;
+}
 
 double numberOfRate(const std::string& rate) {
   const auto slash = rate.find('/');
@@ -273,18 +279,28 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
   }
 
   // The clip as the movie is to show it, and the movie in the clip's size.
-  Comparison comparison(const Movie& movie, bool hasBars) const {
+  Comparison comparison(const Movie& movie, bool isCopy, bool hasBars) const {
     const Source& source = GetParam();
     const bool isBottomFirst = source.scan == Scan::bottomFirst;
+    const bool isLarge = hasColoursOfLargeOnes(movie.size);
+    const bool isSmallClip = !hasColoursOfLargeOnes(source.size);
     Comparison how;
     how.movieFilters =
-        fmt::format("{}scale={}{}", hasBars ? "crop=iw*3/4:ih," : "",
-                    replaceAll(source.size, "x", ":"), movie.isInterlaced ? ":interl=1" : "");
+        fmt::format("{}scale={}{}{}", hasBars ? "crop=iw*3/4:ih," : "",
+                    replaceAll(source.size, "x", ":"), movie.isInterlaced ? ":interl=1" : "",
+                    isLarge && isSmallClip ? ":in_color_matrix=bt709:out_color_matrix=bt601" : "");
     if (source.scan == Scan::progressive && movie.isInterlaced) {
       how.originalFilters = "tinterlace=interleave_top,scale=interl=1";
     } else if (source.scan == Scan::progressive) {
       how.originalFilters = movie.isHalved ? "select='not(mod(n,2))'" : "null";
-      how.originalFilters += ",scale=out_range=tv";
+      // Photo cameras code like JPEG files.
+      if (!isCopy && startsWith(source.chroma, "yuvj"))
+        how.originalFilters += isLarge && !isSmallClip
+                                   ? ",scale=out_range=tv:out_color_matrix=bt709"
+                                   : ",scale=out_range=tv";
+    } else if (movie.isInterlaced && isBottomFirst && movie.size != source.size) {
+      // New lines are made for both fields.
+      how.originalFilters = "scale=interl=1,format=yuv422p,bwdif=1,tinterlace=interleave_top";
     } else if (movie.isInterlaced) {
       how.originalFilters =
           std::string("scale=interl=1") + (isBottomFirst ? ",format=yuv422p,fieldorder=tff" : "");
@@ -357,7 +373,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
     // A narrow picture stands between bars where the format has wide frames only.
     const bool isExported = target == "aic" || source.scan == Scan::progressive;
     const bool hasBars = !isCopy && isExported && std::string(source.shape) == "4:3";
-    const Measured movie = test::measured(path, clip_, comparison(expected, hasBars));
+    const Measured movie = test::measured(path, clip_, comparison(expected, isCopy, hasBars));
     const bool isWoven = source.scan != Scan::progressive;
     // Two fields make a picture, but in slow motion each makes one.
     const bool isHalf = isWoven ? !expected.isSlow : expected.isHalved || expected.isInterlaced;
@@ -377,7 +393,8 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
       EXPECT_GE(movie.sideLuma, 60);
     }
     if (expected.isInterlaced) {
-      EXPECT_EQ(movie.fields, "tt");
+      // Told in the manner of each codec; both mean that the top line is of the earlier field.
+      EXPECT_EQ(movie.fields, target == "aic" ? "tb" : "tt");
       EXPECT_GE(movie.topFirst, frames * 3 / 4);
       EXPECT_EQ(movie.bottomFirst, 0);
     } else {
@@ -393,7 +410,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
     const double flash = moment_ * (expected.isSlow ? 2 : 1);
     EXPECT_NEAR(movie.flash, flash, expected.period);
     EXPECT_NEAR(movie.beep - movie.flash, moment_ - flash, expected.period);
-    EXPECT_GE(movie.luma, 38);
+    EXPECT_GE(movie.luma, 36);
     EXPECT_GE(movie.chroma, 30);
     const std::string name = path.substr(folder.path().size() + 1);
     RecordProperty("luma " + name, fmt::format("{:.1f}", movie.luma));
