@@ -1,5 +1,7 @@
 #include "analysis/probeParser.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -93,6 +95,7 @@ std::int64_t channelsOfLayout(std::string_view layout) {
   if (name == "2 channels" || name == "stereo")
     return 2;
   const auto behindPoint = textAfter(name, ".");
+  debugFormat("rangeOfString:@'.' tmpStr : {}", behindPoint.value_or("nil"));
   if (!behindPoint || !startsWithDigit(name))
     return -1;
   return std::min<std::int64_t>(wholeNumber(name) + wholeNumber(*behindPoint),
@@ -109,7 +112,10 @@ void readAudio(const StreamLine& line, const StreamWriter& stream) {
     } else if (contains(part, " kb/s")) {
       stream.setPositive(StreamField::bitrate, wholeNumber(part));
     } else if (!stream.has(StreamField::channels)) {
-      stream.setPositive(StreamField::channels, channelsOfLayout(part));
+      const std::int64_t channelsInt = channelsOfLayout(part);
+      debugFormat("channelsInt         : {}", channelsInt);
+      stream.setPositive(StreamField::channels, channelsInt);
+      debugFormat("a…_channels         ? {}", stream.has(StreamField::channels) ? part : "nil");
     }
   }
 }
@@ -121,6 +127,12 @@ void readAudio(const StreamLine& line, const StreamWriter& stream) {
 std::optional<float> frameRate(std::string_view tbrPart, std::string_view description) {
   const std::string_view tbrText = trimmed(textUpTo(tbrPart, " tbr"));
   float tbr = str2Float(tbrText);
+  if (std::abs(59.94F - tbr) < 0.01F) {
+    debugFormat("fps => tbrF={:f} …?(NTSC fieldRate || NF with pulldown)", tbr);
+    if (verboseLevel(2))
+      logFormat("ffmpeg>ffinfos : {}", std::string(tbrText) + " tbr?");
+  }
+  debugFormat("fps => …parse fps str…");
   std::optional<float> fps;
   if (const std::size_t end = description.find(" fps, "); end != std::string_view::npos) {
     const std::string_view before = description.substr(0, end);
@@ -255,6 +267,7 @@ SourceInfo recordOfReport(std::string_view report) {
     if (!stream)
       continue;
     debugFormat("\n\ncurrentLineStr : {}", *line);
+    debugFormat("linePartsMArray     : {}", fmt::join(stream->parts, " | "));
     switch (stream->kind) {
       case StreamKind::audio:
         readAudio(*stream, StreamWriter(record, StreamKind::audio, audioCount++));

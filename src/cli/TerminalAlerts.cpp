@@ -8,6 +8,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "cli/terminal.h"
+#include "prefs/utilsAlert.h"
 
 namespace tessarin::cli {
 
@@ -64,6 +65,7 @@ void TerminalAlerts::readAnswer() {
   }
   loop_.cancel(std::exchange(watch_, 0));
   const AlertAnswer answer{static_cast<std::size_t>(number - 1), endsWith(word, "*")};
+  alertDidEnd(firstButtonReturnCode + number - 1);
   std::exchange(answered_, {})(answer);
 }
 

@@ -135,6 +135,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
   debugFormat("sizeOutCurrentInt   : {} ({})", asked,
               presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(asked)]));
 
+  debugFormat("iba_out… speed pre  : {}", entry.integer(BatchKey::fps).value_or(speedKeep));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
   debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
   if (valid.sizeOut != asked)
@@ -142,6 +143,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
                 presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(valid.sizeOut)]));
   entry.set(BatchKey::sizeOut, valid.sizeOut);
   entry.set(BatchKey::fps, valid.speed);
+  debugFormat("iba_out… speed post = {}", valid.speed);
   const Permissions speeds = speedPermissions(entry);
   debugFormat("Keep | Half | Slow  = {:d} | {:d} | {:d} (speedInt={})", speeds[speedKeep],
               speeds[speedHalf], speeds[speedSlow], valid.speed);
@@ -163,6 +165,8 @@ bool BatchTable::iba_outSpeedCell(int row) {
   debugFormat("allow Qt|Aic|Prores = {:d} | {:d} | {:d}", targets[outQuickTime], targets[outAic],
               targets[outProres]);
   const int target = validTarget(entry);
+  if (target != entry.integer(BatchKey::out) && verboseLevel(2))
+    logLine("zapping codec…");
   debugFormat(
       "outInt              = {} (allowed: qt?={:d} | aic?={:d} | prores?={:d} - speedInt={})",
       target, targets[outQuickTime], targets[outAic], targets[outProres], valid.speed);
@@ -225,7 +229,7 @@ std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
   for (std::size_t size = 0; size < labels.size(); ++size) {
     const int index = static_cast<int>(size);
     const char* colour = index == best ? "green" : presetIsCompliant(index, soft) ? "black" : "red";
-    items.push_back({labels[size], images[size], colour});
+    items.push_back({labels[size], images[size], colour, "silver"});
   }
   return items;
 }
@@ -310,8 +314,10 @@ void BatchTable::removeAllButCurrent() {
   debugFormat("srcInProgressIndexIn= {}", srcInProgressIndexInt);
   // From the end, so that no row has to be renumbered twice.
   for (int row = count() - 1; row >= 0; --row)
-    if (row != srcInProgressIndexInt)
+    if (row != srcInProgressIndexInt) {
+      debugFormat("remove single index # {}", row);
       removeRow(row);
+    }
 }
 
 int BatchTable::encBatchInprogressRowIdentification() const {

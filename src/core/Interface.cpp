@@ -1,5 +1,6 @@
 #include "core/Interface.h"
 
+#include "core/Popup.h"
 #include "encoding/outputPreset.h"
 
 namespace tessarin {
@@ -21,13 +22,10 @@ Interface::Interface()
       easy(labelled({"expert", "easy"}), 1),
       colour(labelled({"light", "dark", "Hud"}), 0),
       checkMatrix(labelled({"", ""}), 1) {
-  std::vector<PopUpButton::Item> sizes;
-  const auto& labels = presetSizesList(false);
-  const auto& images = presetSizesList(true);
-  for (std::size_t row = 0; row < labels.size(); ++row)
-    sizes.push_back({labels[row], images[row], ""});
-  sizeOut.setItems(std::move(sizes));
-  sizeOut.select(0);
+  Popup sizes;
+  sizes.setPopupArray(presetSizesList(false));
+  sizes.setSelectedSizeOut(presetSizesList(false).front());
+  sizes.bind(sizeOut, presetSizesList(true));
 
   dropImage.setImage("dndSd");
   analysisStopBt.setSegments({{"", "btStop", true}});

@@ -1,5 +1,7 @@
 #include "core/ToolTasks.h"
 
+#include <fmt/format.h>
+
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "prefs/utilsAlert.h"
@@ -20,6 +22,12 @@ constexpr std::size_t longestLoudnessReport = 4u << 10;
 
 const char* sideName(bool other) {
   return other ? "Other" : "";
+}
+
+// A control in the log.
+template <class Control>
+std::string idText(const Control* control) {
+  return control ? fmt::format("{}", fmt::ptr(control)) : "nil";
 }
 
 SegmentedControl* stopControl(const TaskStart& start) {
@@ -67,6 +75,11 @@ bool ToolTasks::tasklauncherStart(TaskStart start) {
   side.previousTime = -1.0;
   debugFormat("2 progressMax={:f}", side.start.progressMax);
   debugFormat("3 taskParseInt={}", static_cast<int>(side.start.parseMode));
+  const TaskControls* shown = side.start.controls;
+  debugFormat("4 progressId={}", idText(shown ? &shown->bar : nullptr));
+  debugFormat("5 progressWheelId={}", idText(shown ? &shown->wheel : nullptr));
+  debugFormat("7 progressPercentId={}", idText(shown ? &shown->percent : nullptr));
+  debugFormat("8 stopBtId={}", idText(stopControl(side.start)));
   if (other) {
     analysisOutput_.emplace();
     debugFormat("analysisTaskVerboseM:-) alloc");
@@ -217,8 +230,19 @@ void ToolTasks::taskLauncherDone(bool other) {
     return;
   TaskEnd end{other, side.status.value_or(taskLauncher::abortedStatus), side.lastOutput};
   resetControls(side);
+  logMembers("pre  pre ", side);
   release(side);
+  logMembers("post post", side);
   ended.emit(end);
+}
+
+void ToolTasks::logMembers(const char* when, const Side& side) {
+  const TaskControls* shown = side.start.controls;
+  debugFormat(
+      "{} progressId={}, progressWheelId={}, progressPercentId={}, stopBtId={}, prevTime={}", when,
+      idText(shown ? &shown->bar : nullptr), idText(shown ? &shown->wheel : nullptr),
+      idText(shown ? &shown->percent : nullptr), idText(stopControl(side.start)),
+      side.previousTime ? fmt::format("{}", *side.previousTime) : "nil");
 }
 
 void ToolTasks::endAll() {

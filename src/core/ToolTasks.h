@@ -82,6 +82,7 @@ class ToolTasks final : public TaskLauncherDelegate {
   void prepareControls(const Side& side);
   void resetControls(const Side& side);
   void release(Side& side);
+  static void logMembers(const char* when, const Side& side);
 
   CoreServices& services_;
   Side encoding_;

@@ -129,7 +129,8 @@ class PopUpButton final : public Control {
   struct Item {
     std::string title;
     std::string image;
-    std::string colour;  // "green", "black" or "red"; "" for the default
+    std::string colour;           // "green", "black" or "red"; "" for the default
+    std::string background = "";  // "silver"; "" for the default
     bool operator==(const Item&) const = default;
   };
 

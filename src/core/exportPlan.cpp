@@ -6,6 +6,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
@@ -45,11 +46,20 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
   if (size.width == 0)
     return {};
   const char* scan = contains(*label, "i50") ? "i" : "p";
+  const int rate = exportRate(*label, roundedFps(job));
   const bool isNarrow = std::abs(displayRatio(job) - 4.0 / 3.0) <= 0.1;
-  std::string name = fmt::format("{}x{}{}{}{}", size.width, size.height, scan,
-                                 exportRate(*label, roundedFps(job)), isNarrow ? "Letterbox" : "");
-  if (job.integer(JobKey::out) == outProres)
+  std::string name = fmt::format("{}x{}", size.width, size.height);
+  debugFormat("presetStr (size)    : {}", name);
+  name += scan;
+  debugFormat("presetStr (i|p)     : {}", name);
+  name += fmt::format("{}{}", rate, isNarrow ? "Letterbox" : "");
+  debugFormat("presetStr (fps={})  : {}", rate, name);
+  if (job.integer(JobKey::out) == outProres) {
     name = whichPresetProres("pr" + name, prefProres).value_or(name);
+    debugFormat("presetStr (prores)  : {}", name);
+  } else {
+    debugFormat("presetStr (aic)     : {}", name);
+  }
   return name;
 }
 

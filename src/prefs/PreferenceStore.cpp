@@ -1,5 +1,7 @@
 #include "prefs/PreferenceStore.h"
 
+#include <fmt/format.h>
+
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "platform/propertyList.h"
@@ -17,6 +19,20 @@ std::string described(const Value* value) {
 void debugValue(const char* label, const Value* value) {
   if (debugMode())
     logFormat("{} {}", label, described(value));
+}
+
+// A value of a property list with its kind and, for what counts as a number, that.
+void logReadValue(const std::string& key, const Value& value) {
+  const char* kind = value.dico()          ? "dictionary"
+                     : value.list()        ? "list"
+                     : value.bytes()       ? "data"
+                     : value.date()        ? "date"
+                     : value.textContent() ? "text"
+                                           : "number";
+  const auto number = value.number();
+  logFormat("readPlist key       : {} = {}", key, value.description());
+  logFormat("readPlist class     : {}", kind);
+  logFormat("readPlist class nb  : {}", number ? fmt::format("{}", *number) : "nil");
 }
 
 const Value* defaultOf(std::string_view key) {
@@ -108,7 +124,7 @@ std::optional<Dico> readPlist(const std::string& path) {
   Dico content = *read.value().dico();
   if (verboseLevel(1))
     for (const auto& [key, value] : content)
-      logFormat("readPlist key       : {} = {}", key, value.description());
+      logReadValue(key, value);
   return content;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
 #include "prefs/textEncodings.h"
@@ -96,12 +97,22 @@ void languageGuardAlert(const std::string& informativeText) {
   userAlerts().show(alert);
 }
 
+void alertDidEnd(std::int64_t returnCode) {
+  if (returnCode == firstButtonReturnCode)
+    logLine("1m");
+  logLine("2");
+  if (returnCode != 0)
+    logFormat("returnCode:{}", returnCode);
+}
+
 std::optional<Value> encodingTable(std::int64_t number, std::string_view name) {
   constexpr std::int64_t wholeTable = -1;
   const auto& encodings = textEncodings();
   for (const TextEncoding& encoding : encodings)
     if (encoding.name == name)
       return Value(encoding.number);
+  if (!name.empty())
+    logFormat("not found :-( {}", name);
   if (number == wholeTable) {
     Dico table;
     for (const TextEncoding& encoding : encodings)

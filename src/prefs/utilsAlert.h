@@ -29,6 +29,11 @@ std::optional<std::string> localLanguageCode();
 // Tells the user, in French or English, that something happened that should be impossible.
 void languageGuardAlert(const std::string& informativeText);
 
+// To be called when the user has answered an alert: writes down the answer, the number of the
+// button counted from firstButtonReturnCode.
+inline constexpr std::int64_t firstButtonReturnCode = 1000;
+void alertDidEnd(std::int64_t returnCode);
+
 // The table of text encodings. With a name of the table: its number. With number -1: the whole
 // table, a record of number to name. With another number of the table: its name. Else nothing.
 std::optional<Value> encodingTable(std::int64_t number, std::string_view name = {});

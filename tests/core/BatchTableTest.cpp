@@ -1,0 +1,127 @@
+#include "CoreFixture.h"
+#include "core/BatchTable.h"
+#include "core/Popup.h"
+#include "core/newRow.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+namespace {
+
+class BatchTableTest : public test::CoreFixture {
+ protected:
+  // Rows of full-HD clips of 25 pictures a second.
+  void rows(int count) {
+    for (int number = 1; number <= count; ++number) {
+      const std::string path = folder.write(std::to_string(number) + ".jpg", "thumbnail");
+      const SourceInfo info{{"v0_width", 1920},
+                            {"v0_height", 1080},
+                            {"v0_fps", 25.0},
+                            {"v0_fields", fieldsText("PFF")},
+                            {"srcPathStr", "/card/" + std::to_string(number) + ".mts"},
+                            {"imgPathStr", path}};
+      table.append(newRow(info, info.textOrEmpty("srcPathStr"), {outProres, speedKeep, 10}));
+    }
+  }
+  std::vector<std::string> paths() {
+    std::vector<std::string> list;
+    for (int row = 0; row < table.count(); ++row) {
+      list.push_back(table.sourcePath(row));
+      EXPECT_EQ(table.row(row).integer(BatchKey::order), row + 1);
+      EXPECT_EQ(table.rowOfSource(list.back()), row);
+    }
+    return list;
+  }
+
+  BatchTable& table = app.table();
+};
+
+TEST_F(BatchTableTest, ARemovedRowLeavesTheOthersInOrder) {
+  rows(4);
+  table.select(1);
+  table.encBatchRemove(true);
+  EXPECT_EQ(paths(), (std::vector<std::string>{"/card/1.mts", "/card/3.mts", "/card/4.mts"}));
+  EXPECT_FALSE(pathExists(folder.file("2.jpg"))) << "its thumbnail";
+  EXPECT_EQ(table.rowOfSource("/card/2.mts"), -1);
+  EXPECT_EQ(table.selectedRow(), -1);
+  table.encBatchRemove(true);  // nothing is selected
+  EXPECT_EQ(table.count(), 3);
+}
+
+TEST_F(BatchTableTest, TheRowInProgressIsNeverRemoved) {
+  rows(3);
+  preferences.prefWrite("encCurrentProcessingFile", "/card/2.mts");
+  table.select(1);
+  table.encBatchRemove(true);
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].message, localisationString("D_batch_1"));
+  EXPECT_EQ(table.count(), 3);
+
+  // The user thinks better of it, and then not.
+  alerts.answers = {{1, false}, {0, false}};
+  table.encBatchRemoveAll(true);
+  EXPECT_EQ(table.count(), 3);
+  table.encBatchRemoveAll(true);
+  EXPECT_EQ(paths(), std::vector<std::string>{"/card/2.mts"});
+}
+
+TEST_F(BatchTableTest, CellsShowWhatTheRowAllows) {
+  rows(1);
+  codecInventory().prores = false;
+  ChoiceCell cell = table.outCell(0);
+  codecInventory().prores = true;
+  ASSERT_EQ(cell.segments.size(), 3u);
+  EXPECT_EQ(cell.segments[outProres].image, "iconFcpNo_min");
+  EXPECT_FALSE(cell.segments[outProres].allowed);
+  EXPECT_NE(cell.selected, outProres) << "a refused target cannot be chosen";
+  EXPECT_EQ(table.outCell(0).segments[outProres].image, "iconFcp_min");
+
+  cell = table.speedCell(0);
+  EXPECT_EQ(cell.segments[speedKeep].image, "fpsFull_min");
+  EXPECT_EQ(cell.segments[speedSlow].image, "fpsSlowNo_min");
+  table.setValue(0, BatchKey::fpsSrc, "\n50i");
+  EXPECT_EQ(table.speedCell(0).segments[speedKeep].image, "fpsFulli_min");
+}
+
+TEST_F(BatchTableTest, SizesAreColouredByWhatSourceAndApplicationTake) {
+  rows(1);
+  app.interface.editingSoft.select(0);  // takes 720p and HDV alone
+  const auto items = table.sizeItems(0);
+  ASSERT_EQ(items.size(), presetSizesList(false).size());
+  EXPECT_EQ(items[7].colour, "green");
+  EXPECT_EQ(items[5].colour, "black");
+  EXPECT_EQ(items[10].colour, "red");
+  EXPECT_EQ(items[10].background, "silver");
+}
+
+TEST_F(BatchTableTest, AChangeOfSizeOrApplicationIsRemembered) {
+  rows(1);
+  table.setValue(0, BatchKey::sizeOut, 0);
+  ASSERT_TRUE(table.iba_outSpeedCell(0));
+  EXPECT_EQ(table.row(0).integer(BatchKey::sizeOut), 10);
+  EXPECT_EQ(table.source(0).integer(RowInfoKey::sizeOutPrevious), 10);
+  EXPECT_EQ(table.source(0).integer(RowInfoKey::softPrevious), 2);
+  // Two pictures for each that there is cannot be had: the other family of rates takes over.
+  table.setValue(0, BatchKey::sizeOut, 11);
+  ASSERT_TRUE(table.iba_outSpeedCell(0));
+  EXPECT_EQ(table.row(0).integer(BatchKey::sizeOut), 10);
+}
+
+TEST(Popup, IsToldByItsTitlesUntilItIsFilled) {
+  Popup popup;
+  PopUpButton control;
+  popup.bind(control, {});
+  ASSERT_EQ(control.items().size(), 2u);
+  EXPECT_EQ(control.items()[1].title, "Item2");
+  EXPECT_EQ(control.selected(), 0);
+  popup.setPopupArray({"a", "b", "b"});
+  popup.bind(control, {"imageOfA"});
+  EXPECT_EQ(control.items()[0].image, "imageOfA");
+  EXPECT_EQ(control.selected(), -1) << "no item has the title any more";
+  popup.setSelectedSizeOut("b");
+  popup.bind(control, {});
+  EXPECT_EQ(control.selected(), 1);
+}
+
+}  // namespace
+}  // namespace tessarin
