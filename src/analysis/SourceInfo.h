@@ -49,8 +49,10 @@ namespace SourceKey {
 inline constexpr std::string_view wrapper = "wrapper";       // text: "mpegts", "mov,mp4,m4a,…"
 inline constexpr std::string_view wDuration = "w_duration";  // integer or number: seconds
 inline constexpr std::string_view wOffset = "w_offset";      // number: start time in seconds
-inline constexpr std::string_view wBitrate = "w_bitrate";    // integer: kb/s, above 0
-inline constexpr std::string_view chapters = "chapters";     // list of numbers: seconds
+// Text: the format that ffmpeg has to be told, for it cannot tell it from the file.
+inline constexpr std::string_view wForce = "w_force";
+inline constexpr std::string_view wBitrate = "w_bitrate";  // integer: kb/s, above 0
+inline constexpr std::string_view chapters = "chapters";   // list of numbers: seconds
 // Number, above 0: seconds from the start of the container to the first key frame.
 inline constexpr std::string_view intraOffset = "intraOffset";
 // Integer, ms: the smallest video start offset with its sign turned.

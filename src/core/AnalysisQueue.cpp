@@ -314,7 +314,9 @@ void AnalysisQueue::stepFfmpegParse() {
     debugFormat("analysisRetainedStr release 1");
     retainedReport_ = std::move(output);
   }
-  if (retainedReport_ && isFfmpegSuccess(*retainedReport_)) {
+  if (triesForcedFormat()) {
+    steps_.set("analysisFfmpeg");
+  } else if (retainedReport_ && isFfmpegSuccess(*retainedReport_)) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
@@ -322,6 +324,19 @@ void AnalysisQueue::stepFfmpegParse() {
     steps_.set("analysisFin");
   }
   again();
+}
+
+// Whether the source is to be analysed once more as what its bytes look like. Only one whose format
+// ffmpeg could not tell: a damaged file of a known format is told as such.
+bool AnalysisQueue::triesForcedFormat() {
+  PreferenceStore& store = services_.preferences;
+  if (!store.prefReadString(StateKey::forcedFormat).empty() || !retainedReport_ ||
+      contains(*retainedReport_, "Input #0") || contains(*retainedReport_, " probed with size="))
+    return false;
+  const auto format = forceFormat(store.prefReadString(StateKey::analysed), *retainedReport_);
+  if (format)
+    store.prefWrite(StateKey::forcedFormat, *format);
+  return format.has_value();
 }
 
 void AnalysisQueue::stepMediaInfo() {
@@ -368,6 +383,9 @@ void AnalysisQueue::stepDico() {
     info->set(SourceKey::v0Fields, *interlacing);
   if (fieldsClaim_)
     info->set(SourceKey::v0FieldsClaim, *fieldsClaim_);
+  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
+  if (!format.empty())
+    info->set(SourceKey::wForce, format);
   startThumbnail(*info);
 }
 
@@ -430,6 +448,7 @@ void AnalysisQueue::stepFin() {
     appendRow(std::move(*info));
   }
   store.prefRemove(StateKey::image);
+  store.prefRemove(StateKey::forcedFormat);
 
   store.prefRemove(StateKey::analysed);
   const bool isMore = !waiting_.empty() && path != cancelled && !stopAsked_;

@@ -72,6 +72,7 @@ class AnalysisQueue {
   void stepFfmpeg();
   void stepFfmpegResult();
   void stepFfmpegParse();
+  bool triesForcedFormat();
   void stepMediaInfo();
   void stepMediaInfoParse();
   void stepDico();

@@ -59,23 +59,13 @@ Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
   std::string filter = fmt::format("scale=160:{}", height);
   if (keyFramesOnly)
     filter = "select=eq(pict_type\\,I)," + filter;
-  return {Bundle::main().toolPath("ffmpeg"),
-          "-loglevel",
-          "info",
-          "-ss",
-          thumbnailSeekPoint(info),
-          "-i",
-          source,
-          "-vframes",
-          "1",
-          "-t",
-          "12",
-          "-vf",
-          filter,
-          "-an",
-          "-sn",
-          "-y",
-          thumbnail};
+  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-ss",
+                       thumbnailSeekPoint(info)};
+  if (const auto format = info.text(SourceKey::wForce))
+    command.insert(command.end(), {"-f", *format});
+  command.insert(command.end(), {"-i", source, "-vframes", "1", "-t", "12", "-vf", filter, "-an",
+                                 "-sn", "-y", thumbnail});
+  return command;
 }
 
 std::string thumbnailPath(const std::string& folder, const std::string& source) {

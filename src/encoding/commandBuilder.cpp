@@ -28,6 +28,8 @@ void appendInput(Arguments& arguments, const Dico& job) {
   if (job.contains(SourceKey::a0Id) && job.contains(SourceKey::a0Force) &&
       job.contains(SourceKey::a0Codec))
     append(arguments, {"-c:a", job.textOrEmpty(SourceKey::a0Codec)});
+  if (const auto format = job.text(SourceKey::wForce))
+    append(arguments, {"-f", *format});
   append(arguments, {"-fflags", "+genpts", "-i", job.textOrEmpty(JobKey::srcPathStr)});
 }
 

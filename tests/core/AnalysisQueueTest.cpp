@@ -136,5 +136,26 @@ TEST_F(AnalysisQueueTest, TheCaptionCountsAsItAlwaysDid) {
   EXPECT_EQ(captions, (std::vector<std::string>{"0/2", "1/2", ""}));
 }
 
+TEST_F(AnalysisQueueTest, AFormatThatFfmpegCannotTellIsNamedToIt) {
+  const std::string whole = folder.file("whole.mpg");
+  ASSERT_TRUE(
+      test::makeClip(test::progressivePicture("352x288", "0.4") + "-c:v mpeg2video -f vob", whole));
+  // More than ffmpeg looks at is in front of the pictures; file(1) tells by the first bytes.
+  const std::string bytes = readWholeFile(whole).value();
+  const std::string clip =
+      folder.write("late.mpg", bytes.substr(0, 14) + std::string(6000000, '\0') + bytes);
+  const std::string text = folder.write("text.mpg", "Dear diary");
+  analyse({clip, text});
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_EQ(app.table().source(0).text("w_force"), "mpeg");
+  EXPECT_EQ(app.table().source(0).integer("v0_width"), 352);
+  ASSERT_EQ(refused.size(), 1u);
+  EXPECT_EQ(refused[0].first, text);
+  EXPECT_EQ(preferences.prefRead("ffFileForceFormatStr"), nullptr);
+  convert();
+  ASSERT_EQ(ended.size(), 1u);
+  EXPECT_EQ(ended[0].kind, JobEnd::Kind::converted) << ended[0].reason;
+}
+
 }  // namespace
 }  // namespace tessarin
