@@ -49,6 +49,13 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// For a movie whose folder was removed, or whose disk was, while it was written.
+std::optional<std::string> reasonOfMissingFolder(const std::string& movie) {
+  if (isDirectory(parentFolder(movie)))
+    return std::nullopt;
+  return localisationString("why_destination", "", parentFolder(movie));
+}
+
 bool isMovie(const std::string& path) {
   return pathExists(path) && poidsFile(path, "k") > smallestOutput;
 }
@@ -93,6 +100,8 @@ void EncodingDriver::stepDeb() {
   }
   const auto plan = planJob(current, output, services_.preferences.text(PrefKey::prores));
   if (!plan) {
+    if (verboseLevel(2))
+      logLine(":-(");
     logLine("encodage('processEncDico') => nil");
     fail(localisationString("why_noCommand"));
     return;
@@ -184,6 +193,7 @@ void EncodingDriver::startEncoding(JobPlan plan) {
     plan.job.set("encQtEnc", 1);
   storeJob(plan.job);
   debugFormat("encProcesses        > encDeb: ffmpeg task");
+  debugFormat("enc ffmpeg task     > pré-release");
   outputBefore_ = fileState(output);
   hasBegun_ = true;
   fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), output});
@@ -286,13 +296,18 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
 }
 
 void EncodingDriver::taskEnded(const TaskEnd& end) {
-  if (outcome_ || end.status == 0) {
+  const Dico current = job();
+  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  const std::string words = withoutPath(end.lastOutput, source);
+  if (outcome_ || (end.status == 0 && !tellsOfLostOutput(withoutPath(words, output)))) {
     encSend("encProcesses");
     return;
   }
   logFormat("encoding failed     :-( {}", end.lastOutput);
-  const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
-  fail(failureReason(withoutPath(end.lastOutput, source), source));
+  // What the tool says about a missing folder would be taken for the source.
+  const auto gone = reasonOfMissingFolder(output);
+  fail(gone ? *gone : failureReason(words, source));
 }
 
 // ---- Ending
@@ -353,7 +368,7 @@ void EncodingDriver::stepFin() {
   else if (isMovie(end.output))
     end.kind = JobEnd::Kind::converted;
   else
-    end.reason = localisationString("why_tinyOutput");
+    end.reason = reasonOfMissingFolder(end.output).value_or(localisationString("why_tinyOutput"));
 
   const bool isWreck = wroteOutput(end.output);
   if (end.kind == JobEnd::Kind::stopped) {

@@ -18,9 +18,10 @@ struct Cause {
 };
 
 // The first cause whose phrase occurs is the reason: causes before their consequences.
-constexpr std::array<Cause, 14> causes{{
+constexpr std::array<Cause, 15> causes{{
     {"No space left on device", "why_diskFull"},
     {"Disk quota exceeded", "why_diskFull"},
+    {"File too large", "why_fileTooLarge"},
     {"Read-only file system", "why_readOnly"},
     {"Permission denied", "why_permission"},
     {"No such file or directory", "why_missing"},
@@ -34,6 +35,11 @@ constexpr std::array<Cause, 14> causes{{
     {"Could not find tag for codec", "why_codecForMov"},
     {"no ffmpeg", "why_noFfmpeg"},
 }};
+
+// Versions 4 to 7, the writer's own and those of the threads that it became.
+constexpr std::array<std::string_view, 5> writeErrors{
+    "Error writing trailer", "Error closing file", "av_interleaved_write_frame()",
+    "Error muxing a packet", "Error submitting a packet to the muxer"};
 
 // Lines that tell how far the tool got, not what went wrong.
 bool isProgress(std::string_view line) {
@@ -60,6 +66,18 @@ std::string_view lastWords(std::string_view output) {
 
 std::string withoutPath(std::string_view toolOutput, const std::string& path) {
   return replaceAll(toolOutput, path, placeholder);
+}
+
+bool tellsOfLostOutput(std::string_view toolOutput) {
+  for (std::string_view line : splitLines(toolOutput)) {
+    if (startsWith(line, "["))
+      line = textAfter(line, "] ").value_or(line);
+    // What stands in the source (its title, for example) is printed with blanks before it.
+    for (const std::string_view complaint : writeErrors)
+      if (startsWith(line, complaint))
+        return true;
+  }
+  return false;
 }
 
 std::string failureReason(std::string_view toolOutput, const std::string& source) {

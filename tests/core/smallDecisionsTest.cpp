@@ -97,5 +97,15 @@ TEST(FailureReason, NamesTheCauseNotTheConsequence) {
   EXPECT_EQ(reasonOf(""), localisationString("why_silent"));
 }
 
+TEST(FailureReason, AMovieThatCouldNotBeFinishedIsLost) {
+  EXPECT_TRUE(tellsOfLostOutput(
+      "frame=    5 fps=0.0 size=       0kB\rError writing trailer of /a.mov: File too large\n"));
+  EXPECT_TRUE(tellsOfLostOutput("Error closing file /a.mov: No space left on device\n"));
+  EXPECT_TRUE(tellsOfLostOutput("[out#0/mov @ 0x55] Error writing trailer: I/O error\n"));
+  EXPECT_FALSE(tellsOfLostOutput(
+      "  Metadata:\n    title           : Error closing file\n"
+      "Error while decoding stream #0:0: Invalid data found when processing input\n"));
+}
+
 }  // namespace
 }  // namespace tessarin
