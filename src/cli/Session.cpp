@@ -63,6 +63,10 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   app_.interface.encoding.bar.changed.connect([this] { showProgress(); });
 }
 
+Session::~Session() {
+  services_.loop.cancel(next_);
+}
+
 // Lets the batch be recovered should this process end before it.
 void Session::follow() {
   recorder_.emplace(app_, services_, batchesFolder());
@@ -93,7 +97,7 @@ void Session::applyPreferences() {
   for (const auto& [key, value] : prefDefaults())
     if (const Value* own = services_.preferences.prefRead(key))
       stored.set(key, *own);
-  app_.prefs2GuiApp(stored);
+  app_.prefs2GuiApp(stored, DestinationFolder::leftAlone);
 }
 
 void Session::applyOptions() {
@@ -178,11 +182,15 @@ void Session::chooseForRow(int row) {
 }
 
 void Session::analysisFinished() {
-  if (options_.command == Command::analyse || app_.table().count() == 0) {
-    services_.loop.runSoon([this] { end(); });
-    return;
-  }
-  services_.loop.runSoon([this] { begin(); });
+  const bool isDone = options_.command == Command::analyse || app_.table().count() == 0;
+  services_.loop.cancel(next_);
+  next_ = services_.loop.runSoon([this, isDone] {
+    next_ = 0;
+    if (isDone)
+      end();
+    else
+      begin();
+  });
 }
 
 void Session::begin() {
@@ -269,7 +277,8 @@ void Session::showProgress() {
   progress.number = number_;
   progress.count = rows_;
   progress.fraction = std::min(1.0, bar.value() / bar.maximum());
-  progress.speed = timeLeft_.rate();
+  if (app_.driver().measuresSeconds())
+    progress.speed = timeLeft_.rate();
   progress.left = timeLeft_.left();
   reporter_.progress(progress);
 }

@@ -29,6 +29,9 @@ class Session {
  public:
   // All borrowed.
   Session(const Options& options, CoreServices services, Reporter& reporter, RunStart start = {});
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
 
   // Starts the work; the loop is stopped with the exit status when it is done.
   void start();
@@ -59,8 +62,6 @@ class Session {
   CoreServices services_;
   Reporter& reporter_;
   RunStart start_;
-  appDelegate app_;
-  std::optional<BatchRecorder> recorder_;  // of runs that make something
   bool failed_ = false;
   bool interrupted_ = false;
   std::string current_;  // source of the job in hand
@@ -69,6 +70,10 @@ class Session {
   TimeLeft timeLeft_;
   std::chrono::steady_clock::time_point jobStart_;
   std::chrono::steady_clock::time_point lastShown_;
+  RunLoop::Id next_ = 0;
+  // Behind what its signals reach; the recorder follows it to its own end.
+  appDelegate app_;
+  std::optional<BatchRecorder> recorder_;  // of runs that make something
 };
 
 }  // namespace tessarin::cli

@@ -27,6 +27,9 @@ namespace tessarin::cli {
 
 namespace {
 
+// Key of the user's domain: path of the ffmpeg to use.
+constexpr std::string_view ffmpegSetting = "ffmpegPath";
+
 std::string versionText() {
   const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
   return version ? version->text().value_or("") : "";
@@ -43,9 +46,23 @@ void openLog() {
 
 // The ffmpeg of the user's setting is handed to the tools through the environment, where a value
 // that is there already wins.
-void exportFfmpegSetting(const MemoryUserDomain& domain) {
-  if (const Value* setting = domain.read("ffmpegPath"); setting && setting->textContent())
-    ::setenv(ffmpegVariable, setting->textContent()->c_str(), 0);
+void exportFfmpegSetting(const Dico& choices) {
+  if (const auto setting = choices.text(ffmpegSetting))
+    ::setenv(ffmpegVariable, setting->c_str(), 0);
+}
+
+// What the user has chosen, without what a running window keeps in the same place: its steps and
+// its job are none of ours.
+Dico choicesOf(const UserDomain& domain) {
+  Dico choices;
+  const auto take = [&](std::string_view key) {
+    if (const Value* value = domain.read(key))
+      choices.set(key, *value);
+  };
+  for (const auto& [key, standard] : prefDefaults())
+    take(key);
+  take(ffmpegSetting);
+  return choices;
 }
 
 // One run, with a store of its own seeded from the user's choices: a running window is not
@@ -73,8 +90,8 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
 }
 
 // False when there is no ffmpeg; the user has been told.
-bool prepareTools(const MemoryUserDomain& domain) {
-  exportFfmpegSetting(domain);
+bool prepareTools(const Dico& choices) {
+  exportFfmpegSetting(choices);
   const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
   if (!ffmpeg) {
     complain(ffmpeg.reason());
@@ -96,11 +113,11 @@ int run(const Options& options) {
   auto start = startOfBatchFile(options, *reporter);
   if (!start)
     return someNot;
-  const MemoryUserDomain domain(FileUserDomain(userDomainPath(), nullptr).values());
-  if (!prepareTools(domain))
+  const Dico choices = choicesOf(FileUserDomain(userDomainPath(), nullptr));
+  if (!prepareTools(choices))
     return someNot;
   const Runner runner = [&](const Options& own, RunStart ownStart) {
-    return runOnce(own, std::move(ownStart), domain.values(), *reporter);
+    return runOnce(own, std::move(ownStart), choices, *reporter);
   };
   int status = someNot;
   if (options.recover) {

@@ -29,7 +29,19 @@ std::optional<std::string> problemOf(const std::string& path, const AdmittedExte
 std::string absolutePath(const std::string& path) {
   std::error_code failed;
   const fs::path absolute = fs::absolute(path, failed);
-  return failed ? path : absolute.lexically_normal().string();
+  if (failed)
+    return path;
+  // ".." behind a link to a folder does not lead back to where the link stands: there it stays.
+  fs::path plain = absolute.root_path();
+  for (const fs::path& part : absolute.relative_path()) {
+    if (part == "..") {
+      const bool leadsBack = plain.filename() != ".." && !fs::is_symlink(plain, failed);
+      plain = leadsBack ? plain.parent_path() : plain / part;
+    } else if (part != ".") {
+      plain /= part;
+    }
+  }
+  return plain.string();
 }
 
 SourceList sourcesOf(const std::vector<std::string>& arguments) {

@@ -278,6 +278,11 @@ void EncodingDriver::endOfBatch() {
   logLine("enc ended           :-)");
   if (stopAsked_ && verboseLevel(1))
     logLine(":-( [stopIntId intValue]==1 !!!");
+  if (const bool isStopShown = !interface_.encoding.stopBt.isHidden();
+      isStopShown && verboseLevel(1)) {
+    logFormat(":-( taskStopBt={}", interface_.encoding.stopBt.selected());
+    logLine("task ended: (regular end || cancel(stop|quit)) but taskStopBt id still defined.");
+  }
   stopAsked_ = false;
   interface_.batchGoBt.setState(0);
   interface_.batchGoBt.setEnabled(table_.count() > 0);

@@ -53,6 +53,9 @@ class EncodingDriver {
 
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
 
+  // Whether the progress bar counts seconds of the movie; an export counts per cent.
+  bool measuresSeconds() const { return !isExporting_; }
+
   // The user's start: every row is worked on, those of an earlier batch too.
   void iba_batchGoBt();
   // Works on the rows that are not finished (BatchTable::isFinished) and leaves the others alone.

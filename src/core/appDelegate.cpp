@@ -24,6 +24,10 @@ void applyIndex(SelectionControl& control, const Dico& stored, std::string_view 
     control.select(static_cast<int>(prefDefaults().integer(key).value_or(0)));
 }
 
+const std::string& selectedLabel(const SegmentedControl& control) {
+  return control.segments().at(static_cast<std::size_t>(control.selected())).label;
+}
+
 bool isChecked(const Dico& stored, std::string_view key) {
   return stored.integer(key).value_or(prefDefaults().integer(key).value_or(0)) != 0;
 }
@@ -123,8 +127,10 @@ void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {
   draggedFiles(paths);
 }
 
-void appDelegate::prefs2GuiApp(const Dico& stored) {
+void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   interface.destination.setText(usableDestination(stored.textOrEmpty(PrefKey::destination)));
+  if (folder == DestinationFolder::made)
+    mkdir(expandTilde(interface.destination.text()));
   const int colours = interface.colour.count();
   if (const auto colour = stored.integer(PrefKey::color);
       colour && *colour >= 0 && *colour < colours)
@@ -141,9 +147,11 @@ void appDelegate::prefs2GuiApp(const Dico& stored) {
   applyIndex(interface.sizeOut, stored, PrefKey::preset,
              static_cast<int>(interface.sizeOut.items().size()));
   applyIndex(interface.easy, stored, PrefKey::easy, interface.easy.count());
-  logFormat(
-      "easy default        = {} ({})", interface.easy.selected(),
-      interface.easy.segments().at(static_cast<std::size_t>(interface.easy.selected())).label);
+  if (interface.easy.selected() != 1)
+    logFormat("!easy speed default = {} ({})", interface.speed.selected(),
+              selectedLabel(interface.speed));
+  logFormat("easy default        = {} ({})", interface.easy.selected(),
+            selectedLabel(interface.easy));
 }
 
 void appDelegate::storePreferences() {

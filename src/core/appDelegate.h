@@ -14,6 +14,9 @@
 
 namespace tessarin {
 
+// What applying the choices does about a destination that is not there.
+enum class DestinationFolder { made, leftAlone };
+
 class appDelegate {
  public:
   explicit appDelegate(CoreServices services);
@@ -38,7 +41,8 @@ class appDelegate {
   void iba_taskStopBt() { driver_.iba_taskStopBt(); }
 
   // Moves the stored choices into the controls; what is missing or unusable takes its default.
-  void prefs2GuiApp(const Dico& stored);
+  // The destination folder is made when asked for; a batch makes it in any case.
+  void prefs2GuiApp(const Dico& stored, DestinationFolder folder = DestinationFolder::made);
   // The choices that the controls hold, to be written with prefWrite per key.
   Dico prefs2GuiApp() const;
 

@@ -16,7 +16,7 @@ Dico batchSettings(appDelegate& app, const PreferenceStore& preferences, const D
 
 void applyBatchSettings(appDelegate& app, PreferenceStore& preferences, const Dico& settings) {
   if (const Dico* choices = settings.dico(BatchSetting::choices)) {
-    app.prefs2GuiApp(*choices);
+    app.prefs2GuiApp(*choices, DestinationFolder::leftAlone);
     if (const auto destination = choices->text(PrefKey::destination))
       app.interface.destination.setText(*destination);
     if (const auto flavour = choices->text(PrefKey::prores))

@@ -142,5 +142,15 @@ TEST_F(OptionsJourney, StandAboveTheStoredChoices) {
   EXPECT_EQ(folder.read(stored), bytes);
 }
 
+TEST_F(AnalyseJourney, TheWayBackFromALinkedFolderIsItsOwn) {
+  const std::string clip = tinyClip("card/clips/x.mts");
+  std::filesystem::create_directory_symlink(folder.file("card/clips"), folder.file("link"));
+  tinyClip("card/y.mts");
+  const Result result = tessarin({"--json", "analyse", "link/../y.mts", "./link/x.mts"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("\"" + folder.file("link/../y.mts") + "\""));
+  EXPECT_THAT(result.out, HasSubstr("\"" + folder.file("link/x.mts") + "\""));
+}
+
 }  // namespace
 }  // namespace tessarin
