@@ -17,6 +17,8 @@ struct CoreServices {
   Alerts& alerts;
   // Shows a file or folder in the desktop's file browser; may be empty.
   std::function<void(const std::string& path)> reveal;
+  // Lets the user choose another destination; may be empty.
+  std::function<void()> selectFolder = {};
 };
 
 }  // namespace tessarin

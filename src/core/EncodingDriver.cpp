@@ -8,6 +8,7 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/batchSummary.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
 #include "core/setAside.h"
@@ -80,12 +81,26 @@ bool EncodingDriver::mayBegin() {
     interface_.destination.setText(expandTilde("~/Movies/"));
   const std::string folder = outputFolder(interface_.destination.text());
   if (!mkdir(folder) || !isFolderWritable(folder)) {
-    services_.alerts.show({localisationString("D_go_dossier_destination1", "", folder),
-                           localisationString("D_go_dossier_destination3")});
+    offerFolder(folder);
     batchRefused.emit(localisationString("why_destination", "", folder));
     return false;
   }
   return true;
+}
+
+// The alert; where the user can choose a folder it offers to.
+void EncodingDriver::offerFolder(const std::string& refused) {
+  Alert alert{localisationString("D_go_dossier_destination1", "", refused),
+              localisationString("D_go_dossier_destination3")};
+  if (!services_.selectFolder) {
+    services_.alerts.show(alert);
+    return;
+  }
+  alert.buttons = {localisationString("D_choose"), localisationString("D_Annuler")};
+  services_.alerts.show(alert, [this](AlertAnswer answer) {
+    if (answer.button == 0)
+      services_.selectFolder();
+  });
 }
 
 void EncodingDriver::begin() {
@@ -290,7 +305,11 @@ void EncodingDriver::endOfBatch() {
   services_.preferences.prefRemove(StateKey::encoded);
   services_.preferences.prefRemove(StateKey::replaceFiles);
   if (services_.preferences.integer(PrefKey::alertEnd) == 1)
-    services_.alerts.show({localisationString("D_fin_GUI"), "", {}, "", Alert::Style::information});
+    services_.alerts.show({localisationString("D_fin_GUI"),
+                           summaryText(countRows(table_)),
+                           {},
+                           "",
+                           Alert::Style::information});
   if (services_.reveal)
     services_.reveal(outputFolder(interface_.destination.text()));
   batchEnded.emit();

@@ -77,6 +77,7 @@ class EncodingDriver {
 
  private:
   bool mayBegin();
+  void offerFolder(const std::string& refused);
   void begin();
   void enc(const std::string& stepName);
   void stepBatch();

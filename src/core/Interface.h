@@ -34,6 +34,8 @@ struct Interface {
   PopUpButton prores;  // titles end in "(imco:<four characters>:appl)"
   CheckBox alertEnd;
   CheckBox updateCheck;
+  CheckBox assistantSkip;
+  PopUpButton language;  // titles are codes; the first, "", is the desktop's language
 
   // Taking sources in.
   ImageView dropImage;
@@ -45,7 +47,8 @@ struct Interface {
 
   // The batch.
   Panel batchDrawer;
-  Button batchGoBt;  // state 1 while a batch runs
+  Button batchGoBt;        // state 1 while a batch runs
+  TextField batchSummary;  // how many sources are done and wait
   TaskControls encoding;
 };
 

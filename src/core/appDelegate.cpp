@@ -99,11 +99,13 @@ appDelegate::appDelegate(CoreServices services)
   interface.easy.changed.connect(
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);
-
-  std::vector<PopUpButton::Item> flavours;
-  for (const std::string& label : proresEncoderLabels())
-    flavours.push_back({label, "", ""});
-  interface.prores.setItems(std::move(flavours));
+  // No choice for conversions: neither stored with them nor restored.
+  interface.assistantSkip.setChecked(services_.preferences.integer(PrefKey::assistantSkip) == 1);
+  interface.assistantSkip.changed.connect([this] {
+    services_.preferences.prefWrite(PrefKey::assistantSkip,
+                                    interface.assistantSkip.isChecked() ? 1 : 0);
+  });
+  listFlavours();
 }
 
 appDelegate::~appDelegate() {
@@ -127,7 +129,16 @@ void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {
   draggedFiles(paths);
 }
 
+// The flavours that the codec inventory has found, which may be taken after the controller is made.
+void appDelegate::listFlavours() {
+  std::vector<PopUpButton::Item> flavours;
+  for (const std::string& label : proresEncoderLabels())
+    flavours.push_back({label, "", ""});
+  interface.prores.setItems(std::move(flavours));
+}
+
 void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
+  listFlavours();
   interface.destination.setText(usableDestination(stored.textOrEmpty(PrefKey::destination)));
   if (folder == DestinationFolder::made)
     mkdir(expandTilde(interface.destination.text()));
@@ -157,6 +168,14 @@ void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
 void appDelegate::storePreferences() {
   for (const auto& [key, value] : prefs2GuiApp())
     services_.preferences.prefWrite(key, value);
+}
+
+void appDelegate::showBatch() {
+  if (table_.count() == 0)
+    return;
+  interface.batchDrawer.setShown(true);
+  if (!driver_.isBatchRunning())
+    interface.batchGoBt.setEnabled(queue_.isOpenPermitted());
 }
 
 Dico appDelegate::prefs2GuiApp() const {

@@ -49,6 +49,9 @@ class appDelegate {
   // Collects the choices and writes them to the store.
   void storePreferences();
 
+  // Rows have come from elsewhere: shows them and lets the user start.
+  void showBatch();
+
   // Whether the program may be left: asks the user while a batch runs and, when the user wants to
   // leave, stops it first. Answers now or later.
   void isCloseQuit(const std::function<void(bool)>& answered);
@@ -66,6 +69,7 @@ class appDelegate {
 
  private:
   void performOpenFiles();
+  void listFlavours();
   void stopBatch(std::function<void()> stopped);
   void endAndCleanUp();
 

@@ -7,6 +7,7 @@
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
+#include "process/toolEnvironment.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -54,6 +55,12 @@ void rotateLogs() {
     if (pathExists(log))
       moveFile(log, joinPath(parentFolder(log), "Previous-" + fileName(log)), "y");
   resumeLogAppend(std::nullopt);
+}
+
+void prepareTools() {
+  setWorkFolderPath(joinPath(temporaryFolder(), Bundle::main().name()));
+  if (const auto made = prepareWorkFolder(Bundle::main()); !made)
+    logFormat("work folder         :-( {}", made.reason());
 }
 
 void recordEnvironment() {

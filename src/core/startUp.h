@@ -18,6 +18,10 @@ std::optional<Alert> installPathRefusal();
 // begins a new summary log.
 void rotateLogs();
 
+// Makes the working folder in our temporary folder, so that the tools find what they need. A
+// failure is in the log; conversions that need no fonts work all the same.
+void prepareTools();
+
 // Writes the computer, the program and where it works to the log.
 void recordEnvironment();
 

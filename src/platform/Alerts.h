@@ -16,6 +16,7 @@ struct Alert {
   std::vector<std::string> buttons = {};  // the first is the default; none: one that closes
   std::string checkBox = {};              // label of a check box, "" for none
   Style style = Style::warning;
+  std::size_t closing = 0;  // index of the button that closing it without a choice stands for
 };
 
 struct AlertAnswer {

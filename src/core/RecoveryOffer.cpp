@@ -1,0 +1,134 @@
+#include "core/RecoveryOffer.h"
+
+#include <fmt/format.h>
+
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "encoding/BatchEntry.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+enum Answer : std::size_t { goOnAnswer, laterAnswer, forgetAnswer };
+
+// Names that are listed; the rest is in the log.
+constexpr std::size_t longestList = 10;
+
+// How many sources of the stored batch have not become movies.
+std::size_t unfinishedIn(const BatchStore& store) {
+  std::size_t count = 0;
+  for (const std::int64_t number : store.rowNumbers()) {
+    const BatchPart part = store.row(number);
+    const Dico* row = part.content.dico("row");
+    count += row && row->textOrEmpty(BatchKey::resultat) == ResultMark::success ? 0 : 1;
+  }
+  const BatchPart waiting = store.waiting();
+  const Value* sources = waiting.content.find("sources");
+  return count + (sources && sources->list() ? sources->list()->size() : 0);
+}
+
+std::string listOf(const std::vector<std::string>& lines) {
+  std::string list;
+  for (std::size_t line = 0; line < lines.size() && line < longestList; ++line)
+    list += "\n" + lines[line];
+  return list;
+}
+
+}  // namespace
+
+RecoveryOffer::RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts)
+    : app_(app), recorder_(recorder), alerts_(alerts) {
+  app_.queue().finished.connect([this] {
+    if (!waiting_.empty())
+      takeWaiting();
+    else if (isToConvert_)
+      convert();
+  });
+}
+
+void RecoveryOffer::begin(const std::string& parent) {
+  found_ = findInterruptedBatches(parent);
+  std::vector<std::string> problems;
+  for (const StoreProblem& problem : found_.problems) {
+    logFormat("recovery            :-( {}: {}", problem.path, problem.reason);
+    problems.push_back(fmt::format("{}: {}", problem.path, problem.reason));
+  }
+  if (!problems.empty())
+    alerts_.show(
+        {localisationString("D_recover_problems"), std::string(trimmed(listOf(problems)))});
+  if (!found_.stores.empty())
+    ask();
+}
+
+void RecoveryOffer::ask() {
+  logFormat("recovery            ? {}", found_.stores.size());
+  std::size_t unfinished = 0;
+  for (const BatchStore& store : found_.stores)
+    unfinished += unfinishedIn(store);
+  std::string more = localisationString("D_recover_2", "", fmt::format("{}", unfinished));
+  std::vector<std::string> asides;
+  for (const PutAside& each : found_.putAside)
+    asides.push_back(each.aside);
+  if (!asides.empty())
+    more += "\n\n" + localisationString("D_recover_aside") + listOf(asides);
+  Alert question{localisationString("D_recover_1"),
+                 more,
+                 {localisationString("D_recover_goOn"), localisationString("D_recover_later"),
+                  localisationString("D_recover_forget")}};
+  question.closing = laterAnswer;
+  question.style = Alert::Style::information;
+  alerts_.show(question, [this](AlertAnswer reply) {
+    logFormat("recovery            = {}", reply.button);
+    if (reply.button == goOnAnswer)
+      goOn();
+    else if (reply.button == forgetAnswer)
+      forget();
+    else
+      found_.stores.clear();  // they stay where they are
+  });
+}
+
+void RecoveryOffer::goOn() {
+  std::vector<std::string> problems;
+  for (BatchStore& store : found_.stores) {
+    std::vector<StoreProblem> inStore;
+    const StoredBatch batch = readInterruptedBatch(store, inStore);
+    for (const StoreProblem& problem : inStore)
+      problems.push_back(fmt::format("{}: {}", problem.path, problem.reason));
+    waiting_.insert(waiting_.end(), batch.waiting.begin(), batch.waiting.end());
+    recorder_.restore(std::move(store), batch);
+  }
+  found_.stores.clear();
+  if (!problems.empty())
+    alerts_.show(
+        {localisationString("D_recover_problems"), std::string(trimmed(listOf(problems)))});
+  isToConvert_ = true;
+  app_.showBatch();
+  // Otherwise the end of the analysis that goes on does the rest.
+  if (!app_.queue().isOpenPermitted())
+    return;
+  if (!waiting_.empty())
+    takeWaiting();
+  else
+    convert();
+}
+
+void RecoveryOffer::forget() {
+  for (BatchStore& store : found_.stores)
+    store.discard();
+  found_.stores.clear();
+}
+
+void RecoveryOffer::takeWaiting() {
+  app_.queue().takeSources(std::exchange(waiting_, {}));
+}
+
+void RecoveryOffer::convert() {
+  isToConvert_ = false;
+  if (!app_.driver().isBatchRunning() && app_.table().count() > 0)
+    app_.driver().continueBatch();
+}
+
+}  // namespace tessarin

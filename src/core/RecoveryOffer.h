@@ -1,0 +1,38 @@
+// Offers a user with a window to go on with batches that were interrupted.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/BatchRecorder.h"
+#include "core/recovery.h"
+
+namespace tessarin {
+
+// Asks once for all interrupted batches together: to go on with them, to be asked again at the next
+// start, or to give them up. Whatever the answer, what an interrupted job had written is put aside
+// first and the user is told under which name.
+class RecoveryOffer {
+ public:
+  // All are borrowed and outlive the offer, which outlives the alerts' answers.
+  RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts);
+
+  // Looks for batches below `parent` (batchesFolder()) and shows the question when there are any.
+  void begin(const std::string& parent);
+
+ private:
+  void ask();
+  void goOn();
+  void forget();
+  void takeWaiting();
+  void convert();
+
+  appDelegate& app_;
+  BatchRecorder& recorder_;
+  Alerts& alerts_;
+  InterruptedBatches found_;
+  std::vector<std::string> waiting_;  // sources that are still to be analysed
+  bool isToConvert_ = false;          // as soon as the analysis is done
+};
+
+}  // namespace tessarin

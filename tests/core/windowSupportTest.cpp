@@ -1,0 +1,139 @@
+// What the controller's side of a window decides: recovery, the summary, the language.
+#include <gmock/gmock.h>
+
+#include "CoreFixture.h"
+#include "core/RecoveryOffer.h"
+#include "core/batchSummary.h"
+#include "core/language.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+#include "support/LoopUntil.h"
+#include "support/ScopedEnvironment.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class RecoveryOfferTest : public test::CoreFixture {
+ protected:
+  Dico newRow(const std::string& name, std::string_view mark) const {
+    return {
+        {"resultat", mark},
+        {"out", 2},
+        {"fps", 0},
+        {"sizeOut", 12},
+        {"dstPathStr", movie("Done.mov")},
+        {"dico", Dico{{"srcPathStr", folder.file(name)}, {"v0_width", 720}, {"v0_height", 576}}}};
+  }
+  // As a crash leaves it: one source is a movie, one is a row, one has no row yet.
+  void leaveBatch() {
+    StoredBatch batch;
+    Dico choices = app.prefs2GuiApp();
+    choices.set(PrefKey::destination, folder.file("movies"));
+    batch.settings = {{"choices", std::move(choices)}};
+    batch.rows = {{1, newRow("Done.MTS", ResultMark::success)},
+                  {2, newRow("Gone.MTS", ResultMark::current)}};
+    batch.waiting = {folder.file("Waiting.MTS")};
+    ASSERT_TRUE(BatchStore::create(parent, batch));
+  }
+  // The fixture stops the loop at every end of an analysis or a batch.
+  bool servedUntil(const std::function<bool()>& condition) {
+    for (int stops = 0; stops < 5 && !condition(); ++stops)
+      test::loopUntil(loop, condition);
+    return condition();
+  }
+  bool isStored() { return !claimAbandonedFolders(parent).empty(); }
+
+  std::string parent = folder.file("state/batches");
+  CoreServices services{loop, preferences, alerts, {}};
+  BatchRecorder recorder{app, services, parent};
+  RecoveryOffer offer{app, recorder, alerts};
+};
+
+TEST_F(RecoveryOfferTest, NothingIsAskedWhenNothingWasInterrupted) {
+  offer.begin(parent);
+  EXPECT_TRUE(alerts.shown.empty());
+}
+
+TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
+  leaveBatch();
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("Waiting.MTS")));
+  alerts.answers = {{0, false}};
+  offer.begin(parent);
+  ASSERT_FALSE(alerts.shown.empty());
+  EXPECT_THAT(alerts.shown[0].informative, HasSubstr(": 2."));
+  EXPECT_EQ(alerts.shown[0].closing, 1u) << "closing the question must lose nothing";
+  EXPECT_TRUE(app.interface.batchDrawer.isShown());
+  EXPECT_TRUE(servedUntil([this] { return ended.size() == 2; }));
+  // The source of the second row is not there any more, so its row has gone.
+  ASSERT_EQ(app.table().count(), 2);
+  EXPECT_EQ(mark(0), ResultMark::success);
+  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_EQ(ended[1].output, movie("Waiting.mov"));
+}
+
+TEST_F(RecoveryOfferTest, LaterLeavesTheBatchAndForgettingRemovesIt) {
+  leaveBatch();
+  alerts.answers = {{1, false}, {2, false}};
+  offer.begin(parent);
+  EXPECT_EQ(app.table().count(), 0);
+  EXPECT_TRUE(isStored());
+  offer.begin(parent);
+  EXPECT_EQ(alerts.shown.size(), 2u);
+  EXPECT_FALSE(isStored());
+}
+
+TEST_F(RecoveryOfferTest, FilesThatAreAnalysedAtTheMomentOfTheAnswerComeFirst) {
+  leaveBatch();
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("Waiting.MTS")));
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("New.MTS")));
+  alerts.holds = true;
+  offer.begin(parent);
+  app.draggedFiles({folder.file("New.MTS")});
+  alerts.holds = false;
+  alerts.answers = {{0, false}};
+  alerts.answerHeld();
+  EXPECT_TRUE(servedUntil([this] { return ended.size() == 3; }));
+  EXPECT_TRUE(pathExists(movie("New.mov")));
+  EXPECT_TRUE(pathExists(movie("Waiting.mov")));
+}
+
+using BatchSummaryTest = test::CoreFixture;
+
+TEST_F(BatchSummaryTest, CountsAreGatheredAndThoseOfNothingLeftOut) {
+  const BatchSummary summary(app.table(), app.interface.batchSummary, loop);
+  int changes = 0;
+  app.interface.batchSummary.changed.connect([&] { ++changes; });
+  for (const std::string_view mark :
+       {ResultMark::success, ResultMark::success, ResultMark::failure, ResultMark::waiting})
+    app.table().append(
+        {{"resultat", mark}, {"dico", Dico{{"srcPathStr", std::to_string(app.table().count())}}}});
+  test::loopFor(loop, std::chrono::milliseconds(1));
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(app.interface.batchSummary.text(), "2 converted, 1 not converted, 1 to be converted");
+  app.table().encBatchRemoveAll(false);
+  test::loopFor(loop, std::chrono::milliseconds(1));
+  EXPECT_EQ(app.interface.batchSummary.text(), "");
+}
+
+using LanguageTest = test::CoreFixture;
+
+TEST_F(LanguageTest, AChoiceWinsOverTheEnvironmentAndRowsKeepTheirMeaning) {
+  const test::ScopedEnvironment environment("LC_ALL", "fr_FR.UTF-8");
+  EXPECT_THAT(availableLanguages(), ElementsAre("de", "en", "es", "fr", "it"));
+  EXPECT_EQ(languageName("de"), "Deutsch");
+  app.table().append({{"dico", Dico{{"srcPathStr", "/a.mts"}, {"v0_fields", "Progressive"}}}});
+  ASSERT_TRUE(isSourceProgressive(app.table().source(0)));
+  for (const auto& [code, cancel] : std::vector<std::pair<std::string, std::string>>{
+           {"de", "Abbrechen"}, {"", "Annuler"}, {"xx", "Annuler"}, {"en", "Cancel"}}) {
+    changeLanguage(code, app.table());
+    EXPECT_EQ(localisationString("D_Annuler"), cancel) << code;
+    EXPECT_TRUE(isSourceProgressive(app.table().source(0))) << code;
+  }
+}
+
+}  // namespace
+}  // namespace tessarin
