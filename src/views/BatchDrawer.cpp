@@ -1,6 +1,9 @@
 #include "views/BatchDrawer.h"
 
 #include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPointer>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
 #include "views/bindings.h"
@@ -8,6 +11,9 @@
 namespace tessarin {
 
 namespace {
+
+constexpr int startWidth = 130;
+constexpr int startHeight = 36;
 
 // A label that is cut off rather than making the window wider: the texts hold file names.
 QLabel* newNarrowLabel() {
@@ -18,8 +24,9 @@ QLabel* newNarrowLabel() {
 
 }  // namespace
 
-BatchDrawer::BatchDrawer(appDelegate& app, QWidget* parent)
-    : QWidget(parent), app_(app), table_(new BatchView(app, this)) {
+BatchDrawer::BatchDrawer(appDelegate& app, std::function<void(const std::string&)> reveal,
+                         QWidget* parent)
+    : QWidget(parent), app_(app), table_(new BatchView(app, std::move(reveal), this)) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(10);
@@ -32,15 +39,53 @@ BatchDrawer::BatchDrawer(appDelegate& app, QWidget* parent)
 QWidget* BatchDrawer::newRunBar() {
   TaskControls& encoding = app_.interface.encoding;
   auto* bar = new QWidget;
-  auto* grid = new QGridLayout(bar);
-  grid->setContentsMargins(0, 0, 0, 0);
-  grid->setVerticalSpacing(2);
+  auto* row = new QHBoxLayout(bar);
+  row->setContentsMargins(0, 0, 0, 0);
+  row->setSpacing(12);
 
   auto* start = new QPushButton("@@start");
   start->setObjectName("start");
-  start->setMinimumHeight(34);
+  start->setToolTip("@@tipStart");
+  start->setMinimumSize(startWidth, startHeight);
   start->setDefault(true);
   bindTo(start, app_.interface.batchGoBt, [this] { app_.iba_batchGoBt(); });
+  auto* wheel = new BusyIndicator;
+  bindTo(wheel, encoding.wheel);
+  auto* stop = new SegmentedBar(SegmentedBar::Kind::buttons, {QString(), QString()});
+  stop->setObjectName("stop");
+  bindTo(stop, encoding.stopBt, [this] { app_.iba_taskStopBt(); });
+
+  row->addWidget(start);
+  row->addWidget(newCourse(), 1);
+  row->addWidget(wheel);
+  row->addWidget(stop);
+  return bar;
+}
+
+// What the batch has come to, or how far the one that runs is.
+QWidget* BatchDrawer::newCourse() {
+  auto* summary = newNarrowLabel();
+  summary->setObjectName("summary");
+  bindTo(summary, app_.interface.batchSummary);
+  auto* course = new QStackedWidget;
+  course->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  course->addWidget(summary);
+  course->addWidget(newProgress());
+  const auto show = [this, held = QPointer<QStackedWidget>(course)] {
+    if (held)
+      held->setCurrentIndex(app_.interface.batchGoBt.state() == 1 ? 1 : 0);
+  };
+  app_.interface.batchGoBt.changed.connect(show);
+  show();
+  return course;
+}
+
+QWidget* BatchDrawer::newProgress() {
+  TaskControls& encoding = app_.interface.encoding;
+  auto* whole = new QWidget;
+  auto* grid = new QGridLayout(whole);
+  grid->setContentsMargins(0, 0, 0, 0);
+  grid->setVerticalSpacing(2);
   auto* action = newNarrowLabel();
   action->setObjectName("action");
   bindTo(action, encoding.action);
@@ -52,24 +97,13 @@ QWidget* BatchDrawer::newRunBar() {
   auto* progress = new QProgressBar;
   progress->setObjectName("progress");
   progress->setTextVisible(false);
-  progress->setAccessibleName("@@start");
+  progress->setAccessibleName("@@progress");
   bindTo(progress, encoding.bar);
-  auto* wheel = new BusyIndicator;
-  bindTo(wheel, encoding.wheel);
-  auto* stop = new SegmentedBar(SegmentedBar::Kind::buttons, {QString(), QString()});
-  stop->setObjectName("stop");
-  bindTo(stop, encoding.stopBt, [this] { app_.iba_taskStopBt(); });
-
-  grid->addWidget(start, 0, 0, 2, 1, Qt::AlignVCenter);
-  grid->addWidget(action, 0, 1);
-  grid->addWidget(percent, 0, 2);
-  grid->addWidget(progress, 1, 1, 1, 2);
-  grid->addWidget(wheel, 0, 3, 2, 1, Qt::AlignCenter);
-  grid->addWidget(stop, 0, 4, 2, 1, Qt::AlignCenter);
-  grid->setColumnMinimumWidth(0, 130);
-  grid->setColumnStretch(1, 1);
-  grid->setHorizontalSpacing(12);
-  return bar;
+  grid->addWidget(action, 0, 0);
+  grid->addWidget(percent, 0, 1);
+  grid->addWidget(progress, 1, 0, 1, 2);
+  grid->setColumnStretch(0, 1);
+  return whole;
 }
 
 }  // namespace tessarin

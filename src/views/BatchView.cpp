@@ -3,7 +3,6 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -34,8 +33,12 @@ QIcon dot(const std::string& colourName) {
 
 }  // namespace
 
-BatchView::BatchView(appDelegate& app, QWidget* parent)
-    : QTableView(parent), app_(app), model_(new BatchTableModel(app.table(), this)) {
+BatchView::BatchView(appDelegate& app, std::function<void(const std::string&)> reveal,
+                     QWidget* parent)
+    : QTableView(parent),
+      app_(app),
+      reveal_(std::move(reveal)),
+      model_(new BatchTableModel(app.table(), this)) {
   setModel(model_);
   setAcceptDrops(false);  // the window takes drops
   setAccessibleName(QStringLiteral("@@columnSource"));
@@ -202,9 +205,25 @@ QItemSelectionModel::SelectionFlags BatchView::selectionCommand(const QModelInde
                         : QTableView::selectionCommand(index, event);
 }
 
+// For the row with the focus: what it was made from, and what has become of it.
+void BatchView::addReveals(QMenu* menu) {
+  const int row = currentIndex().row();
+  const bool hasRow = app_.table().has(row);
+  const std::string source = hasRow ? app_.table().sourcePath(row) : "";
+  const std::string movie = hasRow && app_.table().isFinished(row)
+                                ? app_.table().row(row).textOrEmpty(BatchKey::dstPathStr)
+                                : "";
+  menu->addAction(QStringLiteral("@@showSource"), this, [this, source] { reveal_(source); })
+      ->setEnabled(!source.empty());
+  menu->addAction(QStringLiteral("@@showMovie"), this, [this, movie] { reveal_(movie); })
+      ->setEnabled(!movie.empty());
+  menu->addSeparator();
+}
+
 void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   auto* menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
+  addReveals(menu);
   QAction* removeOne =
       menu->addAction(QStringLiteral("@@remove"), this, [this] { removeSelected(); });
   removeOne->setEnabled(selectionModel()->hasSelection());

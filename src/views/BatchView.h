@@ -1,7 +1,10 @@
 // The table of the batch.
 #pragma once
 
+#include <QMenu>
 #include <QTableView>
+#include <functional>
+#include <string>
 
 #include "core/appDelegate.h"
 #include "views/BatchTableModel.h"
@@ -14,8 +17,10 @@ namespace tessarin {
 // all selected rows when the row that it was made in is one of them.
 class BatchView final : public QTableView {
  public:
-  // The controller is borrowed and outlives the view.
-  explicit BatchView(appDelegate& app, QWidget* parent = nullptr);
+  // The controller is borrowed and outlives the view. `reveal` shows a file in the desktop's file
+  // browser.
+  BatchView(appDelegate& app, std::function<void(const std::string&)> reveal,
+            QWidget* parent = nullptr);
 
   void removeSelected();
   void removeAll();
@@ -33,8 +38,10 @@ class BatchView final : public QTableView {
   void chooseNext(const QModelIndex& index);
   void openSizes(const QModelIndex& index);
   std::vector<int> selectedRows() const;
+  void addReveals(QMenu* menu);
 
   appDelegate& app_;
+  std::function<void(const std::string&)> reveal_;
   BatchTableModel* model_;
 };
 

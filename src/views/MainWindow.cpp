@@ -1,8 +1,10 @@
 #include "views/MainWindow.h"
 
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QStandardPaths>
@@ -11,7 +13,6 @@
 #include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
-#include "views/SettingsView.h"
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/qtText.h"
@@ -38,8 +39,27 @@ MainWindow::MainWindow(appDelegate& app, WindowActions actions)
     if (held)
       held->showDrawer(held->app_.interface.batchDrawer.isShown());
   });
+  app_.interface.encoding.percent.changed.connect([held] {
+    if (held)
+      held->showProgressInTitle();
+  });
   if (app_.interface.batchDrawer.isShown())
     showDrawer(true);
+}
+
+// Where only the desktop's list of windows can be seen the progress can, too.
+void MainWindow::showProgressInTitle() {
+  const QString name = qtText(Bundle::main().name());
+  const QString percent = qtText(app_.interface.encoding.percent.text());
+  setWindowTitle(percent.isEmpty() ? name : percent + QStringLiteral(" – ") + name);
+}
+
+bool MainWindow::event(QEvent* event) {
+  const bool isHandled = QMainWindow::event(event);
+  if (event->type() == QEvent::Paint)
+    if (const auto painted = std::exchange(firstPainted, {}))
+      painted();
+  return isHandled;
 }
 
 void MainWindow::makeContent() {
@@ -51,8 +71,9 @@ void MainWindow::makeContent() {
   upper->setSpacing(20);
   sources_ = new SourcesView(app_, [this] { openSources(false); });
   upper->addWidget(sources_, 1);
-  upper->addWidget(new SettingsView(app_, actions_.reveal), 2);
-  drawer_ = new BatchDrawer(app_);
+  settings_ = new SettingsView(app_, actions_.reveal);
+  upper->addWidget(settings_, 2);
+  drawer_ = new BatchDrawer(app_, actions_.reveal);
   drawer_->hide();
   column->addLayout(upper);
   column->addWidget(drawer_, 1);
@@ -105,7 +126,16 @@ void MainWindow::dropEvent(QDropEvent* event) {
   app_.dragNDropPerformDrag(pathsOf(event->mimeData()));
 }
 
+void MainWindow::pasteSources() {
+  const auto paths = pathsOf(QGuiApplication::clipboard()->mimeData());
+  if (!paths.empty())
+    app_.dragNDropPerformDrag(paths);
+}
+
 void MainWindow::openSources(bool folder) {
+  logLine("(drag'n'drop) menu open…");
+  if (!app_.queue().isOpenPermitted())
+    return;
   auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")),
                                 QStandardPaths::writableLocation(QStandardPaths::MoviesLocation));
   panel->setAttribute(Qt::WA_DeleteOnClose);

@@ -7,6 +7,7 @@
 #include "core/appDelegate.h"
 #include "process/logs.h"
 #include "views/BatchDrawer.h"
+#include "views/SettingsView.h"
 #include "views/SourcesView.h"
 
 namespace tessarin {
@@ -17,8 +18,10 @@ struct WindowActions {
   std::function<void()> quit;
   // Shows a file or folder in the desktop's file browser.
   std::function<void(const std::string&)> reveal;
-  // Opens a text file for reading.
-  std::function<void(const std::string&)> openText;
+  // Opens a file with the desktop's program for its kind.
+  std::function<void(const std::string&)> open;
+  // Looks for a newer version of the program; empty: there is no such menu entry.
+  std::function<void()> checkForUpdates = {};
 };
 
 class MainWindow final : public QMainWindow {
@@ -27,8 +30,16 @@ class MainWindow final : public QMainWindow {
   MainWindow(appDelegate& app, WindowActions actions);
 
   void bringToFront();
+  void showPreferences();
+  void showAssistant();
+  void showLocalization();
+  void chooseDestination() { settings_->chooseDestination(); }
+
+  // Called once, when the window has been painted for the first time.
+  std::function<void()> firstPainted;
 
  protected:
+  bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dragLeaveEvent(QDragLeaveEvent* event) override;
@@ -41,14 +52,16 @@ class MainWindow final : public QMainWindow {
   void makeBatchMenu();
   void makeHelpMenu();
   void showDrawer(bool shown);
+  void showProgressInTitle();
   void openSources(bool folder);
+  void pasteSources();
   void toggleDebug(QAction* item);
-  void openLocalizationFile();
   void showAbout();
 
   appDelegate& app_;
   WindowActions actions_;
   SourcesView* sources_ = nullptr;
+  SettingsView* settings_ = nullptr;
   BatchDrawer* drawer_ = nullptr;
 };
 

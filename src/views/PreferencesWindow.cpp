@@ -1,5 +1,6 @@
 #include "views/PreferencesWindow.h"
 
+#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QPointer>
 
@@ -20,7 +21,8 @@ void PreferencesWindow::open(appDelegate& app, QWidget* parent) {
 
 PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent) : QDialog(parent) {
   setAttribute(Qt::WA_DeleteOnClose);
-  setWindowTitle("@@menuPreferences");
+  setObjectName("preferences");
+  setWindowTitle("@@prefTitle");
   Interface& interface = app.interface;
   const Act store = [&app] { app.storePreferences(); };
   auto* form = new QFormLayout(this);
@@ -36,9 +38,24 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent) : QDialo
   bindTo(colours, interface.colour, store);
   form->addRow("@@prefColor", colours);
 
+  auto* languages = new QComboBox;
+  languages->setObjectName("language");
+  bindTo(languages, interface.language, languageTitle);
+  form->addRow("@@prefLanguage", languages);
+
   auto* alertEnd = new QCheckBox("@@prefAlertEnd");
   bindTo(alertEnd, interface.alertEnd, store);
   form->addRow(QString(), alertEnd);
+  auto* update = new QCheckBox("@@prefUpdate");
+  bindTo(update, interface.updateCheck, store);
+  form->addRow(QString(), update);
+  auto* assistantSkip = new QCheckBox("@@assistantSkip");
+  bindTo(assistantSkip, interface.assistantSkip);
+  form->addRow(QString(), assistantSkip);
+
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+  form->addRow(buttons);
   localizeWindow(this);
 }
 

@@ -1,6 +1,7 @@
 #include "views/QtAlerts.h"
 
 #include <QCheckBox>
+#include <QGridLayout>
 #include <QPushButton>
 #include <algorithm>
 
@@ -10,6 +11,8 @@
 namespace tessarin {
 
 namespace {
+
+constexpr int leastWidth = 420;
 
 QMessageBox::Icon iconOf(Alert::Style style) {
   switch (style) {
@@ -27,7 +30,7 @@ QMessageBox::Icon iconOf(Alert::Style style) {
 std::size_t escapeButton(const Alert& alert) {
   const auto cancel =
       std::find(alert.buttons.begin(), alert.buttons.end(), localisationString("D_Annuler"));
-  return cancel == alert.buttons.end() ? 0
+  return cancel == alert.buttons.end() ? alert.closing
                                        : static_cast<std::size_t>(cancel - alert.buttons.begin());
 }
 
@@ -46,6 +49,10 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
   box->setTextFormat(Qt::PlainText);  // file names may look like markup
   box->setText(qtText(alert.message));
   box->setInformativeText(qtText(alert.informative));
+
+  // By itself the box is as narrow as its buttons let it be.
+  if (auto* grid = qobject_cast<QGridLayout*>(box->layout()))
+    grid->addItem(new QSpacerItem(leastWidth, 0), grid->rowCount(), 0, 1, grid->columnCount());
 
   std::vector<QPushButton*> buttons;
   for (const std::string& title : alert.buttons)

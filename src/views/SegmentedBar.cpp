@@ -18,7 +18,7 @@ constexpr const char* choiceLook = R"(
   QToolButton:hover { background: palette(midlight); }
   QToolButton:checked { background: palette(highlight); color: palette(highlighted-text); }
   QToolButton:disabled { color: palette(mid); }
-  QToolButton:checked:disabled { background: palette(midlight); }
+  QToolButton:checked:disabled { background: palette(button); }
   QToolButton:focus { border: 1px solid palette(highlight); }
 )";
 

@@ -9,18 +9,11 @@
 #include "views/localize.h"
 #include "views/popUpTitles.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
 namespace {
-
-// A bar whose segments say in their tool tips what they mean.
-SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips) {
-  auto* bar = new SegmentedBar(SegmentedBar::Kind::choice, titles);
-  for (int segment = 0; segment < tips.size(); ++segment)
-    bar->at(segment)->setToolTip(tips[segment]);
-  return bar;
-}
 
 QHBoxLayout* newRow(QWidget* row) {
   auto* layout = new QHBoxLayout(row);
@@ -41,9 +34,7 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
   form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
   form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
 
-  auto* soft = newChoice(
-      {"@@softQuickTime", "@@softIMovie", "@@softFinalCutPro", "@@soft50p60p"},
-      {"@@tipSoftQuickTime", "@@tipSoftIMovie", "@@tipSoftFinalCutPro", "@@tipSoft50p60p"});
+  auto* soft = newApplicationBar();
   soft->setObjectName("editingSoft");
   bindTo(soft, interface.editingSoft, store);
   form->addRow("@@editingSoft", soft);

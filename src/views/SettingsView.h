@@ -15,10 +15,12 @@ class SettingsView final : public QWidget {
   SettingsView(appDelegate& app, std::function<void(const std::string&)> reveal,
                QWidget* parent = nullptr);
 
+  // Opens the panel in which the user chooses the destination.
+  void chooseDestination();
+
  private:
   QWidget* newSpeedRow();
   QWidget* newDestinationRow();
-  void chooseDestination();
 
   appDelegate& app_;
   std::function<void(const std::string&)> reveal_;

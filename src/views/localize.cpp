@@ -2,12 +2,15 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
 #include <QTabWidget>
 #include <QTableView>
+#include <QTranslator>
 
 #include "platform/Bundle.h"
 #include "views/SegmentedBar.h"
@@ -124,6 +127,17 @@ int localizeMenu(QMenu* menu) {
                     : replace(action->text(), [&](const QString& text) { action->setText(text); });
   }
   return replaced;
+}
+
+void translateQt() {
+  static QTranslator* installed = nullptr;
+  if (installed)
+    QCoreApplication::removeTranslator(installed);
+  delete installed;
+  installed = new QTranslator(qApp);
+  if (installed->load("qtbase_" + qtText(Bundle::main().language()),
+                      QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    QCoreApplication::installTranslator(installed);
 }
 
 void useLocalizationTable(const QString& table) {

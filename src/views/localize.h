@@ -20,6 +20,9 @@ int localizeWindow(QWidget* window);
 // The menu's title and every item, those of submenus too.
 int localizeMenu(QMenu* menu);
 
+// Makes Qt's own texts ("OK", the file panels) those of the main bundle's language.
+void translateQt();
+
 // Another table instead of "Localizable"; an empty name means "Localizable".
 void useLocalizationTable(const QString& table);
 

@@ -7,7 +7,8 @@
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
-#include "utils/files.h"
+#include "views/AssistantWindow.h"
+#include "views/LocalizationWindow.h"
 #include "views/MainWindow.h"
 #include "views/PreferencesWindow.h"
 #include "views/images.h"
@@ -32,9 +33,9 @@ void MainWindow::makeFileMenu() {
   menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); });
   menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
                   [this] { openSources(true); });
+  menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
   menu->addSeparator();
-  menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this,
-                  [this] { PreferencesWindow::open(app_, this); });
+  menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
   menu->addSeparator();
   menu->addAction("@@menuFileQuit", QKeySequence("Ctrl+Q"), this, [this] { actions_.quit(); });
 }
@@ -53,10 +54,10 @@ void MainWindow::makeBatchMenu() {
   QAction* stop =
       menu->addAction("@@stop", QKeySequence("Ctrl+."), this, [press] { press(stopSegment); });
   menu->addSeparator();
-  menu->addAction("@@remove", QKeySequence::Delete, this,
-                  [this] { drawer_->table().removeSelected(); });
-  menu->addAction("@@removeAll", QKeySequence("Ctrl+Delete"), this,
-                  [this] { drawer_->table().removeAll(); });
+  QAction* remove = menu->addAction("@@remove", QKeySequence::Delete, this,
+                                    [this] { drawer_->table().removeSelected(); });
+  QAction* removeAll = menu->addAction("@@removeAll", QKeySequence("Ctrl+Delete"), this,
+                                       [this] { drawer_->table().removeAll(); });
 
   const QPointer<MainWindow> held(this);
   const auto showStart = [held, this, start] {
@@ -71,46 +72,52 @@ void MainWindow::makeBatchMenu() {
     stop->setEnabled(usable);
     pause->setText(qtText(imageText(stopBt.segments()[pauseSegment].image)));
   };
+  const auto showRemovals = [held, this, remove, removeAll] {
+    if (!held)
+      return;
+    remove->setEnabled(app_.table().count() > 0);
+    removeAll->setEnabled(app_.table().count() > 0);
+  };
   app_.interface.batchGoBt.changed.connect(showStart);
   stopBt.changed.connect(showStop);
+  app_.table().rowAppended.connect([showRemovals](int) { showRemovals(); });
+  app_.table().rowRemoved.connect([showRemovals](int) { showRemovals(); });
   showStart();
   showStop();
+  showRemovals();
 }
 
 void MainWindow::makeHelpMenu() {
   QMenu* menu = menuBar()->addMenu("@@menuHelp");
-  menu->addAction("@@menuDetailsLog", this, [this] { actions_.openText(detailLogPath()); });
-  menu->addAction("@@menuResumeLog", this, [this] { actions_.openText(resumeLogPath()); });
+  menu->addAction("@@menuAssistant", QKeySequence::HelpContents, this, [this] { showAssistant(); });
+  if (actions_.checkForUpdates)
+    menu->addAction("@@menuUpdates", this, [this] { actions_.checkForUpdates(); });
+  menu->addSeparator();
+  menu->addAction("@@menuDetailsLog", this, [this] { actions_.open(detailLogPath()); });
+  menu->addAction("@@menuResumeLog", this, [this] { actions_.open(resumeLogPath()); });
   QAction* debug =
       menu->addAction(qtText(localisationString(debugMode() ? "menuDebug0" : "menuDebug1")));
   connect(debug, &QAction::triggered, this, [this, debug] { toggleDebug(debug); });
-  menu->addAction("@@menuLocalization", this, [this] { openLocalizationFile(); });
+  menu->addAction("@@menuLocalization", this, [this] { showLocalization(); });
   menu->addSeparator();
   menu->addAction("@@menuAbout", this, [this] { showAbout(); });
+}
+
+void MainWindow::showPreferences() {
+  PreferencesWindow::open(app_, this);
+}
+
+void MainWindow::showAssistant() {
+  AssistantWindow::open(app_, this);
+}
+
+void MainWindow::showLocalization() {
+  LocalizationWindow::open(actions_.reveal, this);
 }
 
 void MainWindow::toggleDebug(QAction* item) {
   const DebugMenuItem flipped = iba_menuDebugToggle({debugMode(), item->text().toStdString()});
   item->setText(qtText(flipped.title));
-}
-
-// How a user finds the file to translate.
-void MainWindow::openLocalizationFile() {
-  const auto language = localLanguageCode();
-  if (!language)
-    return;
-  logFormat("Local language      : {}", *language);
-  const std::string path =
-      Bundle::main().resourcePath() + "/" + *language + ".lproj/Localized.strings";
-  const bool isThere = pathExists(path);
-  if (isThere)
-    actions_.reveal(path);
-  logFormat("revealFolderInFinder? {:d} ({})", isThere, path);
-  userAlerts().show({localisationString("localizationToOpen"),
-                     localisationString("localizationOpened"),
-                     {},
-                     "",
-                     Alert::Style::information});
 }
 
 void MainWindow::showAbout() {

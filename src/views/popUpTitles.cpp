@@ -1,8 +1,10 @@
 #include "views/popUpTitles.h"
 
 #include "classShared/TextAdditions.h"
+#include "core/language.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
+#include "views/localize.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -25,6 +27,12 @@ PopUpTitle sizeTitle(const PopUpButton::Item& item) {
   text.replace(QLatin1Char('x'), QChar(0x00D7));
   const auto rates = textAfter(item.title, "->");
   return {text, qtText(std::string(rates.value_or(""))).simplified(), true};
+}
+
+PopUpTitle languageTitle(const PopUpButton::Item& item) {
+  if (item.title.empty())
+    return {localizedText(QStringLiteral("@@languageDesktop"))};
+  return {qtText(languageName(item.title))};
 }
 
 PopUpTitle proresTitle(const PopUpButton::Item& item) {

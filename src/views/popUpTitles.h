@@ -9,6 +9,9 @@ namespace tessarin {
 // where the row is a key.
 PopUpTitle sizeTitle(const PopUpButton::Item& item);
 
+// A language's code: its name in that language. "" is the language of the desktop.
+PopUpTitle languageTitle(const PopUpButton::Item& item);
+
 // A ProRes encoder without its code: "Apple ProRes 422 (imco:apcn:appl)" is "Apple ProRes 422".
 PopUpTitle proresTitle(const PopUpButton::Item& item);
 

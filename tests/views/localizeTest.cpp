@@ -38,7 +38,7 @@ TEST(LocalizeView, ReplacesMarkedTextsOfEveryKindAndCountsThem) {
   EXPECT_EQ(unknown.text(), "noSuchKey");
   EXPECT_NE(popup.itemText(0), "speedFull");
   EXPECT_EQ(popup.itemText(1), "720p");
-  EXPECT_EQ(bar.title(0), "Simple");
+  EXPECT_EQ(bar.title(0), "Automatique");
   EXPECT_EQ(bar.title(1), "HD");
   EXPECT_EQ(localizeView(&view), 0);
   EXPECT_EQ(localizeMenu(&menu), 4);

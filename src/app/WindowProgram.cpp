@@ -1,0 +1,250 @@
+#include "app/WindowProgram.h"
+
+#include <time.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+
+#include "analysis/codecInventory.h"
+#include "analysis/codecListing.h"
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "core/language.h"
+#include "core/startUp.h"
+#include "platform/Bundle.h"
+#include "platform/ffmpegOptions.h"
+#include "platform/installedFfmpeg.h"
+#include "prefs/utilsAlert.h"
+#include "process/logs.h"
+#include "utils/files.h"
+#include "views/colourSchemes.h"
+#include "views/desktop.h"
+#include "views/localize.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+
+namespace {
+
+// The ffmpeg of the user's setting is handed to the tools through the environment, where a value
+// that is there already wins.
+void exportFfmpegSetting(const PreferenceStore& preferences) {
+  const std::string setting = preferences.prefReadString("ffmpegPath");
+  if (!setting.empty())
+    ::setenv(ffmpegVariable, setting.c_str(), 0);
+}
+
+// What the controller's choices are made from: the keys that are stored.
+Dico storedChoices(const PreferenceStore& preferences) {
+  Dico stored;
+  for (const auto& [key, value] : prefDefaults())
+    if (const Value* own = preferences.prefRead(key))
+      stored.set(key, *own);
+  return stored;
+}
+
+// Milliseconds since the kernel started this process, -1 when it does not say.
+double processAge() {
+  std::ifstream stream("/proc/self/stat");
+  const std::string facts{std::istreambuf_iterator<char>(stream), {}};
+  // The 22nd field, counted from the end of the name, which may hold blanks.
+  const std::size_t name = facts.rfind(')');
+  const auto fields = split(std::string_view(facts).substr(std::min(name + 2, facts.size())), " ");
+  constexpr std::size_t startTime = 22 - 3;
+  timespec now{};
+  if (fields.size() <= startTime || ::clock_gettime(CLOCK_BOOTTIME, &now) != 0)
+    return -1;
+  const double ticks = static_cast<double>(leadingInteger(fields[startTime]));
+  const double start = ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
+  return 1e3 * (static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec) - start);
+}
+
+}  // namespace
+
+void showAndWait(QtRunLoop& loop, const Alert& alert) {
+  QtAlerts alerts;
+  alerts.show(alert, [&loop](AlertAnswer) { loop.stop(0); });
+  loop.run();
+}
+
+WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInstance& instance)
+    : loop_(loop),
+      domain_(domain),
+      instance_(instance),
+      preferences_(domain),
+      services_{loop, preferences_, alerts_, revealInFileBrowser,
+                [this] { window_->chooseDestination(); }},
+      app_(services_),
+      refused_(app_.queue(), alerts_),
+      summary_(app_.table(), app_.interface.batchSummary, loop),
+      recorder_(app_, services_, batchesFolder()),
+      recovery_(app_, recorder_, alerts_) {
+  setUserAlerts(&alerts_);
+}
+
+WindowProgram::~WindowProgram() {
+  setUserAlerts(nullptr);
+}
+
+int WindowProgram::run(const std::vector<std::string>& paths) {
+  if (!awakeFromNib())
+    return 1;
+  applicationDidFinishLaunching();
+  if (!paths.empty())
+    app_.applicationOpenFiles(paths);
+  loop_.run();
+  app_.applicationWillTerminate();
+  return 0;
+}
+
+// ---- The start
+
+// False when the program cannot work here; the user has been told.
+bool WindowProgram::awakeFromNib() {
+  logLine("only one opened app :-)");
+  if (const auto refusal = installPathRefusal()) {
+    showAndWait(loop_, *refusal);
+    return false;
+  }
+  logLine("post old processes  :-)");
+  logLine("dnd                 - post");
+  listLanguages(app_.interface.language, preferences_);
+  makeWindow();
+  logLine("localisations       - post");
+  rotateLogs();
+  redirectStdoutToFile(detailLogPath());
+  if (!findTools())
+    return false;
+  prepareTools();
+  recordEnvironment();
+  takeCodecInventory();
+  // So that the adapter need not ask ffmpeg before every conversion.
+  ::setenv(ffmpegVersionVariable, versionOfListing(codecListing()).c_str(), 0);
+  applyPreferences();
+  logLine("\n\n----------\nawakeFromNib        - end\n----------\n\n");
+  return true;
+}
+
+bool WindowProgram::findTools() {
+  exportFfmpegSetting(preferences_);
+  const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
+  if (!ffmpeg)
+    showAndWait(loop_, {ffmpeg.reason(), "", {}, "", Alert::Style::critical});
+  return bool(ffmpeg);
+}
+
+void WindowProgram::applyPreferences() {
+  logLine("PREFERENCES         - begin");
+  app_.prefs2GuiApp(storedChoices(preferences_));
+  followColourScheme(app_.interface.colour);
+  logLine("PREFERENCES         - end");
+}
+
+void WindowProgram::makeWindow() {
+  window_ = std::make_unique<MainWindow>(
+      app_, WindowActions{[this] { app_.iba_menuQuit([this] { stopLoop(); }); },
+                          revealInFileBrowser, openWithDesktop});
+  alerts_.setWindow(window_.get());
+}
+
+void WindowProgram::applicationDidFinishLaunching() {
+  logLine("\n\n----------\nappDidFinishLaunchin- begin\n----------\n\n");
+  watchOutside();
+  watchBatch();
+  watchLanguage();
+  window_->firstPainted = [] { logFormat("first paint         : {:.0f} ms", processAge()); };
+  window_->bringToFront();
+  if (localisationString("localizationToCorrect") == "1")
+    window_->showLocalization();
+  logFormat("updatePrefBt        ? {:d}", app_.interface.updateCheck.isChecked());
+  if (!app_.interface.assistantSkip.isChecked())
+    window_->showAssistant();
+  if (!domain_.problem().empty())
+    alerts_.show({domain_.problem(), ""});
+  // After the first paint: it waits for the disk.
+  loop_.runAfter(std::chrono::milliseconds(50), [this] { recovery_.begin(batchesFolder()); });
+}
+
+// What comes from outside the window: signals, other copies, the end of the program.
+void WindowProgram::watchOutside() {
+  signals_ = std::make_unique<SignalWatch>(loop_, std::vector<int>{SIGINT, SIGTERM, SIGHUP},
+                                           [this](int) { quitAtOnce(); });
+  instance_.serve([this](const std::vector<std::string>& handed) {
+    window_->bringToFront();
+    if (!handed.empty())
+      app_.applicationOpenFiles(handed);
+  });
+  app_.quitAccepted.connect([this] {
+    isLeaving_ = true;
+    window_->hide();
+    alerts_.close();
+  });
+}
+
+void WindowProgram::watchBatch() {
+  recorder_.failed.connect([this](const std::string& reason) {
+    alerts_.show({localisationString("D_recover_failed", "", reason), ""});
+  });
+  // Who looks at the window sees it there.
+  app_.driver().batchEnded.connect([this] {
+    if (!isLeaving_ && !window_->isActiveWindow())
+      notifyDesktop(localisationString("D_fin_GUI"), summaryText(countRows(app_.table())));
+  });
+}
+
+// ---- The language
+
+// Texts of records are in the user's language, so that it cannot change under a step's hands.
+void WindowProgram::watchLanguage() {
+  const auto allow = [this] {
+    app_.interface.language.setEnabled(app_.queue().isOpenPermitted() &&
+                                       !app_.driver().isBatchRunning());
+  };
+  app_.interface.batchGoBt.changed.connect(allow);
+  app_.interface.analysisPanel.changed.connect(allow);
+  app_.queue().finished.connect(allow);
+  app_.driver().batchEnded.connect(allow);
+  // The widget that the user chose it with goes with the window.
+  app_.interface.language.changed.connect(
+      [this] { loop_.runSoon([this] { changeTheLanguage(); }); });
+}
+
+void WindowProgram::changeTheLanguage() {
+  const PopUpButton& popup = app_.interface.language;
+  const std::string code = popup.items().at(static_cast<std::size_t>(popup.selected())).title;
+  if (code == preferences_.prefReadString(languageKey) || !popup.isEnabled())
+    return;
+  logFormat("language            = {}", code);
+  preferences_.prefWrite(languageKey, code);
+  changeLanguage(code, app_.table());
+  translateQt();
+  const QByteArray place = window_->saveGeometry();
+  makeWindow();
+  window_->restoreGeometry(place);
+  window_->bringToFront();
+  window_->showPreferences();
+}
+
+// ---- The end
+
+// The session ends, or somebody asks this process to: the batch is to be recovered.
+void WindowProgram::quitAtOnce() {
+  if (app_.driver().isBatchRunning())
+    recorder_.keep();
+  app_.quitAtOnce([this] { stopLoop(); });
+}
+
+void WindowProgram::stopLoop() {
+  for (const char* attempt : {"pas encore quitté ?!? …on recommence: et 1…", "…et 2", "…et 3"}) {
+    logLine(attempt);
+    loop_.stop(0);
+    if (!loop_.isRunning())
+      return;
+  }
+  logLine("…et 3 :-( echec");
+}
+
+}  // namespace tessarin

@@ -1,0 +1,65 @@
+// The objects of the program with a window, made, handed to each other and started in their order.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/RecoveryOffer.h"
+#include "core/RefusedSources.h"
+#include "core/appDelegate.h"
+#include "core/batchSummary.h"
+#include "platform/Signals.h"
+#include "platform/SingleInstance.h"
+#include "platform/UserDomain.h"
+#include "views/MainWindow.h"
+#include "views/QtAlerts.h"
+#include "views/QtRunLoop.h"
+
+namespace tessarin {
+
+class WindowProgram {
+ public:
+  // All are borrowed and outlive the program.
+  WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInstance& instance);
+  ~WindowProgram();
+  WindowProgram(const WindowProgram&) = delete;
+  WindowProgram& operator=(const WindowProgram&) = delete;
+
+  // Shows the window, takes the files in and serves the user until he leaves; the result is the
+  // exit status.
+  int run(const std::vector<std::string>& paths);
+
+ private:
+  bool awakeFromNib();
+  void applicationDidFinishLaunching();
+  void makeWindow();
+  void applyPreferences();
+  bool findTools();
+  void watchOutside();
+  void watchBatch();
+  void watchLanguage();
+  void changeTheLanguage();
+  void quitAtOnce();
+  void stopLoop();
+
+  QtRunLoop& loop_;
+  FileUserDomain& domain_;
+  SingleInstance& instance_;
+  PreferenceStore preferences_;
+  QtAlerts alerts_;
+  CoreServices services_;
+  appDelegate app_;
+  RefusedSources refused_;
+  BatchSummary summary_;
+  BatchRecorder recorder_;
+  RecoveryOffer recovery_;
+  std::unique_ptr<MainWindow> window_;
+  std::unique_ptr<SignalWatch> signals_;
+  bool isLeaving_ = false;
+};
+
+// Shows the alert and serves the loop until the user has seen it.
+void showAndWait(QtRunLoop& loop, const Alert& alert);
+
+}  // namespace tessarin
