@@ -6,6 +6,7 @@ buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev l
   nlohmann-json3-dev libcurl4-openssl-dev libarchive-dev nettle-dev qt6-base-dev qt6-svg-dev
   libgtest-dev libgmock-dev)
 runPackages=(ffmpeg file)
+screenshotPackages=(xvfb xauth)
 benchPackages=(libbenchmark-dev hyperfine time)
 analysisPackages=(clang-tidy clang-format shellcheck)
 # What the test of the installation checks the desktop files with when it is there.
