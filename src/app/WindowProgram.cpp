@@ -20,10 +20,10 @@
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "utils/files.h"
+#include "views/UpdateWindow.h"
 #include "views/colourSchemes.h"
 #include "views/desktop.h"
 #include "views/localize.h"
-#include "views/qtText.h"
 
 namespace tessarin {
 
@@ -81,8 +81,11 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       refused_(app_.queue(), alerts_),
       summary_(app_.table(), app_.interface.batchSummary, loop),
       recorder_(app_, services_, batchesFolder()),
-      recovery_(app_, recorder_, alerts_) {
+      recovery_(app_, recorder_, alerts_),
+      updates_(loop, [this] { return updateSettings(preferences_); }),
+      updateInterface_(updates_, revealInFileBrowser) {
   setUserAlerts(&alerts_);
+  updates_.newsFound.connect([this] { UpdateWindow::open(updateInterface_, window_.get()); });
 }
 
 WindowProgram::~WindowProgram() {
@@ -143,10 +146,15 @@ void WindowProgram::applyPreferences() {
   logLine("PREFERENCES         - end");
 }
 
+void WindowProgram::iba_checkForUpdates() {
+  UpdateWindow::open(updateInterface_, window_.get());
+  updates_.lookUp();
+}
+
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
       app_, WindowActions{[this] { app_.iba_menuQuit([this] { stopLoop(); }); },
-                          revealInFileBrowser, openWithDesktop});
+                          revealInFileBrowser, openWithDesktop, [this] { iba_checkForUpdates(); }});
   alerts_.setWindow(window_.get());
 }
 
@@ -160,6 +168,7 @@ void WindowProgram::applicationDidFinishLaunching() {
   if (localisationString("localizationToCorrect") == "1")
     window_->showLocalization();
   logFormat("updatePrefBt        ? {:d}", app_.interface.updateCheck.isChecked());
+  updates_.lookUpAtStart(preferences_);
   if (!app_.interface.assistantSkip.isChecked())
     window_->showAssistant();
   if (!domain_.problem().empty())
@@ -221,6 +230,7 @@ void WindowProgram::changeTheLanguage() {
   preferences_.prefWrite(languageKey, code);
   changeLanguage(code, app_.table());
   translateQt();
+  updates_.changed.emit();  // its texts, too
   const QByteArray place = window_->saveGeometry();
   makeWindow();
   window_->restoreGeometry(place);

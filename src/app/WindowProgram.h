@@ -12,6 +12,7 @@
 #include "platform/Signals.h"
 #include "platform/SingleInstance.h"
 #include "platform/UserDomain.h"
+#include "updates/UpdateInterface.h"
 #include "views/MainWindow.h"
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
@@ -40,6 +41,7 @@ class WindowProgram {
   void watchBatch();
   void watchLanguage();
   void changeTheLanguage();
+  void iba_checkForUpdates();
   void quitAtOnce();
   void stopLoop();
 
@@ -54,6 +56,8 @@ class WindowProgram {
   BatchSummary summary_;
   BatchRecorder recorder_;
   RecoveryOffer recovery_;
+  Updates updates_;
+  UpdateInterface updateInterface_;
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<SignalWatch> signals_;
   bool isLeaving_ = false;

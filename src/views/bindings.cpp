@@ -90,12 +90,13 @@ void bindTo(QCheckBox* box, CheckBox& control, const Act& act) {
 }
 
 void bindTo(QPushButton* button, Button& control, const Act& act) {
-  showAlways(button, control, [] {});
+  showAlways(button, control, [button, &control] { hideInPlace(button, control.isHidden()); });
   QObject::connect(button, &QPushButton::clicked, button, act);
 }
 
 void bindTo(QProgressBar* bar, ProgressBar& control) {
   showAlways(bar, control, [bar, &control] {
+    hideInPlace(bar, control.isHidden());
     bar->setRange(0, control.isIndeterminate() ? 0 : barSteps);
     const double part = control.maximum() > 0 ? control.value() / control.maximum() : 0;
     bar->setValue(static_cast<int>(std::clamp(part, 0.0, 1.0) * barSteps));
