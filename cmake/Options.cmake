@@ -8,10 +8,15 @@ target_compile_options(tessarin_options INTERFACE
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(tessarin_options INTERFACE $<$<CONFIG:Release>:-Wno-restrict>)
 endif()
+if(TESSARIN_FUZZ)
+  target_compile_options(tessarin_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(TESSARIN_SANITIZE)
   # gcc warns about instrumented library code without reason.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(tessarin_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
   target_compile_options(tessarin_options INTERFACE
-    -Wno-maybe-uninitialized
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tessarin_options INTERFACE -fsanitize=address,undefined)
 endif()

@@ -8,6 +8,8 @@ buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev l
 runPackages=(ffmpeg file)
 screenshotPackages=(xvfb xauth)
 benchPackages=(libbenchmark-dev hyperfine time)
+# The clang that searches for inputs, with its library.
+fuzzPackages=(clang libclang-rt-14-dev)
 analysisPackages=(clang-tidy clang-format shellcheck)
 # What the test of the installation checks the desktop files with when it is there.
 desktopPackages=(desktop-file-utils appstream)

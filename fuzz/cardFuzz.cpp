@@ -1,0 +1,17 @@
+// What lies on a camera's card: playlists, the recording times in streams and beside clips.
+#include <cstdint>
+#include <string_view>
+
+#include "tools/gettimestamps/playlist.h"
+#include "tools/gettimestamps/streams.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  if (const auto playlist = tessarin::parsePlaylist(bytes); !playlist && playlist.reason().empty())
+    __builtin_trap();
+  tessarin::recordingTimeInH264(tessarin::videoOfTransportStream(bytes));
+  tessarin::recordingTimeInH264(bytes);
+  if (const auto time = tessarin::recordingTimeOfMoi(bytes); !time && time.reason().empty())
+    __builtin_trap();
+  return 0;
+}
