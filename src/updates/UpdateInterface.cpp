@@ -54,6 +54,8 @@ std::string detailsOf(const Updates& updates) {
 std::string goTitleOf(const Updates& updates) {
   switch (updates.state()) {
     case UpdateState::available:
+    case UpdateState::downloading:
+    case UpdateState::unpacking:
       return localisationString(
           "update_goDownload", "",
           fmt::format("{:.1f}", static_cast<double>(updates.release().size) / bytesInMegabyte));

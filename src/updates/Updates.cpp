@@ -21,7 +21,7 @@ namespace {
 constexpr std::chrono::milliseconds timeBetweenReports(100);
 // One turn of the loop unpacks so many pieces of at most 256 kilobytes: some milliseconds of work.
 constexpr int piecesInOneTurn = 8;
-constexpr std::uint64_t megabyte = 1024 * 1024;
+constexpr std::uint64_t megabyte = 1024UL * 1024;
 
 std::string infoText(std::string_view key) {
   const Value* value = Bundle::main().objectForInfoDictionaryKey(key);

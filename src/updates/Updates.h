@@ -22,14 +22,14 @@ namespace tessarin {
 inline constexpr std::string_view updateAddressKey = "updateAddress";
 
 struct UpdateSettings {
-  std::string address;  // of the version file; "" for none
-  std::string currentVersion;
-  std::string language;  // code of the language of notes, "fr"
-  std::string folder;    // where updates are kept
+  std::string address = {};  // of the version file; "" for none
+  std::string currentVersion = {};
+  std::string language = {};  // code of the language of notes, "fr"
+  std::string folder = {};    // where updates are kept
   FetchLimits asking{largestVersionFile, std::chrono::seconds(15), std::chrono::seconds(30),
                      std::chrono::seconds(60)};
-  FetchLimits downloading;
-  UnpackLimits unpacking;
+  FetchLimits downloading = {};
+  UnpackLimits unpacking = {};
 };
 
 // The settings of this program: preferences, Info.plist, the bundle's language, the user's folder.

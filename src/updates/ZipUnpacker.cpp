@@ -17,10 +17,10 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::size_t blockSize = 64 * 1024;
+constexpr std::size_t blockSize = 64UL * 1024;
 constexpr std::size_t longestName = 1024;
 // What a file may have whatever the archive's size: small texts pack well.
-constexpr std::uint64_t freeRatioBytes = 1024 * 1024;
+constexpr std::uint64_t freeRatioBytes = 1024UL * 1024;
 
 constexpr mode_t filePermissions = 0666;
 constexpr mode_t programPermissions = 0777;
@@ -151,7 +151,7 @@ Outcome<bool> ZipUnpacker::beginEntry() {
     return notAdmitted(name);
   if (++entries_ > limits_.mostEntries)
     return Failure{localisationString("why_updateBomb")};
-  const auto made = makeFolders(isFolder ? std::string_view(name) : parentFolder(name));
+  auto made = makeFolders(isFolder ? std::string_view(name) : parentFolder(name));
   if (!made)
     return made;
   if (isFolder)

@@ -14,7 +14,7 @@ struct archive;
 namespace tessarin {
 
 struct UnpackLimits {
-  std::uint64_t largest = 4ULL * 1024 * 1024 * 1024;  // bytes of all files together
+  std::uint64_t largest = 4UL * 1024 * 1024 * 1024;  // bytes of all files together
   // How many times the archive's size the files may have together, apart from the first megabyte.
   // Programs and pictures come to less than 10.
   std::uint64_t largestRatio = 100;

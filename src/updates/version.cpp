@@ -23,7 +23,7 @@ bool isPreviewLetter(char one) {
 }  // namespace
 
 std::strong_ordering operator<=>(const Version& one, const Version& other) {
-  if (const auto order = one.parts <=> other.parts; order != 0)
+  if (const auto order = one.parts <=> other.parts; std::is_neq(order))
     return order;
   if (one.preview.empty() != other.preview.empty())
     return one.preview.empty() ? std::strong_ordering::greater : std::strong_ordering::less;

@@ -11,9 +11,9 @@
 namespace tessarin {
 
 // No version file is longer, in bytes.
-constexpr std::uint64_t largestVersionFile = 64 * 1024;
+constexpr std::uint64_t largestVersionFile = 64UL * 1024;
 // No archive is longer, in bytes.
-constexpr std::uint64_t largestArchive = 1024 * 1024 * 1024;
+constexpr std::uint64_t largestArchive = 1024UL * 1024 * 1024;
 
 struct Release {
   Version version;

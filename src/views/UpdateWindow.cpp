@@ -1,6 +1,7 @@
 #include "views/UpdateWindow.h"
 
 #include <QHBoxLayout>
+#include <QPlainTextEdit>
 #include <QPointer>
 #include <QVBoxLayout>
 
@@ -19,6 +20,23 @@ QLabel* newText() {
   label->setWordWrap(true);
   label->setMinimumWidth(textWidth);
   return label;
+}
+
+// Notes on a version may be long, so that they are scrolled; a server's markup stays text.
+QPlainTextEdit* newDetails(TextField& field) {
+  auto* view = new QPlainTextEdit;
+  view->setObjectName("updateDetails");
+  view->setReadOnly(true);
+  view->setTabChangesFocus(true);
+  view->setMinimumHeight(5 * view->fontMetrics().lineSpacing());
+  view->setAccessibleName("@@updateDetails");
+  const auto show = [held = QPointer<QPlainTextEdit>(view), &field] {
+    if (held)
+      held->setPlainText(qtText(field.text()));
+  };
+  show();
+  field.changed.connect(show);
+  return view;
 }
 
 }  // namespace
@@ -44,22 +62,23 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent) : QDialo
   font.setBold(true);
   headline->setFont(font);
   bindTo(headline, interface.headline);
-  auto* details = newText();
-  details->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-  details->setMinimumHeight(3 * details->fontMetrics().lineSpacing());
-  details->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-  bindTo(details, interface.details);
+  headline->setObjectName("updateHeadline");
+  QPlainTextEdit* details = newDetails(interface.details);
   auto* bar = new QProgressBar;
   bar->setTextVisible(false);
-  bar->setAccessibleName("@@menuUpdates");
+  bar->setAccessibleName("@@updateProgress");
+  bar->setObjectName("updateBar");
   bindTo(bar, interface.bar);
 
   auto* buttons = new QHBoxLayout;
   auto* stop = new QPushButton("@@stop");
+  stop->setObjectName("updateStop");
   bindTo(stop, interface.stop, [&interface] { interface.iba_updateStop(); });
   auto* close = new QPushButton("@@close");
+  close->setObjectName("updateClose");
   connect(close, &QPushButton::clicked, this, &QDialog::close);
   auto* go = new QPushButton;
+  go->setObjectName("updateGo");
   go->setDefault(true);
   bindTo(go, interface.go, [&interface] { interface.iba_updateGo(); });
   interface.goTitle.changed.connect([held = QPointer<QPushButton>(go), &interface] {

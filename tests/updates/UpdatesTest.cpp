@@ -14,10 +14,10 @@
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
+#include "support/zips.h"
 #include "updates/Sha256.h"
 #include "updates/UpdateInterface.h"
 #include "updates/Updates.h"
-#include "updates/zips.h"
 
 namespace tessarin {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
+#include "support/zips.h"
 #include "updates/ZipUnpacker.h"
-#include "updates/zips.h"
 
 namespace tessarin {
 namespace {
