@@ -1,7 +1,5 @@
 #include "cli/options.h"
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -12,11 +10,14 @@
 #include "cli/sources.h"
 #include "cli/terminal.h"
 #include "encoding/BatchEntry.h"
+#include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
 namespace tessarin::cli {
 
 namespace {
+
+constexpr const char* table = "CommandLine";
 
 using Names = std::map<std::string, int>;
 
@@ -79,7 +80,8 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
             const auto found = map.find(lowerCase(word));
             if (found == map.end())
               throw CLI::ValidationError(
-                  flag, fmt::format("\"{}\" is not one of {}", word, choices(map)));
+                  flag,
+                  localisationString("wrong_choice", table, "\"" + word + "\"", choices(map)));
             result = found->second;
           },
           help)
@@ -102,32 +104,12 @@ Command takeCommand(std::vector<std::string>& words) {
   return found->second;
 }
 
-constexpr const char* usage =
-    "Makes movies that an editing program plays with ease out of camcorder clips.\n"
-    "\n"
-    "  tessarin [OPTIONS] FILE|FOLDER...          convert into DESTINATION/Tessarin\n"
-    "  tessarin analyse [OPTIONS] FILE|FOLDER...  tell what each source is\n"
-    "  tessarin plan [OPTIONS] FILE|FOLDER...     show the commands that would run\n"
-    "  tessarin --batch FILE [CLIPS...]           write a batch to be converted, or convert it\n"
-    "  tessarin --recover                         finish what was interrupted\n"
-    "\n"
-    "Folders are searched with all their subfolders. A file that is called like a command is\n"
-    "named with its folder (./plan), one whose name begins with a dash likewise or behind "
-    "\"--\".\n";
-
-constexpr const char* footer =
-    "Exit status: 0 all converted, 1 some not, 2 wrong use.\n"
-    "Sizes: 540p25 720p25 720p50 hdv1080p25 hdv1080p50 hdv1080i50 1080p25 1080p50 1080i50, and\n"
-    "the same with 30 for 25 and 60 for 50, and 24 for 25 but for 540p; hdv is 1440x1080. The\n"
-    "rate is that of the source: 1080p25 and 1080p30 are the same choice.\n"
-    "Applications: quicktime (QuickTime and what plays H.264), imovie, finalcut (also Kdenlive,\n"
-    "Shotcut and DaVinci Resolve, with ProRes), 50p60p (any that edits 50 or 60 pictures a\n"
-    "second).";
-
-// The usage above says more than the library's line would.
+// The usage of the tables says more than the library's line would.
 class HelpText final : public CLI::Formatter {
   std::string make_description(const CLI::App*) const override { return {}; }
-  std::string make_usage(const CLI::App*, std::string) const override { return usage; }
+  std::string make_usage(const CLI::App*, std::string) const override {
+    return localisationString("help_usage", table) + "\n";
+  }
 };
 
 // What is wrong with the arguments, in our words where the library's are about itself.
@@ -140,8 +122,8 @@ std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
   if (option == nullptr || dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr)
     return words;
   if (option->get_items_expected_max() == 0)
-    return name + " takes no value";
-  return fmt::format("{} needs a value: {}", name, option->get_type_name());
+    return localisationString("wrong_takesNoValue", table, name);
+  return localisationString("wrong_needsValue", table, name, option->get_type_name());
 }
 
 // The first of these options that was given.
@@ -156,32 +138,32 @@ std::optional<std::string> given(const CLI::App& app, std::initializer_list<cons
 std::optional<std::string> contradiction(const CLI::App& app, const Options& options) {
   const bool isStored = options.recover || options.forget || options.batchFile;
   if (options.recover && options.forget)
-    return "--recover and --forget contradict each other";
+    return localisationString("wrong_recoverForget", table);
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
-      return "--recover and --forget take no clips: what was interrupted is known";
+      return localisationString("wrong_recoverClips", table);
     if (const auto option = given(app, {"--batch", "--for", "--format", "--prores", "--size",
                                         "--speed", "--surround", "--no-surround", "--destination"}))
-      return *option + " has no meaning here: a run goes on with its own choices";
+      return localisationString("wrong_recoverOption", table, *option);
   } else if (options.batchFile && options.command != Command::convert) {
-    return "--batch converts or writes a batch; it goes with no other command";
+    return localisationString("wrong_batchCommand", table);
   } else if (options.batchFile && options.paths.empty()) {
     if (const auto option =
             given(app, {"--for", "--format", "--size", "--speed", "--surround", "--no-surround"}))
-      return *option + " has no meaning with a batch: its rows have their choices";
+      return localisationString("wrong_batchOption", table, *option);
   }
   if (options.paths.empty() && !isStored)
-    return "no clips are named";
+    return localisationString("wrong_noClips", table);
   if (options.command == Command::analyse)
     // Nothing is written.
     if (const auto option =
             given(app, {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"}))
-      return *option + " has no meaning with \"analyse\", which converts nothing";
+      return localisationString("wrong_analyseOption", table, *option);
   return std::nullopt;
 }
 
 Exit refuse(const std::string& reason) {
-  complain(fmt::format("{}; \"tessarin --help\" tells more", reason));
+  complain(localisationString("wrong_use", table, reason));
   return Exit{wrongUse};
 }
 
@@ -199,41 +181,40 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
 
   Options options;
   CLI::App app("", "tessarin");
-  app.formatter(std::make_shared<HelpText>());
-  app.footer(footer);
+  const auto formatter = std::make_shared<HelpText>();
+  formatter->label("Excludes", localisationString("help_excludes", table));
+  app.formatter(formatter);
+  app.option_defaults()->group(localisationString("help_options", table));
+  app.footer(localisationString("help_footer", table));
   app.allow_extras();
-  app.set_help_flag("-h,--help", "Show this text");
-  app.set_version_flag("-V,--version", "Tessarin " + version, "Show the version");
-  addChoice(app, "--for", applications(), options.soft,
-            "The editing application: which sizes it takes, and its format");
-  addChoice(app, "--format", targets(), options.target, "What the movies are made in");
-  addChoice(app, "--prores", flavours(), options.prores, "The flavour of ProRes");
-  addChoice(app, "--size", sizes(), options.size,
-            "The picture size (auto: what suits source and application; same: what suits the "
-            "source)")
+  app.set_help_flag("-h,--help", localisationString("help_help", table));
+  app.set_version_flag("-V,--version", "Tessarin " + version,
+                       localisationString("help_version", table));
+  addChoice(app, "--for", applications(), options.soft, localisationString("help_for", table));
+  addChoice(app, "--format", targets(), options.target, localisationString("help_format", table));
+  addChoice(app, "--prores", flavours(), options.prores, localisationString("help_prores", table));
+  addChoice(app, "--size", sizes(), options.size, localisationString("help_size", table))
       ->type_name("auto|same|SIZE");
-  addChoice(app, "--speed", speeds(), options.speed,
-            "All pictures or fields, half of them, or slow motion at half the speed");
+  addChoice(app, "--speed", speeds(), options.speed, localisationString("help_speed", table));
   CLI::Option* surround = app.add_flag_callback(
-      "--surround", [&] { options.surround = true; }, "Keep all sound channels");
+      "--surround", [&] { options.surround = true; }, localisationString("help_surround", table));
   app.add_flag_callback(
-         "--no-surround", [&] { options.surround = false; }, "Two sound channels, as usual")
+         "--no-surround", [&] { options.surround = false; },
+         localisationString("help_noSurround", table))
       ->excludes(surround);
   app.add_option("-d,--destination", options.destination,
-                 "The folder in which the folder Tessarin is made")
+                 localisationString("help_destination", table))
       ->type_name("DIR")
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
-            "What to do with a movie that is there already (without a terminal, ask keeps it)");
-  app.add_option("--batch", options.batchFile,
-                 "With clips: analyse them and write the batch to this file. Without: convert what "
-                 "is not finished in it")
+            localisationString("help_overwrite", table));
+  app.add_option("--batch", options.batchFile, localisationString("help_batch", table))
       ->type_name("FILE")
       ->take_last();
-  app.add_flag("--recover", options.recover, "Finish the runs that were interrupted");
-  app.add_flag("--forget", options.forget, "Give them up");
-  app.add_flag("--json", options.json, "One JSON object a line on standard output");
-  app.add_flag("-v,--verbose", options.verbose, "More lines in the detail log");
+  app.add_flag("--recover", options.recover, localisationString("help_recover", table));
+  app.add_flag("--forget", options.forget, localisationString("help_forget", table));
+  app.add_flag("--json", options.json, localisationString("help_json", table));
+  app.add_flag("-v,--verbose", options.verbose, localisationString("help_verbose", table));
   for (CLI::Option* option : app.get_options())
     if (option->get_items_expected_max() == 0)
       option->disable_flag_override();
@@ -249,7 +230,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   options.paths = app.remaining();
   for (const std::string& word : options.paths)
     if (startsWith(word, "-") && word != "-")
-      return refuse(fmt::format("there is no option {}", printable(word)));
+      return refuse(localisationString("wrong_option", table, printable(word)));
   options.command = takeCommand(options.paths);
   options.paths.insert(options.paths.end(), paths.begin(), paths.end());
   if (const auto reason = contradiction(app, options))

@@ -48,6 +48,19 @@ TEST_F(UsageJourney, HelpAndVersionAreForStandardOutput) {
   EXPECT_THAT(result.out, testing::MatchesRegex("Tessarin [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
+TEST_F(UsageJourney, TheHelpSpeaksTheUsersLanguage) {
+  setVariable("LC_ALL", "fr_FR.UTF-8");
+  Result result = tessarin({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, HasSubstr("convertir dans DESTINATION/Tessarin\n"));
+  EXPECT_THAT(result.out, HasSubstr("Afficher ce texte"));
+  result = tessarin({"--format", "", "x.mts"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err,
+            "tessarin: --format: \"\" n'est pas l'un de aic|prores|quicktime ; « tessarin --help » "
+            "en dit plus\n");
+}
+
 // Which words are commands and which are clips shows in what is said of clips that are missing.
 TEST_F(UsageJourney, CommandsAndClipsAreToldApart) {
   const std::vector<std::pair<Arguments, std::vector<std::string>>> cases = {
