@@ -154,15 +154,15 @@ void rowStored(benchmark::State& state) {
 }
 BENCHMARK(rowStored)->Arg(10)->Arg(10000)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-// A resources folder whose ffmpeg ends at once, so that what is left is the queue's own work and
-// the start of a process.
+// A resources folder with another ffmpeg, so that what is left is the queue's own work and the
+// start of a process.
 class FakeTools {
  public:
-  FakeTools() : before_(Bundle::main()) {
+  explicit FakeTools(const std::string& tool) : before_(Bundle::main()) {
     const std::string resources = joinPath(temporaryFolder(), "resources");
     std::filesystem::create_directories(joinPath(resources, "tools"));
     std::filesystem::copy(before_.resourcePath() + "/Info.plist", resources);
-    std::filesystem::copy("/bin/true", joinPath(resources, "tools/ffmpeg"));
+    std::filesystem::copy(tool, joinPath(resources, "tools/ffmpeg"));
     Bundle::setMain(Bundle(resources, {"en"}));
   }
   ~FakeTools() {
@@ -180,7 +180,7 @@ class FakeTools {
 // without a run of the tool.
 void sourceTaken(benchmark::State& state, bool isThere) {
   constexpr int group = 100;
-  const FakeTools tools;
+  const FakeTools tools("/bin/true");
   const std::string card = joinPath(temporaryFolder(), "card");
   std::filesystem::create_directories(card);
   std::vector<std::string> paths;
@@ -211,6 +211,60 @@ void sourceOfTheQueueAlone(benchmark::State& state) {
 void sourceWithATool(benchmark::State& state) {
   sourceTaken(state, true);
 }
+
+// Prints the report of an AVCHD clip, writes the header of its frames, and a thumbnail of a kind.
+constexpr const char* reportingTool = R"(#!/bin/sh
+for last; do :; done
+case $last in
+*.yuv) echo 'YUV4MPEG2 W1920 H1080 F25:1 It A1:1 C420mpeg2' >"$last" ;;
+*) echo >"$last" ;;
+esac
+echo "Input #0, mpegts, from 'clip.mts':
+  Duration: 00:01:03.50, start: 1.400000, bitrate: 17216 kb/s
+  Stream #0:0[0x1011]: Video: h264 (High) (HDMV / 0x564D4448), yuv420p(top first), 1920x1080 [SAR 1:1 DAR 16:9], 25 fps, 25 tbr, 90k tbn, key_frame:1 pts_time:1.4 n: 0 iskey:1
+  Stream #0:1[0x1100]: Audio: ac3 (AC-3 / 0x332D4341), 48000 Hz, stereo, fltp, 256 kb/s
+Output #0, yuv4mpegpipe, to 'frame.yuv':" >&2
+)";
+
+// The time of a source from the queue to its validated and stored row when this many wait.
+void sourceToRow(benchmark::State& state) {
+  constexpr int group = 100;
+  const std::string script = joinPath(temporaryFolder(), "tool");
+  std::ofstream(script) << reportingTool;
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  const FakeTools tools(script);
+  const std::string card = joinPath(temporaryFolder(), "card");
+  std::filesystem::create_directories(card);
+  std::vector<std::string> paths;
+  for (int number = 0; number < state.range(0) + group; ++number) {
+    paths.push_back(joinPath(card, std::to_string(number) + ".mts"));
+    std::ofstream(paths.back()) << "stands for a movie";
+  }
+  for (auto unused : state) {
+    static_cast<void>(unused);
+    Program program;
+    BatchRecorder recorder(program.app, program.services, joinPath(temporaryFolder(), "batches"));
+    program.app.table().rowAppended.connect([&](int row) {
+      if (row + 1 == group)
+        program.loop.stop(0);
+    });
+    program.app.queue().finished.connect([&] { program.loop.stop(1); });
+    program.app.queue().takeSources(paths);
+    const auto start = std::chrono::steady_clock::now();
+    if (program.loop.run() != 0)
+      state.SkipWithError("sources were refused");
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(taken.count() / group);
+    program.app.endTasks();
+    recorder.discard();
+  }
+}
+BENCHMARK(sourceToRow)
+    ->Arg(10)
+    ->Arg(10000)
+    ->Iterations(5)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(sourceOfTheQueueAlone)
     ->Arg(10)
     ->Arg(10000)
