@@ -142,7 +142,7 @@ void BatchRecorder::flush(milliseconds longest) {
     discard();
   else if (!writeAll(longest))
     schedule(retryInterval);
-  else if (!changedRows_.empty())
+  else if (!changedRows_.empty() || !removedRows_.empty())
     schedule(gathering);
 }
 
@@ -151,14 +151,18 @@ bool BatchRecorder::writeAll(milliseconds longest) {
   if (!makeFolder() || !writeSettings())
     return false;
   const auto start = std::chrono::steady_clock::now();
+  const auto isTimeUp = [start, longest] {
+    return std::chrono::steady_clock::now() - start > longest;
+  };
   while (!changedRows_.empty()) {
     if (!writeRow(*changedRows_.begin()))
       return false;
-    if (std::chrono::steady_clock::now() - start > longest)
+    if (isTimeUp())
       break;
   }
-  for (const std::int64_t order : std::exchange(removedRows_, {}))
-    store_->removeRow(order);
+  // On a busy disk each costs milliseconds.
+  while (!removedRows_.empty() && !isTimeUp())
+    store_->removeRow(removedRows_.extract(removedRows_.begin()).value());
   if (waitingChanged_ && !writeWaiting())
     return false;
   store_->sync();

@@ -107,8 +107,10 @@ class WindowFixture : public testing::Test {
   MemoryUserDomain domain;
   PreferenceStore preferences{domain};
   std::vector<std::string> revealed;
-  appDelegate app{
-      {loop, preferences, alerts, [this](const std::string& path) { revealed.push_back(path); }}};
+  bool isFolderWanted = false;
+  appDelegate app{{loop, preferences, alerts,
+                   [this](const std::string& path) { revealed.push_back(path); },
+                   [this] { isFolderWanted = true; }}};
   RefusedSources refused{app.queue(), alerts};
   bool hasQuit = false;
   MainWindow window{

@@ -1,4 +1,10 @@
 // Whole journeys of a user through the window.
+#include <QComboBox>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <set>
+
+#include "core/language.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
 #include "views/WindowFixture.h"
@@ -154,6 +160,111 @@ TEST_F(WindowFixture, ChoicesAreStoredAsTheyAreMade) {
   EXPECT_TRUE(speed->at(0)->isEnabled());
 }
 
+TEST_F(WindowFixture, TheAssistantIsWalkedThroughAndNotShownAgainOnWish) {
+  window.showAssistant();
+  auto* next = window.findChild<QPushButton*>("assistantNext");
+  auto* soft = window.findChild<SegmentedBar*>("assistantSoft");
+  ASSERT_TRUE(next && soft);
+  QTest::mouseClick(next, Qt::LeftButton);
+  ASSERT_TRUE(soft->isVisible());
+  QTest::mouseClick(soft->at(1), Qt::LeftButton);
+  EXPECT_EQ(window.findChild<SegmentedBar*>("editingSoft")->selected(), 1);
+  auto* skip = window.findChild<QCheckBox*>("assistantSkip");
+  QTest::mouseClick(skip, Qt::LeftButton, {}, QPoint(8, skip->height() / 2));
+  EXPECT_EQ(preferences.integer(PrefKey::assistantSkip), 1);
+  for (int page = 1; page < 4; ++page)
+    QTest::mouseClick(next, Qt::LeftButton);
+  EXPECT_FALSE(window.findChild<QDialog*>("assistant")->isVisible());
+}
+
+TEST_F(WindowFixture, TheFileOfTextsIsShownAndItsWindowClosed) {
+  window.showLocalization();
+  QTest::mouseClick(window.findChild<QPushButton*>("openLocalizationFile"), Qt::LeftButton);
+  ASSERT_EQ(revealed.size(), 1u);
+  EXPECT_TRUE(revealed[0].ends_with("/en.lproj/Localized.strings"));
+  EXPECT_FALSE(window.findChild<QDialog*>("localization")->isVisible());
+}
+
+// The window is made anew in the other language: everything it shows is the controller's.
+TEST_F(WindowFixture, AnotherLanguageKeepsTheBatch) {
+  ASSERT_TRUE(makeFastClip(folder.file("A.MTS")));
+  analyse({folder.file("A.MTS")});
+  ASSERT_EQ(app.table().count(), 1);
+  listLanguages(app.interface.language, preferences);
+  window.showPreferences();
+  auto* languages = window.findChild<QComboBox*>("language");
+  ASSERT_TRUE(languages);
+  const int german = languages->findText("Deutsch");
+  languages->setFocus();
+  while (languages->currentIndex() < german)
+    QTest::keyClick(languages, Qt::Key_Down);
+  const PopUpButton& popup = app.interface.language;
+  ASSERT_EQ(popup.items().at(static_cast<std::size_t>(popup.selected())).title, "de");
+  changeLanguage("de", app.table());
+  MainWindow other(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
+  other.show();
+  EXPECT_EQ(other.findChild<QPushButton*>("start")->text(), "Umwandeln");
+  auto* rows = other.findChild<BatchView*>("batch");
+  EXPECT_TRUE(rows->isVisible());
+  EXPECT_EQ(rows->model()->index(0, speedColumn).data().toString(), "Halb");
+  // Still taken for progressive.
+  EXPECT_FALSE(app.table().speedCell(0).segments[0].allowed);
+}
+
+TEST_F(WindowFixture, ThePlaceOfAMovieIsShownFromItsRow) {
+  ASSERT_TRUE(makeInterlacedClip(folder.file("A.MTS")));
+  analyse({folder.file("A.MTS")});
+  table().setCurrentIndex(table().model()->index(0, sourceColumn));
+  const auto reveal = [this](const char* title) {
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(5, 5), QPoint(5, 5));
+    QApplication::sendEvent(&table(), &event);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    for (QAction* action : menu ? menu->actions() : QList<QAction*>())
+      if (action->text() == title && action->isEnabled())
+        action->trigger();
+    if (menu)
+      menu->close();
+  };
+  reveal("Show the Movie in Its Folder");
+  EXPECT_THAT(revealed, testing::IsEmpty()) << "there is none yet";
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
+  revealed.clear();
+  reveal("Show the Movie in Its Folder");
+  reveal("Show the Source in Its Folder");
+  EXPECT_EQ(revealed, (std::vector<std::string>{movie("A.mov"), folder.file("A.MTS")}));
+}
+
+TEST_F(WindowFixture, ARefusedDestinationLeadsToTheChoiceOfAnother) {
+  ASSERT_TRUE(makeInterlacedClip(folder.file("A.MTS")));
+  analyse({folder.file("A.MTS")});
+  ASSERT_TRUE(writeFileAtomically(folder.file("file"), "no folder"));
+  app.interface.destination.setText(folder.file("file"));
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_NE(dialog(), nullptr);
+  press(dialog(), "Choose…");
+  EXPECT_TRUE(until([this] { return isFolderWanted; }));
+  EXPECT_TRUE(startButton()->isEnabled());
+}
+
+TEST_F(WindowFixture, EverythingCanBeReachedWithTheTabKey) {
+  app.interface.batchDrawer.setShown(true);
+  window.activateWindow();
+  std::set<QWidget*> reached;
+  QWidget* focus = window.findChild<QWidget*>("dropView");
+  focus->setFocus();
+  for (int step = 0; step < 40; ++step) {
+    reached.insert(window.focusWidget());
+    QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+  }
+  for (const char* name : {"dropView", "sizeOut", "surround", "destination", "batch"})
+    EXPECT_TRUE(reached.contains(window.findChild<QWidget*>(name))) << name;
+  for (QWidget* each : reached)
+    EXPECT_TRUE(!each->accessibleName().isEmpty() || each->property("text").isValid() ||
+                qobject_cast<QComboBox*>(each))
+        << each->objectName().toStdString();
+}
+
 // Texts that were not translated or do not fit, in every language.
 TEST(WindowTexts, AreTranslatedAndNotCutOff) {
   for (const char* language : {"en", "de", "fr", "es", "it"}) {
@@ -167,6 +278,9 @@ TEST(WindowTexts, AreTranslatedAndNotCutOff) {
     MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
     app.interface.batchDrawer.setShown(true);
     window.show();
+    window.showPreferences();
+    window.showAssistant();
+    window.showLocalization();
     int seen = 0;
     for (QWidget* widget : window.findChildren<QWidget*>()) {
       QString text;
