@@ -271,6 +271,7 @@ void EncodingDriver::startExport(Dico current) {
   const std::string master = masterPathStr(output);
   current.set(keyMaster, master);
   fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), master, true});
+  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), partialName(output), true});
   storeJob(std::move(current));
   const auto step = encQt(output, duration, preset, displayRatio(job()));
   if (!step) {
@@ -343,8 +344,12 @@ bool EncodingDriver::wroteOutput(const std::string& output) const {
 }
 
 void EncodingDriver::purgeIntermediates(const Dico& current) {
-  for (const char* key : {keyIntermediate, keyMaster}) {
-    const std::string purge = current.textOrEmpty(key);
+  std::vector<std::string> files = {current.textOrEmpty(keyIntermediate),
+                                    current.textOrEmpty(keyMaster)};
+  // The export tool may have been ended without a chance to remove what it had begun.
+  if (!files.back().empty())
+    files.push_back(partialName(current.textOrEmpty(JobKey::dstPathStr)));
+  for (const std::string& purge : files) {
     if (purge.empty() || !pathExists(purge))
       continue;
     debugFormat("purgePathStr        : {}", purge);

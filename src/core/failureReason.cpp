@@ -87,6 +87,9 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
   const std::string words = replaceAll(lastWords(toolOutput), placeholder, fileName(source));
   if (words.empty())
     return localisationString("why_silent");
+  // The export tool is ours and says what happened.
+  if (constexpr std::string_view own = "movtool: "; startsWith(words, own))
+    return words.substr(own.size());
   return localisationString("why_toolSays", "", words);
 }
 

@@ -14,8 +14,9 @@ std::string withoutPath(std::string_view toolOutput, const std::string& path);
 // without the paths of the files.
 bool tellsOfLostOutput(std::string_view toolOutput);
 
-// From what ffmpeg printed, without the source's path, to one sentence in the user's language,
-// without a full stop: a known cause, or else the tool's own last words. Never empty.
+// From what ffmpeg or the export tool printed, without the source's path, to one sentence in the
+// user's language, without a full stop: a known cause, or else the tool's own last words. Never
+// empty.
 std::string failureReason(std::string_view toolOutput, const std::string& source);
 
 }  // namespace tessarin

@@ -29,6 +29,14 @@ void syncFolder(const std::string& folder) {
   ::close(descriptor);
 }
 
+std::string partialName(std::string_view path, int number) {
+  // With everything added, the name must fit into the 255 bytes that file systems take.
+  constexpr std::size_t longest = 230;
+  const std::string name = fileName(path).substr(0, longest);
+  return joinPath(parentFolder(path), number < 2 ? fmt::format(".{}.partial", name)
+                                                 : fmt::format(".{}.partial{}", name, number));
+}
+
 std::string temporaryNameBeside(const std::string& path) {
   std::random_device random;
   return joinPath(parentFolder(path), fmt::format(".Tessarin-{:08x}{:08x}", random(), random()));

@@ -81,6 +81,10 @@ enum class FolderSync { now, later };
 Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
                                   FolderSync folderSync = FolderSync::now);
 
+// The hidden name beside this path under which a file of ours is written that is not complete yet;
+// with a number from 2 on when that is taken. Who ends a tool that writes so removes it.
+std::string partialName(std::string_view path, int number = 1);
+
 // Makes what was renamed, made and removed in this folder survive a power cut. A file system that
 // cannot is left alone.
 void syncFolder(const std::string& folder);

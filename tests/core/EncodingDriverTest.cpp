@@ -27,12 +27,25 @@ class EncodingDriverTest : public CoreFixture {
     ASSERT_EQ(app.table().count(), count);
   }
 
-  // Stands for a tool that writes what it is told to write: replaces ffmpeg for the encoding.
   std::vector<JobEnd::Kind> kinds() const {
     std::vector<JobEnd::Kind> list;
     for (const JobEnd& end : ended)
       list.push_back(end.kind);
     return list;
+  }
+
+  // Resources with this shell script in the place of the export tool; "$7" is the movie.
+  std::string resourcesWithExport(const std::string& script) const {
+    namespace fs = std::filesystem;
+    const std::string own = folder.file("resources");
+    fs::create_directories(own + "/tools");
+    for (const auto& entry : fs::directory_iterator(test::TestBundle::resourcePath()))
+      if (entry.path().filename() != "tools")
+        fs::create_symlink(entry.path(), own + "/" + entry.path().filename().string());
+    fs::create_symlink(test::TestBundle::resourcePath() + "/tools/ffmpeg", own + "/tools/ffmpeg");
+    const std::string tool = folder.write("resources/tools/movtool", "#!/bin/sh\n" + script);
+    fs::permissions(tool, fs::perms::owner_all);
+    return own;
   }
 
   using Kind = JobEnd::Kind;
@@ -150,6 +163,36 @@ TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
   EXPECT_EQ(mark(1), ResultMark::waiting);
   EXPECT_FALSE(pathExists(movie("1.mov")));
   EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
+}
+
+TEST_F(EncodingDriverTest, AnExportThatIsStoppedOrFailsLeavesNothing) {
+  // As the tool does on file systems where a file needs a name.
+  const std::string begins = "touch \"$(dirname \"$7\")/.$(basename \"$7\").partial\"\n";
+  for (const bool isStopped : {true, false}) {
+    SCOPED_TRACE(isStopped);
+    std::filesystem::remove_all(folder.file("resources"));
+    const test::TestBundle own(
+        resourcesWithExport(begins +
+                            (isStopped ? "exec sleep 1000" : "echo movtool: Too bad >&2; exit 1")),
+        "en");
+    if (app.table().count() == 0)
+      clips(1);
+    app.table().setValue(0, BatchKey::out, outAic);
+    app.table().setValue(0, BatchKey::fps, speedKeep);
+    const std::function<void()> stopOnceItWrites = [&] {
+      for (const std::string& path : filesBelow(folder.file("movies/Tessarin")))
+        if (endsWith(path, ".partial"))
+          return app.driver().stop();
+      loop.runAfter(std::chrono::milliseconds(10), stopOnceItWrites);
+    };
+    if (isStopped)
+      stopOnceItWrites();
+    ended.clear();
+    convert();
+    EXPECT_EQ(kinds(), std::vector<Kind>{isStopped ? Kind::stopped : Kind::failed});
+    EXPECT_EQ(ended[0].reason, isStopped ? localisationString("D_action_stop") : "Too bad");
+    EXPECT_TRUE(filesBelow(folder.file("movies/Tessarin")).empty());
+  }
 }
 
 TEST_F(EncodingDriverTest, PauseHoldsTheToolUntilResumed) {

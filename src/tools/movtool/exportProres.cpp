@@ -8,7 +8,7 @@
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/ProgressLines.h"
 #include "tools/quicktime/InterruptGuard.h"
-#include "tools/quicktime/OutputName.h"
+#include "tools/quicktime/PartialFile.h"
 #include "tools/streams/ByteSource.h"
 
 namespace tessarin::movtool {
@@ -36,12 +36,12 @@ void followProgress(int descriptor, ProgressLines& progress) {
 Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
                            const ExportSettings& settings, const SourceFacts& source,
                            const ExportPlan& plan) {
-  Outcome<quicktime::OutputName> name = quicktime::OutputName::reserve(job.output);
-  if (!name)
-    return Failure{name.reason()};
-  const quicktime::InterruptGuard guard(name->temporary());
+  Outcome<quicktime::PartialFile> file = quicktime::PartialFile::create(job.output);
+  if (!file)
+    return Failure{file.reason()};
+  const quicktime::InterruptGuard guard(file->temporaryName());
   Outcome<FfmpegRun> run =
-      FfmpegRun::start(ffmpeg, proresArguments(job.input, name->temporary(), plan, settings));
+      FfmpegRun::start(ffmpeg, proresArguments(job.input, file->pathForChild(), plan, settings));
   if (!run)
     return Failure{run.reason()};
   ProgressLines progress(source.duration);
@@ -50,7 +50,7 @@ Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
   if (!finished)
     return finished;
   progress.end();
-  return name->commit(job.replace);
+  return file->commit(job.replace);
 }
 
 }  // namespace tessarin::movtool

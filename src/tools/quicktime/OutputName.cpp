@@ -8,8 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <random>
-#include <utility>
 
 namespace tessarin::quicktime {
 
@@ -22,18 +20,6 @@ Outcome<std::string> replaceableTarget(const std::string& target) {
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(target.c_str(), nullptr),
                                                          &std::free);
   return real ? std::string(real.get()) : target;
-}
-
-std::string nameBeside(const std::string& target) {
-  static constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-  std::random_device random;
-  std::string ending = ".";
-  for (int i = 0; i < 6; ++i)
-    ending += letters[random() % (sizeof letters - 1)];
-  const std::size_t slash = target.rfind('/');
-  const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-  // The longest name that file systems take is 255 bytes.
-  return target.substr(0, start) + "." + target.substr(start, 240) + ending;
 }
 
 bool giveName(const std::string& temporary, const std::string& target, bool replace) {
@@ -49,42 +35,6 @@ bool giveName(const std::string& temporary, const std::string& target, bool repl
     }
   }
   return ::rename(temporary.c_str(), target.c_str()) == 0;
-}
-
-OutputName::OutputName(std::string target, std::string temporary)
-    : target_(std::move(target)), temporary_(std::move(temporary)) {}
-
-OutputName::OutputName(OutputName&& other) noexcept
-    : target_(std::move(other.target_)), temporary_(std::exchange(other.temporary_, {})) {}
-
-OutputName::~OutputName() {
-  if (!temporary_.empty())
-    ::unlink(temporary_.c_str());
-}
-
-Outcome<OutputName> OutputName::reserve(const std::string& target) {
-  const Outcome<std::string> real = replaceableTarget(target);
-  if (!real)
-    return Failure{real.reason()};
-  int descriptor = -1;
-  std::string name;
-  for (int tries = 0; descriptor < 0 && tries < 10; ++tries) {
-    name = nameBeside(real.value());
-    descriptor = ::open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-    if (descriptor < 0 && errno != EEXIST)
-      break;
-  }
-  if (descriptor < 0)
-    return Failure{target + " cannot be written: " + systemReason(errno)};
-  ::close(descriptor);
-  return OutputName(real.value(), name);
-}
-
-Outcome<bool> OutputName::commit(bool replace) {
-  if (!giveName(temporary_, target_, replace))
-    return Failure{target_ + " cannot be made: " + systemReason(errno)};
-  temporary_.clear();
-  return true;
 }
 
 }  // namespace tessarin::quicktime

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tools/quicktime/OutputName.h"
+#include "utils/files.h"
 
 namespace tessarin::quicktime {
 
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::size_t bufferSize = 1U << 20;
 constexpr mode_t usualMode = 0666;  // less what the user's mask takes
+constexpr int mostNames = 10;       // that others may have taken
 
 std::string folderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
@@ -34,8 +36,8 @@ Outcome<PartialFile> PartialFile::create(const std::string& target) {
   file.descriptor_ =
       ::open(folderOf(file.target_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, usualMode);
   // Not every file system knows files without a name.
-  for (int tries = 0; file.descriptor_ < 0 && tries < 10; ++tries) {
-    file.temporaryName_ = nameBeside(file.target_);
+  for (int number = 1; file.descriptor_ < 0 && number <= mostNames; ++number) {
+    file.temporaryName_ = partialName(file.target_, number);
     file.descriptor_ =
         ::open(file.temporaryName_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, usualMode);
     if (file.descriptor_ < 0 && errno != EEXIST)
@@ -133,11 +135,17 @@ bool PartialFile::overwrite(std::uint64_t position, std::span<const std::uint8_t
   return true;
 }
 
+std::string PartialFile::pathForChild() const {
+  if (!temporaryName_.empty())
+    return temporaryName_;
+  return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(descriptor_);
+}
+
 // Links a file that has no name yet.
 bool PartialFile::giveTemporaryName() {
   const std::string own = "/proc/self/fd/" + std::to_string(descriptor_);
-  for (int tries = 0; temporaryName_.empty() && tries < 10; ++tries) {
-    const std::string name = nameBeside(target_);
+  for (int number = 1; temporaryName_.empty() && number <= mostNames; ++number) {
+    const std::string name = partialName(target_, number);
     if (::linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0)
       temporaryName_ = name;
     else if (errno != EEXIST)

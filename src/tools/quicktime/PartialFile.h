@@ -11,8 +11,7 @@
 namespace tessarin::quicktime {
 
 // Written without a name where the file system can do that, so that even a kill leaves nothing
-// behind; else under a name of its own beside the target, ".NAME.XXXXXX". Gone on destruction
-// unless it was committed.
+// behind; else under its partialName(). Gone on destruction unless it was committed.
 class PartialFile {
  public:
   // Nothing is made under `target` yet; its folder has to be there.
@@ -35,6 +34,9 @@ class PartialFile {
   // without it an existing file is a failure. The disk is not waited for: a movie of an hour would
   // take minutes more.
   Outcome<bool> commit(bool replace);
+
+  // Under which a child of ours can open it to write it instead of us.
+  std::string pathForChild() const;
 
   // The name beside the target, "" when there is none; for a handler that ends the program.
   const std::string& temporaryName() const { return temporaryName_; }
