@@ -197,9 +197,9 @@ void WindowProgram::watchBatch() {
   recorder_.failed.connect([this](const std::string& reason) {
     alerts_.show({localisationString("D_recover_failed", "", reason), ""});
   });
-  // Who looks at the window sees it there.
+  // Who looks at one of our windows sees it there.
   app_.driver().batchEnded.connect([this] {
-    if (!isLeaving_ && !window_->isActiveWindow())
+    if (!isLeaving_ && QApplication::applicationState() != Qt::ApplicationActive)
       notifyDesktop(localisationString("D_fin_GUI"), summaryText(countRows(app_.table())));
   });
 }

@@ -3,7 +3,8 @@
 //
 //   makeScreenshots FOLDER LANGUAGE-SCHEME...    writes FOLDER/LANGUAGE-SCHEME-STATE.png
 //
-// SCHEME: light, dark or hud.
+// SCHEME: light, dark or hud. The first of them gets pictures of all states, the others of those
+// that show the most.
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
@@ -73,39 +74,32 @@ class Screenshots {
     alerts_.setWindow(window_.get());
   }
 
-  void makeAll() {
+  void make(bool allStates) {
     window_->show();
     settle();
     take("empty", *window_);
     app_.draggedFiles(paths_);
     until([this] { return !app_.interface.analysisCaptionStr.text().empty(); });
-    take("analysis", *window_);
+    if (allStates)
+      take("analysis", *window_);
     until([this] { return app_.queue().isOpenPermitted(); });
     settle();
     take("batch", *window_);
-    takeSizes();
+    if (allStates)
+      takeSizes();
     app_.iba_batchGoBt();
     until([this] { return app_.interface.encoding.bar.value() > 4; });
     take("converting", *window_);
-    app_.iba_menuQuit([] {});
-    settle();
-    takeDialog("quit");
-    stopAlerts();
+    if (allStates)
+      takeQuestion();
     app_.driver().stop();
     until([this] { return !app_.driver().isBatchRunning(); });
     window_->showPreferences();
     settle();
     takeDialog("preferences");
-    window_->showAssistant();
-    settle();
-    takeDialog("assistant");
-    nextPage();
-    takeDialog("assistant2");
-    nextPage();
-    takeDialog("assistant3");
-    nextPage();
-    takeDialog("assistant4");
-    closeDialog();
+    if (!allStates)
+      return;
+    takeAssistant();
     window_->showLocalization();
     settle();
     takeDialog("localization");
@@ -134,15 +128,6 @@ class Screenshots {
     else
       std::fprintf(stderr, "no dialog: %s\n", state.c_str());
   }
-  void closeDialog() {
-    if (QWidget* shown = dialog())
-      shown->close();
-    settle();
-  }
-  void nextPage() {
-    QTest::mouseClick(window_->findChild<QPushButton*>("assistantNext"), Qt::LeftButton);
-    settle();
-  }
   void takeSizes() {
     auto* table = window_->findChild<BatchView*>("batch");
     table->setFocus();
@@ -156,9 +141,25 @@ class Screenshots {
     table->clearSelection();
     table->setCurrentIndex({});
   }
-  void stopAlerts() {
+  void takeQuestion() {
+    app_.iba_menuQuit([] {});
+    settle();
+    takeDialog("quit");
     for (QMessageBox* box : window_->findChildren<QMessageBox*>())
       box->close();
+    settle();
+  }
+  void takeAssistant() {
+    window_->showAssistant();
+    settle();
+    takeDialog("assistant-1");
+    for (const char* page : {"2", "3", "4"}) {
+      QTest::mouseClick(window_->findChild<QPushButton*>("assistantNext"), Qt::LeftButton);
+      settle();
+      takeDialog(std::string("assistant-") + page);
+    }
+    if (QWidget* shown = dialog())
+      shown->close();
     settle();
   }
 
@@ -194,7 +195,8 @@ int main(int count, char** arguments) {
     const std::string kind = arguments[each];
     const std::string language(textUpTo(kind, "-"));
     const std::string scheme(textAfter(kind, "-").value_or(""));
-    Screenshots(paths, std::string(arguments[1]) + "/" + kind + "-", language, scheme).makeAll();
+    Screenshots(paths, std::string(arguments[1]) + "/" + kind + "-", language, scheme)
+        .make(each == 2);
   }
   return 0;
 }
