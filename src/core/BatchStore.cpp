@@ -236,7 +236,7 @@ BatchPart BatchStore::waiting() const {
 
 std::string BatchStore::putRowAside(std::int64_t number) {
   const std::string folder = joinPath(parentFolder(parentFolder(folder_)), "damaged");
-  const std::string aside =
+  std::string aside =
       joinPath(folder, fmt::format("{}-row-{}{}", fileName(folder_), number, ending));
   if (!mkdir(folder) || !moveFile(rowPath(number), aside, ""))
     return "";
