@@ -64,12 +64,17 @@ QWidget* BatchDrawer::newRunBar() {
 
 // What the batch has come to, or how far the one that runs is.
 QWidget* BatchDrawer::newCourse() {
+  // In a page of its own: a bound label shows itself, whichever page is in front.
+  auto* atRest = new QWidget;
+  auto* row = new QHBoxLayout(atRest);
+  row->setContentsMargins(0, 0, 0, 0);
   auto* summary = newNarrowLabel();
   summary->setObjectName("summary");
   bindTo(summary, app_.interface.batchSummary);
+  row->addWidget(summary);
   auto* course = new QStackedWidget;
   course->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-  course->addWidget(summary);
+  course->addWidget(atRest);
   course->addWidget(newProgress());
   const auto show = [this, held = QPointer<QStackedWidget>(course)] {
     if (held)

@@ -98,6 +98,10 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   ASSERT_TRUE(until([this] { return stopSegmentButton(0)->isVisible(); }));
   EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
   EXPECT_EQ(mark(0), ResultMark::current);
+  // One of them at a time, whatever changes.
+  app.interface.batchSummary.setText("something");
+  EXPECT_TRUE(window.findChild<QLabel*>("action")->isVisible());
+  EXPECT_FALSE(window.findChild<QLabel*>("summary")->isVisible());
 
   // What is being converted is not changed under the converter's hands.
   EXPECT_FALSE(chooseSize(app.table(), 0, firstConcreteRow));
