@@ -83,7 +83,7 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       recorder_(app_, services_, batchesFolder()),
       recovery_(app_, recorder_, alerts_),
       updates_(loop, [this] { return updateSettings(preferences_); }),
-      updateInterface_(updates_, revealInFileBrowser) {
+      updateInterface_(updates_, preferences_, revealInFileBrowser) {
   setUserAlerts(&alerts_);
   updates_.newsFound.connect([this] { UpdateWindow::open(updateInterface_, window_.get()); });
 }

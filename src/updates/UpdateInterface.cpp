@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "classShared/TextAdditions.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -68,8 +69,10 @@ std::string goTitleOf(const Updates& updates) {
 
 }  // namespace
 
-UpdateInterface::UpdateInterface(Updates& updates, std::function<void(const std::string&)> reveal)
-    : updates_(updates), reveal_(std::move(reveal)) {
+UpdateInterface::UpdateInterface(Updates& updates, PreferenceStore& preferences,
+                                 std::function<void(const std::string&)> reveal)
+    : updates_(updates), preferences_(preferences), reveal_(std::move(reveal)) {
+  address.setText(updates_.address());
   bar.setMaximum(1);
   updates_.changed.connect([this] { show(); });
   show();
@@ -92,12 +95,21 @@ void UpdateInterface::iba_updateStop() {
   updates_.cancel();
 }
 
+void UpdateInterface::iba_updateAddress() {
+  const std::string_view text = trimmed(address.text());
+  if (text.empty())
+    preferences_.prefRemove(updateAddressKey);
+  else
+    preferences_.prefWrite(updateAddressKey, std::string(text));
+}
+
 void UpdateInterface::show() {
   const UpdateState state = updates_.state();
   const bool isBusy = state == UpdateState::asking || state == UpdateState::downloading ||
                       state == UpdateState::unpacking;
   headline.setText(headlineOf(updates_));
   details.setText(detailsOf(updates_));
+  address.setEnabled(!isBusy);
   bar.setHidden(!isBusy);
   bar.setIndeterminate(state == UpdateState::asking);
   bar.setValue(updates_.progress());

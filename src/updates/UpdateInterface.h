@@ -11,14 +11,16 @@ namespace tessarin {
 
 class UpdateInterface {
  public:
-  // The updates are borrowed and outlive the object; it stays as long as their loop runs. `reveal`
+  // Both are borrowed and outlive the object; it stays as long as the updates' loop runs. `reveal`
   // shows a folder in the file browser.
-  UpdateInterface(Updates& updates, std::function<void(const std::string&)> reveal);
+  UpdateInterface(Updates& updates, PreferenceStore& preferences,
+                  std::function<void(const std::string&)> reveal);
   UpdateInterface(const UpdateInterface&) = delete;
   UpdateInterface& operator=(const UpdateInterface&) = delete;
 
   TextField headline;  // what is the case
   TextField details;   // what is new, or where something lies
+  TextField address;   // of the version file, for the user to change
   ProgressBar bar;     // hidden unless something goes on
   Button go;           // the next step: look, download or show
   TextField goTitle;   // what `go` is called now
@@ -26,11 +28,14 @@ class UpdateInterface {
 
   void iba_updateGo();
   void iba_updateStop();
+  // Keeps the address; an empty one leaves it to Info.plist.
+  void iba_updateAddress();
 
  private:
   void show();
 
   Updates& updates_;
+  PreferenceStore& preferences_;
   std::function<void(const std::string&)> reveal_;
 };
 

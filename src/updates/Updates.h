@@ -72,6 +72,9 @@ class Updates {
   // Back to before the look-up or the download; what was fetched so far is removed.
   void cancel();
 
+  // The address that the next look-up asks, "" for none.
+  std::string address() const { return settings_().address; }
+
   UpdateState state() const { return state_; }
   const UpdateSettings& settings() const { return current_; }
   const Release& release() const { return release_; }

@@ -1,5 +1,6 @@
 #include "views/UpdateWindow.h"
 
+#include <QFormLayout>
 #include <QHBoxLayout>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -64,6 +65,12 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent) : QDialo
   bindTo(headline, interface.headline);
   headline->setObjectName("updateHeadline");
   QPlainTextEdit* details = newDetails(interface.details);
+  auto* address = new QLineEdit;
+  address->setObjectName("updateAddress");
+  address->setPlaceholderText("https://");
+  bindTo(address, interface.address, [&interface] { interface.iba_updateAddress(); });
+  auto* form = new QFormLayout;
+  form->addRow("@@updateAddress", address);
   auto* bar = new QProgressBar;
   bar->setTextVisible(false);
   bar->setAccessibleName("@@updateProgress");
@@ -93,6 +100,7 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent) : QDialo
 
   column->addWidget(headline);
   column->addWidget(details, 1);
+  column->addLayout(form);
   column->addWidget(bar);
   column->addLayout(buttons);
   localizeWindow(this);

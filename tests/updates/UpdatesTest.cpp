@@ -97,8 +97,10 @@ class UpdateWay : public testing::Test {
   UpdateSettings settings;
   std::vector<std::string> revealed;
   Updates updates{loop, [this] { return settings; }};
+  MemoryUserDomain domain;
+  PreferenceStore preferences{domain};
   UpdateInterface interface {
-    updates, [this](const std::string& path) { revealed.push_back(path); }
+    updates, preferences, [this](const std::string& path) { revealed.push_back(path); }
   };
 };
 
@@ -152,8 +154,6 @@ TEST_F(UpdateWay, AsksNothingWithoutAnAddress) {
 }
 
 TEST_F(UpdateWay, IsSilentAtTheStart) {
-  MemoryUserDomain domain;
-  PreferenceStore preferences(domain);
   int news = 0;
   updates.newsFound.connect([&] { ++news; });
 
@@ -185,8 +185,6 @@ TEST_F(UpdateWay, IsSilentAtTheStart) {
 }
 
 TEST_F(UpdateWay, SettingsComeFromPreferencesAndInfo) {
-  MemoryUserDomain domain;
-  PreferenceStore preferences(domain);
   const test::ScopedEnvironment data("XDG_DATA_HOME", "/data");
   const UpdateSettings plain = updateSettings(preferences);
   EXPECT_EQ(plain.address, "") << "a build of its own asks nobody";
@@ -194,6 +192,16 @@ TEST_F(UpdateWay, SettingsComeFromPreferencesAndInfo) {
   EXPECT_EQ(plain.folder, "/data/Tessarin/updates");
   preferences.prefWrite(updateAddressKey, " https://example.org/v.json ");
   EXPECT_EQ(updateSettings(preferences).address, "https://example.org/v.json");
+
+  // The user changes it, and takes it back.
+  UpdateInterface later(updates, preferences, {});
+  EXPECT_EQ(later.address.text(), settings.address);
+  later.address.setText(" http://localhost/v.json ");
+  later.iba_updateAddress();
+  EXPECT_EQ(updateSettings(preferences).address, "http://localhost/v.json");
+  later.address.setText(" ");
+  later.iba_updateAddress();
+  EXPECT_EQ(preferences.prefRead(updateAddressKey), nullptr);
 }
 
 TEST_F(UpdateWay, TellsWhyAskingFailed) {

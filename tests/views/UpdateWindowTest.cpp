@@ -5,11 +5,13 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
 
+#include "platform/UserDomain.h"
 #include "support/HttpServer.h"
 #include "support/LogCapture.h"
 #include "support/LoopUntil.h"
@@ -29,6 +31,7 @@ using testing::HasSubstr;
 
 class UpdateWindowTest : public testing::Test {
  protected:
+  UpdateWindowTest() { preferences.prefWrite(updateAddressKey, server.address("/v.json")); }
   ~UpdateWindowTest() override {
     if (QDialog* one = window())
       delete one;
@@ -69,20 +72,26 @@ class UpdateWindowTest : public testing::Test {
   QtRunLoop loop;
   test::HttpServer server{loop};
   std::string revealed;
+  MemoryUserDomain domain;
+  PreferenceStore preferences{domain};
   Updates updates{loop, [this] {
-                    return UpdateSettings{.address = server.address("/v.json"),
+                    return UpdateSettings{.address = preferences.prefReadString(updateAddressKey),
                                           .currentVersion = "1.0",
                                           .language = "en",
                                           .folder = folder.file("updates")};
                   }};
   UpdateInterface interface {
-    updates, [this](const std::string& path) { revealed = path; }
+    updates, preferences, [this](const std::string& path) { revealed = path; }
   };
 };
 
 TEST_F(UpdateWindowTest, LeadsFromTheQuestionToTheFolder) {
   offer("1.1");
+  preferences.prefRemove(updateAddressKey);
   UpdateWindow::open(interface, nullptr);
+  auto* address = find<QLineEdit>("updateAddress");
+  address->clear();
+  QTest::keyClicks(address, QString::fromStdString(server.address("/v.json")));
   EXPECT_TRUE(find<QProgressBar>("updateBar")->isHidden());
   EXPECT_TRUE(find<QPushButton>("updateStop")->isHidden());
   QTest::keyClick(window(), Qt::Key_Return);  // the default button
