@@ -329,6 +329,36 @@ TEST(Movtool, SaysInOneLineWhatIsWrongAndLeavesNothing) {
   }
 }
 
+// ffmpeg 5.1 ends with status 0 when only the movie's header finds no room any more.
+TEST(Movtool, TakesNoMovieForWholeThatCouldNotBeFinished) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip =
+      makeClip(folder, "clip.mov", "-f lavfi -i testsrc2=s=320x240:r=25:d=0.4 " + unflagged);
+  Settings settings;
+  settings.codec = "prores";
+  const std::string arguments = " -s " + test::quoted(settings.write(folder)) + " -i " +
+                                test::quoted(clip) + " -o " + test::quoted(folder.file("out.mov")) +
+                                " >/dev/null";
+  ASSERT_EQ(runShell(movtool + arguments).status, 0);
+  const auto size = std::filesystem::file_size(folder.file("out.mov"));
+  std::filesystem::remove(folder.file("out.mov"));
+  for (const int missing : {1, 400, 2000}) {
+    SCOPED_TRACE(missing);
+    const std::string limited = folder.write(
+        "bin/ffmpeg", fmt::format("#!/bin/sh\ncase \" $* \" in *' prores '*) trap '' XFSZ; exec "
+                                  "prlimit --fsize={} /usr/bin/ffmpeg \"$@\" ;; esac\n"
+                                  "exec /usr/bin/ffmpeg \"$@\"\n",
+                                  size - missing));
+    std::filesystem::permissions(limited, std::filesystem::perms::owner_all);
+    const ShellResult result =
+        runShell("PATH=" + test::quoted(folder.file("bin")) + ":$PATH " + movtool + arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, testing::AllOf(StartsWith("movtool: "), HasSubstr("out.mov")));
+    std::filesystem::remove_all(folder.file("bin"));
+    EXPECT_THAT(leftOvers(folder), testing::IsEmpty());
+  }
+}
+
 TEST(Movtool, ReplacesOnlyWhenAsked) {
   const ScopedTemporaryFolder folder;
   const std::string clip =

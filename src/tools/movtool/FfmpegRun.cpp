@@ -36,16 +36,6 @@ void readAll(int descriptor, std::string& text, std::size_t most) {
   }
 }
 
-// The last line that says what went wrong rather than that something did.
-std::string lastWords(const std::string& report) {
-  std::string_view words;
-  for (const std::string_view line : splitLines(report)) {
-    if (!trimmed(line).empty() && line != "Conversion failed!")
-      words = trimmed(line);
-  }
-  return std::string(words);
-}
-
 }  // namespace
 
 Outcome<std::string> ffmpegProgram() {
@@ -105,6 +95,16 @@ std::string FfmpegRun::readOutput() {
   return text;
 }
 
+std::string FfmpegRun::lastWords() const {
+  std::string_view words;
+  for (const std::string_view line : splitLines(report())) {
+    // That something went wrong is known.
+    if (!trimmed(line).empty() && line != "Conversion failed!")
+      words = trimmed(line);
+  }
+  return std::string(words);
+}
+
 Outcome<bool> FfmpegRun::finish() {
   // Should it still want to write, it must not wait for a reader.
   output_.close();
@@ -113,7 +113,7 @@ Outcome<bool> FfmpegRun::finish() {
   const ExitStatus status = child_.wait();
   if (status.number() == 0)
     return true;
-  const std::string words = lastWords(errors_->text);
+  const std::string words = lastWords();
   return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.number())
                                : words};
 }

@@ -33,6 +33,8 @@ class FfmpegRun {
   Outcome<bool> finish();
   // What it wrote on standard error; after finish().
   const std::string& report() const { return errors_->text; }
+  // Its last line that says something; after finish().
+  std::string lastWords() const;
 
  private:
   // Standard error, read in a thread so that ffmpeg never waits.

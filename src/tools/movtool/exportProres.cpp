@@ -1,6 +1,6 @@
 #include "tools/movtool/exportProres.h"
 
-#include <unistd.h>
+#include <fmt/format.h>
 
 #include <string_view>
 
@@ -9,6 +9,7 @@
 #include "tools/movtool/ProgressLines.h"
 #include "tools/quicktime/InterruptGuard.h"
 #include "tools/quicktime/PartialFile.h"
+#include "tools/quicktime/wholeMovie.h"
 #include "tools/streams/ByteSource.h"
 
 namespace tessarin::movtool {
@@ -46,9 +47,18 @@ Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
     return Failure{run.reason()};
   ProgressLines progress(source.duration);
   followProgress(run->output(), progress);
-  Outcome<bool> finished = run->finish();
+  // ffmpeg knows the file by another name.
+  const auto inOwnWords = [&](const std::string& words) {
+    return replaceAll(words, file->pathForChild(), job.output);
+  };
+  const Outcome<bool> finished = run->finish();
   if (!finished)
-    return finished;
+    return Failure{inOwnWords(finished.reason())};
+  // Up to version 5 it counts a run as good when the disk fills up while it writes the header.
+  if (const Outcome<bool> whole = quicktime::checkWholeMovie(file->descriptor()); !whole)
+    return Failure{run->lastWords().empty()
+                       ? fmt::format("{} is not whole: {}", job.output, whole.reason())
+                       : inOwnWords(run->lastWords())};
   progress.end();
   return file->commit(job.replace);
 }

@@ -34,12 +34,12 @@ Outcome<PartialFile> PartialFile::create(const std::string& target) {
   PartialFile file;
   file.target_ = real.value();
   file.descriptor_ =
-      ::open(folderOf(file.target_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, usualMode);
+      ::open(folderOf(file.target_).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, usualMode);
   // Not every file system knows files without a name.
   for (int number = 1; file.descriptor_ < 0 && number <= mostNames; ++number) {
     file.temporaryName_ = partialName(file.target_, number);
     file.descriptor_ =
-        ::open(file.temporaryName_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, usualMode);
+        ::open(file.temporaryName_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, usualMode);
     if (file.descriptor_ < 0 && errno != EEXIST)
       break;
   }

@@ -37,6 +37,8 @@ class PartialFile {
 
   // Under which a child of ours can open it to write it instead of us.
   std::string pathForChild() const;
+  // Of this object; to read what a child has written.
+  int descriptor() const { return descriptor_; }
 
   // The name beside the target, "" when there is none; for a handler that ends the program.
   const std::string& temporaryName() const { return temporaryName_; }
