@@ -275,7 +275,9 @@ void EncodingDriver::startExport(Dico current) {
   storeJob(std::move(current));
   const auto step = encQt(output, duration, preset, displayRatio(job()));
   if (!step) {
-    fail(localisationString("why_noRoomForExport"));
+    // The copy is still there when it could not be moved.
+    fail(pathExists(output) ? localisationString("why_destination", "", parentFolder(output))
+                            : localisationString("why_noRoomForExport"));
     return;
   }
   if (verboseLevel(1))

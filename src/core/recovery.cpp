@@ -32,6 +32,9 @@ bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
       isSettled = false;
       continue;
     }
+    // What a killed export leaves where files need a name.
+    if (!file.isIntermediate && pathExists(partialName(file.path)))
+      isSettled = removeFile(partialName(file.path)) && isSettled;
     if (!pathExists(file.path) || fileState(file.path) == file.before)
       continue;
     if (file.isIntermediate) {

@@ -236,10 +236,12 @@ TEST_F(InterruptedJobTest, APartialMovieIsPutAsideAndItsRowWaits) {
   interrupt(ResultMark::current);
   folder.write("Tessarin/1.mov", "partial");
   folder.write("Tessarin/1_MASTER.mov", "intermediate");
+  folder.write("Tessarin/.1.mov.partial", "of a killed export");
   InterruptedBatches found = findInterruptedBatches(parent);
   EXPECT_EQ(markAfter(found), ResultMark::waiting);
   EXPECT_FALSE(pathExists(output));
   EXPECT_FALSE(pathExists(master));
+  EXPECT_FALSE(pathExists(folder.file("Tessarin/.1.mov.partial")));
   EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "of an earlier time");
   EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "partial");
   ASSERT_EQ(found.putAside.size(), 1u);
