@@ -62,6 +62,7 @@ void listLanguages(PopUpButton& popup, const PreferenceStore& preferences) {
 
 void changeLanguage(const std::string& code, BatchTable& table) {
   std::vector<Dico> rows;
+  rows.reserve(static_cast<std::size_t>(table.count()));
   for (int row = 0; row < table.count(); ++row)
     rows.push_back(rowWithKeys(table.row(row)));
   useLanguage(code);
