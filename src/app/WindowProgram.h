@@ -7,6 +7,7 @@
 
 #include "core/RecoveryOffer.h"
 #include "core/RefusedSources.h"
+#include "core/RemainingTime.h"
 #include "core/appDelegate.h"
 #include "core/batchSummary.h"
 #include "platform/Signals.h"
@@ -54,6 +55,7 @@ class WindowProgram {
   appDelegate app_;
   RefusedSources refused_;
   BatchSummary summary_;
+  RemainingTime remaining_;
   BatchRecorder recorder_;
   RecoveryOffer recovery_;
   Updates updates_;

@@ -10,6 +10,7 @@ struct TaskControls {
   ProgressBar bar;
   BusyWheel wheel;
   TextField percent;
+  TextField left;    // how long it will still take, "" while that is not known
   TextField action;  // what is being done, in the user's language
   SegmentedControl stopBt;
 };

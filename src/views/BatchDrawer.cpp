@@ -99,14 +99,18 @@ QWidget* BatchDrawer::newProgress() {
   percent->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   percent->setMinimumWidth(percent->fontMetrics().horizontalAdvance("100 %"));
   bindTo(percent, encoding.percent);
+  auto* left = new QLabel;
+  left->setObjectName("left");
+  bindTo(left, encoding.left);
   auto* progress = new QProgressBar;
   progress->setObjectName("progress");
   progress->setTextVisible(false);
   progress->setAccessibleName("@@progress");
   bindTo(progress, encoding.bar);
   grid->addWidget(action, 0, 0);
-  grid->addWidget(percent, 0, 1);
-  grid->addWidget(progress, 1, 0, 1, 2);
+  grid->addWidget(left, 0, 1);
+  grid->addWidget(percent, 0, 2);
+  grid->addWidget(progress, 1, 0, 1, 3);
   grid->setColumnStretch(0, 1);
   return whole;
 }

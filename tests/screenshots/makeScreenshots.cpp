@@ -18,7 +18,7 @@
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/RefusedSources.h"
+#include "core/RemainingTime.h"
 #include "core/batchSummary.h"
 #include "core/language.h"
 #include "prefs/utilsAlert.h"
@@ -88,7 +88,7 @@ class Screenshots {
     if (allStates)
       takeSizes();
     app_.iba_batchGoBt();
-    until([this] { return app_.interface.encoding.bar.value() > 4; });
+    until([this] { return !app_.interface.encoding.left.text().empty(); });
     take("converting", *window_);
     if (allStates)
       takeQuestion();
@@ -172,6 +172,7 @@ class Screenshots {
   PreferenceStore preferences_{domain_};
   appDelegate app_{{loop_, preferences_, alerts_, {}}};
   BatchSummary summary_{app_.table(), app_.interface.batchSummary, loop_};
+  RemainingTime remaining_{app_.interface.encoding};
   std::unique_ptr<MainWindow> window_;
 };
 
