@@ -39,6 +39,13 @@ ffmpeg -nostdin -v error \
 [ -s "$folder/Tessarin/clip.mov" ] || fail "no movie"
 if [ -x /usr/bin/tessarin-gui ]; then
   ldd /usr/bin/tessarin-gui | { ! grep 'not found'; } || fail "libraries of the window are missing"
+  # It runs until it is asked to leave.
+  status=0
+  env -u XDG_CONFIG_HOME -u XDG_STATE_HOME XDG_RUNTIME_DIR="$folder" QT_QPA_PLATFORM=offscreen \
+    timeout 5 /usr/bin/tessarin-gui >"$folder/log" 2>&1 || status=$?
+  [ "$status" -eq 124 ] || fail "the window ends with the status $status: $(cat "$folder/log")"
+  grep -q 'awakeFromNib        - end' "$HOME/Library/Logs/Tessarin/Details.log" ||
+    fail "the window did not open"
   desktop-file-validate /usr/share/applications/org.tessarin.Tessarin.desktop
   appstreamcli validate --no-net /usr/share/metainfo/org.tessarin.Tessarin.metainfo.xml
 fi
