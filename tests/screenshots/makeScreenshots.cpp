@@ -89,6 +89,7 @@ class Screenshots {
       takeSizes();
     app_.iba_batchGoBt();
     until([this] { return !app_.interface.encoding.left.text().empty(); });
+    settle();
     take("converting", *window_);
     if (allStates)
       takeQuestion();
