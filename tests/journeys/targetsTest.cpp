@@ -439,6 +439,49 @@ TEST_P(WovenTargets, PicturesBecomeFields) {
   convertAndCheck("aic", "full", "1080i50", "1920x1080i25");
 }
 
+class SoundOffset : public test::Journey {
+ protected:
+  // A clip with a flash and a beep at 0.4 s whose sound begins earlier or later than its pictures.
+  std::string clip(const std::string& name, double offset, bool isWoven) const {
+    const std::string weave = isWoven ? ",tinterlace=interleave_top,setfield=tff" : "";
+    const int flash = isWoven ? 20 : 10;
+    EXPECT_TRUE(test::makeClip(
+        fmt::format(
+            "-f lavfi -i \"testsrc2=s={}:r={}:d=1,drawbox=color=white:thickness=fill:"
+            "enable='between(n,{},{})',setdar=16/9,format=yuv420p{}\" -itsoffset {} -f lavfi "
+            "-i \"sine=1000:r=48000:d=1,asetnsamples=48,"
+            "volume='between(t,{},{})':eval=frame\" {} -c:a ac3 -ac 2 -f mpegts",
+            isWoven ? "720x576" : "1280x720", isWoven ? 50 : 25, flash, flash + (isWoven ? 3 : 1),
+            weave, offset, 0.4 - offset, 0.48 - offset,
+            isWoven ? "-c:v mpeg2video -q:v 2 -flags +ildct+ilme -top 1"
+                    : "-c:v libx264 -preset superfast -bf 2"),
+        folder.file(name)));
+    return folder.file(name);
+  }
+};
+
+TEST_F(SoundOffset, StaysInStepInEveryTarget) {
+  const std::vector<std::string> clips = {
+      clip("early.mts", -0.2, false), clip("late.mts", 0.2, false),
+      clip("earlyFields.mts", -0.2, true), clip("lateFields.mts", 0.2, true)};
+  for (const std::string target : {"quicktime", "prores", "aic"}) {
+    for (const std::string& clip : clips) {
+      SCOPED_TRACE(target + " " + fileName(clip));
+      const bool isRefused = target == "quicktime" && contains(clip, "Fields");
+      const std::string place = folder.file(target + fileName(clip));
+      const Result result = tessarin({"--size", "same", "--format", target, "-d", place, clip});
+      EXPECT_EQ(result.status, isRefused ? 1 : 0) << result.err;
+      for (const std::string& path : filesBelow(place)) {
+        if (!endsWith(path, ".mov"))
+          continue;
+        const Measured movie = test::measured(path, clip, {"scale=720:576", "scale=720:576"});
+        EXPECT_GE(movie.flash, 0.36);
+        EXPECT_NEAR(movie.beep, movie.flash, 0.04);
+      }
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Journey, Targets, testing::ValuesIn(sources),
                          [](const auto& each) { return each.param.name; });
 INSTANTIATE_TEST_SUITE_P(Journey, WovenTargets,
