@@ -350,8 +350,8 @@ TEST(Movtool, TakesNoMovieForWholeThatCouldNotBeFinished) {
                                   "exec /usr/bin/ffmpeg \"$@\"\n",
                                   size - missing));
     std::filesystem::permissions(limited, std::filesystem::perms::owner_all);
-    const ShellResult result =
-        runShell("PATH=" + test::quoted(folder.file("bin")) + ":$PATH " + movtool + arguments);
+    const ShellResult result = runShell(
+        fmt::format("PATH={}:$PATH {}{}", test::quoted(folder.file("bin")), movtool, arguments));
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, testing::AllOf(StartsWith("movtool: "), HasSubstr("out.mov")));
     std::filesystem::remove_all(folder.file("bin"));

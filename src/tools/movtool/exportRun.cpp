@@ -56,8 +56,8 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const std::string& input) 
   return sourceFacts(header.value(), run->report());
 }
 
-// Codecs without field flags, such as the intermediate MPEG-4 of our own, may hold fields all the
-// same. Where that matters the pictures themselves are asked.
+// Codecs without field flags may hold fields all the same. Where that matters the pictures
+// themselves are asked.
 Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const std::string& input) {
   Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, fieldProbeArguments(input));
   if (!run)
