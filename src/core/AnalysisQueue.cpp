@@ -226,6 +226,8 @@ void AnalysisQueue::takeNextSource() {
   logFormat("analysis new file   : {}", next);
   logFormat("srcsMDico           ? new current src: '{}' (remaining={}, next: '{}')", next,
             waiting_.size(), waiting_.empty() ? "none/end" : waiting_.paths().front());
+  if (verboseLevel(2))
+    debugFormat("reliquat = {}", waiting_.size());
   store.prefWrite(StateKey::analysed, next);
 }
 
@@ -313,6 +315,7 @@ void AnalysisQueue::stepFfmpegParse() {
   if (auto output = takeOutput("analysisFfmpegParse")) {
     debugFormat("analysisRetainedStr release 1");
     retainedReport_ = std::move(output);
+    debugFormat("release (ffmpeg3)");
   }
   if (triesForcedFormat()) {
     steps_.set("analysisFfmpeg");
