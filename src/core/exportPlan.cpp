@@ -18,16 +18,19 @@ namespace tessarin {
 
 namespace {
 
-// The rate of the movie in the names of the settings: 24, 25, 30, 50 or 60 whole pictures a second,
-// also where each is made of two fields.
-int exportRate(std::string_view label, int sourceRate) {
-  const bool isNtsc = sourceRate == 24 || sourceRate == 30 || sourceRate == 60 ||
-                      sourceRate == 48 || sourceRate == 120;
+// The rate of the movie as the names of the settings have it: 24, 25, 30, 50 or 60 whole pictures a
+// second, also where each is made of two fields; "" for that of the source, where the row has no
+// such rate.
+std::string exportRate(std::string_view label, int sourceRate) {
+  const bool isFilm = sourceRate == 24 || sourceRate == 48;
+  // 15 pictures a second, as photo cameras take them, are each shown twice.
+  const bool isNtsc =
+      isFilm || sourceRate == 15 || sourceRate == 30 || sourceRate == 60 || sourceRate == 120;
   if (contains(label, "p50"))
-    return isNtsc ? 60 : 50;
-  if (!contains(label, "i50") && (sourceRate == 24 || sourceRate == 48))
-    return 24;
-  return isNtsc ? 30 : 25;
+    return isNtsc ? "60" : "50";
+  if (isFilm && !contains(label, "i50"))
+    return contains(label, "24|") ? "24" : "";
+  return isNtsc ? "30" : "25";
 }
 
 }  // namespace
@@ -46,7 +49,7 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
   if (size.width == 0)
     return {};
   const char* scan = contains(*label, "i50") ? "i" : "p";
-  const int rate = exportRate(*label, roundedFps(job));
+  const std::string rate = exportRate(*label, roundedFps(job));
   const bool isNarrow = std::abs(displayRatio(job) - 4.0 / 3.0) <= 0.1;
   std::string name = fmt::format("{}x{}", size.width, size.height);
   debugFormat("presetStr (size)    : {}", name);
