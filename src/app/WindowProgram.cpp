@@ -155,7 +155,7 @@ void WindowProgram::iba_checkForUpdates() {
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
       app_, WindowActions{[this] { app_.iba_menuQuit([this] { stopLoop(); }); },
-                          revealInFileBrowser, openWithDesktop, [this] { iba_checkForUpdates(); }});
+                          revealInFileBrowser, iba_OpenFile, [this] { iba_checkForUpdates(); }});
   alerts_.setWindow(window_.get());
 }
 

@@ -67,13 +67,13 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
 
   QObject::connect(box, &QMessageBox::finished, box,
                    [box, buttons, escape, answered = std::move(answered)] {
-                     if (!answered)
-                       return;
                      AlertAnswer answer{escape, box->checkBox() && box->checkBox()->isChecked()};
                      for (std::size_t index = 0; index < buttons.size(); ++index)
                        if (buttons[index] == box->clickedButton())
                          answer.button = index;
-                     answered(answer);
+                     alertDidEnd(firstButtonReturnCode + static_cast<std::int64_t>(answer.button));
+                     if (answered)
+                       answered(answer);
                    });
   std::erase_if(open_, [](const QPointer<QMessageBox>& one) { return one.isNull(); });
   open_.emplace_back(box);

@@ -7,6 +7,7 @@
 #include <QGuiApplication>
 #include <QUrl>
 
+#include "classShared/log.h"
 #include "utils/files.h"
 #include "views/qtText.h"
 
@@ -56,7 +57,8 @@ void notifyDesktop(const std::string& summary, const std::string& body) {
   QDBusConnection::sessionBus().asyncCall(call);
 }
 
-void openWithDesktop(const std::string& path) {
+void iba_OpenFile(const std::string& path) {
+  logFormat("iba_OpenFile        : {}", path);
   QDesktopServices::openUrl(urlOf(path));
 }
 

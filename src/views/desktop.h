@@ -14,6 +14,6 @@ void revealInFileBrowser(const std::string& path);
 void notifyDesktop(const std::string& summary, const std::string& body);
 
 // Opens the file with the program that the desktop uses for its kind.
-void openWithDesktop(const std::string& path);
+void iba_OpenFile(const std::string& path);
 
 }  // namespace tessarin
