@@ -172,8 +172,9 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   job.set("speed", speedSlow);
   lines = commands(job);
   ASSERT_EQ(lines.size(), 6u);
-  EXPECT_TRUE(lines[1].ends_with(
-      " -i /out/x.mov -map 0:v -map 1:a? -c copy -movflags faststart -y /out/x-slow.mov"))
+  EXPECT_TRUE(
+      lines[1].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy -video_track_timescale 60000 "
+                         "-movflags faststart -y /out/x-slow.mov"))
       << lines[1];
   EXPECT_EQ(lines[2], "mv -f -- /out/x-slow.mov /out/x.mov");
   job.set("out", outQuickTime);

@@ -123,6 +123,19 @@ const Source sources[] = {
      {"1280x720p50", "", "1280x720p25*2"},
      {"1280x720p50", "1280x720p25/2", "1280x720p25*2"},
      {"1280x720p50", "1280x720p25/2", "1280x720p25*2"}},
+    {"Avchd720p5994",
+     "00006.MTS",
+     "1280x720",
+     Scan::progressive,
+     "60000/1001",
+     60,
+     "yuv420p",
+     "16:9",
+     avchd,
+     "h264",
+     {"1280x720p59.94", "", "1280x720p29.97*2"},
+     {"1280x720p59.94", "1280x720p29.97/2", "1280x720p29.97*2"},
+     {"1280x720p59.94", "1280x720p29.97/2", "1280x720p29.97*2"}},
     {"Hdv1080i50",
      "hdv.m2t",
      "1440x1080",
@@ -239,8 +252,11 @@ struct Movie {
 };
 
 Movie movieOf(std::string_view text) {
-  static const std::map<std::string_view, const char*> rates = {
-      {"25", "25/1"}, {"29.97", "30000/1001"}, {"30", "30/1"}, {"50", "50/1"}};
+  static const std::map<std::string_view, const char*> rates = {{"25", "25/1"},
+                                                                {"29.97", "30000/1001"},
+                                                                {"30", "30/1"},
+                                                                {"50", "50/1"},
+                                                                {"59.94", "60000/1001"}};
   Movie movie;
   const auto scan = text.find_first_of("ip");
   const auto end = std::min(text.find_first_of("/*"), text.size());
