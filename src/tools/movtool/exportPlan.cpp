@@ -27,6 +27,12 @@ bool isNear(double a, double b, double tolerance) {
   return std::abs(a / b - 1) < tolerance;
 }
 
+// Pixels that are more than twice as wide as high, or the other way round, as an upright picture of
+// a phone would need in a wide frame. Many players show those as squares.
+bool isExtreme(const Fraction& pixelAspect) {
+  return value(pixelAspect) > 2 || value(pixelAspect) < 0.5;
+}
+
 std::string text(const Fraction& fraction) {
   return fmt::format("{}/{}", fraction.numerator, fraction.denominator);
 }
@@ -202,9 +208,10 @@ Placement placement(const SourceFacts& source, const ExportSettings& settings) {
   // Sources of nearly the frame's shape fill it.
   if (isNear(shown, frame, 0.03))
     return place;
-  if (!settings.letterbox) {
-    place.pixelAspect = reduced(source.pixelAspect.numerator * source.width * settings.height,
-                                source.pixelAspect.denominator * source.height * settings.width);
+  const Fraction filling = reduced(source.pixelAspect.numerator * source.width * settings.height,
+                                   source.pixelAspect.denominator * source.height * settings.width);
+  if (!settings.letterbox && !isExtreme(filling)) {
+    place.pixelAspect = filling;
     return place;
   }
   // Bars begin where both fields have whole lines of chroma.
