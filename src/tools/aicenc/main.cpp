@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -62,6 +63,8 @@ int run(int count, char** values) {
 }  // namespace
 
 int main(int count, char** values) {
+  // A write beyond the limit of a file's size then fails with a reason.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(count, values);
   } catch (const std::exception& exception) {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -119,6 +120,9 @@ int main(int count, char** values) {
   for (std::string& argument : arguments)
     pointers.push_back(argument.data());
   pointers.push_back(nullptr);
+  // ffmpeg inherits this: what goes beyond the limit of a file's size fails with a reason then,
+  // instead of ending it without a word.
+  std::signal(SIGXFSZ, SIG_IGN);
   ::execv(ffmpeg.c_str(), pointers.data());
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));
   return cannotBeRun;

@@ -6,6 +6,8 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -113,9 +115,14 @@ Outcome<bool> FfmpegRun::finish() {
   const ExitStatus status = child_.wait();
   if (status.number() == 0)
     return true;
+  // An ffmpeg that is not behind our adapter dies of the limit of a file's size.
+  if (status.signal == SIGXFSZ)
+    return Failure{"the movie cannot be written: " + systemReason(EFBIG)};
+  if (status.signal != 0)
+    return Failure{fmt::format("ffmpeg was ended by signal {} ({})", status.signal,
+                               ::strsignal(status.signal))};
   const std::string words = lastWords();
-  return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.number())
-                               : words};
+  return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.code) : words};
 }
 
 }  // namespace tessarin::movtool

@@ -6,6 +6,7 @@
 // Exit status: 0 the movie is written, 1 it is not (one line on standard error says why, and no
 // part of it is left), 2 wrong use. An existing output is replaced only with -y.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -42,6 +43,8 @@ int run(int count, char** values) {
 }  // namespace
 
 int main(int count, char** values) {
+  // A write beyond the limit of a file's size then fails with a reason.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(count, values);
   } catch (const std::exception& exception) {
