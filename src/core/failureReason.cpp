@@ -41,9 +41,13 @@ constexpr std::array<std::string_view, 5> writeErrors{
     "Error writing trailer", "Error closing file", "av_interleaved_write_frame()",
     "Error muxing a packet", "Error submitting a packet to the muxer"};
 
-// Lines that tell how far the tool got, not what went wrong.
-bool isProgress(std::string_view line) {
-  return startsWith(line, "frame=") || startsWith(line, "size=") || startsWith(line, "video:") ||
+// Lines that tell what the tool read and how far it got, not what went wrong. The contents of the
+// files, which may say anything, are printed with blanks before them.
+bool isReport(std::string_view line) {
+  return startsWith(line, " ") || startsWith(line, "ffmpeg version") ||
+         startsWith(line, "Input #") || startsWith(line, "Output #") ||
+         startsWith(line, "Stream mapping:") || startsWith(line, "Press [q]") ||
+         startsWith(line, "frame=") || startsWith(line, "size=") || startsWith(line, "video:") ||
          startsWith(line, "Exiting normally") || startsWith(line, "Conversion failed");
 }
 
@@ -52,7 +56,7 @@ std::string_view lastWords(std::string_view output) {
   const auto lines = splitLines(output);
   for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
     std::string_view words = trimmed(*line);
-    if (words.empty() || isProgress(words))
+    if (words.empty() || isReport(*line))
       continue;
     if (startsWith(words, "["))
       words = textAfter(words, "] ").value_or(words);

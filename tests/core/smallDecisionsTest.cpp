@@ -94,6 +94,13 @@ TEST(FailureReason, NamesTheCauseNotTheConsequence) {
   EXPECT_EQ(reasonOf("frame=    1 fps=0\n[foo @ 0x1] cannot open /clips/Permission denied.mts\n"
                      "Conversion failed!\n\n"),
             localisationString("why_toolSays", "", "cannot open Permission denied.mts"));
+  const std::string described =
+      "Press [q] to stop, [?] for help\nOutput #0, mov, to '/x.mov':\n  Metadata:\n"
+      "  Stream #0:1: Audio: pcm_s16le (sowt / 0x74776F73), 48000 Hz, stereo, s16, 1536 kb/s\n"
+      "    Metadata:\n      encoder         : Lavc59.37.100 pcm_s16le\nframe=    5 fps=0.0\r";
+  EXPECT_EQ(reasonOf(described), localisationString("why_silent"));
+  EXPECT_EQ(reasonOf("Out of luck\n" + described),
+            localisationString("why_toolSays", "", "Out of luck"));
   EXPECT_EQ(reasonOf(""), localisationString("why_silent"));
 }
 
