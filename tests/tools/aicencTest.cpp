@@ -63,6 +63,7 @@ TEST(Yuv4mpeg, RefusesOthersWithAReason) {
       {"YUV4MPEG2 W720 H576 C422", "only 8 bits 4:2:0 can be taken, and this is C422"},
       {"YUV4MPEG2 W720 H576 C420p10", "C420p10"},
       {"YUV4MPEG2 W720 H576 Cmono", "Cmono"},
+      {"YUV4MPEG2 W720 H576 C420jpeg XYSCSS=420JPEG XCOLORRANGE=FULL", "-vf scale=out_range=tv"},
   };
   for (const auto& item : cases) {
     const auto header = parseHeader(item.line);

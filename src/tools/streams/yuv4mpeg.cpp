@@ -79,8 +79,13 @@ std::optional<std::string> applyWord(std::string_view word, Header& header) {
       if (!isUsualChroma(value))
         return "only 8 bits 4:2:0 can be taken, and this is C" + std::string(value);
       break;
+    case 'X':
+      // Decoders take the movie's luma for that of television, 16 to 235.
+      if (value == "COLORRANGE=FULL")
+        return "luma of 0 to 255 cannot be taken (ask ffmpeg for -vf scale=out_range=tv)";
+      break;
     default:
-      break;  // extensions and comments
+      break;  // other extensions and comments
   }
   return std::nullopt;
 }

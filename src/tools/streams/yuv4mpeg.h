@@ -1,5 +1,6 @@
 // The YUV4MPEG2 stream that mjpegtools and ffmpeg pass pictures through pipes with: a header line,
-// then for each frame a line and the planes. Only 8 bits 4:2:0 is taken.
+// then for each frame a line and the planes. Only 8 bits 4:2:0 of
+// television's range is taken.
 #pragma once
 
 #include <cstddef>
