@@ -261,7 +261,6 @@ void EncodingDriver::startRow(int row) {
   reason_.clear();
   hasBegun_ = false;
   isExporting_ = false;
-  outputBefore_.reset();
   readMe_.clear();
   taskStart_ = std::chrono::steady_clock::now();
   Dico job = jobOfRow(table_.row(row));

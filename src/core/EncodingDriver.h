@@ -9,7 +9,6 @@
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
-#include "core/fileState.h"
 #include "core/jobPlan.h"
 
 namespace tessarin {
@@ -94,7 +93,8 @@ class EncodingDriver {
   bool hasRoom(const Dico& job);
   void checkOverwriting(const JobPlan& plan);
   void answerOverwriting(const JobPlan& plan, const std::string& answer);
-  void startEncoding(JobPlan plan);
+  void keep(const std::string& output);
+  void startEncoding(JobPlan plan, bool replace);
   void startSlowing(Dico current);
   void takeSlowed(Dico current);
   void startExport(Dico current);
@@ -104,7 +104,6 @@ class EncodingDriver {
   // Ends the job in hand: its remaining steps are dropped, encFin follows.
   void dropJobSteps();
   void fail(const std::string& reason);
-  bool wroteOutput(const std::string& output) const;
   void purgeIntermediates(const Dico& current);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
@@ -127,10 +126,9 @@ class EncodingDriver {
   // Of the job in hand.
   std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
   std::string reason_;
-  unsigned jobNumber_ = 0;                 // tells a late answer from one for this job
-  bool hasBegun_ = false;                  // this job has started to write
-  bool isExporting_ = false;               // its last task is the export's
-  std::optional<FileState> outputBefore_;  // what was at the output's place before
+  unsigned jobNumber_ = 0;    // tells a late answer from one for this job
+  bool hasBegun_ = false;     // the output's place is this job's
+  bool isExporting_ = false;  // its last task is the export's
   std::chrono::steady_clock::time_point taskStart_;
   RunLoop::Id next_ = 0;
 };

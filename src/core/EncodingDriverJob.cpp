@@ -10,6 +10,7 @@
 #include "core/EncodingDriver.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
+#include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "core/stepState.h"
 #include "encoding/arithmetic.h"
@@ -136,7 +137,7 @@ bool EncodingDriver::hasRoom(const Dico& job) {
 void EncodingDriver::checkOverwriting(const JobPlan& plan) {
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
   if (!pathExists(output)) {
-    startEncoding(plan);
+    startEncoding(plan, false);
     return;
   }
   const std::string stored = services_.preferences.prefReadString(StateKey::replaceFiles);
@@ -172,18 +173,22 @@ void EncodingDriver::answerOverwriting(const JobPlan& plan, const std::string& a
   }
   logFormat("reponseA            : {}", answer);
   if (answer == answerReplace) {
-    startEncoding(plan);
+    startEncoding(plan, true);
     return;
   }
+  keep(plan.job.textOrEmpty(JobKey::dstPathStr));
+}
+
+void EncodingDriver::keep(const std::string& output) {
   outcome_ = JobEnd::Kind::kept;
-  reason_ = localisationString("why_kept", "", plan.job.textOrEmpty(JobKey::dstPathStr));
+  reason_ = localisationString("why_kept", "", output);
   dropJobSteps();
   encSend("encProcesses");
 }
 
 // ---- The tools
 
-void EncodingDriver::startEncoding(JobPlan plan) {
+void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
   const auto target = plan.job.integer(JobKey::out).value_or(outProres);
   readMe_ =
@@ -194,9 +199,17 @@ void EncodingDriver::startEncoding(JobPlan plan) {
   storeJob(plan.job);
   debugFormat("encProcesses        > encDeb: ffmpeg task");
   debugFormat("enc ffmpeg task     > pré-release");
-  outputBefore_ = fileState(output);
-  hasBegun_ = true;
   fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), output});
+  const Place place = takePlace(output, replace);
+  if (place == Place::occupied) {
+    keep(output);
+    return;
+  }
+  if (place == Place::unreachable) {
+    fail(localisationString("why_destination", "", parentFolder(output)));
+    return;
+  }
+  hasBegun_ = true;
   taskStart_ = std::chrono::steady_clock::now();
   startTask(plan.command.arguments, ParseMode::time, jobDuration(plan.job));
 }
@@ -280,6 +293,12 @@ void EncodingDriver::startExport(Dico current) {
                             : localisationString("why_noRoomForExport"));
     return;
   }
+  // The copy has left the movie's place.
+  if (takePlace(output, false) != Place::taken) {
+    hasBegun_ = false;
+    keep(output);
+    return;
+  }
   if (verboseLevel(1))
     debugFormat("movtool             - end : {}", fmt::join(step->arguments, " "));
   startTask(step->arguments, ParseMode::pourcentage, 100);
@@ -338,13 +357,6 @@ void EncodingDriver::fail(const std::string& reason) {
          localisationString("D_go_echec_disque5")});
 }
 
-// Whether what is at the output's place now comes from this job: a tool that fails early leaves
-// an older movie as it was.
-bool EncodingDriver::wroteOutput(const std::string& output) const {
-  const auto now = fileState(output);
-  return hasBegun_ && now && now != outputBefore_;
-}
-
 void EncodingDriver::purgeIntermediates(const Dico& current) {
   std::vector<std::string> files = {current.textOrEmpty(keyIntermediate),
                                     current.textOrEmpty(keyMaster)};
@@ -377,15 +389,20 @@ void EncodingDriver::stepFin() {
   else
     end.reason = reasonOfMissingFolder(end.output).value_or(localisationString("why_tinyOutput"));
 
-  const bool isWreck = wroteOutput(end.output);
+  const std::string place = end.output;
   if (end.kind == JobEnd::Kind::stopped) {
-    if (isWreck)
-      removeFile(end.output);
+    if (hasBegun_)
+      removeFile(place);
     end.output.clear();
   }
   if (end.kind == JobEnd::Kind::failed)
-    end.output = isWreck ? setAsideFailure(end.output) : "";
+    end.output = hasBegun_ ? setAsideFailure(place) : "";
+  const bool isConverted = end.kind == JobEnd::Kind::converted;
+  if (hasBegun_ && !isConverted)
+    giveBackPlace(place);
   finishJob(std::move(end));
+  if (isConverted)
+    dropReplaced(place);
 }
 
 void EncodingDriver::finishJob(JobEnd end) {
@@ -421,7 +438,9 @@ void EncodingDriver::writeReadMe(const JobEnd& end) {
   readMe_ += fmt::format(
       "   Total speed      : real time / {:.2f}\ndate                : {:%Y-%m-%d %H:%M:%S}\n{}",
       speed, fmt::localtime(std::time(nullptr)), last);
-  ecritureFichier(path, readMe_);
+  // By a new file: a link is not followed, and a text that was there stays whole until then.
+  if (const auto written = writeFileAtomically(path, readMe_); !written)
+    logFormat("read-me             :-( {}", written.reason());
 }
 
 }  // namespace tessarin

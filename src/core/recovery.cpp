@@ -6,6 +6,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/newRow.h"
+#include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "core/storedJob.h"
 #include "encoding/BatchEntry.h"
@@ -35,18 +36,21 @@ bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
     // What a killed export leaves where files need a name.
     if (!file.isIntermediate && pathExists(partialName(file.path)))
       isSettled = removeFile(partialName(file.path)) && isSettled;
-    if (!pathExists(file.path) || fileState(file.path) == file.before)
-      continue;
+    const bool isBegun = pathExists(file.path) && fileState(file.path) != file.before;
     if (file.isIntermediate) {
-      isSettled = removeFile(file.path) && isSettled;
+      isSettled = (!isBegun || removeFile(file.path)) && isSettled;
       continue;
     }
-    const std::string aside = setAsideFailure(file.path);
-    logFormat("recovery            : '{}' put aside as '{}'", file.path, aside);
-    if (aside == file.path)
+    const std::string aside = isBegun ? setAsideFailure(file.path) : "";
+    if (aside == file.path) {
       isSettled = false;
-    else
+      continue;
+    }
+    if (!aside.empty()) {
+      logFormat("recovery            : '{}' put aside as '{}'", file.path, aside);
       putAside.push_back({job.source, file.path, aside});
+    }
+    giveBackPlace(file.path);
   }
   return isSettled;
 }
@@ -55,6 +59,9 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
   const StoredJob job = jobOfRecord(store.job(number).content);
   auto row = rowOfContent(store.row(number).content);
   if (row && isSurelyFinished(row->row, job)) {
+    for (const StoredJob::File& file : job.files)
+      if (!file.isIntermediate)
+        dropReplaced(file.path);
     store.removeJob(number);
     return;
   }

@@ -5,6 +5,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/BatchStore.h"
+#include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "core/storedJob.h"
 #include "encoding/BatchEntry.h"
@@ -267,12 +268,25 @@ TEST_F(InterruptedJobTest, AMovieThatTheJobHadNotBegunToWriteStays) {
   EXPECT_EQ(folder.read("Tessarin/1_MASTER.mov"), "older");
 }
 
+TEST_F(InterruptedJobTest, AMovieThatWasToBeReplacedComesBack) {
+  folder.write("Tessarin/1.mov", "precious");
+  interrupt(ResultMark::current);
+  ASSERT_EQ(takePlace(output, true), Place::taken);
+  folder.write("Tessarin/1.mov", "partial");
+  InterruptedBatches found = findInterruptedBatches(parent);
+  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "partial");
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "precious");
+}
+
 TEST_F(InterruptedJobTest, AFinishedMovieStays) {
+  folder.write("Tessarin/1.mov", "replaced");
   interrupt(ResultMark::success);
+  ASSERT_EQ(takePlace(output, true), Place::taken);
   folder.write("Tessarin/1.mov", "whole");
   InterruptedBatches found = findInterruptedBatches(parent);
   EXPECT_EQ(markAfter(found), ResultMark::success);
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
+  EXPECT_FALSE(pathExists(replacedName(output)));
   EXPECT_TRUE(found.stores[0].jobNumbers().empty());
 }
 

@@ -4,6 +4,8 @@
 #include "CoreFixture.h"
 #include "analysis/probes.h"
 #include "core/EncodingDriver.h"
+#include "core/outputPlace.h"
+#include "core/setAside.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -130,6 +132,35 @@ TEST_F(EncodingDriverTest, ExistingMoviesAreAskedAbout) {
   EXPECT_EQ(preferences.prefRead("replaceFilesCheck"), nullptr);
 }
 
+TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
+  clips(1);
+  folder.write("other.mov", "precious");
+  std::filesystem::create_directories(folder.file("movies/Tessarin"));
+  std::filesystem::create_symlink(folder.file("other.mov"), movie("1.mov"));
+  std::filesystem::create_symlink(folder.file("victim.txt"), movie("1.txt"));
+  alerts.answers = {{1, false}};  // replace
+  convert();
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::converted});
+  EXPECT_EQ(readFileStart(folder.file("other.mov"), 100), "precious");
+  EXPECT_FALSE(pathExists(folder.file("victim.txt")));
+  EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(movie("1.mov"))));
+}
+
+TEST_F(EncodingDriverTest, APlaceIsTakenOnceAndGivenBack) {
+  folder.write("1.mov", "precious");
+  const std::string place = folder.file("1.mov");
+  EXPECT_EQ(takePlace(place, false), Place::occupied) << "somebody else was quicker";
+  EXPECT_EQ(takePlace(place, true), Place::taken);
+  EXPECT_EQ(takePlace(place, false), Place::occupied) << "by the first";
+  EXPECT_EQ(setAsideFailure(place), "") << "an empty file is nothing to look at";
+  giveBackPlace(place);
+  EXPECT_EQ(readFileStart(place, 100), "precious");
+  EXPECT_EQ(takePlace(folder.file("none/1.mov"), false), Place::unreachable);
+  std::filesystem::create_directories(folder.file("2.mov/inside"));
+  EXPECT_EQ(takePlace(folder.file("2.mov"), true), Place::unreachable);
+  EXPECT_TRUE(isDirectory(folder.file("2.mov/inside")));
+}
+
 TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
   clips(2);
   folder.write("movies/Tessarin/1.mov", "precious");
@@ -150,6 +181,8 @@ TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
 
 TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
   clips(2);
+  folder.write("movies/Tessarin/1.mov", "precious");
+  alerts.answers = {{1, false}};  // replace
   app.interface.encoding.action.changed.connect([this] {
     if (!app.interface.encoding.action.text().empty())
       loop.runSoon([this] {
@@ -161,7 +194,8 @@ TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
   EXPECT_EQ(mark(0), ResultMark::failure);
   EXPECT_EQ(mark(1), ResultMark::waiting);
-  EXPECT_FALSE(pathExists(movie("1.mov")));
+  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious") << "there was nothing in its stead";
+  EXPECT_EQ(filesBelow(folder.file("movies/Tessarin")), std::vector{movie("1.mov")});
   EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
 }
 

@@ -170,13 +170,15 @@ TEST_F(KilledRunTest, EveryClipIsConvertedWheneverTheRunIsKilled) {
 
 TEST_F(RecoveryTest, ALaterRunPutsThePartialMovieAsideAndSaysHowToGoOn) {
   useFfmpeg(
-      "case \" $* \" in *' -c:v '*) test -e slow && exec $real -readrate 0.0001 \"$@\" ;; esac\n"
+      "case \" $* \" in *' -c:v '*) if test -e slow; then\n"
+      "  for output; do :; done; echo partial > \"$output\"; exec sleep 100\n"
+      "fi ;; esac\n"
       "exec $real \"$@\"");
   folder.write("slow", "");
   setVariable("PWD", folder.path());
   Run run =
       start({"-d", destination(), "--format", "prores", "--prores", "hq", clips_[0], clips_[1]});
-  ASSERT_TRUE(eventually([this] { return pathExists(movie("1.mov")); }));
+  ASSERT_TRUE(eventually([this] { return poidsFile(movie("1.mov"), "o") > 0; }));
   run.process.sendSignal(SIGKILL);
   finish(run);
   std::filesystem::remove(folder.file("slow"));
