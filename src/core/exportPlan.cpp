@@ -72,11 +72,14 @@ bool needsSlowing(const Dico& job) {
 }
 
 Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
-  return {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", movie,
-          "-i", movie, "-map", "0:v", "-map", "1:a?", "-c", "copy",
-          // Counts the pictures of 50, 59.94 and 60 a second without a remainder; else the length
-          // of the last one, which stays as it was, is too short by a trifle for it to be seen.
-          "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed};
+  return {
+      Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", movie, "-i",
+      movie, "-map", "0:v", "-map", "1:a?", "-c", "copy",
+      // The stretched times leave the length of the last picture as it was, and the export takes
+      // none that is shorter than half of its time. The bit stream filter mends the length, the
+      // time scale counts pictures of 50, 59.94 and 60 a second without a remainder.
+      "-bsf:v", "setts=duration=max(2*DURATION\\,PREV_OUTDURATION)", "-video_track_timescale",
+      "60000", "-movflags", "faststart", "-y", slowed};
 }
 
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres) {

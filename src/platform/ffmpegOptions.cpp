@@ -13,6 +13,7 @@ namespace {
 using Kind = FfmpegOptionGroup::Kind;
 
 constexpr FfmpegVersion firstWithFpsMode{5, 1};
+constexpr FfmpegVersion firstWithPacketLengths{5, 1};  // settable by -bsf:v setts
 constexpr FfmpegVersion firstWithoutAsync{6, 0};
 constexpr FfmpegVersion firstWithoutTop{7, 0};
 
@@ -119,6 +120,15 @@ void translateVsync(std::vector<FfmpegOptionGroup>& groups, FfmpegVersion versio
   }
 }
 
+// What the filter corrects are the lengths of packets; the movie is nearly as good without it.
+void translateTimestampFilter(FfmpegOptionGroup& group, FfmpegVersion version) {
+  if (version.isAtLeast(firstWithPacketLengths))
+    return;
+  std::erase_if(group.options, [](const FfmpegOption& option) {
+    return option.name == "bsf:v" && option.value && option.value->starts_with("setts=duration=");
+  });
+}
+
 // -async was one setting for the whole run, too. The filter's settings are those that ffmpeg 5.1
 // reports to put in for it, and its place is before all other filters. Versions that have -async
 // keep it: when the sound changes its channels in mid-stream they leave first_pts out for the new
@@ -214,7 +224,7 @@ FfmpegVersion ffmpegVersionFromText(std::string_view text) {
 
 bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments) {
   const std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
-  return has(groups, "async") || has(groups, "top") ||
+  return has(groups, "async") || has(groups, "bsf") || has(groups, "top") ||
          (has(groups, "vsync") && anyVideoEncoded(groups));
 }
 
@@ -224,6 +234,7 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   for (FfmpegOptionGroup& group : groups) {
     renameOptions(group);
     translateTop(group, version);
+    translateTimestampFilter(group, version);
   }
   translateVsync(groups, version);
   translateAsync(groups, version);

@@ -105,6 +105,13 @@ TEST(FfmpegOptions, VsyncBecomesTheOutputsFrameRateMode) {
   EXPECT_EQ(translated("-i a -vsync 2 -y b.mov", v50), "-nostdin -i a -vsync 2 -y b.mov");
 }
 
+TEST(FfmpegOptions, LengthsOfPacketsAreSetWhereTheyCanBe) {
+  const std::string line = "-i a -c copy -bsf:v setts=duration=2*DURATION -y b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
+  EXPECT_EQ(translated(line, v51), "-nostdin " + line);
+  EXPECT_EQ(translated(line, v50), "-nostdin -i a -c copy -y b.mov");
+}
+
 TEST(FfmpegOptions, VsyncMeansNothingForCopiedVideo) {
   const std::string line = "-i a -vsync 0 -strict 1 -c:v copy -vtag avc1 -sn -y b.mov";
   EXPECT_FALSE(ffmpegOptionsNeedVersion(words(line)));
