@@ -78,8 +78,8 @@ Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
       // The stretched times leave the length of the last picture as it was, and the export takes
       // none that is shorter than half of its time. The bit stream filter mends the length, the
       // time scale counts pictures of 50, 59.94 and 60 a second without a remainder.
-      "-bsf:v", "setts=duration=max(2*DURATION\\,PREV_OUTDURATION)", "-video_track_timescale",
-      "60000", "-movflags", "faststart", "-y", slowed};
+      "-bsf:v", "setts=pts=PTS:dts=DTS:duration=max(2*DURATION\\,PREV_OUTDURATION)",
+      "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed};
 }
 
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres) {

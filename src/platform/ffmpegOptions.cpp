@@ -125,7 +125,7 @@ void translateTimestampFilter(FfmpegOptionGroup& group, FfmpegVersion version) {
   if (version.isAtLeast(firstWithPacketLengths))
     return;
   std::erase_if(group.options, [](const FfmpegOption& option) {
-    return option.name == "bsf:v" && option.value && option.value->starts_with("setts=duration=");
+    return option.name == "bsf:v" && option.value && option.value->starts_with("setts=");
   });
 }
 

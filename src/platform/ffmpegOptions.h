@@ -41,7 +41,7 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //   -profile N          -profile:v N
 //   -vsync N            left out when every output copies its video, else -fps_mode from 5.1 on
 //   -async N            from 6.0 on the filter that earlier versions put in for it
-//   -bsf:v setts=duration=…  left out before 5.1
+//   -bsf:v setts=…       left out before 5.1
 //   -top N              from 7.0 on left out; an interlaced ProRes output also gets filters
 //                       that bring the picture to this field order, and to 4:2:2 per field
 // Values, and options that are known everywhere, stay as they are.

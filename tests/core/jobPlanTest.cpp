@@ -174,7 +174,7 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   ASSERT_EQ(lines.size(), 6u);
   EXPECT_TRUE(
       lines[1].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy "
-                         "-bsf:v setts=duration=max(2*DURATION\\,PREV_OUTDURATION) "
+                         "-bsf:v setts=pts=PTS:dts=DTS:duration=max(2*DURATION\\,PREV_OUTDURATION) "
                          "-video_track_timescale 60000 -movflags faststart -y /out/x-slow.mov"))
       << lines[1];
   EXPECT_EQ(lines[2], "mv -f -- /out/x-slow.mov /out/x.mov");

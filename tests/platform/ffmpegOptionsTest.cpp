@@ -106,7 +106,7 @@ TEST(FfmpegOptions, VsyncBecomesTheOutputsFrameRateMode) {
 }
 
 TEST(FfmpegOptions, LengthsOfPacketsAreSetWhereTheyCanBe) {
-  const std::string line = "-i a -c copy -bsf:v setts=duration=2*DURATION -y b.mov";
+  const std::string line = "-i a -c copy -bsf:v setts=pts=PTS:dts=DTS:duration=2*DURATION -y b.mov";
   EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
   EXPECT_EQ(translated(line, v51), "-nostdin " + line);
   EXPECT_EQ(translated(line, v50), "-nostdin -i a -c copy -y b.mov");
