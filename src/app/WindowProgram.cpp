@@ -188,6 +188,8 @@ void WindowProgram::watchOutside() {
       app_.applicationOpenFiles(handed);
   });
   app_.quitAccepted.connect([this] {
+    // The user's own end of the batch; after keep() nothing of it goes.
+    recorder_.forget();
     isLeaving_ = true;
     window_->hide();
     alerts_.close();
@@ -195,6 +197,8 @@ void WindowProgram::watchOutside() {
 }
 
 void WindowProgram::watchBatch() {
+  // What is not converted stays in the list, and so on the disk.
+  app_.driver().batchEnded.connect([this] { recorder_.storeUnfinished(); });
   recorder_.failed.connect([this](const std::string& reason) {
     alerts_.show({localisationString("D_recover_failed", "", reason), ""});
   });
@@ -243,8 +247,7 @@ void WindowProgram::changeTheLanguage() {
 
 // The session ends, or somebody asks this process to: the batch is to be recovered.
 void WindowProgram::quitAtOnce() {
-  if (app_.driver().isBatchRunning())
-    recorder_.keep();
+  recorder_.keep();
   app_.quitAtOnce([this] { stopLoop(); });
 }
 

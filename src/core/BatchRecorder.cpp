@@ -271,6 +271,17 @@ void BatchRecorder::discard() {
   jobs_.clear();
 }
 
+void BatchRecorder::forget() {
+  discard();
+  stopped_ = true;
+}
+
+void BatchRecorder::storeUnfinished() {
+  for (int row = 0; row < app_.table().count(); ++row)
+    if (!app_.table().isFinished(row))
+      return schedule(gathering);
+}
+
 void BatchRecorder::keep() {
   flush(untilAllIsWritten);
   services_.loop.cancel(std::exchange(timer_, 0));

@@ -45,6 +45,10 @@ class BatchRecorder {
 
   // Removes what is stored: the batch needs no recovery. Not after keep().
   void discard();
+  // Removes what is stored and stops following: the user has ended the program.
+  void forget();
+  // Stores the batch anew after its end when a row is left to be converted.
+  void storeUnfinished();
   // Brings everything to the disk and stops following: the batch is to be recovered later,
   // whatever happens to it now.
   void keep();

@@ -260,13 +260,13 @@ void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,
   }
   services_.alerts.show({localisationString("D_batch_4"),
                          localisationString("D_batch_5"),
-                         {localisationString("D_oui"), localisationString("D_Annuler")},
+                         {localisationString("D_Annuler"), localisationString("D_oui")},
                          "",
                          Alert::Style::warning},
                         [this, answer](AlertAnswer reply) {
-                          if (reply.button == 0)
+                          if (reply.button == 1)
                             removeAllButCurrent();
-                          answer(reply.button == 0);
+                          answer(reply.button == 1);
                         });
 }
 

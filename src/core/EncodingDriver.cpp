@@ -164,8 +164,14 @@ void EncodingDriver::stop() {
 }
 
 void EncodingDriver::suspendForAnalysis() {
-  if (suspendedForAnalysis_ || tasks_.isEncodingSuspended())
-    return;  // a pause of the user's own outlasts the analysis
+  if (suspendedForAnalysis_)
+    return;
+  // A pause of the user's own outlasts the analysis, and cannot be ended during it.
+  if (tasks_.isEncodingSuspended()) {
+    interface_.encoding.stopBt.setEnabled(false);
+    isPauseHeld_ = true;
+    return;
+  }
   suspendedForAnalysis_ = true;
   SegmentedControl& control = interface_.encoding.stopBt;
   if (control.count() >= 2 && contains(control.segments()[pauseSegment].image, "btPause")) {
@@ -178,6 +184,8 @@ void EncodingDriver::suspendForAnalysis() {
 }
 
 void EncodingDriver::resumeAfterAnalysis() {
+  if (std::exchange(isPauseHeld_, false))
+    interface_.encoding.stopBt.setEnabled(true);
   if (!std::exchange(suspendedForAnalysis_, false))
     return;
   SegmentedControl& control = interface_.encoding.stopBt;

@@ -121,6 +121,7 @@ class EncodingDriver {
   OutputNames outputNames_;
   bool stopAsked_ = false;  // encStopInt
   bool suspendedForAnalysis_ = false;
+  bool isPauseHeld_ = false;    // the user's, during an analysis
   std::function<void()> held_;  // to be done after the analysis
   std::string readMe_;
   // Of the job in hand.

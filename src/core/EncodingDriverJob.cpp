@@ -101,9 +101,10 @@ void EncodingDriver::stepDeb() {
   }
   const auto plan = planJob(current, output, services_.preferences.text(PrefKey::prores));
   if (!plan) {
-    if (verboseLevel(2))
+    if (verboseLevel(2)) {
       logLine(":-(");
-    logLine("encodage('processEncDico') => nil");
+      logLine("encodage('processEncDico') => nil");
+    }
     fail(localisationString("why_noCommand"));
     return;
   }

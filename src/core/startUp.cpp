@@ -21,7 +21,10 @@ std::string bundleText(const char* key) {
 
 std::string processorFamily() {
   utsname names{};
-  return ::uname(&names) == 0 ? names.machine : "?";
+  if (::uname(&names) != 0)
+    return "?";
+  const std::string machine = names.machine;
+  return machine == "x86_64" || endsWith(machine, "86") ? "Intel" : machine;
 }
 
 }  // namespace

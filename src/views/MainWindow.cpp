@@ -2,12 +2,12 @@
 
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QPointer>
-#include <QStandardPaths>
 #include <QVBoxLayout>
 
 #include "classShared/log.h"
@@ -136,8 +136,7 @@ void MainWindow::openSources(bool folder) {
   logLine("(drag'n'drop) menu open…");
   if (!app_.queue().isOpenPermitted())
     return;
-  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")),
-                                QStandardPaths::writableLocation(QStandardPaths::MoviesLocation));
+  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), QDir::homePath());
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
   connect(panel, &QFileDialog::filesSelected, this, [this](const QStringList& files) {

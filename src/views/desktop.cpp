@@ -59,6 +59,11 @@ void notifyDesktop(const std::string& summary, const std::string& body) {
 
 void iba_OpenFile(const std::string& path) {
   logFormat("iba_OpenFile        : {}", path);
+  if (path.empty()) {
+    logLine(":-( -(IBAction)iba_OpenFile:(id)sender");
+    logLine("tu as oublié de spécifier le path pour le sender (à corriger) ;-)");
+    return;
+  }
   QDesktopServices::openUrl(urlOf(path));
 }
 

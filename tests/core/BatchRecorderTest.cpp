@@ -78,6 +78,22 @@ TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
   EXPECT_TRUE(failures.empty());
 }
 
+TEST_F(BatchRecorderTest, WhatIsLeftAfterABatchIsStoredUntilTheUserQuits) {
+  app.table().append(newRow("1.mts"));
+  soon();
+  app.driver().batchEnded.emit();
+  soon();
+  EXPECT_EQ(folderCount(), 0u) << "of a batch that ended for good";
+  recorder.storeUnfinished();
+  soon();
+  EXPECT_EQ(sourcesOf(afterACrash()), std::vector<std::string>{folder.file("1.mts")});
+
+  recorder.forget();
+  app.table().append(newRow("2.mts"));
+  soon();
+  EXPECT_EQ(folderCount(), 0u);
+}
+
 TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   std::vector<std::string> paths;
   for (const char* name : {"1.mts", "2.mts", "3.mts"})

@@ -58,7 +58,7 @@ TEST_F(BatchTableTest, TheRowInProgressIsNeverRemoved) {
   EXPECT_EQ(table.count(), 3);
 
   // The user thinks better of it, and then not.
-  alerts.answers = {{1, false}, {0, false}};
+  alerts.answers = {{0, false}, {1, false}};
   table.encBatchRemoveAll(true);
   EXPECT_EQ(table.count(), 3);
   table.encBatchRemoveAll(true);

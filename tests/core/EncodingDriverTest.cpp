@@ -275,6 +275,29 @@ TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
 }
 
+TEST_F(EncodingDriverTest, APauseCannotBeEndedDuringAnAnalysis) {
+  clips(1);
+  bool paused = false;
+  app.interface.encoding.action.changed.connect([&] {
+    if (app.interface.encoding.action.text().empty() || std::exchange(paused, true))
+      return;
+    loop.runSoon([&] {
+      auto& control = app.interface.encoding.stopBt;
+      control.select(pauseSegment);
+      app.iba_taskStopBt();
+      app.driver().suspendForAnalysis();
+      EXPECT_FALSE(control.isEnabled());
+      app.driver().resumeAfterAnalysis();
+      EXPECT_TRUE(control.isEnabled());
+      EXPECT_FALSE(contains(control.segments()[pauseSegment].image, "btPause")) << "goes on";
+      app.driver().stop();
+    });
+  });
+  convert();
+  EXPECT_TRUE(paused);
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
+}
+
 TEST_F(EncodingDriverTest, WhatCannotBeConvertedIsRefusedAndTheRestGoesOn) {
   const std::string song = folder.file("song.m4v");
   ASSERT_TRUE(test::makeClip(test::tone("0.3") + "-c:a aac -f mp4", song));

@@ -1,7 +1,6 @@
-#include "core/startUp.h"
-
 #include <gmock/gmock.h>
 
+#include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "process/logs.h"
 #include "support/LogCapture.h"
