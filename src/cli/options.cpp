@@ -152,6 +152,9 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
             given(app, {"--for", "--format", "--size", "--speed", "--surround", "--no-surround"}))
       return localisationString("wrong_batchOption", table, *option);
   }
+  // Taken as it stands it would mean the usual folder, which is not what was said.
+  if (options.destination && options.destination->empty())
+    return localisationString("wrong_needsValue", table, "--destination", "DIR");
   if (options.paths.empty() && !isStored)
     return localisationString("wrong_noClips", table);
   if (options.command == Command::analyse)
