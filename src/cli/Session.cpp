@@ -83,7 +83,8 @@ void Session::start() {
     return;
   }
   applyOptions();
-  const SourceList sources = sourcesOf(options_.paths);
+  const SourceList sources =
+      sourcesOf(options_.paths, outputFolder(expandTilde(app_.interface.destination.text())));
   for (const Problem& each : sources.problems)
     problem(each.path, each.reason);
   if (sources.paths.empty())
@@ -220,7 +221,8 @@ void Session::writeBatch() {
   const auto written = writeBatchFile(*options_.batchFile, batch);
   if (!written) {
     problem(*options_.batchFile, written.reason());
-    if (recorder_)
+    // Of a batch that was only to be written nothing is lost: the clips can be named again.
+    if (recorder_ && options_.command != Command::prepare)
       recorder_->keep();
   } else if (options_.command == Command::prepare) {
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());

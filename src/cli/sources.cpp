@@ -5,6 +5,7 @@
 #include <optional>
 #include <unordered_set>
 
+#include "classShared/TextAdditions.h"
 #include "core/admittedSources.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -44,7 +45,7 @@ std::string absolutePath(const std::string& path) {
   return plain.string();
 }
 
-SourceList sourcesOf(const std::vector<std::string>& arguments) {
+SourceList sourcesOf(const std::vector<std::string>& arguments, const std::string& moviesFolder) {
   const AdmittedExtensions admitted;
   SourceList list;
   std::unordered_set<std::string> known;
@@ -62,7 +63,11 @@ SourceList sourcesOf(const std::vector<std::string>& arguments) {
       continue;
     }
     std::vector<std::string> files = filesBelow(path);
-    std::erase_if(files, [&](const std::string& file) { return !admitted.admits(file); });
+    const std::string movies = absolutePath(moviesFolder) + "/";
+    const bool skipsMovies = !startsWith(path + "/", movies);
+    std::erase_if(files, [&](const std::string& file) {
+      return !admitted.admits(file) || (skipsMovies && startsWith(file, movies));
+    });
     if (files.empty())
       list.problems.push_back({argument, localisationString("why_noMoviesInFolder")});
     std::sort(files.begin(), files.end());

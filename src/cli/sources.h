@@ -20,7 +20,8 @@ struct SourceList {
 std::string absolutePath(const std::string& path);
 
 // Folders become the movie files below them, sorted by path. A file that the user names has to be
-// an admitted movie file that can be read and is not empty.
-SourceList sourcesOf(const std::vector<std::string>& arguments);
+// an admitted movie file that can be read and is not empty. `moviesFolder` is where the run writes
+// to: what earlier runs wrote there counts only when the folder itself, or a file in it, is named.
+SourceList sourcesOf(const std::vector<std::string>& arguments, const std::string& moviesFolder);
 
 }  // namespace tessarin::cli

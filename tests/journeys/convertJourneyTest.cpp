@@ -59,11 +59,18 @@ TEST_F(ConvertJourney, AnAvchdClipBecomesAMovieForTheEditor) {
 TEST_F(ConvertJourney, ClipsOfTheSameNameFromTwoCardsBothBecomeMovies) {
   tinyClip("a/00000.MTS");
   tinyClip("b/00000.MTS", "0.4");
-  const Result result = tessarin({"-d", destination(), "a", "b", "a/00000.MTS", "./a/../a"});
+  Result result = tessarin({"-d", destination(), "a", "b", "a/00000.MTS", "./a/../a"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, folder.file("a/00000.MTS") + " -> " + movie("00000.mov") + "\n" +
                             folder.file("b/00000.MTS") + " -> " + movie("00000-2.mov") + "\n");
   EXPECT_GT(poidsFile(movie("00000-2.mov"), "k"), poidsFile(movie("00000.mov"), "k") * 1.5);
+
+  // What a run wrote is no source of the next one, unless it is named.
+  result = tessarin({"plan", "-d", destination(), folder.path()});
+  EXPECT_THAT(result.out, HasSubstr(folder.file("a/00000.MTS")));
+  EXPECT_THAT(result.out, Not(HasSubstr("-i " + movie("00000.mov"))));
+  result = tessarin({"plan", "-d", destination(), "--overwrite", "keep", "movies/Tessarin"});
+  EXPECT_THAT(result.out + result.err, HasSubstr(movie("00000-2.mov")));
 }
 
 TEST_F(ConvertJourney, AMovieThatIsThereIsKeptUnlessTheUserWantsItReplaced) {

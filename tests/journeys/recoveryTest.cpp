@@ -261,6 +261,8 @@ TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
   EXPECT_EQ(tessarin({"--batch", file, clips_[2]}).status, 1);
   EXPECT_EQ(tessarin({"--batch", clips_[2], "--overwrite", "replace", clips_[0]}).status, 1);
   EXPECT_EQ(tessarin({"--batch", clips_[2]}).status, 1);
+  EXPECT_EQ(tessarin({"--batch", "/proc/x", clips_[0]}).status, 1);
+  EXPECT_THAT(namesIn(batches()), IsEmpty());
   EXPECT_EQ(readBatchFile(file).batch.rows.size(), 2u);
   EXPECT_TRUE(std::filesystem::equivalent(clips_[2], folder.file("3.mts")));
 

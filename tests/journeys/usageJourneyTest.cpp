@@ -20,6 +20,7 @@ TEST_F(UsageJourney, WrongUseIsToldInOneLine) {
       {{"--format", "--json", "x.mts"}, "--format: \"--json\" is not one of aic|prores|quicktime"},
       {{"--size", "1080", "x.mts"}, "--size: \"1080\" is not one of 1080i50|"},
       {{"-d"}, "--destination needs a value: DIR"},
+      {{"-d", "", "x.mts"}, "--destination needs a value: DIR"},
       {{"--surround", "--no-surround", "x.mts"}, "--surround excludes --no-surround"},
       {{"--json=yes", "x.mts"}, "--json takes no value"},
       {{"analyse", "--overwrite", "replace", "x.mts"}, "--overwrite has no meaning with"},
