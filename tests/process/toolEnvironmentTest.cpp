@@ -28,7 +28,7 @@ TEST_F(ToolEnvironmentTest, theToolsEntriesReplaceThoseOfTheApplication) {
   const test::ScopedEnvironment language("LC_CTYPE", "fr_FR.UTF-8");
   const test::ScopedEnvironment similar("LC_CTYPES", "kept");
   const test::ScopedEnvironment fonts("FONTCONFIG_PATH", "/etc/fonts");
-  setWorkFolderPath("/tmp/work");
+  setWorkFolderPath("/tmp/folder");
   const std::vector<std::string> environment = toolEnvironment();
   EXPECT_THAT(environment, Contains("LC_CTYPE=en_US.UTF-8").Times(1));
   EXPECT_THAT(environment, Contains(StartsWith("LC_CTYPE=")).Times(1));
@@ -37,7 +37,7 @@ TEST_F(ToolEnvironmentTest, theToolsEntriesReplaceThoseOfTheApplication) {
   EXPECT_THAT(environment, Contains("FONTCONFIG_FILE=/home/somebody/Library/Application Support/" +
                                     Bundle::main().name() + "/fonts.conf"));
   EXPECT_THAT(environment, Contains(StartsWith("FONTCONFIG_PATH=")).Times(1));
-  EXPECT_THAT(environment, Contains("FONTCONFIG_PATH=/tmp/work/app.app/Contents/Resources/fonts"));
+  EXPECT_THAT(environment, Contains("FONTCONFIG_PATH=/tmp/folder/app.app/Contents/Resources/fonts"));
 }
 
 TEST_F(ToolEnvironmentTest, theWorkingFolderIsPrivateAndLeadsToTheResources) {
