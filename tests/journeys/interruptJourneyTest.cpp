@@ -40,9 +40,10 @@ class InterruptJourney : public test::Journey {
   Run startedConversion(const std::string& clip) {
     useFfmpeg(slowConversion);
     Run run = start({"-d", destination(), "--overwrite", "replace", clip});
-    EXPECT_TRUE(eventually([this] { return pathExists(movie("x.mov")); }));
-    child_ = childOf(run.process.pid());
-    EXPECT_GT(child_, 0);
+    EXPECT_TRUE(eventually([&] {
+      child_ = pathExists(movie("x.mov")) ? childOf(run.process.pid()) : 0;
+      return child_ > 0;
+    }));
     return run;
   }
 
