@@ -37,7 +37,8 @@ TEST_F(ToolEnvironmentTest, theToolsEntriesReplaceThoseOfTheApplication) {
   EXPECT_THAT(environment, Contains("FONTCONFIG_FILE=/home/somebody/Library/Application Support/" +
                                     Bundle::main().name() + "/fonts.conf"));
   EXPECT_THAT(environment, Contains(StartsWith("FONTCONFIG_PATH=")).Times(1));
-  EXPECT_THAT(environment, Contains("FONTCONFIG_PATH=/tmp/folder/app.app/Contents/Resources/fonts"));
+  EXPECT_THAT(environment,
+              Contains("FONTCONFIG_PATH=/tmp/folder/app.app/Contents/Resources/fonts"));
 }
 
 TEST_F(ToolEnvironmentTest, theWorkingFolderIsPrivateAndLeadsToTheResources) {
