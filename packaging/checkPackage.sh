@@ -1,15 +1,25 @@
 #!/bin/bash
-# Makes the Debian package of a build and tries it: lintian, installation, a conversion with what
-# was installed, removal. Needs root (the package is really installed) and the packages lintian and
-# dpkg-dev.
-#   packaging/checkPackage.sh [BUILD]      BUILD is build/release when it is not named
+# Makes the Debian package of a build and tries it: lintian, what it tells the desktop, installation,
+# conversions and the window with what was installed, removal.
+#   packaging/checkPackage.sh [--bare] [BUILD]     BUILD is build/release when it is not named
+# The package is installed in this system; with --bare in a new Debian of the same release that
+# consists of the essential packages only, so that a missing dependency shows. That one is made below
+# $TMPDIR from this system's own package source (about 1.5 GB) and thrown away in the end.
+# Needs root, the packages lintian, dpkg-dev, desktop-file-utils, appstream, man-db and xvfb, and
+# mmdebstrap for --bare.
 set -euo pipefail
-build=$(readlink -f "${1:-$(dirname "$0")/../build/release}")
+place=here
+if [ "${1-}" = --bare ]; then
+  place=bare
+  shift
+fi
+scripts=$(dirname "$(readlink -f "$0")")
+build=$(readlink -f "${1:-$scripts/../build/release}")
 folder=$(mktemp -d)
-installed=
+server=
 
 leave() {
-  [ -z "$installed" ] || dpkg --purge tessarin >/dev/null
+  [ -z "$server" ] || kill "$server"
   rm -rf "$folder"
 }
 trap leave EXIT
@@ -19,42 +29,45 @@ fail() {
   exit 1
 }
 
-[ "$(id -u)" -eq 0 ] || fail "only root can install packages"
-! dpkg-query -W tessarin >/dev/null 2>&1 || fail "the package is installed already"
+# A new Debian with nothing in it, in which the package is tried.
+tryInBareSystem() {
+  local source=/etc/apt/sources.list.d/debian.sources release
+  [ -e "$source" ] || source=/etc/apt/sources.list
+  release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+  cp "$package" "$scripts/tryPackage.sh" "$folder/in"
+  mmdebstrap --quiet --variant=minbase --format=null \
+    --customize-hook="copy-in '$folder/in' /" \
+    --customize-hook="chroot \"\$1\" /in/tryPackage.sh '/in/${package##*/}' bare" \
+    "$release" - "$source"
+}
 
-(cd "$folder" && cpack --config "$build/CPackConfig.cmake" -G DEB >log) || fail "$(cat "$folder/log")"
+[ "$(id -u)" -eq 0 ] || fail "only root can install packages"
+[ "$place" = bare ] || ! dpkg-query -W tessarin >/dev/null 2>&1 ||
+  fail "the package is installed already"
+
+(cd "$folder" && cpack --config "$build/CPackConfig.cmake" -G DEB >log 2>&1) || fail "$(cat "$folder/log")"
 package=$(echo "$folder"/*.deb)
 lintian --fail-on error "$package"
 
-installed=yes
-dpkg --install "$package" >"$folder/log" || fail "$(cat "$folder/log")"
-mapfile -t files < <(dpkg -L tessarin)
-export HOME="$folder/home"
-mkdir "$HOME"
-/usr/bin/tessarin --version
-ffmpeg -nostdin -v error \
-  -f lavfi -i "testsrc2=s=352x288:r=50:d=0.2,format=yuv420p,tinterlace=interleave_top,setfield=tff" \
-  -c:v mpeg2video -flags +ildct+ilme -top 1 "$folder/clip.mpg"
-/usr/bin/tessarin --destination "$folder" "$folder/clip.mpg"
-[ -s "$folder/Tessarin/clip.mov" ] || fail "no movie"
-if [ -x /usr/bin/tessarin-gui ]; then
-  ldd /usr/bin/tessarin-gui | { ! grep 'not found'; } || fail "libraries of the window are missing"
-  # It runs until it is asked to leave.
-  status=0
-  env -u XDG_CONFIG_HOME -u XDG_STATE_HOME XDG_RUNTIME_DIR="$folder" QT_QPA_PLATFORM=offscreen \
-    timeout 5 /usr/bin/tessarin-gui >"$folder/log" 2>&1 || status=$?
-  [ "$status" -eq 124 ] || fail "the window ends with the status $status: $(cat "$folder/log")"
-  grep -q 'awakeFromNib        - end' "$HOME/Library/Logs/Tessarin/Details.log" ||
-    fail "the window did not open"
-  desktop-file-validate /usr/share/applications/org.tessarin.Tessarin.desktop
-  appstreamcli validate --no-net /usr/share/metainfo/org.tessarin.Tessarin.metainfo.xml
+mkdir "$folder/in"
+dpkg-deb --extract "$package" "$folder/unpacked"
+share="$folder/unpacked/usr/share"
+if [ -x "$folder/unpacked/usr/bin/tessarin-gui" ]; then
+  desktop-file-validate "$share/applications/org.tessarin.Tessarin.desktop"
+  appstreamcli validate --no-net "$share/metainfo/org.tessarin.Tessarin.metainfo.xml"
 fi
-man -l /usr/share/man/man1/tessarin.1.gz >/dev/null
-
-dpkg --purge tessarin >"$folder/log" || fail "$(cat "$folder/log")"
-installed=
-for file in "${files[@]}"; do
-  [ -d "$file" ] || [ ! -e "$file" ] || fail "still there: $file"
+for page in "$share"/man/man1/*.gz; do
+  man -l "$page" >/dev/null
 done
-[ ! -e /usr/lib/tessarin ] || fail "still there: /usr/lib/tessarin"
+
+mkfifo "$folder/display"
+Xvfb -displayfd 3 -nolisten tcp 3>"$folder/display" 2>/dev/null &
+server=$!
+read -r number <"$folder/display"
+export DISPLAY=":$number"
+if [ "$place" = bare ]; then
+  tryInBareSystem
+else
+  "$scripts/tryPackage.sh" "$package"
+fi
 echo "checkPackage.sh: ${package##*/} is fine"
