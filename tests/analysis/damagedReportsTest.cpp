@@ -10,6 +10,7 @@
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
 #include "analysis/timing.h"
+#include "classShared/TextAdditions.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"
 
@@ -20,55 +21,15 @@ using test::LogCapture;
 using test::readTestData;
 
 // Texts that mean something to the readers, and some that try to be too much for them.
-const std::vector<std::string> pieces = {
-    "Input #0, ",
-    "Output #0, ",
-    "\n  Stream #0:",
-    "\n  Stream #0.4294967296[",
-    ": Video: ",
-    ": Audio: ",
-    ": Subtitle: ",
-    ", ",
-    "(",
-    ")",
-    "[",
-    "]",
-    "\n",
-    "\r",
-    "\r\n",
-    "x",
-    "9999999999999x8",
-    "0x0",
-    "-1x-1",
-    " tbr",
-    " tbc",
-    "k tbn",
-    " fps, ",
-    " kb/s",
-    " Hz",
-    "SAR ",
-    " DAR ",
-    "PAR ",
-    "Duration: ",
-    "start: ",
-    "bitrate: ",
-    "1e999",
-    "nan",
-    "-",
-    "99999999999999999999",
-    ".",
-    "5.1",
-    "title           : ",
-    "Chapter #0:0: start ",
-    ", end ",
-    "read_frame_internal stream=",
-    "ff_read_packet stream=0, pts=-9223372036854775808, dts=9223372036854775807, flags=1",
-    " pts=",
-    " flags=",
-    " Single frame detection: TFF:",
-    " BFF:",
-    "\xff\xc3",
-    std::string(1, '\0')};
+const auto pieces = split(
+    "Input #0, |Output #0, |\n  Stream #0:|\n  Stream #0.4294967296[|: Video: |: Audio: |"
+    ": Subtitle: |, |(|)|[|]|\n|\r|\r\n|x|9999999999999x8|0x0|-1x-1| tbr| tbc|k tbn| fps, |"
+    " kb/s| Hz|SAR | DAR |PAR |Duration: |start: |bitrate: "
+    "|1e999|nan|-|99999999999999999999|.|5.1|title           : |"
+    "Chapter #0:0: start |, end |read_frame_internal stream=| pts=| flags=|"
+    "ff_read_packet stream=0, pts=-9223372036854775808, dts=9223372036854775807, flags=1|"
+    " Single frame detection: TFF:| BFF:|\xff\xc3",
+    "|");
 
 class Damage {
  public:
@@ -78,7 +39,7 @@ class Damage {
       const std::size_t input = std::min(report.find("Input #0"), report.size());
       const std::size_t rest = std::min<std::size_t>(report.size() - input, 1500);
       const std::size_t place = below(4) == 0 ? below(report.size() + 1) : input + below(rest + 1);
-      switch (below(4)) {
+      switch (below(5)) {
         case 0:
           report.insert(place, pieces[below(pieces.size())]);
           break;
@@ -87,6 +48,9 @@ class Damage {
           break;
         case 2:
           report.insert(place, report.substr(below(report.size() + 1), below(200)));
+          break;
+        case 3:
+          report.insert(place, 1, '\0');
           break;
         default:
           report.replace(place, below(20), pieces[below(pieces.size())]);

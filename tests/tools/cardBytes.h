@@ -15,10 +15,12 @@ inline std::string bigEndian(std::size_t value, int width) {
   return bytes;
 }
 
+// Bytes written as pairs of digits, with blanks between their fields.
 inline std::string fromHex(const std::string& digits) {
   std::string bytes;
-  for (std::size_t index = 0; index + 1 < digits.size(); index += 2)
-    bytes += static_cast<char>(std::stoi(digits.substr(index, 2), nullptr, 16));
+  for (std::size_t index = 0; index + 1 < digits.size(); index += digits[index] == ' ' ? 1 : 2)
+    if (digits[index] != ' ')
+      bytes += static_cast<char>(std::stoi(digits.substr(index, 2), nullptr, 16));
   return bytes;
 }
 
@@ -45,14 +47,7 @@ inline std::string playlistBytes(const std::vector<CardClip>& clips,
   const auto addMark = [&](int type, std::size_t clip, const std::string& time) {
     marks += bigEndian(0, 1) + bigEndian(static_cast<std::size_t>(type), 1) + bigEndian(clip, 2) +
              std::string(10, '\0');
-    times += fromHex(
-                 "0108"
-                 "0001"
-                 "000000"
-                 "00"
-                 "0000"
-                 "1E") +
-             fromHex(time) + std::string(48, '\0');
+    times += fromHex("0108 0001 000000 00 0000 1E") + fromHex(time) + std::string(48, '\0');
     ++markCount;
   };
   for (std::size_t index = 0; index < clips.size(); ++index) {
@@ -71,12 +66,8 @@ inline std::string playlistBytes(const std::vector<CardClip>& clips,
   const std::string list =
       withLength(bigEndian(0, 2) + bigEndian(clips.size(), 2) + bigEndian(0, 2) + items);
   const std::string markList = withLength(bigEndian(markCount, 2) + marks);
-  const std::string own = withLength(fromHex("0108"
-                                             "0001"
-                                             "00000000"
-                                             "0000"
-                                             "1E") +
-                                     fromHex(ownTime) + std::string(40, '\0'));
+  const std::string own =
+      withLength(fromHex("0108 0001 00000000 0000 1E") + fromHex(ownTime) + std::string(40, '\0'));
   const std::string block = "PLEX" + bigEndian(0, 4) + bigEndian(40 + own.size(), 4) +
                             bigEndian(0, 4) + std::string(24, '\0') + own +
                             withLength(bigEndian(markCount, 2) + times);
@@ -98,13 +89,8 @@ inline std::string playlistBytes(const std::vector<CardClip>& clips,
 inline std::string h264Bytes(const std::string& time) {
   const std::string digits = fromHex(time);
   const std::string message = fromHex("17EE8C60F84D11D98CD60800200C9A66") + "MDPM" +
-                              fromHex(
-                                  "03"
-                                  "13"
-                                  "00000000"
-                                  "18"
-                                  "1E") +
-                              digits.substr(0, 3) + "\x19" + digits.substr(3);
+                              fromHex("03 13 00000000 18 1E") + digits.substr(0, 3) + "\x19" +
+                              digits.substr(3);
   std::string escaped;
   std::size_t zeros = 0;
   for (const char byte : message) {
@@ -117,18 +103,7 @@ inline std::string h264Bytes(const std::string& time) {
   }
   const std::string start = fromHex("000001");
   return start + fromHex("0930") + start + "\x67" + std::string(150, 'S') + start +
-         fromHex(
-             "0601"
-             "02"
-             "1122"
-             "80") +
-         start +
-         fromHex(
-             "06"
-             "01"
-             "02"
-             "1122"
-             "05") +
+         fromHex("0601 02 1122 80") + start + fromHex("06 01 02 1122 05") +
          bigEndian(message.size(), 1) + escaped + "\x80" + start + "\x65" + std::string(400, 'P');
 }
 
@@ -151,17 +126,8 @@ inline std::string transportBytes(const std::string& video, std::size_t step = 1
              std::string(step == 204 ? 16 : 0, '\0');
   };
   addPacket(0x1100, true,
-            fromHex("000001BD"
-                    "0000"
-                    "808000") +
-                h264Bytes("19990909090909").substr(0, 90));
-  std::string unit = fromHex(
-                         "000001E0"
-                         "0000"
-                         "8080"
-                         "05"
-                         "2100010001") +
-                     video;
+            fromHex("000001BD 0000 808000") + h264Bytes("19990909090909").substr(0, 90));
+  std::string unit = fromHex("000001E0 0000 8080 05 2100010001") + video;
   for (std::size_t offset = 0; offset < unit.size(); offset += 184) {
     addPacket(0x1011, offset == 0, unit.substr(offset, 184));
     addPacket(0x1100, false, "sound");

@@ -131,16 +131,7 @@ TEST(CardStream, LostBytesAndOtherDamageAreSurvived) {
 }
 
 TEST(MoiFile, HoldsTheTimeOfTheClipBesideIt) {
-  const auto time =
-      recordingTimeOfMoi(fromHex("5636"
-                                 "00000106"
-                                 "07DB"
-                                 "05"
-                                 "0F"
-                                 "11"
-                                 "3A"
-                                 "BB80"
-                                 "00001FE0"));
+  const auto time = recordingTimeOfMoi(fromHex("5636 00000106 07DB 05 0F 11 3A BB80 00001FE0"));
   ASSERT_TRUE(time);
   EXPECT_EQ(time.value().text(), "2011-05-15 17.58.48");
   EXPECT_FALSE(recordingTimeOfMoi(moiBytes(2011, 13, 1, 0, 0, 0)));
