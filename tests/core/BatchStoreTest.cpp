@@ -40,11 +40,19 @@ class BatchStoreTest : public testing::Test {
   }
   // As a crash leaves it: nobody holds the lock.
   std::string abandoned(const StoredBatch& content) { return made(content).folder(); }
+  // What is read back of the only batch, and what was wrong with it.
+  StoredBatch readBack() {
+    found = findInterruptedBatches(parent);
+    EXPECT_EQ(found.stores.size(), 1u);
+    return readInterruptedBatch(found.stores.at(0), problems);
+  }
 
   test::TestBundle bundle;
   test::LogCapture log;
   test::ScopedTemporaryFolder folder;
   std::string parent = folder.file("state/Tessarin/batches");
+  InterruptedBatches found;
+  std::vector<StoreProblem> problems;
 };
 
 TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
@@ -66,10 +74,7 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
   ASSERT_EQ(::stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0700U);
 
-  InterruptedBatches found = findInterruptedBatches(parent);
-  ASSERT_EQ(found.stores.size(), 1u);
-  std::vector<StoreProblem> problems;
-  const StoredBatch read = readInterruptedBatch(found.stores[0], problems);
+  const StoredBatch read = readBack();
   EXPECT_TRUE(problems.empty());
   EXPECT_EQ(read.settings, content.settings);
   EXPECT_EQ(read.waiting, content.waiting);
@@ -135,9 +140,7 @@ TEST_F(BatchStoreTest, ManyRowsAreStoredAtOnce) {
   for (int number = 1; number <= 200; ++number)
     content.rows.push_back({number, row("/card/" + std::to_string(number) + ".mts")});
   abandoned(content);
-  InterruptedBatches found = findInterruptedBatches(parent);
-  std::vector<StoreProblem> problems;
-  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  const StoredBatch read = readBack();
   ASSERT_EQ(read.rows.size(), 200u);
   EXPECT_EQ(read.rows[199].row, content.rows[199].row);
 }
@@ -148,9 +151,7 @@ TEST_F(BatchStoreTest, ADamagedRowIsPutAsideAndTheRestIsRead) {
   fs::resize_file(path + "/row-1.plist", 20);
   const auto noRow = batchPartBytes({{"order", 3}, {"row", "text"}});
   ASSERT_TRUE(writeFileAtomically(path + "/row-3.plist", noRow.value()));
-  InterruptedBatches found = findInterruptedBatches(parent);
-  std::vector<StoreProblem> problems;
-  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  const StoredBatch read = readBack();
   ASSERT_EQ(read.rows.size(), 1u);
   EXPECT_EQ(read.rows[0].row, row("/card/2.mts"));
   ASSERT_EQ(problems.size(), 2u);
@@ -164,9 +165,7 @@ TEST_F(BatchStoreTest, ADamagedListOrDamagedSettingsAreReported) {
   const std::string path = abandoned({{}, {{1, row("/card/1.mts")}}, {"/card/2.mts"}});
   fs::resize_file(path + "/waiting.plist", 3);
   fs::resize_file(path + "/batch.plist", 0);
-  InterruptedBatches found = findInterruptedBatches(parent);
-  std::vector<StoreProblem> problems;
-  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  const StoredBatch read = readBack();
   EXPECT_EQ(read.rows.size(), 1u);
   EXPECT_EQ(problems.size(), 2u);
 }
@@ -174,7 +173,7 @@ TEST_F(BatchStoreTest, ADamagedListOrDamagedSettingsAreReported) {
 TEST_F(BatchStoreTest, ABatchOfANewerVersionIsLeftAlone) {
   const std::string path = abandoned({{}, {{1, row("/card/1.mts", ResultMark::current)}}, {}});
   ASSERT_TRUE(writePropertyList(path + "/batch.plist", Dico{{"formatVersion", 999}}));
-  const InterruptedBatches found = findInterruptedBatches(parent);
+  found = findInterruptedBatches(parent);
   EXPECT_TRUE(found.stores.empty());
   ASSERT_EQ(found.problems.size(), 1u);
   EXPECT_EQ(found.problems[0].reason, localisationString("why_newerBatch"));
@@ -223,7 +222,9 @@ class InterruptedJobTest : public BatchStoreTest {
     job.files = {{output, false, fileState(output)}, {master, true, fileState(master)}};
     ASSERT_TRUE(store.writeJob(1, recordOfJob(job)));
   }
-  std::string markAfter(InterruptedBatches& found) {
+  // The row's mark after the batch was found.
+  std::string markAfter() {
+    found = findInterruptedBatches(parent);
     const BatchPart part = found.stores.at(0).row(1);
     return part.content.dico("row")->textOrEmpty("resultat");
   }
@@ -238,8 +239,7 @@ TEST_F(InterruptedJobTest, APartialMovieIsPutAsideAndItsRowWaits) {
   folder.write("Tessarin/1.mov", "partial");
   folder.write("Tessarin/1_MASTER.mov", "intermediate");
   folder.write("Tessarin/.1.mov.partial", "of a killed export");
-  InterruptedBatches found = findInterruptedBatches(parent);
-  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), ResultMark::waiting);
   EXPECT_FALSE(pathExists(output));
   EXPECT_FALSE(pathExists(master));
   EXPECT_FALSE(pathExists(folder.file("Tessarin/.1.mov.partial")));
@@ -261,8 +261,7 @@ TEST_F(InterruptedJobTest, AMovieThatTheJobHadNotBegunToWriteStays) {
   folder.write("Tessarin/1.mov", "the user's movie, to be replaced");
   folder.write("Tessarin/1_MASTER.mov", "older");
   interrupt(ResultMark::current);
-  InterruptedBatches found = findInterruptedBatches(parent);
-  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), ResultMark::waiting);
   EXPECT_TRUE(found.putAside.empty());
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "the user's movie, to be replaced");
   EXPECT_EQ(folder.read("Tessarin/1_MASTER.mov"), "older");
@@ -273,7 +272,7 @@ TEST_F(InterruptedJobTest, AMovieThatWasToBeReplacedComesBack) {
   interrupt(ResultMark::current);
   ASSERT_EQ(takePlace(output, true), Place::taken);
   folder.write("Tessarin/1.mov", "partial");
-  InterruptedBatches found = findInterruptedBatches(parent);
+  found = findInterruptedBatches(parent);
   EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "partial");
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "precious");
 }
@@ -283,8 +282,7 @@ TEST_F(InterruptedJobTest, AFinishedMovieStays) {
   interrupt(ResultMark::success);
   ASSERT_EQ(takePlace(output, true), Place::taken);
   folder.write("Tessarin/1.mov", "whole");
-  InterruptedBatches found = findInterruptedBatches(parent);
-  EXPECT_EQ(markAfter(found), ResultMark::success);
+  EXPECT_EQ(markAfter(), ResultMark::success);
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
   EXPECT_FALSE(pathExists(replacedName(output)));
   EXPECT_TRUE(found.stores[0].jobNumbers().empty());
@@ -293,15 +291,13 @@ TEST_F(InterruptedJobTest, AFinishedMovieStays) {
 TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
   interrupt(ResultMark::success, "before the power cut");
   folder.write("Tessarin/1.mov", "perhaps whole");
-  InterruptedBatches found = findInterruptedBatches(parent);
-  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), ResultMark::waiting);
   EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "perhaps whole");
 }
 
 TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayIsPutAsideLater) {
   interrupt(ResultMark::current);
-  InterruptedBatches found = findInterruptedBatches(parent);
-  EXPECT_EQ(markAfter(found), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), ResultMark::waiting);
   found = {};
   folder.write("Tessarin/1.mov", "partial");
   found = findInterruptedBatches(parent);
@@ -315,9 +311,7 @@ TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {
   withImage.set("img", "/gone/1.jpg");
   withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", "/gone/1.jpg"}});
   abandoned({{}, {{1, withImage, picture}, {2, withImage}}, {}});
-  InterruptedBatches found = findInterruptedBatches(parent);
-  std::vector<StoreProblem> problems;
-  const StoredBatch read = readInterruptedBatch(found.stores.at(0), problems);
+  const StoredBatch read = readBack();
   const std::string image = read.rows.at(0).row.textOrEmpty("img");
   EXPECT_EQ(parentFolder(image), temporaryFolder());
   EXPECT_EQ(readFileStart(image, 100), picture);

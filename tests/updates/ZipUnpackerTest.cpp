@@ -110,15 +110,33 @@ TEST_F(Unpacking, TellsOfDamage) {
   EXPECT_THAT(unpack(changed), HasSubstr("damaged"));
 }
 
-TEST_F(Unpacking, SurvivesDamageOfEveryByte) {
-  const std::string whole = zipOf({{"a/b", "some content"}});
+// Whatever byte is damaged: nothing is written outside the folder, which every test looks at, and
+// what counts as unpacked is what was packed, under whatever name.
+TEST_F(Unpacking, DamageOfAnyByteIsToldOrDoesNoHarm) {
+  const std::string packed = "some content";
+  const std::string whole = zipOf({{"a/b", packed}});
+  int refused = 0;
   for (std::size_t at = 0; at < whole.size(); ++at) {
-    std::string changed = whole;
-    changed[at] = static_cast<char>(~changed[at]);
-    static_cast<void>(unpack(changed));
-    fs::remove_all(content());
-    fs::create_directory(content());
+    for (const int damage : {0xFF, 0x01, 0x20}) {
+      std::string changed = whole;
+      changed[at] = static_cast<char>(changed[at] ^ damage);
+      if (!unpack(changed).empty()) {
+        ++refused;
+      } else {
+        for (const auto& entry : fs::recursive_directory_iterator(content())) {
+          ASSERT_FALSE(entry.is_symlink()) << at;
+          if (entry.is_regular_file()) {
+            ASSERT_EQ(folder.read(fs::relative(entry.path(), folder.path()).string()), packed)
+                << at;
+          }
+        }
+      }
+      ASSERT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 2) << at;
+      fs::remove_all(content());
+      fs::create_directory(content());
+    }
   }
+  EXPECT_GT(refused, 200);
 }
 
 }  // namespace
