@@ -40,11 +40,16 @@ struct LauncherRecorder : TaskLauncherDelegate {
 struct LauncherRun {
   LauncherRun() { launcher.setDelegate(&recorder); }
 
+  int launch(const Arguments& arguments) { return launcher.launchTasksWithArguments(arguments); }
+  // Serves the loop until the run has ended.
+  bool ends() {
+    return loopUntil(loop, [this] { return recorder.ends > 0; });
+  }
   // Launches and serves the loop until the run has ended; the result of the launch.
   int runToEnd(const Arguments& arguments) {
-    const int result = launcher.launchTasksWithArguments(arguments);
+    const int result = launch(arguments);
     if (result == taskLauncher::launched)
-      loopUntil(loop, [this] { return recorder.ends > 0; });
+      ends();
     return result;
   }
   // Serves the loop until the text is part of what was delivered.

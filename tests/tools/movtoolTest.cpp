@@ -200,7 +200,9 @@ TEST(Movtool, KeepsSoundAndPictureInStep) {
       settings.height = 48;
       exported(folder, settings, clip);
       const test::FlashAndTone found = test::flashAndTone(folder, folder.file("out.mov"));
-      EXPECT_GT(found.flash, 0.6) << codec << " " << later;
+      // Our own writer begins with the first picture, ffmpeg's with whatever is first.
+      const double begin = settings.codec == "icod" ? std::max(-later, 0.0) : 0;
+      EXPECT_NEAR(found.flash, 1 - begin, 0.041) << codec << " " << later;
       EXPECT_NEAR(found.tone, found.flash, 0.041) << codec << " " << later;
     }
   }
