@@ -5,7 +5,6 @@
 #include <optional>
 #include <unordered_set>
 
-#include "classShared/TextAdditions.h"
 #include "core/admittedSources.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -62,12 +61,8 @@ SourceList sourcesOf(const std::vector<std::string>& arguments, const std::strin
         take(path);
       continue;
     }
-    std::vector<std::string> files = filesBelow(path);
-    const std::string movies = absolutePath(moviesFolder) + "/";
-    const bool skipsMovies = !startsWith(path + "/", movies);
-    std::erase_if(files, [&](const std::string& file) {
-      return !admitted.admits(file) || (skipsMovies && startsWith(file, movies));
-    });
+    std::vector<std::string> files = sourcesBelow(path, moviesFolder);
+    std::erase_if(files, [&](const std::string& file) { return !admitted.admits(file); });
     if (files.empty())
       list.problems.push_back({argument, localisationString("why_noMoviesInFolder")});
     std::sort(files.begin(), files.end());

@@ -10,6 +10,7 @@
 #include "classShared/log.h"
 #include "core/admittedSources.h"
 #include "core/failureReason.h"
+#include "core/jobPlan.h"
 #include "core/newRow.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
@@ -57,7 +58,7 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
     return;
   debugFormat("getOPENPERM()       ? {:d}", openPermitted_);
   if (openPermitted_)
-    takeSources(expandDroppedPaths(dropped));
+    takeSources(expandDroppedPaths(dropped, outputFolder(interface_.destination.text())));
 }
 
 void AnalysisQueue::takeSources(std::vector<std::string> paths) {

@@ -47,14 +47,29 @@ std::optional<std::string> problemOfSource(const std::string& path) {
   return std::nullopt;
 }
 
-std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths) {
+std::vector<std::string> sourcesBelow(const std::string& folder, const std::string& moviesFolder) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> files = filesBelow(folder);
+  std::error_code failed;
+  const fs::path inside =
+      fs::weakly_canonical(moviesFolder, failed)
+          .lexically_relative(fs::weakly_canonical(folder.empty() ? "." : folder, failed));
+  if (failed || inside.empty() || inside == "." || *inside.begin() == "..")
+    return files;
+  const std::string movies = joinPath(folder, inside.string()) + "/";
+  std::erase_if(files, [&](const std::string& file) { return startsWith(file, movies); });
+  return files;
+}
+
+std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths,
+                                            const std::string& moviesFolder) {
   if (!isDirectory(paths.front())) {
     debugFormat("actual str          : {}", paths.front());
     paths.front() = resolveAlias(paths.front());
     debugFormat("new    str          : {}", paths.front());
   }
   if (isDirectory(paths.front()))
-    return filesBelow(paths.front());
+    return sourcesBelow(paths.front(), moviesFolder);
   return paths;
 }
 

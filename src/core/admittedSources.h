@@ -33,9 +33,14 @@ class AdmittedExtensions {
 // when it can. A named pipe would keep the tools waiting for ever.
 std::optional<std::string> problemOfSource(const std::string& path);
 
+// The files below a folder that is searched. The movies of earlier runs are no sources: those in
+// `moviesFolder` are left out, unless `folder` is that one or lies in it.
+std::vector<std::string> sourcesBelow(const std::string& folder, const std::string& moviesFolder);
+
 // The list to take in when `paths` was dropped: when the first one is a folder (after following
-// one link or alias), all files below that folder instead of the list; else the list as it is,
-// with the first path resolved.
-std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths);
+// one link or alias), its sourcesBelow instead of the list; else the list as it is, with the first
+// path resolved.
+std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths,
+                                            const std::string& moviesFolder);
 
 }  // namespace tessarin

@@ -87,8 +87,13 @@ appDelegate::appDelegate(CoreServices services)
   clearStepFlags(services_.preferences);
   queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
   queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });
+  // Files that came during an analysis.
+  queue_.finished.connect([this] { scheduleOpenFiles(); });
   driver_.batchEnded.connect([this] {
     queue_.setOpenPermitted(true);
+    // An analysis that goes on allows the start itself, at its end.
+    if (!queue_.isOpenPermitted())
+      interface.batchGoBt.setEnabled(false);
     if (const auto stopped = std::exchange(batchStopped_, {}))
       stopped();
   });
@@ -114,12 +119,19 @@ appDelegate::~appDelegate() {
 
 void appDelegate::applicationOpenFiles(const std::vector<std::string>& paths) {
   filesToOpen_.insert(filesToOpen_.end(), paths.begin(), paths.end());
-  if (openFiles_ == 0)
+  scheduleOpenFiles();
+}
+
+void appDelegate::scheduleOpenFiles() {
+  if (openFiles_ == 0 && !filesToOpen_.empty())
     openFiles_ = services_.loop.runSoon([this] { performOpenFiles(); });
 }
 
+// Nobody sees a refusal of files that another program hands over: they wait for the analysis.
 void appDelegate::performOpenFiles() {
   openFiles_ = 0;
+  if (!queue_.isOpenPermitted())
+    return;
   logLine("drag'n'drop onto icon…");
   draggedFiles(std::exchange(filesToOpen_, {}));
 }

@@ -30,7 +30,8 @@ class appDelegate {
   AnalysisQueue& queue() { return queue_; }
   EncodingDriver& driver() { return driver_; }
 
-  // Sources dropped on the application's icon: taken in once the start-up has finished.
+  // Sources dropped on the application's icon, or handed over by another copy: taken in once the
+  // start-up, or an analysis that is under way, has finished.
   void applicationOpenFiles(const std::vector<std::string>& paths);
   // Sources dropped on the drop view.
   void dragNDropPerformDrag(const std::vector<std::string>& paths);
@@ -68,6 +69,7 @@ class appDelegate {
   void endTasks() { tasks_.endAll(); }
 
  private:
+  void scheduleOpenFiles();
   void performOpenFiles();
   void listFlavours();
   void stopBatch(std::function<void()> stopped);

@@ -1,9 +1,12 @@
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "CoreFixture.h"
 #include "core/AnalysisQueue.h"
+#include "core/admittedSources.h"
+#include "core/jobPlan.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -70,6 +73,17 @@ TEST_F(AnalysisQueueTest, AFolderCountsAloneAndDuplicatesOnce) {
   ASSERT_EQ(app.table().count(), 1);
   EXPECT_EQ(app.table().sourcePath(0), inside);
 
+  // A folder that is searched holds no movies of earlier runs, however its path is written.
+  const std::string movie = folder.file("out/Tessarin/card.mts");
+  ASSERT_TRUE(mkdir(folder.file("out/Tessarin")));
+  std::filesystem::copy_file(inside, movie);
+  std::filesystem::create_directory_symlink(folder.file("out"), folder.file("movies"));
+  app.interface.destination.setText(folder.file("movies/"));
+  EXPECT_THAT(sourcesBelow(folder.path(), outputFolder(app.interface.destination.text())),
+              testing::Not(testing::Contains(movie)));
+  EXPECT_THAT(sourcesBelow(folder.file("out/Tessarin"), folder.file("out/Tessarin")),
+              testing::ElementsAre(movie));
+
   // Known already: nothing to do, and nothing to complain about.
   analyse({inside});
   EXPECT_EQ(app.table().count(), 1);
@@ -120,6 +134,17 @@ TEST_F(AnalysisQueueTest, StopGivesUpTheRest) {
   EXPECT_TRUE(log.has("analysis stop       : final end"));
   analyse({paths[1]});
   EXPECT_EQ(app.table().count(), 1);
+}
+
+TEST_F(AnalysisQueueTest, FilesHandedOverDuringAnAnalysisWaitForItsEnd) {
+  app.draggedFiles({folder.write("1.mts", "no movie")});
+  app.applicationOpenFiles({folder.write("2.mts", "no movie")});
+  app.applicationOpenFiles({folder.write("3.mts", "no movie")});
+  app.draggedFiles({folder.write("4.mts", "no movie")});  // refused
+  serve();
+  serve();
+  ASSERT_EQ(refused.size(), 3u);
+  EXPECT_EQ(refused[2].first, folder.file("3.mts"));
 }
 
 TEST_F(AnalysisQueueTest, TheCaptionCountsAsItAlwaysDid) {
