@@ -118,6 +118,8 @@ bool WindowProgram::awakeFromNib() {
   listLanguages(app_.interface.language, preferences_);
   makeWindow();
   logLine("localisations       - post");
+  if (!hasLocalization("D_Langue"))
+    languageGuardAlert(Bundle::main().resourcePath());
   rotateLogs();
   redirectStdoutToFile(detailLogPath());
   if (!findTools())
@@ -170,6 +172,9 @@ void WindowProgram::applicationDidFinishLaunching() {
     window_->showLocalization();
   logFormat("updatePrefBt        ? {:d}", app_.interface.updateCheck.isChecked());
   updates_.lookUpAtStart(preferences_);
+  // Whoever switches it on need not wait for the next start. After the choice has been stored.
+  app_.interface.updateCheck.changed.connect(
+      [this] { loop_.runSoon([this] { updates_.lookUpAtStart(preferences_); }); });
   if (!app_.interface.assistantSkip.isChecked())
     window_->showAssistant();
   if (!domain_.problem().empty())
@@ -191,6 +196,7 @@ void WindowProgram::watchOutside() {
     // The user's own end of the batch; after keep() nothing of it goes.
     recorder_.forget();
     isLeaving_ = true;
+    debugFormat("applicationShouldTerminateAfterLastWindowClosed ?");
     window_->hide();
     alerts_.close();
   });
@@ -234,6 +240,7 @@ void WindowProgram::changeTheLanguage() {
   logFormat("language            = {}", code);
   preferences_.prefWrite(languageKey, code);
   changeLanguage(code, app_.table());
+  app_.interface.batchReport.setText("");
   translateQt();
   updates_.changed.emit();  // its texts, too
   const QByteArray place = window_->saveGeometry();

@@ -106,6 +106,7 @@ void EncodingDriver::offerFolder(const std::string& refused) {
 void EncodingDriver::begin() {
   interface_.batchGoBt.setEnabled(false);
   interface_.batchGoBt.setState(1);
+  interface_.batchReport.setText("");
   stopAsked_ = false;
   outputNames_.clear();
   for (int row = 0; row < table_.count(); ++row)
@@ -142,6 +143,7 @@ void EncodingDriver::stop() {
   suspendedForAnalysis_ = false;
   held_ = nullptr;
   resetPause();
+  interface_.batchReport.setText(localisationString("D_action_stop"));
   if (job().empty()) {  // between two rows
     encSend("encBatch");
     return;

@@ -40,9 +40,8 @@ constexpr double smallestOutput = 10;
 std::string unknownPresetMessage(const std::string& preset) {
   return fmt::format(
       "{}\n\n(en) …the computed preset was not found (please contact us, menu item "
-      "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci de "
-      "nous "
-      "contacter, menu 'Tessarin'>'Signaler un problème…')",
+      "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci "
+      "de nous contacter, menu 'Tessarin'>'Signaler un problème…')",
       preset);
 }
 

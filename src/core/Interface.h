@@ -50,6 +50,7 @@ struct Interface {
   Panel batchDrawer;
   Button batchGoBt;        // state 1 while a batch runs
   TextField batchSummary;  // how many sources are done and wait
+  TextField batchReport;   // how the last batch ended, where that was not of itself
   TaskControls encoding;
 };
 

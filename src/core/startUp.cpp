@@ -1,10 +1,13 @@
 #include "core/startUp.h"
 
+#include <fmt/format.h>
 #include <sys/utsname.h>
 
+#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "platform/Bundle.h"
+#include "platform/SystemFacts.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "process/toolEnvironment.h"
@@ -64,6 +67,14 @@ void prepareTools() {
   setWorkFolderPath(joinPath(temporaryFolder(), Bundle::main().name()));
   if (const auto made = prepareWorkFolder(Bundle::main()); !made)
     logFormat("work folder         :-( {}", made.reason());
+}
+
+std::string environmentFacts() {
+  return fmt::format("{} {} ({})\n{}, Linux {}, {}\nffmpeg {}\n{}\n", Bundle::main().name(),
+                     bundleText("CFBundleShortVersionString"), bundleText("CFBundleVersion"),
+                     operatingSystemText(), kernelRelease(), processorFamily(),
+                     versionOfListing(codecListing()),
+                     fmt::format("{} × CPU, {}", processorCount(), Bundle::main().language()));
 }
 
 void recordEnvironment() {

@@ -24,5 +24,7 @@ void prepareTools();
 
 // Writes the computer, the program and where it works to the log.
 void recordEnvironment();
+// What a report of a fault should say of the program and the machine, a line each.
+std::string environmentFacts();
 
 }  // namespace tessarin

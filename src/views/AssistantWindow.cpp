@@ -38,19 +38,11 @@ class Picture final : public QWidget {
 }  // namespace
 
 void AssistantWindow::open(appDelegate& app, QWidget* parent) {
-  static QPointer<AssistantWindow> shown;
-  if (!shown)
-    shown = new AssistantWindow(app, parent);
-  shown->show();
-  shown->raise();
-  shown->activateWindow();
+  openOne<AssistantWindow>([&] { return new AssistantWindow(app, parent); });
 }
 
 AssistantWindow::AssistantWindow(appDelegate& app, QWidget* parent)
-    : QDialog(parent), app_(app), pages_(new QStackedWidget) {
-  setAttribute(Qt::WA_DeleteOnClose);
-  setObjectName("assistant");
-  setWindowTitle("@@assistantTitle");
+    : SideWindow("assistant", "@@assistantTitle", parent), app_(app), pages_(new QStackedWidget) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(24, 24, 24, 16);
   column->setSpacing(16);

@@ -1,16 +1,16 @@
 // First steps in a few pages.
 #pragma once
 
-#include <QDialog>
 #include <QLabel>
 #include <QPushButton>
 #include <QStackedWidget>
 
 #include "core/appDelegate.h"
+#include "views/SideWindow.h"
 
 namespace tessarin {
 
-class AssistantWindow final : public QDialog {
+class AssistantWindow final : public SideWindow {
  public:
   // Shows the window above `parent`, or brings the one that is open to the front. The controller
   // is borrowed and outlives the window. What is chosen in it holds at once.

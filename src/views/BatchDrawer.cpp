@@ -66,12 +66,17 @@ QWidget* BatchDrawer::newRunBar() {
 QWidget* BatchDrawer::newCourse() {
   // In a page of its own: a bound label shows itself, whichever page is in front.
   auto* atRest = new QWidget;
-  auto* row = new QHBoxLayout(atRest);
-  row->setContentsMargins(0, 0, 0, 0);
+  auto* lines = new QVBoxLayout(atRest);
+  lines->setContentsMargins(0, 0, 0, 0);
+  lines->setSpacing(2);
+  auto* report = newNarrowLabel();
+  report->setObjectName("report");
+  bindTo(report, app_.interface.batchReport);
+  lines->addWidget(report);
   auto* summary = newNarrowLabel();
   summary->setObjectName("summary");
   bindTo(summary, app_.interface.batchSummary);
-  row->addWidget(summary);
+  lines->addWidget(summary);
   auto* course = new QStackedWidget;
   course->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   course->addWidget(atRest);

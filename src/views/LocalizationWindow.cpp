@@ -2,7 +2,6 @@
 
 #include <QDialogButtonBox>
 #include <QLabel>
-#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -35,20 +34,12 @@ QLabel* newText(const QString& text) {
 }  // namespace
 
 void LocalizationWindow::open(std::function<void(const std::string&)> reveal, QWidget* parent) {
-  static QPointer<LocalizationWindow> shown;
-  if (!shown)
-    shown = new LocalizationWindow(std::move(reveal), parent);
-  shown->show();
-  shown->raise();
-  shown->activateWindow();
+  openOne<LocalizationWindow>([&] { return new LocalizationWindow(std::move(reveal), parent); });
 }
 
 LocalizationWindow::LocalizationWindow(std::function<void(const std::string&)> reveal,
                                        QWidget* parent)
-    : QDialog(parent), reveal_(std::move(reveal)) {
-  setAttribute(Qt::WA_DeleteOnClose);
-  setObjectName("localization");
-  setWindowTitle("@@localizationTitle");
+    : SideWindow("localization", "@@localizationTitle", parent), reveal_(std::move(reveal)) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(20, 20, 20, 16);
   column->setSpacing(12);

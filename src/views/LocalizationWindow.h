@@ -1,13 +1,14 @@
 // Tells a user where the program's texts are and how to correct them.
 #pragma once
 
-#include <QDialog>
 #include <functional>
 #include <string>
 
+#include "views/SideWindow.h"
+
 namespace tessarin {
 
-class LocalizationWindow final : public QDialog {
+class LocalizationWindow final : public SideWindow {
  public:
   // Shows the window above `parent`, or brings the one that is open to the front. `reveal` shows a
   // file in the desktop's file browser.

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "classShared/log.h"
+#include "core/admittedSources.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "views/images.h"
@@ -23,6 +24,17 @@ namespace {
 
 constexpr int windowWidth = 960;
 constexpr int drawerHeight = 360;
+
+// What the open panel can show: movies as they are taken in, or everything.
+QStringList openPanelFilters() {
+  const AdmittedExtensions admitted;
+  QStringList patterns;
+  for (const std::string& spelling : admitted.spellings())
+    patterns.append("*." + qtText(spelling));
+  patterns.sort();
+  return {localizedText("@@filterMovies") + " (" + patterns.join(' ') + ")",
+          localizedText("@@filterAll") + " (*)"};
+}
 
 }  // namespace
 
@@ -108,7 +120,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 // ---- Sources
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (pathsOf(event->mimeData()).empty())
+  if (!app_.queue().isOpenPermitted() || pathsOf(event->mimeData()).empty())
     return;
   event->setDropAction(Qt::CopyAction);
   event->accept();
@@ -138,7 +150,11 @@ void MainWindow::openSources(bool folder) {
     return;
   auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), QDir::homePath());
   panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setObjectName("openPanel");
   panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
+  panel->setOption(QFileDialog::HideNameFilterDetails);
+  if (!folder)
+    panel->setNameFilters(openPanelFilters());
   connect(panel, &QFileDialog::filesSelected, this, [this](const QStringList& files) {
     std::vector<std::string> paths;
     for (const QString& file : files)

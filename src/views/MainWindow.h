@@ -33,6 +33,7 @@ class MainWindow final : public QMainWindow {
   void showPreferences();
   void showAssistant();
   void showLocalization();
+  void showReport();
   void chooseDestination() { settings_->chooseDestination(); }
 
   // Called once, when the window has been painted for the first time.

@@ -2,7 +2,6 @@
 
 #include <QDialogButtonBox>
 #include <QFormLayout>
-#include <QPointer>
 
 #include "views/bindings.h"
 #include "views/localize.h"
@@ -11,23 +10,22 @@
 namespace tessarin {
 
 void PreferencesWindow::open(appDelegate& app, QWidget* parent) {
-  static QPointer<PreferencesWindow> shown;
-  if (!shown)
-    shown = new PreferencesWindow(app, parent);
-  shown->show();
-  shown->raise();
-  shown->activateWindow();
+  openOne<PreferencesWindow>([&] { return new PreferencesWindow(app, parent); });
 }
 
-PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent) : QDialog(parent) {
-  setAttribute(Qt::WA_DeleteOnClose);
-  setObjectName("preferences");
-  setWindowTitle("@@prefTitle");
+PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent)
+    : SideWindow("preferences", "@@prefTitle", parent) {
   Interface& interface = app.interface;
   const Act store = [&app] { app.storePreferences(); };
   auto* form = new QFormLayout(this);
   form->setContentsMargins(20, 20, 20, 20);
   form->setVerticalSpacing(12);
+
+  auto* destination = new QLineEdit;
+  destination->setObjectName("destination");
+  destination->setMinimumWidth(240);
+  bindTo(destination, interface.destination, store);
+  form->addRow("@@destination", destination);
 
   auto* flavours = new QComboBox;
   bindTo(flavours, interface.prores, proresTitle, store);

@@ -1,13 +1,12 @@
 // The choices that have no place in the main window.
 #pragma once
 
-#include <QDialog>
-
 #include "core/appDelegate.h"
+#include "views/SideWindow.h"
 
 namespace tessarin {
 
-class PreferencesWindow final : public QDialog {
+class PreferencesWindow final : public SideWindow {
  public:
   // Shows the window above `parent`, or brings the one that is open to the front. The controller
   // is borrowed and outlives the window. Changes hold at once.

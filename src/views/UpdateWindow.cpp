@@ -43,18 +43,11 @@ QPlainTextEdit* newDetails(TextField& field) {
 }  // namespace
 
 void UpdateWindow::open(UpdateInterface& interface, QWidget* parent) {
-  static QPointer<UpdateWindow> shown;
-  if (!shown)
-    shown = new UpdateWindow(interface, parent);
-  shown->show();
-  shown->raise();
-  shown->activateWindow();
+  openOne<UpdateWindow>([&] { return new UpdateWindow(interface, parent); });
 }
 
-UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent) : QDialog(parent) {
-  setAttribute(Qt::WA_DeleteOnClose);
-  setObjectName("updates");
-  setWindowTitle("@@menuUpdates");
+UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent)
+    : SideWindow("updates", "@@menuUpdates", parent) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(20, 20, 20, 16);
   column->setSpacing(12);

@@ -1,13 +1,12 @@
 // Looking for a newer version of the program, and fetching it.
 #pragma once
 
-#include <QDialog>
-
 #include "updates/UpdateInterface.h"
+#include "views/SideWindow.h"
 
 namespace tessarin {
 
-class UpdateWindow final : public QDialog {
+class UpdateWindow final : public SideWindow {
  public:
   // Shows the window above `parent`, or brings the one that is open to the front. The controls are
   // borrowed and outlive the window. Closing it stops nothing.

@@ -11,6 +11,7 @@
 #include "views/LocalizationWindow.h"
 #include "views/MainWindow.h"
 #include "views/PreferencesWindow.h"
+#include "views/ReportWindow.h"
 #include "views/images.h"
 #include "views/qtText.h"
 
@@ -30,10 +31,17 @@ void MainWindow::makeMenus() {
 
 void MainWindow::makeFileMenu() {
   QMenu* menu = menuBar()->addMenu("@@menuFile");
-  menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); });
-  menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
-                  [this] { openSources(true); });
-  menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
+  const QList<QAction*> taking = {
+      menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); }),
+      menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
+                      [this] { openSources(true); }),
+      menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); })};
+  // No sources are taken in during an analysis.
+  app_.interface.analysisPanel.changed.connect([held = QPointer<MainWindow>(this), this, taking] {
+    if (held)
+      for (QAction* action : taking)
+        action->setEnabled(!app_.interface.analysisPanel.isShown());
+  });
   menu->addSeparator();
   menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
   menu->addSeparator();
@@ -75,13 +83,17 @@ void MainWindow::makeBatchMenu() {
   const auto showRemovals = [held, this, remove, removeAll] {
     if (!held)
       return;
-    remove->setEnabled(app_.table().count() > 0);
-    removeAll->setEnabled(app_.table().count() > 0);
+    // The row in progress is never removed.
+    const bool isBusy = app_.table().encBatchInprogressRowIdentification() >= 0;
+    const bool areSome = app_.table().count() > (isBusy ? 1 : 0);
+    remove->setEnabled(areSome);
+    removeAll->setEnabled(areSome);
   };
   app_.interface.batchGoBt.changed.connect(showStart);
   stopBt.changed.connect(showStop);
   app_.table().rowAppended.connect([showRemovals](int) { showRemovals(); });
   app_.table().rowRemoved.connect([showRemovals](int) { showRemovals(); });
+  app_.table().rowChanged.connect([showRemovals](int) { showRemovals(); });
   showStart();
   showStop();
   showRemovals();
@@ -98,6 +110,7 @@ void MainWindow::makeHelpMenu() {
   QAction* debug =
       menu->addAction(qtText(localisationString(debugMode() ? "menuDebug0" : "menuDebug1")));
   connect(debug, &QAction::triggered, this, [this, debug] { toggleDebug(debug); });
+  menu->addAction("@@menuReport", this, [this] { showReport(); });
   menu->addAction("@@menuLocalization", this, [this] { showLocalization(); });
   menu->addSeparator();
   menu->addAction("@@menuAbout", this, [this] { showAbout(); });
@@ -113,6 +126,10 @@ void MainWindow::showAssistant() {
 
 void MainWindow::showLocalization() {
   LocalizationWindow::open(actions_.reveal, this);
+}
+
+void MainWindow::showReport() {
+  ReportWindow::open(actions_.reveal, this);
 }
 
 void MainWindow::toggleDebug(QAction* item) {

@@ -116,6 +116,8 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
   EXPECT_EQ(mark(0), ResultMark::failure);
   EXPECT_FALSE(pathExists(movie("Long.mov")));
+  EXPECT_EQ(window.findChild<QLabel*>("report")->text(), "The conversion was stopped.");
+  EXPECT_TRUE(window.findChild<QLabel*>("report")->isVisible());
 }
 
 TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
@@ -285,6 +287,7 @@ TEST(WindowTexts, AreTranslatedAndNotCutOff) {
     window.showPreferences();
     window.showAssistant();
     window.showLocalization();
+    window.showReport();
     int seen = 0;
     for (QWidget* widget : window.findChildren<QWidget*>()) {
       QString text;
