@@ -25,7 +25,6 @@ namespace tessarin {
 
 namespace {
 
-constexpr const char* cancelled = "cancel";
 // Stands for the row before the first one, when the first row was removed: no path is like it.
 constexpr const char* beforeFirstRow = "totoCestLePlusBeau";
 

@@ -30,6 +30,9 @@ inline constexpr const char* job = "processEncDico";                // the job i
 inline constexpr const char* replaceFiles = "replaceFilesCheck";    // answer for the whole batch
 }  // namespace StateKey
 
+// What stands for the path in hand after a stop.
+inline constexpr const char* cancelled = "cancel";
+
 // Removes all of the above: what a crash has left behind, or another process has in hand, must
 // not be taken for a step of ours. Choices of the user stay.
 void clearStepFlags(PreferenceStore& preferences);
