@@ -95,6 +95,9 @@ class Screenshots {
       takeQuestion();
     app_.driver().stop();
     until([this] { return !app_.driver().isBatchRunning(); });
+    settle();
+    if (allStates)
+      take("stopped", *window_);
     window_->showPreferences();
     settle();
     takeDialog("preferences");
@@ -104,6 +107,11 @@ class Screenshots {
     window_->showLocalization();
     settle();
     takeDialog("localization");
+    dialog()->close();
+    settle();
+    window_->showReport();
+    settle();
+    takeDialog("report");
   }
 
  private:
