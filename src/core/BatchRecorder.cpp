@@ -15,9 +15,10 @@ using std::chrono::milliseconds;
 
 // How long changes are gathered before they are written.
 constexpr milliseconds gathering(50);
-// How long rows are written in one go; each waits for the disk.
-constexpr milliseconds longestFlush(25);
-constexpr milliseconds untilAllIsWritten = std::chrono::hours(24);
+// How long rows are put together for one group: less than the time between two pictures.
+constexpr milliseconds longestGathering(5);
+// So many rows go into one group at most: a drop or a finished row may have to wait for it.
+constexpr std::size_t mostRows = 16;
 // After a failure, a full disk for example.
 constexpr milliseconds retryInterval(5000);
 
@@ -31,13 +32,17 @@ constexpr std::size_t largestImage = 64;
 }  // namespace
 
 BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::string parent)
-    : app_(app), services_(services), parent_(std::move(parent)), diskSync_(services.loop) {
+    : app_(app),
+      services_(services),
+      parent_(std::move(parent)),
+      diskSync_(services.loop),
+      disk_(services.loop) {
   app_.table().rowAppended.connect([this](int row) { rowAppended(row); });
   app_.table().rowChanged.connect([this](int row) { rowChanged(row); });
   app_.table().rowRemoved.connect([this](int row) { rowRemoved(row); });
   app_.queue().accepted.connect([this] {
     waitingChanged();
-    flush(longestFlush);
+    flush();
   });
   app_.queue().finished.connect([this] { waitingChanged(); });
   app_.driver().fileBegins.connect([this](const JobFile& file) { fileBegins(file); });
@@ -50,8 +55,8 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
 }
 
 BatchRecorder::~BatchRecorder() {
-  if (timer_ != 0)
-    flush(untilAllIsWritten);
+  if (timer_ != 0 || group_)
+    flushAll();
   services_.loop.cancel(timer_);
 }
 
@@ -63,8 +68,6 @@ void BatchRecorder::rowAppended(int row) {
   orders_.push_back(order);
   if (restored_ != 0)
     return;
-  if (storedWaiting_ > waitingSlack + 2 * app_.queue().waitingCount())
-    waitingChanged_ = true;
   rowChanged(row);
 }
 
@@ -96,15 +99,14 @@ void BatchRecorder::waitingChanged() {
 
 void BatchRecorder::fileBegins(const JobFile& file) {
   const int row = app_.table().rowOfSource(file.source);
-  if (stopped_ || row < 0 || !makeFolder())
+  if (stopped_ || row < 0 || !hasFolder())
     return;
   const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
   StoredJob& job = jobs_[order];
   job.source = file.source;
   job.boot = runningSystem();
   job.files.push_back({file.path, file.isIntermediate, fileState(file.path)});
-  if (check(store_->writeJob(order, recordOfJob(job))))
-    store_->sync();
+  check(store_->writeJob(order, recordOfJob(job)));
 }
 
 void BatchRecorder::jobEnded(const JobEnd& end) {
@@ -112,9 +114,15 @@ void BatchRecorder::jobEnded(const JobEnd& end) {
   if (stopped_ || row < 0 || !store_)
     return;
   const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
-  if (!jobs_.contains(order) || !writeRow(order))
+  if (!jobs_.contains(order))
     return;
-  store_->sync();
+  // An older state of the row must not be written after this one.
+  disk_.finish();
+  BatchChanges finished;
+  finished.addRow(storedRow(row));
+  if (!check(store_->write(finished)))
+    return;
+  changedRows_.erase(order);
   // A finished movie may still be on its way to the disk.
   if (end.kind == JobEnd::Kind::converted)
     diskSync_.add(end.output, [this, order] { forgetJob(order); });
@@ -131,90 +139,120 @@ void BatchRecorder::forgetJob(std::int64_t order) {
 
 void BatchRecorder::schedule(milliseconds delay) {
   if (timer_ == 0 && !stopped_)
-    timer_ = services_.loop.runAfter(delay, [this] { flush(longestFlush); });
+    timer_ = services_.loop.runAfter(delay, [this] { flush(); });
 }
 
-void BatchRecorder::flush(milliseconds longest) {
+void BatchRecorder::flush() {
   services_.loop.cancel(std::exchange(timer_, 0));
-  if (stopped_)
+  if (stopped_ || group_)  // the group's end goes on
     return;
   if (isEmpty())
     discard();
-  else if (!writeAll(longest))
-    schedule(retryInterval);
-  else if (!changedRows_.empty() || !removedRows_.empty())
-    schedule(gathering);
+  else
+    writeGroup();
 }
 
-// Rows before the list of sources without a row: each source is in one of them at every moment.
-bool BatchRecorder::writeAll(milliseconds longest) {
-  if (!makeFolder() || !writeSettings())
-    return false;
-  const auto start = std::chrono::steady_clock::now();
-  const auto isTimeUp = [start, longest] {
-    return std::chrono::steady_clock::now() - start > longest;
-  };
-  while (!changedRows_.empty()) {
-    if (!writeRow(*changedRows_.begin()))
+// Waits until everything is on the disk. False when it cannot be written.
+bool BatchRecorder::flushAll() {
+  do {
+    flush();
+    disk_.finish();
+    if (isFailing_)
       return false;
-    if (isTimeUp())
-      break;
-  }
-  // On a busy disk each costs milliseconds.
-  while (!removedRows_.empty() && !isTimeUp())
-    store_->removeRow(removedRows_.extract(removedRows_.begin()).value());
-  if (waitingChanged_ && !writeWaiting())
-    return false;
-  store_->sync();
+  } while (timer_ != 0 || group_);
   return true;
 }
 
-bool BatchRecorder::makeFolder() {
+void BatchRecorder::writeGroup() {
+  const auto ended = [this](const Outcome<bool>& result) { groupEnded(result); };
+  if (store_) {
+    group_ = std::make_shared<const BatchChanges>(gatheredChanges());
+    disk_.add([store = &*store_, group = group_] { return store->write(*group); }, ended);
+    return;
+  }
+  group_ = std::make_shared<const BatchChanges>(wholeBatch());
+  made_ = std::make_shared<std::optional<BatchStore>>();
+  disk_.add(
+      [parent = parent_, group = group_, made = made_]() -> Outcome<bool> {
+        auto store = BatchStore::create(parent, *group);
+        if (!store)
+          return Failure{store.reason()};
+        made->emplace(std::move(*store));
+        return true;
+      },
+      ended);
+}
+
+void BatchRecorder::groupEnded(const Outcome<bool>& result) {
+  const auto group = std::exchange(group_, nullptr);
+  if (const auto made = std::exchange(made_, nullptr); made && *made)
+    store_.emplace(std::move(**made));
+  isFailing_ = !check(result);
+  if (isFailing_) {
+    for (const auto& [order, content] : group->rows)
+      if (std::binary_search(orders_.begin(), orders_.end(), order))
+        changedRows_.insert(order);
+    removedRows_.insert(group->removedRows.begin(), group->removedRows.end());
+    waitingChanged_ = true;
+    storedSettings_ = {};
+    schedule(retryInterval);
+  } else if (waitingChanged_ || changedRows_.size() > mostRows) {
+    schedule(milliseconds(0));
+  } else if (!changedRows_.empty() || !removedRows_.empty()) {
+    schedule(gathering);
+  }
+}
+
+// Whether there is a folder; when there was none the batch is stored now.
+bool BatchRecorder::hasFolder() {
   if (store_)
     return true;
-  StoredBatch content;
-  content.settings = settings();
+  if (!group_)
+    writeGroup();
+  disk_.finish();
+  return store_.has_value();
+}
+
+BatchChanges BatchRecorder::wholeBatch() {
+  BatchChanges changes;
+  changes.settings = settings();
   for (int row = 0; row < app_.table().count(); ++row)
-    content.rows.push_back(storedRow(row));
-  content.waiting = app_.queue().sourcesWithoutRow();
-  auto made = BatchStore::create(parent_, content);
-  if (!made)
-    return check(Failure{made.reason()});
-  store_ = std::move(*made);
+    changes.addRow(storedRow(row));
+  changes.waiting = app_.queue().sourcesWithoutRow();
   changedRows_.clear();
   removedRows_.clear();
   waitingChanged_ = false;
-  storedSettings_ = std::move(content.settings);
-  storedWaiting_ = content.waiting.size();
-  return true;
+  storedSettings_ = *changes.settings;
+  storedWaiting_ = changes.waiting->size();
+  return changes;
 }
 
-bool BatchRecorder::writeSettings() {
-  Dico current = settings();
-  if (current == storedSettings_)
-    return true;
-  if (!check(store_->writeSettings(current)))
-    return false;
-  storedSettings_ = std::move(current);
-  return true;
+BatchChanges BatchRecorder::gatheredChanges() {
+  BatchChanges changes;
+  if (Dico current = settings(); current != storedSettings_) {
+    changes.settings = current;
+    storedSettings_ = std::move(current);
+  }
+  const auto start = std::chrono::steady_clock::now();
+  while (!changedRows_.empty() && changes.rows.size() < mostRows &&
+         std::chrono::steady_clock::now() - start < longestGathering)
+    changes.addRow(storedRow(rowOf(changedRows_.extract(changedRows_.begin()).value())));
+  changes.removedRows.assign(removedRows_.begin(), removedRows_.end());
+  removedRows_.clear();
+  changes.waiting = changedWaiting();
+  return changes;
 }
 
-bool BatchRecorder::writeRow(std::int64_t order) {
-  if (!check(store_->writeRow(storedRow(rowOf(order)))))
-    return false;
-  changedRows_.erase(order);
-  return true;
-}
-
-bool BatchRecorder::writeWaiting() {
+// The sources that have no row in the folder; nothing when the stored list need not be changed.
+std::optional<std::vector<std::string>> BatchRecorder::changedWaiting() {
+  const std::size_t needed = app_.queue().waitingCount() + changedRows_.size();
+  if (!std::exchange(waitingChanged_, false) && storedWaiting_ <= waitingSlack + 2 * needed)
+    return std::nullopt;
   std::vector<std::string> sources = app_.queue().sourcesWithoutRow();
   for (const std::int64_t order : changedRows_)
     sources.push_back(app_.table().sourcePath(rowOf(order)));
-  if (!check(store_->writeWaiting(sources)))
-    return false;
   storedWaiting_ = sources.size();
-  waitingChanged_ = !changedRows_.empty();
-  return true;
+  return sources;
 }
 
 bool BatchRecorder::check(const Outcome<bool>& written) {
@@ -230,6 +268,7 @@ bool BatchRecorder::check(const Outcome<bool>& written) {
 
 void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& batch) {
   applyBatchSettings(app_, services_.preferences, batch.settings);
+  disk_.finish();  // of a folder that is being made
   const bool isOurs = store && !store_ && orders_.empty();
   if (isOurs) {
     store_.swap(store);
@@ -250,18 +289,26 @@ void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& 
   }
   if (!store)  // ours now, or none
     return;
-  flush(untilAllIsWritten);
-  if (store_ && changedRows_.empty())
+  if (flushAll() && store_)
     store->discard();
 }
 
 void BatchRecorder::discard() {
   if (stopped_)
     return;
+  disk_.finish();
   services_.loop.cancel(std::exchange(timer_, 0));
   diskSync_.clear();
-  if (store_)
-    store_->discard();
+  if (store_) {
+    store_->hide();
+    auto old = std::make_shared<BatchStore>(std::move(*store_));
+    disk_.add(
+        [old]() -> Outcome<bool> {
+          old->discard();
+          return true;
+        },
+        [](const Outcome<bool>&) {});
+  }
   store_.reset();
   changedRows_.clear();
   removedRows_.clear();
@@ -283,7 +330,7 @@ void BatchRecorder::storeUnfinished() {
 }
 
 void BatchRecorder::keep() {
-  flush(untilAllIsWritten);
+  flushAll();
   services_.loop.cancel(std::exchange(timer_, 0));
   stopped_ = true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -9,14 +10,22 @@
 
 #include "core/BatchStore.h"
 #include "core/DiskSync.h"
+#include "core/DiskThread.h"
 #include "core/appDelegate.h"
 #include "core/storedJob.h"
 
 namespace tessarin {
 
-// Follows the controller: rows, waiting sources, jobs and choices are written soon after they
-// change. What has to be on the disk at once is: the sources when they are taken in, a job before
-// its output is touched, a row that is finished before its job is forgotten.
+// Follows the controller. What survives a crash, of the program or of the machine:
+//
+// - A job, before its file is touched, and a finished row, before anybody who connected to
+//   `jobEnded` after the recorder is told: the main thread waits for the disk. A converted row
+//   counts after a crash of the machine only when its movie is on the disk as well (its job is
+//   forgotten then).
+// - The sources as soon as they are taken in, rows, choices and removals 50 ms after they change:
+//   as soon as the disk has taken them. A thread waits for it, with one group of changes at a time,
+//   in the order rows, then the list of sources without a row, so that each source is in one of
+//   them at every moment.
 //
 // The first change makes the folder. A batch that ended, with all its rows or by the user's stop,
 // needs none: the folder goes, and comes back with the next change. Destroying the recorder leaves
@@ -62,12 +71,15 @@ class BatchRecorder {
 
   void waitingChanged();
   void schedule(std::chrono::milliseconds delay);
-  void flush(std::chrono::milliseconds longest);
-  bool writeAll(std::chrono::milliseconds longest);
-  bool makeFolder();
-  bool writeSettings();
-  bool writeRow(std::int64_t order);
-  bool writeWaiting();
+  void flush();
+  bool flushAll();
+  void writeGroup();
+  void makeFolder();
+  void groupEnded(const Outcome<bool>& result);
+  bool hasFolder();
+  BatchChanges wholeBatch();
+  BatchChanges gatheredChanges();
+  std::optional<std::vector<std::string>> changedWaiting();
   void forgetJob(std::int64_t order);
   bool check(const Outcome<bool>& written);
 
@@ -89,15 +101,19 @@ class BatchRecorder {
   bool stopped_ = false;       // nothing is followed any more
   bool failureTold_ = false;
 
-  // What the folder lacks.
+  // What the folder lacks and the group that is being written has not.
   std::set<std::int64_t> changedRows_;
   std::set<std::int64_t> removedRows_;
   bool waitingChanged_ = false;
-  // What the folder has.
+  std::shared_ptr<const BatchChanges> group_;        // that is being written
+  std::shared_ptr<std::optional<BatchStore>> made_;  // by that group, when there was no folder
+  bool isFailing_ = false;                           // the last group was not written
+  // What the folder has, or will have with the group.
   Dico storedSettings_;
   std::size_t storedWaiting_ = 0;
   std::map<std::int64_t, StoredJob> jobs_;
   RunLoop::Id timer_ = 0;
+  DiskThread disk_;  // last: what it works on is ours
 };
 
 }  // namespace tessarin

@@ -118,7 +118,20 @@ std::optional<StoredRow> rowOfContent(const Dico& content) {
   return StoredRow{*order, rowWithTexts(*row), content.textOrEmpty("picture")};
 }
 
-Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBatch& content) {
+void BatchChanges::addRow(const StoredRow& row) {
+  rows.emplace_back(row.order, contentOfRow(row));
+}
+
+BatchChanges changesOf(const StoredBatch& batch) {
+  BatchChanges changes;
+  changes.settings = batch.settings;
+  for (const StoredRow& row : batch.rows)
+    changes.addRow(row);
+  changes.waiting = batch.waiting;
+  return changes;
+}
+
+Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchChanges& content) {
   std::random_device random;
   const std::string name = fmt::format("{}-{:08x}", ::getpid(), random());
   const std::string hidden = joinPath(parent, std::string(newPrefix) + name);
@@ -133,11 +146,12 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const StoredBa
     return failed(hidden + ": " + systemReason(errno));
 
   const bool isMany = content.rows.size() > manyFiles;
-  auto written = writeNew(joinPath(hidden, "batch.plist"), content.settings, !isMany);
+  auto written =
+      writeNew(joinPath(hidden, "batch.plist"), content.settings.value_or(Dico()), !isMany);
   for (auto row = content.rows.begin(); row != content.rows.end() && written; ++row)
-    written = writeNew(store.rowPath(row->order), contentOfRow(*row), !isMany);
-  if (written && !content.waiting.empty())
-    written = writeNew(joinPath(hidden, "waiting.plist"), storedWaiting(content.waiting), !isMany);
+    written = writeNew(store.rowPath(row->first), row->second, !isMany);
+  if (written && content.waiting && !content.waiting->empty())
+    written = writeNew(joinPath(hidden, "waiting.plist"), storedWaiting(*content.waiting), !isMany);
   if (!written)
     return failed(written.reason());
   if (isMany)
@@ -169,42 +183,34 @@ std::string BatchStore::jobPath(std::int64_t order) const {
   return joinPath(folder_, fmt::format("job-{}{}", order, ending));
 }
 
-Outcome<bool> BatchStore::write(const std::string& path, const Dico& content) {
-  namesChanged_ = true;
-  return writeBatchPart(path, content, FolderSync::later);
+Outcome<bool> BatchStore::write(const BatchChanges& changes) const {
+  Outcome<bool> written = true;
+  const auto writePart = [this, &written](const std::string& path, const Dico& content) {
+    if (written)
+      written = writeBatchPart(path, content, FolderSync::later);
+  };
+  if (changes.settings)
+    writePart(joinPath(folder_, "batch.plist"), *changes.settings);
+  for (const auto& [order, content] : changes.rows)
+    writePart(rowPath(order), content);
+  if (written)
+    for (const std::int64_t order : changes.removedRows)
+      removeFile(rowPath(order));
+  const std::string waiting = joinPath(folder_, "waiting.plist");
+  if (changes.waiting && !changes.waiting->empty())
+    writePart(waiting, storedWaiting(*changes.waiting));
+  else if (changes.waiting && written)
+    removeFile(waiting);
+  syncFolder(folder_);
+  return written;
 }
 
-Outcome<bool> BatchStore::writeSettings(const Dico& settings) {
-  return write(joinPath(folder_, "batch.plist"), settings);
+Outcome<bool> BatchStore::writeJob(std::int64_t order, const Dico& job) const {
+  return writeBatchPart(jobPath(order), job, FolderSync::now);
 }
 
-Outcome<bool> BatchStore::writeRow(const StoredRow& row) {
-  return write(rowPath(row.order), contentOfRow(row));
-}
-
-Outcome<bool> BatchStore::writeJob(std::int64_t order, const Dico& job) {
-  return write(jobPath(order), job);
-}
-
-Outcome<bool> BatchStore::writeWaiting(const std::vector<std::string>& sources) {
-  const std::string path = joinPath(folder_, "waiting.plist");
-  if (!sources.empty())
-    return write(path, storedWaiting(sources));
-  namesChanged_ = removeFile(path) || namesChanged_;
-  return true;
-}
-
-void BatchStore::removeRow(std::int64_t order) {
-  namesChanged_ = removeFile(rowPath(order)) || namesChanged_;
-}
-
-void BatchStore::removeJob(std::int64_t order) {
-  namesChanged_ = removeFile(jobPath(order)) || namesChanged_;
-}
-
-void BatchStore::sync() {
-  if (std::exchange(namesChanged_, false))
-    syncFolder(folder_);
+void BatchStore::removeJob(std::int64_t order) const {
+  removeFile(jobPath(order));
 }
 
 std::vector<std::int64_t> BatchStore::numbers(std::string_view prefix) const {
@@ -234,24 +240,28 @@ BatchPart BatchStore::waiting() const {
   return readBatchPart(joinPath(folder_, "waiting.plist"));
 }
 
-std::string BatchStore::putRowAside(std::int64_t number) {
+std::string BatchStore::putRowAside(std::int64_t number) const {
   const std::string folder = joinPath(parentFolder(parentFolder(folder_)), "damaged");
   std::string aside =
       joinPath(folder, fmt::format("{}-row-{}{}", fileName(folder_), number, ending));
   if (!mkdir(folder) || !moveFile(rowPath(number), aside, ""))
     return "";
-  namesChanged_ = true;
   return aside;
+}
+
+void BatchStore::hide() {
+  if (startsWith(fileName(folder_), oldPrefix))
+    return;
+  const std::string old =
+      joinPath(parentFolder(folder_), std::string(oldPrefix) + fileName(folder_));
+  if (::rename(folder_.c_str(), old.c_str()) == 0)
+    folder_ = old;
 }
 
 void BatchStore::discard() {
   // Under the other name it is no batch any more, wherever the removal is interrupted.
-  const std::string old =
-      joinPath(parentFolder(folder_), std::string(oldPrefix) + fileName(folder_));
-  if (::rename(folder_.c_str(), old.c_str()) == 0) {
-    syncFolder(parentFolder(folder_));
-    folder_ = old;
-  }
+  hide();
+  syncFolder(parentFolder(folder_));
   removeTree(folder_);
   lock_.close();
 }

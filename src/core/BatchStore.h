@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "classShared/Outcome.h"
@@ -15,6 +16,18 @@ namespace tessarin {
 // $XDG_STATE_HOME (when that is an absolute path) or ~/.local/state, /Tessarin/batches.
 std::string batchesFolder();
 
+// What is to be stored, independent of everything that may change meanwhile.
+struct BatchChanges {
+  std::optional<Dico> settings;
+  std::vector<std::pair<std::int64_t, Dico>> rows;  // order number and content
+  std::vector<std::int64_t> removedRows;
+  std::optional<std::vector<std::string>> waiting;  // none: the list is removed
+
+  void addRow(const StoredRow& row);
+};
+// The batch as a whole.
+BatchChanges changesOf(const StoredBatch& batch);
+
 // A folder "PID-RANDOM" for this user alone, with
 //   lock             locked for as long as the owner lives: a folder whose lock is free was left
 //                    behind by a crash
@@ -25,13 +38,13 @@ std::string batchesFolder();
 //                    row is known to be finished
 //   waiting.plist    the sources that had no row yet; those that have one by now may be named, too
 //
-// Every file is replaced as a whole and is on the disk when the call returns; its name is once
-// sync() has returned. The object holds the lock; the folder stays when the object goes, unless it
-// was discarded.
+// Every file is replaced as a whole. The object holds the lock; the folder stays when the object
+// goes, unless it was discarded.
 class BatchStore {
  public:
-  // A new folder below `parent`, which need not exist. It appears with all its content at once.
-  static Outcome<BatchStore> create(const std::string& parent, const StoredBatch& content);
+  // A new folder below `parent`, which need not exist. It appears with all its content at once,
+  // and is on the disk when the call returns. Any thread.
+  static Outcome<BatchStore> create(const std::string& parent, const BatchChanges& content);
 
   // Takes over the folder of a process that is gone. Nothing when its owner lives, or when it is
   // no such folder.
@@ -39,14 +52,14 @@ class BatchStore {
 
   const std::string& folder() const { return folder_; }
 
-  Outcome<bool> writeSettings(const Dico& settings);
-  Outcome<bool> writeRow(const StoredRow& row);
-  Outcome<bool> writeJob(std::int64_t order, const Dico& job);
-  // No sources: the list is removed.
-  Outcome<bool> writeWaiting(const std::vector<std::string>& sources);
-  void removeRow(std::int64_t order);
-  void removeJob(std::int64_t order);
-  void sync();
+  // All of it is on the disk when the call returns, in this order: settings, rows, removed rows,
+  // waiting sources; a failure leaves out what follows. From any thread, also while others write
+  // what these changes do not name.
+  Outcome<bool> write(const BatchChanges& changes) const;
+  // On the disk when the call returns.
+  Outcome<bool> writeJob(std::int64_t order, const Dico& job) const;
+  // Gone from the disk with the next write.
+  void removeJob(std::int64_t order) const;
 
   // The numbers of the stored rows and jobs, in order.
   std::vector<std::int64_t> rowNumbers() const { return numbers("row-"); }
@@ -59,9 +72,12 @@ class BatchStore {
 
   // Moves a damaged row out of the folder, to a place where it is kept; the result is its new
   // path, "" when it cannot be moved.
-  std::string putRowAside(std::int64_t number);
+  std::string putRowAside(std::int64_t number) const;
 
-  // Removes the folder. Nothing may be written afterwards.
+  // Makes the folder none of a batch: whatever happens now, nobody recovers it, unless the power
+  // goes before discard(). Nothing may be written afterwards.
+  void hide();
+  // Hides and removes it.
   void discard();
 
  private:
@@ -71,11 +87,9 @@ class BatchStore {
   std::string rowPath(std::int64_t order) const;
   std::string jobPath(std::int64_t order) const;
   std::vector<std::int64_t> numbers(std::string_view prefix) const;
-  Outcome<bool> write(const std::string& path, const Dico& content);
 
   std::string folder_;
   Descriptor lock_;
-  bool namesChanged_ = false;
 };
 
 // A row as its file holds it. Nothing when the content is none of a row.

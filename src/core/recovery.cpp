@@ -68,7 +68,9 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
   const bool isSettled = cleanUpFiles(job, putAside);
   if (row && row->row.textOrEmpty(BatchKey::resultat) != ResultMark::waiting) {
     row->row.set(BatchKey::resultat, ResultMark::waiting);
-    if (const auto written = store.writeRow(*row); !written) {
+    BatchChanges changes;
+    changes.addRow(*row);
+    if (const auto written = store.write(changes); !written) {
       logFormat("recovery            :-( {}", written.reason());
       return;
     }
@@ -127,7 +129,7 @@ InterruptedBatches findInterruptedBatches(const std::string& parent) {
     }
     for (const std::int64_t number : store.jobNumbers())
       cleanUpBehindJob(store, number, found.putAside);
-    store.sync();
+    syncFolder(store.folder());
     found.stores.push_back(std::move(store));
   }
   return found;

@@ -29,10 +29,28 @@ class BatchRecorderTest : public CoreFixture {
     const std::filesystem::directory_iterator entries(parent, failed);
     return failed ? 0 : static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
   }
-  StoredBatch afterACrash() {
-    const std::string copies = folder.file("copies");
+  using FileTimes = std::map<std::string, std::filesystem::file_time_type>;
+  // Nothing when a file went meanwhile.
+  std::optional<FileTimes> fileTimes() const {
+    std::error_code failed;
+    FileTimes times;
+    auto entry = std::filesystem::recursive_directory_iterator(parent, failed);
+    for (; !failed && entry != end(entry); entry.increment(failed))
+      if (times[entry->path()] = entry->last_write_time(failed); failed)
+        break;
+    return failed ? std::nullopt : std::optional(times);
+  }
+  std::optional<FileTimes> copy(const std::string& copies) const {
+    std::error_code failed;
     std::filesystem::remove_all(copies);
-    std::filesystem::copy(parent, copies, std::filesystem::copy_options::recursive);
+    std::filesystem::copy(parent, copies, std::filesystem::copy_options::recursive, failed);
+    return failed ? std::nullopt : fileTimes();
+  }
+  StoredBatch afterACrash() {
+    // Of one moment: nothing was written while it was copied.
+    const std::string copies = folder.file("copies");
+    for (auto before = fileTimes(); !before || copy(copies) != before; before = fileTimes()) {
+    }
     InterruptedBatches found = findInterruptedBatches(copies);
     std::vector<StoreProblem> problems;
     return found.stores.empty() ? StoredBatch() : readInterruptedBatch(found.stores[0], problems);
@@ -82,6 +100,7 @@ TEST_F(BatchRecorderTest, WhatIsLeftAfterABatchIsStoredUntilTheUserQuits) {
   app.table().append(newRow("1.mts"));
   soon();
   app.driver().batchEnded.emit();
+  serve();
   soon();
   EXPECT_EQ(folderCount(), 0u) << "of a batch that ended for good";
   recorder.storeUnfinished();
@@ -102,12 +121,12 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   std::filesystem::copy_file(paths[0], paths[1]);
   folder.write("3.mts", "no movie");
   app.draggedFiles(paths);
-  EXPECT_EQ(afterACrash().waiting, paths) << "not stored when it was taken in";
+  EXPECT_TRUE(test::loopUntil(loop, [&] { return afterACrash().waiting == paths; }))
+      << "not stored when it was taken in";
   int looked = 0;
   app.queue().rowReady.connect([&](int) {
     loop.runAfter(std::chrono::milliseconds(60), [&] {
       const StoredBatch batch = afterACrash();
-      EXPECT_FALSE(batch.rows.empty());
       EXPECT_LE(3u, batch.rows.size() + batch.waiting.size());
       ++looked;
     });
@@ -138,6 +157,7 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   app.iba_batchGoBt();
   serve();
   EXPECT_EQ(marks, (std::vector<std::string>{"puceSuccess", "puceSuccess"}));
+  soon();
   EXPECT_EQ(folderCount(), 0u) << "left behind by a batch that ended";
 }
 
@@ -162,7 +182,7 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
                           {"replaceFilesCheck", "keep"}};
   interrupted.rows = {{3, newRow("3.mts")}, {5, newRow("5.mts")}};
   {
-    auto made = BatchStore::create(parent, interrupted);
+    auto made = BatchStore::create(parent, changesOf(interrupted));
     ASSERT_TRUE(made);
   }
   InterruptedBatches found = findInterruptedBatches(parent);
@@ -189,7 +209,8 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
 
   // A second one joins it.
   {
-    auto made = BatchStore::create(parent, {{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}});
+    auto made = BatchStore::create(
+        parent, changesOf({{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}}));
     ASSERT_TRUE(made);
   }
   found = findInterruptedBatches(parent);
@@ -199,6 +220,8 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
   EXPECT_EQ(folderCount(), 1u);
   EXPECT_EQ(sourcesOf(afterACrash()).back(), folder.file("7.mts"));
   recorder.discard();
+  EXPECT_TRUE(sourcesOf(afterACrash()).empty());
+  soon();
   EXPECT_EQ(folderCount(), 0u);
 }
 

@@ -34,7 +34,7 @@ Dico row(const std::string& source, std::string_view mark = ResultMark::waiting)
 class BatchStoreTest : public testing::Test {
  protected:
   BatchStore made(const StoredBatch& content) {
-    auto store = BatchStore::create(parent, content);
+    auto store = BatchStore::create(parent, changesOf(content));
     EXPECT_TRUE(store) << store.reason();
     return std::move(*store);
   }
@@ -64,11 +64,12 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
   {
     BatchStore store = made(content);
     path = store.folder();
-    ASSERT_TRUE(store.writeRow({7, row("/card/7.mts", ResultMark::success)}));
-    ASSERT_TRUE(store.writeRow({10, row("/card/10.mts", ResultMark::current)}));
-    ASSERT_TRUE(store.writeRow({1, row("/card/1.mts", ResultMark::failure)}));
-    store.removeRow(2);
-    store.sync();
+    BatchChanges changes;
+    changes.addRow({7, row("/card/7.mts", ResultMark::success)});
+    changes.addRow({10, row("/card/10.mts", ResultMark::current)});
+    changes.addRow({1, row("/card/1.mts", ResultMark::failure)});
+    changes.removedRows = {2};
+    ASSERT_TRUE(store.write(changes));
   }
   struct stat status {};
   ASSERT_EQ(::stat(path.c_str(), &status), 0);

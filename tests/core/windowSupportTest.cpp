@@ -38,7 +38,7 @@ class RecoveryOfferTest : public test::CoreFixture {
     batch.rows = {{1, newRow("Done.MTS", ResultMark::success)},
                   {2, newRow("Gone.MTS", ResultMark::current)}};
     batch.waiting = {folder.file("Waiting.MTS")};
-    ASSERT_TRUE(BatchStore::create(parent, batch));
+    ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
   }
   // The fixture stops the loop at every end of an analysis or a batch.
   bool servedUntil(const std::function<bool()>& condition) {

@@ -238,7 +238,7 @@ TEST_F(RecoveryTest, ADamagedRowIsToldAndTheRestIsConverted) {
   content.rows = {{1, {{"dico", Dico{{"srcPathStr", clips_[2]}}}}}};
   std::string stored;
   {
-    auto store = BatchStore::create(batches(), content);
+    auto store = BatchStore::create(batches(), changesOf(content));
     ASSERT_TRUE(store);
     stored = store->folder();
   }

@@ -1,0 +1,105 @@
+#include "core/DiskThread.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+#include "classShared/log.h"
+
+namespace tessarin {
+
+DiskThread::~DiskThread() {
+  loop_.cancel(watch_);
+  if (!thread_.joinable())
+    return;
+  {
+    const std::lock_guard lock(mutex_);
+    ends_ = true;
+  }
+  changed_.notify_all();
+  thread_.join();
+}
+
+void DiskThread::add(Work work, Done done) {
+  if (!start()) {
+    // Without a thread the caller waits for the disk.
+    Outcome<bool> result = work();
+    finished_.push_back({{}, std::move(done), std::move(result)});
+    loop_.cancel(watch_);
+    watch_ = loop_.runSoon([this] { tellResults(); });
+    return;
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back({std::move(work), std::move(done)});
+  }
+  changed_.notify_all();
+}
+
+void DiskThread::finish() {
+  {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return waiting_.empty() && !isWorking_; });
+  }
+  tellResults();
+}
+
+bool DiskThread::start() {
+  if (thread_.joinable())
+    return true;
+  wake_ = Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!wake_.isOpen())
+    return false;
+  // Signals are for the main thread, which may only later say how it takes them.
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &before);
+  try {
+    thread_ = std::thread([this] { serve(); });
+  } catch (const std::system_error& error) {
+    logFormat("disk thread         :-( {}", error.what());
+  }
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (thread_.joinable())
+    watch_ = loop_.watchReadable(wake_.number(), [this] { tellResults(); });
+  return thread_.joinable();
+}
+
+void DiskThread::serve() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    changed_.wait(lock, [this] { return ends_ || !waiting_.empty(); });
+    if (waiting_.empty())
+      return;
+    Piece piece = std::move(waiting_.front());
+    waiting_.pop_front();
+    isWorking_ = true;
+    lock.unlock();
+    piece.result = piece.work();
+    lock.lock();
+    isWorking_ = false;
+    finished_.push_back(std::move(piece));
+    changed_.notify_all();
+    ::eventfd_write(wake_.number(), 1);
+  }
+}
+
+void DiskThread::tellResults() {
+  eventfd_t count = 0;
+  ::eventfd_read(wake_.number(), &count);
+  for (;;) {
+    std::unique_lock lock(mutex_);
+    if (finished_.empty())
+      return;
+    const Piece piece = std::move(finished_.front());
+    finished_.pop_front();
+    lock.unlock();
+    piece.done(piece.result);
+  }
+}
+
+}  // namespace tessarin
