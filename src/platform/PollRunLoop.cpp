@@ -17,20 +17,14 @@ RunLoop::Id PollRunLoop::watchReadable(int descriptor, Task task) {
 
 RunLoop::Id PollRunLoop::runAfter(std::chrono::milliseconds delay, Task task) {
   const Id id = ++lastId_;
-  const Clock::time_point moment = Clock::now() + delay;
-  tasks_.emplace(Moment(moment, id), std::move(task));
-  moments_.emplace(id, moment);
+  tasks_.add(id, delay, std::move(task));
   return id;
 }
 
 void PollRunLoop::cancel(Id id) {
   if (watches_.erase(id) > 0)
     polledIsCurrent_ = false;
-  const auto moment = moments_.find(id);
-  if (moment == moments_.end())
-    return;
-  tasks_.erase(Moment(moment->second, id));
-  moments_.erase(moment);
+  tasks_.cancel(id);
 }
 
 int PollRunLoop::run() {
@@ -45,20 +39,12 @@ int PollRunLoop::run() {
 }
 
 void PollRunLoop::runDueTasks() {
-  const Clock::time_point now = Clock::now();
-  const Id newest = lastId_;
-  // Tasks run one at a time off the front, because each of them may add and cancel others.
-  auto next = tasks_.begin();
-  while (!status_ && next != tasks_.end() && next->first.first <= now) {
-    if (next->first.second > newest) {
-      ++next;
-      continue;
-    }
-    const Task task = std::move(next->second);
-    moments_.erase(next->first.second);
-    tasks_.erase(next);
-    task();
-    next = tasks_.begin();
+  const TimedTasks::Turn turn = tasks_.beginTurn();
+  while (!status_) {
+    const auto task = tasks_.takeDue(turn);
+    if (!task)
+      return;
+    (*task)();
   }
 }
 
@@ -103,13 +89,10 @@ void PollRunLoop::serveDescriptors() {
 }
 
 int PollRunLoop::millisecondsToNextTask() const {
-  if (tasks_.empty())
+  const auto left = tasks_.untilNext();
+  if (!left)
     return -1;
-  const auto left = tasks_.begin()->first.first - Clock::now();
-  // Rounded up: a wait that ends just before the moment would be repeated with 0 until it comes.
-  const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
-  return static_cast<int>(
-      std::clamp<std::int64_t>(milliseconds, 0, std::numeric_limits<int>::max()));
+  return static_cast<int>(std::min<std::int64_t>(left->count(), std::numeric_limits<int>::max()));
 }
 
 }  // namespace tessarin

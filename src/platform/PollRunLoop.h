@@ -6,17 +6,16 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/RunLoop.h"
+#include "platform/TimedTasks.h"
 
 namespace tessarin {
 
-// One turn runs the tasks that are due, then serves every ready descriptor once, in the order in
-// which the watches were set. A task added during a turn runs in a later one, so that tasks which
-// add the next one never keep the descriptors waiting. Sleeps in the kernel when nothing is due.
-// One thread only; run() may be called again after it has ended, but not from a callback.
+// One turn runs the tasks that are due (TimedTasks), then serves every ready descriptor once, in
+// the order in which the watches were set. Sleeps in the kernel when nothing is due. One thread
+// only; run() may be called again after it has ended, but not from a callback.
 class PollRunLoop : public RunLoop {
  public:
   PollRunLoop() = default;
@@ -30,10 +29,6 @@ class PollRunLoop : public RunLoop {
   void stop(int status) override { status_ = status; }
 
  private:
-  using Clock = std::chrono::steady_clock;
-  // Tasks of the same moment run in the order in which they were added.
-  using Moment = std::pair<Clock::time_point, Id>;
-
   struct Watch {
     int descriptor;
     std::shared_ptr<const Task> task;  // shared: a task may cancel its own watch while it runs
@@ -45,8 +40,7 @@ class PollRunLoop : public RunLoop {
   int millisecondsToNextTask() const;
 
   Id lastId_ = 0;
-  std::map<Moment, Task> tasks_;
-  std::unordered_map<Id, Clock::time_point> moments_;
+  TimedTasks tasks_;
   std::map<Id, Watch> watches_;
 
   // What poll(2) is given, and the watches behind it; rebuilt when a watch came or went.

@@ -1,6 +1,6 @@
 #include "views/QtRunLoop.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace tessarin {
 
@@ -22,9 +22,7 @@ RunLoop::Id QtRunLoop::watchReadable(int descriptor, Task task) {
 
 RunLoop::Id QtRunLoop::runAfter(std::chrono::milliseconds delay, Task task) {
   const Id id = ++lastId_;
-  const Clock::time_point moment = Clock::now() + delay;
-  tasks_.emplace(Moment(moment, id), std::move(task));
-  moments_.emplace(id, moment);
+  tasks_.add(id, delay, std::move(task));
   armTimer();
   return id;
 }
@@ -39,11 +37,7 @@ void QtRunLoop::cancel(Id id) {
     notifier->deleteLater();
     return;
   }
-  const auto moment = moments_.find(id);
-  if (moment == moments_.end())
-    return;
-  tasks_.erase(Moment(moment->second, id));
-  moments_.erase(moment);
+  tasks_.cancel(id);
 }
 
 int QtRunLoop::run() {
@@ -64,33 +58,23 @@ void QtRunLoop::stop(int status) {
 }
 
 void QtRunLoop::runDueTasks() {
-  const Clock::time_point now = Clock::now();
-  const Id newest = lastId_;
-  auto next = tasks_.begin();
-  while (!status_ && next != tasks_.end() && next->first.first <= now) {
-    if (next->first.second > newest) {
-      ++next;
-      continue;
-    }
-    const Task task = std::move(next->second);
-    moments_.erase(next->first.second);
-    tasks_.erase(next);
+  const TimedTasks::Turn turn = tasks_.beginTurn();
+  while (!status_) {
+    const auto task = tasks_.takeDue(turn);
+    if (!task)
+      break;
     // A task may serve Qt's events in a loop of its own; the others go on meanwhile.
     armTimer();
-    task();
-    next = tasks_.begin();
+    (*task)();
   }
   armTimer();
 }
 
 void QtRunLoop::armTimer() {
-  if (tasks_.empty()) {
+  if (const auto left = tasks_.untilNext())
+    timer_.start(*left);
+  else
     timer_.stop();
-    return;
-  }
-  const auto left = tasks_.begin()->first.first - Clock::now();
-  timer_.start(
-      std::max(std::chrono::ceil<std::chrono::milliseconds>(left), std::chrono::milliseconds(0)));
 }
 
 }  // namespace tessarin

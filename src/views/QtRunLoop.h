@@ -4,18 +4,16 @@
 #include <QEventLoop>
 #include <QSocketNotifier>
 #include <QTimer>
-#include <map>
 #include <memory>
 #include <optional>
 #include <unordered_map>
-#include <utility>
 
 #include "platform/RunLoop.h"
+#include "platform/TimedTasks.h"
 
 namespace tessarin {
 
-// Needs an application object, which has to outlive the loop. Tasks run in the order of their
-// moments, those of the same moment in the order of asking, as with poll(2).
+// Needs an application object, which has to outlive the loop. Tasks run as with poll(2).
 class QtRunLoop final : public RunLoop {
  public:
   QtRunLoop();
@@ -32,15 +30,11 @@ class QtRunLoop final : public RunLoop {
   bool isRunning() const { return loop_ != nullptr && loop_->isRunning(); }
 
  private:
-  using Clock = std::chrono::steady_clock;
-  using Moment = std::pair<Clock::time_point, Id>;
-
   void runDueTasks();
   void armTimer();
 
   std::unordered_map<Id, std::unique_ptr<QSocketNotifier>> watches_;
-  std::map<Moment, Task> tasks_;
-  std::unordered_map<Id, Clock::time_point> moments_;
+  TimedTasks tasks_;
   QTimer timer_;
   QEventLoop* loop_ = nullptr;  // while run() serves
   std::optional<int> status_;   // of a stop() that run() has not answered yet
