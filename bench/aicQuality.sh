@@ -4,11 +4,9 @@
 #
 #   bench/aicQuality.sh [FRAMES]
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
+. "$(dirname "$0")/support.sh"
 aicenc="$root/build/release/bin/aicenc"
 frames=${1:-10}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 
 measure() { # NAME SOURCE
   ffmpeg -nostdin -v error -f lavfi -i "$2" -frames:v "$frames" -pix_fmt yuv420p \

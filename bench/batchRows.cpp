@@ -11,34 +11,20 @@
 #include <string>
 
 #include "classShared/TextAdditions.h"
-#include "classShared/log.h"
 #include "core/BatchRecorder.h"
 #include "core/newRow.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
+#include "support.h"
 #include "utils/files.h"
 
 namespace {
 
 using namespace tessarin;
 
-// A user who is not there.
-class NoAlerts final : public Alerts {
- public:
-  using Alerts::show;
-  void show(const Alert&, std::function<void(AlertAnswer)> answered) override {
-    if (answered)
-      answered({});
-  }
-};
-
 // A controller without log lines.
 struct Program {
-  Program() {
-    setLogHandler([](std::string_view) {});
-  }
-  ~Program() { setLogHandler({}); }
-
+  NoLog log;
   PollRunLoop loop;
   MemoryUserDomain domain;
   PreferenceStore preferences{domain};

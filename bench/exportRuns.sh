@@ -4,12 +4,10 @@
 #
 #   bench/exportRuns.sh [SECONDS OF THE CLIP] [RUNS]
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
+. "$(dirname "$0")/support.sh"
 resources="$root/build/release/resources"
 seconds=${1:-20}
 runs=${2:-5}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 
 ffmpeg -nostdin -v error -f lavfi -i "testsrc2=s=1920x1080:r=25:d=$seconds,format=yuv420p" \
   -f lavfi -i "sine=1000:r=48000:d=$seconds" \
@@ -27,12 +25,6 @@ bare() {
     -c:v prores -profile:v 2 -c:a pcm_s16le -f mov -y "$work/bare.mov"
 }
 
-# times COMMAND: real and processor seconds.
-times() {
-  { TIMEFORMAT='%R %U %S'; time "$@"; } 2>&1 | awk '{ printf "%.3f %.3f\n", $1, $2 + $3 }'
-}
-median() { sort -n | awk '{ value[NR] = $1 } END { print value[int((NR + 1) / 2)] }'; }
-
 for _ in $(seq "$runs"); do
   times bare >>"$work/bare"
   times export_ >>"$work/ours"
@@ -44,5 +36,5 @@ for column in 1 2; do
   bareTime=$(cut -d' ' -f$column "$work/bare" | median)
   ourTime=$(cut -d' ' -f$column "$work/ours" | median)
   [ $column = 1 ] && kind="real time     " || kind="processor time"
-  echo "  $kind  ffmpeg $bareTime s, movtool $ourTime s, ratio $(echo "$ourTime $bareTime" | awk '{ printf "%.3f", $1 / $2 }')"
+  echo "  $kind  ffmpeg $bareTime s, movtool $ourTime s, ratio $(ratio "$ourTime" "$bareTime")"
 done

@@ -15,10 +15,10 @@
 
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
-#include "classShared/log.h"
 #include "core/appDelegate.h"
 #include "platform/PollRunLoop.h"
 #include "platform/UserDomain.h"
+#include "support.h"
 #include "utils/files.h"
 
 namespace {
@@ -66,19 +66,9 @@ std::int64_t used(const std::vector<std::filesystem::path>& threads) {
   return sum;
 }
 
-class NoAlerts final : public Alerts {
- public:
-  using Alerts::show;
-  void show(const Alert&, std::function<void(AlertAnswer)> answered) override {
-    if (answered)
-      answered({});
-  }
-};
-
 class Conversion {
  public:
   Conversion() {
-    setLogHandler([](std::string_view) {});
     if (!codecInventory().prores)
       takeCodecInventory();
     preferences_.prefWrite(PrefKey::alertEnd, 0);
@@ -87,7 +77,6 @@ class Conversion {
     app_.driver().batchEnded.connect([this] { loop_.stop(0); });
     app_.driver().jobEnded.connect([this](const JobEnd& end) { reason_ = end.reason; });
   }
-  ~Conversion() { setLogHandler({}); }
   Conversion(const Conversion&) = delete;
   Conversion& operator=(const Conversion&) = delete;
 
@@ -106,6 +95,7 @@ class Conversion {
   static std::string movies() { return joinPath(temporaryFolder(), "Tessarin"); }
 
  private:
+  NoLog log_;
   std::string reason_;
   PollRunLoop loop_;
   MemoryUserDomain domain_;

@@ -4,12 +4,10 @@
 #
 #   bench/wholeRuns.sh [SECONDS OF THE CLIP] [CLIPS TO ANALYSE]
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
+. "$(dirname "$0")/support.sh"
 tessarin="$root/build/release/bin/tessarin"
 seconds=${1:-10}
 clips=${2:-200}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 export HOME="$work/home" XDG_CONFIG_HOME="$work/config" XDG_CACHE_HOME="$work/cache"
 mkdir -p "$HOME" "$work/clips"
 
@@ -45,12 +43,8 @@ bareAnalyses() {
 }
 analyses() { "$tessarin" analyse "$work/clips" >"$work/table"; }
 
-# wall COMMAND: seconds that it takes.
-wall() {
-  local start=$EPOCHREALTIME
-  "$@"
-  echo "$start $EPOCHREALTIME" | awk '{ printf "%.3f", $2 - $1 }'
-}
+# wall COMMAND...: seconds that it takes.
+wall() { times "$@" | cut -d' ' -f1; }
 
 # ownCost COMMAND...: processor seconds and peak memory of that process alone, children left out.
 ownCost() {
@@ -70,8 +64,6 @@ ownCost() {
   echo "$ticks $memory $(getconf CLK_TCK)" | awk '{ printf "%.2f %.1f\n", $1 / $3, $2 / 1024 }'
 }
 
-median() { sort -n | awk '{ value[NR] = $1 } END { print value[int((NR + 1) / 2)] }'; }
-
 conversion # the first start asks ffmpeg what it can do
 declare -a ours=() bare=()
 for _ in 1 2 3 4 5; do
@@ -81,10 +73,10 @@ done
 bareTime=$(printf '%s\n' "${bare[@]}" | median)
 ourTime=$(printf '%s\n' "${ours[@]}" | median)
 read -r processor memory < <(ownCost "$tessarin" -d "$work" --overwrite replace "$work/clip.mts")
-processorOfRun=$({ TIMEFORMAT='%U %S'; time conversion; } 2>&1 | awk '{ print $1 + $2 }')
+read -r _ processorOfRun < <(times conversion)
 echo "one clip of $seconds s, median of 5, alternating:"
 echo "  bare ffmpeg      $bareTime s"
-echo "  tessarin         $ourTime s   ratio $(echo "$ourTime $bareTime" | awk '{ printf "%.3f", $1 / $2 }')"
+echo "  tessarin         $ourTime s   ratio $(ratio "$ourTime" "$bareTime")"
 echo "  its own part     $processor s of $processorOfRun s processor time, $memory MB at the most"
 
 bareTime=$(wall bareAnalyses)

@@ -1,0 +1,13 @@
+# What the scripts here share; sourced by them. Sets root, the source tree, and work, a folder that
+# goes at the end.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+median() { sort -n | awk '{ value[NR] = $1 } END { print value[int((NR + 1) / 2)] }'; }
+# ratio A B
+ratio() { echo "$1 $2" | awk '{ printf "%.3f", $1 / $2 }'; }
+# times COMMAND...: real and processor seconds, its children included.
+times() {
+  { TIMEFORMAT='%R %U %S'; time "$@"; } 2>&1 | awk '{ printf "%.3f %.3f\n", $1, $2 + $3 }'
+}
