@@ -17,8 +17,7 @@ class AnalysisTools {
 
   // A shell script as the tool.
   void script(const std::string& tool, const std::string& body) const {
-    const std::string path = folder_.write("tools/" + tool, "#!/bin/sh\n" + body + "\n");
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    folder_.writeScript("tools/" + tool, body);
   }
   // The installed program of that name as the tool.
   void installed(const std::string& tool) const { script(tool, "exec " + tool + " \"$@\""); }

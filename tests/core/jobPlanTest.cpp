@@ -25,6 +25,15 @@ Dico rowOf(bool progressive, int size, int out) {
           {"out", out}};
 }
 
+// The row with these entries in its source's record.
+Dico withInfo(Dico row, const Dico& entries) {
+  Dico info = *row.dico("dico");
+  for (const auto& [key, value] : entries)
+    info.set(key, value);
+  row.set("dico", info);
+  return row;
+}
+
 class JobPlanTest : public testing::Test {
  protected:
   JobPlanTest() { codecInventory().prores = true; }
@@ -33,20 +42,19 @@ class JobPlanTest : public testing::Test {
   test::TestBundle bundle_;
 };
 
-TEST_F(JobPlanTest, OutputsAreNamedAfterTheirSources) {
+TEST_F(JobPlanTest, OutputsAreNamedAfterTheirSourcesAndSharedByNone) {
+  const std::pair<const char*, const char*> outputs[] = {
+      {"/a/Été à Köln.MTS", "/out/Été à Köln.mov"},
+      {"/a/50% of.it.mts", "/out/50% of.it.mov"},
+      {"/a/-x.mts", "/out/-x.mov"},
+      {"/a/.hidden.mts", "/out/_hidden.mov"},
+      {"/card1/00000.MTS", "/out/00000.mov"},
+      {"/card2/00000.MTS", "/out/00000-2.mov"},
+      {"/card3/00000.MTS", "/out/00000-3.mov"},
+      {"/card1/00000.MTS", "/out/00000.mov"}};
   OutputNames taken;
-  EXPECT_EQ(outputPath("/a/Été à Köln.MTS", outProres, "/out", taken), "/out/Été à Köln.mov");
-  EXPECT_EQ(outputPath("/a/50% of.it.mts", outProres, "/out", taken), "/out/50% of.it.mov");
-  EXPECT_EQ(outputPath("/a/-x.mts", outProres, "/out", taken), "/out/-x.mov");
-  EXPECT_EQ(outputPath("/a/.hidden.mts", outProres, "/out", taken), "/out/_hidden.mov");
-}
-
-TEST_F(JobPlanTest, SourcesOfOneNameDoNotShareAnOutput) {
-  OutputNames taken;
-  EXPECT_EQ(outputPath("/card1/00000.MTS", outProres, "/out", taken), "/out/00000.mov");
-  EXPECT_EQ(outputPath("/card2/00000.MTS", outProres, "/out", taken), "/out/00000-2.mov");
-  EXPECT_EQ(outputPath("/card3/00000.MTS", outProres, "/out", taken), "/out/00000-3.mov");
-  EXPECT_EQ(outputPath("/card1/00000.MTS", outProres, "/out", taken), "/out/00000.mov");
+  for (const auto& [source, output] : outputs)
+    EXPECT_EQ(outputPath(source, outProres, "/out", taken), output);
 }
 
 TEST_F(JobPlanTest, ALongNameStillLeavesRoomForTheEndings) {
@@ -79,11 +87,8 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
 
 TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
   const auto filterOf = [](const char* fields, const char* chroma) {
-    Dico row = rowOf(false, 12, outAic);
-    Dico info = *row.dico("dico");
-    info.set("v0_fields", fieldsText(fields));
-    info.set("v0_chroma", chroma);
-    row.set("dico", info);
+    const Dico row = withInfo(rowOf(false, 12, outAic),
+                              {{"v0_fields", fieldsText(fields)}, {"v0_chroma", chroma}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
     const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
@@ -96,10 +101,7 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
 
 TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   const auto isConverted = [](int height, int size) {
-    Dico row = rowOf(false, size, outProres);
-    Dico info = *row.dico("dico");
-    info.set("v0_height", height);
-    row.set("dico", info);
+    const Dico row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709,setparams=");
   };

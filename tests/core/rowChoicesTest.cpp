@@ -39,39 +39,45 @@ class RowChoices : public testing::Test {
 };
 
 TEST_F(RowChoices, SpeedsNeedEnoughPicturesOrFields) {
-  // 50 fields: an interlaced row keeps them, a p25 row halves or slows them.
-  EXPECT_EQ(speedPermissions(entryOf(1920, 1080, 50, false, size1080i50)),
-            (Permissions{true, false, false}));
-  EXPECT_EQ(speedPermissions(entryOf(1920, 1080, 50, false, size1080p25)),
-            (Permissions{false, true, true}));
-  EXPECT_EQ(speedPermissions(entryOf(1920, 1080, 50, false, size1080p50)),
-            (Permissions{true, false, false}));
-  // 25 pictures are 25 pictures.
-  EXPECT_EQ(speedPermissions(entryOf(1920, 1080, 25, true, size1080p25)),
-            (Permissions{true, false, false}));
-  EXPECT_EQ(speedPermissions(entryOf(1920, 1080, 25, true, size1080p50)),
-            (Permissions{false, false, false}));
+  const struct {
+    const char* why;
+    double fps;
+    bool progressive;
+    int size;
+    Permissions expected;  // to keep, halve and slow down
+  } cases[] = {
+      {"an interlaced row keeps 50 fields", 50, false, size1080i50, {true, false, false}},
+      {"a p25 row halves or slows them", 50, false, size1080p25, {false, true, true}},
+      {"a p50 row shows each", 50, false, size1080p50, {true, false, false}},
+      {"25 pictures are 25 pictures", 25, true, size1080p25, {true, false, false}},
+      {"and never 50", 25, true, size1080p50, {false, false, false}},
+  };
+  for (const auto& item : cases)
+    EXPECT_EQ(speedPermissions(entryOf(1920, 1080, item.fps, item.progressive, item.size)),
+              item.expected)
+        << item.why;
 }
 
-TEST_F(RowChoices, ASlowRowOfFieldsBecomesItsProgressiveSibling) {
-  const auto valid = validSizeAndSpeed(entryOf(1920, 1080, 50, false, size1080i50, speedSlow));
-  EXPECT_EQ(valid.sizeOut, size1080p25);
-  EXPECT_EQ(valid.speed, speedSlow);
-}
-
-TEST_F(RowChoices, FullSpeedOnASmallerRateHalvesAndKeepsTheSize) {
-  const auto valid = validSizeAndSpeed(entryOf(1920, 1080, 50, false, size1080p25));
-  EXPECT_EQ(valid.sizeOut, size1080p25);
-  EXPECT_EQ(valid.speed, speedHalf);
-}
-
-TEST_F(RowChoices, PicturesAreNotInvented) {
-  const auto doubled = validSizeAndSpeed(entryOf(1280, 720, 25, true, size720p50));
-  EXPECT_EQ(doubled.sizeOut, size720p25);
-  EXPECT_EQ(doubled.speed, speedKeep);
-  const auto slowed = validSizeAndSpeed(entryOf(1280, 720, 25, true, size720p25, speedSlow));
-  EXPECT_EQ(slowed.sizeOut, size720p25);
-  EXPECT_EQ(slowed.speed, speedKeep);
+TEST_F(RowChoices, WhatIsNotPossibleBecomesTheNearestThatIs) {
+  const struct {
+    const char* why;
+    Dico entry;
+    int size, speed;
+  } cases[] = {
+      {"a slow row of fields becomes its progressive sibling",
+       entryOf(1920, 1080, 50, false, size1080i50, speedSlow), size1080p25, speedSlow},
+      {"full speed on a smaller rate halves and keeps the size",
+       entryOf(1920, 1080, 50, false, size1080p25), size1080p25, speedHalf},
+      {"pictures are not invented", entryOf(1280, 720, 25, true, size720p50), size720p25,
+       speedKeep},
+      {"nor by slow motion", entryOf(1280, 720, 25, true, size720p25, speedSlow), size720p25,
+       speedKeep},
+  };
+  for (const auto& item : cases) {
+    const auto valid = validSizeAndSpeed(item.entry);
+    EXPECT_EQ(valid.sizeOut, item.size) << item.why;
+    EXPECT_EQ(valid.speed, item.speed) << item.why;
+  }
 }
 
 TEST_F(RowChoices, AValidChoiceStays) {

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "encoding/naming.h"
-#include "platform/Bundle.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "support/TestBundle.h"
 #include "utils/files.h"
 #include "utils/times.h"
 
@@ -36,20 +35,13 @@ TEST(ClipNameOfDate, dropsTheZoneAndColons) {
 // A card in a folder, and a resources folder whose gettimestamps is a script.
 class ClipNames : public testing::Test {
  protected:
-  ClipNames() : bundleBefore_(Bundle::main()) {
-    Bundle::setMain(Bundle(folder_.file("resources"), {}));
-  }
-  ~ClipNames() override { Bundle::setMain(bundleBefore_); }
-
   void writeTool(const std::string& commands) const {
-    const std::string tool =
-        folder_.write("resources/tools/gettimestamps", "#!/bin/sh\n" + commands);
-    ASSERT_EQ(::chmod(tool.c_str(), 0755), 0);
+    folder_.writeScript("resources/tools/gettimestamps", commands);
   }
 
-  test::ScopedTemporaryFolder folder_;
   test::LogCapture log_;
-  Bundle bundleBefore_;
+  test::ScopedTemporaryFolder folder_;
+  test::TestBundle bundle_{folder_.file("resources"), "en"};
 };
 
 TEST_F(ClipNames, askTheToolAboutACard) {

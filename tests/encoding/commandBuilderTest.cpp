@@ -102,10 +102,10 @@ TEST_F(CommandBuilderTest, InterleavesFramesIntoFields) {
 }
 
 TEST_F(CommandBuilderTest, MakesAFrameOfEveryField) {
-  EXPECT_EQ(filterOf(jobOf("TFF", 50, 11)), "yadif=1:-1:0,scale=1920:1080");
-  EXPECT_EQ(rateOf(jobOf("TFF", 50, 11)), "50/1");
-  EXPECT_EQ(filterOf(jobOf("TFF", 59.94, 6)), "yadif=1:-1:0,scale=1280:720");
-  EXPECT_EQ(rateOf(jobOf("TFF", 59.94, 6)), "60000/1001");
+  const Dico pal = jobOf("TFF", 50, 11);
+  EXPECT_EQ(filterOf(pal) + " " + rateOf(pal), "yadif=1:-1:0,scale=1920:1080 50/1");
+  const Dico ntsc = jobOf("TFF", 59.94, 6);
+  EXPECT_EQ(filterOf(ntsc) + " " + rateOf(ntsc), "yadif=1:-1:0,scale=1280:720 60000/1001");
   EXPECT_EQ(filterOf(jobOf("TFF", 47.4, 11)), "yadif=0:-1:0,scale=1920:1080") << "too slow";
 }
 
@@ -158,10 +158,10 @@ TEST_F(CommandBuilderTest, NumbersTheProresFlavours) {
   const auto profile = [](std::string_view flavour) {
     return valueOf(argumentsOf(outProres, jobOf("TFF", 50, 12), flavour), "-profile");
   };
-  EXPECT_EQ(profile("apco"), "0");
-  EXPECT_EQ(profile("apcs"), "1");
-  EXPECT_EQ(profile("apcn"), "2");
-  EXPECT_EQ(profile("apch"), "3");
+  std::string profiles;
+  for (const char* flavour : {"apco", "apcs", "apcn", "apch"})
+    profiles += profile(flavour);
+  EXPECT_EQ(profiles, "0123");
   EXPECT_EQ(profile("ap4h"), "2") << "the encoder writes no 4444";
   EXPECT_EQ(profile(""), "2");
 }
@@ -218,30 +218,23 @@ TEST_F(CommandBuilderTest, EveryJobGivesAWellFormedCommand) {
             const auto command = encodage(out, job, "apcn");
             ASSERT_TRUE(command);
             const Arguments& line = command->arguments;
-            const std::string text = joinTexts(line, " ");
+            SCOPED_TRACE(joinTexts(line, " "));
             const auto count = [&line](const char* option) {
               return std::count(line.begin(), line.end(), option);
             };
             const auto input = std::find(line.begin(), line.end(), "-i");
-            ASSERT_NE(input, line.end());
-            ASSERT_LT(std::find(line.begin(), line.end(), "-fflags"), input) << text;
+            ASSERT_LT(std::find(line.begin(), line.end(), "-fflags"), input);
             for (const char* option : {"-vsync", "-c:v", "-vf", "-r", "-ac", "-movflags"}) {
-              ASSERT_LE(count(option), 1) << text;
-              ASSERT_GT(std::find(line.begin(), line.end(), option), input) << text;
+              ASSERT_LE(count(option), 1);
+              ASSERT_GT(std::find(line.begin(), line.end(), option), input);
             }
-            ASSERT_EQ(line.back(), "/movies/00001.mov");
-            ASSERT_EQ(line[line.size() - 2], "-y");
-            ASSERT_TRUE(std::none_of(line.begin(), line.end(), [](const std::string& one) {
-              return one.empty();
-            })) << text;
-            const bool copies = valueOf(line, "-c:v") == "copy";
-            if (copies) {
-              ASSERT_EQ(count("-vf") + count("-r") + count("-threads"), 0) << text;
-            } else {
-              ASSERT_EQ(count("-threads"), 1) << text;
-              ASSERT_EQ(count("-r"), 1) << text;
-            }
-            ASSERT_EQ(command->writesProres, valueOf(line, "-c:v") == "prores") << text;
+            ASSERT_EQ(line[line.size() - 2] + " " + line.back(), "-y /movies/00001.mov");
+            ASSERT_EQ(count(""), 0);
+            const std::string codec = valueOf(line, "-c:v");
+            ASSERT_EQ(count("-r"), codec == "copy" ? 0 : 1);
+            ASSERT_EQ(count("-threads"), codec == "copy" ? 0 : 1);
+            ASSERT_TRUE(codec != "copy" || count("-vf") == 0);
+            ASSERT_EQ(command->writesProres, codec == "prores");
           }
 }
 

@@ -234,16 +234,5 @@ TEST_F(OutputPresetTest, EncodersAreOfferedWhenTheyAreThere) {
   EXPECT_FALSE(cellAllowedOut(small, false, false, true)) << "no ProRes of 960x540";
 }
 
-TEST_F(OutputPresetTest, PutsTheProresFlavourIntoTheExportSettings) {
-  EXPECT_EQ(whichPresetProres("pr1080p25", "apch"), "prHd1080p25");
-  EXPECT_EQ(whichPresetProres("pr1080p25", "apcn"), "pr1080p25");
-  EXPECT_EQ(whichPresetProres("pr720p50", "apcs"), "prLt720p50");
-  EXPECT_EQ(whichPresetProres("pr720p50", "apco"), "prProxy720p50");
-  EXPECT_EQ(whichPresetProres("pr720p50", "ap4h"), "pr4x4720p50");
-  EXPECT_EQ(whichPresetProres("pr720p50", "xxxx"), "pr720p50");
-  EXPECT_EQ(whichPresetProres("1280x720p", "apch"), "1280x720p");
-  EXPECT_EQ(whichPresetProres(std::nullopt, "apch"), std::nullopt);
-}
-
 }  // namespace
 }  // namespace tessarin

@@ -3,10 +3,10 @@
 
 #include <optional>
 
-#include "platform/Alerts.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "support/ScriptedAlerts.h"
 #include "support/TestBundle.h"
 
 namespace tessarin {
@@ -50,25 +50,14 @@ TEST_F(UtilsAlertTest, ATextThatIsItsKeyCountsAsNone) {
   EXPECT_FALSE(hasLocalization("same"));
 }
 
-class RecordedAlerts : public Alerts {
- public:
-  RecordedAlerts() { setUserAlerts(this); }
-  ~RecordedAlerts() override { setUserAlerts(nullptr); }
-  RecordedAlerts(const RecordedAlerts&) = delete;
-  RecordedAlerts& operator=(const RecordedAlerts&) = delete;
-  using Alerts::show;
-  void show(const Alert& alert, std::function<void(AlertAnswer)>) override { last = alert; }
-
-  Alert last;
-};
-
 TEST_F(UtilsAlertTest, GuardsSpeakFrenchOrEnglish) {
-  RecordedAlerts alerts;
+  test::ScriptedAlerts alerts;
+  setUserAlerts(&alerts);
   const auto messageFor = [&](const std::string& langue) {
     folder_.write("xx.lproj/Localized.strings", langue);
     const test::TestBundle bundle(folder_.path(), "xx");
     languageGuardAlert("what happened");
-    return alerts.last.message;
+    return alerts.shown.back().message;
   };
   const auto french = StartsWith(":-(\nVous n'auriez pas du voir cette alerte apparaître.");
   const auto english = StartsWith(":-(\nYou would not have to see this alert.");
@@ -76,8 +65,9 @@ TEST_F(UtilsAlertTest, GuardsSpeakFrenchOrEnglish) {
   EXPECT_THAT(messageFor(R"("D_Langue" = "fr";)"), french);
   EXPECT_THAT(messageFor(R"("D_Langue" = "de_";)"), english);
   EXPECT_THAT(messageFor(""), english);
-  EXPECT_EQ(alerts.last.informative, "what happened");
-  EXPECT_EQ(alerts.last.style, Alert::Style::critical);
+  setUserAlerts(nullptr);
+  EXPECT_EQ(alerts.shown.back().informative, "what happened");
+  EXPECT_EQ(alerts.shown.back().style, Alert::Style::critical);
 }
 
 TEST_F(UtilsAlertTest, TheLanguageCodeNeedsThreeCharacters) {

@@ -1,13 +1,13 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "platform/Alerts.h"
 #include "process/pipelines.h"
 #include "process/taskBloquante.h"
 #include "process/toolEnvironment.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "support/ScriptedAlerts.h"
 #include "support/TestBundle.h"
 #include "support/children.h"
 #include "support/processState.h"
@@ -106,18 +106,16 @@ TEST_F(PipelinesTest, taskArrayPipesTakesAnyNumberOfToolsAndTheLastOnesErrors) {
 }
 
 TEST_F(PipelinesTest, taskArray1PipeMaxShowsASecondPipeAsAMistake) {
-  struct Recorder : Alerts {
-    using Alerts::show;
-    void show(const Alert& alert, std::function<void(AlertAnswer)>) override { shown = alert; }
-    Alert shown;
-  } alerts;
+  test::ScriptedAlerts alerts;
   setUserAlerts(&alerts);
   EXPECT_EQ(taskArray1PipeMax({"/bin/echo", "x", "|", "/bin/cat", "|", "/bin/cat"}, false),
             std::nullopt);
   setUserAlerts(nullptr);
-  EXPECT_EQ(alerts.shown.message, "taskArray1PipeMax is limited to one pipe only (actually) :-(");
-  EXPECT_EQ(alerts.shown.informative, "/bin/echo x | /bin/cat | /bin/cat");
-  EXPECT_EQ(alerts.shown.style, Alert::Style::critical);
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].message,
+            "taskArray1PipeMax is limited to one pipe only (actually) :-(");
+  EXPECT_EQ(alerts.shown[0].informative, "/bin/echo x | /bin/cat | /bin/cat");
+  EXPECT_EQ(alerts.shown[0].style, Alert::Style::critical);
 }
 
 TEST_F(PipelinesTest, taskArray1PipeMaxTellsItsTwoToolsApart) {
@@ -132,8 +130,7 @@ TEST_F(PipelinesTest, taskArray1PipeMaxTellsItsTwoToolsApart) {
 TEST_F(PipelinesTest, taskWithStrArgsRunsTheWorkingFoldersTools) {
   const test::ScopedTemporaryFolder folder;
   const test::TestBundle bundle(folder.file("App with blanks"), "en");
-  const std::string tool = folder.write("App with blanks/tools/speak", "#!/bin/sh\necho \"$0\"\n");
-  ASSERT_EQ(::chmod(tool.c_str(), 0700), 0);
+  const std::string tool = folder.writeScript("App with blanks/tools/speak", "echo \"$0\"");
   setWorkFolderPath(folder.file("work"));
   const Outcome<bool> prepared = prepareWorkFolder(Bundle::main());
   EXPECT_TRUE(prepared) << prepared.reason();

@@ -49,6 +49,14 @@ class ScopedTemporaryFolder {
     return target.string();
   }
 
+  // Likewise a program for the shell, whose lines these are.
+  std::string writeScript(std::string_view name, const std::string& lines) const {
+    std::string path = write(name, "#!/bin/sh\n" + lines + "\n");
+    std::error_code ignored;
+    std::filesystem::permissions(path, std::filesystem::perms(0755), ignored);
+    return path;
+  }
+
   // The folder's entry as bytes, "" when it cannot be read.
   std::string read(std::string_view name) const {
     std::ifstream stream(file(name), std::ios::binary);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include "platform/Alerts.h"

@@ -1,6 +1,5 @@
 // The adapter as a program: how it becomes ffmpeg, and what the installed ffmpeg makes of it.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -25,20 +24,17 @@ const std::string adapter = TESSARIN_BUILD "/resources/tools/ffmpeg";
 // A script in the place of ffmpeg.
 class FakeFfmpeg {
  public:
-  explicit FakeFfmpeg(const std::string& script) {
-    const std::string path = folder_.write("fake/ffmpeg", script);
-    ::chmod(path.c_str(), 0755);
-    setting_.emplace(ffmpegVariable, path);
-  }
+  explicit FakeFfmpeg(const std::string& lines)
+      : setting_(ffmpegVariable, folder_.writeScript("fake/ffmpeg", lines)) {}
   const test::ScopedTemporaryFolder& folder() const { return folder_; }
 
  private:
   test::ScopedTemporaryFolder folder_;
-  std::optional<ScopedEnvironment> setting_;
+  ScopedEnvironment setting_;
 };
 
 TEST(FfmpegAdapter, BecomesFfmpegWithItsProcessIdAndExitStatus) {
-  const FakeFfmpeg fake("#!/bin/sh\necho $$ \"$@\"\nexit 7\n");
+  const FakeFfmpeg fake("echo $$ \"$@\"\nexit 7");
   const ShellResult result =
       runShell("sh -c 'echo $$; exec \"$0\" -i \"a b\" -q:vscale 1 -y \"\"' " + quoted(adapter));
   EXPECT_EQ(result.status, 7);
@@ -50,7 +46,7 @@ TEST(FfmpegAdapter, BecomesFfmpegWithItsProcessIdAndExitStatus) {
 
 TEST(FfmpegAdapter, AsksForTheVersionOnlyWhenTheOptionsDependOnIt) {
   const FakeFfmpeg fake(
-      "#!/bin/sh\n[ \"$1\" = -version ] && { echo asked >>\"${0%/*}/asked\"; echo ffmpeg version "
+      "[ \"$1\" = -version ] && { echo asked >>\"${0%/*}/asked\"; echo ffmpeg version "
       "n7.1 Copyright; exit; }\necho \"$@\"\n");
   const ScopedEnvironment untold(ffmpegVersionVariable, std::nullopt);
   const std::string command = quoted(adapter) + " -i a -top 1 b.mpg";
@@ -71,9 +67,11 @@ TEST(FfmpegAdapter, SaysInOneSentenceWhenThereIsNoFfmpeg) {
   EXPECT_EQ(none.status, 127);
   EXPECT_EQ(none.output, noFfmpegMessage() + "\n");
 
-  const FakeFfmpeg damaged(
-      "\x7f"
-      "ELF of another machine");
+  const std::string damaged = folder.writeScript("damaged", "");
+  folder.write("damaged",
+               "\x7f"
+               "ELF of another machine");
+  const ScopedEnvironment other(ffmpegVariable, damaged);
   const ShellResult broken = runShell(quoted(adapter));
   EXPECT_EQ(broken.status, 126);
   EXPECT_THAT(broken.output, HasSubstr("cannot be run: "));

@@ -323,12 +323,11 @@ TEST(Movtool, TakesNoMovieForWholeThatCouldNotBeFinished) {
   std::filesystem::remove(folder.file("out.mov"));
   for (const int missing : {1, 400, 2000}) {
     SCOPED_TRACE(missing);
-    const std::string limited = folder.write(
-        "bin/ffmpeg", fmt::format("#!/bin/sh\ncase \" $* \" in *' prores '*) trap '' XFSZ; exec "
-                                  "prlimit --fsize={} /usr/bin/ffmpeg \"$@\" ;; esac\n"
-                                  "exec /usr/bin/ffmpeg \"$@\"\n",
-                                  size - missing));
-    std::filesystem::permissions(limited, std::filesystem::perms::owner_all);
+    folder.writeScript("bin/ffmpeg",
+                       fmt::format("case \" $* \" in *' prores '*) trap '' XFSZ; exec "
+                                   "prlimit --fsize={} /usr/bin/ffmpeg \"$@\" ;; esac\n"
+                                   "exec /usr/bin/ffmpeg \"$@\"",
+                                   size - missing));
     const ShellResult result = runShell(
         fmt::format("PATH={}:$PATH {}{}", test::quoted(folder.file("bin")), movtool, arguments));
     EXPECT_EQ(result.status, 1);
