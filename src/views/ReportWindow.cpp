@@ -31,8 +31,8 @@ QPlainTextEdit* newFacts() {
 
 }  // namespace
 
-void ReportWindow::open(std::function<void(const std::string&)> reveal, QWidget* parent) {
-  openOne<ReportWindow>([&] { return new ReportWindow(std::move(reveal), parent); });
+void ReportWindow::open(const std::function<void(const std::string&)>& reveal, QWidget* parent) {
+  openOne<ReportWindow>([&] { return new ReportWindow(reveal, parent); });
 }
 
 ReportWindow::ReportWindow(const std::function<void(const std::string&)>& reveal, QWidget* parent)

@@ -13,7 +13,7 @@ class ReportWindow final : public SideWindow {
  public:
   // Shows the window above `parent`, or brings the one that is open to the front. `reveal` shows a
   // file in the desktop's file browser.
-  static void open(std::function<void(const std::string&)> reveal, QWidget* parent);
+  static void open(const std::function<void(const std::string&)>& reveal, QWidget* parent);
 
  private:
   ReportWindow(const std::function<void(const std::string&)>& reveal, QWidget* parent);
