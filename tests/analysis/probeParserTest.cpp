@@ -277,15 +277,11 @@ TEST(ProbeParser, CountsChannelsOfTheKnownLayoutsOnly) {
     return recordOfLines("  Stream #0:1: Audio: ac3, 48000 Hz, " + layout + ", fltp, 448 kb/s")
         .integer("a0_channels");
   };
-  EXPECT_EQ(channels("mono"), 1);
-  EXPECT_EQ(channels("Stereo"), 2);
-  EXPECT_EQ(channels("2 channels"), 2);
-  EXPECT_EQ(channels("5.1(side)"), 6);
-  EXPECT_EQ(channels("5.1"), 6);
-  EXPECT_EQ(channels("7.1(wide-side)"), 8);
-  EXPECT_EQ(channels("6 channels"), std::nullopt);
-  EXPECT_EQ(channels("quad"), std::nullopt);
-  EXPECT_EQ(channels("0.0"), std::nullopt);
+  const std::pair<const char*, std::optional<std::int64_t>> layouts[] = {
+      {"mono", 1},           {"Stereo", 2},      {"2 channels", 2}, {"5.1(side)", 6}, {"5.1", 6},
+      {"7.1(wide-side)", 8}, {"6 channels", {}}, {"quad", {}},      {"0.0", {}}};
+  for (const auto& [layout, count] : layouts)
+    EXPECT_EQ(channels(layout), count) << layout;
 }
 
 TEST(ProbeParser, RewritesBluRaySoundOfTheFirstStreamOnly) {
@@ -311,15 +307,16 @@ TEST(ProbeParser, FrameRateIsTbrWithPulldownTakenOut) {
   const auto rate = [](const std::string& parts) {
     return recordOfLines("  Stream #0:0: Video: h264, yuv420p, 16x16, " + parts).number("v0_fps");
   };
-  const auto single = [](float value) { return std::optional<double>(value); };
-  EXPECT_EQ(rate("29.97 fps, 59.94 tbr, 90k tbn"), single(59.94F));
-  EXPECT_EQ(rate("23.98 fps, 59.94 tbr, 90k tbn"), single(29.97F));
-  EXPECT_EQ(rate("24 fps, 59.94 tbr"), single(29.97F));
-  EXPECT_EQ(rate("25 fps, 25 tbr"), single(25));
-  EXPECT_EQ(rate("59.94 tbr"), single(59.94F));
-  EXPECT_EQ(rate("25 fps, 90k tbn"), std::nullopt);
-  // The clock of a source with variable rate is no rate.
-  EXPECT_EQ(rate("29.97 fps, 1k tbr, 1k tbn"), single(29.97F));
+  const std::pair<const char*, std::optional<float>> rates[] = {
+      {"29.97 fps, 59.94 tbr, 90k tbn", 59.94F},
+      {"23.98 fps, 59.94 tbr, 90k tbn", 29.97F},
+      {"24 fps, 59.94 tbr", 29.97F},
+      {"25 fps, 25 tbr", 25},
+      {"59.94 tbr", 59.94F},
+      {"25 fps, 90k tbn", {}},
+      {"29.97 fps, 1k tbr, 1k tbn", 29.97F}};  // the clock of a source with variable rate is none
+  for (const auto& [parts, expected] : rates)
+    EXPECT_EQ(rate(parts), expected) << parts;
 }
 
 TEST(ProbeParser, ReadsSizesAndShapesWhereverTheyStand) {

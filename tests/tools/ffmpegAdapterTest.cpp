@@ -8,6 +8,7 @@
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/shell.h"
+#include "tools/support/clips.h"
 
 namespace tessarin {
 namespace {
@@ -116,36 +117,9 @@ class InterlacedProres : public testing::Test {
         .output;
   }
 
-  // The counts of "idet": TFF, BFF, progressive.
-  std::vector<int> fieldOrders(const std::string& name) const {
-    const std::string report = runShell("ffmpeg -nostdin -hide_banner -i " +
-                                        quoted(folder_.file(name)) + " -vf idet -f null -")
-                                   .output;
-    std::vector<int> counts(3, -1);
-    const std::size_t at = report.rfind("Multi frame detection: TFF:");
-    if (at == std::string::npos ||
-        std::sscanf(report.c_str() + at, "Multi frame detection: TFF:%d BFF:%d Progressive:%d",
-                    &counts[0], &counts[1], &counts[2]) != 3)
-      ADD_FAILURE() << report;
-    return counts;
-  }
-
-  // The likeness to the reference of luma and both chroma planes in dB, after these filters on
-  // either side.
-  std::vector<double> likeness(const std::string& ofOutput, const std::string& ofReference) const {
-    const std::string report =
-        runShell("ffmpeg -nostdin -hide_banner -i " + quoted(folder_.file("out.mov")) + " -i " +
-                 quoted(folder_.file("reference.mkv")) + " -lavfi " +
-                 quoted("[0:v]format=yuv422p10," + ofOutput + "[a];[1:v]" + ofReference +
-                        "[b];[a][b]psnr") +
-                 " -f null -")
-            .output;
-    std::vector<double> planes(3, 0);
-    const std::size_t at = report.rfind("PSNR y:");
-    if (at == std::string::npos || std::sscanf(report.c_str() + at, "PSNR y:%lf u:%lf v:%lf",
-                                               &planes[0], &planes[1], &planes[2]) != 3)
-      ADD_FAILURE() << report;
-    return planes;
+  std::array<double, 3> likeness() const {
+    return test::planeRatios(folder_.file("out.mov"), folder_.file("reference.mkv"),
+                             "format=yuv422p10");
   }
 
   test::ScopedTemporaryFolder folder_;
@@ -160,7 +134,7 @@ TEST_F(InterlacedProres, ChromaIsTreatedAsThePicturesSay) {
     make("movie=" + folder_.file("source.avi") + ",format=yuv422p10", "-c:v ffv1", "reference.mkv");
     convert("");
     EXPECT_EQ(probe("frame=interlaced_frame,top_field_first"), "1,1\n");
-    return likeness("null", "null")[1];
+    return likeness()[1];
   };
   EXPECT_GT(chromaOf("yuv422p", interlaced), 45);
   EXPECT_GT(chromaOf("yuv420p", "-c:v mpeg2video -q:v 2"), 45);
@@ -175,8 +149,8 @@ TEST_F(InterlacedProres, FramesAreWovenWithTheirWholeChroma) {
   make(scene + "yuv420p", "-c:v ffv1", "source.avi");
   convert("-vf scale=720:576,tinterlace=interleave_top");
   EXPECT_EQ(probe("stream=field_order"), "tt\n");
-  EXPECT_EQ(fieldOrders("out.mov")[0], 8);
-  const auto planes = likeness("null", "null");
+  EXPECT_EQ(test::fieldCounts(folder_.file("out.mov")).top, 8);
+  const auto planes = likeness();
   EXPECT_GT(planes[1], 30) << planes[1];
   EXPECT_GT(planes[2], 30) << planes[2];
 }

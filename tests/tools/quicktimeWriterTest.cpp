@@ -52,6 +52,13 @@ Bytes8 countingSound(std::size_t moments, int channels, std::size_t first = 0) {
   return bytes;
 }
 
+// A movie of small frames that is being written.
+MovieWriter begun(const std::string& path) {
+  Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
+  EXPECT_TRUE(movie.ok());
+  return std::move(*movie);
+}
+
 std::vector<std::string> entries(const ScopedTemporaryFolder& folder) {
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
@@ -103,21 +110,20 @@ TEST(MovieWriter, DescribesThePicture) {
 TEST(MovieWriter, SoundIsKeptToTheByteAndInterleaved) {
   const ScopedTemporaryFolder folder;
   const std::string path = folder.file("movie.mov");
-  Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
-  ASSERT_TRUE(movie.ok());
+  MovieWriter movie = begun(path);
   // The first track comes ahead of the picture, the second behind it.
-  ASSERT_EQ(movie->addSoundTrack({2, 48000, 3, 0}), 0U);
-  ASSERT_TRUE(movie->addSound(0, countingSound(192000, 2)));
+  ASSERT_EQ(movie.addSoundTrack({2, 48000, 3, 0}), 0U);
+  ASSERT_TRUE(movie.addSound(0, countingSound(192000, 2)));
   for (int frame = 0; frame < 100; ++frame) {
-    ASSERT_TRUE(movie->addFrame(smallFrame()));
+    ASSERT_TRUE(movie.addFrame(smallFrame()));
     if (frame == 5) {
-      ASSERT_EQ(movie->addSoundTrack({6, 44100, 0x3F, 0}), 1U);
+      ASSERT_EQ(movie.addSoundTrack({6, 44100, 0x3F, 0}), 1U);
     }
     if (frame % 10 == 9) {
-      ASSERT_TRUE(movie->addSound(1, countingSound(17640, 6, std::size_t(frame / 10) * 17640)));
+      ASSERT_TRUE(movie.addSound(1, countingSound(17640, 6, std::size_t(frame / 10) * 17640)));
     }
   }
-  ASSERT_TRUE(movie->finish(false).ok());
+  ASSERT_TRUE(movie.finish(false).ok());
 
   for (const int track : {0, 1}) {
     const std::string raw = folder.file("sound.raw");
@@ -158,13 +164,12 @@ TEST(MovieWriter, PlacesSoundThatBeginsLaterOrEarlier) {
     const std::string path = folder.file("movie.mov");
     SoundFormat format;
     format.startOffset = offset;
-    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
-    ASSERT_TRUE(movie.ok());
-    movie->addSoundTrack(format);
-    ASSERT_TRUE(movie->addSound(0, countingSound(48000, 2)));
+    MovieWriter movie = begun(path);
+    movie.addSoundTrack(format);
+    ASSERT_TRUE(movie.addSound(0, countingSound(48000, 2)));
     for (int frame = 0; frame < 25; ++frame)
-      ASSERT_TRUE(movie->addFrame(smallFrame()));
-    ASSERT_TRUE(movie->finish(false).ok());
+      ASSERT_TRUE(movie.addFrame(smallFrame()));
+    ASSERT_TRUE(movie.finish(false).ok());
     const double start = std::stod(probed(path, "a:0", "start_time"));
     EXPECT_NEAR(start, offset > 0 ? 0.25 : 0, 0.0001);
     // What was before the picture is not heard.
@@ -211,10 +216,9 @@ TEST(MovieWriter, ReachesBeyondFourGigabytes) {
 TEST(MovieWriter, LeavesNothingWhenItIsNotFinished) {
   const ScopedTemporaryFolder folder;
   {
-    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32));
-    ASSERT_TRUE(movie.ok());
+    MovieWriter movie = begun(folder.file("a.mov"));
     for (int i = 0; i < 500; ++i)
-      movie->addFrame(Bytes8(10000));
+      movie.addFrame(Bytes8(10000));
   }
   EXPECT_THAT(entries(folder), testing::IsEmpty());
 }
@@ -230,12 +234,12 @@ TEST(MovieWriter, LeavesNothingWhenTheDiskIsFull) {
   bool written = true;
   std::string reason;
   {
-    Outcome<MovieWriter> movie = MovieWriter::create(folder.file("a.mov"), videoFormat(64, 32));
-    for (int i = 0; i < 500 && movie->addFrame(Bytes8(10000)); ++i) {
+    MovieWriter movie = begun(folder.file("a.mov"));
+    for (int i = 0; i < 500 && movie.addFrame(Bytes8(10000)); ++i) {
     }
-    written = movie->addFrame(Bytes8(10));
-    reason = movie->failure();
-    EXPECT_FALSE(movie->finish(true).ok());
+    written = movie.addFrame(Bytes8(10));
+    reason = movie.failure();
+    EXPECT_FALSE(movie.finish(true).ok());
   }
   ::setrlimit(RLIMIT_FSIZE, &former);
   std::signal(SIGXFSZ, formerHandler);
@@ -248,10 +252,9 @@ TEST(MovieWriter, KeepsOrReplacesWhatWasThere) {
   const ScopedTemporaryFolder folder;
   const std::string path = folder.write("a.mov", "mine");
   for (const bool replace : {false, true}) {
-    Outcome<MovieWriter> movie = MovieWriter::create(path, videoFormat(64, 32));
-    ASSERT_TRUE(movie.ok());
-    movie->addFrame(smallFrame());
-    const Outcome<bool> finished = movie->finish(replace);
+    MovieWriter movie = begun(path);
+    movie.addFrame(smallFrame());
+    const Outcome<bool> finished = movie.finish(replace);
     EXPECT_EQ(finished.ok(), replace);
     EXPECT_EQ(folder.read("a.mov") == "mine", !replace);
     if (!finished) {
@@ -268,10 +271,9 @@ TEST(MovieWriter, WritesThroughALinkAndLikeTheUsersMask) {
   const mode_t mask = ::umask(027);
   test::writeMovie(folder, videoFormat(64, 32), {smallFrame()});
   ::umask(mask);
-  Outcome<MovieWriter> movie = MovieWriter::create(folder.file("link.mov"), videoFormat(64, 32));
-  ASSERT_TRUE(movie.ok());
-  movie->addFrame(smallFrame());
-  ASSERT_TRUE(movie->finish(true).ok());
+  MovieWriter movie = begun(folder.file("link.mov"));
+  movie.addFrame(smallFrame());
+  ASSERT_TRUE(movie.finish(true).ok());
   EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.mov")));
   EXPECT_EQ(folder.read("disk/real.mov"), folder.read("movie.mov"));
   struct stat entry = {};

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
 #include <string>
@@ -79,22 +81,28 @@ inline FieldCounts fieldCounts(const std::string& movie) {
   return counts;
 }
 
-// The lowest of the three planes' mean peak ratios between two movies, in decibels. Chroma is
-// brought to common lines per field for interlaced pictures.
-inline double lowestPeakRatio(const std::string& movie, const std::string& truth,
-                              bool interlaced = true) {
-  const std::string common =
-      std::string("scale=interl=") + (interlaced ? "1" : "0") + ",format=yuv422p";
+// The mean peak ratios of luma and both planes of chroma between two movies, in decibels, after
+// these filters on either.
+inline std::array<double, 3> planeRatios(const std::string& movie, const std::string& truth,
+                                         const std::string& common) {
   const ShellResult result =
       runShell("ffmpeg -hide_banner -i " + test::quoted(movie) + " -i " + test::quoted(truth) +
                " -lavfi '[0:v]" + common + "[a];[1:v]" + common +
                "[b];[a][b]psnr' -f null - 2>&1 | sed -n 's/.*PSNR y:\\([^ ]*\\) u:\\([^ ]*\\) "
                "v:\\([^ ]*\\).*/\\1 \\2 \\3/p'");
-  double y = 0;
-  double u = 0;
-  double v = 0;
-  EXPECT_EQ(std::sscanf(result.output.c_str(), "%lf %lf %lf", &y, &u, &v), 3) << result.output;
-  return std::min({y, u, v});
+  std::array<double, 3> planes{};
+  EXPECT_EQ(std::sscanf(result.output.c_str(), "%lf %lf %lf", &planes[0], &planes[1], &planes[2]),
+            3)
+      << result.output;
+  return planes;
+}
+
+// The lowest of the three. Chroma is brought to common lines per field for interlaced pictures.
+inline double lowestPeakRatio(const std::string& movie, const std::string& truth,
+                              bool interlaced = true) {
+  const auto planes = planeRatios(
+      movie, truth, std::string("scale=interl=") + (interlaced ? "1" : "0") + ",format=yuv422p");
+  return *std::min_element(planes.begin(), planes.end());
 }
 
 // The moment of the first flash and of the first tone of a movie, on its own time line.
