@@ -44,7 +44,13 @@ sh -e <<<"$plan" >"$folder/log" 2>&1 || fail "the plan does not run: $(cat "$fol
 # What the desktop reads.
 desktop="$prefix/share/applications/org.tessarin.Tessarin.desktop"
 if [ -x "$prefix/bin/tessarin-gui" ]; then
-  [ -f "$prefix/share/icons/hicolor/scalable/apps/org.tessarin.Tessarin.svg" ] || fail "no icon"
+  icons="$prefix/share/icons/hicolor"
+  [ -f "$icons/scalable/apps/org.tessarin.Tessarin.svg" ] || fail "no icon"
+  for size in 16 22 24 32 48 64 128 256; do
+    measured=$(ffprobe -v error -show_entries stream=width,height -of csv=p=0 \
+      "$icons/${size}x$size/apps/org.tessarin.Tessarin.png") || fail "no icon of the size $size"
+    [ "$measured" = "$size,$size" ] || fail "the icon of the size $size has $measured"
+  done
   if command -v desktop-file-validate >/dev/null; then
     complaints=$(desktop-file-validate "$desktop") || fail "$complaints"
   fi
