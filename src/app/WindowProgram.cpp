@@ -183,10 +183,11 @@ void WindowProgram::applicationDidFinishLaunching() {
   loop_.runAfter(std::chrono::milliseconds(50), [this] { recovery_.begin(batchesFolder()); });
 }
 
-// What comes from outside the window: signals, other copies, the end of the program.
+// What comes from outside the window: signals, the end of the session, other copies.
 void WindowProgram::watchOutside() {
   signals_ = std::make_unique<SignalWatch>(loop_, std::vector<int>{SIGINT, SIGTERM, SIGHUP},
                                            [this](int) { quitAtOnce(); });
+  session_ = std::make_unique<SessionEnd>(app_, [this] { quitAtOnce(); });
   instance_.serve([this](const std::vector<std::string>& handed) {
     window_->bringToFront();
     if (!handed.empty())

@@ -17,6 +17,7 @@
 #include "views/MainWindow.h"
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
+#include "views/SessionEnd.h"
 
 namespace tessarin {
 
@@ -62,6 +63,7 @@ class WindowProgram {
   UpdateInterface updateInterface_;
   std::unique_ptr<MainWindow> window_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<SessionEnd> session_;
   bool isLeaving_ = false;
 };
 

@@ -53,8 +53,10 @@ class appDelegate {
   // Rows have come from elsewhere: shows them and lets the user start.
   void showBatch();
 
-  // Whether the program may be left: asks the user while a batch runs and, when the user wants to
-  // leave, stops it first. Answers now or later.
+  // Whether the user would leave now: asks while a batch runs, and stops nothing. Answers now or
+  // later.
+  void askToLeave(std::function<void(bool)> answered);
+  // The same, and stops the batch before it answers that the program may be left.
   void isCloseQuit(const std::function<void(bool)>& answered);
   // The user wants to leave: `ready` is called once everything is stopped, cleaned up and stored;
   // never when the user would rather stay.

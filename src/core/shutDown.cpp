@@ -6,23 +6,29 @@
 
 namespace tessarin {
 
-void appDelegate::isCloseQuit(const std::function<void(bool)>& answered) {
+void appDelegate::askToLeave(std::function<void(bool)> answered) {
   if (!driver_.isBatchRunning()) {
     answered(true);
     return;
   }
   logLine("Process in progress !");
-  services_.alerts.show({localisationString("D_quit_1"),
-                         localisationString("D_quit_2"),
-                         {localisationString("D_Annuler"), localisationString("menuQuit")},
-                         "",
-                         Alert::Style::warning},
-                        [this, answered](AlertAnswer reply) {
-                          if (reply.button == 0)
-                            answered(false);
-                          else
-                            stopBatch([answered] { answered(true); });
-                        });
+  services_.alerts.show(
+      {localisationString("D_quit_1"),
+       localisationString("D_quit_2"),
+       {localisationString("D_Annuler"), localisationString("menuQuit")},
+       "",
+       Alert::Style::warning},
+      [answered = std::move(answered)](AlertAnswer reply) { answered(reply.button != 0); });
+}
+
+void appDelegate::isCloseQuit(const std::function<void(bool)>& answered) {
+  const bool isRunning = driver_.isBatchRunning();
+  askToLeave([this, answered, isRunning](bool mayLeave) {
+    if (mayLeave && isRunning)
+      stopBatch([answered] { answered(true); });
+    else
+      answered(mayLeave);
+  });
 }
 
 // The batch may have ended while the question was open. Otherwise the steps that clean up behind

@@ -7,6 +7,7 @@
 #include "core/language.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
+#include "views/SessionEnd.h"
 #include "views/WindowFixture.h"
 #include "views/localize.h"
 
@@ -141,6 +142,32 @@ TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
   EXPECT_EQ(app.table().count(), 0);
   EXPECT_FALSE(pathExists(movie("Long.mov")));
   EXPECT_THAT(revealed, testing::IsEmpty());
+}
+
+TEST_F(WindowFixture, TheEndOfTheSessionIsAskedForAndStopsNothingYet) {
+  int ends = 0;
+  SessionEnd session(app, [&ends] { ++ends; });
+  EXPECT_TRUE(session.isAllowed());  // nothing runs: nobody is asked
+
+  ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
+  analyse({folder.file("Long.MPG")});
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return pathExists(movie("Long.mov")); }));
+  for (const bool isAllowed : {false, true}) {
+    loop.runSoon([this, isAllowed] { press(dialog(), isAllowed ? "Quit" : "Cancel"); });
+    EXPECT_EQ(session.isAllowed(), isAllowed);
+    EXPECT_TRUE(app.driver().isBatchRunning());
+  }
+  // A signal while the question is open: it is not answered any more.
+  loop.runSoon([this] { app.quitAtOnce([this] { hasQuit = true; }); });
+  EXPECT_TRUE(session.isAllowed());
+  ASSERT_TRUE(until([this] { return hasQuit; }));
+
+  // The manager's own end asks no more and closes no window.
+  QEvent quit(QEvent::Quit);
+  QApplication::sendEvent(qApp, &quit);
+  EXPECT_EQ(ends, 1);
+  EXPECT_TRUE(window.isVisible());
 }
 
 TEST_F(WindowFixture, RefusedSourcesAreToldOnceWithTheirReasons) {
