@@ -11,8 +11,8 @@ benchPackages=(libbenchmark-dev hyperfine time)
 # The clang that searches for inputs, with its library.
 fuzzPackages=(clang libclang-rt-14-dev)
 analysisPackages=(clang-tidy clang-format shellcheck)
-# What the test of the installation checks the desktop files with when it is there.
-desktopPackages=(desktop-file-utils appstream)
+# What tests check the desktop files, and what is asked of the desktop, with when it is there.
+desktopPackages=(desktop-file-utils appstream dbus-daemon)
 
 # missingPackages NAME...: prints those that are not installed.
 missingPackages() {

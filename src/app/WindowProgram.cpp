@@ -212,7 +212,7 @@ void WindowProgram::watchBatch() {
   // Who looks at one of our windows sees it there.
   app_.driver().batchEnded.connect([this] {
     if (!isLeaving_ && QApplication::applicationState() != Qt::ApplicationActive)
-      notifyDesktop(localisationString("D_fin_GUI"), summaryText(countRows(app_.table())));
+      message_.show(localisationString("D_fin_GUI"), summaryText(countRows(app_.table())));
   });
 }
 

@@ -14,6 +14,7 @@
 #include "platform/SingleInstance.h"
 #include "platform/UserDomain.h"
 #include "updates/UpdateInterface.h"
+#include "views/DesktopMessage.h"
 #include "views/MainWindow.h"
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
@@ -62,6 +63,7 @@ class WindowProgram {
   Updates updates_;
   UpdateInterface updateInterface_;
   std::unique_ptr<MainWindow> window_;
+  DesktopMessage message_{[this] { window_->bringToFront(); }};
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<SessionEnd> session_;
   bool isLeaving_ = false;

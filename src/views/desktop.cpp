@@ -4,7 +4,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
-#include <QGuiApplication>
 #include <QUrl>
 
 #include "classShared/log.h"
@@ -38,23 +37,6 @@ void revealInFileBrowser(const std::string& path) {
       QDesktopServices::openUrl(isFolder ? url : url.adjusted(QUrl::RemoveFilename));
     watcher->deleteLater();
   });
-}
-
-void notifyDesktop(const std::string& summary, const std::string& body) {
-  QDBusMessage call = QDBusMessage::createMethodCall(
-      QStringLiteral("org.freedesktop.Notifications"),
-      QStringLiteral("/org/freedesktop/Notifications"),
-      QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
-  constexpr uint replacesNone = 0;
-  constexpr int untilItsTime = -1;  // that of the service
-  const QVariantMap hints{
-      {QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()},
-      {QStringLiteral("category"), QStringLiteral("transfer.complete")},
-  };
-  call << QGuiApplication::applicationDisplayName() << replacesNone
-       << QGuiApplication::desktopFileName() << qtText(summary) << qtText(body).toHtmlEscaped()
-       << QStringList() << hints << untilItsTime;
-  QDBusConnection::sessionBus().asyncCall(call);
 }
 
 void iba_OpenFile(const std::string& path) {

@@ -9,10 +9,6 @@ namespace tessarin {
 // Nothing is waited for.
 void revealInFileBrowser(const std::string& path);
 
-// Shows a message in the desktop's own way, for somebody who looks elsewhere. Nothing is waited
-// for; without such a service nothing happens.
-void notifyDesktop(const std::string& summary, const std::string& body);
-
 // Opens the file with the program that the desktop uses for its kind.
 void iba_OpenFile(const std::string& path);
 

@@ -1,0 +1,94 @@
+// What the program asks of the desktop, with a small desktop on a bus of its own.
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QProcess>
+#include <QUrl>
+
+#include "support/LoopUntil.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "utils/files.h"
+#include "views/DesktopMessage.h"
+#include "views/QtRunLoop.h"
+#include "views/desktop.h"
+#include "views/qtText.h"
+
+namespace tessarin {
+namespace {
+
+// Keeps what it is asked and answers with a number, as the service for messages does.
+class FakeDesktop final : public QDBusVirtualObject {
+ public:
+  QString introspect(const QString&) const override { return {}; }
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    calls.push_back(message);
+    return connection.send(message.createReply(7u));
+  }
+  std::vector<QDBusMessage> calls;
+};
+
+// The program's connection is made once in a process, so all of it is one test.
+TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
+  const test::ScopedTemporaryFolder folder;
+  QProcess daemon;
+  daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address",
+                               "--address=unix:path=" + qtText(folder.file("bus"))});
+  if (!daemon.waitForStarted() || !daemon.waitForReadyRead())
+    GTEST_SKIP() << "there is no dbus-daemon here";
+  const QString address = QString::fromUtf8(daemon.readAllStandardOutput()).trimmed();
+  const test::ScopedEnvironment bus("DBUS_SESSION_BUS_ADDRESS", address.toStdString());
+  const test::ScopedEnvironment token("XDG_ACTIVATION_TOKEN", "");
+  QDBusConnection desktop = QDBusConnection::connectToBus(address, "desktop");
+  FakeDesktop fake;
+  ASSERT_TRUE(desktop.registerVirtualObject("/org", &fake, QDBusConnection::SubPath));
+  ASSERT_TRUE(desktop.registerService("org.freedesktop.Notifications"));
+  ASSERT_TRUE(desktop.registerService("org.freedesktop.FileManager1"));
+  QtRunLoop loop;
+  const auto until = [&loop](const std::function<bool()>& condition) {
+    return test::loopUntil(loop, condition, std::chrono::seconds(20));
+  };
+
+  const std::string movie = folder.file("Été 100%.mov");
+  ASSERT_TRUE(writeFileAtomically(movie, "x"));
+  revealInFileBrowser(movie);
+  revealInFileBrowser(folder.path());
+  ASSERT_TRUE(until([&] { return fake.calls.size() == 2; }));
+  EXPECT_EQ(fake.calls[0].member(), "ShowItems");
+  EXPECT_EQ(QUrl(fake.calls[0].arguments().at(0).toStringList().value(0)).toLocalFile(),
+            qtText(movie));
+  EXPECT_EQ(fake.calls[1].member(), "ShowFolders");
+
+  int clicks = 0;
+  DesktopMessage message([&clicks] { ++clicks; });
+  message.show("Done", "3 of <4>");
+  ASSERT_TRUE(until([&] { return fake.calls.size() == 3; }));
+  EXPECT_EQ(fake.calls[2].arguments().at(4), "3 of &lt;4&gt;");
+  EXPECT_EQ(fake.calls[2].arguments().at(5).toStringList().value(0), "default");
+  const auto tell = [&](const char* signal, uint id, const QString& text) {
+    QDBusMessage told = QDBusMessage::createSignal("/org/freedesktop/Notifications",
+                                                   "org.freedesktop.Notifications", signal);
+    desktop.send(told << id << text);
+  };
+  // The answer to the call comes before these. Only the last click is one on this message.
+  tell("ActionInvoked", 8, "default");
+  tell("ActionInvoked", 7, "other");
+  tell("ActivationToken", 8, "another's");
+  tell("ActivationToken", 7, "a token");
+  tell("ActionInvoked", 7, "default");
+  EXPECT_TRUE(until([&] { return clicks > 0; }));
+  EXPECT_EQ(clicks, 1);
+  EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "a token");
+
+  // The next one takes its place.
+  message.show("Done", "");
+  ASSERT_TRUE(until([&] { return fake.calls.size() == 4; }));
+  EXPECT_EQ(fake.calls[3].arguments().at(1).toUInt(), 7u);
+  daemon.terminate();
+  daemon.waitForFinished();
+}
+
+}  // namespace
+}  // namespace tessarin
