@@ -96,9 +96,10 @@ void MainWindow::makeContent() {
 void MainWindow::showDrawer(bool shown) {
   if (shown == !drawer_->isHidden())
     return;
+  const int before = height();  // showing it makes the window as high as it has to be
   drawer_->setVisible(shown);
   if (!isMaximized() && !isFullScreen())
-    resize(width(), height() + (shown ? drawerHeight : -drawerHeight));
+    resize(width(), before + (shown ? drawerHeight : -drawerHeight));
 }
 
 void MainWindow::bringToFront() {
