@@ -166,7 +166,12 @@ void WindowProgram::applicationDidFinishLaunching() {
   watchOutside();
   watchBatch();
   watchLanguage();
-  window_->firstPainted = [] { logFormat("first paint         : {:.0f} ms", processAge()); };
+  window_->firstPainted = [this] {
+    logFormat("first paint         : {:.0f} ms", processAge());
+    // Not before: until the desktop has placed the window nothing can be centred above it.
+    if (!app_.interface.assistantSkip.isChecked())
+      loop_.runSoon([this] { window_->showAssistant(); });
+  };
   window_->bringToFront();
   if (localisationString("localizationToCorrect") == "1")
     window_->showLocalization();
@@ -175,8 +180,6 @@ void WindowProgram::applicationDidFinishLaunching() {
   // Whoever switches it on need not wait for the next start. After the choice has been stored.
   app_.interface.updateCheck.changed.connect(
       [this] { loop_.runSoon([this] { updates_.lookUpAtStart(preferences_); }); });
-  if (!app_.interface.assistantSkip.isChecked())
-    window_->showAssistant();
   if (!domain_.problem().empty())
     alerts_.show({domain_.problem(), ""});
   // After the first paint: it waits for the disk.
