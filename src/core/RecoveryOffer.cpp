@@ -58,6 +58,13 @@ void RecoveryOffer::begin(const std::string& parent) {
   if (!problems.empty())
     alerts_.show(
         {localisationString("D_recover_problems"), std::string(trimmed(listOf(problems)))});
+  // Rows that all became movies were only kept for being looked at.
+  std::erase_if(found_.stores, [](BatchStore& store) {
+    const bool isDone = unfinishedIn(store) == 0;
+    if (isDone)
+      store.discard();
+    return isDone;
+  });
   if (!found_.stores.empty())
     ask();
 }

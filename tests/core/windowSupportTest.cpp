@@ -59,6 +59,16 @@ TEST_F(RecoveryOfferTest, NothingIsAskedWhenNothingWasInterrupted) {
   EXPECT_TRUE(alerts.shown.empty());
 }
 
+// The session ended behind the batch, while its rows were still shown.
+TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
+  StoredBatch batch;
+  batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
+  ASSERT_TRUE(BatchStore::create(parent, batch));
+  offer.begin(parent);
+  EXPECT_TRUE(alerts.shown.empty());
+  EXPECT_FALSE(isStored());
+}
+
 TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
   leaveBatch();
   ASSERT_TRUE(test::makeInterlacedClip(folder.file("Waiting.MTS")));
