@@ -46,7 +46,6 @@ AssistantWindow::AssistantWindow(appDelegate& app, QWidget* parent)
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(24, 24, 24, 16);
   column->setSpacing(16);
-  pages_->setMinimumWidth(pageWidth);
   pages_->addWidget(newPage("dndSd", "@@assistantSourcesTitle", "@@assistantSourcesText"));
   pages_->addWidget(newPage("stepApplication", "@@assistantApplicationTitle",
                             "@@assistantApplicationText", newApplicationChoice()));
@@ -59,6 +58,9 @@ AssistantWindow::AssistantWindow(appDelegate& app, QWidget* parent)
   column->addWidget(skipNext);
   column->addWidget(newButtons());
   localizeWindow(this);
+  // A page that is not shown yet has to fit, too.
+  const int width = qMax(pageWidth, pages_->minimumSizeHint().width());
+  pages_->setMinimumSize(width, pages_->heightForWidth(width));
   showPage(0);
 }
 

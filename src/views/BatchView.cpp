@@ -16,6 +16,7 @@ namespace tessarin {
 namespace {
 
 constexpr int heightOfRow = 66;
+constexpr int rowMargin = 4;
 
 QIcon dot(const std::string& colourName) {
   if (colourName == "black")
@@ -70,7 +71,6 @@ BatchView::BatchView(appDelegate& app, std::function<void(const std::string&)> r
 void BatchView::setUpColumns() {
   verticalHeader()->hide();
   verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  verticalHeader()->setDefaultSectionSize(heightOfRow);
   QHeaderView* header = horizontalHeader();
   header->setHighlightSections(false);
   header->setSectionsClickable(false);
@@ -79,12 +79,26 @@ void BatchView::setUpColumns() {
   // Measuring all rows of a long batch at each change would take long.
   header->setResizeContentsPrecision(20);
   header->setSectionResizeMode(orderColumn, QHeaderView::Fixed);
-  header->resizeSection(orderColumn, 40);
   header->setSectionResizeMode(pictureColumn, QHeaderView::Fixed);
   header->resizeSection(pictureColumn, BatchTableModel::pictureWidth + 12);
   header->setSectionResizeMode(sourceColumn, QHeaderView::Stretch);
   header->setMinimumSectionSize(40);
   header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  setUpRows();
+}
+
+// The caption of a source has three lines.
+void BatchView::setUpRows() {
+  const int captions = 3 * fontMetrics().lineSpacing() + 2 * rowMargin;
+  verticalHeader()->setDefaultSectionSize(qMax(heightOfRow, captions));
+  const int number = fontMetrics().horizontalAdvance("9999") + 2 * rowMargin;
+  horizontalHeader()->resizeSection(orderColumn, qMax(40, number));
+}
+
+void BatchView::changeEvent(QEvent* event) {
+  QTableView::changeEvent(event);
+  if (event->type() == QEvent::FontChange)
+    setUpRows();
 }
 
 // ---- Choosing

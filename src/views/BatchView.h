@@ -26,6 +26,7 @@ class BatchView final : public QTableView {
   void removeAll();
 
  protected:
+  void changeEvent(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
@@ -33,6 +34,7 @@ class BatchView final : public QTableView {
 
  private:
   void setUpColumns();
+  void setUpRows();
   void choose(const QModelIndex& index, int choice);
   void chooseInRow(int row, int column, int choice);
   void chooseNext(const QModelIndex& index);

@@ -298,41 +298,5 @@ TEST_F(WindowFixture, EverythingCanBeReachedWithTheTabKey) {
         << each->objectName().toStdString();
 }
 
-// Texts that were not translated or do not fit, in every language.
-TEST(WindowTexts, AreTranslatedAndNotCutOff) {
-  for (const char* language : {"en", "de", "fr", "es", "it"}) {
-    SCOPED_TRACE(language);
-    const TestBundle bundle(language);
-    QtRunLoop loop;
-    QtAlerts alerts;
-    MemoryUserDomain domain;
-    PreferenceStore preferences(domain);
-    appDelegate app({loop, preferences, alerts, {}});
-    MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
-    app.interface.batchDrawer.setShown(true);
-    window.show();
-    window.showPreferences();
-    window.showAssistant();
-    window.showLocalization();
-    window.showReport();
-    int seen = 0;
-    for (QWidget* widget : window.findChildren<QWidget*>()) {
-      QString text;
-      if (const auto* button = qobject_cast<QAbstractButton*>(widget))
-        text = button->text();
-      else if (const auto* label = qobject_cast<QLabel*>(widget); label && !label->wordWrap())
-        text = label->text();
-      EXPECT_FALSE(text.startsWith("@@")) << text.toStdString();
-      EXPECT_FALSE(widget->toolTip().startsWith("@@")) << widget->toolTip().toStdString();
-      EXPECT_FALSE(widget->accessibleName().startsWith("@@"));
-      if (text.isEmpty() || !widget->isVisible())
-        continue;
-      ++seen;
-      EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << text.toStdString();
-    }
-    EXPECT_GT(seen, 15);
-  }
-}
-
 }  // namespace
 }  // namespace tessarin::test

@@ -1,0 +1,147 @@
+// Texts that were not translated or do not fit, in every language, size of letters and look.
+#include <QComboBox>
+#include <QHeaderView>
+#include <QStyle>
+#include <QStyleOptionComboBox>
+
+#include "encoding/outputPreset.h"
+#include "views/WindowFixture.h"
+#include "views/colourSchemes.h"
+
+namespace tessarin::test {
+namespace {
+
+QString textOf(const QWidget* widget) {
+  if (const auto* button = qobject_cast<const QAbstractButton*>(widget))
+    return button->text();
+  const auto* label = qobject_cast<const QLabel*>(widget);
+  return label ? label->text() : QString();
+}
+
+// Labels that hold names of files are cut off rather than making the window wider.
+bool mayBeCutOff(const QWidget* widget) {
+  return widget->sizePolicy().horizontalPolicy() == QSizePolicy::Ignored;
+}
+
+void expectTranslated(const QWidget* widget) {
+  for (const QString& text : {textOf(widget), widget->toolTip(), widget->accessibleName()})
+    EXPECT_FALSE(text.startsWith("@@")) << text.toStdString();
+}
+
+void expectRoomFor(const QWidget* widget) {
+  const std::string text = textOf(widget).toStdString();
+  if (const auto* label = qobject_cast<const QLabel*>(widget); label && label->wordWrap()) {
+    EXPECT_GE(label->height(), label->heightForWidth(label->width())) << text;
+  } else if (!text.empty() && !mayBeCutOff(widget)) {
+    EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << text;
+    EXPECT_GE(widget->height(), widget->minimumSizeHint().height()) << text;
+  }
+  if (const auto* popup = qobject_cast<const QComboBox*>(widget)) {
+    QStyleOptionComboBox option;
+    option.initFrom(popup);
+    option.iconSize = popup->iconSize();
+    const int room =
+        popup->style()
+            ->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, popup)
+            .width();
+    for (int item = 0; item < popup->count(); ++item)
+      EXPECT_GE(room, popup->fontMetrics().horizontalAdvance(popup->itemText(item)))
+          << popup->itemText(item).toStdString();
+  }
+}
+
+// Of what lies side by side in one widget.
+void expectNoOverlap(const QWidget* parent) {
+  QList<const QWidget*> shown;
+  for (const QObject* child : parent->children())
+    if (const auto* widget = qobject_cast<const QWidget*>(child);
+        widget && widget->isVisible() && !widget->isWindow())
+      shown.append(widget);
+  for (qsizetype one = 0; one < shown.size(); ++one) {
+    EXPECT_TRUE(parent->isWindow() || parent->rect().contains(shown[one]->geometry()))
+        << textOf(shown[one]).toStdString() << " sticks out of "
+        << parent->objectName().toStdString();
+    for (qsizetype other = one + 1; other < shown.size(); ++other)
+      EXPECT_FALSE(shown[one]->geometry().intersects(shown[other]->geometry()))
+          << textOf(shown[one]).toStdString() << " / " << textOf(shown[other]).toStdString();
+  }
+}
+
+// Whether the widgets below this one are placed by a layout of ours; views place theirs themselves.
+bool isOurs(const QWidget* widget) {
+  return !qobject_cast<const QAbstractScrollArea*>(widget) &&
+         (!widget->parentWidget() || widget->isWindow() || isOurs(widget->parentWidget()));
+}
+
+// How many texts were looked at.
+int lookAt(const QWidget& window) {
+  int seen = 0;
+  for (const QWidget* widget : window.findChildren<QWidget*>()) {
+    expectTranslated(widget);
+    if (!widget->isVisible() || !isOurs(widget))
+      continue;
+    expectRoomFor(widget);
+    if (widget->layout())
+      expectNoOverlap(widget);
+    seen += textOf(widget).isEmpty() ? 0 : 1;
+  }
+  return seen;
+}
+
+void expectRoomInTable(const BatchView& table) {
+  const QAbstractItemModel& model = *table.model();
+  const QAbstractItemView& view = table;
+  for (int column = 0; column < model.columnCount(); ++column) {
+    EXPECT_GE(table.horizontalHeader()->sectionSize(column),
+              column == sourceColumn ? 100 : view.sizeHintForColumn(column))
+        << column;
+    for (int row = 0; row < model.rowCount(); ++row)
+      EXPECT_GE(table.rowHeight(row), view.sizeHintForIndex(model.index(row, column)).height())
+          << column;
+  }
+}
+
+TEST(WindowTexts, AreTranslatedAndNotCutOff) {
+  const QFont font = QApplication::font();
+  for (const double scale : {1.0, 1.5})
+    for (const int scheme : {2, 1, 0})
+      for (const char* language : {"en", "de", "fr", "es", "it"}) {
+        SCOPED_TRACE(std::string(language) + " " + std::to_string(scale) + " " +
+                     std::to_string(scheme));
+        QFont scaled = font;
+        scaled.setPointSizeF(font.pointSizeF() * scale);
+        QApplication::setFont(scaled);
+        const TestBundle bundle(language);
+        QtRunLoop loop;
+        QtAlerts alerts;
+        MemoryUserDomain domain;
+        PreferenceStore preferences(domain);
+        appDelegate app({loop, preferences, alerts, {}});
+        app.interface.colour.select(scheme);
+        followColourScheme(app.interface.colour);
+        MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
+        app.table().append({{"out", 2},
+                            {"fps", 0},
+                            {"sizeOut", 12},
+                            {"src", "Clip.MTS\n1920x1080i50\n0h00'12\""},
+                            {"dico", Dico{{"srcPathStr", "/Clip.MTS"}}}});
+        app.interface.batchDrawer.setShown(true);
+        window.show();
+        window.showPreferences();
+        window.showAssistant();
+        window.showLocalization();
+        window.showReport();
+        QApplication::processEvents();
+        EXPECT_GT(lookAt(window), 25);
+        expectRoomInTable(*window.findChild<BatchView*>("batch"));
+        for (int page = 2; page <= 4; ++page) {
+          QTest::mouseClick(window.findChild<QPushButton*>("assistantNext"), Qt::LeftButton);
+          QApplication::processEvents();
+          lookAt(window);
+        }
+      }
+  QApplication::setFont(font);
+}
+
+}  // namespace
+}  // namespace tessarin::test
