@@ -174,8 +174,15 @@ QPixmap BatchTableModel::picture(int row) const {
 // ---- The headers
 
 QVariant BatchTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-  if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+  if (orientation != Qt::Horizontal)
+    return {};
+  if (role == Qt::DisplayRole)
     return headers_.value(section);
+  // What everybody else sees needs no title.
+  if (role == Qt::AccessibleTextRole && section == orderColumn)
+    return localizedText(QStringLiteral("@@columnOrder"));
+  if (role == Qt::AccessibleTextRole && section == pictureColumn)
+    return localizedText(QStringLiteral("@@columnPicture"));
   return {};
 }
 

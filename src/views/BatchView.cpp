@@ -42,7 +42,7 @@ BatchView::BatchView(appDelegate& app, std::function<void(const std::string&)> r
       model_(new BatchTableModel(app.table(), this)) {
   setModel(model_);
   setAcceptDrops(false);  // the window takes drops
-  setAccessibleName(QStringLiteral("@@columnSource"));
+  setAccessibleName(QStringLiteral("@@batchList"));
   setSelectionBehavior(SelectRows);
   setSelectionMode(ExtendedSelection);
   setShowGrid(false);

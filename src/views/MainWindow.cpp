@@ -14,6 +14,7 @@
 #include "core/admittedSources.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
+#include "views/accessibility.h"
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/qtText.h"
@@ -40,6 +41,7 @@ QStringList openPanelFilters() {
 
 MainWindow::MainWindow(appDelegate& app, WindowActions actions)
     : app_(app), actions_(std::move(actions)) {
+  describeWidgets();
   setWindowTitle(qtText(Bundle::main().name()));
   setAcceptDrops(true);
   makeContent();

@@ -1,4 +1,6 @@
 // Whole journeys of a user through the window.
+#include <QAbstractScrollArea>
+#include <QAccessible>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QMenu>
@@ -296,6 +298,46 @@ TEST_F(WindowFixture, EverythingCanBeReachedWithTheTabKey) {
     EXPECT_TRUE(!each->accessibleName().isEmpty() || each->property("text").isValid() ||
                 qobject_cast<QComboBox*>(each))
         << each->objectName().toStdString();
+}
+
+// What a program that reads the screen aloud says: every control has a role and a name, every cell
+// its content.
+TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
+  ASSERT_TRUE(makeInterlacedClip(folder.file("A.MTS")));
+  analyse({folder.file("A.MTS")});
+  window.showPreferences();
+  window.showAssistant();
+  for (QWidget* each : window.findChildren<QWidget*>()) {
+    if (each->focusPolicy() == Qt::NoFocus || !each->isVisible())
+      continue;
+    const QAccessibleInterface* told = QAccessible::queryAccessibleInterface(each);
+    ASSERT_NE(told, nullptr);
+    const std::string what =
+        each->metaObject()->className() + (" " + each->objectName()).toStdString();
+    EXPECT_TRUE(qobject_cast<QAbstractScrollArea*>(each->parentWidget()) ||
+                !told->text(QAccessible::Name).isEmpty())
+        << what;
+    EXPECT_NE(told->role(), QAccessible::Client) << what;
+    EXPECT_NE(told->role(), QAccessible::Border) << what;
+  }
+  QAccessibleTableInterface* cells =
+      QAccessible::queryAccessibleInterface(&table())->tableInterface();
+  ASSERT_EQ(cells->rowCount(), 1);
+  for (int column = 0; column < cells->columnCount(); ++column) {
+    const auto headers = cells->cellAt(0, column)->tableCellInterface()->columnHeaderCells();
+    ASSERT_EQ(headers.size(), 1) << column;
+    EXPECT_FALSE(headers[0]->text(QAccessible::Name).isEmpty()) << column;
+    EXPECT_TRUE(column == pictureColumn ||
+                !cells->cellAt(0, column)->text(QAccessible::Name).isEmpty())
+        << column;
+  }
+
+  bool isPressed = false;
+  auto* place = window.findChild<DropView*>("dropView");
+  place->pressed = [&isPressed] { isPressed = true; };
+  QAccessible::queryAccessibleInterface(place)->actionInterface()->doAction(
+      QAccessibleActionInterface::pressAction());
+  EXPECT_TRUE(isPressed);
 }
 
 }  // namespace
