@@ -74,7 +74,6 @@ class BatchRecorder {
   void flush();
   bool flushAll();
   void writeGroup();
-  void makeFolder();
   void groupEnded(const Outcome<bool>& result);
   bool hasFolder();
   BatchChanges wholeBatch();
