@@ -125,21 +125,12 @@ std::string Bundle::name() const {
 }
 
 std::string Bundle::localizedString(std::string_view key, std::string_view table) const {
-  const std::string* text = lookUp(key, table);
-  return text ? *text : std::string(key);
-}
-
-bool Bundle::hasLocalizedString(std::string_view key, std::string_view table) const {
-  return lookUp(key, table) != nullptr;
-}
-
-const std::string* Bundle::lookUp(std::string_view key, std::string_view table) const {
   for (const std::string& code : languages_) {
     const auto& texts = tableOf(code, table).texts;
     if (const auto found = texts.find(key); found != texts.end())
-      return &found->second;
+      return found->second;
   }
-  return nullptr;
+  return std::string(key);
 }
 
 const StringsTable& Bundle::tableOf(const std::string& language, std::string_view table) const {

@@ -46,14 +46,12 @@ class Bundle {
   // The text of the key in TABLE.strings: of the first language that has one. The key itself when
   // there is none.
   std::string localizedString(std::string_view key, std::string_view table) const;
-  bool hasLocalizedString(std::string_view key, std::string_view table) const;
 
   // The code of the language that most texts are in: the first of the wanted ones that the
   // resources have, else "en".
   const std::string& language() const { return language_; }
 
  private:
-  const std::string* lookUp(std::string_view key, std::string_view table) const;
   const StringsTable& tableOf(const std::string& language, std::string_view table) const;
 
   std::string resourcePath_;

@@ -118,7 +118,7 @@ std::string tableOf(const std::vector<Piece>& arguments, const Piece& source) {
 
 std::vector<Use> usesIn(const std::string& text, const std::string& file) {
   constexpr std::string_view lookUps[] = {"localisationString(", "localizedString(",
-                                          "hasLocalization(", "hasLocalizedString("};
+                                          "hasLocalization("};
   std::vector<Use> uses;
   const Piece source = withoutComments(text);
   for (const std::string& literal : source.literals) {
