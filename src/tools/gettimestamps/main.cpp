@@ -2,12 +2,18 @@
 // "NAME : TIME" a line, such as "00001 : 2010-12-24 14.05.33". What cannot be read is said on
 // standard error.
 //
-// Exit status: 0, 1 when the folder is missing or gives no time at all, 2 for wrong use.
+// Exit status: 0, also of --help, 1 when the folder is missing or gives no time at all, 2 for wrong
+// use.
 #include <cstdio>
+#include <string_view>
 
+#include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/card.h"
 
 namespace {
+
+constexpr const char* usage =
+    "usage: gettimestamps FOLDER (a card, its PLAYLIST folder, or MOD or TOD files)";
 
 void complain(const std::string& text) {
   std::fprintf(stderr, "gettimestamps: %s\n", text.c_str());
@@ -17,11 +23,17 @@ void complain(const std::string& text) {
 
 int main(int count, char** values) {
   using namespace tessarin;
-  if (count != 2) {
-    complain("usage: gettimestamps FOLDER (a card, its PLAYLIST folder, or MOD or TOD files)");
+  const std::string_view folder = count == 2 ? values[1] : "";
+  if (folder == "--help" || folder == "-h") {
+    std::puts(usage);
+    return 0;
+  }
+  // A folder whose name begins with a dash is named with the one that it is in.
+  if (count != 2 || startsWith(folder, "-")) {
+    complain(usage);
     return 2;
   }
-  const Outcome<ClipTimes> times = clipTimes(values[1]);
+  const Outcome<ClipTimes> times = clipTimes(folder);
   if (!times) {
     complain(times.reason());
     return 1;
