@@ -118,6 +118,8 @@ std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
   std::string name = words.substr(0, words.find_first_of(": "));
   if (!startsWith(name, "-"))
     name = "--" + name;
+  if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)
+    return localisationString("wrong_excludes", table, name, words.substr(words.rfind(' ') + 1));
   const CLI::Option* option = app.get_option_no_throw(name);
   if (option == nullptr || dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr)
     return words;
@@ -138,7 +140,7 @@ std::optional<std::string> given(const CLI::App& app, std::initializer_list<cons
 std::optional<std::string> contradiction(const CLI::App& app, const Options& options) {
   const bool isStored = options.recover || options.forget || options.batchFile;
   if (options.recover && options.forget)
-    return localisationString("wrong_recoverForget", table);
+    return localisationString("wrong_excludes", table, "--recover", "--forget");
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
       return localisationString("wrong_recoverClips", table);

@@ -21,7 +21,7 @@ TEST_F(UsageJourney, WrongUseIsToldInOneLine) {
       {{"--size", "1080", "x.mts"}, "--size: \"1080\" is not one of 1080i50|"},
       {{"-d"}, "--destination needs a value: DIR"},
       {{"-d", "", "x.mts"}, "--destination needs a value: DIR"},
-      {{"--surround", "--no-surround", "x.mts"}, "--surround excludes --no-surround"},
+      {{"--surround", "--no-surround", "x.mts"}, "--surround and --no-surround contradict"},
       {{"--json=yes", "x.mts"}, "--json takes no value"},
       {{"analyse", "--overwrite", "replace", "x.mts"}, "--overwrite has no meaning with"},
       {{"-d", "here", "analyse", "x.mts"}, "--destination has no meaning with"},
