@@ -84,11 +84,13 @@ class JsonReporter final : public Reporter {
           {"record", info}});
   }
 
-  void planned(const Dico& row, const std::string& output, const Arguments& command) override {
-    tell({{"event", "planned"},
-          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-          {"output", output},
-          {"command", command}});
+  void planned(const Dico& row, const std::string& output,
+               const std::vector<Arguments>& commands) override {
+    for (const Arguments& command : commands)
+      tell({{"event", "planned"},
+            {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+            {"output", output},
+            {"command", command}});
   }
 
   void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) override {

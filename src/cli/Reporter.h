@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "classShared/Value.h"
 #include "core/EncodingDriver.h"
@@ -29,8 +30,9 @@ class Reporter {
   virtual void problem(const std::string& path, const std::string& reason) = 0;
   // A row (BatchEntry) of the batch.
   virtual void analysed(const Dico& row) = 0;
-  // One of the commands that would make the output of the row, in the order of the calls.
-  virtual void planned(const Dico& row, const std::string& output, const Arguments& command) = 0;
+  // The commands that would make the output of the row, in this order (commandsOfPlan()).
+  virtual void planned(const Dico& row, const std::string& output,
+                       const std::vector<Arguments>& commands) = 0;
   // The movie of the row is there already and would stay, for this reason in the user's language.
   virtual void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) = 0;
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;

@@ -6,6 +6,7 @@
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
 #include "cli/sources.h"
+#include "cli/terminal.h"
 #include "core/BatchFile.h"
 #include "core/batchSettings.h"
 #include "core/exportPlan.h"
@@ -19,6 +20,8 @@ namespace {
 
 // How often progress is told at the most.
 constexpr std::chrono::milliseconds progressInterval(200);
+
+constexpr const char* table = "CommandLine";
 
 }  // namespace
 
@@ -50,6 +53,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     current_ = source;
     ++number_;
     jobStart_ = std::chrono::steady_clock::now();
+    beginProgress(source, output);
     reporter_.jobStarted(source, output);
   });
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
@@ -137,14 +141,12 @@ void Session::interrupt(Stop reason) {
   interrupted_ = true;
   failed_ = true;
   if (recorder_ && reason == Stop::bySystem)
-    recorder_->keep();
+    isKept_ = recorder_->keep();
   if (app_.driver().isBatchRunning()) {
     app_.driver().stop();
   } else {
-    if (recorder_)
-      recorder_->discard();
     app_.endTasks();
-    services_.loop.stop(someNot);
+    end();
   }
 }
 
@@ -205,7 +207,7 @@ void Session::begin() {
     end();
   } else if (start_.batch) {
     if (rows_ == 0)
-      reporter_.note(localisationString("nothingToConvert", "CommandLine"));
+      reporter_.note(localisationString("nothingToConvert", table));
     app_.driver().continueBatch();
   } else {
     app_.iba_batchGoBt();
@@ -220,10 +222,10 @@ void Session::writeBatch() {
     batch.rows.push_back({row + 1, app_.table().row(row)});
   const auto written = writeBatchFile(*options_.batchFile, batch);
   if (!written) {
-    problem(*options_.batchFile, written.reason());
     // Of a batch that was only to be written nothing is lost: the clips can be named again.
-    if (recorder_ && options_.command != Command::prepare)
-      recorder_->keep();
+    const bool isKept = recorder_ && options_.command != Command::prepare && recorder_->keep();
+    problem(*options_.batchFile,
+            isKept ? localisationString("resultsKept", table, written.reason()) : written.reason());
   } else if (options_.command == Command::prepare) {
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());
   }
@@ -257,14 +259,24 @@ std::optional<std::string> Session::planRow(const Dico& row, const std::string& 
     reporter_.wouldKeep(row, output, localisationString("why_kept", "", output));
     return std::nullopt;
   }
-  for (const Arguments& command : commandsOfPlan(*plan, prores))
-    reporter_.planned(row, output, command);
+  reporter_.planned(row, output,
+                    commandsOfPlan(*plan, prores, options_.overwrite == Overwrite::replace));
   return std::nullopt;
+}
+
+void Session::beginProgress(const std::string& source, const std::string& output) {
+  const std::string prores = services_.preferences.text(PrefKey::prores);
+  const int row = app_.table().rowOfSource(source);
+  const auto plan = app_.table().has(row) ? planJob(jobOfRow(app_.table().row(row)), output, prores)
+                                          : std::nullopt;
+  clipProgress_.start(plan ? commandsOfPlan(*plan, prores, false) : std::vector<Arguments>());
 }
 
 void Session::showProgress() {
   const ProgressBar& bar = app_.interface.encoding.bar;
   const auto now = std::chrono::steady_clock::now();
+  const double ofStep = bar.maximum() > 0 ? bar.value() / bar.maximum() : 0;
+  clipProgress_.add(ofStep, !app_.driver().measuresSeconds());
   if (bar.value() <= 0 || bar.maximum() <= 0) {
     timeLeft_.start(bar.maximum());
     lastShown_ = {};
@@ -278,7 +290,7 @@ void Session::showProgress() {
   progress.source = current_;
   progress.number = number_;
   progress.count = rows_;
-  progress.fraction = std::min(1.0, bar.value() / bar.maximum());
+  progress.fraction = clipProgress_.fraction();
   if (app_.driver().measuresSeconds())
     progress.speed = timeLeft_.rate();
   progress.left = timeLeft_.left();
@@ -288,6 +300,9 @@ void Session::showProgress() {
 void Session::end() {
   if (recorder_)
     recorder_->discard();
+  // Behind the last line of progress.
+  if (isKept_)
+    complain(localisationString("interrupted", table));
   services_.loop.stop(failed_ ? someNot : allConverted);
 }
 

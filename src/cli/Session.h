@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "cli/ClipProgress.h"
 #include "cli/Reporter.h"
 #include "cli/options.h"
 #include "core/BatchRecorder.h"
@@ -55,6 +56,7 @@ class Session {
   void writeBatch();
   // Reports the plan for the row, or answers why its movie cannot be made.
   std::optional<std::string> planRow(const Dico& row, const std::string& output);
+  void beginProgress(const std::string& source, const std::string& output);
   void showProgress();
   void end();
 
@@ -64,10 +66,12 @@ class Session {
   RunStart start_;
   bool failed_ = false;
   bool interrupted_ = false;
+  bool isKept_ = false;  // of an interrupted run: it can be recovered
   std::string current_;  // source of the job in hand
   int number_ = 0;       // jobs so far
   int rows_ = 0;         // rows to be worked on
-  TimeLeft timeLeft_;
+  ClipProgress clipProgress_;
+  TimeLeft timeLeft_;  // of the step in hand
   std::chrono::steady_clock::time_point jobStart_;
   std::chrono::steady_clock::time_point lastShown_;
   RunLoop::Id next_ = 0;

@@ -68,15 +68,22 @@ class TextReporter final : public Reporter {
              printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
   }
 
-  // Lines that a shell runs as they stand.
-  void planned(const Dico&, const std::string& output, const Arguments& command) override {
+  // Lines that a shell runs as they stand. Those of one movie are a command of its own: when one of
+  // them fails the others are left out, and "sh -e" ends.
+  void planned(const Dico&, const std::string& output,
+               const std::vector<Arguments>& commands) override {
     const std::string folder = parentFolder(output);
     if (!isDirectory(folder) && foldersMade_.insert(folder).second)
       print("mkdir -p -- " + shellQuoted(folder));
-    std::string line;
-    for (const std::string& argument : command)
-      line += (line.empty() ? "" : " ") + shellQuoted(argument);
-    print(line);
+    std::vector<std::string> lines;
+    for (const Arguments& command : commands) {
+      std::vector<std::string> quoted;
+      for (const std::string& argument : command)
+        quoted.push_back(shellQuoted(argument));
+      lines.push_back(joinTexts(quoted, " "));
+    }
+    const std::string text = joinTexts(lines, " &&\n ");
+    print(lines.size() == 1 ? text : "(" + text + ")");
   }
 
   void wouldKeep(const Dico& row, const std::string&, const std::string& reason) override {

@@ -329,10 +329,11 @@ void BatchRecorder::storeUnfinished() {
       return schedule(gathering);
 }
 
-void BatchRecorder::keep() {
+bool BatchRecorder::keep() {
   flushAll();
   services_.loop.cancel(std::exchange(timer_, 0));
   stopped_ = true;
+  return store_.has_value();
 }
 
 // ---- Looking things up

@@ -59,8 +59,8 @@ class BatchRecorder {
   // Stores the batch anew after its end when a row is left to be converted.
   void storeUnfinished();
   // Brings everything to the disk and stops following: the batch is to be recovered later,
-  // whatever happens to it now.
-  void keep();
+  // whatever happens to it now. False when there is nothing to recover or it cannot be stored.
+  bool keep();
 
  private:
   void rowAppended(int row);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "analysis/SourceInfo.h"
@@ -82,20 +83,28 @@ Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
       "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed};
 }
 
-std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres) {
-  std::vector<Arguments> commands = {plan.command.arguments};
+std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres,
+                                      bool replace) {
+  const auto keeping = [](Arguments command) {
+    std::replace(command.begin(), command.end(), std::string("-y"), std::string("-n"));
+    return command;
+  };
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
+  const std::string master = masterPathStr(output);
+  std::vector<Arguments> commands;
+  if (plan.needsExport)
+    commands.push_back({"test", "!", "-e", master});
+  commands.push_back(replace ? plan.command.arguments : keeping(plan.command.arguments));
   const auto move = [&](const std::string& from, const std::string& to) {
     commands.push_back({"mv", "-f", "--", from, to});
   };
   if (needsSlowing(plan.job)) {
     const std::string slowed = withExtension(withoutExtension(output) + "-slow", "mov");
-    commands.push_back(slowingCommand(output, slowed));
+    commands.push_back(keeping(slowingCommand(output, slowed)));
     move(slowed, output);
   }
   if (!plan.needsExport)
     return commands;
-  const std::string master = masterPathStr(output);
   move(output, master);
   commands.push_back(exportCommand(master, output, exportPresetName(plan.job, prefProres),
                                    displayRatio(plan.job)));

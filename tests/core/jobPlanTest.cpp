@@ -157,7 +157,7 @@ TEST_F(JobPlanTest, EverySettingsFileThatIsChosenIsThere) {
 TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   const auto commands = [](const Dico& job) {
     std::vector<std::string> lines;
-    for (Arguments command : commandsOfPlan(*planJob(job, "/out/x.mov", "apcn"), "apcn")) {
+    for (Arguments command : commandsOfPlan(*planJob(job, "/out/x.mov", "apcn"), "apcn", false)) {
       command.front() = fileName(command.front());
       lines.push_back(replaceAll(joinTexts(command, " "), test::TestBundle::resourcePath(), ""));
     }
@@ -166,20 +166,22 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   EXPECT_EQ(commands(jobOfRow(rowOf(false, 12, outProres))).size(), 1u);
   Dico job = jobOfRow(rowOf(true, 10, outProres));
   auto lines = commands(job);
-  ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[1], "mv -f -- /out/x.mov /out/x_MASTER.mov");
-  EXPECT_EQ(lines[2], "movtool -s /presetQt/pr1920x1080p25 -i /out/x_MASTER.mov -y -o /out/x.mov");
-  EXPECT_EQ(lines[3], "rm -f -- /out/x_MASTER.mov");
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_EQ(lines[0], "test ! -e /out/x_MASTER.mov");
+  EXPECT_TRUE(endsWith(lines[1], " -n /out/x.mov")) << lines[1];
+  EXPECT_EQ(lines[2], "mv -f -- /out/x.mov /out/x_MASTER.mov");
+  EXPECT_EQ(lines[3], "movtool -s /presetQt/pr1920x1080p25 -i /out/x_MASTER.mov -y -o /out/x.mov");
+  EXPECT_EQ(lines[4], "rm -f -- /out/x_MASTER.mov");
   job.set("v0_fps", 50.0);
   job.set("speed", speedSlow);
   lines = commands(job);
-  ASSERT_EQ(lines.size(), 6u);
+  ASSERT_EQ(lines.size(), 7u);
   EXPECT_TRUE(
-      lines[1].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy "
+      lines[2].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy "
                          "-bsf:v setts=pts=PTS:dts=DTS:duration=max(2*DURATION\\,PREV_OUTDURATION) "
-                         "-video_track_timescale 60000 -movflags faststart -y /out/x-slow.mov"))
-      << lines[1];
-  EXPECT_EQ(lines[2], "mv -f -- /out/x-slow.mov /out/x.mov");
+                         "-video_track_timescale 60000 -movflags faststart -n /out/x-slow.mov"))
+      << lines[2];
+  EXPECT_EQ(lines[3], "mv -f -- /out/x-slow.mov /out/x.mov");
   job.set("out", outQuickTime);
   EXPECT_EQ(commands(job).size(), 3u) << "slow motion of a copy is a copy too";
 }

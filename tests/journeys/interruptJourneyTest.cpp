@@ -17,6 +17,9 @@ const std::string slowConversion =
     "case \" $* \" in *' -c:v '*) exec $real -readrate 0.0001 \"$@\" ;; esac\n"
     "exec $real \"$@\"";
 
+const std::string keptLine =
+    "tessarin: an interrupted batch can be finished with tessarin --recover\n";
+
 class InterruptJourney : public test::Journey {
  protected:
   // The only child of the process; 0 while there is none.
@@ -65,7 +68,8 @@ TEST_F(InterruptJourney, ASignalEndsTheToolAndTakesThePartialMovieAway) {
     ASSERT_TRUE(run.process.waitFor(std::chrono::seconds(10))) << signals[0];
     const Result result = finish(run);
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "tessarin: " + clip + ": The conversion was stopped.\n");
+    EXPECT_EQ(result.err, "tessarin: " + clip + ": The conversion was stopped.\n" +
+                              (signals[0] == SIGINT ? "" : keptLine));
     EXPECT_EQ(result.out, "");
     EXPECT_TRUE(isGone(child_));
     EXPECT_THAT(movies(), IsEmpty());
@@ -77,16 +81,20 @@ TEST_F(InterruptJourney, ASignalEndsTheToolAndTakesThePartialMovieAway) {
 TEST_F(InterruptJourney, AnAnalysisStopsToo) {
   const std::string clip = tinyClip("x.mts");
   useFfmpeg("case \" $* \" in *' yuv4mpegpipe '*) exec sleep 1000 ;; esac\nexec $real \"$@\"");
-  Run run = start({"-d", destination(), clip});
-  ASSERT_TRUE(eventually([&] {
-    return contains(readWholeProc("/proc/" + std::to_string(childOf(run.process.pid())) + "/comm"),
-                    "sleep");
-  }));
-  const pid_t child = childOf(run.process.pid());
-  ::kill(run.process.pid(), SIGINT);
-  EXPECT_EQ(finish(run).status, 1);
-  EXPECT_TRUE(isGone(child));
-  EXPECT_THAT(movies(), IsEmpty());
+  for (const int signal : {SIGINT, SIGTERM}) {
+    Run run = start({"-d", destination(), clip});
+    ASSERT_TRUE(eventually([&] {
+      return contains(
+          readWholeProc("/proc/" + std::to_string(childOf(run.process.pid())) + "/comm"), "sleep");
+    }));
+    const pid_t child = childOf(run.process.pid());
+    ::kill(run.process.pid(), signal);
+    const Result result = finish(run);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, signal == SIGINT ? "" : keptLine);
+    EXPECT_TRUE(isGone(child));
+    EXPECT_THAT(movies(), IsEmpty());
+  }
 }
 
 TEST_F(InterruptJourney, AKilledRunLeavesNoToolAndTheNextRunClearsUp) {
