@@ -63,7 +63,7 @@ TEST_F(RecoveryOfferTest, NothingIsAskedWhenNothingWasInterrupted) {
 TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
   StoredBatch batch;
   batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
-  ASSERT_TRUE(BatchStore::create(parent, batch));
+  ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
   offer.begin(parent);
   EXPECT_TRUE(alerts.shown.empty());
   EXPECT_FALSE(isStored());
