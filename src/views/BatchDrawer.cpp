@@ -71,7 +71,15 @@ QWidget* BatchDrawer::newCourse() {
   lines->setSpacing(2);
   auto* report = newNarrowLabel();
   report->setObjectName("report");
-  bindTo(report, app_.interface.batchReport);
+  TextField& said = app_.interface.batchReport;
+  bindTo(report, said);
+  // An empty line would push the other one out of the middle.
+  const auto showReport = [&said, held = QPointer<QLabel>(report)] {
+    if (held)
+      held->setVisible(!said.text().empty());
+  };
+  said.changed.connect(showReport);
+  showReport();
   lines->addWidget(report);
   auto* summary = newNarrowLabel();
   summary->setObjectName("summary");
