@@ -114,8 +114,9 @@ void memoryOfARow(benchmark::State& state) {
 }
 BENCHMARK(memoryOfARow)->Arg(100)->Arg(10000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-// One row changed and brought to the disk, with this many stored.
-void rowStored(benchmark::State& state) {
+// What one changed row takes of the main thread until it has been handed to the disk, with this
+// many stored.
+void rowHandedToTheDisk(benchmark::State& state) {
   Program program;
   const std::string folder = joinPath(temporaryFolder(), "batches");
   BatchRecorder recorder(program.app, program.services, folder);
@@ -138,7 +139,7 @@ void rowStored(benchmark::State& state) {
   recorder.discard();
   removeTemporaryFolder();
 }
-BENCHMARK(rowStored)->Arg(10)->Arg(10000)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(rowHandedToTheDisk)->Arg(10)->Arg(10000)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // A resources folder with another ffmpeg, so that what is left is the queue's own work and the
 // start of a process.
