@@ -194,7 +194,7 @@ TEST(TaskLauncherTest, aCommandThatClosedItsStreamsIsWaitedForWithoutProcessorTi
   ASSERT_TRUE(run.receives("closing"));
   EXPECT_EQ(run.recorder.ends, 0);
   EXPECT_TRUE(run.ends());
-  EXPECT_LT(test::processorSeconds() - before, 0.2);
+  EXPECT_LT(test::processorSeconds() - before, 0.08);
   EXPECT_EQ(run.recorder.statusAtEnd, 9);
 }
 
