@@ -90,16 +90,15 @@ Dico storedWaiting(const std::vector<std::string>& sources) {
 }
 
 // Whether nobody is making or removing this folder any more. One that is being made has no lock at
-// first; removing takes away the lock at any time, but then the folder may be removed by anybody.
+// first, and then one that is not locked yet, so it has to be old; removing takes away the lock at
+// any time, but then the folder may be removed by anybody.
 bool isRemains(const std::string& folder) {
-  if (lockOf(folder, 0).isOpen())
-    return true;
-  if (pathExists(joinPath(folder, lockName)))
-    return false;
   constexpr time_t longAgo = 3600;  // seconds
   struct stat status {};
-  return startsWith(fileName(folder), oldPrefix) ||
-         (::stat(folder.c_str(), &status) == 0 && status.st_mtime < ::time(nullptr) - longAgo);
+  if (!startsWith(fileName(folder), oldPrefix) &&
+      (::stat(folder.c_str(), &status) != 0 || status.st_mtime > ::time(nullptr) - longAgo))
+    return false;
+  return lockOf(folder, 0).isOpen() || !pathExists(joinPath(folder, lockName));
 }
 
 }  // namespace
