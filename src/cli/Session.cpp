@@ -224,8 +224,10 @@ void Session::writeBatch() {
   if (!written) {
     // Of a batch that was only to be written nothing is lost: the clips can be named again.
     const bool isKept = recorder_ && options_.command != Command::prepare && recorder_->keep();
+    // The line names the file already.
+    const std::string reason = replaceAll(written.reason(), *options_.batchFile + ": ", "");
     problem(*options_.batchFile,
-            isKept ? localisationString("resultsKept", table, written.reason()) : written.reason());
+            isKept ? localisationString("resultsKept", table, reason) : reason);
   } else if (options_.command == Command::prepare) {
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());
   }
