@@ -76,7 +76,9 @@ void Session::follow() {
   recorder_.emplace(app_, services_, batchesFolder());
   recorder_->setFrontSettings(storedOptions(options_));
   recorder_->failed.connect([this](const std::string& reason) {
-    reporter_.problem(batchesFolder(), localisationString("why_notStored", "", reason));
+    // The line names the folder already.
+    const std::string cause = replaceAll(reason, batchesFolder() + ": ", "");
+    reporter_.problem(batchesFolder(), localisationString("why_notStored", "", cause));
   });
 }
 

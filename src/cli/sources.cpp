@@ -1,5 +1,7 @@
 #include "cli/sources.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -22,6 +24,27 @@ std::optional<std::string> problemOf(const std::string& path, const AdmittedExte
   if (!admitted.admits(path))
     return localisationString("why_extension");
   return std::nullopt;
+}
+
+// The folder and those below it that may not be looked into, sorted; what is in them is no source
+// of this run.
+std::vector<std::string> closedFolders(const std::string& folder) {
+  std::vector<std::string> closed;
+  const auto look = [&closed](const std::string& path) {
+    if (::access(path.c_str(), R_OK | X_OK) != 0)
+      closed.push_back(path);
+  };
+  look(folder);
+  std::error_code failed;
+  auto entry = fs::recursive_directory_iterator(
+      folder, fs::directory_options::skip_permission_denied, failed);
+  for (; !failed && entry != fs::end(entry); entry.increment(failed)) {
+    std::error_code unknown;
+    if (entry->symlink_status(unknown).type() == fs::file_type::directory)
+      look(entry->path().string());
+  }
+  std::sort(closed.begin(), closed.end());
+  return closed;
 }
 
 }  // namespace
@@ -63,7 +86,11 @@ SourceList sourcesOf(const std::vector<std::string>& arguments, const std::strin
     }
     std::vector<std::string> files = sourcesBelow(path, moviesFolder);
     std::erase_if(files, [&](const std::string& file) { return !admitted.admits(file); });
-    if (files.empty())
+    const std::vector<std::string> closed = closedFolders(path);
+    for (const std::string& each : closed)
+      list.problems.push_back(
+          {each == path ? argument : each, localisationString("why_permission")});
+    if (files.empty() && closed.empty())
       list.problems.push_back({argument, localisationString("why_noMoviesInFolder")});
     std::sort(files.begin(), files.end());
     for (const std::string& file : files)
