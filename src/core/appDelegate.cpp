@@ -101,6 +101,11 @@ appDelegate::appDelegate(CoreServices services)
     if (const int row = table_.rowOfSource(end.source); table_.has(row))
       table_.setValue(row, BatchKey::reason, end.reason);
   });
+  // Without a row there is nothing to start.
+  table_.rowRemoved.connect([this](int) {
+    if (table_.count() == 0)
+      interface.batchGoBt.setEnabled(false);
+  });
   interface.easy.changed.connect(
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);

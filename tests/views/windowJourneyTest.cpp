@@ -121,6 +121,10 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   EXPECT_FALSE(pathExists(movie("Long.mov")));
   EXPECT_EQ(window.findChild<QLabel*>("report")->text(), "The conversion was stopped.");
   EXPECT_TRUE(window.findChild<QLabel*>("report")->isVisible());
+
+  table().selectAll();
+  table().removeSelected();
+  EXPECT_FALSE(startButton()->isEnabled()) << "nothing is left to be converted";
 }
 
 TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
