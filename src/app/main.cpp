@@ -4,6 +4,7 @@
 #include <clocale>
 #include <csignal>
 #include <filesystem>
+#include <span>
 
 #include "app/WindowProgram.h"
 #include "classShared/log.h"
@@ -19,11 +20,12 @@ namespace tessarin {
 namespace {
 
 // The files of the command line, from the root: another copy has another current folder.
-std::vector<std::string> sourcesOf(const QStringList& arguments) {
+// Their bytes as they are: a name need not be text.
+std::vector<std::string> sourcesOf(std::span<char* const> arguments) {
   std::vector<std::string> paths;
-  for (const QString& argument : arguments) {
+  for (const char* argument : arguments) {
     std::error_code failed;
-    const auto path = std::filesystem::absolute(argument.toStdString(), failed);
+    const auto path = std::filesystem::absolute(argument, failed);
     if (!failed)
       paths.push_back(path.lexically_normal().string());
   }
@@ -64,7 +66,8 @@ int main(int count, char** arguments) {
   useLanguage(PreferenceStore(domain).prefReadString(languageKey));
   translateQt();
   SingleInstance instance(loop, runtimeFolder());
-  const auto paths = sourcesOf(QApplication::arguments().mid(1));
+  // Qt has taken its own out.
+  const auto paths = sourcesOf(std::span(arguments, static_cast<std::size_t>(count)).subspan(1));
   return instance.isFirst() ? WindowProgram(loop, domain, instance).run(paths)
                             : runAsSecond(loop, instance, paths);
 }

@@ -17,13 +17,20 @@ constexpr int imageSize = 88;
 constexpr int captionHeight = 36;
 constexpr double cornerRadius = 10;
 
+// A name of another encoding than UTF-8 would not survive as a QString.
+std::string bytesOfPath(const QUrl& url) {
+  if (!url.host().isEmpty())
+    return url.toLocalFile().toStdString();
+  return QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1()).toStdString();
+}
+
 }  // namespace
 
 std::vector<std::string> pathsOf(const QMimeData* data) {
   std::vector<std::string> paths;
   for (const QUrl& url : data->urls())
     if (url.isLocalFile())
-      paths.push_back(url.toLocalFile().toStdString());
+      paths.push_back(bytesOfPath(url));
   return paths;
 }
 

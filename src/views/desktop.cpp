@@ -14,8 +14,10 @@ namespace tessarin {
 
 namespace {
 
+// Whatever the encoding of the name is.
 QUrl urlOf(const std::string& path) {
-  return QUrl::fromLocalFile(qtText(expandTilde(path)));
+  return QUrl::fromEncoded("file://" +
+                           QByteArray::fromStdString(expandTilde(path)).toPercentEncoding("/"));
 }
 
 }  // namespace
@@ -29,7 +31,7 @@ void revealInFileBrowser(const std::string& path) {
       QStringLiteral("/org/freedesktop/FileManager1"),
       QStringLiteral("org.freedesktop.FileManager1"),
       isFolder ? QStringLiteral("ShowFolders") : QStringLiteral("ShowItems"));
-  call << QStringList{url.toString()} << QString();
+  call << QStringList{QString::fromLatin1(url.toEncoded())} << QString();
   auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, url, isFolder] {
     // Without such a file browser: whatever opens folders.
