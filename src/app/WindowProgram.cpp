@@ -169,8 +169,7 @@ void WindowProgram::applicationDidFinishLaunching() {
   window_->firstPainted = [this] {
     logFormat("first paint         : {:.0f} ms", processAge());
     // Not before: until the desktop has placed the window nothing can be centred above it.
-    if (!app_.interface.assistantSkip.isChecked())
-      loop_.runSoon([this] { window_->showAssistant(); });
+    loop_.runSoon([this] { tellAtStart(); });
   };
   window_->bringToFront();
   if (localisationString("localizationToCorrect") == "1")
@@ -180,10 +179,14 @@ void WindowProgram::applicationDidFinishLaunching() {
   // Whoever switches it on need not wait for the next start. After the choice has been stored.
   app_.interface.updateCheck.changed.connect(
       [this] { loop_.runSoon([this] { updates_.lookUpAtStart(preferences_); }); });
+}
+
+void WindowProgram::tellAtStart() {
+  if (!app_.interface.assistantSkip.isChecked())
+    window_->showAssistant();
   if (!domain_.problem().empty())
     alerts_.show({domain_.problem(), ""});
-  // After the first paint: it waits for the disk.
-  loop_.runAfter(std::chrono::milliseconds(50), [this] { recovery_.begin(batchesFolder()); });
+  recovery_.begin(batchesFolder());
 }
 
 // What comes from outside the window: signals, the end of the session, other copies.

@@ -37,6 +37,7 @@ class WindowProgram {
  private:
   bool awakeFromNib();
   void applicationDidFinishLaunching();
+  void tellAtStart();
   void makeWindow();
   void applyPreferences();
   bool findTools();
