@@ -42,35 +42,37 @@ int writeSyncAndClose(int descriptor, std::string_view bytes) {
   return error;
 }
 
-// An existing folder counts as made, whatever the file system says about making it.
-bool createFolder(const std::string& path) {
-  return ::mkdir(path.c_str(), folderPermissions) == 0 || isDirectory(path);
+// 0 or the error. An existing folder counts as made, whatever the file system says about making it.
+int createFolder(const std::string& path) {
+  const int error = ::mkdir(path.c_str(), folderPermissions) == 0 ? 0 : errno;
+  return isDirectory(path) ? 0 : error;
 }
 
-bool createFolders(const std::string& path) {
-  if (createFolder(path))
-    return true;
+int createFolders(const std::string& path) {
+  const int error = createFolder(path);
   const std::string parent = parentFolder(path);
-  if (parent.empty() || parent == path || pathExists(parent))
-    return false;
-  return createFolders(parent) && createFolder(path);
+  if (error != ENOENT || parent.empty() || parent == path)
+    return error;
+  const int above = createFolders(parent);
+  return above == 0 ? createFolder(path) : above;
 }
 
 }  // namespace
 
 bool mkdir(std::string_view path) {
   const std::string name = expandTilde(path);
-  if (name.empty())
-    return false;
-  if (lacksHome(name)) {
-    logFormat("mkdir               :-(( '{}': no home folder", name);
+  if (name.empty() || lacksHome(name)) {
+    if (!name.empty())
+      logFormat("mkdir               :-(( '{}': no home folder", name);
+    errno = ENOENT;
     return false;
   }
   debugFormat("mkdir               :    '{}'", name);
-  if (!createFolders(name)) {
+  if (createFolders(name) != 0) {
     logFormat("mkdir               :-(  '{}'", name);
-    if (!createFolders(name)) {
+    if (const int error = createFolders(name); error != 0) {
       logFormat("mkdir               :-(( '{}'", name);
+      errno = error;
       return false;
     }
   }

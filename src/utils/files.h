@@ -60,7 +60,7 @@ Outcome<std::string> readWholeFile(std::string_view path);
 // ---- Writing (fileWriting.cpp)
 
 // Makes the folder and those above it, with all permissions that the user's mask leaves. True also
-// when it is there already.
+// when it is there already. When it is false, errno says why.
 bool mkdir(std::string_view path);
 
 // Replaces the file by the text, with LF for every CRLF and CR. Not atomic. The number goes into

@@ -57,6 +57,7 @@ TEST_F(FileWriting, cannotMakeAFolderInAFile) {
   const std::string file = folder_.write("file", "");
   EXPECT_FALSE(mkdir(file));
   EXPECT_FALSE(mkdir(file + "/below"));
+  EXPECT_EQ(errno, ENOTDIR);
   EXPECT_TRUE(log_.has("mkdir               :-(  '" + file + "/below'"));
   EXPECT_TRUE(log_.has("mkdir               :-(( '" + file + "/below'"));
   EXPECT_FALSE(mkdir(""));
