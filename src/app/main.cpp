@@ -3,7 +3,9 @@
 #include <QIcon>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <span>
 
 #include "app/WindowProgram.h"
@@ -11,6 +13,7 @@
 #include "core/language.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/qtText.h"
@@ -42,6 +45,17 @@ int runAsSecond(QtRunLoop& loop, const SingleInstance& instance,
   return isHandedOver ? 0 : 1;
 }
 
+// What is printed instead of opening a window, for which there may be no screen; nothing for the
+// name of a file.
+std::optional<std::string> printedFor(std::string_view argument) {
+  if (argument == "-h" || argument == "--help")
+    return localisationString("help_window", "CommandLine");
+  if (argument != "--version")
+    return std::nullopt;
+  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
+  return Bundle::main().name() + " " + (version ? version->text().value_or("") : "");
+}
+
 void setUpApplication(QApplication& application) {
   // Qt takes the user's language for numbers, too; what tools print has points.
   std::setlocale(LC_NUMERIC, "C");
@@ -59,6 +73,9 @@ void setUpApplication(QApplication& application) {
 
 int main(int count, char** arguments) {
   using namespace tessarin;
+  const auto printed = count == 2 ? printedFor(arguments[1]) : std::nullopt;
+  if (printed)
+    return std::puts(printed->c_str()) < 0 ? 1 : 0;
   QApplication application(count, arguments);
   setUpApplication(application);
   QtRunLoop loop;

@@ -78,6 +78,18 @@ TEST_F(WindowProgramJourney, StartsInOrderAndLeavesNothingBehind) {
   EXPECT_TRUE(pathExists(folder.file("home/config/Tessarin/preferences.plist")));
 }
 
+// Also without a screen.
+TEST_F(WindowProgramJourney, TellsHowItIsCalledAndItsVersionWithoutAWindow) {
+  setVariable("QT_QPA_PLATFORM", "nosuchscreen");
+  for (const auto& [option, text] :
+       {std::pair{"--help", "tessarin-gui ["}, {"--version", "0.1."}}) {
+    Run run = startProgram(window(), {option});
+    const Result result = finish(run);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr(text));
+  }
+}
+
 TEST_F(WindowProgramJourney, ASecondCopyHandsItsFilesOverAndEnds) {
   // An old name, which is not UTF-8.
   const std::string clip = tinyClip("K\xF6ln.mts", "0.2");
