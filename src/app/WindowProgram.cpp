@@ -136,10 +136,10 @@ bool WindowProgram::awakeFromNib() {
 
 bool WindowProgram::findTools() {
   exportFfmpegSetting(preferences_);
-  const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
-  if (!ffmpeg)
-    showAndWait(loop_, {ffmpeg.reason(), "", {}, "", Alert::Style::critical});
-  return bool(ffmpeg);
+  const auto problem = ffmpegProblem();
+  if (problem)
+    showAndWait(loop_, {*problem, "", {}, "", Alert::Style::critical});
+  return !problem;
 }
 
 void WindowProgram::applyPreferences() {

@@ -14,6 +14,7 @@
 #include "cli/interruptedRuns.h"
 #include "cli/options.h"
 #include "cli/terminal.h"
+#include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
@@ -92,9 +93,8 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
 // False when there is no ffmpeg; the user has been told.
 bool prepareTools(const Dico& choices) {
   exportFfmpegSetting(choices);
-  const auto ffmpeg = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
-  if (!ffmpeg) {
-    complain(ffmpeg.reason());
+  if (const auto problem = ffmpegProblem()) {
+    complain(*problem);
     return false;
   }
   takeCodecInventory();

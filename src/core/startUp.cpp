@@ -8,6 +8,7 @@
 #include "classShared/log.h"
 #include "platform/Bundle.h"
 #include "platform/SystemFacts.h"
+#include "platform/installedFfmpeg.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "process/toolEnvironment.h"
@@ -52,6 +53,16 @@ std::optional<Alert> installPathRefusal() {
                {},
                "",
                Alert::Style::critical};
+}
+
+std::optional<std::string> ffmpegProblem() {
+  const FfmpegSearch search = ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg"));
+  const auto ffmpeg = findFfmpeg(search);
+  if (ffmpeg)
+    return std::nullopt;
+  logLine(ffmpeg.reason());
+  return search.setting.empty() ? localisationString("D_noFfmpeg", "", ffmpegVariable)
+                                : localisationString("D_ffmpegSetting", "", search.setting);
 }
 
 void rotateLogs() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "platform/Alerts.h"
 
@@ -13,6 +14,9 @@ Alert alreadyRunningAlert();
 // Why the program cannot work where it is installed: the tools cannot be called by a path with a
 // backslash. Nothing when it can.
 std::optional<Alert> installPathRefusal();
+
+// Why there is no ffmpeg to work with, in the user's language; nothing when there is one.
+std::optional<std::string> ffmpegProblem();
 
 // Moves the logs of the run before to "Previous-…" in their folder, which is made when missing, and
 // begins a new summary log.

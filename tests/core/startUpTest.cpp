@@ -37,5 +37,17 @@ TEST(StartUp, APathWithABackslashIsRefused) {
   EXPECT_TRUE(log.has("no backslash in path:-)"));
 }
 
+TEST(StartUp, AMissingFfmpegIsToldInTheLanguageOfTheUser) {
+  const test::TestBundle bundle("de");
+  {
+    const test::ScopedEnvironment setting("TESSARIN_FFMPEG", "/nowhere/ffmpeg");
+    EXPECT_THAT(ffmpegProblem().value_or(""), testing::StartsWith("„/nowhere/ffmpeg“ ist"));
+  }
+  const test::ScopedEnvironment setting("TESSARIN_FFMPEG", "");
+  EXPECT_FALSE(ffmpegProblem());
+  const test::ScopedEnvironment path("PATH", "/nowhere");
+  EXPECT_THAT(ffmpegProblem().value_or(""), testing::HasSubstr("kein ffmpeg"));
+}
+
 }  // namespace
 }  // namespace tessarin
