@@ -50,8 +50,9 @@ void apply(int scheme) {
   // Other styles draw parts in colours of their own whatever the palette says.
   static const QString desktopStyle = QApplication::style()->objectName();
   const bool isDesktop = scheme != darkScheme && scheme != hudScheme;
-  QApplication::setStyle(isDesktop ? desktopStyle : QStringLiteral("fusion"));
   QApplication::setPalette(isDesktop ? QPalette() : paletteOf(scheme == hudScheme ? hud : dark));
+  // After the colours: style sheets look them up when the style is set.
+  QApplication::setStyle(isDesktop ? desktopStyle : QStringLiteral("fusion"));
 }
 
 }  // namespace

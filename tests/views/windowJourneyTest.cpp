@@ -11,6 +11,7 @@
 #include "encoding/outputPreset.h"
 #include "views/SessionEnd.h"
 #include "views/WindowFixture.h"
+#include "views/colourSchemes.h"
 #include "views/localize.h"
 
 namespace tessarin::test {
@@ -248,6 +249,18 @@ TEST_F(WindowFixture, AnotherLanguageKeepsTheBatch) {
   EXPECT_EQ(rows->model()->index(0, speedColumn).data().toString(), "Halb");
   // Still taken for progressive.
   EXPECT_FALSE(app.table().speedCell(0).segments[0].allowed);
+}
+
+// The stored scheme is applied when the window is there already.
+TEST_F(WindowFixture, AColourSchemeReachesWhatHasAStyleSheet) {
+  const auto lightness = [this] {
+    return window.findChild<QWidget*>("editingSoft")->grab().toImage().pixelColor(6, 6).lightness();
+  };
+  followColourScheme(app.interface.colour);
+  for (const int scheme : {2, 0, 1, 0}) {
+    app.interface.colour.select(scheme);
+    EXPECT_EQ(lightness() < 100, scheme != 0) << scheme << ": " << lightness();
+  }
 }
 
 TEST_F(WindowFixture, ThePlaceOfAMovieIsShownFromItsRow) {
