@@ -17,6 +17,7 @@ namespace {
 
 constexpr int heightOfRow = 66;
 constexpr int rowMargin = 4;
+constexpr int leastNameLength = 20;  // letters of a source's name that are to be seen
 
 QIcon dot(const std::string& colourName) {
   if (colourName == "black")
@@ -99,6 +100,21 @@ void BatchView::changeEvent(QEvent* event) {
   QTableView::changeEvent(event);
   if (event->type() == QEvent::FontChange)
     setUpRows();
+}
+
+// Where there is too little room the list is scrolled, so that one can still tell the sources.
+void BatchView::updateGeometries() {
+  QTableView::updateGeometries();
+  QHeaderView* header = horizontalHeader();
+  const int least = leastNameLength * fontMetrics().averageCharWidth();
+  const int others = header->length() - header->sectionSize(sourceColumn);
+  const bool isNarrow = viewport()->width() - others < least;
+  const auto mode = isNarrow ? QHeaderView::Fixed : QHeaderView::Stretch;
+  if (header->count() <= sourceColumn || header->sectionResizeMode(sourceColumn) == mode)
+    return;
+  header->setSectionResizeMode(sourceColumn, mode);
+  if (isNarrow)
+    header->resizeSection(sourceColumn, least);
 }
 
 // ---- Choosing

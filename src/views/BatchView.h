@@ -27,6 +27,7 @@ class BatchView final : public QTableView {
 
  protected:
   void changeEvent(QEvent* event) override;
+  void updateGeometries() override;
   void keyPressEvent(QKeyEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
