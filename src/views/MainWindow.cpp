@@ -1,5 +1,6 @@
 #include "views/MainWindow.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QDir>
@@ -109,8 +110,12 @@ void MainWindow::bringToFront() {
     showNormal();
   else
     show();
+  // A question that is open takes the keys, which the window behind it would not.
+  QWidget* question = QApplication::activeModalWidget();
+  QWidget* front = question ? question : this;
   raise();
-  activateWindow();
+  front->raise();
+  front->activateWindow();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -136,6 +136,8 @@ TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
 
   window.close();
   ASSERT_NE(dialog(), nullptr);
+  window.bringToFront();  // as a second start does
+  EXPECT_TRUE(until([this] { return QApplication::activeWindow() == dialog(); }));
   press(dialog(), "Cancel");
   until([this] { return dialog() == nullptr; });
   EXPECT_FALSE(hasQuit);
