@@ -48,7 +48,12 @@ QWidget* BatchDrawer::newRunBar() {
   start->setToolTip("@@tipStart");
   start->setMinimumSize(startWidth, startHeight);
   start->setDefault(true);
-  bindTo(start, app_.interface.batchGoBt, [this] { app_.iba_batchGoBt(); });
+  bindTo(start, app_.interface.batchGoBt, [this, start] {
+    app_.iba_batchGoBt();
+    // A button that cannot be pressed any more would hand the keys to the field for drops.
+    if (!start->isEnabled())
+      table_->setFocus();
+  });
   auto* wheel = new BusyIndicator;
   bindTo(wheel, encoding.wheel);
   auto* stop = new SegmentedBar(SegmentedBar::Kind::buttons, {QString(), QString()});

@@ -62,6 +62,9 @@ void SegmentedBar::select(int segment) {
       // An exclusive group does not let its last segment come up.
       group->setExclusive(segment >= 0);
       at(number)->setChecked(number == segment);
+      // The Tab key comes to the chosen one, from which the arrows go on.
+      const bool isStop = number == segment || segment < 0;
+      at(number)->setFocusPolicy(isStop ? Qt::StrongFocus : Qt::ClickFocus);
     }
 }
 

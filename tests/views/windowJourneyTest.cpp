@@ -102,6 +102,7 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   ASSERT_TRUE(until([this] { return stopSegmentButton(0)->isVisible(); }));
   EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
   EXPECT_EQ(mark(0), ResultMark::current);
+  EXPECT_EQ(window.focusWidget(), &table());
   // One of them at a time, whatever changes.
   app.interface.batchSummary.setText("something");
   EXPECT_TRUE(window.findChild<QLabel*>("action")->isVisible());
@@ -313,6 +314,9 @@ TEST_F(WindowFixture, EverythingCanBeReachedWithTheTabKey) {
   }
   for (const char* name : {"dropView", "sizeOut", "surround", "destination", "batch"})
     EXPECT_TRUE(reached.contains(window.findChild<QWidget*>(name))) << name;
+  const auto* applications = window.findChild<QWidget*>("editingSoft");
+  for (QToolButton* segment : applications->findChildren<QToolButton*>())
+    EXPECT_EQ(reached.contains(segment), segment->isChecked()) << segment->text().toStdString();
   for (QWidget* each : reached)
     EXPECT_TRUE(!each->accessibleName().isEmpty() || each->property("text").isValid() ||
                 qobject_cast<QComboBox*>(each))
