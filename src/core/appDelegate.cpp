@@ -122,8 +122,17 @@ appDelegate::~appDelegate() {
   services_.loop.cancel(openFiles_);
 }
 
+// A folder is taken in alone: what another hand-over brings must not be put beside it.
 void appDelegate::applicationOpenFiles(const std::vector<std::string>& paths) {
-  filesToOpen_.insert(filesToOpen_.end(), paths.begin(), paths.end());
+  if (paths.empty())
+    return;
+  if (filesToOpen_.empty() || isDirectory(filesToOpen_.back().front()) ||
+      isDirectory(paths.front())) {
+    filesToOpen_.push_back(paths);
+  } else {
+    auto& last = filesToOpen_.back();
+    last.insert(last.end(), paths.begin(), paths.end());
+  }
   scheduleOpenFiles();
 }
 
@@ -138,7 +147,9 @@ void appDelegate::performOpenFiles() {
   if (!queue_.isOpenPermitted())
     return;
   logLine("drag'n'drop onto icon…");
-  draggedFiles(std::exchange(filesToOpen_, {}));
+  const auto paths = std::move(filesToOpen_.front());
+  filesToOpen_.pop_front();
+  draggedFiles(paths);
 }
 
 void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {

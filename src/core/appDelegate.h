@@ -1,6 +1,7 @@
 // The controller: owns the interface's state and the collaborators that work on it.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -82,7 +83,7 @@ class appDelegate {
   ToolTasks tasks_;
   AnalysisQueue queue_;
   EncodingDriver driver_;
-  std::vector<std::string> filesToOpen_;
+  std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other
   RunLoop::Id openFiles_ = 0;
   std::function<void()> batchStopped_;  // while the batch is stopped in order to quit
   bool isQuitting_ = false;

@@ -140,11 +140,15 @@ TEST_F(AnalysisQueueTest, FilesHandedOverDuringAnAnalysisWaitForItsEnd) {
   app.draggedFiles({folder.write("1.mts", "no movie")});
   app.applicationOpenFiles({folder.write("2.mts", "no movie")});
   app.applicationOpenFiles({folder.write("3.mts", "no movie")});
-  app.draggedFiles({folder.write("4.mts", "no movie")});  // refused
-  serve();
-  serve();
-  ASSERT_EQ(refused.size(), 3u);
+  folder.write("card/5.mts", "no movie");
+  app.applicationOpenFiles({folder.file("card")});
+  app.applicationOpenFiles({folder.write("6.mts", "no movie")});  // not beside the folder
+  app.draggedFiles({folder.write("4.mts", "no movie")});          // refused
+  for (int set = 0; set < 4; ++set)
+    serve();
+  ASSERT_EQ(refused.size(), 5u);
   EXPECT_EQ(refused[2].first, folder.file("3.mts"));
+  EXPECT_EQ(refused[4].first, folder.file("6.mts"));
 }
 
 TEST_F(AnalysisQueueTest, TheCaptionCountsAsItAlwaysDid) {
