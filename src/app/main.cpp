@@ -52,8 +52,7 @@ std::optional<std::string> printedFor(std::string_view argument) {
     return localisationString("help_window", "CommandLine");
   if (argument != "--version")
     return std::nullopt;
-  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
-  return Bundle::main().name() + " " + (version ? version->text().value_or("") : "");
+  return Bundle::main().name() + " " + programVersion();
 }
 
 void setUpApplication(QApplication& application) {

@@ -31,11 +31,6 @@ namespace {
 // Key of the user's domain: path of the ffmpeg to use.
 constexpr std::string_view ffmpegSetting = "ffmpegPath";
 
-std::string versionText() {
-  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
-  return version ? version->text().value_or("") : "";
-}
-
 // The terminal stays the user's: log lines, and what tools say that nobody collects, go to the
 // detail log. Without a place for it they go nowhere.
 void openLog() {
@@ -139,7 +134,7 @@ int main(int count, char** arguments) {
   openMissingStreams();
   // A reader that goes away is no reason to leave children and partial outputs behind.
   std::signal(SIGPIPE, SIG_IGN);
-  const auto options = readOptions(count, arguments, versionText());
+  const auto options = readOptions(count, arguments, tessarin::programVersion());
   if (const Exit* exit = std::get_if<Exit>(&options))
     return exit->status;
   return run(std::get<Options>(options));

@@ -55,6 +55,10 @@ std::optional<Alert> installPathRefusal() {
                Alert::Style::critical};
 }
 
+std::string programVersion() {
+  return bundleText("CFBundleShortVersionString");
+}
+
 std::optional<std::string> ffmpegProblem() {
   const FfmpegSearch search = ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg"));
   const auto ffmpeg = findFfmpeg(search);
@@ -82,18 +86,16 @@ void prepareTools() {
 
 std::string environmentFacts() {
   return fmt::format("{} {} ({})\n{}, Linux {}, {}\nffmpeg {}\n{}\n", Bundle::main().name(),
-                     bundleText("CFBundleShortVersionString"), bundleText("CFBundleVersion"),
-                     operatingSystemText(), kernelRelease(), processorFamily(),
-                     versionOfListing(codecListing()),
+                     programVersion(), bundleText("CFBundleVersion"), operatingSystemText(),
+                     kernelRelease(), processorFamily(), versionOfListing(codecListing()),
                      fmt::format("{} × CPU, {}", processorCount(), Bundle::main().language()));
 }
 
 void recordEnvironment() {
   logFormat("TMPFOLDER           : {}", temporaryFolder());
   logFormat("arch                ? {}", processorFamily());
-  logFormat("app                 : {} - {} ({}) - {}", Bundle::main().name(),
-            bundleText("CFBundleShortVersionString"), bundleText("CFBundleVersion"),
-            Bundle::main().resourcePath());
+  logFormat("app                 : {} - {} ({}) - {}", Bundle::main().name(), programVersion(),
+            bundleText("CFBundleVersion"), Bundle::main().resourcePath());
   operatingSystemVersion();
   mediaFrameworkVersion();
   processorsAndCores();

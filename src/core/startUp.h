@@ -15,6 +15,9 @@ Alert alreadyRunningAlert();
 // backslash. Nothing when it can.
 std::optional<Alert> installPathRefusal();
 
+// The version as users are told it, "0.1.0".
+std::string programVersion();
+
 // Why there is no ffmpeg to work with, in the user's language; nothing when there is one.
 std::optional<std::string> ffmpegProblem();
 

@@ -4,6 +4,7 @@
 #include <QMessageBox>
 
 #include "classShared/log.h"
+#include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
@@ -138,12 +139,11 @@ void MainWindow::toggleDebug(QAction* item) {
 }
 
 void MainWindow::showAbout() {
-  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
   auto* box = new QMessageBox(this);
   box->setAttribute(Qt::WA_DeleteOnClose);
   box->setIconPixmap(drawing("tessarin", aboutImageSize, palette().color(QPalette::WindowText),
                              devicePixelRatioF()));
-  box->setText(qtText(Bundle::main().name() + " " + (version ? version->text().value_or("") : "")));
+  box->setText(qtText(Bundle::main().name() + " " + programVersion()));
   box->setInformativeText(qtText(localisationString("aboutText")));
   box->open();
 }
