@@ -350,6 +350,8 @@ TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
     const auto headers = cells->cellAt(0, column)->tableCellInterface()->columnHeaderCells();
     ASSERT_EQ(headers.size(), 1) << column;
     EXPECT_FALSE(headers[0]->text(QAccessible::Name).isEmpty()) << column;
+    // A new one each time, which goes by its number only.
+    QAccessible::deleteAccessibleInterface(QAccessible::registerAccessibleInterface(headers[0]));
     EXPECT_TRUE(column == pictureColumn ||
                 !cells->cellAt(0, column)->text(QAccessible::Name).isEmpty())
         << column;
