@@ -16,7 +16,6 @@
 #include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "platform/ffmpegOptions.h"
-#include "platform/installedFfmpeg.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "utils/files.h"
@@ -28,14 +27,6 @@
 namespace tessarin {
 
 namespace {
-
-// The ffmpeg of the user's setting is handed to the tools through the environment, where a value
-// that is there already wins.
-void exportFfmpegSetting(const PreferenceStore& preferences) {
-  const std::string setting = preferences.prefReadString("ffmpegPath");
-  if (!setting.empty())
-    ::setenv(ffmpegVariable, setting.c_str(), 0);
-}
 
 // What the controller's choices are made from: the keys that are stored.
 Dico storedChoices(const PreferenceStore& preferences) {
@@ -135,8 +126,7 @@ bool WindowProgram::awakeFromNib() {
 }
 
 bool WindowProgram::findTools() {
-  exportFfmpegSetting(preferences_);
-  const auto problem = ffmpegProblem();
+  const auto problem = chooseFfmpeg(preferences_.prefReadString(ffmpegSetting));
   if (problem)
     showAndWait(loop_, {*problem, "", {}, "", Alert::Style::critical});
   return !problem;

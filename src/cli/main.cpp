@@ -20,16 +20,12 @@
 #include "platform/Signals.h"
 #include "platform/UserDomain.h"
 #include "platform/ffmpegOptions.h"
-#include "platform/installedFfmpeg.h"
 #include "process/logs.h"
 #include "utils/files.h"
 
 namespace tessarin::cli {
 
 namespace {
-
-// Key of the user's domain: path of the ffmpeg to use.
-constexpr std::string_view ffmpegSetting = "ffmpegPath";
 
 // The terminal stays the user's: log lines, and what tools say that nobody collects, go to the
 // detail log. Without a place for it they go nowhere.
@@ -38,13 +34,6 @@ void openLog() {
   mkdir(parentFolder(path));
   if (!sendLogToFile(path))
     static_cast<void>(sendLogToFile("/dev/null"));
-}
-
-// The ffmpeg of the user's setting is handed to the tools through the environment, where a value
-// that is there already wins.
-void exportFfmpegSetting(const Dico& choices) {
-  if (const auto setting = choices.text(ffmpegSetting))
-    ::setenv(ffmpegVariable, setting->c_str(), 0);
 }
 
 // What the user has chosen, without what a running window keeps in the same place: its steps and
@@ -87,8 +76,7 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
 
 // False when there is no ffmpeg; the user has been told.
 bool prepareTools(const Dico& choices) {
-  exportFfmpegSetting(choices);
-  if (const auto problem = ffmpegProblem()) {
+  if (const auto problem = chooseFfmpeg(choices.textOrEmpty(ffmpegSetting))) {
     complain(*problem);
     return false;
   }

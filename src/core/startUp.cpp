@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <sys/utsname.h>
 
+#include <cstdlib>
+
 #include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -59,7 +61,9 @@ std::string programVersion() {
   return bundleText("CFBundleShortVersionString");
 }
 
-std::optional<std::string> ffmpegProblem() {
+std::optional<std::string> chooseFfmpeg(const std::string& setting) {
+  if (!setting.empty())
+    ::setenv(ffmpegVariable, setting.c_str(), 0);
   const FfmpegSearch search = ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg"));
   const auto ffmpeg = findFfmpeg(search);
   if (ffmpeg)

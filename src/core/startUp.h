@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Alerts.h"
 
@@ -18,8 +19,13 @@ std::optional<Alert> installPathRefusal();
 // The version as users are told it, "0.1.0".
 std::string programVersion();
 
-// Why there is no ffmpeg to work with, in the user's language; nothing when there is one.
-std::optional<std::string> ffmpegProblem();
+// Key of the user's domain: the path of the ffmpeg to use.
+inline constexpr std::string_view ffmpegSetting = "ffmpegPath";
+
+// Hands the ffmpeg of the user's setting, "" for none, to the tools through the environment, where
+// a value that is there already wins. Answers why there is none to work with, in the user's
+// language; nothing when there is one.
+std::optional<std::string> chooseFfmpeg(const std::string& setting);
 
 // Moves the logs of the run before to "Previous-…" in their folder, which is made when missing, and
 // begins a new summary log.

@@ -41,12 +41,12 @@ TEST(StartUp, AMissingFfmpegIsToldInTheLanguageOfTheUser) {
   const test::TestBundle bundle("de");
   {
     const test::ScopedEnvironment setting("TESSARIN_FFMPEG", "/nowhere/ffmpeg");
-    EXPECT_THAT(ffmpegProblem().value_or(""), testing::StartsWith("„/nowhere/ffmpeg“ ist"));
+    EXPECT_THAT(chooseFfmpeg("").value_or(""), testing::StartsWith("„/nowhere/ffmpeg“ ist"));
   }
   const test::ScopedEnvironment setting("TESSARIN_FFMPEG", "");
-  EXPECT_FALSE(ffmpegProblem());
+  EXPECT_FALSE(chooseFfmpeg(""));
   const test::ScopedEnvironment path("PATH", "/nowhere");
-  EXPECT_THAT(ffmpegProblem().value_or(""), testing::HasSubstr("kein ffmpeg"));
+  EXPECT_THAT(chooseFfmpeg("").value_or(""), testing::HasSubstr("kein ffmpeg"));
 }
 
 }  // namespace
