@@ -141,7 +141,8 @@ void WindowProgram::applyPreferences() {
 
 void WindowProgram::iba_checkForUpdates() {
   UpdateWindow::open(updateInterface_, window_.get());
-  updates_.lookUp();
+  if (!updates_.address().empty())  // which the window asks for
+    updates_.lookUp();
 }
 
 void WindowProgram::makeWindow() {

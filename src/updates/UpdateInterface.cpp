@@ -47,6 +47,8 @@ std::string detailsOf(const Updates& updates) {
       return localisationString("update_readyDetails", "", updates.path());
     case UpdateState::failed:
       return updates.reason();
+    case UpdateState::idle:
+      return updates.address().empty() ? localisationString("why_updateNoAddress") : "";
     default:
       return {};
   }
@@ -101,6 +103,7 @@ void UpdateInterface::iba_updateAddress() {
     preferences_.prefRemove(updateAddressKey);
   else
     preferences_.prefWrite(updateAddressKey, std::string(text));
+  show();
 }
 
 void UpdateInterface::show() {
