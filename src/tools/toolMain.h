@@ -5,34 +5,45 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <functional>
 #include <string>
 
 #include "classShared/Outcome.h"
 
 namespace tessarin {
 
-// Reads the options and does the work. The result is the exit status: 0 done, 1 not done, 2 wrong
-// use; one line on standard error, after the name that `options` has, says why.
-inline int toolMain(CLI::App& options, int count, char** values,
-                    const std::function<Outcome<bool>()>& work) {
-  const std::string& name = options.get_name();
-  const auto complain = [&name](int status, const std::string& what) {
-    std::fprintf(stderr, "%s: %s\n", name.c_str(), what.c_str());
+template <class Declare, class Work>
+int runTool(const char* name, const char* description, int count, char** values,
+            const Declare& declare, const Work& work) {
+  const auto complain = [name](int status, const std::string& what) {
+    std::fprintf(stderr, "%s: %s\n", name, what.c_str());
     return status;
   };
-  // A write beyond the limit of a file's size then fails with a reason.
-  std::signal(SIGXFSZ, SIG_IGN);
+  CLI::App options(description, name);
+  declare(options);
   try {
     options.parse(count, values);
-    const Outcome<bool> done = work();
-    return done ? 0 : complain(1, done.reason());
   } catch (const CLI::CallForHelp& help) {
     return options.exit(help);
   } catch (const CLI::ParseError& error) {
     return complain(2, std::string(error.what()) + " (" + name + " --help says more)");
+  }
+  const Outcome<bool> done = work();
+  return done ? 0 : complain(1, done.reason());
+}
+
+// The whole of a tool's main function: `declare` adds the options to a CLI::App&, `work` answers an
+// Outcome<bool>. The result is the exit status: 0 done, 1 not done, 2 wrong use; one line on
+// standard error, after the tool's name, says why.
+template <class Declare, class Work>
+int toolMain(const char* name, const char* description, int count, char** values,
+             const Declare& declare, const Work& work) {
+  // A write beyond the limit of a file's size then fails with a reason.
+  std::signal(SIGXFSZ, SIG_IGN);
+  try {
+    return runTool(name, description, count, values, declare, work);
   } catch (const std::exception& exception) {
-    return complain(1, exception.what());  // no memory left
+    std::fprintf(stderr, "%s: %s\n", name, exception.what());  // no memory left
+    return 1;
   }
 }
 

@@ -197,7 +197,7 @@ TEST_F(ConvertJourney, WithoutFfmpegThePackageIsNamed) {
   EXPECT_EQ(result.status, 1);
   ASSERT_EQ(result.errorLines().size(), 1u);
   EXPECT_THAT(result.err, testing::StartsWith("tessarin: "));
-  EXPECT_THAT(result.err, HasSubstr("install the Debian package \"ffmpeg\""));
+  EXPECT_THAT(result.err, HasSubstr("Install the package ffmpeg"));
   EXPECT_THAT(movies(), IsEmpty());
 }
 

@@ -10,14 +10,18 @@
 #include "tools/aicenc/encodeStream.h"
 #include "tools/toolMain.h"
 
-int main(int count, char** values) {
-  using namespace tessarin;
-  CLI::App options(
-      "Encodes a YUV4MPEG2 stream (8 bits 4:2:0) as Apple Intermediate Codec into a QuickTime "
-      "movie.",
-      "aicenc");
-  aicenc::Job job;
-  std::string input = "-";
+namespace tessarin::aicenc {
+
+namespace {
+
+struct Use {
+  Job job;
+  std::string input;  // "-" for standard input
+};
+
+void declare(CLI::App& options, Use& use) {
+  Job& job = use.job;
+  use.input = "-";
   auto* quantiser = options.add_option("-q", job.quantiser, "quantiser, 1 (best) to 255")
                         ->check(CLI::Range(aic::smallestQuantiser, aic::largestQuantiser))
                         ->capture_default_str();
@@ -28,17 +32,33 @@ int main(int count, char** values) {
       ->check(CLI::Range(0, 256))
       ->capture_default_str();
   options.add_option("-o", job.output, "the movie; an existing one is replaced")->required();
-  options.add_option("input", input, "file with the stream; -: standard input")
+  options.add_option("input", use.input, "file with the stream; -: standard input")
       ->capture_default_str();
-  return toolMain(options, count, values, [&]() -> Outcome<bool> {
-    if (input != "-") {
-      job.input = ::open(input.c_str(), O_RDONLY | O_CLOEXEC);
-      if (job.input < 0)
-        return Failure{input + " cannot be read: " + systemReason(errno)};
-    }
-    const Outcome<std::size_t> frames = aicenc::encodeStream(job);
-    if (!frames)
-      return Failure{frames.reason()};
-    return true;
-  });
+}
+
+Outcome<bool> encode(Use& use) {
+  if (use.input != "-") {
+    use.job.input = ::open(use.input.c_str(), O_RDONLY | O_CLOEXEC);
+    if (use.job.input < 0)
+      return Failure{use.input + " cannot be read: " + systemReason(errno)};
+  }
+  const Outcome<std::size_t> frames = encodeStream(use.job);
+  if (!frames)
+    return Failure{frames.reason()};
+  return true;
+}
+
+}  // namespace
+
+}  // namespace tessarin::aicenc
+
+int main(int count, char** values) {
+  using namespace tessarin;
+  aicenc::Use use;
+  return toolMain(
+      "aicenc",
+      "Encodes a YUV4MPEG2 stream (8 bits 4:2:0) as Apple Intermediate Codec into a QuickTime "
+      "movie.",
+      count, values, [&use](CLI::App& options) { aicenc::declare(options, use); },
+      [&use] { return aicenc::encode(use); });
 }

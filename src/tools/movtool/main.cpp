@@ -10,11 +10,13 @@
 
 int main(int count, char** values) {
   using namespace tessarin;
-  CLI::App options("Exports a movie as a settings file says.", "movtool");
   movtool::ExportJob job;
-  options.add_option("-s", job.settings, "settings file (a property list)")->required();
-  options.add_option("-i", job.input, "movie to export")->required();
-  options.add_option("-o", job.output, "movie to write")->required();
-  options.add_flag("-y", job.replace, "replace the output when it is there already");
-  return toolMain(options, count, values, [&job] { return movtool::runExport(job); });
+  const auto declare = [&job](CLI::App& options) {
+    options.add_option("-s", job.settings, "settings file (a property list)")->required();
+    options.add_option("-i", job.input, "movie to export")->required();
+    options.add_option("-o", job.output, "movie to write")->required();
+    options.add_flag("-y", job.replace, "replace the output when it is there already");
+  };
+  return toolMain("movtool", "Exports a movie as a settings file says.", count, values, declare,
+                  [&job] { return movtool::runExport(job); });
 }
