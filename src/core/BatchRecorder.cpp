@@ -41,10 +41,15 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
   app_.table().rowChanged.connect([this](int row) { rowChanged(row); });
   app_.table().rowRemoved.connect([this](int row) { rowRemoved(row); });
   app_.queue().accepted.connect([this] {
+    restoredWaiting_.clear();
     waitingChanged();
     flush();
   });
-  app_.queue().finished.connect([this] { waitingChanged(); });
+  // Whoever restored a batch meanwhile gives its sources to the queue now.
+  app_.queue().finished.connect([this] {
+    restoredWaiting_.clear();
+    waitingChanged();
+  });
   app_.driver().fileBegins.connect([this](const JobFile& file) { fileBegins(file); });
   app_.driver().jobEnded.connect([this](const JobEnd& end) { jobEnded(end); });
   app_.driver().batchEnded.connect([this] {
@@ -218,7 +223,7 @@ BatchChanges BatchRecorder::wholeBatch() {
   changes.settings = settings();
   for (int row = 0; row < app_.table().count(); ++row)
     changes.addRow(storedRow(row));
-  changes.waiting = app_.queue().sourcesWithoutRow();
+  changes.waiting = sourcesWithoutRow();
   changedRows_.clear();
   removedRows_.clear();
   waitingChanged_ = false;
@@ -243,12 +248,19 @@ BatchChanges BatchRecorder::gatheredChanges() {
   return changes;
 }
 
+std::vector<std::string> BatchRecorder::sourcesWithoutRow() const {
+  std::vector<std::string> sources = app_.queue().sourcesWithoutRow();
+  sources.insert(sources.end(), restoredWaiting_.begin(), restoredWaiting_.end());
+  return sources;
+}
+
 // The sources that have no row in the folder; nothing when the stored list need not be changed.
 std::optional<std::vector<std::string>> BatchRecorder::changedWaiting() {
-  const std::size_t needed = app_.queue().waitingCount() + changedRows_.size();
+  const std::size_t needed =
+      app_.queue().waitingCount() + restoredWaiting_.size() + changedRows_.size();
   if (!std::exchange(waitingChanged_, false) && storedWaiting_ <= waitingSlack + 2 * needed)
     return std::nullopt;
-  std::vector<std::string> sources = app_.queue().sourcesWithoutRow();
+  std::vector<std::string> sources = sourcesWithoutRow();
   for (const std::int64_t order : changedRows_)
     sources.push_back(app_.table().sourcePath(rowOf(order)));
   storedWaiting_ = sources.size();
@@ -269,6 +281,7 @@ bool BatchRecorder::check(const Outcome<bool>& written) {
 void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& batch) {
   applyBatchSettings(app_, services_.preferences, batch.settings);
   disk_.finish();  // of a folder that is being made
+  restoredWaiting_.insert(restoredWaiting_.end(), batch.waiting.begin(), batch.waiting.end());
   const bool isOurs = store && !store_ && orders_.empty();
   if (isOurs) {
     store_.swap(store);
@@ -289,6 +302,7 @@ void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& 
   }
   if (!store)  // ours now, or none
     return;
+  waitingChanged_ = true;
   if (flushAll() && store_)
     store->discard();
 }
@@ -320,27 +334,30 @@ void BatchRecorder::discard() {
 
 void BatchRecorder::forget() {
   discard();
+  restoredWaiting_.clear();
   stopped_ = true;
 }
 
 void BatchRecorder::storeUnfinished() {
+  if (!sourcesWithoutRow().empty())
+    return waitingChanged();
   for (int row = 0; row < app_.table().count(); ++row)
     if (!app_.table().isFinished(row))
       return schedule(gathering);
 }
 
 bool BatchRecorder::keep() {
-  flushAll();
+  const bool isStored = flushAll();
   services_.loop.cancel(std::exchange(timer_, 0));
   stopped_ = true;
-  return store_.has_value();
+  return isStored && store_.has_value();
 }
 
 // ---- Looking things up
 
 // Nothing to recover. A job in hand has a row.
 bool BatchRecorder::isEmpty() const {
-  return orders_.empty() && !app_.queue().hasSourcesWithoutRow();
+  return orders_.empty() && restoredWaiting_.empty() && !app_.queue().hasSourcesWithoutRow();
 }
 
 int BatchRecorder::rowOf(std::int64_t order) const {

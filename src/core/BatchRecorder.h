@@ -48,15 +48,17 @@ class BatchRecorder {
 
   // Brings a batch into the controller: its choices, then its rows at the end of the table; a
   // source that has a row there already is left out. The waiting sources are the caller's to drop,
-  // the batch's to continue (EncodingDriver::continueBatch). The folder of an interrupted batch
-  // becomes ours, or goes when there is one already.
+  // at once or when the analysis that is under way has finished; until then they are stored with
+  // the others. The batch is the caller's to continue (EncodingDriver::continueBatch). The folder
+  // of an interrupted batch becomes ours, or goes when there is one already.
   void restore(std::optional<BatchStore> store, const StoredBatch& batch);
 
   // Removes what is stored: the batch needs no recovery. Not after keep().
   void discard();
   // Removes what is stored and stops following: the user has ended the program.
   void forget();
-  // Stores the batch anew after its end when a row is left to be converted.
+  // Stores the batch anew after its end when a row is left to be converted, or a source without
+  // one.
   void storeUnfinished();
   // Brings everything to the disk and stops following: the batch is to be recovered later,
   // whatever happens to it now. False when there is nothing to recover or it cannot be stored.
@@ -78,6 +80,7 @@ class BatchRecorder {
   bool hasFolder();
   BatchChanges wholeBatch();
   BatchChanges gatheredChanges();
+  std::vector<std::string> sourcesWithoutRow() const;
   std::optional<std::vector<std::string>> changedWaiting();
   void forgetJob(std::int64_t order);
   bool check(const Outcome<bool>& written);
@@ -104,6 +107,7 @@ class BatchRecorder {
   std::set<std::int64_t> changedRows_;
   std::set<std::int64_t> removedRows_;
   bool waitingChanged_ = false;
+  std::vector<std::string> restoredWaiting_;         // that the queue has not been given yet
   std::shared_ptr<const BatchChanges> group_;        // that is being written
   std::shared_ptr<std::optional<BatchStore>> made_;  // by that group, when there was no folder
   bool isFailing_ = false;                           // the last group was not written

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/BatchEntry.h"
@@ -16,15 +18,21 @@ enum Answer : std::size_t { goOnAnswer, laterAnswer, forgetAnswer };
 // Names that are listed; the rest is in the log.
 constexpr std::size_t longestList = 10;
 
-// How many sources of the stored batch have not become movies.
+// How many sources of the stored batch have not become movies, as far as can be read; at least one
+// when something cannot.
 std::size_t unfinishedIn(const BatchStore& store) {
+  const std::vector<std::int64_t> jobs = store.jobNumbers();
   std::size_t count = 0;
   for (const std::int64_t number : store.rowNumbers()) {
     const BatchPart part = store.row(number);
     const Dico* row = part.content.dico("row");
-    count += row && row->textOrEmpty(BatchKey::resultat) == ResultMark::success ? 0 : 1;
+    const bool isFinished = row && row->textOrEmpty(BatchKey::resultat) == ResultMark::success &&
+                            !std::binary_search(jobs.begin(), jobs.end(), number);
+    count += isFinished ? 0 : 1;
   }
   const BatchPart waiting = store.waiting();
+  if (waiting.state != BatchPart::State::good && waiting.state != BatchPart::State::missing)
+    ++count;
   const Value* sources = waiting.content.find("sources");
   return count + (sources && sources->list() ? sources->list()->size() : 0);
 }

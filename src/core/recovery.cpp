@@ -1,5 +1,6 @@
 #include "core/recovery.h"
 
+#include <algorithm>
 #include <fstream>
 #include <unordered_set>
 
@@ -102,13 +103,16 @@ void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreP
 }
 
 void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& problems) {
+  const std::vector<std::int64_t> jobs = store.jobNumbers();
   for (const std::int64_t number : store.rowNumbers()) {
     auto row = rowOfContent(store.row(number).content);
     if (!row) {
       reportDamagedRow(store, number, problems);
       continue;
     }
-    if (row->row.textOrEmpty(BatchKey::resultat) == ResultMark::current) {
+    // A job that is left was not cleaned up behind, or its row could not be written.
+    const bool hasJob = std::binary_search(jobs.begin(), jobs.end(), number);
+    if (hasJob || row->row.textOrEmpty(BatchKey::resultat) == ResultMark::current) {
       row->row.set(BatchKey::resultat, ResultMark::waiting);
       row->isChanged = true;
     }

@@ -14,6 +14,7 @@
 namespace tessarin {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -46,6 +47,14 @@ class RecoveryOfferTest : public test::CoreFixture {
       test::loopUntil(loop, condition);
     return condition();
   }
+  // The lists of sources without a row, as they lie on the disk.
+  std::vector<std::string> storedWaiting() const {
+    std::vector<std::string> lists;
+    for (const std::string& file : filesBelow(parent))
+      if (fileName(file) == "waiting.plist")
+        lists.push_back(readWholeFile(file).value());
+    return lists;
+  }
   bool isStored() { return !claimAbandonedFolders(parent).empty(); }
 
   std::string parent = folder.file("state/batches");
@@ -67,6 +76,32 @@ TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
   offer.begin(parent);
   EXPECT_TRUE(alerts.shown.empty());
   EXPECT_FALSE(isStored());
+}
+
+TEST_F(RecoveryOfferTest, ABatchIsNotTakenForDoneWhenItCannotBeRead) {
+  StoredBatch batch;
+  batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
+  const std::string stored = BatchStore::create(parent, changesOf(batch)).value().folder();
+  ASSERT_TRUE(writeFileAtomically(stored + "/waiting.plist", "no list"));
+  alerts.answers = {{1, false}};
+  offer.begin(parent);
+  EXPECT_EQ(alerts.shown.size(), 1u);
+  EXPECT_TRUE(isStored());
+}
+
+// A second crash must find the sources of both, once.
+TEST_F(RecoveryOfferTest, ListsOfTwoInterruptedBatchesAreStoredAsOne) {
+  for (const char* name : {"One.MTS", "Two.MTS"}) {
+    StoredBatch batch;
+    batch.waiting = {folder.file(name)};
+    ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
+  }
+  app.queue().setOpenPermitted(false);  // as during an analysis
+  alerts.answers = {{0, false}};
+  offer.begin(parent);
+  EXPECT_FALSE(isStored()) << "what is stored is held by its new owner";
+  EXPECT_TRUE(recorder.keep());
+  EXPECT_THAT(storedWaiting(), ElementsAre(AllOf(HasSubstr("One.MTS"), HasSubstr("Two.MTS"))));
 }
 
 TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
@@ -107,6 +142,7 @@ TEST_F(RecoveryOfferTest, FilesThatAreAnalysedAtTheMomentOfTheAnswerComeFirst) {
   alerts.holds = false;
   alerts.answers = {{0, false}};
   alerts.answerHeld();
+  EXPECT_THAT(storedWaiting(), ElementsAre(AllOf(HasSubstr("New.MTS"), HasSubstr("Waiting.MTS"))));
   EXPECT_TRUE(servedUntil([this] { return ended.size() == 3; }));
   EXPECT_TRUE(pathExists(movie("New.mov")));
   EXPECT_TRUE(pathExists(movie("Waiting.mov")));
