@@ -13,6 +13,7 @@
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
 #include "utils/numbers.h"
 
 namespace tessarin {
@@ -93,7 +94,8 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
   const std::string master = masterPathStr(output);
   std::vector<Arguments> commands;
   if (plan.needsExport)
-    commands.push_back({"test", "!", "-e", master});
+    commands.push_back({"sh", "-c", R"(test ! -e "$1" || { echo "$2" >&2; exit 1; })", "sh", master,
+                        localisationString("why_masterInTheWay", "", master)});
   commands.push_back(replace ? plan.command.arguments : keeping(plan.command.arguments));
   const auto move = [&](const std::string& from, const std::string& to) {
     commands.push_back({"mv", "-f", "--", from, to});
