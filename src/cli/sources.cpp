@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_set>
 
+#include "classShared/TextAdditions.h"
 #include "core/admittedSources.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -27,11 +28,14 @@ std::optional<std::string> problemOf(const std::string& path, const AdmittedExte
 }
 
 // The folder and those below it that may not be looked into, sorted; what is in them is no source
-// of this run.
-std::vector<std::string> closedFolders(const std::string& folder) {
+// of this run. Those that hold none of the user's clips are left out: the movies of earlier runs,
+// and what a file system keeps for its own repair.
+std::vector<std::string> closedFolders(const std::string& folder, const std::string& moviesFolder) {
   std::vector<std::string> closed;
-  const auto look = [&closed](const std::string& path) {
-    if (::access(path.c_str(), R_OK | X_OK) != 0)
+  const auto look = [&](const std::string& path) {
+    const bool isOfClips =
+        fileName(path) != "lost+found" && !startsWith(path + "/", moviesFolder + "/");
+    if (isOfClips && ::access(path.c_str(), R_OK | X_OK) != 0)
       closed.push_back(path);
   };
   look(folder);
@@ -86,7 +90,7 @@ SourceList sourcesOf(const std::vector<std::string>& arguments, const std::strin
     }
     std::vector<std::string> files = sourcesBelow(path, moviesFolder);
     std::erase_if(files, [&](const std::string& file) { return !admitted.admits(file); });
-    const std::vector<std::string> closed = closedFolders(path);
+    const std::vector<std::string> closed = closedFolders(path, absolutePath(moviesFolder));
     for (const std::string& each : closed)
       list.problems.push_back(
           {each == path ? argument : each, localisationString("why_permission")});
