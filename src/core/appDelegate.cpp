@@ -141,10 +141,11 @@ void appDelegate::scheduleOpenFiles() {
     openFiles_ = services_.loop.runSoon([this] { performOpenFiles(); });
 }
 
-// Nobody sees a refusal of files that another program hands over: they wait for the analysis.
+// Nobody sees a refusal of files that another program hands over: they wait for the analysis, and
+// for the answer to the question whether to quit.
 void appDelegate::performOpenFiles() {
   openFiles_ = 0;
-  if (!queue_.isOpenPermitted())
+  if (isQuitting_ || !queue_.isOpenPermitted())
     return;
   logLine("drag'n'drop onto icon…");
   const auto paths = std::move(filesToOpen_.front());

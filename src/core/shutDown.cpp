@@ -51,8 +51,10 @@ void appDelegate::iba_menuQuit(std::function<void()> ready) {
   isQuitting_ = true;
   isCloseQuit([this, ready = std::move(ready)](bool mayQuit) {
     isQuitting_ = mayQuit;
-    if (!mayQuit)
+    if (!mayQuit) {
+      scheduleOpenFiles();
       return;
+    }
     quitAccepted.emit();
     endAndCleanUp();
     ready();

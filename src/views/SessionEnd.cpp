@@ -18,6 +18,7 @@ SessionEnd::SessionEnd(appDelegate& app, std::function<void()> ended)
   connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &SessionEnd::commitData,
           Qt::DirectConnection);
   app_.quitAccepted.connect([this] {
+    isLeaving_ = true;
     if (question_)
       question_->quit();
   });
@@ -35,6 +36,8 @@ void SessionEnd::commitData(QSessionManager& manager) {
 }
 
 bool SessionEnd::isAllowed() {
+  if (isLeaving_)  // nobody is asked any more, and so nobody would answer
+    return true;
   QEventLoop loop;
   // Shared with an answer that may never come.
   const auto answer = std::make_shared<std::optional<bool>>();

@@ -32,6 +32,7 @@ class SessionEnd final : public QObject {
   appDelegate& app_;
   std::function<void()> ended_;
   QEventLoop* question_ = nullptr;  // while the user is asked
+  bool isLeaving_ = false;
 };
 
 }  // namespace tessarin
