@@ -107,6 +107,7 @@ void BatchRecorder::fileBegins(const JobFile& file) {
   if (stopped_ || row < 0 || !hasFolder())
     return;
   const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
+  endedJobs_.erase(order);
   StoredJob& job = jobs_[order];
   job.source = file.source;
   job.boot = runningSystem();
@@ -125,12 +126,24 @@ void BatchRecorder::jobEnded(const JobEnd& end) {
   disk_.finish();
   BatchChanges finished;
   finished.addRow(storedRow(row));
-  if (!check(store_->write(finished)))
+  endedJobs_[order] = end.kind == JobEnd::Kind::converted ? end.output : "";
+  if (check(store_->write(finished))) {
+    changedRows_.erase(order);
+    rowStored(order);
+  } else {
+    changedRows_.insert(order);
+    schedule(retryInterval);
+  }
+}
+
+// The job of a row that is stored as finished is of no use any more.
+void BatchRecorder::rowStored(std::int64_t order) {
+  const auto ended = endedJobs_.extract(order);
+  if (ended.empty())
     return;
-  changedRows_.erase(order);
   // A finished movie may still be on its way to the disk.
-  if (end.kind == JobEnd::Kind::converted)
-    diskSync_.add(end.output, [this, order] { forgetJob(order); });
+  if (const std::string& movie = ended.mapped(); !movie.empty())
+    diskSync_.add(movie, [this, order] { forgetJob(order); });
   else
     forgetJob(order);
 }
@@ -201,7 +214,11 @@ void BatchRecorder::groupEnded(const Outcome<bool>& result) {
     waitingChanged_ = true;
     storedSettings_ = {};
     schedule(retryInterval);
-  } else if (waitingChanged_ || changedRows_.size() > mostRows) {
+    return;
+  }
+  for (const auto& [order, content] : group->rows)
+    rowStored(order);
+  if (waitingChanged_ || changedRows_.size() > mostRows) {
     schedule(milliseconds(0));
   } else if (!changedRows_.empty() || !removedRows_.empty()) {
     schedule(gathering);
@@ -330,6 +347,7 @@ void BatchRecorder::discard() {
   storedSettings_ = {};
   storedWaiting_ = 0;
   jobs_.clear();
+  endedJobs_.clear();
 }
 
 void BatchRecorder::forget() {

@@ -82,6 +82,7 @@ class BatchRecorder {
   BatchChanges gatheredChanges();
   std::vector<std::string> sourcesWithoutRow() const;
   std::optional<std::vector<std::string>> changedWaiting();
+  void rowStored(std::int64_t order);
   void forgetJob(std::int64_t order);
   bool check(const Outcome<bool>& written);
 
@@ -115,6 +116,8 @@ class BatchRecorder {
   Dico storedSettings_;
   std::size_t storedWaiting_ = 0;
   std::map<std::int64_t, StoredJob> jobs_;
+  // Jobs that have ended and whose rows are not known to be stored: the converted movie, or "".
+  std::map<std::int64_t, std::string> endedJobs_;
   RunLoop::Id timer_ = 0;
   DiskThread disk_;  // last: what it works on is ours
 };
