@@ -15,6 +15,14 @@ using test::CoreFixture;
 
 class EncodingDriverTest : public CoreFixture {
  protected:
+  // Soon after the first thing that is done for a row is told.
+  void onceItRuns(const std::function<void()>& act) {
+    app.interface.encoding.action.changed.connect([this, act] {
+      if (!app.interface.encoding.action.text().empty() && !std::exchange(hasBegun, true))
+        loop.runSoon(act);
+    });
+  }
+  bool hasBegun = false;
   // Analysed clips "1.mts", "2.mts" … of 0.4 s.
   void clips(int count) {
     std::vector<std::string> paths;
@@ -233,20 +241,15 @@ TEST_F(EncodingDriverTest, PauseHoldsTheToolUntilResumed) {
   clips(1);
   std::string imageWhilePaused;
   std::string actionWhilePaused;
-  bool paused = false;
-  app.interface.encoding.action.changed.connect([&] {
-    if (app.interface.encoding.action.text().empty() || std::exchange(paused, true))
-      return;
-    loop.runSoon([&] {
-      auto& control = app.interface.encoding.stopBt;
-      control.select(pauseSegment);
+  onceItRuns([&] {
+    auto& control = app.interface.encoding.stopBt;
+    control.select(pauseSegment);
+    app.iba_taskStopBt();
+    loop.runAfter(std::chrono::milliseconds(300), [&] {
+      imageWhilePaused = control.segments()[pauseSegment].image;
+      actionWhilePaused = app.interface.encoding.action.text();
+      EXPECT_TRUE(ended.empty());
       app.iba_taskStopBt();
-      loop.runAfter(std::chrono::milliseconds(300), [&] {
-        imageWhilePaused = control.segments()[pauseSegment].image;
-        actionWhilePaused = app.interface.encoding.action.text();
-        EXPECT_TRUE(ended.empty());
-        app.iba_taskStopBt();
-      });
     });
   });
   convert();
@@ -264,9 +267,9 @@ TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
   int endedAtRow = -1;
   app.table().rowAppended.connect([&](int) { endedAtRow = static_cast<int>(ended.size()); });
   // The fixture stops its loop at the end of the analysis; the batch goes on after it.
-  app.interface.encoding.action.changed.connect([&] {
-    if (!app.interface.encoding.action.text().empty() && !std::exchange(dropped, true))
-      loop.runSoon([&] { app.draggedFiles({late}); });
+  onceItRuns([&] {
+    dropped = true;
+    app.draggedFiles({late});
   });
   convert();
   ASSERT_TRUE(dropped);
@@ -278,20 +281,17 @@ TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
 TEST_F(EncodingDriverTest, APauseCannotBeEndedDuringAnAnalysis) {
   clips(1);
   bool paused = false;
-  app.interface.encoding.action.changed.connect([&] {
-    if (app.interface.encoding.action.text().empty() || std::exchange(paused, true))
-      return;
-    loop.runSoon([&] {
-      auto& control = app.interface.encoding.stopBt;
-      control.select(pauseSegment);
-      app.iba_taskStopBt();
-      app.driver().suspendForAnalysis();
-      EXPECT_FALSE(control.isEnabled());
-      app.driver().resumeAfterAnalysis();
-      EXPECT_TRUE(control.isEnabled());
-      EXPECT_FALSE(contains(control.segments()[pauseSegment].image, "btPause")) << "goes on";
-      app.driver().stop();
-    });
+  onceItRuns([&] {
+    paused = true;
+    auto& control = app.interface.encoding.stopBt;
+    control.select(pauseSegment);
+    app.iba_taskStopBt();
+    app.driver().suspendForAnalysis();
+    EXPECT_FALSE(control.isEnabled());
+    app.driver().resumeAfterAnalysis();
+    EXPECT_TRUE(control.isEnabled());
+    EXPECT_FALSE(contains(control.segments()[pauseSegment].image, "btPause")) << "goes on";
+    app.driver().stop();
   });
   convert();
   EXPECT_TRUE(paused);
