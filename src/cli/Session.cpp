@@ -23,6 +23,11 @@ constexpr std::chrono::milliseconds progressInterval(200);
 
 constexpr const char* table = "CommandLine";
 
+// A reason for a line that names the path already.
+std::string withoutName(const std::string& reason, const std::string& path) {
+  return replaceAll(reason, path + ": ", "");
+}
+
 }  // namespace
 
 Session::Session(const Options& options, CoreServices services, Reporter& reporter, RunStart start)
@@ -76,9 +81,8 @@ void Session::follow() {
   recorder_.emplace(app_, services_, batchesFolder());
   recorder_->setFrontSettings(storedOptions(options_));
   recorder_->failed.connect([this](const std::string& reason) {
-    // The line names the folder already.
-    const std::string cause = replaceAll(reason, batchesFolder() + ": ", "");
-    reporter_.problem(batchesFolder(), localisationString("why_notStored", "", cause));
+    reporter_.problem(batchesFolder(), localisationString("why_notStored", "",
+                                                          withoutName(reason, batchesFolder())));
   });
 }
 
@@ -226,8 +230,7 @@ void Session::writeBatch() {
   if (!written) {
     // Of a batch that was only to be written nothing is lost: the clips can be named again.
     const bool isKept = recorder_ && options_.command != Command::prepare && recorder_->keep();
-    // The line names the file already.
-    const std::string reason = replaceAll(written.reason(), *options_.batchFile + ": ", "");
+    const std::string reason = withoutName(written.reason(), *options_.batchFile);
     problem(*options_.batchFile,
             isKept ? localisationString("resultsKept", table, reason) : reason);
   } else if (options_.command == Command::prepare) {

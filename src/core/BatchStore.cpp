@@ -121,15 +121,6 @@ void BatchChanges::addRow(const StoredRow& row) {
   rows.emplace_back(row.order, contentOfRow(row));
 }
 
-BatchChanges changesOf(const StoredBatch& batch) {
-  BatchChanges changes;
-  changes.settings = batch.settings;
-  for (const StoredRow& row : batch.rows)
-    changes.addRow(row);
-  changes.waiting = batch.waiting;
-  return changes;
-}
-
 Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchChanges& content) {
   std::random_device random;
   const std::string name = fmt::format("{}-{:08x}", ::getpid(), random());

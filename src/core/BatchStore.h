@@ -25,8 +25,6 @@ struct BatchChanges {
 
   void addRow(const StoredRow& row);
 };
-// The batch as a whole.
-BatchChanges changesOf(const StoredBatch& batch);
 
 // A folder "PID-RANDOM" for this user alone, with
 //   lock             locked for as long as the owner lives: a folder whose lock is free was left

@@ -158,7 +158,6 @@ void MainWindow::openSources(bool folder) {
     return;
   auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), QDir::homePath());
   panel->setAttribute(Qt::WA_DeleteOnClose);
-  panel->setObjectName("openPanel");
   panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
   panel->setOption(QFileDialog::HideNameFilterDetails);
   if (!folder)

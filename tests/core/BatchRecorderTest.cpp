@@ -5,6 +5,7 @@
 #include "core/recovery.h"
 #include "core/stepState.h"
 #include "support/LoopUntil.h"
+#include "support/changesOf.h"
 
 namespace tessarin {
 namespace {
@@ -182,7 +183,7 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
                           {"replaceFilesCheck", "keep"}};
   interrupted.rows = {{3, newRow("3.mts")}, {5, newRow("5.mts")}};
   {
-    auto made = BatchStore::create(parent, changesOf(interrupted));
+    auto made = BatchStore::create(parent, test::changesOf(interrupted));
     ASSERT_TRUE(made);
   }
   InterruptedBatches found = findInterruptedBatches(parent);
@@ -210,7 +211,7 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
   // A second one joins it.
   {
     auto made = BatchStore::create(
-        parent, changesOf({{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}}));
+        parent, test::changesOf({{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}}));
     ASSERT_TRUE(made);
   }
   found = findInterruptedBatches(parent);

@@ -15,6 +15,7 @@
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
+#include "support/changesOf.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -34,7 +35,7 @@ Dico row(const std::string& source, std::string_view mark = ResultMark::waiting)
 class BatchStoreTest : public testing::Test {
  protected:
   BatchStore made(const StoredBatch& content) {
-    auto store = BatchStore::create(parent, changesOf(content));
+    auto store = BatchStore::create(parent, test::changesOf(content));
     EXPECT_TRUE(store) << store.reason();
     return std::move(*store);
   }

@@ -10,6 +10,7 @@
 #include "prefs/utilsAlert.h"
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
+#include "support/changesOf.h"
 
 namespace tessarin {
 namespace {
@@ -39,7 +40,7 @@ class RecoveryOfferTest : public test::CoreFixture {
     batch.rows = {{1, newRow("Done.MTS", ResultMark::success)},
                   {2, newRow("Gone.MTS", ResultMark::current)}};
     batch.waiting = {folder.file("Waiting.MTS")};
-    ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
+    ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
   }
   // The fixture stops the loop at every end of an analysis or a batch.
   bool servedUntil(const std::function<bool()>& condition) {
@@ -72,7 +73,7 @@ TEST_F(RecoveryOfferTest, NothingIsAskedWhenNothingWasInterrupted) {
 TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
   StoredBatch batch;
   batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
-  ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
+  ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
   offer.begin(parent);
   EXPECT_TRUE(alerts.shown.empty());
   EXPECT_FALSE(isStored());
@@ -81,7 +82,7 @@ TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
 TEST_F(RecoveryOfferTest, ABatchIsNotTakenForDoneWhenItCannotBeRead) {
   StoredBatch batch;
   batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
-  const std::string stored = BatchStore::create(parent, changesOf(batch)).value().folder();
+  const std::string stored = BatchStore::create(parent, test::changesOf(batch)).value().folder();
   ASSERT_TRUE(writeFileAtomically(stored + "/waiting.plist", "no list"));
   alerts.answers = {{1, false}};
   offer.begin(parent);
@@ -94,7 +95,7 @@ TEST_F(RecoveryOfferTest, ListsOfTwoInterruptedBatchesAreStoredAsOne) {
   for (const char* name : {"One.MTS", "Two.MTS"}) {
     StoredBatch batch;
     batch.waiting = {folder.file(name)};
-    ASSERT_TRUE(BatchStore::create(parent, changesOf(batch)));
+    ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
   }
   app.queue().setOpenPermitted(false);  // as during an analysis
   alerts.answers = {{0, false}};

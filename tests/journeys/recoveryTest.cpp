@@ -12,6 +12,7 @@
 #include "core/fileState.h"
 #include "core/recovery.h"
 #include "platform/propertyList.h"
+#include "support/changesOf.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -238,7 +239,7 @@ TEST_F(RecoveryTest, ADamagedRowIsToldAndTheRestIsConverted) {
   content.rows = {{1, {{"dico", Dico{{"srcPathStr", clips_[2]}}}}}};
   std::string stored;
   {
-    auto store = BatchStore::create(batches(), changesOf(content));
+    auto store = BatchStore::create(batches(), test::changesOf(content));
     ASSERT_TRUE(store);
     stored = store->folder();
   }

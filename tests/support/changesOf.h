@@ -1,0 +1,17 @@
+// A stored batch as the changes that make it.
+#pragma once
+
+#include "core/BatchStore.h"
+
+namespace tessarin::test {
+
+inline BatchChanges changesOf(const StoredBatch& batch) {
+  BatchChanges changes;
+  changes.settings = batch.settings;
+  for (const StoredRow& row : batch.rows)
+    changes.addRow(row);
+  changes.waiting = batch.waiting;
+  return changes;
+}
+
+}  // namespace tessarin::test
