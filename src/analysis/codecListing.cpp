@@ -8,8 +8,8 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/installedFfmpeg.h"
 #include "platform/Bundle.h"
-#include "platform/installedFfmpeg.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "analysis/probeParser.h"
-#include "analysis/reportText.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportText.h"
 
 namespace tessarin {
 

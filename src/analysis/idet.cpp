@@ -3,9 +3,9 @@
 
 #include "analysis/SourceInfo.h"
 #include "analysis/probes.h"
-#include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 

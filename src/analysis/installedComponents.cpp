@@ -4,8 +4,8 @@
 #include <string>
 
 #include "analysis/codecListing.h"
-#include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "utils/files.h"
 

@@ -7,11 +7,11 @@
 #include <limits>
 
 #include "analysis/probes.h"
-#include "analysis/reportText.h"
 #include "analysis/streamLine.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <array>
 
-#include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/text.h"

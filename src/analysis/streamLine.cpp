@@ -4,8 +4,8 @@
 #include <array>
 #include <limits>
 
-#include "analysis/reportText.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportText.h"
 
 namespace tessarin {
 

@@ -7,10 +7,10 @@
 #include <limits>
 #include <vector>
 
-#include "analysis/reportText.h"
 #include "analysis/streamLine.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 

@@ -15,11 +15,11 @@
 #include "cli/options.h"
 #include "cli/terminal.h"
 #include "core/startUp.h"
+#include "ffmpeg/ffmpegOptions.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
 #include "platform/UserDomain.h"
-#include "platform/ffmpegOptions.h"
 #include "process/logs.h"
 #include "utils/files.h"
 

@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
-#include "platform/ffmpegOptions.h"
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/ffmpegOptions.h"
+#include "ffmpeg/installedFfmpeg.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/shell.h"

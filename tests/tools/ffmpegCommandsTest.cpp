@@ -9,7 +9,7 @@
 #include "encoding/BatchEntry.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/outputPreset.h"
-#include "platform/ffmpegOptions.h"
+#include "ffmpeg/ffmpegOptions.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"

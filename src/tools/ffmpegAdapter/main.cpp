@@ -16,8 +16,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/ffmpegOptions.h"
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/ffmpegOptions.h"
+#include "ffmpeg/installedFfmpeg.h"
 
 namespace {
 

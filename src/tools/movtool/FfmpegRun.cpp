@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "classShared/TextAdditions.h"
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/installedFfmpeg.h"
 
 namespace tessarin::movtool {
 

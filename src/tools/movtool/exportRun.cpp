@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/installedFfmpeg.h"
 #include "platform/propertyList.h"
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/SourceFacts.h"

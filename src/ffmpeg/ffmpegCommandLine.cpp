@@ -1,4 +1,4 @@
-#include "platform/ffmpegCommandLine.h"
+#include "ffmpeg/ffmpegCommandLine.h"
 
 #include <algorithm>
 #include <array>

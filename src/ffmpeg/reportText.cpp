@@ -1,4 +1,4 @@
-#include "analysis/reportText.h"
+#include "ffmpeg/reportText.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
-#include "platform/ffmpegOptions.h"
+#include "ffmpeg/ffmpegOptions.h"
 
 #include <algorithm>
 #include <charconv>
 #include <optional>
 
-#include "platform/ffmpegCommandLine.h"
+#include "ffmpeg/ffmpegCommandLine.h"
 
 namespace tessarin {
 

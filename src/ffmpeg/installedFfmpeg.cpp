@@ -1,4 +1,4 @@
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/installedFfmpeg.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

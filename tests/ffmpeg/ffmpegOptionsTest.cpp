@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-#include "platform/ffmpegCommandLine.h"
-#include "platform/ffmpegOptions.h"
+#include "ffmpeg/ffmpegCommandLine.h"
+#include "ffmpeg/ffmpegOptions.h"
 
 namespace tessarin {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "platform/installedFfmpeg.h"
+#include "ffmpeg/installedFfmpeg.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 
