@@ -4,6 +4,7 @@
 #
 #   bench/aicQuality.sh [FRAMES]
 set -euo pipefail
+# shellcheck source=bench/support.sh
 . "$(dirname "$0")/support.sh"
 aicenc="$root/build/release/bin/aicenc"
 frames=${1:-10}

@@ -4,6 +4,7 @@
 #
 #   bench/exportRuns.sh [SECONDS OF THE CLIP] [RUNS]
 set -euo pipefail
+# shellcheck source=bench/support.sh
 . "$(dirname "$0")/support.sh"
 resources="$root/build/release/resources"
 seconds=${1:-20}

@@ -1,6 +1,9 @@
+# shellcheck shell=bash
 # What the scripts here share; sourced by them. Sets root, the source tree, and work, a folder that
 # goes at the end.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=scripts/tell.sh
+. "$root/scripts/tell.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

@@ -4,6 +4,7 @@
 #
 #   bench/wholeRuns.sh [SECONDS OF THE CLIP] [CLIPS TO ANALYSE]
 set -euo pipefail
+# shellcheck source=bench/support.sh
 . "$(dirname "$0")/support.sh"
 tessarin="$root/build/release/bin/tessarin"
 seconds=${1:-10}

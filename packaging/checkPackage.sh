@@ -13,31 +13,31 @@ if [ "${1-}" = --bare ]; then
   place=bare
   shift
 fi
-scripts=$(dirname "$(readlink -f "$0")")
-build=$(readlink -f "${1:-$scripts/../build/release}")
+root=$(dirname "$(dirname "$(readlink -f "$0")")")
+# shellcheck source=scripts/tell.sh
+. "$root/scripts/tell.sh"
+build=$(readlink -f "${1:-$root/build/release}")
 folder=$(mktemp -d)
 server=
 
 leave() {
-  [ -z "$server" ] || kill "$server"
+  [ -z "$server" ] || kill "$server" 2>/dev/null || true
   rm -rf "$folder"
 }
 trap leave EXIT
-
-fail() {
-  echo "checkPackage.sh: $*" >&2
-  exit 1
-}
 
 # A new Debian with nothing in it, in which the package is tried.
 tryInBareSystem() {
   local source=/etc/apt/sources.list.d/debian.sources release
   [ -e "$source" ] || source=/etc/apt/sources.list
   release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-  cp "$package" "$scripts/tryPackage.sh" "$folder/in"
+  mkdir "$folder/in/packaging" "$folder/in/scripts"
+  cp "$package" "$folder/in"
+  cp "$root/packaging/tryPackage.sh" "$folder/in/packaging"
+  cp "$root/scripts/tell.sh" "$folder/in/scripts"
   mmdebstrap --quiet --variant=minbase --format=null \
     --customize-hook="copy-in '$folder/in' /" \
-    --customize-hook="chroot \"\$1\" /in/tryPackage.sh '/in/${package##*/}' bare" \
+    --customize-hook="chroot \"\$1\" /in/packaging/tryPackage.sh '/in/${package##*/}' bare" \
     "$release" - "$source"
 }
 
@@ -68,6 +68,6 @@ export DISPLAY=":$number"
 if [ "$place" = bare ]; then
   tryInBareSystem
 else
-  "$scripts/tryPackage.sh" "$package"
+  "$root/packaging/tryPackage.sh" "$package"
 fi
-echo "checkPackage.sh: ${package##*/} is fine"
+say "${package##*/} is fine"

@@ -6,6 +6,8 @@
 # that it only recommends, and nothing of the name may be left in the end. With DISPLAY set, the
 # window is opened on that X server, too.
 set -euo pipefail
+# shellcheck source=scripts/tell.sh
+. "$(dirname "$(readlink -f "$0")")/../scripts/tell.sh"
 package=$1
 system=${2-}
 folder=$(mktemp -d)
@@ -18,14 +20,9 @@ leave() {
 }
 trap leave EXIT
 
-fail() {
-  echo "tryPackage.sh: $*" >&2
-  exit 1
-}
-
 # quietly COMMAND...: its output is shown when it fails.
 quietly() {
-  "$@" >"$folder/log" 2>&1 || fail "$* fails: $(cat "$folder/log")"
+  ("$@") >"$folder/log" 2>&1 || fail "$* fails: $(cat "$folder/log")"
 }
 
 # openWindow PLATFORM: the window runs until it is asked to leave.

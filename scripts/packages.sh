@@ -27,9 +27,12 @@ missingPackages() {
 
 # readInstalledPackages NAME...: asks once about all of them.
 readInstalledPackages() {
+  local states status=0
   # shellcheck disable=SC2016 # the dollar signs are dpkg-query's
-  installedPackages=" $(dpkg-query -W -f='${db:Status-Status} ${Package} \n' "$@" 2>/dev/null |
-    sed -n 's/^installed //p' | tr -d '\n')"
+  states=$(dpkg-query -W -f='${db:Status-Status} ${Package} \n' "$@" 2>/dev/null) || status=$?
+  # 1: there are names among them that this system has never heard of, as on every new one.
+  [ "$status" -le 1 ] || fail "dpkg-query cannot tell which packages are installed (status $status)"
+  installedPackages=" $(sed -n 's/^installed //p' <<<"$states" | tr -d '\n')"
 }
 
 # aptInstall NAME...: first with the package lists that are there, then with new ones.

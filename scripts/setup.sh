@@ -1,26 +1,20 @@
 # shellcheck shell=bash
 # What ./run, ./test and .ci/run share. Sourced by bash scripts; needs "root", the folder of the
-# checkout. Everything is said on standard error: standard output belongs to the program.
+# checkout.
 
 : "${root:?}"
+# shellcheck source=scripts/tell.sh
+. "$root/scripts/tell.sh"
 
-say() {
-  echo "$(basename "$0"): $*" >&2
-}
-
-fail() {
-  say "$*"
-  exit 1
-}
-
-# step NAME TEXT COMMAND...: says the text and runs the command with its output in a log file,
-# the end of which is shown when the command fails. "set -e" does not work inside the command.
+# step NAME TEXT COMMAND...: says the text and runs the command in a subshell with its output in a
+# log file, the end of which is shown when the command fails. "set -e" does not work inside the
+# command.
 step() {
   local log="$root/build/log/$1.log" text=$2 status=0
   shift 2
   say "$text"
-  mkdir -p "$root/build/log"
-  "$@" >"$log" 2>&1 </dev/null || status=$?
+  mkdir -p "$root/build/log" || fail "this folder has to be writable: $root"
+  ("$@") >"$log" 2>&1 </dev/null || status=$?
   if [ "$status" -ne 0 ]; then
     tail -n 100 "$log" >&2
     fail "failed: $text (all of it in $log)"

@@ -2,15 +2,12 @@
 # Installs a build into a folder of its own, as "cmake --install" does for a user, and runs what is
 # there: it has to find its resources and tools without the build.
 set -euo pipefail
+# shellcheck source=scripts/tell.sh
+. "$(dirname "$0")/../scripts/tell.sh"
 build=$1
 folder=$(mktemp -d "${TMPDIR:-/tmp}/tessarin-test-XXXXXX")
 trap 'rm -rf "$folder"' EXIT
 prefix="$folder/a prefix"
-
-fail() {
-  echo "$*" >&2
-  exit 1
-}
 
 cmake --install "$build" --prefix "$prefix" >"$folder/log" || fail "$(cat "$folder/log")"
 export HOME="$folder/home" TMPDIR="$folder/temporary" LC_ALL=C

@@ -3,6 +3,8 @@
 # value that it takes, and no others.
 set -euo pipefail
 root=$1
+# shellcheck source=scripts/tell.sh
+. "$root/scripts/tell.sh"
 program=$2
 failed=0
 

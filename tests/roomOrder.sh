@@ -1,8 +1,10 @@
-#!/bin/sh
+#!/bin/bash
 # Fails when a file under src/ includes a header of a room that stands above its own, or when
 # anything outside views/ and app/ includes a Qt header.
-set -eu
+set -euo pipefail
 cd "$1"
+# shellcheck source=scripts/tell.sh
+. scripts/tell.sh
 rooms=$(sed -n 's/^set(TESSARIN_ROOMS \(.*\))$/\1/p' cmake/Rooms.cmake)
 [ -n "$rooms" ] || { echo "cmake/Rooms.cmake names no rooms"; exit 1; }
 failed=0
