@@ -11,6 +11,7 @@
 #include "core/batchSettings.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
+#include "encoding/outputName.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 

@@ -6,8 +6,8 @@
 
 #include "classShared/log.h"
 #include "core/admittedSources.h"
-#include "core/jobPlan.h"
 #include "core/stepState.h"
+#include "encoding/outputName.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {

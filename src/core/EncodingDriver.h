@@ -10,6 +10,7 @@
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
 #include "core/jobPlan.h"
+#include "encoding/outputName.h"
 
 namespace tessarin {
 

@@ -1,40 +1,18 @@
 #include "core/jobPlan.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
-#include "encoding/naming.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
-#include "utils/text.h"
 
 namespace tessarin {
 
 namespace {
-
-constexpr const char* folderName = "Tessarin";
-
-// Bytes of a movie's name. With the endings that a job adds ("-failure", a number, the extension)
-// the file name stays below the 255 bytes that file systems take.
-constexpr std::size_t longestTitle = 200;
-
-std::string titleOf(const std::string& source, int target) {
-  std::string title = target == outAic ? dateCreation2iMovieN(source) : pathes2Titles(source, {});
-  if (title.empty())
-    title = fileName(source);
-  // A name that starts with a dot would be hidden.
-  if (startsWith(title, "."))
-    title = "_" + title.substr(1);
-  while (title.size() > longestTitle)
-    title = withoutLastCharacters(title, 1);
-  return replaceAll(title, "/", "-");
-}
 
 // Puts a filter before the command's filters; a command without any gets it alone. Stream copies
 // have no filters and no "-r".
@@ -94,21 +72,6 @@ bool isStreamCopy(const Dico& job) {
 }
 
 }  // namespace
-
-std::string outputFolder(const std::string& destination) {
-  const std::string folder = expandTilde(destination);
-  return fileName(folder) == folderName ? folder : joinPath(folder, folderName);
-}
-
-std::string outputPath(const std::string& source, int target, const std::string& folder,
-                       OutputNames& taken) {
-  const std::string title = titleOf(source, target);
-  std::string path = joinPath(folder, title + ".mov");
-  for (int number = 2; taken.count(path) > 0 && taken[path] != source; ++number)
-    path = joinPath(folder, fmt::format("{}-{}.mov", title, number));
-  taken[path] = source;
-  return path;
-}
 
 Dico jobOfRow(const Dico& row) {
   Dico job = row.dico(BatchKey::dico) ? *row.dico(BatchKey::dico) : Dico();

@@ -1,7 +1,6 @@
 // What is to be done for one row: a decision, made before anything is touched.
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,20 +9,6 @@
 #include "encoding/commandBuilder.h"
 
 namespace tessarin {
-
-// The outputs of a batch so far, by path, with the source of each: two sources of the same name
-// (00000.MTS of two cards) must not write the same movie.
-using OutputNames = std::map<std::string, std::string>;
-
-// The folder that movies are written to: the destination itself when it is called "Tessarin", or
-// else its subfolder of that name. "~" is expanded.
-std::string outputFolder(const std::string& destination);
-
-// The movie that `source` becomes with this target (OutputTarget): a QuickTime movie in `folder`
-// named after the source; for Apple Intermediate Codec after the recording too. A name that
-// another source of `taken` has gets a number. The result is added to `taken`.
-std::string outputPath(const std::string& source, int target, const std::string& folder,
-                       OutputNames& taken);
 
 // The job record of a row: its SourceInfo with the row's choices ("out", "speed", "sizeOut").
 Dico jobOfRow(const Dico& row);

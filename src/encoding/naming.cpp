@@ -58,7 +58,8 @@ std::string masterPathStr(std::string_view path) {
     return withExtension(whole, extension);
   const std::string name = findAndReplace(fileName(withoutExtension(path)), ".", "_", true);
   const std::string cut = trimPathStr(name, masterNameLength - masterEnding.size());
-  return withExtension(joinPath(parentFolder(path), cut).append(masterEnding), extension);
+  // A name of which nothing is left is none: the ending alone goes into the folder.
+  return withExtension(joinPath(parentFolder(path), cut + std::string(masterEnding)), extension);
 }
 
 bool isFolderWritable(std::string_view path) {

@@ -42,37 +42,6 @@ class JobPlanTest : public testing::Test {
   test::TestBundle bundle_;
 };
 
-TEST_F(JobPlanTest, OutputsAreNamedAfterTheirSourcesAndSharedByNone) {
-  const std::pair<const char*, const char*> outputs[] = {
-      {"/a/Été à Köln.MTS", "/out/Été à Köln.mov"},
-      {"/a/50% of.it.mts", "/out/50% of.it.mov"},
-      {"/a/-x.mts", "/out/-x.mov"},
-      {"/a/.hidden.mts", "/out/_hidden.mov"},
-      {"/card1/00000.MTS", "/out/00000.mov"},
-      {"/card2/00000.MTS", "/out/00000-2.mov"},
-      {"/card3/00000.MTS", "/out/00000-3.mov"},
-      {"/card1/00000.MTS", "/out/00000.mov"}};
-  OutputNames taken;
-  for (const auto& [source, output] : outputs)
-    EXPECT_EQ(outputPath(source, outProres, "/out", taken), output);
-}
-
-TEST_F(JobPlanTest, ALongNameStillLeavesRoomForTheEndings) {
-  OutputNames taken;
-  std::string name;
-  for (int count = 0; count < 80; ++count)
-    name += "é夏";
-  const std::string path = outputPath("/a/" + name + ".mts", outProres, "/out", taken);
-  EXPECT_LE(path.size() - std::string("/out/").size() + std::string("-failure-99").size(), 255u);
-  EXPECT_TRUE(path.starts_with("/out/é夏é夏")) << path;
-}
-
-TEST_F(JobPlanTest, TheFolderIsCalledAfterTheProgramOnce) {
-  EXPECT_EQ(outputFolder("/movies"), "/movies/Tessarin");
-  EXPECT_EQ(outputFolder("/movies/Tessarin"), "/movies/Tessarin");
-  EXPECT_EQ(outputFolder("/movies/Tessarin/"), "/movies/Tessarin/");
-}
-
 TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   // Interlaced to ProRes is written at once; a progressive source is copied and then exported; a
   // copy that is to be a QuickTime movie is one.

@@ -1,0 +1,52 @@
+#include "encoding/outputName.h"
+
+#include <fmt/format.h>
+
+#include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/naming.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr const char* folderName = "Tessarin";
+
+// Bytes of a movie's name without endings and extension.
+constexpr std::size_t longestTitle = 200;
+
+std::string titleOf(const std::string& source, int target) {
+  std::string title = target == outAic ? dateCreation2iMovieN(source) : pathes2Titles(source, {});
+  // A name that is blank or starts with a dot could not be seen.
+  if (trimmed(title).empty())
+    title = "_";
+  if (startsWith(title, "."))
+    title = "_" + title.substr(1);
+  while (title.size() > longestTitle)
+    title = withoutLastCharacters(title, 1);
+  return replaceAll(title, "/", "-");
+}
+
+}  // namespace
+
+bool IgnoringCase::operator()(const std::string& one, const std::string& other) const {
+  return lowerCase(one) < lowerCase(other);
+}
+
+std::string outputFolder(const std::string& destination) {
+  const std::string folder = expandTilde(destination);
+  return fileName(folder) == folderName ? folder : joinPath(folder, folderName);
+}
+
+std::string outputPath(const std::string& source, int target, const std::string& folder,
+                       OutputNames& taken) {
+  const std::string title = titleOf(source, target);
+  std::string path = joinPath(folder, title + ".mov");
+  for (int number = 2; taken.count(path) > 0 && taken[path] != source; ++number)
+    path = joinPath(folder, fmt::format("{}-{}.mov", title, number));
+  taken[path] = source;
+  return path;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,30 @@
+// Where the movies of a batch are written to, and what they are called.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace tessarin {
+
+// The outputs of a batch so far, by path, with the source of each: two sources of the same name
+// (00000.MTS of two cards) must not write the same movie. Capitals and small letters count as the
+// same, for the disks that cameras and cards are read on tell them no more apart.
+struct IgnoringCase {
+  bool operator()(const std::string& one, const std::string& other) const;
+};
+using OutputNames = std::map<std::string, std::string, IgnoringCase>;
+
+// The folder that movies are written to: the destination itself when it is called "Tessarin", or
+// else its subfolder of that name. "~" is expanded.
+std::string outputFolder(const std::string& destination);
+
+// The movie that `source` becomes with this target (OutputTarget): a QuickTime movie directly in
+// `folder`, named after the source; for Apple Intermediate Codec after the recording too. A name
+// that another source of `taken` has gets a number. The result is added to `taken`. Whatever the
+// source is called, the name is visible, and it leaves room in the 255 bytes that file systems take
+// for the endings that a job adds ("-failure", numbers, "_MASTER").
+std::string outputPath(const std::string& source, int target, const std::string& folder,
+                       OutputNames& taken);
+
+}  // namespace tessarin
