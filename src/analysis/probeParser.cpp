@@ -11,6 +11,7 @@
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
@@ -21,12 +22,6 @@
 namespace tessarin {
 
 namespace {
-
-// The leading integer as the records hold it: signed, of 32 bits.
-std::int64_t wholeNumber(std::string_view text) {
-  return std::clamp<std::int64_t>(leadingInteger(text), std::numeric_limits<std::int32_t>::min(),
-                                  std::numeric_limits<std::int32_t>::max());
-}
 
 bool startsWithDigit(std::string_view text) {
   return !text.empty() && text.front() >= '0' && text.front() <= '9';
@@ -45,9 +40,13 @@ class StreamWriter {
     if (!text.empty())
       set(field, text);
   }
-  void setPositive(std::string_view field, std::int64_t number) const {
-    if (number > 0)
-      set(field, number);
+  void setNumber(std::string_view field, std::string_view text, NumberRange range) const {
+    if (const auto number = wholeNumber(text, range))
+      set(field, *number);
+  }
+  void setRatio(std::string_view field, std::string_view text) const {
+    if (const auto ratio = ratioText(text))
+      set(field, *ratio);
   }
 
   // What every stream has.
@@ -74,21 +73,22 @@ void readDuration(std::string_view line, SourceInfo& record) {
       debugFormat("tc (str)            : {}", timeCode);
       const double seconds = timeStr2Seconds(timeCode);
       // Less than a second would be a duration of 0, which no record holds.
-      if (seconds >= 1 && seconds <= std::numeric_limits<std::int32_t>::max())
+      if (seconds >= 1 && isWithin(seconds, ReportRange::duration))
         record.set(SourceKey::wDuration, static_cast<std::int64_t>(seconds));
     } else if (const auto start = textAfter(part, "start: ")) {
-      record.set(SourceKey::wOffset, str2Float(*start));
+      if (const auto seconds = decimalNumber(*start, ReportRange::time))
+        record.set(SourceKey::wOffset, static_cast<float>(*seconds));
     } else if (const auto bitrate = textAfter(part, "bitrate: ")) {
-      if (const std::int64_t number = wholeNumber(*bitrate); number > 0)
-        record.set(SourceKey::wBitrate, number);
+      if (const auto number = wholeNumber(*bitrate, ReportRange::bitRate))
+        record.set(SourceKey::wBitrate, *number);
     }
   }
 }
 
 // ---- Audio
 
-// 1, 2 or the sum of an "a.b" layout; -1 for every other form.
-std::int64_t channelsOfLayout(std::string_view layout) {
+// 1, 2 or the sum of an "a.b" layout; nothing for every other form.
+std::optional<std::int64_t> channelsOfLayout(std::string_view layout) {
   const std::string name = lowerCase(trimmed(textUpTo(layout, " (")));
   if (name == "mono")
     return 1;
@@ -96,10 +96,11 @@ std::int64_t channelsOfLayout(std::string_view layout) {
     return 2;
   const auto behindPoint = textAfter(name, ".");
   debugFormat("rangeOfString:@'.' tmpStr : {}", behindPoint.value_or("nil"));
-  if (!behindPoint || !startsWithDigit(name))
-    return -1;
-  return std::min<std::int64_t>(wholeNumber(name) + wholeNumber(*behindPoint),
-                                std::numeric_limits<std::int32_t>::max());
+  if (!behindPoint)
+    return std::nullopt;
+  const auto around = wholeNumber(name, ReportRange::channels);
+  const auto low = wholeNumber(*behindPoint, {0, ReportRange::channels.most});
+  return around && low ? std::optional(*around + *low) : std::nullopt;
 }
 
 void readAudio(const StreamLine& line, const StreamWriter& stream) {
@@ -108,13 +109,14 @@ void readAudio(const StreamLine& line, const StreamWriter& stream) {
     const std::string_view part = line.parts[place];
     debugFormat("audio linePart (j={}): {}", place, part);
     if (contains(part, " Hz")) {
-      stream.setPositive(StreamField::rate, wholeNumber(part));
+      stream.setNumber(StreamField::rate, part, ReportRange::soundRate);
     } else if (contains(part, " kb/s")) {
-      stream.setPositive(StreamField::bitrate, wholeNumber(part));
+      stream.setNumber(StreamField::bitrate, part, ReportRange::bitRate);
     } else if (!stream.has(StreamField::channels)) {
-      const std::int64_t channelsInt = channelsOfLayout(part);
-      debugFormat("channelsInt         : {}", channelsInt);
-      stream.setPositive(StreamField::channels, channelsInt);
+      const auto channelsInt = channelsOfLayout(part);
+      debugFormat("channelsInt         : {}", channelsInt.value_or(-1));
+      if (channelsInt)
+        stream.set(StreamField::channels, *channelsInt);
       debugFormat("a…_channels         ? {}", stream.has(StreamField::channels) ? part : "nil");
     }
   }
@@ -145,7 +147,7 @@ std::optional<float> frameRate(std::string_view tbrPart, std::string_view descri
   if (tbrText.ends_with('k') && fps && *fps > 0)
     tbr = *fps;
   debugFormat("fps => fpsF={:f}, tbrF={:f}", fps.value_or(0), tbr);
-  return tbr > 0 ? std::optional<float>(tbr) : std::nullopt;
+  return isWithin(tbr, ReportRange::pictureRate) ? std::optional(tbr) : std::nullopt;
 }
 
 // "1920x1080", perhaps with "(1920x1088) [SAR 1:1 DAR 16:9]" behind it. Only digits on both sides
@@ -156,26 +158,26 @@ bool readSize(std::string_view part, const StreamWriter& stream) {
   if (!height || !startsWithDigit(*height) || !startsWithDigit(width) ||
       width.find_first_not_of("0123456789") != std::string_view::npos)
     return false;
-  stream.setPositive(StreamField::width, wholeNumber(width));
-  stream.setPositive(StreamField::height, wholeNumber(*height));
+  stream.setNumber(StreamField::width, width, ReportRange::pictureSide);
+  stream.setNumber(StreamField::height, *height, ReportRange::pictureSide);
 
   auto pixel = textAfter(part, "PAR ");
   if (!pixel)
     pixel = textAfter(part, "SAR ");
   if (pixel)
-    stream.setText(StreamField::par, textUpTo(textUpTo(*pixel, " "), "]"));
+    stream.setRatio(StreamField::par, *pixel);
   if (const auto picture = textAfter(part, "DAR "))
-    stream.setText(StreamField::dar, textUpTo(textUpTo(*picture, "]"), " "));
+    stream.setRatio(StreamField::dar, *picture);
   return true;
 }
 
 // "SAR 59:54 DAR 295:216" on its own: what the container says. The coded shape, when it is there,
 // comes first and keeps its place.
 void readAspect(std::string_view part, const StreamWriter& stream, const StreamWriter& container) {
-  const std::string_view pixel = textUpTo(*textAfter(part, "SAR "), " ");
-  const std::string_view picture = textUpTo(textUpTo(*textAfter(part, "DAR "), " "), "]");
-  (stream.has(StreamField::par) ? container : stream).setText(StreamField::par, pixel);
-  (stream.has(StreamField::dar) ? container : stream).setText(StreamField::dar, picture);
+  const std::string_view pixel = *textAfter(part, "SAR ");
+  const std::string_view picture = *textAfter(part, "DAR ");
+  (stream.has(StreamField::par) ? container : stream).setRatio(StreamField::par, pixel);
+  (stream.has(StreamField::dar) ? container : stream).setRatio(StreamField::dar, picture);
 }
 
 // The first single word that is neither a number nor a ratio names the pixel format; its brackets
@@ -194,14 +196,14 @@ void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamW
     const std::string_view part = line.parts[place];
     debugFormat("video[linePartsMA#{}]: {}", place, part);
     if (contains(part, " kb/s")) {
-      stream.setPositive(StreamField::bitrate, wholeNumber(part));
+      stream.setNumber(StreamField::bitrate, part, ReportRange::bitRate);
     } else if (contains(part, " tbr")) {
       if (const auto rate = frameRate(part, line.description))
         stream.set(StreamField::fps, static_cast<double>(*rate));
     } else if (contains(part, " tbc")) {
       const std::string_view base = textUpTo(textUpTo(part, " tbc"), "k");
-      if (const std::int64_t number = wholeNumber(base); number > 0)
-        stream.set(StreamField::tbc, static_cast<double>(number));
+      if (const auto number = wholeNumber(base, ReportRange::codecClock))
+        stream.set(StreamField::tbc, static_cast<double>(*number));
     } else if (readSize(part, stream)) {
       continue;
     } else if (contains(part, "SAR ") && contains(part, "DAR ")) {
@@ -251,7 +253,8 @@ SourceInfo recordOfReport(std::string_view report) {
   int videoCount = 0;
   int audioCount = 0;
   int subtitleCount = 0;
-  ReportLines lines(block);
+  std::vector<std::pair<StreamKind, int>> known;
+  DescriptionLines lines(block);
   while (const auto line = lines.next()) {
     if (lineDeclares(*line, "Input #")) {
       const auto fields = split(*line, ", ");
@@ -266,6 +269,11 @@ SourceInfo recordOfReport(std::string_view report) {
     const auto stream = parseStreamLine(*line);
     if (!stream)
       continue;
+    // A stream of two programmes is described in both.
+    const std::pair identity{stream->kind, stream->id.value_or(-1)};
+    if (stream->id && std::find(known.begin(), known.end(), identity) != known.end())
+      continue;
+    known.push_back(identity);
     debugFormat("\n\ncurrentLineStr : {}", *line);
     debugFormat("linePartsMArray     : {}", fmt::join(stream->parts, " | "));
     switch (stream->kind) {
@@ -284,7 +292,7 @@ SourceInfo recordOfReport(std::string_view report) {
       case StreamKind::subtitle: {
         const StreamWriter writer(record, StreamKind::subtitle, subtitleCount++);
         writer.setCommon(*stream);
-        readSubtitleTitle(lines, writer);
+        readSubtitleTitle(lines.behind(), writer);
         break;
       }
       case StreamKind::container:

@@ -7,6 +7,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
@@ -22,23 +23,21 @@ constexpr double shortestChapter = 20.0;  // seconds
 }  // namespace
 
 std::optional<std::vector<double>> ffChapters(std::optional<std::string_view> report) {
-  constexpr std::string_view chapterMark = "Chapter #";
   logLine("ffChapters          - begin");
   if (!report)
     return std::nullopt;
   std::vector<double> starts;
-  std::size_t end = 0;
-  for (std::size_t found = findText(*report, chapterMark); found != std::string_view::npos;
-       found = findText(*report, chapterMark, end)) {
-    const std::size_t start = lineStart(*report, found);
-    end = lineEnd(*report, found);
-    const auto text = textBetween(report->substr(start, end - start), ": start ", ", end ");
-    if (!text)
+  DescriptionLines lines(inputBlock(*report));
+  while (const auto line = lines.next()) {
+    if (!lineDeclares(*line, "Chapter #"))
       continue;
-    const double seconds = leadingNumber(trimmed(*text));
-    const bool known = std::find(starts.begin(), starts.end(), seconds) != starts.end();
-    if (!known && (starts.empty() || seconds > starts.back() + shortestChapter))
-      starts.push_back(seconds);
+    const auto text = textBetween(*line, ": start ", ", end ");
+    const auto seconds = text ? decimalNumber(*text, ReportRange::duration) : std::nullopt;
+    if (!seconds)
+      continue;
+    const bool known = std::find(starts.begin(), starts.end(), *seconds) != starts.end();
+    if (!known && (starts.empty() || *seconds > starts.back() + shortestChapter))
+      starts.push_back(*seconds);
   }
   if (starts.empty())
     return std::nullopt;

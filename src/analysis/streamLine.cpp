@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 
 namespace tessarin {
@@ -15,9 +15,9 @@ struct KindWord {
   std::string_view word;
   StreamKind kind;
 };
-constexpr std::array kindWords = {KindWord{"Audio: ", StreamKind::audio},
-                                  KindWord{"Video: ", StreamKind::video},
-                                  KindWord{"Subtitle: ", StreamKind::subtitle}};
+constexpr std::array kindWords = {KindWord{": Audio: ", StreamKind::audio},
+                                  KindWord{": Video: ", StreamKind::video},
+                                  KindWord{": Subtitle: ", StreamKind::subtitle}};
 
 // Divides at ", " outside of brackets, so that "yuv420p(tv, top first), 720x576" is two parts. A
 // closing bracket too many is passed over; one too few is not ffmpeg's doing, for what it takes
@@ -50,10 +50,8 @@ std::optional<int> streamNumber(std::string_view head) {
   const std::string_view number = head.substr(divider + 1);
   if (number.empty() || number.front() < '0' || number.front() > '9')
     return std::nullopt;
-  const std::int64_t value = leadingInteger(number);
-  if (value > std::numeric_limits<int>::max())
-    return std::nullopt;
-  return static_cast<int>(value);
+  const auto value = wholeNumber(number, ReportRange::streamNumber);
+  return value ? std::optional(static_cast<int>(*value)) : std::nullopt;
 }
 
 // Seconds per tick: the "1/90000" that ends the head at the debug level, else the "90k tbn" of the
@@ -88,21 +86,20 @@ std::optional<StreamLine> parseStreamLine(std::string_view line) {
   const std::string_view text = line.substr(line.find(mark) + mark.size());
 
   StreamLine result;
-  std::size_t wordStart = std::string_view::npos;
+  // The last one: before it stands the language, which is a text of the source.
+  std::size_t headEnd = 0;
   for (const KindWord& candidate : kindWords) {
-    const std::size_t found = text.find(candidate.word);
-    if (found >= wordStart)
+    const std::size_t found = text.rfind(candidate.word);
+    if (found == std::string_view::npos || found <= headEnd)
       continue;
-    wordStart = found;
+    headEnd = found;
     result.kind = candidate.kind;
     result.description = text.substr(found + candidate.word.size());
   }
-  if (wordStart == std::string_view::npos)
+  if (headEnd == 0)
     return std::nullopt;
 
-  std::string_view head = text.substr(0, wordStart);
-  if (const std::size_t colon = head.rfind(": "); colon != std::string_view::npos)
-    head = head.substr(0, colon);
+  const std::string_view head = text.substr(0, headEnd);
   result.id = streamNumber(head);
   result.lang = textBetween(head, "(", ")").value_or("");
 

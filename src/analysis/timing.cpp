@@ -10,6 +10,7 @@
 #include "analysis/streamLine.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
@@ -56,7 +57,7 @@ class PacketLines {
                                                        "read_packet stream="};
     for (const std::string_view mark : marks) {
       mark_ = mark;
-      position_ = findText(report_, mark_);
+      position_ = findStatement(0);
       if (position_ != std::string_view::npos)
         return;
     }
@@ -67,13 +68,25 @@ class PacketLines {
       return std::nullopt;
     const std::size_t start = position_ + mark_.size();
     const std::size_t end = lineEnd(report_, start);
-    position_ = findText(report_, mark_, end);
+    position_ = findStatement(end);
     const std::string_view line = report_.substr(start, end - start);
     return Packet{leadingInteger(line), timeBehind(line, " pts="), timeBehind(line, " dts="),
                   timeBehind(line, " flags=").value_or(0)};
   }
 
  private:
+  // Where the mark stands in a line that begins with "[mpegts @ …]", as one with a text of the
+  // source never does.
+  std::size_t findStatement(std::size_t from) const {
+    std::size_t found = findText(report_, mark_, from);
+    while (found != std::string_view::npos) {
+      if (report_[lineStart(report_, found)] == '[')
+        return found;
+      found = findText(report_, mark_, found + mark_.size());
+    }
+    return found;
+  }
+
   std::string_view report_;
   std::string_view mark_;
   std::size_t position_ = 0;
@@ -98,14 +111,14 @@ struct DeclaredInput {
 DeclaredInput declaredInput(std::string_view report) {
   DeclaredInput input;
   double fallbackBase = 0;
-  ReportLines lines(inputBlock(report));
+  DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {
     if (lineDeclares(*line, "Input ") &&
         (contains(*line, ", mpegts, ") || contains(*line, ", mpeg, ")))
       fallbackBase = 1.0 / 90000;  // the clock of MPEG systems
     if (lineDeclares(*line, "Duration: ")) {
       if (const auto start = textAfter(*line, ", start: "))
-        input.start = leadingNumber(*start);
+        input.start = decimalNumber(*start, ReportRange::time);
       continue;
     }
     const auto stream = parseStreamLine(*line);
@@ -129,7 +142,8 @@ void takeEarliest(std::optional<double>& earliest, std::optional<std::int64_t> t
   if (!ticks)
     return;
   const double seconds = static_cast<double>(*ticks) * base;
-  earliest = std::min(earliest.value_or(seconds), seconds);
+  if (isWithin(seconds, ReportRange::time))
+    earliest = std::min(earliest.value_or(seconds), seconds);
 }
 
 void readStarts(std::string_view report, std::vector<StreamStart>& streams) {
@@ -215,15 +229,13 @@ std::optional<double> firstKeyFrameShown(std::string_view report) {
 }
 
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
-  constexpr std::string_view mark = "showinfo";
-  std::size_t end = 0;
-  for (std::size_t found = findText(report, mark); found != std::string_view::npos;
-       found = findText(report, mark, end)) {
-    end = lineEnd(report, found);
-    const std::string_view line = report.substr(found, end - found);
-    const auto time = textAfter(line, " pts_time:");
-    if (time && (contains(line, " iskey:1") || contains(line, " type:I")))
-      return sinceStart(leadingNumber(trimmed(*time)), declaredInput(report));
+  ReportLines lines(report);
+  while (const auto line = lines.next()) {
+    if (!startsWith(*line, "[") || !contains(*line, "showinfo"))
+      continue;
+    const auto time = decimalNumber(textAfter(*line, " pts_time:").value_or(""), ReportRange::time);
+    if (time && (contains(*line, " iskey:1") || contains(*line, " type:I")))
+      return sinceStart(*time, declaredInput(report));
   }
   return std::nullopt;
 }

@@ -10,6 +10,7 @@
 #include "core/newRow.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "process/pipelines.h"
@@ -54,7 +55,7 @@ void AnalysisQueue::refuse(const std::string& reason) {
 }
 
 void AnalysisQueue::refuseForReport() {
-  refuse(failureReason(retainedReport_.value_or(""),
+  refuse(failureReason(wordsOfTool(retainedReport_.value_or("")),
                        services_.preferences.prefReadString(StateKey::analysed)));
 }
 
@@ -85,7 +86,7 @@ void AnalysisQueue::stepFfmpeg() {
 void AnalysisQueue::stepFfmpegResult() {
   retainedReport_ = takeOutput("analysisFfmpegResult");
   if (retainedReport_)
-    isFfmpegSuccess(*retainedReport_);
+    isFfmpegSuccess(wordsOfTool(*retainedReport_));
   debugFormat("->analysisFfmpegParse");
   steps_.set("analysisFfmpegParse");
   again();
@@ -99,7 +100,7 @@ void AnalysisQueue::stepFfmpegParse() {
   }
   if (triesForcedFormat()) {
     steps_.set("analysisFfmpeg");
-  } else if (retainedReport_ && isFfmpegSuccess(*retainedReport_)) {
+  } else if (retainedReport_ && isFfmpegSuccess(wordsOfTool(*retainedReport_))) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
@@ -114,7 +115,8 @@ void AnalysisQueue::stepFfmpegParse() {
 bool AnalysisQueue::triesForcedFormat() {
   PreferenceStore& store = services_.preferences;
   if (!store.prefReadString(StateKey::forcedFormat).empty() || !retainedReport_ ||
-      contains(*retainedReport_, "Input #0") || contains(*retainedReport_, " probed with size="))
+      describesInput(*retainedReport_) ||
+      contains(wordsOfTool(*retainedReport_), " probed with size="))
     return false;
   const auto format = forceFormat(store.prefReadString(StateKey::analysed), *retainedReport_);
   if (format)

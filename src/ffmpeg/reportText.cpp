@@ -1,6 +1,7 @@
 #include "ffmpeg/reportText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace tessarin {
@@ -11,16 +12,25 @@ bool isLineEnd(char letter) {
   return letter == '\n' || letter == '\r';
 }
 
-// The first line behind `from` that declares the word: where the word stands in it.
-std::size_t findDeclaration(std::string_view report, std::string_view word, std::size_t from) {
+// The first line behind `from` that begins with the word: where that is.
+std::size_t findOpening(std::string_view report, std::string_view word, std::size_t from) {
   std::size_t found = findText(report, word, from);
-  while (found != std::string_view::npos) {
-    const std::size_t start = lineStart(report, found);
-    if (lineDeclares(report.substr(start, found + word.size() - start), word))
-      return found;
-    found = findText(report, word, lineEnd(report, found));
-  }
+  while (found != std::string_view::npos && lineStart(report, found) != found)
+    found = findText(report, word, found + 1);
   return found;
+}
+
+std::size_t indentation(std::string_view line) {
+  return std::min(line.find_first_not_of(' '), line.size());
+}
+
+// Lines that repeat what the tool was told: file names, and what else a caller makes of a source.
+bool repeatsArguments(std::string_view line) {
+  constexpr std::array<std::string_view, 5> openings = {
+      "Reading option ", "Applying option ", "Parsing a group of options", "Opening an input file",
+      "Opening an output file"};
+  return std::any_of(openings.begin(), openings.end(),
+                     [line](std::string_view opening) { return line.starts_with(opening); });
 }
 
 }  // namespace
@@ -66,25 +76,69 @@ std::size_t lineEnd(std::string_view text, std::size_t position) {
 }
 
 bool lineDeclares(std::string_view line, std::string_view word) {
-  const std::size_t found = line.find(word);
-  return found != std::string_view::npos && found <= line.find(": ");
+  return line.substr(indentation(line)).starts_with(word);
 }
 
 std::string_view inputBlock(std::string_view report) {
   // The first line never marks a border; a block that begins with it begins with the report.
   std::size_t start = 0;
-  for (std::size_t found = findDeclaration(report, "Input #0, ", lineEnd(report, 0));
+  for (std::size_t found = findOpening(report, "Input #0, ", lineEnd(report, 0));
        found != std::string_view::npos;
-       found = findDeclaration(report, "Input #0, ", lineEnd(report, found)))
-    start = lineStart(report, found);
+       found = findOpening(report, "Input #0, ", lineEnd(report, found)))
+    start = found;
 
   const std::size_t behindStart = lineEnd(report, start);
-  const std::string_view block =
-      report.substr(0, findDeclaration(report, "Output #0, ", behindStart));
-  const std::size_t end =
-      std::min(findDeclaration(block, "At least one output file must be specified", behindStart),
-               block.size());
-  return report.substr(start, (end < report.size() ? lineStart(report, end) : end) - start);
+  const std::string_view block = report.substr(0, findOpening(report, "Output #0, ", behindStart));
+  const std::size_t end = std::min(
+      findOpening(block, "At least one output file must be specified", behindStart), block.size());
+  return report.substr(start, end - start);
+}
+
+std::optional<std::string_view> DescriptionLines::next() {
+  while (const auto line = lines_.next()) {
+    const std::size_t depth = indentation(*line);
+    if (texts_ && depth > *texts_ && depth < line->size())
+      continue;
+    texts_.reset();
+    if (line->substr(depth) == "Metadata:")
+      texts_ = depth;
+    else
+      return line;
+  }
+  return std::nullopt;
+}
+
+bool describesInput(std::string_view report) {
+  return report.starts_with("Input #0, ") ||
+         findOpening(report, "Input #0, ", 0) != std::string_view::npos;
+}
+
+std::string wordsOfTool(std::string_view report) {
+  constexpr std::string_view userData = "user data:\"";
+  std::string words;
+  bool inUserData = false;
+  ReportLines lines(report);
+  while (const auto next = lines.next()) {
+    std::string_view line = *next;
+    if (inUserData) {
+      inUserData = !line.ends_with('"');
+      continue;
+    }
+    if (line.empty() || line.front() == ' ' || repeatsArguments(line))
+      continue;
+    if (const std::size_t found = line.find(userData); found != std::string_view::npos) {
+      inUserData = found + userData.size() == line.size() || !line.ends_with('"');
+      continue;
+    }
+    // Names of files, and what a container says about them, stand in quotation marks.
+    const std::size_t open = line.find('\'');
+    const std::size_t close = line.rfind('\'');
+    words.append(line.substr(0, open == close ? line.size() : open + 1));
+    if (open != close)
+      words.append(line.substr(close));
+    words += '\n';
+  }
+  return words;
 }
 
 }  // namespace tessarin

@@ -5,6 +5,9 @@
 #include <vector>
 
 #include "analysis/probeParser.h"
+#include "analysis/probes.h"
+#include "analysis/timing.h"
+#include "ffmpeg/reportText.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"
 
@@ -243,15 +246,35 @@ TEST(ProbeParser, ReadsABlockWithoutTrailerOrAtTheFirstLine) {
   EXPECT_EQ(recordOf("Input #1, mp3, from 'a':\n" + stream).integer("a0_id"), 0);
 }
 
+// What a source can put into a report: values, but also the names of values, the language of a
+// stream, and texts of several lines.
 TEST(ProbeParser, TakesNoStatementFromTextsOfTheSource) {
+  const LogCapture quiet(false);
+  const std::string report = readTestData("reports/hostile.txt");
+  const SourceInfo record = ffInfos(report, std::nullopt).value_or(SourceInfo());
+  EXPECT_EQ(record.text("wrapper"), "matroska,webm");
+  EXPECT_EQ(record.integer("w_duration"), 1);
+  EXPECT_EQ(record.text("v0_codec"), "h264");
+  EXPECT_EQ(record.integer("v0_width"), 720);
+  EXPECT_FALSE(record.contains("v1_codec"));
+  EXPECT_EQ(record.integer("a0_id"), 1);
+  EXPECT_FALSE(record.contains("a1_id"));
+  EXPECT_EQ(ffChapters(report), std::nullopt);
+  EXPECT_EQ(idetCounts(report), std::nullopt);
+  EXPECT_EQ(firstKeyFrameOfShowinfo(report), std::nullopt);
+  EXPECT_EQ(firstKeyFrameShown(report), 0.005);
+  EXPECT_FALSE(isFfmpegSuccess(report));
+  EXPECT_TRUE(isFfmpegSuccess(wordsOfTool(report)));
+}
+
+TEST(ProbeParser, StoresNoNumberThatCannotBe) {
   const SourceInfo record = recordOfLines(
-      "  Metadata:\n"
-      "    title           : Input #0, mine, all mine\n"
-      "    comment         : Duration: 99:00:00.00, bitrate: 5 kb/s\n"
-      "    artist          : Stream #0:7: Video: h264, yuv420p, 8x8, 5 tbr\n"
-      "  Duration: 00:00:10.50, start: 0.000000, bitrate: 1000 kb/s");
+      "  Duration: 99999:00:00.00, start: 99999999999.0, bitrate: 999999999999 kb/s\n"
+      "  Stream #0:0: Video: h264, yuv420p, 99999x88888 [SAR 1:65535 DAR 1:65535], 90k tbr\n"
+      "  Stream #0:1: Audio: aac, 99999999 Hz, 9000.1, 1 kb/s");
   const SourceInfo expected = {
-      {"wrapper", "mpegts"}, {"w_duration", 10}, {"w_offset", number(0)}, {"w_bitrate", 1000}};
+      {"wrapper", "mpegts"},  {"v0_id", 0}, {"v0_codec", "h264"}, {"v0_chroma", "yuv420p"},
+      {"v0_fps", number(90)}, {"a0_id", 1}, {"a0_codec", "aac"},  {"a0_bitrate", 1}};
   EXPECT_EQ(record, expected) << record.description();
 }
 

@@ -168,7 +168,7 @@ TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   const LogCapture quiet(false);
   const AnalysisTools tools;
   tools.script("ffmpeg", "echo called >>'" + tools.folder().file("calls") +
-                             "'; echo 'showinfo pts_time:0.48 iskey:1'");
+                             "'; echo '[showinfo] pts_time:0.48 iskey:1'");
   const auto late = analysisFf(readTestData("reports/late-sound.txt"), "Progressive", "/a.ts");
   ASSERT_TRUE(late);
   EXPECT_EQ(late->integer("a1_offsetMs"), 240);
