@@ -1,7 +1,10 @@
-// What lies on a camera's card: playlists, the recording times in streams and beside clips.
+// What lies on a camera's card: playlists, the recording times in streams, in containers and beside
+// clips.
 #include <cstdint>
 #include <string_view>
 
+#include "InputFile.h"
+#include "tools/gettimestamps/containers.h"
 #include "tools/gettimestamps/playlist.h"
 #include "tools/gettimestamps/streams.h"
 
@@ -13,5 +16,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   tessarin::recordingTimeInH264(bytes);
   if (const auto time = tessarin::recordingTimeOfMoi(bytes); !time && time.reason().empty())
     __builtin_trap();
+  tessarin::recordingTimeInBytes(bytes);
+  tessarin::recordingTimeInDv(bytes);
+  const tessarin::fuzz::InputFile input(data, size);
+  for (const auto& read : {tessarin::recordingTimeOfQuickTime, tessarin::recordingTimeOfMatroska,
+                           tessarin::recordingTimeOfMxf, tessarin::recordingTimeOfAvi}) {
+    tessarin::BoundedFile file(input.path());
+    if (const auto time = read(file); time && !time->isValid())
+      __builtin_trap();
+  }
   return 0;
 }

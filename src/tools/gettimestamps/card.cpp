@@ -6,6 +6,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/playlist.h"
+#include "tools/gettimestamps/streamFile.h"
 #include "tools/gettimestamps/streams.h"
 #include "utils/files.h"
 
@@ -16,6 +17,7 @@ namespace {
 // Far more than any playlist needs (a card has some hundred clips, each a few hundred bytes).
 constexpr std::size_t playlistLimit = 16 << 20;
 constexpr std::size_t moiLimit = 1 << 20;
+constexpr std::size_t sideFileLimit = 4 << 20;
 
 std::vector<std::string> sortedEntries(std::string_view folder) {
   std::vector<std::string> entries = lsCocoa(folder).value_or(std::vector<std::string>());
@@ -78,66 +80,104 @@ class Collection {
   ClipTimes times_;
 };
 
-std::optional<RecordingTime> timeOfStream(const std::string& path) {
-  // The message comes with the first pictures, before anything of theirs that is large.
-  for (const std::size_t length : {std::size_t{256} << 10, std::size_t{4} << 20}) {
-    const auto start = readFileStart(path, length);
-    if (!start)
-      break;
-    if (const auto time = recordingTimeInH264(videoOfTransportStream(*start)))
-      return time;
+// The clips' files by their names, and what their streams say. Each is read once, however many
+// playlists and items name it.
+class CardStreams {
+ public:
+  explicit CardStreams(const std::optional<std::string>& folder) {
+    for (const std::string& path : filesOfKind(folder, {"mts", "m2ts", "m2t"}))
+      files_.emplace(fileName(withoutExtension(path)), path);
   }
-  return std::nullopt;
+
+  const std::map<std::string, std::string>& files() const { return files_; }
+  std::optional<RecordingTime> timeOf(const std::string& name) {
+    const auto file = files_.find(name);
+    if (file == files_.end())
+      return std::nullopt;
+    const auto known = times_.find(name);
+    if (known != times_.end())
+      return known->second;
+    return times_[name] = recordingTimeInFile(file->second);
+  }
+
+ private:
+  std::map<std::string, std::string> files_;
+  std::map<std::string, std::optional<RecordingTime>> times_;
+};
+
+// The time of one clip of a playlist, when that of the clip before is known: its own mark, for a
+// continued one the time of the clip before, for the first one the playlist's own time; then what
+// the stream itself says, and the playlist's own time where that says nothing.
+std::optional<RecordingTime> timeOfItem(const Playlist& playlist, std::size_t index,
+                                        const std::optional<RecordingTime>& before,
+                                        CardStreams& streams) {
+  const PlaylistClip& clip = playlist.clips[index];
+  std::optional<RecordingTime> time = clip.time;
+  if (clip.continues && before)
+    time = before;
+  if (!time && index == 0)
+    time = playlist.time;
+  if (!time)
+    time = streams.timeOf(clip.name);
+  return time ? time : playlist.time;
 }
 
-// The clip's file, by its name; nothing when it is not there.
-using StreamFiles = std::map<std::string, std::string>;
-
-// One playlist's clips in their order: a clip's own mark, for a continued one the time of the clip
-// before, for the first one the playlist's own time; then what the stream itself says, and the
-// playlist's own time where that says nothing.
-void addPlaylist(const Playlist& playlist, const StreamFiles& streams, Collection& collection) {
+void addPlaylist(const Playlist& playlist, CardStreams& streams, Collection& collection) {
   std::optional<RecordingTime> before;
   for (std::size_t index = 0; index < playlist.clips.size(); ++index) {
-    const PlaylistClip& clip = playlist.clips[index];
-    std::optional<RecordingTime> time = clip.time;
-    if (clip.continues && before)
-      time = before;
-    if (!time && index == 0)
-      time = playlist.time;
-    if (const auto stream = streams.find(clip.name); !time && stream != streams.end())
-      time = timeOfStream(stream->second);
-    if (!time)
-      time = playlist.time;
-    before = time;
-    if (time)
-      collection.add(clip.name, *time);
+    before = timeOfItem(playlist, index, before, streams);
+    if (before)
+      collection.add(playlist.clips[index].name, *before);
   }
 }
 
-void addCard(const CardFolders& folders, Collection& collection) {
-  StreamFiles streams;
-  for (const std::string& path : filesOfKind(folders.streams, {"mts", "m2ts", "m2t"}))
-    streams.emplace(fileName(withoutExtension(path)), path);
-  for (const std::string& path : filesOfKind(folders.playlists, {"mpl", "mpls"})) {
+// The same for one clip alone: what it does not depend on is not read.
+std::optional<RecordingTime> timeInPlaylist(const Playlist& playlist, const std::string& name,
+                                            CardStreams& streams) {
+  const auto& clips = playlist.clips;
+  const auto found = std::find_if(clips.begin(), clips.end(),
+                                  [&](const PlaylistClip& clip) { return clip.name == name; });
+  if (found == clips.end())
+    return std::nullopt;
+  const auto wanted = static_cast<std::size_t>(found - clips.begin());
+  std::size_t first = wanted;
+  while (first > 0 && clips[first].continues)
+    --first;
+  std::optional<RecordingTime> time;
+  for (std::size_t index = first; index <= wanted; ++index)
+    time = timeOfItem(playlist, index, time, streams);
+  return time;
+}
+
+// Calls `visit` for each playlist of the folder that can be read, in the order of their names.
+template <class Visit>
+void forEachPlaylist(const std::optional<std::string>& folder, Collection& problems,
+                     const Visit& visit) {
+  for (const std::string& path : filesOfKind(folder, {"mpl", "mpls"})) {
     const auto bytes = readFileStart(path, playlistLimit);
     if (!bytes) {
-      collection.addProblem(path, "cannot be read");
+      problems.addProblem(path, "cannot be read");
       continue;
     }
     const Outcome<Playlist> playlist = parsePlaylist(*bytes);
     if (!playlist) {
-      collection.addProblem(path, playlist.reason());
+      problems.addProblem(path, playlist.reason());
       continue;
     }
     for (const std::string& problem : playlist.value().problems)
-      collection.addProblem(path, problem);
-    addPlaylist(playlist.value(), streams, collection);
+      problems.addProblem(path, problem);
+    visit(playlist.value());
   }
-  for (const auto& [name, path] : streams) {
+}
+
+void addCard(const CardFolders& folders, Collection& collection) {
+  CardStreams streams(folders.streams);
+  forEachPlaylist(folders.playlists, collection,
+                  [&](const Playlist& playlist) { addPlaylist(playlist, streams, collection); });
+  for (const auto& [name, path] : streams.files()) {
     if (collection.has(name))
       continue;
-    if (const auto time = timeOfStream(path))
+    if (const auto time = streams.timeOf(name))
       collection.add(name, *time);
     else
       collection.addProblem(path, "no recording time");
@@ -181,6 +221,38 @@ Outcome<ClipTimes> clipTimes(std::string_view folder) {
   else
     addMoiFolder(path, collection);
   return collection.finish();
+}
+
+bool isOnCard(const std::string& clip) {
+  return childFolder(parentFolder(parentFolder(clip)), "PLAYLIST").has_value();
+}
+
+std::optional<RecordingTime> timeOfCardClip(const std::string& clip) {
+  const std::string name = fileName(withoutExtension(clip));
+  CardStreams streams(parentFolder(clip));
+  Collection problems;
+  std::optional<RecordingTime> time;
+  forEachPlaylist(childFolder(parentFolder(parentFolder(clip)), "PLAYLIST"), problems,
+                  [&](const Playlist& playlist) {
+                    if (!time)
+                      time = timeInPlaylist(playlist, name, streams);
+                  });
+  return time ? time : streams.timeOf(name);
+}
+
+std::optional<RecordingTime> timeBesideClip(const std::string& clip) {
+  const std::string name = fileName(withoutExtension(clip));
+  const std::optional<std::string> folder = parentFolder(clip);
+  if (hasPathExtension(clip, "mod") || hasPathExtension(clip, "tod"))
+    for (const std::string& path : filesOfKind(folder, {"moi"}))
+      if (equalIgnoringCase(fileName(withoutExtension(path)), name))
+        if (const auto time = recordingTimeOfMoi(readFileStart(path, moiLimit).value_or("")))
+          return time.value();
+  for (const char* ending : {"M01.XML", "m01.xml"})
+    if (const auto text = readFileStart(joinPath(*folder, name + ending), sideFileLimit))
+      if (const auto date = textAfter(*text, "<CreationDate"))
+        return recordingTimeOfText(textBetween(*date, "value=\"", "\"").value_or(""));
+  return std::nullopt;
 }
 
 }  // namespace tessarin

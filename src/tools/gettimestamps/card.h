@@ -1,6 +1,7 @@
 // The clips of a card or of a folder, and when they were recorded.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,5 +26,14 @@ struct ClipTimes {
 // root), or a folder of MOD and TOD files; names in capitals or small letters. Fails when there is
 // no such folder.
 Outcome<ClipTimes> clipTimes(std::string_view folder);
+
+// Whether the clip lies on a card with playlists: in a folder beside theirs.
+bool isOnCard(const std::string& clip);
+// What such a card says about one clip; reads no more of the card than that takes.
+std::optional<RecordingTime> timeOfCardClip(const std::string& clip);
+
+// What the file says that the camera put beside the clip: the MOI of a MOD or TOD, the "…M01.XML"
+// of XDCAM and XAVC.
+std::optional<RecordingTime> timeBesideClip(const std::string& clip);
 
 }  // namespace tessarin

@@ -1,38 +1,32 @@
 // gettimestamps FOLDER: prints when the clips of a camcorder's card were recorded, one
 // "NAME : TIME" a line, such as "00001 : 2010-12-24 14.05.33". What cannot be read is said on
 // standard error.
+// gettimestamps --file CLIP: prints when this clip was recorded, by all that may know, as one line
+// "ORIGIN : TIME", such as "stream : 2010-12-24 14.05.33"; "card : " without a time when the clip
+// lies on a card that does not tell.
 //
-// Exit status: 0, also of --help, 1 when the folder is missing or gives no time at all, 2 for wrong
-// use.
+// Exit status: 0, also of --help, 1 when the folder or file is missing or gives no time at all, 2
+// for wrong use.
 #include <cstdio>
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/card.h"
+#include "tools/gettimestamps/source.h"
 
 namespace {
 
+using namespace tessarin;
+
 constexpr const char* usage =
-    "usage: gettimestamps FOLDER (a card, its PLAYLIST folder, or MOD or TOD files)";
+    "usage: gettimestamps FOLDER (a card, its PLAYLIST folder, or MOD or TOD files), or "
+    "gettimestamps --file CLIP";
 
 void complain(const std::string& text) {
   std::fprintf(stderr, "gettimestamps: %s\n", text.c_str());
 }
 
-}  // namespace
-
-int main(int count, char** values) {
-  using namespace tessarin;
-  const std::string_view folder = count == 2 ? values[1] : "";
-  if (folder == "--help" || folder == "-h") {
-    std::puts(usage);
-    return 0;
-  }
-  // A folder whose name begins with a dash is named with the one that it is in.
-  if (count != 2 || startsWith(folder, "-")) {
-    complain(usage);
-    return 2;
-  }
+int tellFolder(std::string_view folder) {
   const Outcome<ClipTimes> times = clipTimes(folder);
   if (!times) {
     complain(times.reason());
@@ -43,4 +37,32 @@ int main(int count, char** values) {
   for (const ClipTime& clip : times.value().clips)
     std::printf("%s : %s\n", clip.name.c_str(), clip.time.text().c_str());
   return times.value().clips.empty() ? 1 : 0;
+}
+
+int tellFile(const std::string& path) {
+  const auto found = timeOfSource(path);
+  if (!found) {
+    complain(path + ": no recording time");
+    return 1;
+  }
+  std::printf("%s : %s\n", found->origin.c_str(), found->time ? found->time->text().c_str() : "");
+  return found->time ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+  const std::string_view first = count > 1 ? values[1] : "";
+  if (count == 2 && (first == "--help" || first == "-h")) {
+    std::puts(usage);
+    return 0;
+  }
+  if (count == 3 && first == "--file")
+    return tellFile(values[2]);
+  // A folder whose name begins with a dash is named with the one that it is in.
+  if (count != 2 || startsWith(first, "-")) {
+    complain(usage);
+    return 2;
+  }
+  return tellFolder(first);
 }

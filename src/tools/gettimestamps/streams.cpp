@@ -107,11 +107,12 @@ std::optional<std::size_t> readRunningNumber(const ByteReader& bytes, std::size_
   return std::nullopt;
 }
 
-// The time of a user data message of the camera makers: tag 0x18 holds time zone, century, year,
-// month, tag 0x19 day, hour, minute, second.
+// What a user data message of the camera makers begins with.
+constexpr std::string_view identifier(
+    "\x17\xEE\x8C\x60\xF8\x4D\x11\xD9\x8C\xD6\x08\x00\x20\x0C\x9A\x66MDPM", 20);
+
+// Its time: tag 0x18 holds time zone, century, year, month, tag 0x19 day, hour, minute, second.
 std::optional<RecordingTime> timeOfUserData(std::string_view message) {
-  constexpr std::string_view identifier(
-      "\x17\xEE\x8C\x60\xF8\x4D\x11\xD9\x8C\xD6\x08\x00\x20\x0C\x9A\x66MDPM", 20);
   constexpr std::size_t tagLength = 5;
   if (!message.starts_with(identifier))
     return std::nullopt;
@@ -198,6 +199,16 @@ std::optional<RecordingTime> recordingTimeInH264(std::string_view stream) {
       if (const auto time = timeOfEnhancementUnit(unit))
         return time;
   }
+  return std::nullopt;
+}
+
+std::optional<RecordingTime> recordingTimeInBytes(std::string_view bytes) {
+  // 255 tags, and what keeps them from looking like start codes.
+  constexpr std::size_t longest = 2048;
+  for (std::size_t start = bytes.find(identifier); start != std::string_view::npos;
+       start = bytes.find(identifier, start + 1))
+    if (const auto time = timeOfUserData(withoutEmulationPrevention(bytes.substr(start, longest))))
+      return time;
   return std::nullopt;
 }
 

@@ -1,4 +1,4 @@
-// Recording times inside AVCHD streams and beside MOD and TOD files.
+// Recording times inside AVCHD and DV streams and beside MOD and TOD files.
 #pragma once
 
 #include <optional>
@@ -16,6 +16,14 @@ std::string videoOfTransportStream(std::string_view bytes);
 
 // The time in the first "MDPM" message of a raw H.264 stream that holds a whole one.
 std::optional<RecordingTime> recordingTimeInH264(std::string_view stream);
+
+// The time in the first such message in bytes of another kind, where it lies in one piece: H.264 in
+// a container that puts no packets around it.
+std::optional<RecordingTime> recordingTimeInBytes(std::string_view bytes);
+
+// The time in the first frame of DV that tells one and that the next one agrees with; the frames
+// may lie anywhere in the bytes.
+std::optional<RecordingTime> recordingTimeInDv(std::string_view bytes);
 
 // What the MOI file beside a MOD or TOD clip says.
 Outcome<RecordingTime> recordingTimeOfMoi(std::string_view bytes);

@@ -1,0 +1,33 @@
+#include "tools/gettimestamps/BoundedFile.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace tessarin {
+
+BoundedFile::BoundedFile(const std::string& path, std::uint64_t budget) : budget_(budget) {
+  namespace fs = std::filesystem;
+  std::error_code failed;
+  if (!fs::is_regular_file(path, failed) || failed)
+    return;
+  const auto size = fs::file_size(path, failed);
+  if (failed)
+    return;
+  file_.open(path, std::ios::binary);
+  size_ = file_ ? size : 0;
+}
+
+std::string BoundedFile::read(std::uint64_t offset, std::size_t count) {
+  if (offset >= size_)
+    return {};
+  const std::uint64_t there = std::min<std::uint64_t>({count, size_ - offset, budget_});
+  std::string bytes(static_cast<std::size_t>(there), '\0');
+  file_.clear();
+  file_.seekg(static_cast<std::streamoff>(offset));
+  file_.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file_.gcount(), 0)));
+  budget_ -= bytes.size();
+  return bytes;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,28 @@
+// Recording times that containers tell of what they hold.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "tools/gettimestamps/BoundedFile.h"
+#include "tools/gettimestamps/RecordingTime.h"
+
+namespace tessarin {
+
+// QuickTime and MPEG-4: the creation date of the recording (key or user data), else that of the
+// movie's header. The header's counts from 1904, some writers' from 1970; whether it is the
+// camera's local time, as with most cameras, or UTC cannot be told, and it stands as it is.
+std::optional<RecordingTime> recordingTimeOfQuickTime(BoundedFile& file);
+// Where the samples of a QuickTime file begin; 0 when it has none.
+std::uint64_t samplesOfQuickTime(BoundedFile& file);
+
+// Matroska: the date of the segment, which is UTC.
+std::optional<RecordingTime> recordingTimeOfMatroska(BoundedFile& file);
+
+// MXF: when the material was made.
+std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file);
+
+// AVI: the date of digitisation, as photo cameras write it.
+std::optional<RecordingTime> recordingTimeOfAvi(BoundedFile& file);
+
+}  // namespace tessarin

@@ -1,0 +1,108 @@
+// Recording times in the frames of DV. A frame is 10 or 12 sequences of 150 blocks of 80 bytes;
+// what is read here lies in packs of 5 bytes in the blocks for subcode and for data about the
+// picture.
+#include <array>
+#include <cstdlib>
+
+#include "tools/gettimestamps/streams.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr std::size_t blockLength = 80;
+constexpr std::size_t sequenceLength = 150 * blockLength;
+constexpr std::size_t packLength = 5;
+
+// Whether a frame begins here: a head block, two of subcode, three about the picture.
+bool isFrame(std::string_view bytes) {
+  constexpr std::array<std::uint8_t, 6> kinds = {0x00, 0x20, 0x20, 0x40, 0x40, 0x40};
+  if (bytes.size() < kinds.size() * blockLength || !bytes.starts_with("\x1F\x07") ||
+      bytes[2] != 0 || (bytes[3] & 0x7F) != 0x3F)
+    return false;
+  for (std::size_t block = 0; block < kinds.size(); ++block)
+    if ((bytes[block * blockLength] & 0xE0) != kinds.at(block))
+      return false;
+  return true;
+}
+
+std::size_t frameLength(std::string_view frame) {
+  const bool is625 = (frame[3] & 0x80) != 0;
+  return (is625 ? 12 : 10) * sequenceLength;
+}
+
+// The packs of a frame as far as they are there, in the order of trust.
+template <class Visit>
+void forEachPack(std::string_view frame, const Visit& visit) {
+  for (std::size_t start = 0; start + sequenceLength <= frame.size(); start += sequenceLength) {
+    const std::string_view sequence = frame.substr(start, sequenceLength);
+    for (std::size_t block = 3; block < 6; ++block)
+      for (std::size_t pack = 0; pack < 15; ++pack)
+        visit(sequence.substr(block * blockLength + 3 + pack * packLength, packLength));
+    for (std::size_t block = 1; block < 3; ++block)
+      for (std::size_t pack = 0; pack < 6; ++pack)
+        visit(sequence.substr(block * blockLength + 6 + pack * 8, packLength));
+  }
+}
+
+// The bits of a pack's byte that are a number; the others are 1.
+std::optional<int> field(std::string_view pack, std::size_t index, int mask) {
+  return numberOfBcd(static_cast<std::uint32_t>(pack[index] & mask));
+}
+
+std::optional<RecordingTime> timeOfFrame(std::string_view frame) {
+  constexpr char datePack = 0x62;
+  constexpr char timePack = 0x63;
+  std::optional<RecordingTime> date;
+  std::optional<RecordingTime> clock;
+  forEachPack(frame, [&](std::string_view pack) {
+    if (pack[0] == datePack && !date) {
+      const auto day = field(pack, 2, 0x3F);
+      const auto month = field(pack, 3, 0x1F);
+      const auto year = field(pack, 4, 0xFF);
+      if (day && month && year)
+        date = RecordingTime{*year + (*year >= 75 ? 1900 : 2000), *month, *day, 0, 0, 0};
+      if (date && !date->isValid())
+        date.reset();
+    } else if (pack[0] == timePack && !clock) {
+      const auto second = field(pack, 2, 0x7F);
+      const auto minute = field(pack, 3, 0x7F);
+      const auto hour = field(pack, 4, 0x3F);
+      if (second && minute && hour)
+        clock = RecordingTime{2000, 1, 1, *hour, *minute, *second};
+      if (clock && !clock->isValid())
+        clock.reset();
+    }
+  });
+  if (!date || !clock)
+    return std::nullopt;
+  return RecordingTime{date->year,  date->month,   date->day,
+                       clock->hour, clock->minute, clock->second};
+}
+
+}  // namespace
+
+std::optional<RecordingTime> recordingTimeInDv(std::string_view bytes) {
+  constexpr std::int64_t nextFrames = 2;  // seconds
+  std::optional<RecordingTime> before;
+  std::size_t found = 0;
+  for (std::size_t start = bytes.find("\x1F\x07"); start != std::string_view::npos;) {
+    const std::string_view rest = bytes.substr(start);
+    if (!isFrame(rest)) {
+      start = bytes.find("\x1F\x07", start + 1);
+      continue;
+    }
+    const std::size_t length = frameLength(rest);
+    if (const auto time = timeOfFrame(rest.substr(0, length))) {
+      // The head of a tape is where faults are: the next frame has to agree.
+      if (before && std::abs(time->seconds() - before->seconds()) <= nextFrames)
+        return before;
+      before = time;
+      ++found;
+    }
+    start = bytes.find("\x1F\x07", start + length);
+  }
+  return found == 1 ? before : std::nullopt;
+}
+
+}  // namespace tessarin
