@@ -77,11 +77,20 @@ std::optional<std::string> fieldOrderProbe(const std::string& path) {
   return std::nullopt;
 }
 
-std::optional<IdetCounts> idetCountsOfFile(const std::string& path) {
-  const auto report =
-      taskArrayPipes({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-i", path, "-vf",
-                      "idet", "-an", "-sn", "-f", "null", "-y", "/dev/null"});
-  return idetCounts(report.value_or(""));
+Arguments idetCommand(const std::string& path) {
+  return {Bundle::main().toolPath("ffmpeg"),
+          "-loglevel",
+          "info",
+          "-i",
+          path,
+          "-vf",
+          "idet",
+          "-an",
+          "-sn",
+          "-f",
+          "null",
+          "-y",
+          "/dev/null"};
 }
 
 std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine) {

@@ -305,16 +305,6 @@ SourceInfo recordOfReport(std::string_view report) {
   return record;
 }
 
-// A run of ffmpeg for this is only worth its time when the report does not tell.
-double secondsToKeyFrame(std::string_view report, const SourceInfo& record,
-                         const std::string& sourcePath) {
-  if (const auto shown = firstKeyFrameShown(report))
-    return *shown;
-  if (sourcePath.empty() || !record.contains(SourceKey::v0Codec))
-    return 0;
-  return intraOffset(sourcePath);
-}
-
 }  // namespace
 
 std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
@@ -347,6 +337,15 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
   return record;
 }
 
+bool needsKeyFrameRun(std::string_view report, const SourceInfo& record) {
+  return record.contains(SourceKey::v0Codec) && !firstKeyFrameShown(report);
+}
+
+void addFirstKeyFrame(double seconds, SourceInfo& record) {
+  if (seconds > 0)
+    record.set(SourceKey::intraOffset, static_cast<double>(static_cast<float>(seconds)));
+}
+
 std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
                                      std::optional<std::string> interlacing,
                                      const std::string& sourcePath) {
@@ -371,8 +370,10 @@ std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
 
   if (const auto offsets = ptsDtsOffsetMs(*report))
     record->merge(*offsets);
-  if (const double seconds = secondsToKeyFrame(*report, *record, sourcePath); seconds > 0)
-    record->set(SourceKey::intraOffset, static_cast<double>(static_cast<float>(seconds)));
+  if (!needsKeyFrameRun(*report, *record))
+    addFirstKeyFrame(firstKeyFrameShown(*report).value_or(0), *record);
+  else if (!sourcePath.empty())
+    addFirstKeyFrame(intraOffset(sourcePath), *record);
   if (debugMode())
     logFormat("mDico : {}", record->description());
 

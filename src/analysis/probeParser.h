@@ -21,11 +21,16 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
 // interlaced, start offsets, first key frame and chapters. `interlacing` is a text of fieldsText.
 // Nothing without a report, for a report that ffInfos cannot read, and, by agreement with the
 // callers, for a source with a frame rate whose field order is not settled yet: they ask again
-// once it is. Runs ffmpeg on `sourcePath`, blocking, only when the report does not show the first
-// key frame; an empty path forbids that.
+// once it is. Runs ffmpeg on `sourcePath`, blocking, only when needsKeyFrameRun; an empty path
+// forbids that.
 std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
                                      std::optional<std::string> interlacing,
                                      const std::string& sourcePath);
+
+// Whether the report leaves open when the first key frame of its source comes. A caller that must
+// not wait runs firstKeyFrameCommand then, and has the record completed with what it said.
+bool needsKeyFrameRun(std::string_view report, const SourceInfo& record);
+void addFirstKeyFrame(double seconds, SourceInfo& record);
 
 // Whether a run of ffmpeg went well, judged from all it printed: false for an empty text and for
 // one of the phrases that tell of a failure, anywhere and in any case. The caller takes the

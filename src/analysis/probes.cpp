@@ -65,8 +65,17 @@ std::optional<std::string> forceFormat(const std::string& path,
   logFormat("srcPathStr          : {}", path);
   if (!report)
     return std::nullopt;
+  return formatOfKind(taskArray1PipeMax(fileKindCommand(path), false), *report);
+}
+
+Arguments fileKindCommand(const std::string& path) {
+  return {"/usr/bin/file", "-b", path};
+}
+
+std::optional<std::string> formatOfKind(std::optional<std::string_view> kind,
+                                        std::string_view report) {
   std::optional<std::string> format;
-  if (const auto kind = taskArray1PipeMax({"/usr/bin/file", "-b", path}, false)) {
+  if (kind) {
     logFormat("fileVerbose file : {}", *kind);
     if (contains(*kind, "DIF (DV"))
       format = "dv";
@@ -74,7 +83,7 @@ std::optional<std::string> forceFormat(const std::string& path,
       format = "mpeg";
   }
   if (!format)
-    format = forceFormatLite(*report);
+    format = forceFormatLite(report);
   if (format)
     logFormat("forceFormatStr : {}", *format);
   return format;

@@ -1,6 +1,8 @@
 // The small questions about a source that ffmpeg's report leaves open.
 //
-// What runs a program blocks until that has ended.
+// A question that takes a run of a program is there in two halves, the command and what its output
+// says, for callers that must not wait; fieldOrderProbe, ffRevision and forceFormat run the program
+// themselves and block until it has ended.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +10,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "classShared/TextAdditions.h"
 
 namespace tessarin {
 
@@ -29,8 +33,8 @@ std::optional<IdetCounts> idetCounts(std::string_view report);
 // nothing when the counts do not decide.
 std::optional<std::string> fieldOrderKey(const IdetCounts& counts);
 
-// What idet says about all pictures of a short file. Nothing when it cannot be read.
-std::optional<IdetCounts> idetCountsOfFile(const std::string& path);
+// Makes ffmpeg tell idetCounts about all pictures of a short file.
+Arguments idetCommand(const std::string& path);
 
 // The field order that the first line of a YUV4MPEG2 file declares with " I": "TFF" for "t",
 // "BFF" for "b", "PFF" for anything else or nothing.
@@ -48,6 +52,12 @@ double ffRevision();
 // when ffmpeg should find out by itself; always so without a report.
 std::optional<std::string> forceFormat(const std::string& path,
                                        std::optional<std::string_view> report);
+
+// The two halves of forceFormat: the program that tells the kind of a file, and the format for what
+// it said, nothing when it said nothing.
+Arguments fileKindCommand(const std::string& path);
+std::optional<std::string> formatOfKind(std::optional<std::string_view> kind,
+                                        std::string_view report);
 
 // The same from a report alone: by the name that follows "Data: ".
 std::optional<std::string> forceFormatLite(std::string_view report);

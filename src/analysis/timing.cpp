@@ -240,28 +240,31 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
   return std::nullopt;
 }
 
+Arguments firstKeyFrameCommand(const std::string& path) {
+  return {Bundle::main().toolPath("ffmpeg"),
+          "-loglevel",
+          "info",
+          "-copyts",
+          "-skip_frame",
+          "nokey",
+          "-t",
+          "12",
+          "-i",
+          path,
+          "-an",
+          "-sn",
+          "-vf",
+          "showinfo",
+          "-frames:v",
+          "1",
+          "-f",
+          "null",
+          "-y",
+          "/dev/null"};
+}
+
 double intraOffset(const std::string& path) {
-  const auto report = taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"),
-                                         "-loglevel",
-                                         "info",
-                                         "-copyts",
-                                         "-skip_frame",
-                                         "nokey",
-                                         "-t",
-                                         "12",
-                                         "-i",
-                                         path,
-                                         "-an",
-                                         "-sn",
-                                         "-vf",
-                                         "showinfo",
-                                         "-frames:v",
-                                         "1",
-                                         "-f",
-                                         "null",
-                                         "-y",
-                                         "/dev/null"},
-                                        true);
+  const auto report = taskArray1PipeMax(firstKeyFrameCommand(path), true);
   const double seconds = firstKeyFrameOfShowinfo(report.value_or("")).value_or(0);
   debugFormat("intraOffset         : {:.3f}", seconds);
   return seconds;

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
 
 namespace tessarin {
 
@@ -21,12 +22,13 @@ std::optional<Dico> ptsDtsOffsetMs(std::string_view report);
 // such a report shows; negative when it lies before. Nothing when the report shows none.
 std::optional<double> firstKeyFrameShown(std::string_view report);
 
-// The same from a blocking run of ffmpeg's showinfo filter, which decodes key frames only and looks
-// at the first twelve seconds. 0 when it finds none.
+// The same from a run of ffmpeg's showinfo filter, which decodes key frames only and looks at the
+// first twelve seconds. Blocks until it has ended; 0 when it finds none.
 double intraOffset(const std::string& path);
 
-// What such a run with "-copyts" says: the time of the first key frame that it lists, from the
-// start of the container.
+// The two halves of intraOffset: the command, and the time of the first key frame that it lists,
+// from the start of the container.
+Arguments firstKeyFrameCommand(const std::string& path);
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report);
 
 }  // namespace tessarin

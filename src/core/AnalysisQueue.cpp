@@ -23,7 +23,7 @@ AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, Batch
       waiting_(services.preferences, services.loop) {
   tasks_.ended.connect([this](const TaskEnd& end) {
     if (end.isAnalysis)
-      analysis();
+      taskEnded(end);
   });
 }
 

@@ -2,6 +2,7 @@
 // the preference store.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -64,7 +65,13 @@ class AnalysisQueue {
   void takeNextSource();
   void showCaption();
   void again();
-  void startTask(const Arguments& command);
+  // What a step does with a tool's result. Of one that could not be started the status is not 0.
+  using Continuation = std::function<void(ToolResult)>;
+
+  // Runs the tool; then the step goes on, or without a continuation the next one begins. A stop
+  // comes before both.
+  void startTask(const Arguments& command, const ToolLimits& limits, Continuation continuation);
+  void taskEnded(const TaskEnd& end);
   std::optional<std::string> takeOutput(const char* step);
   void refuse(const std::string& reason);
   void refuseForReport();
@@ -72,15 +79,20 @@ class AnalysisQueue {
   void stepFfmpeg();
   void stepFfmpegResult();
   void stepFfmpegParse();
-  bool triesForcedFormat();
+  void judgeReport();
+  bool mayTryForcedFormat() const;
   void stepMediaInfo();
   void stepMediaInfoParse();
   void stepDico();
   void stepFin();
-  void measureFields();
+  bool readFieldsOfFrames();
+  void weighFields(const ToolResult& idet);
+  void describeSource();
+  void completeRecord(SourceInfo info);
   void startThumbnail(SourceInfo& info);
-  void completeThumbnail(SourceInfo& info);
+  void completeThumbnail(SourceInfo info);
   void appendRow(SourceInfo info);
+  void endSource();
   void finalEnd();
 
   CoreServices& services_;
@@ -90,6 +102,8 @@ class AnalysisQueue {
   StepFlags steps_;
   StepFlags mediaInfoSteps_;
   WaitingSources waiting_;
+  Continuation continuation_;
+  bool isReportOverdue_ = false;  // the analysing run was ended for its silence
   std::optional<std::string> retainedReport_;
   // Keys of the string table "fields": what the source's pictures say, and what its stream claims
   // where that is something else. Nothing when no picture could be read.

@@ -3,6 +3,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
+#include "analysis/timing.h"
 #include "classShared/log.h"
 #include "core/AnalysisQueue.h"
 #include "core/admittedSources.h"
@@ -13,12 +14,14 @@
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
-#include "process/pipelines.h"
 #include "utils/files.h"
 
 namespace tessarin {
 
 namespace {
+
+// As long as ffmpeg says something it is at work, however large or damaged the source.
+constexpr ToolLimits analysisLimits{{}, std::chrono::minutes(2)};
 
 std::string framePath() {
   return joinPath(temporaryFolder(), "frame.yuv");
@@ -26,14 +29,34 @@ std::string framePath() {
 
 }  // namespace
 
-void AnalysisQueue::startTask(const Arguments& command) {
+void AnalysisQueue::startTask(const Arguments& command, const ToolLimits& limits,
+                              Continuation continuation) {
   debugFormat("analysis task       - begin");
+  continuation_ = std::move(continuation);
   TaskStart start;
   start.commands = {command};
   start.isOther = true;
+  start.limits = limits;
   start.stopBt = &interface_.analysisStopBt;
-  if (!tasks_.tasklauncherStart(std::move(start)))
-    again();
+  if (tasks_.tasklauncherStart(std::move(start)))
+    return;
+  services_.loop.cancel(next_);
+  next_ = services_.loop.runSoon([this] {
+    next_ = 0;
+    taskEnded({true, taskLauncher::abortedStatus, false, {}});
+  });
+}
+
+void AnalysisQueue::taskEnded(const TaskEnd& end) {
+  const Continuation next = std::exchange(continuation_, nullptr);
+  if (!next || stopAsked_) {
+    analysis();
+    return;
+  }
+  ToolResult result{end.isOverdue, end.status, {}};
+  if (auto output = std::exchange(tasks_.analysisTaskVerboseMStr(), std::nullopt))
+    result.output = *std::move(output);
+  next(std::move(result));
 }
 
 // What the task of this step printed; nothing, with a line in the log, when it printed nothing.
@@ -55,8 +78,11 @@ void AnalysisQueue::refuse(const std::string& reason) {
 }
 
 void AnalysisQueue::refuseForReport() {
-  refuse(failureReason(wordsOfTool(retainedReport_.value_or("")),
-                       services_.preferences.prefReadString(StateKey::analysed)));
+  if (isReportOverdue_)
+    refuse(localisationString("why_toolHangs"));
+  else
+    refuse(failureReason(wordsOfTool(retainedReport_.value_or("")),
+                         services_.preferences.prefReadString(StateKey::analysed)));
 }
 
 void AnalysisQueue::stepFfmpeg() {
@@ -80,7 +106,12 @@ void AnalysisQueue::stepFfmpeg() {
   command.insert(command.end(), {"-i", path, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f",
                                  "yuv4mpegpipe", "-y", framePath()});
   steps_.set("analysisFfmpegParse");
-  startTask(command);
+  isReportOverdue_ = false;
+  startTask(command, analysisLimits, [this](ToolResult result) {
+    isReportOverdue_ = result.isOverdue;
+    tasks_.analysisTaskVerboseMStr() = std::move(result.output);
+    analysis();
+  });
 }
 
 void AnalysisQueue::stepFfmpegResult() {
@@ -98,9 +129,34 @@ void AnalysisQueue::stepFfmpegParse() {
     retainedReport_ = std::move(output);
     debugFormat("release (ffmpeg3)");
   }
-  if (triesForcedFormat()) {
+  if (!mayTryForcedFormat()) {
+    judgeReport();
+    return;
+  }
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
+  startTask(fileKindCommand(path), quickQuestion, [this](ToolResult result) {
+    const auto kind = reportOf(std::move(result));
+    const auto format = formatOfKind(kind, *retainedReport_);
+    if (!format) {
+      judgeReport();
+      return;
+    }
+    services_.preferences.prefWrite(StateKey::forcedFormat, *format);
     steps_.set("analysisFfmpeg");
-  } else if (retainedReport_ && isFfmpegSuccess(wordsOfTool(*retainedReport_))) {
+    again();
+  });
+}
+
+// Whether the source may be analysed once more as what its bytes look like. Only one whose format
+// ffmpeg could not tell: a damaged file of a known format is told as such.
+bool AnalysisQueue::mayTryForcedFormat() const {
+  return services_.preferences.prefReadString(StateKey::forcedFormat).empty() && retainedReport_ &&
+         !isReportOverdue_ && !describesInput(*retainedReport_) &&
+         !contains(wordsOfTool(*retainedReport_), " probed with size=");
+}
+
+void AnalysisQueue::judgeReport() {
+  if (!isReportOverdue_ && retainedReport_ && isFfmpegSuccess(wordsOfTool(*retainedReport_))) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
@@ -108,20 +164,6 @@ void AnalysisQueue::stepFfmpegParse() {
     steps_.set("analysisFin");
   }
   again();
-}
-
-// Whether the source is to be analysed once more as what its bytes look like. Only one whose format
-// ffmpeg could not tell: a damaged file of a known format is told as such.
-bool AnalysisQueue::triesForcedFormat() {
-  PreferenceStore& store = services_.preferences;
-  if (!store.prefReadString(StateKey::forcedFormat).empty() || !retainedReport_ ||
-      describesInput(*retainedReport_) ||
-      contains(wordsOfTool(*retainedReport_), " probed with size="))
-    return false;
-  const auto format = forceFormat(store.prefReadString(StateKey::analysed), *retainedReport_);
-  if (format)
-    store.prefWrite(StateKey::forcedFormat, *format);
-  return format.has_value();
 }
 
 void AnalysisQueue::stepMediaInfo() {
@@ -134,7 +176,7 @@ void AnalysisQueue::stepMediaInfo() {
   if (failed)
     again();
   else
-    startTask({Bundle::main().toolPath("mediainfo"), "-f", copy});
+    startTask({Bundle::main().toolPath("mediainfo"), "-f", copy}, quickQuestion, nullptr);
 }
 
 void AnalysisQueue::stepMediaInfoParse() {
@@ -146,54 +188,81 @@ void AnalysisQueue::stepMediaInfoParse() {
 
 void AnalysisQueue::stepDico() {
   debugFormat("analysisDico        - begin");
-  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
-  measureFields();
-  std::optional<std::string> interlacing;
-  if (fields_)
-    interlacing = fieldsText(*fields_);
-  logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
-
-  auto info = analysisFf(retainedReport_, interlacing, path);
-  logFormat("src analyzed        : {}", path);
-  if (debugMode())
-    debugFormat("md                  : {}", info ? info->description() : "nil");
-  if (!info) {
-    logFormat("NON-COMPLIANT FILE  : {}", path);
-    refuseForReport();
-    steps_.set("analysisFin");
-    again();
-    return;
-  }
-  if (interlacing && !info->contains(SourceKey::v0Fields))
-    info->set(SourceKey::v0Fields, *interlacing);
-  if (fieldsClaim_)
-    info->set(SourceKey::v0FieldsClaim, *fieldsClaim_);
-  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
-  if (!format.empty())
-    info->set(SourceKey::wForce, format);
-  startThumbnail(*info);
+  if (readFieldsOfFrames())
+    describeSource();
+  else
+    startTask(idetCommand(framePath()), quickQuestion, [this](const ToolResult& result) {
+      weighFields(result);
+      describeSource();
+    });
 }
 
-// Takes the field order from the frames that the analysis wrote, and removes them.
-void AnalysisQueue::measureFields() {
+// Takes the field order from the frames that the analysis wrote. False when their pictures have to
+// be asked, too.
+bool AnalysisQueue::readFieldsOfFrames() {
   fields_.reset();
   fieldsClaim_.reset();
   const auto start = readFileStart(framePath(), 100);
   if (!start)
-    return;
+    return true;
   const std::string_view header = textUpTo(*start, "\n");
   if (verboseLevel(1))
     debugFormat("yuv headers         : {}", header);
   fields_ = fieldOrderKeyOfHeader(header);
   // Bottom first is DV's order. Elsewhere it is rare and often a mistake of the program that wrote
   // the stream, which would show as jerky motion; the pictures tell.
-  const bool isDv = contains(retainedReport_.value_or(""), "Video: dvvideo");
-  if (fields_ == "BFF" && !isDv) {
-    const auto counts = idetCountsOfFile(framePath());
-    if (counts && counts->top >= 3 && counts->bottom == 0)
-      fieldsClaim_ = std::exchange(fields_, "TFF");
-  }
+  return fields_ != "BFF" || contains(retainedReport_.value_or(""), "Video: dvvideo");
+}
+
+void AnalysisQueue::weighFields(const ToolResult& idet) {
+  const auto counts = idet.isOverdue ? std::nullopt : idetCounts(idet.output);
+  if (counts && counts->top >= 3 && counts->bottom == 0)
+    fieldsClaim_ = std::exchange(fields_, "TFF");
+}
+
+void AnalysisQueue::describeSource() {
   removeFile(framePath());
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
+  std::optional<std::string> interlacing;
+  if (fields_)
+    interlacing = fieldsText(*fields_);
+  logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
+
+  auto info = analysisFf(retainedReport_, interlacing, "");
+  if (!info) {
+    logFormat("src analyzed        : {}", path);
+    logFormat("NON-COMPLIANT FILE  : {}", path);
+    refuseForReport();
+    steps_.set("analysisFin");
+    again();
+    return;
+  }
+  if (!needsKeyFrameRun(*retainedReport_, *info)) {
+    completeRecord(*std::move(info));
+    return;
+  }
+  startTask(firstKeyFrameCommand(path), quickQuestion,
+            [this, known = *std::move(info)](const ToolResult& result) {
+              SourceInfo complete = known;
+              const double seconds = firstKeyFrameOfShowinfo(result.output).value_or(0);
+              debugFormat("intraOffset         : {:.3f}", seconds);
+              addFirstKeyFrame(seconds, complete);
+              completeRecord(std::move(complete));
+            });
+}
+
+void AnalysisQueue::completeRecord(SourceInfo info) {
+  logFormat("src analyzed        : {}", services_.preferences.prefReadString(StateKey::analysed));
+  if (debugMode())
+    debugFormat("md                  : {}", info.description());
+  if (fields_ && !info.contains(SourceKey::v0Fields))
+    info.set(SourceKey::v0Fields, fieldsText(*fields_));
+  if (fieldsClaim_)
+    info.set(SourceKey::v0FieldsClaim, *fieldsClaim_);
+  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
+  if (!format.empty())
+    info.set(SourceKey::wForce, format);
+  startThumbnail(info);
 }
 
 void AnalysisQueue::startThumbnail(SourceInfo& info) {
@@ -210,7 +279,12 @@ void AnalysisQueue::startThumbnail(SourceInfo& info) {
   }
   const std::string image = thumbnailPath(temporaryFolder(), path);
   services_.preferences.prefWrite(StateKey::image, image);
-  startTask(thumbnailCommand(info, path, image, !isMov));
+  startTask(thumbnailCommand(info, path, image, !isMov), quickQuestion,
+            [this, image](const ToolResult& result) {
+              if (result.isOverdue)
+                removeFile(image);
+              analysis();
+            });
 }
 
 void AnalysisQueue::stepFin() {
@@ -229,9 +303,15 @@ void AnalysisQueue::stepFin() {
   if (info && path != cancelled) {
     debugFormat("stocker…            : {}", path);
     info->set(RowInfoKey::srcPathStr, path);
-    completeThumbnail(*info);
-    appendRow(std::move(*info));
+    completeThumbnail(std::move(*info));
+  } else {
+    endSource();
   }
+}
+
+void AnalysisQueue::endSource() {
+  PreferenceStore& store = services_.preferences;
+  const std::string path = store.prefReadString(StateKey::analysed);
   store.prefRemove(StateKey::image);
   store.prefRemove(StateKey::forcedFormat);
 
@@ -248,17 +328,30 @@ void AnalysisQueue::stepFin() {
   again();
 }
 
-void AnalysisQueue::completeThumbnail(SourceInfo& info) {
+// Makes the row, with the thumbnail where there is one; it is tried once more with any picture.
+void AnalysisQueue::completeThumbnail(SourceInfo info) {
   const std::string image = services_.preferences.prefReadString(StateKey::image);
-  if (image.empty())
+  const auto finish = [this, image](SourceInfo complete) {
+    if (!image.empty() && pathExists(image))
+      complete.set(RowInfoKey::imgPathStr, image);
+    appendRow(std::move(complete));
+    endSource();
+  };
+  if (image.empty() || pathExists(image)) {
+    finish(std::move(info));
     return;
-  if (!pathExists(image)) {
-    taskArrayPipes(thumbnailCommand(info, info.textOrEmpty(RowInfoKey::srcPathStr), image, false));
-    if (!pathExists(image))
-      return;
-    info.set(RowInfoKey::intraFailure, 1);
   }
-  info.set(RowInfoKey::imgPathStr, image);
+  const Arguments command =
+      thumbnailCommand(info, info.textOrEmpty(RowInfoKey::srcPathStr), image, false);
+  startTask(command, quickQuestion,
+            [image, finish, known = std::move(info)](const ToolResult& result) {
+              SourceInfo complete = known;
+              if (result.isOverdue)
+                removeFile(image);
+              else if (pathExists(image))
+                complete.set(RowInfoKey::intraFailure, 1);
+              finish(std::move(complete));
+            });
 }
 
 void AnalysisQueue::appendRow(SourceInfo info) {

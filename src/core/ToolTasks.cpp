@@ -10,10 +10,6 @@ namespace tessarin {
 
 namespace {
 
-// What is kept of an analysis report. A damaged source can make the tool complain about every
-// packet; what describes the source stands long before this.
-constexpr std::size_t longestReport = 64u << 20;
-
 // What is kept of an encoding's output, to tell why it failed.
 constexpr std::size_t longestLastOutput = 8u << 10;
 
@@ -61,7 +57,7 @@ void keepEnd(std::string& text, std::size_t length) {
 
 }  // namespace
 
-ToolTasks::ToolTasks(CoreServices& services) : services_(services) {}
+ToolTasks::ToolTasks(CoreServices& services) : services_(services), analysisRun_(services.loop) {}
 
 ToolTasks::~ToolTasks() {
   endAll();
@@ -87,18 +83,38 @@ bool ToolTasks::tasklauncherStart(TaskStart start) {
   prepareControls(side);
 
   debugFormat("alloc class         : task{} ({})", sideName(other), joined(side.start.commands)[0]);
-  side.launcher = std::make_unique<taskLauncher>(services_.loop);
-  side.launcher->setDelegate(this);
-  // The launcher's text form loses every chunk with a byte above 127, and names have those.
-  side.launcher->dontConvertDataToString(true);
-  const int failureInt = side.launcher->launchTasksWithArguments(joined(side.start.commands));
-  logFormat("#3 failureInt={} ({})", failureInt, side.start.commands.front().front());
-  if (failureInt != 0) {
+  side.isUnderWay = other ? startAnalysisRun() : startLauncher();
+  const bool isStarted = side.isUnderWay;
+  if (!isStarted) {
     resetControls(side);
     release(side);
   }
   debugFormat("tLEncStart - end    : Converting next step/file");
-  return failureInt == 0;
+  return isStarted;
+}
+
+bool ToolTasks::startLauncher() {
+  encoding_.launcher = std::make_unique<taskLauncher>(services_.loop);
+  encoding_.launcher->setDelegate(this);
+  // The launcher's text form loses every chunk with a byte above 127, and names have those.
+  encoding_.launcher->dontConvertDataToString(true);
+  const int failureInt =
+      encoding_.launcher->launchTasksWithArguments(joined(encoding_.start.commands));
+  logFormat("#3 failureInt={} ({})", failureInt, encoding_.start.commands.front().front());
+  return failureInt == taskLauncher::launched;
+}
+
+bool ToolTasks::startAnalysisRun() {
+  const bool isStarted = analysisRun_.start(joined(other_.start.commands), other_.start.limits,
+                                            [this](ToolResult result) {
+                                              analysisOutput_ = std::move(result.output);
+                                              other_.isOverdue = result.isOverdue;
+                                              taskDidEnd(other_, result.status);
+                                            });
+  logFormat("#3 failureInt={} ({})",
+            static_cast<int>(isStarted ? taskLauncher::launched : taskLauncher::programNotFound),
+            other_.start.commands.front().front());
+  return isStarted;
 }
 
 void ToolTasks::tasklauncherSuspend() {
@@ -125,16 +141,13 @@ bool ToolTasks::isEncodingSuspended() const {
 
 void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) {
   debugFormat("tl didReceiveNewStr - deb : '{}'", bytes);
-  if (&launcher != encoding_.launcher.get() && &launcher != other_.launcher.get()) {
+  if (&launcher != encoding_.launcher.get()) {
     logFormat("tl didReceiveNewStr :-( failure: {}", bytes);
     return;
   }
-  Side& side = this->side(&launcher == other_.launcher.get());
-  if (side.start.parseMode == ParseMode::none) {
-    if (side.start.isOther && analysisOutput_ && analysisOutput_->size() < longestReport)
-      analysisOutput_->append(bytes);
+  Side& side = encoding_;
+  if (side.start.parseMode == ParseMode::none)
     return;
-  }
   side.lastOutput.append(bytes);
   keepEnd(side.lastOutput, longestLastOutput);
 
@@ -199,11 +212,11 @@ void ToolTasks::showProgress(Side& side, std::string_view line) {
 }
 
 void ToolTasks::taskLauncherTaskDidEnd(taskLauncher& launcher) {
-  const bool other = &launcher == other_.launcher.get();
-  if (!other && &launcher != encoding_.launcher.get())
-    return;
-  Side& side = this->side(other);
-  const int status = launcher.terminationStatus();
+  if (&launcher == encoding_.launcher.get())
+    taskDidEnd(encoding_, launcher.terminationStatus());
+}
+
+void ToolTasks::taskDidEnd(Side& side, int status) {
   const std::string program = side.start.commands.back().front();
   logFormat("tlTaskDidEnd        : {}", program);
   if (status == taskLauncher::abortedStatus)
@@ -215,7 +228,7 @@ void ToolTasks::taskLauncherTaskDidEnd(taskLauncher& launcher) {
   side.status = status;
   if (!side.unfinishedLine.empty())
     readLines(side, std::exchange(side.unfinishedLine, {}));
-  taskLauncherDone(other);
+  taskLauncherDone(&side == &other_);
 }
 
 void ToolTasks::taskLauncherTaskDidSuspend(taskLauncher&) {
@@ -225,10 +238,11 @@ void ToolTasks::taskLauncherTaskDidSuspend(taskLauncher&) {
 void ToolTasks::taskLauncherDone(bool other) {
   Side& side = this->side(other);
   logFormat("tlDone              : {} (isAnalysis={})",
-            side.launcher ? side.start.commands.back().front() : "none", other ? 1 : 0);
-  if (!side.launcher)
+            side.isUnderWay ? side.start.commands.back().front() : "none", other ? 1 : 0);
+  if (!side.isUnderWay)
     return;
-  TaskEnd end{other, side.status.value_or(taskLauncher::abortedStatus), side.lastOutput};
+  TaskEnd end{other, side.status.value_or(taskLauncher::abortedStatus), side.isOverdue,
+              side.lastOutput};
   resetControls(side);
   logMembers("pre  pre ", side);
   release(side);
@@ -247,7 +261,7 @@ void ToolTasks::logMembers(const char* when, const Side& side) {
 
 void ToolTasks::endAll() {
   for (Side* side : {&encoding_, &other_}) {
-    if (!side->launcher)
+    if (!side->isUnderWay)
       continue;
     resetControls(*side);
     release(*side);
@@ -284,6 +298,8 @@ void ToolTasks::resetControls(const Side& side) {
 }
 
 void ToolTasks::release(Side& side) {
+  if (&side == &other_)
+    analysisRun_.cancel();
   if (side.launcher) {
     side.launcher->setDelegate(nullptr);
     side.launcher->tasklauncherTerminate();

@@ -8,6 +8,7 @@
 
 #include "core/CoreServices.h"
 #include "core/Interface.h"
+#include "process/ToolRun.h"
 #include "process/progress.h"
 #include "process/taskLauncher.h"
 
@@ -21,12 +22,14 @@ struct TaskStart {
   TaskControls* controls = nullptr;       // where it is shown; null: nowhere
   SegmentedControl* stopBt = nullptr;     // without `controls`: what stops it; null: nothing
   bool isOther = false;                   // an analysis task
+  ToolLimits limits;                      // of an analysis task
 };
 
 // How a task ended, as its owner sees it.
 struct TaskEnd {
   bool isAnalysis = false;
   int status = 0;          // of the last process; taskLauncher::abortedStatus when it was ended
+  bool isOverdue = false;  // an analysis task was ended for a limit of its time
   std::string lastOutput;  // the end of what an encoding task printed
 };
 
@@ -48,27 +51,33 @@ class ToolTasks final : public TaskLauncherDelegate {
   void tasklauncherSuspend();
   void tasklauncherResume();
   bool isEncodingSuspended() const;
-  bool isRunning(bool other) const { return side(other).launcher != nullptr; }
+  bool isRunning(bool other) const { return side(other).isUnderWay; }
 
   // Ends the task of one side, if any, and lets its machine continue.
   void taskLauncherDone(bool other);
   // Ends both without continuing anything.
   void endAll();
 
-  // The complete output of the analysis task (running or just ended); nothing when none was
-  // collected since it was last taken.
+  // The complete output of the analysis task that has ended; nothing when none was collected since
+  // it was last taken.
   std::optional<std::string>& analysisTaskVerboseMStr() { return analysisOutput_; }
 
  private:
   struct Side {
-    std::unique_ptr<taskLauncher> launcher;
+    std::unique_ptr<taskLauncher> launcher;  // of the encoding
+    bool isUnderWay = false;
     TaskStart start;
     std::optional<double> previousTime;
     std::string unfinishedLine;
     std::string loudnessText;  // output since a loudness report began
     std::string lastOutput;
-    std::optional<int> status;  // set when the launcher told its end
+    std::optional<int> status;  // set when the task told its end
+    bool isOverdue = false;
   };
+
+  bool startLauncher();
+  bool startAnalysisRun();
+  void taskDidEnd(Side& side, int status);
 
   void taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) override;
   void taskLauncherTaskDidEnd(taskLauncher& launcher) override;
@@ -87,6 +96,7 @@ class ToolTasks final : public TaskLauncherDelegate {
   CoreServices& services_;
   Side encoding_;
   Side other_;
+  ToolRun analysisRun_;
   std::optional<std::string> analysisOutput_;
   std::string progressActionStrBeforePause_;
 };

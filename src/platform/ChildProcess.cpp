@@ -21,10 +21,6 @@ namespace tessarin {
 
 namespace {
 
-// How long a killed child may take to go before it is left to be reaped later. Killing takes
-// milliseconds, unless the child hangs in a driver (a camera pulled out while it is read).
-constexpr std::chrono::milliseconds goingTime(2000);
-
 // How often a child without an exit descriptor is asked for while it is waited for.
 constexpr std::chrono::milliseconds askingInterval(5);
 
@@ -184,7 +180,8 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : pid_(std::exchange(other.pid_, -1)),
       leadsGroup_(other.leadsGroup_),
       exitDescriptor_(std::move(other.exitDescriptor_)),
-      exitStatus_(other.exitStatus_) {}
+      exitStatus_(other.exitStatus_),
+      killed_(other.killed_) {}
 
 ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   if (this != &other) {
@@ -193,6 +190,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
     leadsGroup_ = other.leadsGroup_;
     exitDescriptor_ = std::move(other.exitDescriptor_);
     exitStatus_ = other.exitStatus_;
+    killed_ = other.killed_;
   }
   return *this;
 }
@@ -256,6 +254,8 @@ void ChildProcess::resume() {
 }
 
 void ChildProcess::kill() {
+  if (!killed_)
+    killed_ = std::chrono::steady_clock::now();
   sendSignal(SIGKILL);
 }
 
@@ -263,7 +263,8 @@ void ChildProcess::end() {
   if (pid_ < 0 || exitStatus())
     return;
   kill();
-  if (!waitFor(goingTime)) {
+  if (!waitFor(std::chrono::ceil<std::chrono::milliseconds>(*killed_ + goingTime -
+                                                            std::chrono::steady_clock::now()))) {
     logFormat("child process       :-( {} does not go", pid_);
     leftBehind().add(pid_);
   }

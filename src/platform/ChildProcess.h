@@ -71,9 +71,14 @@ struct ExitStatus {
 // When the thread that started the child ends, the kernel kills the child: nothing is left behind
 // when we crash. A helper thread therefore has to wait for the exit of what it starts.
 //
-// A child that is still running when its object goes is killed. Every child is reaped.
+// A child that is still running when its object goes is ended. Every child is reaped.
 class ChildProcess {
  public:
+  // How long a killed child is waited for before it is left to be reaped later, counted from the
+  // kill. Going takes milliseconds, unless the child hangs in a driver (a camera pulled out while
+  // it is read) or in a file system that does not answer.
+  static constexpr std::chrono::milliseconds goingTime{400};
+
   // Runs the program. A program that is missing or cannot be run is a failure here, with the
   // reason; it is never an exit status. Waits only until the program has been loaded.
   static Outcome<ChildProcess> start(const ChildSetup& setup);
@@ -113,6 +118,7 @@ class ChildProcess {
   bool leadsGroup_ = true;
   Descriptor exitDescriptor_;
   std::optional<ExitStatus> exitStatus_;
+  std::optional<std::chrono::steady_clock::time_point> killed_;
 };
 
 }  // namespace tessarin

@@ -1,6 +1,11 @@
 #include "process/chain.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <utility>
 
 #include "classShared/Value.h"
@@ -8,6 +13,20 @@
 #include "utils/files.h"
 
 namespace tessarin {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+// As much as a pipe of the system holds.
+constexpr std::size_t pieceSize = 65536;
+
+std::chrono::milliseconds until(steady_clock::time_point moment) {
+  return std::max(std::chrono::ceil<std::chrono::milliseconds>(moment - steady_clock::now()),
+                  std::chrono::milliseconds(0));
+}
+
+}  // namespace
 
 std::string toolArgument(const std::string& argument) {
   return contains(argument, "://") ? argument : expandTilde(argument);
@@ -67,13 +86,28 @@ Outcome<std::vector<ChildProcess>> startChain(std::vector<ChildSetup> commands, 
   return children;
 }
 
-void waitForAll(std::vector<ChildProcess>& children, std::chrono::milliseconds longest) {
-  using std::chrono::steady_clock;
-  const steady_clock::time_point end = steady_clock::now() + longest;
-  for (ChildProcess& child : children) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now());
-    child.waitFor(std::max(left, std::chrono::milliseconds(0)));
+bool readToEnd(const Descriptor& pipe, steady_clock::time_point end,
+               const std::function<bool(std::string_view)>& take) {
+  std::array<char, pieceSize> piece{};
+  for (;;) {
+    pollfd entry{pipe.number(), POLLIN, 0};
+    const int ready = ::poll(&entry, 1, static_cast<int>(until(end).count()));
+    if (ready == 0)
+      return false;
+    const ssize_t count = ready < 0 ? -1 : ::read(pipe.number(), piece.data(), piece.size());
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count <= 0)
+      return count == 0;
+    if (!take({piece.data(), static_cast<std::size_t>(count)}) || steady_clock::now() >= end)
+      return false;
   }
+}
+
+void waitForAll(std::vector<ChildProcess>& children, std::chrono::milliseconds longest) {
+  const steady_clock::time_point end = steady_clock::now() + longest;
+  for (ChildProcess& child : children)
+    child.waitFor(until(end));
 }
 
 }  // namespace tessarin

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "classShared/Outcome.h"
@@ -27,6 +29,11 @@ std::string argumentsDescription(const Arguments& arguments);
 // log, and the first reads nothing. When one cannot be started, those before it are ended again.
 Outcome<std::vector<ChildProcess>> startChain(std::vector<ChildSetup> commands, ChildStream output,
                                               ChildStream error);
+
+// Reads to the end of the pipe, piece by piece, for callers that wait. False when the end has not
+// come by then, or `take` wants no more.
+bool readToEnd(const Descriptor& pipe, std::chrono::steady_clock::time_point until,
+               const std::function<bool(std::string_view)>& take);
 
 // Waits until all have exited, at most this long for all together.
 void waitForAll(std::vector<ChildProcess>& children, std::chrono::milliseconds longest);

@@ -20,26 +20,7 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::size_t pipeSize = 65536;
-
-// How long the first tools of a chain may live on after the last one has ended.
-constexpr std::chrono::milliseconds goingTime(2000);
-
-// Appends what one read gives; false at the end or on an error.
-bool readSome(const Descriptor& descriptor, std::string& bytes) {
-  std::array<char, pipeSize> buffer{};
-  ssize_t count = -1;
-  do
-    count = ::read(descriptor.number(), buffer.data(), buffer.size());
-  while (count < 0 && errno == EINTR);
-  if (count > 0)
-    bytes.append(buffer.data(), static_cast<std::size_t>(count));
-  return count > 0;
-}
-
-bool isBlankOutput(const std::string& text) {
-  return text.empty() || text == " " || text == "\n" || text == " \n";
-}
+using std::chrono::steady_clock;
 
 // Runs the commands to their end, the last one with its output, and its errors too when wanted, on
 // one pipe.
@@ -56,11 +37,18 @@ std::optional<std::string> outputOfChain(std::vector<ChildSetup> commands, bool 
     return std::nullopt;
   }
   pipe->writeEnd.close();
+  const auto end = steady_clock::now() + longestBlockingRun;
   std::string bytes;
-  while (readSome(pipe->readEnd, bytes)) {
+  const bool isWhole = readToEnd(pipe->readEnd, end, [&bytes](std::string_view piece) {
+    bytes.append(piece);
+    return bytes.size() <= longestBlockingOutput;
+  });
+  if (!isWhole || !children->back().waitFor(
+                      std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now()))) {
+    logFormat("pipelines           :-( {} is not ready", children->back().pid());
+    return std::nullopt;
   }
-  children->back().wait();
-  waitForAll(*children, goingTime);
+  waitForAll(*children, ChildProcess::goingTime);
   auto text = decodedOutput(std::move(bytes));
   return text && !isBlankOutput(*text) ? text : std::nullopt;
 }
@@ -112,6 +100,10 @@ std::optional<std::vector<ChildSetup>> commandsOfOnePipe(const Arguments& argume
 }
 
 }  // namespace
+
+bool isBlankOutput(std::string_view text) {
+  return text.empty() || text == " " || text == "\n" || text == " \n";
+}
 
 std::optional<std::string> decodedOutput(std::string bytes) {
   if (isUtf8(bytes))
@@ -186,14 +178,19 @@ std::optional<std::string> taskWithStrArgs(const std::string& commandLine,
     logFormat("pipelines           :-( {}", child.reason());
     return std::nullopt;
   }
-  child->wait();
+  if (!child->waitFor(longestBlockingRun)) {
+    logFormat("pipelines           :-( {} is not ready", commandLine);
+    return std::nullopt;
+  }
   debugFormat("task release");
   // What lies in the pipe now is the whole output. A process that the shell left behind may hold
   // the pipe open: its end is not waited for.
   pipe->writeEnd.close();
-  setNonBlocking(pipe->readEnd.number());
   std::string bytes;
-  readSome(pipe->readEnd, bytes);
+  readToEnd(pipe->readEnd, steady_clock::now(), [&bytes](std::string_view piece) {
+    bytes = piece;
+    return false;
+  });
   std::string text = decodedOutput(std::move(bytes)).value_or("");
   if (endsWith(text, "\n"))
     text.pop_back();

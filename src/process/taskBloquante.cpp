@@ -1,10 +1,9 @@
 #include "process/taskBloquante.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <string_view>
 #include <utility>
@@ -18,27 +17,10 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::size_t pieceSize = 4096;
-
 struct ShellRun {
   ChildSetup setup;
   std::string text;
 };
-
-// Reads to the end of the pipe.
-std::string readPieces(const Descriptor& descriptor) {
-  std::string text;
-  std::array<char, pieceSize> piece{};
-  for (;;) {
-    const ssize_t count = ::read(descriptor.number(), piece.data(), piece.size());
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      return text;
-    const std::string_view bytes(piece.data(), static_cast<std::size_t>(count));
-    text += bytes.substr(0, bytes.find('\0'));
-  }
-}
 
 // The thread. It stays until the shell has exited, because the kernel would kill the shell at the
 // end of the thread that started it.
@@ -57,8 +39,14 @@ void* runShell(void* argument) {
     logFormat("taskBloquante       :-( {}", child.reason());
     return nullptr;
   }
-  run.text = readPieces(pipe->readEnd);
-  child->wait();
+  const auto end = std::chrono::steady_clock::now() + longestBlockingRun;
+  const bool isWhole = readToEnd(pipe->readEnd, end, [&run](std::string_view piece) {
+    run.text += piece.substr(0, piece.find('\0'));
+    return run.text.size() <= longestBlockingOutput;
+  });
+  if (!isWhole || !child->waitFor(std::chrono::ceil<std::chrono::milliseconds>(
+                      end - std::chrono::steady_clock::now())))
+    run.text.clear();
   return nullptr;
 }
 

@@ -24,9 +24,6 @@ constexpr std::size_t readSize = 65536;
 // it left behind, before the run ends all the same.
 constexpr std::chrono::milliseconds outputGrace(500);
 
-// How long killed processes may take to go, all together.
-constexpr std::chrono::milliseconds goingTime(2000);
-
 bool somethingAt(const std::string& path) {
   return ::access(path.c_str(), F_OK) == 0;
 }
@@ -137,7 +134,7 @@ void taskLauncher::gotData(Stream& stream) {
   if (count > 0) {
     const auto size = static_cast<std::size_t>(count);
     stream.owed -= std::min(stream.owed, size);
-    sendNotificationWithData({buffer_.data(), size});
+    sendNotificationWithData(stream, {buffer_.data(), size});
     if (isRunning_)
       endIfOver();
     return;
@@ -197,7 +194,7 @@ void taskLauncher::tasklauncherTerminate() {
   resume();
   for (ChildProcess& task : *tasks_)
     task.kill();
-  waitForAll(*tasks_, goingTime);
+  waitForAll(*tasks_, ChildProcess::goingTime);
   if (!terminateNoAbort_)
     terminationStatus_ = abortedStatus;
   notifyThatTaskEnded();
@@ -236,10 +233,12 @@ std::int32_t taskLauncher::uid() {
 
 // ---- Telling the delegate
 
-void taskLauncher::sendNotificationWithData(std::string_view data) {
+void taskLauncher::sendNotificationWithData(const Stream& stream, std::string_view data) {
   if (delegate_ == nullptr)
     return;
-  if (convert_)
+  if (errorsApart_ && &stream == &stdErr_)
+    delegate_->taskLauncherDidReceiveNewError(*this, data);
+  else if (convert_)
     delegate_->taskLauncherDidReceiveNewData(*this, data);
   else
     sendNotificationWithString(data);

@@ -27,6 +27,8 @@ struct TaskLauncherDelegate {
   // a line may come in two pieces, and the two streams are not told apart.
   virtual void taskLauncherDidReceiveNewString(taskLauncher&, const std::string&) {}
   virtual void taskLauncherDidReceiveNewData(taskLauncher&, std::string_view) {}
+  // A piece of standard error as bytes, when tellErrorsApart() asks for it.
+  virtual void taskLauncherDidReceiveNewError(taskLauncher&, std::string_view) {}
   // Once, at the end of the run for whatever reason; all processes are gone by then.
   virtual void taskLauncherTaskDidEnd(taskLauncher&) {}
   virtual void taskLauncherTaskDidSuspend(taskLauncher&) {}
@@ -64,6 +66,8 @@ class taskLauncher {
   // Yes: output is delivered as bytes. No, the default: as text, and a piece with a byte that is
   // not 7-bit ASCII is dropped. To be set before launching.
   void dontConvertDataToString(bool yes) { convert_ = yes; }
+  // Yes: what comes on standard error is told by a call of its own. To be set before launching.
+  void tellErrorsApart(bool yes) { errorsApart_ = yes; }
 
   // Starts the commands; the element "|" stands between them. A program is a path, or the name of
   // a resource of the bundle; PATH and "/usr/bin" are not searched. Arguments get a leading "~"
@@ -108,7 +112,7 @@ class taskLauncher {
   void endIfOver();
   void stopListening();
 
-  void sendNotificationWithData(std::string_view data);
+  void sendNotificationWithData(const Stream& stream, std::string_view data);
   void sendNotificationWithString(std::string_view data);
   void notifyThatTaskEnded();
 
@@ -124,6 +128,7 @@ class taskLauncher {
   bool isRunning_ = false;
   bool isSuspended_ = false;
   bool convert_ = false;
+  bool errorsApart_ = false;
   bool terminateNoAbort_ = false;  // the run ended by itself
   int terminationStatus_ = 0;
 

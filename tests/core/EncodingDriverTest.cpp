@@ -7,6 +7,7 @@
 #include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "prefs/utilsAlert.h"
+#include "process/pipelines.h"
 
 namespace tessarin {
 namespace {
@@ -322,7 +323,7 @@ TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
   EXPECT_EQ(app.table().source(0).text(SourceKey::v0Fields), fieldsText("TFF"));
   convert();
   ASSERT_EQ(kinds(), std::vector<Kind>{Kind::converted});
-  const auto counts = idetCountsOfFile(movie("liar.mov"));
+  const auto counts = idetCounts(taskArrayPipes(idetCommand(movie("liar.mov"))).value_or(""));
   ASSERT_TRUE(counts);
   EXPECT_GE(counts->top, 9);
   EXPECT_EQ(counts->bottom, 0);
