@@ -1,0 +1,161 @@
+"""One line of the table: a clip, a target, and what is wrong with the movie."""
+import os
+import shutil
+import tempfile
+import threading
+import traceback
+
+from checks import Check
+from conversion import convert
+from media import Unreadable, decode_pictures, decode_sound, probe
+
+
+# What a movie of copied pictures can be like.
+COPIED_SIZES = ((960, 540), (1280, 720), (1440, 1080), (1920, 1080))
+
+
+def is_copyable(source):
+    return (source.width, source.height) in COPIED_SIZES and \
+        set(source.pictures.flags) == {"P"}
+
+
+class Clip:
+    """A source. It is decoded once, by the first row that needs it."""
+
+    def __init__(self, path, folder):
+        self.path = path
+        self.folder = folder
+        self._lock = threading.Lock()
+        self._media = None
+        self._trouble = None
+        self.users = 0
+
+    def measured(self):
+        """The source's pictures and sound; Unreadable when ffmpeg decodes no pictures of it."""
+        with self._lock:
+            if self._media is None and self._trouble is None:
+                place = tempfile.mkdtemp(dir=self.folder)
+                try:
+                    media = probe(self.path)
+                    decode_pictures(media, place, looks_far=True)
+                    decode_sound(media, place, looks_far=True)
+                    self._media = media
+                except Unreadable as trouble:
+                    self._trouble = str(trouble)
+                finally:
+                    shutil.rmtree(place)
+            if self._trouble:
+                raise Unreadable(self._trouble)
+            return self._media
+
+    def release(self):
+        with self._lock:
+            self.users -= 1
+            if self.users == 0:
+                self._media = None
+
+
+class Row:
+    def __init__(self, clip, target, speed, program, options):
+        self.clip = clip
+        clip.users += 1
+        self.target = target
+        self.speed = speed
+        self.program = program
+        self.options = options
+        self.faults = []
+        self.notes = []
+        self.refused = ""
+        self.seconds = 0.0
+        self.megabytes = 0
+
+    @property
+    def name(self):
+        return self.target + (" slow" if self.speed == "slow" else "")
+
+    def work(self):
+        folder = tempfile.mkdtemp(dir=self.clip.folder)
+        try:
+            self._convert(folder)
+        except Unreadable as trouble:
+            self.faults.append(f"the movie cannot be read: {trouble}")
+        except Exception:  # pylint: disable=broad-except # the other rows go on
+            self.faults.append("the check failed: " + traceback.format_exc(limit=-3))
+        finally:
+            shutil.rmtree(folder, ignore_errors=True)
+            self.clip.release()
+        return self
+
+    def _convert(self, folder):
+        try:
+            source = self.clip.measured()
+        except Unreadable:
+            source = None
+        length = float(source.format.get("duration", 10)) if source else 10
+        limit = self.options.limit or 60 + 30 * length
+        told, made = convert(self.program, self.clip.path, self.target, self.speed, folder, limit,
+                             self.options.memory)
+        self.seconds, self.megabytes = made.seconds, made.megabytes
+        if made.hung or told.hung:
+            self.faults.append(f"hangs: ended after {limit:.0f} s")
+            return
+        self._keep(folder)
+        analysed = told.event("analysed")
+        end = made.event("converted", "failed", "problem", "stopped")
+        if end.get("event") == "converted":
+            self._check_movie(source, analysed, end, made, folder)
+        else:
+            self._check_refusal(source, analysed, end, made)
+
+    def _check_movie(self, source, analysed, end, made, folder):
+        if made.status != 0:
+            self.faults.append(f"converted, but the exit status is {made.status}")
+        if source is None:
+            self.faults.append("converted, though ffmpeg decodes no pictures of the clip")
+            return
+        intention = {"target": self.target, "speed": analysed.get("speed", "full"),
+                     "size": analysed.get("size", "")}
+        if self.speed == "slow" and intention["speed"] != "slow":
+            self.refused = "no slow motion"
+            return
+        check = Check(source, end["output"], intention, folder)
+        self.faults += check.faults()
+        self.notes += check.notes
+
+    def _check_refusal(self, source, analysed, end, made):
+        reason = end.get("reason", made.errors or "?")
+        if made.status not in (0, 1):
+            self.faults.append(f"exit status {made.status}: {reason}")
+        elif made.status == 0:
+            self.faults.append("the exit status is 0, but nothing was converted")
+        elif source is None or (analysed and self.target == "quicktime" and not is_copyable(source)
+                                and "not possible" in reason):
+            self.refused = reason
+        else:
+            self.faults.append(f"refused ({len(source.pictures)} pictures can be decoded): "
+                               + reason)
+
+    def _keep(self, folder):
+        if not self.options.keep:
+            return
+        place = os.path.join(folder, "movies")
+        for parent, _, names in os.walk(place):
+            for name in names:
+                stem, ending = os.path.splitext(os.path.basename(self.clip.path))
+                kept = f"{stem}{ending}-{self.name.replace(' ', '-')}{os.path.splitext(name)[1]}"
+                shutil.copy2(os.path.join(parent, name), os.path.join(self.options.keep, kept))
+
+    def cost(self):
+        return f"{self.seconds:.1f} s {self.megabytes} MB"
+
+    def text(self):
+        notes = f" [{', '.join(self.notes)}]" if self.notes else ""
+        if self.faults:
+            return "WRONG: " + "; ".join(self.faults) + notes
+        return (f"- {self.refused}" if self.refused else "ok") + notes
+
+    def record(self):
+        return {"clip": self.clip.path, "target": self.target, "speed": self.speed,
+                "ok": not self.faults, "faults": self.faults, "refused": self.refused,
+                "notes": self.notes, "seconds": round(self.seconds, 2),
+                "megabytes": self.megabytes}
