@@ -119,7 +119,8 @@ bool WindowProgram::awakeFromNib() {
   recordEnvironment();
   takeCodecInventory();
   // So that the adapter need not ask ffmpeg before every conversion.
-  ::setenv(ffmpegVersionVariable, versionOfListing(codecListing()).c_str(), 0);
+  ::setenv(ffmpegVersionVariable, ffmpegVersionText(ffmpegVersionFromText(codecListing())).c_str(),
+           0);
   applyPreferences();
   logLine("\n\n----------\nawakeFromNib        - end\n----------\n\n");
   return true;

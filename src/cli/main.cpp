@@ -82,7 +82,8 @@ bool prepareTools(const Dico& choices) {
   }
   takeCodecInventory();
   // So that the adapter need not ask ffmpeg before every conversion.
-  ::setenv(ffmpegVersionVariable, versionOfListing(codecListing()).c_str(), 0);
+  ::setenv(ffmpegVersionVariable, ffmpegVersionText(ffmpegVersionFromText(codecListing())).c_str(),
+           0);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/proresEncoder.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -48,6 +49,23 @@ void correctFields(const Dico& job, EncodingCommand& command) {
                                           ? "setfield=bff"
                                           : "setfield=tff");
   // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
+}
+
+// Sees to it that the encoder can take fields of as many lines as the movie has.
+void correctEncoder(const Dico& job, EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  const auto codec = std::find(arguments.begin(), arguments.end(), "prores");
+  const bool hasFields =
+      std::find(arguments.begin(), arguments.end(), "+ildct+ilme") != arguments.end();
+  if (codec == arguments.end() || !hasFields)
+    return;
+  const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
+  const bool isScaled = filters != arguments.end() && contains(*(filters + 1), "scale=");
+  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
+  const int lines = isScaled && label
+                        ? presetFrameSize(*label).height
+                        : static_cast<int>(job.integer(SourceKey::v0Height).value_or(0));
+  *codec = proresEncoder(hasFields, lines);
 }
 
 // Sees to it that pictures which are made as large as those of high definition have its colours:
@@ -94,6 +112,7 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
     return std::nullopt;
   correctFields(job, *command);
   correctColours(job, *command);
+  correctEncoder(job, *command);
   JobPlan plan;
   plan.needsExport = !command->writesProres && !isQuickTimeCopy(job);
   plan.job = std::move(job);

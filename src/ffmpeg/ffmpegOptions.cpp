@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
 
 #include "ffmpeg/ffmpegCommandLine.h"
@@ -12,10 +13,25 @@ namespace {
 
 using Kind = FfmpegOptionGroup::Kind;
 
-constexpr FfmpegVersion firstWithFpsMode{5, 1};
-constexpr FfmpegVersion firstWithPacketLengths{5, 1};  // settable by -bsf:v setts
-constexpr FfmpegVersion firstWithoutAsync{6, 0};
-constexpr FfmpegVersion firstWithoutTop{7, 0};
+// Releases and the libavcodec they came with; one between two of them counts as the older.
+struct Release {
+  int major;
+  int minor;
+  FfmpegVersion codec;
+};
+constexpr Release releases[] = {
+    {3, 0, {57, 24}},  {3, 1, {57, 48}},  {3, 2, {57, 64}}, {3, 3, {57, 89}},
+    {3, 4, {57, 107}}, {4, 0, {58, 18}},  {4, 1, {58, 35}}, {4, 2, {58, 54}},
+    {4, 3, {58, 91}},  {4, 4, {58, 134}}, {5, 0, {59, 18}}, {5, 1, {59, 37}},
+    {6, 0, {60, 3}},   {6, 1, {60, 31}},  {7, 0, {61, 3}},  {7, 1, {61, 19}},
+};
+
+// What is new counts from the first release that has it, what is gone from the last one on.
+constexpr FfmpegVersion firstWithFpsMode{59, 37};        // 5.1
+constexpr FfmpegVersion firstWithPacketLengths{59, 37};  // settable by -bsf:v setts
+constexpr FfmpegVersion firstWithoutAsync{59, 38};       // behind 5.1
+constexpr FfmpegVersion firstWithSetparams{58, 42};      // seen; 4.0 has none
+constexpr FfmpegVersion firstToWriteColours{58, 91};     // into movies, unasked: 4.3
 
 const std::string& valueOf(const FfmpegOption* option) {
   static const std::string none;
@@ -184,47 +200,129 @@ std::string interlacedProresFilters(const std::string& chain, bool topFirst) {
   return joined(chain, filters);
 }
 
-void translateTop(FfmpegOptionGroup& group, FfmpegVersion version) {
+void translateTop(FfmpegOptionGroup& group) {
   const FfmpegOption* top = group.last({"top", "top:v"});
-  if (group.kind != Kind::output || top == nullptr)
+  if (top == nullptr)
     return;
   const std::string value = valueOf(top);
   const bool decided = (value == "0" || value == "1") && encodesVideo(group);
   if (decided && !takesFromComplexGraph(group)) {
+    const bool topFirst = value == "1";
+    FfmpegOption& filter = filterOption(group, "vf", "filter:v");
     if (writesInterlacedProres(group)) {
-      FfmpegOption& filter = filterOption(group, "vf", "filter:v");
-      filter.value = interlacedProresFilters(*filter.value, value == "1");
-    } else if (version.isAtLeast(firstWithoutTop)) {
-      FfmpegOption& filter = filterOption(group, "vf", "filter:v");
-      filter.value = joined(*filter.value, value == "1" ? "setfield=tff" : "setfield=bff");
+      filter.value = interlacedProresFilters(*filter.value, topFirst);
+      // The lines of the first field are the upper ones, or the lower: shown so and stored so.
+      group.options.push_back({"field_order", topFirst ? "tb" : "bt"});
+    } else {
+      filter.value = joined(*filter.value, topFirst ? "setfield=tff" : "setfield=bff");
     }
   }
-  if (version.isAtLeast(firstWithoutTop))
-    removeOptions(group, "top");
+  removeOptions(group, "top");
+}
+
+// A movie's header can hold the colours.
+void translateColours(FfmpegOptionGroup& group, FfmpegVersion version) {
+  if (version.isAtLeast(firstToWriteColours) || !group.last({"color_primaries"}))
+    return;
+  for (FfmpegOption& option : group.options)
+    if (option.name == "movflags" && option.value)
+      *option.value += "+write_colr";
+}
+
+// The chain without its "setparams" filters, which tell what -color_primaries and the like tell
+// the encoder.
+std::string withoutSetparams(const std::string& chain) {
+  std::string rest = "," + chain;
+  constexpr std::string_view name = ",setparams=";
+  for (std::size_t found = rest.find(name); found != std::string::npos;
+       found = rest.find(name, found))
+    rest.erase(found, std::min(rest.find(',', found + 1), rest.size()) - found);
+  return rest.empty() ? rest : rest.substr(1);
+}
+
+void translateSetparams(FfmpegOptionGroup& group, FfmpegVersion version) {
+  if (version.isAtLeast(firstWithSetparams))
+    return;
+  for (FfmpegOption& option : group.options)
+    if ((option.name == "vf" || option.name == "filter:v") && option.value)
+      option.value = withoutSetparams(*option.value);
+  std::erase_if(group.options, [](const FfmpegOption& option) {
+    return (option.name == "vf" || option.name == "filter:v") && option.value == "";
+  });
+}
+
+// "58. 42.100": the numbers before the first two points.
+std::optional<FfmpegVersion> versionOfLibrary(std::string_view text) {
+  FfmpegVersion version;
+  for (int* number : {&version.major, &version.minor}) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), *number);
+    if (read.ec != std::errc() || *number < 0)
+      return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+    if (text.starts_with('.'))
+      text.remove_prefix(1);
+    else if (number == &version.major)
+      return std::nullopt;
+  }
+  return version;
+}
+
+// "5.1.9-0+deb12u1", "n7.1".
+std::optional<FfmpegVersion> versionOfRelease(std::string_view text) {
+  if (text.starts_with('n'))
+    text.remove_prefix(1);  // release tags are called "n7.1"
+  int major = 0;
+  int minor = 0;
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, major);
+  if (read.ec != std::errc() || major < 1)
+    return std::nullopt;
+  if (major < releases[0].major)
+    return FfmpegVersion{};  // older than all that is known
+  if (read.ptr != end && *read.ptr == '.')
+    std::from_chars(read.ptr + 1, end, minor);
+  const Release& last = *std::prev(std::end(releases));
+  if (major > last.major)
+    return std::nullopt;  // as new as can be
+  const auto later =
+      std::find_if(std::begin(releases), std::end(releases), [&](const Release& release) {
+        return release.major > major || (release.major == major && release.minor > minor);
+      });
+  return std::prev(later)->codec;
 }
 
 }  // namespace
 
 FfmpegVersion ffmpegVersionFromText(std::string_view text) {
+  constexpr std::string_view library = "libavcodec ";
+  if (const std::size_t found = text.find(library); found != std::string_view::npos) {
+    std::string_view line = text.substr(found + library.size());
+    line = line.substr(0, line.find('\n'));
+    // What it was built with, and behind the stroke what it runs with.
+    if (const std::size_t stroke = line.find('/'); stroke != std::string_view::npos)
+      line.remove_prefix(stroke + 1);
+    if (const auto version = versionOfLibrary(line))
+      return *version;
+  }
   constexpr std::string_view announcement = "version ";
   text = text.substr(0, text.find('\n'));
   if (const std::size_t found = text.find(announcement); found != std::string_view::npos)
     text.remove_prefix(found + announcement.size());
-  if (text.starts_with('n'))
-    text.remove_prefix(1);  // release tags are called "n7.1"
-  FfmpegVersion version;
-  const char* end = text.data() + text.size();
-  const auto major = std::from_chars(text.data(), end, version.major);
-  if (major.ec != std::errc() || version.major <= 0)
-    return newestFfmpeg;
-  if (major.ptr != end && *major.ptr == '.')
-    std::from_chars(major.ptr + 1, end, version.minor);
-  return version;
+  return versionOfRelease(text).value_or(newestFfmpeg);
+}
+
+std::string ffmpegVersionText(FfmpegVersion version) {
+  return "libavcodec " + std::to_string(version.major) + "." + std::to_string(version.minor);
 }
 
 bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments) {
   const std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
-  return has(groups, "async") || has(groups, "bsf") || has(groups, "top") ||
+  const auto usesSetparams = [](const FfmpegOptionGroup& group) {
+    return valueOf(group.last({"vf", "filter:v"})).find("setparams=") != std::string::npos;
+  };
+  return has(groups, "async") || has(groups, "bsf") || has(groups, "color_primaries") ||
+         std::any_of(groups.begin(), groups.end(), usesSetparams) ||
          (has(groups, "vsync") && anyVideoEncoded(groups));
 }
 
@@ -233,7 +331,11 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
   for (FfmpegOptionGroup& group : groups) {
     renameOptions(group);
-    translateTop(group, version);
+    if (group.kind == Kind::output) {
+      translateTop(group);
+      translateColours(group, version);
+      translateSetparams(group, version);
+    }
     translateTimestampFilter(group, version);
   }
   translateVsync(groups, version);

@@ -1,7 +1,7 @@
 // Options that some versions of ffmpeg do not know, turned into those that a version does.
 //
 // The rest of the program writes its command lines in the vocabulary of old versions; this is the
-// one place that knows what became of it from ffmpeg 4.0 to 7. Pure functions.
+// one place that knows what became of it from ffmpeg 3.1 to 7. Pure functions.
 #pragma once
 
 #include <string>
@@ -10,6 +10,8 @@
 
 namespace tessarin {
 
+// An ffmpeg, told by the version of its libavcodec: that counts on between releases, and every
+// build says it, also those without a release number.
 struct FfmpegVersion {
   int major = 0;
   int minor = 0;
@@ -19,13 +21,16 @@ struct FfmpegVersion {
   }
 };
 
-// What builds count as that carry no release number, such as nightly ones.
+// What an ffmpeg counts as that says nothing of itself.
 constexpr FfmpegVersion newestFfmpeg{1000, 0};
 
-// The version from the first line of `ffmpeg -version`, or from the word behind "version" there:
-// "5.1.9-0+deb12u1", "n7.1", "4.4". Anything else ("N-109542-gd5544f6457", "git-2024-01-02") is
-// the newest.
+// From what `ffmpeg -version` prints, a banner, or a word of it: the libavcodec that it runs with
+// ("libavcodec     58. 42.100 / 58. 42.100"), else that of the release which the first line names
+// ("ffmpeg version 5.1.9-0+deb12u1", "n7.1", "4.4"). Anything else is the newest.
 FfmpegVersion ffmpegVersionFromText(std::string_view text);
+
+// The opposite: "libavcodec 58.42".
+std::string ffmpegVersionText(FfmpegVersion version);
 
 // The environment variable that holds the version's text, so that the adapter need not ask.
 inline constexpr const char* ffmpegVersionVariable = "TESSARIN_FFMPEG_VERSION";
@@ -40,10 +45,14 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //   -vframes N          -frames:v N
 //   -profile N          -profile:v N
 //   -vsync N            left out when every output copies its video, else -fps_mode from 5.1 on
-//   -async N            from 6.0 on the filter that earlier versions put in for it
+//   -async N            behind 5.1 the filter that earlier versions put in for it
 //   -bsf:v setts=…       left out before 5.1
-//   -top N              from 7.0 on left out; an interlaced ProRes output also gets filters
-//                       that bring the picture to this field order, and to 4:2:2 per field
+//   -top N              a filter that says so; an interlaced ProRes output also gets filters
+//                       that bring the picture to this field order, and to 4:2:2 per field,
+//                       and "-field_order", without which versions disagree about what a movie
+//                       claims
+//   setparams=…         left out of filters where there is no such filter
+//   -movflags           with "+write_colr" before 4.3 where the colours are named
 // Values, and options that are known everywhere, stay as they are.
 std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,
                                                 FfmpegVersion version);

@@ -81,6 +81,22 @@ TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   EXPECT_FALSE(isConverted(576, 9)) << "is not scaled";
 }
 
+// The quicker encoder reads behind the end of such pictures.
+TEST_F(JobPlanTest, FieldsOfAnOddNumberOfMacroblockRowsTakeTheOtherEncoder) {
+  const auto encoderOf = [](int height, int size, int speed = speedKeep) {
+    Dico row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
+    row.set("fps", speed);
+    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    return *(std::find(arguments.begin(), arguments.end(), "-c:v") + 1);
+  };
+  for (const int lines : {240, 486, 720})
+    EXPECT_EQ(encoderOf(lines, 12), "prores_ks") << lines;
+  for (const int lines : {480, 576, 1080})
+    EXPECT_EQ(encoderOf(lines, 12), "prores") << lines;
+  EXPECT_EQ(encoderOf(720, 12, speedSlow), "prores") << "is scaled to 1080 lines";
+  EXPECT_EQ(encoderOf(720, 5), "prores") << "has no fields any more";
+}
+
 TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   Dico job = jobOfRow(rowOf(true, 10, outProres));
   EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p25");

@@ -12,11 +12,12 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr FfmpegVersion v44{4, 4};
-constexpr FfmpegVersion v50{5, 0};
-constexpr FfmpegVersion v51{5, 1};
-constexpr FfmpegVersion v60{6, 0};
-constexpr FfmpegVersion v71{7, 1};
+const FfmpegVersion v31 = ffmpegVersionFromText("3.1");
+const FfmpegVersion v44 = ffmpegVersionFromText("4.4");
+const FfmpegVersion v50 = ffmpegVersionFromText("5.0");
+const FfmpegVersion v51 = ffmpegVersionFromText("5.1");
+const FfmpegVersion v60 = ffmpegVersionFromText("6.0");
+const FfmpegVersion v71 = ffmpegVersionFromText("7.1");
 
 std::vector<std::string> words(const std::string& line) {
   std::istringstream stream(line);
@@ -68,15 +69,29 @@ TEST(FfmpegCommandLine, NamesTheFiltersOfAGraph) {
 }
 
 TEST(FfmpegVersion, IsReadFromWhatTheProgramSays) {
+  constexpr FfmpegVersion codecOf51{59, 37};
   EXPECT_EQ(ffmpegVersionFromText("ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000-2026\nbuilt"),
-            (FfmpegVersion{5, 1}));
-  EXPECT_EQ(ffmpegVersionFromText("4.4"), v44);
-  EXPECT_EQ(ffmpegVersionFromText("n7.1-14-gabc"), v71);
-  EXPECT_EQ(ffmpegVersionFromText("6"), v60);
-  for (const std::string unreleased :
-       {"ffmpeg version N-109542-gd5544f6457 Copyright", "git-2024-01-02-abc", "", "0", "-3.1",
-        "99999999999999999999.1", "first line\nffmpeg version 4.4"})
-    EXPECT_EQ(ffmpegVersionFromText(unreleased), newestFfmpeg) << unreleased;
+            codecOf51);
+  EXPECT_EQ(ffmpegVersionFromText("5.1"), codecOf51);
+  EXPECT_EQ(ffmpegVersionFromText("n7.1-14-gabc"), (FfmpegVersion{61, 19}));
+  EXPECT_EQ(ffmpegVersionFromText("6"), (FfmpegVersion{60, 3}));
+  EXPECT_FALSE(ffmpegVersionFromText("2.8.17").isAtLeast(v31));
+  for (const std::string unknown :
+       {"git-2024-01-02-abc", "8.0", "", "0", "-3.1", "99999999999999999999.1",
+        "first line\nffmpeg version 4.4", "libavcodec of ours"})
+    EXPECT_EQ(ffmpegVersionFromText(unknown), newestFfmpeg) << unknown;
+  EXPECT_EQ(ffmpegVersionFromText(ffmpegVersionText(codecOf51)), codecOf51);
+}
+
+// Such a name tells nothing; the libraries do.
+TEST(FfmpegVersion, IsThatOfTheLibraryWhereTheBuildHasNoNumber) {
+  const FfmpegVersion of2018 = ffmpegVersionFromText(
+      "ffmpeg version N-47683-g0e8eb07980-static Copyright (c) 2000-2018 the FFmpeg developers\n"
+      "libavutil      56. 24.101 / 56. 24.101\nlibavcodec     57. 10.100 / 58. 42.100\n"
+      "libavformat    58. 24.100 / 58. 24.100\n");
+  EXPECT_EQ(of2018, (FfmpegVersion{58, 42})) << "what it runs with";
+  EXPECT_TRUE(of2018.isAtLeast(ffmpegVersionFromText("4.1")));
+  EXPECT_FALSE(of2018.isAtLeast(v44));
 }
 
 TEST(FfmpegOptions, NeverReadTheTerminalAndKeepNewNamesOnly) {
@@ -158,18 +173,30 @@ TEST(FfmpegOptions, InterlacedProresReallyGetsTheFieldOrderItClaims) {
             "yadif=1:-1:0,scale=1440:1080,format=yuv422p10,fieldorder=tff,setfield=tff");
 }
 
-TEST(FfmpegOptions, TopStaysWhereItIsKnownSoThatTheContainerSaysIt) {
+TEST(FfmpegOptions, TheFieldOrderIsClaimedAlikeByAllVersions) {
   const std::string line = "-i a -c:v prores -flags +ildct+ilme -top 1 b.mov";
-  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
-  EXPECT_THAT(translated(line, v60), HasSubstr(" -top 1 "));
-  EXPECT_THAT(translated(line, v71), Not(HasSubstr("-top")));
-  // No ProRes: only what the option itself did.
-  EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", v51),
-            "-nostdin -i a -c:v mpeg2video -flags +ildct -top 0 b.mpg");
-  EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", v71),
-            "-nostdin -i a -c:v mpeg2video -flags +ildct -vf setfield=bff b.mpg");
+  for (const FfmpegVersion version : {v31, v51, v71}) {
+    EXPECT_THAT(translated(line, version), HasSubstr(" -field_order tb b.mov"));
+    EXPECT_THAT(translated(line, version), Not(HasSubstr("-top")));
+    // No ProRes: only what the option itself did.
+    EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", version),
+              "-nostdin -i a -c:v mpeg2video -flags +ildct -vf setfield=bff b.mpg");
+  }
+  EXPECT_FALSE(ffmpegOptionsNeedVersion(words(line)));
   EXPECT_EQ(translated("-i a -c:v copy -top 1 b.mov", v71), "-nostdin -i a -c:v copy b.mov");
   EXPECT_EQ(translated("-i a -top -1 b.mov", v71), "-nostdin -i a b.mov");
+}
+
+TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {
+  const std::string line =
+      "-i a -vf yadif,setparams=colorspace=bt709,null -color_primaries bt709 -movflags faststart "
+      "b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
+  EXPECT_EQ(translated(line, v71), "-nostdin " + line);
+  EXPECT_EQ(translated(line, v31),
+            "-nostdin -i a -vf yadif,null -color_primaries bt709 -movflags faststart+write_colr "
+            "b.mov");
+  EXPECT_EQ(translated("-i a -vf setparams=colorspace=bt709 b.mov", v31), "-nostdin -i a b.mov");
 }
 
 }  // namespace

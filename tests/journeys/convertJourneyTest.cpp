@@ -41,7 +41,7 @@ TEST_F(ConvertJourney, AnAvchdClipBecomesAMovieForTheEditor) {
   EXPECT_EQ(picture["width"], 1920);
   EXPECT_EQ(picture["height"], 1080);
   EXPECT_EQ(picture["r_frame_rate"], "25/1");
-  EXPECT_EQ(picture["field_order"], "tt");
+  EXPECT_EQ(picture["field_order"], "tb");
   const json& sound = report["streams"][1];
   EXPECT_EQ(sound["codec_name"], "pcm_s16le");
   EXPECT_EQ(sound["channels"], 2);

@@ -10,7 +10,7 @@ struct Measured {
   // As ffprobe names them. `shape` is the display aspect ratio.
   std::string codec;
   std::string size;    // "1920x1080"
-  std::string fields;  // "tt", "bb", "progressive", …
+  std::string fields;  // "tb", "bt", "progressive", …
   std::string rate;    // "30000/1001"
   std::string shape;   // "16:9"
   std::string soundCodec;

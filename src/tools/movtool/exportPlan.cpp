@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "ffmpeg/proresEncoder.h"
+
 namespace tessarin::movtool {
 
 namespace {
@@ -44,13 +46,6 @@ int roundedTo(double number, int step) {
 // Twice or more the frames: fields of the one become frames of the other, or the other way round.
 bool isFieldRate(const Fraction& rate, const Fraction& frameRate) {
   return value(rate) > 1.5 * value(frameRate);
-}
-
-// ffmpeg's quicker encoder dies of fields with an odd number of rows of macroblocks (versions 4 to
-// 5 at least), such as those of 720 lines.
-const char* proresEncoder(const ExportSettings& settings) {
-  const int macroblockRows = (settings.height + 15) / 16;
-  return settings.interlaced && macroblockRows % 2 != 0 ? "prores_ks" : "prores";
 }
 
 const char* pixelFormat(const ExportSettings& settings) {
@@ -288,11 +283,11 @@ std::vector<std::string> soundArguments(const std::string& input, int track,
 std::vector<std::string> proresArguments(const std::string& input, const std::string& output,
                                          const ExportPlan& plan, const ExportSettings& settings) {
   std::vector<std::string> arguments = quietArguments(input);
-  append(arguments,
-         {"-progress", "pipe:1", "-map", "0:V:0", "-map", "0:a?", "-vf", plan.filters, "-c:v",
-          proresEncoder(settings), "-profile:v", std::to_string(settings.proresProfile)});
+  append(arguments, {"-progress", "pipe:1", "-map", "0:V:0", "-map", "0:a?", "-vf", plan.filters,
+                     "-c:v", proresEncoder(settings.interlaced, settings.height), "-profile:v",
+                     std::to_string(settings.proresProfile)});
   if (settings.interlaced)
-    append(arguments, {"-flags:v", "+ildct+ilme"});
+    append(arguments, {"-flags:v", "+ildct+ilme", "-field_order", "tb"});
   append(arguments, {"-c:a", "pcm_s16le", "-f", "mov", "-y", output});
   return arguments;
 }
