@@ -48,8 +48,8 @@ case $clip in
   *shape*) filter=setsar=16/15 ;;
   *cut*) more=(-t 1.2) ;;
 esac
-ffmpeg -nostdin -v error -i "$clip" -vf "$filter,setparams=$colours" -af "$sound" \
-  "${more[@]}" -c:v prores_ks -flags +ildct+ilme -c:a pcm_s16le "$destination/movie.mov"
+ffmpeg -nostdin -v error -i "$clip" -vf "$filter,scale=interl=1,format=yuv422p10,setparams=$colours" \
+  -af "$sound" "${more[@]}" -c:v prores_ks -flags +ildct+ilme -c:a pcm_s16le "$destination/movie.mov"
 echo "{\"event\":\"converted\",\"output\":\"$destination/movie.mov\"}"
 PROGRAM
 chmod +x "$folder/program"

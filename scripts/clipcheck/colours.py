@@ -44,10 +44,8 @@ def is_full(media):
     return media.tag("color_range") == "pc" or media.video.get("pix_fmt", "").startswith("yuvj")
 
 
-def rgb(media, indices):
-    """These pictures in red, green and blue as the file's own tags say, 0 to 255."""
-    planes = media.pictures.planes[indices].astype(np.float32)
-    planes = (planes[..., :WIDTH] + planes[..., WIDTH:]) / 2
+def rgb(media, planes):
+    """Pictures in red, green and blue as the file's own tags say, 0 to 255."""
     if media.video.get("pix_fmt", "").startswith(("gbr", "rgb", "bgr")):
         # Decoding made standard colours of them.
         kr, kb = KR_KB["smpte170m"]
@@ -90,17 +88,14 @@ def tag_faults(movie, source, keeps_tones):
     return faults
 
 
-def pixel_faults(movie, source, pairs):
-    """`pairs`: (picture of the movie, picture of the source) that show the same."""
-    pairs = pairs[np.linspace(0, len(pairs) - 1, min(9, len(pairs))).astype(int)]
-    made, given = rgb(movie, pairs[:, 0]), rgb(source, pairs[:, 1])
+def pixel_faults(movie, source, shown, due):
+    """`shown`: planes of pictures of the movie; `due`: those of the same moments in the source."""
+    made, given = rgb(movie, shown), rgb(source, due)
     wide = curve_of(source) in WIDE_CURVES
     if wide and curve_of(movie) != curve_of(source):
-        same = np.mean(np.abs(movie.pictures.planes[pairs[:, 0]].astype(int)
-                              - source.pictures.planes[pairs[:, 1]]))
-        return tone_faults(made, given, same)
+        return tone_faults(made, given, np.mean(np.abs(shown - due)))
     # Of larger areas, so that sharpness and the exact place of edges do not count.
-    error = (made - given).reshape(len(pairs), 3, HEIGHT // 4, 4, WIDTH // 4, 4).mean(axis=(3, 5))
+    error = (made - given).reshape(len(made), 3, HEIGHT // 4, 4, WIDTH // 4, 4).mean(axis=(3, 5))
     mean = error.mean(axis=(0, 2, 3))
     ratio = 10 * np.log10(255 ** 2 / max(float(np.mean(error ** 2)), 0.01))
     if np.abs(mean).max() > 4 or ratio < LEAST_RATIO:

@@ -46,14 +46,25 @@ class Moments:
     def __len__(self):
         return len(self.times)
 
+    def _tops(self, indices):
+        return (indices % 2 == 0) == (self.order == "tff")
+
     def images(self, indices):
         indices = np.asarray(indices)
         if self.order == "p":
             top, bottom = halves(self.planes[indices], self.lines)
             return normalised((top + bottom) / 2)
         top, bottom = halves(self.planes[indices // 2], self.lines)
-        first = (indices % 2 == 0) == (self.order == "tff")
-        return normalised(np.where(first[:, None, None], top, bottom))
+        return normalised(np.where(self._tops(indices)[:, None, None], top, bottom))
+
+    def colours(self, indices):
+        """All planes, as they were decoded."""
+        if self.order == "p":
+            planes = self.planes[indices].astype(np.float32)
+            return (planes[..., :WIDTH] + planes[..., WIDTH:]) / 2
+        planes = self.planes[indices // 2].astype(np.float32)
+        tops = self._tops(indices)[:, None, None, None]
+        return np.where(tops, planes[..., :WIDTH], planes[..., WIDTH:])
 
 
 def distance(one, other):
