@@ -24,6 +24,17 @@ class Conversion:
         return found[-1] if found else {}
 
 
+_running = set()
+_stopped = threading.Event()
+
+
+def stop_all():
+    """Ends what runs; the program ends its own tools."""
+    _stopped.set()
+    for process in list(_running):
+        process.terminate()
+
+
 def environment(home):
     clean = {key: value for key, value in os.environ.items() if not key.startswith("XDG_")}
     return {**clean, "HOME": home, "LC_ALL": "C.UTF-8"}
@@ -33,6 +44,8 @@ def run_program(arguments, home, limit, memory):
     """`memory` in megabytes is what one process may ask for, so that a fault ends only itself."""
     def before():
         resource.setrlimit(resource.RLIMIT_AS, (memory << 20, memory << 20))
+    if _stopped.is_set():
+        raise InterruptedError
     begin = time.monotonic()
     errors_path = os.path.join(home, "errors")
     with open(errors_path, "wb") as errors:
@@ -40,6 +53,7 @@ def run_program(arguments, home, limit, memory):
         process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=errors, env=environment(home), preexec_fn=before,
                                    start_new_session=True)
+    _running.add(process)
     late = threading.Event()
 
     def stop():
@@ -51,6 +65,7 @@ def run_program(arguments, home, limit, memory):
     process.stdout.close()
     _, status, usage = os.wait4(process.pid, 0)
     timer.cancel()
+    _running.discard(process)
     process.returncode = os.waitstatus_to_exitcode(status)
     events = []
     for line in output.decode("utf-8", "replace").splitlines():
