@@ -13,6 +13,7 @@
 #include "platform/ChildProcess.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/clips.h"
+#include "support/places.h"
 
 namespace tessarin::test {
 
@@ -41,7 +42,7 @@ class Journey : public testing::Test {
   // Every run leaves the folder for temporary files as it found it, unless a test says otherwise.
   void TearDown() override;
 
-  static std::string program() { return TESSARIN_BUILD "/bin/tessarin"; }
+  static std::string program() { return test::builtFile("bin/tessarin"); }
 
   // Runs the program to its end.
   Result tessarin(const Arguments& arguments);

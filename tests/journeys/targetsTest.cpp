@@ -8,6 +8,7 @@
 
 #include "Journey.h"
 #include "measured.h"
+#include "support/places.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -203,7 +204,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
   }
 
   // Whether this build has the tool that writes Apple Intermediate Codec, and ProRes of copies.
-  static bool hasExport() { return pathExists(TESSARIN_BUILD "/resources/tools/movtool"); }
+  static bool hasExport() { return pathExists(test::builtFile("resources/tools/movtool")); }
 
   // One conversion; the movie's path, or the reason why there is none.
   struct Converted {

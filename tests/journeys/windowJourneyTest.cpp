@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "Journey.h"
+#include "support/places.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -20,7 +21,7 @@ class WindowProgramJourney : public test::Journey {
     setVariable("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
   }
 
-  static std::string window() { return TESSARIN_BUILD "/bin/tessarin-gui"; }
+  static std::string window() { return test::builtFile("bin/tessarin-gui"); }
   std::string logText() const {
     const auto text = readWholeFile(folder.file("home/Library/Logs/Tessarin/Details.log"));
     return text ? text.value() : "";

@@ -12,13 +12,14 @@
 
 #include "classShared/TextAdditions.h"
 #include "platform/StringsTable.h"
+#include "support/places.h"
 
 namespace tessarin {
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path root = fs::path(TESSARIN_TEST_DATA).parent_path().parent_path();
+const fs::path root = fs::path(test::testDataFile("x")).parent_path().parent_path().parent_path();
 
 std::string contentOf(const fs::path& path) {
   std::ifstream stream(path, std::ios::binary);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/Bundle.h"
+#include "support/places.h"
 
 namespace tessarin::test {
 
@@ -11,7 +12,7 @@ namespace tessarin::test {
 // environment says; then it is what it was before.
 class TestBundle {
  public:
-  static std::string resourcePath() { return TESSARIN_BUILD "/resources"; }
+  static std::string resourcePath() { return test::builtFile("resources"); }
 
   explicit TestBundle(const std::string& language = "en") : TestBundle(resourcePath(), language) {}
   // Another resources folder, such as one with tools made by the test.

@@ -3,10 +3,12 @@
 
 #include <string>
 
+#include "support/places.h"
+
 namespace tessarin::test {
 
 inline std::string childPath(const std::string& name) {
-  return std::string(TESSARIN_BUILD) + "/tests/children/" + name;
+  return builtFile("tests/children/" + name);
 }
 
 }  // namespace tessarin::test

@@ -7,11 +7,13 @@
 #include <iterator>
 #include <string>
 
+#include "support/places.h"
+
 namespace tessarin::test {
 
 // The bytes of tests/data/NAME; a missing file fails the test.
 inline std::string readTestData(const std::string& name) {
-  std::ifstream stream(std::string(TESSARIN_TEST_DATA "/") + name, std::ios::binary);
+  std::ifstream stream(testDataFile(name), std::ios::binary);
   EXPECT_TRUE(stream.good()) << name;
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/ChildProcess.h"
+#include "support/places.h"
 #include "tools/streams/yuv4mpeg.h"
 #include "tools/support/movies.h"
 
@@ -27,7 +28,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using yuv4mpeg::parseHeader;
 
-const std::string aicenc = TESSARIN_BUILD "/bin/aicenc";
+const std::string aicenc = test::builtFile("bin/aicenc");
 
 TEST(Yuv4mpeg, ReadsHeaders) {
   auto plain = parseHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15 C420paldv XYSCSS=420PALDV");

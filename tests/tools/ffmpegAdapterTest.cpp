@@ -7,6 +7,7 @@
 #include "ffmpeg/installedFfmpeg.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "support/places.h"
 #include "support/shell.h"
 #include "tools/support/clips.h"
 
@@ -20,7 +21,7 @@ using test::ShellResult;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string adapter = TESSARIN_BUILD "/resources/tools/ffmpeg";
+const std::string adapter = test::builtFile("resources/tools/ffmpeg");
 
 // A script in the place of ffmpeg.
 class FakeFfmpeg {

@@ -5,6 +5,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "support/places.h"
 #include "support/shell.h"
 #include "tools/cardBytes.h"
 #include "tools/gettimestamps/card.h"
@@ -224,7 +225,7 @@ TEST_F(GetTimestamps, FolderOfModAndTodFilesIsReadFromTheFilesBesideThem) {
 }
 
 TEST_F(GetTimestamps, ProgramPrintsTimesAndSaysWhatIsWrong) {
-  const std::string program = quoted(std::string(TESSARIN_BUILD "/resources/tools/gettimestamps"));
+  const std::string program = quoted(test::builtFile("resources/tools/gettimestamps"));
   write("card/PLAYLIST/00000.MPL", playlistBytes({{"00001", "20101224140533"}}));
   write("card/PLAYLIST/00001.MPL", "?");
   const auto whole =

@@ -8,12 +8,13 @@
 #include "encoding/outputPreset.h"
 #include "platform/propertyList.h"
 #include "support/LogCapture.h"
+#include "support/places.h"
 #include "tools/movtool/ExportSettings.h"
 
 namespace tessarin {
 namespace {
 
-const std::string folder = TESSARIN_BUILD "/resources/presetQt";
+const std::string folder = test::builtFile("resources/presetQt");
 
 movtool::ExportSettings settingsOf(const std::string& name) {
   const Outcome<Value> list = readPropertyList(folder + "/" + name);

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "support/ScopedTemporaryFolder.h"
+#include "support/places.h"
 #include "support/shell.h"
 #include "tools/gettimestamps/RecordingTime.h"
 #include "tools/gettimestamps/card.h"
@@ -179,8 +180,7 @@ TEST_F(RecordingTimes, OfAVastPlaylistTakeNoLongerThanItsStreams) {
 }
 
 TEST_F(RecordingTimes, AreToldByTheProgram) {
-  const std::string program =
-      quoted(std::string(TESSARIN_BUILD "/resources/tools/gettimestamps")) + " --file ";
+  const std::string program = quoted(test::builtFile("resources/tools/gettimestamps")) + " --file ";
   const std::string clip = folder.write("-x.mov", quickTime(movieHeader(at2010)));
   const auto told = runShell(program + quoted(clip));
   EXPECT_EQ(told.output, "container : 2010-12-24 14.05.33\n");

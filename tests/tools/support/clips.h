@@ -11,11 +11,12 @@
 #include <vector>
 
 #include "support/ScopedTemporaryFolder.h"
+#include "support/places.h"
 #include "support/shell.h"
 
 namespace tessarin::test {
 
-inline const std::string movtool = TESSARIN_BUILD "/resources/tools/movtool";
+inline const std::string movtool = test::builtFile("resources/tools/movtool");
 
 // The entries of a settings file; those that a test does not care for are small and quick.
 struct Settings {
