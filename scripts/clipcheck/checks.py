@@ -64,11 +64,12 @@ class Check:
         self.movie = probe(path)
         self.notes = []
         self.order = true_order(source)
-        self.is_copy = self.target == "quicktime" and self.kind != "i"
-        rate = source_rate(source.pictures) or 0
+        self.is_copy = (self.target == "quicktime" and
+                        self.movie.video.get("codec_name") == source.video.get("codec_name"))
+        if self.target == "quicktime" and not self.is_copy:
+            self.notes.append("made as " + self.movie.video.get("codec_name", "?"))
+        self.rate = source_rate(source.pictures) or 0
         self.slow = 2.0 if self.speed == "slow" else 1.0
-
-        self.rate = rate
 
     def faults(self):
         crop, shape = self._shape()
