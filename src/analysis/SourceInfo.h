@@ -17,19 +17,21 @@ using SourceInfo = Dico;
 // The last part of a stream's key: "v0_" + fps. Streams of a kind are counted from 0 in the order
 // of the report; the number that ffmpeg gives a stream is the value of its id.
 namespace StreamField {
-inline constexpr std::string_view id = "id";              // integer: ffmpeg's stream number
-inline constexpr std::string_view lang = "lang";          // text: language code
-inline constexpr std::string_view title = "lang+";        // text: title of a subtitle stream
-inline constexpr std::string_view codec = "codec";        // text: ffmpeg's name of the codec
-inline constexpr std::string_view bitrate = "bitrate";    // integer: kb/s, above 0
-inline constexpr std::string_view fps = "fps";            // number: see SourceKey::v0Fps
-inline constexpr std::string_view tbc = "tbc";            // number: codec time base, without "k"
-inline constexpr std::string_view width = "width";        // integer: pixels
-inline constexpr std::string_view height = "height";      // integer: pixels
-inline constexpr std::string_view par = "par";            // text "a:b": shape of a pixel
-inline constexpr std::string_view dar = "dar";            // text "a:b": shape of the picture
-inline constexpr std::string_view chroma = "chroma";      // text: pixel format, "yuv420p"
-inline constexpr std::string_view fields = "fields";      // text: see SourceKey::v0Fields
+inline constexpr std::string_view id = "id";            // integer: ffmpeg's stream number
+inline constexpr std::string_view lang = "lang";        // text: language code
+inline constexpr std::string_view title = "lang+";      // text: title of a subtitle stream
+inline constexpr std::string_view codec = "codec";      // text: ffmpeg's name of the codec
+inline constexpr std::string_view bitrate = "bitrate";  // integer: kb/s, above 0
+inline constexpr std::string_view fps = "fps";          // number: see SourceKey::v0Fps
+inline constexpr std::string_view tbc = "tbc";          // number: codec time base, without "k"
+inline constexpr std::string_view width = "width";      // integer: pixels
+inline constexpr std::string_view height = "height";    // integer: pixels
+inline constexpr std::string_view par = "par";          // text "a:b": shape of a pixel
+inline constexpr std::string_view dar = "dar";          // text "a:b": shape of the picture
+inline constexpr std::string_view chroma = "chroma";    // text: pixel format, "yuv420p"
+inline constexpr std::string_view fields = "fields";    // text: see SourceKey::v0Fields
+// Integer, -179 to 180 and not 0: degrees by which a player turns the pictures against the clock.
+inline constexpr std::string_view rotation = "rotation";
 inline constexpr std::string_view rate = "rate";          // integer: Hz
 inline constexpr std::string_view channels = "channels";  // integer
 inline constexpr std::string_view force = "force";        // integer: see SourceKey::a0Force
@@ -55,6 +57,15 @@ inline constexpr std::string_view wBitrate = "w_bitrate";  // integer: kb/s, abo
 inline constexpr std::string_view chapters = "chapters";   // list of numbers: seconds
 // Number, above 0: seconds from the start of the container to the first key frame.
 inline constexpr std::string_view intraOffset = "intraOffset";
+// Integers: how much ffmpeg has to read (bytes, microseconds) before it knows the streams, where
+// that is more than it does by itself.
+inline constexpr std::string_view wProbeSize = "w_probesize";
+inline constexpr std::string_view wAnalyzeDuration = "w_analyzeduration";
+// Integer 1: ffmpeg has to be told which streams are meant, for it could choose others.
+inline constexpr std::string_view wMap = "w_map";
+// List of texts, "KEY NUMBER": what the user has to be told of the source. KEY is one of Remark and
+// a key of the string table "Localized", whose text takes the number (remarkTexts()).
+inline constexpr std::string_view remarks = "remarks";
 // Integer, ms: the smallest video start offset with its sign turned.
 inline constexpr std::string_view vOffsetMs = "v_offsetMs";
 
@@ -70,6 +81,7 @@ inline constexpr std::string_view v0Width = "v0_width";
 inline constexpr std::string_view v0Height = "v0_height";
 inline constexpr std::string_view v0Par = "v0_par";
 inline constexpr std::string_view v0Dar = "v0_dar";
+inline constexpr std::string_view v0Rotation = "v0_rotation";
 inline constexpr std::string_view v0Chroma = "v0_chroma";
 // Text: fieldsText("PFF") means progressive, every other text interlaced.
 inline constexpr std::string_view v0Fields = "v0_fields";
@@ -88,6 +100,18 @@ inline constexpr std::string_view a0Bitrate = "a0_bitrate";
 // Integer 1: the decoder has to be named to ffmpeg, for it takes the sound for something else.
 inline constexpr std::string_view a0Force = "a0_force";
 }  // namespace SourceKey
+
+namespace Remark {
+// With ffmpeg's number of the stream: no sound can be made of it, so it is left out.
+inline constexpr std::string_view soundUnreadable = "remark_soundUnreadable";
+// With their number: the source holds several programmes, of which one is converted.
+inline constexpr std::string_view programs = "remark_programs";
+// With 1: ffmpeg complained while it decoded the first pictures.
+inline constexpr std::string_view damaged = "remark_damaged";
+}  // namespace Remark
+
+// Whether a viewer sees the pictures with width and height exchanged.
+bool isTurned(const Dico& source);
 
 // The user's word for a field order: key "TFF" (top field first), "BFF" (bottom field first) or
 // "PFF" (progressive) of the string table "fields".

@@ -214,6 +214,16 @@ void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamW
   }
 }
 
+// "displaymatrix: rotation of -90.00 degrees" among the side data below the stream.
+void readRotation(std::string_view line, const StreamWriter& stream) {
+  if (!lineDeclares(line, "displaymatrix: "))
+    return;
+  const auto degrees =
+      decimalNumber(textAfter(line, "rotation of ").value_or(""), ReportRange::rotation);
+  if (const auto whole = std::lround(degrees.value_or(0)); whole != 0)
+    stream.set(StreamField::rotation, whole);
+}
+
 // ---- Subtitles
 
 // The title stands in the two lines that follow the stream's.
@@ -254,6 +264,7 @@ SourceInfo recordOfReport(std::string_view report) {
   int audioCount = 0;
   int subtitleCount = 0;
   std::vector<std::pair<StreamKind, int>> known;
+  std::optional<StreamWriter> turned;  // the stream whose side data follow
   DescriptionLines lines(block);
   while (const auto line = lines.next()) {
     if (lineDeclares(*line, "Input #")) {
@@ -267,8 +278,12 @@ SourceInfo recordOfReport(std::string_view report) {
       continue;
     }
     const auto stream = parseStreamLine(*line);
-    if (!stream)
+    if (!stream) {
+      if (turned)
+        readRotation(*line, *turned);
       continue;
+    }
+    turned.reset();
     // A stream of two programmes is described in both.
     const std::pair identity{stream->kind, stream->id.value_or(-1)};
     if (stream->id && std::find(known.begin(), known.end(), identity) != known.end())
@@ -285,6 +300,7 @@ SourceInfo recordOfReport(std::string_view report) {
           break;
         readVideo(*stream, StreamWriter(record, StreamKind::video, videoCount),
                   StreamWriter(record, StreamKind::container, videoCount));
+        turned.emplace(record, StreamKind::video, videoCount);
         if (debugMode())
           logFormat("infosDico v #{}      : {}", videoCount, record.description());
         ++videoCount;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "analysis/streamLine.h"
+#include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "ffmpeg/reportNumbers.h"
@@ -240,31 +241,27 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
   return std::nullopt;
 }
 
-Arguments firstKeyFrameCommand(const std::string& path) {
-  return {Bundle::main().toolPath("ffmpeg"),
-          "-loglevel",
-          "info",
-          "-copyts",
-          "-skip_frame",
-          "nokey",
-          "-t",
-          "12",
-          "-i",
-          path,
-          "-an",
-          "-sn",
-          "-vf",
-          "showinfo",
-          "-frames:v",
-          "1",
-          "-f",
-          "null",
-          "-y",
-          "/dev/null"};
+Arguments firstKeyFrameCommand(const std::string& path, const Dico& source) {
+  Arguments command = {Bundle::main().toolPath("ffmpeg"),
+                       "-loglevel",
+                       "info",
+                       "-copyts",
+                       "-skip_frame",
+                       "nokey",
+                       "-t",
+                       "12"};
+  const auto append = [&command](const Arguments& more) {
+    command.insert(command.end(), more.begin(), more.end());
+  };
+  append(inputOptions(source));
+  append({"-i", path});
+  append(mapOfVideo(source));
+  append({"-an", "-sn", "-vf", "showinfo", "-frames:v", "1", "-f", "null", "-y", "/dev/null"});
+  return command;
 }
 
 double intraOffset(const std::string& path) {
-  const auto report = taskArray1PipeMax(firstKeyFrameCommand(path), true);
+  const auto report = taskArray1PipeMax(firstKeyFrameCommand(path, {}), true);
   const double seconds = firstKeyFrameOfShowinfo(report.value_or("")).value_or(0);
   debugFormat("intraOffset         : {:.3f}", seconds);
   return seconds;

@@ -26,9 +26,9 @@ std::optional<double> firstKeyFrameShown(std::string_view report);
 // first twelve seconds. Blocks until it has ended; 0 when it finds none.
 double intraOffset(const std::string& path);
 
-// The two halves of intraOffset: the command, and the time of the first key frame that it lists,
-// from the start of the container.
-Arguments firstKeyFrameCommand(const std::string& path);
+// The two halves of intraOffset: the command, told how to read the source, and the time of the
+// first key frame that it lists, from the start of the container.
+Arguments firstKeyFrameCommand(const std::string& path, const Dico& source);
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report);
 
 }  // namespace tessarin

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/SourceExamination.h"
 #include "analysis/SourceInfo.h"
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
@@ -76,6 +77,7 @@ class AnalysisQueue {
   void refuse(const std::string& reason);
   void refuseForReport();
 
+  SourceExamination& examination();
   void stepFfmpeg();
   void stepFfmpegResult();
   void stepFfmpegParse();
@@ -85,9 +87,6 @@ class AnalysisQueue {
   void stepMediaInfoParse();
   void stepDico();
   void stepFin();
-  bool readFieldsOfFrames();
-  void weighFields(const ToolResult& idet);
-  void describeSource();
   void completeRecord(SourceInfo info);
   void startThumbnail(SourceInfo& info);
   void completeThumbnail(SourceInfo info);
@@ -105,10 +104,7 @@ class AnalysisQueue {
   Continuation continuation_;
   bool isReportOverdue_ = false;  // the analysing run was ended for its silence
   std::optional<std::string> retainedReport_;
-  // Keys of the string table "fields": what the source's pictures say, and what its stream claims
-  // where that is something else. Nothing when no picture could be read.
-  std::optional<std::string> fields_;
-  std::optional<std::string> fieldsClaim_;
+  std::optional<SourceExamination> examination_;  // of the source in hand
   bool openPermitted_ = true;
   bool isUnderWay_ = false;
   bool isStu_ = false;

@@ -99,19 +99,25 @@ void AnalysisQueue::stepFfmpeg() {
     again();
     return;
   }
-  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "debug", "-fdebug", "ts"};
-  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
-  if (!format.empty())
-    command.insert(command.end(), {"-f", format});
-  command.insert(command.end(), {"-i", path, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f",
-                                 "yuv4mpegpipe", "-y", framePath()});
   steps_.set("analysisFfmpegParse");
   isReportOverdue_ = false;
-  startTask(command, analysisLimits, [this](ToolResult result) {
-    isReportOverdue_ = result.isOverdue;
-    tasks_.analysisTaskVerboseMStr() = std::move(result.output);
-    analysis();
-  });
+  startTask(examination().nextCommand().value_or(Arguments()), analysisLimits,
+            [this](ToolResult result) {
+              isReportOverdue_ = result.isOverdue;
+              tasks_.analysisTaskVerboseMStr() = std::move(result.output);
+              analysis();
+            });
+}
+
+SourceExamination& AnalysisQueue::examination() {
+  if (!examination_) {
+    const std::string path = services_.preferences.prefReadString(StateKey::analysed);
+    std::error_code failed;
+    const auto size = std::filesystem::file_size(path, failed);
+    examination_.emplace(path, failed ? 0 : static_cast<std::int64_t>(size), framePath());
+    examination_->setFormat(services_.preferences.prefReadString(StateKey::forcedFormat));
+  }
+  return *examination_;
 }
 
 void AnalysisQueue::stepFfmpegResult() {
@@ -129,6 +135,15 @@ void AnalysisQueue::stepFfmpegParse() {
     retainedReport_ = std::move(output);
     debugFormat("release (ffmpeg3)");
   }
+  examination().take(std::exchange(retainedReport_, std::nullopt).value_or(""),
+                     readFramePictures(framePath()));
+  removeFile(framePath());
+  retainedReport_ = examination().report();
+  if (!isReportOverdue_ && examination().nextCommand()) {
+    steps_.set("analysisFfmpeg");
+    again();
+    return;
+  }
   if (!mayTryForcedFormat()) {
     judgeReport();
     return;
@@ -142,6 +157,7 @@ void AnalysisQueue::stepFfmpegParse() {
       return;
     }
     services_.preferences.prefWrite(StateKey::forcedFormat, *format);
+    examination().setFormat(*format);
     steps_.set("analysisFfmpeg");
     again();
   });
@@ -156,7 +172,10 @@ bool AnalysisQueue::mayTryForcedFormat() const {
 }
 
 void AnalysisQueue::judgeReport() {
-  if (!isReportOverdue_ && retainedReport_ && isFfmpegSuccess(wordsOfTool(*retainedReport_))) {
+  // Pictures outweigh complaints, which may be about a stream that nobody needs. Where there can be
+  // none, as in a song, the words alone decide; the conversion then says what is missing.
+  const bool saysWell = isFfmpegSuccess(wordsOfTool(retainedReport_.value_or("")));
+  if (examination().isSource() || (!isReportOverdue_ && saysWell && examination().hasOnlySound())) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
@@ -188,44 +207,10 @@ void AnalysisQueue::stepMediaInfoParse() {
 
 void AnalysisQueue::stepDico() {
   debugFormat("analysisDico        - begin");
-  if (readFieldsOfFrames())
-    describeSource();
-  else
-    startTask(idetCommand(framePath()), quickQuestion, [this](const ToolResult& result) {
-      weighFields(result);
-      describeSource();
-    });
-}
-
-// Takes the field order from the frames that the analysis wrote. False when their pictures have to
-// be asked, too.
-bool AnalysisQueue::readFieldsOfFrames() {
-  fields_.reset();
-  fieldsClaim_.reset();
-  const auto start = readFileStart(framePath(), 100);
-  if (!start)
-    return true;
-  const std::string_view header = textUpTo(*start, "\n");
-  if (verboseLevel(1))
-    debugFormat("yuv headers         : {}", header);
-  fields_ = fieldOrderKeyOfHeader(header);
-  // Bottom first is DV's order. Elsewhere it is rare and often a mistake of the program that wrote
-  // the stream, which would show as jerky motion; the pictures tell.
-  return fields_ != "BFF" || contains(retainedReport_.value_or(""), "Video: dvvideo");
-}
-
-void AnalysisQueue::weighFields(const ToolResult& idet) {
-  const auto counts = idet.isOverdue ? std::nullopt : idetCounts(idet.output);
-  if (counts && counts->top >= 3 && counts->bottom == 0)
-    fieldsClaim_ = std::exchange(fields_, "TFF");
-}
-
-void AnalysisQueue::describeSource() {
-  removeFile(framePath());
   const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   std::optional<std::string> interlacing;
-  if (fields_)
-    interlacing = fieldsText(*fields_);
+  if (const auto order = examination().fields())
+    interlacing = fieldsText(order->fields);
   logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
 
   auto info = analysisFf(retainedReport_, interlacing, "");
@@ -237,11 +222,12 @@ void AnalysisQueue::describeSource() {
     again();
     return;
   }
+  examination().complete(*info);
   if (!needsKeyFrameRun(*retainedReport_, *info)) {
     completeRecord(*std::move(info));
     return;
   }
-  startTask(firstKeyFrameCommand(path), quickQuestion,
+  startTask(firstKeyFrameCommand(path, *info), quickQuestion,
             [this, known = *std::move(info)](const ToolResult& result) {
               SourceInfo complete = known;
               const double seconds = firstKeyFrameOfShowinfo(result.output).value_or(0);
@@ -255,13 +241,9 @@ void AnalysisQueue::completeRecord(SourceInfo info) {
   logFormat("src analyzed        : {}", services_.preferences.prefReadString(StateKey::analysed));
   if (debugMode())
     debugFormat("md                  : {}", info.description());
-  if (fields_ && !info.contains(SourceKey::v0Fields))
-    info.set(SourceKey::v0Fields, fieldsText(*fields_));
-  if (fieldsClaim_)
-    info.set(SourceKey::v0FieldsClaim, *fieldsClaim_);
-  const std::string format = services_.preferences.prefReadString(StateKey::forcedFormat);
-  if (!format.empty())
-    info.set(SourceKey::wForce, format);
+  const auto order = examination().fields();
+  if (order && !info.contains(SourceKey::v0Fields))
+    info.set(SourceKey::v0Fields, fieldsText(order->fields));
   startThumbnail(info);
 }
 
@@ -293,6 +275,7 @@ void AnalysisQueue::stepFin() {
   tasks_.analysisTaskVerboseMStr().reset();
   debugFormat("analysisRetainedStr release 3");
   retainedReport_.reset();
+  examination_.reset();
   std::optional<SourceInfo> info;
   if (const Value* record = store.prefRead(StateKey::record); record && record->dico())
     info = *record->dico();

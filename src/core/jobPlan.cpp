@@ -42,9 +42,7 @@ void correctFields(const Dico& job, EncodingCommand& command) {
       addFirstFilter(command.arguments, "scale=interl=-1,format=yuv420p");
   }
   // Where what the stream claims is wrong, the filters are told what the pictures say.
-  if (job.contains(SourceKey::v0FieldsClaim))
-    addFirstFilter(command.arguments, "setfield=tff");
-  else if (isIntermediate && hasFields)
+  if (job.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
     addFirstFilter(command.arguments, job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF")
                                           ? "setfield=bff"
                                           : "setfield=tff");

@@ -2,8 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <random>
 
+#include "analysis/usedStreams.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/arithmetic.h"
 #include "encoding/outputPreset.h"
@@ -23,9 +25,8 @@ constexpr double wideAspect = 1.77;
 // stays below the 255 bytes of a file name even when each character takes four bytes.
 constexpr int longestThumbnailName = 40;
 
-}  // namespace
-
-double thumbnailAspect(const SourceInfo& info) {
+// Of the pictures as they are coded.
+double codedAspect(const SourceInfo& info) {
   constexpr double narrow = 1.33;
   if (const auto dar = info.text(SourceKey::v0Dar))
     return fractionStr2Float(*dar);
@@ -41,6 +42,13 @@ double thumbnailAspect(const SourceInfo& info) {
   return aspect;
 }
 
+}  // namespace
+
+double thumbnailAspect(const SourceInfo& info) {
+  const double aspect = codedAspect(info);
+  return isTurned(info) ? 1 / aspect : aspect;
+}
+
 std::string thumbnailSeekPoint(const SourceInfo& info) {
   const double seconds = info.number(SourceKey::wDuration).value_or(0);
   for (const int point : {120, 60, 10})
@@ -51,20 +59,21 @@ std::string thumbnailSeekPoint(const SourceInfo& info) {
 
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly) {
-  // A picture whose shape is not told is taken for wide when no key frame could be waited for.
-  const bool isTold = keyFramesOnly || info.contains(SourceKey::v0Dar);
-  const double aspect = isTold ? thumbnailAspect(info) : wideAspect;
   // 160 / (16 / 9) is 90, which single precision misses by a hair.
-  const int height = static_cast<int>(160 / aspect + 0.001);
+  const double exact = 160 / thumbnailAspect(info) + 0.001;
+  const int height = static_cast<int>(std::clamp(exact, 2.0, 1600.0));
   std::string filter = fmt::format("scale=160:{}", height);
   if (keyFramesOnly)
     filter = "select=eq(pict_type\\,I)," + filter;
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-ss",
                        thumbnailSeekPoint(info)};
-  if (const auto format = info.text(SourceKey::wForce))
-    command.insert(command.end(), {"-f", *format});
-  command.insert(command.end(), {"-i", source, "-vframes", "1", "-t", "12", "-vf", filter, "-an",
-                                 "-sn", "-y", thumbnail});
+  const auto append = [&command](const Arguments& more) {
+    command.insert(command.end(), more.begin(), more.end());
+  };
+  append(inputOptions(info));
+  append({"-i", source});
+  append(mapOfVideo(info));
+  append({"-vframes", "1", "-t", "12", "-vf", filter, "-an", "-sn", "-y", thumbnail});
   return command;
 }
 

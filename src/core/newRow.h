@@ -10,7 +10,8 @@
 namespace tessarin {
 
 // The shape of the thumbnail, width by height: the source's display aspect; without one, that of
-// its frame, where 1.7 to 1.8 counts as 1.77 and 1.3 to 1.4 as 1.33; 1.77 when nothing is known.
+// its frame, where 1.7 to 1.8 counts as 1.77 and 1.3 to 1.4 as 1.33; 1.77 when nothing is known. As
+// a viewer sees it: ffmpeg turns the pictures of a telephone that was held upright.
 double thumbnailAspect(const SourceInfo& info);
 
 // Where in the source the thumbnail is taken, in seconds as ffmpeg takes them.

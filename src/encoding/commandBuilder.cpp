@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "analysis/SourceInfo.h"
+#include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/BatchEntry.h"
@@ -15,8 +16,8 @@ namespace {
 
 using Label = std::optional<std::string>;
 
-void append(Arguments& arguments, std::initializer_list<std::string> more) {
-  arguments.insert(arguments.end(), more);
+void append(Arguments& arguments, const Arguments& more) {
+  arguments.insert(arguments.end(), more.begin(), more.end());
 }
 
 bool labelContains(const Label& label, std::string_view part) {
@@ -28,9 +29,9 @@ void appendInput(Arguments& arguments, const Dico& job) {
   if (job.contains(SourceKey::a0Id) && job.contains(SourceKey::a0Force) &&
       job.contains(SourceKey::a0Codec))
     append(arguments, {"-c:a", job.textOrEmpty(SourceKey::a0Codec)});
-  if (const auto format = job.text(SourceKey::wForce))
-    append(arguments, {"-f", *format});
+  append(arguments, inputOptions(job));
   append(arguments, {"-fflags", "+genpts", "-i", job.textOrEmpty(JobKey::srcPathStr)});
+  append(arguments, mapOfStreams(job));
 }
 
 void appendCopy(Arguments& arguments, const Dico& job) {

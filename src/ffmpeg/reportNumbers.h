@@ -27,6 +27,7 @@ inline constexpr NumberRange duration{0, 4'000'000};   // seconds; 46 days
 inline constexpr NumberRange time{-1e10, 1e10};            // seconds
 inline constexpr NumberRange ratioPart{1, 1'000'000'000};  // each side of "16:9"
 inline constexpr NumberRange shape{0.02, 50};              // width by height
+inline constexpr NumberRange rotation{-180, 180};          // degrees
 inline constexpr NumberRange pictureCount{0, 1'000'000'000};
 }  // namespace ReportRange
 

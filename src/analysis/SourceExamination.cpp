@@ -1,0 +1,151 @@
+#include "analysis/SourceExamination.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "analysis/probeParser.h"
+#include "analysis/usedStreams.h"
+#include "ffmpeg/reportText.h"
+#include "platform/Bundle.h"
+
+namespace tessarin {
+
+namespace {
+
+// How much of the source ffmpeg reads to know its streams: first what it does by itself, which is 5
+// MB. The largest holds a minute of the fastest cameras; ffmpeg keeps it in memory.
+struct Reading {
+  std::int64_t bytes;
+  std::int64_t microseconds;
+};
+constexpr std::array readings = {Reading{5'000'000, 0}, Reading{50'000'000, 60'000'000},
+                                 Reading{250'000'000, 300'000'000}};
+
+void tellReading(SourceInfo& record, int reading) {
+  if (reading == 0)
+    return;
+  const Reading& told = readings[static_cast<std::size_t>(reading)];
+  record.set(SourceKey::wProbeSize, told.bytes);
+  record.set(SourceKey::wAnalyzeDuration, told.microseconds);
+}
+
+}  // namespace
+
+SourceExamination::SourceExamination(std::string source, std::int64_t sourceSize,
+                                     std::string pictures)
+    : source_(std::move(source)), sourceSize_(sourceSize), pictures_(std::move(pictures)) {}
+
+void SourceExamination::setFormat(std::string format) {
+  format_ = std::move(format);
+  best_ = Description();
+  reading_ = 0;
+  isDescribed_ = false;
+}
+
+std::optional<PicturePlace> SourceExamination::place() const {
+  if (!isSource() || !needsMorePictures(clues_))
+    return std::nullopt;
+  return picturePlace(places_, described_.number(SourceKey::wDuration).value_or(0));
+}
+
+std::optional<Arguments> SourceExamination::nextCommand() const {
+  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel"};
+  const auto append = [&command](const Arguments& more) {
+    command.insert(command.end(), more.begin(), more.end());
+  };
+  if (!isDescribed_) {
+    SourceInfo told;
+    tellReading(told, reading_);
+    if (!format_.empty())
+      told.set(SourceKey::wForce, format_);
+    append({"debug", "-fdebug", "ts"});
+    append(inputOptions(told));
+    append({"-i", source_, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f", "yuv4mpegpipe",
+            "-y", pictures_});
+    return command;
+  }
+  const auto next = place();
+  if (!next)
+    return std::nullopt;
+  append({"info", "-ss", fmt::format("{:.2f}", next->seconds)});
+  append(inputOptions(described_));
+  append({"-i", source_});
+  append(mapOfVideo(described_));
+  // Every picture as it is decoded, without copies that fill gaps.
+  append({"-vsync", "0", "-vframes", fmt::format("{}", next->pictures), "-pix_fmt", "yuv420p",
+          "-an", "-sn", "-f", "yuv4mpegpipe", "-y", pictures_});
+  return command;
+}
+
+void SourceExamination::take(std::string report, std::optional<FramePictures> pictures) {
+  if (!isDescribed_) {
+    takeDescription({std::move(report), std::move(pictures), reading_});
+    return;
+  }
+  ++places_;
+  if (!pictures || pictures->whole == 0)
+    return;
+  clues_.elsewhere.push_back(pictures->order);
+  clues_.motion += pictures->motion;
+}
+
+void SourceExamination::takeDescription(Description description) {
+  const auto record = describesInput(description.report)
+                          ? ffInfos(description.report, std::nullopt).value_or(SourceInfo())
+                          : SourceInfo();
+  const bool isMovie =
+      record.contains(SourceKey::v0Width) && !isStillOrText(record.textOrEmpty(SourceKey::wrapper));
+  const bool isSource = isMovie && description.pictures && description.pictures->whole > 0;
+  description.hasOnlySound =
+      !record.contains(SourceKey::v0Codec) && record.contains(SourceKey::a0Codec);
+  const bool misses = missesParameters(description.report);
+  description.score = !isSource ? 0 : misses ? 1 : 2;
+  // What was read does not matter where more of it told no more.
+  if (description.score > best_.score)
+    best_ = std::move(description);
+
+  const auto next = static_cast<std::size_t>(reading_) + 1;
+  if (misses && next < readings.size() &&
+      sourceSize_ > readings[static_cast<std::size_t>(reading_)].bytes) {
+    ++reading_;
+    return;
+  }
+  isDescribed_ = true;
+  if (!best_.pictures || !this->isSource())
+    return;
+  described_ = ffInfos(best_.report, std::nullopt).value_or(SourceInfo());
+  chooseStreams(described_, best_.report);
+  tellReading(described_, best_.reading);
+  if (!format_.empty())
+    described_.set(SourceKey::wForce, format_);
+  clues_ = fieldCluesOfReport(best_.report, mappedVideo(best_.report));
+  clues_.firstPicture = best_.pictures->order;
+  clues_.motion = best_.pictures->motion;
+}
+
+std::optional<FieldOrder> SourceExamination::fields() const {
+  if (!isSource())
+    return std::nullopt;
+  return weighFieldOrder(clues_);
+}
+
+void SourceExamination::complete(SourceInfo& record) const {
+  chooseStreams(record, best_.report);
+  tellReading(record, best_.reading);
+  if (!format_.empty())
+    record.set(SourceKey::wForce, format_);
+  if (const auto order = fields(); order && order->claim)
+    record.set(SourceKey::v0FieldsClaim, *order->claim);
+}
+
+bool isStillOrText(std::string_view wrapper) {
+  constexpr std::array<std::string_view, 7> known = {"image2", "ico", "tty", "bin",
+                                                     "xbin",   "adf", "idf"};
+  return wrapper.ends_with("_pipe") ||
+         std::find(known.begin(), known.end(), wrapper) != known.end();
+}
+
+}  // namespace tessarin

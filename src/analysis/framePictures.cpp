@@ -1,0 +1,133 @@
+#include "analysis/framePictures.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <vector>
+
+#include "analysis/probes.h"
+#include "classShared/TextAdditions.h"
+#include "ffmpeg/reportNumbers.h"
+
+namespace tessarin {
+
+namespace {
+
+// A header of ffmpeg's has about 70 bytes.
+constexpr std::size_t longestLine = 1000;
+
+// A change of this much is more than the noise of the codec.
+constexpr int leastChange = 12;  // of 255
+// So many changed places, of those that are looked at, are needed for a verdict: 0.05 %.
+constexpr std::int64_t placesPerChange = 2000;
+// One sum has to be this much larger than the other one. Moving testcards and camera pictures have
+// 1.5 and more in their own order; pictures without fields stay below 1.1.
+constexpr double clearRatio = 1.2;
+
+// A line of the file; nothing at its end, and for one that is too long to be a header.
+std::optional<std::string> readLine(std::istream& file) {
+  std::string line;
+  for (char letter = 0; line.size() < longestLine && file.get(letter);) {
+    if (letter == '\n')
+      return line;
+    line += letter;
+  }
+  return std::nullopt;
+}
+
+std::optional<FramePictures> parseHeader(std::string_view line) {
+  if (!line.starts_with("YUV4MPEG2 "))
+    return std::nullopt;
+  FramePictures pictures;
+  pictures.order = fieldOrderKeyOfHeader(line);
+  const auto side = [line](std::string_view mark) {
+    return static_cast<int>(
+        wholeNumber(textAfter(line, mark).value_or(""), ReportRange::pictureSide).value_or(0));
+  };
+  pictures.width = side(" W");
+  pictures.height = side(" H");
+  const std::string_view chroma = textAfter(line, " C").value_or("420");
+  if (pictures.width == 0 || pictures.height == 0 || !chroma.starts_with("420") ||
+      chroma.starts_with("420p1"))
+    return std::nullopt;
+  return pictures;
+}
+
+}  // namespace
+
+FieldMotion& FieldMotion::operator+=(const FieldMotion& other) {
+  changes += other.changes;
+  top += other.top;
+  bottom += other.bottom;
+  return *this;
+}
+
+FieldMotion fieldMotion(std::span<const std::uint8_t> before, std::span<const std::uint8_t> after,
+                        int width, int height) {
+  const auto stride = static_cast<std::size_t>(width);
+  std::int64_t topFirst = 0;  // how unlike the fields are that would be next to each other
+  std::int64_t bottomFirst = 0;
+  std::int64_t changed = 0;
+  std::int64_t places = 0;
+  bool equal = true;
+  for (int y = 1; y + 1 < height; ++y) {
+    const std::size_t line = static_cast<std::size_t>(y) * stride;
+    if (std::equal(before.begin() + static_cast<std::ptrdiff_t>(line),
+                   before.begin() + static_cast<std::ptrdiff_t>(line + stride),
+                   after.begin() + static_cast<std::ptrdiff_t>(line))) {
+      places += width / 2;
+      continue;
+    }
+    equal = false;
+    std::int64_t laterLine = 0;  // of the second picture, between lines of the first one
+    std::int64_t earlierLine = 0;
+    for (std::size_t x = line; x < line + stride; x += 2) {
+      ++places;
+      if (std::abs(after[x] - before[x]) < leastChange)
+        continue;
+      ++changed;
+      laterLine += std::abs(2 * after[x] - before[x - stride] - before[x + stride]);
+      earlierLine += std::abs(2 * before[x] - after[x - stride] - after[x + stride]);
+    }
+    const bool isTop = y % 2 == 0;
+    topFirst += isTop ? laterLine : earlierLine;
+    bottomFirst += isTop ? earlierLine : laterLine;
+  }
+  FieldMotion motion;
+  motion.changes = equal ? 0 : 1;
+  if (changed * placesPerChange < places || changed == 0)
+    return motion;
+  const auto top = static_cast<double>(topFirst);
+  const auto bottom = static_cast<double>(bottomFirst);
+  motion.top = bottom > clearRatio * top ? 1 : 0;
+  motion.bottom = top > clearRatio * bottom ? 1 : 0;
+  return motion;
+}
+
+std::optional<FramePictures> readFramePictures(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  auto pictures = parseHeader(readLine(file).value_or(""));
+  if (!pictures)
+    return std::nullopt;
+  const std::size_t luma =
+      static_cast<std::size_t>(pictures->width) * static_cast<std::size_t>(pictures->height);
+  const std::size_t chroma = 2 * (static_cast<std::size_t>(pictures->width + 1) / 2) *
+                             (static_cast<std::size_t>(pictures->height + 1) / 2);
+  std::vector<std::uint8_t> before;
+  std::vector<std::uint8_t> picture(luma + chroma);
+  while (readLine(file).value_or("").starts_with("FRAME")) {
+    file.read(reinterpret_cast<char*>(picture.data()),
+              static_cast<std::streamsize>(picture.size()));
+    if (static_cast<std::size_t>(file.gcount()) < picture.size())
+      break;
+    ++pictures->whole;
+    if (!before.empty())
+      pictures->motion += fieldMotion(std::span(before).first(luma), std::span(picture).first(luma),
+                                      pictures->width, pictures->height);
+    std::swap(before, picture);
+    picture.resize(luma + chroma);
+  }
+  return pictures;
+}
+
+}  // namespace tessarin

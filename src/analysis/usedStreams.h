@@ -1,0 +1,33 @@
+// Which streams of a source are converted, and what is told about the others. Pure functions.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+
+namespace tessarin {
+
+// The stream whose pictures ffmpeg decoded in the run that made the report.
+std::optional<int> mappedVideo(std::string_view report);
+
+// Puts the streams that are converted first, as v0 and a0: the one whose pictures were decoded,
+// and the first sound of its programme that can be decoded. Sounds that cannot are taken out of the
+// record, so that no conversion fails because of them. Adds what has to be told
+// (SourceKey::remarks) and, where ffmpeg could choose otherwise, SourceKey::wMap.
+void chooseStreams(SourceInfo& record, std::string_view report);
+
+// Whether more of the source has to be read to say which streams it has: the pictures, or the first
+// sound of their programme, have no parameters yet.
+bool missesParameters(std::string_view report);
+
+// ---- For the commands that read a source
+
+// What stands before "-i": the format, and how far ffmpeg has to look for the parameters.
+Arguments inputOptions(const Dico& source);
+// "-map" for the streams of the record, where ffmpeg could choose others; empty elsewhere.
+Arguments mapOfVideo(const Dico& source);
+Arguments mapOfStreams(const Dico& source);
+
+}  // namespace tessarin
