@@ -353,7 +353,7 @@ bool EncodingDriver::takeJobFlag(std::string_view name) {
 }
 
 double EncodingDriver::jobDuration(const Dico& job) const {
-  return job.number("durationDouble").value_or(job.number(SourceKey::wDuration).value_or(0));
+  return movieDuration(job);
 }
 
 }  // namespace tessarin

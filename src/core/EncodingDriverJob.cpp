@@ -211,7 +211,15 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   }
   hasBegun_ = true;
   taskStart_ = std::chrono::steady_clock::now();
-  startTask(plan.command.arguments, ParseMode::time, jobDuration(plan.job));
+  isExporting_ = plan.isExport;
+  if (plan.isExport) {
+    fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), partialName(output), true});
+    startTask(plan.command.arguments, ParseMode::pourcentage, 100);
+    return;
+  }
+  // The copy is slowed down behind this.
+  startTask(plan.command.arguments, ParseMode::time,
+            jobDuration(plan.job) / (needsSlowing(plan.job) ? 2 : 1));
 }
 
 void EncodingDriver::stepV() {
@@ -255,7 +263,7 @@ void EncodingDriver::startSlowing(Dico current) {
   const double duration = jobDuration(current);
   fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), slowed, true});
   storeJob(std::move(current));
-  startTask(slowingCommand(output, slowed), ParseMode::time, 2 * duration);
+  startTask(slowingCommand(output, slowed), ParseMode::time, duration);
 }
 
 // Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
@@ -280,7 +288,7 @@ void EncodingDriver::startExport(Dico current) {
     return;
   }
   isExporting_ = true;
-  const double duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  const double duration = jobDuration(current);
   const std::string master = masterPathStr(output);
   current.set(keyMaster, master);
   fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), master, true});
@@ -361,7 +369,7 @@ void EncodingDriver::purgeIntermediates(const Dico& current) {
   std::vector<std::string> files = {current.textOrEmpty(keyIntermediate),
                                     current.textOrEmpty(keyMaster)};
   // The export tool may have been ended without a chance to remove what it had begun.
-  if (!files.back().empty())
+  if (!files.back().empty() || exportsSource(current))
     files.push_back(partialName(current.textOrEmpty(JobKey::dstPathStr)));
   for (const std::string& purge : files) {
     if (purge.empty() || !pathExists(purge))
@@ -377,7 +385,7 @@ void EncodingDriver::stepFin() {
   JobEnd end;
   end.source = current.textOrEmpty(RowInfoKey::srcPathStr);
   end.output = current.textOrEmpty(JobKey::dstPathStr);
-  end.duration = jobDuration(current) * (needsSlowing(current) ? 2 : 1);
+  end.duration = jobDuration(current);
   end.elapsed = secondsSince(taskStart_);
   end.reason = reason_;
   logFormat("enc > encFin        : {} - begin", end.source);

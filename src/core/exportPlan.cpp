@@ -70,7 +70,7 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
 
 bool needsSlowing(const Dico& job) {
   return job.integer(JobKey::speed) == speedSlow && isSourceProgressive(job) &&
-         isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+         !exportsSource(job) && isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
 }
 
 Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
@@ -90,6 +90,12 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
     std::replace(command.begin(), command.end(), std::string("-y"), std::string("-n"));
     return command;
   };
+  if (plan.isExport) {
+    Arguments command = plan.command.arguments;
+    if (!replace)
+      std::erase(command, "-y");  // it keeps what is there
+    return {command};
+  }
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
   const std::string master = masterPathStr(output);
   std::vector<Arguments> commands;

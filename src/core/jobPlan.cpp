@@ -1,11 +1,16 @@
 #include "core/jobPlan.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "core/exportPlan.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/movieCodecs.h"
 #include "ffmpeg/proresEncoder.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
@@ -87,6 +92,46 @@ bool isStreamCopy(const Dico& job) {
          !needsInterleaveToI50(job, presetLabel(job.integer(JobKey::sizeOut).value_or(-1)));
 }
 
+// The movie takes twice as long: ffmpeg stretches the pictures' times, or every field becomes a
+// picture of a movie that has no more of them a second.
+bool isSlowed(const Dico& job) {
+  if (job.integer(JobKey::speed) != speedSlow)
+    return false;
+  if (isStreamCopy(job))
+    return isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+  constexpr int leastFieldRate = 48;
+  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
+  const bool hasFieldRate = !isSourceProgressive(job) && label && contains(*label, "p50") &&
+                            roundedFps(job) >= leastFieldRate;
+  return !hasFieldRate;
+}
+
+// The export of the source, with what the copy would have been told.
+Arguments sourceExport(const Dico& job, std::string_view prefProres) {
+  const std::string source = job.textOrEmpty(JobKey::srcPathStr);
+  Arguments command = exportCommand(source, job.textOrEmpty(JobKey::dstPathStr),
+                                    exportPresetName(job, prefProres), displayRatio(job));
+  const auto add = [&](const char* option, const std::string& value) {
+    command.insert(command.end(), {option, value});
+  };
+  if (const auto format = job.text(SourceKey::wForce))
+    add("--format", *format);
+  if (job.contains(SourceKey::a0Force))
+    add("--sound-decoder", job.textOrEmpty(SourceKey::a0Codec));
+  if (const auto pictures = job.integer(SourceKey::v0Id))
+    add("--pictures", fmt::format("{}", *pictures));
+  constexpr std::int64_t stereo = 2;
+  const std::int64_t channels =
+      job.flag(JobKey::prefSurrond)
+          ? std::max(job.integer(SourceKey::a0Channels).value_or(0), stereo)
+          : stereo;
+  add("--sound", fmt::format("{}", job.integer(SourceKey::a0Id).value_or(-1)));
+  add("--channels", fmt::format("{}", channels));
+  if (isSlowed(job))
+    command.emplace_back("--slow");
+  return command;
+}
+
 }  // namespace
 
 Dico jobOfRow(const Dico& row) {
@@ -112,7 +157,13 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   correctColours(job, *command);
   correctEncoder(job, *command);
   JobPlan plan;
-  plan.needsExport = !command->writesProres && !isQuickTimeCopy(job);
+  if (exportsSource(job)) {
+    command->arguments = sourceExport(job, prefProres);
+    plan.isExport = true;
+  }
+  plan.needsExport = !plan.isExport && !command->writesProres && !isQuickTimeCopy(job);
+  if (const double duration = job.number(SourceKey::wDuration).value_or(0); duration > 0)
+    job.set(JobKey::durationDouble, duration * (isSlowed(job) ? 2 : 1));
   plan.job = std::move(job);
   plan.command = std::move(*command);
   return plan;
@@ -120,6 +171,19 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
 
 bool isQuickTimeCopy(const Dico& job) {
   return job.integer(JobKey::out) == outQuickTime && isStreamCopy(job);
+}
+
+bool exportsSource(const Dico& job) {
+  if (!isStreamCopy(job) || job.integer(JobKey::out) == outQuickTime ||
+      !job.contains(SourceKey::v0Codec))
+    return false;
+  return movieHolds(job.textOrEmpty(SourceKey::v0Codec),
+                    textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) != true;
+}
+
+double movieDuration(const Dico& job) {
+  const double source = job.number(SourceKey::wDuration).value_or(0);
+  return job.number(JobKey::durationDouble).value_or(source);
 }
 
 bool hasExportTool() {
@@ -131,11 +195,16 @@ std::optional<std::string> refusalOf(const Dico& row, bool hasExport) {
   if (!job.contains(SourceKey::v0Width) || !job.contains(SourceKey::v0Height))
     return localisationString("why_noPicture");
   const int target = static_cast<int>(job.integer(JobKey::out).value_or(-1));
+  if (const std::string codec = job.textOrEmpty(SourceKey::v0Codec);
+      target == outQuickTime &&
+      movieHolds(codec, textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) == false)
+    return localisationString("why_movieCodec", "", codec);
   const bool isAllowed =
       cellAllowedOut(row, target == outQuickTime, target == outAic, target == outProres);
   if (!isAllowed)
     return localisationString("why_noTarget");
-  if (const auto plan = planJob(job, "output.mov", "apcn"); plan && plan->needsExport && !hasExport)
+  if (const auto plan = planJob(job, "output.mov", "apcn");
+      plan && (plan->needsExport || plan->isExport) && !hasExport)
     return localisationString("why_noExport");
   return std::nullopt;
 }

@@ -14,9 +14,11 @@ namespace tessarin {
 Dico jobOfRow(const Dico& row);
 
 struct JobPlan {
-  Dico job;  // with "dstPathStr"
+  Dico job;  // with "dstPathStr" and "durationDouble"
   EncodingCommand command;
   bool needsExport = false;  // the command's result is not the movie yet
+  // The command is the export itself, which reads the source: see exportsSource().
+  bool isExport = false;
 };
 
 // The plan for a job whose output is `destination`. Nothing when the command cannot be built.
@@ -26,6 +28,13 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
 // Whether the job is a stream copy that is to be a QuickTime movie, which it is already: nothing
 // is exported.
 bool isQuickTimeCopy(const Dico& job);
+
+// Whether the export reads the source itself: where a copy, from which it would be made otherwise,
+// cannot hold the source's pictures or is not known to.
+bool exportsSource(const Dico& job);
+
+// Seconds of the movie that the job makes: twice those of the source in slow motion. 0: unknown.
+double movieDuration(const Dico& job);
 
 // Whether the tool for exports is there.
 bool hasExportTool();

@@ -38,6 +38,8 @@ inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the desti
 inline constexpr std::string_view out = BatchKey::out;
 inline constexpr std::string_view speed = "speed";  // integer, speedKeep … (the row's "fps")
 inline constexpr std::string_view sizeOut = BatchKey::sizeOut;
+inline constexpr std::string_view durationDouble =
+    "durationDouble";  // number, seconds of the movie
 inline constexpr std::string_view prefSurrond = RowInfoKey::prefSurrond;
 }  // namespace JobKey
 

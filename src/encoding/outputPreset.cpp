@@ -10,6 +10,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/BatchEntry.h"
+#include "ffmpeg/movieCodecs.h"
 
 namespace tessarin {
 
@@ -216,6 +217,9 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const std::optional<std:
         !isOfRow(static_cast<int>(width), static_cast<int>(height), *label))
       return false;
   }
+  if (movieHolds(info.textOrEmpty(SourceKey::v0Codec),
+                 textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
+    return false;
   const Dico& judged = entry.contains(BatchKey::fpsSrc) ? entry : info;
   return isSourceProgressive(judged) && !needsInterleaveToI50(info, label) &&
          entry.integer(BatchKey::fps) != speedHalf;

@@ -54,6 +54,50 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   EXPECT_FALSE(needsExport(rowOf(true, 10, outQuickTime)));
 }
 
+// A copy of VP9 is refused by ffmpeg; one of H.264 out of an AVI file ends before its last picture.
+TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
+  Dico row = withInfo(rowOf(true, 10, outProres), {{"v0_codec", "vp9"},
+                                                   {"wrapper", "matroska,webm"},
+                                                   {"v0_id", 2},
+                                                   {"a0_id", 5},
+                                                   {"a0_channels", 6},
+                                                   {"w_duration", 3}});
+  const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
+  EXPECT_TRUE(plan.isExport);
+  EXPECT_FALSE(plan.needsExport);
+  const Bundle& bundle = Bundle::main();
+  EXPECT_EQ(joinTexts(plan.command.arguments, " "),
+            bundle.toolPath("movtool") + " -s " + bundle.resourcePath() +
+                "/presetQt/pr1920x1080p25 -i /clips/00001.MTS -y -o /out/x.mov --pictures 2 "
+                "--sound 5 --channels 2");
+  ASSERT_EQ(commandsOfPlan(plan, "apcn", false).size(), 1u);
+  EXPECT_FALSE(contains(joinTexts(commandsOfPlan(plan, "apcn", false).front(), " "), " -y "));
+
+  const auto isExport = [](const Dico& source) {
+    return planJob(jobOfRow(source), "/out/x.mov", "apcn")->isExport;
+  };
+  EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "avi"}})));
+  EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "not tried"}})));
+  EXPECT_FALSE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "mov,mp4,m4a"}})));
+  EXPECT_FALSE(isExport(withInfo(rowOf(false, 12, outProres), {{"v0_codec", "vp9"}})));
+
+  row.set("out", outQuickTime);
+  EXPECT_TRUE(contains(*refusalOf(row, true), "vp9"));
+}
+
+TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
+  const auto seconds = [](bool progressive, double fps, int size, int speed) {
+    Dico row = withInfo(rowOf(progressive, size, outProres), {{"v0_fps", fps}, {"w_duration", 4}});
+    row.set("fps", speed);
+    return *planJob(jobOfRow(row), "/out/x.mov", "apcn")->job.number("durationDouble");
+  };
+  EXPECT_EQ(seconds(true, 50, 10, speedSlow), 8);
+  EXPECT_EQ(seconds(true, 50, 10, speedKeep), 4);
+  EXPECT_EQ(seconds(true, 25, 10, speedSlow), 4) << "has none to spare";
+  EXPECT_EQ(seconds(false, 50, 10, speedSlow), 8);
+  EXPECT_EQ(seconds(false, 50, 11, speedSlow), 4) << "fields are shown at their rate";
+}
+
 TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
   const auto filterOf = [](const char* fields, const char* chroma) {
     const Dico row = withInfo(rowOf(false, 12, outAic),

@@ -230,6 +230,25 @@ TEST(Movtool, KeepsAllTracksAndChannels) {
   }
 }
 
+// Told apart from a movie without pictures, and brought to the range that movies have.
+TEST(Movtool, TakesPicturesOfTheFullRange) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip =
+      makeClip(folder, "full.mov",
+               "-f lavfi -i color=white:s=176x144:r=15:d=1 -f lavfi -i sine=d=0.2 "
+               "-vf format=yuvj420p -c:v mjpeg -q:v 2");
+  for (const char* codec : {"icod", "prores"}) {
+    Settings settings;
+    settings.codec = codec;
+    exported(folder, settings, clip);
+    const ShellResult luma =
+        runShell("ffmpeg -v error -i " + folder.file("out.mov") +
+                 " -frames:v 1 -vf crop=16:16,scale=out_range=tv,format=yuv420p -f rawvideo - | "
+                 "od -An -tu1 -N1");
+    EXPECT_NEAR(std::stoi(luma.output), 235, 2) << codec;
+  }
+}
+
 TEST(Movtool, TellsItsProgressInPerCent) {
   const ScopedTemporaryFolder folder;
   const std::string clip =

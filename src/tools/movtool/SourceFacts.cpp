@@ -90,6 +90,8 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
                !contains(line, "(attached pic)")) {
       picturesSeen = true;
       facts.colours = coloursOf(line, facts.height);
+      facts.fullRange =
+          contains(line, ", yuvj") || contains(line, "(pc,") || contains(line, "(pc)");
     }
   }
   return facts;

@@ -20,7 +20,9 @@ struct SourceFacts {
   // Whether the order comes from the pictures' own flags, which filters see, too.
   bool flagged = false;
   quicktime::Colours colours = quicktime::Colours::unknown;  // as tagged
-  std::optional<double> duration;                            // seconds
+  // As tagged: luma from 0 to 255 rather than 16 to 235.
+  bool fullRange = false;
+  std::optional<double> duration;  // seconds
   int soundTracks = 0;
   // When the first picture is shown, in seconds of the time line that ffmpeg gives its filters. Not
   // always 0: sound may begin before, and pictures before the one that decoding can begin with.

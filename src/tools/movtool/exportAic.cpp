@@ -25,7 +25,7 @@ using quicktime::SoundFormat;
 class SoundFeed {
  public:
   static Outcome<std::unique_ptr<SoundFeed>> start(const std::string& ffmpeg,
-                                                   const std::string& input, int track,
+                                                   const ExportInput& input, int track,
                                                    const ExportPlan& plan) {
     Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, soundArguments(input, track, plan));
     if (!run)
@@ -194,7 +194,7 @@ Outcome<bool> exportAic(const std::string& ffmpeg, const ExportJob& job,
       return finished;
   }
   if (movie->frameCount() == 0)
-    return Failure{"there are no pictures in " + job.input};
+    return Failure{"there are no pictures in " + job.input.path};
   progress.end();
   return movie->finish(job.replace);
 }

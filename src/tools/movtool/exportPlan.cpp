@@ -84,7 +84,9 @@ class Chain {
 // Pictures that carry fields go by their flags ("interl=-1").
 void addScaling(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
                 const Placement& place, const char* format) {
-  std::string scale = fmt::format("scale={}:{}:interl=-1", place.width, place.height);
+  // Versions differ in whether they go by the range that pictures are tagged with.
+  std::string scale = fmt::format("scale={}:{}:interl=-1{}", place.width, place.height,
+                                  source.fullRange ? ":in_range=pc:out_range=tv" : "");
   const bool fromHigh =
       (source.colours == Colours::unknown ? quicktime::usualColours(source.width, source.height)
                                           : source.colours) == Colours::high;
@@ -154,18 +156,43 @@ void addProgressive(Chain& chain, const SourceFacts& source, const ExportSetting
   chain.add("setfield=prog");
 }
 
-std::vector<std::string> quietArguments(const std::string& input) {
-  return {"-nostdin", "-v", "error", "-i", input};
-}
-
 void append(std::vector<std::string>& arguments, std::initializer_list<std::string> more) {
   arguments.insert(arguments.end(), more);
 }
 
+// The source with what ffmpeg has to be told of it, behind what comes before.
+void appendInput(std::vector<std::string>& arguments, const ExportInput& input) {
+  if (!input.soundDecoder.empty())
+    append(arguments, {"-c:a", input.soundDecoder});
+  if (!input.format.empty())
+    append(arguments, {"-f", input.format});
+  append(arguments, {"-fflags", "+genpts", "-i", input.path});
+}
+
+std::vector<std::string> quietArguments(const ExportInput& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-v", "error"};
+  appendInput(arguments, input);
+  return arguments;
+}
+
+void appendPictures(std::vector<std::string>& arguments, const ExportInput& input) {
+  append(arguments, {"-map", input.pictureStream ? fmt::format("0:{}", *input.pictureStream)
+                                                 : std::string("0:V:0")});
+}
+
+void appendAllSound(std::vector<std::string>& arguments, const ExportInput& input) {
+  if (!input.soundStream)
+    append(arguments, {"-map", "0:a?"});
+  else if (*input.soundStream >= 0)
+    append(arguments, {"-map", fmt::format("0:{}", *input.soundStream)});
+}
+
 // ffmpeg counts time from the beginning of the streams that a run uses, which for some formats is
 // not that of all. With this further output, which costs nothing, every run uses the same ones.
-void appendSameStreams(std::vector<std::string>& arguments) {
-  append(arguments, {"-map", "0:V:0", "-map", "0:a?", "-c", "copy", "-f", "null", "-"});
+void appendSameStreams(std::vector<std::string>& arguments, const ExportInput& input) {
+  appendPictures(arguments, input);
+  appendAllSound(arguments, input);
+  append(arguments, {"-c", "copy", "-f", "null", "-"});
 }
 
 // The moment in a stream's own ticks, for expressions.
@@ -220,7 +247,19 @@ Placement placement(const SourceFacts& source, const ExportSettings& settings) {
   return place;
 }
 
-ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings) {
+SourceFacts asExported(SourceFacts source, const ExportInput& input) {
+  if (input.soundStream)
+    source.soundTracks = *input.soundStream >= 0 ? 1 : 0;
+  if (!input.slow)
+    return source;
+  source.frameRate.denominator *= 2;
+  if (source.duration)
+    *source.duration *= 2;
+  return source;
+}
+
+ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
+                      const ExportInput& input) {
   ExportPlan plan;
   plan.frameRate = exportRate(settings.rateFamily, source.frameRate);
   const Placement place = placement(source, settings);
@@ -230,7 +269,11 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings)
   plan.start = source.firstPicture;
 
   Chain chain;
-  if (settings.codec == ExportSettings::Codec::aic)
+  const bool startsAtZero = settings.codec == ExportSettings::Codec::aic;
+  if (input.slow)
+    chain.add(fmt::format("setpts=2*(PTS-{0}){1}", fromStart(plan.start),
+                          startsAtZero ? "" : "+" + fromStart(plan.start)));
+  else if (startsAtZero)
     chain.add(fmt::format("setpts=PTS-{}", fromStart(plan.start)));
   if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
@@ -245,28 +288,33 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings)
   return plan;
 }
 
-std::vector<std::string> probeArguments(const std::string& input) {
-  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info", "-i", input};
-  append(arguments, {"-map", "0:V:0", "-vf", "showinfo", "-frames:v", "1"});
+std::vector<std::string> probeArguments(const ExportInput& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info"};
+  appendInput(arguments, input);
+  appendPictures(arguments, input);
+  append(arguments, {"-vf", "showinfo,scale=out_range=tv", "-frames:v", "1"});
   append(arguments, {"-pix_fmt", "yuv420p", "-f", "yuv4mpegpipe", "pipe:1", "-t", "0.1"});
-  appendSameStreams(arguments);
+  appendSameStreams(arguments, input);
   return arguments;
 }
 
-std::vector<std::string> fieldProbeArguments(const std::string& input) {
-  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info", "-i", input};
-  append(arguments, {"-map", "0:V:0", "-vf", "idet", "-frames:v", "200", "-f", "null", "-"});
+std::vector<std::string> fieldProbeArguments(const ExportInput& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-hide_banner", "-v", "info"};
+  appendInput(arguments, input);
+  appendPictures(arguments, input);
+  append(arguments, {"-vf", "idet", "-frames:v", "200", "-f", "null", "-"});
   return arguments;
 }
 
-std::vector<std::string> pictureArguments(const std::string& input, const ExportPlan& plan) {
+std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
   std::vector<std::string> arguments = quietArguments(input);
-  append(arguments, {"-map", "0:V:0", "-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
-  appendSameStreams(arguments);
+  appendPictures(arguments, input);
+  append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
+  appendSameStreams(arguments, input);
   return arguments;
 }
 
-std::vector<std::string> soundArguments(const std::string& input, int track,
+std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan) {
   std::vector<std::string> arguments = quietArguments(input);
   // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples
@@ -274,21 +322,34 @@ std::vector<std::string> soundArguments(const std::string& input, int track,
   const std::string filters = "asetpts=PTS-" + fromStart(plan.start) +
                               ",aresample=async=1:first_pts=0,aformat=sample_fmts=s16:sample_rates="
                               "48000|44100|32000|24000|22050|16000|12000|11025|8000";
-  append(arguments, {"-map", fmt::format("0:a:{}", track), "-af", filters});
-  append(arguments, {"-c:a", "pcm_s16le", "-f", "wav", "pipe:1"});
-  appendSameStreams(arguments);
+  append(arguments, {"-map", input.soundStream ? fmt::format("0:{}", *input.soundStream)
+                                               : fmt::format("0:a:{}", track)});
+  append(arguments, {"-af", filters, "-c:a", "pcm_s16le"});
+  if (input.channels > 0)
+    append(arguments, {"-ac", std::to_string(input.channels)});
+  append(arguments, {"-f", "wav", "pipe:1"});
+  appendSameStreams(arguments, input);
   return arguments;
 }
 
-std::vector<std::string> proresArguments(const std::string& input, const std::string& output,
+std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
                                          const ExportPlan& plan, const ExportSettings& settings) {
   std::vector<std::string> arguments = quietArguments(input);
-  append(arguments, {"-progress", "pipe:1", "-map", "0:V:0", "-map", "0:a?", "-vf", plan.filters,
-                     "-c:v", proresEncoder(settings.interlaced, settings.height), "-profile:v",
-                     std::to_string(settings.proresProfile)});
+  append(arguments, {"-progress", "pipe:1"});
+  appendPictures(arguments, input);
+  appendAllSound(arguments, input);
+  append(arguments,
+         {"-vf", plan.filters, "-c:v", proresEncoder(settings.interlaced, settings.height),
+          "-profile:v", std::to_string(settings.proresProfile)});
   if (settings.interlaced)
     append(arguments, {"-flags:v", "+ildct+ilme", "-field_order", "tb"});
-  append(arguments, {"-c:a", "pcm_s16le", "-f", "mov", "-y", output});
+  append(arguments, {"-c:a", "pcm_s16le"});
+  if (input.channels > 0)
+    append(arguments, {"-ac", std::to_string(input.channels)});
+  // A source's own sound may have gaps.
+  if (input.soundStream && *input.soundStream >= 0)
+    append(arguments, {"-af", "aresample=async=1:first_pts=0"});
+  append(arguments, {"-f", "mov", "-y", output});
   return arguments;
 }
 

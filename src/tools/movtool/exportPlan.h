@@ -1,6 +1,7 @@
 // How a source becomes the movie that the settings ask for: decisions, made before anything runs.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,17 @@
 #include "tools/movtool/SourceFacts.h"
 
 namespace tessarin::movtool {
+
+// What is read, and how. A movie of our own needs no more than its path.
+struct ExportInput {
+  std::string path;
+  std::string format;                // that ffmpeg has to be told; empty: it finds out
+  std::string soundDecoder;          // likewise
+  std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures
+  std::optional<int> soundStream;    // likewise; none: all that there are, below 0: no sound
+  int channels = 0;                  // to mix the sound to; 0: as many as it has
+  bool slow = false;                 // pictures at half their speed, sound as it is
+};
 
 struct ExportPlan {
   std::string filters;  // ffmpeg's filter chain for the picture
@@ -17,6 +29,9 @@ struct ExportPlan {
   quicktime::Colours colours = quicktime::Colours::unknown;
   quicktime::Fraction start = {0, 1};  // the source's moment with which the movie begins
 };
+
+// The source as it is to be exported: slow motion has half the rate and twice the duration.
+SourceFacts asExported(SourceFacts source, const ExportInput& input);
 
 // The rate that stands for a family beside this source: of 30 and 60 frames the exact one when the
 // source has it, else the one of television (30000/1001), and so for 24.
@@ -32,19 +47,21 @@ struct Placement {
 };
 Placement placement(const SourceFacts& source, const ExportSettings& settings);
 
-ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings);
+// `source` asExported().
+ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
+                      const ExportInput& input = {});
 
 // Arguments for ffmpeg, without the program.
 // Describes the input and gives its first picture as YUV4MPEG2.
-std::vector<std::string> probeArguments(const std::string& input);
+std::vector<std::string> probeArguments(const ExportInput& input);
 // Counts fields over the first seconds.
-std::vector<std::string> fieldProbeArguments(const std::string& input);
+std::vector<std::string> fieldProbeArguments(const ExportInput& input);
 // The pictures as YUV4MPEG2, and one sound track as WAVE, both from the movie's beginning on.
-std::vector<std::string> pictureArguments(const std::string& input, const ExportPlan& plan);
-std::vector<std::string> soundArguments(const std::string& input, int track,
+std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan);
+std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan);
 // The whole ProRes movie. Progress goes to standard output.
-std::vector<std::string> proresArguments(const std::string& input, const std::string& output,
+std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
                                          const ExportPlan& plan, const ExportSettings& settings);
 
 }  // namespace tessarin::movtool

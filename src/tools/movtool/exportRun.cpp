@@ -31,17 +31,17 @@ Outcome<ExportSettings> readSettings(const std::string& path) {
 }
 
 std::optional<std::string> pathProblem(const ExportJob& job) {
-  if (::access(job.input.c_str(), R_OK) != 0)
-    return fmt::format("{} cannot be read: {}", job.input, systemReason(errno));
+  if (::access(job.input.path.c_str(), R_OK) != 0)
+    return fmt::format("{} cannot be read: {}", job.input.path, systemReason(errno));
   const auto output = fileIdentity(job.output);
-  if (output && fileIdentity(job.input) == output)
+  if (output && fileIdentity(job.input.path) == output)
     return fmt::format("{} cannot be made from itself", job.output);
   if (output && !job.replace)
     return fmt::format("{} is there already (-y replaces it)", job.output);
   return std::nullopt;
 }
 
-Outcome<SourceFacts> probe(const std::string& ffmpeg, const std::string& input) {
+Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) {
   Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, probeArguments(input));
   if (!run)
     return Failure{run.reason()};
@@ -51,14 +51,17 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const std::string& input) 
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{finished.reason()};
+  if (!header && header.reason() == yuv4mpeg::emptyStream)
+    return Failure{"there are no pictures in " + input.path};
   if (!header)
-    return Failure{"there are no pictures in " + input};
+    return Failure{
+        fmt::format("the pictures of {} cannot be taken: {}", input.path, header.reason())};
   return sourceFacts(header.value(), run->report());
 }
 
 // Codecs without field flags may hold fields all the same. Where that matters the pictures
 // themselves are asked.
-Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const std::string& input) {
+Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const ExportInput& input) {
   Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, fieldProbeArguments(input));
   if (!run)
     return Failure{run.reason()};
@@ -88,9 +91,10 @@ Outcome<bool> runExport(const ExportJob& job) {
       return Failure{order.reason()};
     source->fieldOrder = order.value();
   }
-  const ExportPlan plan = exportPlan(source.value(), settings.value());
+  const SourceFacts exported = asExported(source.value(), job.input);
+  const ExportPlan plan = exportPlan(exported, settings.value(), job.input);
   const auto run = settings.value().codec == ExportSettings::Codec::aic ? exportAic : exportProres;
-  return run(ffmpeg.value(), job, settings.value(), source.value(), plan);
+  return run(ffmpeg.value(), job, settings.value(), exported, plan);
 }
 
 }  // namespace tessarin::movtool

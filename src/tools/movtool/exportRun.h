@@ -5,12 +5,13 @@
 
 #include "classShared/Outcome.h"
 #include "tools/movtool/ExportSettings.h"
+#include "tools/movtool/exportPlan.h"
 
 namespace tessarin::movtool {
 
 struct ExportJob {
   std::string settings;  // path of the settings file
-  std::string input;
+  ExportInput input;
   std::string output;
   bool replace = false;  // an existing output
 };

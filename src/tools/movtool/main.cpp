@@ -1,6 +1,6 @@
 // movtool: exports a movie as a settings file says, as Apple Intermediate Codec or ProRes.
 //
-//   movtool -s SETTINGS -i INPUT [-y] -o OUTPUT
+//   movtool -s SETTINGS -i INPUT [OPTIONS] [-y] -o OUTPUT
 //
 // Standard output: "pourcentage    : 37.5" lines, per cent of the source that is done.
 // Exit status: 0 the movie is written, 1 it is not (one line on standard error says why, and no
@@ -13,8 +13,16 @@ int main(int count, char** values) {
   movtool::ExportJob job;
   const auto declare = [&job](CLI::App& options) {
     options.add_option("-s", job.settings, "settings file (a property list)")->required();
-    options.add_option("-i", job.input, "movie to export")->required();
+    options.add_option("-i", job.input.path, "movie to export")->required();
     options.add_option("-o", job.output, "movie to write")->required();
+    options.add_option("--format", job.input.format, "the input's format, as ffmpeg calls it");
+    options.add_option("--sound-decoder", job.input.soundDecoder, "ffmpeg's decoder for its sound");
+    options.add_option("--pictures", job.input.pictureStream, "ffmpeg's number of the stream");
+    options.add_option("--sound", job.input.soundStream,
+                       "ffmpeg's number of the only stream of sound to take, -1 for none");
+    options.add_option("--channels", job.input.channels, "number of channels to mix the sound to")
+        ->check(CLI::Range(0, 32));
+    options.add_flag("--slow", job.input.slow, "pictures at half their speed");
     options.add_flag("-y", job.replace, "replace the output when it is there already");
   };
   return toolMain("movtool", "Exports a movie as a settings file says.", count, values, declare,

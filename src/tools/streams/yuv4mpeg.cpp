@@ -124,7 +124,7 @@ Outcome<Header> Reader::readHeader() {
   if (!line)
     return Failure{line.reason()};
   if (line.value().empty())
-    return Failure{"the stream is empty"};
+    return Failure{emptyStream};
   return parseHeader(line.value());
 }
 

@@ -26,6 +26,9 @@ struct Header {
   std::size_t frameSize() const { return lumaSize() + 2 * chromaSize(); }
 };
 
+// The reason of a stream without a single byte.
+inline constexpr const char* emptyStream = "the stream is empty";
+
 // Understands the stream's first line, without its line end.
 Outcome<Header> parseHeader(std::string_view line);
 
