@@ -162,6 +162,13 @@ def decode_pictures(media, folder, crop=None, limit=600, looks_far=False):
     media.pictures = Pictures(complete(times), [line[1] for line in lines], planes, media.height)
 
 
+def can_be_in_mov(media, folder, limit=60):
+    done, _ = run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-i", "file:" + media.path, "-map",
+                   f"0:{media.video['index']}", "-c", "copy", "-frames:v", "1", "-f", "mov",
+                   os.path.join(folder, "copy")], limit)
+    return done.returncode == 0
+
+
 def complete(times):
     """Pictures without a time follow the one before."""
     known = times[~np.isnan(times)]

@@ -7,16 +7,22 @@ import traceback
 
 from checks import Check
 from conversion import convert
-from media import Unreadable, decode_pictures, decode_sound, probe
+from media import Unreadable, can_be_in_mov, decode_pictures, decode_sound, probe
 
 
 # What a movie of copied pictures can be like.
 COPIED_SIZES = ((960, 540), (1280, 720), (1440, 1080), (1920, 1080))
 
 
-def is_copyable(source):
+def is_told(reason):
+    """Whether the user is told what is the matter, and not what ffmpeg happened to print last."""
+    return bool(reason) and not reason.startswith(("ffmpeg says", "why_"))
+
+
+def is_copyable(source, folder):
+    """Whether the pictures can be copied: whole ones of such a size, of a codec that .mov holds."""
     return (source.width, source.height) in COPIED_SIZES and \
-        set(source.pictures.flags) == {"P"}
+        set(source.pictures.flags) == {"P"} and can_be_in_mov(source, folder)
 
 
 class Clip:
@@ -105,7 +111,7 @@ class Row:
         if end.get("event") == "converted":
             self._check_movie(source, analysed, end, made, folder)
         else:
-            self._check_refusal(source, analysed, end, made)
+            self._check_refusal(source, analysed, end, made, folder)
 
     def _check_movie(self, source, analysed, end, made, folder):
         if made.status != 0:
@@ -122,14 +128,14 @@ class Row:
         self.faults += check.faults()
         self.notes += check.notes
 
-    def _check_refusal(self, source, analysed, end, made):
+    def _check_refusal(self, source, analysed, end, made, folder):
         reason = end.get("reason", made.errors or "?")
         if made.status not in (0, 1):
             self.faults.append(f"exit status {made.status}: {reason}")
         elif made.status == 0:
             self.faults.append("the exit status is 0, but nothing was converted")
-        elif source is None or (analysed and self.target == "quicktime" and not is_copyable(source)
-                                and "not possible" in reason):
+        elif source is None or (self.target == "quicktime" and analysed and is_told(reason)
+                                and not is_copyable(source, folder)):
             self.refused = reason
         else:
             self.faults.append(f"refused ({len(source.pictures)} pictures can be decoded): "
