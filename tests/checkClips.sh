@@ -15,7 +15,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 if [ "$mode" = right ]; then
-  "$root/scripts/makeClips" "$folder/clips" photo-12-5 odd-321x241 fields-320x240
+  "$root/scripts/makeClips" "$folder/clips" photo-12-5 phone-176 fields-320x240
   "$root/scripts/checkClips" --program "$3/bin/tessarin" --target aic "$folder/clips"
   exit
 fi
@@ -48,8 +48,10 @@ case $clip in
   *shape*) filter=setsar=16/15 ;;
   *cut*) more=(-t 1.2) ;;
 esac
-ffmpeg -nostdin -v error -i "$clip" -vf "$filter,scale=interl=1,format=yuv422p10,setparams=$colours" \
-  -af "$sound" "${more[@]}" -c:v prores_ks -flags +ildct+ilme -c:a pcm_s16le "$destination/movie.mov"
+# Chroma is brought to 4:2:2 field by field.
+filter="$filter,scale=interl=1,format=yuv422p10,setparams=$colours"
+ffmpeg -nostdin -v error -i "$clip" -vf "$filter" -af "$sound" "${more[@]}" -c:v prores_ks \
+  -flags +ildct+ilme -c:a pcm_s16le "$destination/movie.mov"
 echo "{\"event\":\"converted\",\"output\":\"$destination/movie.mov\"}"
 PROGRAM
 chmod +x "$folder/program"

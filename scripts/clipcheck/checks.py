@@ -270,7 +270,8 @@ class Check:
         known = [(moment, value) for moment, value in found if not np.isnan(value)]
         faults = []
         if lost or (found and len(found) < 4 and not known):
-            faults.append(f"sound is not that of the source in {len(lost) or len(found)} of {len(found)} places"
+            faults.append("sound is not that of the source in "
+                          f"{len(lost) or len(found)} of {len(found)} places"
                           + (f", the first at {lost[0]:.2f} s" if lost else ""))
         late = [(moment, value) for moment, value in known if abs(value) > SOUND_STEP]
         if len(late) > 1 or (late and len(known) < 4):

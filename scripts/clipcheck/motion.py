@@ -196,7 +196,8 @@ class Match:
         runs = self._runs()
         for begin, end, shift in runs[:3]:
             wrong = int(self.wrong[begin:end + 1].sum())
-            where = f"from {self.due[begin]:.2f} s on" if wrong > 2 else f"at {self.due[begin]:.2f} s"
+            moment = f"{self.due[begin]:.2f} s"
+            where = f"from {moment} on" if wrong > 2 else f"at {moment}"
             found.append(f"{wrong} pictures {where} show what is {abs(shift):.0f} ms "
                          f"{'later' if shift > 0 else 'earlier'} in the source")
         if len(runs) > 3:
