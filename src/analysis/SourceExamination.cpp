@@ -32,6 +32,14 @@ void tellReading(SourceInfo& record, int reading) {
   record.set(SourceKey::wAnalyzeDuration, told.microseconds);
 }
 
+// The containers of still pictures and of text.
+bool isWrapperOfStills(std::string_view wrapper) {
+  constexpr std::array<std::string_view, 7> known = {"image2", "ico", "tty", "bin",
+                                                     "xbin",   "adf", "idf"};
+  return wrapper.ends_with("_pipe") ||
+         std::find(known.begin(), known.end(), wrapper) != known.end();
+}
+
 }  // namespace
 
 SourceExamination::SourceExamination(std::string source, std::int64_t sourceSize,
@@ -96,8 +104,8 @@ void SourceExamination::takeDescription(Description description) {
   const auto record = describesInput(description.report)
                           ? ffInfos(description.report, std::nullopt).value_or(SourceInfo())
                           : SourceInfo();
-  const bool isMovie =
-      record.contains(SourceKey::v0Width) && !isStillOrText(record.textOrEmpty(SourceKey::wrapper));
+  description.isStillOrText = isWrapperOfStills(record.textOrEmpty(SourceKey::wrapper));
+  const bool isMovie = record.contains(SourceKey::v0Width) && !description.isStillOrText;
   const bool isSource = isMovie && description.pictures && description.pictures->whole > 0;
   description.hasOnlySound =
       !record.contains(SourceKey::v0Codec) && record.contains(SourceKey::a0Codec);
@@ -139,13 +147,6 @@ void SourceExamination::complete(SourceInfo& record) const {
     record.set(SourceKey::wForce, format_);
   if (const auto order = fields(); order && order->claim)
     record.set(SourceKey::v0FieldsClaim, *order->claim);
-}
-
-bool isStillOrText(std::string_view wrapper) {
-  constexpr std::array<std::string_view, 7> known = {"image2", "ico", "tty", "bin",
-                                                     "xbin",   "adf", "idf"};
-  return wrapper.ends_with("_pipe") ||
-         std::find(known.begin(), known.end(), wrapper) != known.end();
 }
 
 }  // namespace tessarin

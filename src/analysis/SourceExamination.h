@@ -37,6 +37,8 @@ class SourceExamination {
   bool isSource() const { return best_.score > 0; }
   // Whether the file is described, and as one without moving pictures but with sound.
   bool hasOnlySound() const { return best_.hasOnlySound; }
+  // Whether it is described as a still picture or as text, which ffmpeg shows as a movie, too.
+  bool isStillOrText() const { return best_.isStillOrText; }
   // The order of the fields; nothing when no picture was decoded.
   std::optional<FieldOrder> fields() const;
   // Adds to the record of the report what the examination found out beside it: which streams are
@@ -51,6 +53,7 @@ class SourceExamination {
     int reading = 0;  // index of how much was read
     int score = -1;   // 0: no source; 1: a source; 2: and nothing is missing
     bool hasOnlySound = false;
+    bool isStillOrText = false;
   };
 
   void takeDescription(Description description);
@@ -67,8 +70,5 @@ class SourceExamination {
   FieldClues clues_;
   int places_ = 0;
 };
-
-// Whether the container is one of still pictures or of text, which ffmpeg shows as a movie, too.
-bool isStillOrText(std::string_view wrapper);
 
 }  // namespace tessarin

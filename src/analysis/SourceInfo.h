@@ -64,7 +64,7 @@ inline constexpr std::string_view wAnalyzeDuration = "w_analyzeduration";
 // Integer 1: ffmpeg has to be told which streams are meant, for it could choose others.
 inline constexpr std::string_view wMap = "w_map";
 // List of texts, "KEY NUMBER": what the user has to be told of the source. KEY is one of Remark and
-// a key of the string table "Localized", whose text takes the number (remarkTexts()).
+// a key of the string table "Localized", whose text takes the number (remarkTexts() of core).
 inline constexpr std::string_view remarks = "remarks";
 // Integer, ms: the smallest video start offset with its sign turned.
 inline constexpr std::string_view vOffsetMs = "v_offsetMs";
@@ -106,8 +106,6 @@ namespace Remark {
 inline constexpr std::string_view soundUnreadable = "remark_soundUnreadable";
 // With their number: the source holds several programmes, of which one is converted.
 inline constexpr std::string_view programs = "remark_programs";
-// With 1: ffmpeg complained while it decoded the first pictures.
-inline constexpr std::string_view damaged = "remark_damaged";
 }  // namespace Remark
 
 // Whether a viewer sees the pictures with width and height exchanged.

@@ -2,6 +2,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
+#include "core/remarks.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 
@@ -71,7 +72,7 @@ class JsonReporter final : public Reporter {
 
   void analysed(const Dico& row) override {
     Json info = jsonOf(*row.dico(BatchKey::dico));
-    for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr,
+    for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
     tell({{"event", "analysed"},
@@ -81,7 +82,8 @@ class JsonReporter final : public Reporter {
           {"speed", speedName(row.integer(BatchKey::fps).value_or(speedKeep))},
           {"size", trimmed(presetShortLabel(
                        presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
-          {"record", info}});
+          {"record", info},
+          {"remarks", remarkTexts(*row.dico(BatchKey::dico))}});
   }
 
   void planned(const Dico& row, const std::string& output,

@@ -8,6 +8,7 @@
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
+#include "core/remarks.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -66,6 +67,8 @@ class TextReporter final : public Reporter {
              info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
              textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
              printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
+    for (const std::string& remark : remarkTexts(info))
+      print(fmt::format("{:>9}  {}", "", remark));
   }
 
   // Lines that a shell runs as they stand. Those of one movie are a command of its own: when one of

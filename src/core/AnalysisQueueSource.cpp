@@ -80,6 +80,8 @@ void AnalysisQueue::refuse(const std::string& reason) {
 void AnalysisQueue::refuseForReport() {
   if (isReportOverdue_)
     refuse(localisationString("why_toolHangs"));
+  else if (examination().isStillOrText())
+    refuse(localisationString("why_noMovie"));
   else
     refuse(failureReason(wordsOfTool(retainedReport_.value_or("")),
                          services_.preferences.prefReadString(StateKey::analysed)));

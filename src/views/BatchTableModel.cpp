@@ -5,6 +5,7 @@
 #include <QPointer>
 
 #include "classShared/TextAdditions.h"
+#include "core/remarks.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
 #include "views/images.h"
@@ -147,8 +148,11 @@ QString BatchTableModel::text(int row, int column) const {
 
 QString BatchTableModel::toolTip(int row, int column) const {
   const Dico& entry = table_.row(row);
-  if (column == sourceColumn || column == pictureColumn)
-    return qtText(table_.sourcePath(row));
+  if (column == sourceColumn || column == pictureColumn) {
+    std::vector<std::string> lines = remarkTexts(table_.source(row));
+    lines.insert(lines.begin(), table_.sourcePath(row));
+    return qtText(joinTexts(lines, "\n"));
+  }
   if (column != orderColumn)
     return {};
   const std::string reason = entry.textOrEmpty(BatchKey::reason);

@@ -1,0 +1,199 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "analysis/SourceExamination.h"
+#include "analysis/probeParser.h"
+#include "analysis/usedStreams.h"
+#include "support/LogCapture.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/clips.h"
+#include "support/readTestData.h"
+
+namespace tessarin {
+namespace {
+
+using test::readTestData;
+using ::testing::Contains;
+using ::testing::Not;
+
+constexpr std::int64_t largeSource = 1'000'000'000;
+
+FramePictures tenPictures(const std::string& order = "PFF", const FieldMotion& motion = {9, 0, 0}) {
+  return {order, 720, 576, 10, motion};
+}
+
+std::string report(const std::string& name) {
+  return readTestData("reports/" + name + ".txt");
+}
+
+SourceInfo completed(const SourceExamination& examination) {
+  SourceInfo record = ffInfos(examination.report(), std::nullopt).value_or(SourceInfo());
+  examination.complete(record);
+  return record;
+}
+
+class Examination : public ::testing::Test {
+ protected:
+  test::LogCapture quiet_{false};
+  SourceExamination examination_{"/a.mts", largeSource, "/tmp/frame.yuv"};
+};
+
+TEST_F(Examination, ReadsFurtherWhereTheSoundIsNotKnownAndKeepsWhatHelped) {
+  const std::string missing = report("empty-first-sound");
+  EXPECT_THAT(*examination_.nextCommand(), Not(Contains("-probesize")));
+  examination_.take(missing, tenPictures());
+  EXPECT_THAT(examination_.nextCommand().value_or(Arguments()), Contains("50000000"));
+  const std::string found =
+      replaceAll(missing, "0x332D4341), 0 channels, fltp", "0x332D4341), 48000 Hz, mono, fltp");
+  examination_.take(found, tenPictures());
+  EXPECT_EQ(examination_.nextCommand(), std::nullopt);
+  const SourceInfo record = completed(examination_);
+  EXPECT_EQ(record.integer("a0_id"), 0);
+  EXPECT_EQ(record.integer("a1_id"), 2);
+  EXPECT_FALSE(record.contains("remarks"));
+  EXPECT_THAT(inputOptions(record),
+              ::testing::ElementsAre("-probesize", "50000000", "-analyzeduration", "60000000"));
+  EXPECT_THAT(mapOfStreams(record), ::testing::ElementsAre("-map", "0:1", "-map", "0:0"));
+}
+
+TEST_F(Examination, TakesTheNextSoundWhereTheFirstStaysUnknown) {
+  for (int run = 0; run < 3; ++run) {
+    ASSERT_TRUE(examination_.nextCommand()) << run;
+    examination_.take(report("empty-first-sound"), tenPictures());
+  }
+  EXPECT_EQ(examination_.nextCommand(), std::nullopt);
+  const SourceInfo record = completed(examination_);
+  EXPECT_EQ(record.integer("a0_id"), 2);
+  EXPECT_FALSE(record.contains("a1_id"));
+  EXPECT_TRUE(inputOptions(record).empty());
+  EXPECT_THAT(mapOfStreams(record), ::testing::ElementsAre("-map", "0:1", "-map", "0:2"));
+  EXPECT_EQ(*record.list("remarks"), (List{"remark_soundUnreadable 0"}));
+
+  // More than the whole of a small source cannot be read.
+  SourceExamination small("/a.mts", 1000, "/tmp/frame.yuv");
+  small.take(report("empty-first-sound"), tenPictures());
+  EXPECT_EQ(small.nextCommand(), std::nullopt);
+}
+
+TEST_F(Examination, PicturesMakeASourceWhateverIsComplainedAbout) {
+  examination_.take(report("empty-subtitle"), tenPictures());
+  EXPECT_TRUE(examination_.isSource());
+  EXPECT_EQ(examination_.nextCommand(), std::nullopt);
+  EXPECT_FALSE(completed(examination_).contains("w_map"));
+
+  SourceExamination none("/a.mts", 1000, "/tmp/frame.yuv");
+  none.take(report("empty-subtitle"), std::nullopt);
+  EXPECT_FALSE(none.isSource());
+  EXPECT_FALSE(none.fields());
+
+  SourceExamination song("/a.mp3", 1000, "/tmp/frame.yuv");
+  song.take(report("song-with-cover"), tenPictures());
+  EXPECT_FALSE(song.isSource());
+  EXPECT_TRUE(song.hasOnlySound());
+
+  SourceExamination photo("/a.mov", 1000, "/tmp/frame.yuv");
+  photo.take(replaceAll(report("avi"), "Input #0, avi", "Input #0, jpeg_pipe"), tenPictures());
+  EXPECT_FALSE(photo.isSource());
+  EXPECT_TRUE(photo.isStillOrText());
+}
+
+TEST_F(Examination, UsesTheProgrammeWhosePicturesWereDecoded) {
+  examination_.take(report("two-programmes"), tenPictures());
+  const SourceInfo record = completed(examination_);
+  EXPECT_EQ(record.integer("v0_id"), 2);
+  EXPECT_EQ(record.integer("v0_width"), 1280);
+  EXPECT_EQ(record.integer("v1_id"), 0);
+  EXPECT_EQ(record.integer("a0_id"), 3);
+  EXPECT_FALSE(record.contains("a1_id"));
+  EXPECT_EQ(*record.list("remarks"), (List{"remark_programs 2"}));
+}
+
+TEST_F(Examination, LooksAtOtherPlacesUntilPicturesShowTheirFields) {
+  examination_.take(report("empty-subtitle"), tenPictures("BFF", {0, 0, 0}));
+  const auto start = examination_.nextCommand();
+  ASSERT_TRUE(start);
+  EXPECT_THAT(*start, Contains("0.00"));
+  EXPECT_THAT(*start, Contains("-vsync"));
+  examination_.take("x", tenPictures("BFF", {3, 0, 0}));  // a title card
+  ASSERT_TRUE(examination_.nextCommand());
+  examination_.take("x", std::nullopt);
+  ASSERT_TRUE(examination_.nextCommand());
+  examination_.take("x", tenPictures("BFF", {9, 8, 0}));
+  EXPECT_EQ(examination_.nextCommand(), std::nullopt);
+  EXPECT_EQ(examination_.fields()->fields, "TFF");
+  EXPECT_EQ(completed(examination_).text("v0_fieldsClaim"), "BFF");
+}
+
+// ---- The order of the fields
+
+struct WeighedCase {
+  const char* name;
+  FieldClues clues;
+  const char* fields;
+  const char* claim;  // "": none
+};
+
+TEST(FieldOrderWeighed, ByPicturesThenByTheMajorityOfClaims) {
+  const std::vector<WeighedCase> cases = {
+      {"all agree", {"TFF", "TFF", 30, 0, {}, {9, 9, 0}}, "TFF", ""},
+      {"the stream lies", {"BFF", "BFF", 0, 30, {}, {9, 8, 1}}, "TFF", "BFF"},
+      {"and the other way", {"TFF", "TFF", 30, 0, {}, {9, 0, 5}}, "BFF", "TFF"},
+      {"the first picture is half a one", {"BFF", "TFF", 30, 0, {"TFF"}, {9, 0, 0}}, "TFF", "BFF"},
+      {"too few pictures", {"BFF", "", 0, 0, {"BFF"}, {2, 2, 0}}, "BFF", ""},
+      {"pictures contradict each other", {"BFF", "BFF", 0, 0, {}, {9, 5, 4}}, "BFF", ""},
+      {"a tie of claims", {"TFF", "BFF", 0, 0, {}, {9, 0, 0}}, "TFF", ""},
+      {"progressive", {"PFF", "", 0, 0, {}, {9, 0, 0}}, "PFF", ""},
+      {"progressive, and moving like fields", {"PFF", "TFF", 30, 0, {}, {9, 9, 0}}, "PFF", ""},
+      {"copies of one picture", {"PFF", "TFF", 0, 0, {"TFF"}, {0, 0, 0}}, "TFF", ""},
+  };
+  for (const WeighedCase& one : cases) {
+    const FieldOrder order = weighFieldOrder(one.clues);
+    EXPECT_EQ(order.fields, one.fields) << one.name;
+    EXPECT_EQ(order.claim.value_or(""), one.claim) << one.name;
+  }
+}
+
+// What real pictures show, whole and with only the copies of one that a cut start gives.
+TEST(FramePicturesOfFiles, ShowTheOrderOfMovingFields) {
+  const test::ScopedTemporaryFolder folder;
+  const std::string file = folder.file("frame.yuv");
+  const std::string end = "-pix_fmt yuv420p -f yuv4mpegpipe ";
+  const std::string moving = "-f lavfi -i testsrc2=s=720x576:r=50:d=0.4,format=yuv420p";
+  ASSERT_TRUE(test::makeClip(moving + ",tinterlace=interleave_top " + end, file));
+  const auto top = readFramePictures(file);
+  ASSERT_TRUE(top);
+  EXPECT_EQ(top->whole, 10);
+  EXPECT_GE(top->motion.top, 8);
+  EXPECT_EQ(top->motion.bottom, 0);
+
+  ASSERT_TRUE(test::makeClip(moving + ",tinterlace=interleave_bottom " + end, file));
+  const auto bottom = readFramePictures(file);
+  ASSERT_TRUE(bottom);
+  EXPECT_GE(bottom->motion.bottom, 8);
+  EXPECT_EQ(bottom->motion.top, 0);
+
+  ASSERT_TRUE(test::makeClip(moving + " " + end, file));
+  const auto progressive = readFramePictures(file);
+  ASSERT_TRUE(progressive);
+  EXPECT_EQ(progressive->order, "PFF");
+  EXPECT_GE(progressive->motion.changes, 9);
+  EXPECT_LE(progressive->motion.top + progressive->motion.bottom, 1);
+
+  ASSERT_TRUE(
+      test::makeClip("-f lavfi -i testsrc2=s=320x240:d=0.04,loop=9:1,setfield=bff " + end, file));
+  const auto still = readFramePictures(file);
+  ASSERT_TRUE(still);
+  EXPECT_EQ(still->motion.changes, 0);
+
+  // The end of a file that was cut off, and files that are none.
+  std::filesystem::resize_file(file, std::filesystem::file_size(file) - 1);
+  EXPECT_EQ(readFramePictures(file)->whole, still->whole - 1);
+  for (const char* text : {"", "YUV4MPEG2 W0 H1\n", "YUV4MPEG2 W99999999 H2 C420\n", "FRAME\n",
+                           "YUV4MPEG2 W16 H16 C444\nFRAME\n"})
+    EXPECT_FALSE(readFramePictures(folder.write("none", text))) << text;
+}
+
+}  // namespace
+}  // namespace tessarin
