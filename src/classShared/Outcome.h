@@ -27,7 +27,9 @@ class [[nodiscard]] Outcome {
   T& value() { return *std::get_if<0>(&content_); }
   const T& value() const { return *std::get_if<0>(&content_); }
   T& operator*() { return value(); }
+  const T& operator*() const { return value(); }
   T* operator->() { return &value(); }
+  const T* operator->() const { return &value(); }
   // Only when not ok().
   const std::string& reason() const { return std::get_if<1>(&content_)->reason; }
 

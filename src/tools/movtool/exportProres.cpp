@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
+#include "movie/movieIndex.h"
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/ProgressLines.h"
 #include "tools/quicktime/InterruptGuard.h"
 #include "tools/quicktime/PartialFile.h"
-#include "tools/quicktime/wholeMovie.h"
 #include "tools/streams/ByteSource.h"
 
 namespace tessarin::movtool {
@@ -30,6 +30,20 @@ void followProgress(int descriptor, ProgressLines& progress) {
       progress.reached(static_cast<double>(microseconds) / 1e6);
     }
   }
+}
+
+// Up to version 5 ffmpeg counts a run as good when the disk fills up while it writes the header.
+Outcome<bool> checkWhole(int descriptor) {
+  const Outcome<MovieIndex> movie = readMovieIndex(descriptor);
+  if (!movie)
+    return Failure{movie.reason()};
+  const MovieTrack* pictures = movie->pictures();
+  if (pictures == nullptr || pictures->samples == 0)
+    return Failure{"it has no pictures"};
+  for (const MovieTrack& track : movie->tracks)
+    if (track.missing > 0 || !movie->isWhole)
+      return Failure{"it ends too early"};
+  return true;
 }
 
 }  // namespace
@@ -54,8 +68,7 @@ Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{inOwnWords(finished.reason())};
-  // Up to version 5 it counts a run as good when the disk fills up while it writes the header.
-  if (const Outcome<bool> whole = quicktime::checkWholeMovie(file->descriptor()); !whole)
+  if (const Outcome<bool> whole = checkWhole(file->descriptor()); !whole)
     return Failure{run->lastWords().empty()
                        ? fmt::format("{} is not whole: {}", job.output, whole.reason())
                        : inOwnWords(run->lastWords())};

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+#include "movie/movieIndex.h"
+#include "support/ScopedTemporaryFolder.h"
+#include "support/clips.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+class MovieIndexTest : public testing::Test {
+ protected:
+  // 25 pictures that are shown in another order than they are decoded in, and 1 s of sound.
+  std::string movie(const std::string& name, const std::string& options) {
+    const std::string path = folder.file(name);
+    test::makeClip(test::progressivePicture("352x288", "1") + test::tone("1") +
+                       "-c:v libx264 -preset ultrafast -bf 2 -g 10 " + options,
+                   path);
+    return path;
+  }
+
+  // The bytes of the atom of this type, from its length on.
+  static std::size_t atomAt(const std::string& bytes, const std::string& type) {
+    return bytes.find(type) - 4;
+  }
+
+  test::ScopedTemporaryFolder folder;
+};
+
+TEST_F(MovieIndexTest, CountsWhatFfmpegHasWritten) {
+  for (const char* options :
+       {"-c:a pcm_s16le -ac 2 -f mov", "-c:a pcm_s16le -ac 2 -movflags faststart -f mov"}) {
+    const auto index = readMovieIndex(movie("x.mov", options));
+    ASSERT_TRUE(index) << index.reason();
+    EXPECT_TRUE(index->isWhole);
+    EXPECT_FALSE(index->isFragmented);
+    ASSERT_NE(index->pictures(), nullptr);
+    EXPECT_EQ(index->pictures()->codec, "avc1");
+    EXPECT_EQ(index->pictures()->samples, 25u);
+    EXPECT_EQ(index->pictures()->shown, 25u);
+    EXPECT_EQ(index->pictures()->missing, 0u);
+    EXPECT_NEAR(index->pictures()->seconds, 1, 1e-6);
+    ASSERT_NE(index->sound(), nullptr);
+    EXPECT_EQ(index->sound()->samples, 48000u) << "moments";
+    EXPECT_NEAR(index->sound()->seconds, 1, 1e-6);
+  }
+  EXPECT_TRUE(
+      readMovieIndex(movie("x.mp4", "-c:a aac -movflags frag_keyframe+empty_moov"))->isFragmented);
+  const auto transport = readMovieIndex(movie("x.mts", "-c:a ac3 -f mpegts"));
+  ASSERT_FALSE(transport);
+  EXPECT_EQ(transport.reason(), "it has no index");
+  EXPECT_FALSE(readMovieIndex(folder.file("none")));
+}
+
+TEST_F(MovieIndexTest, TellsWhatAnEditListHidesAndWhenItBegins) {
+  const std::string whole = movie("whole.mov", "-an -f mov");
+  std::string bytes = readWholeFile(whole).value();
+  // The only edit: its length in the movie's thousandths of a second, then its time in the track.
+  const std::size_t edit = atomAt(bytes, "elst") + 16;
+  bytes[edit + 2] = 0x01;  // 0x190 of them: ten pictures
+  bytes[edit + 3] = static_cast<char>(0x90);
+  const auto index = readMovieIndex(folder.write("cut.mov", bytes));
+  ASSERT_TRUE(index);
+  EXPECT_EQ(index->pictures()->shown, 10u);
+  EXPECT_EQ(index->pictures()->samples, 25u);
+
+  const std::string late = folder.file("late.mov");
+  ASSERT_TRUE(test::makeClip("-itsoffset 0.4 -i " + test::quoted(whole) + " " + test::tone("1") +
+                                 "-map 0:v -map 1:a -c:v copy -c:a pcm_s16le -f mov",
+                             late));
+  EXPECT_NEAR(readMovieIndex(late)->pictures()->start, 0.4, 0.01);
+}
+
+TEST_F(MovieIndexTest, TellsWhatAShortFileLacks) {
+  const std::string path = movie("x.mov", "-c:a pcm_s16le -movflags faststart -f mov");
+  const std::string bytes = readWholeFile(path).value();
+  const std::size_t data = atomAt(bytes, "mdat");
+  std::filesystem::resize_file(path, data + (bytes.size() - data) / 2);
+  const auto half = readMovieIndex(path);
+  ASSERT_TRUE(half) << half.reason();
+  EXPECT_FALSE(half->isWhole);
+  EXPECT_GT(half->pictures()->missing, 5u);
+  EXPECT_LT(half->pictures()->missing, 20u);
+  EXPECT_GT(half->sound()->missing, 0u);
+  // Within the index nothing can be told any more.
+  std::filesystem::resize_file(path, data / 2);
+  EXPECT_FALSE(readMovieIndex(path));
+}
+
+TEST_F(MovieIndexTest, BelievesNoNumber) {
+  const std::string path = movie("x.mov", "-c:a pcm_s16le -movflags faststart -f mov");
+  const std::string good = readWholeFile(path).value();
+  const auto with = [&](const std::string& type, std::size_t offset, const std::string& bytes) {
+    std::string changed = good;
+    changed.replace(atomAt(good, type) + offset, bytes.size(), bytes);
+    return readMovieIndex(folder.write("changed.mov", changed));
+  };
+  const std::string most(4, '\xFF');
+  const std::string none(4, '\0');
+  for (const char* table : {"stts", "ctts", "stsc", "stco"})
+    EXPECT_FALSE(with(table, 12, most)) << table << " has more entries than fit into it";
+  EXPECT_FALSE(with("stsz", 16, most));
+  EXPECT_FALSE(with("mdhd", 20, none)) << "no unit of time";
+  EXPECT_FALSE(with("stbl", 4, "none"));
+  // Data elsewhere.
+  const auto moved = with("stco", 16, most);
+  ASSERT_TRUE(moved);
+  EXPECT_GT(moved->pictures()->missing, 0u);
+
+  // Any other damage ends soon, with or without an answer.
+  std::mt19937 random(1);
+  const std::size_t index = atomAt(good, "moov");
+  const std::size_t end = atomAt(good, "mdat");
+  for (int round = 0; round < 200; ++round) {
+    std::string changed = good;
+    for (int change = 0; change < 3; ++change)
+      changed[index + random() % (end - index)] = static_cast<char>(random());
+    if (const auto read = readMovieIndex(folder.write("changed.mov", changed)); !read) {
+      EXPECT_FALSE(read.reason().empty());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tessarin
