@@ -4,8 +4,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <random>
 
 #include "classShared/TextAdditions.h"
@@ -40,19 +38,6 @@ std::string partialName(std::string_view path, int number) {
 std::string temporaryNameBeside(const std::string& path) {
   std::random_device random;
   return joinPath(parentFolder(path), fmt::format(".Tessarin-{:08x}{:08x}", random(), random()));
-}
-
-int renameTo(const std::string& source, const std::string& destination, bool replace) {
-  if (!replace) {
-    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
-      return 0;
-    if (errno != EINVAL && errno != ENOSYS)  // neither: the file system knows the flag
-      return errno;
-    struct stat status = {};
-    if (isThere(destination, status))
-      return EEXIST;
-  }
-  return ::rename(source.c_str(), destination.c_str()) == 0 ? 0 : errno;
 }
 
 }  // namespace tessarin

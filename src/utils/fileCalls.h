@@ -17,8 +17,4 @@ bool isThere(const std::string& path, struct stat& status);
 // A hidden name in the folder of the path, short enough for every file system.
 std::string temporaryNameBeside(const std::string& path);
 
-// 0 or the error. Without `replace` an existing destination is an error, also one that appears
-// only now.
-int renameTo(const std::string& source, const std::string& destination, bool replace);
-
 }  // namespace tessarin

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -110,6 +111,22 @@ bool moveFile(std::string_view source, std::string_view destination,
   }
   noteFileSystemChanged(to);
   return true;
+}
+
+int renameTo(const std::string& source, const std::string& destination, bool replace) {
+  if (!replace) {
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
+      return 0;
+    if (errno != EINVAL && errno != ENOSYS)  // neither: the file system knows the flag
+      return errno;
+    // A second name is not made over an existing one either, where names of that kind are known.
+    if (::link(source.c_str(), destination.c_str()) == 0)
+      return ::unlink(source.c_str()) == 0 ? 0 : errno;
+    struct stat status = {};
+    if (errno == EEXIST || isThere(destination, status))
+      return EEXIST;
+  }
+  return ::rename(source.c_str(), destination.c_str()) == 0 ? 0 : errno;
 }
 
 bool removeFile(std::string_view path) {

@@ -97,6 +97,10 @@ void syncFolder(const std::string& folder);
 bool moveFile(std::string_view source, std::string_view destination,
               std::optional<std::string_view> overwriteOption);
 
+// Gives a file another name on its file system, in one step. 0 or the error (errno): without
+// `replace` EEXIST when something has that name, also when it appears only now.
+int renameTo(const std::string& source, const std::string& destination, bool replace);
+
 // Removes a file, a link (never what it points to) or an empty folder. Never more, and never the
 // root or the home folder. True when it was there and is gone.
 bool removeFile(std::string_view path);

@@ -160,7 +160,8 @@ Outcome<bool> PartialFile::commit(bool replace) {
   if (failure_.empty() && !giveTemporaryName())
     fail(" cannot be named");
   if (failure_.empty()) {
-    if (giveName(temporaryName_, target_, replace))
+    errno = renameTo(temporaryName_, target_, replace);
+    if (errno == 0)
       temporaryName_.clear();
     else
       fail(" cannot be made");
