@@ -69,6 +69,7 @@ bool ToolTasks::tasklauncherStart(TaskStart start) {
   release(side);
   side.start = std::move(start);
   side.previousTime = -1.0;
+  side.troubles = RunTroubles(side.start.source, side.start.output);
   debugFormat("2 progressMax={:f}", side.start.progressMax);
   debugFormat("3 taskParseInt={}", static_cast<int>(side.start.parseMode));
   const TaskControls* shown = side.start.controls;
@@ -148,34 +149,43 @@ void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::strin
   Side& side = encoding_;
   if (side.start.parseMode == ParseMode::none)
     return;
-  side.lastOutput.append(bytes);
-  keepEnd(side.lastOutput, longestLastOutput);
+  if (!side.start.takeOutputLine || launcher.readsErrors()) {
+    side.lastOutput.append(bytes);
+    keepEnd(side.lastOutput, longestLastOutput);
+  }
 
   // A piece of output ends anywhere: only whole lines are read, the rest waits for its end.
+  const bool isError = launcher.readsErrors();
+  std::string& unfinished = side.unfinishedLines[isError ? 1 : 0];
   const std::size_t end = bytes.find_last_of("\r\n");
   if (end == std::string_view::npos) {
-    side.unfinishedLine.append(bytes);
-    keepEnd(side.unfinishedLine, longestLastOutput);
+    unfinished.append(bytes);
+    keepEnd(unfinished, longestLastOutput);
     return;
   }
-  const std::string lines = side.unfinishedLine + std::string(bytes.substr(0, end));
-  side.unfinishedLine = bytes.substr(end + 1);
-  readLines(side, lines);
-}
-
-void ToolTasks::readLines(Side& side, std::string_view lines) {
-  if (side.start.parseMode == ParseMode::time)
-    readLoudness(side, lines);
+  const std::string lines =
+      std::exchange(unfinished, bytes.substr(end + 1)) + std::string(bytes.substr(0, end));
   for (const std::string_view line : splitLines(lines))
-    showProgress(side, line);
+    readLine(side, line, isError);
 }
 
-void ToolTasks::readLoudness(Side& side, std::string_view lines) {
+void ToolTasks::readLine(Side& side, std::string_view line, bool isError) {
+  if (side.start.takeOutputLine && !isError) {
+    side.start.takeOutputLine(line);
+    return;
+  }
+  side.troubles.addLine(line);
+  if (side.start.parseMode == ParseMode::time)
+    readLoudness(side, line);
+  showProgress(side, line);
+}
+
+void ToolTasks::readLoudness(Side& side, std::string_view line) {
   const bool begins =
-      contains(lines, "Integrated loudness:") || contains(lines, "[Parsed_volumedetect");
+      contains(line, "Integrated loudness:") || contains(line, "[Parsed_volumedetect");
   if (!begins && side.loudnessText.empty())
     return;
-  side.loudnessText.append(lines).append("\n");
+  side.loudnessText.append(line).append("\n");
   Dico values;
   captureLoudness(side.loudnessText, values);
   if (!values.empty() || side.loudnessText.size() > longestLoudnessReport)
@@ -212,8 +222,10 @@ void ToolTasks::showProgress(Side& side, std::string_view line) {
 }
 
 void ToolTasks::taskLauncherTaskDidEnd(taskLauncher& launcher) {
-  if (&launcher == encoding_.launcher.get())
-    taskDidEnd(encoding_, launcher.terminationStatus());
+  if (&launcher != encoding_.launcher.get())
+    return;
+  encoding_.signal = launcher.terminationSignal();
+  taskDidEnd(encoding_, launcher.terminationStatus());
 }
 
 void ToolTasks::taskDidEnd(Side& side, int status) {
@@ -226,8 +238,10 @@ void ToolTasks::taskDidEnd(Side& side, int status) {
   else
     logLine("tlTaskDidEnd        : we are done.");
   side.status = status;
-  if (!side.unfinishedLine.empty())
-    readLines(side, std::exchange(side.unfinishedLine, {}));
+  for (const bool isError : {false, true})
+    if (const std::string line = std::exchange(side.unfinishedLines[isError ? 1 : 0], {});
+        !line.empty())
+      readLine(side, line, isError);
   taskLauncherDone(&side == &other_);
 }
 
@@ -241,8 +255,12 @@ void ToolTasks::taskLauncherDone(bool other) {
             side.isUnderWay ? side.start.commands.back().front() : "none", other ? 1 : 0);
   if (!side.isUnderWay)
     return;
-  TaskEnd end{other, side.status.value_or(taskLauncher::abortedStatus), side.isOverdue,
-              side.lastOutput};
+  TaskEnd end{other,
+              side.status.value_or(taskLauncher::abortedStatus),
+              side.isOverdue,
+              side.signal,
+              std::move(side.lastOutput),
+              std::move(side.troubles)};
   resetControls(side);
   logMembers("pre  pre ", side);
   release(side);

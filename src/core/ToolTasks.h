@@ -1,6 +1,8 @@
 // The child processes of the application: one for the analysis, one for the encoding.
 #pragma once
 
+#include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +10,7 @@
 
 #include "core/CoreServices.h"
 #include "core/Interface.h"
+#include "ffmpeg/runTroubles.h"
 #include "process/ToolRun.h"
 #include "process/progress.h"
 #include "process/taskLauncher.h"
@@ -23,6 +26,12 @@ struct TaskStart {
   SegmentedControl* stopBt = nullptr;     // without `controls`: what stops it; null: nothing
   bool isOther = false;                   // an analysis task
   ToolLimits limits;                      // of an analysis task
+  // The files that an encoding task reads and writes, whose names its lines may hold.
+  std::string source = {};
+  std::string output = {};
+  // Takes the lines of standard output that an encoding task prints; none: they are read as those
+  // of standard error.
+  std::function<void(std::string_view line)> takeOutputLine = {};
 };
 
 // How a task ended, as its owner sees it.
@@ -30,7 +39,9 @@ struct TaskEnd {
   bool isAnalysis = false;
   int status = 0;          // of the last process; taskLauncher::abortedStatus when it was ended
   bool isOverdue = false;  // an analysis task was ended for a limit of its time
-  std::string lastOutput;  // the end of what an encoding task printed
+  int signal = 0;          // that ended the last process; 0: none did
+  std::string lastOutput = {};           // the end of what an encoding task printed
+  RunTroubles troubles = RunTroubles();  // of an encoding task
 };
 
 // Starts pipelines, reads their progress, suspends, resumes and ends them. At most one encoding
@@ -68,11 +79,13 @@ class ToolTasks final : public TaskLauncherDelegate {
     bool isUnderWay = false;
     TaskStart start;
     std::optional<double> previousTime;
-    std::string unfinishedLine;
+    std::array<std::string, 2> unfinishedLines;  // of standard output and standard error
+    RunTroubles troubles;
     std::string loudnessText;  // output since a loudness report began
     std::string lastOutput;
     std::optional<int> status;  // set when the task told its end
     bool isOverdue = false;
+    int signal = 0;
   };
 
   bool startLauncher();
@@ -85,8 +98,8 @@ class ToolTasks final : public TaskLauncherDelegate {
 
   Side& side(bool other) { return other ? other_ : encoding_; }
   const Side& side(bool other) const { return other ? other_ : encoding_; }
-  void readLines(Side& side, std::string_view lines);
-  void readLoudness(Side& side, std::string_view lines);
+  void readLine(Side& side, std::string_view line, bool isError);
+  void readLoudness(Side& side, std::string_view line);
   void showProgress(Side& side, std::string_view line);
   void prepareControls(const Side& side);
   void resetControls(const Side& side);

@@ -134,6 +134,7 @@ void taskLauncher::gotData(Stream& stream) {
   if (count > 0) {
     const auto size = static_cast<std::size_t>(count);
     stream.owed -= std::min(stream.owed, size);
+    readsErrors_ = &stream == &stdErr_;
     sendNotificationWithData(stream, {buffer_.data(), size});
     if (isRunning_)
       endIfOver();
@@ -169,7 +170,9 @@ void taskLauncher::endIfOver() {
   const bool cutOff = graceIsOver_ && stdErr_.owed == 0 && output_.owed == 0;
   if (!atEnd && !cutOff)
     return;
-  terminationStatus_ = tasks_->back().exitStatus().value_or(ExitStatus{}).number();
+  const ExitStatus status = tasks_->back().exitStatus().value_or(ExitStatus{});
+  terminationStatus_ = status.number();
+  terminationSignal_ = status.signal;
   terminateNoAbort_ = true;
   tasklauncherTerminate();
 }

@@ -24,7 +24,8 @@ class taskLauncher;
 struct TaskLauncherDelegate {
   virtual ~TaskLauncherDelegate() = default;
   // A piece of what the last command wrote on standard output or standard error, as it was read:
-  // a line may come in two pieces, and the two streams are not told apart.
+  // a line may come in two pieces, with one of the other stream between them (readsErrors() tells
+  // them apart).
   virtual void taskLauncherDidReceiveNewString(taskLauncher&, const std::string&) {}
   virtual void taskLauncherDidReceiveNewData(taskLauncher&, std::string_view) {}
   // A piece of standard error as bytes, when tellErrorsApart() asks for it.
@@ -86,6 +87,11 @@ class taskLauncher {
   // The exit status of the last command (128 + signal when a signal ended it), or abortedStatus;
   // 0 until the end.
   int terminationStatus() const { return terminationStatus_; }
+  // The signal that ended the last command; 0 when none did, and for a run that was ended.
+  int terminationSignal() const { return terminationSignal_; }
+
+  // While output is delivered: whether it comes from standard error.
+  bool readsErrors() const { return readsErrors_; }
 
   // Ends the run now: continues a suspended chain, kills and reaps what still runs and tells the
   // delegate, unless it knows. Allowed at any time, from any callback.
@@ -131,6 +137,8 @@ class taskLauncher {
   bool errorsApart_ = false;
   bool terminateNoAbort_ = false;  // the run ended by itself
   int terminationStatus_ = 0;
+  int terminationSignal_ = 0;
+  bool readsErrors_ = false;
 
   bool lastTaskExited_ = false;
   bool graceIsOver_ = false;

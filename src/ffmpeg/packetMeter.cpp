@@ -1,0 +1,135 @@
+#include "ffmpeg/packetMeter.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "classShared/TextAdditions.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr std::size_t mostStreams = 16;
+
+// "#tb 0: 1/90000" gives 0 and "1/90000".
+struct Fact {
+  std::int64_t stream = 0;
+  std::string_view value;
+};
+
+std::optional<Fact> factOf(std::string_view line, std::string_view name) {
+  if (!startsWith(line, name))
+    return std::nullopt;
+  line.remove_prefix(name.size());
+  const auto value = textAfter(line, ": ");
+  if (!value)
+    return std::nullopt;
+  return Fact{leadingInteger(line), *value};
+}
+
+// The number that the field is, without the blanks before it.
+std::optional<std::int64_t> numberOf(std::string_view field) {
+  field = trimmed(field);
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
+  if (error != std::errc() || end != field.data() + field.size())
+    return std::nullopt;
+  return number;
+}
+
+std::int64_t hexadecimal(std::string_view text) {
+  std::int64_t number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number, 16);
+  return number;
+}
+
+}  // namespace
+
+std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion) {
+  const auto input = std::find(conversion.begin(), conversion.end(), "-i");
+  if (conversion.empty() || conversion.end() - input < 2)
+    return {};
+  std::vector<std::string> command(conversion.begin(), input + 2);
+  for (auto option = input + 2; option + 1 < conversion.end(); ++option)
+    if (*option == "-map")
+      command.insert(command.end(), {*option, *(option + 1)});
+  if (const auto level = std::find(command.begin(), command.end(), "-loglevel");
+      command.end() - level >= 2)
+    *(level + 1) = "error";
+  command.insert(command.end(), {"-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"});
+  return command;
+}
+
+void PacketMeter::addLine(std::string_view line) {
+  if (startsWith(line, "#"))
+    addFact(line);
+  else
+    addPacket(line);
+}
+
+void PacketMeter::addFact(std::string_view line) {
+  const auto clock = factOf(line, "#tb ");
+  const auto medium = factOf(line, "#media_type ");
+  const auto& fact = clock ? clock : medium;
+  if (!fact || (streams_.size() == mostStreams && !streams_.contains(fact->stream)))
+    return;
+  Stream& stream = streams_[fact->stream];
+  if (medium) {
+    stream.isSound = startsWith(medium->value, "audio");
+    return;
+  }
+  const auto numerator = static_cast<double>(leadingInteger(clock->value));
+  const auto denominator =
+      static_cast<double>(leadingInteger(textAfter(clock->value, "/").value_or("")));
+  if (numerator > 0 && denominator > 0)
+    stream.tick = numerator / denominator;
+}
+
+// "0,          0,       3600,     3600,    14183, 0x5e8d2d5a": stream, decoding and presentation
+// time, duration, size and checksum.
+void PacketMeter::addPacket(std::string_view line) {
+  const std::vector<std::string_view> fields = split(line, ",");
+  if (fields.size() < 6 || !startsWith(trimmed(fields[5]), "0x"))
+    return;
+  std::array<std::int64_t, 5> numbers{};
+  for (std::size_t field = 0; field < numbers.size(); ++field) {
+    const auto number = numberOf(fields[field]);
+    if (!number)
+      return;
+    numbers[field] = *number;
+  }
+  const auto [number, decoded, shown, duration, size] = numbers;
+  // Packets that only help to decode others, which an edit list has cut off.
+  constexpr std::int64_t discarded = 4;
+  for (const std::string_view field : fields)
+    if (const auto flags = textAfter(field, "F=0x");
+        flags && (hexadecimal(*flags) & discarded) != 0)
+      return;
+  const auto found = streams_.find(number);
+  if (found == streams_.end() || size < 0 || duration < 0)
+    return;
+  Stream& stream = found->second;
+  const double start = static_cast<double>(shown) * stream.tick;
+  const double end = start + static_cast<double>(duration) * stream.tick;
+  bytes_ += static_cast<std::uint64_t>(size);
+  if (!stream.measured)
+    stream.measured = MeasuredStream{0, start, end, 0};
+  ++stream.measured->packets;
+  stream.measured->end = std::max(stream.measured->end, end);
+  if (start < stream.measured->first)
+    ++stream.measured->leading;
+}
+
+SourceMeasure PacketMeter::result() const {
+  SourceMeasure measure;
+  measure.bytes = bytes_;
+  for (const auto& [number, stream] : streams_) {
+    auto& place = stream.isSound ? measure.sound : measure.pictures;
+    if (!place)
+      place = stream.measured;
+  }
+  return measure;
+}
+
+}  // namespace tessarin

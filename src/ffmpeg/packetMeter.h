@@ -1,0 +1,54 @@
+// How long the streams of a source are, by its packets.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin {
+
+// The packets of one stream from the first key frame on, without those that an edit list of the
+// source has cut off. Times are seconds after the beginning of
+// the source, as a conversion counts them: jumps of the source's clock are closed.
+struct MeasuredStream {
+  std::uint64_t packets = 0;
+  double first = 0;           // when the first one is shown
+  double end = 0;             // when the last one is over
+  std::uint64_t leading = 0;  // of the packets, those that are shown before the first one
+};
+
+struct SourceMeasure {
+  std::optional<MeasuredStream> pictures;
+  std::optional<MeasuredStream> sound;
+  std::uint64_t bytes = 0;  // of all packets
+};
+
+// The command that lists the packets of what `conversion` (a program, arguments with one "-i" and
+// an output) reads, on standard output, without decoding them: one reading of the source. On
+// standard error are complaints and how far it is ("time=…").
+std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion);
+
+// Reads such a list, line by line.
+class PacketMeter {
+ public:
+  void addLine(std::string_view line);
+  SourceMeasure result() const;
+
+ private:
+  struct Stream {
+    bool isSound = false;
+    double tick = 0;  // seconds
+    std::optional<MeasuredStream> measured;
+  };
+
+  void addPacket(std::string_view line);
+  void addFact(std::string_view line);
+
+  std::map<std::int64_t, Stream> streams_;
+  std::uint64_t bytes_ = 0;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,260 @@
+#include "ffmpeg/runTroubles.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+
+#include "classShared/TextAdditions.h"
+#include "ffmpeg/reportText.h"
+
+namespace tessarin {
+
+namespace {
+
+// Of a line, and of the lines at each end.
+constexpr std::size_t longestComplaint = 500;
+constexpr std::size_t mostComplaints = 50;
+
+// A line that stands for so many like it is not believed beyond this.
+constexpr std::size_t mostRepeats = 10'000'000;
+
+// Versions 3 to 7, the writer's own and those of the threads that it became.
+constexpr std::array<std::string_view, 5> writeErrors{
+    "Error writing trailer", "Error closing file", "av_interleaved_write_frame()",
+    "Error muxing a packet", "Error submitting a packet to the muxer"};
+
+// A packet that the decoder could make nothing of: up to 6.0, and then with the decoder's name
+// before it.
+constexpr std::string_view lostPacketOfStream = "Error while decoding stream #0:";
+constexpr std::array<std::string_view, 2> lostPacket{"Error submitting packet to decoder: ",
+                                                     "Decoding error: "};
+
+// Words of ffmpeg's own, rather than the system's, for what ended the reading of a source.
+constexpr std::array<std::string_view, 6> givingUp{"Invalid data found when processing input",
+                                                   "Operation not permitted",
+                                                   "End of file",
+                                                   "Not yet implemented in FFmpeg",
+                                                   "Invalid argument",
+                                                   "Cannot allocate memory"};
+
+// What tells how far it got, and what it did well.
+constexpr std::array<std::string_view, 12> reports{"ffmpeg version",
+                                                   "Input #",
+                                                   "Output #",
+                                                   "Stream mapping:",
+                                                   "Press [q]",
+                                                   "frame=",
+                                                   "size=",
+                                                   "video:",
+                                                   "Statistics:",
+                                                   "Exiting normally",
+                                                   "Conversion failed",
+                                                   "Last message"};
+
+// A line with one of these, in small letters, complains.
+constexpr std::array<std::string_view, 22> complaining{
+    "error",       "fail",         "invalid",   "cannot",  "can't",   "could not",
+    "couldn't",    "unable",       "unknown",   "no such", "missing", "unsupported",
+    "not support", "denied",       "not found", "too ",    "corrupt", "damaged",
+    "not permit",  "partial file", "premature", "mismatch"};
+
+bool beginsWithOne(std::string_view line, std::span<const std::string_view> starts) {
+  return std::any_of(starts.begin(), starts.end(),
+                     [line](std::string_view start) { return startsWith(line, start); });
+}
+
+// "[mov,mp4 @ 0x55…] [dec:h264 @ 0x55…] words"
+struct MarkedLine {
+  std::string_view module;  // the first mark's name, "" without one
+  std::string_view words;
+};
+
+MarkedLine withoutMarks(std::string_view line) {
+  MarkedLine marked{{}, line};
+  while (startsWith(marked.words, "[")) {
+    const std::size_t end = marked.words.find("] ");
+    const std::string_view mark = marked.words.substr(0, end);
+    const std::size_t address = mark.rfind(" @ ");
+    if (end == std::string_view::npos || address == std::string_view::npos)
+      break;
+    if (marked.module.empty())
+      marked.module = mark.substr(1, address - 1);
+    marked.words.remove_prefix(end + 2);
+  }
+  return marked;
+}
+
+std::optional<std::size_t> repeatsOf(std::string_view line) {
+  const auto number = textBetween(line, "    Last message repeated ", " times");
+  if (!startsWith(line, "    Last message repeated ") || !number ||
+      !endsWith(trimmed(line), " times"))
+    return std::nullopt;
+  return static_cast<std::size_t>(
+      std::clamp<std::int64_t>(leadingInteger(*number), 0, std::int64_t{mostRepeats}));
+}
+
+}  // namespace
+
+RunTroubles::RunTroubles(std::string source, std::string output)
+    : source_(std::move(source)), output_(std::move(output)) {
+  for (const std::string& name : {source_, output_}) {
+    const std::vector<std::string_view> lines = splitLines(name);
+    for (std::size_t line = 1; line < lines.size(); ++line)
+      if (!lines[line].empty())
+        namesRests_.emplace_back(lines[line]);
+  }
+}
+
+std::string RunTroubles::withoutPaths(std::string_view line) const {
+  // One may begin with the other.
+  const auto sourceGone = [this](std::string_view text) {
+    return replaceAll(text, source_, sourcePlaceholder);
+  };
+  const auto outputGone = [this](std::string_view text) {
+    return replaceAll(text, output_, outputPlaceholder);
+  };
+  return source_.size() > output_.size() ? outputGone(sourceGone(line))
+                                         : sourceGone(outputGone(line));
+}
+
+bool RunTroubles::isRestOfName(std::string_view line) const {
+  return std::any_of(namesRests_.begin(), namesRests_.end(),
+                     [line](const std::string& rest) { return startsWith(line, rest); });
+}
+
+void RunTroubles::addLine(std::string_view line) {
+  if (isRestOfName(line))
+    return;
+  if (const auto times = repeatsOf(line)) {
+    count(last_, *times);
+    return;
+  }
+  if (startsWith(line, "ffmpeg version "))
+    describes_ = true;
+  else if (startsWith(line, "Stream mapping:") || startsWith(line, "Output #0"))
+    describes_ = false;
+  noteStream(line);
+  const std::string own = withoutPaths(line);
+  const MarkedLine said = withoutMarks(own);
+  if (startsWith(own, " ") || beginsWithOne(said.words, reports))
+    return;
+  // What stands in quotation marks may be the source's.
+  const std::string ownWords = wordsOfTool(said.words);
+  const std::string_view words = trimmed(ownWords);
+  last_ = describes_ ? Found() : signOf(said.module, words);
+  count(last_, 1);
+  readReading(said.module, words);
+  losesOutput_ = losesOutput_ || beginsWithOne(words, writeErrors);
+  const std::string small = lowerCase(words);
+  if (std::any_of(complaining.begin(), complaining.end(),
+                  [&small](std::string_view word) { return contains(small, word); }))
+    keep(said.words);
+}
+
+// "  Stream #0:1[0x1100](eng): Audio: ac3 …", in the description of the source.
+void RunTroubles::noteStream(std::string_view line) {
+  constexpr std::string_view start = "  Stream #0:";
+  if (describes_ && startsWith(line, start) && contains(line, ": Audio: ") &&
+      sounds_.size() < mostComplaints)
+    sounds_.push_back(static_cast<std::size_t>(leadingInteger(line.substr(start.size()))));
+}
+
+RunTroubles::Medium RunTroubles::mediumOf(std::string_view module, std::string_view number) const {
+  if (startsWith(module, "aist#"))
+    return Medium::sound;
+  if (startsWith(module, "vist#"))
+    return Medium::pictures;
+  const auto stream = static_cast<std::size_t>(leadingInteger(number));
+  const bool isSound = std::find(sounds_.begin(), sounds_.end(), stream) != sounds_.end();
+  return isSound ? Medium::sound : Medium::pictures;
+}
+
+RunTroubles::Found RunTroubles::signOf(std::string_view module, std::string_view words) const {
+  const bool isDecoder = startsWith(module, "vist#") || startsWith(module, "aist#");
+  if (const auto number = textAfter(words, "corrupt decoded frame in stream "))
+    return {Sign::corruptFrame, mediumOf(module, *number)};
+  if (isDecoder && startsWith(words, "corrupt decoded frame"))
+    return {Sign::corruptFrame, mediumOf(module, "")};
+  if (startsWith(words, lostPacketOfStream))
+    return {Sign::lostPacket, mediumOf(module, words.substr(lostPacketOfStream.size()))};
+  if (isDecoder && beginsWithOne(words, lostPacket))
+    return {Sign::lostPacket, mediumOf(module, "")};
+  if (const auto number = textAfter(words, "corrupt input packet in stream "))
+    return {Sign::corruptPacket, mediumOf("", *number)};
+  if ((startsWith(words, "concealing ") && contains(words, " DC, ")) ||
+      startsWith(words, "Concealing bitstream errors"))
+    return {Sign::concealed, Medium::pictures};
+  return {};
+}
+
+void RunTroubles::count(Found found, std::size_t times) {
+  Counts& counts = found.medium == Medium::sound ? sound_ : pictures_;
+  switch (found.sign) {
+    case Sign::none:
+      return;
+    case Sign::corruptFrame:
+      counts.corruptFrames += times;
+      return;
+    case Sign::concealed:
+      counts.concealed += times;
+      return;
+    case Sign::lostPacket:
+      counts.lostPackets += times;
+      return;
+    case Sign::corruptPacket:
+      counts.corruptPackets += times;
+      return;
+  }
+}
+
+// "«source»: Input/output error", from version 6 on "Error during demuxing: Input/output error".
+void RunTroubles::readReading(std::string_view module, std::string_view words) {
+  if (!describes_ &&
+      (contains(words, "partial file") || startsWith(words, "File ended prematurely")))
+    endsEarly_ = true;
+  const std::string ofSource = std::string(sourcePlaceholder) + ": ";
+  std::string_view reason;
+  if (module.empty() && startsWith(words, ofSource))
+    reason = trimmed(words.substr(ofSource.size()));
+  else if (const auto demuxing = textAfter(words, "Error during demuxing: "))
+    reason = trimmed(*demuxing);
+  if (reason.empty() || startsWith(reason, "corrupt "))
+    return;
+  if (!beginsWithOne(reason, givingUp))
+    readError_ = reason;
+  else if (!describes_)
+    givenUp_ = reason;
+}
+
+void RunTroubles::keep(std::string_view words) {
+  const std::string complaint(trimmed(words.substr(0, longestComplaint)));
+  if (first_.size() < mostComplaints) {
+    first_.push_back(complaint);
+    return;
+  }
+  latest_.push_back(complaint);
+  if (latest_.size() > mostComplaints)
+    latest_.pop_front();
+}
+
+std::size_t RunTroubles::Counts::damaged() const {
+  const std::size_t shown = std::max(corruptFrames, concealed);
+  return shown + lostPackets > 0 ? shown + lostPackets : corruptPackets;
+}
+
+std::size_t RunTroubles::damagedPictures() const {
+  return pictures_.damaged();
+}
+
+std::size_t RunTroubles::damagedSound() const {
+  return sound_.damaged();
+}
+
+std::vector<std::string> RunTroubles::complaints() const {
+  std::vector<std::string> all = first_;
+  all.insert(all.end(), latest_.begin(), latest_.end());
+  return all;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,49 @@
+#include <gmock/gmock.h>
+
+#include "classShared/TextAdditions.h"
+#include "ffmpeg/packetMeter.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(PacketMeter, MeasuresPicturesAndSoundOfAList) {
+  PacketMeter meter;
+  // As ffmpeg 3.1 to 7.0 print it: a key frame, two pictures that are shown before it, one that an
+  // edit list has cut off, and the end of a line that was lost.
+  for (const char* line :
+       {"#software: Lavf59.27.100", "#tb 0: 1/25", "#media_type 0: video", "#tb 1: 1/48000",
+        "#media_type 1: audio", "0,          0,          3,        1,    14183, 0x5e8d2d5a, S=1, 1",
+        "1,        480,        480,     1536,      384, 0x0a8d2d5a",
+        "0,          1,          1,        1,     3000, 0x5e8d2d5a, F=0x0, 0x00e000e0",
+        "0,          2,          2,        1,     2000, 0x5e8d2d5a, F=0x0",
+        "0,          3,          0,        1,     1000, 0x5e8d2d5a, F=0x5",
+        "0,          4,          4,        1,     1000, 0x5e8d2d5a",
+        "1,       2016,       2016,     1536,      384, 0x0a8d2d5a", "0,    9", "garbage",
+        "7, 1, 1, 1, 1, 0x1"})
+    meter.addLine(line);
+  const SourceMeasure measure = meter.result();
+  ASSERT_TRUE(measure.pictures);
+  EXPECT_EQ(measure.pictures->packets, 4u);
+  EXPECT_EQ(measure.pictures->leading, 2u);
+  EXPECT_DOUBLE_EQ(measure.pictures->first, 0.12);
+  EXPECT_DOUBLE_EQ(measure.pictures->end, 0.2);
+  ASSERT_TRUE(measure.sound);
+  EXPECT_EQ(measure.sound->packets, 2u);
+  EXPECT_DOUBLE_EQ(measure.sound->first, 0.01);
+  EXPECT_DOUBLE_EQ(measure.sound->end, 0.074);
+  EXPECT_EQ(measure.bytes, 14183u + 3000 + 2000 + 1000 + 2 * 384);
+}
+
+TEST(PacketMeter, TheSourceIsReadAsItsConversionReadsIt) {
+  EXPECT_THAT(
+      measuringCommand({"/tools/ffmpeg", "-loglevel", "info", "-f", "mpegts", "-i", "/a.mts",
+                        "-map", "0:V:0", "-c:v", "copy", "-y", "/a.mov"}),
+      ElementsAre("/tools/ffmpeg", "-loglevel", "error", "-f", "mpegts", "-i", "/a.mts", "-map",
+                  "0:V:0", "-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"));
+  EXPECT_TRUE(measuringCommand({"true"}).empty());
+}
+
+}  // namespace
+}  // namespace tessarin
