@@ -99,6 +99,7 @@ bool ToolTasks::startLauncher() {
   encoding_.launcher->setDelegate(this);
   // The launcher's text form loses every chunk with a byte above 127, and names have those.
   encoding_.launcher->dontConvertDataToString(true);
+  encoding_.launcher->tellErrorsApart(true);
   const int failureInt =
       encoding_.launcher->launchTasksWithArguments(joined(encoding_.start.commands));
   logFormat("#3 failureInt={} ({})", failureInt, encoding_.start.commands.front().front());
@@ -141,6 +142,14 @@ bool ToolTasks::isEncodingSuspended() const {
 }
 
 void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) {
+  receive(launcher, bytes, false);
+}
+
+void ToolTasks::taskLauncherDidReceiveNewError(taskLauncher& launcher, std::string_view bytes) {
+  receive(launcher, bytes, true);
+}
+
+void ToolTasks::receive(taskLauncher& launcher, std::string_view bytes, bool isError) {
   debugFormat("tl didReceiveNewStr - deb : '{}'", bytes);
   if (&launcher != encoding_.launcher.get()) {
     logFormat("tl didReceiveNewStr :-( failure: {}", bytes);
@@ -149,13 +158,12 @@ void ToolTasks::taskLauncherDidReceiveNewData(taskLauncher& launcher, std::strin
   Side& side = encoding_;
   if (side.start.parseMode == ParseMode::none)
     return;
-  if (!side.start.takeOutputLine || launcher.readsErrors()) {
+  if (!side.start.takeOutputLine || isError) {
     side.lastOutput.append(bytes);
     keepEnd(side.lastOutput, longestLastOutput);
   }
 
   // A piece of output ends anywhere: only whole lines are read, the rest waits for its end.
-  const bool isError = launcher.readsErrors();
   std::string& unfinished = side.unfinishedLines[isError ? 1 : 0];
   const std::size_t end = bytes.find_last_of("\r\n");
   if (end == std::string_view::npos) {

@@ -93,6 +93,8 @@ class ToolTasks final : public TaskLauncherDelegate {
   void taskDidEnd(Side& side, int status);
 
   void taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) override;
+  void taskLauncherDidReceiveNewError(taskLauncher& launcher, std::string_view bytes) override;
+  void receive(taskLauncher& launcher, std::string_view bytes, bool isError);
   void taskLauncherTaskDidEnd(taskLauncher& launcher) override;
   void taskLauncherTaskDidSuspend(taskLauncher& launcher) override;
 

@@ -134,7 +134,6 @@ void taskLauncher::gotData(Stream& stream) {
   if (count > 0) {
     const auto size = static_cast<std::size_t>(count);
     stream.owed -= std::min(stream.owed, size);
-    readsErrors_ = &stream == &stdErr_;
     sendNotificationWithData(stream, {buffer_.data(), size});
     if (isRunning_)
       endIfOver();

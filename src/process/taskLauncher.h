@@ -24,8 +24,7 @@ class taskLauncher;
 struct TaskLauncherDelegate {
   virtual ~TaskLauncherDelegate() = default;
   // A piece of what the last command wrote on standard output or standard error, as it was read:
-  // a line may come in two pieces, with one of the other stream between them (readsErrors() tells
-  // them apart).
+  // a line may come in two pieces, with one of the other stream between them.
   virtual void taskLauncherDidReceiveNewString(taskLauncher&, const std::string&) {}
   virtual void taskLauncherDidReceiveNewData(taskLauncher&, std::string_view) {}
   // A piece of standard error as bytes, when tellErrorsApart() asks for it.
@@ -90,9 +89,6 @@ class taskLauncher {
   // The signal that ended the last command; 0 when none did, and for a run that was ended.
   int terminationSignal() const { return terminationSignal_; }
 
-  // While output is delivered: whether it comes from standard error.
-  bool readsErrors() const { return readsErrors_; }
-
   // Ends the run now: continues a suspended chain, kills and reaps what still runs and tells the
   // delegate, unless it knows. Allowed at any time, from any callback.
   void tasklauncherTerminate();
@@ -138,7 +134,6 @@ class taskLauncher {
   bool terminateNoAbort_ = false;  // the run ended by itself
   int terminationStatus_ = 0;
   int terminationSignal_ = 0;
-  bool readsErrors_ = false;
 
   bool lastTaskExited_ = false;
   bool graceIsOver_ = false;
