@@ -100,6 +100,30 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
   EXPECT_FALSE(bare.flagged);
 }
 
+TEST(ExportPlan, HighDynamicRangeIsKeptOrMappedAndNeverOnlyRelabelled) {
+  yuv4mpeg::Header picture;
+  picture.width = 1920;
+  picture.height = 1080;
+  const SourceFacts source = sourceFacts(
+      picture,
+      "  Stream #0:0: Video: hevc, yuv420p10le(tv, bt2020nc/bt2020/arib-std-b67), 1920x1080\n");
+  EXPECT_EQ(source.highRange, "arib-std-b67");
+  ExportSettings settings;
+  settings.width = 1920;
+  settings.height = 1080;
+  settings.codec = ExportSettings::Codec::prores;
+  const ExportPlan kept = exportPlan(source, settings);
+  EXPECT_THAT(kept.filters, AllOf(HasSubstr("color_primaries=bt2020:color_trc=arib-std-b67:"
+                                            "colorspace=bt2020nc"),
+                                  Not(HasSubstr("tonemap")), Not(HasSubstr("out_color_matrix"))));
+  EXPECT_THAT(proresArguments(ExportInput(), "out.mov", kept, settings),
+              testing::IsSupersetOf({"-color_trc", "arib-std-b67"}));
+  settings.codec = ExportSettings::Codec::aic;
+  const ExportPlan mapped = exportPlan(source, settings);
+  EXPECT_THAT(mapped.filters, AllOf(HasSubstr("tonemap"), HasSubstr("color_trc=bt709")));
+  EXPECT_EQ(mapped.colours, Colours::high);
+}
+
 TEST(SourceFacts, FieldOrderIsWhatMostPicturesShow) {
   const auto order = [](const std::string& counts) {
     return detectedFieldOrder(

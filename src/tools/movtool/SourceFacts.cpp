@@ -90,6 +90,9 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
                !contains(line, "(attached pic)")) {
       picturesSeen = true;
       facts.colours = coloursOf(line, facts.height);
+      for (const char* transfer : {"arib-std-b67", "smpte2084"})
+        if (contains(line, std::string("/") + transfer))
+          facts.highRange = transfer;
       facts.fullRange =
           contains(line, ", yuvj") || contains(line, "(pc,") || contains(line, "(pc)");
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "classShared/Outcome.h"
@@ -20,6 +21,9 @@ struct SourceFacts {
   // Whether the order comes from the pictures' own flags, which filters see, too.
   bool flagged = false;
   quicktime::Colours colours = quicktime::Colours::unknown;  // as tagged
+  // The transfer that is tagged, as ffmpeg calls it, where it is of high dynamic range:
+  // "arib-std-b67" (HLG) or "smpte2084" (PQ). The primaries and the matrix are those of BT.2020.
+  std::string highRange;
   // As tagged: luma from 0 to 255 rather than 16 to 235.
   bool fullRange = false;
   std::optional<double> duration;  // seconds

@@ -27,6 +27,7 @@ struct ExportPlan {
   quicktime::Fraction pixelAspect = {1, 1};
   quicktime::FieldOrder fieldOrder = quicktime::FieldOrder::progressive;
   quicktime::Colours colours = quicktime::Colours::unknown;
+  std::string highRange;  // in the movie: SourceFacts::highRange; then `colours` says nothing
   quicktime::Fraction start = {0, 1};  // the source's moment with which the movie begins
 };
 
@@ -36,6 +37,10 @@ SourceFacts asExported(SourceFacts source, const ExportInput& input);
 // The rate that stands for a family beside this source: of 30 and 60 frames the exact one when the
 // source has it, else the one of television (30000/1001), and so for 24.
 quicktime::Fraction exportRate(std::optional<int> family, const quicktime::Fraction& source);
+
+// Whether the movie has fewer tones than the source, which the filters "zscale" and "tonemap" are
+// needed for: Apple Intermediate Codec has 8 bits, ProRes takes HLG and PQ as they are.
+bool needsToneMapping(const SourceFacts& source, const ExportSettings& settings);
 
 // Where the picture stands in the frame.
 struct Placement {

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "classShared/TextAdditions.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/propertyList.h"
 #include "tools/movtool/FfmpegRun.h"
@@ -71,6 +72,25 @@ Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const Export
   return detectedFieldOrder(run->report()).value_or(FieldOrder::progressive);
 }
 
+// Nothing when this ffmpeg can map the tones of such a source, else a sentence for the user.
+std::optional<std::string> toneProblem(const std::string& ffmpeg) {
+  Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, {"-hide_banner", "-v", "error", "-filters"});
+  if (!run)
+    return run.reason();
+  const std::string filters = run->readOutput();
+  const Outcome<bool> finished = run->finish();
+  if (!finished)
+    return finished.reason();
+  for (const char* name : {" zscale ", " tonemap "})
+    if (!contains(filters, name))
+      return fmt::format(
+          "the pictures are of high dynamic range, which Apple Intermediate Codec has not, and "
+          "this "
+          "ffmpeg lacks the filter \"{}\" to bring them to its range; choose ProRes",
+          trimmed(name));
+  return std::nullopt;
+}
+
 }  // namespace
 
 Outcome<bool> runExport(const ExportJob& job) {
@@ -91,6 +111,9 @@ Outcome<bool> runExport(const ExportJob& job) {
       return Failure{order.reason()};
     source->fieldOrder = order.value();
   }
+  if (needsToneMapping(source.value(), settings.value()))
+    if (const auto problem = toneProblem(ffmpeg.value()))
+      return Failure{*problem};
   const SourceFacts exported = asExported(source.value(), job.input);
   const ExportPlan plan = exportPlan(exported, settings.value(), job.input);
   const auto run = settings.value().codec == ExportSettings::Codec::aic ? exportAic : exportProres;
