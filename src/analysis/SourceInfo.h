@@ -69,6 +69,12 @@ inline constexpr std::string_view remarks = "remarks";
 // Integer, ms: the smallest video start offset with its sign turned.
 inline constexpr std::string_view vOffsetMs = "v_offsetMs";
 
+// Text: when it was recorded, by the camera's clock: "2010-12-24 14:05:33"; by the date of the file
+// with the zone of this machine: "2010-12-24 14:05:33 +0100".
+inline constexpr std::string_view recorded = "recorded";
+// Text: what tells it. Also without a time, for a clip on a card that does not tell.
+inline constexpr std::string_view recordedBy = "recordedBy";
+
 // The first video stream, the one that is converted.
 inline constexpr std::string_view v0Id = "v0_id";
 inline constexpr std::string_view v0Lang = "v0_lang";
@@ -110,6 +116,15 @@ inline constexpr std::string_view programs = "remark_programs";
 
 // Whether a viewer sees the pictures with width and height exchanged.
 bool isTurned(const Dico& source);
+
+// The values of "recordedBy".
+namespace RecordedBy {
+inline constexpr std::string_view card = "card";            // a card with playlists
+inline constexpr std::string_view beside = "beside";        // the camera's file beside the clip
+inline constexpr std::string_view stream = "stream";        // the pictures
+inline constexpr std::string_view container = "container";  // the file around them
+inline constexpr std::string_view file = "file";            // the file system
+}  // namespace RecordedBy
 
 // The user's word for a field order: key "TFF" (top field first), "BFF" (bottom field first) or
 // "PFF" (progressive) of the string table "fields".

@@ -246,7 +246,8 @@ void Session::plan() {
     const Dico& entry = app_.table().row(row);
     const std::string source = app_.table().sourcePath(row);
     const auto target = entry.integer(BatchKey::out).value_or(outProres);
-    const std::string output = outputPath(source, static_cast<int>(target), folder, taken);
+    const std::string output =
+        outputPath(app_.table().source(row), static_cast<int>(target), folder, taken);
     if (const auto refusal = planRow(entry, output))
       problem(source, *refusal);
   }

@@ -88,6 +88,7 @@ class AnalysisQueue {
   void stepDico();
   void stepFin();
   void completeRecord(SourceInfo info);
+  void askRecordingTime(SourceInfo info);
   void startThumbnail(SourceInfo& info);
   void completeThumbnail(SourceInfo info);
   void appendRow(SourceInfo info);

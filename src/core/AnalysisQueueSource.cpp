@@ -11,6 +11,7 @@
 #include "core/newRow.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
+#include "encoding/recordingDate.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
@@ -246,7 +247,19 @@ void AnalysisQueue::completeRecord(SourceInfo info) {
   const auto order = examination().fields();
   if (order && !info.contains(SourceKey::v0Fields))
     info.set(SourceKey::v0Fields, fieldsText(order->fields));
-  startThumbnail(info);
+  askRecordingTime(std::move(info));
+}
+
+void AnalysisQueue::askRecordingTime(SourceInfo info) {
+  const std::string path = services_.preferences.prefReadString(StateKey::analysed);
+  ToolLimits limits = quickQuestion;
+  limits.keepsErrors = false;
+  startTask(recordingTimeCommand(path), limits,
+            [this, path, known = std::move(info)](const ToolResult& result) {
+              SourceInfo complete = known;
+              addRecordingTime(result.isOverdue ? "" : result.output, path, complete);
+              startThumbnail(complete);
+            });
 }
 
 void AnalysisQueue::startThumbnail(SourceInfo& info) {

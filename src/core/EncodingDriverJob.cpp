@@ -81,7 +81,7 @@ void EncodingDriver::stepDeb() {
               table_.sourcePath(row));
   const std::string folder = outputFolder(interface_.destination.text());
   const std::string source = table_.sourcePath(row);
-  const std::string output = outputPath(source, target, folder, outputNames_);
+  const std::string output = outputPath(table_.source(row), target, folder, outputNames_);
   jobStarted.emit(source, output);
   if (outcome_)
     return;  // stopped by whoever was told

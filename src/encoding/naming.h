@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "analysis/SourceInfo.h"
+
 namespace tessarin {
 
 // The title of a source: its file name without the extension, without the endings in
@@ -19,16 +21,12 @@ std::string pathes2Titles(std::string_view path,
 // become "_".
 std::string masterPathStr(std::string_view path);
 
-// The name of a clip, by which imported clips sort by their recording time. On a camcorder's card
-// (a "PLAYLIST" folder beside the clip's folder) "TIME-NAME" with the time that the tool
-// gettimestamps tells; elsewhere "clip-DATE TIME-NAME" with the date of the file, ";" for ":".
-// The file name, extension included, where neither is known. Runs the tool and waits for it.
-std::string dateCreation2iMovieN(std::string_view path);
+// The name of a clip, by which imported clips sort by their recording time: on a camcorder's card
+// "TIME-NAME", elsewhere "clip-DATE TIME-NAME" with ";" for ":", by the time that the record of the
+// source holds. The file name, extension included, where it holds none.
+std::string dateCreation2iMovieN(std::string_view path, const SourceInfo& info);
 
-// What the card tool printed, one "NAME : TIME" a line, as "TIME-NAME" for this clip; "" when the
-// clip is not in it.
-std::string clipNameOfTimeStamps(std::string_view toolOutput, std::string_view clip);
-// The name of a clip by the date of its file, such as "2010-12-24 14:05:33 +0100".
+// The name of a clip by a date, such as "2010-12-24 14:05:33 +0100".
 std::string clipNameOfDate(std::string_view dateText, std::string_view clip);
 
 // Whether files can be made in the folder, or in the folder of a file: tried with a folder that is

@@ -16,8 +16,9 @@ constexpr const char* folderName = "Tessarin";
 // Bytes of a movie's name without endings and extension.
 constexpr std::size_t longestTitle = 200;
 
-std::string titleOf(const std::string& source, int target) {
-  std::string title = target == outAic ? dateCreation2iMovieN(source) : pathes2Titles(source, {});
+std::string titleOf(const std::string& source, const SourceInfo& info, int target) {
+  std::string title =
+      target == outAic ? dateCreation2iMovieN(source, info) : pathes2Titles(source, {});
   // A name that is blank or starts with a dot could not be seen.
   if (trimmed(title).empty())
     title = "_";
@@ -39,9 +40,10 @@ std::string outputFolder(const std::string& destination) {
   return fileName(folder) == folderName ? folder : joinPath(folder, folderName);
 }
 
-std::string outputPath(const std::string& source, int target, const std::string& folder,
+std::string outputPath(const SourceInfo& info, int target, const std::string& folder,
                        OutputNames& taken) {
-  const std::string title = titleOf(source, target);
+  const std::string source = info.textOrEmpty(RowInfoKey::srcPathStr);
+  const std::string title = titleOf(source, info, target);
   std::string path = joinPath(folder, title + ".mov");
   for (int number = 2; taken.count(path) > 0 && taken[path] != source; ++number)
     path = joinPath(folder, fmt::format("{}-{}.mov", title, number));

@@ -3,7 +3,8 @@
 
 #include <map>
 #include <string>
-#include <string_view>
+
+#include "analysis/SourceInfo.h"
 
 namespace tessarin {
 
@@ -19,12 +20,13 @@ using OutputNames = std::map<std::string, std::string, IgnoringCase>;
 // else its subfolder of that name. "~" is expanded.
 std::string outputFolder(const std::string& destination);
 
-// The movie that `source` becomes with this target (OutputTarget): a QuickTime movie directly in
-// `folder`, named after the source; for Apple Intermediate Codec after the recording too. A name
-// that another source of `taken` has gets a number. The result is added to `taken`. Whatever the
-// source is called, the name is visible, and it leaves room in the 255 bytes that file systems take
-// for the endings that a job adds ("-failure", numbers, "_MASTER").
-std::string outputPath(const std::string& source, int target, const std::string& folder,
+// The movie that the source of this record, its path included, becomes with this target
+// (OutputTarget): a QuickTime movie directly in `folder`, named after the source; for Apple
+// Intermediate Codec after the recording too. A name that another source of `taken` has gets a
+// number. The result is added to `taken`. Whatever the source is called, the name is visible, and
+// it leaves room in the 255 bytes that file systems take for the endings that a job adds
+// ("-failure", numbers, "_MASTER").
+std::string outputPath(const SourceInfo& info, int target, const std::string& folder,
                        OutputNames& taken);
 
 }  // namespace tessarin

@@ -6,7 +6,9 @@
 #include "classShared/HexData.h"
 #include "classShared/Value.h"
 #include "classShared/log.h"
+#include "platform/Bundle.h"
 #include "utils/files.h"
+#include "utils/times.h"
 
 namespace tessarin {
 
@@ -30,7 +32,36 @@ bool isDigits(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// Whether the text has the form of the other, in which 0 stands for any digit.
+bool hasForm(std::string_view text, std::string_view form) {
+  return text.size() == form.size() &&
+         std::equal(text.begin(), text.end(), form.begin(), [](char own, char asked) {
+           return asked == '0' ? own >= '0' && own <= '9' : own == asked;
+         });
+}
+
 }  // namespace
+
+Arguments recordingTimeCommand(const std::string& path) {
+  return {Bundle::main().toolPath("gettimestamps"), "--file", path};
+}
+
+void addRecordingTime(std::string_view toolOutput, const std::string& path, SourceInfo& info) {
+  // "stream : 2010-12-24 14.05.33"
+  const std::string_view origin = textUpTo(toolOutput, " : ");
+  const std::string_view time = trimmed(textAfter(toolOutput, " : ").value_or(""));
+  const bool isKnown = origin == RecordedBy::card || origin == RecordedBy::beside ||
+                       origin == RecordedBy::stream || origin == RecordedBy::container;
+  if (isKnown && hasForm(time, "0000-00-00 00.00.00")) {
+    info.set(SourceKey::recorded, replaceAll(time, ".", ":"));
+    info.set(SourceKey::recordedBy, origin);
+  } else if (origin == RecordedBy::card) {
+    info.set(SourceKey::recordedBy, origin);
+  } else if (const auto date = fileCreationDate(path)) {
+    info.set(SourceKey::recorded, dateDescription(*date));
+    info.set(SourceKey::recordedBy, RecordedBy::file);
+  }
+}
 
 std::optional<RecordingDate> recordingDate(std::string_view path) {
   const auto start = readFileStart(path, searchedBytes);

@@ -1,11 +1,21 @@
-// The recording date that some camcorders write as text near the start of a movie file.
+// When a source was recorded: what the tool that reads cards, streams and containers says of it,
+// and the date that some camcorders write as text near the start of a movie file.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+
 namespace tessarin {
+
+// Makes the tool tell when the source was recorded.
+Arguments recordingTimeCommand(const std::string& path);
+// Puts the time into the record ("recorded", "recordedBy"): that which the tool told, else that of
+// the file. What is no time in the tool's words counts for nothing.
+void addRecordingTime(std::string_view toolOutput, const std::string& path, SourceInfo& info);
 
 struct RecordingDate {
   std::string day;    // two digits

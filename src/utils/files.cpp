@@ -216,9 +216,12 @@ std::optional<Date> fileCreationDate(std::string_view path) {
   struct statx status = {};
   if (::statx(AT_FDCWD, expandTilde(path).c_str(), 0, STATX_BTIME | STATX_MTIME, &status) != 0)
     return std::nullopt;
+  const auto seconds = [](const statx_timestamp& moment) {
+    return static_cast<double>(moment.tv_sec) + moment.tv_nsec / 1e9;
+  };
   const bool known = (status.stx_mask & STATX_BTIME) != 0;
-  const statx_timestamp& moment = known ? status.stx_btime : status.stx_mtime;
-  return Date{static_cast<double>(moment.tv_sec) + moment.tv_nsec / 1e9};
+  const double modified = seconds(status.stx_mtime);
+  return Date{known ? std::min(seconds(status.stx_btime), modified) : modified};
 }
 
 std::string resolveAlias(std::string_view path) {

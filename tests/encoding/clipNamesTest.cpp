@@ -1,28 +1,15 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "encoding/naming.h"
+#include "encoding/recordingDate.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
-#include "support/TestBundle.h"
-#include "utils/files.h"
 #include "utils/times.h"
 
 namespace tessarin {
 namespace {
-
-TEST(ClipNameOfTimeStamps, takesTheLineOfTheClip) {
-  const std::string output =
-      "00001 : 2010-12-24 14;05;33\n"
-      "00010 : other\r\n"
-      "00002 : a : b\n"
-      "00003: no blank before\n";
-  EXPECT_EQ(clipNameOfTimeStamps(output, "00001"), "2010-12-24 14;05;33-00001");
-  EXPECT_EQ(clipNameOfTimeStamps(output, "00010"), "other-00010");
-  EXPECT_EQ(clipNameOfTimeStamps(output, "00002"), "a : b-00002");
-  for (const char* clip : {"0000", "00003", "a", "2010-12-24 14;05;33", ""})
-    EXPECT_EQ(clipNameOfTimeStamps(output, clip), "") << clip;
-  EXPECT_EQ(clipNameOfTimeStamps("", "00001"), "");
-}
 
 TEST(ClipNameOfDate, dropsTheZoneAndColons) {
   EXPECT_EQ(clipNameOfDate("2010-12-24 14:05:33 +0100", "MVI_0001"),
@@ -32,43 +19,57 @@ TEST(ClipNameOfDate, dropsTheZoneAndColons) {
       << "western zones stay; one pass over \";;\"";
 }
 
-// A card in a folder, and a resources folder whose gettimestamps is a script.
 class ClipNames : public testing::Test {
  protected:
-  void writeTool(const std::string& commands) const {
-    folder_.writeScript("resources/tools/gettimestamps", commands);
+  // A source whose file was last modified on 24 December 2010, 14:05:33 of this machine's time, and
+  // copied now, with what the tool says of it.
+  SourceInfo recordOf(const std::string& name, const std::string& toolOutput) const {
+    const std::string path = folder_.write(name, "");
+    std::tm day = {};
+    day.tm_year = 110;
+    day.tm_mon = 11;
+    day.tm_mday = 24;
+    day.tm_hour = 14;
+    day.tm_min = 5;
+    day.tm_sec = 33;
+    day.tm_isdst = -1;
+    const timespec modified = {::mktime(&day), 0};
+    const timespec times[] = {modified, modified};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    SourceInfo info;
+    addRecordingTime(toolOutput, path, info);
+    return info;
+  }
+  std::string nameOf(const std::string& name, const std::string& toolOutput) const {
+    return dateCreation2iMovieN(folder_.file(name), recordOf(name, toolOutput));
   }
 
   test::LogCapture log_;
   test::ScopedTemporaryFolder folder_;
-  test::TestBundle bundle_{folder_.file("resources"), "en"};
 };
 
-TEST_F(ClipNames, askTheToolAboutACard) {
-  const std::string clip = folder_.write("a card's \"%s\"/BDMV/STREAM/00001.MTS", "");
-  ASSERT_TRUE(mkdir(folder_.file("a card's \"%s\"/BDMV/PLAYLIST")));
-  writeTool(
-      "[ \"$#\" = 1 ] && cd \"$1\" && pwd > ../asked && echo '00000 : x' && "
-      "echo '00001 : 2010-12-24 14.05.33'");
-  EXPECT_EQ(dateCreation2iMovieN(clip), "2010-12-24 14.05.33-00001");
-  EXPECT_EQ(folder_.read("a card's \"%s\"/BDMV/asked"),
-            folder_.file("a card's \"%s\"/BDMV/PLAYLIST") + "\n");
+TEST_F(ClipNames, tellWhenTheClipWasRecorded) {
+  EXPECT_EQ(nameOf("00001.MTS", "card : 2010-12-24 14.05.33\n"), "2010-12-24 14.05.33-00001");
+  EXPECT_EQ(nameOf("00001.MTS", "card : \n"), "00001.MTS") << "the card does not tell";
   EXPECT_TRUE(log_.has("dateCreation2iMovieN…"));
+  for (const char* origin : {"beside", "stream", "container"})
+    EXPECT_EQ(nameOf("MVI_0001.MOD", std::string(origin) + " : 2011-05-15 17.58.48\n"),
+              "clip-2011-05-15 17;58;48-MVI_0001");
 }
 
-TEST_F(ClipNames, areTheFileNameWhereTheToolKnowsNothing) {
-  const std::string clip = folder_.write("BDMV/STREAM/00001.MTS", "");
-  folder_.write("BDMV/PLAYLIST/00000.MPL", "");
-  EXPECT_EQ(dateCreation2iMovieN(clip), "00001.MTS") << "there is no tool";
-  writeTool("echo '00002 : x'");
-  EXPECT_EQ(dateCreation2iMovieN(clip), "00001.MTS") << "the clip is not in the list";
-}
-
-TEST_F(ClipNames, useTheDateOfTheFileElsewhere) {
-  const std::string clip = folder_.write("SD_VIDEO/PRG001/MVI_0001.MOD", "");
-  EXPECT_EQ(dateCreation2iMovieN(clip),
-            clipNameOfDate(dateDescription(*fileCreationDate(clip)), "MVI_0001"));
-  EXPECT_EQ(dateCreation2iMovieN(folder_.file("SD_VIDEO/PRG001/gone.MOD")), "gone.MOD");
+TEST_F(ClipNames, takeTheDateOfTheFileWhereTheClipDoesNotTell) {
+  for (const char* words :
+       {"", "gettimestamps: no recording time\n", "stream : \n", "stream : yesterday\n",
+        "stream : 2010-12-24 14.05.33 or so\n", "stream : ../../../../../x.y.z\n",
+        "elsewhere : 2011-05-15 17.58.48\n"}) {
+    const SourceInfo info = recordOf("MVI_0001.MOD", words);
+    EXPECT_EQ(info.text(SourceKey::recordedBy), RecordedBy::file) << words;
+    EXPECT_EQ(textUpTo(dateCreation2iMovieN("MVI_0001.MOD", info), "33"), "clip-2010-12-24 14;05;")
+        << words;
+  }
+  SourceInfo gone;
+  addRecordingTime("", folder_.file("gone.MOD"), gone);
+  EXPECT_EQ(dateCreation2iMovieN("/a/gone.MOD", gone), "gone.MOD");
 }
 
 }  // namespace

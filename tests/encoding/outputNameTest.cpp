@@ -22,7 +22,7 @@ TEST(OutputName, IsThatOfTheSourceAndSharedByNone) {
       {"/a/CLIP.MTS", "/out/CLIP-2.mov"}};
   OutputNames taken;
   for (const auto& [source, output] : outputs)
-    EXPECT_EQ(outputPath(source, outProres, "/out", taken), output);
+    EXPECT_EQ(outputPath({{"srcPathStr", source}}, outProres, "/out", taken), output);
 }
 
 // Whatever a source is called, its movie and what is written on the way to it lie in the folder.
@@ -41,7 +41,8 @@ TEST(OutputName, StaysInTheFolderAndShortEnoughForItsEndings) {
         std::string(251, '\xff') + ".mts", wide + ".mts", std::string(255, '.')})
     for (const int target : {outProres, outAic}) {
       OutputNames taken;
-      const std::string output = outputPath("/gone/" + name, target, folder, taken);
+      const std::string output =
+          outputPath({{"srcPathStr", "/gone/" + name}}, target, folder, taken);
       for (const std::string& path : {output, masterPathStr(output)}) {
         const std::string last = fileName(path);
         EXPECT_EQ(parentFolder(path), folder) << name;
