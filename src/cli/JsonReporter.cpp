@@ -2,6 +2,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
+#include "cli/choiceWords.h"
 #include "core/remarks.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
@@ -41,28 +42,6 @@ Json jsonOf(const Value& value) {
   return value.description();
 }
 
-const char* targetName(std::int64_t target) {
-  switch (target) {
-    case outQuickTime:
-      return "quicktime";
-    case outAic:
-      return "aic";
-    default:
-      return "prores";
-  }
-}
-
-const char* speedName(std::int64_t speed) {
-  switch (speed) {
-    case speedHalf:
-      return "half";
-    case speedSlow:
-      return "slow";
-    default:
-      return "full";
-  }
-}
-
 // One object a line on standard output, each with its "event".
 class JsonReporter final : public Reporter {
  public:
@@ -78,8 +57,8 @@ class JsonReporter final : public Reporter {
     tell({{"event", "analysed"},
           {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
           {"progressive", isSourceProgressive(row)},
-          {"target", targetName(row.integer(BatchKey::out).value_or(outProres))},
-          {"speed", speedName(row.integer(BatchKey::fps).value_or(speedKeep))},
+          {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
+          {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
           {"size", trimmed(presetShortLabel(
                        presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
           {"record", info},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 
+#include "cli/choiceWords.h"
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
 #include "cli/sources.h"
@@ -12,6 +13,7 @@
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
 #include "encoding/outputName.h"
+#include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -178,17 +180,40 @@ void Session::chooseForRow(int row) {
   BatchTable& table = app_.table();
   if (!table.has(row))
     return;
-  if (options_.target) {
-    table.setValue(row, BatchKey::out, *options_.target);
-    table.iba_outSpeedCell(row);
-    // A target that the row does not allow is refused rather than replaced by another.
-    table.setValue(row, BatchKey::out, *options_.target);
+  if (options_.target && !chooseTarget(row) && options_.command != Command::analyse) {
+    table.select(row);
+    table.encBatchRemove(false);
+    return;
   }
   if (options_.command != Command::analyse)
     return;
   reporter_.analysed(table.row(row));
   if (reporter_.isLost())
     interrupt(Stop::byUser);
+}
+
+// Makes the row what the user asked for. A target that it does not allow is refused rather than
+// replaced by another; its size gives way unless it was named, too.
+bool Session::chooseTarget(int row) {
+  BatchTable& table = app_.table();
+  const Dico& entry = table.row(row);
+  const int size = app_.interface.sizeOut.selected();
+  Wish wish;
+  wish.target = *options_.target;
+  wish.speed = app_.interface.easy.selected() == 1 ? speedKeep : app_.interface.speed.selected();
+  if (size >= firstConcreteRow)
+    wish.sizeOut = size;
+  const int soft = size == rowSameAsSource ? softNone : app_.interface.editingSoft.selected();
+  const auto choice = nearestChoice(entry, wish, soft);
+  if (!choice) {
+    problem(table.sourcePath(row), refusalOfWish(entry, wish, soft));
+    table.setValue(row, BatchKey::out, wish.target);
+    return false;
+  }
+  table.setValue(row, BatchKey::sizeOut, choice->sizeOut);
+  table.setValue(row, BatchKey::fps, choice->speed);
+  table.setValue(row, BatchKey::out, choice->target);
+  return table.iba_outSpeedCell(row);
 }
 
 void Session::analysisFinished() {

@@ -50,6 +50,7 @@ class Session {
   void resume();
   void problem(const std::string& path, const std::string& reason);
   void chooseForRow(int row);
+  bool chooseTarget(int row);
   void analysisFinished();
   void begin();
   void plan();

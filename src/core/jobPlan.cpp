@@ -7,6 +7,7 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
+#include "core/rowChoices.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
@@ -202,7 +203,7 @@ std::optional<std::string> refusalOf(const Dico& row, bool hasExport) {
   const bool isAllowed =
       cellAllowedOut(row, target == outQuickTime, target == outAic, target == outProres);
   if (!isAllowed)
-    return localisationString("why_noTarget");
+    return localisationString("why_noTarget", "", whyNotTarget(row, target));
   if (const auto plan = planJob(job, "output.mov", "apcn");
       plan && (plan->needsExport || plan->isExport) && !hasExport)
     return localisationString("why_noExport");

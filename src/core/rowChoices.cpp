@@ -1,11 +1,17 @@
 #include "core/rowChoices.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <tuple>
 
 #include "analysis/SourceInfo.h"
+#include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/movieCodecs.h"
+#include "prefs/utilsAlert.h"
 
 namespace tessarin {
 
@@ -31,6 +37,39 @@ bool isAllowed(const Permissions& allowed, int choice) {
 Dico withSize(Dico entry, int sizeOut) {
   entry.set(BatchKey::sizeOut, sizeOut);
   return entry;
+}
+
+Dico withSizeAndSpeed(Dico entry, int sizeOut, int speed) {
+  entry.set(BatchKey::sizeOut, sizeOut);
+  entry.set(BatchKey::fps, speed);
+  return entry;
+}
+
+bool allows(const Dico& entry, const Choice& choice) {
+  const Dico made = withSizeAndSpeed(entry, choice.sizeOut, choice.speed);
+  return isAllowed(speedPermissions(made), choice.speed) &&
+         isAllowed(targetPermissions(made), choice.target);
+}
+
+// The choice for a size that was named, or its sibling where the speed wants that.
+std::optional<Choice> choiceOfSize(const Dico& entry, int target, int sizeOut, int speed) {
+  const SizeAndSpeed valid = validSizeAndSpeed(withSizeAndSpeed(entry, sizeOut, speed));
+  const Choice choice{target, valid.sizeOut, valid.speed};
+  return allows(entry, choice) ? std::optional(choice) : std::nullopt;
+}
+
+// How far a choice is from what is wanted; the nearest comes first.
+auto distance(const Dico& source, bool isProgressive, const Choice& choice, const Wish& wish,
+              int soft) {
+  const std::string_view label = sizeLabel(choice.sizeOut);
+  const FrameSize size = presetFrameSize(label);
+  const auto pixels = std::int64_t{size.width} * size.height;
+  const double ofSource = source.number(SourceKey::v0Width).value_or(0) *
+                          source.number(SourceKey::v0Height).value_or(0);
+  const bool isLarger = static_cast<double>(pixels) >= ofSource;
+  return std::tuple(contains(label, " i (") == isProgressive,
+                    !presetIsCompliant(choice.sizeOut, soft), choice.speed != wish.speed, !isLarger,
+                    isLarger ? pixels : -pixels);
 }
 
 }  // namespace
@@ -93,6 +132,69 @@ SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
       return {sibling, firstAllowed(others, speedKeep)};
   }
   return {size, firstAllowed(own, speedKeep)};
+}
+
+std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft) {
+  const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
+  if (const auto choice = choiceOfSize(entry, wish.target, wish.sizeOut.value_or(own), wish.speed);
+      choice || wish.sizeOut)
+    return choice;
+  const Dico* source = entry.dico(BatchKey::dico);
+  const bool isProgressive = isSourceProgressive(entry);
+  std::optional<Choice> nearest;
+  for (int size = firstConcreteRow; presetLabel(size) && source; ++size) {
+    const auto choice = choiceOfSize(entry, wish.target, size, wish.speed);
+    if (choice && choice->sizeOut == size &&
+        (!nearest || distance(*source, isProgressive, *choice, wish, soft) <
+                         distance(*source, isProgressive, *nearest, wish, soft)))
+      nearest = choice;
+  }
+  return nearest;
+}
+
+std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int soft) {
+  const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
+  const auto alternative = [&](int target) -> std::optional<Alternative> {
+    for (const int speed : {wish.speed, speedKeep, speedHalf, speedSlow})
+      for (const auto& size : {wish.sizeOut, std::optional<int>()})
+        if (const auto choice = nearestChoice(entry, {target, size, speed}, soft)) {
+          Alternative found{*choice, std::nullopt, std::nullopt};
+          if (choice->sizeOut != wish.sizeOut.value_or(own))
+            found.sizeOut = choice->sizeOut;
+          if (speed != wish.speed)
+            found.speed = speed;
+          return found;
+        }
+    return std::nullopt;
+  };
+  std::vector<Alternative> found;
+  for (const int target : {outQuickTime, outAic, outProres})
+    if (const auto one = alternative(target))
+      found.push_back(*one);
+  return found;
+}
+
+std::string whyNotTarget(const Dico& entry, int target) {
+  if (isAllowed(targetPermissions(entry), target))
+    return {};
+  const CodecInventory& codecs = codecInventory();
+  if (target != outQuickTime)
+    return localisationString((target == outAic ? codecs.aic : codecs.prores) ? "why_proresSize"
+                                                                              : "why_noEncoder");
+  const Dico* source = entry.dico(BatchKey::dico);
+  const Dico info = source ? *source : Dico();
+  if (!isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info))
+    return localisationString("why_copyInterlaced");
+  const std::string codec = info.textOrEmpty(SourceKey::v0Codec);
+  if (movieHolds(codec, textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
+    return localisationString("why_movieCodec", "", codec);
+  if (needsInterleaveToI50(info, presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1))))
+    return localisationString("why_copyFields");
+  if (entry.integer(BatchKey::fps) == speedHalf)
+    return localisationString("why_copyAll");
+  return localisationString("why_copySize", "",
+                            fmt::format("{}x{}", info.integer(SourceKey::v0Width).value_or(0),
+                                        info.integer(SourceKey::v0Height).value_or(0)));
 }
 
 int validTarget(const Dico& entry) {

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <array>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "classShared/Value.h"
 #include "encoding/BatchEntry.h"
@@ -37,5 +40,41 @@ int validTarget(const Dico& entry);
 // The size row of the same picture size and of the other rate family (p25 for p50 and i50 rows,
 // p50 for p25 rows); -1 when there is none.
 int siblingSize(int sizeOut);
+
+// What is to become of a row: a target, a size row and a speed.
+struct Choice {
+  int target = outProres;
+  int sizeOut = 0;
+  int speed = speedKeep;
+  bool operator==(const Choice&) const = default;
+};
+
+// What somebody wants, of a row whose size and speed are as the rest of the wishes made them.
+struct Wish {
+  int target = outProres;
+  std::optional<int> sizeOut;  // a size that was named; nothing when any will do
+  int speed = speedKeep;
+};
+
+// The choice nearest to the wish that can be made of the row. The row's own size where the target
+// takes it; else, when any will do, the nearest of those that it takes: one of the source's scan
+// before others, one that the editing application accepts ("soft", as for presetIsCompliant), at the
+// speed that is wanted, the smallest that the source fits into. Nothing when there is none.
+std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft);
+
+// A choice that can be made instead of one that cannot, and what has to be named besides its target
+// so that nearestChoice comes to it: where nothing is said, the wish stays as it was.
+struct Alternative {
+  Choice choice;
+  std::optional<int> sizeOut;
+  std::optional<int> speed;
+};
+
+// The nearest alternative of each target, in their order.
+std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int soft);
+
+// Why the row, with its size and speed, does not allow the target; in the user's language, "" when
+// it does.
+std::string whyNotTarget(const Dico& entry, int target);
 
 }  // namespace tessarin

@@ -33,6 +33,10 @@ std::optional<std::string> presetLabel(std::int64_t row);
 // A label without the rates: the text before " ->".
 std::string presetShortLabel(std::string_view label);
 
+// What a row is called for a source of this rate ("v0_fps"), without blanks and in small letters:
+// "720p25", "1080i60", "hdv1080p24". "" for a row that is no size.
+std::string presetSizeName(std::int64_t row, double sourceFps);
+
 // The frame of a row, read from its label; 0 and 0 when it names none.
 struct FrameSize {
   int width = 0;

@@ -61,6 +61,26 @@ std::string presetShortLabel(std::string_view label) {
   return std::string(textUpTo(label, " ->"));
 }
 
+std::string presetSizeName(std::int64_t row, double sourceFps) {
+  const std::string label = presetLabel(row).value_or("");
+  const auto rates = textAfter(label, " ->");
+  if (!rates)
+    return {};
+  const int rate = sourceFps > 0 && sourceFps < 1000 ? static_cast<int>(sourceFps + 0.5) : 25;
+  const bool isFilm = rate == 24 || rate == 48;
+  const bool isNtsc = rate == 15 || rate == 30 || rate == 60 || rate == 120;
+  // 24 where the row has it; fields and the higher rates are named by their number, too.
+  const std::vector<std::string_view> endings =
+      isFilm   ? std::vector<std::string_view>{"24", "25", "50"}
+      : isNtsc ? std::vector<std::string_view>{"30", "60"}
+               : std::vector<std::string_view>{"25", "50"};
+  for (const std::string_view ending : endings)
+    for (const std::string_view name : split(*rates, "|"))
+      if (endsWith(trimmed(name), ending))
+        return lowerCase(replaceAll(trimmed(name), " ", ""));
+  return {};
+}
+
 FrameSize presetFrameSize(std::string_view label) {
   const auto afterX = textAfter(label, "x");
   if (!afterX)

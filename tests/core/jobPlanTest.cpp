@@ -222,7 +222,8 @@ TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {
   EXPECT_EQ(refusalOf(rowOf(false, 12, outProres), false), std::nullopt);
   EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), false), localisationString("why_noExport"));
   EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), true), std::nullopt);
-  EXPECT_EQ(refusalOf(rowOf(false, 12, outQuickTime), true), localisationString("why_noTarget"));
+  EXPECT_EQ(refusalOf(rowOf(false, 12, outQuickTime), true),
+            localisationString("why_noTarget", "", localisationString("why_copyInterlaced")));
   const Dico soundOnly{{"dico", Dico{{"a0_id", 0}}}, {"sizeOut", 5}, {"out", outProres}};
   EXPECT_EQ(refusalOf(soundOnly, true), localisationString("why_noPicture"));
 }

@@ -1,8 +1,11 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "core/rowChoices.h"
+#include "encoding/outputPreset.h"
+#include "support/LogCapture.h"
 #include "support/TestBundle.h"
 
 namespace tessarin {
@@ -18,9 +21,11 @@ constexpr int size540p25 = 4;
 
 Dico entryOf(int width, int height, double fps, bool progressive, int size, int speed = speedKeep,
              int out = outProres) {
-  return {{BatchKey::dico.data(), Dico{{SourceKey::v0Width.data(), width},
-                                       {SourceKey::v0Height.data(), height},
-                                       {SourceKey::v0Fps.data(), fps}}},
+  return {{BatchKey::dico.data(),
+           Dico{{SourceKey::v0Width.data(), width},
+                {SourceKey::v0Height.data(), height},
+                {SourceKey::v0Fps.data(), fps},
+                {SourceKey::v0Fields.data(), fieldsText(progressive ? "PFF" : "TFF")}}},
           {BatchKey::fpsSrc.data(), progressive ? "\n25p" : "\n50i"},
           {BatchKey::sizeOut.data(), size},
           {BatchKey::fps.data(), speed},
@@ -105,6 +110,80 @@ TEST_F(RowChoices, ARefusedTargetMovesToOneThatIsAllowed) {
   // Nothing is possible: the row keeps what it asks for.
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, false, size540p25, speedHalf, outProres)),
             outProres);
+}
+
+// What is wished is what can be had, or the alternatives that are named can.
+TEST_F(RowChoices, AWishIsGrantedOrItsAlternativesAre) {
+  const test::LogCapture log;
+  codecInventory().aic = true;
+  const auto isAllowed = [](Dico entry, const Choice& choice) {
+    entry.set(BatchKey::sizeOut, choice.sizeOut);
+    entry.set(BatchKey::fps, choice.speed);
+    return speedPermissions(entry).at(static_cast<std::size_t>(choice.speed)) &&
+           targetPermissions(entry).at(static_cast<std::size_t>(choice.target));
+  };
+  const std::pair<int, int> pictures[] = {{176, 144},   {720, 576},   {960, 540},  {1280, 720},
+                                          {1440, 1080}, {1920, 1080}, {3840, 2160}};
+  int refused = 0;
+  for (const auto& [width, height] : pictures)
+    for (const double fps : {15.0, 25.0, 29.97, 50.0, 59.94})
+      for (const bool progressive : {true, false})
+        for (const int soft : {0, 2, 3})
+          for (const int target : {outQuickTime, outAic, outProres})
+            for (const int speed : {speedKeep, speedHalf, speedSlow})
+              for (int size = firstConcreteRow - 1; size <= size1080i50; ++size) {
+                // The row before the sizes stands for none that was named.
+                Wish wish{target, std::nullopt, speed};
+                if (size >= firstConcreteRow)
+                  wish.sizeOut = size;
+                Dico entry = entryOf(width, height, fps, progressive, size, speed);
+                if (!wish.sizeOut)
+                  entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
+                const auto name = [&] {
+                  return fmt::format("{}x{} {} {} for {}: {} {} {}", width, height, fps,
+                                     progressive, soft, target, size, speed);
+                };
+                if (const auto choice = nearestChoice(entry, wish, soft)) {
+                  EXPECT_TRUE(isAllowed(entry, *choice)) << name();
+                  EXPECT_EQ(choice->target, target) << name();
+                  continue;
+                }
+                ++refused;
+                EXPECT_TRUE(target == outQuickTime || wish.sizeOut) << name();
+                const auto instead = alternatives(entry, wish, soft);
+                EXPECT_GE(instead.size(), 2u) << name();
+                for (const Alternative& other : instead) {
+                  const Wish taken{other.choice.target,
+                                   other.sizeOut ? other.sizeOut : wish.sizeOut,
+                                   other.speed.value_or(speed)};
+                  EXPECT_EQ(nearestChoice(entry, taken, soft), other.choice) << name();
+                  EXPECT_TRUE(isAllowed(entry, other.choice)) << name();
+                }
+              }
+  EXPECT_GT(refused, 100);
+}
+
+TEST_F(RowChoices, TheNearestSizeIsTaken) {
+  codecInventory().aic = true;
+  const auto automatic = [](int width, int height, double fps, bool progressive, int soft,
+                            int target) {
+    Dico entry = entryOf(width, height, fps, progressive, 0);
+    entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
+    return nearestChoice(entry, {target, std::nullopt, speedKeep}, soft);
+  };
+  const auto choice = [](int target, int size, int speed = speedKeep) {
+    return Choice{target, size, speed};
+  };
+  EXPECT_EQ(automatic(640, 480, 25, true, 2, outAic), choice(outAic, size540p25));
+  EXPECT_EQ(automatic(640, 480, 25, true, 2, outProres), choice(outProres, size720p25));
+  EXPECT_EQ(automatic(640, 480, 25, true, 2, outQuickTime), std::nullopt);
+  EXPECT_EQ(automatic(1920, 1080, 25, true, 0, outQuickTime), choice(outQuickTime, size1080p25))
+      << "not the size that the application would take";
+  EXPECT_EQ(automatic(1920, 1080, 50, true, 2, outProres),
+            choice(outProres, size1080p25, speedHalf));
+  EXPECT_EQ(automatic(1920, 1080, 50, true, 2, outQuickTime), choice(outQuickTime, size1080p50))
+      << "a copy keeps all pictures";
+  EXPECT_EQ(automatic(1920, 1080, 50, false, 2, outQuickTime), std::nullopt);
 }
 
 }  // namespace
