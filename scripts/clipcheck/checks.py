@@ -216,7 +216,10 @@ class Check:
         match = self.match
         faults = match.faults(self.copies)
         seen = match.informative
-        unlike = np.flatnonzero((match.likeness < 0.95) & seen)
+        # Other tones have other contrasts.
+        least = 0.95 if colours.curve_of(self.movie) == colours.curve_of(self.source) or \
+            colours.curve_of(self.source) not in colours.WIDE_CURVES else 0.8
+        unlike = np.flatnonzero((match.likeness < least) & seen)
         if len(unlike):
             faults.append(f"{len(unlike)} of {len(seen)} pictures look unlike their source, the "
                           f"first at {match.due[unlike[0]]:.2f} s "
