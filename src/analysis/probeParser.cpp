@@ -72,6 +72,8 @@ void readDuration(std::string_view line, SourceInfo& record) {
       const std::string_view timeCode = *textAfter(part, ": ");
       debugFormat("tc (str)            : {}", timeCode);
       const double seconds = timeStr2Seconds(timeCode);
+      if (seconds > 0 && isWithin(seconds, ReportRange::duration))
+        record.set(SourceKey::wSeconds, seconds);
       // Less than a second would be a duration of 0, which no record holds.
       if (seconds >= 1 && isWithin(seconds, ReportRange::duration))
         record.set(SourceKey::wDuration, static_cast<std::int64_t>(seconds));

@@ -107,6 +107,10 @@ class JsonReporter final : public Reporter {
                {"elapsed", end.elapsed}};
     if (!end.reason.empty())
       event["reason"] = end.reason;
+    if (end.kind == JobEnd::Kind::converted) {
+      event["damagedPictures"] = end.damagedPictures;
+      event["damagedSound"] = end.hasDamagedSound;
+    }
     tell(event);
   }
 

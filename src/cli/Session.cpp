@@ -65,8 +65,10 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     reporter_.jobStarted(source, output);
   });
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
-    // What an explicit --overwrite keep kept is as the user wanted it.
-    const bool isFine = job.kind == JobEnd::Kind::converted ||
+    // What an explicit --overwrite keep kept is as the user wanted it. Of a damaged clip a movie
+    // was made, but not of all of it.
+    const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound;
+    const bool isFine = (job.kind == JobEnd::Kind::converted && isWhole) ||
                         (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
     failed_ = failed_ || !isFine;
     reporter_.jobEnded(job);

@@ -116,7 +116,8 @@ class TextReporter final : public Reporter {
     clearProgress();
     switch (end.kind) {
       case JobEnd::Kind::converted:
-        print(localisationString("converted", table, printable(end.source), printable(end.output)));
+        print(localisationString("converted", table, printable(end.source), printable(end.output)) +
+              (end.reason.empty() ? "" : " (" + end.reason + ")"));
         break;
       case JobEnd::Kind::kept:
         print(fmt::format("{}: {}", printable(end.source), printable(end.reason)));

@@ -270,6 +270,12 @@ void EncodingDriver::startRow(int row) {
   reason_.clear();
   hasBegun_ = false;
   isExporting_ = false;
+  check_ = CheckStep::before;
+  plan_.reset();
+  sourceState_ = fileState(table_.sourcePath(row));
+  troubles_ = RunTroubles();
+  damagedPictures_ = 0;
+  damagedSound_ = 0;
   readMe_.clear();
   taskStart_ = std::chrono::steady_clock::now();
   Dico job = jobOfRow(table_.row(row));
@@ -330,6 +336,8 @@ void EncodingDriver::stepProcesses() {
     stepV();
   else if (takeJobFlag("encQtEnc"))
     stepQtEnc();
+  else if (hasBegun_ && !outcome_ && check_ == CheckStep::before)
+    startCheck();
   else
     stepFin();
 }

@@ -9,8 +9,12 @@
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
+#include "core/fileState.h"
 #include "core/jobPlan.h"
 #include "encoding/outputName.h"
+#include "ffmpeg/packetMeter.h"
+#include "ffmpeg/runTroubles.h"
+#include "movie/movieIndex.h"
 
 namespace tessarin {
 
@@ -24,8 +28,12 @@ struct JobEnd {
   };
   Kind kind = Kind::failed;
   std::string source;
-  std::string output;   // the movie; of a failed job what is left of it, "" when nothing is
-  std::string reason;   // in the user's language; "" for a converted job
+  std::string output;  // the movie; of a failed job what is left of it, "" when nothing is
+  // In the user's language; of a converted job what is damaged in it, "" when nothing is.
+  std::string reason;
+  // Of a converted job: pictures of the source that are damaged or missing in the movie.
+  std::size_t damagedPictures = 0;
+  bool hasDamagedSound = false;
   double duration = 0;  // seconds of the movie
   double elapsed = 0;   // seconds that the job took
 };
@@ -101,6 +109,10 @@ class EncodingDriver {
   void startExport(Dico current);
   void startTask(const Arguments& command, ParseMode parseMode, double maximum);
   void taskEnded(const TaskEnd& end);
+  void startCheck();
+  void startMeasuring();
+  void judgeMeasure(const TaskEnd& end);
+  void startReading();
 
   // Ends the job in hand: its remaining steps are dropped, encFin follows.
   void dropJobSteps();
@@ -131,6 +143,16 @@ class EncodingDriver {
   unsigned jobNumber_ = 0;    // tells a late answer from one for this job
   bool hasBegun_ = false;     // the output's place is this job's
   bool isExporting_ = false;  // its last task is the export's
+  // What looks at the movie behind the last tool that makes it.
+  enum class CheckStep { before, measuring, reading, after };
+  CheckStep check_ = CheckStep::before;
+  std::optional<JobPlan> plan_;  // once it has begun
+  std::optional<FileState> sourceState_;
+  RunTroubles troubles_;  // of the first tool, which reads the source
+  PacketMeter meter_;
+  MovieIndex movie_;
+  std::size_t damagedPictures_ = 0;
+  std::size_t damagedSound_ = 0;
   std::chrono::steady_clock::time_point taskStart_;
   RunLoop::Id next_ = 0;
 };

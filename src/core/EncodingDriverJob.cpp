@@ -2,6 +2,8 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <random>
 
 #include "analysis/SourceInfo.h"
@@ -10,6 +12,7 @@
 #include "core/EncodingDriver.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
+#include "core/movieExpectation.h"
 #include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "core/stepState.h"
@@ -56,8 +59,49 @@ std::optional<std::string> reasonOfMissingFolder(const std::string& movie) {
   return localisationString("why_destination", "", parentFolder(movie));
 }
 
+// Whether the source is a movie whose own index names samples that its file has not.
+bool lacksSamples(const Dico& job, const std::string& source) {
+  if (!startsWith(job.textOrEmpty(SourceKey::wrapper), "mov"))
+    return false;
+  const auto index = readMovieIndex(source);
+  if (!index || index->isFragmented)
+    return false;
+  return std::any_of(index->tracks.begin(), index->tracks.end(),
+                     [](const MovieTrack& track) { return track.missing > 0; });
+}
+
+// Whether the source is an AVI file that is shorter than it says.
+bool isCutRiff(const std::string& source) {
+  constexpr std::size_t start = 12;
+  const std::string bytes = readFileStart(source, start).value_or("");
+  if (bytes.size() < start || !startsWith(bytes, "RIFF"))
+    return false;
+  std::uint32_t size = 0;
+  for (std::size_t place = 8; place-- > 4;)
+    size = size << 8 | static_cast<std::uint8_t>(bytes[place]);
+  return size != 0xFFFFFFFF && poidsFile(source, "o") + 1 < static_cast<double>(size) + 8;
+}
+
 bool isMovie(const std::string& path) {
   return pathExists(path) && poidsFile(path, "k") > smallestOutput;
+}
+
+// What is left of a failed movie: nothing when it is too small to be one.
+std::string remainderOf(const std::string& output) {
+  if (pathExists(output) && !isMovie(output) && removeFile(output))
+    return "";
+  return setAsideFailure(output);
+}
+
+std::string damageText(std::size_t pictures, std::size_t sound) {
+  std::string text;
+  if (pictures == 1)
+    text = localisationString("D_damaged_one");
+  else if (pictures > 1)
+    text = localisationString("D_damaged_pictures", "", std::to_string(pictures));
+  if (sound > 0)
+    text += (text.empty() ? "" : ", ") + localisationString("D_damaged_sound");
+  return text;
 }
 
 }  // namespace
@@ -210,6 +254,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
     return;
   }
   hasBegun_ = true;
+  plan_ = plan;
   taskStart_ = std::chrono::steady_clock::now();
   isExporting_ = plan.isExport;
   if (plan.isExport) {
@@ -320,7 +365,14 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
   start.progressMax = maximum;
   start.controls = &interface_.encoding;
   const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
-  interface_.encoding.action.setText(localisationString("D_action_encode", "", fileName(source)));
+  start.source = source;
+  start.output = job().textOrEmpty(JobKey::dstPathStr);
+  const bool isCheck = check_ == CheckStep::measuring || check_ == CheckStep::reading;
+  if (check_ == CheckStep::measuring)
+    start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
+  interface_.encoding.action.setText(
+      isCheck ? localisationString("D_action_check", "", fileName(source))
+              : localisationString("D_action_encode", "", fileName(source)));
   if (!tasks_.tasklauncherStart(std::move(start)))
     fail(localisationString("why_toolMissing", "", command.front()));
 }
@@ -329,15 +381,139 @@ void EncodingDriver::taskEnded(const TaskEnd& end) {
   const Dico current = job();
   const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
   const std::string output = current.textOrEmpty(JobKey::dstPathStr);
-  const std::string words = withoutPath(end.lastOutput, source);
-  if (outcome_ || (end.status == 0 && !tellsOfLostOutput(withoutPath(words, output)))) {
+  if (outcome_) {
     encSend("encProcesses");
     return;
   }
-  logFormat("encoding failed     :-( {}", end.lastOutput);
-  // What the tool says about a missing folder would be taken for the source.
-  const auto gone = reasonOfMissingFolder(output);
-  fail(gone ? *gone : failureReason(words, source));
+  if (check_ == CheckStep::measuring) {
+    judgeMeasure(end);
+    return;
+  }
+  if (check_ == CheckStep::reading) {
+    check_ = CheckStep::after;
+    if (end.status == 0)
+      encSend("encProcesses");
+    else
+      fail(localisationString("why_readError", "", systemReason(EIO)));
+    return;
+  }
+  const bool isSound = end.troubles.readError().empty() && !end.troubles.losesOutput();
+  if (end.status != 0 || !isSound) {
+    logFormat("encoding failed     :-( {}", end.lastOutput);
+    // What the tool says about a missing folder would be taken for the source.
+    if (const auto gone = reasonOfMissingFolder(output))
+      fail(*gone);
+    else if (end.status == 0 && !end.troubles.readError().empty())
+      fail(localisationString("why_readError", "", end.troubles.readError()));
+    else
+      fail(failureReason(end, source));
+    return;
+  }
+  if (!end.troubles.givenUp().empty() || end.troubles.endsEarly())
+    troubles_ = end.troubles;
+  // The copy that one tool makes is read by the next, which meets the same damage.
+  damagedPictures_ = std::max(damagedPictures_, end.troubles.damagedPictures());
+  damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
+  encSend("encProcesses");
+}
+
+// ---- Checking
+
+// A movie is converted when it is as long as its source, by its own index. Where what the analysis
+// knows raises doubt the source is measured.
+void EncodingDriver::startCheck() {
+  check_ = CheckStep::after;
+  const Dico current = job();
+  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
+  if (!isMovie(output) || !plan_) {
+    stepFin();
+    return;
+  }
+  auto movie = readMovieIndex(output);
+  if (!movie) {
+    logFormat("check               :-( {}: {}", output, movie.reason());
+    fail(localisationString("why_noIndex"));
+    return;
+  }
+  movie_ = std::move(*movie);
+  if (fileState(source) != sourceState_) {
+    fail(localisationString("why_sourceChanged"));
+    return;
+  }
+  if (lacksSamples(current, source)) {
+    fail(localisationString("why_endsEarly"));
+    return;
+  }
+  if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
+    fail(reasonOf(verdict));
+    return;
+  }
+  const auto expected = expectedByAnalysis(*plan_, services_.preferences.text(PrefKey::prores));
+  if (expected && judgeMovie(movie_, *expected).isRight()) {
+    stepFin();
+    return;
+  }
+  startMeasuring();
+}
+
+void EncodingDriver::startMeasuring() {
+  const Arguments command = measuringCommandOf(*plan_);
+  if (command.empty()) {
+    fail(localisationString("why_notMeasured"));
+    return;
+  }
+  logLine("check               : measuring the source");
+  check_ = CheckStep::measuring;
+  meter_ = PacketMeter();
+  startTask(command, ParseMode::time, job().number(SourceKey::wDuration).value_or(0));
+}
+
+void EncodingDriver::judgeMeasure(const TaskEnd& end) {
+  check_ = CheckStep::after;
+  const Dico current = job();
+  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  const SourceMeasure measure = meter_.result();
+  if (!end.troubles.readError().empty()) {
+    fail(localisationString("why_readError", "", end.troubles.readError()));
+    return;
+  }
+  if (end.status != 0 || !measure.pictures) {
+    logFormat("check               :-( {}", end.lastOutput);
+    fail(localisationString("why_notMeasured"));
+    return;
+  }
+  const MovieVerdict verdict =
+      judgeMovie(movie_, expectedByMeasure(*plan_, services_.preferences.text(PrefKey::prores),
+                                           measure, damagedPictures_, damagedSound_));
+  if (!verdict.isRight()) {
+    fail(reasonOf(verdict));
+    return;
+  }
+  if (!isShortOfPromise(*plan_, movie_)) {
+    encSend("encProcesses");
+    return;
+  }
+  // The source says that it has more. Either that is wrong, or nobody has read all of it.
+  if (troubles_.endsEarly() || end.troubles.endsEarly() || isCutRiff(source)) {
+    fail(localisationString("why_endsEarly"));
+  } else if (!troubles_.givenUp().empty() || !end.troubles.givenUp().empty()) {
+    fail(localisationString(
+        "why_givenUp", "",
+        troubles_.givenUp().empty() ? end.troubles.givenUp() : troubles_.givenUp()));
+  } else if (static_cast<double>(measure.bytes) < poidsFile(source, "o") / 2) {
+    fail(localisationString("why_partRead"));
+  } else {
+    startReading();
+  }
+}
+
+// Some formats take an error of the disk for the end of the file.
+void EncodingDriver::startReading() {
+  check_ = CheckStep::reading;
+  startTask({"/bin/dd", "if=" + job().textOrEmpty(RowInfoKey::srcPathStr), "of=/dev/null", "bs=1M",
+             "status=none"},
+            ParseMode::endless, 0);
 }
 
 // ---- Ending
@@ -392,9 +568,12 @@ void EncodingDriver::stepFin() {
   purgeIntermediates(current);
   if (outcome_)
     end.kind = *outcome_;
-  else if (isMovie(end.output))
+  else if (isMovie(end.output)) {
     end.kind = JobEnd::Kind::converted;
-  else
+    end.damagedPictures = damagedPictures_;
+    end.hasDamagedSound = damagedSound_ > 0;
+    end.reason = damageText(damagedPictures_, damagedSound_);
+  } else
     end.reason = reasonOfMissingFolder(end.output).value_or(localisationString("why_tinyOutput"));
 
   const std::string place = end.output;
@@ -404,7 +583,7 @@ void EncodingDriver::stepFin() {
     end.output.clear();
   }
   if (end.kind == JobEnd::Kind::failed)
-    end.output = hasBegun_ ? setAsideFailure(place) : "";
+    end.output = hasBegun_ ? remainderOf(place) : "";
   const bool isConverted = end.kind == JobEnd::Kind::converted;
   if (hasBegun_ && !isConverted)
     giveBackPlace(place);
@@ -441,6 +620,8 @@ void EncodingDriver::writeReadMe(const JobEnd& end) {
     return;  // a text of the user's own
   const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
   std::string last = fmt::format("source              : {}\n", end.source);
+  if (!end.reason.empty())
+    last += fmt::format("damaged             : {}\n", end.reason);
   if (const auto date = recordingDate(end.source))
     last += fmt::format("recorded            : {} / {} / {}\n", date->day, date->month, date->year);
   readMe_ += fmt::format(

@@ -1,6 +1,9 @@
 #include "core/failureReason.h"
 
+#include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstring>
 
 #include "classShared/TextAdditions.h"
 #include "prefs/utilsAlert.h"
@@ -36,11 +39,6 @@ constexpr std::array<Cause, 15> causes{{
     {"no ffmpeg", "why_noFfmpeg"},
 }};
 
-// Versions 4 to 7, the writer's own and those of the threads that it became.
-constexpr std::array<std::string_view, 5> writeErrors{
-    "Error writing trailer", "Error closing file", "av_interleaved_write_frame()",
-    "Error muxing a packet", "Error submitting a packet to the muxer"};
-
 // Lines that tell what the tool read and how far it got, not what went wrong. The contents of the
 // files, which may say anything, are printed with blanks before them.
 bool isReport(std::string_view line) {
@@ -72,18 +70,6 @@ std::string withoutPath(std::string_view toolOutput, const std::string& path) {
   return replaceAll(toolOutput, path, placeholder);
 }
 
-bool tellsOfLostOutput(std::string_view toolOutput) {
-  for (std::string_view line : splitLines(toolOutput)) {
-    if (startsWith(line, "["))
-      line = textAfter(line, "] ").value_or(line);
-    // What stands in the source (its title, for example) is printed with blanks before it.
-    for (const std::string_view complaint : writeErrors)
-      if (startsWith(line, complaint))
-        return true;
-  }
-  return false;
-}
-
 std::string failureReason(std::string_view toolOutput, const std::string& source) {
   for (const Cause& cause : causes)
     if (contains(toolOutput, cause.phrase))
@@ -95,6 +81,41 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
   if (constexpr std::string_view own = "movtool: "; startsWith(words, own))
     return words.substr(own.size());
   return localisationString("why_toolSays", "", words);
+}
+
+namespace {
+
+// Signals of a crash, which a shell between us and the tool tells as 128 and their number. Others
+// would be statuses of ffmpeg's own.
+constexpr std::array<int, 7> crashes{SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGKILL, SIGSEGV};
+
+// The export tool tells of the ffmpeg that it runs.
+constexpr std::string_view signalOfFfmpeg = "ffmpeg was ended by signal ";
+
+std::string crashReason(int signal) {
+  return localisationString("why_crashed", "", "ffmpeg", std::to_string(signal),
+                            ::strsignal(signal));
+}
+
+}  // namespace
+
+std::string failureReason(const TaskEnd& end, const std::string& source) {
+  if (end.signal != 0 && end.signal != SIGXFSZ)
+    return crashReason(end.signal);
+  std::string complaints;
+  for (const std::string& line : end.troubles.complaints()) {
+    if (const auto signal = textAfter(line, signalOfFfmpeg))
+      return crashReason(static_cast<int>(leadingInteger(*signal)));
+    complaints += replaceAll(line, RunTroubles::sourcePlaceholder, placeholder) + "\n";
+  }
+  const int signal = end.status - 128;
+  const bool isKnown = std::any_of(causes.begin(), causes.end(), [&](const Cause& cause) {
+    return contains(complaints, cause.phrase);
+  });
+  if (!isKnown && std::find(crashes.begin(), crashes.end(), signal) != crashes.end())
+    return crashReason(signal);
+  return failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints,
+                       source);
 }
 
 }  // namespace tessarin

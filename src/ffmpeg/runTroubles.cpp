@@ -147,7 +147,8 @@ void RunTroubles::addLine(std::string_view line) {
   readReading(said.module, words);
   losesOutput_ = losesOutput_ || beginsWithOne(words, writeErrors);
   const std::string small = lowerCase(words);
-  if (std::any_of(complaining.begin(), complaining.end(),
+  if (startsWith(words, "movtool: ") ||
+      std::any_of(complaining.begin(), complaining.end(),
                   [&small](std::string_view word) { return contains(small, word); }))
     keep(said.words);
 }

@@ -104,14 +104,20 @@ TEST(FailureReason, NamesTheCauseNotTheConsequence) {
   EXPECT_EQ(reasonOf(""), localisationString("why_silent"));
 }
 
-TEST(FailureReason, AMovieThatCouldNotBeFinishedIsLost) {
-  EXPECT_TRUE(tellsOfLostOutput(
-      "frame=    5 fps=0.0 size=       0kB\rError writing trailer of /a.mov: File too large\n"));
-  EXPECT_TRUE(tellsOfLostOutput("Error closing file /a.mov: No space left on device\n"));
-  EXPECT_TRUE(tellsOfLostOutput("[out#0/mov @ 0x55] Error writing trailer: I/O error\n"));
-  EXPECT_FALSE(tellsOfLostOutput(
-      "  Metadata:\n    title           : Error closing file\n"
-      "Error while decoding stream #0:0: Invalid data found when processing input\n"));
+TEST(FailureReason, ATaskIsToldByItsComplaintsAndASignalAsSuch) {
+  TaskEnd end;
+  end.status = 1;
+  end.troubles.addLine("[mov @ 0x55] Cannot do this");
+  end.troubles.addLine("[AVIOContext @ 0x55] Statistics: 199157 bytes read, 0 seeks");
+  EXPECT_EQ(failureReason(end, "/a.mts"), localisationString("why_toolSays", "", "Cannot do this"));
+  end.status = 139;  // of a shell between us and the tool
+  EXPECT_EQ(failureReason(end, "/a.mts"),
+            localisationString("why_crashed", "", "ffmpeg", "11", "Segmentation fault"));
+  end.troubles.addLine("av_interleaved_write_frame(): No space left on device");
+  EXPECT_EQ(failureReason(end, "/a.mts"), localisationString("why_diskFull"));
+  end.signal = 11;
+  EXPECT_EQ(failureReason(end, "/a.mts"),
+            localisationString("why_crashed", "", "ffmpeg", "11", "Segmentation fault"));
 }
 
 }  // namespace

@@ -97,6 +97,11 @@ std::string FfmpegRun::readOutput() {
   return text;
 }
 
+void FfmpegRun::passOnReport(std::string_view mark) const {
+  for (const std::string_view line : splitLines(report()))
+    fmt::print(stderr, "{}{}\n", startsWith(line, " ") ? std::string_view() : mark, line);
+}
+
 std::string FfmpegRun::lastWords() const {
   std::string_view words;
   for (const std::string_view line : splitLines(report())) {

@@ -33,6 +33,9 @@ class FfmpegRun {
   Outcome<bool> finish();
   // What it wrote on standard error; after finish().
   const std::string& report() const { return errors_->text; }
+  // Writes the report to our own standard error, for whoever counts damage, line by line behind the
+  // mark; after finish().
+  void passOnReport(std::string_view mark) const;
   // Its last line that says something; after finish().
   std::string lastWords() const;
 

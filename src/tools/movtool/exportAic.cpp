@@ -66,7 +66,10 @@ class SoundFeed {
       if (!moved)
         return moved;
     }
-    return run_.finish();
+    Outcome<bool> finished = run_.finish();
+    if (finished)
+      run_.passOnReport("[aist#0 @ movtool] ");
+    return finished;
   }
 
  private:
@@ -185,6 +188,7 @@ Outcome<bool> exportAic(const std::string& ffmpeg, const ExportJob& job,
     Outcome<bool> finished = pictures->finish();
     if (!finished)
       return finished;
+    pictures->passOnReport("");
   }
   if (!encoded)
     return encoded;

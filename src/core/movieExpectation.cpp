@@ -1,0 +1,179 @@
+#include "core/movieExpectation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "core/exportPlan.h"
+#include "encoding/BatchEntry.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+// Seconds: durations are printed with two decimals and rounded, and sound ends between pictures.
+constexpr double analysisSlack = 0.12;
+constexpr double soundSlack = 0.3;
+
+// Rates of television are a thousandth below the whole numbers that stand for them.
+constexpr double rateSlack = 0.998;
+
+std::optional<std::string> valueOf(const Arguments& arguments, std::string_view option) {
+  // Behind the input: what stands before it is said of the source.
+  const auto input = std::find(arguments.begin(), arguments.end(), "-i");
+  const auto found = std::find(input, arguments.end(), option);
+  if (arguments.end() - found < 2)
+    return std::nullopt;
+  return *(found + 1);
+}
+
+bool copiesPictures(const JobPlan& plan) {
+  return isQuickTimeCopy(plan.job);
+}
+
+// How many times as long as the source the movie is.
+double stretchOf(const JobPlan& plan) {
+  const Arguments& command = plan.command.arguments;
+  const std::string filters = valueOf(command, "-vf").value_or("");
+  const bool isSlow = needsSlowing(plan.job) || contains(filters, "setpts=2.0*PTS") ||
+                      std::find(command.begin(), command.end(), "--slow") != command.end();
+  return isSlow ? 2 : 1;
+}
+
+// Pictures a second of the movie; 0: not known before.
+double rateOf(const JobPlan& plan, std::string_view prefProres) {
+  const double source = plan.job.number(SourceKey::v0Fps).value_or(0);
+  if (copiesPictures(plan))
+    return source / stretchOf(plan);
+  if (plan.needsExport || plan.isExport) {
+    // "prHd1280x720p25Letterbox"
+    const std::string preset = exportPresetName(plan.job, prefProres);
+    const std::size_t scan = preset.find_first_of("pi", preset.rfind('x') + 1);
+    if (scan == std::string::npos)
+      return 0;
+    return static_cast<double>(leadingInteger(std::string_view(preset).substr(scan + 1)));
+  }
+  const auto rate = valueOf(plan.command.arguments, "-r");
+  if (!rate)
+    return 0;
+  const double divisor = leadingNumber(textAfter(*rate, "/").value_or("1"));
+  return divisor > 0 ? leadingNumber(*rate) / divisor : 0;
+}
+
+std::uint64_t leastPictures(double seconds, double rate) {
+  return static_cast<std::uint64_t>(std::max(0.0, std::floor(seconds * rate * rateSlack) - 2));
+}
+
+// Exact to a hundredth where the analysis has kept it, else whole seconds.
+std::optional<double> durationOf(const JobPlan& plan) {
+  const auto exact = plan.job.number(SourceKey::wSeconds);
+  return exact && *exact > 0 ? exact : std::nullopt;
+}
+
+std::string seconds(double number) {
+  return fmt::format("{:.1f}", number);
+}
+
+std::string count(double number) {
+  return fmt::format("{:.0f}", number);
+}
+
+}  // namespace
+
+std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan, std::string_view prefProres) {
+  const auto duration = durationOf(plan);
+  if (!duration)
+    return std::nullopt;
+  const double stretch = stretchOf(plan);
+  ExpectedMovie expected;
+  expected.seconds = stretch * (*duration - analysisSlack);
+  expected.mostSeconds = stretch * (*duration + analysisSlack);
+  expected.pictures = leastPictures(expected.seconds, rateOf(plan, prefProres));
+  if (plan.job.contains(SourceKey::a0Id))
+    expected.soundSeconds = std::max(0.01, *duration - soundSlack);
+  return expected;
+}
+
+ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres,
+                                const SourceMeasure& measure, std::size_t damagedPictures,
+                                std::size_t damagedSound) {
+  ExpectedMovie expected;
+  const double stretch = stretchOf(plan);
+  if (const auto& pictures = measure.pictures; pictures && pictures->packets > 0) {
+    const auto packets = static_cast<double>(pictures->packets);
+    const double span = std::max(0.0, pictures->end - pictures->first);
+    const double step = std::clamp(span / packets, 0.0, 1.0);
+    const double missing = static_cast<double>(damagedPictures) * step;
+    // Decoders keep a picture or two, and edits are rounded.
+    expected.seconds = std::max(0.0, stretch * (span - missing - 3 * std::max(step, 0.02)));
+    expected.mostSeconds = stretch * std::max(pictures->end, span) * 1.1 + 5;
+    if (!copiesPictures(plan))
+      expected.pictures = leastPictures(expected.seconds, rateOf(plan, prefProres));
+    else
+      expected.pictures = pictures->packets - pictures->leading;
+  }
+  if (const auto& sound = measure.sound;
+      sound && sound->packets > 0 && plan.job.contains(SourceKey::a0Id)) {
+    const auto packets = static_cast<double>(sound->packets);
+    // An export leaves out sound from before the first picture.
+    const double start = std::max(sound->first, measure.pictures ? measure.pictures->first : 0);
+    const double span = std::max(0.0, sound->end - start);
+    const double missing =
+        static_cast<double>(damagedSound) * (sound->end - sound->first) / packets;
+    expected.soundSeconds = std::max(0.0, span - missing - soundSlack);
+  }
+  return expected;
+}
+
+bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {
+  const auto duration = durationOf(plan);
+  const MovieTrack* pictures = movie.pictures();
+  return !duration || pictures == nullptr ||
+         pictures->seconds < stretchOf(plan) * (*duration - analysisSlack);
+}
+
+Arguments measuringCommandOf(const JobPlan& plan) {
+  const Arguments& command = plan.command.arguments;
+  if (!plan.isExport)
+    return measuringCommand(command);
+  // What the export is told of the source, in ffmpeg's words.
+  Arguments same = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "error"};
+  if (const auto format = valueOf(command, "--format"))
+    same.insert(same.end(), {"-f", *format});
+  same.insert(same.end(), {"-fflags", "+genpts", "-i", plan.job.textOrEmpty(JobKey::srcPathStr)});
+  for (const char* option : {"--pictures", "--sound"})
+    if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)
+      same.insert(same.end(), {"-map", "0:" + *stream});
+  same.emplace_back("output");
+  return measuringCommand(same);
+}
+
+std::string reasonOf(const MovieVerdict& verdict) {
+  using Fault = MovieVerdict::Fault;
+  switch (verdict.fault) {
+    case Fault::none:
+      return {};
+    case Fault::noPictures:
+      return localisationString("why_tinyOutput");
+    case Fault::incomplete:
+      return localisationString("why_movieIncomplete");
+    case Fault::tooShort:
+    case Fault::tooLong:
+      return localisationString("why_movieSeconds", "", seconds(verdict.is),
+                                seconds(verdict.should));
+    case Fault::tooFewPictures:
+      return localisationString("why_moviePictures", "", count(verdict.is), count(verdict.should));
+    case Fault::noSound:
+      return localisationString("why_movieNoSound");
+    case Fault::soundTooShort:
+      return localisationString("why_movieSound", "", seconds(verdict.is), seconds(verdict.should));
+  }
+  return {};
+}
+
+}  // namespace tessarin

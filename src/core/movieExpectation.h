@@ -1,0 +1,35 @@
+// What the movie of a job has to be. Pure functions.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "classShared/TextAdditions.h"
+#include "core/jobPlan.h"
+#include "ffmpeg/packetMeter.h"
+#include "movie/movieCheck.h"
+
+namespace tessarin {
+
+// By what the analysis knows: as long as the source is said to be, give or take a few pictures. A
+// movie that passes is right; for one that does not the source has to be measured, for what the
+// analysis knows is often a guess. Nothing when it does not know how long the source is.
+std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan, std::string_view prefProres);
+
+// By the packets of the source. `damagedPictures` and `damagedSound` may be missing.
+ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres,
+                                const SourceMeasure& measure, std::size_t damagedPictures,
+                                std::size_t damagedSound);
+
+// Whether the source is said to have more than the movie has, whatever was measured.
+bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
+
+// The command that lists the packets of the streams that the job converts (PacketMeter); empty
+// when the job is not known to read one source.
+Arguments measuringCommandOf(const JobPlan& plan);
+
+// Why the movie is not right, in the user's language.
+std::string reasonOf(const MovieVerdict& verdict);
+
+}  // namespace tessarin
