@@ -178,6 +178,10 @@ bool exportsSource(const Dico& job) {
   if (!isStreamCopy(job) || job.integer(JobKey::out) == outQuickTime ||
       !job.contains(SourceKey::v0Codec))
     return false;
+  // A copy is shown from its first key frame on. Pictures that are stored behind that and shown
+  // before it, which MPEG-2 of tapes and discs may begin with, would be lost.
+  if (job.text(SourceKey::v0Codec) == "mpeg2video" || job.contains(SourceKey::intraOffset))
+    return true;
   return movieHolds(job.textOrEmpty(SourceKey::v0Codec),
                     textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) != true;
 }

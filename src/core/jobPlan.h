@@ -30,7 +30,7 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
 bool isQuickTimeCopy(const Dico& job);
 
 // Whether the export reads the source itself: where a copy, from which it would be made otherwise,
-// cannot hold the source's pictures or is not known to.
+// cannot hold all of the source's pictures or is not known to.
 bool exportsSource(const Dico& job);
 
 // Seconds of the movie that the job makes: twice those of the source in slow motion. 0: unknown.

@@ -78,6 +78,8 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
   };
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "avi"}})));
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "not tried"}})));
+  EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "mpeg2video"}, {"wrapper", "mov,mp4,m4a"}})))
+      << "may show pictures before its first key frame";
   EXPECT_FALSE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "mov,mp4,m4a"}})));
   EXPECT_FALSE(isExport(withInfo(rowOf(false, 12, outProres), {{"v0_codec", "vp9"}})));
 

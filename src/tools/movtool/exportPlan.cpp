@@ -303,7 +303,9 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
     plan.highRange = source.highRange;
 
   Chain chain;
-  const bool startsAtZero = settings.codec == ExportSettings::Codec::aic;
+  // A movie shows nothing from before 0, where pictures stand that come before the first key frame.
+  const bool startsAtZero =
+      settings.codec == ExportSettings::Codec::aic || plan.start.numerator < 0;
   if (input.slow)
     chain.add(fmt::format("setpts=2*(PTS-{0}){1}", fromStart(plan.start),
                           startsAtZero ? "" : "+" + fromStart(plan.start)));
@@ -372,9 +374,10 @@ std::vector<std::string> proresArguments(const ExportInput& input, const std::st
   append(arguments, {"-progress", "pipe:1"});
   appendPictures(arguments, input);
   appendAllSound(arguments, input);
-  append(arguments,
-         {"-vf", plan.filters, "-c:v", proresEncoder(settings.interlaced, settings.height),
-          "-profile:v", std::to_string(settings.proresProfile)});
+  // The filters see to the rate. To fill the time before the first picture is left to the movie.
+  append(arguments, {"-vsync", "0", "-vf", plan.filters, "-c:v",
+                     proresEncoder(settings.interlaced, settings.height), "-profile:v",
+                     std::to_string(settings.proresProfile)});
   if (settings.interlaced)
     append(arguments, {"-flags:v", "+ildct+ilme", "-field_order", "tb"});
   // The movie's header is filled from these, the pictures' own from the filter.
@@ -386,7 +389,9 @@ std::vector<std::string> proresArguments(const ExportInput& input, const std::st
     append(arguments, {"-ac", std::to_string(input.channels)});
   // A source's own sound may have gaps.
   if (input.soundStream && *input.soundStream >= 0)
-    append(arguments, {"-af", "aresample=async=1:first_pts=0"});
+    append(arguments,
+           {"-af", (plan.start.numerator < 0 ? "asetpts=PTS-" + fromStart(plan.start) + "," : "") +
+                       "aresample=async=1:first_pts=0"});
   append(arguments, {"-f", "mov", "-y", output});
   return arguments;
 }
