@@ -37,8 +37,8 @@ struct CodecInventory {
 
 // The process-wide inventory.
 CodecInventory& codecInventory();
-// Fills codecInventory() and proresEncoderLabels(). Called once, at start; the first call runs
-// ffmpeg, blocking.
+// Fills codecInventory() and proresEncoderLabels() from componentList(). Called once, at start,
+// when the codecListing is known.
 void takeCodecInventory();
 // The labels that the last inventory found, in the order of proresEncoderQuery.
 const std::vector<std::string>& proresEncoderLabels();

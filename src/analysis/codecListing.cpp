@@ -10,7 +10,6 @@
 #include "classShared/log.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/Bundle.h"
-#include "process/pipelines.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -37,37 +36,60 @@ std::optional<std::string> identityOfFfmpeg() {
                      state.st_mtim.tv_sec, state.st_mtim.tv_nsec);
 }
 
-std::string readListing() {
-  const auto identity = identityOfFfmpeg();
-  if (!identity || contains(*identity, "\n"))
-    return {};
-  const std::string path = cachePath();
-  if (const auto cached = readFileStart(path, longestListing);
-      cached && startsWith(*cached, *identity + "\n"))
-    return cached->substr(identity->size() + 1);
-
-  std::string listing =
-      taskArray1PipeMax({Bundle::main().toolPath("ffmpeg"), "-codecs"}, true).value_or("");
-  if (versionOfListing(listing).empty())
-    return listing;
-  mkdir(parentFolder(path));
-  if (const auto written = writeFileAtomically(path, *identity + "\n" + listing); !written)
-    debugFormat("codec listing       :-/ {}", written.reason());
+std::string& knownListing() {
+  static std::string listing;
   return listing;
+}
+
+// Of the ffmpeg whose listing was looked for: the one that is asked next.
+std::optional<std::string>& lookedForIdentity() {
+  static std::optional<std::string> identity;
+  return identity;
 }
 
 }  // namespace
 
 const std::string& codecListing() {
-  static const std::string listing = readListing();
-  return listing;
+  return knownListing();
+}
+
+bool recallCodecListing() {
+  if (!knownListing().empty())
+    return true;
+  auto& identity = lookedForIdentity();
+  identity = identityOfFfmpeg();
+  if (!identity || contains(*identity, "\n"))
+    return false;
+  const auto kept = readFileStart(cachePath(), longestListing);
+  if (kept && startsWith(*kept, *identity + "\n"))
+    knownListing() = kept->substr(identity->size() + 1);
+  return !knownListing().empty();
+}
+
+Arguments codecListingCommand() {
+  return {Bundle::main().toolPath("ffmpeg"), "-codecs"};
+}
+
+bool takeCodecListing(const std::string& answer) {
+  if (versionOfListing(answer).empty() || answer.size() > longestListing)
+    return false;
+  knownListing() = answer;
+  const auto& identity = lookedForIdentity();
+  if (!identity || contains(*identity, "\n"))
+    return true;
+  const std::string path = cachePath();
+  mkdir(parentFolder(path));
+  if (const auto written = writeFileAtomically(path, *identity + "\n" + answer); !written)
+    debugFormat("codec listing       :-/ {}", written.reason());
+  return true;
 }
 
 std::string versionOfListing(std::string_view listing) {
-  const auto behind = textAfter(listing, "ffmpeg version ");
-  if (!behind || !listing.starts_with("ffmpeg version "))
-    return {};
-  return std::string(textUpTo(textUpTo(*behind, "\n"), " "));
+  constexpr std::string_view mark = "ffmpeg version ";
+  for (const std::string_view line : splitLines(listing))
+    if (startsWith(line, mark))
+      return std::string(textUpTo(line.substr(mark.size()), " "));
+  return {};
 }
 
 }  // namespace tessarin

@@ -7,6 +7,7 @@
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
+#include "process/pipelines.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -78,6 +79,8 @@ std::vector<QTCompDesc> componentsOf(std::string_view codecsListing, bool hasMov
 
 const std::vector<QTCompDesc>& componentList() {
   static const std::vector<QTCompDesc> components = [] {
+    if (!recallCodecListing())
+      takeCodecListing(taskArray1PipeMax(codecListingCommand(), true).value_or(""));
     return componentsOf(codecListing(), pathExists(Bundle::main().toolPath("movtool")));
   }();
   return components;

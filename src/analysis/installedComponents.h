@@ -15,7 +15,8 @@ namespace tessarin {
 std::vector<QTCompDesc> componentsOf(std::string_view codecsListing, bool hasMovtool);
 
 // The components of this installation: those of the ffmpeg in the tools folder, and of movtool
-// beside it. Asks for the codecListing at the first call; later calls answer from memory.
+// beside it. From the codecListing at the first call, for which ffmpeg is asked, blocking, when
+// nobody has done so before; later calls answer from memory.
 const std::vector<QTCompDesc>& componentList();
 
 }  // namespace tessarin

@@ -5,16 +5,13 @@
 
 #include <QApplication>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
+#include <utility>
 
-#include "analysis/codecInventory.h"
-#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/language.h"
 #include "core/startUp.h"
-#include "ffmpeg/ffmpegOptions.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
@@ -69,6 +66,7 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       services_{loop, preferences_, alerts_, revealInFileBrowser,
                 [this] { window_->chooseDestination(); }},
       app_(services_),
+      survey_(loop),
       refused_(app_.queue(), alerts_),
       summary_(app_.table(), app_.interface.batchSummary, loop),
       remaining_(app_.interface.encoding),
@@ -87,12 +85,11 @@ WindowProgram::~WindowProgram() {
 int WindowProgram::run(const std::vector<std::string>& paths) {
   if (!awakeFromNib())
     return 1;
-  applicationDidFinishLaunching();
   if (!paths.empty())
-    app_.applicationOpenFiles(paths);
+    openFiles(paths);
   loop_.run();
   app_.applicationWillTerminate();
-  return 0;
+  return status_;
 }
 
 // ---- The start
@@ -117,12 +114,9 @@ bool WindowProgram::awakeFromNib() {
     return false;
   prepareTools();
   recordEnvironment();
-  takeCodecInventory();
-  // So that the adapter need not ask ffmpeg before every conversion.
-  ::setenv(ffmpegVersionVariable, ffmpegVersionText(ffmpegVersionFromText(codecListing())).c_str(),
-           0);
-  applyPreferences();
-  logLine("\n\n----------\nawakeFromNib        - end\n----------\n\n");
+  setLogBeginning(recordEnvironment);
+  watchOutside();
+  askForCodecs();
   return true;
 }
 
@@ -131,6 +125,58 @@ bool WindowProgram::findTools() {
   if (problem)
     showAndWait(loop_, {*problem, "", {}, "", Alert::Style::critical});
   return !problem;
+}
+
+// What waits for ffmpeg's answer. Normally nobody notices; when it takes long the user sees a
+// window that can do nothing yet, and can be closed.
+void WindowProgram::askForCodecs() {
+  app_.queue().setOpenPermitted(false);
+  window_->centralWidget()->setEnabled(false);
+  const RunLoop::Id late =
+      loop_.runAfter(std::chrono::seconds(1), [this] { window_->bringToFront(); });
+  survey_.begin([this, late](const std::optional<std::string>& problem) {
+    loop_.cancel(late);
+    if (!problem) {
+      finishStart();
+      return;
+    }
+    window_->bringToFront();
+    alerts_.show({*problem, "", {}, "", Alert::Style::critical},
+                 [this](AlertAnswer) { leaveUnused(1); });
+  });
+}
+
+void WindowProgram::finishStart() {
+  isReady_ = true;
+  app_.queue().setOpenPermitted(true);
+  window_->centralWidget()->setEnabled(true);
+  applyPreferences();
+  logLine("\n\n----------\nawakeFromNib        - end\n----------\n\n");
+  applicationDidFinishLaunching();
+  for (const auto& paths : std::exchange(toOpen_, {}))
+    app_.applicationOpenFiles(paths);
+}
+
+void WindowProgram::openFiles(const std::vector<std::string>& paths) {
+  if (isReady_)
+    app_.applicationOpenFiles(paths);
+  else
+    toOpen_.push_back(paths);
+}
+
+void WindowProgram::leave() {
+  if (isReady_)
+    app_.iba_menuQuit([this] { stopLoop(); });
+  else
+    leaveUnused(0);
+}
+
+// Nothing has been done, and the controls do not hold the user's choices yet: nothing is stored.
+void WindowProgram::leaveUnused(int status) {
+  status_ = status;
+  window_->hide();
+  removeTemporaryFolder();
+  stopLoop();
 }
 
 void WindowProgram::applyPreferences() {
@@ -148,14 +194,13 @@ void WindowProgram::iba_checkForUpdates() {
 
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
-      app_, WindowActions{[this] { app_.iba_menuQuit([this] { stopLoop(); }); },
-                          revealInFileBrowser, iba_OpenFile, [this] { iba_checkForUpdates(); }});
+      app_, WindowActions{[this] { leave(); }, revealInFileBrowser, iba_OpenFile,
+                          [this] { iba_checkForUpdates(); }});
   alerts_.setWindow(window_.get());
 }
 
 void WindowProgram::applicationDidFinishLaunching() {
   logLine("\n\n----------\nappDidFinishLaunchin- begin\n----------\n\n");
-  watchOutside();
   watchBatch();
   watchLanguage();
   window_->firstPainted = [this] {
@@ -189,7 +234,7 @@ void WindowProgram::watchOutside() {
   instance_.serve([this](const std::vector<std::string>& handed) {
     window_->bringToFront();
     if (!handed.empty())
-      app_.applicationOpenFiles(handed);
+      openFiles(handed);
   });
   app_.quitAccepted.connect([this] {
     // The user's own end of the batch; after keep() nothing of it goes.
@@ -253,6 +298,10 @@ void WindowProgram::changeTheLanguage() {
 
 // The session ends, or somebody asks this process to: the batch is to be recovered.
 void WindowProgram::quitAtOnce() {
+  if (!isReady_) {
+    leaveUnused(0);
+    return;
+  }
   recorder_.keep();
   app_.quitAtOnce([this] { stopLoop(); });
 }

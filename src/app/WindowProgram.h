@@ -2,9 +2,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "core/CodecSurvey.h"
 #include "core/RecoveryOffer.h"
 #include "core/RefusedSources.h"
 #include "core/RemainingTime.h"
@@ -36,6 +38,11 @@ class WindowProgram {
 
  private:
   bool awakeFromNib();
+  void askForCodecs();
+  void finishStart();
+  void openFiles(const std::vector<std::string>& paths);
+  void leave();
+  void leaveUnused(int status);
   void applicationDidFinishLaunching();
   void tellAtStart();
   void makeWindow();
@@ -56,6 +63,7 @@ class WindowProgram {
   QtAlerts alerts_;
   CoreServices services_;
   appDelegate app_;
+  CodecSurvey survey_;
   RefusedSources refused_;
   BatchSummary summary_;
   RemainingTime remaining_;
@@ -67,7 +75,10 @@ class WindowProgram {
   DesktopMessage message_{[this] { window_->bringToFront(); }};
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<SessionEnd> session_;
+  bool isReady_ = false;                          // the start has ended
+  std::vector<std::vector<std::string>> toOpen_;  // files handed over before
   bool isLeaving_ = false;
+  int status_ = 0;
 };
 
 // Shows the alert and serves the loop until the user has seen it.

@@ -3,6 +3,7 @@
 #include <fmt/chrono.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <string>
 
@@ -12,6 +13,19 @@ namespace {
 
 int descriptor = -1;
 bool debugFlag = false;
+
+constexpr std::size_t longestText = 1u << 20;
+
+struct Growth {
+  std::size_t step = 0;  // bytes; 0: nobody wants to know
+  std::function<void()> grown;
+  std::atomic<std::size_t> bytes = 0;  // since the last call
+};
+
+Growth& growth() {
+  static Growth watched;
+  return watched;
+}
 
 LogHandler& handler() {
   static LogHandler function;
@@ -35,7 +49,8 @@ void logLine(std::string_view text) {
     handler()(text);
     return;
   }
-  const std::string line = fmt::format("{} Tessarin[{}] {}\n", timeStamp(), ::getpid(), text);
+  const std::string line =
+      fmt::format("{} Tessarin[{}] {}\n", timeStamp(), ::getpid(), text.substr(0, longestText));
   std::string_view rest = line;
   while (!rest.empty()) {
     const ssize_t written = ::write(logDescriptor(), rest.data(), rest.size());
@@ -43,6 +58,16 @@ void logLine(std::string_view text) {
       return;  // a log that cannot be written must not stop the program
     rest.remove_prefix(static_cast<std::size_t>(written));
   }
+  Growth& watched = growth();
+  if (watched.step > 0 && (watched.bytes += line.size()) >= watched.step) {
+    watched.bytes = 0;
+    watched.grown();
+  }
+}
+
+void setLogGrowth(std::size_t bytes, std::function<void()> grown) {
+  growth().grown = std::move(grown);
+  growth().step = growth().grown ? bytes : 0;
 }
 
 void setLogDescriptor(int newDescriptor) {

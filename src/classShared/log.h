@@ -6,14 +6,16 @@
 
 #include <fmt/format.h>
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 #include <utility>
 
 namespace tessarin {
 
-// Writes one line: the date, the program's name and process id, then the text. A line end is
-// added. Goes to standard error unless setLogDescriptor or setLogHandler said otherwise.
+// Writes one line: the date, the program's name and process id, then the text, of which a mebibyte
+// at the most. A line end is added. Goes to standard error unless setLogDescriptor or setLogHandler
+// said otherwise.
 void logLine(std::string_view text);
 
 // Sends later lines to this descriptor (borrowed; it has to stay open). -1: standard error.
@@ -21,6 +23,10 @@ void setLogDescriptor(int descriptor);
 // The descriptor that log lines go to: also the standard error of child processes whose messages
 // nobody collects.
 int logDescriptor();
+
+// Calls the function, in the thread whose line it was, whenever lines have added so many bytes
+// more; none ends that. It may write lines itself.
+void setLogGrowth(std::size_t bytes, std::function<void()> grown);
 
 // Hands later lines, without date, to this function instead of writing them; an empty function
 // ends that. For tests.

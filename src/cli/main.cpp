@@ -1,9 +1,6 @@
 // The command line program.
 #include <csignal>
-#include <cstdlib>
 
-#include "analysis/codecInventory.h"
-#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "cli/Reporter.h"
@@ -14,8 +11,8 @@
 #include "cli/interruptedRuns.h"
 #include "cli/options.h"
 #include "cli/terminal.h"
+#include "core/CodecSurvey.h"
 #include "core/startUp.h"
-#include "ffmpeg/ffmpegOptions.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
@@ -74,21 +71,31 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
   return end;
 }
 
-// False when there is no ffmpeg; the user has been told.
+// False when there is no ffmpeg to work with, which the user has been told, or the user would
+// rather not wait for its answer.
 bool prepareTools(const Dico& choices) {
-  if (const auto problem = chooseFfmpeg(choices.textOrEmpty(ffmpegSetting))) {
-    complain(*problem);
-    return false;
+  auto problem = chooseFfmpeg(choices.textOrEmpty(ffmpegSetting));
+  bool isReady = false;
+  if (!problem) {
+    PollRunLoop loop;
+    CodecSurvey survey(loop);
+    const SignalWatch stop(loop, {SIGINT, SIGTERM, SIGHUP}, [&loop](int) { loop.stop(0); });
+    survey.begin([&](const std::optional<std::string>& found) {
+      problem = found;
+      isReady = !found;
+      loop.stop(0);
+    });
+    loop.run();
   }
-  takeCodecInventory();
-  // So that the adapter need not ask ffmpeg before every conversion.
-  ::setenv(ffmpegVersionVariable, ffmpegVersionText(ffmpegVersionFromText(codecListing())).c_str(),
-           0);
-  return true;
+  if (problem)
+    complain(*problem);
+  return isReady;
 }
 
 int run(const Options& options) {
   openLog();
+  recordEnvironment();
+  setLogBeginning(recordEnvironment);
   setDebugMode(options.verbose);
   const auto reporter = options.json ? jsonReporter() : textReporter();
   InterruptedBatches interrupted = meetInterruptedRuns(options);
@@ -110,7 +117,6 @@ int run(const Options& options) {
     interrupted.stores.clear();  // for another process to recover
     status = runner(options, std::move(*start)).status;
   }
-  removeTemporaryFolder();
   return status;
 }
 
@@ -126,5 +132,7 @@ int main(int count, char** arguments) {
   const auto options = readOptions(count, arguments, tessarin::programVersion());
   if (const Exit* exit = std::get_if<Exit>(&options))
     return exit->status;
-  return run(std::get<Options>(options));
+  const int status = run(std::get<Options>(options));
+  tessarin::removeTemporaryFolder();
+  return status;
 }

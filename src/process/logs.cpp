@@ -1,10 +1,16 @@
 #include "process/logs.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
@@ -18,12 +24,88 @@ namespace tessarin {
 
 namespace {
 
-Outcome<Descriptor> openLog(const std::string& path) {
+// How often the size is looked at, in bytes of lines.
+constexpr std::size_t lookEvery = 256u << 10;
+
+// The log of this process and the descriptors through which it is written.
+struct OwnLog {
+  std::mutex mutex;
+  std::string path;
+  Descriptor kept;  // for a log that is not standard error
+  std::vector<int> standard;
+  std::function<void()> begin;
+};
+
+OwnLog& ownLog() {
+  static OwnLog log;
+  return log;
+}
+
+Outcome<Descriptor> openFile(const std::string& path) {
   // Read as well as append, like the mode "a+" of the C library.
   Descriptor file(::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
   if (!file.isOpen())
     return Failure{"'" + path + "': " + systemReason(errno)};
   return file;
+}
+
+// Whether the open file is what stands at the path, and a plain file.
+bool isStillAt(const std::string& path, int descriptor) {
+  struct stat own {};
+  struct stat there {};
+  return ::fstat(descriptor, &own) == 0 && S_ISREG(own.st_mode) &&
+         ::stat(path.c_str(), &there) == 0 && own.st_dev == there.st_dev &&
+         own.st_ino == there.st_ino;
+}
+
+bool isTooLong(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+         static_cast<std::uint64_t>(status.st_size) > longestLog;
+}
+
+// Sets a file aside that is too long. True when the path has to be opened again: this process or
+// another one has begun a new log there. The lock keeps two processes from setting aside each
+// other's new one.
+bool makeRoom(const std::string& path, int descriptor) {
+  if (!isTooLong(descriptor) || ::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+    return false;
+  const std::string previous = joinPath(parentFolder(path), "Previous-" + fileName(path));
+  const bool isGone = !isStillAt(path, descriptor) || ::rename(path.c_str(), previous.c_str()) == 0;
+  ::flock(descriptor, LOCK_UN);
+  return isGone;
+}
+
+Outcome<Descriptor> openLog(const std::string& path) {
+  Outcome<Descriptor> file = openFile(path);
+  return file && makeRoom(path, file->number()) ? openFile(path) : std::move(file);
+}
+
+// Puts a new file behind the numbers of the old one, so that all that write there go on.
+bool beginAnew(OwnLog& log) {
+  const int first = log.standard.empty() ? log.kept.number() : log.standard.front();
+  if (first < 0 || !makeRoom(log.path, first))
+    return false;
+  const Outcome<Descriptor> file = openFile(log.path);
+  if (!file)
+    return false;
+  if (log.kept.isOpen())
+    ::dup3(file.value().number(), log.kept.number(), O_CLOEXEC);
+  for (const int descriptor : log.standard)
+    ::dup2(file.value().number(), descriptor);
+  return true;
+}
+
+void keepToSize() {
+  OwnLog& log = ownLog();
+  std::function<void()> begin;
+  {
+    const std::lock_guard lock(log.mutex);
+    if (beginAnew(log))
+      begin = log.begin;
+  }
+  if (begin)
+    begin();
 }
 
 }  // namespace
@@ -52,17 +134,25 @@ bool redirectStdoutToFile(const std::string& path) {
   std::fflush(stderr);
   redirected = ::dup2(file.value().number(), STDOUT_FILENO) >= 0 &&
                ::dup2(file.value().number(), STDERR_FILENO) >= 0;
+  ownLog().path = path;
+  ownLog().standard = {STDOUT_FILENO, STDERR_FILENO};
+  setLogGrowth(lookEvery, keepToSize);
   return redirected;
 }
 
 Outcome<bool> sendLogToFile(const std::string& path) {
-  static Descriptor kept;
   Outcome<Descriptor> file = openLog(path);
   if (!file)
     return Failure{file.reason()};
   setLogDescriptor(file->number());
-  kept = std::move(*file);
+  ownLog().kept = std::move(*file);
+  ownLog().path = path;
+  setLogGrowth(lookEvery, keepToSize);
   return true;
+}
+
+void setLogBeginning(std::function<void()> begin) {
+  ownLog().begin = std::move(begin);
 }
 
 void resumeLogAppend(std::optional<std::string_view> text) {

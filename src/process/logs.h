@@ -1,6 +1,8 @@
 // The two logs of a user, and what start-up writes into them.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +16,15 @@ namespace tessarin {
 std::string detailLogPath();
 // "Resume.log" beside it: a summary of a few lines.
 std::string resumeLogPath();
+
+// A log that has grown beyond this is set aside as "Previous-NAME" in its folder, in the place of
+// an older one, and a new one is begun: when it is opened, and as lines are written. Several
+// processes may write to the same log at the same time.
+inline constexpr std::size_t longestLog = 10u << 20;  // bytes
+
+// Called after a log was begun anew in the course of the run, to write what every log begins with;
+// in whichever thread wrote the line that was too many.
+void setLogBeginning(std::function<void()> begin);
 
 // Sends the process's standard output and standard error, and with them the log lines and the
 // errors of tools, to the end of the file, which is made when missing. For programs with a window.

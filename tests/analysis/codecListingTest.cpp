@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "AnalysisTools.h"
 #include "analysis/codecListing.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -15,11 +16,20 @@ TEST(CodecListing, TellsTheVersionOfFfmpegAndNothingElse) {
   EXPECT_EQ(versionOfListing(""), "");
 }
 
-TEST(CodecListing, OfTheInstalledFfmpegNamesItsCodecs) {
+TEST(CodecListing, IsKeptWhenItIsOne) {
+  const test::AnalysisTools tools;
   const test::ScopedTemporaryFolder folder;
   const test::ScopedEnvironment cache("XDG_CACHE_HOME", folder.path());
-  EXPECT_NE(versionOfListing(codecListing()), "");
-  EXPECT_NE(codecListing().find(" prores "), std::string::npos);
+  const test::ScopedEnvironment ffmpeg("TESSARIN_FFMPEG", folder.writeScript("one", "exit 0"));
+  if (recallCodecListing())
+    GTEST_SKIP() << "a test of the same process has asked before";
+  // Nothing of this is an ffmpeg's answer.
+  for (const char* answer : {"", "no more processes", " DEV.L. prores\n"})
+    EXPECT_FALSE(takeCodecListing(answer)) << answer;
+  EXPECT_EQ(codecListing(), "");
+  EXPECT_TRUE(takeCodecListing("ffmpeg version 1\n DEV.L. prores\n"));
+  EXPECT_TRUE(startsWith(folder.read("Tessarin/codecs.txt"), folder.file("one") + " "));
+  EXPECT_TRUE(recallCodecListing());
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 
+#include "classShared/TextAdditions.h"
 #include "platform/ChildProcess.h"
 #include "process/logs.h"
 #include "support/LogCapture.h"
@@ -76,6 +78,44 @@ TEST_F(LogsTest, aProgramMayKeepItsTerminalAndSendOnlyItsLog) {
   logLine("next");
   setLogDescriptor(-1);
   EXPECT_THAT(folder_.read("Details.log"), MatchesRegex(".*\\] line\n.*\\] next\n"));
+}
+
+TEST_F(LogsTest, aLogIsKeptToASizeWhileSeveralProcessesWriteToIt) {
+  const std::string path = folder_.write("Details.log", std::string(longestLog + 1, 'o'));
+  // Each writes more than a log holds, in lines that have to stay whole.
+  constexpr int processes = 3;
+  constexpr int lines = 2 * static_cast<int>(longestLog) / 10000;
+  const auto write = [&] {
+    setLogBeginning([] { logLine("begun"); });
+    if (!sendLogToFile(path))
+      std::_Exit(1);
+    for (int line = 0; line < lines; ++line) {
+      logLine(std::string(10000, 'x'));
+      ::usleep(100);
+    }
+    std::_Exit(0);
+  };
+  std::vector<pid_t> children;
+  for (int process = 0; process < processes; ++process) {
+    children.push_back(::fork());
+    if (children.back() == 0)
+      write();
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  // What others write while one of them begins a new log.
+  constexpr std::size_t slack = longestLog;
+  for (const char* name : {"Details.log", "Previous-Details.log"}) {
+    const std::string text = folder_.read(name);
+    EXPECT_GT(text.size(), 0u) << name;
+    EXPECT_LT(text.size(), longestLog + slack) << name;
+    EXPECT_TRUE(contains(text, "] begun\n")) << name;
+    for (const std::string_view line : splitLines(text))
+      ASSERT_TRUE(contains(line, "] begun") || line.size() > 10000) << name << ": " << line;
+  }
 }
 
 TEST_F(LogsTest, theDebugEntryTogglesTheFlag) {

@@ -4,11 +4,13 @@
 //
 // Exit status of its own: 127 when there is no ffmpeg, 126 when it cannot be run.
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -61,7 +63,9 @@ FfmpegSearch searchWithoutPassedAdapters() {
   return search;
 }
 
-// The first piece of what `ffmpeg -version` prints; empty when it cannot be run.
+// What `ffmpeg -version` prints; empty when it cannot be run, or does not answer within this time.
+constexpr std::chrono::seconds longestAnswer(10);
+
 std::string askVersion(const std::string& ffmpeg) {
   int ends[2] = {-1, -1};
   if (::pipe2(ends, O_CLOEXEC) != 0)
@@ -80,14 +84,21 @@ std::string askVersion(const std::string& ffmpeg) {
   ::close(ends[1]);
   std::string text;
   if (failure == 0) {
+    const auto end = std::chrono::steady_clock::now() + longestAnswer;
     char buffer[4096];
-    for (;;) {
-      const ssize_t count = ::read(ends[0], buffer, sizeof buffer);
+    while (text.size() < sizeof buffer) {
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+      pollfd entry{ends[0], POLLIN, 0};
+      const int ready = left.count() > 0 ? ::poll(&entry, 1, static_cast<int>(left.count())) : 0;
+      const ssize_t count = ready > 0 ? ::read(ends[0], buffer, sizeof buffer) : ready;
       if (count > 0)
         text.append(buffer, static_cast<std::size_t>(count));
       else if (count == 0 || errno != EINTR)
         break;
     }
+    // All that matters has been said, or nothing will be.
+    ::kill(child, SIGKILL);
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
   }

@@ -1,0 +1,56 @@
+#include "core/CodecSurvey.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "analysis/codecInventory.h"
+#include "analysis/codecListing.h"
+#include "classShared/log.h"
+#include "core/failureReason.h"
+#include "ffmpeg/ffmpegOptions.h"
+#include "ffmpeg/installedFfmpeg.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+void takeInventory() {
+  takeCodecInventory();
+  ::setenv(ffmpegVersionVariable, ffmpegVersionText(ffmpegVersionFromText(codecListing())).c_str(),
+           0);
+}
+
+// Without its codecs ffmpeg would be taken for one that can write nothing.
+std::string problemOf(const ToolResult& result) {
+  logFormat("codec listing       :-( {} {}", result.status, result.output);
+  const auto found = findFfmpeg(ffmpegSearchOfEnvironment(codecListingCommand().front()));
+  const std::string answer = result.isOverdue || result.output.empty()
+                                 ? localisationString("why_noAnswer")
+                                 : failureReason(result.output, "");
+  return localisationString("D_ffmpegUnusable", "", found ? found.value() : "ffmpeg", answer,
+                            ffmpegVariable);
+}
+
+}  // namespace
+
+void CodecSurvey::begin(Known known) {
+  if (recallCodecListing()) {
+    takeInventory();
+    known(std::nullopt);
+    return;
+  }
+  const bool isAsked =
+      run_.start(codecListingCommand(), quickQuestion, [known](const ToolResult& result) {
+        if (result.isOverdue || !takeCodecListing(result.output)) {
+          known(problemOf(result));
+          return;
+        }
+        takeInventory();
+        known(std::nullopt);
+      });
+  if (!isAsked)
+    known(problemOf({}));
+}
+
+}  // namespace tessarin
