@@ -1,5 +1,8 @@
 #include "cli/runSettings.h"
 
+#include "core/storedRow.h"
+#include "encoding/BatchEntry.h"
+
 namespace tessarin::cli {
 
 namespace {
@@ -25,8 +28,10 @@ Dico storedOptions(const Options& options) {
 Options optionsOfStored(const Dico& stored, const Options& given) {
   Options options = given;
   options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
-  options.batchFile = stored.text(keyBatchFile);
-  if (const auto target = stored.integer(keyTarget))
+  if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))
+    options.batchFile = file;
+  if (const auto target = stored.integer(keyTarget);
+      target && *target >= outQuickTime && *target <= outProres)
     options.target = static_cast<int>(*target);
   const auto overwrite = stored.integer(keyOverwrite).value_or(0);
   if (given.overwrite == Overwrite::ask && overwrite >= static_cast<int>(Overwrite::ask) &&

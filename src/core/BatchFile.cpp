@@ -1,5 +1,8 @@
 #include "core/BatchFile.h"
 
+#include <fmt/format.h>
+
+#include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
@@ -8,18 +11,8 @@ namespace tessarin {
 
 namespace {
 
-Dico withoutThumbnail(Dico row) {
-  row.remove(BatchKey::img);
-  if (const Dico* info = row.dico(BatchKey::dico); info && info->contains(RowInfoKey::imgPathStr)) {
-    Dico own = *info;
-    own.remove(RowInfoKey::imgPathStr);
-    row.set(BatchKey::dico, std::move(own));
-  }
-  return row;
-}
-
-BatchFile damagedFile() {
-  return {BatchPart::State::damaged, localisationString("why_noBatch"), {}};
+BatchFile damagedFile(std::string reason) {
+  return {BatchPart::State::damaged, std::move(reason), {}};
 }
 
 }  // namespace
@@ -27,12 +20,16 @@ BatchFile damagedFile() {
 Outcome<bool> writeBatchFile(const std::string& path, const StoredBatch& batch) {
   List rows;
   for (const StoredRow& stored : batch.rows)
-    rows.emplace_back(rowWithKeys(withoutThumbnail(stored.row)));
+    rows.emplace_back(storedForm(stored.row));
   const auto bytes = batchPartBytes({{"settings", batch.settings}, {"rows", std::move(rows)}});
   if (!bytes)
     return Failure{bytes.reason()};
   if (bytes.value().size() > propertyListMaxBytes)
     return Failure{localisationString("why_batchTooLarge")};
+  // Whoever named the path, a file of another kind stays.
+  if (const BatchPart there = readBatchPart(path);
+      !there.isGood() && there.state != BatchPart::State::missing)
+    return Failure{localisationString("why_fileThere")};
   return writeFileAtomically(path, bytes.value());
 }
 
@@ -46,16 +43,19 @@ BatchFile readBatchFile(const std::string& path) {
   const Dico* settings = part.content.dico("settings");
   const List* rows = part.content.list("rows");
   if (!settings || !rows)
-    return damagedFile();
+    return damagedFile(localisationString("why_noBatch"));
   BatchFile file;
   file.state = BatchPart::State::good;
-  file.batch.settings = *settings;
+  // What to do with movies that are there is said anew each time, and never by the file.
+  if (const Dico* choices = settings->dico(BatchSetting::choices))
+    file.batch.settings.set(BatchSetting::choices, *choices);
   for (const Value& value : *rows) {
-    const Dico* row = value.dico();
+    const std::int64_t number = static_cast<std::int64_t>(file.batch.rows.size()) + 1;
+    auto row = value.dico() ? rowOfStored(*value.dico()) : std::nullopt;
     // The file is written again later, and a row that was left out would be lost with that.
-    if (!row || !row->dico(BatchKey::dico))
-      return damagedFile();
-    StoredRow stored{static_cast<std::int64_t>(file.batch.rows.size()) + 1, rowWithTexts(*row)};
+    if (!row)
+      return damagedFile(localisationString("why_batchRow", "", fmt::format("{}", number)));
+    StoredRow stored{number, std::move(*row)};
     if (stored.row.textOrEmpty(BatchKey::resultat) == ResultMark::current)
       stored.row.set(BatchKey::resultat, ResultMark::waiting);
     file.batch.rows.push_back(std::move(stored));

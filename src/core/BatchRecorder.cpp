@@ -5,6 +5,7 @@
 
 #include "classShared/log.h"
 #include "core/batchSettings.h"
+#include "core/storedRow.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -25,9 +26,6 @@ constexpr milliseconds retryInterval(5000);
 // The stored list of waiting sources may name this many more than twice those that wait: so each
 // source costs the same however many there are.
 constexpr std::size_t waitingSlack = 16;
-
-// Kilobytes. Thumbnails are 160 pixels wide.
-constexpr std::size_t largestImage = 64;
 
 }  // namespace
 
@@ -386,8 +384,9 @@ int BatchRecorder::rowOf(std::int64_t order) const {
 StoredRow BatchRecorder::storedRow(int row) const {
   const Dico& entry = app_.table().row(row);
   StoredRow stored{orders_.at(static_cast<std::size_t>(row)), entry};
-  if (const auto image = entry.text(BatchKey::img); image && poidsFile(*image, "k") <= largestImage)
-    stored.picture = readFileStart(*image, largestImage * 1024).value_or("");
+  if (const auto image = entry.text(BatchKey::img);
+      image && poidsFile(*image, "o") <= largestPicture)
+    stored.picture = readFileStart(*image, largestPicture).value_or("");
   return stored;
 }
 

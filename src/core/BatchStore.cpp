@@ -13,7 +13,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "encoding/BatchEntry.h"
+#include "core/storedRow.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -78,13 +78,6 @@ Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) 
   return true;
 }
 
-Dico contentOfRow(const StoredRow& row) {
-  Dico content{{"order", row.order}, {"row", rowWithKeys(row.row)}};
-  if (!row.picture.empty())
-    content.set("picture", row.picture);
-  return content;
-}
-
 Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
@@ -107,14 +100,6 @@ std::string batchesFolder() {
   const char* state = std::getenv("XDG_STATE_HOME");
   const bool usable = state && *state == '/';
   return joinPath(usable ? state : expandTilde("~/.local/state"), "Tessarin/batches");
-}
-
-std::optional<StoredRow> rowOfContent(const Dico& content) {
-  const auto order = content.integer("order");
-  const Dico* row = content.dico("row");
-  if (!order || !row || !row->dico(BatchKey::dico))
-    return std::nullopt;
-  return StoredRow{*order, rowWithTexts(*row), content.textOrEmpty("picture")};
 }
 
 void BatchChanges::addRow(const StoredRow& row) {
@@ -175,7 +160,7 @@ std::string BatchStore::jobPath(std::int64_t order) const {
 
 Outcome<bool> BatchStore::write(const BatchChanges& changes) const {
   Outcome<bool> written = true;
-  const auto writePart = [this, &written](const std::string& path, const Dico& content) {
+  const auto writePart = [&written](const std::string& path, const Dico& content) {
     if (written)
       written = writeBatchPart(path, content, FolderSync::later);
   };
@@ -207,8 +192,13 @@ std::vector<std::int64_t> BatchStore::numbers(std::string_view prefix) const {
   std::vector<std::int64_t> found;
   for (const std::string& path : lsCocoa(folder_).value_or(std::vector<std::string>())) {
     const std::string name = fileName(path);
-    if (startsWith(name, prefix) && endsWith(name, ending))
-      found.push_back(leadingInteger(std::string_view(name).substr(prefix.size())));
+    if (!startsWith(name, prefix) || !endsWith(name, ending))
+      continue;
+    const std::int64_t number = leadingInteger(std::string_view(name).substr(prefix.size()));
+    // No other spelling of a number: each file is one row, and each row one file.
+    if (number >= 1 && number <= highestOrder &&
+        name == fmt::format("{}{}{}", prefix, number, ending))
+      found.push_back(number);
   }
   std::sort(found.begin(), found.end());
   return found;
@@ -218,8 +208,8 @@ BatchPart BatchStore::settings() const {
   return readBatchPart(joinPath(folder_, "batch.plist"));
 }
 
-BatchPart BatchStore::row(std::int64_t number) const {
-  return readBatchPart(rowPath(number));
+std::optional<StoredRow> BatchStore::row(std::int64_t number) const {
+  return rowOfContent(readBatchPart(rowPath(number)).content, number);
 }
 
 BatchPart BatchStore::job(std::int64_t number) const {

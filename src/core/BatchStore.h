@@ -64,7 +64,8 @@ class BatchStore {
   std::vector<std::int64_t> jobNumbers() const { return numbers("job-"); }
 
   BatchPart settings() const;
-  BatchPart row(std::int64_t number) const;  // content: rowOfContent()
+  // Nothing when it is none, or a damaged one.
+  std::optional<StoredRow> row(std::int64_t number) const;
   BatchPart job(std::int64_t number) const;
   BatchPart waiting() const;  // content: "sources"
 
@@ -89,9 +90,6 @@ class BatchStore {
   std::string folder_;
   Descriptor lock_;
 };
-
-// A row as its file holds it. Nothing when the content is none of a row.
-std::optional<StoredRow> rowOfContent(const Dico& content);
 
 // The folders below `parent` that have no owner any more, claimed, oldest first. Remains of
 // folders that were being made or removed are swept away.

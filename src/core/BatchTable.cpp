@@ -103,7 +103,8 @@ void BatchTable::setValue(int row, std::string_view key, Value value) {
 bool BatchTable::computeSize(Dico& entry, int row) const {
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
   debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);
-  if (asked >= firstConcreteRow)  // the separator and the heading are no sizes
+  // The separator and the heading are no sizes.
+  if (asked >= firstConcreteRow && presetLabel(asked))
     return true;
   entry.set(BatchKey::fps, speedKeep);
   const int soft = asked == rowSameAsSource ? softNone : interface_.editingSoft.selected();
@@ -133,14 +134,14 @@ bool BatchTable::iba_outSpeedCell(int row) {
     return false;
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
   debugFormat("sizeOutCurrentInt   : {} ({})", asked,
-              presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(asked)]));
+              presetShortLabel(presetLabel(asked).value_or("")));
 
   debugFormat("iba_out… speed pre  : {}", entry.integer(BatchKey::fps).value_or(speedKeep));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
   debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
   if (valid.sizeOut != asked)
     debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut,
-                presetShortLabel(presetSizesList(false)[static_cast<std::size_t>(valid.sizeOut)]));
+                presetShortLabel(presetLabel(valid.sizeOut).value_or("")));
   entry.set(BatchKey::sizeOut, valid.sizeOut);
   entry.set(BatchKey::fps, valid.speed);
   debugFormat("iba_out… speed post = {}", valid.speed);

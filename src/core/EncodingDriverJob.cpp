@@ -33,9 +33,6 @@ namespace {
 constexpr const char* keyIntermediate = "postProcessPurge";  // an intermediate movie
 constexpr const char* keyMaster = "purgePathStr1";           // what the export reads
 
-constexpr const char* answerKeep = "keep";
-constexpr const char* answerReplace = "replace";
-
 // An output of this many kilobytes or less holds no movie.
 constexpr double smallestOutput = 10;
 

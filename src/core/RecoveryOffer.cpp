@@ -24,9 +24,9 @@ std::size_t unfinishedIn(const BatchStore& store) {
   const std::vector<std::int64_t> jobs = store.jobNumbers();
   std::size_t count = 0;
   for (const std::int64_t number : store.rowNumbers()) {
-    const BatchPart part = store.row(number);
-    const Dico* row = part.content.dico("row");
-    const bool isFinished = row && row->textOrEmpty(BatchKey::resultat) == ResultMark::success &&
+    const auto row = store.row(number);
+    const bool isFinished = row &&
+                            row->row.textOrEmpty(BatchKey::resultat) == ResultMark::success &&
                             !std::binary_search(jobs.begin(), jobs.end(), number);
     count += isFinished ? 0 : 1;
   }

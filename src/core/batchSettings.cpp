@@ -1,6 +1,9 @@
 #include "core/batchSettings.h"
 
 #include "core/stepState.h"
+#include "core/storedRow.h"
+#include "encoding/outputPreset.h"
+#include "utils/files.h"
 
 namespace tessarin {
 
@@ -17,13 +20,15 @@ Dico batchSettings(appDelegate& app, const PreferenceStore& preferences, const D
 void applyBatchSettings(appDelegate& app, PreferenceStore& preferences, const Dico& settings) {
   if (const Dico* choices = settings.dico(BatchSetting::choices)) {
     app.prefs2GuiApp(*choices, DestinationFolder::leftAlone);
-    if (const auto destination = choices->text(PrefKey::destination))
+    if (const auto destination = choices->text(PrefKey::destination);
+        destination && isStoredPath(expandTilde(*destination)))
       app.interface.destination.setText(*destination);
-    if (const auto flavour = choices->text(PrefKey::prores))
+    if (const auto flavour = choices->text(PrefKey::prores); flavour && isProresFlavour(*flavour))
       preferences.prefWrite(PrefKey::prores, *flavour);
   }
-  if (const Value* answer = settings.find(BatchSetting::replaceFiles))
-    preferences.prefWrite(StateKey::replaceFiles, *answer);
+  const std::string answer = settings.textOrEmpty(BatchSetting::replaceFiles);
+  if (answer == answerKeep || answer == answerReplace)
+    preferences.prefWrite(StateKey::replaceFiles, answer);
 }
 
 }  // namespace tessarin

@@ -8,6 +8,7 @@
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/rowChoices.h"
+#include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
@@ -136,9 +137,9 @@ Arguments sourceExport(const Dico& job, std::string_view prefProres) {
 }  // namespace
 
 Dico jobOfRow(const Dico& row) {
-  Dico job = row.dico(BatchKey::dico) ? *row.dico(BatchKey::dico) : Dico();
+  Dico job = row.dico(BatchKey::dico) ? rowInfo(*row.dico(BatchKey::dico)) : Dico();
   const auto take = [&](std::string_view jobKey, std::string_view rowKey) {
-    if (const Value* value = row.find(rowKey); value && !job.contains(jobKey))
+    if (const Value* value = row.find(rowKey))
       job.set(jobKey, *value);
   };
   take(JobKey::out, BatchKey::out);

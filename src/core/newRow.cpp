@@ -88,22 +88,25 @@ std::string thumbnailPath(const std::string& folder, const std::string& source) 
   return fmt::format("{}_{}.jpg", withoutExtension(plain), random());
 }
 
-Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices) {
+Dico rowCaptions(const SourceInfo& info, const std::string& source) {
   const double fps = info.number(SourceKey::v0Fps).value_or(0);
   const int roundedRate = static_cast<int>(fps + 0.5);
   const char* scan = info.textOrEmpty(SourceKey::v0Fields) == fieldsText("PFF") ? "p" : "i";
-  Dico row;
+  return {{std::string(BatchKey::fpsSrc), fmt::format("\n{}{}", roundedRate, scan)},
+          {std::string(BatchKey::src),
+           fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(source)),
+                       info.integer(SourceKey::v0Width).value_or(0),
+                       info.integer(SourceKey::v0Height).value_or(0), scan, roundedRate,
+                       durationText(info.integer(SourceKey::wDuration).value_or(0)))}};
+}
+
+Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices) {
+  Dico row = rowCaptions(info, source);
   row.set(BatchKey::resultat, ResultMark::waiting);
   row.set(BatchKey::out, choices.out);
-  row.set(BatchKey::fpsSrc, fmt::format("\n{}{}", roundedRate, scan));
   row.set(BatchKey::fps, choices.speed);
   row.set(BatchKey::sizeOut, choices.sizeOut);
   row.set(BatchKey::dico, info);
-  row.set(BatchKey::src,
-          fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(source)),
-                      info.integer(SourceKey::v0Width).value_or(0),
-                      info.integer(SourceKey::v0Height).value_or(0), scan, roundedRate,
-                      durationText(info.integer(SourceKey::wDuration).value_or(0))));
   if (const auto image = info.text(RowInfoKey::imgPathStr))
     row.set(BatchKey::img, *image);
   return row;

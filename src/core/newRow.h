@@ -31,6 +31,9 @@ struct RowChoices {
   int sizeOut = 0;  // item of the size popup
 };
 
+// What a row says of its source: "fpsSrc" and "src".
+Dico rowCaptions(const SourceInfo& info, const std::string& source);
+
 // The row (BatchEntry) of an analysed source, without its position.
 Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices);
 

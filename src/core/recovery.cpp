@@ -10,6 +10,7 @@
 #include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "core/storedJob.h"
+#include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -58,7 +59,7 @@ bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
 
 void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAside>& putAside) {
   const StoredJob job = jobOfRecord(store.job(number).content);
-  auto row = rowOfContent(store.row(number).content);
+  auto row = store.row(number);
   if (row && isSurelyFinished(row->row, job)) {
     for (const StoredJob::File& file : job.files)
       if (!file.isIntermediate)
@@ -84,14 +85,13 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
 // has none.
 void restoreThumbnail(StoredRow& stored) {
   Dico info = *stored.row.dico(BatchKey::dico);
-  stored.row.remove(BatchKey::img);
-  info.remove(RowInfoKey::imgPathStr);
   const std::string path =
       thumbnailPath(temporaryFolder(), info.textOrEmpty(RowInfoKey::srcPathStr));
   if (!stored.picture.empty() && std::ofstream(path, std::ios::binary) << stored.picture) {
     info.set(RowInfoKey::imgPathStr, path);
     stored.row.set(BatchKey::img, path);
   }
+  stored.picture.clear();  // thousands of them would fill the memory
   stored.row.set(BatchKey::dico, std::move(info));
 }
 
@@ -105,7 +105,7 @@ void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreP
 void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& problems) {
   const std::vector<std::int64_t> jobs = store.jobNumbers();
   for (const std::int64_t number : store.rowNumbers()) {
-    auto row = rowOfContent(store.row(number).content);
+    auto row = store.row(number);
     if (!row) {
       reportDamagedRow(store, number, problems);
       continue;
@@ -156,8 +156,9 @@ StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& p
     problems.push_back({store.folder(), localisationString("why_damagedWaiting")});
   const List* sources = waiting.content.list("sources");
   for (const Value& source : sources ? *sources : List())
-    if (source.text() && !known.contains(*source.text()))
-      batch.waiting.push_back(*source.text());
+    if (const std::string* path = source.textContent();
+        path && isStoredPath(*path) && known.insert(*path).second)
+      batch.waiting.push_back(*path);
   return batch;
 }
 

@@ -33,6 +33,10 @@ inline constexpr const char* replaceFiles = "replaceFilesCheck";    // answer fo
 // What stands for the path in hand after a stop.
 inline constexpr const char* cancelled = "cancel";
 
+// The values of StateKey::replaceFiles.
+inline constexpr const char* answerKeep = "keep";
+inline constexpr const char* answerReplace = "replace";
+
 // Removes all of the above: what a crash has left behind, or another process has in hand, must
 // not be taken for a step of ours. Choices of the user stay.
 void clearStepFlags(PreferenceStore& preferences);

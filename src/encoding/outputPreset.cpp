@@ -225,6 +225,19 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const std::optional<std:
          entry.integer(BatchKey::fps) != speedHalf;
 }
 
+struct Flavour {
+  std::string_view code;
+  std::string_view inserted;  // into the name of the export settings
+};
+
+constexpr Flavour flavours[] = {
+    {"apcn", ""}, {"apch", "Hd"}, {"apcs", "Lt"}, {"apco", "Proxy"}, {"ap4h", "4x4"}};
+
+const Flavour* flavourOf(std::string_view code) {
+  return std::find_if(std::begin(flavours), std::end(flavours),
+                      [code](const Flavour& known) { return known.code == code; });
+}
+
 }  // namespace
 
 PresetChoice choosePreset(const Dico& entry, int soft) {
@@ -281,21 +294,17 @@ bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool pr
   return proresCell && codecs.prores && !isOut540p;
 }
 
+bool isProresFlavour(std::string_view code) {
+  return flavourOf(code) != std::end(flavours);
+}
+
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,
                                              std::string_view prefProres) {
-  struct Flavour {
-    std::string_view code;
-    std::string_view inserted;
-  };
-  constexpr Flavour flavours[] = {
-      {"apcn", ""}, {"apch", "Hd"}, {"apcs", "Lt"}, {"apco", "Proxy"}, {"ap4h", "4x4"}};
   constexpr std::string_view prefix = "pr";
 
   debugFormat("whichPresetProres   : initialPresetStr='{}' prefSelectedProresFourCC='{}'",
               initialPreset.value_or("nil"), prefProres);
-  const auto* flavour =
-      std::find_if(std::begin(flavours), std::end(flavours),
-                   [prefProres](const Flavour& known) { return known.code == prefProres; });
+  const Flavour* flavour = flavourOf(prefProres);
   if (!initialPreset || !startsWith(*initialPreset, prefix) || flavour == std::end(flavours))
     return initialPreset;
   const std::string name = fmt::format("{}{}{}", prefix, flavour->inserted,

@@ -47,7 +47,7 @@ void FileUserDomain::load() {
   std::error_code failed;
   if (!std::filesystem::exists(path_, failed) && !failed)
     return;
-  const auto bytes = readWholeFile(path_);
+  const auto bytes = readWholeFile(path_, propertyListMaxBytes + 1);
   if (!bytes) {
     mayWrite_ = false;
     problem_ =

@@ -205,7 +205,8 @@ Outcome<std::string> serializedPropertyList(const Value& value) {
 }
 
 Outcome<Value> readPropertyList(const std::string& path) {
-  const auto bytes = readWholeFile(path);
+  // One byte more than is taken tells that there is more.
+  const auto bytes = readWholeFile(path, propertyListMaxBytes + 1);
   if (!bytes)
     return Failure{bytes.reason()};
   return parsePropertyList(bytes.value());

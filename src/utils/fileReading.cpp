@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <new>
 
 #include "classShared/Outcome.h"
@@ -71,8 +70,8 @@ std::optional<std::string> readFileStart(std::string_view path, std::size_t coun
   return std::move(content.value());
 }
 
-Outcome<std::string> readWholeFile(std::string_view path) {
-  return readStart(path, std::numeric_limits<std::size_t>::max());
+Outcome<std::string> readWholeFile(std::string_view path, std::size_t most) {
+  return readStart(path, most);
 }
 
 }  // namespace tessarin

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -56,7 +57,9 @@ std::string resolveAlias(std::string_view path);
 
 // The first `count` bytes, or as many as there are.
 std::optional<std::string> readFileStart(std::string_view path, std::size_t count);
-Outcome<std::string> readWholeFile(std::string_view path);
+// No more than `most` bytes, for what refuses a larger file anyway.
+Outcome<std::string> readWholeFile(std::string_view path,
+                                   std::size_t most = std::numeric_limits<std::size_t>::max());
 
 // ---- Writing (fileWriting.cpp)
 

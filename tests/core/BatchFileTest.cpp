@@ -2,6 +2,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "core/BatchFile.h"
+#include "core/newRow.h"
 #include "encoding/BatchEntry.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
@@ -20,7 +21,8 @@ class BatchFileTest : public testing::Test {
 
 TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
   StoredBatch batch;
-  batch.settings = {{"choices", Dico{{"prefProres", "apch"}}}};
+  const Dico choices{{"prefProres", "apch"}};
+  batch.settings = {{"choices", choices}, {"replaceFilesCheck", "replace"}, {"front", Dico{}}};
   const Dico info{{"srcPathStr", "/card/\xC9.mts"}, {"v0_fps", 25.0}};
   Dico withImage = info;
   withImage.set("imgPathStr", "/tmp/1.jpg");
@@ -30,18 +32,23 @@ TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
   ASSERT_TRUE(writeBatchFile(path, batch));
   const BatchFile file = readBatchFile(path);
   ASSERT_EQ(file.state, BatchPart::State::good) << file.reason;
-  EXPECT_EQ(file.batch.settings, batch.settings);
+  EXPECT_EQ(file.batch.settings, (Dico{{"choices", choices}})) << "a file's own wish to replace";
   ASSERT_EQ(file.batch.rows.size(), 2u);
-  EXPECT_EQ(file.batch.rows[0].row, (Dico{{"resultat", ResultMark::success}, {"dico", info}}));
+  const auto withCaptions = [&info](Dico row) {
+    row.merge(rowCaptions(info, "/card/\xC9.mts"));
+    return row;
+  };
+  EXPECT_EQ(file.batch.rows[0].row,
+            withCaptions({{"resultat", ResultMark::success}, {"dico", info}}));
   EXPECT_EQ(file.batch.rows[1].order, 2);
   EXPECT_EQ(file.batch.rows[1].row,
-            (Dico{{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
+            withCaptions({{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
 }
 
 TEST_F(BatchFileTest, IsUnderstoodInAnotherLanguage) {
   const auto batchWith = [](const std::string& fields) {
     StoredBatch batch;
-    batch.rows = {{1, {{"dico", Dico{{"v0_fields", fields}}}}}};
+    batch.rows = {{1, {{"dico", Dico{{"srcPathStr", "/1.mts"}, {"v0_fields", fields}}}}}};
     return batch;
   };
   for (const std::string key : {"PFF", "TFF", "BFF"}) {

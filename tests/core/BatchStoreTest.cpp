@@ -5,6 +5,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/BatchStore.h"
+#include "core/newRow.h"
 #include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "core/storedJob.h"
@@ -27,9 +28,10 @@ namespace fs = std::filesystem;
 const std::string oldName = "/card/\xC9t\xE9.mts";
 
 Dico row(const std::string& source, std::string_view mark = ResultMark::waiting) {
-  return {{"resultat", mark},
-          {"out", 2},
-          {"dico", Dico{{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}}}};
+  const Dico info{{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}};
+  Dico made{{"resultat", mark}, {"out", 2}, {"dico", info}};
+  made.merge(rowCaptions(info, source));
+  return made;
 }
 
 class BatchStoreTest : public testing::Test {
@@ -179,7 +181,7 @@ TEST_F(BatchStoreTest, ABatchOfANewerVersionIsLeftAlone) {
   EXPECT_TRUE(found.stores.empty());
   ASSERT_EQ(found.problems.size(), 1u);
   EXPECT_EQ(found.problems[0].reason, localisationString("why_newerBatch"));
-  EXPECT_TRUE(BatchStore::claim(path)->row(1).isGood());
+  EXPECT_TRUE(BatchStore::claim(path)->row(1));
 }
 
 TEST(BatchFormat, OlderVersionsAreUpgradedStepByStep) {
@@ -227,8 +229,7 @@ class InterruptedJobTest : public BatchStoreTest {
   // The row's mark after the batch was found.
   std::string markAfter() {
     found = findInterruptedBatches(parent);
-    const BatchPart part = found.stores.at(0).row(1);
-    return part.content.dico("row")->textOrEmpty("resultat");
+    return found.stores.at(0).row(1).value().row.textOrEmpty("resultat");
   }
 
   std::string output = folder.file("Tessarin/1.mov");
@@ -308,7 +309,7 @@ TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayIsPutAsideLater) {
 }
 
 TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {
-  const std::string picture("\xFF\xD8 a picture\0", 13);
+  const std::string picture("\xFF\xD8\xFF a picture\0", 14);
   Dico withImage = row("/card/1.mts");
   withImage.set("img", "/gone/1.jpg");
   withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", "/gone/1.jpg"}});

@@ -77,7 +77,7 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
     return planJob(jobOfRow(source), "/out/x.mov", "apcn")->isExport;
   };
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "avi"}})));
-  EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "not tried"}})));
+  EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "not_tried"}})));
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "mpeg2video"}, {"wrapper", "mov,mp4,m4a"}})))
       << "may show pictures before its first key frame";
   EXPECT_FALSE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "mov,mp4,m4a"}})));

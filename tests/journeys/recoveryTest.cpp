@@ -278,6 +278,74 @@ TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
   EXPECT_EQ(fileState(movie("1.mov")), first);
 }
 
+// A batch that somebody else wrote asks for nothing but clips to be converted.
+TEST_F(RecoveryTest, AHostileBatchTouchesNoFileOfTheUser) {
+  const std::string file = folder.file("clips.batch");
+  ASSERT_EQ(tessarin({"--batch", file, "-d", destination(), clips_[0]}).status, 0);
+  const Dico written = *readPropertyList(file).value().dico();
+  const Dico row = *written.list("rows")->front().dico();
+  const auto withRow = [&written](const Dico& changed) {
+    Dico content = written;
+    content.set("rows", List{Value(changed)});
+    return content;
+  };
+
+  std::vector<std::string> victims;
+  Dico hostile = *row.dico("dico");
+  for (const char* key : {"postProcessPurge", "purgePathStr1", "slowPathStr", "imgPathStr"}) {
+    victims.push_back(folder.write(std::string(key) + ".mov", "precious"));
+    hostile.set(key, victims.back());
+  }
+  for (const char* flag : {"encQtEnc", "encV", "encFin"})
+    hostile.set(flag, 1);
+  Dico changed = row;
+  changed.set("dico", hostile);
+  Dico content = withRow(changed);
+  const Dico choices = *written.dico("settings")->dico("choices");
+  content.set("settings", Dico{{"choices", choices}, {"replaceFilesCheck", "replace"}});
+  victims.push_back(folder.write("movies/Tessarin/1.mov", "precious"));
+  ASSERT_TRUE(writePropertyList(file, content));
+  Result result = tessarin({"--batch", file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err + result.out, HasSubstr("was there already and was kept"));
+  std::filesystem::remove(victims.back());
+  ASSERT_TRUE(writePropertyList(file, content));
+  result = tessarin({"--batch", file});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt"));
+  victims.pop_back();
+
+  // The same in a folder that a crash has left, with a file that the results are to go into.
+  std::filesystem::remove_all(folder.file("movies"));
+  victims.push_back(folder.write("results.txt", "precious"));
+  BatchChanges stored;
+  stored.settings = Dico{{"choices", choices}, {"front", Dico{{"batchFile", victims.back()}}}};
+  stored.rows = {{1, {{"order", 1}, {"row", changed}}}};
+  ASSERT_TRUE(BatchStore::create(batches(), stored));
+  result = tessarin({"--recover"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt"));
+  EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("results.txt: the file is no batch")));
+  tessarin({"--forget"});
+
+  for (const std::string& victim : victims)
+    EXPECT_EQ(folder.read(fileName(victim)), "precious") << victim;
+
+  // Values that no row can have: one line, and nothing is done.
+  for (const auto& [key, value] : {std::pair<const char*, Value>{"sizeOut", 99999999},
+                                   {"out", -5},
+                                   {"fps", 7},
+                                   {"dstPathStr", "/bin/sh"}}) {
+    Dico wrong = row;
+    wrong.set(key, value);
+    ASSERT_TRUE(writePropertyList(file, withRow(wrong)));
+    result = tessarin({"--batch", file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errorLines(),
+                ElementsAre(HasSubstr("clip 1 of this batch holds a value that cannot be right")));
+  }
+}
+
 TEST_F(RecoveryTest, WrongUseIsRefused) {
   for (const Arguments& arguments : {Arguments{"--recover", clips_[0]},
                                      {"--recover", "--forget"},

@@ -1,0 +1,171 @@
+#include "core/storedRow.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+
+#include "analysis/sourceFacts.h"
+#include "classShared/TextAdditions.h"
+#include "core/newRow.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+#include "platform/Bundle.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr std::string_view keyOrder = "order";
+constexpr std::string_view keyRow = "row";
+constexpr std::string_view keyPicture = "picture";
+
+constexpr std::size_t longestReason = 16384;  // a path and a sentence around it
+constexpr int mostSoft = 3;                   // segments of the editing application
+const int lastSize = static_cast<int>(presetSizesList(false).size()) - 1;
+
+bool isInteger(const Value& value, std::int64_t least, std::int64_t most) {
+  const auto number = value.isInteger() ? value.integer() : std::nullopt;
+  return number && *number >= least && *number <= most;
+}
+
+bool isMark(const Value& value) {
+  constexpr std::array marks = {ResultMark::waiting, ResultMark::current, ResultMark::success,
+                                ResultMark::failure};
+  return value.textContent() &&
+         std::find(marks.begin(), marks.end(), *value.textContent()) != marks.end();
+}
+
+bool isPath(const Value& value) {
+  return value.textContent() && isStoredPath(*value.textContent());
+}
+
+bool isMovie(const Value& value) {
+  return isPath(value) && hasPathExtension(*value.textContent(), "mov");
+}
+
+bool isReason(const Value& value) {
+  return value.textContent() && value.textContent()->size() <= longestReason &&
+         !contains(*value.textContent(), std::string_view("\0", 1));
+}
+
+bool isFlag(const Value& value) {
+  return isInteger(value, 0, 1);
+}
+
+bool isSize(const Value& value) {
+  return isInteger(value, -1, lastSize);
+}
+
+struct Rule {
+  std::string_view key;
+  bool (*isGood)(const Value& value);
+};
+
+constexpr std::array rowRules = {
+    Rule{BatchKey::resultat, isMark},
+    Rule{BatchKey::out, [](const Value& value) { return isInteger(value, 0, mostSoft); }},
+    Rule{BatchKey::fps, [](const Value& value) { return isInteger(value, speedKeep, speedSlow); }},
+    Rule{BatchKey::sizeOut, isSize},
+    Rule{BatchKey::dstPathStr, isMovie},
+    Rule{BatchKey::reason, isReason}};
+
+constexpr std::array infoRules = {
+    Rule{RowInfoKey::srcPathStr, isPath}, Rule{RowInfoKey::intraFailure, isFlag},
+    Rule{RowInfoKey::prefSurrond, isFlag}, Rule{RowInfoKey::sizeOutPrevious, isSize},
+    Rule{RowInfoKey::softPrevious,
+         [](const Value& value) { return isInteger(value, softNone, mostSoft); }}};
+
+template <class Rules>
+Fact judge(const Rules& rules, std::string_view key, const Value& value) {
+  const auto rule =
+      std::find_if(rules.begin(), rules.end(), [key](const Rule& each) { return each.key == key; });
+  if (rule == rules.end())
+    return Fact::unknown;
+  return rule->isGood(value) ? Fact::good : Fact::wrong;
+}
+
+Fact judgeInfo(std::string_view key, const Value& value) {
+  const Fact fact = judge(infoRules, key, value);
+  return fact == Fact::unknown ? judgeFact(key, value) : fact;
+}
+
+Fact judgeRow(std::string_view key, const Value& value) {
+  return judge(rowRules, key, value);
+}
+
+using Judge = Fact (*)(std::string_view key, const Value& value);
+
+Dico goodOf(const Dico& record, Judge judge) {
+  Dico good;
+  for (const auto& [key, value] : record)
+    if (judge(key, value) == Fact::good)
+      good.set(key, value);
+  return good;
+}
+
+// Nothing when a value is wrong.
+std::optional<Dico> checked(const Dico& record, Judge judge) {
+  const bool isWrong = std::any_of(record.begin(), record.end(), [judge](const auto& entry) {
+    return judge(entry.first, entry.second) == Fact::wrong;
+  });
+  if (isWrong)
+    return std::nullopt;
+  return goodOf(record, judge);
+}
+
+// What the program writes as a thumbnail. A reader of pictures is given nothing else.
+bool isPicture(const std::string& bytes) {
+  return bytes.size() <= largestPicture && startsWith(bytes, "\xFF\xD8\xFF");
+}
+
+}  // namespace
+
+bool isStoredPath(std::string_view path) {
+  return startsWith(path, "/") && path.size() < PATH_MAX &&
+         !contains(path, std::string_view("\0", 1));
+}
+
+Dico rowInfo(const Dico& info) {
+  return goodOf(info, judgeInfo);
+}
+
+Dico storedForm(const Dico& row) {
+  Dico stored = goodOf(row, judgeRow);
+  if (const Dico* info = row.dico(BatchKey::dico))
+    stored.set(BatchKey::dico, rowInfo(*info));
+  return rowWithKeys(std::move(stored));
+}
+
+std::optional<Dico> rowOfStored(const Dico& stored) {
+  const Dico* storedInfo = stored.dico(BatchKey::dico);
+  auto row = checked(stored, judgeRow);
+  auto info = storedInfo ? checked(*storedInfo, judgeInfo) : std::nullopt;
+  if (!row || !info || !info->contains(RowInfoKey::srcPathStr))
+    return std::nullopt;
+  row->set(BatchKey::dico, std::move(*info));
+  *row = rowWithTexts(std::move(*row));
+  const Dico& own = *row->dico(BatchKey::dico);
+  row->merge(rowCaptions(own, own.textOrEmpty(RowInfoKey::srcPathStr)));
+  return row;
+}
+
+Dico contentOfRow(const StoredRow& row) {
+  Dico content{{std::string(keyOrder), row.order}, {std::string(keyRow), storedForm(row.row)}};
+  if (isPicture(row.picture))
+    content.set(keyPicture, row.picture);
+  return content;
+}
+
+std::optional<StoredRow> rowOfContent(const Dico& content, std::int64_t order) {
+  const Dico* stored = content.dico(keyRow);
+  auto row = stored ? rowOfStored(*stored) : std::nullopt;
+  if (!row || content.integer(keyOrder) != order || order < 1 || order > highestOrder)
+    return std::nullopt;
+  StoredRow read{order, std::move(*row)};
+  if (std::string picture = content.textOrEmpty(keyPicture); isPicture(picture))
+    read.picture = std::move(picture);
+  return read;
+}
+
+}  // namespace tessarin

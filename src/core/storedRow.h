@@ -1,0 +1,43 @@
+// A row of the batch as files hold it.
+//
+// A batch may come from anywhere: nothing of a stored row counts that is not on the list of what a
+// row has, and a row with a value that no row can have is none. What only holds while the program
+// runs (the thumbnail's path, the caption) is not stored, and what a job needs never comes from a
+// row.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "classShared/Value.h"
+#include "core/batchFormat.h"
+
+namespace tessarin {
+
+// The largest picture that is stored, in bytes. Thumbnails are 160 pixels wide.
+inline constexpr std::size_t largestPicture = 64 * 1024;
+
+// The highest order number of a row.
+inline constexpr std::int64_t highestOrder = 1'000'000'000;
+
+// Whether a stored text may be a path: absolute, without zero bytes, no longer than the system
+// takes.
+bool isStoredPath(std::string_view path);
+
+// The record of a row ("dico") with nothing but the facts of the source and of RowInfoKey, without
+// the thumbnail.
+Dico rowInfo(const Dico& info);
+
+// What is written of a row, and the row that is read. The field order, a text of the user's
+// language, is stored as its key. Nothing when it is no row.
+Dico storedForm(const Dico& row);
+std::optional<Dico> rowOfStored(const Dico& stored);
+
+// The same with the row's place and picture, as a file of its own holds it; of the number `order`
+// alone.
+Dico contentOfRow(const StoredRow& row);
+std::optional<StoredRow> rowOfContent(const Dico& content, std::int64_t order);
+
+}  // namespace tessarin

@@ -1,0 +1,129 @@
+// What is believed of a row that comes from a file, and that nothing is lost which our own rows
+// have.
+#include <limits>
+
+#include "CoreFixture.h"
+#include "core/jobPlan.h"
+#include "core/storedRow.h"
+#include "encoding/outputPreset.h"
+
+namespace tessarin {
+namespace {
+
+const Dico info{{"srcPathStr", "/card/1.mts"}, {"v0_width", 1920}, {"v0_height", 1080}};
+
+Dico withValue(Dico record, std::string_view key, Value value) {
+  record.set(key, std::move(value));
+  return record;
+}
+
+TEST(StoredRow, HasNothingThatARowHasNot) {
+  const test::TestBundle bundle;
+  Dico hostile = info;
+  for (const char* key : {"postProcessPurge", "purgePathStr1", "slowPathStr", "dstPathStr",
+                          "imgPathStr", "encQtEnc", "encV", "durationDouble", "out", "sizeOut"})
+    hostile.set(key, "/home/user/precious.mov");
+  const Dico stored{{"dico", hostile}, {"out", 2}, {"img", "/home/user/precious.jpg"}};
+  const auto row = rowOfStored(stored);
+  ASSERT_TRUE(row);
+  EXPECT_EQ(*row->dico("dico"), info);
+  EXPECT_FALSE(row->contains("img"));
+  // Nor what a job is made of, should such a row have come into the table on another way.
+  EXPECT_EQ(jobOfRow(stored), withValue(info, "out", 2));
+}
+
+TEST(StoredRow, WithAValueThatCannotBeIsNone) {
+  const test::TestBundle bundle;
+  ASSERT_TRUE(rowOfStored({{"dico", info}}));
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  const std::string withZero("/card\0.mts", 10);
+  const std::pair<const char*, Value> wrongFacts[] = {
+      {"v0_width", 0},          {"v0_width", 65536},
+      {"v0_width", 1920.5},     {"v0_height", std::numeric_limits<std::int64_t>::max()},
+      {"v0_height", "1080"},    {"v0_fps", infinity},
+      {"v0_fps", -25.0},        {"v0_fps", std::numeric_limits<double>::quiet_NaN()},
+      {"v0_fps", true},         {"v0_dar", "16:9:1"},
+      {"v0_dar", "-1:1"},       {"a0_codec", "aac -i /etc/passwd"},
+      {"w_force", "lavfi"},     {"w_duration", -1},
+      {"w_duration", 1e300},    {"chapters", List(20000, Value(1))},
+      {"chapters", List{"1"}},  {"s0_lang+", std::string(100000, 'x')},
+      {"v0_lang", "\xFF\xFE"},  {"srcPathStr", "1.mts"},
+      {"srcPathStr", withZero}, {"srcPathStr", "/" + std::string(5000, 'x')},
+      {"intraFailure", 2},      {"prefSurrond", Dico{}}};
+  for (const auto& [key, value] : wrongFacts)
+    EXPECT_FALSE(rowOfStored({{"dico", withValue(info, key, value)}}))
+        << key << " = " << value.description();
+  const std::pair<const char*, Value> wrongChoices[] = {{"sizeOut", 99999999},
+                                                        {"sizeOut", -2},
+                                                        {"sizeOut", "12"},
+                                                        {"out", 4},
+                                                        {"out", -1},
+                                                        {"fps", 3},
+                                                        {"fps", 1.0},
+                                                        {"resultat", "puces"},
+                                                        {"dstPathStr", "x.mov"},
+                                                        {"dstPathStr", "/bin/sh"},
+                                                        {"reason", 5}};
+  for (const auto& [key, value] : wrongChoices)
+    EXPECT_FALSE(rowOfStored(withValue({{"dico", info}}, key, value)))
+        << key << " = " << value.description();
+  EXPECT_FALSE(rowOfStored({{"dico", Dico{{"v0_width", 1920}}}})) << "without a source";
+  // Streams without an end.
+  EXPECT_EQ(rowInfo({{"v1000_width", 1}, {"v_width", 1}, {"vx_width", 1}, {"x0_width", 1}}),
+            Dico());
+  // What a file of its own says of its place, and a picture that is none.
+  EXPECT_FALSE(rowOfContent({{"order", 2}, {"row", Dico{{"dico", info}}}}, 1));
+  EXPECT_EQ(rowOfContent({{"order", 1}, {"row", Dico{{"dico", info}}}, {"picture", "<svg/>"}}, 1)
+                .value()
+                .picture,
+            "");
+}
+
+class StoredRows : public test::CoreFixture {};
+
+// What the analysis finds out is what is on the list: whoever adds a fact adds it there, too.
+TEST_F(StoredRows, OfOursComeBackWhole) {
+  const std::string clips[] = {folder.file("1.mts"), folder.file("2.mov"), folder.file("3.mkv")};
+  ASSERT_TRUE(test::makeInterlacedClip(clips[0]));
+  const std::string pictures = " -f lavfi -i testsrc2=s=320x240:r=30:d=2 -f lavfi -i sine=d=2 ";
+  ASSERT_TRUE(test::makeClip(pictures + "-itsoffset 0.5 -f lavfi -i sine=d=1 -map 0 -map 1 -map 2 "
+                                        "-c:v mpeg4 -c:a pcm_s16le -metadata:s:a:0 language=deu",
+                             clips[1]));
+  folder.write("title.srt", "1\n00:00:00,000 --> 00:00:01,000\nwords\n");
+  folder.write("chapters.txt",
+               ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=1\n[CHAPTER]\n"
+               "TIMEBASE=1/1\nSTART=1\nEND=2\n");
+  ASSERT_TRUE(test::makeClip(pictures + "-i " + folder.file("title.srt") + " -i " +
+                                 folder.file("chapters.txt") +
+                                 " -map 0 -map 1 -map 2 -map_metadata 3 -c:v mpeg4 -aspect 16:9 "
+                                 "-c:a ac3 -c:s srt -metadata:s:s:0 title=Words",
+                             clips[2]));
+  analyse({clips[0], clips[1], clips[2]});
+  ASSERT_EQ(app.table().count(), 3);
+  for (int row = 0; row < 3; ++row) {
+    Dico expected = app.table().row(row);
+    expected.remove("img");
+    expected.remove("order");
+    Dico own = *expected.dico("dico");
+    own.remove("imgPathStr");
+    expected.set("dico", own);
+    const auto read = rowOfStored(storedForm(app.table().row(row)));
+    ASSERT_TRUE(read) << expected.description();
+    EXPECT_EQ(*read, expected) << "read: " << read->description()
+                               << "\nhad:  " << expected.description();
+  }
+}
+
+TEST_F(StoredRows, ASizeThatIsNoneIsComputed) {
+  const std::string clip = folder.file("1.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(clip));
+  analyse({clip});
+  for (const int size : {99999999, -7, 3}) {
+    app.table().setValue(0, BatchKey::sizeOut, size);
+    EXPECT_TRUE(app.table().iba_outSpeedCell(0));
+    EXPECT_TRUE(presetLabel(app.table().row(0).integer(BatchKey::sizeOut).value_or(-1)));
+  }
+}
+
+}  // namespace
+}  // namespace tessarin
