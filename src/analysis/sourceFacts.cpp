@@ -133,9 +133,7 @@ bool isOneOf(std::string_view text, std::initializer_list<std::string_view> word
 
 bool isRemark(const Value& value) {
   const std::string* text = value.textContent();
-  return text &&
-         isOneOf(textUpTo(*text, " "),
-                 {Remark::soundUnreadable, Remark::programs, Remark::damaged}) &&
+  return text && isOneOf(textUpTo(*text, " "), {Remark::soundUnreadable, Remark::programs}) &&
          text->size() <= longestWord && isDigits(textAfter(*text, " ").value_or(""));
 }
 

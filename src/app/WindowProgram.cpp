@@ -255,7 +255,8 @@ void WindowProgram::watchBatch() {
   // Who looks at one of our windows sees it there.
   app_.driver().batchEnded.connect([this] {
     if (!isLeaving_ && QApplication::applicationState() != Qt::ApplicationActive)
-      message_.show(localisationString("D_fin_GUI"), summaryText(countRows(app_.table())));
+      message_.show(localisationString("D_fin_GUI"),
+                    endText(countRows(app_.table()), app_.driver().missingSources()));
   });
 }
 

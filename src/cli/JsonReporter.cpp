@@ -114,6 +114,10 @@ class JsonReporter final : public Reporter {
     tell(event);
   }
 
+  void missing(const std::vector<std::string>& sources) override {
+    tell({{"event", "missing"}, {"sources", sources}});
+  }
+
   void batchWritten(const std::string& path, std::size_t rows) override {
     tell({{"event", "batch"}, {"path", path}, {"rows", rows}});
   }

@@ -38,6 +38,8 @@ class Reporter {
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
   virtual void progress(const Progress& progress) = 0;
   virtual void jobEnded(const JobEnd& end) = 0;
+  // At the end of a batch: sources that were not there any more. Each had its jobEnded().
+  virtual void missing(const std::vector<std::string>& sources) = 0;
   // A batch of this many rows has been written to a file.
   virtual void batchWritten(const std::string& path, std::size_t rows) = 0;
   // Something that is no problem, in the user's language.

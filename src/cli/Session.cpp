@@ -12,6 +12,8 @@
 #include "core/batchSettings.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
+#include "core/missingSources.h"
+#include "core/stepState.h"
 #include "encoding/outputName.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
@@ -73,6 +75,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     failed_ = failed_ || !isFine;
     reporter_.jobEnded(job);
   });
+  app_.driver().batchEnded.connect([this] { tellOfRest(); });
   app_.driver().batchEnded.connect([this] { end(); });
   app_.interface.encoding.bar.changed.connect([this] { showProgress(); });
 }
@@ -132,6 +135,10 @@ void Session::applyOptions() {
     interface.surround.setChecked(*options_.surround);
   if (options_.prores)
     services_.preferences.prefWrite(PrefKey::prores, *options_.prores);
+  if (options_.command == Command::convert && options_.overwrite != Overwrite::ask)
+    services_.preferences.prefWrite(StateKey::replaceFiles, options_.overwrite == Overwrite::replace
+                                                                ? answerReplace
+                                                                : answerKeep);
 }
 
 void Session::resume() {
@@ -331,6 +338,15 @@ void Session::showProgress() {
     progress.speed = timeLeft_.rate();
   progress.left = timeLeft_.left();
   reporter_.progress(progress);
+}
+
+// What the batch has not come to: sources that were away, and all behind a stop.
+void Session::tellOfRest() {
+  const std::vector<std::string>& missing = app_.driver().missingSources();
+  if (!missing.empty())
+    reporter_.missing(missing);
+  for (int row = 0; row < app_.table().count(); ++row)
+    failed_ = failed_ || app_.table().row(row).text(BatchKey::resultat) == ResultMark::waiting;
 }
 
 void Session::end() {

@@ -59,6 +59,7 @@ class Session {
   std::optional<std::string> planRow(const Dico& row, const std::string& output);
   void beginProgress(const std::string& source, const std::string& output);
   void showProgress();
+  void tellOfRest();
   void end();
 
   const Options& options_;

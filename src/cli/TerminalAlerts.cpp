@@ -12,10 +12,9 @@
 
 namespace tessarin::cli {
 
-TerminalAlerts::TerminalAlerts(RunLoop& loop, Overwrite overwrite)
+TerminalAlerts::TerminalAlerts(RunLoop& loop, bool isForProgram)
     : loop_(loop),
-      overwrite_(overwrite),
-      mayAsk_(isTerminal(STDIN_FILENO) && isTerminal(STDERR_FILENO)) {}
+      mayAsk_(!isForProgram && isTerminal(STDIN_FILENO) && isTerminal(STDERR_FILENO)) {}
 
 TerminalAlerts::~TerminalAlerts() {
   loop_.cancel(watch_);
@@ -25,9 +24,8 @@ void TerminalAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> a
   logFormat("alert               : {} / {}", alert.message, alert.informative);
   if (!answered)
     return;
-  // The only question of a batch is what to do with a movie that is there: keep or replace it.
-  if (overwrite_ != Overwrite::ask || !mayAsk_ || alert.buttons.size() < 2) {
-    const AlertAnswer answer{overwrite_ == Overwrite::replace ? 1u : 0u, false};
+  if (!mayAsk_ || alert.buttons.size() < 2) {
+    const AlertAnswer answer{alert.unattended, false};
     loop_.runSoon([answered = std::move(answered), answer] { answered(answer); });
     return;
   }
@@ -40,6 +38,8 @@ void TerminalAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> a
 
 void TerminalAlerts::ask() const {
   std::string text = fmt::format("\r\033[K{}\n", printable(alert_.message));
+  if (!alert_.informative.empty())
+    text += printable(alert_.informative) + "\n";
   for (std::size_t button = 0; button < alert_.buttons.size(); ++button)
     text += fmt::format("  {}  {}\n", button + 1, alert_.buttons[button]);
   // Every answer once more with a star: the check box.
@@ -57,7 +57,9 @@ void TerminalAlerts::readAnswer() {
   if (!isEnd && !contains(line_, "\n"))
     return;
   const std::string word(trimmed(line_));
-  const std::int64_t number = word.empty() || isEnd ? 1 : leadingInteger(word);
+  const std::int64_t number = isEnd          ? static_cast<std::int64_t>(alert_.unattended) + 1
+                              : word.empty() ? 1
+                                             : leadingInteger(word);
   if (number < 1 || number > static_cast<std::int64_t>(alert_.buttons.size())) {
     line_.clear();
     ask();

@@ -1,18 +1,18 @@
 // Alerts on the command line: questions are asked on the terminal.
 #pragma once
 
-#include "cli/options.h"
 #include "platform/Alerts.h"
 #include "platform/RunLoop.h"
 
 namespace tessarin::cli {
 
 // A message that asks nothing goes to the log: the reporter tells the user what happened to each
-// source. A question without a terminal is answered with its first button, the cautious one.
+// source. A question is answered as when nobody can be asked (Alert::unattended) without a
+// terminal, or when its input ends.
 class TerminalAlerts final : public Alerts {
  public:
-  // The loop is borrowed. With `overwrite` keep or replace questions are not asked.
-  TerminalAlerts(RunLoop& loop, Overwrite overwrite);
+  // The loop is borrowed. `isForProgram`: it is a program that reads what this one says.
+  TerminalAlerts(RunLoop& loop, bool isForProgram);
   ~TerminalAlerts() override;
 
   using Alerts::show;
@@ -23,7 +23,6 @@ class TerminalAlerts final : public Alerts {
   void ask() const;
 
   RunLoop& loop_;
-  Overwrite overwrite_;
   bool mayAsk_;
   Alert alert_;
   std::function<void(AlertAnswer)> answered_;

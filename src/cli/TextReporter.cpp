@@ -8,6 +8,7 @@
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
+#include "core/missingSources.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
@@ -129,6 +130,12 @@ class TextReporter final : public Reporter {
                                 : localisationString("leftOver", table, end.reason, end.output));
         break;
     }
+  }
+
+  // When there are so many that their lines may have run out of sight.
+  void missing(const std::vector<std::string>& sources) override {
+    if (sources.size() > 1)
+      complain(printable(missingText(sources)));
   }
 
   void batchWritten(const std::string& path, std::size_t rows) override {

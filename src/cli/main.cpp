@@ -54,7 +54,7 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
   PreferenceStore preferences(domain);
   preferences.prefWrite(PrefKey::alertEnd, 0);
   PollRunLoop loop;
-  TerminalAlerts alerts(loop, options.overwrite);
+  TerminalAlerts alerts(loop, options.json);
   setUserAlerts(&alerts);
   RunEnd end;
   {

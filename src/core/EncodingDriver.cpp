@@ -11,6 +11,7 @@
 #include "core/batchSummary.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
+#include "core/missingSources.h"
 #include "core/setAside.h"
 #include "core/stepState.h"
 #include "encoding/arithmetic.h"
@@ -107,6 +108,8 @@ void EncodingDriver::begin() {
   interface_.batchGoBt.setState(1);
   interface_.batchReport.setText("");
   stopAsked_ = false;
+  isAsking_ = false;
+  missing_.clear();
   outputNames_.clear();
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
@@ -244,11 +247,9 @@ void EncodingDriver::stepBatch() {
     endOfBatch();
     return;
   }
-  int row = 0;
-  if (!services_.preferences.prefReadString(StateKey::encoded).empty()) {
+  int row = nextRow();
+  if (!services_.preferences.prefReadString(StateKey::encoded).empty())
     debugFormat("batch, c'est parti  : suivantes…");
-    row = table_.encBatchInprogressRowIdentification() + 1;
-  }
   while (table_.has(row) && table_.isFinished(row))
     ++row;
   if (row >= table_.count()) {
@@ -260,8 +261,15 @@ void EncodingDriver::stepBatch() {
     debugFormat("reste {} src(s)", table_.count() - row);
   if (pathExists(table_.sourcePath(row)))
     startRow(row);
+  else if (const auto folder = goneFolder(table_, row))
+    askForFolder(*folder);
   else
-    skipMissingRow(row);
+    leaveOut({row});
+}
+
+// The row behind the one that was worked on last.
+int EncodingDriver::nextRow() const {
+  return table_.encBatchInprogressRowIdentification() + 1;
 }
 
 void EncodingDriver::startRow(int row) {
@@ -287,19 +295,52 @@ void EncodingDriver::startRow(int row) {
   encSend("encProcesses");
 }
 
-void EncodingDriver::skipMissingRow(int row) {
-  const std::string path = table_.sourcePath(row);
-  logLine("@@@la src existe même p'us… à la suivante");
-  logFormat("current src does not exist anymore (-> skip to next one), current: {}", path);
-  services_.preferences.prefWrite(StateKey::encoded,
-                                  row > 0 ? table_.sourcePath(row - 1) : beforeFirstRow);
-  debugFormat("plist               > write encFin ? {}", 1);
-  table_.select(row);
-  table_.encBatchRemove(false);
-  JobEnd end;
-  end.source = path;
-  end.reason = localisationString("why_missing");
-  jobEnded.emit(end);
+// Nothing vanishes from the list while the user may bring the folder back.
+void EncodingDriver::askForFolder(const std::string& folder) {
+  const std::size_t clips = missingRowsBelow(table_, nextRow(), folder).size();
+  logFormat("folder is away      ? {} ({})", folder, clips);
+  interface_.encoding.action.setText(localisationString("D_action_pause"));
+  isAsking_ = true;
+  const unsigned question = ++questions_;
+  services_.alerts.show(
+      goneFolderQuestion(folder, clips), [this, question, folder](AlertAnswer reply) {
+        // The batch may have been stopped meanwhile, and another begun.
+        if (question != questions_ || !std::exchange(isAsking_, false) || !isBatchRunning())
+          return;
+        logFormat("folder is away      = {}", reply.button);
+        interface_.encoding.action.setText("");
+        if (reply.button == stopAnswer)
+          stop();
+        else if (reply.button == leaveOutAnswer)
+          leaveOut(missingRowsBelow(table_, nextRow(), folder));
+        else
+          encSend("encBatch");
+      });
+}
+
+// Removes these rows, and tells of them; the batch goes on behind the row before the first.
+void EncodingDriver::leaveOut(const std::vector<int>& rows) {
+  std::vector<std::string> paths;
+  for (const int row : rows)
+    paths.push_back(table_.sourcePath(row));
+  if (!rows.empty())
+    services_.preferences.prefWrite(
+        StateKey::encoded, rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : beforeFirstRow);
+  // From the end: a removal moves the rows behind it.
+  for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
+    table_.select(*row);
+    table_.encBatchRemove(false);
+  }
+  for (const std::string& path : paths) {
+    logLine("@@@la src existe même p'us… à la suivante");
+    logFormat("current src does not exist anymore (-> skip to next one), current: {}", path);
+    debugFormat("plist               > write encFin ? {}", 1);
+    missing_.push_back(path);
+    JobEnd end;
+    end.source = path;
+    end.reason = localisationString("why_gone");
+    jobEnded.emit(end);
+  }
   encSend("encBatch");
 }
 
@@ -318,15 +359,25 @@ void EncodingDriver::endOfBatch() {
   interface_.encoding.action.setText("");
   services_.preferences.prefRemove(StateKey::encoded);
   services_.preferences.prefRemove(StateKey::replaceFiles);
-  if (services_.preferences.integer(PrefKey::alertEnd) == 1)
-    services_.alerts.show({localisationString("D_fin_GUI"),
-                           summaryText(countRows(table_)),
-                           {},
-                           "",
-                           Alert::Style::information});
+  tellOfEnd();
   if (services_.reveal)
     services_.reveal(outputFolder(interface_.destination.text()));
   batchEnded.emit();
+}
+
+// How the batch has ended: in the window, and in an alert when the user wants one.
+void EncodingDriver::tellOfEnd() {
+  if (const std::string missing = missingText(missing_); !missing.empty()) {
+    const std::string said = interface_.batchReport.text();
+    interface_.batchReport.setText(said.empty() ? missing : said + " " + missing);
+  }
+  if (services_.preferences.integer(PrefKey::alertEnd) != 1)
+    return;
+  services_.alerts.show({localisationString("D_fin_GUI"),
+                         endText(countRows(table_), missing_),
+                         {},
+                         "",
+                         missing_.empty() ? Alert::Style::information : Alert::Style::warning});
 }
 
 void EncodingDriver::stepProcesses() {

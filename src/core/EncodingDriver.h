@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
@@ -60,6 +61,9 @@ class EncodingDriver {
   Signal<> batchEnded;
 
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
+  // Sources that this batch, or the one that ended last, has left out: they were not there any
+  // more.
+  const std::vector<std::string>& missingSources() const { return missing_; }
 
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
   bool measuresSeconds() const { return !isExporting_; }
@@ -96,8 +100,11 @@ class EncodingDriver {
   void stepFin();
 
   void startRow(int row);
-  void skipMissingRow(int row);
+  int nextRow() const;
+  void askForFolder(const std::string& folder);
+  void leaveOut(const std::vector<int>& rows);
   void endOfBatch();
+  void tellOfEnd();
   void resetPause();
   bool hasRoom(const Dico& job);
   void checkOverwriting(const JobPlan& plan);
@@ -132,11 +139,14 @@ class EncodingDriver {
   ToolTasks& tasks_;
   StepFlags steps_;
   OutputNames outputNames_;
+  std::vector<std::string> missing_;
   bool stopAsked_ = false;  // encStopInt
   bool suspendedForAnalysis_ = false;
   bool isPauseHeld_ = false;    // the user's, during an analysis
   std::function<void()> held_;  // to be done after the analysis
   std::string readMe_;
+  bool isAsking_ = false;   // for a folder; the batch waits for the answer
+  unsigned questions_ = 0;  // tells a late answer from one to the open question
   // Of the job in hand.
   std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
   std::string reason_;

@@ -1,5 +1,7 @@
 #include "core/batchSummary.h"
 
+#include "classShared/TextAdditions.h"
+#include "core/missingSources.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -25,6 +27,12 @@ std::string summaryText(const BatchCount& count) {
   if (count.waiting > 0)
     add(localisationString("D_count_waiting", "", std::to_string(count.waiting)));
   return text;
+}
+
+std::string endText(const BatchCount& count, const std::vector<std::string>& missing) {
+  std::vector<std::string> lines = {summaryText(count), missingText(missing)};
+  std::erase(lines, "");
+  return joinTexts(lines, "\n");
 }
 
 BatchSummary::BatchSummary(BatchTable& table, TextField& field, RunLoop& loop)

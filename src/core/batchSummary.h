@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "core/BatchTable.h"
 
@@ -18,6 +19,9 @@ BatchCount countRows(const BatchTable& table);
 // "3 converted, 1 not converted" in the user's language: the counts that are not 0. "" when all
 // are.
 std::string summaryText(const BatchCount& count);
+
+// The same of a batch that has ended, with a line about the sources that were not there any more.
+std::string endText(const BatchCount& count, const std::vector<std::string>& missing);
 
 // Keeps the text of a control up to date with the table. Changes are gathered: one of a thousand
 // rows counts the table once.

@@ -13,7 +13,7 @@ class LoggedAlerts : public Alerts {
     logFormat("alert               : {}{}{}", alert.message, alert.informative.empty() ? "" : " / ",
               alert.informative);
     if (answered)
-      answered({});
+      answered({alert.unattended, false});
   }
 };
 

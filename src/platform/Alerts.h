@@ -16,7 +16,10 @@ struct Alert {
   std::vector<std::string> buttons = {};  // the first is the default; none: one that closes
   std::string checkBox = {};              // label of a check box, "" for none
   Style style = Style::warning;
-  std::size_t closing = 0;  // index of the button that closing it without a choice stands for
+  // Indexes of the buttons that stand for closing it without a choice, and for nobody who could be
+  // asked.
+  std::size_t closing = 0;
+  std::size_t unattended = 0;
 };
 
 struct AlertAnswer {
@@ -35,7 +38,7 @@ class Alerts {
 };
 
 // Where every part of the program shows its alerts. Until a front sets its own, alerts are written
-// to the log and answered at once with the first button.
+// to the log and answered at once as when nobody can be asked.
 Alerts& userAlerts();
 // `alerts` is borrowed and has to live until it is replaced; null puts the log back.
 void setUserAlerts(Alerts* alerts);

@@ -122,7 +122,7 @@ TEST_F(EncodingDriverTest, AVanishedSourceIsRemovedAndTheRestGoesOn) {
   preferences.prefWrite(PrefKey::alertEnd, 0);
   convert();
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted, Kind::converted}));
-  EXPECT_EQ(ended[0].reason, localisationString("why_missing"));
+  EXPECT_EQ(ended[0].reason, localisationString("why_gone"));
   ASSERT_EQ(app.table().count(), 2);
   EXPECT_EQ(app.table().row(0).integer(BatchKey::order), 1);
   EXPECT_TRUE(alerts.shown.empty());

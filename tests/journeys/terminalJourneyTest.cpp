@@ -127,6 +127,28 @@ TEST_F(TerminalJourney, TheOverwriteQuestionIsAnsweredByNumber) {
     EXPECT_GT(poidsFile(movie(name), "k"), 10) << name;
 }
 
+TEST_F(TerminalJourney, AFolderThatIsAwayIsAskedAbout) {
+  for (const char* name : {"0.mts", "card/1.mts", "card/2.mts"})
+    tinyClip(name, "0.1");
+  useFfmpeg(
+      "\"$real\" \"$@\"; status=$?\n"
+      "case \" $* \" in *' -c:v '*) mv card pulled ;; esac\n"
+      "exit $status");
+  Session session =
+      open({"-d", destination(), "--overwrite", "replace", "0.mts", "card/1.mts", "card/2.mts"});
+  ASSERT_TRUE(session.waitFor("The folder “" + folder.file("card"))) << session.screen();
+  ASSERT_TRUE(session.waitFor("(2)"));
+  ASSERT_TRUE(session.waitFor("[1] "));
+  std::filesystem::rename(folder.file("pulled"), folder.file("card"));
+  session.type("1\n");
+  // It goes again with the next conversion.
+  ASSERT_TRUE(session.waitFor("(1)"));
+  ASSERT_TRUE(session.waitFor("[1] "));
+  session.type("\x03");  // Ctrl-C
+  EXPECT_EQ(session.end(), 1);
+  EXPECT_THAT(movies(), ElementsAre("0.mov", "0.txt", "1.mov", "1.txt"));
+}
+
 TEST_F(TerminalJourney, ProgressIsShownOnATerminalAndNowhereElse) {
   const std::string clip = tinyClip("x.mts", "1.2");
   useFfmpeg(

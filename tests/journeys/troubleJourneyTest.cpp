@@ -38,12 +38,42 @@ TEST_F(TroubleJourney, EachClipFailsForItsOwnReasonAndTheBatchGoesOn) {
   EXPECT_THAT(result.errorLines(),
               ElementsAre(told(folder.file("large.mts"),
                                "the destination takes no file as large as this movie"),
-                          told(folder.file("gone.mts"), "there is no such file"),
+                          told(folder.file("gone.mts"), "it is not there any more"),
                           told(folder.file("small.mts"), "ffmpeg wrote no movie"),
                           told(folder.file("homeless.mts"),
                                "nothing can be written to “" + folder.file("movies/Tessarin"))));
   EXPECT_THAT(result.errorLines()[0], HasSubstr(movie("large-failure.mov")));
   EXPECT_THAT(movies(), ElementsAre("last.mov", "last.txt"));
+}
+
+TEST_F(TroubleJourney, ACardThatIsPulledIsToldOf) {
+  Arguments arguments = {"-d", destination()};
+  for (const char* name : {"0.mts", "card/1.mts", "card/sub/2.mts", "card/3.mts", "4.mts"})
+    arguments.push_back(tinyClip(name));
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) rm -rf \"$PWD/card\" ;; esac\n"
+      "exec \"$real\" \"$@\"");
+  setVariable("PWD", folder.path());
+  const std::filesystem::path copy = folder.file("copy");
+  std::filesystem::copy(folder.file("card"), copy, std::filesystem::copy_options::recursive);
+  Result result = tessarin(arguments);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.lines().size(), 2u) << result.out;
+  const auto gone = [this](const std::string& name) {
+    return "tessarin: " + folder.file(name) + ": it is not there any more";
+  };
+  EXPECT_THAT(result.errorLines(),
+              ElementsAre(gone("card/1.mts"), gone("card/sub/2.mts"), gone("card/3.mts"),
+                          "tessarin: ⚠ Not there any more and not converted (3): 1.mts, 2.mts, "
+                          "3.mts"));
+
+  std::filesystem::rename(copy, folder.file("card"));
+  arguments.insert(arguments.begin(), {"--json", "--overwrite", "replace"});
+  result = tessarin(arguments);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(result.lines().back(), HasSubstr("{\"event\":\"missing\",\"sources\":[\"" +
+                                               folder.file("card/1.mts") + "\","));
 }
 
 }  // namespace
