@@ -42,6 +42,23 @@ Json jsonOf(const Value& value) {
   return value.description();
 }
 
+Json jsonOfMovie(const ExpectedMovie& movie) {
+  Json leftOut = Json::array();
+  for (const LeftOut& each : movie.leftOut)
+    leftOut.push_back({{"kind", each.kind}, {"text", each.text}});
+  Json made{{"codec", movie.codec},
+            {"copy", movie.isCopy},
+            {"width", movie.width},
+            {"height", movie.height},
+            {"rate", movie.rate},
+            {"interlaced", movie.isInterlaced},
+            {"channels", movie.soundChannels},
+            {"leftOut", leftOut}};
+  if (!movie.flavour.empty())
+    made["flavour"] = movie.flavour;
+  return made;
+}
+
 // One object a line on standard output, each with its "event".
 class JsonReporter final : public Reporter {
  public:
@@ -49,24 +66,34 @@ class JsonReporter final : public Reporter {
     tell({{"event", "problem"}, {"source", path}, {"reason", reason}});
   }
 
-  void analysed(const Dico& row) override {
+  void analysed(const Dico& row, const std::optional<ExpectedMovie>& movie) override {
     Json info = jsonOf(*row.dico(BatchKey::dico));
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
-    tell({{"event", "analysed"},
-          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-          {"progressive", isSourceProgressive(row)},
-          {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
-          {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
-          {"size", trimmed(presetShortLabel(
-                       presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
-          {"record", info},
-          {"remarks", remarkTexts(*row.dico(BatchKey::dico))}});
+    Json event{
+        {"event", "analysed"},
+        {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+        {"progressive", isSourceProgressive(row)},
+        {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
+        {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
+        {"size", trimmed(presetShortLabel(
+                     presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
+        {"record", info},
+        {"remarks", movie ? movie->remarks : remarkTexts(*row.dico(BatchKey::dico))}};
+    if (movie)
+      event["movie"] = jsonOfMovie(*movie);
+    tell(event);
   }
 
-  void planned(const Dico& row, const std::string& output,
-               const std::vector<Arguments>& commands) override {
+  void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
+               const std::optional<ExpectedMovie>& movie) override {
+    if (movie)
+      tell({{"event", "expected"},
+            {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+            {"output", output},
+            {"movie", jsonOfMovie(*movie)},
+            {"remarks", movie->remarks}});
     for (const Arguments& command : commands)
       tell({{"event", "planned"},
             {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},

@@ -196,7 +196,7 @@ void Session::chooseForRow(int row) {
   }
   if (options_.command != Command::analyse)
     return;
-  reporter_.analysed(table.row(row));
+  reporter_.analysed(table.row(row), table.expected(row));
   if (reporter_.isLost())
     interrupt(Stop::byUser);
 }
@@ -303,7 +303,8 @@ std::optional<std::string> Session::planRow(const Dico& row, const std::string& 
     return std::nullopt;
   }
   reporter_.planned(row, output,
-                    commandsOfPlan(*plan, prores, options_.overwrite == Overwrite::replace));
+                    commandsOfPlan(*plan, prores, options_.overwrite == Overwrite::replace),
+                    expectedMovie(row, prores));
   return std::nullopt;
 }
 

@@ -45,6 +45,11 @@ std::string soundOf(const Dico& info) {
                      info.integer(SourceKey::a0Rate).value_or(0));
 }
 
+std::vector<std::string> withFirst(std::string first, std::vector<std::string> others) {
+  others.insert(others.begin(), std::move(first));
+  return others;
+}
+
 // Lines of text; on a terminal a line of progress that is written over and over.
 class TextReporter final : public Reporter {
  public:
@@ -55,7 +60,7 @@ class TextReporter final : public Reporter {
     complain(fmt::format("{}: {}", printable(path), printable(reason)));
   }
 
-  void analysed(const Dico& row) override {
+  void analysed(const Dico& row, const std::optional<ExpectedMovie>& movie) override {
     clearProgress();
     if (!headerShown_)
       printRow(localisationString("duration", table), localisationString("picture", table),
@@ -68,14 +73,18 @@ class TextReporter final : public Reporter {
              info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
              textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
              printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
-    for (const std::string& remark : remarkTexts(info))
-      print(fmt::format("{:>9}  {}", "", remark));
+    if (movie)
+      printBelow("-> " + summaryOf(*movie));
+    for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(info))
+      printBelow(note);
   }
 
   // Lines that a shell runs as they stand. Those of one movie are a command of its own: when one of
   // them fails the others are left out, and "sh -e" ends.
-  void planned(const Dico&, const std::string& output,
-               const std::vector<Arguments>& commands) override {
+  void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
+               const std::optional<ExpectedMovie>& movie) override {
+    if (movie)
+      comment(row, joinTexts(withFirst(summaryOf(*movie), notesOf(*movie)), "; "));
     const std::string folder = parentFolder(output);
     if (!isDirectory(folder) && foldersMade_.insert(folder).second)
       print("mkdir -p -- " + shellQuoted(folder));
@@ -91,9 +100,7 @@ class TextReporter final : public Reporter {
   }
 
   void wouldKeep(const Dico& row, const std::string&, const std::string& reason) override {
-    print(fmt::format("# {}: {}",
-                      printable(row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)),
-                      printable(reason)));
+    comment(row, reason);
   }
 
   void jobStarted(const std::string&, const std::string&) override {}
@@ -153,6 +160,34 @@ class TextReporter final : public Reporter {
                 std::string_view sound, std::string_view container, std::string_view clip) {
     print(fmt::format("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}", duration, picture, codec, sound,
                       container, clip));
+  }
+
+  // A line of a plan that a shell passes over.
+  void comment(const Dico& row, const std::string& text) {
+    print(fmt::format("# {}: {}",
+                      printable(row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)),
+                      printable(text)));
+  }
+
+  // What belongs to a line of the table, below it.
+  void printBelow(const std::string& text) {
+    constexpr std::size_t indent = 11;
+    constexpr std::size_t width = 80;
+    std::string line(indent - 1, ' ');
+    std::size_t used = line.size();
+    bool isFirst = true;
+    for (const std::string_view word : split(printable(text), " ")) {
+      const std::size_t length = characterCount(word);
+      if (!isFirst && used + 1 + length > width) {
+        print(line);
+        line.assign(indent + 1, ' ');
+        used = line.size();
+      }
+      line.append(1, ' ').append(word);
+      used += 1 + length;
+      isFirst = false;
+    }
+    print(line);
   }
 
   void clearProgress() {

@@ -47,6 +47,10 @@ std::string BatchTable::sourcePath(int row) const {
   return source(row).textOrEmpty(RowInfoKey::srcPathStr);
 }
 
+std::optional<ExpectedMovie> BatchTable::expected(int row) const {
+  return expectedMovie(this->row(row), services_.preferences.text(PrefKey::prores));
+}
+
 // The row with its position in it.
 Dico& BatchTable::numbered(int row) const {
   Dico& entry = rows_.at(static_cast<std::size_t>(row));

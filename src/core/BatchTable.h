@@ -7,6 +7,7 @@
 
 #include "core/CoreServices.h"
 #include "core/Interface.h"
+#include "core/expectedMovie.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -37,6 +38,8 @@ class BatchTable {
   // The row's source record ("dico"); empty when it has none.
   const Dico& source(int row) const;
   std::string sourcePath(int row) const;
+  // What the row's movie is going to be; nothing when it cannot be made.
+  std::optional<ExpectedMovie> expected(int row) const;
 
   // Whether the row has become a movie, so that there is nothing left to do for it.
   bool isFinished(int row) const {

@@ -58,8 +58,8 @@ struct Wish {
 
 // The choice nearest to the wish that can be made of the row. The row's own size where the target
 // takes it; else, when any will do, the nearest of those that it takes: one of the source's scan
-// before others, one that the editing application accepts ("soft", as for presetIsCompliant), at the
-// speed that is wanted, the smallest that the source fits into. Nothing when there is none.
+// before others, one that the editing application accepts ("soft", as for presetIsCompliant), at
+// the speed that is wanted, the smallest that the source fits into. Nothing when there is none.
 std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft);
 
 // A choice that can be made instead of one that cannot, and what has to be named besides its target

@@ -149,7 +149,10 @@ QString BatchTableModel::text(int row, int column) const {
 QString BatchTableModel::toolTip(int row, int column) const {
   const Dico& entry = table_.row(row);
   if (column == sourceColumn || column == pictureColumn) {
-    std::vector<std::string> lines = remarkTexts(table_.source(row));
+    const auto movie = table_.expected(row);
+    std::vector<std::string> lines = movie ? notesOf(*movie) : remarkTexts(table_.source(row));
+    if (movie)
+      lines.insert(lines.begin(), "→ " + summaryOf(*movie));
     lines.insert(lines.begin(), table_.sourcePath(row));
     return qtText(joinTexts(lines, "\n"));
   }

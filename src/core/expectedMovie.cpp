@@ -1,0 +1,226 @@
+#include "core/expectedMovie.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "core/exportPlan.h"
+#include "core/jobPlan.h"
+#include "core/remarks.h"
+#include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+struct Flavour {
+  std::string_view code;
+  const char* name;
+  const char* title;
+};
+constexpr Flavour flavours[] = {{"apcn", "standard", "ProRes"},
+                                {"apco", "proxy", "ProRes Proxy"},
+                                {"apcs", "lt", "ProRes LT"},
+                                {"apch", "hq", "ProRes HQ"},
+                                {"ap4h", "4444", "ProRes 4444"}};
+
+// The one with this code or name; standard for others.
+const Flavour& flavourOf(std::string_view text) {
+  const auto* found = std::find_if(
+      std::begin(flavours), std::end(flavours),
+      [&](const Flavour& flavour) { return flavour.code == text || flavour.name == text; });
+  return found == std::end(flavours) ? flavours[0] : *found;
+}
+
+// What stands behind the last such option of the command; "" when it has none.
+std::string optionOf(const Arguments& command, std::string_view option) {
+  for (std::size_t index = command.size(); index > 1; --index)
+    if (command[index - 2] == option)
+      return command[index - 1];
+  return {};
+}
+
+double quotient(std::string_view fraction) {
+  const auto numerator = static_cast<double>(leadingInteger(textUpTo(fraction, "/")));
+  const auto denominator =
+      static_cast<double>(leadingInteger(textAfter(fraction, "/").value_or("1")));
+  return denominator > 0 ? numerator / denominator : 0;
+}
+
+// The size that the command's filters bring the pictures to; that of the source without any.
+FrameSize frameOf(const Arguments& command, const Dico& job) {
+  FrameSize size{static_cast<int>(job.integer(SourceKey::v0Width).value_or(0)),
+                 static_cast<int>(job.integer(SourceKey::v0Height).value_or(0))};
+  const std::string filters = optionOf(command, "-vf");
+  for (const std::string_view filter : split(filters, ",")) {
+    if (!startsWith(filter, "scale="))
+      continue;
+    const std::string_view scale = filter.substr(std::string_view("scale=").size());
+    const auto width = static_cast<int>(leadingInteger(textUpTo(scale, ":")));
+    const auto height = static_cast<int>(leadingInteger(textAfter(scale, ":").value_or("")));
+    if (width > 0 && height > 0)
+      size = {width, height};
+  }
+  return size;
+}
+
+bool isNear(double one, double other) {
+  return std::abs(one - other) < 0.001;
+}
+
+// The rate of an export: 24, 30 and 60 are those of television unless the source has exactly that
+// number, twice or half of it.
+double exportedRate(std::string_view settings, double sourceRate) {
+  const std::size_t scan = settings.find_last_of("pi", settings.find("Letter"));
+  const auto whole = static_cast<double>(
+      scan == std::string_view::npos ? 0 : leadingInteger(settings.substr(scan + 1)));
+  if (whole <= 0)
+    return sourceRate;
+  const bool isTelevision = whole == 24 || whole == 30 || whole == 60;
+  if (!isTelevision || isNear(sourceRate, whole) || isNear(sourceRate, whole * 2) ||
+      isNear(sourceRate, whole / 2))
+    return whole;
+  return whole * 1000 / 1001;
+}
+
+void describePictures(const JobPlan& plan, std::string_view prefProres, ExpectedMovie& movie) {
+  const Dico& job = plan.job;
+  const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
+  const bool hasFields = !isSourceProgressive(job);
+  const double sourceRate = job.number(SourceKey::v0Fps).value_or(0) / (hasFields ? 2 : 1);
+  if (isQuickTimeCopy(job)) {
+    movie.isCopy = true;
+    movie.codec = job.textOrEmpty(SourceKey::v0Codec);
+    movie.rate = needsSlowing(job) ? sourceRate / 2 : sourceRate;
+    const FrameSize size = frameOf({}, job);
+    movie.width = size.width;
+    movie.height = size.height;
+    return;
+  }
+  const bool isProres = job.integer(JobKey::out) == outProres;
+  movie.codec = isProres ? "prores" : "icod";
+  movie.isInterlaced = contains(label, "i50");
+  const std::string rate = optionOf(plan.command.arguments, "-r");
+  if (plan.command.writesProres) {
+    // It has no 4444.
+    movie.flavour = prefProres == "ap4h" ? "standard" : flavourOf(prefProres).name;
+    const FrameSize size = frameOf(plan.command.arguments, job);
+    movie.width = size.width;
+    movie.height = size.height;
+    movie.rate = quotient(rate);
+    return;
+  }
+  if (isProres)
+    movie.flavour = flavourOf(prefProres).name;
+  const FrameSize size = presetFrameSize(label);
+  movie.width = size.width;
+  movie.height = size.height;
+  // What the export reads has the rate of the command, or is slowed before.
+  const double slowed = job.integer(JobKey::speed) == speedSlow ? sourceRate / 2 : sourceRate;
+  movie.rate = exportedRate(exportPresetName(job, "apcn"), rate.empty() ? slowed : quotient(rate));
+}
+
+std::string number(double value) {
+  return fmt::format("{:.4g}", value);
+}
+
+// The streams of a kind behind the first one that is converted.
+void leaveOutStreams(const Dico& job, StreamKind kind, int first, const char* name, const char* key,
+                     ExpectedMovie& movie) {
+  // More than a clip has; a stored record may hold anything.
+  constexpr int most = 64;
+  for (int index = first; index < most; ++index) {
+    const auto id = job.integer(streamKey(kind, index, StreamField::id));
+    if (!id)
+      break;
+    std::vector<std::string> words = {job.textOrEmpty(streamKey(kind, index, StreamField::codec))};
+    if (const auto language = job.text(streamKey(kind, index, StreamField::lang)))
+      words.push_back(*language);
+    movie.leftOut.push_back(
+        {name, localisationString(key, "", fmt::format("{}", *id), joinTexts(words, ", "))});
+  }
+}
+
+void tellLeftOut(const Dico& job, ExpectedMovie& movie) {
+  const bool hasFields = !isSourceProgressive(job);
+  const bool isSlow = job.integer(JobKey::speed) == speedSlow;
+  const double rate = job.number(SourceKey::v0Fps).value_or(0);
+  const double shown = movie.isInterlaced ? 2 * movie.rate : movie.rate;
+  if (!isSlow && shown > 0 && rate > 1.5 * shown)
+    movie.leftOut.push_back({hasFields ? "fields" : "pictures",
+                             localisationString(hasFields ? "out_fields" : "out_pictures", "",
+                                                number(shown), number(rate))});
+  const auto width = job.integer(SourceKey::v0Width).value_or(0);
+  const auto height = job.integer(SourceKey::v0Height).value_or(0);
+  if (movie.width < width || movie.height < height)
+    movie.leftOut.push_back(
+        {"details", localisationString("out_details", "", fmt::format("{}x{}", width, height),
+                                       fmt::format("{}x{}", movie.width, movie.height))});
+  leaveOutStreams(job, StreamKind::video, 1, "video", "out_video", movie);
+  leaveOutStreams(job, StreamKind::audio, 1, "sound", "out_sound", movie);
+  const auto channels = job.integer(SourceKey::a0Channels).value_or(0);
+  if (movie.soundChannels > 0 && channels > movie.soundChannels)
+    movie.leftOut.push_back(
+        {"channels", localisationString("out_channels", "", fmt::format("{}", channels),
+                                        fmt::format("{}", movie.soundChannels))});
+  leaveOutStreams(job, StreamKind::subtitle, 0, "subtitles", "out_subtitles", movie);
+}
+
+}  // namespace
+
+std::optional<ExpectedMovie> expectedMovie(const Dico& row, std::string_view prefProres) {
+  if (refusalOf(row, true))
+    return std::nullopt;
+  const auto plan = planJob(jobOfRow(row), "movie.mov", prefProres);
+  if (!plan)
+    return std::nullopt;
+  const Dico& job = plan->job;
+  ExpectedMovie movie;
+  describePictures(*plan, prefProres, movie);
+  if (job.contains(SourceKey::a0Id)) {
+    constexpr std::int64_t stereo = 2;
+    const auto channels = job.integer(SourceKey::a0Channels).value_or(stereo);
+    movie.soundChannels =
+        static_cast<int>(job.flag(JobKey::prefSurrond) ? std::max(channels, stereo) : stereo);
+    movie.soundRate = static_cast<int>(job.integer(SourceKey::a0Rate).value_or(0));
+  }
+  tellLeftOut(job, movie);
+  movie.remarks = remarkTexts(job);
+  if (movie.soundChannels > 0 && job.integer(JobKey::speed) == speedSlow)
+    movie.remarks.push_back(localisationString("out_slowSound"));
+  return movie;
+}
+
+std::string summaryOf(const ExpectedMovie& movie) {
+  std::string codec = movie.codec;
+  if (movie.isCopy)
+    codec = localisationString("out_copy", "", movie.codec);
+  else if (movie.codec == "prores")
+    codec = flavourOf(movie.flavour).title;
+  else if (movie.codec == "icod")
+    codec = "Apple Intermediate Codec";
+  std::string text =
+      fmt::format("{} {}x{}{} {}", codec, movie.width, movie.height, movie.isInterlaced ? "i" : "p",
+                  number(movie.isInterlaced ? 2 * movie.rate : movie.rate));
+  if (movie.soundChannels > 0)
+    text += fmt::format(", PCM {}x{}", movie.soundChannels, movie.soundRate);
+  return text;
+}
+
+std::vector<std::string> notesOf(const ExpectedMovie& movie) {
+  std::vector<std::string> notes;
+  std::vector<std::string> texts;
+  for (const LeftOut& each : movie.leftOut)
+    texts.push_back(each.text);
+  if (!texts.empty())
+    notes.push_back(localisationString("out_left", "", joinTexts(texts, "; ")));
+  notes.insert(notes.end(), movie.remarks.begin(), movie.remarks.end());
+  return notes;
+}
+
+}  // namespace tessarin

@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+
+#include "analysis/SourceInfo.h"
+#include "analysis/codecInventory.h"
+#include "core/expectedMovie.h"
+#include "encoding/BatchEntry.h"
+#include "prefs/utilsAlert.h"
+#include "support/LogCapture.h"
+#include "support/TestBundle.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ExpectedMovies : public testing::Test {
+ protected:
+  ExpectedMovies() {
+    codecInventory().aic = true;
+    codecInventory().prores = true;
+  }
+  ~ExpectedMovies() override { codecInventory() = CodecInventory(); }
+
+  static Dico rowOf(int width, int height, double fps, bool progressive, int out, int size,
+                    int speed = speedKeep) {
+    return {{"dico", Dico{{"v0_id", 0},
+                          {"v0_codec", "h264"},
+                          {"v0_width", width},
+                          {"v0_height", height},
+                          {"v0_fps", fps},
+                          {"v0_fields", fieldsText(progressive ? "PFF" : "TFF")},
+                          {"wrapper", "mov,mp4"},
+                          {"srcPathStr", "/clips/00001.mov"},
+                          {"a0_id", 1},
+                          {"a0_channels", 2},
+                          {"a0_rate", 48000}}},
+            {"fpsSrc", progressive ? "\n25p" : "\n50i"},
+            {"sizeOut", size},
+            {"fps", speed},
+            {"out", out}};
+  }
+  static std::string summary(const Dico& row, const char* prores = "apcn") {
+    const auto movie = expectedMovie(row, prores);
+    return movie ? summaryOf(*movie) : "none";
+  }
+  static std::vector<std::string> kindsLeftOut(const Dico& row) {
+    std::vector<std::string> kinds;
+    if (const auto movie = expectedMovie(row, "apcn"))
+      for (const LeftOut& each : movie->leftOut)
+        kinds.push_back(each.kind);
+    return kinds;
+  }
+
+  test::TestBundle bundle_;
+  test::LogCapture log_{false};
+};
+
+TEST_F(ExpectedMovies, AreWhatTheirPlansMake) {
+  const struct {
+    const char* why;
+    Dico row;
+    const char* expected;
+  } cases[] = {
+      {"fields stay fields, and nothing is scaled", rowOf(720, 576, 50, false, outProres, 9),
+       "ProRes 720x576i 50, PCM 2x48000"},
+      {"an export scales", rowOf(720, 576, 50, false, outAic, 9),
+       "Apple Intermediate Codec 1440x1080i 50, PCM 2x48000"},
+      {"television's rate", rowOf(1920, 1080, 59.94, false, outProres, 12),
+       "ProRes 1920x1080i 59.94, PCM 2x48000"},
+      {"fields become pictures", rowOf(1920, 1080, 50, false, outProres, 6),
+       "ProRes 1280x720p 50, PCM 2x48000"},
+      {"a copy", rowOf(1280, 720, 50, true, outQuickTime, 6),
+       "h264 (copy) 1280x720p 50, PCM 2x48000"},
+      {"a slowed one", rowOf(1280, 720, 50, true, outQuickTime, 5, speedSlow),
+       "h264 (copy) 1280x720p 25, PCM 2x48000"},
+      {"half of the pictures", rowOf(1920, 1080, 59.94, true, outProres, 10, speedHalf),
+       "ProRes 1920x1080p 29.97, PCM 2x48000"},
+      {"a whole rate", rowOf(1920, 1080, 30, true, outProres, 10),
+       "ProRes 1920x1080p 30, PCM 2x48000"},
+      {"standard definition becomes small", rowOf(720, 576, 25, true, outAic, 4),
+       "Apple Intermediate Codec 960x540p 25, PCM 2x48000"},
+      {"not allowed", rowOf(1920, 1080, 50, false, outQuickTime, 12), "none"},
+  };
+  for (const auto& item : cases)
+    EXPECT_EQ(summary(item.row), item.expected) << item.why;
+  EXPECT_EQ(summary(rowOf(1920, 1080, 25, true, outProres, 10), "ap4h"),
+            "ProRes 4444 1920x1080p 25, PCM 2x48000");
+  EXPECT_EQ(summary(rowOf(1920, 1080, 50, false, outProres, 12), "ap4h"),
+            "ProRes 1920x1080i 50, PCM 2x48000")
+      << "not of fields";
+}
+
+TEST_F(ExpectedMovies, TellWhatIsLeftOut) {
+  EXPECT_THAT(kindsLeftOut(rowOf(1920, 1080, 25, true, outProres, 10)), IsEmpty());
+  EXPECT_THAT(kindsLeftOut(rowOf(1280, 720, 50, true, outProres, 5, speedHalf)),
+              ElementsAre("pictures"));
+  EXPECT_THAT(kindsLeftOut(rowOf(1280, 720, 50, true, outProres, 5, speedSlow)), IsEmpty());
+  EXPECT_THAT(kindsLeftOut(rowOf(1920, 1080, 50, false, outProres, 10, speedHalf)),
+              ElementsAre("fields"));
+  EXPECT_THAT(kindsLeftOut(rowOf(1920, 1080, 50, false, outProres, 11)), IsEmpty());
+  EXPECT_THAT(kindsLeftOut(rowOf(720, 576, 25, true, outAic, 4)), ElementsAre("details"));
+
+  Dico row = rowOf(1920, 1080, 25, true, outProres, 10);
+  Dico info = *row.dico("dico");
+  info.merge({{"a0_channels", 6},
+              {"a1_id", 2},
+              {"a1_codec", "ac3"},
+              {"a1_lang", "fra"},
+              {"s0_id", 3},
+              {"s0_codec", "hdmv_pgs_subtitle"},
+              {"v1_id", 4},
+              {"v1_codec", "mjpeg"}});
+  row.set("dico", info);
+  EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "sound", "channels", "subtitles"));
+  EXPECT_THAT(notesOf(*expectedMovie(row, "apcn")),
+              ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
+                          "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
+  info.set("prefSurrond", 1);
+  row.set("dico", info);
+  EXPECT_EQ(summary(row), "ProRes 1920x1080p 25, PCM 6x48000");
+}
+
+}  // namespace
+}  // namespace tessarin
