@@ -1,8 +1,12 @@
 # What every target is compiled with: warnings are errors, and the sanitizers when asked for.
 add_library(tessarin_options INTERFACE)
 target_compile_options(tessarin_options INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wold-style-cast -Wcast-qual
+  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wold-style-cast -Wcast-qual
   -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough)
+# Where files are compiled together one file's names are shadowed by another's.
+if(NOT CMAKE_UNITY_BUILD)
+  target_compile_options(tessarin_options INTERFACE -Wshadow)
+endif()
 # gcc 12 warns about texts put together with "+" when it optimises fully (its bug 105651). Only
 # there, because clang-tidy does not know the option.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

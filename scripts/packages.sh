@@ -2,9 +2,12 @@
 # Debian's packages that Tessarin needs, and installing those that are missing. Sourced by
 # setup.sh.
 
+# What the command line is made of, what the window needs besides, and what the tests.
 buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev libplist-dev
-  nlohmann-json3-dev libcurl4-openssl-dev libarchive-dev nettle-dev qt6-base-dev qt6-svg-dev
-  libgtest-dev libgmock-dev)
+  nlohmann-json3-dev)
+windowPackages=(libcurl4-openssl-dev libarchive-dev nettle-dev qt6-base-dev qt6-svg-dev)
+testPackages=(libgtest-dev libgmock-dev)
+allPackages=("${buildPackages[@]}" "${windowPackages[@]}" "${testPackages[@]}")
 runPackages=(ffmpeg file)
 screenshotPackages=(xvfb xauth)
 benchPackages=(libbenchmark-dev hyperfine time)
@@ -35,15 +38,17 @@ readInstalledPackages() {
   installedPackages=" $(sed -n 's/^installed //p' <<<"$states" | tr -d '\n')"
 }
 
-# aptInstall NAME...: first with the package lists that are there, then with new ones.
+# aptInstall NAME...: first with the package lists that are there, then with new ones. It waits for
+# another run of apt, such as a new system's own, and tells how far it is.
 aptInstall() {
   local -a rights=()
   if [ "$(id -u)" -ne 0 ]; then
     rights=(sudo)
   fi
-  local -a install=("${rights[@]}" env DEBIAN_FRONTEND=noninteractive
-    apt-get install -y --no-install-recommends "$@")
-  "${install[@]}" || { "${rights[@]}" apt-get update && "${install[@]}"; }
+  local -a apt=("${rights[@]}" env DEBIAN_FRONTEND=noninteractive
+    apt-get -y -o DPkg::Lock::Timeout=300 -o APT::Status-Fd=1)
+  local -a install=("${apt[@]}" install --no-install-recommends "$@")
+  "${install[@]}" || { "${apt[@]}" update && "${install[@]}"; }
 }
 
 # installPackages NAME...: installs what is missing of these packages; does nothing and asks

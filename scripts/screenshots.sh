@@ -12,7 +12,7 @@ home=$(mktemp -d)
 trap 'rm -rf "$home"' EXIT
 mkdir -p "$folder"
 
-installPackages "${buildPackages[@]}" "${runPackages[@]}" "${screenshotPackages[@]}"
+installPackages "${allPackages[@]}" "${runPackages[@]}" "${screenshotPackages[@]}"
 build release makeScreenshots
 
 say "taking the pictures"

@@ -6,6 +6,8 @@
 set -euo pipefail
 mode=$1
 root=$2
+# shellcheck source=scripts/tell.sh
+. "$root/scripts/tell.sh"
 
 /usr/bin/python3 -c 'import numpy' 2>/dev/null || {
   echo "skipped: no python3-numpy"

@@ -8,6 +8,7 @@
 #include "cli/runSettings.h"
 #include "cli/sources.h"
 #include "cli/terminal.h"
+#include "cli/texts.h"
 #include "core/BatchFile.h"
 #include "core/batchSettings.h"
 #include "core/exportPlan.h"
@@ -25,8 +26,6 @@ namespace {
 
 // How often progress is told at the most.
 constexpr std::chrono::milliseconds progressInterval(200);
-
-constexpr const char* table = "CommandLine";
 
 // A reason for a line that names the path already.
 std::string withoutName(const std::string& reason, const std::string& path) {
@@ -248,7 +247,7 @@ void Session::begin() {
     end();
   } else if (start_.batch) {
     if (rows_ == 0)
-      reporter_.note(localisationString("nothingToConvert", table));
+      reporter_.note(localisationString("nothingToConvert", textTable));
     app_.driver().continueBatch();
   } else {
     app_.iba_batchGoBt();
@@ -267,7 +266,7 @@ void Session::writeBatch() {
     const bool isKept = recorder_ && options_.command != Command::prepare && recorder_->keep();
     const std::string reason = withoutName(written.reason(), *options_.batchFile);
     problem(*options_.batchFile,
-            isKept ? localisationString("resultsKept", table, reason) : reason);
+            isKept ? localisationString("resultsKept", textTable, reason) : reason);
   } else if (options_.command == Command::prepare) {
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());
   }
@@ -355,7 +354,7 @@ void Session::end() {
     recorder_->discard();
   // Behind the last line of progress.
   if (isKept_)
-    complain(localisationString("interrupted", table));
+    complain(localisationString("interrupted", textTable));
   services_.loop.stop(failed_ ? someNot : allConverted);
 }
 

@@ -8,6 +8,7 @@
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
+#include "cli/texts.h"
 #include "core/missingSources.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"
@@ -17,8 +18,6 @@
 namespace tessarin::cli {
 
 namespace {
-
-constexpr const char* table = "CommandLine";
 
 std::string minutesAndSeconds(double seconds) {
   const auto whole = std::llround(seconds);
@@ -63,9 +62,9 @@ class TextReporter final : public Reporter {
   void analysed(const Dico& row, const std::optional<ExpectedMovie>& movie) override {
     clearProgress();
     if (!headerShown_)
-      printRow(localisationString("duration", table), localisationString("picture", table),
-               localisationString("codec", table), localisationString("sound", table),
-               localisationString("container", table), localisationString("clip", table));
+      printRow(localisationString("duration", textTable), localisationString("picture", textTable),
+               localisationString("codec", textTable), localisationString("sound", textTable),
+               localisationString("container", textTable), localisationString("clip", textTable));
     headerShown_ = true;
     const Dico& info = *row.dico(BatchKey::dico);
     const auto duration = info.number(SourceKey::wDuration);
@@ -114,7 +113,7 @@ class TextReporter final : public Reporter {
     if (progress.speed)
       line += fmt::format("  {:.1f}x", *progress.speed);
     if (progress.left)
-      line += "  " + localisationString("left", table, minutesAndSeconds(*progress.left));
+      line += "  " + localisationString("left", textTable, minutesAndSeconds(*progress.left));
     line = firstCharacters(line, terminalWidth(STDERR_FILENO) - 1);
     writeText(stderr, fmt::format("\r{}\033[K", line));
     progressShown_ = true;
@@ -124,7 +123,8 @@ class TextReporter final : public Reporter {
     clearProgress();
     switch (end.kind) {
       case JobEnd::Kind::converted:
-        print(localisationString("converted", table, printable(end.source), printable(end.output)) +
+        print(localisationString("converted", textTable, printable(end.source),
+                                 printable(end.output)) +
               (end.reason.empty() ? "" : " (" + end.reason + ")"));
         break;
       case JobEnd::Kind::kept:
@@ -132,9 +132,9 @@ class TextReporter final : public Reporter {
         break;
       case JobEnd::Kind::failed:
       case JobEnd::Kind::stopped:
-        problem(end.source, end.output.empty()
-                                ? end.reason
-                                : localisationString("leftOver", table, end.reason, end.output));
+        problem(end.source, end.output.empty() ? end.reason
+                                               : localisationString("leftOver", textTable,
+                                                                    end.reason, end.output));
         break;
     }
   }
@@ -147,7 +147,7 @@ class TextReporter final : public Reporter {
 
   void batchWritten(const std::string& path, std::size_t rows) override {
     clearProgress();
-    print(localisationString("batchWritten", table, printable(path), fmt::format("{}", rows)));
+    print(localisationString("batchWritten", textTable, printable(path), fmt::format("{}", rows)));
   }
 
   void note(const std::string& text) override {
@@ -169,7 +169,7 @@ class TextReporter final : public Reporter {
                       printable(text)));
   }
 
-  // What belongs to a line of the table, below it.
+  // What belongs to a line of the textTable, below it.
   void printBelow(const std::string& text) {
     constexpr std::size_t indent = 11;
     constexpr std::size_t width = 80;

@@ -2,6 +2,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "cli/texts.h"
 #include "core/jobPlan.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
@@ -9,8 +10,6 @@
 namespace tessarin::cli {
 
 namespace {
-
-constexpr const char* table = "CommandLine";
 
 std::string words(const Alternative& alternative, double fps) {
   std::vector<std::string> options;
@@ -21,7 +20,7 @@ std::string words(const Alternative& alternative, double fps) {
   const char* target = targetWord(alternative.choice.target);
   return options.empty()
              ? target
-             : localisationString("withOptions", table, target, joinTexts(options, " "));
+             : localisationString("withOptions", textTable, target, joinTexts(options, " "));
 }
 
 }  // namespace
@@ -59,7 +58,7 @@ std::string refusalOfWish(const Dico& row, const Wish& wish, int soft) {
     possible.push_back(words(alternative, fps));
   return possible.empty()
              ? reason
-             : localisationString("possibleHere", table, reason, joinTexts(possible, "; "));
+             : localisationString("possibleHere", textTable, reason, joinTexts(possible, "; "));
 }
 
 }  // namespace tessarin::cli

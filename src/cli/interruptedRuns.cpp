@@ -7,19 +7,18 @@
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
 #include "cli/terminal.h"
+#include "cli/texts.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin::cli {
 
 namespace {
 
-constexpr const char* table = "CommandLine";
-
 void tellInterrupted(std::size_t count) {
   if (count == 1)
-    complain(localisationString("interrupted", table));
+    complain(localisationString("interrupted", textTable));
   else if (count > 1)
-    complain(localisationString("interruptedSeveral", table, fmt::format("{}", count)));
+    complain(localisationString("interruptedSeveral", textTable, fmt::format("{}", count)));
 }
 
 }  // namespace
@@ -27,7 +26,8 @@ void tellInterrupted(std::size_t count) {
 InterruptedBatches meetInterruptedRuns(const Options& options) {
   InterruptedBatches interrupted = findInterruptedBatches(batchesFolder());
   for (const PutAside& each : interrupted.putAside)
-    complain(localisationString("putAside", table, printable(each.output), printable(each.aside)));
+    complain(
+        localisationString("putAside", textTable, printable(each.output), printable(each.aside)));
   for (const StoreProblem& each : interrupted.problems)
     complain(fmt::format("{}: {}", printable(each.path), each.reason));
   if (!options.recover && !options.forget)
@@ -38,7 +38,7 @@ InterruptedBatches meetInterruptedRuns(const Options& options) {
 int recoverRuns(const Options& options, InterruptedBatches interrupted, Reporter& reporter,
                 const Runner& runner) {
   if (interrupted.stores.empty())
-    reporter.note(localisationString("nothingToRecover", table));
+    reporter.note(localisationString("nothingToRecover", textTable));
   int status = allConverted;
   for (BatchStore& store : interrupted.stores) {
     std::vector<StoreProblem> problems;
@@ -59,7 +59,7 @@ int recoverRuns(const Options& options, InterruptedBatches interrupted, Reporter
 
 int forgetRuns(InterruptedBatches interrupted, Reporter& reporter) {
   if (interrupted.stores.empty())
-    reporter.note(localisationString("nothingToRecover", table));
+    reporter.note(localisationString("nothingToRecover", textTable));
   for (BatchStore& store : interrupted.stores)
     store.discard();
   return allConverted;

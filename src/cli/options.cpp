@@ -9,6 +9,7 @@
 #include "cli/exitStatus.h"
 #include "cli/sources.h"
 #include "cli/terminal.h"
+#include "cli/texts.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -16,8 +17,6 @@
 namespace tessarin::cli {
 
 namespace {
-
-constexpr const char* table = "CommandLine";
 
 using Names = std::map<std::string, int>;
 
@@ -81,7 +80,7 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
             if (found == map.end())
               throw CLI::ValidationError(
                   flag,
-                  localisationString("wrong_choice", table, "\"" + word + "\"", choices(map)));
+                  localisationString("wrong_choice", textTable, "\"" + word + "\"", choices(map)));
             result = found->second;
           },
           help)
@@ -108,7 +107,7 @@ Command takeCommand(std::vector<std::string>& words) {
 class HelpText final : public CLI::Formatter {
   std::string make_description(const CLI::App*) const override { return {}; }
   std::string make_usage(const CLI::App*, std::string) const override {
-    return localisationString("help_usage", table) + "\n";
+    return localisationString("help_usage", textTable) + "\n";
   }
 };
 
@@ -119,13 +118,14 @@ std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
   if (!startsWith(name, "-"))
     name = "--" + name;
   if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)
-    return localisationString("wrong_excludes", table, name, words.substr(words.rfind(' ') + 1));
+    return localisationString("wrong_excludes", textTable, name,
+                              words.substr(words.rfind(' ') + 1));
   const CLI::Option* option = app.get_option_no_throw(name);
   if (option == nullptr || dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr)
     return words;
   if (option->get_items_expected_max() == 0)
-    return localisationString("wrong_takesNoValue", table, name);
-  return localisationString("wrong_needsValue", table, name, option->get_type_name());
+    return localisationString("wrong_takesNoValue", textTable, name);
+  return localisationString("wrong_needsValue", textTable, name, option->get_type_name());
 }
 
 // The first of these options that was given.
@@ -140,35 +140,35 @@ std::optional<std::string> given(const CLI::App& app, std::initializer_list<cons
 std::optional<std::string> contradiction(const CLI::App& app, const Options& options) {
   const bool isStored = options.recover || options.forget || options.batchFile;
   if (options.recover && options.forget)
-    return localisationString("wrong_excludes", table, "--recover", "--forget");
+    return localisationString("wrong_excludes", textTable, "--recover", "--forget");
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
-      return localisationString("wrong_recoverClips", table);
+      return localisationString("wrong_recoverClips", textTable);
     if (const auto option = given(app, {"--batch", "--for", "--format", "--prores", "--size",
                                         "--speed", "--surround", "--no-surround", "--destination"}))
-      return localisationString("wrong_recoverOption", table, *option);
+      return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
-    return localisationString("wrong_batchCommand", table);
+    return localisationString("wrong_batchCommand", textTable);
   } else if (options.batchFile && options.paths.empty()) {
     if (const auto option =
             given(app, {"--for", "--format", "--size", "--speed", "--surround", "--no-surround"}))
-      return localisationString("wrong_batchOption", table, *option);
+      return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
   if (options.destination && options.destination->empty())
-    return localisationString("wrong_needsValue", table, "--destination", "DIR");
+    return localisationString("wrong_needsValue", textTable, "--destination", "DIR");
   if (options.paths.empty() && !isStored)
-    return localisationString("wrong_noClips", table);
+    return localisationString("wrong_noClips", textTable);
   if (options.command == Command::analyse)
     // Nothing is written.
     if (const auto option =
             given(app, {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"}))
-      return localisationString("wrong_analyseOption", table, *option);
+      return localisationString("wrong_analyseOption", textTable, *option);
   return std::nullopt;
 }
 
 Exit refuse(const std::string& reason) {
-  complain(localisationString("wrong_use", table, reason));
+  complain(localisationString("wrong_use", textTable, reason));
   return Exit{wrongUse};
 }
 
@@ -187,39 +187,42 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   Options options;
   CLI::App app("", "tessarin");
   const auto formatter = std::make_shared<HelpText>();
-  formatter->label("Excludes", localisationString("help_excludes", table));
+  formatter->label("Excludes", localisationString("help_excludes", textTable));
   app.formatter(formatter);
-  app.option_defaults()->group(localisationString("help_options", table));
-  app.footer(localisationString("help_footer", table));
+  app.option_defaults()->group(localisationString("help_options", textTable));
+  app.footer(localisationString("help_footer", textTable));
   app.allow_extras();
-  app.set_help_flag("-h,--help", localisationString("help_help", table));
+  app.set_help_flag("-h,--help", localisationString("help_help", textTable));
   app.set_version_flag("-V,--version", "Tessarin " + version,
-                       localisationString("help_version", table));
-  addChoice(app, "--for", applications(), options.soft, localisationString("help_for", table));
-  addChoice(app, "--format", targets(), options.target, localisationString("help_format", table));
-  addChoice(app, "--prores", flavours(), options.prores, localisationString("help_prores", table));
-  addChoice(app, "--size", sizes(), options.size, localisationString("help_size", table))
+                       localisationString("help_version", textTable));
+  addChoice(app, "--for", applications(), options.soft, localisationString("help_for", textTable));
+  addChoice(app, "--format", targets(), options.target,
+            localisationString("help_format", textTable));
+  addChoice(app, "--prores", flavours(), options.prores,
+            localisationString("help_prores", textTable));
+  addChoice(app, "--size", sizes(), options.size, localisationString("help_size", textTable))
       ->type_name("auto|same|SIZE");
-  addChoice(app, "--speed", speeds(), options.speed, localisationString("help_speed", table));
+  addChoice(app, "--speed", speeds(), options.speed, localisationString("help_speed", textTable));
   CLI::Option* surround = app.add_flag_callback(
-      "--surround", [&] { options.surround = true; }, localisationString("help_surround", table));
+      "--surround", [&] { options.surround = true; },
+      localisationString("help_surround", textTable));
   app.add_flag_callback(
          "--no-surround", [&] { options.surround = false; },
-         localisationString("help_noSurround", table))
+         localisationString("help_noSurround", textTable))
       ->excludes(surround);
   app.add_option("-d,--destination", options.destination,
-                 localisationString("help_destination", table))
+                 localisationString("help_destination", textTable))
       ->type_name("DIR")
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
-            localisationString("help_overwrite", table));
-  app.add_option("--batch", options.batchFile, localisationString("help_batch", table))
+            localisationString("help_overwrite", textTable));
+  app.add_option("--batch", options.batchFile, localisationString("help_batch", textTable))
       ->type_name("FILE")
       ->take_last();
-  app.add_flag("--recover", options.recover, localisationString("help_recover", table));
-  app.add_flag("--forget", options.forget, localisationString("help_forget", table));
-  app.add_flag("--json", options.json, localisationString("help_json", table));
-  app.add_flag("-v,--verbose", options.verbose, localisationString("help_verbose", table));
+  app.add_flag("--recover", options.recover, localisationString("help_recover", textTable));
+  app.add_flag("--forget", options.forget, localisationString("help_forget", textTable));
+  app.add_flag("--json", options.json, localisationString("help_json", textTable));
+  app.add_flag("-v,--verbose", options.verbose, localisationString("help_verbose", textTable));
   for (CLI::Option* option : app.get_options())
     if (option->get_items_expected_max() == 0)
       option->disable_flag_override();
@@ -235,7 +238,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   options.paths = app.remaining();
   for (const std::string& word : options.paths)
     if (startsWith(word, "-") && word != "-")
-      return refuse(localisationString("wrong_option", table, printable(word)));
+      return refuse(localisationString("wrong_option", textTable, printable(word)));
   options.command = takeCommand(options.paths);
   options.paths.insert(options.paths.end(), paths.begin(), paths.end());
   if (const auto reason = contradiction(app, options))

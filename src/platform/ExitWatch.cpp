@@ -7,7 +7,7 @@ namespace tessarin {
 namespace {
 
 // Without an exit descriptor: often enough that nobody notices, seldom enough to cost nothing.
-constexpr std::chrono::milliseconds askingInterval(50);
+constexpr std::chrono::milliseconds askingAgainAfter(50);
 
 }  // namespace
 
@@ -20,7 +20,7 @@ ExitWatch::ExitWatch(RunLoop& loop, ChildProcess& child, RunLoop::Task exited)
 }
 
 void ExitWatch::askLater() {
-  id_ = loop_.runAfter(askingInterval, [this] { ask(); });
+  id_ = loop_.runAfter(askingAgainAfter, [this] { ask(); });
 }
 
 void ExitWatch::ask() {

@@ -13,7 +13,7 @@ namespace tessarin {
 
 namespace {
 
-constexpr int imageSize = 88;
+constexpr int dropImageSize = 88;
 constexpr int captionHeight = 36;
 constexpr double cornerRadius = 10;
 
@@ -62,17 +62,17 @@ void DropView::paintEvent(QPaintEvent*) {
   painter.drawRoundedRect(QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5), cornerRadius,
                           cornerRadius);
   const QColor colour = palette().color(QPalette::WindowText);
-  painter.drawPixmap(QPointF((width() - imageSize) / 2.0, imageTop()),
-                     drawing(image_, imageSize, colour, devicePixelRatioF()));
+  painter.drawPixmap(QPointF((width() - dropImageSize) / 2.0, imageTop()),
+                     drawing(image_, dropImageSize, colour, devicePixelRatioF()));
 }
 
 int DropView::imageTop() const {
-  return qMax(8, (height() - imageSize - captionHeight) / 2);
+  return qMax(8, (height() - dropImageSize - captionHeight) / 2);
 }
 
 void DropView::resizeEvent(QResizeEvent*) {
   if (layout())
-    layout()->setContentsMargins(8, imageTop() + imageSize + 4, 8, 8);
+    layout()->setContentsMargins(8, imageTop() + dropImageSize + 4, 8, 8);
 }
 
 void DropView::mouseReleaseEvent(QMouseEvent* event) {

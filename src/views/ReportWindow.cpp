@@ -17,7 +17,7 @@ namespace tessarin {
 
 namespace {
 
-constexpr int textWidth = 460;
+constexpr int reportWidth = 460;
 
 QPlainTextEdit* newFacts() {
   auto* facts = new QPlainTextEdit(qtText(environmentFacts()) + "Qt " + qVersion() + ", " +
@@ -42,7 +42,7 @@ ReportWindow::ReportWindow(const std::function<void(const std::string&)>& reveal
   column->setSpacing(12);
   auto* text = new QLabel("@@reportText");
   text->setWordWrap(true);
-  text->setMinimumWidth(textWidth);
+  text->setMinimumWidth(reportWidth);
   column->addWidget(text);
   QPlainTextEdit* facts = newFacts();
   column->addWidget(facts, 1);

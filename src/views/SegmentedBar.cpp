@@ -8,7 +8,7 @@ namespace tessarin {
 
 namespace {
 
-constexpr int imageSize = 20;
+constexpr int segmentImageSize = 20;
 
 // The segments of a choice look like those of the batch: the chosen one in the selection's colour.
 constexpr const char* choiceLook = R"(
@@ -37,7 +37,7 @@ SegmentedBar::SegmentedBar(Kind kind, const QStringList& titles, QWidget* parent
     auto* segment = new QToolButton(this);
     segment->setText(title);
     segment->setCheckable(kind == Kind::choice);
-    segment->setIconSize({imageSize, imageSize});
+    segment->setIconSize({segmentImageSize, segmentImageSize});
     segment->setFocusPolicy(Qt::StrongFocus);
     segment->setSizePolicy(kind == Kind::choice ? QSizePolicy::Expanding : QSizePolicy::Fixed,
                            QSizePolicy::Fixed);

@@ -14,12 +14,12 @@ namespace tessarin {
 
 namespace {
 
-constexpr int textWidth = 420;
+constexpr int noticeWidth = 420;
 
 QLabel* newText() {
   auto* label = new QLabel;
   label->setWordWrap(true);
-  label->setMinimumWidth(textWidth);
+  label->setMinimumWidth(noticeWidth);
   return label;
 }
 

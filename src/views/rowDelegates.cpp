@@ -17,7 +17,7 @@ namespace {
 constexpr int markSize = 18;
 constexpr int segmentPadding = 9;
 constexpr int cellMargin = 6;
-constexpr double cornerRadius = 4;
+constexpr double selectionRadius = 4;
 
 // Background, selection and focus as the style draws them; the content is ours.
 void paintEmptyCell(QPainter* painter, QStyleOptionViewItem option) {
@@ -108,8 +108,8 @@ void ChoiceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
   painter->save();
   painter->setRenderHint(QPainter::Antialiasing);
   QPainterPath outline;
-  outline.addRoundedRect(QRectF(first.united(last)).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius,
-                         cornerRadius);
+  outline.addRoundedRect(QRectF(first.united(last)).adjusted(0.5, 0.5, -0.5, -0.5), selectionRadius,
+                         selectionRadius);
   painter->fillPath(outline, cell.palette.color(QPalette::Button));
   for (int segment = 0; segment < titles.size(); ++segment) {
     const QRect place = segmentRect(cell, index.column(), segment);

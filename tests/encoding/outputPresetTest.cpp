@@ -13,17 +13,17 @@
 namespace tessarin {
 namespace {
 
-std::string key(std::string_view name) {
+std::string entryKey(std::string_view name) {
   return std::string(name);
 }
 
 // A row as the analysis makes it: the rate is that of the frames or, interlaced, of the fields.
 Dico entryOf(int width, int height, const std::string& scan, double fps) {
-  const Dico info{{key(SourceKey::v0Width), width},
-                  {key(SourceKey::v0Height), height},
-                  {key(SourceKey::v0Fps), fps},
-                  {key(SourceKey::v0Fields), fieldsText(scan == "p" ? "PFF" : "TFF")}};
-  return {{key(BatchKey::fpsSrc), "\n25" + scan}, {key(BatchKey::dico), info}};
+  const Dico info{{entryKey(SourceKey::v0Width), width},
+                  {entryKey(SourceKey::v0Height), height},
+                  {entryKey(SourceKey::v0Fps), fps},
+                  {entryKey(SourceKey::v0Fields), fieldsText(scan == "p" ? "PFF" : "TFF")}};
+  return {{entryKey(BatchKey::fpsSrc), "\n25" + scan}, {entryKey(BatchKey::dico), info}};
 }
 
 Dico withRow(Dico entry, int row) {
@@ -119,9 +119,9 @@ TEST_F(OutputPresetTest, WithoutScanTextTheSourceCountsAsInterlaced) {
 }
 
 TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
-  Dico info{{key(SourceKey::v0Width), 1000}, {key(SourceKey::v0Height), 700}};
-  EXPECT_EQ(presetAutoComputedFromSrc({{key(BatchKey::fpsSrc), "p"}, {key(BatchKey::dico), info}},
-                                      softNone),
+  Dico info{{entryKey(SourceKey::v0Width), 1000}, {entryKey(SourceKey::v0Height), 700}};
+  EXPECT_EQ(presetAutoComputedFromSrc(
+                {{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), info}}, softNone),
             5);
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
 }
@@ -175,8 +175,8 @@ TEST_F(OutputPresetTest, WithoutApplicationASourceOfARowsOwnKindGetsThatRow) {
 }
 
 TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
-  const std::string fpsSrc = key(BatchKey::fpsSrc);
-  const std::string fields = key(SourceKey::v0Fields);
+  const std::string fpsSrc = entryKey(BatchKey::fpsSrc);
+  const std::string fields = entryKey(SourceKey::v0Fields);
   EXPECT_TRUE(isSourceProgressive({{fpsSrc, "\n25p"}, {fields, "i"}}));
   EXPECT_FALSE(isSourceProgressive({{fpsSrc, ""}, {fields, "Progressive"}})) << "present but empty";
   EXPECT_TRUE(isSourceProgressive({{fields, "Progressive"}}));
@@ -213,8 +213,8 @@ TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 7))) << "another size";
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "i", 25), 12))) << "interlaced";
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 50), 12))) << "frames become fields";
-  EXPECT_FALSE(
-      quickTime(withRow({{key(BatchKey::fpsSrc), "p"}, {key(BatchKey::dico), Dico()}}, 10)))
+  EXPECT_FALSE(quickTime(
+      withRow({{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), Dico()}}, 10)))
       << "unknown size";
   Dico half = withRow(entryOf(1920, 1080, "p", 25), 10);
   half.set(BatchKey::fps, speedHalf);
