@@ -77,22 +77,6 @@ std::optional<std::string> fieldOrderProbe(const std::string& path) {
   return std::nullopt;
 }
 
-Arguments idetCommand(const std::string& path) {
-  return {Bundle::main().toolPath("ffmpeg"),
-          "-loglevel",
-          "info",
-          "-i",
-          path,
-          "-vf",
-          "idet",
-          "-an",
-          "-sn",
-          "-f",
-          "null",
-          "-y",
-          "/dev/null"};
-}
-
 std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine) {
   const std::string_view letter = textAfter(yuvHeaderLine, " I").value_or("").substr(0, 1);
   if (letter == "t")

@@ -33,9 +33,6 @@ std::optional<IdetCounts> idetCounts(std::string_view report);
 // nothing when the counts do not decide.
 std::optional<std::string> fieldOrderKey(const IdetCounts& counts);
 
-// Makes ffmpeg tell idetCounts about all pictures of a short file.
-Arguments idetCommand(const std::string& path);
-
 // The field order that the first line of a YUV4MPEG2 file declares with " I": "TFF" for "t",
 // "BFF" for "b", "PFF" for anything else or nothing.
 std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine);

@@ -63,6 +63,44 @@ TEST_F(AnalysisQueueTest, NamesOfAllKindsAreRead) {
   }
 }
 
+// Trimmed clips begin inside a group of pictures: up to the first key frame ffmpeg has copies of
+// one picture, which show nothing of the fields.
+TEST_F(AnalysisQueueTest, TheFieldsOfATrimmedClipAreSeenFurtherIn) {
+  const std::string whole = folder.file("whole.mts");
+  // Top field first, and the stream says bottom field first.
+  ASSERT_TRUE(test::makeClip(test::interlacedPicture("720x576", "4") +
+                                 "-c:v libx264 -preset ultrafast -flags +ildct+ilme -g 25 "
+                                 "-mpegts_m2ts_mode 1 -f mpegts",
+                             whole));
+  const std::string bytes = folder.read("whole.mts");
+  std::vector<std::string> paths = {whole};
+  for (const std::size_t percent : {35U, 50U, 60U})
+    paths.push_back(folder.write(std::to_string(percent) + ".mts",
+                                 bytes.substr(bytes.size() * percent / 100 / 192 * 192)));
+  analyse(paths);
+  ASSERT_EQ(app.table().count(), 4);
+  for (int row = 0; row < app.table().count(); ++row) {
+    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), fieldsText("TFF")) << row;
+    EXPECT_EQ(app.table().source(row).text(SourceKey::v0FieldsClaim), "BFF") << row;
+  }
+}
+
+// Words that tell of failures elsewhere, and streams that nobody needs.
+TEST_F(AnalysisQueueTest, AClipsOwnWordsAndAttachmentsRefuseNothing) {
+  const std::string picture = test::progressivePicture("320x240", "0.4");
+  const std::string note = folder.write("note.txt", "no movie");
+  const std::string titled = folder.file("titled.mov");
+  const std::string attached = folder.file("attached.mkv");
+  ASSERT_TRUE(test::makeClip(picture + "-metadata title='Trial and error 2020' "
+                                       "-metadata comment='Unknown format'",
+                             titled));
+  ASSERT_TRUE(test::makeClip(
+      picture + "-attach " + test::quoted(note) + " -metadata:s:t mimetype=text/plain", attached));
+  analyse({titled, attached});
+  EXPECT_TRUE(refused.empty()) << refused.front().second;
+  EXPECT_EQ(app.table().count(), 2);
+}
+
 TEST_F(AnalysisQueueTest, AFolderCountsAloneAndDuplicatesOnce) {
   const std::string inside = folder.file("card/STREAM/00001.MTS");
   folder.write("card/STREAM/note.txt", "no movie");

@@ -7,7 +7,6 @@
 #include "core/outputPlace.h"
 #include "core/setAside.h"
 #include "prefs/utilsAlert.h"
-#include "process/pipelines.h"
 
 namespace tessarin {
 namespace {
@@ -323,7 +322,7 @@ TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
   EXPECT_EQ(app.table().source(0).text(SourceKey::v0Fields), fieldsText("TFF"));
   convert();
   ASSERT_EQ(kinds(), std::vector<Kind>{Kind::converted});
-  const auto counts = idetCounts(taskArrayPipes(idetCommand(movie("liar.mov"))).value_or(""));
+  const auto counts = idetCounts(test::idetReport(movie("liar.mov")));
   ASSERT_TRUE(counts);
   EXPECT_GE(counts->top, 9);
   EXPECT_EQ(counts->bottom, 0);

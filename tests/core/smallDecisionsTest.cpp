@@ -1,6 +1,7 @@
 // The thumbnail, the time left and the reasons: small decisions of the controller.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "core/failureReason.h"
@@ -22,6 +23,12 @@ TEST(Thumbnail, HasTheShapeOfThePicture) {
   EXPECT_EQ(filterOf({{"v0_width", 640}, {"v0_height", 480}}), "scale=160:120");
   EXPECT_EQ(filterOf({{"v0_width", 720}, {"v0_height", 576}}), "scale=160:128");
   EXPECT_EQ(filterOf({}), "scale=160:90");
+  // A telephone that was held upright.
+  EXPECT_EQ(filterOf({{"v0_dar", "16:9"}, {"v0_rotation", -90}}), "scale=160:284");
+  // The second try, and that of movies, take any picture of the same shape.
+  const Arguments plain =
+      thumbnailCommand({{"v0_width", 640}, {"v0_height", 480}}, "/a.mov", "/tmp/a.jpg", false);
+  EXPECT_NE(std::find(plain.begin(), plain.end(), "scale=160:120"), plain.end());
 }
 
 TEST(Thumbnail, IsTakenWhereTheClipHasBegun) {

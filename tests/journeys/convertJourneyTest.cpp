@@ -2,8 +2,8 @@
 
 #include "Journey.h"
 #include "analysis/probes.h"
-#include "process/pipelines.h"
 #include "support/TestBundle.h"
+#include "support/clips.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -49,7 +49,7 @@ TEST_F(ConvertJourney, AnAvchdClipBecomesAMovieForTheEditor) {
   EXPECT_NEAR(std::stod(report["format"]["duration"].get<std::string>()), 0.4, 0.04);
   // What the stream says is what the pictures show.
   const test::TestBundle bundle;
-  const auto counts = idetCounts(taskArrayPipes(idetCommand(movie("00012.mov"))).value_or(""));
+  const auto counts = idetCounts(test::idetReport(movie("00012.mov")));
   ASSERT_TRUE(counts);
   EXPECT_GE(counts->top, 9);
   EXPECT_EQ(counts->bottom, 0);

@@ -55,4 +55,10 @@ inline bool makeProgressiveClip(const std::string& path, const std::string& seco
                   path);
 }
 
+// What ffmpeg says about the fields of all pictures of a short file, for idetCounts().
+inline std::string idetReport(const std::string& path) {
+  return runShell("ffmpeg -nostdin -i file:" + quoted(path) + " -vf idet -an -sn -f null - 2>&1")
+      .output;
+}
+
 }  // namespace tessarin::test
