@@ -42,7 +42,7 @@ Json jsonOf(const Value& value) {
   return value.description();
 }
 
-Json jsonOfMovie(const ExpectedMovie& movie) {
+Json jsonOfMovie(const Forecast& movie) {
   Json leftOut = Json::array();
   for (const LeftOut& each : movie.leftOut)
     leftOut.push_back({{"kind", each.kind}, {"text", each.text}});
@@ -66,7 +66,7 @@ class JsonReporter final : public Reporter {
     tell({{"event", "problem"}, {"source", path}, {"reason", reason}});
   }
 
-  void analysed(const Dico& row, const std::optional<ExpectedMovie>& movie) override {
+  void analysed(const Dico& row, const std::optional<Forecast>& movie) override {
     Json info = jsonOf(*row.dico(BatchKey::dico));
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
@@ -87,7 +87,7 @@ class JsonReporter final : public Reporter {
   }
 
   void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
-               const std::optional<ExpectedMovie>& movie) override {
+               const std::optional<Forecast>& movie) override {
     if (movie)
       tell({{"event", "expected"},
             {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},

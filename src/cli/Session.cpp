@@ -195,7 +195,7 @@ void Session::chooseForRow(int row) {
   }
   if (options_.command != Command::analyse)
     return;
-  reporter_.analysed(table.row(row), table.expected(row));
+  reporter_.analysed(table.row(row), table.forecast(row));
   if (reporter_.isLost())
     interrupt(Stop::byUser);
 }
@@ -303,7 +303,7 @@ std::optional<std::string> Session::planRow(const Dico& row, const std::string& 
   }
   reporter_.planned(row, output,
                     commandsOfPlan(*plan, prores, options_.overwrite == Overwrite::replace),
-                    expectedMovie(row, prores));
+                    forecastOf(row, prores));
   return std::nullopt;
 }
 

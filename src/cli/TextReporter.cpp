@@ -59,7 +59,7 @@ class TextReporter final : public Reporter {
     complain(fmt::format("{}: {}", printable(path), printable(reason)));
   }
 
-  void analysed(const Dico& row, const std::optional<ExpectedMovie>& movie) override {
+  void analysed(const Dico& row, const std::optional<Forecast>& movie) override {
     clearProgress();
     if (!headerShown_)
       printRow(localisationString("duration", textTable), localisationString("picture", textTable),
@@ -81,7 +81,7 @@ class TextReporter final : public Reporter {
   // Lines that a shell runs as they stand. Those of one movie are a command of its own: when one of
   // them fails the others are left out, and "sh -e" ends.
   void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
-               const std::optional<ExpectedMovie>& movie) override {
+               const std::optional<Forecast>& movie) override {
     if (movie)
       comment(row, joinTexts(withFirst(summaryOf(*movie), notesOf(*movie)), "; "));
     const std::string folder = parentFolder(output);
@@ -176,7 +176,8 @@ class TextReporter final : public Reporter {
     std::string line(indent - 1, ' ');
     std::size_t used = line.size();
     bool isFirst = true;
-    for (const std::string_view word : split(printable(text), " ")) {
+    const std::string shown = printable(text);
+    for (const std::string_view word : split(shown, " ")) {
       const std::size_t length = characterCount(word);
       if (!isFirst && used + 1 + length > width) {
         print(line);

@@ -47,8 +47,8 @@ std::string BatchTable::sourcePath(int row) const {
   return source(row).textOrEmpty(RowInfoKey::srcPathStr);
 }
 
-std::optional<ExpectedMovie> BatchTable::expected(int row) const {
-  return expectedMovie(this->row(row), services_.preferences.text(PrefKey::prores));
+std::optional<Forecast> BatchTable::forecast(int row) const {
+  return forecastOf(this->row(row), services_.preferences.text(PrefKey::prores));
 }
 
 // The row with its position in it.

@@ -7,7 +7,7 @@
 
 #include "core/CoreServices.h"
 #include "core/Interface.h"
-#include "core/expectedMovie.h"
+#include "core/forecast.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -39,7 +39,7 @@ class BatchTable {
   const Dico& source(int row) const;
   std::string sourcePath(int row) const;
   // What the row's movie is going to be; nothing when it cannot be made.
-  std::optional<ExpectedMovie> expected(int row) const;
+  std::optional<Forecast> forecast(int row) const;
 
   // Whether the row has become a movie, so that there is nothing left to do for it.
   bool isFinished(int row) const {

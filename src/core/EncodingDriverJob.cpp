@@ -235,7 +235,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   readMe_ =
       fmt::format("format              : {}\n",
                   interface_.editingSoft.segments().at(static_cast<std::size_t>(target)).label);
-  if (const auto movie = table_.expected(table_.encBatchInprogressRowIdentification())) {
+  if (const auto movie = table_.forecast(table_.encBatchInprogressRowIdentification())) {
     readMe_ += fmt::format("movie               : {}\n", summaryOf(*movie));
     for (const std::string& note : notesOf(*movie))
       readMe_ += fmt::format("                      {}\n", note);

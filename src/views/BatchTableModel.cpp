@@ -149,7 +149,7 @@ QString BatchTableModel::text(int row, int column) const {
 QString BatchTableModel::toolTip(int row, int column) const {
   const Dico& entry = table_.row(row);
   if (column == sourceColumn || column == pictureColumn) {
-    const auto movie = table_.expected(row);
+    const auto movie = table_.forecast(row);
     std::vector<std::string> lines = movie ? notesOf(*movie) : remarkTexts(table_.source(row));
     if (movie)
       lines.insert(lines.begin(), "→ " + summaryOf(*movie));

@@ -1,4 +1,4 @@
-#include "core/expectedMovie.h"
+#include "core/forecast.h"
 
 #include <fmt/format.h>
 
@@ -88,7 +88,7 @@ double exportedRate(std::string_view settings, double sourceRate) {
   return whole * 1000 / 1001;
 }
 
-void describePictures(const JobPlan& plan, std::string_view prefProres, ExpectedMovie& movie) {
+void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast& movie) {
   const Dico& job = plan.job;
   const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
   const bool hasFields = !isSourceProgressive(job);
@@ -131,7 +131,7 @@ std::string number(double value) {
 
 // The streams of a kind behind the first one that is converted.
 void leaveOutStreams(const Dico& job, StreamKind kind, int first, const char* name, const char* key,
-                     ExpectedMovie& movie) {
+                     Forecast& movie) {
   // More than a clip has; a stored record may hold anything.
   constexpr int most = 64;
   for (int index = first; index < most; ++index) {
@@ -146,7 +146,7 @@ void leaveOutStreams(const Dico& job, StreamKind kind, int first, const char* na
   }
 }
 
-void tellLeftOut(const Dico& job, ExpectedMovie& movie) {
+void tellLeftOut(const Dico& job, Forecast& movie) {
   const bool hasFields = !isSourceProgressive(job);
   const bool isSlow = job.integer(JobKey::speed) == speedSlow;
   const double rate = job.number(SourceKey::v0Fps).value_or(0);
@@ -173,14 +173,14 @@ void tellLeftOut(const Dico& job, ExpectedMovie& movie) {
 
 }  // namespace
 
-std::optional<ExpectedMovie> expectedMovie(const Dico& row, std::string_view prefProres) {
+std::optional<Forecast> forecastOf(const Dico& row, std::string_view prefProres) {
   if (refusalOf(row, true))
     return std::nullopt;
   const auto plan = planJob(jobOfRow(row), "movie.mov", prefProres);
   if (!plan)
     return std::nullopt;
   const Dico& job = plan->job;
-  ExpectedMovie movie;
+  Forecast movie;
   describePictures(*plan, prefProres, movie);
   if (job.contains(SourceKey::a0Id)) {
     constexpr std::int64_t stereo = 2;
@@ -196,7 +196,7 @@ std::optional<ExpectedMovie> expectedMovie(const Dico& row, std::string_view pre
   return movie;
 }
 
-std::string summaryOf(const ExpectedMovie& movie) {
+std::string summaryOf(const Forecast& movie) {
   std::string codec = movie.codec;
   if (movie.isCopy)
     codec = localisationString("out_copy", "", movie.codec);
@@ -212,7 +212,7 @@ std::string summaryOf(const ExpectedMovie& movie) {
   return text;
 }
 
-std::vector<std::string> notesOf(const ExpectedMovie& movie) {
+std::vector<std::string> notesOf(const Forecast& movie) {
   std::vector<std::string> notes;
   std::vector<std::string> texts;
   for (const LeftOut& each : movie.leftOut)

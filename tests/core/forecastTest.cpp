@@ -2,7 +2,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
-#include "core/expectedMovie.h"
+#include "core/forecast.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
@@ -14,13 +14,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ExpectedMovies : public testing::Test {
+class Forecasts : public testing::Test {
  protected:
-  ExpectedMovies() {
+  Forecasts() {
     codecInventory().aic = true;
     codecInventory().prores = true;
   }
-  ~ExpectedMovies() override { codecInventory() = CodecInventory(); }
+  ~Forecasts() override { codecInventory() = CodecInventory(); }
 
   static Dico rowOf(int width, int height, double fps, bool progressive, int out, int size,
                     int speed = speedKeep) {
@@ -41,12 +41,12 @@ class ExpectedMovies : public testing::Test {
             {"out", out}};
   }
   static std::string summary(const Dico& row, const char* prores = "apcn") {
-    const auto movie = expectedMovie(row, prores);
+    const auto movie = forecastOf(row, prores);
     return movie ? summaryOf(*movie) : "none";
   }
   static std::vector<std::string> kindsLeftOut(const Dico& row) {
     std::vector<std::string> kinds;
-    if (const auto movie = expectedMovie(row, "apcn"))
+    if (const auto movie = forecastOf(row, "apcn"))
       for (const LeftOut& each : movie->leftOut)
         kinds.push_back(each.kind);
     return kinds;
@@ -56,7 +56,7 @@ class ExpectedMovies : public testing::Test {
   test::LogCapture log_{false};
 };
 
-TEST_F(ExpectedMovies, AreWhatTheirPlansMake) {
+TEST_F(Forecasts, AreWhatTheirPlansMake) {
   const struct {
     const char* why;
     Dico row;
@@ -91,7 +91,7 @@ TEST_F(ExpectedMovies, AreWhatTheirPlansMake) {
       << "not of fields";
 }
 
-TEST_F(ExpectedMovies, TellWhatIsLeftOut) {
+TEST_F(Forecasts, TellWhatIsLeftOut) {
   EXPECT_THAT(kindsLeftOut(rowOf(1920, 1080, 25, true, outProres, 10)), IsEmpty());
   EXPECT_THAT(kindsLeftOut(rowOf(1280, 720, 50, true, outProres, 5, speedHalf)),
               ElementsAre("pictures"));
@@ -113,7 +113,7 @@ TEST_F(ExpectedMovies, TellWhatIsLeftOut) {
               {"v1_codec", "mjpeg"}});
   row.set("dico", info);
   EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "sound", "channels", "subtitles"));
-  EXPECT_THAT(notesOf(*expectedMovie(row, "apcn")),
+  EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
                           "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
   info.set("prefSurrond", 1);

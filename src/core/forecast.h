@@ -16,7 +16,7 @@ struct LeftOut {
   std::string text;  // what of it, in the user's language
 };
 
-struct ExpectedMovie {
+struct Forecast {
   std::string codec;    // as ffmpeg calls it: "prores", "icod", or that of the source for a copy
   std::string flavour;  // of ProRes: "hq"; else ""
   bool isCopy = false;
@@ -32,13 +32,13 @@ struct ExpectedMovie {
 
 // A pure function of the row and the flavour of ProRes (four characters), by the same plan that its
 // conversion follows. Nothing for a row that cannot be converted.
-std::optional<ExpectedMovie> expectedMovie(const Dico& row, std::string_view prefProres);
+std::optional<Forecast> forecastOf(const Dico& row, std::string_view prefProres);
 
 // In one line: "ProRes HQ 1920x1080i 50, PCM 2x48000". The rate of interlaced pictures is that of
 // their fields.
-std::string summaryOf(const ExpectedMovie& movie);
+std::string summaryOf(const Forecast& movie);
 // All that is to be told besides, a line each: what is left out in one ("left out: 25 of 50
 // pictures a second; …"), and the remarks.
-std::vector<std::string> notesOf(const ExpectedMovie& movie);
+std::vector<std::string> notesOf(const Forecast& movie);
 
 }  // namespace tessarin
