@@ -36,6 +36,8 @@ enum class Kind {
   numbers,    // a list, each of them within the range
   remarks,    // a list of "KEY NUMBER"
   claim,      // "TFF" or "BFF"
+  moment,     // "2010-12-24 14:05:33", perhaps with " +0100" behind it
+  witness,    // one of RecordedBy
   container,  // a format that ffmpeg is told of
 };
 
@@ -48,6 +50,9 @@ struct Rule {
 constexpr std::array containerRules = {
     Rule{SourceKey::wrapper, Kind::word},
     Rule{SourceKey::wDuration, Kind::number, ReportRange::duration},
+    Rule{SourceKey::wSeconds, Kind::number, ReportRange::duration},
+    Rule{SourceKey::recorded, Kind::moment},
+    Rule{SourceKey::recordedBy, Kind::witness},
     Rule{SourceKey::wOffset, Kind::number, ReportRange::time},
     Rule{SourceKey::wForce, Kind::container},
     Rule{SourceKey::wBitrate, Kind::integer, ReportRange::bitRate},
@@ -131,6 +136,19 @@ bool isOneOf(std::string_view text, std::initializer_list<std::string_view> word
   return std::find(words.begin(), words.end(), text) != words.end();
 }
 
+// It becomes part of a movie's name: every character counts.
+bool isMoment(std::string_view text) {
+  const auto hasShape = [text](std::string_view shape) {
+    return text.size() == shape.size() &&
+           std::equal(text.begin(), text.end(), shape.begin(), [](char byte, char wanted) {
+             return wanted == '0'   ? byte >= '0' && byte <= '9'
+                    : wanted == '+' ? byte == '+' || byte == '-'
+                                    : byte == wanted;
+           });
+  };
+  return hasShape("0000-00-00 00:00:00") || hasShape("0000-00-00 00:00:00 +0000");
+}
+
 bool isRemark(const Value& value) {
   const std::string* text = value.textContent();
   return text && isOneOf(textUpTo(*text, " "), {Remark::soundUnreadable, Remark::programs}) &&
@@ -152,6 +170,11 @@ bool obeys(const Value& value, const Rule& rule) {
       return text && ratioText(*text) == *text;
     case Kind::claim:
       return text && isOneOf(*text, {"TFF", "BFF"});
+    case Kind::moment:
+      return text && isMoment(*text);
+    case Kind::witness:
+      return text && isOneOf(*text, {RecordedBy::card, RecordedBy::beside, RecordedBy::stream,
+                                     RecordedBy::container, RecordedBy::file});
     case Kind::container:
       return text && isOneOf(*text, {"dv", "mpeg", "mpegvideo"});
     case Kind::numbers:
