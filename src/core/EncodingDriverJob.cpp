@@ -439,11 +439,13 @@ void EncodingDriver::startCheck() {
     return;
   }
   movie_ = std::move(*movie);
-  if (fileState(source) != sourceState_) {
+  // A source that went away after it was read cannot be asked any more: the analysis decides.
+  const auto state = fileState(source);
+  if (state && state != sourceState_) {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  if (lacksSamples(current, source)) {
+  if (state && lacksSamples(current, source)) {
     fail(localisationString("why_endsEarly"));
     return;
   }

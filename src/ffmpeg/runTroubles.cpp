@@ -145,9 +145,10 @@ void RunTroubles::addLine(std::string_view line) {
   last_ = describes_ ? Found() : signOf(said.module, words);
   count(last_, 1);
   readReading(said.module, words);
-  losesOutput_ = losesOutput_ || beginsWithOne(words, writeErrors);
+  const bool losesOutput = beginsWithOne(words, writeErrors);
+  losesOutput_ = losesOutput_ || losesOutput;
   const std::string small = lowerCase(words);
-  if (startsWith(words, "movtool: ") ||
+  if (losesOutput || startsWith(words, "movtool: ") ||
       std::any_of(complaining.begin(), complaining.end(),
                   [&small](std::string_view word) { return contains(small, word); }))
     keep(said.words);

@@ -25,11 +25,13 @@ TEST_F(AnalyseJourney, ATableTellsWhatEachClipIs) {
   const Result result = tessarin({"analyse", clip, movie});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
-  ASSERT_EQ(result.lines().size(), 3u) << result.out;
+  ASSERT_EQ(result.lines().size(), 5u) << result.out;
   EXPECT_THAT(result.lines()[0], MatchesRegex(" Duration  Picture +Codec +Sound +Container +Clip"));
   EXPECT_THAT(result.lines()[1],
               MatchesRegex(" +0:01  352x288i 50 +mpeg2video +mp2 2x48000 +mpegts +" + clip));
-  EXPECT_THAT(result.lines()[2], MatchesRegex(" +-  320x240p 25 +mpeg4 +- +mov +" + movie));
+  EXPECT_EQ(trimmed(result.lines()[2]), "-> ProRes 352x288i 50, PCM 2x48000");
+  EXPECT_THAT(result.lines()[3], MatchesRegex(" +-  320x240p 25 +mpeg4 +- +mov +" + movie));
+  EXPECT_EQ(trimmed(result.lines()[4]), "-> Apple Intermediate Codec 960x540p 25");
 }
 
 TEST_F(AnalyseJourney, JsonHoldsTheWholeRecord) {
@@ -88,8 +90,8 @@ TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
           card + "text.mts: this is not a movie that ffmpeg can read",
           "tessarin: " + folder.file("sound.mp4") +
               ": there is no picture in it, so there is nothing to convert"));
-  ASSERT_EQ(result.lines().size(), 2u) << result.out;
-  EXPECT_THAT(result.lines()[1], HasSubstr("-i " + clip));
+  ASSERT_EQ(result.lines().size(), 3u) << result.out;
+  EXPECT_THAT(result.lines()[2], HasSubstr("-i " + clip));
 }
 
 class OptionsJourney : public test::Journey {

@@ -62,7 +62,7 @@ TEST_F(NamesJourney, AShellRunsThePlanAsItStands) {
 TEST_F(NamesJourney, ANameCannotSteerTheTerminal) {
   const std::string clip = tinyClip("\x1b[2Jred\x9b\n.mts");
   const Result result = tessarin({"analyse", clip, "\x1b]0;gone.mts"});
-  EXPECT_EQ(result.lines().size(), 2u);
+  EXPECT_EQ(result.lines().size(), 3u);
   EXPECT_THAT(result.out, testing::HasSubstr("\\x1b[2Jred\\x9b\\n.mts"));
   EXPECT_EQ(result.err, "tessarin: \\x1b]0;gone.mts: there is no such file\n");
 }

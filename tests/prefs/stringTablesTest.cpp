@@ -106,14 +106,16 @@ std::string constantNamed(std::string_view name, const Piece& source) {
   return source.literals[static_cast<std::size_t>(before)];
 }
 
-// The table that the second argument names, itself or by a constant of the file; "Localized" when
-// it names none.
+// The table that the second argument names, itself or by a constant of the file or of the command
+// line; "Localized" when it names none.
 std::string tableOf(const std::vector<Piece>& arguments, const Piece& source) {
   std::string named;
   if (arguments.size() > 1 && !arguments[1].literals.empty())
     named = arguments[1].literals.front();
   else if (arguments.size() > 1)
     named = constantNamed(trimmed(arguments[1].code), source);
+  if (named.empty() && arguments.size() > 1 && trimmed(arguments[1].code) == "textTable")
+    named = "CommandLine";  // cli/texts.h
   return named.empty() ? "Localized" : named;
 }
 

@@ -68,11 +68,11 @@ Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{inOwnWords(finished.reason())};
-  run->passOnReport("");
   if (const Outcome<bool> whole = checkWhole(file->descriptor()); !whole)
     return Failure{run->lastWords().empty()
                        ? fmt::format("{} is not whole: {}", job.output, whole.reason())
                        : inOwnWords(run->lastWords())};
+  run->passOnReport("");
   progress.end();
   return file->commit(job.replace);
 }
