@@ -96,7 +96,7 @@ const Source sources[] = {
     {"QuickTimeH264", "phone.mov", "1280x720", Scan::progressive, "30000/1001", 36, "yuv420p",
      "16:9", phone, "h264", "1280x720p29.97", "1280x720p29.97", "1280x720p29.97"},
     {"OldAvi", "old.avi", "640x480", Scan::progressive, "30", 36, "yuvj420p", "4:3", photoCamera,
-     "mjpeg", "-", "-", "960x540p30"},
+     "mjpeg", "-", "1280x720p30", "960x540p30"},
     {"Avi", "camera.avi", "1280x720", Scan::progressive, "30", 36, "yuvj420p", "16:9", photoCamera,
      "mjpeg", "1280x720p30", "1280x720p30", "1280x720p30"},
 };
