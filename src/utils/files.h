@@ -45,8 +45,8 @@ std::int32_t freeDiskSpaceMo(std::string_view path);
 // bytes ("o", or no unit; a folder without one of the four units is its own entry's size). A
 // folder's size is cut to whole megabytes first. -1 when there is no such file.
 double poidsFile(std::string_view path, std::optional<std::string_view> unit);
-// When the file was made or last modified, whichever was earlier: a copy is made anew, and keeps the
-// date of its contents.
+// When the file was made or last modified, whichever was earlier: a copy is made anew, and keeps
+// the date of its contents.
 std::optional<Date> fileCreationDate(std::string_view path);
 
 // The path that a symbolic link leads to in the end; the path itself when it is no link or a
