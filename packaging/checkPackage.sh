@@ -16,6 +16,8 @@ fi
 root=$(dirname "$(dirname "$(readlink -f "$0")")")
 # shellcheck source=scripts/tell.sh
 . "$root/scripts/tell.sh"
+# shellcheck source=scripts/bareSystem.sh
+. "$root/scripts/bareSystem.sh"
 build=$(readlink -f "${1:-$root/build/release}")
 folder=$(mktemp -d)
 server=
@@ -28,17 +30,13 @@ trap leave EXIT
 
 # A new Debian with nothing in it, in which the package is tried.
 tryInBareSystem() {
-  local source=/etc/apt/sources.list.d/debian.sources release
-  [ -e "$source" ] || source=/etc/apt/sources.list
-  release=$(. /etc/os-release && echo "$VERSION_CODENAME")
   mkdir "$folder/in/packaging" "$folder/in/scripts"
   cp "$package" "$folder/in"
   cp "$root/packaging/tryPackage.sh" "$folder/in/packaging"
   cp "$root/scripts/tell.sh" "$folder/in/scripts"
-  mmdebstrap --quiet --variant=minbase --format=null \
+  makeBareSystem minbase - --format=null \
     --customize-hook="copy-in '$folder/in' /" \
-    --customize-hook="chroot \"\$1\" /in/packaging/tryPackage.sh '/in/${package##*/}' bare" \
-    "$release" - "$source"
+    --customize-hook="chroot \"\$1\" /in/packaging/tryPackage.sh '/in/${package##*/}' bare"
 }
 
 [ "$(id -u)" -eq 0 ] || fail "only root can install packages"
