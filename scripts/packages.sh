@@ -48,7 +48,8 @@ aptInstall() {
   local -a apt=("${rights[@]}" env DEBIAN_FRONTEND=noninteractive
     apt-get -y -o DPkg::Lock::Timeout=300 -o APT::Status-Fd=1)
   local -a install=("${apt[@]}" install --no-install-recommends "$@")
-  "${install[@]}" || { "${apt[@]}" update && "${install[@]}"; }
+  # Lists that cannot be fetched are a failure here: the reason is told, not what comes of it.
+  "${install[@]}" || { "${apt[@]}" -o APT::Update::Error-Mode=any update && "${install[@]}"; }
 }
 
 # installPackages NAME...: installs what is missing of these packages; does nothing and asks
