@@ -90,6 +90,20 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
   EXPECT_EQ(facts.firstPicture, (Fraction{-7200, 90000}));
   EXPECT_TRUE(facts.flagged);
 
+  // A title is no statement of a filter's, and no stream begins a year before its time line.
+  const std::string title =
+      "    title           : config in time_base: 1/1, ] n:   0 pts: -100000000 pts_time:\n";
+  const std::string base =
+      "[Parsed_showinfo_0 @ 0x5] config in time_base: 1/90000, frame_rate: 1\n";
+  const std::string first = "[Parsed_showinfo_0 @ 0x5] n:   0 pts: ";
+  EXPECT_EQ(sourceFacts(picture, title).firstPicture, (Fraction{0, 1}));
+  EXPECT_EQ(sourceFacts(picture, title + base + first + "  1800 pts_time:0.02\n").firstPicture,
+            (Fraction{1800, 90000}));
+  for (const char* ticks : {"-9000000000000000 pts", "99999999999999999999 pts", "NOPTS pts"})
+    EXPECT_EQ(sourceFacts(picture, base + first + ticks).firstPicture, (Fraction{0, 1})) << ticks;
+  EXPECT_EQ(sourceFacts(picture, "  Duration: 99999999:00:00.00, start: 0\n").duration,
+            std::nullopt);
+
   picture.fieldOrder = FieldOrder::progressive;
   const SourceFacts bare =
       sourceFacts(picture,
@@ -127,8 +141,9 @@ TEST(ExportPlan, HighDynamicRangeIsKeptOrMappedAndNeverOnlyRelabelled) {
 TEST(SourceFacts, FieldOrderIsWhatMostPicturesShow) {
   const auto order = [](const std::string& counts) {
     return detectedFieldOrder(
-        "[idet @ 1] Single frame detection: TFF: 9 BFF: 9 Progressive: 9 Undetermined: 9\n"
-        "[idet @ 1] Multi frame detection: " +
+        "[Parsed_idet_0 @ 0x1] Single frame detection: TFF: 9 BFF: 9 Progressive: 9 Undetermined: "
+        "9\n"
+        "[Parsed_idet_0 @ 0x1] Multi frame detection: " +
         counts + " Undetermined:     1\n");
   };
   EXPECT_EQ(order("TFF:    90 BFF:     3 Progressive:     7"), FieldOrder::topFirst);

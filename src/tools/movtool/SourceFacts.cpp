@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportNumbers.h"
 #include "utils/times.h"
 
 namespace tessarin::movtool {
@@ -18,7 +19,7 @@ std::optional<double> durationOf(std::string_view line) {
   if (!text || text->find(':') == std::string_view::npos)
     return std::nullopt;
   const double seconds = timeStr2Seconds(std::string(*text));
-  if (seconds <= 0)
+  if (seconds <= 0 || !isWithin(seconds, ReportRange::duration))
     return std::nullopt;
   return seconds;
 }
@@ -42,20 +43,47 @@ Colours coloursOf(std::string_view line, int height) {
   return Colours::unknown;
 }
 
-// "config in time_base: 1/90000, …" before the pictures, then "n:   0 pts:  -7200 pts_time:…".
-quicktime::Fraction firstPictureOf(std::string_view report) {
-  const auto timeBase = textBetween(report, "config in time_base: ", ",");
-  const auto ticks = textBetween(report, "] n:   0 pts:", "pts_time:");
-  if (!timeBase || !ticks)
-    return {0, 1};
-  const std::size_t slash = timeBase->find('/');
-  if (slash == std::string_view::npos)
-    return {0, 1};
-  const std::int64_t denominator = leadingInteger(timeBase->substr(slash + 1));
-  if (denominator <= 0)
-    return {0, 1};
-  return {leadingInteger(*ticks) * leadingInteger(*timeBase), denominator};
+// What a filter states in this line, "[Parsed_NAME_0 @ 0x5] STATEMENT"; nothing in other lines. At
+// the beginning of the line: titles are printed with blanks before them.
+std::optional<std::string_view> statementOf(std::string_view line, std::string_view filter) {
+  const std::string mark = "[Parsed_" + std::string(filter) + "_";
+  if (!startsWith(line, mark))
+    return std::nullopt;
+  return textAfter(line, "] ");
 }
+
+// "config in time_base: 1/90000, …" before the pictures, then "n:   0 pts:  -7200 pts_time:…".
+// Unknown unless all of it is a moment that a stream can have.
+quicktime::Fraction firstPictureOf(std::string_view report) {
+  std::optional<std::int64_t> numerator;
+  std::optional<std::int64_t> denominator;
+  std::optional<std::int64_t> ticks;
+  for (const std::string_view line : splitLines(report)) {
+    const auto statement = statementOf(line, "showinfo");
+    if (!statement)
+      continue;
+    if (const auto base = textAfter(*statement, "config in time_base: "); base && !denominator) {
+      numerator = wholeNumber(*base, ReportRange::ratioPart);
+      denominator = wholeNumber(textAfter(*base, "/").value_or(""), ReportRange::ratioPart);
+    } else if (startsWith(*statement, "n:   0 ")) {
+      constexpr NumberRange anyTicks{-9e15, 9e15};
+      ticks = wholeNumber(trimmed(textAfter(*statement, "pts:").value_or("")), anyTicks);
+      break;
+    }
+  }
+  if (!numerator || !denominator || !ticks)
+    return {0, 1};
+  const double seconds = static_cast<double>(*ticks) * static_cast<double>(*numerator) /
+                         static_cast<double>(*denominator);
+  constexpr double mostTicks = 9e15;
+  const double product = static_cast<double>(*ticks) * static_cast<double>(*numerator);
+  if (!isWithin(seconds, ReportRange::time) || !isWithin(product, {-mostTicks, mostTicks}))
+    return {0, 1};
+  return {*ticks * *numerator, *denominator};
+}
+
+// Each track is decoded by an ffmpeg of its own.
+constexpr int mostSoundTracks = 32;
 
 // At the beginning of the line: names of files may hold anything.
 bool isStream(std::string_view line) {
@@ -73,7 +101,10 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
   facts.width = picture.width;
   facts.height = picture.height;
   facts.pixelAspect = picture.pixelAspect;
-  facts.frameRate = picture.frameRate;
+  if (isWithin(static_cast<double>(picture.frameRate.numerator) /
+                   static_cast<double>(picture.frameRate.denominator),
+               ReportRange::pictureRate))
+    facts.frameRate = picture.frameRate;
   facts.fieldOrder = picture.fieldOrder;
   facts.flagged = picture.fieldOrder != FieldOrder::progressive;
   facts.firstPicture = firstPictureOf(report);
@@ -85,7 +116,7 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     if (startsWith(line, "  Duration: ")) {
       facts.duration = durationOf(line);
     } else if (isStream(line) && isSound(line)) {
-      ++facts.soundTracks;
+      facts.soundTracks = std::min(facts.soundTracks + 1, mostSoundTracks);
     } else if (isStream(line) && contains(line, ": Video: ") && !picturesSeen &&
                !contains(line, "(attached pic)")) {
       picturesSeen = true;
@@ -101,12 +132,16 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
 }
 
 std::optional<FieldOrder> detectedFieldOrder(std::string_view report) {
-  const auto counts = textBetween(report, "Multi frame detection:", "\n");
+  std::optional<std::string_view> counts;
+  for (const std::string_view line : splitLines(report))
+    if (const auto statement = statementOf(line, "idet"))
+      if (const auto found = textAfter(*statement, "Multi frame detection:"))
+        counts = found;
   if (!counts)
     return std::nullopt;
   const auto count = [&](std::string_view label) {
     const auto text = textBetween(*counts, label, ":");
-    return text ? leadingInteger(trimmed(*text)) : 0;
+    return wholeNumber(trimmed(text.value_or("")), ReportRange::pictureCount).value_or(0);
   };
   const std::int64_t top = count("TFF:");
   const std::int64_t bottom = count("BFF:");

@@ -1,5 +1,6 @@
 #include "tools/movtool/exportAic.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -52,10 +53,15 @@ class SoundFeed {
     if (!format_ || ended_)
       return true;
     const auto moments = static_cast<std::int64_t>(std::ceil(seconds * format_->sampleRate));
-    if (moments <= moments_)
-      return true;
-    buffer_.resize(static_cast<std::size_t>(moments - moments_) * momentSize());
-    return move(movie);
+    while (moments > moments_ && !ended_) {
+      // Never more than a second at once, whatever the rate of the pictures.
+      const auto count = std::min<std::int64_t>(moments - moments_, format_->sampleRate);
+      buffer_.resize(static_cast<std::size_t>(count) * momentSize());
+      Outcome<bool> moved = move(movie);
+      if (!moved)
+        return moved;
+    }
+    return true;
   }
 
   // All that is left, and how ffmpeg ended.

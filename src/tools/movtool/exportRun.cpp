@@ -57,7 +57,8 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) 
   if (!header)
     return Failure{
         fmt::format("the pictures of {} cannot be taken: {}", input.path, header.reason())};
-  return sourceFacts(header.value(), run->report());
+  // A name may hold whole lines that look like ffmpeg's.
+  return sourceFacts(header.value(), replaceAll(run->report(), input.path, "«source»"));
 }
 
 // Codecs without field flags may hold fields all the same. Where that matters the pictures
@@ -69,7 +70,8 @@ Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const Export
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{finished.reason()};
-  return detectedFieldOrder(run->report()).value_or(FieldOrder::progressive);
+  return detectedFieldOrder(replaceAll(run->report(), input.path, "«source»"))
+      .value_or(FieldOrder::progressive);
 }
 
 // Nothing when this ffmpeg can map the tones of such a source, else a sentence for the user.

@@ -116,6 +116,11 @@ Outcome<Header> parseHeader(std::string_view line) {
   }
   if (header.width < 1 || header.height < 1)
     return Failure{"the stream does not say its picture size"};
+  // Memory is taken by these numbers.
+  constexpr int largestSide = 16384;
+  constexpr std::size_t mostPixels = 128U << 20;
+  if (header.width > largestSide || header.height > largestSide || header.lumaSize() > mostPixels)
+    return Failure{"the stream's pictures are too large"};
   return header;
 }
 
