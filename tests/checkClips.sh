@@ -1,5 +1,5 @@
 #!/bin/bash
-# Whether scripts/checkClips sees what it is for.
+# Whether scripts/checkClips and scripts/tryFfmpegs see what they are for.
 #   checkClips.sh right ROOT BUILD    real conversions of awkward clips: nothing may be wrong
 #   checkClips.sh wrong ROOT          movies with one fault each: every fault has to be named
 # Exit status 77: what it needs is not there.
@@ -22,7 +22,7 @@ if [ "$mode" = right ]; then
   exit
 fi
 
-# A program that makes right movies, but for the fault that the clip is named after.
+# A program that makes right movies, but for the fault that the clip, or the ffmpeg, is named after.
 cat >"$folder/program" <<'PROGRAM'
 #!/bin/bash
 clip=${*: -1}
@@ -36,7 +36,7 @@ filter=null
 sound=anull
 colours=color_primaries=bt470bg:color_trc=bt709:colorspace=bt470bg
 more=()
-case $clip in
+case "$clip ${TESSARIN_FFMPEG-}" in
   *dropped*) filter="select='not(eq(n,20))',setpts=N/25/TB" ;;
   *repeated*) filter="select='not(eq(n,20))',fps=25" ;;
   *swapped*) filter=setfield=bff,fieldorder=tff,setfield=tff ;;
@@ -97,4 +97,16 @@ for name in "${!faults[@]}"; do
     failed=1
   }
 done
+
+ln -s "$(command -v ffmpeg)" "$folder/same"
+ln -s "$(command -v ffmpeg)" "$folder/dropped"
+status=0
+"$root/scripts/tryFfmpegs" --json --program "$folder/program" --target aic \
+  "$folder/clips/right.avi" "$folder/same" "$folder/dropped" >"$folder/table" || status=$?
+if [ "$status" -ne 1 ] || [ "$(grep -c '"ok": true' "$folder/table")" -ne 4 ] ||
+  [ "$(grep -c '"ok": false.*pictures: 49, else 50' "$folder/table")" -ne 2 ]; then
+  echo "tryFfmpegs, status $status:"
+  cat "$folder/table"
+  failed=1
+fi
 exit "$failed"

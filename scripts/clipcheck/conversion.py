@@ -35,12 +35,13 @@ def stop_all():
         process.terminate()
 
 
-def environment(home):
+def environment(home, ffmpeg):
     clean = {key: value for key, value in os.environ.items() if not key.startswith("XDG_")}
-    return {**clean, "HOME": home, "LC_ALL": "C.UTF-8"}
+    return {**clean, "HOME": home, "LC_ALL": "C.UTF-8",
+            **({"TESSARIN_FFMPEG": ffmpeg} if ffmpeg else {})}
 
 
-def run_program(arguments, home, limit, memory):
+def run_program(arguments, home, limit, memory, ffmpeg=None):
     """`memory` in megabytes is what one process may ask for, so that a fault ends only itself."""
     def before():
         resource.setrlimit(resource.RLIMIT_AS, (memory << 20, memory << 20))
@@ -51,8 +52,8 @@ def run_program(arguments, home, limit, memory):
     with open(errors_path, "wb") as errors:
         # pylint: disable=consider-using-with
         process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=errors, env=environment(home), preexec_fn=before,
-                                   start_new_session=True)
+                                   stderr=errors, env=environment(home, ffmpeg),
+                                   preexec_fn=before, start_new_session=True)
     _running.add(process)
     late = threading.Event()
 
@@ -78,11 +79,11 @@ def run_program(arguments, home, limit, memory):
                           time.monotonic() - begin, usage.ru_maxrss // 1024, late.is_set())
 
 
-def convert(program, clip, target, speed, folder, limit, memory):
-    options = ["--json", "--format", target, "--speed", speed]
-    told = run_program([program, "analyse", *options, "--", clip], folder, limit, memory)
-    made = run_program([program, *options, "--destination", os.path.join(folder, "movies"), "--",
-                        clip], folder, limit, memory)
+def convert(program, clip, choices, folder, limit, memory, ffmpeg=None):
+    told = run_program([program, "analyse", "--json", *choices, "--", clip], folder, limit, memory,
+                       ffmpeg)
+    made = run_program([program, "--json", *choices, "--destination",
+                        os.path.join(folder, "movies"), "--", clip], folder, limit, memory, ffmpeg)
     made.megabytes = max(made.megabytes, told.megabytes)
     made.hung = made.hung or told.hung
     return told, made

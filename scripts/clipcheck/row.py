@@ -62,13 +62,18 @@ class Clip:
 
 
 class Row:
-    def __init__(self, clip, target, speed, program, options):
+    """`size` as the program's option has it; `ffmpeg`: (path, version) of the one to convert with,
+    if not the installed one."""
+
+    def __init__(self, clip, target, speed, options, size="auto", ffmpeg=None):
         self.clip = clip
         clip.users += 1
         self.target = target
         self.speed = speed
-        self.program = program
+        self.size = size
+        self.ffmpeg = ffmpeg
         self.options = options
+        self.movie = None
         self.faults = []
         self.notes = []
         self.refused = ""
@@ -77,7 +82,8 @@ class Row:
 
     @property
     def name(self):
-        return self.target + (" slow" if self.speed == "slow" else "")
+        return self.target + (" slow" if self.speed == "slow" else "") + \
+            (f" {self.size}" if self.size != "auto" else "")
 
     def work(self):
         folder = tempfile.mkdtemp(dir=self.clip.folder)
@@ -99,8 +105,9 @@ class Row:
             source = None
         length = float(source.format.get("duration", 10)) if source else 10
         limit = self.options.limit or 60 + 30 * length
-        told, made = convert(self.program, self.clip.path, self.target, self.speed, folder, limit,
-                             self.options.memory)
+        choices = ["--format", self.target, "--speed", self.speed, "--size", self.size]
+        told, made = convert(self.options.program, self.clip.path, choices, folder, limit,
+                             self.options.memory, self.ffmpeg and self.ffmpeg[0])
         self.seconds, self.megabytes = made.seconds, made.megabytes
         if made.hung or told.hung:
             self.faults.append(f"hangs: ended after {limit:.0f} s")
@@ -127,6 +134,7 @@ class Row:
         check = Check(source, end["output"], intention, folder)
         self.faults += check.faults()
         self.notes += check.notes
+        self.movie = check.movie
 
     def _check_refusal(self, source, analysed, end, made, folder):
         reason = end.get("reason", made.errors or "?")
@@ -148,7 +156,8 @@ class Row:
         for parent, _, names in os.walk(place):
             for name in names:
                 stem, ending = os.path.splitext(os.path.basename(self.clip.path))
-                kept = f"{stem}{ending}-{self.name.replace(' ', '-')}{os.path.splitext(name)[1]}"
+                made = self.name + (" " + self.ffmpeg[1] if self.ffmpeg else "")
+                kept = f"{stem}{ending}-{made.replace(' ', '-')}{os.path.splitext(name)[1]}"
                 shutil.copy2(os.path.join(parent, name), os.path.join(self.options.keep, kept))
 
     def cost(self):

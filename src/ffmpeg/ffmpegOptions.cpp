@@ -32,6 +32,9 @@ constexpr FfmpegVersion firstWithPacketLengths{59, 37};  // settable by -bsf:v s
 constexpr FfmpegVersion firstWithoutAsync{59, 38};       // behind 5.1
 constexpr FfmpegVersion firstWithSetparams{58, 42};      // seen; 4.0 has none
 constexpr FfmpegVersion firstToWriteColours{58, 91};     // into movies, unasked: 4.3
+// Of the encoder "prores": before them its pictures always say BT.601, or whole pictures.
+constexpr FfmpegVersion firstProresWithColours{58, 42};  // seen; 3.1 has none
+constexpr FfmpegVersion firstProresWithFields{58, 54};   // 4.2; 58.42 has none
 
 const std::string& valueOf(const FfmpegOption* option) {
   static const std::string none;
@@ -173,6 +176,21 @@ bool writesInterlacedProres(const FfmpegOptionGroup& group) {
     return false;
   const std::string& flags = valueOf(group.last({"flags:v", "flags"}));
   return flags.find("ildct") != std::string::npos && flags.find("-ildct") == std::string::npos;
+}
+
+bool usesQuickProres(const FfmpegOptionGroup& group) {
+  return group.kind == Kind::output && videoCodec(group) == "prores";
+}
+
+// The other encoder has always written what the pictures are; it takes longer.
+void translateProres(FfmpegOptionGroup& group, FfmpegVersion version) {
+  const bool fits = writesInterlacedProres(group) ? version.isAtLeast(firstProresWithFields)
+                                                  : version.isAtLeast(firstProresWithColours);
+  if (!usesQuickProres(group) || fits)
+    return;
+  for (FfmpegOption& option : group.options)
+    if (option.value == "prores")
+      option.value = "prores_ks";
 }
 
 // True when the pictures of this chain do not come with the source's fields in them any more: it
@@ -323,6 +341,7 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments) {
   };
   return has(groups, "async") || has(groups, "bsf") || has(groups, "color_primaries") ||
          std::any_of(groups.begin(), groups.end(), usesSetparams) ||
+         std::any_of(groups.begin(), groups.end(), usesQuickProres) ||
          (has(groups, "vsync") && anyVideoEncoded(groups));
 }
 
@@ -332,6 +351,7 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   for (FfmpegOptionGroup& group : groups) {
     renameOptions(group);
     if (group.kind == Kind::output) {
+      translateProres(group, version);
       translateTop(group);
       translateColours(group, version);
       translateSetparams(group, version);

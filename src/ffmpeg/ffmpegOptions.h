@@ -52,6 +52,7 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //                       and "-field_order", without which versions disagree about what a movie
 //                       claims
 //   setparams=…         left out of filters where there is no such filter
+//   -c:v prores         "prores_ks" where the other writes no fields, or no colours, into pictures
 //   -movflags           with "+write_colr" before 4.3 where the colours are named
 // Values, and options that are known everywhere, stay as they are.
 std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,

@@ -156,10 +156,12 @@ void RunTroubles::addLine(std::string_view line) {
 
 // "  Stream #0:1[0x1100](eng): Audio: ac3 …", in the description of the source.
 void RunTroubles::noteStream(std::string_view line) {
-  constexpr std::string_view start = "  Stream #0:";
-  if (describes_ && startsWith(line, start) && contains(line, ": Audio: ") &&
-      sounds_.size() < mostComplaints)
-    sounds_.push_back(static_cast<std::size_t>(leadingInteger(line.substr(start.size()))));
+  constexpr std::string_view start = "Stream #0:";
+  if (!describes_ || !lineDeclares(line, start) || !contains(line, ": Audio: ") ||
+      sounds_.size() >= mostComplaints)
+    return;
+  const std::string_view number = line.substr(line.find(start) + start.size());
+  sounds_.push_back(static_cast<std::size_t>(leadingInteger(number)));
 }
 
 RunTroubles::Medium RunTroubles::mediumOf(std::string_view module, std::string_view number) const {

@@ -182,9 +182,20 @@ TEST(FfmpegOptions, TheFieldOrderIsClaimedAlikeByAllVersions) {
     EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", version),
               "-nostdin -i a -c:v mpeg2video -flags +ildct -vf setfield=bff b.mpg");
   }
-  EXPECT_FALSE(ffmpegOptionsNeedVersion(words(line)));
   EXPECT_EQ(translated("-i a -c:v copy -top 1 b.mov", v71), "-nostdin -i a -c:v copy b.mov");
   EXPECT_EQ(translated("-i a -top -1 b.mov", v71), "-nostdin -i a b.mov");
+}
+
+TEST(FfmpegOptions, ProresPicturesSayTheirFieldsAndColoursThemselves) {
+  constexpr FfmpegVersion v2018{58, 42};
+  const std::string whole = "-i a -c:v prores b.mov";
+  const std::string fields = "-i a -c:v prores -flags:v +ildct+ilme b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(whole)));
+  EXPECT_EQ(translated(whole, v51), "-nostdin " + whole);
+  EXPECT_EQ(translated(fields, v51), "-nostdin " + fields);
+  EXPECT_EQ(translated(whole, v2018), "-nostdin " + whole);
+  EXPECT_THAT(translated(fields, v2018), HasSubstr("-c:v prores_ks"));
+  EXPECT_THAT(translated(whole, v31), HasSubstr("-c:v prores_ks"));
 }
 
 TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {

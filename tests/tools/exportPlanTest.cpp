@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "classShared/TextAdditions.h"
 #include "tools/movtool/exportPlan.h"
 
 namespace tessarin::movtool {
@@ -66,8 +67,7 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
   picture.width = 720;
   picture.height = 576;
   picture.fieldOrder = FieldOrder::bottomFirst;
-  const SourceFacts facts = sourceFacts(
-      picture,
+  const std::string report =
       "Input #0, mov,mp4, from 'Stream #0: Audio: .mov':\n"
       "  Duration: 00:01:02.50, start: 1.000000, bitrate: 30 kb/s\n"
       "  Stream #0:0[0x1](und): Video: mjpeg, yuvj420p(pc, bt470bg/unknown/unknown), 9x9 (attached "
@@ -83,12 +83,16 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
       "Output #0, yuv4mpegpipe, to 'pipe:1':\n"
       "  Duration: 00:00:01.00\n"
       "  Stream #0:1: Audio: pcm_s16le\n"
-      "[Parsed_showinfo_0 @ 0x5] n:   0 pts:  -7200 pts_time:-0.08   pos:  1 fmt:yuv420p\n");
-  EXPECT_EQ(facts.soundTracks, 2);
-  EXPECT_EQ(facts.duration, 62.5);
-  EXPECT_EQ(facts.colours, Colours::standardPal);
-  EXPECT_EQ(facts.firstPicture, (Fraction{-7200, 90000}));
-  EXPECT_TRUE(facts.flagged);
+      "[Parsed_showinfo_0 @ 0x5] n:   0 pts:  -7200 pts_time:-0.08   pos:  1 fmt:yuv420p\n";
+  // Up to 4.4 the lines of streams begin with four blanks.
+  for (const std::string& each : {report, replaceAll(report, "  Stream", "    Stream")}) {
+    const SourceFacts facts = sourceFacts(picture, each);
+    EXPECT_EQ(facts.soundTracks, 2);
+    EXPECT_EQ(facts.duration, 62.5);
+    EXPECT_EQ(facts.colours, Colours::standardPal);
+    EXPECT_EQ(facts.firstPicture, (Fraction{-7200, 90000}));
+    EXPECT_TRUE(facts.flagged);
+  }
 
   // A title is no statement of a filter's, and no stream begins a year before its time line.
   const std::string title =

@@ -4,6 +4,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
+#include "ffmpeg/reportText.h"
 #include "utils/times.h"
 
 namespace tessarin::movtool {
@@ -85,11 +86,6 @@ quicktime::Fraction firstPictureOf(std::string_view report) {
 // Each track is decoded by an ffmpeg of its own.
 constexpr int mostSoundTracks = 32;
 
-// At the beginning of the line: names of files may hold anything.
-bool isStream(std::string_view line) {
-  return startsWith(line, "  Stream #0:");
-}
-
 bool isSound(std::string_view line) {
   return contains(line, ": Audio: ") && !contains(line, ": Audio: none");
 }
@@ -109,23 +105,25 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
   facts.flagged = picture.fieldOrder != FieldOrder::progressive;
   facts.firstPicture = firstPictureOf(report);
   bool picturesSeen = false;
-  for (const std::string_view line : splitLines(report)) {
-    // What is written comes after what is read.
-    if (startsWith(line, "Stream mapping:") || startsWith(line, "Output #"))
-      break;
-    if (startsWith(line, "  Duration: ")) {
-      facts.duration = durationOf(line);
-    } else if (isStream(line) && isSound(line)) {
+  DescriptionLines lines(inputBlock(report));
+  while (const auto line = lines.next()) {
+    if (lineDeclares(*line, "Duration: ")) {
+      facts.duration = durationOf(*line);
+      continue;
+    }
+    if (!lineDeclares(*line, "Stream #0:"))
+      continue;
+    if (isSound(*line)) {
       facts.soundTracks = std::min(facts.soundTracks + 1, mostSoundTracks);
-    } else if (isStream(line) && contains(line, ": Video: ") && !picturesSeen &&
-               !contains(line, "(attached pic)")) {
+    } else if (contains(*line, ": Video: ") && !picturesSeen &&
+               !contains(*line, "(attached pic)")) {
       picturesSeen = true;
-      facts.colours = coloursOf(line, facts.height);
+      facts.colours = coloursOf(*line, facts.height);
       for (const char* transfer : {"arib-std-b67", "smpte2084"})
-        if (contains(line, std::string("/") + transfer))
+        if (contains(*line, std::string("/") + transfer))
           facts.highRange = transfer;
       facts.fullRange =
-          contains(line, ", yuvj") || contains(line, "(pc,") || contains(line, "(pc)");
+          contains(*line, ", yuvj") || contains(*line, "(pc,") || contains(*line, "(pc)");
     }
   }
   return facts;
