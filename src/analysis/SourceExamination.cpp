@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "analysis/probeParser.h"
+#include "analysis/streamLine.h"
 #include "analysis/usedStreams.h"
+#include "ffmpeg/pictureColours.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 
@@ -30,6 +32,24 @@ void tellReading(SourceInfo& record, int reading) {
   const Reading& told = readings[static_cast<std::size_t>(reading)];
   record.set(SourceKey::wProbeSize, told.bytes);
   record.set(SourceKey::wAnalyzeDuration, told.microseconds);
+}
+
+// What the stream that is converted says of its colours.
+void tellColours(SourceInfo& record, std::string_view report) {
+  DescriptionLines lines(inputBlock(report));
+  while (const auto line = lines.next()) {
+    const auto stream = parseStreamLine(*line);
+    if (!stream || stream->kind != StreamKind::video || !stream->id ||
+        record.integer(SourceKey::v0Id) != *stream->id)
+      continue;
+    const PictureColours colours = coloursOfReport(stream->description);
+    for (const auto& [key, name] : {std::pair{SourceKey::v0Primaries, colours.primaries},
+                                    std::pair{SourceKey::v0Transfer, colours.transfer},
+                                    std::pair{SourceKey::v0Matrix, colours.matrix}})
+      if (!name.empty())
+        record.set(key, name);
+    return;
+  }
 }
 
 // The containers of still pictures and of text.
@@ -142,6 +162,7 @@ std::optional<FieldOrder> SourceExamination::fields() const {
 
 void SourceExamination::complete(SourceInfo& record) const {
   chooseStreams(record, best_.report);
+  tellColours(record, best_.report);
   tellReading(record, best_.reading);
   if (!format_.empty())
     record.set(SourceKey::wForce, format_);

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/pictureColours.h"
 #include "ffmpeg/reportNumbers.h"
 
 namespace tessarin {
@@ -36,6 +37,9 @@ enum class Kind {
   numbers,    // a list, each of them within the range
   remarks,    // a list of "KEY NUMBER"
   claim,      // "TFF" or "BFF"
+  primaries,  // ffmpeg's names for them
+  transfer,
+  matrix,
   moment,     // "2010-12-24 14:05:33", perhaps with " +0100" behind it
   witness,    // one of RecordedBy
   container,  // a format that ffmpeg is told of
@@ -79,6 +83,9 @@ constexpr std::array streamRules = {
     Rule{StreamField::dar, Kind::ratio},
     Rule{StreamField::chroma, Kind::word},
     Rule{StreamField::fields, Kind::text},
+    Rule{StreamField::primaries, Kind::primaries},
+    Rule{StreamField::transfer, Kind::transfer},
+    Rule{StreamField::matrix, Kind::matrix},
     Rule{StreamField::rotation, Kind::integer, ReportRange::rotation},
     Rule{StreamField::rate, Kind::integer, ReportRange::soundRate},
     Rule{StreamField::channels, Kind::integer, ReportRange::channels},
@@ -170,6 +177,12 @@ bool obeys(const Value& value, const Rule& rule) {
       return text && ratioText(*text) == *text;
     case Kind::claim:
       return text && isOneOf(*text, {"TFF", "BFF"});
+    case Kind::primaries:
+      return text && isPrimaries(*text);
+    case Kind::transfer:
+      return text && isTransfer(*text);
+    case Kind::matrix:
+      return text && isMatrix(*text);
     case Kind::moment:
       return text && isMoment(*text);
     case Kind::witness:

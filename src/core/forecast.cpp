@@ -161,6 +161,12 @@ void tellLeftOut(const Dico& job, Forecast& movie) {
     movie.leftOut.push_back(
         {"details", localisationString("out_details", "", fmt::format("{}x{}", width, height),
                                        fmt::format("{}x{}", movie.width, movie.height))});
+  if (const PictureColours colours = sourceColours(job); movie.codec == "icod" && isWide(colours))
+    movie.leftOut.push_back(
+        {"colours", localisationString("out_colours", "",
+                                       colours.transfer == "arib-std-b67" ? "HLG"
+                                       : hasHighRange(colours)            ? "PQ"
+                                                                          : "BT.2020")});
   leaveOutStreams(job, StreamKind::video, 1, "video", "out_video", movie);
   leaveOutStreams(job, StreamKind::audio, 1, "sound", "out_sound", movie);
   const auto channels = job.integer(SourceKey::a0Channels).value_or(0);

@@ -12,7 +12,7 @@ namespace tessarin {
 
 // Something of the source that the movie will not have.
 struct LeftOut {
-  std::string kind;  // "pictures", "fields", "details", "sound", "channels", "subtitles", "video"
+  std::string kind;  // "pictures", "fields", "details", "colours", "sound", "channels", "subtitles", "video"
   std::string text;  // what of it, in the user's language
 };
 

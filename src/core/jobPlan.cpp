@@ -22,12 +22,15 @@ namespace tessarin {
 
 namespace {
 
-// Puts a filter before the command's filters; a command without any gets it alone. Stream copies
-// have no filters and no "-r".
-void addFirstFilter(Arguments& arguments, const std::string& filter) {
+enum class FilterPlace { first, last };
+
+// Puts a filter before or behind the command's filters; a command without any gets it alone. Stream
+// copies have no filters and no "-r".
+void addFilter(Arguments& arguments, const std::string& filter, FilterPlace place) {
   const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
   if (option != arguments.end() && option + 1 != arguments.end()) {
-    *(option + 1) = filter + "," + *(option + 1);
+    const std::string filters = *(option + 1);
+    *(option + 1) = place == FilterPlace::first ? filter + "," + filters : filters + "," + filter;
     return;
   }
   const auto rate = std::find(arguments.begin(), arguments.end(), "-r");
@@ -46,13 +49,14 @@ void correctFields(const Dico& job, EncodingCommand& command) {
     command.arguments.insert(codec + 1, {"-flags", "+ildct+ilme"});
     // Its chroma is halved field by field.
     if (hasFields && job.text(SourceKey::v0Chroma).value_or("yuv420p") != "yuv420p")
-      addFirstFilter(command.arguments, "scale=interl=-1,format=yuv420p");
+      addFilter(command.arguments, "scale=interl=-1,format=yuv420p", FilterPlace::first);
   }
   // Where what the stream claims is wrong, the filters are told what the pictures say.
   if (job.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
-    addFirstFilter(command.arguments, job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF")
-                                          ? "setfield=bff"
-                                          : "setfield=tff");
+    addFilter(
+        command.arguments,
+        job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF") ? "setfield=bff" : "setfield=tff",
+        FilterPlace::first);
   // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
 }
 
@@ -73,20 +77,31 @@ void correctEncoder(const Dico& job, EncodingCommand& command) {
   *codec = proresEncoder(hasFields, lines);
 }
 
-// Sees to it that pictures which are made as large as those of high definition have its colours:
-// those of standard definition are coded by another matrix, and programs go by the size.
-void correctColours(const Dico& job, EncodingCommand& command) {
-  constexpr std::int64_t mostStandardLines = 576;
-  const auto option = std::find(command.arguments.begin(), command.arguments.end(), "-vf");
-  if (option == command.arguments.end() || option + 1 == command.arguments.end() ||
-      job.integer(SourceKey::v0Height).value_or(0) > mostStandardLines)
-    return;
-  for (const char* scale :
-       {"scale=960:540", "scale=1280:720", "scale=1440:1080", "scale=1920:1080"})
-    *(option + 1) = replaceAll(*(option + 1), scale,
-                               std::string(scale) +
-                                   ":out_color_matrix=bt709,setparams=color_primaries=bt709:"
-                                   "color_trc=bt709:colorspace=bt709");
+// Sees to it that the movie says its colours: those of the source, or those of high definition for
+// pictures of standard definition that are made as large, as they are converted then. Programs that
+// do not ask go by the size.
+void nameColours(const Dico& job, EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  PictureColours colours = sourceColours(job);
+  const auto height = job.integer(SourceKey::v0Height).value_or(0);
+  constexpr int mostStandardLines = 576;
+  const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+  if (option != arguments.end() && height <= mostStandardLines && !isWide(colours))
+    for (const char* scale :
+         {"scale=960:540", "scale=1280:720", "scale=1440:1080", "scale=1920:1080"}) {
+      std::string& filters = *(option + 1);
+      if (!contains(filters, scale))
+        continue;
+      filters = replaceAll(filters, scale, std::string(scale) + ":out_color_matrix=bt709");
+      colours = {"bt709", "bt709", "bt709"};
+    }
+  if (command.writesProres) {
+    colours = coloursInProres(colours);
+    addFilter(arguments, colourFilter(colours), FilterPlace::last);
+  }
+  const Arguments options = colourOptions(colours);
+  const auto subtitles = std::find(arguments.begin(), arguments.end(), "-sn");
+  arguments.insert(subtitles, options.begin(), options.end());
 }
 
 bool isStreamCopy(const Dico& job) {
@@ -156,7 +171,7 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   if (!command)
     return std::nullopt;
   correctFields(job, *command);
-  correctColours(job, *command);
+  nameColours(job, *command);
   correctEncoder(job, *command);
   JobPlan plan;
   if (exportsSource(job)) {
@@ -169,6 +184,15 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
   plan.job = std::move(job);
   plan.command = std::move(*command);
   return plan;
+}
+
+PictureColours sourceColours(const Dico& job) {
+  const PictureColours said{job.textOrEmpty(SourceKey::v0Primaries),
+                            job.textOrEmpty(SourceKey::v0Transfer),
+                            job.textOrEmpty(SourceKey::v0Matrix)};
+  return completeColours(said, static_cast<int>(job.integer(SourceKey::v0Width).value_or(0)),
+                         static_cast<int>(job.integer(SourceKey::v0Height).value_or(0)),
+                         job.number(SourceKey::v0Fps).value_or(0));
 }
 
 bool isQuickTimeCopy(const Dico& job) {

@@ -7,6 +7,7 @@
 
 #include "classShared/Value.h"
 #include "encoding/commandBuilder.h"
+#include "ffmpeg/pictureColours.h"
 
 namespace tessarin {
 
@@ -24,6 +25,9 @@ struct JobPlan {
 // The plan for a job whose output is `destination`. Nothing when the command cannot be built.
 std::optional<JobPlan> planJob(Dico job, const std::string& destination,
                                std::string_view prefProres);
+
+// The colours of the job's source: what it says, and what is usual where it does not.
+PictureColours sourceColours(const Dico& job);
 
 // Whether the job is a stream copy that is to be a QuickTime movie, which it is already: nothing
 // is exported.

@@ -99,6 +99,18 @@ TEST_F(Examination, PicturesMakeASourceWhateverIsComplainedAbout) {
   EXPECT_TRUE(photo.isStillOrText());
 }
 
+TEST_F(Examination, KeepsWhatTheStreamSaysOfItsColours) {
+  examination_.take(report("camera-dv-pal"), tenPictures());
+  const SourceInfo record = completed(examination_);
+  EXPECT_EQ(record.text("v0_primaries"), "bt470bg");
+  EXPECT_EQ(record.text("v0_transfer"), "bt709");
+  EXPECT_EQ(record.text("v0_matrix"), "smpte170m");
+
+  SourceExamination silent("/a.mts", 1000, "/tmp/frame.yuv");
+  silent.take(report("empty-subtitle"), tenPictures());
+  EXPECT_FALSE(completed(silent).contains("v0_matrix"));
+}
+
 TEST_F(Examination, UsesTheProgrammeWhosePicturesWereDecoded) {
   examination_.take(report("two-programmes"), tenPictures());
   const SourceInfo record = completed(examination_);

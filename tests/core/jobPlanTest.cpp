@@ -114,11 +114,40 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
   EXPECT_EQ(filterOf("BFF", "yuv411p"), "setfield=bff,scale=interl=-1,format=yuv420p");
 }
 
+TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
+  const auto said = [](bool progressive, int out, const Dico& info) {
+    const Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, out), info);
+    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    Arguments names;
+    for (const char* option : {"-color_primaries", "-color_trc", "-colorspace"})
+      if (const auto found = std::find(arguments.begin(), arguments.end(), option);
+          found != arguments.end())
+        names.push_back(*(found + 1));
+    EXPECT_EQ(contains(joinTexts(arguments, " "), "setparams=color_primaries=" + names.at(0) +
+                                                      ":color_trc=" + names.at(1) +
+                                                      ":colorspace=" + names.at(2)),
+              !progressive && out == outProres);
+    return joinTexts(names, " ");
+  };
+  const Dico hlg{
+      {"v0_primaries", "bt2020"}, {"v0_transfer", "arib-std-b67"}, {"v0_matrix", "bt2020nc"}};
+  const Dico pal{{"v0_width", 720}, {"v0_height", 576}, {"v0_fps", 50.0}};
+  EXPECT_EQ(said(true, outQuickTime, {}), "bt709 bt709 bt709");
+  EXPECT_EQ(said(true, outQuickTime, pal), "bt470bg smpte170m smpte170m");
+  EXPECT_EQ(said(true, outProres, {{"v0_matrix", "bt470bg"}}), "bt709 bt709 bt470bg")
+      << "of the copy that is exported";
+  EXPECT_EQ(said(false, outAic, pal), "bt470bg smpte170m smpte170m") << "likewise";
+  EXPECT_EQ(said(false, outProres, pal), "bt470bg bt709 smpte170m") << "as ProRes calls them";
+  EXPECT_EQ(said(false, outProres, hlg), "bt2020 arib-std-b67 bt2020nc");
+}
+
 TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   const auto isConverted = [](int height, int size) {
-    const Dico row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
+    const Dico row =
+        withInfo(rowOf(false, size, outProres), {{"v0_width", 720}, {"v0_height", height}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
-    return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709,setparams=");
+    return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709") &&
+           contains(joinTexts(arguments, " "), "setparams=color_primaries=bt709");
   };
   EXPECT_TRUE(isConverted(576, 7));
   EXPECT_TRUE(isConverted(480, 10));

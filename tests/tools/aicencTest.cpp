@@ -119,7 +119,7 @@ TEST(Aicenc, SaysInOneLineWhatIsWrongAndLeavesNothing) {
       {header, "the stream has no frames"},
       {header + frame + "FRAME\n" + std::string(383, 'x'), "the stream ends inside frame 2"},
       {header + frame + "FRAMX\n" + std::string(384, 'x'), "frame 2 of the stream does not begin"},
-      {"YUV4MPEG2 W60000 H60000 F25:1\n" + frame, "the picture is larger than 16384 pixels"},
+      {"YUV4MPEG2 W60000 H60000 F25:1\n" + frame, "the stream's pictures are too large"},
       {"YUV4MPEG2 " + std::string(9000, 'X'), "a line of the stream is too long"},
   };
   for (const auto& item : cases) {

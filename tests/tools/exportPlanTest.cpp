@@ -8,7 +8,6 @@
 namespace tessarin::movtool {
 namespace {
 
-using quicktime::Colours;
 using quicktime::FieldOrder;
 using quicktime::Fraction;
 using testing::AllOf;
@@ -89,7 +88,7 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
     const SourceFacts facts = sourceFacts(picture, each);
     EXPECT_EQ(facts.soundTracks, 2);
     EXPECT_EQ(facts.duration, 62.5);
-    EXPECT_EQ(facts.colours, Colours::standardPal);
+    EXPECT_EQ(facts.colours, (PictureColours{"bt470bg", "bt709", "smpte170m"}));
     EXPECT_EQ(facts.firstPicture, (Fraction{-7200, 90000}));
     EXPECT_TRUE(facts.flagged);
   }
@@ -114,7 +113,7 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
                   "  Duration: N/A, start: 0.000000\n"
                   "  Stream #0:0: Video: h264, yuv420p(progressive), 720x576\n");
   EXPECT_EQ(bare.duration, std::nullopt);
-  EXPECT_EQ(bare.colours, Colours::unknown);
+  EXPECT_EQ(bare.colours, PictureColours());
   EXPECT_FALSE(bare.flagged);
 }
 
@@ -125,7 +124,6 @@ TEST(ExportPlan, HighDynamicRangeIsKeptOrMappedAndNeverOnlyRelabelled) {
   const SourceFacts source = sourceFacts(
       picture,
       "  Stream #0:0: Video: hevc, yuv420p10le(tv, bt2020nc/bt2020/arib-std-b67), 1920x1080\n");
-  EXPECT_EQ(source.highRange, "arib-std-b67");
   ExportSettings settings;
   settings.width = 1920;
   settings.height = 1080;
@@ -133,13 +131,21 @@ TEST(ExportPlan, HighDynamicRangeIsKeptOrMappedAndNeverOnlyRelabelled) {
   const ExportPlan kept = exportPlan(source, settings);
   EXPECT_THAT(kept.filters, AllOf(HasSubstr("color_primaries=bt2020:color_trc=arib-std-b67:"
                                             "colorspace=bt2020nc"),
-                                  Not(HasSubstr("tonemap")), Not(HasSubstr("out_color_matrix"))));
+                                  Not(HasSubstr("lutrgb")), Not(HasSubstr("out_color_matrix"))));
   EXPECT_THAT(proresArguments(ExportInput(), "out.mov", kept, settings),
               testing::IsSupersetOf({"-color_trc", "arib-std-b67"}));
   settings.codec = ExportSettings::Codec::aic;
   const ExportPlan mapped = exportPlan(source, settings);
-  EXPECT_THAT(mapped.filters, AllOf(HasSubstr("tonemap"), HasSubstr("color_trc=bt709")));
-  EXPECT_EQ(mapped.colours, Colours::high);
+  EXPECT_THAT(mapped.filters,
+              AllOf(HasSubstr("in_color_matrix=bt2020"), HasSubstr("lutrgb"),
+                    HasSubstr("out_color_matrix=bt709"), HasSubstr("color_trc=bt709")));
+  EXPECT_EQ(mapped.colours, (PictureColours{"bt709", "bt709", "bt709"}));
+  // Pictures with more colours and no more tones than usual.
+  SourceFacts wide = source;
+  wide.colours.transfer = "bt2020-10";
+  EXPECT_TRUE(needsMapping(wide, settings));
+  settings.codec = ExportSettings::Codec::prores;
+  EXPECT_EQ(exportPlan(wide, settings).colours, (PictureColours{"bt2020", "bt709", "bt2020nc"}));
 }
 
 TEST(SourceFacts, FieldOrderIsWhatMostPicturesShow) {
@@ -194,6 +200,7 @@ ExportSettings settings(int width, int height, bool interlaced, bool letterbox =
   return result;
 }
 
+const std::string keptColours = ":in_color_matrix=bt709:out_color_matrix=bt709";
 constexpr Fraction square{1, 1};
 constexpr Fraction palNarrow{16, 15};
 
@@ -237,20 +244,22 @@ std::string filters(const SourceFacts& facts, const ExportSettings& wanted) {
 
 TEST(ExportPlan, LeavesTheFieldsOfAnInterlacedSourceInTheirLines) {
   const SourceFacts hd = source(1440, 1080, {4, 3}, FieldOrder::topFirst);
-  EXPECT_THAT(filters(hd, settings(1920, 1080, true)),
-              AllOf(HasSubstr("scale=1920:1080:interl=-1,format=yuv420p,setfield=tff"),
-                    Not(HasSubstr("yadif")), Not(HasSubstr("fieldorder"))));
+  EXPECT_THAT(
+      filters(hd, settings(1920, 1080, true)),
+      AllOf(HasSubstr("scale=1920:1080:interl=-1" + keptColours + ",format=yuv420p,setfield=tff"),
+            Not(HasSubstr("yadif")), Not(HasSubstr("fieldorder"))));
 }
 
 TEST(ExportPlan, BringsBottomFirstToTopFirstWithWholeChroma) {
   const SourceFacts facts = source(1920, 1080, square, FieldOrder::bottomFirst);
   ExportSettings wanted = settings(1920, 1080, true);
   EXPECT_THAT(filters(facts, wanted),
-              HasSubstr("interl=-1,format=yuv422p,fieldorder=tff,scale=interl=-1,format=yuv420p,"
+              HasSubstr("interl=-1" + keptColours +
+                        ",format=yuv422p,fieldorder=tff,scale=interl=-1,format=yuv420p,"
                         "setfield=tff"));
   wanted.codec = ExportSettings::Codec::prores;
-  EXPECT_THAT(filters(facts, wanted),
-              HasSubstr("interl=-1,format=yuv422p10le,fieldorder=tff,setfield=tff"));
+  EXPECT_THAT(filters(facts, wanted), HasSubstr("interl=-1" + keptColours +
+                                                ",format=yuv422p10le,fieldorder=tff,setfield=tff"));
 }
 
 TEST(ExportPlan, TellsFiltersTheOrderOfUnflaggedPictures) {
@@ -293,14 +302,14 @@ TEST(ExportPlan, ConvertsColoursBetweenStandardAndHigh) {
   const std::string up = "in_color_matrix=bt601:out_color_matrix=bt709";
   EXPECT_THAT(filters(source(720, 576, palNarrow), settings(1280, 720, false)), HasSubstr(up));
   SourceFacts tagged = source(720, 576, palNarrow);
-  tagged.colours = Colours::high;
-  EXPECT_THAT(filters(tagged, settings(1280, 720, false)), Not(HasSubstr("matrix")));
-  EXPECT_THAT(filters(source(1280, 720, square), settings(960, 540, false)),
-              Not(HasSubstr("matrix")));
+  tagged.colours.matrix = "bt709";
+  const std::string same = "in_color_matrix=bt709:out_color_matrix=bt709";
+  EXPECT_THAT(filters(tagged, settings(1280, 720, false)), HasSubstr(same));
+  EXPECT_THAT(filters(source(1280, 720, square), settings(960, 540, false)), HasSubstr(same));
   EXPECT_THAT(filters(source(1280, 720, square), settings(720, 576, false)),
               HasSubstr("in_color_matrix=bt709:out_color_matrix=bt601"));
   EXPECT_EQ(exportPlan(source(1280, 720, square), settings(960, 540, false)).colours,
-            Colours::high);
+            (PictureColours{"bt709", "bt709", "bt709"}));
 }
 
 }  // namespace

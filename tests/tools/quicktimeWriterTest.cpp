@@ -99,7 +99,7 @@ TEST(MovieWriter, DescribesThePicture) {
     VideoFormat format = videoFormat(item.width, item.height);
     format.fieldOrder = item.order;
     format.pixelAspect = item.aspect;
-    format.colours = quicktime::usualColours(item.width, item.height);
+    format.colours = usualColours(item.width, item.height, 25);
     const std::string movie = test::writeMovie(folder, format, {smallFrame()});
     EXPECT_EQ(probed(movie, "v:0",
                      "codec_name,codec_tag_string,sample_aspect_ratio,color_space,field_order"),

@@ -30,7 +30,9 @@ quicktime::VideoFormat videoFormat(const yuv4mpeg::Header& header) {
   format.frameRate = header.frameRate;
   format.pixelAspect = header.pixelAspect;
   format.fieldOrder = header.fieldOrder;
-  format.colours = quicktime::usualColours(header.width, header.height);
+  format.colours = usualColours(header.width, header.height,
+                                static_cast<double>(header.frameRate.numerator) /
+                                    static_cast<double>(header.frameRate.denominator));
   return format;
 }
 

@@ -11,7 +11,6 @@ namespace tessarin::movtool {
 
 namespace {
 
-using quicktime::Colours;
 using quicktime::FieldOrder;
 
 // "Duration: 00:01:02.50, start: …"; "N/A" when it is unknown.
@@ -23,25 +22,6 @@ std::optional<double> durationOf(std::string_view line) {
   if (seconds <= 0 || !isWithin(seconds, ReportRange::duration))
     return std::nullopt;
   return seconds;
-}
-
-// The matrix stands first among what is in brackets behind the pixel format: "yuv420p(tv, bt709,
-// top first)", "yuv420p(smpte170m/bt470bg/bt709)".
-Colours coloursOf(std::string_view line, int height) {
-  const auto format = textBetween(line, ", yuv", "),");
-  if (!format)
-    return Colours::unknown;
-  const std::size_t bracket = format->find('(');
-  if (bracket == std::string_view::npos)
-    return Colours::unknown;
-  for (const std::string_view word : split(format->substr(bracket + 1), ", ")) {
-    const std::string_view matrix = word.substr(0, word.find('/'));
-    if (matrix == "bt709")
-      return Colours::high;
-    if (matrix == "smpte170m" || matrix == "bt470bg" || matrix == "bt601")
-      return height > 486 ? Colours::standardPal : Colours::standardNtsc;
-  }
-  return Colours::unknown;
 }
 
 // What a filter states in this line, "[Parsed_NAME_0 @ 0x5] STATEMENT"; nothing in other lines. At
@@ -118,10 +98,7 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     } else if (contains(*line, ": Video: ") && !picturesSeen &&
                !contains(*line, "(attached pic)")) {
       picturesSeen = true;
-      facts.colours = coloursOf(*line, facts.height);
-      for (const char* transfer : {"arib-std-b67", "smpte2084"})
-        if (contains(*line, std::string("/") + transfer))
-          facts.highRange = transfer;
+      facts.colours = coloursOfReport(textAfter(*line, ": Video: ").value_or(""));
       facts.fullRange =
           contains(*line, ", yuvj") || contains(*line, "(pc,") || contains(*line, "(pc)");
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "classShared/Outcome.h"
+#include "ffmpeg/pictureColours.h"
 #include "tools/quicktime/movieHeader.h"
 #include "tools/streams/yuv4mpeg.h"
 
@@ -20,10 +21,7 @@ struct SourceFacts {
   quicktime::FieldOrder fieldOrder = quicktime::FieldOrder::progressive;
   // Whether the order comes from the pictures' own flags, which filters see, too.
   bool flagged = false;
-  quicktime::Colours colours = quicktime::Colours::unknown;  // as tagged
-  // The transfer that is tagged, as ffmpeg calls it, where it is of high dynamic range:
-  // "arib-std-b67" (HLG) or "smpte2084" (PQ). The primaries and the matrix are those of BT.2020.
-  std::string highRange;
+  PictureColours colours;  // as tagged
   // As tagged: luma from 0 to 255 rather than 16 to 235.
   bool fullRange = false;
   std::optional<double> duration;  // seconds

@@ -6,13 +6,13 @@
 #include <cmath>
 #include <numeric>
 
+#include "classShared/TextAdditions.h"
 #include "ffmpeg/proresEncoder.h"
 
 namespace tessarin::movtool {
 
 namespace {
 
-using quicktime::Colours;
 using quicktime::FieldOrder;
 using quicktime::Fraction;
 
@@ -54,43 +54,76 @@ const char* pixelFormat(const ExportSettings& settings) {
   return settings.proresProfile == 4 ? "yuv444p10le" : "yuv422p10le";
 }
 
-Colours exportColours(const SourceFacts& source, const ExportSettings& settings) {
-  const Colours usual = quicktime::usualColours(settings.width, settings.height);
-  if (usual == Colours::high || source.colours == Colours::unknown)
-    return usual;
-  return source.colours == Colours::high ? usual : source.colours;
+PictureColours ownColours(const SourceFacts& source) {
+  return completeColours(source.colours, source.width, source.height, value(source.frameRate));
 }
 
-// ffmpeg's names of primaries, transfer and matrix.
-struct ColourNames {
-  std::string primaries;
-  std::string transfer;
-  std::string matrix;
+// The name that ffmpeg's scaler has for a matrix.
+const char* scalerMatrix(const PictureColours& colours) {
+  if (startsWith(colours.matrix, "bt2020"))
+    return "bt2020";
+  for (const char* standard : {"smpte170m", "bt470bg", "fcc"})
+    if (colours.matrix == standard)
+      return "bt601";
+  return colours.matrix == "smpte240m" ? "smpte240m" : "bt709";
+}
+
+PictureColours exportColours(const SourceFacts& source, const ExportSettings& settings) {
+  const PictureColours own = ownColours(source);
+  const PictureColours usual =
+      usualColours(settings.width, settings.height, value(source.frameRate));
+  const bool stays =
+      isWide(own) ? settings.codec == ExportSettings::Codec::prores
+                  : std::string_view(scalerMatrix(own)) == std::string_view(scalerMatrix(usual));
+  return coloursInProres(stays ? own : usual);
+}
+
+// Light, 1 being that of a white sheet (203 candela per square metre: 75 % of HLG's signal, 58 %
+// of PQ's), as an expression of the signal "ld(0)", and the most that it can be.
+struct Light {
+  const char* expression;
+  double most;
 };
 
-ColourNames colourNames(const ExportPlan& plan) {
-  if (!plan.highRange.empty())
-    return {"bt2020", plan.highRange, "bt2020nc"};
-  const bool high = plan.colours == Colours::high;
-  const char* primaries = high                                   ? "bt709"
-                          : plan.colours == Colours::standardPal ? "bt470bg"
-                                                                 : "smpte170m";
-  return {primaries, "bt709", high ? "bt709" : "smpte170m"};
+Light lightOf(const std::string& transfer) {
+  if (transfer == "arib-std-b67")  // on a screen of 1000 candela, which bends it by 1.2
+    return {
+        "4.92611*pow(if(lte(ld(0),0.5),ld(0)*ld(0)/3,"
+        "(exp((ld(0)-0.55991073)/0.17883277)+0.28466892)/12),1.2)",
+        4.92611};
+  if (transfer == "smpte2084")
+    return {
+        "st(0,pow(ld(0),1/78.84375));49.26108*"
+        "pow(max(ld(0)-0.8359375,0)/(18.8515625-18.6875*ld(0)),1/0.1593017578125)",
+        49.26108};
+  return {"if(lt(ld(0),0.081),ld(0)/4.5,pow((ld(0)+0.099)/1.099,1/0.45))", 1};
 }
 
-std::string colourTags(const ExportPlan& plan) {
-  const ColourNames names = colourNames(plan);
-  return fmt::format("setparams=color_primaries={}:color_trc={}:colorspace={}", names.primaries,
-                     names.transfer, names.matrix);
-}
-
-// Highlights are bent down: a white sheet (203 candela per square metre, 75 % of HLG's signal, 58 %
-// of PQ's) comes to 85 % of white, HLG's peak to 98 % (measured).
-std::string toneMapping(const std::string& transfer) {
-  return fmt::format(
-      "zscale=tin={}:min=bt2020nc:pin=bt2020:t=linear:npl=203,format=gbrpf32le,zscale=p=bt709,"
-      "tonemap=mobius:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p",
-      transfer);
+// Brings pictures of BT.2020 to BT.709, by filters that every ffmpeg has. Of a high range the
+// highlights are bent down, from 0.3 of a white sheet on and by a hyperbola that ends at 1: the
+// sheet comes to 83 % of white (HLG) and 81 % (PQ). What BT.709 has no colour for is cut off.
+std::string mapping(const SourceFacts& source) {
+  const PictureColours own = ownColours(source);
+  const Light light = lightOf(own.transfer);
+  std::string tone = "ld(1)";
+  if (light.most > 1) {
+    constexpr double knee = 0.3;
+    const double divisor = knee * knee - 2 * knee + light.most;
+    const double a = -knee * knee * (light.most - 1) / divisor;
+    const double b = (knee * knee - 2 * knee * light.most + light.most) / (light.most - 1);
+    const double factor = (b * b + 2 * b * knee + knee * knee) / (b - a);
+    tone = fmt::format("if(lte(ld(1),{0}),ld(1),{1:.6f}*(ld(1)+({2:.6f}))/(ld(1)+({3:.6f})))", knee,
+                       factor, a, b);
+  }
+  const auto onAll = [](const std::string& expression) {
+    return fmt::format("lutrgb=r='{0}':g='{0}':b='{0}'", expression);
+  };
+  return fmt::format("scale=interl=-1:in_color_matrix={}{},format=gbrp16le,", scalerMatrix(own),
+                     source.fullRange ? ":in_range=pc" : "") +
+         onAll(fmt::format("st(0,val/maxval);st(1,{});maxval*{}", light.expression, tone)) +
+         ",colorchannelmixer=1.660491:-0.587641:-0.072850:0:-0.124550:1.132900:-0.008349:0:"
+         "-0.018151:-0.100579:1.118730," +
+         onAll("st(0,val/maxval);maxval*if(lt(ld(0),0.018),4.5*ld(0),1.099*pow(ld(0),0.45)-0.099)");
 }
 
 // The chain, filter by filter.
@@ -107,21 +140,20 @@ class Chain {
 // Pictures that carry fields go by their flags ("interl=-1").
 void addScaling(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
                 const Placement& place, const char* format) {
-  if (needsToneMapping(source, settings))
-    chain.add(toneMapping(source.highRange));
-  // Versions differ in whether they go by the range that pictures are tagged with.
-  std::string scale = fmt::format("scale={}:{}:interl=-1{}", place.width, place.height,
-                                  source.fullRange ? ":in_range=pc:out_range=tv" : "");
-  // Of BT.2020 nothing is converted: the movie stays so, or has been brought to BT.709.
-  const bool fromHigh =
-      !source.highRange.empty() ||
-      (source.colours == Colours::unknown ? quicktime::usualColours(source.width, source.height)
-                                          : source.colours) == Colours::high;
-  const bool keepsHigh = !source.highRange.empty() && !needsToneMapping(source, settings);
-  const bool toHigh = keepsHigh || exportColours(source, settings) == Colours::high;
-  if (fromHigh != toHigh)
-    scale += fmt::format(":in_color_matrix={}:out_color_matrix={}", fromHigh ? "bt709" : "bt601",
-                         toHigh ? "bt709" : "bt601");
+  std::string scale = fmt::format("scale={}:{}:interl=-1", place.width, place.height);
+  const PictureColours colours = exportColours(source, settings);
+  if (needsMapping(source, settings)) {
+    chain.add(mapping(source));
+    scale += fmt::format(":out_range=tv:out_color_matrix={}", scalerMatrix(colours));
+  } else {
+    // Versions differ in whether they go by the range that pictures are tagged with.
+    if (source.fullRange)
+      scale += ":in_range=pc:out_range=tv";
+    // Said in any case: pictures that are red, green and blue would get the matrix of small ones.
+    if (!isWide(colours))
+      scale += fmt::format(":in_color_matrix={}:out_color_matrix={}",
+                           scalerMatrix(ownColours(source)), scalerMatrix(colours));
+  }
   chain.add(scale);
   chain.add(fmt::format("format={}", format));
   if (place.width != settings.width || place.height != settings.height)
@@ -244,8 +276,8 @@ Fraction exportRate(std::optional<int> family, const Fraction& source) {
   return {std::int64_t{*family} * 1000, 1001};
 }
 
-bool needsToneMapping(const SourceFacts& source, const ExportSettings& settings) {
-  return !source.highRange.empty() && settings.codec == ExportSettings::Codec::aic;
+bool needsMapping(const SourceFacts& source, const ExportSettings& settings) {
+  return settings.codec == ExportSettings::Codec::aic && isWide(ownColours(source));
 }
 
 Placement placement(const SourceFacts& source, const ExportSettings& settings) {
@@ -299,8 +331,6 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.fieldOrder = settings.interlaced ? FieldOrder::topFirst : FieldOrder::progressive;
   plan.colours = exportColours(source, settings);
   plan.start = source.firstPicture;
-  if (!needsToneMapping(source, settings))
-    plan.highRange = source.highRange;
 
   Chain chain;
   // A movie shows nothing from before 0, where pictures stand that come before the first key frame.
@@ -319,7 +349,7 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
     addProgressive(chain, source, settings, place, plan.frameRate);
   chain.add(fmt::format("setsar={}:max=65535", text(plan.pixelAspect)));
   // What the source's pictures are tagged with stays with them through a scaler.
-  chain.add(colourTags(plan));
+  chain.add(colourFilter(plan.colours));
   plan.filters = chain.joined();
   return plan;
 }
@@ -339,6 +369,13 @@ std::vector<std::string> fieldProbeArguments(const ExportInput& input) {
   appendInput(arguments, input);
   appendPictures(arguments, input);
   append(arguments, {"-vf", "idet", "-frames:v", "200", "-f", "null", "-"});
+  return arguments;
+}
+
+std::vector<std::string> trialArguments(const ExportInput& input, const ExportPlan& plan) {
+  std::vector<std::string> arguments = quietArguments(input);
+  appendPictures(arguments, input);
+  append(arguments, {"-vf", plan.filters, "-frames:v", "1", "-f", "null", "-"});
   return arguments;
 }
 
@@ -381,9 +418,8 @@ std::vector<std::string> proresArguments(const ExportInput& input, const std::st
   if (settings.interlaced)
     append(arguments, {"-flags:v", "+ildct+ilme", "-field_order", "tb"});
   // The movie's header is filled from these, the pictures' own from the filter.
-  const ColourNames colours = colourNames(plan);
-  append(arguments, {"-color_primaries", colours.primaries, "-color_trc", colours.transfer,
-                     "-colorspace", colours.matrix});
+  const std::vector<std::string> colours = colourOptions(plan.colours);
+  arguments.insert(arguments.end(), colours.begin(), colours.end());
   append(arguments, {"-c:a", "pcm_s16le"});
   if (input.channels > 0)
     append(arguments, {"-ac", std::to_string(input.channels)});

@@ -26,8 +26,7 @@ struct ExportPlan {
   quicktime::Fraction frameRate = {25, 1};
   quicktime::Fraction pixelAspect = {1, 1};
   quicktime::FieldOrder fieldOrder = quicktime::FieldOrder::progressive;
-  quicktime::Colours colours = quicktime::Colours::unknown;
-  std::string highRange;  // in the movie: SourceFacts::highRange; then `colours` says nothing
+  PictureColours colours;              // of the movie, all three of them
   quicktime::Fraction start = {0, 1};  // the source's moment with which the movie begins
 };
 
@@ -38,9 +37,9 @@ SourceFacts asExported(SourceFacts source, const ExportInput& input);
 // source has it, else the one of television (30000/1001), and so for 24.
 quicktime::Fraction exportRate(std::optional<int> family, const quicktime::Fraction& source);
 
-// Whether the movie has fewer tones than the source, which the filters "zscale" and "tonemap" are
-// needed for: Apple Intermediate Codec has 8 bits, ProRes takes HLG and PQ as they are.
-bool needsToneMapping(const SourceFacts& source, const ExportSettings& settings);
+// Whether the movie has fewer colours or tones than the source: Apple Intermediate Codec has those
+// of BT.709 in 8 bits, ProRes takes BT.2020, HLG and PQ as they are.
+bool needsMapping(const SourceFacts& source, const ExportSettings& settings);
 
 // Where the picture stands in the frame.
 struct Placement {
@@ -61,6 +60,8 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
 std::vector<std::string> probeArguments(const ExportInput& input);
 // Counts fields over the first seconds.
 std::vector<std::string> fieldProbeArguments(const ExportInput& input);
+// Tries the plan's filters with the first picture: fails with an ffmpeg that is too old for them.
+std::vector<std::string> trialArguments(const ExportInput& input, const ExportPlan& plan);
 // The pictures as YUV4MPEG2, and one sound track as WAVE, both from the movie's beginning on.
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan);
 std::vector<std::string> soundArguments(const ExportInput& input, int track,

@@ -74,23 +74,20 @@ Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const Export
       .value_or(FieldOrder::progressive);
 }
 
-// Nothing when this ffmpeg can map the tones of such a source, else a sentence for the user.
-std::optional<std::string> toneProblem(const std::string& ffmpeg) {
-  Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, {"-hide_banner", "-v", "error", "-filters"});
+// Nothing when this ffmpeg can map the colours of such a source, else a sentence for the user.
+std::optional<std::string> mappingProblem(const std::string& ffmpeg, const ExportInput& input,
+                                          const ExportPlan& plan) {
+  Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, trialArguments(input, plan));
   if (!run)
     return run.reason();
-  const std::string filters = run->readOutput();
+  run->readOutput();
   const Outcome<bool> finished = run->finish();
-  if (!finished)
-    return finished.reason();
-  for (const char* name : {" zscale ", " tonemap "})
-    if (!contains(filters, name))
-      return fmt::format(
-          "the pictures are of high dynamic range, which Apple Intermediate Codec has not, and "
-          "this "
-          "ffmpeg lacks the filter \"{}\" to bring them to its range; choose ProRes",
-          trimmed(name));
-  return std::nullopt;
+  if (finished)
+    return std::nullopt;
+  return fmt::format(
+      "the pictures have more colours than Apple Intermediate Codec, and this ffmpeg cannot bring "
+      "them to its range ({}); choose ProRes, or take a newer ffmpeg",
+      finished.reason());
 }
 
 }  // namespace
@@ -113,11 +110,11 @@ Outcome<bool> runExport(const ExportJob& job) {
       return Failure{order.reason()};
     source->fieldOrder = order.value();
   }
-  if (needsToneMapping(source.value(), settings.value()))
-    if (const auto problem = toneProblem(ffmpeg.value()))
-      return Failure{*problem};
   const SourceFacts exported = asExported(source.value(), job.input);
   const ExportPlan plan = exportPlan(exported, settings.value(), job.input);
+  if (needsMapping(exported, settings.value()))
+    if (const auto problem = mappingProblem(ffmpeg.value(), job.input, plan))
+      return Failure{*problem};
   const auto run = settings.value().codec == ExportSettings::Codec::aic ? exportAic : exportProres;
   return run(ffmpeg.value(), job, settings.value(), exported, plan);
 }

@@ -252,12 +252,6 @@ void putSoundTrack(AtomWriter& out, const SoundTrack& track, std::uint32_t id,
 
 }  // namespace
 
-Colours usualColours(int width, int height) {
-  if (width > 768 || height > 576)
-    return Colours::high;
-  return height > 486 ? Colours::standardPal : Colours::standardNtsc;
-}
-
 TimeScale timeScale(const Fraction& frameRate) {
   const std::int64_t divisor =
       std::max<std::int64_t>(std::gcd(frameRate.numerator, frameRate.denominator), 1);

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "ffmpeg/pictureColours.h"
+
 namespace tessarin::quicktime {
 
 struct Fraction {
@@ -17,13 +19,6 @@ struct Fraction {
 
 enum class FieldOrder { progressive, topFirst, bottomFirst };
 
-// Which numbers relate the samples to colours; written as primaries, transfer and matrix.
-enum class Colours { unknown, standardPal, standardNtsc, high };
-
-// The usual colours of a picture of this size: those of standard television up to 768x576, else
-// those of HD.
-Colours usualColours(int width, int height);
-
 struct VideoFormat {
   std::string codec = "icod";  // four letters
   std::string codecName = "Apple Intermediate Codec";
@@ -32,7 +27,7 @@ struct VideoFormat {
   Fraction frameRate = {25, 1};  // frames per second
   Fraction pixelAspect = {1, 1};
   FieldOrder fieldOrder = FieldOrder::progressive;
-  Colours colours = Colours::unknown;
+  PictureColours colours;  // of BT.709 or BT.601; without primaries the movie says none
 };
 
 // 16-bit samples, low byte first, channels interleaved.

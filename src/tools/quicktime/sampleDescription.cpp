@@ -41,14 +41,12 @@ void putVideoDescription(AtomWriter& out, const VideoFormat& format) {
     out.put32(static_cast<std::uint64_t>(format.pixelAspect.numerator));
     out.put32(static_cast<std::uint64_t>(format.pixelAspect.denominator));
   }
-  if (format.colours != Colours::unknown) {
+  if (const PictureColours& colours = format.colours; !colours.primaries.empty()) {
     const Atom atom(out, "colr");
     out.putText("nclc");
-    const bool high = format.colours == Colours::high;
-    const bool pal = format.colours == Colours::standardPal;
-    out.put16(high ? 1 : pal ? 5 : 6);
-    out.put16(1);
-    out.put16(high ? 1 : 6);
+    out.put16(colours.primaries == "bt709" ? 1 : colours.primaries == "bt470bg" ? 5 : 6);
+    out.put16(1);  // one curve for all of them
+    out.put16(colours.matrix == "bt709" ? 1 : 6);
   }
 }
 
