@@ -71,7 +71,9 @@ Arguments codecListingCommand() {
 }
 
 bool takeCodecListing(const std::string& answer) {
-  if (versionOfListing(answer).empty() || answer.size() > longestListing)
+  // A banner alone is what is left of one that failed behind it.
+  if (versionOfListing(answer).empty() || !contains(answer, "Codecs:\n") ||
+      answer.size() > longestListing)
     return false;
   knownListing() = answer;
   const auto& identity = lookedForIdentity();

@@ -75,6 +75,11 @@ int main(int count, char** arguments) {
   const auto printed = count == 2 ? printedFor(arguments[1]) : std::nullopt;
   if (printed)
     return std::puts(printed->c_str()) < 0 ? 1 : 0;
+  // Without that there is no window either.
+  if (const auto problem = systemProblem()) {
+    std::fprintf(stderr, "tessarin-gui: %s\n", problem->c_str());
+    return 1;
+  }
   QApplication application(count, arguments);
   setUpApplication(application);
   QtRunLoop loop;

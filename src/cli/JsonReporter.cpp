@@ -125,7 +125,7 @@ class JsonReporter final : public Reporter {
     tell(event);
   }
 
-  void jobEnded(const JobEnd& end) override {
+  void jobEnded(const JobEnd& end, bool) override {
     static constexpr const char* names[] = {"converted", "kept", "failed", "stopped"};
     Json event{{"event", names[static_cast<int>(end.kind)]},
                {"source", end.source},

@@ -39,7 +39,8 @@ class Reporter {
   virtual void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) = 0;
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
   virtual void progress(const Progress& progress) = 0;
-  virtual void jobEnded(const JobEnd& end) = 0;
+  // `isFine`: as the user wanted it.
+  virtual void jobEnded(const JobEnd& end, bool isFine) = 0;
   // At the end of a batch: sources that were not there any more. Each had its jobEnded().
   virtual void missing(const std::vector<std::string>& sources) = 0;
   // A batch of this many rows has been written to a file.

@@ -72,7 +72,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     const bool isFine = (job.kind == JobEnd::Kind::converted && isWhole) ||
                         (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
     failed_ = failed_ || !isFine;
-    reporter_.jobEnded(job);
+    reporter_.jobEnded(job, isFine);
   });
   app_.driver().batchEnded.connect([this] { tellOfRest(); });
   app_.driver().batchEnded.connect([this] { end(); });

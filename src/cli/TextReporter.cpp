@@ -119,7 +119,7 @@ class TextReporter final : public Reporter {
     progressShown_ = true;
   }
 
-  void jobEnded(const JobEnd& end) override {
+  void jobEnded(const JobEnd& end, bool isFine) override {
     clearProgress();
     switch (end.kind) {
       case JobEnd::Kind::converted:
@@ -128,7 +128,10 @@ class TextReporter final : public Reporter {
               (end.reason.empty() ? "" : " (" + end.reason + ")"));
         break;
       case JobEnd::Kind::kept:
-        print(fmt::format("{}: {}", printable(end.source), printable(end.reason)));
+        if (isFine)
+          print(fmt::format("{}: {}", printable(end.source), printable(end.reason)));
+        else
+          problem(end.source, end.reason);
         break;
       case JobEnd::Kind::failed:
       case JobEnd::Kind::stopped:

@@ -93,6 +93,10 @@ bool prepareTools(const Dico& choices) {
 }
 
 int run(const Options& options) {
+  if (const auto problem = systemProblem()) {
+    complain(*problem);
+    return someNot;
+  }
   openLog();
   recordEnvironment();
   setLogBeginning(recordEnvironment);

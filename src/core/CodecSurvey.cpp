@@ -22,14 +22,16 @@ void takeInventory() {
 }
 
 // Without its codecs ffmpeg would be taken for one that can write nothing.
+std::string unusable(const std::string& why) {
+  const auto found = findFfmpeg(ffmpegSearchOfEnvironment(codecListingCommand().front()));
+  return localisationString("D_ffmpegUnusable", "", found ? found.value() : "ffmpeg", why,
+                            ffmpegVariable);
+}
+
 std::string problemOf(const ToolResult& result) {
   logFormat("codec listing       :-( {} {}", result.status, result.output);
-  const auto found = findFfmpeg(ffmpegSearchOfEnvironment(codecListingCommand().front()));
-  const std::string answer = result.isOverdue || result.output.empty()
-                                 ? localisationString("why_noAnswer")
-                                 : failureReason(result.output, "");
-  return localisationString("D_ffmpegUnusable", "", found ? found.value() : "ffmpeg", answer,
-                            ffmpegVariable);
+  return unusable(result.isOverdue || result.output.empty() ? localisationString("why_noAnswer")
+                                                            : failureReason(result.output, ""));
 }
 
 }  // namespace
@@ -42,7 +44,7 @@ void CodecSurvey::begin(Known known) {
   }
   const bool isAsked =
       run_.start(codecListingCommand(), quickQuestion, [known](const ToolResult& result) {
-        if (result.isOverdue || !takeCodecListing(result.output)) {
+        if (result.isOverdue || result.status != 0 || !takeCodecListing(result.output)) {
           known(problemOf(result));
           return;
         }
@@ -50,7 +52,7 @@ void CodecSurvey::begin(Known known) {
         known(std::nullopt);
       });
   if (!isAsked)
-    known(problemOf({}));
+    known(unusable(localisationString("why_toolMissing", "", codecListingCommand().front())));
 }
 
 }  // namespace tessarin

@@ -37,7 +37,8 @@ std::optional<std::string> problemOfSource(const std::string& path) {
   std::error_code failed;
   const std::filesystem::file_status status = std::filesystem::status(path, failed);
   if (!std::filesystem::exists(status))
-    return localisationString("why_missing");
+    return localisationString(std::filesystem::is_symlink(path, failed) ? "why_deadLink"
+                                                                        : "why_missing");
   if (!std::filesystem::is_regular_file(status))
     return localisationString("why_noFile");
   if (::access(path.c_str(), R_OK) != 0)

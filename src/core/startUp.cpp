@@ -10,6 +10,7 @@
 #include "classShared/log.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/Bundle.h"
+#include "platform/Descriptor.h"
 #include "platform/SystemFacts.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
@@ -55,6 +56,19 @@ std::optional<Alert> installPathRefusal() {
                {},
                "",
                Alert::Style::critical};
+}
+
+std::optional<std::string> systemProblem() {
+  // A chain of tools, the batch and the log at the same time need some forty.
+  constexpr std::uint64_t neededFiles = 64;
+  const std::uint64_t files = allowOpenFiles(neededFiles);
+  if (!hasLocalization("D_Langue"))
+    return fmt::format("the texts of the program in {} cannot be read; install it anew",
+                       Bundle::main().resourcePath());
+  if (files >= neededFiles)
+    return std::nullopt;
+  return localisationString("D_fewFiles", "", fmt::format("{}", files),
+                            fmt::format("{}", neededFiles));
 }
 
 std::string programVersion() {

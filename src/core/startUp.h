@@ -16,6 +16,10 @@ Alert alreadyRunningAlert();
 // backslash. Nothing when it can.
 std::optional<Alert> installPathRefusal();
 
+// Why the program cannot work on this system as it is, in the user's language: its texts cannot be
+// read, or too few files may be open at a time. Nothing when it can.
+std::optional<std::string> systemProblem();
+
 // The version as users are told it, "0.1.0".
 std::string programVersion();
 

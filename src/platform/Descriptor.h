@@ -1,6 +1,7 @@
 // Ownership of file descriptors.
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
 #include "classShared/Outcome.h"
@@ -33,6 +34,10 @@ struct Pipe {
 
 // A new pipe. Both ends are closed in programs that are started (close-on-exec) and block.
 Outcome<Pipe> makePipe();
+
+// Lets this process and its children open up to `wanted` files, where the system takes that; more
+// when that was allowed before. The number that may be open now.
+std::uint64_t allowOpenFiles(std::uint64_t wanted);
 
 // Makes reads from the descriptor answer EAGAIN instead of waiting. Only for a read end of ours:
 // the setting belongs to the open file, which the other end of a pipe does not share.

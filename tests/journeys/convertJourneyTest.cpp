@@ -83,7 +83,8 @@ TEST_F(ConvertJourney, AMovieThatIsThereIsKeptUnlessTheUserWantsItReplaced) {
   // Nobody can be asked.
   Result result = tessarin({"-d", destination(), clip});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out, kept);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "tessarin: " + kept);
   result = tessarin({"-d", destination(), "--overwrite", "keep", clip});
   EXPECT_EQ(result.status, 0) << "as the user wanted it";
   EXPECT_EQ(result.out, kept);
