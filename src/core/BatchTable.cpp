@@ -222,6 +222,38 @@ ChoiceCell BatchTable::speedCell(int row) const {
   return cell;
 }
 
+std::string BatchTable::possibleWith(int row, const std::optional<Choice>& choice) const {
+  if (!choice)
+    return localisationString("D_notPossible");
+  constexpr const char* speeds[] = {"speedFull", "speedHalf", "speedSlow"};
+  const double fps = source(row).number(SourceKey::v0Fps).value_or(0);
+  std::string words = presetSizeName(choice->sizeOut, fps);
+  if (choice->speed != this->row(row).integer(BatchKey::fps))
+    words += ", " + localisationString(speeds[choice->speed], "Localizable");
+  return localisationString("D_possibleWith", "", words);
+}
+
+std::string BatchTable::whyNotOut(int row, int target) const {
+  const Dico& entry = this->row(row);
+  const std::string reason = whyNotTarget(entry, target);
+  if (reason.empty())
+    return {};
+  const Wish wish{target, static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1)),
+                  static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep))};
+  std::optional<Choice> possible;
+  for (const Alternative& each : alternatives(entry, wish, interface_.editingSoft.selected()))
+    if (each.choice.target == target)
+      possible = each.choice;
+  return reason + "\n" + possibleWith(row, possible);
+}
+
+std::string BatchTable::whyNotSpeed(int row, int speed) const {
+  const Dico& entry = this->row(row);
+  if (speedPermissions(entry).at(static_cast<std::size_t>(speed)))
+    return {};
+  return possibleWith(row, choiceWithSpeed(entry, speed, interface_.editingSoft.selected()));
+}
+
 std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
   const Dico& entry = this->row(row);
   debugFormat("tableView           : cell from sizeOut, value : {}",

@@ -8,6 +8,7 @@
 #include "core/CoreServices.h"
 #include "core/Interface.h"
 #include "core/forecast.h"
+#include "core/rowChoices.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -65,6 +66,9 @@ class BatchTable {
   // The choice cells of a row as they are shown.
   ChoiceCell outCell(int row) const;
   ChoiceCell speedCell(int row) const;
+  // Why a segment of these cells cannot be chosen, and with what it could; "" when it can.
+  std::string whyNotOut(int row, int target) const;
+  std::string whyNotSpeed(int row, int speed) const;
   // The size popup of a row, coloured by what the editing application takes.
   std::vector<PopUpButton::Item> sizeItems(int row) const;
 
@@ -82,6 +86,7 @@ class BatchTable {
   int encBatchInprogressRowIdentification() const;
 
  private:
+  std::string possibleWith(int row, const std::optional<Choice>& choice) const;
   bool removeSelected(bool isAlertToDisplay);
   void removeRow(int row);
   void removeAllButCurrent();

@@ -72,6 +72,22 @@ auto distance(const Dico& source, bool isProgressive, const Choice& choice, cons
                     isLarger ? pixels : -pixels);
 }
 
+// Of all sizes the one nearest to the wish, with the very speed that is wanted or a near one.
+std::optional<Choice> nearestSize(const Dico& entry, const Wish& wish, int soft, bool sameSpeed) {
+  const Dico* source = entry.dico(BatchKey::dico);
+  const bool isProgressive = isSourceProgressive(entry);
+  std::optional<Choice> nearest;
+  for (int size = firstConcreteRow; presetLabel(size) && source; ++size) {
+    const auto choice = choiceOfSize(entry, wish.target, size, wish.speed);
+    if (!choice || choice->sizeOut != size || (sameSpeed && choice->speed != wish.speed))
+      continue;
+    if (!nearest || distance(*source, isProgressive, *choice, wish, soft) <
+                        distance(*source, isProgressive, *nearest, wish, soft))
+      nearest = choice;
+  }
+  return nearest;
+}
+
 }  // namespace
 
 Permissions speedPermissions(const Dico& entry) {
@@ -136,20 +152,8 @@ SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
 
 std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft) {
   const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
-  if (const auto choice = choiceOfSize(entry, wish.target, wish.sizeOut.value_or(own), wish.speed);
-      choice || wish.sizeOut)
-    return choice;
-  const Dico* source = entry.dico(BatchKey::dico);
-  const bool isProgressive = isSourceProgressive(entry);
-  std::optional<Choice> nearest;
-  for (int size = firstConcreteRow; presetLabel(size) && source; ++size) {
-    const auto choice = choiceOfSize(entry, wish.target, size, wish.speed);
-    if (choice && choice->sizeOut == size &&
-        (!nearest || distance(*source, isProgressive, *choice, wish, soft) <
-                         distance(*source, isProgressive, *nearest, wish, soft)))
-      nearest = choice;
-  }
-  return nearest;
+  const auto choice = choiceOfSize(entry, wish.target, wish.sizeOut.value_or(own), wish.speed);
+  return choice || wish.sizeOut ? choice : nearestSize(entry, wish, soft, false);
 }
 
 std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int soft) {
@@ -172,6 +176,14 @@ std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int s
     if (const auto one = alternative(target))
       found.push_back(*one);
   return found;
+}
+
+std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, int soft) {
+  const auto own = static_cast<int>(entry.integer(BatchKey::out).value_or(outProres));
+  for (const int target : {own, outProres, outAic, outQuickTime})
+    if (const auto choice = nearestSize(entry, {target, std::nullopt, speed}, soft, true))
+      return choice;
+  return std::nullopt;
 }
 
 std::string whyNotTarget(const Dico& entry, int target) {

@@ -77,4 +77,8 @@ std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int s
 // it does.
 std::string whyNotTarget(const Dico& entry, int target);
 
+// A choice with this speed that the row could make instead, the nearest; nothing when there is
+// none.
+std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, int soft);
+
 }  // namespace tessarin

@@ -85,14 +85,15 @@ QStringList BatchTableModel::segmentTitles(int column) const {
           localizedText(QStringLiteral("@@speedSlow"))};
 }
 
-QStringList BatchTableModel::segmentTips(int column) const {
-  if (column == outColumn)
-    return {localizedText(QStringLiteral("@@tipSoftQuickTime")),
-            localizedText(QStringLiteral("@@tipSoftIMovie")),
-            localizedText(QStringLiteral("@@tipSoftFinalCutPro"))};
-  return {localizedText(QStringLiteral("@@tipSpeedFull")),
-          localizedText(QStringLiteral("@@tipSpeedHalf")),
-          localizedText(QStringLiteral("@@tipSpeedSlow"))};
+QString BatchTableModel::segmentTip(const QModelIndex& index, int segment) const {
+  const bool isOut = index.column() == outColumn;
+  static constexpr const char* const keys[] = {"@@tipSoftQuickTime",   "@@tipSoftIMovie",
+                                               "@@tipSoftFinalCutPro", "@@tipSpeedFull",
+                                               "@@tipSpeedHalf",       "@@tipSpeedSlow"};
+  const QString tip = localizedText(QLatin1String(keys[(isOut ? 0 : 3) + segment]));
+  const std::string reason =
+      isOut ? table_.whyNotOut(index.row(), segment) : table_.whyNotSpeed(index.row(), segment);
+  return reason.empty() ? tip : tip + QLatin1Char('\n') + qtText(reason);
 }
 
 bool BatchTableModel::isEditable(int row) const {

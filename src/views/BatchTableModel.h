@@ -28,8 +28,8 @@ class BatchTableModel final : public QAbstractTableModel {
   const ChoiceCell& choiceCell(const QModelIndex& index) const;
   // The names of the cell's segments.
   QStringList segmentTitles(int column) const;
-  // What the segments mean.
-  QStringList segmentTips(int column) const;
+  // What a segment of the cell means, and why it cannot be chosen where it cannot.
+  QString segmentTip(const QModelIndex& index, int segment) const;
   bool isEditable(int row) const;
 
   int rowCount(const QModelIndex& parent = {}) const override;

@@ -160,7 +160,7 @@ bool ChoiceDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
   const int segment = index.isValid() ? segmentAt(option, index.column(), event->pos()) : -1;
   if (event->type() != QEvent::ToolTip || segment < 0)
     return QStyledItemDelegate::helpEvent(event, view, option, index);
-  QToolTip::showText(event->globalPos(), model_.segmentTips(index.column())[segment], view);
+  QToolTip::showText(event->globalPos(), model_.segmentTip(index, segment), view);
   return true;
 }
 

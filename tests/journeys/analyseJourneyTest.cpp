@@ -29,9 +29,40 @@ TEST_F(AnalyseJourney, ATableTellsWhatEachClipIs) {
   EXPECT_THAT(result.lines()[0], MatchesRegex(" Duration  Picture +Codec +Sound +Container +Clip"));
   EXPECT_THAT(result.lines()[1],
               MatchesRegex(" +0:01  352x288i 50 +mpeg2video +mp2 2x48000 +mpegts +" + clip));
-  EXPECT_EQ(trimmed(result.lines()[2]), "-> ProRes 352x288i 50, PCM 2x48000");
+  EXPECT_EQ(result.lines()[2], "           -> ProRes 352x288i 50, PCM 2x48000");
   EXPECT_THAT(result.lines()[3], MatchesRegex(" +-  320x240p 25 +mpeg4 +- +mov +" + movie));
-  EXPECT_EQ(trimmed(result.lines()[4]), "-> Apple Intermediate Codec 960x540p 25");
+  EXPECT_EQ(result.lines()[4], "           -> Apple Intermediate Codec 960x540p 25");
+}
+
+TEST_F(AnalyseJourney, WhatIsLeftOutIsToldWhereverOneLooks) {
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "0.4", "50") + test::tone("0.4") +
+                                 test::tone("0.4") +
+                                 "-map 0 -map 1 -map 2 -c:v libx264 -preset ultrafast -c:a ac3 "
+                                 "-f mpegts",
+                             folder.file("x.mts")));
+  const std::string leftOut = "left out: pictures (25 of 50 a second stay); sound stream 2 (ac3)";
+  EXPECT_THAT(tessarin({"analyse", "x.mts"}).out, HasSubstr("           " + leftOut));
+  EXPECT_THAT(tessarin({"plan", "x.mts"}).lines().front(), HasSubstr("; " + leftOut));
+  const Result result = tessarin({"--json", "plan", "x.mts"});
+  const json event = json::parse(result.lines().front(), nullptr, false);
+  EXPECT_EQ(event["event"], "expected");
+  EXPECT_EQ(event["movie"]["rate"], 25.0);
+  EXPECT_EQ(event["movie"]["leftOut"].size(), 2u);
+  EXPECT_EQ(tessarin({"x.mts", "-d", destination()}).status, 0);
+  EXPECT_THAT(folder.read("movies/Tessarin/x.txt"),
+              HasSubstr("\n                      " + leftOut));
+}
+
+TEST_F(AnalyseJourney, AFormatThatIsNotPossibleNamesThoseThatAre) {
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("640x480", "0.2") + "-c:v mpeg4 -f mov",
+                             folder.file("x.mov")));
+  const Result result = tessarin({"--format", "quicktime", "x.mov", "-d", destination()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err,
+              HasSubstr("a copy keeps the size of the pictures, 640x480; possible here: "
+                        "aic; prores with --size 720p25\n"));
+  EXPECT_EQ(tessarin({"plan", "--format", "prores", "--size", "720p25", "x.mov"}).status, 0);
+  EXPECT_THAT(tessarin({"plan", "--format", "prores", "x.mov"}).out, HasSubstr("pr1280x720p25"));
 }
 
 TEST_F(AnalyseJourney, JsonHoldsTheWholeRecord) {
@@ -91,6 +122,7 @@ TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
           "tessarin: " + folder.file("sound.mp4") +
               ": there is no picture in it, so there is nothing to convert"));
   ASSERT_EQ(result.lines().size(), 3u) << result.out;
+  EXPECT_EQ(result.lines()[0], "# " + clip + ": ProRes 352x288i 50, PCM 2x48000");
   EXPECT_THAT(result.lines()[2], HasSubstr("-i " + clip));
 }
 
