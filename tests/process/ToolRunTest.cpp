@@ -16,6 +16,7 @@ using test::childPath;
 class ToolRunTest : public testing::Test {
  protected:
   ~ToolRunTest() override {
+    test::loopFor(loop_, 0ms);  // what a run leaves to the loop goes before descriptors count
     EXPECT_FALSE(test::hasChildren());
     EXPECT_EQ(test::openDescriptors(), descriptors_);
   }
@@ -26,7 +27,6 @@ class ToolRunTest : public testing::Test {
     ToolRun run(loop_);
     if (run.start(command, limits, [&](ToolResult result) { told = std::move(result); }))
       test::loopUntil(loop_, [&] { return told.has_value(); });
-    test::loopFor(loop_, 0ms);  // what the run leaves to the loop goes before descriptors count
     return told;
   }
 
