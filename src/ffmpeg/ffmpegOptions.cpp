@@ -32,6 +32,10 @@ constexpr FfmpegVersion firstWithPacketLengths{59, 37};  // settable by -bsf:v s
 constexpr FfmpegVersion firstWithoutAsync{59, 38};       // behind 5.1
 constexpr FfmpegVersion firstWithSetparams{58, 42};      // seen; 4.0 has none
 constexpr FfmpegVersion firstToWriteColours{58, 91};     // into movies, unasked: 4.3
+// The filter "fps" leaves out the last of pictures that were slowed down: from 4.0 on, before 4.2,
+// which was not seen (57.48 and 59.37 do not, 58.42 does).
+constexpr FfmpegVersion firstToLoseSlowEnds{58, 18};
+constexpr FfmpegVersion firstToKeepSlowEnds{58, 54};
 // Of the encoder "prores": before them its pictures always say BT.601, or whole pictures.
 constexpr FfmpegVersion firstProresWithColours{58, 42};  // seen; 3.1 has none
 constexpr FfmpegVersion firstProresWithFields{58, 54};   // 4.2; 58.42 has none
@@ -238,9 +242,9 @@ void translateTop(FfmpegOptionGroup& group) {
   removeOptions(group, "top");
 }
 
-// A movie's header can hold the colours.
+// A movie's header can hold the colours, those of copied pictures as well.
 void translateColours(FfmpegOptionGroup& group, FfmpegVersion version) {
-  if (version.isAtLeast(firstToWriteColours) || !group.last({"color_primaries"}))
+  if (version.isAtLeast(firstToWriteColours))
     return;
   for (FfmpegOption& option : group.options)
     if (option.name == "movflags" && option.value)
@@ -256,6 +260,29 @@ std::string withoutSetparams(const std::string& chain) {
        found = rest.find(name, found))
     rest.erase(found, std::min(rest.find(',', found + 1), rest.size()) - found);
   return rest.empty() ? rest : rest.substr(1);
+}
+
+// The chain with another filter for "fps=30000/1001:…", which hands such pictures on as they are.
+std::string withoutFps(const std::string& chain) {
+  constexpr std::string_view name = ",fps=";
+  std::string rest = "," + chain;
+  const std::size_t found = rest.find(name);
+  if (found == std::string::npos)
+    return chain;
+  const std::size_t rateAt = found + name.size();
+  const std::size_t rateEnd = std::min(rest.find_first_of(":,", rateAt), rest.size());
+  const std::size_t filterEnd = std::min(rest.find(',', rateAt), rest.size());
+  const std::string filter = ",framerate=" + rest.substr(rateAt, rateEnd - rateAt);
+  return rest.replace(found, filterEnd - found, filter).substr(1);
+}
+
+void translateSlowRates(FfmpegOptionGroup& group, FfmpegVersion version) {
+  if (!version.isAtLeast(firstToLoseSlowEnds) || version.isAtLeast(firstToKeepSlowEnds))
+    return;
+  for (FfmpegOption& option : group.options)
+    if ((option.name == "vf" || option.name == "filter:v") && option.value &&
+        option.value->find("setpts=2*(") != std::string::npos)
+      option.value = withoutFps(*option.value);
 }
 
 void translateSetparams(FfmpegOptionGroup& group, FfmpegVersion version) {
@@ -336,11 +363,12 @@ std::string ffmpegVersionText(FfmpegVersion version) {
 
 bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments) {
   const std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
-  const auto usesSetparams = [](const FfmpegOptionGroup& group) {
-    return valueOf(group.last({"vf", "filter:v"})).find("setparams=") != std::string::npos;
+  const auto usesNewFilters = [](const FfmpegOptionGroup& group) {
+    const std::string& chain = valueOf(group.last({"vf", "filter:v"}));
+    return chain.find("setparams=") != std::string::npos || chain.find("fps=") != std::string::npos;
   };
-  return has(groups, "async") || has(groups, "bsf") || has(groups, "color_primaries") ||
-         std::any_of(groups.begin(), groups.end(), usesSetparams) ||
+  return has(groups, "async") || has(groups, "bsf") || has(groups, "movflags") ||
+         std::any_of(groups.begin(), groups.end(), usesNewFilters) ||
          std::any_of(groups.begin(), groups.end(), usesQuickProres) ||
          (has(groups, "vsync") && anyVideoEncoded(groups));
 }
@@ -355,6 +383,7 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
       translateTop(group);
       translateColours(group, version);
       translateSetparams(group, version);
+      translateSlowRates(group, version);
     }
     translateTimestampFilter(group, version);
   }

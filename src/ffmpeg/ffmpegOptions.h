@@ -53,7 +53,8 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //                       claims
 //   setparams=…         left out of filters where there is no such filter
 //   -c:v prores         "prores_ks" where the other writes no fields, or no colours, into pictures
-//   -movflags           with "+write_colr" before 4.3 where the colours are named
+//   setpts=2*(…),fps=…  "framerate=…" in 4.0 and 4.1, which lose a picture
+//   -movflags           with "+write_colr" before 4.3
 // Values, and options that are known everywhere, stay as they are.
 std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,
                                                 FfmpegVersion version);

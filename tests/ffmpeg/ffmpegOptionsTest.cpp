@@ -198,6 +198,17 @@ TEST(FfmpegOptions, ProresPicturesSayTheirFieldsAndColoursThemselves) {
   EXPECT_THAT(translated(whole, v31), HasSubstr("-c:v prores_ks"));
 }
 
+TEST(FfmpegOptions, SlowMotionKeepsItsLastPicture) {
+  constexpr FfmpegVersion v2018{58, 42};
+  const std::string halved = "-i a -vf fps=25/1:start_time=0,null b.mov";
+  const std::string slowed = "-i a -vf setpts=2*(PTS-0),fps=30000/1001:start_time=0,null b.mov";
+  EXPECT_TRUE(ffmpegOptionsNeedVersion(words(slowed)));
+  EXPECT_EQ(translated(slowed, v51), "-nostdin " + slowed);
+  EXPECT_EQ(translated(slowed, v31), "-nostdin " + slowed);
+  EXPECT_EQ(translated(halved, v2018), "-nostdin " + halved);
+  EXPECT_EQ(videoFilters(slowed, v2018), "setpts=2*(PTS-0),framerate=30000/1001,null");
+}
+
 TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {
   const std::string line =
       "-i a -vf yadif,setparams=colorspace=bt709,null -color_primaries bt709 -movflags faststart "
