@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/Utf8.h"
 
 namespace tessarin {
 namespace {
@@ -19,14 +20,6 @@ TEST(TextAdditions, splitsLinesAtEveryKindOfEnd) {
   EXPECT_THAT(splitLines(""), IsEmpty());
 }
 
-TEST(TextAdditions, splitsAtASeparatorAndKeepsEmptyParts) {
-  EXPECT_THAT(split("16:9", ":"), ElementsAre("16", "9"));
-  EXPECT_THAT(split("::", ":"), ElementsAre("", "", ""));
-  EXPECT_THAT(split("", ":"), ElementsAre(""));
-  EXPECT_THAT(split("a, b,c", ", "), ElementsAre("a", "b,c"));
-  EXPECT_THAT(split("abc", ""), ElementsAre("abc"));
-}
-
 TEST(TextAdditions, takesTextBetweenMarkers) {
   EXPECT_EQ(textBetween("start 1, end 2", "start ", ", end"), "1");
   EXPECT_EQ(textBetween(") a (b)", "(", ")"), "b") << "the end is looked for behind the start";
@@ -36,12 +29,6 @@ TEST(TextAdditions, takesTextBetweenMarkers) {
   EXPECT_EQ(textAfter("a", " : "), std::nullopt);
   EXPECT_EQ(textUpTo("a : b : c", " : "), "a");
   EXPECT_EQ(textUpTo("a", " : "), "a");
-}
-
-TEST(TextAdditions, replacesOncePerOccurrence) {
-  EXPECT_EQ(replaceAll("aaa", "aa", "a"), "aa");
-  EXPECT_EQ(replaceAll("a.b.c", ".", ".."), "a..b..c");
-  EXPECT_EQ(replaceAll("abc", "", "x"), "abc");
 }
 
 TEST(TextAdditions, changesTheCaseOfAsciiLettersOnly) {
@@ -66,20 +53,29 @@ TEST(TextAdditions, readsLeadingIntegers) {
   EXPECT_EQ(leadingInteger("-99999999999999999999"), std::numeric_limits<std::int64_t>::min());
 }
 
-TEST(TextAdditions, tellsValidUtf8) {
-  for (const char* good : {"", "Été à Köln", "日本", "\xF0\x9F\x8E\xAC", "\xF4\x8F\xBF\xBF"})
+TEST(TextAdditions, tellsAndRepairsWhatIsNoUtf8) {
+  for (const char* good : {"", "Été à Köln", "日本", "\xF0\x9F\x8E\xAC", "\xF4\x8F\xBF\xBF"}) {
     EXPECT_TRUE(isUtf8(good)) << good;
-  const std::pair<const char*, const char*> bad[] = {{"stray continuation", "a\x80"},
-                                                     {"cut sequence", "\xE6\x97"},
-                                                     {"overlong slash", "\xC0\xAF"},
-                                                     {"overlong three", "\xE0\x80\xAF"},
-                                                     {"surrogate", "\xED\xA0\x80"},
-                                                     {"above 10FFFF", "\xF4\x90\x80\x80"},
-                                                     {"Latin-1", "\xC9t\xE9"},
-                                                     {"lead before letter", "\xE6\x97g"},
-                                                     {"overlong four", "\xF0\x80\x80\xAF"}};
-  for (const auto& [what, text] : bad)
+    EXPECT_EQ(repairedUtf8(good), good);
+  }
+  struct Wrong {
+    const char* what;
+    const char* text;
+    const char* repaired;  // byte by byte
+  };
+  const Wrong bad[] = {{"stray continuation", "a\x80", "a\uFFFD"},
+                       {"cut sequence", "\xE6\x97", "\uFFFD\uFFFD"},
+                       {"overlong slash", "\xC0\xAF", "\uFFFD\uFFFD"},
+                       {"overlong three", "\xE0\x80\xAF", "\uFFFD\uFFFD\uFFFD"},
+                       {"overlong four", "\xF0\x80\x80\xAF", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+                       {"surrogate", "\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},
+                       {"above 10FFFF", "\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+                       {"Latin-1", "\xC9t\xE9", "\uFFFDt\uFFFD"},
+                       {"lead before letter", "\xE6\x97g", "\uFFFD\uFFFDg"}};
+  for (const auto& [what, text, repaired] : bad) {
     EXPECT_FALSE(isUtf8(text)) << what;
+    EXPECT_EQ(repairedUtf8(text), repaired) << what;
+  }
 }
 
 TEST(TextAdditions, cutsBetweenCharacters) {
@@ -134,13 +130,6 @@ TEST(TextAdditions, putsPathsTogether) {
   EXPECT_TRUE(hasPathExtension("/a/b.MTS", "mts"));
   EXPECT_TRUE(hasPathExtension("/a/b", ""));
   EXPECT_FALSE(hasPathExtension("/a/b.mts", "mt"));
-}
-
-TEST(TextAdditions, trimsAndJoins) {
-  EXPECT_EQ(trimmed(" \ta b\r\n"), "a b");
-  EXPECT_EQ(trimmed(" \n"), "");
-  EXPECT_EQ(joinTexts({"a", "", "b"}, ", "), "a, , b");
-  EXPECT_EQ(joinTexts({}, ", "), "");
 }
 
 }  // namespace
