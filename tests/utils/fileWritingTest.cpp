@@ -53,16 +53,6 @@ TEST_F(FileWriting, refusesAHomeThatNobodyKnows) {
   EXPECT_FALSE(writeFileAtomically(below, "x"));
 }
 
-TEST_F(FileWriting, cannotMakeAFolderInAFile) {
-  const std::string file = folder_.write("file", "");
-  EXPECT_FALSE(mkdir(file));
-  EXPECT_FALSE(mkdir(file + "/below"));
-  EXPECT_EQ(errno, ENOTDIR);
-  EXPECT_TRUE(log_.has("mkdir               :-(  '" + file + "/below'"));
-  EXPECT_TRUE(log_.has("mkdir               :-(( '" + file + "/below'"));
-  EXPECT_FALSE(mkdir(""));
-}
-
 TEST_F(FileWriting, normalisesLineEnds) {
   const std::string file = folder_.write("file", "something longer than the new text");
   EXPECT_TRUE(ecritureFichier(file, "a\r\nb\rc\n\r\r\nd", 7));
@@ -80,25 +70,6 @@ TEST_F(FileWriting, tellsWhyATextCannotBeWritten) {
   EXPECT_FALSE(ecritureFichier(folder_.file("file"), std::nullopt));
   EXPECT_EQ(entryCount(), 0U);
   EXPECT_FALSE(ecritureFichier("/dev/full", "text")) << "no room, told only when writing";
-}
-
-TEST_F(FileWriting, appendsAndMarksNewFiles) {
-  const std::string log = folder_.file("log");
-  EXPECT_TRUE(appendTextToFile(log, "é\n", true));
-  EXPECT_TRUE(appendTextToFile(log, "b\r\n", true));
-  EXPECT_EQ(folder_.read("log"), "\xEF\xBB\xBFé\nb\r\n");
-  EXPECT_TRUE(appendTextToFile(folder_.file("plain"), "a", false));
-  EXPECT_EQ(folder_.read("plain"), "a");
-}
-
-TEST_F(FileWriting, appendsNothingWithoutAPathOrAText) {
-  EXPECT_FALSE(appendTextToFile("", "a", true));
-  EXPECT_FALSE(appendTextToFile(folder_.file("log"), "", true));
-  EXPECT_FALSE(appendTextToFile(folder_.file("log"), std::nullopt, true));
-  EXPECT_EQ(entryCount(), 0U);
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(appendTextToFile(folder_.file("no folder/log"), "a", true));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Impossible to create destination file !\n");
 }
 
 TEST_F(FileWriting, replacesAtomicallyAndKeepsPermissionsAndLinks) {

@@ -10,7 +10,6 @@
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "utils/files.h"
-#include "utils/times.h"
 
 namespace tessarin {
 namespace {
@@ -45,15 +44,6 @@ TEST_F(Files, tildeIsTheHomeFolder) {
   EXPECT_EQ(expandTilde("~root/x"), root ? std::string(root->pw_dir) + "/x" : "~root/x");
 }
 
-TEST_F(Files, tildeWithoutHomeIsTheSystemsEntry) {
-  const passwd* self = ::getpwuid(::getuid());
-  if (self == nullptr)
-    GTEST_SKIP() << "this user has no entry";
-  const std::string expected = self->pw_dir;
-  const test::ScopedEnvironment home("HOME", std::nullopt);
-  EXPECT_EQ(expandTilde("~"), expected);
-}
-
 TEST_F(Files, existenceMeansReadableOrALink) {
   EXPECT_TRUE(pathExists(folder_.write("a b\n'\"-%s\xFF.mov", "")));
   EXPECT_TRUE(pathExists(folder_.path()));
@@ -78,14 +68,6 @@ TEST_F(Files, unreadableFilesDoNotExist) {
     GTEST_SKIP() << "root reads everything";
   EXPECT_FALSE(pathExists(secret));
   EXPECT_TRUE(pathExists(link(secret, "link to secret")));
-}
-
-TEST_F(Files, foldersAndLinksToThemAreFolders) {
-  EXPECT_TRUE(isDirectory(folder_.path()));
-  EXPECT_TRUE(isDirectory(link(makeFolder("real"), "link")));
-  EXPECT_FALSE(isDirectory(folder_.write("file", "")));
-  EXPECT_FALSE(isDirectory(link("nowhere", "dangling")));
-  EXPECT_FALSE(isDirectory(""));
 }
 
 TEST_F(Files, listsDirectEntries) {
@@ -156,15 +138,6 @@ TEST_F(Files, weighsFoldersInWholeMegabytes) {
   struct stat entry = {};
   ASSERT_EQ(::stat(tree.c_str(), &entry), 0);
   EXPECT_EQ(poidsFile(tree, "x"), static_cast<double>(entry.st_size)) << "the folder's own entry";
-}
-
-TEST_F(Files, knowsWhenAFileWasMade) {
-  const double before = currentDate().seconds;
-  const auto made = fileCreationDate(folder_.write("new", ""));
-  ASSERT_TRUE(made);
-  EXPECT_NEAR(made->seconds, before, 60);
-  EXPECT_FALSE(fileCreationDate(folder_.file("none")));
-  EXPECT_FALSE(fileCreationDate(""));
 }
 
 TEST_F(Files, resolvesLinksThatLeadSomewhere) {

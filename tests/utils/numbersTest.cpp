@@ -61,15 +61,5 @@ TEST_F(Numbers, readsVersions) {
   EXPECT_EQ(versionToFloat(""), 0);
 }
 
-TEST_F(Numbers, convertsBytesToBinaryUnits) {
-  EXPECT_EQ(bytesToUnit(1048576, "m"), 1.0);
-  EXPECT_EQ(bytesToUnit(1536, "K"), 1.5);
-  EXPECT_EQ(bytesToUnit(1536, std::nullopt), 1.5);
-  EXPECT_EQ(bytesToUnit(std::int64_t{3} << 30, "g"), 3.0);
-  EXPECT_EQ(bytesToUnit(1536, "o"), 1536.0);
-  EXPECT_EQ(bytesToUnit(1536, ""), 1536.0);
-  EXPECT_EQ(bytesToUnit(-2048, "k"), -2048.0);
-}
-
 }  // namespace
 }  // namespace tessarin
