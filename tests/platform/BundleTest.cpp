@@ -4,7 +4,6 @@
 #include "platform/Bundle.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
-#include "support/TestBundle.h"
 
 namespace tessarin {
 namespace {
@@ -16,7 +15,6 @@ class BundleTest : public testing::Test {
   BundleTest() {
     folder_.write("en.lproj/Words.strings", R"("both" = "two"; "late" = "late";)");
     folder_.write("fr.lproj/Words.strings", R"("both" = "deux"; "broken" = "x)");
-    folder_.write("fr.lproj/help.html", "aide");
   }
 
   test::LogCapture log_;
@@ -43,38 +41,6 @@ TEST_F(BundleTest, ReportsADamagedTableOnce) {
                             return line.find("fr.lproj/Words.strings: line 1") != line.npos;
                           }),
             1);
-}
-
-TEST_F(BundleTest, FindsResourcesBesideAndInTheLanguages) {
-  const std::string inside = folder_.write("presetQt/720p", "");
-  const Bundle bundle(folder_.path(), {"fr"});
-  EXPECT_EQ(bundle.pathForResource("help", "html"), folder_.file("fr.lproj/help.html"));
-  EXPECT_EQ(bundle.pathForResource("presetQt/720p", ""), inside);
-  EXPECT_EQ(bundle.pathForResource("none", "html"), std::nullopt);
-  EXPECT_EQ(bundle.toolPath("ffmpeg"), folder_.file("tools/ffmpeg"));
-}
-
-TEST_F(BundleTest, WithoutInfoItStillHasAName) {
-  const Bundle bundle(folder_.path(), {});
-  EXPECT_EQ(bundle.name(), "Tessarin");
-  EXPECT_EQ(bundle.objectForInfoDictionaryKey("CFBundleName"), nullptr);
-  EXPECT_TRUE(log_.mentions("Info.plist"));
-}
-
-TEST(BundleResources, AdmitTheMoviesOfCamcordersAndTheTwoLibraries) {
-  const test::TestBundle resources;
-  const Value* types = Bundle::main().objectForInfoDictionaryKey("CFBundleDocumentTypes");
-  ASSERT_TRUE(types && types->list() && !types->list()->empty());
-  const List* extensions = types->list()->front().dico()->list("CFBundleTypeExtensions");
-  ASSERT_TRUE(extensions);
-  for (const char* wanted : {"mts", "m2ts", "mod", "tod", "mpg", "dv", "mov", "mp4", "avi", "mkv",
-                             "mxf", "vob", "eyetv", "iMovieProject"})
-    EXPECT_THAT(*extensions, testing::Contains(Value(wanted)));
-  EXPECT_EQ(Bundle::main().name(), "Tessarin");
-  const Value* version = Bundle::main().objectForInfoDictionaryKey("CFBundleShortVersionString");
-  ASSERT_TRUE(version);
-  EXPECT_THAT(*version->textContent(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"))
-      << "the build puts it in";
 }
 
 TEST(WantedLanguages, FollowTheEnvironment) {

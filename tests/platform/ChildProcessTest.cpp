@@ -129,18 +129,6 @@ TEST(ChildProcessTest, whatCannotBeStartedIsAFailureWithItsReason) {
   EXPECT_EQ(test::openDescriptors(), before);
 }
 
-TEST(ChildProcessTest, exitCodesAndSignalsAreToldApart) {
-  ExitStatus ended;
-  outputOf({test::childPath("childEnd"), {"exit", "0"}}, &ended);
-  EXPECT_EQ(ended.number(), 0);
-  outputOf({test::childPath("childEnd"), {"exit", "127"}}, &ended);
-  EXPECT_EQ(ended.signal, 0);
-  EXPECT_EQ(ended.number(), 127);
-  outputOf({test::childPath("childEnd"), {"signal", "11"}}, &ended);
-  EXPECT_EQ(ended.signal, SIGSEGV);
-  EXPECT_EQ(ended.number(), 139);
-}
-
 TEST(ChildProcessTest, streamsMayLieOnAnyDescriptor) {
   // Standard error on the place of standard output and the other way round.
   const test::ScopedTemporaryFolder folder;
@@ -199,19 +187,6 @@ TEST(ChildProcessTest, killTakesTheHelpersOfAShellAlong) {
     ::kill(std::atoi(text), SIGKILL);
 }
 
-TEST(ChildProcessTest, aRunningChildEndsWithItsObject) {
-  pid_t pid = -1;
-  {
-    Outcome<ChildProcess> child = ChildProcess::start({test::childPath("childHang"), {}});
-    ASSERT_TRUE(child);
-    pid = child->pid();
-    ChildProcess moved = std::move(*child);
-    EXPECT_EQ(moved.pid(), pid);
-    EXPECT_TRUE(moved.isRunning());
-  }
-  EXPECT_FALSE(test::hasChildren());
-}
-
 TEST(ChildProcessTest, theExitStatusIsKnownEvenIfChildSignalsWereIgnored) {
   std::signal(SIGCHLD, SIG_IGN);
   ExitStatus ended;
@@ -232,14 +207,6 @@ TEST(ChildProcessTest, childrenDieWithAProcessThatCrashes) {
   pipe.writeEnd.close();
   ::waitpid(crashing, nullptr, 0);
   EXPECT_TRUE(comesToItsEnd(pipe.readEnd));
-}
-
-TEST(ChildProcessTest, manyStartsLeakNothing) {
-  const std::size_t before = test::openDescriptors();
-  for (int round = 0; round < 200; ++round)
-    outputOf({test::childPath("childEnd"), {"exit", "0"}});
-  EXPECT_EQ(test::openDescriptors(), before);
-  EXPECT_FALSE(test::hasChildren());
 }
 
 }  // namespace

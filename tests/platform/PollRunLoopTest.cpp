@@ -79,14 +79,6 @@ TEST_F(PollRunLoopTest, stopCountsBeforeRunAndEndsTheTurn) {
   EXPECT_EQ(loop_.run(), 5);  // what was ready is served by the next run
 }
 
-TEST_F(PollRunLoopTest, theEndOfAPipeIsReported) {
-  Pipe pipe = std::move(*makePipe());
-  pipe.writeEnd.close();
-  loop_.watchReadable(pipe.readEnd.number(), [this] { loop_.stop(0); });
-  loop_.runAfter(std::chrono::seconds(5), [this] { loop_.stop(1); });
-  EXPECT_EQ(loop_.run(), 0);
-}
-
 TEST_F(PollRunLoopTest, aWatchWhoseDescriptorWasClosedIsDroppedWithALine) {
   const test::LogCapture log;
   Pipe pipe = readyPipe();
