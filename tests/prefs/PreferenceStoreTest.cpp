@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "platform/propertyList.h"
 #include "prefs/PreferenceStore.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
@@ -29,36 +28,6 @@ TEST(PreferenceStore, AnswersOnlyWhatIsStoredUnlessAskedForDefaults) {
   EXPECT_EQ(store.integer(PrefKey::speed), 2) << "a value of the wrong kind is unusable";
 }
 
-TEST(PreferenceStore, TheKeysAreTheStoredFormat) {
-  std::string keys;
-  for (const auto& [key, value] : prefDefaults())
-    keys += key + "=" + value.description() + " ";
-  EXPECT_EQ(keys,
-            "assistantSkip=0 easy=1 editingSoft=2 prefAlertEnd=1 prefCheckMatrix=1 prefColor=-1 "
-            "prefDefautDstPathStr=~/Movies/ prefPreset=0 prefProres=apcn prefSpeed=2 prefSurrond=0 "
-            "update=1 ");
-}
-
-TEST(PreferenceStore, AnEmptyKeyIsNoKey) {
-  MemoryUserDomain domain(Dico{{"", 1}});
-  PreferenceStore store(domain);
-  EXPECT_EQ(store.prefRead(""), nullptr);
-  EXPECT_FALSE(store.prefWrite("", 2));
-  EXPECT_TRUE(store.prefRemove(""));
-  EXPECT_EQ(domain.values(), (Dico{{"", 1}}));
-}
-
-TEST(PreferenceStore, RemovesKeysAndStepFlags) {
-  MemoryUserDomain domain(Dico{{"encFin", 1}, {"encDeb", 0}});
-  PreferenceStore store(domain);
-  EXPECT_TRUE(store.flag("encFin"));
-  EXPECT_FALSE(store.flag("encDeb"));
-  EXPECT_FALSE(store.flag("encV"));
-  EXPECT_TRUE(store.prefRemove("encFin"));
-  EXPECT_TRUE(store.prefRemove("encFin")) << "gone already";
-  EXPECT_FALSE(store.flag("encFin"));
-}
-
 TEST(PreferenceStore, TakesOneEntryOutOfAStoredRecord) {
   const Dico seed{{"processEncDico", Dico{{"encQtEnc", 1}, {"out", 2}}}, {"number", 5}};
   MemoryUserDomain domain(seed);
@@ -74,17 +43,6 @@ TEST(PreferenceStore, TakesOneEntryOutOfAStoredRecord) {
   EXPECT_TRUE(log.has("key to delete       : key=encQtEnc, value=1"));
 }
 
-TEST(PreferenceStore, LogsReadsAndWritesWithTheDebugFlag) {
-  MemoryUserDomain domain;
-  PreferenceStore store(domain);
-  const test::LogCapture log(true);
-  store.prefWrite("easy", 1);
-  store.prefRead("easy");
-  EXPECT_EQ(log.lines(),
-            (std::vector<std::string>{"prefWrite           - old ? nil",
-                                      "prefWrite           - def : 1", "prefRead            : 1"}));
-}
-
 TEST(Plist, WritesBinaryFilesUnderNamesWithoutColons) {
   const test::ScopedTemporaryFolder folder;
   const test::ScopedEnvironment home("HOME", folder.path());
@@ -93,23 +51,6 @@ TEST(Plist, WritesBinaryFilesUnderNamesWithoutColons) {
   EXPECT_TRUE(folder.read("1230.plist").starts_with("bplist00"));
   EXPECT_TRUE(log.has("write plist :-) " + folder.file("1230.plist")));
   EXPECT_EQ(readPlist("~/1230.plist"), (Dico{{"a", 1}}));
-}
-
-TEST(Plist, AnswersNothingForWhatCannotBeReadOrWritten) {
-  const test::ScopedTemporaryFolder folder;
-  const test::LogCapture log;
-  EXPECT_EQ(readPlist(folder.file("missing")), std::nullopt);
-  EXPECT_EQ(readPlist(folder.write("damaged", "bplist00")), std::nullopt);
-  ASSERT_TRUE(writePropertyList(folder.file("list"), List{1}));
-  EXPECT_EQ(readPlist(folder.file("list")), std::nullopt) << "a list is no record";
-  EXPECT_FALSE(writePlist("", Dico()));
-  EXPECT_FALSE(writePlist(folder.file("no folder/a.plist"), Dico()));
-  EXPECT_TRUE(log.has("write plist :-( " + folder.file("no folder/a.plist")));
-  Value deep(1);
-  for (int level = 0; level < 200; ++level)
-    deep = Value(List{deep});
-  EXPECT_FALSE(writePlist(folder.file("deep"), deep));
-  EXPECT_EQ(folder.read("deep"), "");
 }
 
 }  // namespace

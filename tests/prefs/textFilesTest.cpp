@@ -87,16 +87,5 @@ TEST(TextFiles, CopiesWhatItCannotTellBesideItself) {
   EXPECT_EQ(folder.read("b.srt.txt"), "somebody's notes") << "a neighbour is never overwritten";
 }
 
-TEST(TextFiles, ReadsInAGivenEncoding) {
-  const test::ScopedTemporaryFolder folder;
-  const test::LogCapture log;
-  const std::string path = folder.write("latin", "\xE9t\xE9");
-  EXPECT_EQ(readTextFileInEncoding(path, 5), "été");
-  EXPECT_EQ(readTextFileInEncoding(path, 4), std::nullopt);
-  EXPECT_TRUE(log.mentions("convertFromEncoding  :-( "));
-  EXPECT_EQ(readTextFileInEncoding(path, 0), std::nullopt);
-  EXPECT_EQ(readTextFileInEncoding(folder.file("none"), 5), std::nullopt);
-}
-
 }  // namespace
 }  // namespace tessarin

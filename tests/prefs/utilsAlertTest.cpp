@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -6,13 +5,10 @@
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
-#include "support/ScriptedAlerts.h"
 #include "support/TestBundle.h"
 
 namespace tessarin {
 namespace {
-
-using testing::StartsWith;
 
 class UtilsAlertTest : public testing::Test {
  protected:
@@ -48,26 +44,6 @@ TEST_F(UtilsAlertTest, ATextThatIsItsKeyCountsAsNone) {
   EXPECT_TRUE(hasLocalization("two"));
   EXPECT_FALSE(hasLocalization("none"));
   EXPECT_FALSE(hasLocalization("same"));
-}
-
-TEST_F(UtilsAlertTest, GuardsSpeakFrenchOrEnglish) {
-  test::ScriptedAlerts alerts;
-  setUserAlerts(&alerts);
-  const auto messageFor = [&](const std::string& langue) {
-    folder_.write("xx.lproj/Localized.strings", langue);
-    const test::TestBundle bundle(folder_.path(), "xx");
-    languageGuardAlert("what happened");
-    return alerts.shown.back().message;
-  };
-  const auto french = StartsWith(":-(\nVous n'auriez pas du voir cette alerte apparaître.");
-  const auto english = StartsWith(":-(\nYou would not have to see this alert.");
-  EXPECT_THAT(messageFor(R"("D_Langue" = "fr_";)"), french);
-  EXPECT_THAT(messageFor(R"("D_Langue" = "fr";)"), french);
-  EXPECT_THAT(messageFor(R"("D_Langue" = "de_";)"), english);
-  EXPECT_THAT(messageFor(""), english);
-  setUserAlerts(nullptr);
-  EXPECT_EQ(alerts.shown.back().informative, "what happened");
-  EXPECT_EQ(alerts.shown.back().style, Alert::Style::critical);
 }
 
 TEST_F(UtilsAlertTest, TheLanguageCodeNeedsThreeCharacters) {
