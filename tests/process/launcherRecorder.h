@@ -22,7 +22,6 @@ struct LauncherRecorder : TaskLauncherDelegate {
     ++ends;
     events.push_back("end");
     statusAtEnd = launcher.terminationStatus();
-    runningAtEnd = launcher.isRunning();
   }
   void taskLauncherTaskDidSuspend(taskLauncher&) override { events.push_back("suspend"); }
   void taskLauncherTaskDidResume(taskLauncher&) override { events.push_back("resume"); }
@@ -33,7 +32,6 @@ struct LauncherRecorder : TaskLauncherDelegate {
   std::vector<std::string> events;
   int ends = 0;
   int statusAtEnd = -1;
-  bool runningAtEnd = true;
 };
 
 // A loop, a launcher and its recorder.

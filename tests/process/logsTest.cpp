@@ -5,9 +5,9 @@
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "platform/ChildProcess.h"
 #include "process/logs.h"
-#include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
@@ -15,7 +15,6 @@
 namespace tessarin {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -30,12 +29,6 @@ class LogsTest : public testing::Test {
   const test::ScopedTemporaryFolder folder_;
   const test::ScopedEnvironment home_{"HOME", folder_.path()};
 };
-
-TEST_F(LogsTest, bothLogsLieInTheUsersLogFolder) {
-  const std::string logs = folder_.file("Library/Logs/" + Bundle::main().name());
-  EXPECT_EQ(detailLogPath(), logs + "/Details.log");
-  EXPECT_EQ(resumeLogPath(), logs + "/Resume.log");
-}
 
 TEST_F(LogsTest, theSummaryLogBeginsWithItsDate) {
   const std::string name = "Library/Logs/" + Bundle::main().name() + "/Resume.log";
@@ -116,37 +109,6 @@ TEST_F(LogsTest, aLogIsKeptToASizeWhileSeveralProcessesWriteToIt) {
     for (const std::string_view line : splitLines(text))
       ASSERT_TRUE(contains(line, "] begun") || line.size() > 10000) << name << ": " << line;
   }
-}
-
-TEST_F(LogsTest, theDebugEntryTogglesTheFlag) {
-  const test::LogCapture log(false);
-  DebugMenuItem item{false, "Debug"};
-  item = iba_menuDebugToggle(item);
-  EXPECT_TRUE(item.on);
-  EXPECT_TRUE(debugMode());
-  EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug0", "Localized"));
-  EXPECT_THAT(log.lines(), ElementsAre("a_menuDebugToggle   …", "a_menuDebugToggle   : Debug",
-                                       "menuDebug           : 1"));
-  item = iba_menuDebugToggle(item);
-  EXPECT_FALSE(item.on);
-  EXPECT_FALSE(debugMode());
-  EXPECT_EQ(item.title, Bundle::main().localizedString("menuDebug1", "Localized"));
-  EXPECT_TRUE(log.has("menuDebug           : 0"));
-}
-
-TEST_F(LogsTest, theMachineIsDescribed) {
-  const test::LogCapture log;
-  EXPECT_GT(operatingSystemVersion(), 2);
-  EXPECT_GE(processorsAndCores(), 1);
-  EXPECT_EQ(mediaFrameworkVersion(), 0);
-  EXPECT_TRUE(displayIsAccelerated());
-  EXPECT_FALSE(isOldProcessor());
-  EXPECT_THAT(
-      log.lines(),
-      ElementsAre(MatchesRegex("Operating System    : [0-9]+\\.[0-9]+\\.[0-9]+"),
-                  MatchesRegex("Processors/Cores    x [0-9]+"), "versionQT           :-( echec",
-                  "Quartz Extreme      :-) compatible video card", "cpuSubtype          : 0",
-                  "cpu > G3            :-)"));
 }
 
 }  // namespace

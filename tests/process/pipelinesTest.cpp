@@ -86,11 +86,6 @@ TEST_P(ArrayRunnersTest, toolsReadNothingAndGetTheToolEnvironment) {
                                      HasSubstr("input empty\n"))));
 }
 
-TEST_P(ArrayRunnersTest, theToolsAreWaitedFor) {
-  EXPECT_EQ(run({childPath("childCloseAndLive"), "50", "0"}), "closing\n");
-  EXPECT_FALSE(test::hasChildren());
-}
-
 INSTANTIATE_TEST_SUITE_P(
     runners, ArrayRunnersTest,
     testing::Values(&taskArrayPipes,
@@ -148,15 +143,6 @@ TEST_F(PipelinesTest, taskWithStrArgsTakesOneLineEndOff) {
   EXPECT_TRUE(log_.has("str                 :-/ ''"));
 }
 
-TEST_F(PipelinesTest, taskWithStrArgsRunsInAFolderThatExists) {
-  const test::ScopedTemporaryFolder folder;
-  const std::string own = taskWithStrArgs("pwd").value_or("");
-  EXPECT_EQ(taskWithStrArgs("pwd", folder.path()), folder.path());
-  EXPECT_EQ(taskWithStrArgs("pwd", folder.file("missing")), own);
-  EXPECT_EQ(taskWithStrArgs("pwd", ""), own);
-  EXPECT_TRUE(log_.has("cd : " + folder.path()));
-}
-
 TEST_F(PipelinesTest, taskWithStrArgsDoesNotWaitForWhatTheShellLeavesBehind) {
   const std::string pid = taskWithStrArgs("sleep 60 & echo $!").value_or("");
   ASSERT_GT(std::atoi(pid.c_str()), 1);
@@ -173,14 +159,6 @@ TEST_F(PipelinesTest, taskBloquanteRunsAShellLineWithItsParameters) {
   EXPECT_EQ(runner.verbose({"printf 'a\\000b'"}), "a");  // up to the zero byte
   EXPECT_EQ(runner.verbose({"cat; echo end"}), "end");   // an empty standard input
   EXPECT_EQ(runner.verbose({"head -c 300000 /dev/zero | tr '\\0' x"}).value_or("").size(), 300000U);
-}
-
-TEST_F(PipelinesTest, taskBloquanteLetsAShellLiveThatClosedItsOutput) {
-  const test::ScopedTemporaryFolder folder;
-  EXPECT_EQ(taskBloquante().verbose(
-                {"echo x; exec >&- 2>&-; sleep 0.1; echo done >" + folder.file("trace")}),
-            "x");
-  EXPECT_EQ(folder.read("trace"), "done\n");
 }
 
 }  // namespace

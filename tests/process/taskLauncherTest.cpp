@@ -7,9 +7,7 @@
 #include "process/launcherRecorder.h"
 #include "process/taskLauncher.h"
 #include "support/LogCapture.h"
-#include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
-#include "support/TestBundle.h"
 #include "support/children.h"
 #include "support/processState.h"
 
@@ -18,29 +16,12 @@ namespace {
 
 using test::childPath;
 using test::LauncherRun;
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 std::size_t count(const std::string& text, char letter) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), letter));
-}
-
-TEST(TaskLauncherTest, outputAndErrorsOfASingleCommandArriveAndTheEndComesOnce) {
-  LauncherRun run;
-  EXPECT_FALSE(run.launcher.isRunning());
-  ASSERT_EQ(run.launch({"/bin/sh", "-c", "echo out; echo err >&2"}), 0);
-  EXPECT_TRUE(run.launcher.isRunning());
-  EXPECT_TRUE(run.ends());
-  EXPECT_THAT(run.recorder.text, AllOf(HasSubstr("out\n"), HasSubstr("err\n")));
-  EXPECT_EQ(run.recorder.statusAtEnd, 0);
-  EXPECT_FALSE(run.recorder.runningAtEnd);
-
-  run.launcher.tasklauncherTerminate();  // as an owner does that is told of the end
-  EXPECT_EQ(run.recorder.ends, 1);
-  EXPECT_EQ(run.launcher.terminationStatus(), 0);
 }
 
 TEST(TaskLauncherTest, aChainIsConnectedAndItsLastCommandDecides) {
@@ -55,12 +36,14 @@ TEST(TaskLauncherTest, aChainIsConnectedAndItsLastCommandDecides) {
       {{childPath("childEnd"), "exit", "3", "|", "/bin/cat"}, "ending\n", 0},
       {{"/bin/echo", "x", "|", childPath("childEnd"), "exit", "42"}, "ending\n", 42},
       {{childPath("childEnd"), "signal", "15"}, "ending\n", 128 + SIGTERM},
+      {{childPath("childHang"), "|", "/bin/true"}, "", 0},  // outlives the last, and is killed
   };
   for (const auto& [arguments, text, status] : cases) {
     LauncherRun run;
     ASSERT_EQ(run.runToEnd(arguments), 0);
     EXPECT_EQ(run.recorder.text, text) << testing::PrintToString(arguments);
     EXPECT_EQ(run.recorder.statusAtEnd, status) << testing::PrintToString(arguments);
+    EXPECT_FALSE(test::hasChildren()) << testing::PrintToString(arguments);
   }
 }
 
@@ -91,43 +74,6 @@ TEST(TaskLauncherTest, wrongListsAreRefusedAndNothingRuns) {
   EXPECT_TRUE(log.has("taskLauncher        :-( '/nowhere/tool' not found"));
   EXPECT_TRUE(
       log.has("taskLauncher        :-( '" + text + "' cannot be started: Permission denied"));
-}
-
-TEST(TaskLauncherTest, aLauncherLaunchesOnce) {
-  const test::LogCapture log;
-  LauncherRun run;
-  ASSERT_EQ(run.launch({"/bin/echo", "first"}), 0);
-  EXPECT_EQ(run.launch({"/bin/echo", "second"}), 4);
-  EXPECT_TRUE(run.ends());
-  EXPECT_EQ(run.recorder.text, "first\n");
-  EXPECT_EQ(run.launch({"/bin/echo", "third"}), 4);
-  EXPECT_FALSE(run.launcher.isRunning());
-}
-
-TEST(TaskLauncherTest, programsMayBeResources) {
-  const test::ScopedTemporaryFolder folder;
-  ASSERT_EQ(::symlink("/bin/echo", folder.file("speak.tool").c_str()), 0);
-  const test::LogCapture log;  // the folder has no Info.plist
-  const test::TestBundle bundle(folder.path(), "en");
-  LauncherRun run;
-  EXPECT_EQ(run.runToEnd({"speak.tool", "found"}), 0);
-  EXPECT_EQ(run.recorder.text, "found\n");
-}
-
-TEST(TaskLauncherTest, aLeadingTildeIsTheHomeFolderExceptInAUrl) {
-  const test::ScopedEnvironment home("HOME", "/home/somebody");
-  LauncherRun run;
-  run.runToEnd({"/usr/bin/printf", "%s\\n", "~/clip.mts", "a~/b", "~://x", "http://host/~me"});
-  EXPECT_EQ(run.recorder.text, "/home/somebody/clip.mts\na~/b\n~://x\nhttp://host/~me\n");
-}
-
-TEST(TaskLauncherTest, commandsRunInTheToolEnvironmentWithoutTheTerminal) {
-  const test::ScopedEnvironment language("LC_CTYPE", "C");
-  LauncherRun run;
-  run.runToEnd({childPath("childReport")});
-  EXPECT_THAT(run.recorder.text,
-              AllOf(HasSubstr("environment LC_CTYPE=en_US.UTF-8\n"), Not(HasSubstr("LC_CTYPE=C\n")),
-                    HasSubstr("environment FONTCONFIG_PATH="), HasSubstr("input empty\n")));
 }
 
 TEST(TaskLauncherTest, messagesOfTheFirstCommandsGoToTheLog) {
@@ -293,13 +239,6 @@ TEST(TaskLauncherTest, theFirstCommandsAreReapedWhileTheLastOneRuns) {
   test::loopFor(run.loop, std::chrono::milliseconds(20));
   EXPECT_FALSE(test::hasZombies());
   EXPECT_EQ(run.recorder.ends, 0);
-}
-
-TEST(TaskLauncherTest, firstCommandsThatOutliveTheLastAreKilled) {
-  LauncherRun run;
-  run.runToEnd({childPath("childHang"), "|", "/bin/true"});
-  EXPECT_EQ(run.recorder.statusAtEnd, 0);
-  EXPECT_FALSE(test::hasChildren());
 }
 
 TEST(TaskLauncherTest, broadcastsReachTheLauncherWithTheirNumber) {
