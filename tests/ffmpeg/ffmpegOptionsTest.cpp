@@ -44,22 +44,6 @@ TEST(FfmpegCommandLine, GivesBackWhatItTookApart) {
     EXPECT_EQ(ffmpegArguments(parseFfmpegArguments(words(line))), words(line)) << line;
 }
 
-TEST(FfmpegCommandLine, GivesOptionsToTheFileBehindThem) {
-  const auto groups =
-      parseFfmpegArguments(words("-ss 4 -i in.mts -an -vf -top -y one.mov -r 25/1 -- -top -x"));
-  ASSERT_EQ(groups.size(), 4U);
-  EXPECT_EQ(groups[0].kind, FfmpegOptionGroup::Kind::input);
-  EXPECT_EQ(groups[0].file, "in.mts");
-  EXPECT_THAT(groups[0].options, ElementsAre(FfmpegOption{"ss", "4"}));
-  EXPECT_EQ(groups[1].file, "one.mov");
-  EXPECT_THAT(groups[1].options,
-              ElementsAre(FfmpegOption{"an", std::nullopt}, FfmpegOption{"vf", "-top"},
-                          FfmpegOption{"y", std::nullopt}));
-  EXPECT_EQ(groups[2].file, "-top");
-  EXPECT_THAT(groups[2].options, ElementsAre(FfmpegOption{"r", "25/1"}));
-  EXPECT_EQ(groups[3].kind, FfmpegOptionGroup::Kind::trailing);
-}
-
 TEST(FfmpegCommandLine, NamesTheFiltersOfAGraph) {
   EXPECT_THAT(filterNames("scale=640:480,yadif=0:-1:0"), ElementsAre("scale", "yadif"));
   EXPECT_THAT(filterNames("[0:v] split [a][b];\n[a]null@x=1[c]"), ElementsAre("split", "null"));

@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "ffmpeg/installedFfmpeg.h"
-#include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 
 namespace tessarin {
@@ -60,20 +59,6 @@ TEST_F(InstalledFfmpeg, IsWhatTheSettingNamesOrNothing) {
        {folder.file("opt/gone"), folder.file("opt"), std::string("gone")})
     EXPECT_THAT(found(wrong, folder.file("bin")),
                 AllOf(HasSubstr("\"" + wrong + "\""), HasSubstr("package \"ffmpeg\"")));
-}
-
-TEST_F(InstalledFfmpeg, IsLookedForAsTheEnvironmentSays) {
-  const std::string adapter = program("tools/ffmpeg");
-  const test::ScopedEnvironment setting(ffmpegVariable, "/opt/ffmpeg");
-  {
-    const test::ScopedEnvironment path("PATH", "/a:/b");
-    const FfmpegSearch search = ffmpegSearchOfEnvironment(adapter);
-    EXPECT_EQ(search.setting, "/opt/ffmpeg");
-    EXPECT_EQ(search.searchPath, "/a:/b");
-    EXPECT_THAT(search.adapters, testing::ElementsAre(*fileIdentity(adapter)));
-  }
-  const test::ScopedEnvironment path("PATH", std::nullopt);
-  EXPECT_THAT(ffmpegSearchOfEnvironment(adapter).searchPath, HasSubstr("/usr/bin"));
 }
 
 }  // namespace

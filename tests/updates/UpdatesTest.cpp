@@ -148,6 +148,7 @@ TEST_F(UpdateWay, EndsWhereNothingIsNewer) {
 }
 
 TEST_F(UpdateWay, AsksNothingWithoutAnAddress) {
+  EXPECT_EQ(updateSettings(preferences).address, "") << "a build of its own asks nobody";
   settings.address = "";
   EXPECT_THAT(failureOfLookUp(), HasSubstr("no address is set"));
   settings.address = "file:///etc/passwd";
@@ -184,26 +185,6 @@ TEST_F(UpdateWay, IsSilentAtTheStart) {
   other.newsFound.connect([&] { ++news; });
   other.lookUpAtStart(preferences);
   EXPECT_TRUE(test::loopUntil(loop, [&] { return news == 1; }));
-}
-
-TEST_F(UpdateWay, SettingsComeFromPreferencesAndInfo) {
-  const test::ScopedEnvironment data("XDG_DATA_HOME", "/data");
-  const UpdateSettings plain = updateSettings(preferences);
-  EXPECT_EQ(plain.address, "") << "a build of its own asks nobody";
-  EXPECT_TRUE(parseVersion(plain.currentVersion).has_value()) << plain.currentVersion;
-  EXPECT_EQ(plain.folder, "/data/Tessarin/updates");
-  preferences.prefWrite(updateAddressKey, " https://example.org/v.json ");
-  EXPECT_EQ(updateSettings(preferences).address, "https://example.org/v.json");
-
-  // The user changes it, and takes it back.
-  UpdateInterface later(updates, preferences, {});
-  EXPECT_EQ(later.address.text(), settings.address);
-  later.address.setText(" http://localhost/v.json ");
-  later.iba_updateAddress();
-  EXPECT_EQ(updateSettings(preferences).address, "http://localhost/v.json");
-  later.address.setText(" ");
-  later.iba_updateAddress();
-  EXPECT_EQ(preferences.prefRead(updateAddressKey), nullptr);
 }
 
 TEST_F(UpdateWay, TellsWhyAskingFailed) {
