@@ -118,17 +118,6 @@ TEST_F(CommandBuilderTest, SlowsDownByFields) {
   EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
 }
 
-TEST_F(CommandBuilderTest, KeepsInterlacedPicturesUnscaled) {
-  const Dico job = jobOf("TFF", 50, 9);
-  const Arguments arguments = argumentsOf(outAic, job);
-  EXPECT_THAT(arguments, Not(Contains("-vf")));
-  EXPECT_EQ(valueOf(arguments, "-r"), "25/1");
-  EXPECT_EQ(valueOf(arguments, "-c:v"), "mpeg4");
-  EXPECT_EQ(valueOf(arguments, "-q:vscale"), "1");
-  EXPECT_EQ(valueOf(arguments, "-g"), "1");
-  EXPECT_THAT(argumentsOf(outQuickTime, job), Not(Contains("-c:v"))) << "ffmpeg's own choice";
-}
-
 TEST_F(CommandBuilderTest, ReadsTheRateAsARateOfFields) {
   EXPECT_EQ(rateOf(jobOf("TFF", 30, 12)), "25/1") << "as required, though it looks odd";
   EXPECT_EQ(rateOf(jobOf("TFF", 50, 12)), "25/1");
@@ -191,17 +180,6 @@ TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute
   const Arguments mute = argumentsOf(outProres, job);
   for (const char* option : {"-c:a", "-ac", "-async"})
     EXPECT_THAT(mute, Not(Contains(option)));
-}
-
-TEST_F(CommandBuilderTest, PutsTheIndexOfAMovieFirst) {
-  const auto flags = [](const char* destination) {
-    Dico job = jobOf("TFF", 50, 12);
-    job.set(JobKey::dstPathStr, destination);
-    return valueOf(argumentsOf(outProres, job), "-movflags");
-  };
-  EXPECT_EQ(flags("/movies/A.MOV"), "faststart");
-  EXPECT_EQ(flags("/movies/a.mkv"), "");
-  EXPECT_EQ(flags("/movies/mov"), "");
 }
 
 // Whatever the job: a command that ffmpeg can read.

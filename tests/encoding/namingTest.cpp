@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "encoding/naming.h"
 #include "support/LogCapture.h"
@@ -56,17 +54,6 @@ TEST(FolderWritable, isTriedAndLeavesNothingBehind) {
   EXPECT_EQ(lsCocoa(folder.path())->size(), 1U);
   EXPECT_FALSE(isFolderWritable(file + "/below"));
   EXPECT_TRUE(log.has("droitsAcces         ? 0 (" + file + ")"));
-}
-
-TEST(FolderWritable, isFalseForAReadOnlyFolder) {
-  const test::LogCapture log;
-  EXPECT_FALSE(isFolderWritable("/proc/self")) << "nobody can make folders there";
-  if (::geteuid() == 0)
-    GTEST_SKIP() << "root writes everywhere else";
-  const test::ScopedTemporaryFolder folder;
-  ASSERT_EQ(::chmod(folder.path().c_str(), 0500), 0);
-  EXPECT_FALSE(isFolderWritable(folder.path()));
-  EXPECT_EQ(lsCocoa(folder.path()), std::nullopt);
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
 
 #include "analysis/SourceInfo.h"
-#include "analysis/codecInventory.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "support/LogCapture.h"
@@ -33,50 +31,9 @@ Dico withRow(Dico entry, int row) {
 
 class OutputPresetTest : public testing::Test {
  protected:
-  void SetUp() override { codecInventory() = CodecInventory(); }
-  void TearDown() override { codecInventory() = CodecInventory(); }
-
   test::TestBundle bundle_;
   test::LogCapture log_;
 };
-
-TEST_F(OutputPresetTest, LabelsTellEverythingAboutARow) {
-  const auto& labels = presetSizesList(false);
-  ASSERT_EQ(labels.size(), 13u);
-  ASSERT_EQ(presetSizesList(true).size(), 13u);
-  EXPECT_EQ(labels[9], "1440x1080 i (   25|30 fps) ->               HDV 1080i50 | HDV 1080i60");
-  EXPECT_EQ(presetShortLabel(labels[4]), " 960x 540 p (   25|30 fps)");
-  EXPECT_EQ(presetShortLabel("presetSameAsSrc"), "presetSameAsSrc");
-  EXPECT_EQ(presetShortLabel(""), "");
-  const std::pair<int, int> sizes[] = {{960, 540},   {1280, 720},  {1280, 720},
-                                       {1440, 1080}, {1440, 1080}, {1440, 1080},
-                                       {1920, 1080}, {1920, 1080}, {1920, 1080}};
-  for (int row = firstConcreteRow; row <= 12; ++row) {
-    const FrameSize size = presetFrameSize(labels[static_cast<std::size_t>(row)]);
-    EXPECT_EQ(std::pair(size.width, size.height), sizes[row - firstConcreteRow]) << row;
-  }
-  EXPECT_EQ(presetFrameSize(labels[3]).width, 0);
-  EXPECT_EQ(presetLabel(-1), std::nullopt);
-  EXPECT_EQ(presetLabel(13), std::nullopt);
-}
-
-TEST_F(OutputPresetTest, EachApplicationAcceptsItsOwnRows) {
-  const auto accepted = [](int soft) {
-    std::vector<int> rows;
-    for (int row = 0; row < 13; ++row)
-      if (presetIsCompliant(row, soft))
-        rows.push_back(row);
-    return rows;
-  };
-  using testing::ElementsAre;
-  EXPECT_THAT(accepted(0), ElementsAre(5, 7, 9));
-  EXPECT_THAT(accepted(1), ElementsAre(5, 7, 9, 10, 12));
-  EXPECT_THAT(accepted(2), ElementsAre(4, 5, 7, 9, 10, 12));
-  EXPECT_THAT(accepted(3), ElementsAre(5, 6, 7, 8, 9, 10, 11, 12));
-  EXPECT_EQ(accepted(softNone).size(), 13u);
-  EXPECT_EQ(accepted(4).size(), 13u);
-  EXPECT_FALSE(presetIsCompliant(99, 0));
-}
 
 struct Expectation {
   const char* source;
@@ -126,13 +83,6 @@ TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
 }
 
-TEST_F(OutputPresetTest, WithoutSourceInfoThereIsNoRowButAnAlert) {
-  const PresetChoice choice = choosePreset(Dico(), 1);
-  EXPECT_EQ(choice.row, -1);
-  EXPECT_EQ(choice.alertTitle, "presetAutoComputedFromSrc() :-(");
-  EXPECT_EQ(choice.alertText, "no dico sent (d=1, d->dico=0)");
-}
-
 const int widths[] = {0, 320, 640, 720, 960, 1280, 1440, 1920, 3840};
 const int heights[] = {0, 240, 480, 540, 576, 720, 1080, 2160};
 const double rates[] = {
@@ -152,26 +102,6 @@ TEST_F(OutputPresetTest, EverySourceGetsASizeAndKeepsIt) {
             ASSERT_TRUE(presetIsCompliant(row, soft));
             ASSERT_EQ(presetAutoComputedFromSrc(withRow(entry, row), soft), row);
           }
-}
-
-TEST_F(OutputPresetTest, WithoutApplicationASourceOfARowsOwnKindGetsThatRow) {
-  struct Kind {
-    int row;
-    const char* scan;
-    std::vector<double> rates;
-  };
-  const Kind kinds[] = {
-      {4, "p", {25, 29.97}},       {5, "p", {23.976, 25, 30}}, {6, "p", {50, 59.94}},
-      {7, "p", {24, 25, 29.97}},   {8, "p", {50, 60}},         {9, "i", {50, 59.94}},
-      {10, "p", {23.976, 25, 30}}, {11, "p", {50, 59.94}},     {12, "i", {50, 59.94}}};
-  for (const Kind& kind : kinds)
-    for (const double rate : kind.rates) {
-      const FrameSize size = presetFrameSize(*presetLabel(kind.row));
-      EXPECT_EQ(
-          presetAutoComputedFromSrc(entryOf(size.width, size.height, kind.scan, rate), softNone),
-          kind.row)
-          << rate;
-    }
 }
 
 TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
@@ -219,19 +149,6 @@ TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
   Dico half = withRow(entryOf(1920, 1080, "p", 25), 10);
   half.set(BatchKey::fps, speedHalf);
   EXPECT_FALSE(quickTime(half));
-}
-
-TEST_F(OutputPresetTest, EncodersAreOfferedWhenTheyAreThere) {
-  const Dico full = withRow(entryOf(1920, 1080, "i", 50), 12);
-  const Dico small = withRow(entryOf(1920, 1080, "i", 50), 4);
-  EXPECT_FALSE(cellAllowedOut(full, false, true, false));
-  EXPECT_FALSE(cellAllowedOut(full, false, false, true));
-  codecInventory().aic = true;
-  codecInventory().prores = true;
-  EXPECT_TRUE(cellAllowedOut(full, false, true, false));
-  EXPECT_TRUE(cellAllowedOut(full, false, false, true));
-  EXPECT_TRUE(cellAllowedOut(small, false, true, false));
-  EXPECT_FALSE(cellAllowedOut(small, false, false, true)) << "no ProRes of 960x540";
 }
 
 }  // namespace

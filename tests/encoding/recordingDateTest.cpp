@@ -54,13 +54,5 @@ TEST_F(RecordingDates, needTheWholeDateInTheFirstThousandBytes) {
   EXPECT_FALSE(recordingDateStamp(fileWith("24.12.2010", 10, 32))) << "a short file";
 }
 
-TEST_F(RecordingDates, areUnknownWithoutAMarkerOrAFile) {
-  EXPECT_FALSE(recordingDateStamp(folder_.write("plain", "24.12.2010")));
-  EXPECT_TRUE(log_.has("j = 2147483647"));
-  EXPECT_FALSE(recordingDateStamp(folder_.write("empty", "")));
-  EXPECT_FALSE(recordingDateStamp(folder_.file("none")));
-  EXPECT_FALSE(recordingDateStamp(folder_.path()));
-}
-
 }  // namespace
 }  // namespace tessarin
