@@ -54,19 +54,6 @@ TEST(CodecInventory, ListsProresEncodersInItsOwnOrder) {
   EXPECT_EQ(proresEncoderQuery({}), std::nullopt);
 }
 
-TEST(CodecInventory, DescribesAComponent) {
-  ComponentDescription description;
-  description.type = 0x696D636F;
-  description.subType = fourCharacterCode("v2");
-  description.flags = QTCompDesc::threadSafeFlag;
-  const QTCompDesc nameless = QTCompDesc::withComponent(description, "");
-  EXPECT_EQ(nameless.name(), "**NO NAME**");
-  EXPECT_EQ(nameless.type(), "imco");
-  EXPECT_EQ(nameless.subType(), "v2  ");
-  EXPECT_EQ(nameless.threadsafe(), "Yes");
-  EXPECT_EQ(component("a", "b", "c").threadsafe(), "No");
-}
-
 TEST(CodecInventory, KnowsWhatTheToolsCanDo) {
   const LogCapture quiet(false);
   const std::vector<std::string> codes = {"WMV ", "VP60", "ICOD", "APCH", "M2V ", "MTS "};

@@ -117,27 +117,6 @@ TEST_F(MpegInfo, WrapsPicturesAtTheWholePartOfTheRate) {
             (MpegTimeCode{0, 0, 59, 19}));
 }
 
-TEST_F(MpegInfo, DescribesMpeg1AsInterlacedWithoutChroma) {
-  const LogCapture quiet(false);
-  const auto record = mpeginfoFunction::mpegInfoDico(
-      folder.write("a.m1v", sequence(5, 3) + group(0, 0, 0, 0) + pictures(3)));
-  ASSERT_TRUE(record);
-  EXPECT_EQ(record->text("wrapper"), "mpeg1video");
-  EXPECT_EQ(record->text("v0_fields"), "i");
-  EXPECT_EQ(record->text("v0_dar"), "16:9");
-  EXPECT_EQ(record->integer("v0_bitrate"), 8000);
-  EXPECT_FALSE(record->contains("v0_chroma"));
-}
-
-TEST_F(MpegInfo, KnowsNoRateForForbiddenCodes) {
-  const LogCapture quiet(false);
-  const auto record = mpeginfoFunction::mpegInfoDico(
-      folder.write("a.m2v", sequence(9) + group(0, 0, 0, 40) + pictures(300)));
-  ASSERT_TRUE(record);
-  EXPECT_FALSE(record->contains("v0_fps"));
-  EXPECT_FALSE(record->contains("w_duration"));
-}
-
 // ---- Program streams
 
 TEST_F(MpegInfo, FindsTheVideoInAProgramStream) {

@@ -129,13 +129,6 @@ INSTANTIATE_TEST_SUITE_P(
                     {"v0_width", 720}, {"v0_height", 576}, {"v0_chroma", "yuv420p"},
                     {"v0_par", "16:15"}, {"v0_dar", "4:3"}, {"v0_bitrate", 28800},
                     {"w0_par", "59:54"}, {"w0_dar", "295:216"}, {"v0_fps", number(25)}}},
-        RealReport{"camera-hdv-720p",
-                   {{"wrapper", quickTime}, {"w_duration", 1}, {"w_offset", number(0)},
-                    {"w_bitrate", 9360},
-                    {"v0_id", 0}, {"v0_lang", "eng"}, {"v0_codec", "mpeg2video"},
-                    {"v0_width", 1280}, {"v0_height", 720}, {"v0_chroma", "yuv420p"},
-                    {"v0_par", "1:1"}, {"v0_dar", "16:9"}, {"v0_bitrate", 9344},
-                    {"v0_fps", number(25)}}},
         RealReport{"camera-aic",
                    {{"wrapper", quickTime}, {"w_duration", 1}, {"w_offset", number(0)},
                     {"w_bitrate", 2556},
@@ -241,15 +234,6 @@ TEST(ProbeParser, ReadsOnlyTheLinesOfTheLastInput) {
   EXPECT_EQ(record.text("wrapper"), "dv");
   EXPECT_EQ(record.integer("v0_width"), 32);
   EXPECT_FALSE(record.contains("v1_width"));
-}
-
-TEST(ProbeParser, ReadsABlockWithoutTrailerOrAtTheFirstLine) {
-  const std::string stream = "  Stream #0:0: Audio: mp2, 48000 Hz, mono";
-  EXPECT_EQ(recordOf("x\nInput #0, mp3, from 'a':\n" + stream).integer("a0_rate"), 48000);
-  EXPECT_EQ(recordOf("Input #0, mp3, from 'a':\r" + stream + "\rOutput #0, x").text("wrapper"),
-            "mp3");
-  // Another input's number is enough to be a report, but begins no block: the whole text is read.
-  EXPECT_EQ(recordOf("Input #1, mp3, from 'a':\n" + stream).integer("a0_id"), 0);
 }
 
 // What a source can put into a report: values, but also the names of values, the language of a
@@ -390,16 +374,6 @@ TEST(ProbeParser, LooksForASubtitleTitleInTheNextTwoLines) {
 
 // ---- Where the report comes from
 
-TEST(ProbeParser, SaysWhyThereIsNoReport) {
-  const LogCapture log(false);
-  EXPECT_FALSE(ffInfos(std::nullopt, std::nullopt));
-  EXPECT_FALSE(ffInfos("no such thing", ""));
-  EXPECT_FALSE(ffInfos(std::nullopt, "/nowhere/at/all.mts"));
-  EXPECT_THAT(log.lines(),
-              ::testing::Each(::testing::StrEq("ffInfos             :-( no src & no verbose")));
-  EXPECT_EQ(log.lines().size(), 3U);
-}
-
 // ---- The verdict over a run
 
 TEST(IsFfmpegSuccess, FindsFailuresInAnyCaseAndPlace) {
@@ -427,12 +401,6 @@ TEST(IsFfmpegSuccess, FindsAPhraseAnywhereInALongText) {
     ASSERT_FALSE(isFfmpegSuccess(report)) << place;
   }
   EXPECT_TRUE(isFfmpegSuccess(text));
-}
-
-TEST(IsFfmpegSuccess, AcceptsTheReportsOfGoodSources) {
-  const LogCapture quiet(false);
-  for (const char* name : {"avchd", "dv", "quicktime", "camera-avchd-1080i50", "camera-dv-pal"})
-    EXPECT_TRUE(isFfmpegSuccess(readTestData(std::string("reports/") + name + ".txt"))) << name;
 }
 
 }  // namespace

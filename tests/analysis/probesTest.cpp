@@ -14,7 +14,6 @@ namespace {
 using test::AnalysisTools;
 using test::LogCapture;
 using test::readTestData;
-using test::runFfmpeg;
 using ::testing::ElementsAre;
 using ::testing::Optional;
 
@@ -45,24 +44,6 @@ TEST(FieldOrder, ReadsTheLastCountsOfSingleFrames) {
   EXPECT_EQ(counts->undetermined, 45);
   EXPECT_FALSE(idetCounts(" Single frame detection: TFF:1 BFF:0 Progressive:0 Undetermined:0"));
   EXPECT_FALSE(idetCounts(""));
-}
-
-TEST(FieldOrder, MeasuresRealPictures) {
-  const LogCapture quiet(false);
-  const AnalysisTools tools;
-  tools.installed("ffmpeg");
-  const auto clip = [&](const std::string& name, const std::string& picture) {
-    std::string path = tools.folder().file(name);
-    runFfmpeg("-f lavfi -i '" + picture + "' -c:v ffv1 '" + path + "'");
-    return path;
-  };
-  // The probe looks at what follows the fourth second.
-  const std::string fields = "testsrc2=s=320x240:r=50:d=5,format=yuv420p,tinterlace=interleave_";
-  EXPECT_EQ(fieldOrderProbe(clip("Été top.mkv", fields + "top")), "Top");
-  EXPECT_EQ(fieldOrderProbe(clip("bottom.mkv", fields + "bottom")), "Bottom");
-  EXPECT_EQ(
-      fieldOrderProbe(clip("p.mkv", "testsrc2=s=320x240:r=25:d=5,gblur=sigma=4,format=yuv420p")),
-      "Progressive");
 }
 
 TEST(FieldOrder, GoesOnUntilAPassDecides) {
@@ -110,13 +91,6 @@ TEST(Chapters, MergesThoseWithinTwentySeconds) {
   EXPECT_THAT(ffChapters(readTestData("reports/matroska.txt")), Optional(ElementsAre(0, 25, 60)));
 }
 
-TEST(Chapters, NeedsAllOfTheWords) {
-  const LogCapture quiet(false);
-  EXPECT_EQ(ffChapters(std::nullopt), std::nullopt);
-  EXPECT_EQ(ffChapters(readTestData("reports/dv.txt")), std::nullopt);
-  EXPECT_EQ(ffChapters("Chapter #0:0: start 1.0\n, end 2.0\n"), std::nullopt);
-}
-
 // ---- The tool's version
 
 TEST(Revision, IsTheLeadingNumberOfTheFirstLine) {
@@ -142,19 +116,6 @@ TEST(ForceFormat, KnowsStreamsByTheirDataNames) {
   EXPECT_EQ(forceFormatLite("Data: m2v\nData: m2s"), "mpeg");
   EXPECT_EQ(forceFormatLite("Data: m2v1"), "mpegvideo");
   EXPECT_EQ(forceFormatLite("Data: none"), std::nullopt);
-}
-
-TEST(ForceFormat, AsksTheFileFirst) {
-  const LogCapture quiet(false);
-  const AnalysisTools tools;
-  const std::string dv = tools.folder().file("a");
-  const std::string mpeg = tools.folder().file("b");
-  runFfmpeg("-f lavfi -i testsrc2=s=720x576:r=25:d=0.2,format=yuv420p -f dv '" + dv + "'");
-  runFfmpeg("-f lavfi -i testsrc2=s=352x288:r=25:d=0.2 -c:v mpeg2video -f vob '" + mpeg + "'");
-  EXPECT_EQ(forceFormat(dv, "Data: m1v"), "dv");
-  EXPECT_EQ(forceFormat(mpeg, "Data: m1v"), "mpeg");
-  EXPECT_EQ(forceFormat(tools.folder().write("c", "plain text\n"), "Data: m1v"), "mpegvideo");
-  EXPECT_EQ(forceFormat(dv, std::nullopt), std::nullopt);
 }
 
 }  // namespace

@@ -155,15 +155,6 @@ TEST(AnalysisFf, DescribesInterlacedSourcesByTheirFieldRate) {
   EXPECT_EQ(rate("25 tbr", "Progressive"), single(25));
 }
 
-TEST(AnalysisFf, WaitsForTheFieldOrder) {
-  const LogCapture quiet(false);
-  const AnalysisTools tools;
-  EXPECT_FALSE(analysisFf(readTestData("reports/dv.txt"), std::nullopt, ""));
-  EXPECT_TRUE(analysisFf(readTestData("reports/audio-only.txt"), std::nullopt, ""));
-  EXPECT_FALSE(analysisFf(std::nullopt, "Top", ""));
-  EXPECT_FALSE(analysisFf("no report", "Top", "/tmp"));
-}
-
 TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   const LogCapture quiet(false);
   const AnalysisTools tools;
