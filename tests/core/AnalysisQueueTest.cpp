@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -41,26 +40,6 @@ TEST_F(AnalysisQueueTest, MakesARowOfEverySourceAndTellsOfTheOthers) {
   for (const char* key : {"analysisSrcPathesDico", "analysisSrcPathStr", "analysisSrcCurrentDico",
                           "analysisDeb", "imgPathStr"})
     EXPECT_EQ(preferences.prefRead(key), nullptr) << key;
-}
-
-TEST_F(AnalysisQueueTest, NamesOfAllKindsAreRead) {
-  std::vector<std::string> names = {"Été à Köln.mts", "夏の旅行.MTS",     "it's \"quoted\" `x`.mts",
-                                    "-y.mts",         "100 %d 50%.mts",   "two\nlines.mts",
-                                    "a:b.mts",        "pipe|semi;$x.mts", "fatal error in it.mts"};
-  std::vector<std::string> paths;
-  ASSERT_TRUE(test::makeInterlacedClip(folder.file("one.mts")));
-  for (const std::string& name : names) {
-    paths.push_back(folder.file(name));
-    std::filesystem::copy_file(folder.file("one.mts"), paths.back());
-  }
-  analyse(paths);
-  EXPECT_TRUE(refused.empty()) << refused.front().first << ": " << refused.front().second;
-  ASSERT_EQ(app.table().count(), static_cast<int>(paths.size()));
-  for (int row = 0; row < app.table().count(); ++row) {
-    EXPECT_EQ(app.table().sourcePath(row), paths[static_cast<std::size_t>(row)]);
-    EXPECT_TRUE(app.table().source(row).contains(RowInfoKey::imgPathStr))
-        << paths[static_cast<std::size_t>(row)];
-  }
 }
 
 // Trimmed clips begin inside a group of pictures: up to the first key frame ffmpeg has copies of
@@ -131,18 +110,6 @@ TEST_F(AnalysisQueueTest, AFolderCountsAloneAndDuplicatesOnce) {
   analyse({folder.file("card/STREAM/note.txt")});
   ASSERT_EQ(alerts.shown.size(), 1u);
   EXPECT_EQ(alerts.shown[0].informative, localisationString("D_go_source3"));
-}
-
-TEST_F(AnalysisQueueTest, ANamedPipeKeepsNobodyWaiting) {
-  ASSERT_TRUE(mkdir(folder.file("card")));
-  ASSERT_EQ(::mkfifo(folder.file("card/1.mts").c_str(), 0600), 0);
-  folder.write("card/2.mts", "");
-  analyse({folder.file("card")});
-  EXPECT_EQ(app.table().count(), 0);
-  ASSERT_EQ(refused.size(), 2u);
-  EXPECT_EQ(refused[0],
-            std::make_pair(folder.file("card/1.mts"), localisationString("why_noFile")));
-  EXPECT_EQ(refused[1], std::make_pair(folder.file("card/2.mts"), localisationString("why_empty")));
 }
 
 TEST_F(AnalysisQueueTest, ADroppedLinkIsFollowedAndANamedOneKeepsItsName) {

@@ -162,19 +162,6 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   EXPECT_EQ(folderCount(), 0u) << "left behind by a batch that ended";
 }
 
-TEST_F(BatchRecorderTest, TheListOfALongQueueIsNotRewrittenForEverySource) {
-  std::vector<std::string> paths;
-  for (int number = 0; number < 40; ++number)
-    paths.push_back(folder.write(std::to_string(number) + ".mts", "no movie"));
-  app.draggedFiles(paths);
-  app.table().append(newRow("0.mts"));
-  EXPECT_TRUE(test::loopUntil(loop, [&] { return afterACrash().waiting.size() == 39; }));
-  app.iba_analysisStopBt();
-  serve();
-  soon();
-  EXPECT_TRUE(afterACrash().waiting.empty());
-}
-
 TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
   StoredBatch interrupted;
   interrupted.settings = {{"choices", Dico{{"prefDefautDstPathStr", folder.file("away/movies")},

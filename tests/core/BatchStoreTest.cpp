@@ -13,7 +13,6 @@
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
-#include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
 #include "support/changesOf.h"
@@ -139,16 +138,6 @@ TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
   EXPECT_TRUE(findInterruptedBatches(folder.file("missing")).stores.empty());
 }
 
-TEST_F(BatchStoreTest, ManyRowsAreStoredAtOnce) {
-  StoredBatch content;
-  for (int number = 1; number <= 200; ++number)
-    content.rows.push_back({number, row("/card/" + std::to_string(number) + ".mts")});
-  abandoned(content);
-  const StoredBatch read = readBack();
-  ASSERT_EQ(read.rows.size(), 200u);
-  EXPECT_EQ(read.rows[199].row, content.rows[199].row);
-}
-
 TEST_F(BatchStoreTest, ADamagedRowIsPutAsideAndTheRestIsRead) {
   const std::string path = abandoned(
       {{}, {{1, row("/card/1.mts")}, {2, row("/card/2.mts")}, {3, row("/card/3.mts")}}, {}});
@@ -201,16 +190,6 @@ TEST(BatchFormat, OlderVersionsAreUpgradedStepByStep) {
   EXPECT_EQ(upgradedPart({{"formatVersion", 4}}, steps).state, BatchPart::State::newer);
   for (const Dico& wrong : {Dico{}, Dico{{"formatVersion", 0}}, Dico{{"formatVersion", "1"}}})
     EXPECT_EQ(upgradedPart(wrong, steps).state, BatchPart::State::damaged) << wrong.description();
-}
-
-TEST(BatchesFolder, IsBelowTheUsersState) {
-  const test::ScopedEnvironment home("HOME", "/home/user");
-  const test::ScopedEnvironment state("XDG_STATE_HOME", "/states");
-  EXPECT_EQ(batchesFolder(), "/states/Tessarin/batches");
-  for (const std::optional<std::string>& unusable : {std::optional<std::string>("relative"), {}}) {
-    const test::ScopedEnvironment none("XDG_STATE_HOME", unusable);
-    EXPECT_EQ(batchesFolder(), "/home/user/.local/state/Tessarin/batches");
-  }
 }
 
 // ---- Jobs that were interrupted

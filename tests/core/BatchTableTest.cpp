@@ -1,6 +1,5 @@
 #include "CoreFixture.h"
 #include "core/BatchTable.h"
-#include "core/Popup.h"
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
@@ -65,24 +64,6 @@ TEST_F(BatchTableTest, TheRowInProgressIsNeverRemoved) {
   EXPECT_EQ(paths(), std::vector<std::string>{"/card/2.mts"});
 }
 
-TEST_F(BatchTableTest, CellsShowWhatTheRowAllows) {
-  rows(1);
-  codecInventory().prores = false;
-  ChoiceCell cell = table.outCell(0);
-  codecInventory().prores = true;
-  ASSERT_EQ(cell.segments.size(), 3u);
-  EXPECT_EQ(cell.segments[outProres].image, "iconFcpNo_min");
-  EXPECT_FALSE(cell.segments[outProres].allowed);
-  EXPECT_NE(cell.selected, outProres) << "a refused target cannot be chosen";
-  EXPECT_EQ(table.outCell(0).segments[outProres].image, "iconFcp_min");
-
-  cell = table.speedCell(0);
-  EXPECT_EQ(cell.segments[speedKeep].image, "fpsFull_min");
-  EXPECT_EQ(cell.segments[speedSlow].image, "fpsSlowNo_min");
-  table.setValue(0, BatchKey::fpsSrc, "\n50i");
-  EXPECT_EQ(table.speedCell(0).segments[speedKeep].image, "fpsFulli_min");
-}
-
 TEST_F(BatchTableTest, SizesAreColouredByWhatSourceAndApplicationTake) {
   rows(1);
   app.interface.editingSoft.select(0);  // takes 720p and HDV alone
@@ -105,22 +86,6 @@ TEST_F(BatchTableTest, AChangeOfSizeOrApplicationIsRemembered) {
   table.setValue(0, BatchKey::sizeOut, 11);
   ASSERT_TRUE(table.iba_outSpeedCell(0));
   EXPECT_EQ(table.row(0).integer(BatchKey::sizeOut), 10);
-}
-
-TEST(Popup, IsToldByItsTitlesUntilItIsFilled) {
-  Popup popup;
-  PopUpButton control;
-  popup.bind(control, {});
-  ASSERT_EQ(control.items().size(), 2u);
-  EXPECT_EQ(control.items()[1].title, "Item2");
-  EXPECT_EQ(control.selected(), 0);
-  popup.setPopupArray({"a", "b", "b"});
-  popup.bind(control, {"imageOfA"});
-  EXPECT_EQ(control.items()[0].image, "imageOfA");
-  EXPECT_EQ(control.selected(), -1) << "no item has the title any more";
-  popup.setSelectedSizeOut("b");
-  popup.bind(control, {});
-  EXPECT_EQ(control.selected(), 1);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <filesystem>
-#include <fstream>
 
 #include "CoreFixture.h"
 #include "analysis/probes.h"
@@ -115,31 +114,6 @@ TEST_F(EncodingDriverTest, AContinuedBatchLeavesFinishedRowsAndTheirMoviesAlone)
   EXPECT_EQ(ended.size(), 3u);
 }
 
-TEST_F(EncodingDriverTest, AVanishedSourceIsRemovedAndTheRestGoesOn) {
-  clips(3);
-  std::filesystem::remove(folder.file("1.mts"));
-  preferences.prefWrite(PrefKey::alertEnd, 0);
-  convert();
-  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted, Kind::converted}));
-  EXPECT_EQ(ended[0].reason, localisationString("why_gone"));
-  ASSERT_EQ(app.table().count(), 2);
-  EXPECT_EQ(app.table().row(0).integer(BatchKey::order), 1);
-  EXPECT_TRUE(alerts.shown.empty());
-}
-
-TEST_F(EncodingDriverTest, ExistingMoviesAreAskedAbout) {
-  clips(3);
-  for (const char* name : {"1.mov", "2.mov", "3.mov"})
-    folder.write("movies/Tessarin/" + std::string(name), "precious");
-  // Keep the first; replace the second and all that follow.
-  alerts.answers = {{0, false}, {1, true}};
-  convert();
-  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::kept, Kind::converted, Kind::converted}));
-  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
-  EXPECT_GT(poidsFile(movie("3.mov"), "k"), 10);
-  EXPECT_EQ(preferences.prefRead("replaceFilesCheck"), nullptr);
-}
-
 TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
   clips(1);
   folder.write("other.mov", "precious");
@@ -237,28 +211,6 @@ TEST_F(EncodingDriverTest, AnExportThatIsStoppedOrFailsLeavesNothing) {
   }
 }
 
-TEST_F(EncodingDriverTest, PauseHoldsTheToolUntilResumed) {
-  clips(1);
-  std::string imageWhilePaused;
-  std::string actionWhilePaused;
-  onceItRuns([&] {
-    auto& control = app.interface.encoding.stopBt;
-    control.select(pauseSegment);
-    app.iba_taskStopBt();
-    loop.runAfter(std::chrono::milliseconds(300), [&] {
-      imageWhilePaused = control.segments()[pauseSegment].image;
-      actionWhilePaused = app.interface.encoding.action.text();
-      EXPECT_TRUE(ended.empty());
-      app.iba_taskStopBt();
-    });
-  });
-  convert();
-  EXPECT_EQ(imageWhilePaused, "btPlay");
-  EXPECT_EQ(actionWhilePaused, localisationString("D_action_pause"));
-  EXPECT_EQ(app.interface.encoding.stopBt.segments()[pauseSegment].image, "btPause");
-  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::converted});
-}
-
 TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
   clips(1);
   const std::string late = folder.file("late.mts");
@@ -298,19 +250,6 @@ TEST_F(EncodingDriverTest, APauseCannotBeEndedDuringAnAnalysis) {
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
 }
 
-TEST_F(EncodingDriverTest, WhatCannotBeConvertedIsRefusedAndTheRestGoesOn) {
-  const std::string song = folder.file("song.m4v");
-  ASSERT_TRUE(test::makeClip(test::tone("0.3") + "-c:a aac -f mp4", song));
-  const std::string good = folder.file("good.mts");
-  ASSERT_TRUE(test::makeInterlacedClip(good));
-  analyse({song, good});
-  ASSERT_EQ(app.table().count(), 2);
-  convert();
-  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted}));
-  EXPECT_EQ(ended[0].reason, localisationString("why_noPicture"));
-  EXPECT_EQ(mark(0), ResultMark::failure);
-}
-
 TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
   const std::string liar = folder.file("liar.mts");
   // Without "-top 1" ffmpeg 5.1 marks these top-first fields as bottom first.
@@ -326,49 +265,6 @@ TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
   ASSERT_TRUE(counts);
   EXPECT_GE(counts->top, 9);
   EXPECT_EQ(counts->bottom, 0);
-}
-
-TEST_F(EncodingDriverTest, AFailedMovieIsSetAsideAndNeverReplacesAnother) {
-  const std::string source = folder.file("source.mts");
-  ASSERT_TRUE(test::makeInterlacedClip(source));
-  analyse({source});
-  folder.write("movies/Tessarin/source-failure.mov", "older");
-  // Overwritten after the analysis: nothing that can be converted any more.
-  folder.write("source.mts", std::string(20000, 'x'));
-  app.driver().jobStarted.connect([this](const std::string&, const std::string& output) {
-    loop.runAfter(std::chrono::milliseconds(1), [output] { std::ofstream(output) << "partial"; });
-  });
-  convert();
-  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::failed});
-  EXPECT_EQ(ended[0].reason, localisationString("why_noMovie"));
-  EXPECT_FALSE(pathExists(movie("source.mov")));
-  EXPECT_EQ(readFileStart(movie("source-failure.mov"), 100), "older");
-}
-
-TEST_F(EncodingDriverTest, AMovieNeverReplacesASourceOfTheBatch) {
-  const std::string clip = folder.file("x.mts");
-  ASSERT_TRUE(test::makeInterlacedClip(clip));
-  ASSERT_TRUE(mkdir(folder.file("movies/Tessarin")));
-  const std::string source = movie("x.mov");
-  std::filesystem::copy_file(clip, source);
-  const std::string bytes = readWholeFile(source).value();
-  analyse({clip, source});
-  ASSERT_EQ(app.table().count(), 2);
-  alerts.answers = {{1, true}};  // replace all
-  convert();
-  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::converted}));
-  EXPECT_EQ(ended[0].reason, localisationString("why_outputIsSource", "", source));
-  EXPECT_EQ(ended[1].output, movie("x-2.mov"));
-  EXPECT_EQ(readWholeFile(source).value(), bytes);
-}
-
-TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
-  clips(1);
-  app.interface.destination.setText(folder.write("file", "in the way"));
-  convert();
-  EXPECT_TRUE(ended.empty());
-  ASSERT_EQ(alerts.shown.size(), 1u);
-  EXPECT_FALSE(app.driver().isBatchRunning());
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "core/WaitingSources.h"
-#include "core/stepState.h"
 #include "platform/PollRunLoop.h"
 #include "support/LoopUntil.h"
 
@@ -63,25 +62,6 @@ TEST_F(WaitingSourcesTest, NoSourceIsLostBehindTheLastKey) {
   waiting.assign(paths(WaitingSources::mostKeys + 2));
   EXPECT_EQ(shownCount(), WaitingSources::mostKeys);
   EXPECT_EQ(waiting.size(), WaitingSources::mostKeys + 2);
-}
-
-TEST(ClearStepFlags, RemovesWhatACrashLeavesAndKeepsTheChoices) {
-  MemoryUserDomain domain;
-  PreferenceStore preferences(domain);
-  for (const char* key :
-       {"analysisDeb", "analysisFfmpeg", "analysisFfmpegResult", "analysisFfmpegParse",
-        "analysisDico", "analysisFin", "analysisMediaInfo", "analysisMediaInfoParse", "encBatch",
-        "encDeb", "encV", "encQtEnc", "encFin"})
-    preferences.prefWrite(key, 1);
-  for (const char* key : {"analysisSrcPathesDico", "analysisSrcCurrentDico", "processEncDico"})
-    preferences.prefWrite(key, Dico{{"0", "/card/0.mts"}});
-  for (const char* key : {"analysisSrcPathStr", "imgPathStr", "ffFileForceFormatStr",
-                          "alertIfIsNotSrcValid", "encCurrentProcessingFile", "replaceFilesCheck"})
-    preferences.prefWrite(key, "something");
-  preferences.prefWrite(PrefKey::editingSoft, 1);
-  preferences.prefWrite(PrefKey::destination, "/movies");
-  clearStepFlags(preferences);
-  EXPECT_EQ(domain.values(), (Dico{{"editingSoft", 1}, {"prefDefautDstPathStr", "/movies"}}));
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
-#include "support/LogCapture.h"
 #include "support/TestBundle.h"
 
 namespace tessarin {
@@ -189,29 +188,6 @@ TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080i30");
   job.remove("sizeOut");
   EXPECT_EQ(exportPresetName(job, "apch"), "");
-}
-
-TEST_F(JobPlanTest, EverySettingsFileThatIsChosenIsThere) {
-  const test::LogCapture quiet;
-  Dico job = jobOfRow(rowOf(true, 10, outProres));
-  const auto rows = static_cast<int>(presetSizesList(false).size());
-  for (int row = firstConcreteRow; row < rows; ++row) {
-    job.set("sizeOut", row);
-    for (const double fps :
-         {12.0, 15.0, 23.976, 24.0, 25.0, 29.97, 30.0, 48.0, 50.0, 59.94, 120.0}) {
-      job.set("v0_fps", fps);
-      for (const int out : {outAic, outProres}) {
-        job.set("out", out);
-        for (const char* shape : {"4:3", "16:9"}) {
-          job.set("v0_dar", shape);
-          for (const char* flavour : {"apco", "apcs", "apcn", "apch", "ap4h"}) {
-            const std::string name = exportPresetName(job, flavour);
-            EXPECT_TRUE(Bundle::main().pathForResource("presetQt/" + name, "")) << name;
-          }
-        }
-      }
-    }
-  }
 }
 
 TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {

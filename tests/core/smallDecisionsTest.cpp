@@ -78,14 +78,6 @@ TEST(TimeLeft, SaysNothingAtFirstAndForgetsOldSpeed) {
   EXPECT_EQ(timeLeft.rate(), std::nullopt);
 }
 
-TEST(TimeLeft, NothingMovesNothingIsPromised) {
-  TimeLeft timeLeft;
-  timeLeft.start(100);
-  for (int second = 0; second < 30; ++second)
-    timeLeft.add(second, 5);
-  EXPECT_EQ(timeLeft.left(), std::nullopt);
-}
-
 TEST(FailureReason, NamesTheCauseNotTheConsequence) {
   const test::TestBundle bundle;
   const auto reasonOf = [](const std::string& output) {

@@ -26,17 +26,6 @@ TEST(StartUp, TheLogsOfTheRunBeforeAreKeptAndNewOnesBegun) {
   EXPECT_THAT(home.read(logs + "Previous-Resume.log"), testing::HasSubstr("start date"));
 }
 
-TEST(StartUp, APathWithABackslashIsRefused) {
-  const test::LogCapture log;
-  {
-    const test::TestBundle bundle("/opt/a\\b/resources", "en");
-    EXPECT_TRUE(installPathRefusal());
-  }
-  const test::TestBundle bundle;
-  EXPECT_FALSE(installPathRefusal());
-  EXPECT_TRUE(log.has("no backslash in path:-)"));
-}
-
 TEST(StartUp, AMissingFfmpegIsToldInTheLanguageOfTheUser) {
   const test::TestBundle bundle("de");
   {

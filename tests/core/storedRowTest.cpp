@@ -5,7 +5,6 @@
 #include "CoreFixture.h"
 #include "core/jobPlan.h"
 #include "core/storedRow.h"
-#include "encoding/outputPreset.h"
 
 namespace tessarin {
 namespace {
@@ -112,17 +111,6 @@ TEST_F(StoredRows, OfOursComeBackWhole) {
     ASSERT_TRUE(read) << expected.description();
     EXPECT_EQ(*read, expected) << "read: " << read->description()
                                << "\nhad:  " << expected.description();
-  }
-}
-
-TEST_F(StoredRows, ASizeThatIsNoneIsComputed) {
-  const std::string clip = folder.file("1.mts");
-  ASSERT_TRUE(test::makeInterlacedClip(clip));
-  analyse({clip});
-  for (const int size : {99999999, -7, 3}) {
-    app.table().setValue(0, BatchKey::sizeOut, size);
-    EXPECT_TRUE(app.table().iba_outSpeedCell(0));
-    EXPECT_TRUE(presetLabel(app.table().row(0).integer(BatchKey::sizeOut).value_or(-1)));
   }
 }
 

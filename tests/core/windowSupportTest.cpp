@@ -64,11 +64,6 @@ class RecoveryOfferTest : public test::CoreFixture {
   RecoveryOffer offer{app, recorder, alerts};
 };
 
-TEST_F(RecoveryOfferTest, NothingIsAskedWhenNothingWasInterrupted) {
-  offer.begin(parent);
-  EXPECT_TRUE(alerts.shown.empty());
-}
-
 // The session ended behind the batch, while its rows were still shown.
 TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
   StoredBatch batch;
