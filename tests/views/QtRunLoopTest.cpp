@@ -48,11 +48,5 @@ TEST(QtRunLoop, AWatchEndsItselfAndTheEndOfAPipeIsSeen) {
   EXPECT_EQ(calls, 3);
 }
 
-TEST(QtRunLoop, AStopBeforeRunningCounts) {
-  QtRunLoop loop;
-  loop.stop(3);
-  EXPECT_EQ(loop.run(), 3);
-}
-
 }  // namespace
 }  // namespace tessarin

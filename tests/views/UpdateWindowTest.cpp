@@ -133,14 +133,6 @@ TEST_F(UpdateWindowTest, StopsAndGoesOnWithoutAWindow) {
   EXPECT_EQ(window(), first) << "there is one window";
 }
 
-TEST_F(UpdateWindowTest, TellsWhyNothingCame) {
-  UpdateWindow::open(interface, nullptr);
-  click("updateGo");
-  ASSERT_TRUE(shows("did not work"));
-  EXPECT_THAT(find<QPlainTextEdit>("updateDetails")->toPlainText().toStdString(), HasSubstr("404"));
-  EXPECT_TRUE(find<QPushButton>("updateGo")->isEnabled()) << "to be tried again";
-}
-
 TEST_F(UpdateWindowTest, HasRoomForEveryLanguage) {
   offer("1.1");
   for (const char* language : {"de", "en", "es", "fr", "it"}) {

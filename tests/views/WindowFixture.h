@@ -74,9 +74,6 @@ class WindowFixture : public testing::Test {
   QString cell(int row, int column) {
     return table().model()->index(row, column).data().toString();
   }
-  QPoint centreOf(int row, int column) {
-    return table().visualRect(table().model()->index(row, column)).center();
-  }
   QPushButton* startButton() { return window.findChild<QPushButton*>("start"); }
   QToolButton* stopSegmentButton(int segment) {
     return window.findChild<SegmentedBar*>("stop")->at(segment);

@@ -220,14 +220,6 @@ TEST_F(WindowFixture, TheAssistantIsWalkedThroughAndNotShownAgainOnWish) {
   EXPECT_FALSE(window.findChild<QDialog*>("assistant")->isVisible());
 }
 
-TEST_F(WindowFixture, TheFileOfTextsIsShownAndItsWindowClosed) {
-  window.showLocalization();
-  QTest::mouseClick(window.findChild<QPushButton*>("openLocalizationFile"), Qt::LeftButton);
-  ASSERT_EQ(revealed.size(), 1u);
-  EXPECT_TRUE(revealed[0].ends_with("/en.lproj/Localized.strings"));
-  EXPECT_FALSE(window.findChild<QDialog*>("localization")->isVisible());
-}
-
 // The window is made anew in the other language: everything it shows is the controller's.
 TEST_F(WindowFixture, AnotherLanguageKeepsTheBatch) {
   ASSERT_TRUE(makeFastClip(folder.file("A.MTS")));
