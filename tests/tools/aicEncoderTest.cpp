@@ -96,6 +96,27 @@ TEST(AicEncoder, EveryQuantiserDecodesAndCoarserOnesAreSmaller) {
   }
 }
 
+// The sizes are within 2 % of what the cheapest of all codes for each band takes, which was counted
+// once by trying every one of them. A poorer choice of codes decodes as well and shows only here.
+TEST(AicEncoder, BandsAreWrittenInTheCheapestWay) {
+  const struct {
+    const char* name;
+    Samples samples;
+    int quantiser;
+    std::size_t bytes;
+  } cases[] = {
+      {"all grey", Samples(320, 32), 2, 756},
+      {"soft", naturalPicture(320, 32, 0), 2, 2616},
+      {"half of the values zero", naturalPicture(320, 32, 6), 3, 4888},
+      {"much noise", naturalPicture(320, 32, 20), 2, 8324},
+      {"coarse", naturalPicture(320, 32, 6), 40, 860},
+  };
+  for (const auto& item : cases) {
+    const auto size = encoded(item.samples, false, withQuantiser(item.quantiser)).size();
+    EXPECT_LE(static_cast<double>(size), 1.01 * static_cast<double>(item.bytes)) << item.name;
+  }
+}
+
 TEST(AicEncoder, VectorAndPortableBuildsGiveTheSameBytes) {
   if (aic::avx2SliceCoder() == nullptr)
     GTEST_SKIP() << "this processor has only the portable build";
@@ -122,41 +143,6 @@ TEST(AicEncoder, ThreadsAndFormerFramesDoNotChangeTheBytes) {
     const auto bytes = encoder.encode(scene.picture());
     ASSERT_THAT(alone, testing::ElementsAreArray(bytes)) << "round " << i;
   }
-}
-
-// A plane upside down in memory and with gaps between its lines.
-class FlippedPlane {
- public:
-  FlippedPlane(const std::uint8_t* samples, std::ptrdiff_t width, std::ptrdiff_t height)
-      : top_(stride * (height - 1)), bytes_(static_cast<std::size_t>(stride * height), 7) {
-    for (std::ptrdiff_t y = 0; y < height; ++y)
-      std::copy_n(samples + y * width, width, bytes_.data() + top_ - y * stride);
-  }
-  static constexpr std::ptrdiff_t stride = 100;
-  const std::uint8_t* firstLine() const { return bytes_.data() + top_; }
-
- private:
-  std::ptrdiff_t top_;
-  std::vector<std::uint8_t> bytes_;
-};
-
-TEST(AicEncoder, TakesPlanesWithStridesOfTheirOwn) {
-  const Samples samples = naturalPicture(64, 48, 2);
-  const aic::Picture tight = samples.picture();
-  const FlippedPlane luma(tight.luma, 64, 48);
-  const FlippedPlane blue(tight.blueChroma, 32, 24);
-  const FlippedPlane red(tight.redChroma, 32, 24);
-  Encoder encoder({64, 48, false}, withQuantiser(2));
-  const auto bytes = encoder.encode({luma.firstLine(), blue.firstLine(), red.firstLine(),
-                                     -FlippedPlane::stride, -FlippedPlane::stride});
-  EXPECT_THAT(encoded(samples, false, withQuantiser(2)), testing::ElementsAreArray(bytes));
-}
-
-TEST(AicEncoder, RefusesImpossibleSizes) {
-  EXPECT_TRUE(aic::formatProblem({0, 16, false}));
-  EXPECT_TRUE(aic::formatProblem({16, -2, false}));
-  EXPECT_TRUE(aic::formatProblem({aic::largestSide + 1, 16, false}));
-  EXPECT_FALSE(aic::formatProblem({aic::largestSide, 2, true}));
 }
 
 TEST(AicEncoder, SteersTheMeanSizeThroughAChangeOfScene) {
@@ -198,12 +184,6 @@ TEST(RateControl, ReachesTheTargetWithEveryKindOfScene) {
                                         static_cast<double>(modelSize(weight, 1)));
     EXPECT_NEAR(sum / 60, reachable, 0.03 * reachable) << "weight " << weight;
   }
-}
-
-TEST(RateControl, LeavesTheQuantiserAloneWithoutATarget) {
-  aic::RateControl control(0, 7);
-  EXPECT_FALSE(control.tryAgain(123456789));
-  EXPECT_EQ(control.quantiser(), 7);
 }
 
 }  // namespace

@@ -20,27 +20,6 @@ Dico goodSettings() {
           {"rate", "25"},  {"letterbox", false}, {"comment", "ignored"}};
 }
 
-TEST(ExportSettings, AreReadFromAPropertyList) {
-  const auto aic = exportSettings(goodSettings());
-  ASSERT_TRUE(aic.ok());
-  EXPECT_EQ(aic.value().codec, ExportSettings::Codec::aic);
-  EXPECT_EQ(aic.value().width, 1920);
-  EXPECT_TRUE(aic.value().interlaced);
-  EXPECT_EQ(aic.value().rateFamily, 25);
-  EXPECT_FALSE(aic.value().letterbox);
-
-  Dico prores = goodSettings();
-  prores.set("codec", "prores");
-  prores.set("profile", "4444");
-  prores.set("rate", "source");
-  prores.set("letterbox", true);
-  const auto settings = exportSettings(prores);
-  ASSERT_TRUE(settings.ok());
-  EXPECT_EQ(settings.value().proresProfile, 4);
-  EXPECT_EQ(settings.value().rateFamily, std::nullopt);
-  EXPECT_TRUE(settings.value().letterbox);
-}
-
 TEST(ExportSettings, NameTheKeyThatIsWrong) {
   const std::pair<const char*, std::vector<Value>> wrong[] = {
       {"version", {"one", 0, 2}},   {"codec", {"h264", 7}},   {"quantiser", {0, 256, "x"}},

@@ -1,9 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <fstream>
-
-#include "classShared/TextAdditions.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/places.h"
 #include "support/shell.h"
@@ -236,16 +232,6 @@ TEST_F(GetTimestamps, ProgramPrintsTimesAndSaysWhatIsWrong) {
   EXPECT_THAT(errors.output, HasSubstr("00001.MPL: this is no playlist\n"));
   EXPECT_EQ(runShell(program + " " + quoted(folder.file("gone"))).status, 1);
   EXPECT_EQ(runShell(program).status, 2);
-}
-
-TEST_F(GetTimestamps, ReadsARealCamerasClip) {
-  const char* samples = std::getenv("TESSARIN_SAMPLES");
-  if (samples == nullptr)
-    GTEST_SKIP() << "TESSARIN_SAMPLES does not say where real clips are";
-  std::ifstream clip(joinPath(samples, "avchd-1080i50.mts"), std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(clip), std::istreambuf_iterator<char>()};
-  write("STREAM/00001.MTS", bytes);
-  EXPECT_THAT(timesIn("."), ElementsAre("00001 : 2019-04-24 22.24.00"));
 }
 
 }  // namespace

@@ -28,7 +28,6 @@ using test::runShell;
 using test::ScopedTemporaryFolder;
 using test::Settings;
 using test::ShellResult;
-using testing::AnyOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -142,69 +141,6 @@ TEST(Movtool, ChangesTheRateAndKeepsTheSources) {
     settings.rate = rate;
     exported(folder, settings, clip);
     EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "r_frame_rate,nb_frames"), expected);
-  }
-}
-
-TEST(Movtool, PutsBarsBesideNarrowPictures) {
-  const ScopedTemporaryFolder folder;
-  const std::string clip =
-      makeClip(folder, "clip.mov", "-f lavfi -i color=white:s=160x120:r=25:d=0.2 " + unflagged);
-  for (const char* codec : {"icod", "prores"}) {
-    Settings settings;
-    settings.codec = codec;
-    settings.width = 320;
-    settings.height = 180;
-    settings.letterbox = true;
-    exported(folder, settings, clip);
-    runShell("ffmpeg -v error -y -i " + test::quoted(folder.file("out.mov")) +
-             " -frames:v 1 -vf format=gray -f rawvideo " + test::quoted(folder.file("raw")));
-    const std::string raw = folder.read("raw");
-    ASSERT_EQ(raw.size(), 320U * 180);
-    const auto sample = [&](std::size_t x, std::size_t y) {
-      return static_cast<int>(static_cast<unsigned char>(raw[320 * y + x]));
-    };
-    // 240 of 320 columns are picture.
-    EXPECT_LT(sample(37, 90), 30);
-    EXPECT_GT(sample(42, 90), 220);
-    EXPECT_GT(sample(277, 90), 220);
-    EXPECT_LT(sample(282, 90), 30);
-    EXPECT_GT(sample(160, 1), 220);
-    EXPECT_GT(sample(160, 178), 220);
-    EXPECT_THAT(probed(folder.file("out.mov"), "v:0", "sample_aspect_ratio"), AnyOf("1:1", "N/A"));
-  }
-}
-
-// A flash and a tone at the same moment, one second in. The sound's stream begins `later` seconds
-// after the picture's.
-std::string flashClip(const ScopedTemporaryFolder& folder, double later) {
-  const std::string offset = std::to_string(std::abs(later));
-  const std::string flash =
-      "color=black:s=64x48:r=25:d=2,drawbox=c=white:t=fill:enable='between(t,1,1.15)'";
-  const std::string tone = "aevalsrc='if(between(t,1,1.15),0.5*sin(6283*t),0)':s=48000:d=2";
-  // Trimming keeps the time stamps.
-  const std::string picture = later < 0 ? flash + ",trim=start=" + offset : flash;
-  const std::string sound = later > 0 ? tone + ",atrim=start=" + offset : tone;
-  return makeClip(folder, "clip.mkv",
-                  "-f lavfi -i \"nullsrc\" -filter_complex \"" + picture + "[v];" + sound +
-                      "[a]\" -map [v] -map [a] -c:v mpeg4 -q:v 1 -g 1 -c:a pcm_s16le");
-}
-
-TEST(Movtool, KeepsSoundAndPictureInStep) {
-  for (const double later : {0.0, 0.32, -0.32}) {
-    const ScopedTemporaryFolder folder;
-    const std::string clip = flashClip(folder, later);
-    for (const char* codec : {"icod", "prores"}) {
-      Settings settings;
-      settings.codec = codec;
-      settings.width = 64;
-      settings.height = 48;
-      exported(folder, settings, clip);
-      const test::FlashAndTone found = test::flashAndTone(folder, folder.file("out.mov"));
-      // Our own writer begins with the first picture, ffmpeg's with whatever is first.
-      const double begin = settings.codec == "icod" ? std::max(-later, 0.0) : 0;
-      EXPECT_NEAR(found.flash, 1 - begin, 0.041) << codec << " " << later;
-      EXPECT_NEAR(found.tone, found.flash, 0.041) << codec << " " << later;
-    }
   }
 }
 

@@ -213,16 +213,6 @@ TEST(MovieWriter, ReachesBeyondFourGigabytes) {
   EXPECT_TRUE(test::decodedPicture(folder, path) == expected);
 }
 
-TEST(MovieWriter, LeavesNothingWhenItIsNotFinished) {
-  const ScopedTemporaryFolder folder;
-  {
-    MovieWriter movie = begun(folder.file("a.mov"));
-    for (int i = 0; i < 500; ++i)
-      movie.addFrame(Bytes8(10000));
-  }
-  EXPECT_THAT(entries(folder), testing::IsEmpty());
-}
-
 TEST(MovieWriter, LeavesNothingWhenTheDiskIsFull) {
   const ScopedTemporaryFolder folder;
   // A limit on file sizes fails like a full disk; the signal that comes with it is not wanted.

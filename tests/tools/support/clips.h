@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -104,37 +102,6 @@ inline double lowestPeakRatio(const std::string& movie, const std::string& truth
   const auto planes = planeRatios(
       movie, truth, std::string("scale=interl=") + (interlaced ? "1" : "0") + ",format=yuv422p");
   return *std::min_element(planes.begin(), planes.end());
-}
-
-// The moment of the first flash and of the first tone of a movie, on its own time line.
-struct FlashAndTone {
-  double flash = -1;
-  double tone = -1;
-};
-inline FlashAndTone flashAndTone(const ScopedTemporaryFolder& folder, const std::string& movie,
-                                 int soundTrack = 0) {
-  FlashAndTone found;
-  runShell("ffmpeg -v error -y -i " + test::quoted(movie) +
-           " -map 0:v -vf fps=100:start_time=0,scale=8:8,format=gray -f rawvideo " +
-           test::quoted(folder.file("grey")) + " -map 0:a:" + std::to_string(soundTrack) +
-           " -af aresample=async=1:first_pts=0,aresample=48000 -ac 1 -f s16le " +
-           test::quoted(folder.file("pcm")));
-  const std::string grey = folder.read("grey");
-  const std::string pcm = folder.read("pcm");
-  const auto byte = [](char letter) {
-    return static_cast<int>(static_cast<unsigned char>(letter));
-  };
-  for (std::size_t frame = 0; frame < grey.size() / 64 && found.flash < 0; ++frame) {
-    if (byte(grey[64 * frame]) > 128)
-      found.flash = static_cast<double>(frame) / 100;
-  }
-  for (std::size_t moment = 0; moment < pcm.size() / 2 && found.tone < 0; ++moment) {
-    // The high byte: more than a sixteenth of the full range, above or below.
-    const int high = byte(pcm[2 * moment + 1]);
-    if (high > 8 && high < 248)
-      found.tone = static_cast<double>(moment) / 48000;
-  }
-  return found;
 }
 
 }  // namespace tessarin::test
