@@ -242,10 +242,21 @@ void translateTop(FfmpegOptionGroup& group) {
   removeOptions(group, "top");
 }
 
+bool tellsHighRange(const FfmpegOptionGroup& group) {
+  const std::string& transfer = valueOf(group.last({"color_trc"}));
+  return transfer == "arib-std-b67" || transfer == "smpte2084";
+}
+
 // A movie's header can hold the colours, those of copied pictures as well.
 void translateColours(FfmpegOptionGroup& group, FfmpegVersion version) {
   if (version.isAtLeast(firstToWriteColours))
     return;
+  if (tellsHighRange(group) && !encodesVideo(group))
+    removeOptions(group, "color_trc");
+  for (FfmpegOption& option : group.options)
+    if (option.name == "colorspace" && option.value == "bt2020nc" &&
+        !version.isAtLeast(firstProresWithColours))
+      option.value = "bt2020_ncl";  // the name in 3.1
   for (FfmpegOption& option : group.options)
     if (option.name == "movflags" && option.value)
       *option.value += "+write_colr";
@@ -392,6 +403,17 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   std::vector<std::string> translated = ffmpegArguments(groups);
   translated.insert(translated.begin(), "-nostdin");
   return translated;
+}
+
+std::string beyondFfmpeg(const std::vector<std::string>& arguments, FfmpegVersion version) {
+  const std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
+  const bool wantsHighRange = std::any_of(
+      groups.begin(), groups.end(),
+      [](const FfmpegOptionGroup& group) { return encodesVideo(group) && tellsHighRange(group); });
+  if (!wantsHighRange || version.isAtLeast(firstToWriteColours))
+    return {};
+  return "this ffmpeg is too old for movies of high dynamic range (HLG, PQ), which 4.3 or later "
+         "makes";
 }
 
 }  // namespace tessarin

@@ -55,8 +55,13 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //   -c:v prores         "prores_ks" where the other writes no fields, or no colours, into pictures
 //   setpts=2*(…),fps=…  "framerate=…" in 4.0 and 4.1, which lose a picture
 //   -movflags           with "+write_colr" before 4.3
+//   -color_trc          of high dynamic range left out of copies before 4.3, which may not know it
 // Values, and options that are known everywhere, stay as they are.
 std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,
                                                 FfmpegVersion version);
+
+// What this command line wants that the version cannot do, as a sentence without an end; empty when
+// it can. Pictures of high dynamic range are only copied before 4.3.
+std::string beyondFfmpeg(const std::vector<std::string>& arguments, FfmpegVersion version);
 
 }  // namespace tessarin

@@ -203,6 +203,12 @@ TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {
             "-nostdin -i a -vf yadif,null -color_primaries bt709 -movflags faststart+write_colr "
             "b.mov");
   EXPECT_EQ(translated("-i a -vf setparams=colorspace=bt709 b.mov", v31), "-nostdin -i a b.mov");
+
+  const std::string wide = " -color_trc arib-std-b67 b.mov";
+  EXPECT_EQ(translated("-i a -c:v copy" + wide, v31), "-nostdin -i a -c:v copy b.mov");
+  EXPECT_EQ(beyondFfmpeg(words("-i a -c:v copy" + wide), v31), "");
+  EXPECT_THAT(beyondFfmpeg(words("-i a -c:v prores" + wide), v31), HasSubstr("too old"));
+  EXPECT_EQ(beyondFfmpeg(words("-i a -c:v prores" + wide), v51), "");
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // options that it does not know, and becomes it, so that process id, signals and exit status are
 // ffmpeg's own.
 //
-// Exit status of its own: 127 when there is no ffmpeg, 126 when it cannot be run.
+// Exit status of its own: 127 when there is no ffmpeg, 126 when it cannot be run, or cannot do
+// what is wanted.
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -124,6 +125,10 @@ int main(int count, char** values) {
   const std::string& ffmpeg = found.value();
   const std::vector<std::string> given(values + (count > 0 ? 1 : 0), values + count);
   const FfmpegVersion version = ffmpegOptionsNeedVersion(given) ? versionOf(ffmpeg) : newestFfmpeg;
+  if (const std::string missing = beyondFfmpeg(given, version); !missing.empty()) {
+    say(missing);
+    return cannotBeRun;
+  }
   std::vector<std::string> arguments = translateFfmpegOptions(given, version);
   arguments.insert(arguments.begin(), ffmpeg);
   std::vector<char*> pointers;
