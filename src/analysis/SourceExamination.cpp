@@ -8,6 +8,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/streamLine.h"
+#include "analysis/timing.h"
 #include "analysis/usedStreams.h"
 #include "ffmpeg/pictureColours.h"
 #include "ffmpeg/reportText.h"
@@ -50,6 +51,22 @@ void tellColours(SourceInfo& record, std::string_view report) {
         record.set(key, name);
     return;
   }
+}
+
+// Seconds. What is less is not worth a further look.
+constexpr double leastLateness = 0.03;
+
+// Whether the first packet of the pictures is no key frame, or comes behind that of the sound.
+bool beginsLate(std::string_view report, const SourceInfo& record) {
+  if (firstKeyFrameShown(report).value_or(0) > leastLateness)
+    return true;
+  const auto offsets = ptsDtsOffsetMs(report);
+  const auto number = record.integer(SourceKey::v0Id);
+  if (!offsets || !number)
+    return false;
+  const std::string key =
+      streamKey(StreamKind::video, static_cast<int>(*number), StreamField::offsetMs);
+  return offsets->number(key).value_or(0) > 1000 * leastLateness;
 }
 
 // The containers of still pictures and of text.
@@ -97,7 +114,7 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
   }
   const auto next = place();
   if (!next)
-    return std::nullopt;
+    return beginCommand();
   append({"info", "-ss", fmt::format("{:.2f}", next->seconds)});
   append(inputOptions(described_));
   append({"-i", source_});
@@ -108,9 +125,28 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
   return command;
 }
 
+// Of the streams that a conversion takes, as it counts time from the earliest of these.
+std::optional<Arguments> SourceExamination::beginCommand() const {
+  if (!isSource() || !mayBeginLate_)
+    return std::nullopt;
+  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"};
+  for (const Arguments& more :
+       {inputOptions(described_), Arguments{"-fflags", "+genpts", "-i", source_},
+        mapOfStreams(described_),
+        Arguments{"-vf", "showinfo", "-frames:v", "1", "-c:a", "copy", "-sn", "-shortest", "-f",
+                  "null", "-y", "/dev/null"}})
+    command.insert(command.end(), more.begin(), more.end());
+  return command;
+}
+
 void SourceExamination::take(std::string report, std::optional<FramePictures> pictures) {
   if (!isDescribed_) {
     takeDescription({std::move(report), std::move(pictures), reading_});
+    return;
+  }
+  if (!place()) {
+    begin_ = firstPictureOfShowinfo(report);
+    mayBeginLate_ = false;
     return;
   }
   ++places_;
@@ -149,6 +185,7 @@ void SourceExamination::takeDescription(Description description) {
   tellReading(described_, best_.reading);
   if (!format_.empty())
     described_.set(SourceKey::wForce, format_);
+  mayBeginLate_ = beginsLate(best_.report, described_);
   clues_ = fieldCluesOfReport(best_.report, mappedVideo(best_.report));
   clues_.firstPicture = best_.pictures->order;
   clues_.motion = best_.pictures->motion;
@@ -168,6 +205,8 @@ void SourceExamination::complete(SourceInfo& record) const {
     record.set(SourceKey::wForce, format_);
   if (const auto order = fields(); order && order->claim)
     record.set(SourceKey::v0FieldsClaim, *order->claim);
+  if (begin_ && *begin_ > leastLateness)
+    record.set(SourceKey::v0Begin, *begin_);
 }
 
 }  // namespace tessarin

@@ -30,10 +30,6 @@ inline constexpr std::string_view par = "par";          // text "a:b": shape of 
 inline constexpr std::string_view dar = "dar";          // text "a:b": shape of the picture
 inline constexpr std::string_view chroma = "chroma";    // text: pixel format, "yuv420p"
 inline constexpr std::string_view fields = "fields";    // text: see SourceKey::v0Fields
-// Texts, by ffmpeg's names, where the source says them: see PictureColours.
-inline constexpr std::string_view primaries = "primaries";  // "bt709"
-inline constexpr std::string_view transfer = "transfer";    // "arib-std-b67"
-inline constexpr std::string_view matrix = "matrix";        // "bt2020nc"
 // Integer, -179 to 180 and not 0: degrees by which a player turns the pictures against the clock.
 inline constexpr std::string_view rotation = "rotation";
 inline constexpr std::string_view rate = "rate";          // integer: Hz
@@ -95,9 +91,13 @@ inline constexpr std::string_view v0Par = "v0_par";
 inline constexpr std::string_view v0Dar = "v0_dar";
 inline constexpr std::string_view v0Rotation = "v0_rotation";
 inline constexpr std::string_view v0Chroma = "v0_chroma";
-inline constexpr std::string_view v0Primaries = "v0_primaries";
-inline constexpr std::string_view v0Transfer = "v0_transfer";
-inline constexpr std::string_view v0Matrix = "v0_matrix";
+// Texts, by ffmpeg's names, where the source says them: see PictureColours.
+inline constexpr std::string_view v0Primaries = "v0_primaries";  // "bt709"
+inline constexpr std::string_view v0Transfer = "v0_transfer";    // "arib-std-b67"
+inline constexpr std::string_view v0Matrix = "v0_matrix";        // "bt2020nc"
+// Number, above 0: seconds, as a conversion counts them, to the first picture that can be decoded,
+// where that is late: sound begins before, or the clip was cut inside a group of pictures.
+inline constexpr std::string_view v0Begin = "v0_begin";
 // Text: fieldsText("PFF") means progressive, every other text interlaced.
 inline constexpr std::string_view v0Fields = "v0_fields";
 

@@ -67,7 +67,11 @@ constexpr std::array containerRules = {
     Rule{SourceKey::remarks, Kind::remarks},
     Rule{SourceKey::intraOffset, Kind::number, behindStart},
     Rule{SourceKey::vOffsetMs, Kind::integer, milliseconds},
-    Rule{SourceKey::v0FieldsClaim, Kind::claim}};
+    Rule{SourceKey::v0FieldsClaim, Kind::claim},
+    Rule{SourceKey::v0Primaries, Kind::primaries},
+    Rule{SourceKey::v0Transfer, Kind::transfer},
+    Rule{SourceKey::v0Matrix, Kind::matrix},
+    Rule{SourceKey::v0Begin, Kind::number, behindStart}};
 
 constexpr std::array streamRules = {
     Rule{StreamField::id, Kind::integer, ReportRange::streamNumber},
@@ -83,9 +87,6 @@ constexpr std::array streamRules = {
     Rule{StreamField::dar, Kind::ratio},
     Rule{StreamField::chroma, Kind::word},
     Rule{StreamField::fields, Kind::text},
-    Rule{StreamField::primaries, Kind::primaries},
-    Rule{StreamField::transfer, Kind::transfer},
-    Rule{StreamField::matrix, Kind::matrix},
     Rule{StreamField::rotation, Kind::integer, ReportRange::rotation},
     Rule{StreamField::rate, Kind::integer, ReportRange::soundRate},
     Rule{StreamField::channels, Kind::integer, ReportRange::channels},

@@ -241,6 +241,14 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
   return std::nullopt;
 }
 
+std::optional<double> firstPictureOfShowinfo(std::string_view report) {
+  ReportLines lines(report);
+  while (const auto line = lines.next())
+    if (startsWith(*line, "[Parsed_showinfo_") && contains(*line, "] n:   0 "))
+      return decimalNumber(textAfter(*line, " pts_time:").value_or(""), ReportRange::time);
+  return std::nullopt;
+}
+
 Arguments firstKeyFrameCommand(const std::string& path, const Dico& source) {
   Arguments command = {Bundle::main().toolPath("ffmpeg"),
                        "-loglevel",

@@ -22,8 +22,12 @@ std::optional<Dico> ptsDtsOffsetMs(std::string_view report);
 // such a report shows; negative when it lies before. Nothing when the report shows none.
 std::optional<double> firstKeyFrameShown(std::string_view report);
 
-// The same from a run of ffmpeg's showinfo filter, which decodes key frames only and looks at the
-// first twelve seconds. Blocks until it has ended; 0 when it finds none.
+// Seconds to the first picture that a run of ffmpeg's showinfo filter shows, as that run counts
+// them.
+std::optional<double> firstPictureOfShowinfo(std::string_view report);
+
+// The time of the first key frame from a run of ffmpeg's showinfo filter, which decodes key frames
+// only and looks at the first twelve seconds. Blocks until it has ended; 0 when it finds none.
 double intraOffset(const std::string& path);
 
 // The two halves of intraOffset: the command, told how to read the source, and the time of the

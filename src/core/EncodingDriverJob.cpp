@@ -21,6 +21,7 @@
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
 #include "encoding/recordingDate.h"
+#include "movie/movieStart.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -432,6 +433,9 @@ void EncodingDriver::startCheck() {
     stepFin();
     return;
   }
+  if (isQuickTimeCopy(current))
+    if (const auto shown = showFirstPictures(output); !shown)
+      logFormat("check               :-( {}: {}", output, shown.reason());
   auto movie = readMovieIndex(output);
   if (!movie) {
     logFormat("check               :-( {}: {}", output, movie.reason());

@@ -104,6 +104,24 @@ void nameColours(const Dico& job, EncodingCommand& command) {
   arguments.insert(subtitles, options.begin(), options.end());
 }
 
+// Sees to it that the movie begins with its first picture, and the sound with what is heard then:
+// ffmpeg would fill the time before with copies of that picture.
+void beginWithFirstPicture(const Dico& job, EncodingCommand& command) {
+  const double begin = job.number(SourceKey::v0Begin).value_or(0);
+  Arguments& arguments = command.arguments;
+  if (begin <= 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
+    return;
+  // Stretched pictures begin there, too.
+  if (const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+      option != arguments.end())
+    *(option + 1) =
+        replaceAll(*(option + 1), "setpts=2.0*PTS", fmt::format("setpts=2.0*PTS-{:.6f}/TB", begin));
+  // A picture that is a rounding error too early would be cut off.
+  constexpr double rounding = 0.001;
+  const auto subtitles = std::find(arguments.begin(), arguments.end(), "-sn");
+  arguments.insert(subtitles, {"-ss", fmt::format("{:.6f}", std::max(0.0, begin - rounding))});
+}
+
 bool isStreamCopy(const Dico& job) {
   return isSourceProgressive(job) &&
          !needsInterleaveToI50(job, presetLabel(job.integer(JobKey::sizeOut).value_or(-1)));
@@ -172,6 +190,7 @@ std::optional<JobPlan> planJob(Dico job, const std::string& destination,
     return std::nullopt;
   correctFields(job, *command);
   nameColours(job, *command);
+  beginWithFirstPicture(job, *command);
   correctEncoder(job, *command);
   JobPlan plan;
   if (exportsSource(job)) {

@@ -69,10 +69,15 @@ std::uint64_t leastPictures(double seconds, double rate) {
   return static_cast<std::uint64_t>(std::max(0.0, std::floor(seconds * rate * rateSlack) - 2));
 }
 
-// Exact to a hundredth where the analysis has kept it, else whole seconds.
+// Seconds of the source before the movie begins.
+double beginOf(const JobPlan& plan) {
+  return copiesPictures(plan) ? 0 : plan.job.number(SourceKey::v0Begin).value_or(0);
+}
+
+// Of what the movie has of the source, exact to a hundredth.
 std::optional<double> durationOf(const JobPlan& plan) {
-  const auto exact = plan.job.number(SourceKey::wSeconds);
-  return exact && *exact > 0 ? exact : std::nullopt;
+  const double exact = plan.job.number(SourceKey::wSeconds).value_or(0) - beginOf(plan);
+  return exact > 0 ? std::optional(exact) : std::nullopt;
 }
 
 std::string seconds(double number) {
@@ -106,7 +111,7 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres
   const double stretch = stretchOf(plan);
   if (const auto& pictures = measure.pictures; pictures && pictures->packets > 0) {
     const auto packets = static_cast<double>(pictures->packets);
-    const double span = std::max(0.0, pictures->end - pictures->first);
+    const double span = std::max(0.0, pictures->end - std::max(pictures->first, beginOf(plan)));
     const double step = std::clamp(span / packets, 0.0, 1.0);
     const double missing = static_cast<double>(damagedPictures) * step;
     // Decoders keep a picture or two, and edits are rounded.
@@ -121,7 +126,8 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres
       sound && sound->packets > 0 && plan.job.contains(SourceKey::a0Id)) {
     const auto packets = static_cast<double>(sound->packets);
     // An export leaves out sound from before the first picture.
-    const double start = std::max(sound->first, measure.pictures ? measure.pictures->first : 0);
+    const double start =
+        std::max({sound->first, measure.pictures ? measure.pictures->first : 0, beginOf(plan)});
     const double span = std::max(0.0, sound->end - start);
     const double missing =
         static_cast<double>(damagedSound) * (sound->end - sound->first) / packets;

@@ -140,6 +140,19 @@ TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
   EXPECT_EQ(said(false, outProres, hlg), "bt2020 arib-std-b67 bt2020nc");
 }
 
+TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
+  const auto command = [](bool progressive, int speed) {
+    Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
+                        {{"v0_begin", 0.549333}, {"w_duration", 3}});
+    row.set("fps", speed);
+    const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
+    return joinTexts(plan.command.arguments, " ");
+  };
+  EXPECT_TRUE(contains(command(false, speedKeep), " -ss 0.548333 -sn -y ")) << "and the sound";
+  EXPECT_TRUE(contains(command(false, speedSlow), "setpts=2.0*PTS-0.549333/TB,"));
+  EXPECT_FALSE(contains(command(true, speedKeep), "-ss")) << "a copy tells it";
+}
+
 TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   const auto isConverted = [](int height, int size) {
     const Dico row =

@@ -1,0 +1,392 @@
+#include "movie/movieStart.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+#include <vector>
+
+#include "movie/FileBytes.h"
+#include "platform/Descriptor.h"
+
+namespace tessarin {
+
+namespace {
+
+// An index of more than this is of a movie of weeks, or none.
+constexpr std::uint64_t mostIndex = std::uint64_t{1} << 28;
+// Pictures are stored out of order by a few at most.
+constexpr std::uint64_t mostLeading = 64;
+constexpr std::size_t headSize = 8;
+
+std::uint64_t numberAt(std::string_view bytes, std::size_t place, unsigned size) {
+  std::uint64_t number = 0;
+  if (place > bytes.size() || bytes.size() - place < size)
+    return 0;
+  for (unsigned step = 0; step < size; ++step)
+    number = number << 8 | static_cast<std::uint8_t>(bytes[place + step]);
+  return number;
+}
+
+void putNumber(std::string& bytes, std::size_t place, unsigned size, std::uint64_t number) {
+  for (unsigned step = 0; step < size && place + step < bytes.size(); ++step)
+    bytes[place + step] = static_cast<char>(number >> (8 * (size - 1 - step)));
+}
+
+std::string bigEndian(std::uint64_t number, unsigned size) {
+  std::string bytes(size, '\0');
+  putNumber(bytes, 0, size, number);
+  return bytes;
+}
+
+std::int64_t signed32(std::uint64_t number) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
+}
+
+struct Atom {
+  std::string type;
+  std::string content;      // of one without children
+  std::vector<Atom> parts;  // of one with
+
+  Atom* part(std::string_view name) {
+    const auto found = std::find_if(parts.begin(), parts.end(),
+                                    [name](const Atom& atom) { return atom.type == name; });
+    return found == parts.end() ? nullptr : &*found;
+  }
+};
+
+bool holdsAtoms(std::string_view type) {
+  constexpr std::array<std::string_view, 6> types = {"moov", "trak", "edts",
+                                                     "mdia", "minf", "stbl"};
+  return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+// Nothing when the bytes are not atoms from the first to the last one.
+std::optional<std::vector<Atom>> atomsOf(std::string_view bytes, int depth = 0) {
+  constexpr int mostDepth = 8;
+  std::vector<Atom> atoms;
+  while (!bytes.empty()) {
+    const std::uint64_t size = numberAt(bytes, 0, 4);
+    if (bytes.size() < headSize || size < headSize || size > bytes.size() || depth > mostDepth)
+      return std::nullopt;
+    Atom atom{std::string(bytes.substr(4, 4)), {}, {}};
+    const std::string_view content =
+        bytes.substr(headSize, static_cast<std::size_t>(size) - headSize);
+    if (holdsAtoms(atom.type)) {
+      auto parts = atomsOf(content, depth + 1);
+      if (!parts)
+        return std::nullopt;
+      atom.parts = std::move(*parts);
+    } else {
+      atom.content = content;
+    }
+    atoms.push_back(std::move(atom));
+    bytes.remove_prefix(static_cast<std::size_t>(size));
+  }
+  return atoms;
+}
+
+std::string bytesOf(const std::vector<Atom>& atoms) {
+  std::string bytes;
+  for (const Atom& atom : atoms) {
+    const std::string content = holdsAtoms(atom.type) ? bytesOf(atom.parts) : atom.content;
+    bytes += bigEndian(content.size() + headSize, 4) + atom.type + content;
+  }
+  return bytes;
+}
+
+// Whether these are the first bytes of MPEG video whose first group of pictures is closed.
+bool beginsClosed(std::string_view bytes) {
+  constexpr std::string_view sequence("\0\0\x01\xB3", 4);
+  constexpr std::string_view group("\0\0\x01\xB8", 4);
+  if (bytes.substr(0, sequence.size()) != sequence)
+    return false;
+  const std::size_t place = bytes.find(group);
+  constexpr std::uint64_t closedFlag = 0x40;  // behind 25 bits of time
+  return place != std::string_view::npos && (numberAt(bytes, place + 7, 1) & closedFlag) != 0;
+}
+
+// One track, as far as it matters here. Atoms of the first version alone, which has 32 bits for
+// each number; ffmpeg takes the other for movies of days.
+class Track {
+ public:
+  // Nothing when the track is not as ffmpeg writes it.
+  static std::optional<Track> read(Atom& atom) {
+    Track track;
+    track.atom_ = &atom;
+    track.header_ = atom.part("tkhd");
+    Atom* media = atom.part("mdia");
+    Atom* mediaHeader = media != nullptr ? media->part("mdhd") : nullptr;
+    Atom* handler = media != nullptr ? media->part("hdlr") : nullptr;
+    if (track.header_ == nullptr || mediaHeader == nullptr || handler == nullptr ||
+        numberAt(track.header_->content, 0, 1) != 0 || numberAt(mediaHeader->content, 0, 1) != 0)
+      return std::nullopt;
+    track.mediaHeader_ = mediaHeader;
+    track.scale_ = numberAt(mediaHeader->content, 12, 4);
+    track.isPictures_ =
+        handler->content.substr(std::min<std::size_t>(handler->content.size(), 8), 4) == "vide";
+    Atom* tables = media->part("minf") != nullptr ? media->part("minf")->part("stbl") : nullptr;
+    if (tables != nullptr) {
+      track.times_ = tables->part("stts");
+      track.offsets_ = tables->part("ctts");
+      if (const Atom* chunks = tables->part("stco"))
+        track.firstByte_ = numberAt(chunks->content, headSize, 4);
+      else if (const Atom* longChunks = tables->part("co64"))
+        track.firstByte_ = numberAt(longChunks->content, headSize, 8);
+    }
+    track.length_ = numberAt(track.header_->content, durationAt, 4);
+    if (track.scale_ == 0 || !track.readEdits())
+      return std::nullopt;
+    return track;
+  }
+
+  // Shows the pictures from the earliest on; how many ticks of the movie more are needed before
+  // the first one than there is room.
+  std::int64_t revealFirst(std::uint64_t movieScale,
+                           const std::function<std::string(std::uint64_t)>& bytesAt) {
+    if (!isPictures_ || !hasEdits_ || times_ == nullptr || offsets_ == nullptr)
+      return 0;
+    const std::int64_t earliest = earliestPicture();
+    if (earliest >= from_ || !beginsClosed(bytesAt(firstByte_)))
+      return 0;
+    const auto gained = std::llround(static_cast<double>(from_ - earliest) *
+                                     static_cast<double>(movieScale) / static_cast<double>(scale_));
+    constexpr std::size_t mediaDurationAt = 16;
+    putNumber(mediaHeader_->content, mediaDurationAt, 4,
+              numberAt(mediaHeader_->content, mediaDurationAt, 4) +
+                  static_cast<std::uint64_t>(from_ - earliest));
+    from_ = earliest;
+    length_ += static_cast<std::uint64_t>(gained);
+    wait_ -= gained;
+    isChanged_ = true;
+    return std::max<std::int64_t>(0, -wait_);
+  }
+
+  bool isChanged() const { return isChanged_; }
+
+  // Writes the edits, all that is seen or heard so many ticks of the movie later. The end of the
+  // track on the movie's time line.
+  std::uint64_t write(std::int64_t later) {
+    wait_ += later;
+    if (isChanged_ || later > 0) {
+      std::string edits = bigEndian(0, 4) + bigEndian(wait_ > 0 ? 2 : 1, 4);
+      constexpr std::uint64_t usualRate = 0x10000;
+      if (wait_ > 0)
+        edits += bigEndian(static_cast<std::uint64_t>(wait_), 4) + bigEndian(0xFFFFFFFF, 4) +
+                 bigEndian(usualRate, 4);
+      edits += bigEndian(length_, 4) + bigEndian(static_cast<std::uint64_t>(from_), 4) +
+               bigEndian(usualRate, 4);
+      Atom* holder = atom_->part("edts");
+      if (holder == nullptr) {
+        const auto behindHeader =
+            std::find_if(atom_->parts.begin(), atom_->parts.end(),
+                         [](const Atom& part) { return part.type == "tkhd"; }) +
+            1;
+        holder = &*atom_->parts.insert(behindHeader, Atom{"edts", {}, {}});
+      }
+      holder->parts = {Atom{"elst", std::move(edits), {}}};
+      putNumber(atom_->part("tkhd")->content, durationAt, 4,
+                length_ + static_cast<std::uint64_t>(wait_));
+    }
+    return length_ + static_cast<std::uint64_t>(wait_);
+  }
+
+ private:
+  static constexpr std::size_t durationAt = 20;
+
+  // Edits without media, and one with, at the usual speed; or none.
+  bool readEdits() {
+    Atom* holder = atom_->part("edts");
+    Atom* list = holder != nullptr ? holder->part("elst") : nullptr;
+    if (list == nullptr)
+      return true;
+    const std::uint64_t count = numberAt(list->content, 4, 4);
+    constexpr std::size_t entrySize = 12;
+    if (numberAt(list->content, 0, 1) != 0 || count == 0 ||
+        list->content.size() != headSize + count * entrySize)
+      return false;
+    for (std::uint64_t entry = 0; entry < count; ++entry) {
+      const std::size_t place = headSize + static_cast<std::size_t>(entry) * entrySize;
+      const std::uint64_t length = numberAt(list->content, place, 4);
+      const std::int64_t from = signed32(numberAt(list->content, place + 4, 4));
+      const bool isLast = entry + 1 == count;
+      if (numberAt(list->content, place + 8, 4) != 0x10000 || (from < 0) == isLast)
+        return false;
+      if (isLast) {
+        from_ = from;
+        length_ = length;
+      } else {
+        wait_ += static_cast<std::int64_t>(length);
+      }
+    }
+    hasEdits_ = true;
+    return true;
+  }
+
+  // When the earliest of the first pictures is shown, in ticks of the media.
+  std::int64_t earliestPicture() const {
+    std::int64_t earliest = std::numeric_limits<std::int64_t>::max();
+    std::int64_t moment = 0;
+    std::size_t timeEntry = headSize;
+    std::size_t offsetEntry = headSize;
+    std::uint64_t timesLeft = numberAt(times_->content, timeEntry, 4);
+    std::uint64_t offsetsLeft = numberAt(offsets_->content, offsetEntry, 4);
+    for (std::uint64_t picture = 0; picture < mostLeading; ++picture) {
+      while (timesLeft == 0 && timeEntry + headSize < times_->content.size())
+        timesLeft = numberAt(times_->content, timeEntry += headSize, 4);
+      while (offsetsLeft == 0 && offsetEntry + headSize < offsets_->content.size())
+        offsetsLeft = numberAt(offsets_->content, offsetEntry += headSize, 4);
+      if (timesLeft == 0 || offsetsLeft == 0)
+        break;
+      earliest =
+          std::min(earliest, moment + signed32(numberAt(offsets_->content, offsetEntry + 4, 4)));
+      moment += static_cast<std::int64_t>(numberAt(times_->content, timeEntry + 4, 4));
+      --timesLeft;
+      --offsetsLeft;
+    }
+    return std::max<std::int64_t>(earliest, 0);
+  }
+
+  Atom* atom_ = nullptr;
+  Atom* header_ = nullptr;
+  Atom* mediaHeader_ = nullptr;
+  Atom* times_ = nullptr;
+  Atom* offsets_ = nullptr;
+  bool isPictures_ = false;
+  bool hasEdits_ = false;
+  bool isChanged_ = false;
+  std::uint64_t firstByte_ = 0;  // where the first picture stands in the file
+  std::uint64_t scale_ = 0;      // ticks of the media a second
+  // In ticks of the movie: nothing at first, and then so long what is shown.
+  std::int64_t wait_ = 0;
+  std::uint64_t length_ = 0;
+  std::int64_t from_ = 0;  // the moment of the media with which it begins
+};
+
+Outcome<bool> writeAt(int descriptor, std::uint64_t place, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count =
+        ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(place));
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count <= 0)
+      return Failure{systemReason(errno)};
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+    place += static_cast<std::uint64_t>(count);
+  }
+  return true;
+}
+
+// The first index of the file: where its atom begins, and its size. 0: there is none to work with.
+struct Place {
+  std::uint64_t begin = 0;
+  std::uint64_t size = 0;
+};
+
+Place placeOfIndex(FileBytes& bytes) {
+  std::uint64_t position = 0;
+  while (bytes.size() - position >= headSize) {
+    std::uint64_t size = bytes.number(position, 4);
+    const std::string type = bytes.letters(position + 4);
+    if (size == 1)
+      size = bytes.number(position + headSize, 8);
+    if (!bytes.failure().empty() || size < headSize || size > bytes.size() - position)
+      return {};
+    if (type == "moov")
+      return size <= mostIndex ? Place{position, size} : Place{};
+    position += size;
+  }
+  return {};
+}
+
+std::optional<std::string> readBytes(int descriptor, std::uint64_t place, std::uint64_t size) {
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const ssize_t count = ::pread(descriptor, bytes.data() + filled, bytes.size() - filled,
+                                  static_cast<off_t>(place + filled));
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count <= 0)
+      return std::nullopt;
+    filled += static_cast<std::size_t>(count);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::optional<std::string> indexWithFirstPictures(
+    const std::string& index, const std::function<std::string(std::uint64_t)>& bytesAt) {
+  auto atoms = atomsOf(index);
+  if (!atoms)
+    return std::nullopt;
+  Atom movie{"moov", {}, std::move(*atoms)};
+  Atom* header = movie.part("mvhd");
+  const std::uint64_t scale = header != nullptr ? numberAt(header->content, 12, 4) : 0;
+  if (scale == 0 || numberAt(header->content, 0, 1) != 0 || movie.part("mvex") != nullptr)
+    return std::nullopt;
+  std::vector<Track> tracks;
+  for (Atom& part : movie.parts) {
+    if (part.type != "trak")
+      continue;
+    auto track = Track::read(part);
+    if (!track)
+      return std::nullopt;
+    tracks.push_back(*track);
+  }
+  std::int64_t later = 0;
+  for (Track& track : tracks)
+    later = std::max(later, track.revealFirst(scale, bytesAt));
+  if (std::none_of(tracks.begin(), tracks.end(),
+                   [](const Track& track) { return track.isChanged(); }))
+    return std::nullopt;
+  std::uint64_t end = 0;
+  for (Track& track : tracks)
+    end = std::max(end, track.write(later));
+  constexpr std::size_t durationAt = 16;
+  putNumber(movie.part("mvhd")->content, durationAt, 4, end);
+  return bytesOf(movie.parts);
+}
+
+Outcome<bool> showFirstPictures(const std::string& path) {
+  const Descriptor file(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+  struct stat status = {};
+  if (!file.isOpen() || ::fstat(file.number(), &status) != 0)
+    return Failure{systemReason(errno)};
+  FileBytes bytes(file.number(), static_cast<std::uint64_t>(status.st_size));
+  const Place place = placeOfIndex(bytes);
+  if (place.size <= headSize)
+    return false;
+  const auto content = readBytes(file.number(), place.begin + headSize, place.size - headSize);
+  if (!content)
+    return Failure{systemReason(errno)};
+  const auto bytesAt = [&](std::uint64_t position) {
+    constexpr std::uint64_t enough = 4096;
+    const std::uint64_t rest = position < bytes.size() ? bytes.size() - position : 0;
+    return readBytes(file.number(), position, std::min(rest, enough)).value_or("");
+  };
+  const auto changed = indexWithFirstPictures(*content, bytesAt);
+  if (!changed)
+    return false;
+  const std::string index = bigEndian(changed->size() + headSize, 4) + "moov" + *changed;
+  if (index.size() == place.size)
+    return writeAt(file.number(), place.begin, index);
+  if (index.size() + headSize <= place.size) {
+    const std::uint64_t room = place.size - index.size();
+    return writeAt(file.number(), place.begin, index + bigEndian(room, 4) + "free");
+  }
+  // It has grown: it goes behind the samples, and counts from when the old one does not.
+  if (const Outcome<bool> written = writeAt(file.number(), bytes.size(), index); !written)
+    return written;
+  return writeAt(file.number(), place.begin + 4, "free");
+}
+
+}  // namespace tessarin
