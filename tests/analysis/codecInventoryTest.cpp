@@ -79,8 +79,10 @@ TEST(CodecInventory, IsTakenFromTheToolsOnce) {
   const test::AnalysisTools tools;
   // The answer of the real ffmpeg, kept from an earlier start, would do instead of this one's.
   const test::ScopedEnvironment cache("XDG_CACHE_HOME", tools.folder().file("cache"));
-  tools.script("ffmpeg", "echo \"$*\" >>'" + tools.folder().file("calls") +
-                             "'; echo 'ffmpeg version 9.1'; echo ' DEVIL. prores   Apple ProRes'");
+  tools.script(
+      "ffmpeg",
+      "echo \"$*\" >>'" + tools.folder().file("calls") +
+          "'; echo 'ffmpeg version 9.1'; echo Codecs:; echo ' DEVIL. prores   Apple ProRes'");
   tools.script("movtool", "exit 1");
   takeCodecInventory();
   EXPECT_TRUE(codecInventory().aic);

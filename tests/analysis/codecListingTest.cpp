@@ -24,10 +24,11 @@ TEST(CodecListing, IsKeptWhenItIsOne) {
   if (recallCodecListing())
     GTEST_SKIP() << "a test of the same process has asked before";
   // Nothing of this is an ffmpeg's answer.
-  for (const char* answer : {"", "no more processes", " DEV.L. prores\n"})
+  for (const char* answer :
+       {"", "no more processes", "Codecs:\n DEV.L. prores\n", "ffmpeg version 1\n"})
     EXPECT_FALSE(takeCodecListing(answer)) << answer;
   EXPECT_EQ(codecListing(), "");
-  EXPECT_TRUE(takeCodecListing("ffmpeg version 1\n DEV.L. prores\n"));
+  EXPECT_TRUE(takeCodecListing("ffmpeg version 1\nCodecs:\n DEV.L. prores\n"));
   EXPECT_TRUE(startsWith(folder.read("Tessarin/codecs.txt"), folder.file("one") + " "));
   EXPECT_TRUE(recallCodecListing());
 }
