@@ -19,6 +19,11 @@ def is_told(reason):
     return bool(reason) and not reason.startswith(("ffmpeg says", "why_"))
 
 
+def is_still(source):
+    """Whether the file holds one picture and is none of a movie, whatever its name says."""
+    return source.format.get("format_name", "").endswith(("_pipe", "image2"))
+
+
 def is_copyable(source, folder):
     """Whether the pictures can be copied: whole ones of such a size, of a codec that .mov holds."""
     return (source.width, source.height) in COPIED_SIZES and \
@@ -142,7 +147,7 @@ class Row:
             self.faults.append(f"exit status {made.status}: {reason}")
         elif made.status == 0:
             self.faults.append("the exit status is 0, but nothing was converted")
-        elif source is None or (self.target == "quicktime" and analysed and is_told(reason)
+        elif source is None or is_still(source) or (self.target == "quicktime" and analysed and is_told(reason)
                                 and not is_copyable(source, folder)):
             self.refused = reason
         else:

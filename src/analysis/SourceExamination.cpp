@@ -114,7 +114,7 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
   }
   const auto next = place();
   if (!next)
-    return beginCommand();
+    return mayBeginLate_ ? beginCommand() : soundCommand();
   append({"info", "-ss", fmt::format("{:.2f}", next->seconds)});
   append(inputOptions(described_));
   append({"-i", source_});
@@ -127,7 +127,7 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
 
 // Of the streams that a conversion takes, as it counts time from the earliest of these.
 std::optional<Arguments> SourceExamination::beginCommand() const {
-  if (!isSource() || !mayBeginLate_)
+  if (!isSource())
     return std::nullopt;
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"};
   for (const Arguments& more :
@@ -139,14 +139,29 @@ std::optional<Arguments> SourceExamination::beginCommand() const {
   return command;
 }
 
+std::optional<Arguments> SourceExamination::soundCommand() const {
+  if (!isSource() || !doubtfulSound_)
+    return std::nullopt;
+  Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"};
+  for (const Arguments& more :
+       {inputOptions(described_),
+        Arguments{"-i", source_, "-map", fmt::format("0:{}", *doubtfulSound_), "-t", "10", "-f",
+                  "null", "-y", "/dev/null"}})
+    command.insert(command.end(), more.begin(), more.end());
+  return command;
+}
+
 void SourceExamination::take(std::string report, std::optional<FramePictures> pictures) {
   if (!isDescribed_) {
     takeDescription({std::move(report), std::move(pictures), reading_});
     return;
   }
   if (!place()) {
-    begin_ = firstPictureOfShowinfo(report);
-    mayBeginLate_ = false;
+    if (std::exchange(mayBeginLate_, false))
+      begin_ = firstPictureOfShowinfo(report);
+    else if (const auto sound = std::exchange(doubtfulSound_, std::nullopt);
+             sound && heardNothing(report))
+      mute_ = sound;
     return;
   }
   ++places_;
@@ -186,6 +201,7 @@ void SourceExamination::takeDescription(Description description) {
   if (!format_.empty())
     described_.set(SourceKey::wForce, format_);
   mayBeginLate_ = beginsLate(best_.report, described_);
+  doubtfulSound_ = doubtfulSound(best_.report);
   clues_ = fieldCluesOfReport(best_.report, mappedVideo(best_.report));
   clues_.firstPicture = best_.pictures->order;
   clues_.motion = best_.pictures->motion;
@@ -198,7 +214,7 @@ std::optional<FieldOrder> SourceExamination::fields() const {
 }
 
 void SourceExamination::complete(SourceInfo& record) const {
-  chooseStreams(record, best_.report);
+  chooseStreams(record, best_.report, mute_);
   tellColours(record, best_.report);
   tellReading(record, best_.reading);
   if (!format_.empty())

@@ -4,7 +4,8 @@
 // The first run describes the source. What ffmpeg decodes pictures of is a source, whatever else
 // it complains about. Where it has not read enough to know the streams that are converted, the run
 // is made again with more to read, in bounded steps. Where the pictures do not show the order of
-// their fields, other places are looked at. Where they may begin late, it is asked when.
+// their fields, other places are looked at. Where they may begin late, it is asked when; where the
+// sound may be none, it is tried.
 #pragma once
 
 #include <cstdint>
@@ -59,6 +60,7 @@ class SourceExamination {
   void takeDescription(Description description);
   std::optional<PicturePlace> place() const;
   std::optional<Arguments> beginCommand() const;
+  std::optional<Arguments> soundCommand() const;
 
   std::string source_;
   std::int64_t sourceSize_;
@@ -70,7 +72,9 @@ class SourceExamination {
   SourceInfo described_;  // of the best report, for the commands that follow
   FieldClues clues_;
   int places_ = 0;
-  bool mayBeginLate_ = false;    // and it is not known yet when
+  bool mayBeginLate_ = false;         // and it is not known yet when
+  std::optional<int> doubtfulSound_;  // likewise whether it can be heard
+  std::optional<int> mute_;
   std::optional<double> begin_;  // seconds to the first picture
 };
 

@@ -82,6 +82,23 @@ std::vector<int> soundsBeside(const Described& streams, std::optional<int> video
   return sounds;
 }
 
+// The streams that ffmpeg says it misses parameters of.
+std::vector<int> incompleteStreams(std::string_view report, bool picturesOnly) {
+  constexpr std::string_view mark = "Could not find codec parameters for stream ";
+  std::vector<int> numbers;
+  ReportLines lines(report);
+  while (const auto line = lines.next()) {
+    const std::size_t found = line->find(mark);
+    if (found == std::string_view::npos || line->front() != '[')
+      continue;
+    const std::string_view stream = line->substr(found + mark.size());
+    const auto number = wholeNumber(stream, ReportRange::streamNumber);
+    if (number && (!picturesOnly || contains(stream, "(Video: ")))
+      numbers.push_back(static_cast<int>(*number));
+  }
+  return numbers;
+}
+
 constexpr std::array streamFields = {
     StreamField::id,       StreamField::lang,  StreamField::codec,   StreamField::bitrate,
     StreamField::fps,      StreamField::tbc,   StreamField::width,   StreamField::height,
@@ -138,26 +155,38 @@ std::optional<int> mappedVideo(std::string_view report) {
 }
 
 bool missesParameters(std::string_view report) {
-  constexpr std::string_view mark = "Could not find codec parameters for stream ";
   const Described streams = describedStreams(report);
   const auto video = mappedVideo(report);
   bool missesPictures = false;
-  ReportLines lines(report);
-  while (const auto line = lines.next()) {
-    const std::size_t found = line->find(mark);
-    if (found == std::string_view::npos || line->front() != '[')
-      continue;
-    const std::string_view stream = line->substr(found + mark.size());
-    const auto number = wholeNumber(stream, ReportRange::streamNumber);
-    missesPictures = missesPictures || (video && number == *video) ||
-                     (!video && contains(stream, "(Video: ")) || streams.videos.empty();
-  }
+  for (const int number : incompleteStreams(report, false))
+    missesPictures = missesPictures || (video && number == *video) || streams.videos.empty();
+  if (!video && !incompleteStreams(report, true).empty())
+    missesPictures = true;
   const std::vector<int> sounds = soundsBeside(streams, video);
   return missesPictures || (!sounds.empty() && holds(streams.mute, sounds.front()));
 }
 
-void chooseStreams(SourceInfo& record, std::string_view report) {
+std::optional<int> doubtfulSound(std::string_view report) {
   const Described streams = describedStreams(report);
+  for (const int sound : soundsBeside(streams, mappedVideo(report)))
+    if (!holds(streams.mute, sound))
+      return holds(incompleteStreams(report, false), sound) ? std::optional(sound) : std::nullopt;
+  return std::nullopt;
+}
+
+bool heardNothing(std::string_view report) {
+  bool isSilent = false;
+  ReportLines lines(report);
+  while (const auto line = lines.next())
+    if (const auto kilobytes = textAfter(*line, " audio:"); kilobytes && contains(*line, "video:0"))
+      isSilent = wholeNumber(*kilobytes, {0, 0}).has_value();
+  return isSilent;
+}
+
+void chooseStreams(SourceInfo& record, std::string_view report, std::optional<int> mute) {
+  Described streams = describedStreams(report);
+  if (mute)
+    streams.mute.push_back(*mute);
   const auto video = mappedVideo(report);
   std::vector<int> videos = streams.videos;
   if (const auto used = std::find(videos.begin(), videos.end(), video.value_or(-1));

@@ -14,9 +14,17 @@ std::optional<int> mappedVideo(std::string_view report);
 
 // Puts the streams that are converted first, as v0 and a0: the one whose pictures were decoded,
 // and the first sound of its programme that can be decoded. Sounds that cannot are taken out of the
-// record, so that no conversion fails because of them. Adds what has to be told
-// (SourceKey::remarks) and, where ffmpeg could choose otherwise, SourceKey::wMap.
-void chooseStreams(SourceInfo& record, std::string_view report);
+// record, so that no conversion fails because of them; `mute`: one that the report does not tell
+// of. Adds what has to be told (SourceKey::remarks) and, where ffmpeg could choose otherwise,
+// SourceKey::wMap.
+void chooseStreams(SourceInfo& record, std::string_view report,
+                   std::optional<int> mute = std::nullopt);
+
+// The sound that would be converted, where ffmpeg says that it misses something of it and yet has
+// described it: it has to be tried.
+std::optional<int> doubtfulSound(std::string_view report);
+// Whether the report of a run that decoded nothing but a sound says that there was none.
+bool heardNothing(std::string_view report);
 
 // Whether more of the source has to be read to say which streams it has: the pictures, or the first
 // sound of their programme, have no parameters yet.

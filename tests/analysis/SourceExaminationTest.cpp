@@ -45,8 +45,9 @@ TEST_F(Examination, ReadsFurtherWhereTheSoundIsNotKnownAndKeepsWhatHelped) {
   EXPECT_THAT(*examination_.nextCommand(), Not(Contains("-probesize")));
   examination_.take(missing, tenPictures());
   EXPECT_THAT(examination_.nextCommand().value_or(Arguments()), Contains("50000000"));
-  const std::string found =
-      replaceAll(missing, "0x332D4341), 0 channels, fltp", "0x332D4341), 48000 Hz, mono, fltp");
+  const std::string found = replaceAll(
+      replaceAll(missing, "0x332D4341), 0 channels, fltp", "0x332D4341), 48000 Hz, mono, fltp"),
+      "Could not find codec parameters for stream 0", "Found");
   examination_.take(found, tenPictures());
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
   const SourceInfo record = completed(examination_);
@@ -128,6 +129,28 @@ TEST_F(Examination, AsksWhenThePicturesBeginWhereTheyMayBeLate) {
   SourceExamination usual("/a.mts", 1000, "/tmp/frame.yuv");
   usual.take(report("avchd"), tenPictures());
   EXPECT_EQ(usual.nextCommand(), std::nullopt);
+}
+
+TEST_F(Examination, TriesASoundThatFfmpegMissesSomethingOf) {
+  const auto record = [](const std::string& answer) {
+    SourceExamination examination("/a.avi", 1000, "/tmp/frame.yuv");
+    examination.take(
+        "[avi @ 0x5] Could not find codec parameters for stream 1 (Audio: mp2, 48000 "
+        "Hz, 2 channels): unspecified frame size\n" +
+            report("avi"),
+        tenPictures());
+    const auto command = examination.nextCommand();
+    EXPECT_TRUE(command && contains(joinTexts(*command, " "), " -map 0:1 -t 10 "));
+    examination.take(answer, std::nullopt);
+    EXPECT_EQ(examination.nextCommand(), std::nullopt);
+    return completed(examination);
+  };
+  const SourceInfo mute = record("  title: video:0 audio:9\nvideo:0kB audio:0kB subtitle:0kB\n");
+  EXPECT_FALSE(mute.contains("a0_id"));
+  EXPECT_THAT(mapOfStreams(mute), ::testing::ElementsAre("-map", "0:0"));
+  EXPECT_EQ(*mute.list("remarks"), (List{"remark_soundUnreadable 1"}));
+  EXPECT_TRUE(record("video:0kB audio:1875kB subtitle:0kB\n").contains("a0_id"));
+  EXPECT_TRUE(record("").contains("a0_id")) << "a conversion tells more";
 }
 
 TEST_F(Examination, UsesTheProgrammeWhosePicturesWereDecoded) {
