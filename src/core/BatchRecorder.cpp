@@ -48,7 +48,10 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
     restoredWaiting_.clear();
     waitingChanged();
   });
-  app_.driver().fileBegins.connect([this](const JobFile& file) { fileBegins(file); });
+  app_.driver().folderBegins.connect([this](const std::string& source, const std::string& folder) {
+    folderBegins(source, folder);
+  });
+  app_.driver().movieFinished.connect([this](const FinishedMovie& movie) { movieFinished(movie); });
   app_.driver().jobEnded.connect([this](const JobEnd& end) { jobEnded(end); });
   app_.driver().batchEnded.connect([this] {
     discard();
@@ -100,17 +103,29 @@ void BatchRecorder::waitingChanged() {
   schedule(gathering);
 }
 
-void BatchRecorder::fileBegins(const JobFile& file) {
-  const int row = app_.table().rowOfSource(file.source);
+void BatchRecorder::folderBegins(const std::string& source, const std::string& folder) {
+  const int row = app_.table().rowOfSource(source);
   if (stopped_ || row < 0 || !hasFolder())
     return;
   const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
   endedJobs_.erase(order);
   StoredJob& job = jobs_[order];
-  job.source = file.source;
-  job.boot = runningSystem();
-  job.files.push_back({file.path, file.isIntermediate, fileState(file.path)});
+  job = {source, folder, runningSystem()};
   check(store_->writeJob(order, recordOfJob(job)));
+}
+
+void BatchRecorder::movieFinished(const FinishedMovie& movie) {
+  const int row = app_.table().rowOfSource(movie.source);
+  if (stopped_ || row < 0 || !store_)
+    return;
+  const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
+  const auto job = jobs_.find(order);
+  if (job == jobs_.end())
+    return;
+  job->second.output = movie.output;
+  job->second.movie = fileState(movie.path);
+  job->second.isUndamaged = movie.isUndamaged;
+  check(store_->writeJob(order, recordOfJob(job->second)));
 }
 
 void BatchRecorder::jobEnded(const JobEnd& end) {

@@ -18,7 +18,8 @@ namespace tessarin {
 
 // Follows the controller. What survives a crash, of the program or of the machine:
 //
-// - A job, before its file is touched, and a finished row, before anybody who connected to
+// - A job, before its folder is made and before its movie gets its name, and a finished row, before
+// anybody who connected to
 //   `jobEnded` after the recorder is told: the main thread waits for the disk. A converted row
 //   counts after a crash of the machine only when its movie is on the disk as well (its job is
 //   forgotten then).
@@ -68,7 +69,8 @@ class BatchRecorder {
   void rowAppended(int row);
   void rowChanged(int row);
   void rowRemoved(int row);
-  void fileBegins(const JobFile& file);
+  void folderBegins(const std::string& source, const std::string& folder);
+  void movieFinished(const FinishedMovie& movie);
   void jobEnded(const JobEnd& end);
 
   void waitingChanged();

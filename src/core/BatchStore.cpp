@@ -82,13 +82,23 @@ Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
 
-// Whether nobody is making or removing this folder any more. One that is being made has no lock at
-// first, and then one that is not locked yet, so it has to be old; removing takes away the lock at
-// any time, but then the folder may be removed by anybody.
-bool isRemains(const std::string& folder) {
+// Held (`LOCK_SH`) while a folder is made below the parent, by whoever makes one, and alone
+// (`LOCK_EX`) by who removes what others have not finished: a folder that is being made is not
+// locked itself from its first moment on. Not open when it cannot be had.
+Descriptor lockOfParent(const std::string& parent, int operation) {
+  Descriptor lock(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (lock.isOpen() && ::flock(lock.number(), operation) != 0)
+    lock.close();
+  return lock;
+}
+
+// Whether nobody is making or removing this folder any more. Where nobody can be making one
+// (`isNoneMade`) every new one was left behind, else only an old one; removing takes away the lock
+// at any time, but then the folder may be removed by anybody.
+bool isRemains(const std::string& folder, bool isNoneMade) {
   constexpr time_t longAgo = 3600;  // seconds
   struct stat status {};
-  if (!startsWith(fileName(folder), oldPrefix) &&
+  if (!isNoneMade && !startsWith(fileName(folder), oldPrefix) &&
       (::stat(folder.c_str(), &status) != 0 || status.st_mtime > ::time(nullptr) - longAgo))
     return false;
   return lockOf(folder, 0).isOpen() || !pathExists(joinPath(folder, lockName));
@@ -110,7 +120,10 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchCha
   std::random_device random;
   const std::string name = fmt::format("{}-{:08x}", ::getpid(), random());
   const std::string hidden = joinPath(parent, std::string(newPrefix) + name);
-  if (!mkdir(parent) || ::mkdir(hidden.c_str(), S_IRWXU) != 0)
+  if (!mkdir(parent))
+    return Failure{parent + ": " + systemReason(errno)};
+  const Descriptor making = lockOfParent(parent, LOCK_SH);
+  if (::mkdir(hidden.c_str(), S_IRWXU) != 0)
     return Failure{parent + ": " + systemReason(errno)};
   BatchStore store(hidden, lockOf(hidden, O_CREAT));
   const auto failed = [&hidden](const std::string& reason) {
@@ -249,15 +262,17 @@ void BatchStore::discard() {
 std::vector<BatchStore> claimAbandonedFolders(const std::string& parent) {
   std::vector<BatchStore> claimed;
   std::vector<std::pair<fs::file_time_type, std::string>> folders;
+  Descriptor alone = lockOfParent(parent, LOCK_EX | LOCK_NB);
   for (const std::string& path : lsCocoa(parent).value_or(std::vector<std::string>())) {
     std::error_code failed;
     if (!isOwnFolder(path))
       continue;
     if (!startsWith(fileName(path), "."))
       folders.emplace_back(fs::last_write_time(path, failed), path);
-    else if (isRemains(path))
+    else if (isRemains(path, alone.isOpen()))
       removeTree(path);
   }
+  alone.close();
   std::sort(folders.begin(), folders.end());
   for (const auto& [time, path] : folders)
     if (auto store = BatchStore::claim(path))

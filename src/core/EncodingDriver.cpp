@@ -1,24 +1,12 @@
 #include "core/EncodingDriver.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <random>
-
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/batchSummary.h"
-#include "core/exportPlan.h"
-#include "core/failureReason.h"
 #include "core/missingSources.h"
-#include "core/setAside.h"
 #include "core/stepState.h"
-#include "encoding/arithmetic.h"
-#include "encoding/exportStep.h"
-#include "encoding/naming.h"
-#include "encoding/outputPreset.h"
-#include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -79,19 +67,18 @@ bool EncodingDriver::mayBegin() {
     return false;
   if (interface_.destination.text().empty())
     interface_.destination.setText(expandTilde("~/Movies/"));
-  const std::string folder = outputFolder(interface_.destination.text());
-  if (!mkdir(folder) || !isFolderWritable(folder)) {
-    offerFolder(folder);
-    batchRefused.emit(localisationString("why_destination", "", folder));
+  if (const auto refusal = refusalOfDestination(interface_.destination.text())) {
+    offerFolder(*refusal);
+    batchRefused.emit(refusal->reason);
     return false;
   }
   return true;
 }
 
 // The alert; where the user can choose a folder it offers to.
-void EncodingDriver::offerFolder(const std::string& refused) {
-  Alert alert{localisationString("D_go_dossier_destination1", "", refused),
-              localisationString("D_go_dossier_destination3")};
+void EncodingDriver::offerFolder(const FolderRefusal& refusal) {
+  Alert alert{localisationString("D_go_dossier_destination1", "", refusal.folder),
+              refusal.isForeign ? refusal.reason : localisationString("D_go_dossier_destination3")};
   if (!services_.selectFolder) {
     services_.alerts.show(alert);
     return;
@@ -111,6 +98,7 @@ void EncodingDriver::begin() {
   isAsking_ = false;
   missing_.clear();
   outputNames_.clear();
+  removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
       outputNames_[table_.row(row).textOrEmpty(BatchKey::dstPathStr)] = table_.sourcePath(row);
@@ -277,6 +265,9 @@ void EncodingDriver::startRow(int row) {
   outcome_.reset();
   reason_.clear();
   hasBegun_ = false;
+  isReplacing_ = false;
+  folderPath_.clear();
+  work_.clear();
   isExporting_ = false;
   check_ = CheckStep::before;
   plan_.reset();

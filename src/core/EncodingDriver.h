@@ -12,6 +12,7 @@
 #include "core/ToolTasks.h"
 #include "core/fileState.h"
 #include "core/jobPlan.h"
+#include "core/outputPlace.h"
 #include "encoding/outputName.h"
 #include "ffmpeg/packetMeter.h"
 #include "ffmpeg/runTroubles.h"
@@ -39,10 +40,12 @@ struct JobEnd {
   double elapsed = 0;   // seconds that the job took
 };
 
-struct JobFile {
+// A movie that is whole and about to be moved to its name.
+struct FinishedMovie {
   std::string source;
-  std::string path;
-  bool isIntermediate = false;  // removed at the end of the job; else the job's output
+  std::string path;    // where it is
+  std::string output;  // where it goes to
+  bool isUndamaged = true;
 };
 
 class EncodingDriver {
@@ -52,8 +55,10 @@ class EncodingDriver {
 
   // The row's source and its planned output, before the job starts.
   Signal<const std::string&, const std::string&> jobStarted;
-  // A job is about to write a file; called before the file is touched.
-  Signal<const JobFile&> fileBegins;
+  // The row's source, and the folder (outputPlace.h) that its job is about to make and to write
+  // everything into.
+  Signal<const std::string&, const std::string&> folderBegins;
+  Signal<const FinishedMovie&> movieFinished;
   Signal<const JobEnd&> jobEnded;
   // The batch cannot start, for this reason in the user's language.
   Signal<const std::string&> batchRefused;
@@ -89,7 +94,7 @@ class EncodingDriver {
 
  private:
   bool mayBegin();
-  void offerFolder(const std::string& refused);
+  void offerFolder(const FolderRefusal& refusal);
   void begin();
   void enc(const std::string& stepName);
   void stepBatch();
@@ -124,7 +129,9 @@ class EncodingDriver {
   // Ends the job in hand: its remaining steps are dropped, encFin follows.
   void dropJobSteps();
   void fail(const std::string& reason);
+  std::string whyDestination() const;
   void purgeIntermediates(const Dico& current);
+  bool moveIntoPlace(JobEnd& end);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
 
@@ -151,7 +158,11 @@ class EncodingDriver {
   std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
   std::string reason_;
   unsigned jobNumber_ = 0;    // tells a late answer from one for this job
-  bool hasBegun_ = false;     // the output's place is this job's
+  bool hasBegun_ = false;     // its folder is there
+  bool isReplacing_ = false;  // what has the movie's name
+  PrivateFolder folder_;
+  std::string folderPath_;    // of the folder that it has or will have
+  std::string work_;          // where its movie is made
   bool isExporting_ = false;  // its last task is the export's
   // What looks at the movie behind the last tool that makes it.
   enum class CheckStep { before, measuring, reading, after };

@@ -1,5 +1,4 @@
-// The steps of one job: preparing it, running its tools and judging what came out.
-#include <fmt/chrono.h>
+// The steps of one job: preparing it and running its tools.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -12,16 +11,12 @@
 #include "core/EncodingDriver.h"
 #include "core/exportPlan.h"
 #include "core/failureReason.h"
-#include "core/movieExpectation.h"
 #include "core/outputPlace.h"
-#include "core/setAside.h"
 #include "core/stepState.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
-#include "encoding/recordingDate.h"
-#include "movie/movieStart.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -30,13 +25,6 @@ namespace tessarin {
 
 namespace {
 
-// Of the job: files to be deleted when it ends.
-constexpr const char* keyIntermediate = "postProcessPurge";  // an intermediate movie
-constexpr const char* keyMaster = "purgePathStr1";           // what the export reads
-
-// An output of this many kilobytes or less holds no movie.
-constexpr double smallestOutput = 10;
-
 // In both languages, for it is a mistake of the program's and not of its texts.
 std::string unknownPresetMessage(const std::string& preset) {
   return fmt::format(
@@ -44,62 +32,6 @@ std::string unknownPresetMessage(const std::string& preset) {
       "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci "
       "de nous contacter, menu 'Tessarin'>'Signaler un problème…')",
       preset);
-}
-
-double secondsSince(std::chrono::steady_clock::time_point start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// For a movie whose folder was removed, or whose disk was, while it was written.
-std::optional<std::string> reasonOfMissingFolder(const std::string& movie) {
-  if (isDirectory(parentFolder(movie)))
-    return std::nullopt;
-  return localisationString("why_destination", "", parentFolder(movie));
-}
-
-// Whether the source is a movie whose own index names samples that its file has not.
-bool lacksSamples(const Dico& job, const std::string& source) {
-  if (!startsWith(job.textOrEmpty(SourceKey::wrapper), "mov"))
-    return false;
-  const auto index = readMovieIndex(source);
-  if (!index || index->isFragmented)
-    return false;
-  return std::any_of(index->tracks.begin(), index->tracks.end(),
-                     [](const MovieTrack& track) { return track.missing > 0; });
-}
-
-// Whether the source is an AVI file that is shorter than it says.
-bool isCutRiff(const std::string& source) {
-  constexpr std::size_t start = 12;
-  const std::string bytes = readFileStart(source, start).value_or("");
-  if (bytes.size() < start || !startsWith(bytes, "RIFF"))
-    return false;
-  std::uint32_t size = 0;
-  for (std::size_t place = 8; place-- > 4;)
-    size = size << 8 | static_cast<std::uint8_t>(bytes[place]);
-  return size != 0xFFFFFFFF && poidsFile(source, "o") + 1 < static_cast<double>(size) + 8;
-}
-
-bool isMovie(const std::string& path) {
-  return pathExists(path) && poidsFile(path, "k") > smallestOutput;
-}
-
-// What is left of a failed movie: nothing when it is too small to be one.
-std::string remainderOf(const std::string& output) {
-  if (pathExists(output) && !isMovie(output) && removeFile(output))
-    return "";
-  return setAsideFailure(output);
-}
-
-std::string damageText(std::size_t pictures, std::size_t sound) {
-  std::string text;
-  if (pictures == 1)
-    text = localisationString("D_damaged_one");
-  else if (pictures > 1)
-    text = localisationString("D_damaged_pictures", "", std::to_string(pictures));
-  if (sound > 0)
-    text += (text.empty() ? "" : ", ") + localisationString("D_damaged_sound");
-  return text;
 }
 
 }  // namespace
@@ -132,15 +64,17 @@ void EncodingDriver::stepDeb() {
     fail(*refusal);
     return;
   }
-  if (!mkdir(folder)) {
-    fail(localisationString("why_destination", "", folder));
+  if (const auto wrong = refusalOfDestination(interface_.destination.text())) {
+    fail(wrong->reason);
     return;
   }
   if (table_.isSourceFile(output)) {
     fail(localisationString("why_outputIsSource", "", output));
     return;
   }
-  const auto plan = planJob(current, output, services_.preferences.text(PrefKey::prores));
+  folderPath_ = newJobFolder(output);
+  work_ = workPath(folderPath_, output);
+  auto plan = planJob(current, work_, services_.preferences.text(PrefKey::prores));
   if (!plan) {
     if (verboseLevel(2)) {
       logLine(":-(");
@@ -149,11 +83,7 @@ void EncodingDriver::stepDeb() {
     fail(localisationString("why_noCommand"));
     return;
   }
-  // The export replaces a file at the master's place and removes it in the end.
-  if (plan->needsExport && pathExists(masterPathStr(output))) {
-    fail(localisationString("why_masterInTheWay", "", masterPathStr(output)));
-    return;
-  }
+  plan->job.set(JobKey::dstPathStr, output);
   storeJob(plan->job);
   if (hasRoom(plan->job) && !outcome_)
     checkOverwriting(*plan);
@@ -178,7 +108,7 @@ bool EncodingDriver::hasRoom(const Dico& job) {
 
 void EncodingDriver::checkOverwriting(const JobPlan& plan) {
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
-  if (!pathExists(output)) {
+  if (!isNameTaken(output)) {
     startEncoding(plan, false);
     return;
   }
@@ -246,22 +176,24 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   storeJob(plan.job);
   debugFormat("encProcesses        > encDeb: ffmpeg task");
   debugFormat("enc ffmpeg task     > pré-release");
-  fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), output});
-  const Place place = takePlace(output, replace);
-  if (place == Place::occupied) {
-    keep(output);
+  if (isDirectory(output) && replace) {
+    fail(localisationString("why_destination", "", output));
     return;
   }
-  if (place == Place::unreachable) {
+  isReplacing_ = replace;
+  folderBegins.emit(plan.job.textOrEmpty(RowInfoKey::srcPathStr), folderPath_);
+  Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
+  if (!made) {
+    logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
     fail(localisationString("why_destination", "", parentFolder(output)));
     return;
   }
+  folder_ = std::move(*made);
   hasBegun_ = true;
   plan_ = plan;
   taskStart_ = std::chrono::steady_clock::now();
   isExporting_ = plan.isExport;
   if (plan.isExport) {
-    fileBegins.emit({plan.job.textOrEmpty(RowInfoKey::srcPathStr), partialName(output), true});
     startTask(plan.command.arguments, ParseMode::pourcentage, 100);
     return;
   }
@@ -273,8 +205,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
 void EncodingDriver::stepV() {
   debugFormat("stepNameStr         : encProcesses > encV");
   Dico current = job();
-  const auto plan = planJob(current, current.textOrEmpty(JobKey::dstPathStr),
-                            services_.preferences.text(PrefKey::prores));
+  const auto plan = planJob(current, work_, services_.preferences.text(PrefKey::prores));
   if (!plan) {
     fail(localisationString("why_noCommand"));
     return;
@@ -295,7 +226,7 @@ void EncodingDriver::stepQtEnc() {
     logFormat(":-( encQtEnc: srcPath key does not exist: {}", output);
   if (!needsSlowing(current))
     startExport(std::move(current));
-  else if (current.textOrEmpty(keyIntermediate).empty())
+  else if (current.textOrEmpty(JobKey::intermediate).empty())
     startSlowing(std::move(current));
   else
     takeSlowed(std::move(current));
@@ -303,22 +234,19 @@ void EncodingDriver::stepQtEnc() {
 
 // Makes the slowed copy. The step is done again after it.
 void EncodingDriver::startSlowing(Dico current) {
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
   const std::string slowed =
-      joinPath(parentFolder(output), fmt::format("slow{}.mov", std::random_device()()));
-  current.set(keyIntermediate, slowed);
+      joinPath(folder_.path(), fmt::format("slow{}.mov", std::random_device()()));
+  current.set(JobKey::intermediate, slowed);
   current.set("encQtEnc", 1);
   const double duration = jobDuration(current);
-  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), slowed, true});
   storeJob(std::move(current));
-  startTask(slowingCommand(output, slowed), ParseMode::time, duration);
+  startTask(slowingCommand(work_, slowed), ParseMode::time, duration);
 }
 
 // Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
 void EncodingDriver::takeSlowed(Dico current) {
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
-  if (!moveFile(current.textOrEmpty(keyIntermediate), output, "y"))
-    fail(localisationString("why_destination", "", parentFolder(output)));
+  if (!moveFile(current.textOrEmpty(JobKey::intermediate), work_, "y"))
+    fail(whyDestination());
   else if (isQuickTimeCopy(current))
     encSend("encProcesses");
   else
@@ -326,7 +254,6 @@ void EncodingDriver::takeSlowed(Dico current) {
 }
 
 void EncodingDriver::startExport(Dico current) {
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
   const std::string preset = exportPresetName(current, services_.preferences.text(PrefKey::prores));
   debugFormat("presetStr (final)   : {}", preset);
   if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
@@ -337,22 +264,12 @@ void EncodingDriver::startExport(Dico current) {
   }
   isExporting_ = true;
   const double duration = jobDuration(current);
-  const std::string master = masterPathStr(output);
-  current.set(keyMaster, master);
-  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), master, true});
-  fileBegins.emit({current.textOrEmpty(RowInfoKey::srcPathStr), partialName(output), true});
+  current.set(JobKey::master, masterPathStr(work_));
   storeJob(std::move(current));
-  const auto step = encQt(output, duration, preset, displayRatio(job()));
+  const auto step = encQt(work_, duration, preset, displayRatio(job()));
   if (!step) {
     // The copy is still there when it could not be moved.
-    fail(pathExists(output) ? localisationString("why_destination", "", parentFolder(output))
-                            : localisationString("why_noRoomForExport"));
-    return;
-  }
-  // The copy has left the movie's place.
-  if (takePlace(output, false) != Place::taken) {
-    hasBegun_ = false;
-    keep(output);
+    fail(pathExists(work_) ? whyDestination() : localisationString("why_noRoomForExport"));
     return;
   }
   if (verboseLevel(1))
@@ -369,7 +286,7 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
   start.controls = &interface_.encoding;
   const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
   start.source = source;
-  start.output = job().textOrEmpty(JobKey::dstPathStr);
+  start.output = work_;
   const bool isCheck = check_ == CheckStep::measuring || check_ == CheckStep::reading;
   if (check_ == CheckStep::measuring)
     start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
@@ -383,7 +300,6 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
 void EncodingDriver::taskEnded(const TaskEnd& end) {
   const Dico current = job();
   const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
   if (outcome_) {
     encSend("encProcesses");
     return;
@@ -404,8 +320,8 @@ void EncodingDriver::taskEnded(const TaskEnd& end) {
   if (end.status != 0 || !isSound) {
     logFormat("encoding failed     :-( {}", end.lastOutput);
     // What the tool says about a missing folder would be taken for the source.
-    if (const auto gone = reasonOfMissingFolder(output))
-      fail(*gone);
+    if (!isDirectory(folder_.path()))
+      fail(whyDestination());
     else if (end.status == 0 && !end.troubles.readError().empty())
       fail(localisationString("why_readError", "", end.troubles.readError()));
     else
@@ -418,226 +334,6 @@ void EncodingDriver::taskEnded(const TaskEnd& end) {
   damagedPictures_ = std::max(damagedPictures_, end.troubles.damagedPictures());
   damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
   encSend("encProcesses");
-}
-
-// ---- Checking
-
-// A movie is converted when it is as long as its source, by its own index. Where what the analysis
-// knows raises doubt the source is measured.
-void EncodingDriver::startCheck() {
-  check_ = CheckStep::after;
-  const Dico current = job();
-  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
-  if (!isMovie(output) || !plan_) {
-    stepFin();
-    return;
-  }
-  if (isQuickTimeCopy(current))
-    if (const auto shown = showFirstPictures(output); !shown)
-      logFormat("check               :-( {}: {}", output, shown.reason());
-  auto movie = readMovieIndex(output);
-  if (!movie) {
-    logFormat("check               :-( {}: {}", output, movie.reason());
-    fail(localisationString("why_noIndex"));
-    return;
-  }
-  movie_ = std::move(*movie);
-  // A source that went away after it was read cannot be asked any more: the analysis decides.
-  const auto state = fileState(source);
-  if (state && state != sourceState_) {
-    fail(localisationString("why_sourceChanged"));
-    return;
-  }
-  if (state && lacksSamples(current, source)) {
-    fail(localisationString("why_endsEarly"));
-    return;
-  }
-  if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
-    fail(reasonOf(verdict));
-    return;
-  }
-  const auto expected = expectedByAnalysis(*plan_, services_.preferences.text(PrefKey::prores));
-  if (expected && judgeMovie(movie_, *expected).isRight()) {
-    stepFin();
-    return;
-  }
-  startMeasuring();
-}
-
-void EncodingDriver::startMeasuring() {
-  const Arguments command = measuringCommandOf(*plan_);
-  if (command.empty()) {
-    fail(localisationString("why_notMeasured"));
-    return;
-  }
-  logLine("check               : measuring the source");
-  check_ = CheckStep::measuring;
-  meter_ = PacketMeter();
-  startTask(command, ParseMode::time, job().number(SourceKey::wDuration).value_or(0));
-}
-
-void EncodingDriver::judgeMeasure(const TaskEnd& end) {
-  check_ = CheckStep::after;
-  const Dico current = job();
-  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
-  const SourceMeasure measure = meter_.result();
-  if (!end.troubles.readError().empty()) {
-    fail(localisationString("why_readError", "", end.troubles.readError()));
-    return;
-  }
-  if (end.status != 0 || !measure.pictures) {
-    logFormat("check               :-( {}", end.lastOutput);
-    fail(localisationString("why_notMeasured"));
-    return;
-  }
-  const MovieVerdict verdict =
-      judgeMovie(movie_, expectedByMeasure(*plan_, services_.preferences.text(PrefKey::prores),
-                                           measure, damagedPictures_, damagedSound_));
-  if (!verdict.isRight()) {
-    fail(reasonOf(verdict));
-    return;
-  }
-  if (!isShortOfPromise(*plan_, movie_)) {
-    encSend("encProcesses");
-    return;
-  }
-  // The source says that it has more. Either that is wrong, or nobody has read all of it.
-  if (troubles_.endsEarly() || end.troubles.endsEarly() || isCutRiff(source)) {
-    fail(localisationString("why_endsEarly"));
-  } else if (!troubles_.givenUp().empty() || !end.troubles.givenUp().empty()) {
-    fail(localisationString(
-        "why_givenUp", "",
-        troubles_.givenUp().empty() ? end.troubles.givenUp() : troubles_.givenUp()));
-  } else if (static_cast<double>(measure.bytes) < poidsFile(source, "o") / 2) {
-    fail(localisationString("why_partRead"));
-  } else {
-    startReading();
-  }
-}
-
-// Some formats take an error of the disk for the end of the file.
-void EncodingDriver::startReading() {
-  check_ = CheckStep::reading;
-  startTask({"/bin/dd", "if=" + job().textOrEmpty(RowInfoKey::srcPathStr), "of=/dev/null", "bs=1M",
-             "status=none"},
-            ParseMode::endless, 0);
-}
-
-// ---- Ending
-
-void EncodingDriver::dropJobSteps() {
-  Dico current = job();
-  for (const std::string& name : steps_.names())
-    current.remove(name);
-  storeJob(std::move(current));
-  steps_.set(steps_.last());
-}
-
-void EncodingDriver::fail(const std::string& reason) {
-  const int row = table_.encBatchInprogressRowIdentification();
-  if (table_.has(row))
-    table_.mark(row, ResultMark::failure);
-  outcome_ = JobEnd::Kind::failed;
-  reason_ = reason;
-  dropJobSteps();
-  encSend("encProcesses");
-  if (std::exchange(isExporting_, false))
-    services_.alerts.show(
-        {localisationString("D_go_echec_disque4", "",
-                            table_.has(row) ? fileName(table_.sourcePath(row)) : ""),
-         localisationString("D_go_echec_disque5")});
-}
-
-void EncodingDriver::purgeIntermediates(const Dico& current) {
-  std::vector<std::string> files = {current.textOrEmpty(keyIntermediate),
-                                    current.textOrEmpty(keyMaster)};
-  // The export tool may have been ended without a chance to remove what it had begun.
-  if (!files.back().empty() || exportsSource(current))
-    files.push_back(partialName(current.textOrEmpty(JobKey::dstPathStr)));
-  for (const std::string& purge : files) {
-    if (purge.empty() || !pathExists(purge))
-      continue;
-    debugFormat("purgePathStr        : {}", purge);
-    removeFile(purge);
-  }
-}
-
-void EncodingDriver::stepFin() {
-  steps_.remove("encFin");
-  const Dico current = job();
-  JobEnd end;
-  end.source = current.textOrEmpty(RowInfoKey::srcPathStr);
-  end.output = current.textOrEmpty(JobKey::dstPathStr);
-  end.duration = jobDuration(current);
-  end.elapsed = secondsSince(taskStart_);
-  end.reason = reason_;
-  logFormat("enc > encFin        : {} - begin", end.source);
-  purgeIntermediates(current);
-  if (outcome_)
-    end.kind = *outcome_;
-  else if (isMovie(end.output)) {
-    end.kind = JobEnd::Kind::converted;
-    end.damagedPictures = damagedPictures_;
-    end.hasDamagedSound = damagedSound_ > 0;
-    end.reason = damageText(damagedPictures_, damagedSound_);
-  } else
-    end.reason = reasonOfMissingFolder(end.output).value_or(localisationString("why_tinyOutput"));
-
-  const std::string place = end.output;
-  if (end.kind == JobEnd::Kind::stopped) {
-    if (hasBegun_)
-      removeFile(place);
-    end.output.clear();
-  }
-  if (end.kind == JobEnd::Kind::failed)
-    end.output = hasBegun_ ? remainderOf(place) : "";
-  const bool isConverted = end.kind == JobEnd::Kind::converted;
-  if (hasBegun_ && !isConverted)
-    giveBackPlace(place);
-  finishJob(std::move(end));
-  if (isConverted)
-    dropReplaced(place);
-}
-
-void EncodingDriver::finishJob(JobEnd end) {
-  debugFormat("RESET GUI…");
-  interface_.encoding.action.setText("");
-  const int row = table_.encBatchInprogressRowIdentification();
-  const bool isGood = end.kind == JobEnd::Kind::converted ||
-                      (end.kind == JobEnd::Kind::kept && isMovie(end.output));
-  if (table_.has(row)) {
-    if (isGood)
-      table_.setValue(row, BatchKey::dstPathStr, end.output);
-    table_.mark(row, isGood ? ResultMark::success : ResultMark::failure);
-  }
-  if (end.kind == JobEnd::Kind::converted)
-    writeReadMe(end);
-  debugFormat("…RAZ GUI done");
-  services_.preferences.prefRemove(StateKey::job);
-  outcome_.reset();
-  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
-  jobEnded.emit(end);
-  encSend("encBatch");
-}
-
-void EncodingDriver::writeReadMe(const JobEnd& end) {
-  const std::string path = withExtension(withoutExtension(end.output), "txt");
-  if (const auto start = readFileStart(path, 64);
-      start && !startsWith(*start, "format              : "))
-    return;  // a text of the user's own
-  const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
-  std::string last = fmt::format("source              : {}\n", end.source);
-  if (!end.reason.empty())
-    last += fmt::format("damaged             : {}\n", end.reason);
-  if (const auto date = recordingDate(end.source))
-    last += fmt::format("recorded            : {} / {} / {}\n", date->day, date->month, date->year);
-  readMe_ += fmt::format(
-      "   Total speed      : real time / {:.2f}\ndate                : {:%Y-%m-%d %H:%M:%S}\n{}",
-      speed, fmt::localtime(std::time(nullptr)), last);
-  // By a new file: a link is not followed, and a text that was there stays whole until then.
-  if (const auto written = writeFileAtomically(path, readMe_); !written)
-    logFormat("read-me             :-( {}", written.reason());
 }
 
 }  // namespace tessarin

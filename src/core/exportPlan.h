@@ -26,10 +26,11 @@ bool needsSlowing(const Dico& job);
 // as it is.
 Arguments slowingCommand(const std::string& movie, const std::string& slowed);
 
-// All that runs for a job, in this order, for whoever wants to run it by hand: files are moved
-// and removed by mv(1) and rm(1) where the program does that itself. Each counts only when all
-// before it ended well: what is there already makes one of them fail rather than be overwritten,
-// unless it is the movie and `replace` is asked for.
+// What runs for a job, in this order, for whoever wants to run it by hand, beside the movie (the
+// program itself does it in a folder of its own, outputPlace.h): files are moved and removed by
+// mv(1) and rm(1) where the program does that itself. Each counts only when all before it ended
+// well: what is there already makes one of them fail rather than be overwritten, unless it is the
+// movie and `replace` is asked for.
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres,
                                       bool replace);
 

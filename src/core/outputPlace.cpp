@@ -1,60 +1,58 @@
 #include "core/outputPlace.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <cerrno>
-
 #include "classShared/TextAdditions.h"
-#include "classShared/log.h"
-#include "platform/Descriptor.h"
+#include "encoding/naming.h"
+#include "encoding/outputName.h"
+#include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
 namespace tessarin {
 
 namespace {
 
-// Whether there is an entry of this name; a link counts, wherever it leads.
-bool hasEntry(const std::string& path) {
-  struct stat status = {};
-  return ::lstat(path.c_str(), &status) == 0;
-}
+constexpr std::string_view prefix = ".tessarin-";
 
-bool isFolder(const std::string& path) {
-  struct stat status = {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
+// An output of this many kilobytes or less holds no movie.
+constexpr double smallestOutput = 10;
 
 }  // namespace
 
-std::string replacedName(const std::string& output) {
-  return partialName(output) + "-replaced";
+std::optional<FolderRefusal> refusalOfDestination(const std::string& destination) {
+  const std::string folder = outputFolder(destination);
+  const auto foreign = [](const std::string& path) {
+    return FolderRefusal{path, localisationString("why_foreignFolder", "", path), true};
+  };
+  if (const std::string above = expandTilde(destination); isOfAnotherUser(above))
+    return foreign(above);
+  if (!mkdir(folder) || !isFolderWritable(folder))
+    return FolderRefusal{folder, localisationString("why_destination", "", folder)};
+  if (isOfAnotherUser(folder))
+    return foreign(folder);
+  return std::nullopt;
 }
 
-Place takePlace(const std::string& output, bool replace) {
-  if (replace && hasEntry(output) &&
-      (isFolder(output) || !moveFile(output, replacedName(output), "y")))
-    return Place::unreachable;
-  constexpr mode_t permissions = 0666;  // less what the user's mask takes
-  const Descriptor file(
-      ::open(output.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
-  if (file.isOpen())
-    return Place::taken;
-  const int error = errno;
-  logFormat("takePlace           :-( {}: {}", output, systemReason(error));
-  giveBackPlace(output);
-  return error == EEXIST ? Place::occupied : Place::unreachable;
+std::string newJobFolder(const std::string& output) {
+  return PrivateFolder::newPath(parentFolder(output), prefix);
 }
 
-void giveBackPlace(const std::string& output) {
-  if (hasEntry(replacedName(output)) && !hasEntry(output) &&
-      !moveFile(replacedName(output), output, ""))
-    logFormat("giveBackPlace       :-( {} stays at {}", output, replacedName(output));
+Outcome<PrivateFolder> makeJobFolder(const std::string& path) {
+  return PrivateFolder::create(path);
 }
 
-void dropReplaced(const std::string& output) {
-  if (hasEntry(replacedName(output)))
-    removeFile(replacedName(output));
+std::string workPath(const std::string& jobFolder, const std::string& output) {
+  return joinPath(jobFolder, fileName(output));
+}
+
+bool mayHoldMovie(const std::string& path) {
+  return pathExists(path) && poidsFile(path, "k") > smallestOutput;
+}
+
+void removeLeftJobFolders(const std::string& folder) {
+  PrivateFolder::removeAbandoned(folder, prefix);
+}
+
+bool removeLeftJobFolder(const std::string& path) {
+  return PrivateFolder::removeOne(path, prefix);
 }
 
 }  // namespace tessarin

@@ -19,57 +19,54 @@ namespace tessarin {
 
 namespace {
 
-// A finished movie counts when it cannot have been lost: its data may still have been on the way
-// to the disk when the power went.
-bool isSurelyFinished(const Dico& row, const StoredJob& job) {
-  return row.textOrEmpty(BatchKey::resultat) == ResultMark::success && !job.boot.empty() &&
-         job.boot == runningSystem();
+// What a process wrote before the power went may have been lost on its way to the disk.
+bool isOfThisSystem(const StoredJob& job) {
+  return !job.boot.empty() && job.boot == runningSystem();
 }
 
-// Puts aside what the job has written of its output and removes the rest. False when that is not
-// settled: the disk is not there, or a file cannot be renamed.
-bool cleanUpFiles(const StoredJob& job, std::vector<PutAside>& putAside) {
-  bool isSettled = true;
-  for (const StoredJob::File& file : job.files) {
-    if (!isDirectory(parentFolder(file.path))) {
-      isSettled = false;
-      continue;
-    }
-    // What a killed export leaves where files need a name.
-    if (!file.isIntermediate && pathExists(partialName(file.path)))
-      isSettled = removeFile(partialName(file.path)) && isSettled;
-    const bool isBegun = pathExists(file.path) && fileState(file.path) != file.before;
-    if (file.isIntermediate) {
-      isSettled = (!isBegun || removeFile(file.path)) && isSettled;
-      continue;
-    }
-    const std::string aside = isBegun ? setAsideFailure(file.path) : "";
-    if (aside == file.path) {
-      isSettled = false;
-      continue;
-    }
-    if (!aside.empty()) {
-      logFormat("recovery            : '{}' put aside as '{}'", file.path, aside);
-      putAside.push_back({job.source, file.path, aside});
-    }
-    giveBackPlace(file.path);
-  }
-  return isSettled;
+// Whether the row's movie is there and whole: its row says so, or it had just got its name.
+bool isSurelyFinished(const Dico& row, const StoredJob& job) {
+  if (!isOfThisSystem(job))
+    return false;
+  return row.textOrEmpty(BatchKey::resultat) == ResultMark::success ||
+         (job.isUndamaged && job.movie && fileState(job.output) == job.movie);
+}
+
+// Removes the job's folder. False when that is not settled: the disk is not there, or it cannot be
+// removed.
+bool removeFolderOf(const StoredJob& job) {
+  return job.folder.empty() ||
+         (isDirectory(parentFolder(job.folder)) && removeLeftJobFolder(job.folder));
+}
+
+// Puts a movie aside that may not be whole. False when that is not settled.
+bool putMovieAside(const StoredJob& job, std::vector<PutAside>& putAside) {
+  if (!job.movie)
+    return true;
+  if (!isDirectory(parentFolder(job.output)))
+    return false;
+  if (fileState(job.output) != job.movie)
+    return true;  // it never got its name, or something else has it by now
+  const std::string aside = setAsideFailure(job.output, job.output);
+  if (aside.empty())
+    return false;
+  logFormat("recovery            : '{}' put aside as '{}'", job.output, aside);
+  putAside.push_back({job.source, job.output, aside});
+  return true;
 }
 
 void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAside>& putAside) {
   const StoredJob job = jobOfRecord(store.job(number).content);
   auto row = store.row(number);
-  if (row && isSurelyFinished(row->row, job)) {
-    for (const StoredJob::File& file : job.files)
-      if (!file.isIntermediate)
-        dropReplaced(file.path);
-    store.removeJob(number);
-    return;
-  }
-  const bool isSettled = cleanUpFiles(job, putAside);
-  if (row && row->row.textOrEmpty(BatchKey::resultat) != ResultMark::waiting) {
-    row->row.set(BatchKey::resultat, ResultMark::waiting);
+  const bool isFinished = row && isSurelyFinished(row->row, job);
+  bool isSettled = removeFolderOf(job);
+  if (!isFinished)
+    isSettled = putMovieAside(job, putAside) && isSettled;
+  const std::string_view mark = isFinished ? ResultMark::success : ResultMark::waiting;
+  if (row && row->row.textOrEmpty(BatchKey::resultat) != mark) {
+    row->row.set(BatchKey::resultat, mark);
+    if (isFinished)
+      row->row.set(BatchKey::dstPathStr, job.output);
     BatchChanges changes;
     changes.addRow(*row);
     if (const auto written = store.write(changes); !written) {
@@ -77,7 +74,8 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
       return;
     }
   }
-  if (isSettled)
+  // A finished row is none that waits, whatever has become of its folder.
+  if (isSettled || isFinished)
     store.removeJob(number);
 }
 

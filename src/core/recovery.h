@@ -8,7 +8,7 @@
 
 namespace tessarin {
 
-// What an interrupted job had written of its output, and the name under which it is kept now.
+// A movie that a power cut may have damaged, and the name under which it is kept now.
 struct PutAside {
   std::string source;
   std::string output;
@@ -28,10 +28,10 @@ struct InterruptedBatches {
 };
 
 // Finds the batches below `parent` (batchesFolder()) whose process is gone, holds them, and cleans
-// up behind their jobs: what a job had written of its output is put aside under another name, and
-// its row waits again. A file that the job had not begun to write is left alone, and so is the
-// movie of a row that is finished. To be called at every start, before anything is converted:
-// later the output's name may belong to another movie.
+// up behind their jobs: the folder that a job wrote into is removed, and its row waits again. A row
+// whose movie is at its place is finished, unless the system was started anew since then: such a
+// movie is put aside under another name. What the job has not made is left alone. To be called at
+// every start, before anything is converted.
 //
 // Batches of a newer version of the program are left as they are.
 InterruptedBatches findInterruptedBatches(const std::string& parent);

@@ -2,24 +2,29 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
+#include <cerrno>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "utils/files.h"
 
 namespace tessarin {
 
-std::string setAsideFailure(const std::string& output) {
-  if (!pathExists(output))
+std::string setAsideFailure(const std::string& file, const std::string& output) {
+  if (!isNameTaken(file))
     return "";
-  std::error_code failed;
-  if (std::filesystem::file_size(output, failed) == 0 && !failed && removeFile(output))
-    return "";
-  std::string aside = withExtension(withoutExtension(output) + "-failure", pathExtension(output));
-  for (int number = 2; pathExists(aside); ++number)
-    aside = withExtension(fmt::format("{}-failure-{}", withoutExtension(output), number),
-                          pathExtension(output));
-  return moveFile(output, aside, "") ? aside : output;
+  const std::string name = withoutExtension(output) + "-failure";
+  std::string aside = withExtension(name, pathExtension(output));
+  int error = renameTo(file, aside, false);
+  for (int number = 2; error == EEXIST; ++number) {
+    aside = withExtension(fmt::format("{}-{}", name, number), pathExtension(output));
+    error = renameTo(file, aside, false);
+  }
+  if (error == 0)
+    return aside;
+  logFormat("setAsideFailure     :-( {}: {}", aside, systemReason(error));
+  return "";
 }
 
 }  // namespace tessarin

@@ -5,9 +5,9 @@
 
 namespace tessarin {
 
-// Renames the file to a free name that says so: "NAME-failure.EXT", with a number when that is
-// taken. An empty file is removed instead. The result is the new name; "" when nothing is left, and
-// `output` itself when it cannot be renamed.
-std::string setAsideFailure(const std::string& output);
+// Moves the file to a free name that says what it is: "NAME-failure.EXT", after the movie `output`
+// that it was to become, with a number when that is taken. The result is that name; "" when there
+// is no such file or it cannot be moved.
+std::string setAsideFailure(const std::string& file, const std::string& output);
 
 }  // namespace tessarin

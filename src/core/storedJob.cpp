@@ -24,31 +24,24 @@ FileState stateOfRecord(const Dico& record) {
 }  // namespace
 
 Dico recordOfJob(const StoredJob& job) {
-  List files;
-  for (const StoredJob::File& file : job.files) {
-    Dico stored{{"path", file.path}, {"intermediate", file.isIntermediate}};
-    if (file.before)
-      stored.set("before", recordOfState(*file.before));
-    files.emplace_back(std::move(stored));
+  Dico record{{"source", job.source}, {"folder", job.folder}, {"boot", job.boot}};
+  if (job.movie) {
+    record.set("output", job.output);
+    record.set("movie", recordOfState(*job.movie));
+    record.set("undamaged", job.isUndamaged);
   }
-  return {{"source", job.source}, {"files", std::move(files)}, {"boot", job.boot}};
+  return record;
 }
 
 StoredJob jobOfRecord(const Dico& record) {
   StoredJob job;
   job.source = record.textOrEmpty("source");
+  job.folder = record.textOrEmpty("folder");
   job.boot = record.textOrEmpty("boot");
-  const List* files = record.list("files");
-  for (const Value& stored : files ? *files : List()) {
-    if (!stored.dico())
-      continue;
-    StoredJob::File file;
-    file.path = stored.dico()->textOrEmpty("path");
-    file.isIntermediate = stored.dico()->flag("intermediate");
-    if (const Dico* before = stored.dico()->dico("before"))
-      file.before = stateOfRecord(*before);
-    job.files.push_back(std::move(file));
-  }
+  job.output = record.textOrEmpty("output");
+  if (const Dico* movie = record.dico("movie"))
+    job.movie = stateOfRecord(*movie);
+  job.isUndamaged = record.flag("undamaged");
   return job;
 }
 

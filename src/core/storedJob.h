@@ -3,7 +3,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "classShared/Value.h"
 #include "core/fileState.h"
@@ -11,15 +10,13 @@
 namespace tessarin {
 
 struct StoredJob {
-  struct File {
-    std::string path;
-    bool isIntermediate = false;  // of no use without the job; else the job's output
-    // Just before the job began to write it; one that is still the same was not begun.
-    std::optional<FileState> before = {};
-  };
   std::string source;
-  std::vector<File> files;
-  std::string boot;  // runningSystem() of the job
+  std::string folder;  // into which it writes everything (outputPlace.h)
+  std::string boot;    // runningSystem() of the job
+  // Of a movie that was whole when this was stored, and then moved to its name.
+  std::string output = {};
+  std::optional<FileState> movie = {};
+  bool isUndamaged = false;
 };
 
 Dico recordOfJob(const StoredJob& job);

@@ -41,6 +41,9 @@ inline constexpr std::string_view sizeOut = BatchKey::sizeOut;
 inline constexpr std::string_view durationDouble =
     "durationDouble";  // number, seconds of the movie
 inline constexpr std::string_view prefSurrond = RowInfoKey::prefSurrond;
+// Texts, files that are deleted when the job ends.
+inline constexpr std::string_view intermediate = "postProcessPurge";  // a slowed copy
+inline constexpr std::string_view master = "purgePathStr1";           // what the export reads
 }  // namespace JobKey
 
 // The values of "out".

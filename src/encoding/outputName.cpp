@@ -51,4 +51,13 @@ std::string outputPath(const SourceInfo& info, int target, const std::string& fo
   return path;
 }
 
+std::string otherOutputPath(const std::string& path, OutputNames& taken) {
+  std::string other;
+  for (int number = 2; other.empty() || taken.count(other) > 0 || isNameTaken(other); ++number)
+    other = withExtension(fmt::format("{}-{}", withoutExtension(path), number), "mov");
+  taken[other] = taken[path];
+  taken.erase(path);
+  return other;
+}
+
 }  // namespace tessarin

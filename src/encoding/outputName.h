@@ -29,4 +29,9 @@ std::string outputFolder(const std::string& destination);
 std::string outputPath(const SourceInfo& info, int target, const std::string& folder,
                        OutputNames& taken);
 
+// The name that the movie takes instead when something else has come to `path` by the time that it
+// is finished: with the next number that neither a file nor an output of `taken` has. Replaces
+// `path` in `taken`.
+std::string otherOutputPath(const std::string& path, OutputNames& taken);
+
 }  // namespace tessarin

@@ -17,6 +17,7 @@
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "utils/fileCalls.h"
 #include "utils/numbers.h"
 
 namespace tessarin {
@@ -114,6 +115,11 @@ bool pathExists(std::string_view path) {
   }
   char first = 0;
   return ::readlink(name.c_str(), &first, 1) > 0;
+}
+
+bool isNameTaken(std::string_view path) {
+  struct stat status = {};
+  return isThere(expandTilde(path), status);
 }
 
 bool isDirectory(std::string_view path) {

@@ -25,6 +25,8 @@ std::string expandTilde(std::string_view path);
 
 // Whether the path can be opened for reading, or is a symbolic link, even a broken one.
 bool pathExists(std::string_view path);
+// Whether something has this name; of a link its own name counts, wherever it leads.
+bool isNameTaken(std::string_view path);
 // Whether the path is a folder or a link to one.
 bool isDirectory(std::string_view path);
 

@@ -142,13 +142,13 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   // While the first movie is written, its job is known; afterwards the row is finished.
   std::vector<std::string> marks;
   bool jobWasStored = false;
-  app.driver().fileBegins.connect([&](const JobFile& file) {
+  app.driver().folderBegins.connect([&](const std::string&, const std::string& own) {
     const auto job = app.table().encBatchInprogressRowIdentification() + 1;
     jobWasStored = false;
     for (const auto& entry : std::filesystem::directory_iterator(parent))
       jobWasStored |= pathExists(entry.path().string() + "/job-" + std::to_string(job) + ".plist");
     EXPECT_TRUE(jobWasStored);
-    EXPECT_FALSE(pathExists(file.path));
+    EXPECT_FALSE(pathExists(own));
   });
   app.driver().jobEnded.connect([&](const JobEnd&) {
     marks.clear();

@@ -1,12 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
 #include "core/BatchStore.h"
 #include "core/newRow.h"
-#include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "core/storedJob.h"
 #include "encoding/BatchEntry.h"
@@ -124,8 +126,10 @@ TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
   fs::rename(left, parent + "/.old-1");
   fs::create_directory(parent + "/.old-4");
   fs::create_directory(parent + "/.new-2");
-  const BatchStore living = made({});
-  fs::rename(living.folder(), parent + "/.new-3");
+  std::optional<BatchStore> living = made({});
+  fs::rename(living->folder(), parent + "/.new-3");
+  const int making = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_EQ(::flock(making, LOCK_SH), 0);
   // No batch of ours.
   folder.write("state/Tessarin/batches/stray.txt", "text");
   fs::create_directory(parent + "/no-lock");
@@ -135,6 +139,12 @@ TEST_F(BatchStoreTest, SweepsRemainsButNotWhatIsBeingMade) {
   EXPECT_TRUE(pathExists(parent + "/.new-2"));
   EXPECT_TRUE(pathExists(parent + "/.new-3"));
   EXPECT_TRUE(pathExists(parent + "/no-lock"));
+  // A kill at any moment of making one: at once, whatever it had come to.
+  ::close(making);
+  living.reset();
+  findInterruptedBatches(parent);
+  EXPECT_FALSE(pathExists(parent + "/.new-2"));
+  EXPECT_FALSE(pathExists(parent + "/.new-3"));
   EXPECT_TRUE(findInterruptedBatches(folder.file("missing")).stores.empty());
 }
 
@@ -196,95 +206,97 @@ TEST(BatchFormat, OlderVersionsAreUpgradedStepByStep) {
 
 class InterruptedJobTest : public BatchStoreTest {
  protected:
-  // A batch of one row whose job was about to write `output`; then the process was gone.
-  void interrupt(std::string_view mark, const std::string& boot = runningSystem()) {
-    BatchStore store = made({{}, {{1, row("/card/1.mts", mark)}}, {}});
-    StoredJob job;
-    job.source = "/card/1.mts";
-    job.boot = boot;
-    job.files = {{output, false, fileState(output)}, {master, true, fileState(master)}};
+  InterruptedJobTest() {
+    folder.write("Tessarin/.tessarin-1-abcdef/1.mov", "partial");
+    folder.write("Tessarin/1-failure.mov", "of an earlier time");
+  }
+  // A batch of one row whose job has made its folder, and perhaps a whole movie, which then got its
+  // name; then the process was gone.
+  void interrupt(bool isWhole, bool isUndamaged = true, const std::string& boot = runningSystem()) {
+    BatchStore store = made({{}, {{1, row("/card/1.mts", ResultMark::current)}}, {}});
+    StoredJob job{"/card/1.mts", own, boot};
+    if (isWhole) {
+      folder.write("Tessarin/1.mov", "whole");
+      job.output = output;
+      job.movie = fileState(output);
+      job.isUndamaged = isUndamaged;
+    }
     ASSERT_TRUE(store.writeJob(1, recordOfJob(job)));
   }
-  // The row's mark after the batch was found.
-  std::string markAfter() {
+  // The row after the batch was found.
+  Dico rowAfter() {
+    found = {};
     found = findInterruptedBatches(parent);
-    return found.stores.at(0).row(1).value().row.textOrEmpty("resultat");
+    return found.stores.at(0).row(1).value().row;
   }
+  std::string markAfter() { return rowAfter().textOrEmpty("resultat"); }
 
   std::string output = folder.file("Tessarin/1.mov");
-  std::string master = folder.file("Tessarin/1_MASTER.mov");
+  std::string own = folder.file("Tessarin/.tessarin-1-abcdef");
 };
 
-TEST_F(InterruptedJobTest, APartialMovieIsPutAsideAndItsRowWaits) {
-  folder.write("Tessarin/1-failure.mov", "of an earlier time");
-  interrupt(ResultMark::current);
-  folder.write("Tessarin/1.mov", "partial");
-  folder.write("Tessarin/1_MASTER.mov", "intermediate");
-  folder.write("Tessarin/.1.mov.partial", "of a killed export");
+TEST_F(InterruptedJobTest, ItsFolderGoesAndItsRowWaits) {
+  interrupt(false);
+  folder.write("Tessarin/1.mov", "the user's movie");
   EXPECT_EQ(markAfter(), ResultMark::waiting);
-  EXPECT_FALSE(pathExists(output));
-  EXPECT_FALSE(pathExists(master));
-  EXPECT_FALSE(pathExists(folder.file("Tessarin/.1.mov.partial")));
+  EXPECT_FALSE(pathExists(own));
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "the user's movie");
+  EXPECT_TRUE(found.putAside.empty());
+  EXPECT_TRUE(found.stores[0].jobNumbers().empty());
+}
+
+TEST_F(InterruptedJobTest, AMovieThatHadJustGotItsNameIsFinished) {
+  interrupt(true);
+  const Dico row = rowAfter();
+  EXPECT_EQ(row.text("resultat"), ResultMark::success);
+  EXPECT_EQ(row.text("dstPathStr"), output);
+  EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
+  EXPECT_FALSE(pathExists(own));
+  EXPECT_TRUE(found.stores[0].jobNumbers().empty());
+}
+
+TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
+  interrupt(true, true, "before the power cut");
+  EXPECT_EQ(markAfter(), ResultMark::waiting);
   EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "of an earlier time");
-  EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "partial");
+  EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "whole");
   ASSERT_EQ(found.putAside.size(), 1u);
   EXPECT_EQ(found.putAside[0].source, "/card/1.mts");
   EXPECT_EQ(found.putAside[0].aside, folder.file("Tessarin/1-failure-2.mov"));
 
   // Once: what stands there later is somebody else's.
-  found = {};
   folder.write("Tessarin/1.mov", "converted anew");
-  found = findInterruptedBatches(parent);
-  EXPECT_EQ(found.stores.size(), 1u);
+  markAfter();
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "converted anew");
 }
 
-TEST_F(InterruptedJobTest, AMovieThatTheJobHadNotBegunToWriteStays) {
-  folder.write("Tessarin/1.mov", "the user's movie, to be replaced");
-  folder.write("Tessarin/1_MASTER.mov", "older");
-  interrupt(ResultMark::current);
+TEST_F(InterruptedJobTest, OneThatWasNotToldToBeDamagedIsMadeAgain) {
+  interrupt(true, false);
   EXPECT_EQ(markAfter(), ResultMark::waiting);
-  EXPECT_TRUE(found.putAside.empty());
-  EXPECT_EQ(folder.read("Tessarin/1.mov"), "the user's movie, to be replaced");
-  EXPECT_EQ(folder.read("Tessarin/1_MASTER.mov"), "older");
+  EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "whole");
 }
 
-TEST_F(InterruptedJobTest, AMovieThatWasToBeReplacedComesBack) {
-  folder.write("Tessarin/1.mov", "precious");
-  interrupt(ResultMark::current);
-  ASSERT_EQ(takePlace(output, true), Place::taken);
-  folder.write("Tessarin/1.mov", "partial");
-  found = findInterruptedBatches(parent);
-  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "partial");
-  EXPECT_EQ(folder.read("Tessarin/1.mov"), "precious");
-}
-
-TEST_F(InterruptedJobTest, AFinishedMovieStays) {
-  folder.write("Tessarin/1.mov", "replaced");
-  interrupt(ResultMark::success);
-  ASSERT_EQ(takePlace(output, true), Place::taken);
-  folder.write("Tessarin/1.mov", "whole");
-  EXPECT_EQ(markAfter(), ResultMark::success);
-  EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
-  EXPECT_FALSE(pathExists(replacedName(output)));
-  EXPECT_TRUE(found.stores[0].jobNumbers().empty());
-}
-
-TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
-  interrupt(ResultMark::success, "before the power cut");
-  folder.write("Tessarin/1.mov", "perhaps whole");
+TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayGoesLater) {
+  interrupt(false);
+  fs::rename(folder.file("Tessarin"), folder.file("away"));
   EXPECT_EQ(markAfter(), ResultMark::waiting);
-  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "perhaps whole");
-}
-
-TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayIsPutAsideLater) {
-  interrupt(ResultMark::current);
-  EXPECT_EQ(markAfter(), ResultMark::waiting);
-  found = {};
-  folder.write("Tessarin/1.mov", "partial");
-  found = findInterruptedBatches(parent);
-  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "partial");
+  fs::rename(folder.file("away"), folder.file("Tessarin"));
+  markAfter();
+  EXPECT_FALSE(pathExists(own));
   EXPECT_TRUE(found.stores.at(0).jobNumbers().empty());
+}
+
+TEST_F(InterruptedJobTest, OnlyFoldersOfJobsAreRemoved) {
+  for (const char* other :
+       {"Tessarin", "Tessarin/.tessarin-1-abcde", "Tessarin/.tessarin-abcdef"}) {
+    own = folder.file(other);
+    mkdir(own);
+    interrupt(false);
+    markAfter();
+    EXPECT_TRUE(isDirectory(own)) << other;
+    found.stores[0].discard();
+  }
+  EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "of an earlier time");
 }
 
 TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {

@@ -1,11 +1,14 @@
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
 
 #include "CoreFixture.h"
 #include "analysis/probes.h"
 #include "core/EncodingDriver.h"
-#include "core/outputPlace.h"
-#include "core/setAside.h"
+#include "encoding/naming.h"
 #include "prefs/utilsAlert.h"
+#include "support/ScopedEnvironment.h"
 
 namespace tessarin {
 namespace {
@@ -128,21 +131,6 @@ TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
   EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(movie("1.mov"))));
 }
 
-TEST_F(EncodingDriverTest, APlaceIsTakenOnceAndGivenBack) {
-  folder.write("1.mov", "precious");
-  const std::string place = folder.file("1.mov");
-  EXPECT_EQ(takePlace(place, false), Place::occupied) << "somebody else was quicker";
-  EXPECT_EQ(takePlace(place, true), Place::taken);
-  EXPECT_EQ(takePlace(place, false), Place::occupied) << "by the first";
-  EXPECT_EQ(setAsideFailure(place), "") << "an empty file is nothing to look at";
-  giveBackPlace(place);
-  EXPECT_EQ(readFileStart(place, 100), "precious");
-  EXPECT_EQ(takePlace(folder.file("none/1.mov"), false), Place::unreachable);
-  std::filesystem::create_directories(folder.file("2.mov/inside"));
-  EXPECT_EQ(takePlace(folder.file("2.mov"), true), Place::unreachable);
-  EXPECT_TRUE(isDirectory(folder.file("2.mov/inside")));
-}
-
 TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
   clips(2);
   folder.write("movies/Tessarin/1.mov", "precious");
@@ -159,6 +147,69 @@ TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
   EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
   EXPECT_FALSE(app.driver().isBatchRunning());
+}
+
+// What comes to the movie's name while it is made, and what then becomes of the movie.
+TEST_F(EncodingDriverTest, AMovieNeverFollowsOrReplacesWhatCameToItsNameMeanwhile) {
+  namespace fs = std::filesystem;
+  clips(2);
+  folder.write("movies/Tessarin/2.mov", "older");
+  folder.write("precious.mov", "precious");
+  app.table().setValue(0, BatchKey::out, outAic);
+  app.table().setValue(0, BatchKey::fps, speedKeep);
+  std::string planned;
+  std::vector<std::string> masters;
+  app.driver().jobStarted.connect(
+      [&](const std::string&, const std::string& output) { planned = output; });
+  app.driver().folderBegins.connect([&](const std::string&, const std::string& own) {
+    EXPECT_EQ(parentFolder(own), folder.file("movies/Tessarin"));
+    fs::remove(planned);
+    fs::create_symlink(folder.file("precious.mov"), planned);
+    masters.push_back(masterPathStr(planned));
+    std::ofstream(masters.back()) << "the user's";
+  });
+  app.driver().movieFinished.connect([this](const FinishedMovie& finished) {
+    EXPECT_EQ(fs::status(parentFolder(finished.path)).permissions(), fs::perms::owner_all);
+  });
+  alerts.answers = {{1, false}};  // replace 2.mov
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
+  EXPECT_EQ(folder.read("precious.mov"), "precious");
+  const std::string first = ended[0].output;
+  ASSERT_TRUE(endsWith(first, "-1-2.mov")) << first;
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(replaceAll(first, "-1-2.mov", "-1.mov"))))
+      << "nobody asked to replace it";
+  EXPECT_EQ(ended[1].output, movie("2.mov"));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(movie("2.mov"))));
+  EXPECT_EQ(fs::status(movie("2.mov")).permissions(), fs::status(movie("2.txt")).permissions());
+  for (const std::string& master : masters)
+    EXPECT_EQ(readFileStart(master, 100), "the user's");
+  EXPECT_EQ(filesBelow(folder.file("movies/Tessarin")).size(), 7u)
+      << "two movies with their texts, a link, and two that are called masters";
+}
+
+TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
+  clips(1);
+  app.interface.destination.setText(folder.write("file", "in the way"));
+  convert();
+  EXPECT_TRUE(ended.empty());
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_FALSE(app.driver().isBatchRunning());
+
+  // Another user's folder, and one of the system's.
+  const std::string foreign = folder.file("foreign");
+  std::filesystem::create_directory(foreign);
+  if (::chown(foreign.c_str(), 1, 1) != 0)
+    return;  // only root can make one
+  app.interface.destination.setText(foreign);
+  convert();
+  EXPECT_TRUE(ended.empty());
+  ASSERT_EQ(alerts.shown.size(), 2u);
+  EXPECT_EQ(alerts.shown[1].informative, localisationString("why_foreignFolder", "", foreign));
+  EXPECT_TRUE(std::filesystem::is_empty(foreign));
+  const test::ScopedEnvironment caller("SUDO_UID", "1");
+  convert();
+  EXPECT_EQ(kinds(), std::vector<Kind>{Kind::converted});
 }
 
 TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {

@@ -140,6 +140,13 @@ std::vector<std::string> Journey::namesIn(const std::string& path) {
   return names;
 }
 
+bool Journey::isBeingMade(const std::string& name) const {
+  for (const std::string& entry : movies())
+    if (startsWith(entry, ".tessarin-") && poidsFile(movie(entry) + "/" + name, "o") >= 0)
+      return true;
+  return false;
+}
+
 bool Journey::eventually(const std::function<bool()>& condition) {
   const auto end = std::chrono::steady_clock::now() + hang;
   while (!condition()) {

@@ -67,6 +67,8 @@ class Journey : public testing::Test {
     return folder.file("movies/Tessarin/" + name);
   }
   std::vector<std::string> movies() const { return namesIn(folder.file("movies/Tessarin")); }
+  // Whether a run is writing the movie of this name.
+  bool isBeingMade(const std::string& name) const;
   // What --destination takes.
   std::string destination() const { return folder.file("movies"); }
 

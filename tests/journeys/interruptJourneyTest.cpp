@@ -44,7 +44,7 @@ class InterruptJourney : public test::Journey {
     useFfmpeg(slowConversion);
     Run run = start({"-d", destination(), "--overwrite", "replace", clip});
     EXPECT_TRUE(eventually([&] {
-      child_ = pathExists(movie("x.mov")) ? childOf(run.process.pid()) : 0;
+      child_ = isBeingMade("x.mov") ? childOf(run.process.pid()) : 0;
       return child_ > 0;
     }));
     return run;

@@ -1,0 +1,144 @@
+// What looks at the movie of a job once the last tool has made it.
+#include <algorithm>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "core/EncodingDriver.h"
+#include "core/movieExpectation.h"
+#include "core/outputPlace.h"
+#include "movie/movieStart.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+// Whether the source is a movie whose own index names samples that its file has not.
+bool lacksSamples(const Dico& job, const std::string& source) {
+  if (!startsWith(job.textOrEmpty(SourceKey::wrapper), "mov"))
+    return false;
+  const auto index = readMovieIndex(source);
+  if (!index || index->isFragmented)
+    return false;
+  return std::any_of(index->tracks.begin(), index->tracks.end(),
+                     [](const MovieTrack& track) { return track.missing > 0; });
+}
+
+// Whether the source is an AVI file that is shorter than it says.
+bool isCutRiff(const std::string& source) {
+  constexpr std::size_t start = 12;
+  const std::string bytes = readFileStart(source, start).value_or("");
+  if (bytes.size() < start || !startsWith(bytes, "RIFF"))
+    return false;
+  std::uint32_t size = 0;
+  for (std::size_t place = 8; place-- > 4;)
+    size = size << 8 | static_cast<std::uint8_t>(bytes[place]);
+  return size != 0xFFFFFFFF && poidsFile(source, "o") + 1 < static_cast<double>(size) + 8;
+}
+
+}  // namespace
+
+// A movie is converted when it is as long as its source, by its own index. Where what the analysis
+// knows raises doubt the source is measured.
+void EncodingDriver::startCheck() {
+  check_ = CheckStep::after;
+  const Dico current = job();
+  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  if (!mayHoldMovie(work_) || !plan_) {
+    stepFin();
+    return;
+  }
+  if (isQuickTimeCopy(current))
+    if (const auto shown = showFirstPictures(work_); !shown)
+      logFormat("check               :-( {}: {}", work_, shown.reason());
+  auto movie = readMovieIndex(work_);
+  if (!movie) {
+    logFormat("check               :-( {}: {}", work_, movie.reason());
+    fail(localisationString("why_noIndex"));
+    return;
+  }
+  movie_ = std::move(*movie);
+  // A source that went away after it was read cannot be asked any more: the analysis decides.
+  const auto state = fileState(source);
+  if (state && state != sourceState_) {
+    fail(localisationString("why_sourceChanged"));
+    return;
+  }
+  if (state && lacksSamples(current, source)) {
+    fail(localisationString("why_endsEarly"));
+    return;
+  }
+  if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
+    fail(reasonOf(verdict));
+    return;
+  }
+  const auto expected = expectedByAnalysis(*plan_, services_.preferences.text(PrefKey::prores));
+  if (expected && judgeMovie(movie_, *expected).isRight()) {
+    stepFin();
+    return;
+  }
+  startMeasuring();
+}
+
+void EncodingDriver::startMeasuring() {
+  const Arguments command = measuringCommandOf(*plan_);
+  if (command.empty()) {
+    fail(localisationString("why_notMeasured"));
+    return;
+  }
+  logLine("check               : measuring the source");
+  check_ = CheckStep::measuring;
+  meter_ = PacketMeter();
+  startTask(command, ParseMode::time, job().number(SourceKey::wDuration).value_or(0));
+}
+
+void EncodingDriver::judgeMeasure(const TaskEnd& end) {
+  check_ = CheckStep::after;
+  const Dico current = job();
+  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  const SourceMeasure measure = meter_.result();
+  if (!end.troubles.readError().empty()) {
+    fail(localisationString("why_readError", "", end.troubles.readError()));
+    return;
+  }
+  if (end.status != 0 || !measure.pictures) {
+    logFormat("check               :-( {}", end.lastOutput);
+    fail(localisationString("why_notMeasured"));
+    return;
+  }
+  const MovieVerdict verdict =
+      judgeMovie(movie_, expectedByMeasure(*plan_, services_.preferences.text(PrefKey::prores),
+                                           measure, damagedPictures_, damagedSound_));
+  if (!verdict.isRight()) {
+    fail(reasonOf(verdict));
+    return;
+  }
+  if (!isShortOfPromise(*plan_, movie_)) {
+    encSend("encProcesses");
+    return;
+  }
+  // The source says that it has more. Either that is wrong, or nobody has read all of it.
+  if (troubles_.endsEarly() || end.troubles.endsEarly() || isCutRiff(source)) {
+    fail(localisationString("why_endsEarly"));
+  } else if (!troubles_.givenUp().empty() || !end.troubles.givenUp().empty()) {
+    fail(localisationString(
+        "why_givenUp", "",
+        troubles_.givenUp().empty() ? end.troubles.givenUp() : troubles_.givenUp()));
+  } else if (static_cast<double>(measure.bytes) < poidsFile(source, "o") / 2) {
+    fail(localisationString("why_partRead"));
+  } else {
+    startReading();
+  }
+}
+
+// Some formats take an error of the disk for the end of the file.
+void EncodingDriver::startReading() {
+  check_ = CheckStep::reading;
+  startTask({"/bin/dd", "if=" + job().textOrEmpty(RowInfoKey::srcPathStr), "of=/dev/null", "bs=1M",
+             "status=none"},
+            ParseMode::endless, 0);
+}
+
+}  // namespace tessarin

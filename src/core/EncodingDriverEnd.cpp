@@ -1,0 +1,170 @@
+// How a job ends: what came out goes to its place, and whoever follows is told.
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <cerrno>
+
+#include "analysis/SourceInfo.h"
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "core/EncodingDriver.h"
+#include "core/outputPlace.h"
+#include "core/setAside.h"
+#include "core/stepState.h"
+#include "encoding/recordingDate.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::string damageText(std::size_t pictures, std::size_t sound) {
+  std::string text;
+  if (pictures == 1)
+    text = localisationString("D_damaged_one");
+  else if (pictures > 1)
+    text = localisationString("D_damaged_pictures", "", std::to_string(pictures));
+  if (sound > 0)
+    text += (text.empty() ? "" : ", ") + localisationString("D_damaged_sound");
+  return text;
+}
+
+}  // namespace
+
+void EncodingDriver::dropJobSteps() {
+  Dico current = job();
+  for (const std::string& name : steps_.names())
+    current.remove(name);
+  storeJob(std::move(current));
+  steps_.set(steps_.last());
+}
+
+void EncodingDriver::fail(const std::string& reason) {
+  const int row = table_.encBatchInprogressRowIdentification();
+  if (table_.has(row))
+    table_.mark(row, ResultMark::failure);
+  outcome_ = JobEnd::Kind::failed;
+  reason_ = reason;
+  dropJobSteps();
+  encSend("encProcesses");
+  if (std::exchange(isExporting_, false))
+    services_.alerts.show(
+        {localisationString("D_go_echec_disque4", "",
+                            table_.has(row) ? fileName(table_.sourcePath(row)) : ""),
+         localisationString("D_go_echec_disque5")});
+}
+
+std::string EncodingDriver::whyDestination() const {
+  return localisationString("why_destination", "",
+                            parentFolder(job().textOrEmpty(JobKey::dstPathStr)));
+}
+
+void EncodingDriver::purgeIntermediates(const Dico& current) {
+  for (const std::string_view key : {JobKey::intermediate, JobKey::master}) {
+    const std::string purge = current.textOrEmpty(key);
+    if (purge.empty() || !pathExists(purge))
+      continue;
+    debugFormat("purgePathStr        : {}", purge);
+    removeFile(purge);
+  }
+}
+
+void EncodingDriver::stepFin() {
+  steps_.remove("encFin");
+  const Dico current = job();
+  JobEnd end;
+  end.source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  end.output = current.textOrEmpty(JobKey::dstPathStr);
+  end.duration = jobDuration(current);
+  end.elapsed = secondsSince(taskStart_);
+  logFormat("enc > encFin        : {} - begin", end.source);
+  purgeIntermediates(current);
+  if (outcome_) {
+    end.kind = *outcome_;
+    end.reason = reason_;
+  } else if (mayHoldMovie(work_)) {
+    end.damagedPictures = damagedPictures_;
+    end.hasDamagedSound = damagedSound_ > 0;
+    if (moveIntoPlace(end))
+      end.kind = JobEnd::Kind::converted;
+    end.reason = end.kind == JobEnd::Kind::converted ? damageText(damagedPictures_, damagedSound_)
+                                                     : whyDestination();
+  } else {
+    end.reason =
+        isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
+  }
+  // What the tools say is of a folder that the user does not know.
+  if (!folderPath_.empty())
+    end.reason = replaceAll(end.reason, folderPath_, parentFolder(end.output));
+  if (end.kind == JobEnd::Kind::stopped)
+    end.output.clear();
+  if (end.kind == JobEnd::Kind::failed)
+    end.output = mayHoldMovie(work_) ? setAsideFailure(work_, end.output) : "";
+  finishJob(std::move(end));
+}
+
+// Gives the movie its name, or the next one when something that is not to be replaced has come to
+// that meanwhile. False when it cannot have any.
+bool EncodingDriver::moveIntoPlace(JobEnd& end) {
+  const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
+  int error = folder_.isInPlace() ? EEXIST : ENOENT;
+  for (std::string name = end.output; error == EEXIST; name = otherOutputPath(name, outputNames_)) {
+    movieFinished.emit({end.source, work_, name, isUndamaged});
+    error = renameTo(work_, name, isReplacing_);
+    end.output = error == 0 ? name : end.output;
+    if (error != 0)
+      logFormat("output              :-( {}: {}", name, systemReason(error));
+  }
+  return error == 0;
+}
+
+void EncodingDriver::finishJob(JobEnd end) {
+  debugFormat("RESET GUI…");
+  interface_.encoding.action.setText("");
+  const int row = table_.encBatchInprogressRowIdentification();
+  const bool isGood = end.kind == JobEnd::Kind::converted ||
+                      (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
+  if (table_.has(row)) {
+    if (isGood)
+      table_.setValue(row, BatchKey::dstPathStr, end.output);
+    table_.mark(row, isGood ? ResultMark::success : ResultMark::failure);
+  }
+  if (end.kind == JobEnd::Kind::converted)
+    writeReadMe(end);
+  folder_.remove();
+  debugFormat("…RAZ GUI done");
+  services_.preferences.prefRemove(StateKey::job);
+  outcome_.reset();
+  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
+  jobEnded.emit(end);
+  encSend("encBatch");
+}
+
+void EncodingDriver::writeReadMe(const JobEnd& end) {
+  const std::string path = withExtension(withoutExtension(end.output), "txt");
+  if (const auto start = readFileStart(path, 64);
+      start && !startsWith(*start, "format              : "))
+    return;  // a text of the user's own
+  const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
+  std::string last = fmt::format("source              : {}\n", end.source);
+  if (!end.reason.empty())
+    last += fmt::format("damaged             : {}\n", end.reason);
+  if (const auto date = recordingDate(end.source))
+    last += fmt::format("recorded            : {} / {} / {}\n", date->day, date->month, date->year);
+  readMe_ += fmt::format(
+      "   Total speed      : real time / {:.2f}\ndate                : {:%Y-%m-%d %H:%M:%S}\n{}",
+      speed, fmt::localtime(std::time(nullptr)), last);
+  // A link is not followed, and a text that was there stays whole until then.
+  const std::string made = workPath(folder_.path(), path);
+  if (const auto written = writeFileAtomically(made, readMe_, FolderSync::later); !written)
+    logFormat("read-me             :-( {}", written.reason());
+  else if (const int error = renameTo(made, path, true); error != 0)
+    logFormat("read-me             :-( {}: {}", path, systemReason(error));
+}
+
+}  // namespace tessarin
