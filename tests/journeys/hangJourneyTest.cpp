@@ -22,15 +22,41 @@ class HangJourney : public test::Journey {
               instead + " ;; esac\nexec \"$real\" \"$@\"");
   }
 
+  // The program with another tool in its folder of tools, where this script stands for "$mark" and
+  // hangs.
+  std::string programWithTool(const std::string& name, const std::string& instead) {
+    namespace fs = std::filesystem;
+    const std::string own = folder.file("own");
+    fs::remove_all(own);
+    fs::create_directories(own + "/bin");
+    fs::create_directories(own + "/resources/tools");
+    fs::copy_file(program(), own + "/bin/tessarin");
+    for (const char* place : {"", "/tools"})
+      for (const auto& entry : fs::directory_iterator(test::builtFile("resources") + place))
+        if (entry.path().filename() != "tools" && entry.path().filename() != name)
+          fs::create_symlink(entry.path(),
+                             own + "/resources" + place + "/" + entry.path().filename().string());
+    const std::string tool =
+        folder.write("own/resources/tools/" + name,
+                     "#!/bin/sh\n: >" + test::quoted(mark_) + "\n" + instead + "\n");
+    fs::permissions(tool, fs::perms::owner_all);
+    return own + "/bin/tessarin";
+  }
+
   // Sends the signal once the tool hangs; the run has to be over within a second.
   Result stopped(Run& run, int signal) {
     EXPECT_TRUE(eventually([this] { return pathExists(mark_); }));
+    const auto begin = std::chrono::steady_clock::now();
     ::kill(run.process.pid(), signal);
     EXPECT_TRUE(run.process.waitFor(1s)) << "still there after a second";
+    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
+    std::printf("%-16s %-9s over after %.0f ms\n", phase_.c_str(),
+                signal == SIGINT ? "SIGINT" : "SIGTERM", time.count());
     return finish(run);
   }
 
   const std::string mark_ = folder.file("mark");
+  std::string phase_;  // at which the tool hangs
 };
 
 TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
@@ -38,15 +64,16 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
   const Arguments convert = {"-d", destination(), clip};
   const Arguments aic = {"-d", destination(), "--format", "aic", clip};
   const struct {
+    const char* phase;
     const char* run;
     Arguments arguments;
-  } runs[] = {{"*' -codecs '*", {"analyse", clip}},  // kept afterwards, so the first one
-              {"*' yuv4mpegpipe '*", {"analyse", clip}},
-              {"*' yuv4mpegpipe '*", {"plan", clip}},
-              {"*' -vf select'*", {"analyse", clip}},
-              {"*' -c:v '*", convert},
-              {"*showinfo*", aic},
-              {"*setpts=PTS*", aic}};
+  } runs[] = {{"codec listing", "*' -codecs '*", {"analyse", clip}},  // kept, so the first one
+              {"analysis", "*' yuv4mpegpipe '*", {"analyse", clip}},
+              {"analysis", "*' yuv4mpegpipe '*", {"plan", clip}},
+              {"thumbnail", "*' -vf select'*", {"analyse", clip}},
+              {"conversion", "*' -c:v '*", convert},
+              {"export", "*showinfo*", aic},
+              {"export", "*setpts=PTS*", aic}};
   const char* const ways[] = {
       "exec sleep 600",
       "trap '' INT TERM HUP; while :; do sleep 1; done",
@@ -56,11 +83,12 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
       "sleep 600 & exec sleep 600"};    // a child of its own keeps the pipes open
   std::size_t way = 0;
   int signal = SIGINT;
-  for (const auto& [pattern, arguments] : runs)
+  for (const auto& [phase, pattern, arguments] : runs)
     for (int round = 0; round < 2; ++round) {
       const std::string instead = ways[way++ % std::size(ways)];
       SCOPED_TRACE(std::string(pattern) + ": " + instead);
       hangWhere(pattern, instead);
+      phase_ = phase;
       setVariable("XDG_STATE_HOME", folder.file("state" + std::to_string(way)));
       Run run = start(arguments);
       signal = signal == SIGINT ? SIGTERM : SIGINT;
@@ -68,6 +96,34 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
       EXPECT_THAT(movies(), IsEmpty());
       EXPECT_THAT(namesIn(folder.file("temporary")), IsEmpty());
     }
+}
+
+TEST_F(HangJourney, NorDoesItMatterWhichToolItIs) {
+  const std::string clip = tinyClip("x.mts");
+  for (const char* name : {"gettimestamps", "movtool"})
+    for (const int signal : {SIGINT, SIGTERM}) {
+      std::filesystem::remove(mark_);
+      const std::string own = programWithTool(name, "exec sleep 600");
+      phase_ = name;
+      setVariable("XDG_STATE_HOME", folder.file("state" + phase_ + std::to_string(signal)));
+      Run run = startProgram(own, {"-d", destination(), "--format", "aic", clip});
+      EXPECT_EQ(stopped(run, signal).status, 1);
+      EXPECT_THAT(movies(), IsEmpty());
+    }
+  // The movie is made; what hangs is what reads the source once more to compare the two.
+  useFfmpeg("mark=" + test::quoted(mark_) +
+            "\ncase \" $* \" in *' -c:v '*) set -- -t 0.6 \"$@\" ;;\n"
+            "*' framecrc '*) : >\"$mark\"; exec sleep 600 ;;"
+            " esac\nexec \"$real\" \"$@\"");
+  const std::string longer = tinyClip("longer.mts", "2");
+  for (const int signal : {SIGINT, SIGTERM}) {
+    std::filesystem::remove(mark_);
+    phase_ = "check";
+    setVariable("XDG_STATE_HOME", folder.file("state" + phase_ + std::to_string(signal)));
+    Run run = start({"-d", destination(), longer});
+    EXPECT_EQ(stopped(run, signal).status, 1);
+    EXPECT_THAT(movies(), IsEmpty());
+  }
 }
 
 TEST_F(HangJourney, AnFfmpegThatDoesNotAnswerAsOneIsToldAtTheStart) {

@@ -1,0 +1,127 @@
+// Clips that do not become whole movies, whatever the tools say: nobody is told that they did.
+#include <random>
+
+#include "Journey.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class LostFootageJourney : public test::Journey {
+ protected:
+  // Converts the clip where "x.mov" or its like is there already; that has to stay, and the reason
+  // is told.
+  void refused(const std::string& clip, const std::string& format, const std::string& reason) {
+    SCOPED_TRACE(format + ": " + reason);
+    std::filesystem::remove_all(destination());
+    const std::string old = folder.write("movies/Tessarin/x.mov", "the only movie of it");
+    const Result result =
+        tessarin({"-d", destination(), "--overwrite", "replace", "--format", format, clip});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.lines(), IsEmpty());
+    ASSERT_EQ(result.errorLines().size(), 1u) << result.err;
+    EXPECT_THAT(result.err, HasSubstr(reason));
+    EXPECT_FALSE(contains(result.err, ".tessarin-")) << "our own folder: " << result.err;
+    EXPECT_EQ(readFileStart(old, 100), "the only movie of it");
+    for (const std::string& name : movies())
+      EXPECT_TRUE(name == "x.mov" || contains(name, "-failure.mov")) << name;
+  }
+
+  // What ffmpeg does instead of a conversion.
+  void convertBy(const std::string& script) {
+    useFfmpeg("for last; do :; done\ncase \" $* \" in *' -c:v '*)\n" + script +
+              "\n;; esac\nexec \"$real\" \"$@\"");
+  }
+
+  // Random bytes in a part of the file.
+  static void damage(const std::string& path, double place, std::streamoff bytes) {
+    std::mt19937 random(1);
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(place * poidsFile(path, "o")));
+    for (std::streamoff byte = 0; byte < bytes; ++byte)
+      file.put(static_cast<char>(random()));
+  }
+};
+
+TEST_F(LostFootageJourney, AnErrorOfTheDiskIsNoEndOfTheClip) {
+  const std::string clip = tinyClip("x.mts", "2");
+  const auto half = static_cast<long>(poidsFile(clip, "o") / 2);
+  convertBy("export LD_PRELOAD=" + test::quoted(test::builtFile("tests/failingReads.so")) +
+            " FAILING_PATH=" + test::quoted(clip) + " FAILING_FROM=" + std::to_string(half));
+  for (const char* format : {"prores", "aic"})
+    refused(clip, format, "the clip could not be read to its end (Input/output error)");
+}
+
+TEST_F(LostFootageJourney, AnFfmpegThatSaysThatAllIsWellIsNotBelieved) {
+  const std::string clip = tinyClip("x.mts", "2");
+  const std::pair<const char*, const char*> lies[] = {
+      {"head -c 200000 /dev/urandom >\"$last\"; exit 0",
+       "what ffmpeg wrote is no movie that could be played"},
+      {"exec \"$real\" -t 0.6 \"$@\"", "the movie is 0."},
+      {"\"$real\" \"$@\" && \"$real\" -v error -i \"$last\" -c copy -an \"$last.mov\" &&\n"
+       "  exec mv \"$last.mov\" \"$last\"",
+       "the movie has no sound, and the clip has"},
+      {"\"$real\" \"$@\"; exec truncate -s -20000 \"$last\"", "the movie is incomplete"},
+      {"kill -SEGV $$", "crashed (signal 11"}};
+  for (const auto& [script, reason] : lies) {
+    convertBy(script);
+    refused(clip, "prores", reason);
+  }
+}
+
+TEST_F(LostFootageJourney, AClipThatWasCutOffIsNoWholeMovie) {
+  const std::string cut = folder.file("x.mp4");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "3") + test::tone("3") +
+                                 "-c:v mpeg4 -q:v 3 -c:a aac -movflags faststart",
+                             cut));
+  std::filesystem::resize_file(cut, std::filesystem::file_size(cut) / 2);
+  for (const char* format : {"quicktime", "aic"})
+    refused(cut, format, "the clip ends early: it promises more than its file holds");
+  const std::string noise = folder.write("x.avi", "");
+  std::filesystem::resize_file(noise, 100'000);
+  damage(noise, 0, 100'000);
+  refused(noise, "prores", "this is not a movie that ffmpeg can read");
+}
+
+TEST_F(LostFootageJourney, DamageInsideAClipIsToldEverywhere) {
+  const std::string clip = tinyClip("x.mts", "2");
+  damage(clip, 0.5, 2000);
+  const Result result = tessarin({"-d", destination(), clip});
+  EXPECT_EQ(result.status, 1) << "a movie was made, but not of all of the clip";
+  EXPECT_THAT(result.err, IsEmpty());
+  const std::string line = clip + " -> " + movie("x.mov") + " (with ";
+  ASSERT_THAT(result.out, testing::StartsWith(line));
+  EXPECT_THAT(result.out, HasSubstr("damaged picture"));
+  const std::string said = result.out.substr(line.size(), result.out.find(')') - line.size());
+  EXPECT_THAT(folder.read("movies/Tessarin/x.txt"), HasSubstr(said));
+  const Result again = tessarin({"-d", destination(), "--overwrite", "replace", "--json", clip});
+  EXPECT_EQ(again.status, 1);
+  EXPECT_THAT(again.out, HasSubstr("\"event\":\"converted\""));
+  EXPECT_THAT(again.out, testing::ContainsRegex("\"damagedPictures\":[1-9]"));
+}
+
+// Everything else that may stand in the destination, or come there while a movie is made.
+TEST_F(LostFootageJourney, WhatIsInTheDestinationStays) {
+  const std::string clip = tinyClip("x.mts");
+  const std::string victim = folder.write("victim.mov", "precious");
+  convertBy("rm -f \"$SHOWN\"; ln -s " + test::quoted(victim) + " \"$SHOWN\"");
+  setVariable("SHOWN", movie("x.mov"));
+  folder.write("movies/Tessarin/x_MASTER.mov", "the user's");
+  folder.write("movies/Tessarin/x.mov", "to be replaced");
+  ASSERT_EQ(tessarin({"-d", destination(), "--overwrite", "replace", clip}).status, 0);
+  EXPECT_FALSE(std::filesystem::is_symlink(std::filesystem::symlink_status(movie("x.mov"))));
+  EXPECT_GT(poidsFile(movie("x.mov"), "k"), 10);
+  std::filesystem::remove(movie("x.mov"));
+  const Result other = tessarin({"-d", destination(), clip});
+  EXPECT_THAT(other.lines(), ElementsAre(clip + " -> " + movie("x-2.mov"))) << other.err;
+  EXPECT_THAT(movies(), ElementsAre("x-2.mov", "x-2.txt", "x.mov", "x.txt", "x_MASTER.mov"));
+  EXPECT_EQ(folder.read("victim.mov"), "precious");
+  EXPECT_EQ(folder.read("movies/Tessarin/x_MASTER.mov"), "the user's");
+}
+
+}  // namespace
+}  // namespace tessarin
