@@ -1,4 +1,5 @@
 """What is in a clip or a movie, found by decoding it with the system's ffmpeg and ffprobe."""
+import functools
 import json
 import os
 import re
@@ -20,6 +21,12 @@ PICTURE_LINE = re.compile(
 SOUND_LINE = re.compile(
     r"^\[Parsed_ashowinfo_\d+ @ 0x[0-9a-f]+\] n:\d+ pts:\S+ pts_time:(\S+) .*nb_samples:(\d+)",
     re.M)
+
+
+# Of the numbers that a movie's index has for primaries, transfer and matrix.
+COLOUR_CODES = ({1: "bt709", 5: "bt470bg", 6: "smpte170m", 9: "bt2020"},
+                {1: "bt709", 6: "smpte170m", 14: "bt2020-10", 16: "smpte2084", 18: "arib-std-b67"},
+                {1: "bt709", 5: "bt470bg", 6: "smpte170m", 9: "bt2020nc"})
 
 
 class Unreadable(Exception):
@@ -92,7 +99,23 @@ class Media:
 
     def tag(self, name):
         value = self.video.get(name, "unknown")
-        return None if value in ("unknown", "reserved", "unspecified") else value
+        if value in ("unknown", "reserved", "unspecified"):
+            return self.index_colours.get(name)
+        return value
+
+    @functools.cached_property
+    def index_colours(self):
+        """What the index of a QuickTime movie says: decoders may go by pictures that say nothing,
+        and ffprobe with them."""
+        if "mov" not in self.format.get("format_name", ""):
+            return {}
+        with open(self.path, "rb") as file:
+            found = re.search(rb"colrncl[cx](.{6})", file.read(), re.DOTALL)
+        if not found:
+            return {}
+        codes = [int.from_bytes(found.group(1)[place:place + 2], "big") for place in (0, 2, 4)]
+        names = zip(("color_primaries", "color_transfer", "color_space"), COLOUR_CODES, codes)
+        return {name: table[code] for name, table, code in names if code in table}
 
 
 def ratio(stream, key):

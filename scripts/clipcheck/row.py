@@ -126,7 +126,8 @@ class Row:
             self._check_refusal(source, analysed, end, made, folder)
 
     def _check_movie(self, source, analysed, end, made, folder):
-        if made.status != 0:
+        is_damaged = end.get("damagedPictures") or end.get("damagedSound")
+        if made.status != (1 if is_damaged else 0):
             self.faults.append(f"converted, but the exit status is {made.status}")
         if source is None:
             self.faults.append("converted, though ffmpeg decodes no pictures of the clip")

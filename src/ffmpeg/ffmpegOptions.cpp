@@ -152,26 +152,40 @@ void translateTimestampFilter(FfmpegOptionGroup& group, FfmpegVersion version) {
   });
 }
 
-// -async was one setting for the whole run, too. The filter's settings are those that ffmpeg 5.1
-// reports to put in for it, and its place is before all other filters. Versions that have -async
-// keep it: when the sound changes its channels in mid-stream they leave first_pts out for the new
-// filter graph, where ours would fill the sound from 0 with silence.
+// Seconds by which the sound may be off before it is mended: more than a lost packet of AAC, less
+// than one of AC-3.
+constexpr const char* leastDrift = "0.03";
+
+// -async was one setting for the whole run, too. It lets sound be stretched that is off, and that
+// goes wrong (seen with 3.1 to 5.1): when the stretching begins ffmpeg starts to count anew and
+// fills all the time before with silence, so that one lost packet puts the rest of the sound
+// seconds out of step. So gaps are filled and overlaps cut instead. Versions that have -async keep
+// it: when the sound changes its channels in mid-stream they leave first_pts out for the new filter
+// graph, where ours would fill the sound from 0 with silence, too. For others there is the filter
+// that 5.1 reports to put in for it, before all other filters.
 void translateAsync(std::vector<FfmpegOptionGroup>& groups, FfmpegVersion version) {
-  if (!version.isAtLeast(firstWithoutAsync))
-    return;
   std::string value;
   for (const FfmpegOptionGroup& group : groups)
     if (const FfmpegOption* option = group.last({"async"}); option && option->value)
       value = *option->value;
   if (value.empty())
     return;
+  const bool hasAsync = !version.isAtLeast(firstWithoutAsync);
   for (FfmpegOptionGroup& group : groups) {
+    if (hasAsync && value != "0" && group.last({"async"})) {
+      removeOptions(group, "async");
+      group.options.push_back({"async", "1"});
+      group.options.push_back({"adrift_threshold", leastDrift});
+    }
+    if (hasAsync)
+      continue;
     removeOptions(group, "async");
     if (value == "0" || !encodesAudio(group) || takesFromComplexGraph(group))
       continue;
     FfmpegOption& filter = filterOption(group, "af", "filter:a");
     filter.value =
-        joined("aresample=async=" + value + ":min_hard_comp=0.100000:first_pts=0", *filter.value);
+        joined(std::string("aresample=async=1:min_hard_comp=") + leastDrift + ":first_pts=0",
+               *filter.value);
   }
 }
 

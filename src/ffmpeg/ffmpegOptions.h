@@ -45,7 +45,8 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //   -vframes N          -frames:v N
 //   -profile N          -profile:v N
 //   -vsync N            left out when every output copies its video, else -fps_mode from 5.1 on
-//   -async N            behind 5.1 the filter that earlier versions put in for it
+//   -async N            gaps are filled and overlaps cut rather than stretched; behind 5.1 by the
+//                       filter that earlier versions put in for it
 //   -bsf:v setts=…       left out before 5.1
 //   -top N              a filter that says so; an interlaced ProRes output also gets filters
 //                       that bring the picture to this field order, and to 4:2:2 per field,

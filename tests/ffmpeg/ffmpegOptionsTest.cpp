@@ -34,7 +34,7 @@ std::string translated(const std::string& line, FfmpegVersion version) {
   return result;
 }
 
-const std::string syncFilter = "aresample=async=3000:min_hard_comp=0.100000:first_pts=0";
+const std::string syncFilter = "aresample=async=1:min_hard_comp=0.03:first_pts=0";
 
 TEST(FfmpegCommandLine, GivesBackWhatItTookApart) {
   for (const std::string line :
@@ -122,7 +122,10 @@ TEST(FfmpegOptions, VsyncMeansNothingForCopiedVideo) {
 TEST(FfmpegOptions, AsyncBecomesAFilterWhereItIsGone) {
   const std::string line = "-i a -async 3000 -c:a pcm_s16le -ac 2 -y b.mov";
   EXPECT_TRUE(ffmpegOptionsNeedVersion(words(line)));
-  EXPECT_EQ(translated(line, v51), "-nostdin " + line);
+  EXPECT_EQ(translated(line, v51),
+            "-nostdin -i a -c:a pcm_s16le -ac 2 -y -async 1 -adrift_threshold 0.03 b.mov")
+      << "stretched sound would go wrong";
+  EXPECT_EQ(translated("-i a -async 0 b.mov", v51), "-nostdin -i a -async 0 b.mov");
   EXPECT_EQ(translated(line, v60),
             "-nostdin -i a -c:a pcm_s16le -ac 2 -y -af " + syncFilter + " b.mov");
   EXPECT_EQ(translated("-i a -async 3000 -filter:a volume=2 -y b.mov", v71),
