@@ -256,7 +256,7 @@ void WindowProgram::watchBatch() {
   app_.driver().batchEnded.connect([this] {
     if (!isLeaving_ && QApplication::applicationState() != Qt::ApplicationActive)
       message_.show(localisationString("D_fin_GUI"),
-                    endText(countRows(app_.table()), app_.driver().missingSources()));
+                    endText(countRows(app_.table()), app_.driver().troubles()));
   });
 }
 

@@ -342,7 +342,7 @@ void Session::showProgress() {
 
 // What the batch has not come to: sources that were away, and all behind a stop.
 void Session::tellOfRest() {
-  const std::vector<std::string>& missing = app_.driver().missingSources();
+  const std::vector<std::string>& missing = app_.driver().troubles().missing;
   if (!missing.empty())
     reporter_.missing(missing);
   for (int row = 0; row < app_.table().count(); ++row)

@@ -9,7 +9,7 @@
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
-#include "core/missingSources.h"
+#include "core/batchSummary.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"

@@ -96,7 +96,7 @@ void EncodingDriver::begin() {
   interface_.batchReport.setText("");
   stopAsked_ = false;
   isAsking_ = false;
-  missing_.clear();
+  batchTroubles_ = {};
   outputNames_.clear();
   removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
@@ -326,7 +326,7 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
     logLine("@@@la src existe même p'us… à la suivante");
     logFormat("current src does not exist anymore (-> skip to next one), current: {}", path);
     debugFormat("plist               > write encFin ? {}", 1);
-    missing_.push_back(path);
+    batchTroubles_.missing.push_back(path);
     JobEnd end;
     end.source = path;
     end.reason = localisationString("why_gone");
@@ -358,17 +358,18 @@ void EncodingDriver::endOfBatch() {
 
 // How the batch has ended: in the window, and in an alert when the user wants one.
 void EncodingDriver::tellOfEnd() {
-  if (const std::string missing = missingText(missing_); !missing.empty()) {
+  if (const std::string trouble = troubleText(batchTroubles_, " "); !trouble.empty()) {
     const std::string said = interface_.batchReport.text();
-    interface_.batchReport.setText(said.empty() ? missing : said + " " + missing);
+    interface_.batchReport.setText(said.empty() ? trouble : said + " " + trouble);
   }
   if (services_.preferences.integer(PrefKey::alertEnd) != 1)
     return;
-  services_.alerts.show({localisationString("D_fin_GUI"),
-                         endText(countRows(table_), missing_),
-                         {},
-                         "",
-                         missing_.empty() ? Alert::Style::information : Alert::Style::warning});
+  services_.alerts.show(
+      {localisationString("D_fin_GUI"),
+       endText(countRows(table_), batchTroubles_),
+       {},
+       "",
+       batchTroubles_.isEmpty() ? Alert::Style::information : Alert::Style::warning});
 }
 
 void EncodingDriver::stepProcesses() {

@@ -10,6 +10,7 @@
 #include "core/BatchTable.h"
 #include "core/StepFlags.h"
 #include "core/ToolTasks.h"
+#include "core/batchSummary.h"
 #include "core/fileState.h"
 #include "core/jobPlan.h"
 #include "core/outputPlace.h"
@@ -66,9 +67,8 @@ class EncodingDriver {
   Signal<> batchEnded;
 
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
-  // Sources that this batch, or the one that ended last, has left out: they were not there any
-  // more.
-  const std::vector<std::string>& missingSources() const { return missing_; }
+  // Of this batch, or of the one that ended last.
+  const BatchTroubles& troubles() const { return batchTroubles_; }
 
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
   bool measuresSeconds() const { return !isExporting_; }
@@ -146,7 +146,7 @@ class EncodingDriver {
   ToolTasks& tasks_;
   StepFlags steps_;
   OutputNames outputNames_;
-  std::vector<std::string> missing_;
+  BatchTroubles batchTroubles_;
   bool stopAsked_ = false;  // encStopInt
   bool suspendedForAnalysis_ = false;
   bool isPauseHeld_ = false;    // the user's, during an analysis

@@ -134,8 +134,11 @@ void EncodingDriver::finishJob(JobEnd end) {
       table_.setValue(row, BatchKey::dstPathStr, end.output);
     table_.mark(row, isGood ? ResultMark::success : ResultMark::failure);
   }
-  if (end.kind == JobEnd::Kind::converted)
+  if (end.kind == JobEnd::Kind::converted) {
     writeReadMe(end);
+    if (!end.reason.empty())
+      batchTroubles_.damaged.push_back(end.source);
+  }
   folder_.remove();
   debugFormat("…RAZ GUI done");
   services_.preferences.prefRemove(StateKey::job);

@@ -1,10 +1,40 @@
 #include "core/batchSummary.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+
 #include "classShared/TextAdditions.h"
-#include "core/missingSources.h"
 #include "prefs/utilsAlert.h"
+#include "utils/files.h"
 
 namespace tessarin {
+
+namespace {
+
+// Names in a line that has to be read at a glance.
+constexpr std::size_t mostNames = 3;
+
+// The sources by name, behind a warning sign.
+std::string namesText(std::string_view key, const std::vector<std::string>& sources) {
+  if (sources.empty())
+    return {};
+  std::vector<std::string> names;
+  for (std::size_t index = 0; index < std::min(sources.size(), mostNames); ++index)
+    names.push_back(fileName(sources[index]));
+  std::string list = joinTexts(names, ", ");
+  if (sources.size() > mostNames)
+    list +=
+        " " + localisationString("D_refused_2", "", fmt::format("{}", sources.size() - mostNames));
+  return localisationString(key, "", fmt::format("{}", sources.size()), list);
+}
+
+std::string joined(std::vector<std::string> texts, std::string_view separator) {
+  std::erase(texts, "");
+  return joinTexts(texts, separator);
+}
+
+}  // namespace
 
 BatchCount countRows(const BatchTable& table) {
   BatchCount count;
@@ -29,10 +59,17 @@ std::string summaryText(const BatchCount& count) {
   return text;
 }
 
-std::string endText(const BatchCount& count, const std::vector<std::string>& missing) {
-  std::vector<std::string> lines = {summaryText(count), missingText(missing)};
-  std::erase(lines, "");
-  return joinTexts(lines, "\n");
+std::string missingText(const std::vector<std::string>& sources) {
+  return namesText("D_missing", sources);
+}
+
+std::string troubleText(const BatchTroubles& troubles, std::string_view separator) {
+  return joined({missingText(troubles.missing), namesText("D_damaged", troubles.damaged)},
+                separator);
+}
+
+std::string endText(const BatchCount& count, const BatchTroubles& troubles) {
+  return joined({summaryText(count), troubleText(troubles, "\n")}, "\n");
 }
 
 BatchSummary::BatchSummary(BatchTable& table, TextField& field, RunLoop& loop)

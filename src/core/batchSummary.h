@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/BatchTable.h"
@@ -20,8 +21,21 @@ BatchCount countRows(const BatchTable& table);
 // are.
 std::string summaryText(const BatchCount& count);
 
-// The same of a batch that has ended, with a line about the sources that were not there any more.
-std::string endText(const BatchCount& count, const std::vector<std::string>& missing);
+// What a user has to know of a batch that has ended; sources by their paths.
+struct BatchTroubles {
+  std::vector<std::string> missing;  // left out, as they were not there any more
+  std::vector<std::string> damaged;  // whose movies have damaged pictures or sound
+
+  bool isEmpty() const { return missing.empty() && damaged.empty(); }
+};
+
+// One line with a warning sign that names sources which were left out, "" for none.
+std::string missingText(const std::vector<std::string>& sources);
+// The same, and what was damaged, with that text between the two lines. "" for neither.
+std::string troubleText(const BatchTroubles& troubles, std::string_view separator);
+
+// The summary of a batch that has ended, with a line for each kind of trouble.
+std::string endText(const BatchCount& count, const BatchTroubles& troubles);
 
 // Keeps the text of a control up to date with the table. Changes are gathered: one of a thousand
 // rows counts the table once.

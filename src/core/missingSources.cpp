@@ -18,9 +18,6 @@ namespace fs = std::filesystem;
 // Neighbours that are looked for before a folder that is there counts as emptied.
 constexpr int mostNeighbours = 20;
 
-// Names in a line that has to be read at a glance.
-constexpr std::size_t mostNames = 3;
-
 bool isEmptyFolder(const std::string& path) {
   std::error_code failed;
   const bool isEmpty = fs::is_empty(path, failed);
@@ -82,19 +79,6 @@ Alert goneFolderQuestion(const std::string& folder, std::size_t clips) {
   alert.closing = stopAnswer;
   alert.unattended = leaveOutAnswer;
   return alert;
-}
-
-std::string missingText(const std::vector<std::string>& sources) {
-  if (sources.empty())
-    return {};
-  std::vector<std::string> names;
-  for (std::size_t index = 0; index < std::min(sources.size(), mostNames); ++index)
-    names.push_back(fileName(sources[index]));
-  std::string list = joinTexts(names, ", ");
-  if (sources.size() > mostNames)
-    list +=
-        " " + localisationString("D_refused_2", "", fmt::format("{}", sources.size() - mostNames));
-  return localisationString("D_missing", "", fmt::format("{}", sources.size()), list);
 }
 
 }  // namespace tessarin

@@ -23,7 +23,4 @@ std::vector<int> missingRowsBelow(const BatchTable& table, int firstRow, const s
 enum GoneAnswer : std::size_t { connectedAnswer, leaveOutAnswer, stopAnswer };
 Alert goneFolderQuestion(const std::string& folder, std::size_t clips);
 
-// One line with a warning sign that names sources which were left out, "" for none.
-std::string missingText(const std::vector<std::string>& sources);
-
 }  // namespace tessarin

@@ -17,7 +17,7 @@
 namespace tessarin {
 
 // The largest picture that is stored, in bytes. Thumbnails are 160 pixels wide.
-inline constexpr std::size_t largestPicture = 64 * 1024;
+inline constexpr std::size_t largestPicture = std::size_t{64} * 1024;
 
 // The highest order number of a row.
 inline constexpr std::int64_t highestOrder = 1'000'000'000;

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "CoreFixture.h"
 #include "core/batchSummary.h"
@@ -63,6 +64,28 @@ TEST_F(MissingSources, AreNamedAtTheEnd) {
   EXPECT_EQ(app.interface.batchReport.text(), "") << "of the batch before";
 }
 
+TEST_F(MissingSources, AndMoviesWithDamageAreNamedToo) {
+  clips({"1.mts", "2.mts", "3.mts"});
+  remove("1.mts");
+  {
+    std::fstream clip(folder.file("2.mts"), std::ios::in | std::ios::out | std::ios::binary);
+    clip.seekp(static_cast<std::streamoff>(poidsFile(folder.file("2.mts"), "o") / 2));
+    clip << std::string(2000, '\x5A');
+  }
+  convert();
+  EXPECT_EQ(app.driver().troubles().damaged, std::vector{folder.file("2.mts")});
+  const std::string said = app.interface.batchReport.text();
+  EXPECT_THAT(said, HasSubstr("1.mts ⚠ Converted with damaged pictures or sound (1): 2.mts"));
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].style, Alert::Style::warning);
+  EXPECT_THAT(alerts.shown[0].informative,
+              AllOf(HasSubstr("2 converted\n⚠"), HasSubstr("\n⚠ Converted with damage")));
+  remove("2.mts");
+  alerts.shown.clear();
+  convert();
+  EXPECT_FALSE(contains(app.interface.batchReport.text(), "damage")) << "of the batch before";
+}
+
 TEST_F(MissingSources, OfAWholeFolderAreAskedAboutAndMayComeBack) {
   clips({"1.mts", "card/a/2.mts", "card/b/3.mts"});
   fs::rename(folder.file("card"), folder.file("pulled"));
@@ -84,7 +107,7 @@ TEST_F(MissingSources, OfAWholeFolderAreAskedAboutAndMayComeBack) {
   alerts.answerHeld();
   serve();
   EXPECT_THAT(endedSources(), ElementsAre("1.mts", "2.mts", "3.mts"));
-  EXPECT_TRUE(app.driver().missingSources().empty());
+  EXPECT_TRUE(app.driver().troubles().isEmpty());
 }
 
 TEST_F(MissingSources, OfAWholeFolderMayBeLeftOut) {
@@ -95,7 +118,7 @@ TEST_F(MissingSources, OfAWholeFolderMayBeLeftOut) {
   EXPECT_THAT(endedSources(), ElementsAre("1.mts -", "2.mts -", "4.mts -", "3.mts"));
   EXPECT_EQ(app.table().count(), 1);
   EXPECT_EQ(alerts.shown.size(), 2u) << "asked for each clip";
-  EXPECT_EQ(endText(countRows(app.table()), app.driver().missingSources()),
+  EXPECT_EQ(endText(countRows(app.table()), app.driver().troubles()),
             "1 converted\n⚠ Not there any more and not converted (3): 1.mts, 2.mts, 4.mts");
 }
 
