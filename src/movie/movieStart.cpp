@@ -46,18 +46,18 @@ std::string bigEndian(std::uint64_t number, unsigned size) {
   return bytes;
 }
 
-std::int64_t signed32(std::uint64_t number) {
+std::int64_t withSign(std::uint64_t number) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
 }
 
-struct Atom {
+struct OwnedAtom {
   std::string type;
-  std::string content;      // of one without children
-  std::vector<Atom> parts;  // of one with
+  std::string content;           // of one without children
+  std::vector<OwnedAtom> parts;  // of one with
 
-  Atom* part(std::string_view name) {
+  OwnedAtom* part(std::string_view name) {
     const auto found = std::find_if(parts.begin(), parts.end(),
-                                    [name](const Atom& atom) { return atom.type == name; });
+                                    [name](const OwnedAtom& atom) { return atom.type == name; });
     return found == parts.end() ? nullptr : &*found;
   }
 };
@@ -69,14 +69,14 @@ bool holdsAtoms(std::string_view type) {
 }
 
 // Nothing when the bytes are not atoms from the first to the last one.
-std::optional<std::vector<Atom>> atomsOf(std::string_view bytes, int depth = 0) {
+std::optional<std::vector<OwnedAtom>> atomsOf(std::string_view bytes, int depth = 0) {
   constexpr int mostDepth = 8;
-  std::vector<Atom> atoms;
+  std::vector<OwnedAtom> atoms;
   while (!bytes.empty()) {
     const std::uint64_t size = numberAt(bytes, 0, 4);
     if (bytes.size() < headSize || size < headSize || size > bytes.size() || depth > mostDepth)
       return std::nullopt;
-    Atom atom{std::string(bytes.substr(4, 4)), {}, {}};
+    OwnedAtom atom{std::string(bytes.substr(4, 4)), {}, {}};
     const std::string_view content =
         bytes.substr(headSize, static_cast<std::size_t>(size) - headSize);
     if (holdsAtoms(atom.type)) {
@@ -93,9 +93,9 @@ std::optional<std::vector<Atom>> atomsOf(std::string_view bytes, int depth = 0) 
   return atoms;
 }
 
-std::string bytesOf(const std::vector<Atom>& atoms) {
+std::string bytesOf(const std::vector<OwnedAtom>& atoms) {
   std::string bytes;
-  for (const Atom& atom : atoms) {
+  for (const OwnedAtom& atom : atoms) {
     const std::string content = holdsAtoms(atom.type) ? bytesOf(atom.parts) : atom.content;
     bytes += bigEndian(content.size() + headSize, 4) + atom.type + content;
   }
@@ -118,13 +118,13 @@ bool beginsClosed(std::string_view bytes) {
 class Track {
  public:
   // Nothing when the track is not as ffmpeg writes it.
-  static std::optional<Track> read(Atom& atom) {
+  static std::optional<Track> read(OwnedAtom& atom) {
     Track track;
     track.atom_ = &atom;
     track.header_ = atom.part("tkhd");
-    Atom* media = atom.part("mdia");
-    Atom* mediaHeader = media != nullptr ? media->part("mdhd") : nullptr;
-    Atom* handler = media != nullptr ? media->part("hdlr") : nullptr;
+    OwnedAtom* media = atom.part("mdia");
+    OwnedAtom* mediaHeader = media != nullptr ? media->part("mdhd") : nullptr;
+    OwnedAtom* handler = media != nullptr ? media->part("hdlr") : nullptr;
     if (track.header_ == nullptr || mediaHeader == nullptr || handler == nullptr ||
         numberAt(track.header_->content, 0, 1) != 0 || numberAt(mediaHeader->content, 0, 1) != 0)
       return std::nullopt;
@@ -132,13 +132,14 @@ class Track {
     track.scale_ = numberAt(mediaHeader->content, 12, 4);
     track.isPictures_ =
         handler->content.substr(std::min<std::size_t>(handler->content.size(), 8), 4) == "vide";
-    Atom* tables = media->part("minf") != nullptr ? media->part("minf")->part("stbl") : nullptr;
+    OwnedAtom* tables =
+        media->part("minf") != nullptr ? media->part("minf")->part("stbl") : nullptr;
     if (tables != nullptr) {
       track.times_ = tables->part("stts");
       track.offsets_ = tables->part("ctts");
-      if (const Atom* chunks = tables->part("stco"))
+      if (const OwnedAtom* chunks = tables->part("stco"))
         track.firstByte_ = numberAt(chunks->content, headSize, 4);
-      else if (const Atom* longChunks = tables->part("co64"))
+      else if (const OwnedAtom* longChunks = tables->part("co64"))
         track.firstByte_ = numberAt(longChunks->content, headSize, 8);
     }
     track.length_ = numberAt(track.header_->content, durationAt, 4);
@@ -183,15 +184,15 @@ class Track {
                  bigEndian(usualRate, 4);
       edits += bigEndian(length_, 4) + bigEndian(static_cast<std::uint64_t>(from_), 4) +
                bigEndian(usualRate, 4);
-      Atom* holder = atom_->part("edts");
+      OwnedAtom* holder = atom_->part("edts");
       if (holder == nullptr) {
         const auto behindHeader =
             std::find_if(atom_->parts.begin(), atom_->parts.end(),
-                         [](const Atom& part) { return part.type == "tkhd"; }) +
+                         [](const OwnedAtom& part) { return part.type == "tkhd"; }) +
             1;
-        holder = &*atom_->parts.insert(behindHeader, Atom{"edts", {}, {}});
+        holder = &*atom_->parts.insert(behindHeader, OwnedAtom{"edts", {}, {}});
       }
-      holder->parts = {Atom{"elst", std::move(edits), {}}};
+      holder->parts = {OwnedAtom{"elst", std::move(edits), {}}};
       putNumber(atom_->part("tkhd")->content, durationAt, 4,
                 length_ + static_cast<std::uint64_t>(wait_));
     }
@@ -203,8 +204,8 @@ class Track {
 
   // Edits without media, and one with, at the usual speed; or none.
   bool readEdits() {
-    Atom* holder = atom_->part("edts");
-    Atom* list = holder != nullptr ? holder->part("elst") : nullptr;
+    OwnedAtom* holder = atom_->part("edts");
+    OwnedAtom* list = holder != nullptr ? holder->part("elst") : nullptr;
     if (list == nullptr)
       return true;
     const std::uint64_t count = numberAt(list->content, 4, 4);
@@ -215,7 +216,7 @@ class Track {
     for (std::uint64_t entry = 0; entry < count; ++entry) {
       const std::size_t place = headSize + static_cast<std::size_t>(entry) * entrySize;
       const std::uint64_t length = numberAt(list->content, place, 4);
-      const std::int64_t from = signed32(numberAt(list->content, place + 4, 4));
+      const std::int64_t from = withSign(numberAt(list->content, place + 4, 4));
       const bool isLast = entry + 1 == count;
       if (numberAt(list->content, place + 8, 4) != 0x10000 || (from < 0) == isLast)
         return false;
@@ -246,7 +247,7 @@ class Track {
       if (timesLeft == 0 || offsetsLeft == 0)
         break;
       earliest =
-          std::min(earliest, moment + signed32(numberAt(offsets_->content, offsetEntry + 4, 4)));
+          std::min(earliest, moment + withSign(numberAt(offsets_->content, offsetEntry + 4, 4)));
       moment += static_cast<std::int64_t>(numberAt(times_->content, timeEntry + 4, 4));
       --timesLeft;
       --offsetsLeft;
@@ -254,11 +255,11 @@ class Track {
     return std::max<std::int64_t>(earliest, 0);
   }
 
-  Atom* atom_ = nullptr;
-  Atom* header_ = nullptr;
-  Atom* mediaHeader_ = nullptr;
-  Atom* times_ = nullptr;
-  Atom* offsets_ = nullptr;
+  OwnedAtom* atom_ = nullptr;
+  OwnedAtom* header_ = nullptr;
+  OwnedAtom* mediaHeader_ = nullptr;
+  OwnedAtom* times_ = nullptr;
+  OwnedAtom* offsets_ = nullptr;
   bool isPictures_ = false;
   bool hasEdits_ = false;
   bool isChanged_ = false;
@@ -328,13 +329,13 @@ std::optional<std::string> indexWithFirstPictures(
   auto atoms = atomsOf(index);
   if (!atoms)
     return std::nullopt;
-  Atom movie{"moov", {}, std::move(*atoms)};
-  Atom* header = movie.part("mvhd");
+  OwnedAtom movie{"moov", {}, std::move(*atoms)};
+  OwnedAtom* header = movie.part("mvhd");
   const std::uint64_t scale = header != nullptr ? numberAt(header->content, 12, 4) : 0;
   if (scale == 0 || numberAt(header->content, 0, 1) != 0 || movie.part("mvex") != nullptr)
     return std::nullopt;
   std::vector<Track> tracks;
-  for (Atom& part : movie.parts) {
+  for (OwnedAtom& part : movie.parts) {
     if (part.type != "trak")
       continue;
     auto track = Track::read(part);
