@@ -386,7 +386,7 @@ Outcome<bool> showFirstPictures(const std::string& path) {
   }
   // It has grown: it goes behind the samples, and counts from when the old one does not.
   if (const Outcome<bool> written = writeAt(file.number(), bytes.size(), index); !written)
-    return written;
+    return Failure{written.reason()};
   return writeAt(file.number(), place.begin + 4, "free");
 }
 
