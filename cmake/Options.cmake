@@ -4,9 +4,8 @@ target_compile_options(tessarin_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wconversion -Wold-style-cast -Wcast-qual
   -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough)
 # Where files are compiled together one file's names are shadowed by another's.
-if(NOT CMAKE_UNITY_BUILD)
-  target_compile_options(tessarin_options INTERFACE -Wshadow)
-endif()
+target_compile_options(tessarin_options INTERFACE
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>)
 # gcc 12 warns about texts put together with "+" when it optimises fully (its bug 105651). Only
 # there, because clang-tidy does not know the option.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

@@ -32,18 +32,18 @@ Dico entryOf(int width, int height, double fps, bool progressive, int size, int 
           {BatchKey::out.data(), out}};
 }
 
-class RowChoices : public testing::Test {
+class RowChoicesTest : public testing::Test {
  protected:
-  RowChoices() {
+  RowChoicesTest() {
     codecInventory().aic = false;
     codecInventory().prores = true;
   }
-  ~RowChoices() override { codecInventory() = CodecInventory(); }
+  ~RowChoicesTest() override { codecInventory() = CodecInventory(); }
 
   test::TestBundle bundle_;
 };
 
-TEST_F(RowChoices, SpeedsNeedEnoughPicturesOrFields) {
+TEST_F(RowChoicesTest, SpeedsNeedEnoughPicturesOrFields) {
   const struct {
     const char* why;
     double fps;
@@ -63,7 +63,7 @@ TEST_F(RowChoices, SpeedsNeedEnoughPicturesOrFields) {
         << item.why;
 }
 
-TEST_F(RowChoices, WhatIsNotPossibleBecomesTheNearestThatIs) {
+TEST_F(RowChoicesTest, WhatIsNotPossibleBecomesTheNearestThatIs) {
   const struct {
     const char* why;
     Dico entry;
@@ -85,7 +85,7 @@ TEST_F(RowChoices, WhatIsNotPossibleBecomesTheNearestThatIs) {
   }
 }
 
-TEST_F(RowChoices, AValidChoiceStays) {
+TEST_F(RowChoicesTest, AValidChoiceStays) {
   for (const int size : {4, 5, 6, 7, 8, 9, 10, 11, 12})
     for (const double fps : {24.0, 25.0, 50.0, 59.94})
       for (const bool progressive : {true, false})
@@ -100,7 +100,7 @@ TEST_F(RowChoices, AValidChoiceStays) {
         }
 }
 
-TEST_F(RowChoices, ARefusedTargetMovesToOneThatIsAllowed) {
+TEST_F(RowChoicesTest, ARefusedTargetMovesToOneThatIsAllowed) {
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, false, size1080i50, speedKeep, outQuickTime)),
             outProres);
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 25, true, size1080p25, speedKeep, outQuickTime)),
@@ -113,7 +113,7 @@ TEST_F(RowChoices, ARefusedTargetMovesToOneThatIsAllowed) {
 }
 
 // What is wished is what can be had, or the alternatives that are named can.
-TEST_F(RowChoices, AWishIsGrantedOrItsAlternativesAre) {
+TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
   const test::LogCapture log;
   codecInventory().aic = true;
   const auto isAllowed = [](Dico entry, const Choice& choice) {
@@ -163,7 +163,7 @@ TEST_F(RowChoices, AWishIsGrantedOrItsAlternativesAre) {
   EXPECT_GT(refused, 100);
 }
 
-TEST_F(RowChoices, TheNearestSizeIsTaken) {
+TEST_F(RowChoicesTest, TheNearestSizeIsTaken) {
   codecInventory().aic = true;
   const auto automatic = [](int width, int height, double fps, bool progressive, int soft,
                             int target) {
