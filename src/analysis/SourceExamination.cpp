@@ -53,8 +53,8 @@ void tellColours(SourceInfo& record, std::string_view report) {
   }
 }
 
-// Seconds. What is less is not worth a further look.
-constexpr double leastLateness = 0.03;
+// Seconds: half of what a picture of 60 a second is shown. What is less moves no picture.
+constexpr double leastLateness = 0.008;
 
 // Whether the first packet of the pictures is no key frame, or comes behind that of the sound.
 bool beginsLate(std::string_view report, const SourceInfo& record) {

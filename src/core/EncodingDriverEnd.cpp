@@ -112,15 +112,19 @@ void EncodingDriver::stepFin() {
 // that meanwhile. False when it cannot have any.
 bool EncodingDriver::moveIntoPlace(JobEnd& end) {
   const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
-  int error = folder_.isInPlace() ? EEXIST : ENOENT;
-  for (std::string name = end.output; error == EEXIST; name = otherOutputPath(name, outputNames_)) {
+  if (!folder_.isInPlace())
+    return false;
+  for (std::string name = end.output;; name = otherOutputPath(name, outputNames_)) {
     movieFinished.emit({end.source, work_, name, isUndamaged});
-    error = renameTo(work_, name, isReplacing_);
-    end.output = error == 0 ? name : end.output;
-    if (error != 0)
-      logFormat("output              :-( {}: {}", name, systemReason(error));
+    const int error = renameTo(work_, name, isReplacing_);
+    if (error == 0) {
+      end.output = name;
+      return true;
+    }
+    logFormat("output              :-( {}: {}", name, systemReason(error));
+    if (error != EEXIST)
+      return false;
   }
-  return error == 0;
 }
 
 void EncodingDriver::finishJob(JobEnd end) {

@@ -15,8 +15,10 @@
 #include <QTest>
 #include <QToolButton>
 #include <QUrl>
+#include <filesystem>
 
 #include "analysis/codecInventory.h"
+#include "classShared/TextAdditions.h"
 #include "core/RefusedSources.h"
 #include "support/LogCapture.h"
 #include "support/LoopUntil.h"
@@ -81,6 +83,16 @@ class WindowFixture : public testing::Test {
   std::string mark(int row) { return app.table().row(row).textOrEmpty(BatchKey::resultat); }
   std::string movie(const std::string& name) const {
     return folder.file("movies/Tessarin/" + name);
+  }
+
+  // Whether the movie of this name is being written, in a folder of its job's own.
+  bool isBeingMade(const std::string& name) const {
+    std::error_code failed;
+    for (const auto& entry : std::filesystem::directory_iterator(movie(""), failed))
+      if (startsWith(entry.path().filename().string(), ".tessarin-") &&
+          pathExists(entry.path().string() + "/" + name))
+        return true;
+    return false;
   }
 
   // The dialog that is open, null when none is.

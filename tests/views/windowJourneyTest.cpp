@@ -133,7 +133,7 @@ TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
   ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
   analyse({folder.file("Long.MPG")});
   QTest::mouseClick(startButton(), Qt::LeftButton);
-  ASSERT_TRUE(until([this] { return pathExists(movie("Long.mov")); }));
+  ASSERT_TRUE(until([this] { return isBeingMade("Long.mov"); }));
 
   window.close();
   ASSERT_NE(dialog(), nullptr);
@@ -162,7 +162,7 @@ TEST_F(WindowFixture, TheEndOfTheSessionIsAskedForAndStopsNothingYet) {
   ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
   analyse({folder.file("Long.MPG")});
   QTest::mouseClick(startButton(), Qt::LeftButton);
-  ASSERT_TRUE(until([this] { return pathExists(movie("Long.mov")); }));
+  ASSERT_TRUE(until([this] { return isBeingMade("Long.mov"); }));
   for (const bool isAllowed : {false, true}) {
     loop.runSoon([this, isAllowed] { press(dialog(), isAllowed ? "Quit" : "Cancel"); });
     EXPECT_EQ(session.isAllowed(), isAllowed);
