@@ -217,6 +217,10 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   if (!describes_ &&
       (contains(words, "partial file") || startsWith(words, "File ended prematurely")))
     endsEarly_ = true;
+  // Where the reader of Matroska finds no element it ends, as if the clip did.
+  if (!describes_ && startsWith(module, "matroska") &&
+      contains(words, "invalid as first byte of an EBML number"))
+    givenUp_ = words;
   const std::string ofSource = std::string(sourcePlaceholder) + ": ";
   std::string_view reason;
   if (module.empty() && startsWith(words, ofSource))

@@ -102,6 +102,16 @@ TEST_F(LostFootageJourney, DamageInsideAClipIsToldEverywhere) {
   EXPECT_EQ(again.status, 1);
   EXPECT_THAT(again.out, HasSubstr("\"event\":\"converted\""));
   EXPECT_THAT(again.out, testing::ContainsRegex("\"damagedPictures\":[1-9]"));
+
+  // Whole pictures are decoded by the tool for exports.
+  const std::string whole = folder.file("whole.mp4");
+  ASSERT_TRUE(test::makeClip(
+      test::progressivePicture("1280x720", "1") + "-c:v libx264 -preset ultrafast", whole));
+  damage(whole, 0.5, 500);
+  for (const char* format : {"prores", "aic"})
+    EXPECT_THAT(tessarin({"-d", destination(), "--format", format, whole}).out,
+                HasSubstr(" (with "))
+        << format;
 }
 
 // Everything else that may stand in the destination, or come there while a movie is made.

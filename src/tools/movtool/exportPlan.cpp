@@ -229,10 +229,15 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
-std::vector<std::string> quietArguments(const ExportInput& input) {
-  std::vector<std::string> arguments = {"-nostdin", "-v", "error"};
+std::vector<std::string> argumentsTelling(const char* level, const ExportInput& input) {
+  std::vector<std::string> arguments = {"-nostdin", "-v", level};
   appendInput(arguments, input);
   return arguments;
+}
+
+// For what becomes the movie: that a picture was damaged is a warning of ffmpeg's, no error.
+std::vector<std::string> makingArguments(const ExportInput& input) {
+  return argumentsTelling("warning", input);
 }
 
 void appendPictures(std::vector<std::string>& arguments, const ExportInput& input) {
@@ -373,14 +378,14 @@ std::vector<std::string> fieldProbeArguments(const ExportInput& input) {
 }
 
 std::vector<std::string> trialArguments(const ExportInput& input, const ExportPlan& plan) {
-  std::vector<std::string> arguments = quietArguments(input);
+  std::vector<std::string> arguments = argumentsTelling("error", input);
   appendPictures(arguments, input);
   append(arguments, {"-vf", plan.filters, "-frames:v", "1", "-f", "null", "-"});
   return arguments;
 }
 
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
-  std::vector<std::string> arguments = quietArguments(input);
+  std::vector<std::string> arguments = makingArguments(input);
   appendPictures(arguments, input);
   append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
   appendSameStreams(arguments, input);
@@ -389,7 +394,7 @@ std::vector<std::string> pictureArguments(const ExportInput& input, const Export
 
 std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan) {
-  std::vector<std::string> arguments = quietArguments(input);
+  std::vector<std::string> arguments = makingArguments(input);
   // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples
   // is the time. Rates that a movie cannot have become 48 kHz or the nearest.
   const std::string filters = "asetpts=PTS-" + fromStart(plan.start) +
@@ -407,7 +412,7 @@ std::vector<std::string> soundArguments(const ExportInput& input, int track,
 
 std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
                                          const ExportPlan& plan, const ExportSettings& settings) {
-  std::vector<std::string> arguments = quietArguments(input);
+  std::vector<std::string> arguments = makingArguments(input);
   append(arguments, {"-progress", "pipe:1"});
   appendPictures(arguments, input);
   appendAllSound(arguments, input);
