@@ -124,7 +124,7 @@ TEST_F(Examination, AsksWhenThePicturesBeginWhereTheyMayBeLate) {
     return completed(examination).number("v0_begin");
   };
   EXPECT_EQ(late("    title : x] n:   0 pts_time:9\n" + shown), 0.525333);
-  EXPECT_EQ(late(replaceAll(shown, "0.525333", "0.01")), std::nullopt);
+  EXPECT_EQ(late(replaceAll(shown, "0.525333", "0.005")), std::nullopt);
   EXPECT_EQ(late(""), std::nullopt);
   SourceExamination usual("/a.mts", 1000, "/tmp/frame.yuv");
   usual.take(report("avchd"), tenPictures());
