@@ -24,13 +24,16 @@ namespace tessarin::cli {
 
 namespace {
 
-// The terminal stays the user's: log lines, and what tools say that nobody collects, go to the
-// detail log. Without a place for it they go nowhere.
+// The terminal stays the user's: until the detail log is open, and when there is no place for it,
+// log lines and what tools say that nobody collects go nowhere.
+void silenceLog() {
+  static_cast<void>(sendLogToFile("/dev/null"));
+}
+
 void openLog() {
   const std::string path = detailLogPath();
   mkdir(parentFolder(path));
-  if (!sendLogToFile(path))
-    static_cast<void>(sendLogToFile("/dev/null"));
+  static_cast<void>(sendLogToFile(path));
 }
 
 // What the user has chosen, without what a running window keeps in the same place: its steps and
@@ -133,6 +136,7 @@ int main(int count, char** arguments) {
   openMissingStreams();
   // A reader that goes away is no reason to leave children and partial outputs behind.
   std::signal(SIGPIPE, SIG_IGN);
+  silenceLog();
   const auto options = readOptions(count, arguments, tessarin::programVersion());
   if (const Exit* exit = std::get_if<Exit>(&options))
     return exit->status;

@@ -86,5 +86,13 @@ TEST_F(UsageJourney, CommandsAndClipsAreToldApart) {
   }
 }
 
+TEST_F(UsageJourney, ALogWithoutAPlaceStaysOffTheTerminal) {
+  const std::string clip = tinyClip("x.mts");
+  setVariable("HOME", folder.write("file", "no folder"));
+  const Result result = tessarin({"analyse", "--verbose", clip});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+}
+
 }  // namespace
 }  // namespace tessarin
