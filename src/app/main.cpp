@@ -59,6 +59,8 @@ void setUpApplication(QApplication& application) {
   // Qt takes the user's language for numbers, too; what tools print has points.
   std::setlocale(LC_NUMERIC, "C");
   std::signal(SIGPIPE, SIG_IGN);
+  // A limit to the size of files, which a log reaches first, ends no program.
+  std::signal(SIGXFSZ, SIG_IGN);
   QApplication::setApplicationName(qtText(Bundle::main().name()));
   QApplication::setDesktopFileName("org.tessarin.Tessarin");
   QApplication::setQuitOnLastWindowClosed(false);

@@ -136,6 +136,8 @@ int main(int count, char** arguments) {
   openMissingStreams();
   // A reader that goes away is no reason to leave children and partial outputs behind.
   std::signal(SIGPIPE, SIG_IGN);
+  // Nor is a limit to the size of files: what is written beyond it fails as on a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
   silenceLog();
   const auto options = readOptions(count, arguments, tessarin::programVersion());
   if (const Exit* exit = std::get_if<Exit>(&options))

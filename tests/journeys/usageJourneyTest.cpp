@@ -94,5 +94,17 @@ TEST_F(UsageJourney, ALogWithoutAPlaceStaysOffTheTerminal) {
   EXPECT_EQ(result.err, "");
 }
 
+TEST_F(UsageJourney, ALogThatMayNotGrowHoldsUpNothing) {
+  const std::string clip = tinyClip("x.mts");
+  setVariable("HOME", folder.path());
+  folder.write("Library/Logs/Tessarin/Details.log", std::string(1u << 20, '\n'));
+  Run run = startProgram(
+      "/bin/sh", {"-c", "ulimit -f 1024; exec " + test::quoted(program()) + " analyse x.mts"});
+  const Result result = finish(run);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.lines().size(), 3u) << result.out;
+}
+
 }  // namespace
 }  // namespace tessarin
