@@ -56,7 +56,7 @@ class TextReporter final : public Reporter {
 
   void problem(const std::string& path, const std::string& reason) override {
     clearProgress();
-    complain(fmt::format("{}: {}", printable(path), printable(reason)));
+    complain(fmt::format("{}: {}", path, reason));
   }
 
   void analysed(const Dico& row, const std::optional<Forecast>& movie) override {
@@ -145,7 +145,7 @@ class TextReporter final : public Reporter {
   // When there are so many that their lines may have run out of sight.
   void missing(const std::vector<std::string>& sources) override {
     if (sources.size() > 1)
-      complain(printable(missingText(sources)));
+      complain(missingText(sources));
   }
 
   void batchWritten(const std::string& path, std::size_t rows) override {

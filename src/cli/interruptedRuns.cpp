@@ -26,10 +26,9 @@ void tellInterrupted(std::size_t count) {
 InterruptedBatches meetInterruptedRuns(const Options& options) {
   InterruptedBatches interrupted = findInterruptedBatches(batchesFolder());
   for (const PutAside& each : interrupted.putAside)
-    complain(
-        localisationString("putAside", textTable, printable(each.output), printable(each.aside)));
+    complain(localisationString("putAside", textTable, each.output, each.aside));
   for (const StoreProblem& each : interrupted.problems)
-    complain(fmt::format("{}: {}", printable(each.path), each.reason));
+    complain(fmt::format("{}: {}", each.path, each.reason));
   if (!options.recover && !options.forget)
     tellInterrupted(interrupted.stores.size());
   return interrupted;

@@ -238,7 +238,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   options.paths = app.remaining();
   for (const std::string& word : options.paths)
     if (startsWith(word, "-") && word != "-")
-      return refuse(localisationString("wrong_option", textTable, printable(word)));
+      return refuse(localisationString("wrong_option", textTable, word));
   options.command = takeCommand(options.paths);
   options.paths.insert(options.paths.end(), paths.begin(), paths.end());
   if (const auto reason = contradiction(app, options))

@@ -9,8 +9,22 @@
 #include <cstdlib>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/Utf8.h"
 
 namespace tessarin::cli {
+
+namespace {
+
+bool steersTerminal(char32_t character) {
+  const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
+  // What turns the direction of writing, and with it the order in which letters are shown.
+  const bool isDirection = character == 0x061C || character == 0x200E || character == 0x200F ||
+                           (character >= 0x202A && character <= 0x202E) ||
+                           (character >= 0x2066 && character <= 0x2069);
+  return isControl || isDirection;
+}
+
+}  // namespace
 
 void openMissingStreams() {
   int descriptor = -1;
@@ -38,7 +52,7 @@ int writeText(std::FILE* stream, std::string_view text) {
 }
 
 void complain(std::string_view reason) {
-  writeText(stderr, fmt::format("tessarin: {}\n", reason));
+  writeText(stderr, fmt::format("tessarin: {}\n", printable(reason)));
 }
 
 std::size_t terminalWidth(int descriptor) {
@@ -51,19 +65,17 @@ std::size_t terminalWidth(int descriptor) {
 std::string printable(std::string_view text) {
   std::string shown;
   while (!text.empty()) {
-    const std::string_view character = firstCharacters(text, 1);
-    const auto byte = static_cast<unsigned char>(character.front());
-    // C1 controls, U+0080 to U+009F, are 0xC2 and a byte below 0xA0.
-    const bool isSecondControl =
-        character.size() == 2 && byte == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
-    if (character == "\n")
+    std::string_view rest = text;
+    const char32_t character = takeUtf8(rest);
+    const std::string_view bytes = text.substr(0, text.size() - rest.size());
+    text = rest;
+    if (character == '\n')
       shown += "\\n";
-    else if (byte < 0x20 || byte == 0x7F || isSecondControl || !isUtf8(character))
-      for (const char each : character)
+    else if (steersTerminal(character) || !isUtf8(bytes))
+      for (const char each : bytes)
         shown += fmt::format("\\x{:02x}", static_cast<unsigned char>(each));
     else
-      shown += character;
-    text.remove_prefix(character.size());
+      shown += bytes;
   }
   return shown;
 }

@@ -21,14 +21,14 @@ bool canRewriteLine(int descriptor);
 // is no reason to give up the work.
 int writeText(std::FILE* stream, std::string_view text);
 
-// The line "tessarin: REASON" on standard error.
+// The line "tessarin: REASON" on standard error, whatever the reason holds: printable() is ours.
 void complain(std::string_view reason);
 
 // Columns of the terminal behind the descriptor; 80 when it does not say.
 std::size_t terminalWidth(int descriptor);
 
-// The text with control characters and bytes that are no UTF-8 written as "\n", "\x1b" and the
-// like: a file name must not be able to steer the terminal.
+// The text with control characters, those of the direction of writing, and bytes that are no UTF-8
+// written as "\n", "\x1b" and the like: a file name must not be able to steer the terminal.
 std::string printable(std::string_view text);
 
 // One argument as a POSIX shell reads it back, in quotes where it needs them.

@@ -60,10 +60,10 @@ TEST_F(NamesJourney, AShellRunsThePlanAsItStands) {
 }
 
 TEST_F(NamesJourney, ANameCannotSteerTheTerminal) {
-  const std::string clip = tinyClip("\x1b[2Jred\x9b\n.mts");
+  const std::string clip = tinyClip("\x1b[2Jred\x9b\n\u202e\u00e9\u0085.mts");
   const Result result = tessarin({"analyse", clip, "\x1b]0;gone.mts"});
   EXPECT_EQ(result.lines().size(), 3u);
-  EXPECT_THAT(result.out, testing::HasSubstr("\\x1b[2Jred\\x9b\\n.mts"));
+  EXPECT_THAT(result.out, testing::HasSubstr("\\x1b[2Jred\\x9b\\n\\xe2\\x80\\xaeé\\xc2\\x85.mts"));
   EXPECT_EQ(result.err, "tessarin: \\x1b]0;gone.mts: there is no such file\n");
 }
 

@@ -18,6 +18,8 @@ TEST_F(UsageJourney, WrongUseIsToldInOneLine) {
       {{"x.mts", "--format"}, "--format needs a value: aic|prores|quicktime"},
       {{"--format", "--", "x.mts"}, "--format needs a value"},
       {{"--format", "--json", "x.mts"}, "--format: \"--json\" is not one of aic|prores|quicktime"},
+      {{"--for", "a\nb\x1b[31m", "x.mts"}, "--for: \"a\\nb\\x1b[31m\" is not one of 50p60p|"},
+      {{"--a\nb", "x.mts"}, "there is no option --a\\nb"},
       {{"--size", "1080", "x.mts"}, "--size: \"1080\" is not one of 1080i50|"},
       {{"-d"}, "--destination needs a value: DIR"},
       {{"-d", "", "x.mts"}, "--destination needs a value: DIR"},
