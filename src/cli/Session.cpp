@@ -162,7 +162,11 @@ void Session::interrupt(Stop reason) {
   if (app_.driver().isBatchRunning()) {
     app_.driver().stop();
   } else {
+    const std::vector<std::string> rest = app_.queue().sourcesWithoutRow();
     app_.endTasks();
+    // Of the clip in hand; nothing to a reader that went away.
+    if (!rest.empty() && !reporter_.isLost())
+      problem(rest.front(), localisationString("analysisStopped", textTable));
     end();
   }
 }

@@ -11,12 +11,14 @@
 #include "cli/interruptedRuns.h"
 #include "cli/options.h"
 #include "cli/terminal.h"
+#include "cli/texts.h"
 #include "core/CodecSurvey.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
 #include "platform/UserDomain.h"
+#include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "utils/files.h"
 
@@ -74,25 +76,27 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
   return end;
 }
 
-// False when there is no ffmpeg to work with, which the user has been told, or the user would
-// rather not wait for its answer.
+// False when there is no ffmpeg to work with, or the user would rather not wait for its answer;
+// either is told.
 bool prepareTools(const Dico& choices) {
   auto problem = chooseFfmpeg(choices.textOrEmpty(ffmpegSetting));
-  bool isReady = false;
   if (!problem) {
     PollRunLoop loop;
     CodecSurvey survey(loop);
-    const SignalWatch stop(loop, {SIGINT, SIGTERM, SIGHUP}, [&loop](int) { loop.stop(0); });
+    const SignalWatch stop(loop, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
+      problem = localisationString("runStopped", textTable);
+      loop.stop(0);
+    });
     survey.begin([&](const std::optional<std::string>& found) {
-      problem = found;
-      isReady = !found;
+      if (found)
+        problem = found;
       loop.stop(0);
     });
     loop.run();
   }
   if (problem)
     complain(*problem);
-  return isReady;
+  return !problem;
 }
 
 int run(const Options& options) {

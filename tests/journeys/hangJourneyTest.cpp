@@ -92,7 +92,9 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
       setVariable("XDG_STATE_HOME", folder.file("state" + std::to_string(way)));
       Run run = start(arguments);
       signal = signal == SIGINT ? SIGTERM : SIGINT;
-      EXPECT_EQ(stopped(run, signal).status, 1);
+      const Result result = stopped(run, signal);
+      EXPECT_EQ(result.status, 1);
+      EXPECT_THAT(result.err, HasSubstr(" was stopped.\n"));
       EXPECT_THAT(movies(), IsEmpty());
       EXPECT_THAT(namesIn(folder.file("temporary")), IsEmpty());
     }

@@ -91,7 +91,8 @@ TEST_F(InterruptJourney, AnAnalysisStopsToo) {
     ::kill(run.process.pid(), signal);
     const Result result = finish(run);
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, signal == SIGINT ? "" : keptLine);
+    EXPECT_EQ(result.err, "tessarin: " + clip + ": The analysis was stopped.\n" +
+                              (signal == SIGINT ? "" : keptLine));
     EXPECT_TRUE(isGone(child));
     EXPECT_THAT(movies(), IsEmpty());
   }
