@@ -141,7 +141,8 @@ std::optional<float> frameRate(std::string_view tbrPart, std::string_view descri
   if (const std::size_t end = description.find(" fps, "); end != std::string_view::npos) {
     const std::string_view before = description.substr(0, end);
     const std::size_t comma = before.rfind(',');
-    fps = str2Float(comma == std::string_view::npos ? before : before.substr(comma + 1));
+    const std::string_view number = comma == before.npos ? before : before.substr(comma + 1);
+    fps = str2Float(number) * (number.ends_with('k') ? 1000.0F : 1.0F);
   }
   if (std::abs(59.94F - tbr) < 0.01F && fps && std::abs(24.0F - *fps) < 0.1F)
     tbr /= 2;

@@ -327,7 +327,8 @@ TEST(ProbeParser, FrameRateIsTbrWithPulldownTakenOut) {
       {"25 fps, 25 tbr", 25},
       {"59.94 tbr", 59.94F},
       {"25 fps, 90k tbn", {}},
-      {"29.97 fps, 1k tbr, 1k tbn", 29.97F}};  // the clock of a source with variable rate is none
+      {"29.97 fps, 1k tbr, 1k tbn", 29.97F},  // the clock of a source with variable rate is none
+      {"1k fps, 1k tbr, 16k tbn", 1000.0F}};
   for (const auto& [parts, expected] : rates)
     EXPECT_EQ(rate(parts), expected) << parts;
 }
