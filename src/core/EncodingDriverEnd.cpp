@@ -60,8 +60,9 @@ void EncodingDriver::fail(const std::string& reason) {
 }
 
 std::string EncodingDriver::whyDestination() const {
-  return localisationString("why_destination", "",
-                            parentFolder(job().textOrEmpty(JobKey::dstPathStr)));
+  const std::string output = job().textOrEmpty(JobKey::dstPathStr);
+  return isReplacing_ && isDirectory(output) ? whyInTheWay(output)
+                                             : whyNothingIsWritten(parentFolder(output));
 }
 
 void EncodingDriver::purgeIntermediates(const Dico& current) {

@@ -177,7 +177,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   debugFormat("encProcesses        > encDeb: ffmpeg task");
   debugFormat("enc ffmpeg task     > pré-release");
   if (isDirectory(output) && replace) {
-    fail(localisationString("why_destination", "", output));
+    fail(whyInTheWay(output));
     return;
   }
   isReplacing_ = replace;
@@ -185,7 +185,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
   if (!made) {
     logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
-    fail(localisationString("why_destination", "", parentFolder(output)));
+    fail(whyNothingIsWritten(parentFolder(output)));
     return;
   }
   folder_ = std::move(*made);

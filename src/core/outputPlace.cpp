@@ -17,6 +17,17 @@ constexpr double smallestOutput = 10;
 
 }  // namespace
 
+std::string whyInTheWay(const std::string& path) {
+  return localisationString("why_inTheWay", "", path);
+}
+
+std::string whyNothingIsWritten(const std::string& folder) {
+  for (std::string path = folder; !path.empty() && !isDirectory(path); path = parentFolder(path))
+    if (isNameTaken(path))
+      return whyInTheWay(path);
+  return localisationString("why_destination", "", folder);
+}
+
 std::optional<FolderRefusal> refusalOfDestination(const std::string& destination) {
   const std::string folder = outputFolder(destination);
   const auto foreign = [](const std::string& path) {
@@ -25,7 +36,7 @@ std::optional<FolderRefusal> refusalOfDestination(const std::string& destination
   if (const std::string above = expandTilde(destination); isOfAnotherUser(above))
     return foreign(above);
   if (!mkdir(folder) || !isFolderWritable(folder))
-    return FolderRefusal{folder, localisationString("why_destination", "", folder)};
+    return FolderRefusal{folder, whyNothingIsWritten(folder)};
   if (isOfAnotherUser(folder))
     return foreign(folder);
   return std::nullopt;

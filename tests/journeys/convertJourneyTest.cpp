@@ -168,14 +168,19 @@ TEST_F(ConvertJourney, WhatAFailedConversionWroteIsSetAside) {
   EXPECT_FALSE(pathExists(movie("bad.mov")));
 }
 
-TEST_F(ConvertJourney, ADestinationThatIsAFileIsTold) {
+TEST_F(ConvertJourney, WhatIsInTheWayIsNamed) {
   const std::string clip = tinyClip("x.mts");
+  const std::string end = "” is in the way; move it or choose another destination\n";
   const std::string file = folder.write("file", "in the way");
-  const Result result = tessarin({"-d", file, clip});
+  Result result = tessarin({"-d", file + "/below", clip});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "tessarin: " + file + ": nothing can be written to “" + file +
-                            "/Tessarin”; choose another destination\n");
+  EXPECT_EQ(result.err, "tessarin: " + file + "/below: “" + file + end);
   EXPECT_EQ(folder.read("file"), "in the way");
+  ASSERT_TRUE(mkdir(movie("x.mov")));
+  result = tessarin({"-d", destination(), "--overwrite", "replace", clip});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "tessarin: " + clip + ": “" + movie("x.mov") + end);
+  EXPECT_THAT(movies(), ElementsAre("x.mov"));
 }
 
 TEST_F(ConvertJourney, ADiskThatFillsUpIsTold) {
