@@ -21,7 +21,7 @@ struct Cause {
 };
 
 // The first cause whose phrase occurs is the reason: causes before their consequences.
-constexpr std::array<Cause, 15> causes{{
+constexpr std::array<Cause, 16> causes{{
     {"No space left on device", "why_diskFull"},
     {"Disk quota exceeded", "why_diskFull"},
     {"File too large", "why_fileTooLarge"},
@@ -30,6 +30,8 @@ constexpr std::array<Cause, 15> causes{{
     {"No such file or directory", "why_missing"},
     {"Is a directory", "why_folder"},
     {"Input/output error", "why_inputOutput"},
+    // Only the name says that it is a movie: no byte of it does.
+    {"mp4,m4a,3gp,3g2,mj2 detected only with low score of 1,", "why_noMovie"},
     {"moov atom not found", "why_incomplete"},
     {"Invalid data found when processing input", "why_noMovie"},
     {"could not find codec parameters", "why_noMovie"},

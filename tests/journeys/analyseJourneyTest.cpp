@@ -89,6 +89,7 @@ TEST_F(AnalyseJourney, JsonHoldsTheWholeRecord) {
 
 TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
   const std::string clip = tinyClip("good.mts");
+  folder.write("card/text.mp4", "Dear diary");
   folder.write("card/text.mts", "Dear diary");
   folder.write("card/empty.mts", "");
   folder.write("card/notes.txt", "no movie, and not asked about");
@@ -118,6 +119,7 @@ TEST_F(AnalyseJourney, BadInputIsToldInALineEachAndTheRestGoesOn) {
                  "that was cut off",
           card + "empty.mts: the file is empty",
           card + "pipe.mts: this is not a file that can be read to its end",
+          card + "text.mp4: this is not a movie that ffmpeg can read",
           card + "text.mts: this is not a movie that ffmpeg can read",
           "tessarin: " + folder.file("sound.mp4") +
               ": there is no picture in it, so there is nothing to convert"));
