@@ -36,7 +36,7 @@ std::string problemOf(const ToolResult& result) {
 
 }  // namespace
 
-void CodecSurvey::begin(Known known) {
+void CodecSurvey::begin(const Known& known) {
   if (recallCodecListing()) {
     takeInventory();
     known(std::nullopt);

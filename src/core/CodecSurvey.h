@@ -20,7 +20,7 @@ class CodecSurvey {
   // that the adapter need not ask before every conversion. Then calls `known`: before this returns
   // where an earlier start has kept the answer or ffmpeg cannot be started, else from the loop,
   // within the time of a quick question.
-  void begin(Known known);
+  void begin(const Known& known);
 
  private:
   ToolRun run_;

@@ -312,6 +312,7 @@ void EncodingDriver::askForFolder(const std::string& folder) {
 // Removes these rows, and tells of them; the batch goes on behind the row before the first.
 void EncodingDriver::leaveOut(const std::vector<int>& rows) {
   std::vector<std::string> paths;
+  paths.reserve(rows.size());
   for (const int row : rows)
     paths.push_back(table_.sourcePath(row));
   if (!rows.empty())
