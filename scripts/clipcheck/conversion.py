@@ -42,9 +42,11 @@ def environment(home, ffmpeg):
 
 
 def run_program(arguments, home, limit, memory, ffmpeg=None):
-    """`memory` in megabytes is what one process may ask for, so that a fault ends only itself."""
+    """`memory` in megabytes is what one process may ask for, so that a fault ends only itself;
+    0: any."""
     def before():
-        resource.setrlimit(resource.RLIMIT_AS, (memory << 20, memory << 20))
+        if memory:
+            resource.setrlimit(resource.RLIMIT_AS, (memory << 20, memory << 20))
     if _stopped.is_set():
         raise InterruptedError
     begin = time.monotonic()

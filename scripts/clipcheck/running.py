@@ -34,7 +34,7 @@ def parser_with_common_options(description):
                         help="a conversion that takes longer hangs (60, and 30 for each of the "
                         "clip)")
     parser.add_argument("--memory", type=int, default=8000, metavar="MB",
-                        help="what one process may ask for (8000)")
+                        help="what one process may ask for (8000); 0: any")
     parser.add_argument("--jobs", type=int, default=len(os.sched_getaffinity(0)), metavar="N",
                         help="rows at the same time (as many as there are processors)")
     parser.add_argument("--json", action="store_true", help="one JSON object a line")
