@@ -244,8 +244,9 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
 std::optional<double> firstPictureOfShowinfo(std::string_view report) {
   ReportLines lines(report);
   while (const auto line = lines.next())
-    if (startsWith(*line, "[Parsed_showinfo_") && contains(*line, "] n:   0 "))
-      return decimalNumber(textAfter(*line, " pts_time:").value_or(""), ReportRange::time);
+    if (const auto statement = statementOf(*line, "showinfo");
+        statement && startsWith(*statement, "n:   0 "))
+      return decimalNumber(textAfter(*statement, " pts_time:").value_or(""), ReportRange::time);
   return std::nullopt;
 }
 

@@ -172,7 +172,7 @@ class TextReporter final : public Reporter {
                       printable(text)));
   }
 
-  // What belongs to a line of the textTable, below it.
+  // What belongs to a line of the table, below it.
   void printBelow(const std::string& text) {
     constexpr std::size_t indent = 11;
     constexpr std::size_t width = 80;

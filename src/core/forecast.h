@@ -12,7 +12,8 @@ namespace tessarin {
 
 // Something of the source that the movie will not have.
 struct LeftOut {
-  std::string kind;  // "pictures", "fields", "details", "colours", "sound", "channels", "subtitles", "video"
+  // "pictures", "fields", "details", "colours", "sound", "channels", "subtitles" or "video".
+  std::string kind;
   std::string text;  // what of it, in the user's language
 };
 

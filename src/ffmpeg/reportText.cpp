@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 
+#include "classShared/TextAdditions.h"
+
 namespace tessarin {
 
 namespace {
@@ -77,6 +79,12 @@ std::size_t lineEnd(std::string_view text, std::size_t position) {
 
 bool lineDeclares(std::string_view line, std::string_view word) {
   return line.substr(indentation(line)).starts_with(word);
+}
+
+std::optional<std::string_view> statementOf(std::string_view line, std::string_view filter) {
+  if (!startsWith(line, "[Parsed_" + std::string(filter) + "_"))
+    return std::nullopt;
+  return textAfter(line, "] ");
 }
 
 std::string_view inputBlock(std::string_view report) {

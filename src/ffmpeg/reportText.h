@@ -40,6 +40,10 @@ std::size_t lineEnd(std::string_view text, std::size_t position);
 // Whether the word opens the line, behind blanks.
 bool lineDeclares(std::string_view line, std::string_view word);
 
+// What a filter states in this line, "[Parsed_NAME_0 @ 0x5] STATEMENT"; nothing in other lines. The
+// mark stands at the beginning: titles are printed with blanks before them.
+std::optional<std::string_view> statementOf(std::string_view line, std::string_view filter);
+
 // The lines that describe the input: from the last one that begins with "Input #0, " up to the
 // first one behind it that begins the output or says that there is none. Without an "Input #0, "
 // behind the first line the block begins with the report.

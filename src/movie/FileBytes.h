@@ -9,6 +9,11 @@
 
 namespace tessarin {
 
+// The low 32 bits as a number with a sign.
+inline std::int64_t signed32(std::uint64_t number) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
+}
+
 // Numbers that stand near each other cost one read. The descriptor is borrowed.
 class FileBytes {
  public:

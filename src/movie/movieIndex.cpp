@@ -140,10 +140,6 @@ class Table {
   std::uint64_t count_ = 0;
 };
 
-std::int64_t signed32(std::uint64_t number) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
-}
-
 // Which of the media's times are shown, in its own ticks.
 struct Shown {
   std::int64_t from = std::numeric_limits<std::int64_t>::min();

@@ -46,10 +46,6 @@ std::string bigEndian(std::uint64_t number, unsigned size) {
   return bytes;
 }
 
-std::int64_t withSign(std::uint64_t number) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
-}
-
 struct OwnedAtom {
   std::string type;
   std::string content;           // of one without children
@@ -121,12 +117,12 @@ class Track {
   static std::optional<Track> read(OwnedAtom& atom) {
     Track track;
     track.atom_ = &atom;
-    track.header_ = atom.part("tkhd");
+    const OwnedAtom* header = atom.part("tkhd");
     OwnedAtom* media = atom.part("mdia");
     OwnedAtom* mediaHeader = media != nullptr ? media->part("mdhd") : nullptr;
     OwnedAtom* handler = media != nullptr ? media->part("hdlr") : nullptr;
-    if (track.header_ == nullptr || mediaHeader == nullptr || handler == nullptr ||
-        numberAt(track.header_->content, 0, 1) != 0 || numberAt(mediaHeader->content, 0, 1) != 0)
+    if (header == nullptr || mediaHeader == nullptr || handler == nullptr ||
+        numberAt(header->content, 0, 1) != 0 || numberAt(mediaHeader->content, 0, 1) != 0)
       return std::nullopt;
     track.mediaHeader_ = mediaHeader;
     track.scale_ = numberAt(mediaHeader->content, 12, 4);
@@ -142,7 +138,7 @@ class Track {
       else if (const OwnedAtom* longChunks = tables->part("co64"))
         track.firstByte_ = numberAt(longChunks->content, headSize, 8);
     }
-    track.length_ = numberAt(track.header_->content, durationAt, 4);
+    track.length_ = numberAt(header->content, durationAt, 4);
     if (track.scale_ == 0 || !track.readEdits())
       return std::nullopt;
     return track;
@@ -216,7 +212,7 @@ class Track {
     for (std::uint64_t entry = 0; entry < count; ++entry) {
       const std::size_t place = headSize + static_cast<std::size_t>(entry) * entrySize;
       const std::uint64_t length = numberAt(list->content, place, 4);
-      const std::int64_t from = withSign(numberAt(list->content, place + 4, 4));
+      const std::int64_t from = signed32(numberAt(list->content, place + 4, 4));
       const bool isLast = entry + 1 == count;
       if (numberAt(list->content, place + 8, 4) != 0x10000 || (from < 0) == isLast)
         return false;
@@ -247,7 +243,7 @@ class Track {
       if (timesLeft == 0 || offsetsLeft == 0)
         break;
       earliest =
-          std::min(earliest, moment + withSign(numberAt(offsets_->content, offsetEntry + 4, 4)));
+          std::min(earliest, moment + signed32(numberAt(offsets_->content, offsetEntry + 4, 4)));
       moment += static_cast<std::int64_t>(numberAt(times_->content, timeEntry + 4, 4));
       --timesLeft;
       --offsetsLeft;
@@ -256,7 +252,6 @@ class Track {
   }
 
   OwnedAtom* atom_ = nullptr;
-  OwnedAtom* header_ = nullptr;
   OwnedAtom* mediaHeader_ = nullptr;
   OwnedAtom* times_ = nullptr;
   OwnedAtom* offsets_ = nullptr;

@@ -24,15 +24,6 @@ std::optional<double> durationOf(std::string_view line) {
   return seconds;
 }
 
-// What a filter states in this line, "[Parsed_NAME_0 @ 0x5] STATEMENT"; nothing in other lines. At
-// the beginning of the line: titles are printed with blanks before them.
-std::optional<std::string_view> statementOf(std::string_view line, std::string_view filter) {
-  const std::string mark = "[Parsed_" + std::string(filter) + "_";
-  if (!startsWith(line, mark))
-    return std::nullopt;
-  return textAfter(line, "] ");
-}
-
 // "config in time_base: 1/90000, …" before the pictures, then "n:   0 pts:  -7200 pts_time:…".
 // Unknown unless all of it is a moment that a stream can have.
 quicktime::Fraction firstPictureOf(std::string_view report) {
