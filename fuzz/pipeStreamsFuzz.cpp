@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   {
     const fuzz::InputFile file(data, size);
     yuv4mpeg::Reader reader(file.descriptor());
-    const auto header = reader.readHeader();
+    const auto header = reader.readHeader(yuv4mpeg::Accepted::upTo10Bits);
     // Nobody makes room for a frame that is much larger than the stream.
     if (header && header.value().frameSize() < 1 << 20) {
       std::vector<std::uint8_t> frame(header.value().frameSize());

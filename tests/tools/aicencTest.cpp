@@ -26,12 +26,14 @@ using test::ScopedTemporaryFolder;
 using test::ShellResult;
 using testing::HasSubstr;
 using testing::StartsWith;
+using yuv4mpeg::Accepted;
 using yuv4mpeg::parseHeader;
 
 const std::string aicenc = test::builtFile("bin/aicenc");
 
 TEST(Yuv4mpeg, ReadsHeaders) {
-  auto plain = parseHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15 C420paldv XYSCSS=420PALDV");
+  auto plain = parseHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15 C420paldv XYSCSS=420PALDV",
+                           Accepted::only8Bits420);
   ASSERT_TRUE(plain.ok());
   EXPECT_EQ(plain->width, 720);
   EXPECT_EQ(plain->height, 576);
@@ -39,11 +41,17 @@ TEST(Yuv4mpeg, ReadsHeaders) {
   EXPECT_EQ(plain->pixelAspect, (Fraction{16, 15}));
   EXPECT_EQ(plain->fieldOrder, FieldOrder::bottomFirst);
 
-  auto bare = parseHeader("YUV4MPEG2 W3 H5 F30000:1001 A0:0");
+  auto bare = parseHeader("YUV4MPEG2 W3 H5 F30000:1001 A0:0", Accepted::only8Bits420);
   ASSERT_TRUE(bare.ok());
   EXPECT_EQ(bare->pixelAspect, (Fraction{1, 1}));
   EXPECT_EQ(bare->fieldOrder, FieldOrder::progressive);
   EXPECT_EQ(bare->frameSize(), 15U + 2 * 6);
+
+  auto deep = parseHeader("YUV4MPEG2 W3 H5 C422p10", Accepted::upTo10Bits);
+  ASSERT_TRUE(deep.ok());
+  EXPECT_EQ(deep->sampling, blocks::Sampling::yuv422);
+  EXPECT_EQ(deep->bits, 10);
+  EXPECT_EQ(deep->frameSize(), 2 * (15U + 2 * 10));
 }
 
 TEST(Yuv4mpeg, RefusesOthersWithAReason) {
@@ -64,10 +72,12 @@ TEST(Yuv4mpeg, RefusesOthersWithAReason) {
       {"YUV4MPEG2 W720 H576 C420jpeg XYSCSS=420JPEG XCOLORRANGE=FULL", "-vf scale=out_range=tv"},
   };
   for (const auto& [line, reason] : cases) {
-    const auto header = parseHeader(line);
+    const auto header = parseHeader(line, Accepted::only8Bits420);
     ASSERT_FALSE(header.ok()) << line;
     EXPECT_THAT(header.reason(), HasSubstr(reason)) << line;
   }
+  EXPECT_THAT(parseHeader("YUV4MPEG2 W720 H576 C420p12", Accepted::upTo10Bits).reason(),
+              HasSubstr("C420p12"));
 }
 
 TEST(Aicenc, EncodesAPipeLikeAFileAndKeepsWhatTheHeaderSays) {

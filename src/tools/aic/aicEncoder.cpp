@@ -6,12 +6,15 @@
 #include <vector>
 
 #include "tools/aic/RateControl.h"
-#include "tools/aic/WorkerPool.h"
 #include "tools/aic/sliceCoder.h"
+#include "tools/blocks/WorkerPool.h"
+#include "tools/blocks/bytes.h"
 
 namespace tessarin::aic {
 
 namespace {
+
+using blocks::putBigEndian;
 
 constexpr int macroblockSide = 16;
 constexpr std::size_t headerSize = 24;
@@ -23,13 +26,6 @@ int sliceWidth(int macroblocks) {
       return macroblocks / slices;
   }
   return largestSlice / 2;
-}
-
-void putBigEndian(std::uint8_t* bytes, std::uint32_t number, int count) {
-  for (int i = count - 1; i >= 0; --i) {
-    bytes[i] = static_cast<std::uint8_t>(number);
-    number >>= 8;
-  }
 }
 
 // One plane of the picture and what of it a slice takes.
@@ -99,7 +95,7 @@ class Encoder::Work {
   int usedQuantiser_;
   int tableQuantiser_ = 0;
   QuantiserTable table_;
-  WorkerPool pool_;
+  blocks::WorkerPool pool_;
   std::vector<std::unique_ptr<Desk>> desks_;
   std::vector<Slice> slices_;
   std::vector<std::uint8_t> frame_;
@@ -206,10 +202,10 @@ void Encoder::Work::assemble() {
   std::memset(bytes, 0, firstSlice);
   bytes[0] = 1;  // version
   bytes[1] = headerSize - 2;
-  putBigEndian(bytes + 2, static_cast<std::uint32_t>(size), 4);
+  putBigEndian(bytes + 2, size, 4);
   for (std::uint8_t* side : {bytes + 6, bytes + 10}) {
-    putBigEndian(side, static_cast<std::uint32_t>(format_.width), 2);
-    putBigEndian(side + 2, static_cast<std::uint32_t>(format_.height), 2);
+    putBigEndian(side, static_cast<std::size_t>(format_.width), 2);
+    putBigEndian(side + 2, static_cast<std::size_t>(format_.height), 2);
   }
   bytes[15] = static_cast<std::uint8_t>(usedQuantiser_);
   bytes[16] = format_.interlaced ? 0x39 : 0x09;

@@ -5,68 +5,34 @@
 #include <cstdint>
 
 #include "tools/aic/sliceCoder.h"
+#include "tools/blocks/cosineTransform.h"
 
 namespace tessarin::aic {
 namespace {
 
-// One dimension of the cosine transform after Arai, Agui and Nakajima, on all lanes at once: 5
-// multiplications and 29 additions. Output k is the orthonormal coefficient times a factor of its
-// own, which the quantiser's table takes out again. No output is more than 10.06 times as large as
-// the largest input, and no sum on the way.
+// The products with fractions of 65,536; those of half and more are the number itself and the rest.
+struct FractionArithmetic {
+  static TESSARIN_INLINE Pair halfRoot(Pair a) {
+    return a + highProduct(a, -19195);  // cos(pi / 4) - 1
+  }
+  static TESSARIN_INLINE Pair sineEighth(Pair a) {
+    return highProduct(a, 25080);  // sin(pi / 8)
+  }
+  static TESSARIN_INLINE Pair cosineLess(Pair a) {
+    return a + highProduct(a, -30068);  // cos(pi / 8) - sin(pi / 8) - 1
+  }
+  static TESSARIN_INLINE Pair cosineMore(Pair a) {
+    return a + highProduct(a, 20091);  // cos(pi / 8) + sin(pi / 8) - 1
+  }
+};
+
 TESSARIN_INLINE void transformColumns(Pair (&v)[8]) {
-  // Products with fractions of 65,536; those of half and more are the number itself and the rest.
-  constexpr std::int16_t halfRootLessOne = -19195;    // cos(pi / 4) - 1
-  constexpr std::int16_t sineEighth = 25080;          // sin(pi / 8)
-  constexpr std::int16_t cosineLessLessOne = -30068;  // cos(pi / 8) - sin(pi / 8) - 1
-  constexpr std::int16_t cosineMoreLessOne = 20091;   // cos(pi / 8) + sin(pi / 8) - 1
-
-  const Pair sum0 = v[0] + v[7];
-  const Pair sum1 = v[1] + v[6];
-  const Pair sum2 = v[2] + v[5];
-  const Pair sum3 = v[3] + v[4];
-  const Pair difference0 = v[0] - v[7];
-  const Pair difference1 = v[1] - v[6];
-  const Pair difference2 = v[2] - v[5];
-  const Pair difference3 = v[3] - v[4];
-
-  const Pair outer = sum0 + sum3;
-  const Pair inner = sum1 + sum2;
-  v[0] = outer + inner;
-  v[4] = outer - inner;
-  const Pair outerDifference = sum0 - sum3;
-  const Pair unturned = sum1 - sum2 + outerDifference;
-  const Pair turned = unturned + highProduct(unturned, halfRootLessOne);
-  v[2] = outerDifference + turned;
-  v[6] = outerDifference - turned;
-
-  const Pair low = difference3 + difference2;
-  const Pair middle = difference2 + difference1;
-  const Pair high = difference1 + difference0;
-  const Pair middleTurned = middle + highProduct(middle, halfRootLessOne);
-  const Pair common = highProduct(low - high, sineEighth);
-  const Pair lowTurned = low + highProduct(low, cosineLessLessOne) + common;
-  const Pair highTurned = high + highProduct(high, cosineMoreLessOne) + common;
-  const Pair above = difference0 + middleTurned;
-  const Pair below = difference0 - middleTurned;
-  v[5] = below + lowTurned;
-  v[3] = below - lowTurned;
-  v[1] = above + highTurned;
-  v[7] = above - highTurned;
+  blocks::transformEight<FractionArithmetic>(v);
 }
 
-// Eight by eight in each block: three times the same shuffle moves every index bit of the rows to
-// the columns and back.
+// Eight by eight in each block.
 TESSARIN_INLINE void transpose(Pair (&v)[8]) {
-  for (int round = 0; round < 3; ++round) {
-    Pair shuffled[8];
-    for (int i = 0; i < 4; ++i) {
-      const int target = 2 * i;
-      shuffled[target] = alternatingLow(v[i], v[i + 4]);
-      shuffled[target + 1] = alternatingHigh(v[i], v[i + 4]);
-    }
-    for (int i = 0; i < 8; ++i)
-      v[i] = shuffled[i];
-  }
+  blocks::transpose<AlternatingPairs>(v);
 }
 
 // The stored values of the coefficients of two blocks, one vector a column: level k > 0 as 2k, -k

@@ -6,10 +6,10 @@
 
 #include <cstdint>
 
+#include "tools/blocks/lanes.h"
+
 namespace tessarin::aic {
 namespace {
-
-#define TESSARIN_INLINE inline __attribute__((always_inline))
 
 using Pair = std::int16_t __attribute__((vector_size(32)));
 
@@ -55,12 +55,14 @@ TESSARIN_INLINE Pair larger(Pair a, Pair b) {
 }
 
 // The lanes of both, alternating, from the lower or upper four of each block.
-TESSARIN_INLINE Pair alternatingLow(Pair a, Pair b) {
-  return lanes(_mm256_unpacklo_epi16(raw(a), raw(b)));
-}
-TESSARIN_INLINE Pair alternatingHigh(Pair a, Pair b) {
-  return lanes(_mm256_unpackhi_epi16(raw(a), raw(b)));
-}
+struct AlternatingPairs {
+  static TESSARIN_INLINE Pair low(Pair a, Pair b) {
+    return lanes(_mm256_unpacklo_epi16(raw(a), raw(b)));
+  }
+  static TESSARIN_INLINE Pair high(Pair a, Pair b) {
+    return lanes(_mm256_unpackhi_epi16(raw(a), raw(b)));
+  }
+};
 
 // The lower or upper four lanes of a, then those of b.
 TESSARIN_INLINE Pair lowHalves(Pair a, Pair b) {

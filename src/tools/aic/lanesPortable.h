@@ -8,14 +8,13 @@
 
 #include <cstdint>
 
+#include "tools/blocks/lanes.h"
+
 namespace tessarin::aic {
 namespace {
 
-#define TESSARIN_INLINE inline __attribute__((always_inline))
-
-using Words = std::int16_t __attribute__((vector_size(16)));
-using UnsignedWords = std::uint16_t __attribute__((vector_size(16)));
-using Octets = std::uint8_t __attribute__((vector_size(8)));
+using blocks::UnsignedWords;
+using blocks::Words;
 
 struct Pair {
   Words first;
@@ -41,14 +40,8 @@ TESSARIN_INLINE Pair operator+(Pair a, std::int16_t b) {
   return {a.first + b, a.second + b};
 }
 
-TESSARIN_INLINE Words loadOctets(const std::uint8_t* samples) {
-  Octets octets;
-  __builtin_memcpy(&octets, samples, sizeof octets);
-  return __builtin_convertvector(octets, Words);
-}
-
 TESSARIN_INLINE Pair load(const std::uint8_t* first, const std::uint8_t* second) {
-  return {loadOctets(first), loadOctets(second)};
+  return {blocks::loadOctets(first), blocks::loadOctets(second)};
 }
 
 TESSARIN_INLINE Pair repeated(const std::uint16_t* numbers) {
@@ -109,18 +102,21 @@ TESSARIN_INLINE Pair absolute(Pair a) {
   return {larger(a.first, -a.first), larger(a.second, -a.second)};
 }
 
+struct AlternatingPairs {
+  static TESSARIN_INLINE Pair low(Pair a, Pair b) {
+    return {blocks::alternatingLow(a.first, b.first), blocks::alternatingLow(a.second, b.second)};
+  }
+  static TESSARIN_INLINE Pair high(Pair a, Pair b) {
+    return {blocks::alternatingHigh(a.first, b.first), blocks::alternatingHigh(a.second, b.second)};
+  }
+};
+
 #define TESSARIN_SHUFFLE(a, b, ...)                                  \
   Pair {                                                             \
     __builtin_shufflevector((a).first, (b).first, __VA_ARGS__),      \
         __builtin_shufflevector((a).second, (b).second, __VA_ARGS__) \
   }
 
-TESSARIN_INLINE Pair alternatingLow(Pair a, Pair b) {
-  return TESSARIN_SHUFFLE(a, b, 0, 8, 1, 9, 2, 10, 3, 11);
-}
-TESSARIN_INLINE Pair alternatingHigh(Pair a, Pair b) {
-  return TESSARIN_SHUFFLE(a, b, 4, 12, 5, 13, 6, 14, 7, 15);
-}
 TESSARIN_INLINE Pair lowHalves(Pair a, Pair b) {
   return TESSARIN_SHUFFLE(a, b, 0, 1, 2, 3, 8, 9, 10, 11);
 }
@@ -163,22 +159,9 @@ TESSARIN_INLINE void store(Pair low, Pair high, std::uint16_t* first, std::uint1
   __builtin_memcpy(second + 8, &high.second, 16);
 }
 
-TESSARIN_INLINE std::uint32_t nonZeroLanes(Words low, Words high) {
-#ifdef __SSE2__
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i zeros = _mm_packs_epi16(_mm_cmpeq_epi16(reinterpret_cast<__m128i>(low), zero),
-                                        _mm_cmpeq_epi16(reinterpret_cast<__m128i>(high), zero));
-  return ~static_cast<std::uint32_t>(_mm_movemask_epi8(zeros)) & 0xFFFF;
-#else
-  std::uint32_t marks = 0;
-  for (int i = 0; i < 8; ++i)
-    marks |= (low[i] != 0 ? 1U : 0U) << i | (high[i] != 0 ? 256U : 0U) << i;
-  return marks;
-#endif
-}
-
 TESSARIN_INLINE std::uint32_t nonZeroLanes(Pair low, Pair high) {
-  return nonZeroLanes(low.first, high.first) | nonZeroLanes(low.second, high.second) << 16;
+  return blocks::nonZeroLanes(low.first, high.first) | blocks::nonZeroLanes(low.second, high.second)
+                                                           << 16;
 }
 
 TESSARIN_INLINE int largestLane(Pair a) {

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numbers>
 
-#ifdef TESSARIN_AIC_AVX2
-#include <cpuid.h>
-#endif
+#include "tools/blocks/cosineScale.h"
+#include "tools/blocks/processor.h"
 
 namespace tessarin::aic {
 
@@ -49,18 +47,16 @@ constexpr double otherRounding = 0.38;
 }  // namespace
 
 QuantiserTable quantiserTable(int quantiser) {
-  // The transform's output for row and column is the orthonormal coefficient times 8 scale(row)
-  // scale(column).
-  const auto scale = [](int k) {
-    return k == 0 ? 1.0 : std::numbers::sqrt2 * std::cos(k * std::numbers::pi / 16);
-  };
+  // The transform's output for row and column is the orthonormal coefficient times 8
+  // cosineScale(row) cosineScale(column).
   std::array<double, 64> factors = {};
   QuantiserTable table;
   for (int row = 0; row < 8; ++row) {
     for (int column = 0; column < 8; ++column) {
       const auto at = static_cast<unsigned>(8 * column + row);
       const int sixteenths = quantiser * matrix[static_cast<unsigned>(8 * row + column)];
-      const double unit = (8 << QuantiserTable::fractionBits) * scale(row) * scale(column);
+      const double unit = (8 << QuantiserTable::fractionBits) * blocks::cosineScale(row) *
+                          blocks::cosineScale(column);
       const double step = sixteenths / 16.0 * unit;
       const double rounding = at == 0 ? flatRounding : otherRounding;
       const Shortfall shortfall = meanShortfall(sixteenths);
@@ -79,20 +75,12 @@ QuantiserTable quantiserTable(int quantiser) {
   return table;
 }
 
-#ifdef TESSARIN_AIC_AVX2
+#ifdef TESSARIN_AVX2_BUILD
 
 CodeSlice avx2BuildOfSliceCoder();
 
 CodeSlice avx2SliceCoder() {
-  unsigned a = 0;
-  unsigned b = 0;
-  unsigned c = 0;
-  unsigned d = 0;
-  constexpr unsigned lzcntBit = 1U << 5;
-  const bool lzcnt = __get_cpuid(0x80000001, &a, &b, &c, &d) != 0 && (c & lzcntBit) != 0;
-  const bool rest = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                    __builtin_cpu_supports("bmi2");
-  return lzcnt && rest ? avx2BuildOfSliceCoder() : nullptr;
+  return blocks::hasAvx2() ? avx2BuildOfSliceCoder() : nullptr;
 }
 
 #else

@@ -105,7 +105,7 @@ std::size_t codeSlice(const SliceSource& source, const QuantiserTable& table, Sl
                                source.macroblocks, bands[band].groups, largestLane(largest[band])};
     writeBand(values, memory, writer);
   }
-  return writer.finish();
+  return writer.finish(4);
 }
 
 }  // namespace

@@ -1,12 +1,8 @@
 #include "tools/aicenc/encodeStream.h"
 
-#include <optional>
-#include <vector>
-
 #include "tools/quicktime/InterruptGuard.h"
 #include "tools/quicktime/MovieWriter.h"
-#include "tools/streams/Prefetcher.h"
-#include "tools/streams/yuv4mpeg.h"
+#include "tools/streams/FrameQueue.h"
 
 namespace tessarin::aicenc {
 
@@ -40,7 +36,7 @@ quicktime::VideoFormat videoFormat(const yuv4mpeg::Header& header) {
 
 Outcome<std::size_t> encodeStream(const Job& job) {
   yuv4mpeg::Reader reader(job.input);
-  const Outcome<yuv4mpeg::Header> header = reader.readHeader();
+  const Outcome<yuv4mpeg::Header> header = reader.readHeader(yuv4mpeg::Accepted::only8Bits420);
   if (!header)
     return Failure{header.reason()};
   const yuv4mpeg::Header& stream = header.value();
@@ -56,16 +52,8 @@ Outcome<std::size_t> encodeStream(const Job& job) {
   const quicktime::InterruptGuard guard(movie->file().temporaryName());
 
   aic::Encoder encoder(picture, encoderSettings(job, stream));
-  // Reading and encoding do not wait for each other.
-  std::optional<std::string> readFailure;
-  streams::Prefetcher<std::vector<std::uint8_t>> frames(3, [&](std::vector<std::uint8_t>& target) {
-    target.resize(stream.frameSize());
-    const Outcome<bool> read = reader.readFrame(target);
-    if (!read)
-      readFailure = read.reason();
-    return read && read.value();
-  });
-  while (const std::vector<std::uint8_t>* bytes = frames.next()) {
+  yuv4mpeg::FrameQueue frames(reader, stream);
+  while (const auto bytes = frames.next()) {
     const std::uint8_t* frame = bytes->data();
     const std::uint8_t* blueChroma = frame + stream.lumaSize();
     const aic::Picture planes = {frame, blueChroma, blueChroma + stream.chromaSize(), stream.width,
@@ -73,8 +61,8 @@ Outcome<std::size_t> encodeStream(const Job& job) {
     if (!movie->addFrame(encoder.encode(planes)))
       return Failure{movie->failure()};
   }
-  if (readFailure)
-    return Failure{*readFailure};
+  if (frames.failure())
+    return Failure{*frames.failure()};
   if (movie->frameCount() == 0)
     return Failure{"the stream has no frames"};
   const Outcome<bool> finished = movie->finish(true);

@@ -10,7 +10,7 @@
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/quicktime/InterruptGuard.h"
 #include "tools/quicktime/MovieWriter.h"
-#include "tools/streams/Prefetcher.h"
+#include "tools/streams/FrameQueue.h"
 #include "tools/streams/wav.h"
 #include "tools/streams/yuv4mpeg.h"
 
@@ -121,7 +121,7 @@ quicktime::VideoFormat videoFormat(const ExportSettings& settings, const ExportP
 Outcome<bool> encodePictures(yuv4mpeg::Reader& reader, const ExportSettings& settings,
                              const ExportPlan& plan, SoundFeeds& sounds, MovieWriter& movie,
                              ProgressLines& progress) {
-  const Outcome<yuv4mpeg::Header> stream = reader.readHeader();
+  const Outcome<yuv4mpeg::Header> stream = reader.readHeader(yuv4mpeg::Accepted::only8Bits420);
   if (!stream)
     return Failure{stream.reason()};
   const yuv4mpeg::Header& header = stream.value();
@@ -131,17 +131,10 @@ Outcome<bool> encodePictures(yuv4mpeg::Reader& reader, const ExportSettings& set
   aic::EncoderSettings encoderSettings;
   encoderSettings.quantiser = settings.quantiser;
   aic::Encoder encoder({header.width, header.height, settings.interlaced}, encoderSettings);
-  std::optional<std::string> readFailure;
-  streams::Prefetcher<std::vector<std::uint8_t>> frames(3, [&](std::vector<std::uint8_t>& target) {
-    target.resize(header.frameSize());
-    const Outcome<bool> read = reader.readFrame(target);
-    if (!read)
-      readFailure = read.reason();
-    return read && read.value();
-  });
+  yuv4mpeg::FrameQueue frames(reader, header);
   const double frameSeconds = static_cast<double>(plan.frameRate.denominator) /
                               static_cast<double>(plan.frameRate.numerator);
-  while (const std::vector<std::uint8_t>* bytes = frames.next()) {
+  while (const auto bytes = frames.next()) {
     const std::uint8_t* luma = bytes->data();
     const std::uint8_t* chroma = luma + header.lumaSize();
     const aic::Picture picture = {luma, chroma, chroma + header.chromaSize(), header.width,
@@ -156,8 +149,8 @@ Outcome<bool> encodePictures(yuv4mpeg::Reader& reader, const ExportSettings& set
     }
     progress.reached(seconds);
   }
-  if (readFailure)
-    return Failure{*readFailure};
+  if (frames.failure())
+    return Failure{*frames.failure()};
   return true;
 }
 

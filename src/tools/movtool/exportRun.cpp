@@ -47,7 +47,7 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) 
   if (!run)
     return Failure{run.reason()};
   yuv4mpeg::Reader reader(run->output());
-  const Outcome<yuv4mpeg::Header> header = reader.readHeader();
+  const Outcome<yuv4mpeg::Header> header = reader.readHeader(yuv4mpeg::Accepted::only8Bits420);
   run->readOutput();
   const Outcome<bool> finished = run->finish();
   if (!finished)

@@ -38,13 +38,38 @@ std::optional<quicktime::FieldOrder> fieldOrder(std::string_view letter) {
   return std::nullopt;
 }
 
-// The places of the chroma samples differ between the variants; a codec leaves them where they are.
-bool isUsualChroma(std::string_view name) {
-  return name == "420" || name == "420jpeg" || name == "420mpeg2" || name == "420paldv";
+struct Pixels {
+  std::string_view name;
+  blocks::Sampling sampling;
+  int bits;
+  bool chromaOnLines = false;
+};
+// Where samples of chroma lie beside those of luma is left as it is.
+constexpr Pixels knownPixels[] = {
+    {"420", blocks::Sampling::yuv420, 8},      {"420jpeg", blocks::Sampling::yuv420, 8},
+    {"420mpeg2", blocks::Sampling::yuv420, 8}, {"420paldv", blocks::Sampling::yuv420, 8, true},
+    {"422", blocks::Sampling::yuv422, 8},      {"444", blocks::Sampling::yuv444, 8},
+    {"420p10", blocks::Sampling::yuv420, 10},  {"422p10", blocks::Sampling::yuv422, 10},
+    {"444p10", blocks::Sampling::yuv444, 10}};
+
+std::optional<std::string> applyPixels(std::string_view name, Accepted accepted, Header& header) {
+  const bool only420 = accepted == Accepted::only8Bits420;
+  const auto* const pixels =
+      std::find_if(std::begin(knownPixels), std::end(knownPixels),
+                   [name](const Pixels& known) { return known.name == name; });
+  if (pixels == std::end(knownPixels) ||
+      (only420 && (pixels->bits != 8 || pixels->sampling != blocks::Sampling::yuv420)))
+    return std::string(only420 ? "only 8 bits 4:2:0"
+                               : "only 4:2:0, 4:2:2 and 4:4:4 of 8 or 10 bits") +
+           " can be taken, and this is C" + std::string(name);
+  header.sampling = pixels->sampling;
+  header.bits = pixels->bits;
+  header.chromaOnLines = pixels->chromaOnLines;
+  return std::nullopt;
 }
 
 // Takes one word of the header; answers why it cannot.
-std::optional<std::string> applyWord(std::string_view word, Header& header) {
+std::optional<std::string> applyWord(std::string_view word, Accepted accepted, Header& header) {
   const std::string_view value = word.substr(1);
   switch (word.front()) {
     case 'W':
@@ -76,9 +101,7 @@ std::optional<std::string> applyWord(std::string_view word, Header& header) {
       break;
     }
     case 'C':
-      if (!isUsualChroma(value))
-        return "only 8 bits 4:2:0 can be taken, and this is C" + std::string(value);
-      break;
+      return applyPixels(value, accepted, header);
     case 'X':
       // Decoders take the movie's luma for that of television, 16 to 235.
       if (value == "COLORRANGE=FULL")
@@ -92,15 +115,23 @@ std::optional<std::string> applyWord(std::string_view word, Header& header) {
 
 }  // namespace
 
+std::size_t Header::lumaStride() const {
+  return static_cast<std::size_t>(width) * (bits > 8 ? 2 : 1);
+}
+
+std::size_t Header::chromaStride() const {
+  return static_cast<std::size_t>(chromaWidth(sampling, width)) * (bits > 8 ? 2 : 1);
+}
+
 std::size_t Header::lumaSize() const {
-  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  return lumaStride() * static_cast<std::size_t>(height);
 }
 
 std::size_t Header::chromaSize() const {
-  return static_cast<std::size_t>((width + 1) / 2) * static_cast<std::size_t>((height + 1) / 2);
+  return chromaStride() * static_cast<std::size_t>(chromaHeight(sampling, height));
 }
 
-Outcome<Header> parseHeader(std::string_view line) {
+Outcome<Header> parseHeader(std::string_view line, Accepted accepted) {
   constexpr std::string_view magic = "YUV4MPEG2";
   if (!line.starts_with(magic) || (line.size() > magic.size() && line[magic.size()] != ' '))
     return Failure{"this is no YUV4MPEG2 stream"};
@@ -109,7 +140,7 @@ Outcome<Header> parseHeader(std::string_view line) {
   while (!line.empty()) {
     const std::size_t blank = std::min(line.find(' '), line.size());
     if (blank > 0) {
-      if (const auto problem = applyWord(line.substr(0, blank), header))
+      if (const auto problem = applyWord(line.substr(0, blank), accepted, header))
         return Failure{*problem};
     }
     line.remove_prefix(std::min(blank + 1, line.size()));
@@ -118,19 +149,19 @@ Outcome<Header> parseHeader(std::string_view line) {
     return Failure{"the stream does not say its picture size"};
   // Memory is taken by these numbers.
   constexpr int largestSide = 16384;
-  constexpr std::size_t mostPixels = 128U << 20;
-  if (header.width > largestSide || header.height > largestSide || header.lumaSize() > mostPixels)
+  constexpr std::size_t mostBytes = 192U << 20;
+  if (header.width > largestSide || header.height > largestSide || header.frameSize() > mostBytes)
     return Failure{"the stream's pictures are too large"};
   return header;
 }
 
-Outcome<Header> Reader::readHeader() {
+Outcome<Header> Reader::readHeader(Accepted accepted) {
   const Outcome<std::string> line = source_.readLine();
   if (!line)
     return Failure{line.reason()};
   if (line.value().empty())
     return Failure{emptyStream};
-  return parseHeader(line.value());
+  return parseHeader(line.value(), accepted);
 }
 
 Outcome<bool> Reader::readFrame(std::span<std::uint8_t> frame) {

@@ -1,8 +1,8 @@
-#include "tools/aic/WorkerPool.h"
+#include "tools/blocks/WorkerPool.h"
 
 #include <system_error>
 
-namespace tessarin::aic {
+namespace tessarin::blocks {
 
 WorkerPool::WorkerPool(int threads) {
   for (int worker = 1; worker < threads; ++worker) {
@@ -69,4 +69,4 @@ void WorkerPool::takeTasks(int worker) {
   }
 }
 
-}  // namespace tessarin::aic
+}  // namespace tessarin::blocks

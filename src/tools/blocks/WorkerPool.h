@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-namespace tessarin::aic {
+namespace tessarin::blocks {
 
 class WorkerPool {
  public:
@@ -41,4 +41,4 @@ class WorkerPool {
   bool ending_ = false;
 };
 
-}  // namespace tessarin::aic
+}  // namespace tessarin::blocks
