@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "classShared/HexData.h"
 #include "support/LogCapture.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -120,27 +118,6 @@ TEST(HexData, findsPatternsAcrossThePiecesOfAFile) {
   // The file ends exactly where a piece does.
   const OpenFile file(folder.write("none", std::string(piece, '.')));
   EXPECT_EQ(offsetOfData_NSFileHandle(file.descriptor(), pattern), notFound);
-}
-
-TEST(HexData, agreesWithAPlainScan) {
-  // All texts of up to eight letters out of two, all patterns of up to three.
-  const auto spell = [](unsigned code, unsigned length) {
-    std::string text;
-    for (unsigned bit = 0; bit < length; ++bit)
-      text += (code >> bit & 1U) != 0 ? 'b' : 'a';
-    return text;
-  };
-  for (unsigned length = 0; length <= 8; ++length)
-    for (unsigned code = 0; code < 1U << length; ++code)
-      for (unsigned patternLength = 1; patternLength <= 3; ++patternLength)
-        for (unsigned patternCode = 0; patternCode < 1U << patternLength; ++patternCode) {
-          const std::string text = spell(code, length);
-          const std::string pattern = spell(patternCode, patternLength);
-          const auto found = std::search(text.begin(), text.end(), pattern.begin(), pattern.end());
-          const std::uint64_t expected =
-              found == text.end() ? notFound : static_cast<std::uint64_t>(found - text.begin());
-          ASSERT_EQ(offsetOfData(text, pattern), expected) << text << " " << pattern;
-        }
 }
 
 }  // namespace

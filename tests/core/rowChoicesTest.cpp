@@ -85,21 +85,6 @@ TEST_F(RowChoicesTest, WhatIsNotPossibleBecomesTheNearestThatIs) {
   }
 }
 
-TEST_F(RowChoicesTest, AValidChoiceStays) {
-  for (const int size : {4, 5, 6, 7, 8, 9, 10, 11, 12})
-    for (const double fps : {24.0, 25.0, 50.0, 59.94})
-      for (const bool progressive : {true, false})
-        for (const int speed : {speedKeep, speedHalf, speedSlow}) {
-          Dico entry = entryOf(1920, 1080, fps, progressive, size, speed);
-          const auto once = validSizeAndSpeed(entry);
-          entry.set(BatchKey::sizeOut, once.sizeOut);
-          entry.set(BatchKey::fps, once.speed);
-          const auto twice = validSizeAndSpeed(entry);
-          EXPECT_EQ(once.sizeOut, twice.sizeOut) << size << " " << fps << " " << speed;
-          EXPECT_EQ(once.speed, twice.speed) << size << " " << fps << " " << speed;
-        }
-}
-
 TEST_F(RowChoicesTest, ARefusedTargetMovesToOneThatIsAllowed) {
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, false, size1080i50, speedKeep, outQuickTime)),
             outProres);

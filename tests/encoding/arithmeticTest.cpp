@@ -80,13 +80,6 @@ TEST_F(Arithmetic, roundsToDecimals) {
   EXPECT_TRUE(log_.has("nbArrondi            : -1.000000"));
 }
 
-TEST_F(Arithmetic, cutsToDecimals) {
-  EXPECT_EQ(nbTrimmed(2.99, 0), 2);
-  EXPECT_EQ(nbTrimmed(-2.99, 0), -2);
-  EXPECT_EQ(nbTrimmed(1.7777, 2), 1.77F);
-  EXPECT_EQ(nbTrimmed(-1.7777, 2), -1.77F);
-}
-
 TEST_F(Arithmetic, namesAspectRatios) {
   const std::pair<double, const char*> cases[] = {
       {1.7777, "16:9"}, {1.76, "16:9"}, {1.3333, "4:3"},    {1.5, "3:2"},   {2.35, "47:20"},
@@ -97,15 +90,6 @@ TEST_F(Arithmetic, namesAspectRatios) {
   EXPECT_EQ(float2FractionStr(std::numeric_limits<double>::quiet_NaN()), "1:1");
   EXPECT_EQ(float2FractionStr(std::numeric_limits<double>::infinity()), "1:1");
   EXPECT_TRUE(log_.has("float2FractionStr : 47:20 (<-2.350)"));
-}
-
-TEST_F(Arithmetic, reducesFractionsByTheirSmallFactors) {
-  using Pair = std::pair<std::int64_t, std::int64_t>;
-  EXPECT_EQ(fractionReduced(1920, 1080), Pair(16, 9));
-  EXPECT_EQ(fractionReduced(0, 0), Pair(1, 1));
-  EXPECT_EQ(fractionReduced(0, 1000), Pair(0, 1));
-  EXPECT_EQ(fractionReduced(2431, 1547), Pair(11, 7));
-  EXPECT_EQ(fractionReduced(38, 19), Pair(38, 19)) << "19 is not tried";
 }
 
 }  // namespace

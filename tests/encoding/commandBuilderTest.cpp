@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "analysis/SourceInfo.h"
-#include "classShared/TextAdditions.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/outputPreset.h"
@@ -118,17 +117,6 @@ TEST_F(CommandBuilderTest, SlowsDownByFields) {
   EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
 }
 
-TEST_F(CommandBuilderTest, ReadsTheRateAsARateOfFields) {
-  EXPECT_EQ(rateOf(jobOf("TFF", 30, 12)), "25/1") << "as required, though it looks odd";
-  EXPECT_EQ(rateOf(jobOf("TFF", 50, 12)), "25/1");
-  EXPECT_EQ(rateOf(jobOf("TFF", 59.94, 12)), "30000/1001");
-  EXPECT_EQ(rateOf(jobOf("TFF", 100, 12)), "25/1");
-  EXPECT_EQ(rateOf(jobOf("TFF", 101, 12)), "30000/1001");
-  Dico rateless = jobOf("TFF", 50, 12);
-  rateless.remove(SourceKey::v0Fps);
-  EXPECT_EQ(rateOf(rateless), "25/1");
-}
-
 TEST_F(CommandBuilderTest, ScalesToTheRowOrKeepsTheSize) {
   Dico job = jobOf("TFF", 25, 4);
   EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=960:540");
@@ -180,40 +168,6 @@ TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute
   const Arguments mute = argumentsOf(outProres, job);
   for (const char* option : {"-c:a", "-ac", "-async"})
     EXPECT_THAT(mute, Not(Contains(option)));
-}
-
-// Whatever the job: a command that ffmpeg can read.
-TEST_F(CommandBuilderTest, EveryJobGivesAWellFormedCommand) {
-  for (const char* fields : {"PFF", "TFF", "BFF"})
-    for (const double fps : {0.0, 24.0, 25.0, 29.97, 50.0, 59.94, 100.0})
-      for (int row = -1; row < 13; ++row)
-        for (int speed = speedKeep; speed <= speedSlow; ++speed)
-          for (int out = outQuickTime; out <= outProres; ++out) {
-            Dico job = jobOf(fields, fps, row);
-            job.set(JobKey::speed, speed);
-            if (row < 0)
-              job.remove(JobKey::sizeOut);
-            const auto command = encodage(out, job, "apcn");
-            ASSERT_TRUE(command);
-            const Arguments& line = command->arguments;
-            SCOPED_TRACE(joinTexts(line, " "));
-            const auto count = [&line](const char* option) {
-              return std::count(line.begin(), line.end(), option);
-            };
-            const auto input = std::find(line.begin(), line.end(), "-i");
-            ASSERT_LT(std::find(line.begin(), line.end(), "-fflags"), input);
-            for (const char* option : {"-vsync", "-c:v", "-vf", "-r", "-ac", "-movflags"}) {
-              ASSERT_LE(count(option), 1);
-              ASSERT_GT(std::find(line.begin(), line.end(), option), input);
-            }
-            ASSERT_EQ(line[line.size() - 2] + " " + line.back(), "-y /movies/00001.mov");
-            ASSERT_EQ(count(""), 0);
-            const std::string codec = valueOf(line, "-c:v");
-            ASSERT_EQ(count("-r"), codec == "copy" ? 0 : 1);
-            ASSERT_EQ(count("-threads"), codec == "copy" ? 0 : 1);
-            ASSERT_TRUE(codec != "copy" || count("-vf") == 0);
-            ASSERT_EQ(command->writesProres, codec == "prores");
-          }
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "analysis/SourceInfo.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
@@ -81,27 +79,6 @@ TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
                 {{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), info}}, softNone),
             5);
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
-}
-
-const int widths[] = {0, 320, 640, 720, 960, 1280, 1440, 1920, 3840};
-const int heights[] = {0, 240, 480, 540, 576, 720, 1080, 2160};
-const double rates[] = {
-    0,    14.985, 23.976, 25, 29.97, 30,    31,
-    31.1, 50,     59.94,  60, 100,   1e300, std::numeric_limits<double>::quiet_NaN()};
-
-TEST_F(OutputPresetTest, EverySourceGetsASizeAndKeepsIt) {
-  for (const int width : widths)
-    for (const int height : heights)
-      for (const char* scan : {"p", "i"})
-        for (const double rate : rates)
-          for (int soft = softNone; soft <= 3; ++soft) {
-            const Dico entry = entryOf(width, height, scan, rate);
-            const int row = presetAutoComputedFromSrc(entry, soft);
-            ASSERT_TRUE(row >= firstConcreteRow && row <= 12)
-                << width << "x" << height << scan << rate << " soft " << soft << ": " << row;
-            ASSERT_TRUE(presetIsCompliant(row, soft));
-            ASSERT_EQ(presetAutoComputedFromSrc(withRow(entry, row), soft), row);
-          }
 }
 
 TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {

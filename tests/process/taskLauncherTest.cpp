@@ -105,16 +105,6 @@ TEST(TaskLauncherTest, piecesThatAreNotAsciiAreDroppedAsTextAndKeptAsData) {
   }
 }
 
-TEST(TaskLauncherTest, aLineMayArriveInPieces) {
-  const test::ScopedTemporaryFolder folder;
-  LauncherRun run;
-  ASSERT_EQ(run.launch({childPath("childSplit"), folder.file("go")}), 0);
-  ASSERT_TRUE(run.receives("frame=1"));
-  folder.write("go", "");
-  EXPECT_TRUE(run.ends());
-  EXPECT_THAT(run.recorder.pieces, ElementsAre("frame=1 time=00:00:", "01.00 bitrate=1\n"));
-}
-
 TEST(TaskLauncherTest, floodsOnBothStreamsArriveWholeInPiecesOfBoundedSize) {
   LauncherRun run;
   ASSERT_EQ(run.runToEnd({childPath("childFlood"), "5000000"}), 0);
@@ -123,14 +113,6 @@ TEST(TaskLauncherTest, floodsOnBothStreamsArriveWholeInPiecesOfBoundedSize) {
   EXPECT_EQ(count(run.recorder.text, 'e'), 5000000U);
   for (const std::string& piece : run.recorder.pieces)
     ASSERT_LE(piece.size(), 65536U);
-}
-
-TEST(TaskLauncherTest, whatWasWrittenRightBeforeTheExitIsDeliveredBeforeTheEnd) {
-  for (int round = 0; round < 20; ++round) {
-    LauncherRun run;
-    run.runToEnd({childPath("childFlood"), "60000"});
-    ASSERT_EQ(run.recorder.text.size(), 120000U);
-  }
 }
 
 TEST(TaskLauncherTest, aCommandThatClosedItsStreamsIsWaitedForWithoutProcessorTime) {
