@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "classShared/TextAdditions.h"
-#include "encoding/outputPreset.h"
+#include "encoding/sizes.h"
 #include "tools/aic/aicEncoder.h"
 #include "utils/files.h"
 
@@ -43,19 +43,14 @@ struct Size {
   }
 };
 
-// The sizes of a row: one for each rate in "(24|25|30 fps)", and one that keeps the source's.
-std::vector<Size> sizesOf(const std::string& label) {
-  Size size;
-  size.frame = presetFrameSize(label);
-  const auto rates = textBetween(label, "(", " fps)");
-  if (size.frame.width == 0 || !rates)
+// The sizes of a row: one for each of its rates, and one that keeps the source's.
+std::vector<Size> sizesOf(const SizeRow& row) {
+  if (!row.isSize())
     return {};
-  size.interlaced = contains(label, " i (");
-  std::vector<Size> sizes = {size};
-  for (const std::string_view rate : split(*rates, "|")) {
-    size.rate = std::string(trimmed(rate));
-    sizes.push_back(size);
-  }
+  std::vector<Size> sizes = {{row.frame, row.isInterlaced(), ""}};
+  for (const int rate : row.rates)
+    if (rate != 0)
+      sizes.push_back({row.frame, row.isInterlaced(), std::to_string(rate)});
   return sizes;
 }
 
@@ -86,8 +81,8 @@ bool writePresets(const std::string& folder) {
   if (!mkdir(folder))
     return false;
   std::set<std::string> written;
-  for (const std::string& label : presetSizesList(false)) {
-    for (const Size& size : sizesOf(label)) {
+  for (const SizeRow& row : sizeRows()) {
+    for (const Size& size : sizesOf(row)) {
       for (const Kind& kind : kinds) {
         for (const bool letterbox : {false, true}) {
           const std::string name =

@@ -71,16 +71,14 @@ class JsonReporter final : public Reporter {
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
-    Json event{
-        {"event", "analysed"},
-        {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-        {"progressive", isSourceProgressive(row)},
-        {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
-        {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
-        {"size", trimmed(presetShortLabel(
-                     presetLabel(row.integer(BatchKey::sizeOut).value_or(-1)).value_or("")))},
-        {"record", info},
-        {"remarks", movie ? movie->remarks : remarkTexts(*row.dico(BatchKey::dico))}};
+    Json event{{"event", "analysed"},
+               {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+               {"progressive", isSourceProgressive(row)},
+               {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
+               {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
+               {"size", trimmed(presetShortLabel(row.integer(BatchKey::sizeOut).value_or(-1)))},
+               {"record", info},
+               {"remarks", movie ? movie->remarks : remarkTexts(*row.dico(BatchKey::dico))}};
     if (movie)
       event["movie"] = jsonOfMovie(*movie);
     tell(event);

@@ -215,10 +215,11 @@ bool Session::chooseTarget(int row) {
   wish.speed = app_.interface.easy.selected() == 1 ? speedKeep : app_.interface.speed.selected();
   if (size >= firstConcreteRow)
     wish.sizeOut = size;
-  const int soft = size == rowSameAsSource ? softNone : app_.interface.editingSoft.selected();
-  const auto choice = nearestChoice(entry, wish, soft);
+  const Application application =
+      size == rowSameAsSource ? Application::any : app_.interface.application();
+  const auto choice = nearestChoice(entry, wish, application);
   if (!choice) {
-    problem(table.sourcePath(row), refusalOfWish(entry, wish, soft));
+    problem(table.sourcePath(row), refusalOfWish(entry, wish, application));
     table.setValue(row, BatchKey::out, wish.target);
     return false;
   }

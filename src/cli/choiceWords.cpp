@@ -47,14 +47,14 @@ const char* speedWord(std::int64_t speed) {
   }
 }
 
-std::string refusalOfWish(const Dico& row, const Wish& wish, int soft) {
+std::string refusalOfWish(const Dico& row, const Wish& wish, Application application) {
   Dico asked = row;
   asked.set(BatchKey::out, wish.target);
   const std::string reason = refusalOf(asked, hasExportTool()).value_or("");
   const Dico* source = row.dico(BatchKey::dico);
   const double fps = source ? source->number(SourceKey::v0Fps).value_or(0) : 0;
   std::vector<std::string> possible;
-  for (const Alternative& alternative : alternatives(row, wish, soft))
+  for (const Alternative& alternative : alternatives(row, wish, application))
     possible.push_back(words(alternative, fps));
   return possible.empty()
              ? reason

@@ -13,6 +13,6 @@ const char* speedWord(std::int64_t speed);    // "half"
 
 // Why the row cannot be what is wished, and what would be possible instead: "…; possible here: aic;
 // prores with --size 720p25".
-std::string refusalOfWish(const Dico& row, const Wish& wish, int soft);
+std::string refusalOfWish(const Dico& row, const Wish& wish, Application application);
 
 }  // namespace tessarin::cli

@@ -10,7 +10,7 @@
 #include "cli/sources.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/sizes.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -32,18 +32,28 @@ const Names& speeds() {
 
 // Segments of the editing-application selector.
 const Names& applications() {
-  static const Names names{{"quicktime", 0}, {"imovie", 1}, {"finalcut", 2}, {"50p60p", 3}};
+  static const Names names = [] {
+    Names made;
+    for (const ApplicationRow& row : applicationTable)
+      made.emplace(row.word, static_cast<int>(made.size()));
+    return made;
+  }();
   return names;
 }
 
-// Rows of presetSizesList. A row stands for its rates of both the PAL and the NTSC family.
+// Rows of the sizes. A row stands for its rates of both the PAL and the NTSC family.
 const Names& sizes() {
-  static const Names names{
-      {"auto", 0},       {"same", 1},       {"540p25", 4},     {"540p30", 4},     {"720p24", 5},
-      {"720p25", 5},     {"720p30", 5},     {"720p50", 6},     {"720p60", 6},     {"hdv1080p24", 7},
-      {"hdv1080p25", 7}, {"hdv1080p30", 7}, {"hdv1080p50", 8}, {"hdv1080p60", 8}, {"hdv1080i50", 9},
-      {"hdv1080i60", 9}, {"1080p24", 10},   {"1080p25", 10},   {"1080p30", 10},   {"1080p50", 11},
-      {"1080p60", 11},   {"1080i50", 12},   {"1080i60", 12}};
+  static const Names names = [] {
+    Names made{{"auto", rowSameAsSourceForSoft}, {"same", rowSameAsSource}};
+    int index = 0;
+    for (const SizeRow& row : sizeRows()) {
+      for (const int rate : row.rates)
+        if (rate != 0)
+          made.emplace(row.nameAt(rate), index);
+      ++index;
+    }
+    return made;
+  }();
   return names;
 }
 

@@ -355,14 +355,16 @@ void AnalysisQueue::completeThumbnail(SourceInfo info) {
 void AnalysisQueue::appendRow(SourceInfo info) {
   info.set(RowInfoKey::prefSurrond, interface_.surround.isChecked() ? 1 : 0);
   RowChoices choices;
-  choices.out = interface_.editingSoft.selected();
+  const int segment = interface_.editingSoft.selected();
+  choices.out = applicationTable[static_cast<std::size_t>(segment)].firstTarget;
   choices.speed = interface_.easy.selected() == 1 ? speedKeep : interface_.speed.selected();
   choices.sizeOut = interface_.sizeOut.selected();
   const std::string path = info.textOrEmpty(RowInfoKey::srcPathStr);
   Dico row = newRow(info, path, choices);
   if (choices.sizeOut <= rowSameAsSource) {
-    const int soft = choices.sizeOut == rowSameAsSource ? softNone : choices.out;
-    row.set(BatchKey::sizeOut, presetAutoComputedFromSrc(row, soft));
+    const Application application =
+        choices.sizeOut == rowSameAsSource ? Application::any : interface_.application();
+    row.set(BatchKey::sizeOut, presetAutoComputedFromSrc(row, application));
   }
   if (debugMode())
     debugFormat("md                  : {}", row.description());

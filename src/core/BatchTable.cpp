@@ -108,11 +108,12 @@ bool BatchTable::computeSize(Dico& entry, int row) const {
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
   debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);
   // The separator and the heading are no sizes.
-  if (asked >= firstConcreteRow && presetLabel(asked))
+  if (asked >= firstConcreteRow && sizeRow(asked))
     return true;
   entry.set(BatchKey::fps, speedKeep);
-  const int soft = asked == rowSameAsSource ? softNone : interface_.editingSoft.selected();
-  const PresetChoice choice = choosePreset(entry, soft);
+  const Application application =
+      asked == rowSameAsSource ? Application::any : interface_.application();
+  const PresetChoice choice = choosePreset(entry, application);
   if (!choice.alertTitle.empty() && (choice.row < 0 || debugMode()))
     services_.alerts.show({choice.alertTitle, choice.alertText});
   if (choice.row < firstConcreteRow) {
@@ -137,15 +138,13 @@ bool BatchTable::iba_outSpeedCell(int row) {
   if (!computeSize(entry, row))
     return false;
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
-  debugFormat("sizeOutCurrentInt   : {} ({})", asked,
-              presetShortLabel(presetLabel(asked).value_or("")));
+  debugFormat("sizeOutCurrentInt   : {} ({})", asked, presetShortLabel(asked));
 
   debugFormat("iba_out… speed pre  : {}", entry.integer(BatchKey::fps).value_or(speedKeep));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
   debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
   if (valid.sizeOut != asked)
-    debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut,
-                presetShortLabel(presetLabel(valid.sizeOut).value_or("")));
+    debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut, presetShortLabel(valid.sizeOut));
   entry.set(BatchKey::sizeOut, valid.sizeOut);
   entry.set(BatchKey::fps, valid.speed);
   debugFormat("iba_out… speed post = {}", valid.speed);
@@ -241,7 +240,7 @@ std::string BatchTable::whyNotOut(int row, int target) const {
   const Wish wish{target, static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1)),
                   static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep))};
   std::optional<Choice> possible;
-  for (const Alternative& each : alternatives(entry, wish, interface_.editingSoft.selected()))
+  for (const Alternative& each : alternatives(entry, wish, interface_.application()))
     if (each.choice.target == target)
       possible = each.choice;
   return reason + "\n" + possibleWith(row, possible);
@@ -251,22 +250,22 @@ std::string BatchTable::whyNotSpeed(int row, int speed) const {
   const Dico& entry = this->row(row);
   if (speedPermissions(entry).at(static_cast<std::size_t>(speed)))
     return {};
-  return possibleWith(row, choiceWithSpeed(entry, speed, interface_.editingSoft.selected()));
+  return possibleWith(row, choiceWithSpeed(entry, speed, interface_.application()));
 }
 
 std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
   const Dico& entry = this->row(row);
   debugFormat("tableView           : cell from sizeOut, value : {}",
               entry.integer(BatchKey::sizeOut).value_or(-1));
-  const int soft = interface_.editingSoft.selected();
-  const int best = presetAutoComputedFromSrc(entry, soft);
-  const auto& labels = presetSizesList(false);
-  const auto& images = presetSizesList(true);
+  const Application application = interface_.application();
+  const int best = presetAutoComputedFromSrc(entry, application);
   std::vector<PopUpButton::Item> items;
-  for (std::size_t size = 0; size < labels.size(); ++size) {
-    const int index = static_cast<int>(size);
-    const char* colour = index == best ? "green" : presetIsCompliant(index, soft) ? "black" : "red";
-    items.push_back({labels[size], images[size], colour, "silver"});
+  for (const SizeRow& size : sizeRows()) {
+    const int index = static_cast<int>(items.size());
+    const char* colour = index == best                           ? "green"
+                         : presetIsCompliant(index, application) ? "black"
+                                                                 : "red";
+    items.push_back({size.label, size.image, colour, "silver"});
   }
   return items;
 }

@@ -1,11 +1,18 @@
 #include "core/Interface.h"
 
 #include "core/Popup.h"
-#include "encoding/outputPreset.h"
+#include "encoding/sizes.h"
 
 namespace tessarin {
 
 namespace {
+
+std::vector<SegmentedControl::Segment> applications() {
+  std::vector<SegmentedControl::Segment> segments;
+  for (const ApplicationRow& row : applicationTable)
+    segments.push_back({row.label, "", true});
+  return segments;
+}
 
 std::vector<SegmentedControl::Segment> labelled(std::initializer_list<const char*> labels) {
   std::vector<SegmentedControl::Segment> segments;
@@ -17,7 +24,7 @@ std::vector<SegmentedControl::Segment> labelled(std::initializer_list<const char
 }  // namespace
 
 Interface::Interface()
-    : editingSoft(labelled({"QuickTime", "iMovie", "Final Cut Pro", "50p/60p"}), 2),
+    : editingSoft(applications(), 2),
       speed(labelled({"Full", "Half", "Slow"}), 0),
       easy(labelled({"expert", "easy"}), 1),
       colour(labelled({"light", "dark", "Hud"}), 0),

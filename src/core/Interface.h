@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/controls.h"
+#include "encoding/applications.h"
 
 namespace tessarin {
 
@@ -21,8 +22,11 @@ enum StopSegment { pauseSegment = 0, stopSegment = 1 };
 struct Interface {
   Interface();
 
+  // That of the selected segment.
+  Application application() const { return applicationOf(editingSoft.selected()); }
+
   // Choices for new rows.
-  SegmentedControl editingSoft;  // 0 QuickTime, 1 iMovie, 2 Final Cut Pro, 3 50p/60p
+  SegmentedControl editingSoft;  // the segments of applicationTable
   PopUpButton sizeOut;           // the rows of presetSizesList; 0 and 1 are the automatic ones
   SegmentedControl speed;        // 0 full, 1 half, 2 slow
   SegmentedControl easy;         // 1: the speed choice is not used

@@ -23,15 +23,15 @@ namespace {
 // The rate of the movie as the names of the settings have it: 24, 25, 30, 50 or 60 whole pictures a
 // second, also where each is made of two fields; "" for that of the source, where the row has no
 // such rate.
-std::string exportRate(std::string_view label, int sourceRate) {
+std::string exportRate(const SizeRow& size, int sourceRate) {
   const bool isFilm = sourceRate == 24 || sourceRate == 48;
   // 15 pictures a second, as photo cameras take them, are each shown twice.
   const bool isNtsc =
       isFilm || sourceRate == 15 || sourceRate == 30 || sourceRate == 60 || sourceRate == 120;
-  if (contains(label, "p50"))
+  if (size.family == RateFamily::p50)
     return isNtsc ? "60" : "50";
-  if (isFilm && !contains(label, "i50"))
-    return contains(label, "24|") ? "24" : "";
+  if (isFilm && !size.isInterlaced())
+    return size.hasRate(24) ? "24" : "";
   return isNtsc ? "30" : "25";
 }
 
@@ -46,14 +46,13 @@ double displayRatio(const Dico& job) {
 }
 
 std::string exportPresetName(const Dico& job, std::string_view prefProres) {
-  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
-  const FrameSize size = label ? presetFrameSize(*label) : FrameSize();
-  if (size.width == 0)
+  const SizeRow* size = sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
+  if (size == nullptr || !size->isSize())
     return {};
-  const char* scan = contains(*label, "i50") ? "i" : "p";
-  const std::string rate = exportRate(*label, roundedFps(job));
+  const char* scan = size->isInterlaced() ? "i" : "p";
+  const std::string rate = exportRate(*size, roundedFps(job));
   const bool isNarrow = std::abs(displayRatio(job) - 4.0 / 3.0) <= 0.1;
-  std::string name = fmt::format("{}x{}", size.width, size.height);
+  std::string name = fmt::format("{}x{}", size->frame.width, size->frame.height);
   debugFormat("presetStr (size)    : {}", name);
   name += scan;
   debugFormat("presetStr (i|p)     : {}", name);

@@ -90,7 +90,7 @@ double exportedRate(std::string_view settings, double sourceRate) {
 
 void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast& movie) {
   const Dico& job = plan.job;
-  const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
+  const SizeRow* chosen = sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
   const bool hasFields = !isSourceProgressive(job);
   const double sourceRate = job.number(SourceKey::v0Fps).value_or(0) / (hasFields ? 2 : 1);
   if (isQuickTimeCopy(job)) {
@@ -104,7 +104,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   }
   const bool isProres = job.integer(JobKey::out) == outProres;
   movie.codec = isProres ? "prores" : "icod";
-  movie.isInterlaced = contains(label, "i50");
+  movie.isInterlaced = isOf(chosen, RateFamily::i50);
   const std::string rate = optionOf(plan.command.arguments, "-r");
   if (plan.command.writesProres) {
     // It has no 4444.
@@ -117,7 +117,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   }
   if (isProres)
     movie.flavour = flavourOf(prefProres).name;
-  const FrameSize size = presetFrameSize(label);
+  const FrameSize size = chosen ? chosen->frame : FrameSize();
   movie.width = size.width;
   movie.height = size.height;
   // What the export reads has the rate of the command, or is slowed before.

@@ -24,6 +24,10 @@ namespace {
 
 enum class FilterPlace { first, last };
 
+const SizeRow* sizeOf(const Dico& job) {
+  return sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
+}
+
 // Puts a filter before or behind the command's filters; a command without any gets it alone. Stream
 // copies have no filters and no "-r".
 void addFilter(Arguments& arguments, const std::string& filter, FilterPlace place) {
@@ -40,10 +44,10 @@ void addFilter(Arguments& arguments, const std::string& filter, FilterPlace plac
 
 // Sees to it that the fields of the movie have the order that it claims.
 void correctFields(const Dico& job, EncodingCommand& command) {
-  const std::string label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1)).value_or("");
   const bool hasFields = !isSourceProgressive(job);
   const auto codec = std::find(command.arguments.begin(), command.arguments.end(), "mpeg4");
-  const bool isIntermediate = codec != command.arguments.end() && contains(label, "i50");
+  const bool isIntermediate =
+      codec != command.arguments.end() && isOf(sizeOf(job), RateFamily::i50);
   if (isIntermediate) {
     // Told that there are fields, the codec carries their order to the export.
     command.arguments.insert(codec + 1, {"-flags", "+ildct+ilme"});
@@ -70,9 +74,9 @@ void correctEncoder(const Dico& job, EncodingCommand& command) {
     return;
   const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
   const bool isScaled = filters != arguments.end() && contains(*(filters + 1), "scale=");
-  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
-  const int lines = isScaled && label
-                        ? presetFrameSize(*label).height
+  const SizeRow* size = sizeOf(job);
+  const int lines = isScaled && size
+                        ? size->frame.height
                         : static_cast<int>(job.integer(SourceKey::v0Height).value_or(0));
   *codec = proresEncoder(hasFields, lines);
 }
@@ -87,12 +91,13 @@ void nameColours(const Dico& job, EncodingCommand& command) {
   constexpr int mostStandardLines = 576;
   const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
   if (option != arguments.end() && height <= mostStandardLines && !isWide(colours))
-    for (const char* scale :
-         {"scale=960:540", "scale=1280:720", "scale=1440:1080", "scale=1920:1080"}) {
+    for (const SizeRow& size : sizeRows()) {
+      const std::string scale = fmt::format("scale={}:{}", size.frame.width, size.frame.height);
+      const std::string converted = fmt::format("{}:out_color_matrix=bt709", scale);
       std::string& filters = *(option + 1);
-      if (!contains(filters, scale))
-        continue;
-      filters = replaceAll(filters, scale, std::string(scale) + ":out_color_matrix=bt709");
+      if (!contains(filters, scale) || contains(filters, converted))
+        continue;  // rows share their frames
+      filters = replaceAll(filters, scale, converted);
       colours = {"bt709", "bt709", "bt709"};
     }
   if (command.writesProres) {
@@ -123,8 +128,7 @@ void beginWithFirstPicture(const Dico& job, EncodingCommand& command) {
 }
 
 bool isStreamCopy(const Dico& job) {
-  return isSourceProgressive(job) &&
-         !needsInterleaveToI50(job, presetLabel(job.integer(JobKey::sizeOut).value_or(-1)));
+  return isSourceProgressive(job) && !needsInterleaveToI50(job, sizeOf(job));
 }
 
 // The movie takes twice as long: ffmpeg stretches the pictures' times, or every field becomes a
@@ -135,8 +139,7 @@ bool isSlowed(const Dico& job) {
   if (isStreamCopy(job))
     return isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
   constexpr int leastFieldRate = 48;
-  const auto label = presetLabel(job.integer(JobKey::sizeOut).value_or(-1));
-  const bool hasFieldRate = !isSourceProgressive(job) && label && contains(*label, "p50") &&
+  const bool hasFieldRate = !isSourceProgressive(job) && isOf(sizeOf(job), RateFamily::p50) &&
                             roundedFps(job) >= leastFieldRate;
   return !hasFieldRate;
 }

@@ -17,13 +17,6 @@ namespace tessarin {
 
 namespace {
 
-std::string_view sizeLabel(int sizeOut) {
-  const auto& labels = presetSizesList(false);
-  if (sizeOut < 0 || static_cast<std::size_t>(sizeOut) >= labels.size())
-    return {};
-  return labels[static_cast<std::size_t>(sizeOut)];
-}
-
 int firstAllowed(const Permissions& allowed, int otherwise) {
   const auto found = std::find(allowed.begin(), allowed.end(), true);
   return found == allowed.end() ? otherwise : static_cast<int>(found - allowed.begin());
@@ -60,29 +53,30 @@ std::optional<Choice> choiceOfSize(const Dico& entry, int target, int sizeOut, i
 
 // How far a choice is from what is wanted; the nearest comes first.
 auto distance(const Dico& source, bool isProgressive, const Choice& choice, const Wish& wish,
-              int soft) {
-  const std::string_view label = sizeLabel(choice.sizeOut);
-  const FrameSize size = presetFrameSize(label);
+              Application application) {
+  const SizeRow* row = sizeRow(choice.sizeOut);
+  const FrameSize size = row ? row->frame : FrameSize();
   const auto pixels = std::int64_t{size.width} * size.height;
   const double ofSource = source.number(SourceKey::v0Width).value_or(0) *
                           source.number(SourceKey::v0Height).value_or(0);
   const bool isLarger = static_cast<double>(pixels) >= ofSource;
-  return std::tuple(contains(label, " i (") == isProgressive,
-                    !presetIsCompliant(choice.sizeOut, soft), choice.speed != wish.speed, !isLarger,
-                    isLarger ? pixels : -pixels);
+  return std::tuple(isOf(row, RateFamily::i50) == isProgressive,
+                    !presetIsCompliant(choice.sizeOut, application), choice.speed != wish.speed,
+                    !isLarger, isLarger ? pixels : -pixels);
 }
 
 // Of all sizes the one nearest to the wish, with the very speed that is wanted or a near one.
-std::optional<Choice> nearestSize(const Dico& entry, const Wish& wish, int soft, bool sameSpeed) {
+std::optional<Choice> nearestSize(const Dico& entry, const Wish& wish, Application application,
+                                  bool sameSpeed) {
   const Dico* source = entry.dico(BatchKey::dico);
   const bool isProgressive = isSourceProgressive(entry);
   std::optional<Choice> nearest;
-  for (int size = firstConcreteRow; presetLabel(size) && source; ++size) {
+  for (int size = firstConcreteRow; sizeRow(size) && source; ++size) {
     const auto choice = choiceOfSize(entry, wish.target, size, wish.speed);
     if (!choice || choice->sizeOut != size || (sameSpeed && choice->speed != wish.speed))
       continue;
-    if (!nearest || distance(*source, isProgressive, *choice, wish, soft) <
-                        distance(*source, isProgressive, *nearest, wish, soft))
+    if (!nearest || distance(*source, isProgressive, *choice, wish, application) <
+                        distance(*source, isProgressive, *nearest, wish, application))
       nearest = choice;
   }
   return nearest;
@@ -94,11 +88,10 @@ Permissions speedPermissions(const Dico& entry) {
   const Dico* source = entry.dico(BatchKey::dico);
   const double fps = source ? source->number(SourceKey::v0Fps).value_or(0) : 0;
   const bool isHigh = isHighFrameRate(fps);
-  const std::string_view label =
-      sizeLabel(static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1)));
-  if (contains(label, "p50"))
+  const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
+  if (isOf(size, RateFamily::p50))
     return {isHigh, false, false};
-  if (contains(label, "p25"))
+  if (isOf(size, RateFamily::p25))
     return {!isHigh, isHigh, isHigh};
   return {true, false, false};
 }
@@ -106,28 +99,6 @@ Permissions speedPermissions(const Dico& entry) {
 Permissions targetPermissions(const Dico& entry) {
   return {cellAllowedOut(entry, true, false, false), cellAllowedOut(entry, false, true, false),
           cellAllowedOut(entry, false, false, true)};
-}
-
-int siblingSize(int sizeOut) {
-  // Rows of presetSizesList.
-  switch (sizeOut) {
-    case 5:
-      return 6;
-    case 6:
-      return 5;
-    case 7:
-      return 8;
-    case 8:
-    case 9:
-      return 7;
-    case 10:
-      return 11;
-    case 11:
-    case 12:
-      return 10;
-    default:
-      return -1;
-  }
 }
 
 SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
@@ -150,18 +121,19 @@ SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
   return {size, firstAllowed(own, speedKeep)};
 }
 
-std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft) {
+std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, Application application) {
   const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
   const auto choice = choiceOfSize(entry, wish.target, wish.sizeOut.value_or(own), wish.speed);
-  return choice || wish.sizeOut ? choice : nearestSize(entry, wish, soft, false);
+  return choice || wish.sizeOut ? choice : nearestSize(entry, wish, application, false);
 }
 
-std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int soft) {
+std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish,
+                                      Application application) {
   const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
   const auto alternative = [&](int target) -> std::optional<Alternative> {
     for (const int speed : {wish.speed, speedKeep, speedHalf, speedSlow})
       for (const auto& size : {wish.sizeOut, std::optional<int>()})
-        if (const auto choice = nearestChoice(entry, {target, size, speed}, soft)) {
+        if (const auto choice = nearestChoice(entry, {target, size, speed}, application)) {
           Alternative found{*choice, std::nullopt, std::nullopt};
           if (choice->sizeOut != wish.sizeOut.value_or(own))
             found.sizeOut = choice->sizeOut;
@@ -178,10 +150,10 @@ std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int s
   return found;
 }
 
-std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, int soft) {
+std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, Application application) {
   const auto own = static_cast<int>(entry.integer(BatchKey::out).value_or(outProres));
   for (const int target : {own, outProres, outAic, outQuickTime})
-    if (const auto choice = nearestSize(entry, {target, std::nullopt, speed}, soft, true))
+    if (const auto choice = nearestSize(entry, {target, std::nullopt, speed}, application, true))
       return choice;
   return std::nullopt;
 }
@@ -200,7 +172,7 @@ std::string whyNotTarget(const Dico& entry, int target) {
   const std::string codec = info.textOrEmpty(SourceKey::v0Codec);
   if (movieHolds(codec, textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return localisationString("why_movieCodec", "", codec);
-  if (needsInterleaveToI50(info, presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1))))
+  if (needsInterleaveToI50(info, sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1))))
     return localisationString("why_copyFields");
   if (entry.integer(BatchKey::fps) == speedHalf)
     return localisationString("why_copyAll");

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "classShared/Value.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/sizes.h"
 
 namespace tessarin {
 
@@ -37,10 +37,6 @@ SizeAndSpeed validSizeAndSpeed(const Dico& entry);
 // (the "50p/60p" segment), or else the first target allowed; the row's own when none is.
 int validTarget(const Dico& entry);
 
-// The size row of the same picture size and of the other rate family (p25 for p50 and i50 rows,
-// p50 for p25 rows); -1 when there is none.
-int siblingSize(int sizeOut);
-
 // What is to become of a row: a target, a size row and a speed.
 struct Choice {
   int target = outProres;
@@ -58,9 +54,9 @@ struct Wish {
 
 // The choice nearest to the wish that can be made of the row. The row's own size where the target
 // takes it; else, when any will do, the nearest of those that it takes: one of the source's scan
-// before others, one that the editing application accepts ("soft", as for presetIsCompliant), at
+// before others, one that the editing application accepts, at
 // the speed that is wanted, the smallest that the source fits into. Nothing when there is none.
-std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, int soft);
+std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, Application application);
 
 // A choice that can be made instead of one that cannot, and what has to be named besides its target
 // so that nearestChoice comes to it: where nothing is said, the wish stays as it was.
@@ -71,7 +67,7 @@ struct Alternative {
 };
 
 // The nearest alternative of each target, in their order.
-std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, int soft);
+std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, Application application);
 
 // Why the row, with its size and speed, does not allow the target; in the user's language, "" when
 // it does.
@@ -79,6 +75,6 @@ std::string whyNotTarget(const Dico& entry, int target);
 
 // A choice with this speed that the row could make instead, the nearest; nothing when there is
 // none.
-std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, int soft);
+std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, Application application);
 
 }  // namespace tessarin

@@ -36,7 +36,7 @@ bool chooseSpeed(BatchTable& table, int row, int speed) {
 
 bool chooseSize(BatchTable& table, int row, int size) {
   const bool isSize = size == rowSameAsSourceForSoft || size == rowSameAsSource ||
-                      (size >= firstConcreteRow && presetLabel(size));
+                      (size >= firstConcreteRow && sizeRow(size));
   if (!isRowEditable(table, row) || !isSize)
     return false;
   table.setValue(row, BatchKey::sizeOut, size);

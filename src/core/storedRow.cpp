@@ -21,8 +21,8 @@ constexpr std::string_view keyRow = "row";
 constexpr std::string_view keyPicture = "picture";
 
 constexpr std::size_t longestReason = 16384;  // a path and a sentence around it
-constexpr int mostSoft = 3;                   // segments of the editing application
-const int lastSize = static_cast<int>(presetSizesList(false).size()) - 1;
+constexpr int lastSegment = static_cast<int>(std::size(applicationTable)) - 1;
+const int lastSize = static_cast<int>(sizeRows().size()) - 1;
 
 bool isInteger(const Value& value, std::int64_t least, std::int64_t most) {
   const auto number = value.isInteger() ? value.integer() : std::nullopt;
@@ -64,7 +64,7 @@ struct Rule {
 
 constexpr std::array rowRules = {
     Rule{BatchKey::resultat, isMark},
-    Rule{BatchKey::out, [](const Value& value) { return isInteger(value, 0, mostSoft); }},
+    Rule{BatchKey::out, [](const Value& value) { return isInteger(value, 0, outNone); }},
     Rule{BatchKey::fps, [](const Value& value) { return isInteger(value, speedKeep, speedSlow); }},
     Rule{BatchKey::sizeOut, isSize},
     Rule{BatchKey::dstPathStr, isMovie},
@@ -74,7 +74,7 @@ constexpr std::array infoRules = {
     Rule{RowInfoKey::srcPathStr, isPath}, Rule{RowInfoKey::intraFailure, isFlag},
     Rule{RowInfoKey::prefSurrond, isFlag}, Rule{RowInfoKey::sizeOutPrevious, isSize},
     Rule{RowInfoKey::softPrevious,
-         [](const Value& value) { return isInteger(value, softNone, mostSoft); }}};
+         [](const Value& value) { return isInteger(value, -1, lastSegment); }}};
 
 template <class Rules>
 Fact judge(const Rules& rules, std::string_view key, const Value& value) {

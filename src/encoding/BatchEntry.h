@@ -50,6 +50,7 @@ inline constexpr std::string_view master = "purgePathStr1";           // what th
 inline constexpr int outQuickTime = 0;
 inline constexpr int outAic = 1;
 inline constexpr int outProres = 2;
+inline constexpr int outNone = 3;  // of a row whose application has no target of its own
 
 // The values of "speed" and of a row's "fps".
 inline constexpr int speedKeep = 0;

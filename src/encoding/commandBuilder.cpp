@@ -14,14 +14,8 @@ namespace tessarin {
 
 namespace {
 
-using Label = std::optional<std::string>;
-
 void append(Arguments& arguments, const Arguments& more) {
   arguments.insert(arguments.end(), more.begin(), more.end());
-}
-
-bool labelContains(const Label& label, std::string_view part) {
-  return label && contains(*label, part);
 }
 
 void appendInput(Arguments& arguments, const Dico& job) {
@@ -53,17 +47,13 @@ const char* proresProfile(std::string_view prefProres) {
   return "2";
 }
 
-std::string scaleFilter(const Dico& job, const Label& label) {
-  if (!label)
+std::string scaleFilter(const Dico& job, const SizeRow* size) {
+  if (size == nullptr)
     return fmt::format("scale={}:{}", job.integer(SourceKey::v0Width).value_or(0),
                        job.integer(SourceKey::v0Height).value_or(0));
-  if (contains(*label, "540"))
-    return "scale=960:540";
-  if (contains(*label, "720"))
-    return "scale=1280:720";
-  if (contains(*label, "1440"))
-    return "scale=1440:1080";
-  return "scale=1920:1080";
+  // A row that is no size counts as the largest.
+  const FrameSize frame = size->isSize() ? size->frame : FrameSize{1920, 1080};
+  return fmt::format("scale={}:{}", frame.width, frame.height);
 }
 
 // Re-encoding: what is known before the arguments are written.
@@ -76,15 +66,16 @@ struct Treatment {
   std::int64_t speed;  // speedKeep …
 };
 
-Treatment treatmentOf(int outInt, const Dico& job, const Label& label, bool interleave) {
+Treatment treatmentOf(int outInt, const Dico& job, const SizeRow* size, bool interleave) {
   Treatment plan{};
   plan.interleave = interleave;
-  plan.deinterlace = labelContains(label, "p25") || labelContains(label, "p50");
+  plan.deinterlace = size && size->isProgressive();
   logFormat("…to deinterlace     ? {:d}", plan.deinterlace);
-  logFormat("sizeOutStr          : {}", label ? presetShortLabel(*label) : "nil");
+  logFormat("sizeOutStr          : {}",
+            size ? presetShortLabel(std::string_view(size->label)) : "nil");
   plan.fps = roundedFps(job);
   logFormat("fps                 : {}", plan.fps);
-  plan.doubleFps = !isSourceProgressive(job) && labelContains(label, "p50") && plan.fps > 47;
+  plan.doubleFps = !isSourceProgressive(job) && isOf(size, RateFamily::p50) && plan.fps > 47;
   logFormat("…to double fps      ? {:d}", plan.doubleFps);
   // Interleaved frames cannot be copied; the intermediate is the least loss.
   plan.mode = interleave && outInt == outQuickTime ? outAic : outInt;
@@ -162,8 +153,8 @@ std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string
     logFormat("dico                : {}", job.description());
 
   const auto row = job.integer(JobKey::sizeOut);
-  const Label label = presetLabel(row.value_or(-1));
-  if (row && !label) {
+  const SizeRow* size = sizeRow(row.value_or(-1));
+  if (row && !size) {
     logFormat("encodage            :-( no size row {}", *row);
     return std::nullopt;
   }
@@ -173,15 +164,15 @@ std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string
   append(arguments, {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"});
   logDetails("argsMArray deb       ", arguments);
   appendInput(arguments, job);
-  const bool interleave = needsInterleaveToI50(job, label);
+  const bool interleave = needsInterleaveToI50(job, size);
   if (isSourceProgressive(job) && !interleave) {
     appendCopy(arguments, job);
   } else {
-    const Treatment plan = treatmentOf(outInt, job, label, interleave);
+    const Treatment plan = treatmentOf(outInt, job, size, interleave);
     appendCodec(arguments, plan, prefProres);
     command.writesProres = plan.mode == outProres;
     append(arguments, {"-threads", "auto"});
-    appendFilters(arguments, plan, scaleFilter(job, label));
+    appendFilters(arguments, plan, scaleFilter(job, size));
   }
   appendAudio(arguments, job);
   appendOutput(arguments, job);

@@ -22,15 +22,18 @@ constexpr int firstSearchedRow = 2;
 using Rows = std::vector<int>;
 
 int rowCount() {
-  return static_cast<int>(presetSizesList(false).size());
+  return static_cast<int>(sizeRows().size());
 }
 
-const std::string& labelOf(int row) {
-  return presetSizesList(false)[static_cast<std::size_t>(row)];
+const SizeRow& rowAt(int row) {
+  return sizeRows()[static_cast<std::size_t>(row)];
 }
 
-std::string shortLabelOf(int row) {
-  return presetShortLabel(labelOf(row));
+// Width and height of the source are looked for as a person would, in the words of the row: a part
+// of a number counts, so that 80 lines are found in "1080p25". What comes of it for odd sizes has
+// to stay.
+bool says(int row, std::string_view words) {
+  return contains(rowAt(row).label, words);
 }
 
 std::string described(const Rows& rows) {
@@ -56,10 +59,10 @@ struct Wanted {
   std::string heightAndScan;  // "1080p"
   std::string key;            // "1080p25"
   double fps = -1;
-  int soft = softNone;
+  Application application = Application::any;
 };
 
-Wanted wantedOf(const Dico& entry, const Dico& info, int soft) {
+Wanted wantedOf(const Dico& entry, const Dico& info, Application application) {
   Wanted wanted;
   wanted.width = pixels32(info, SourceKey::v0Width);
   wanted.height = pixels32(info, SourceKey::v0Height);
@@ -67,7 +70,7 @@ Wanted wantedOf(const Dico& entry, const Dico& info, int soft) {
   wanted.heightAndScan = fmt::format("{}{}", wanted.height, wanted.scan);
   wanted.key = fmt::format("{}{}", wanted.heightAndScan, roundedFps(info));
   wanted.fps = info.number(SourceKey::v0Fps).value_or(-1.0);
-  wanted.soft = soft;
+  wanted.application = application;
   debugFormat("presetAutoComputedFr: preset='{}' (w={} h={} i={} fps={})", wanted.key, wanted.width,
               wanted.height, wanted.scan, roundedFps(info));
   return wanted;
@@ -84,13 +87,12 @@ ExactPass exactPass(const Wanted& wanted) {
   ExactPass pass;
   const std::string width = fmt::format("{}", wanted.width);
   for (int row = firstSearchedRow; row < rowCount(); ++row) {
-    const std::string& label = labelOf(row);
-    if (contains(label, width) && contains(label, wanted.key)) {
-      if (presetIsCompliant(row, wanted.soft)) {
+    if (says(row, width) && says(row, wanted.key)) {
+      if (presetIsCompliant(row, wanted.application)) {
         pass.exact = row;
         return pass;
       }
-    } else if (contains(label, wanted.heightAndScan) && presetIsCompliant(row, wanted.soft)) {
+    } else if (says(row, wanted.heightAndScan) && presetIsCompliant(row, wanted.application)) {
       pass.rows.push_back(row);
     }
   }
@@ -102,9 +104,9 @@ ExactPass exactPass(const Wanted& wanted) {
 void keepWidth(Rows& rows, const Wanted& wanted) {
   const std::string width = fmt::format("{}", wanted.width);
   std::erase_if(rows, [&width](int row) {
-    const bool drop = !contains(labelOf(row), width);
+    const bool drop = !says(row, width);
     if (drop)
-      debugFormat("presetAutoComputedFr: !width  -> remove#{} ({})", row, shortLabelOf(row));
+      debugFormat("presetAutoComputedFr: !width  -> remove#{} ({})", row, presetShortLabel(row));
     return drop;
   });
   if (debugMode())
@@ -115,10 +117,10 @@ Rows scanPass(const Wanted& wanted) {
   const bool interlaced = wanted.scan == "i";
   Rows rows;
   for (int row = firstSearchedRow; row < rowCount(); ++row) {
-    if (contains(labelOf(row), "i") == interlaced && presetIsCompliant(row, wanted.soft))
+    if (rowAt(row).isInterlaced() == interlaced && presetIsCompliant(row, wanted.application))
       rows.push_back(row);
-    debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(contains(labelOf(row), wanted.scan)),
-                row, shortLabelOf(row));
+    debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(says(row, wanted.scan)), row,
+                presetShortLabel(row));
   }
   if (debugMode())
     logFormat("presetAutoComputedFr: ma pass2.0#i|p(={}): {}", wanted.scan, described(rows));
@@ -127,8 +129,9 @@ Rows scanPass(const Wanted& wanted) {
 
 void keepRateFamily(Rows& rows, const Wanted& wanted) {
   logFormat("fpsSrcFloat = {:f}", wanted.fps);
-  const std::string_view family = isHighFrameRate(wanted.fps) ? "50" : "25";
-  std::erase_if(rows, [family](int row) { return !contains(labelOf(row), family); });
+  const RateFamily other = isHighFrameRate(wanted.fps) ? RateFamily::p25 : RateFamily::p50;
+  std::erase_if(rows,
+                [other](int row) { return !rowAt(row).isSize() || isOf(&rowAt(row), other); });
   if (debugMode())
     logFormat("presetAutoComputedFr: ma pass2.1#fps(={:.2f}): {}", wanted.fps, described(rows));
 }
@@ -142,10 +145,10 @@ void keepSmallestThatHolds(Rows& rows, const Wanted& wanted) {
   for (std::size_t index = 0; index < rows.size(); ++index) {
     const int row = rows[index];
     const std::size_t left = kept.size() + rows.size() - index;
-    const FrameSize size = presetFrameSize(labelOf(row));
+    const FrameSize size = rowAt(row).frame;
     const std::int64_t pixels = std::int64_t{size.width} * size.height;
-    debugFormat("currentPresetStr    : {}", shortLabelOf(row));
-    debugFormat("Pixels src | preset = {} | {} from '{}'", source, pixels, shortLabelOf(row));
+    debugFormat("currentPresetStr    : {}", presetShortLabel(row));
+    debugFormat("Pixels src | preset = {} | {} from '{}'", source, pixels, presetShortLabel(row));
     if (left > 1 && (pixels < source || pixels > best))
       continue;
     if (left > 1)
@@ -194,34 +197,20 @@ PresetChoice search(const Wanted& wanted) {
   return noneIsolated(rows);
 }
 
-bool isOfRow(int width, int height, std::string_view label) {
-  struct Match {
-    int width;
-    int height;
-    std::string_view part;
-  };
-  constexpr Match matches[] = {
-      {960, 540, "540p"}, {1280, 720, "720"}, {1440, 1080, "1440x1080"}, {1920, 1080, "1920x1080"}};
-  return std::any_of(std::begin(matches), std::end(matches), [&](const Match& match) {
-    return width == match.width && height == match.height && contains(label, match.part);
-  });
-}
-
 // A QuickTime output is a copy of the source's pictures, so nothing about them may change.
-bool isCopyAllowed(const Dico& entry, const Dico& info, const std::optional<std::string>& label) {
-  if (label) {
+bool isCopyAllowed(const Dico& entry, const Dico& info, const SizeRow* size) {
+  if (size) {
     const auto width = info.integer(SourceKey::v0Width).value_or(-1);
     const auto height = info.integer(SourceKey::v0Height).value_or(-1);
-    logFormat("w x h               : {}x{} & sizeOutStr: '{}'", width, height, *label);
-    if (width < 0 || height < 0 || width > 1920 || height > 1080 ||
-        !isOfRow(static_cast<int>(width), static_cast<int>(height), *label))
+    logFormat("w x h               : {}x{} & sizeOutStr: '{}'", width, height, size->label);
+    if (!size->isSize() || width != size->frame.width || height != size->frame.height)
       return false;
   }
   if (movieHolds(info.textOrEmpty(SourceKey::v0Codec),
                  textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return false;
   const Dico& judged = entry.contains(BatchKey::fpsSrc) ? entry : info;
-  return isSourceProgressive(judged) && !needsInterleaveToI50(info, label) &&
+  return isSourceProgressive(judged) && !needsInterleaveToI50(info, size) &&
          entry.integer(BatchKey::fps) != speedHalf;
 }
 
@@ -240,7 +229,7 @@ const Flavour* flavourOf(std::string_view code) {
 
 }  // namespace
 
-PresetChoice choosePreset(const Dico& entry, int soft) {
+PresetChoice choosePreset(const Dico& entry, Application application) {
   const Dico* info = entry.dico(BatchKey::dico);
   if (!info) {
     PresetChoice none;
@@ -249,11 +238,11 @@ PresetChoice choosePreset(const Dico& entry, int soft) {
     logFormat("{} {}", none.alertTitle, none.alertText);
     return none;
   }
-  return search(wantedOf(entry, *info, soft));
+  return search(wantedOf(entry, *info, application));
 }
 
-int presetAutoComputedFromSrc(const Dico& entry, int soft) {
-  return choosePreset(entry, soft).row;
+int presetAutoComputedFromSrc(const Dico& entry, Application application) {
+  return choosePreset(entry, application).row;
 }
 
 bool isSourceProgressive(const Dico& info) {
@@ -272,23 +261,23 @@ int roundedFps(const Dico& info) {
   return fps > -limit && fps < limit ? static_cast<int>(fps) : 0;  // 0 for a NaN, too
 }
 
-bool needsInterleaveToI50(const Dico& info, const std::optional<std::string>& label) {
+bool needsInterleaveToI50(const Dico& info, const SizeRow* size) {
   constexpr int leastRate = 48;
-  return info.contains(SourceKey::v0Fps) && label && isSourceProgressive(info) &&
-         contains(*label, "i50") && roundedFps(info) >= leastRate;
+  return info.contains(SourceKey::v0Fps) && size && isSourceProgressive(info) &&
+         size->isInterlaced() && roundedFps(info) >= leastRate;
 }
 
 bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool proresCell) {
   const Dico* found = entry.dico(BatchKey::dico);
   const Dico info = found ? *found : Dico();
-  const auto label = presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1));
-  const bool isOut540p = label && contains(*label, "540p");
+  const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
+  const bool isOut540p = size && size->frame.height == 540;
   const CodecInventory& codecs = codecInventory();
   debugFormat("cellAllowedOut      : isP={:d}, AIC={:d}, Prores={:d} (isOut540p={:d})",
               isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info), codecs.aic,
               codecs.prores, isOut540p);
   if (quickTimeCell)
-    return isCopyAllowed(entry, info, label);
+    return isCopyAllowed(entry, info, size);
   if (aicCell)
     return codecs.aic;
   return proresCell && codecs.prores && !isOut540p;

@@ -1,51 +1,14 @@
-// The output sizes and the rules that match them with a source and an editing application.
-//
-// A size is a row of one fixed list; every property of a row is read from its label: width and
-// height around the "x", "p" or "i", and the rates that it stands for.
+// The rules that match the output sizes with a source and an editing application.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "classShared/Value.h"
+#include "encoding/sizes.h"
 
 namespace tessarin {
-
-// Rows of the list with a meaning of their own.
-inline constexpr int rowSameAsSourceForSoft = 0;  // what the chosen application accepts
-inline constexpr int rowSameAsSource = 1;         // any size
-inline constexpr int firstConcreteRow = 4;        // rows 4 to 12 are sizes
-inline constexpr int rowFallback = 5;             // 1280x720 progressive, 24/25/30
-
-// No editing application: every row is compliant.
-inline constexpr int softNone = -1;
-
-// The thirteen labels, or the names of the icons beside them (which say what applications accept
-// the row). The list lives as long as the program.
-const std::vector<std::string>& presetSizesList(bool images);
-
-// The label of a row; nothing when there is no such row.
-std::optional<std::string> presetLabel(std::int64_t row);
-
-// A label without the rates: the text before " ->".
-std::string presetShortLabel(std::string_view label);
-
-// What a row is called for a source of this rate ("v0_fps"), without blanks and in small letters:
-// "720p25", "1080i60", "hdv1080p24". "" for a row that is no size.
-std::string presetSizeName(std::int64_t row, double sourceFps);
-
-// The frame of a row, read from its label; 0 and 0 when it names none.
-struct FrameSize {
-  int width = 0;
-  int height = 0;
-};
-FrameSize presetFrameSize(std::string_view label);
-
-// Whether the editing application (the selector's segment 0 to 3, or softNone) accepts the row.
-bool presetIsCompliant(int row, int soft);
 
 // The row for a source, and what to tell when none fits.
 struct PresetChoice {
@@ -54,11 +17,11 @@ struct PresetChoice {
   std::string alertTitle;
   std::string alertText;
 };
-PresetChoice choosePreset(const Dico& entry, int soft);
+PresetChoice choosePreset(const Dico& entry, Application application);
 
 // The row alone, the report in the log: a row of the list that is a size, or -1 when the entry has
 // no SourceInfo.
-int presetAutoComputedFromSrc(const Dico& entry, int soft);
+int presetAutoComputedFromSrc(const Dico& entry, Application application);
 
 // `info` is a batch row, a job or a SourceInfo: "fpsSrc" decides when it is there, else
 // "v0_fields".
@@ -71,8 +34,8 @@ bool isHighFrameRate(double fps);
 int roundedFps(const Dico& info);
 
 // Whether a progressive source of 50 or 60 frames is to become an interlaced row of 50 fields, so
-// that its frames become fields. Without a label: no.
-bool needsInterleaveToI50(const Dico& info, const std::optional<std::string>& label);
+// that its frames become fields. Without a row: no.
+bool needsInterleaveToI50(const Dico& info, const SizeRow* size);
 
 // Whether an output may be offered for the row: for QuickTime, Apple Intermediate Codec or ProRes,
 // whichever of the three flags is set.

@@ -139,8 +139,8 @@ QString BatchTableModel::text(int row, int column) const {
     case speedColumn:
       return segmentTitles(column).value(choiceCell(index(row, column)).selected);
     case sizeColumn: {
-      const auto label = presetLabel(entry.integer(BatchKey::sizeOut).value_or(-1));
-      return label ? sizeTitle({*label, "", ""}).text : QString();
+      const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
+      return size ? sizeTitle({size->label, "", ""}).text : QString();
     }
     default:
       return {};

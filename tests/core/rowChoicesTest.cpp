@@ -113,7 +113,8 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
   for (const auto& [width, height] : pictures)
     for (const double fps : {15.0, 25.0, 29.97, 50.0, 59.94})
       for (const bool progressive : {true, false})
-        for (const int soft : {0, 2, 3})
+        for (const Application soft :
+             {Application::quickTime, Application::finalCut, Application::fast})
           for (const int target : {outQuickTime, outAic, outProres})
             for (const int speed : {speedKeep, speedHalf, speedSlow})
               for (int size = firstConcreteRow - 1; size <= size1080i50; ++size) {
@@ -126,7 +127,7 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
                   entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
                 const auto name = [&] {
                   return fmt::format("{}x{} {} {} for {}: {} {} {}", width, height, fps,
-                                     progressive, soft, target, size, speed);
+                                     progressive, static_cast<int>(soft), target, size, speed);
                 };
                 if (const auto choice = nearestChoice(entry, wish, soft)) {
                   EXPECT_TRUE(isAllowed(entry, *choice)) << name();
@@ -150,7 +151,7 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
 
 TEST_F(RowChoicesTest, TheNearestSizeIsTaken) {
   codecInventory().aic = true;
-  const auto automatic = [](int width, int height, double fps, bool progressive, int soft,
+  const auto automatic = [](int width, int height, double fps, bool progressive, Application soft,
                             int target) {
     Dico entry = entryOf(width, height, fps, progressive, 0);
     entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
@@ -159,16 +160,20 @@ TEST_F(RowChoicesTest, TheNearestSizeIsTaken) {
   const auto choice = [](int target, int size, int speed = speedKeep) {
     return Choice{target, size, speed};
   };
-  EXPECT_EQ(automatic(640, 480, 25, true, 2, outAic), choice(outAic, size540p25));
-  EXPECT_EQ(automatic(640, 480, 25, true, 2, outProres), choice(outProres, size720p25));
-  EXPECT_EQ(automatic(640, 480, 25, true, 2, outQuickTime), std::nullopt);
-  EXPECT_EQ(automatic(1920, 1080, 25, true, 0, outQuickTime), choice(outQuickTime, size1080p25))
+  EXPECT_EQ(automatic(640, 480, 25, true, Application::finalCut, outAic),
+            choice(outAic, size540p25));
+  EXPECT_EQ(automatic(640, 480, 25, true, Application::finalCut, outProres),
+            choice(outProres, size720p25));
+  EXPECT_EQ(automatic(640, 480, 25, true, Application::finalCut, outQuickTime), std::nullopt);
+  EXPECT_EQ(automatic(1920, 1080, 25, true, Application::quickTime, outQuickTime),
+            choice(outQuickTime, size1080p25))
       << "not the size that the application would take";
-  EXPECT_EQ(automatic(1920, 1080, 50, true, 2, outProres),
+  EXPECT_EQ(automatic(1920, 1080, 50, true, Application::finalCut, outProres),
             choice(outProres, size1080p25, speedHalf));
-  EXPECT_EQ(automatic(1920, 1080, 50, true, 2, outQuickTime), choice(outQuickTime, size1080p50))
+  EXPECT_EQ(automatic(1920, 1080, 50, true, Application::finalCut, outQuickTime),
+            choice(outQuickTime, size1080p50))
       << "a copy keeps all pictures";
-  EXPECT_EQ(automatic(1920, 1080, 50, false, 2, outQuickTime), std::nullopt);
+  EXPECT_EQ(automatic(1920, 1080, 50, false, Application::finalCut, outQuickTime), std::nullopt);
 }
 
 }  // namespace

@@ -45,12 +45,12 @@ struct Expectation {
 
 TEST_F(OutputPresetTest, FindsTheRowForASource) {
   const Expectation expectations[] = {
-      {"full HD progressive, any application", 1920, 1080, "p", 25, softNone, 10},
+      {"full HD progressive, any application", 1920, 1080, "p", 25, -1, 10},
       {"the exact row is refused and not kept: HDV instead", 1920, 1080, "p", 25, 0, 7},
-      {"no label holds 1080i25: by the width", 1920, 1080, "i", 25, softNone, 12},
+      {"no label holds 1080i25: by the width", 1920, 1080, "i", 25, -1, 12},
       {"the same, and only HDV interlaced is accepted", 1920, 1080, "i", 25, 0, 9},
-      {"fields per second are in the label", 1920, 1080, "i", 50, softNone, 12},
-      {"59.94 is 60", 1280, 720, "p", 59.94, softNone, 6},
+      {"fields per second are in the label", 1920, 1080, "i", 50, -1, 12},
+      {"59.94 is 60", 1280, 720, "p", 59.94, -1, 6},
       {"59.94 is 60, accepted by 50p/60p", 1280, 720, "p", 59.94, 3, 6},
       {"720p60 is refused: the one other 720p row", 1280, 720, "p", 59.94, 0, 5},
       {"23.976 is 24", 1440, 1080, "p", 23.976, 1, 7},
@@ -61,23 +61,25 @@ TEST_F(OutputPresetTest, FindsTheRowForASource) {
       {"no progressive 50 row for iMovie: the others of that scan", 720, 576, "p", 50, 1, 5},
   };
   for (const Expectation& wanted : expectations)
-    EXPECT_EQ(presetAutoComputedFromSrc(
-                  entryOf(wanted.width, wanted.height, wanted.scan, wanted.fps), wanted.soft),
-              wanted.row)
+    EXPECT_EQ(
+        presetAutoComputedFromSrc(entryOf(wanted.width, wanted.height, wanted.scan, wanted.fps),
+                                  applicationOf(wanted.soft)),
+        wanted.row)
         << wanted.source;
 }
 
 TEST_F(OutputPresetTest, WithoutScanTextTheSourceCountsAsInterlaced) {
   Dico entry = entryOf(1920, 1080, "p", 25);
   entry.remove(BatchKey::fpsSrc);
-  EXPECT_EQ(presetAutoComputedFromSrc(entry, softNone), 12);
+  EXPECT_EQ(presetAutoComputedFromSrc(entry, Application::any), 12);
 }
 
 TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
   Dico info{{entryKey(SourceKey::v0Width), 1000}, {entryKey(SourceKey::v0Height), 700}};
-  EXPECT_EQ(presetAutoComputedFromSrc(
-                {{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), info}}, softNone),
-            5);
+  EXPECT_EQ(
+      presetAutoComputedFromSrc(
+          {{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), info}}, Application::any),
+      5);
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
 }
 
@@ -97,14 +99,14 @@ TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
   const auto info = [](const char* scan, double fps) {
     return *entryOf(1920, 1080, scan, fps).dico("dico");
   };
-  EXPECT_TRUE(needsInterleaveToI50(info("p", 47.5), presetLabel(12)));
-  EXPECT_FALSE(needsInterleaveToI50(info("p", 47.4), presetLabel(12)));
-  EXPECT_FALSE(needsInterleaveToI50(info("i", 50), presetLabel(12)));
-  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), presetLabel(11)));
-  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), std::nullopt));
+  EXPECT_TRUE(needsInterleaveToI50(info("p", 47.5), sizeRow(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 47.4), sizeRow(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("i", 50), sizeRow(12)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), sizeRow(11)));
+  EXPECT_FALSE(needsInterleaveToI50(info("p", 50), nullptr));
   Dico rateless = info("p", 50);
   rateless.remove(SourceKey::v0Fps);
-  EXPECT_FALSE(needsInterleaveToI50(rateless, presetLabel(12)));
+  EXPECT_FALSE(needsInterleaveToI50(rateless, sizeRow(12)));
 }
 
 TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {

@@ -125,11 +125,12 @@ constexpr Frame frames[] = {{unknown, unknown}, {0, 0},       {-1, 720},    {720
 
 void pinSizes(Pin& pin) {
   for (int row = -2; row < 16; ++row) {
-    const std::string label = presetLabel(row).value_or("none");
-    pin.add("{}|{}|{}x{}", label, presetShortLabel(label), presetFrameSize(label).width,
-            presetFrameSize(label).height);
+    const SizeRow* size = sizeRow(row);
+    const std::string label = size ? size->label : "none";
+    pin.add("{}|{}|{}x{}", label, presetShortLabel(label), size ? size->frame.width : 0,
+            size ? size->frame.height : 0);
     for (int soft = -2; soft < 6; ++soft)
-      pin.add("{:d}", presetIsCompliant(row, soft));
+      pin.add("{:d}", presetIsCompliant(row, applicationOf(soft)));
     for (const double rate : rates)
       pin.add(presetSizeName(row, rate == unknown ? 0 : rate));
   }
@@ -151,10 +152,10 @@ void pinSizes(Pin& pin) {
           if (*caption != '\0')
             entry.set(BatchKey::fpsSrc, caption);
           for (int soft = -1; soft < 4; ++soft)
-            pin.add("{}", presetAutoComputedFromSrc(entry, soft));
+            pin.add("{}", presetAutoComputedFromSrc(entry, applicationOf(soft)));
         }
       }
-  pin.add("{}", presetAutoComputedFromSrc({}, 0));
+  pin.add("{}", presetAutoComputedFromSrc({}, applicationOf(0)));
 }
 
 std::string described(const std::optional<Choice>& choice) {
@@ -176,12 +177,13 @@ void pinChoices(Pin& pin, Dico entry) {
   }
   for (int target = 0; target < 3; ++target)
     for (int speed = 0; speed < 3; ++speed)
-      for (const int soft : {softNone, 0, 2, 3}) {
+      for (const Application soft :
+           {Application::any, Application::quickTime, Application::finalCut, Application::fast}) {
         pin.add(described(nearestChoice(entry, {target, std::nullopt, speed}, soft)));
         pin.add(described(nearestChoice(entry, {target, 7, speed}, soft)));
         pin.add(described(choiceWithSpeed(entry, speed, soft)));
       }
-  for (const Alternative& each : alternatives(entry, {0, 12, 2}, 1))
+  for (const Alternative& each : alternatives(entry, {0, 12, 2}, Application::iMovie))
     pin.add("{} {} {}", described(each.choice), each.sizeOut.value_or(-1), each.speed.value_or(-1));
 }
 

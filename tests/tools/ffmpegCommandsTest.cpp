@@ -110,7 +110,7 @@ std::map<std::string, std::vector<std::string>> distinctCommands(const std::stri
     for (const int target : {outQuickTime, outAic, outProres})
       for (const int speed : {speedKeep, speedHalf, speedSlow}) {
         add(target, source, std::nullopt, speed);
-        for (int row = firstConcreteRow; presetLabel(row); ++row)
+        for (int row = firstConcreteRow; sizeRow(row); ++row)
           add(target, source, row, speed);
       }
   return commands;

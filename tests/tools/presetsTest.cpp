@@ -58,7 +58,7 @@ TEST(Presets, EveryChoiceHasAFileOfItsSizeAndShape) {
                            {"v0_fps", fps},    {"v0_dar", shape},   {"out", out}};
             const std::string name = exportPresetName(job, flavour);
             EXPECT_TRUE(Bundle::main().pathForResource("presetQt/" + name, "")) << name;
-            const FrameSize size = presetFrameSize(*presetLabel(row));
+            const FrameSize size = sizeRow(row)->frame;
             EXPECT_NE(name.find(fmt::format("{}x{}", size.width, size.height)), name.npos) << name;
             EXPECT_EQ(name.ends_with("Letterbox"), std::string_view(shape) == "4:3") << name;
           }

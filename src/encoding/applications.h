@@ -1,0 +1,42 @@
+// The editing applications that movies are made for: the segments of the selector, in their order.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "encoding/BatchEntry.h"
+
+namespace tessarin {
+
+// The number is that of the segment, and what is stored.
+enum class Application {
+  any = -1,  // none was named: every size suits
+  quickTime,
+  iMovie,
+  finalCut,
+  fast,  // programs that take 50 and 60 pictures a second
+};
+
+struct ApplicationRow {
+  const char* label;      // of the segment
+  std::string_view word;  // at the command line
+  // The target that a new row starts with: outQuickTime …; one more than the last for an
+  // application that has none of its own.
+  int firstTarget;
+};
+
+inline constexpr ApplicationRow applicationTable[] = {
+    {"QuickTime", "quicktime", outQuickTime},
+    {"iMovie", "imovie", outAic},
+    {"Final Cut Pro", "finalcut", outProres},
+    {"50p/60p", "50p60p", outNone},
+};
+
+// The application of a segment; `any` for a number that no segment has.
+constexpr Application applicationOf(int segment) {
+  return segment >= 0 && segment < static_cast<int>(std::size(applicationTable))
+             ? static_cast<Application>(segment)
+             : Application::any;
+}
+
+}  // namespace tessarin
