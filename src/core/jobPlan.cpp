@@ -95,7 +95,7 @@ void nameColours(const Dico& job, EncodingCommand& command) {
       const std::string scale = fmt::format("scale={}:{}", size.frame.width, size.frame.height);
       const std::string converted = fmt::format("{}:out_color_matrix=bt709", scale);
       std::string& filters = *(option + 1);
-      if (!contains(filters, scale) || contains(filters, converted))
+      if (!size.isSize() || !contains(filters, scale) || contains(filters, converted))
         continue;  // rows share their frames
       filters = replaceAll(filters, scale, converted);
       colours = {"bt709", "bt709", "bt709"};
