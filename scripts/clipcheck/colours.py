@@ -14,6 +14,11 @@ LEAST_RATIO = 37
 WIDE_CURVES = ("arib-std-b67", "smpte2084")
 
 
+# Light of BT.2020's red, green and blue in that of BT.709's (BT.2087).
+NARROWED = np.array([[1.660491, -0.587641, -0.072850], [-0.124550, 1.132900, -0.008349],
+                     [-0.018151, -0.100579, 1.118730]])
+
+
 def is_high(media):
     return media.height > 576 or media.width > 768
 
@@ -62,6 +67,14 @@ def rgb(media, planes):
     return np.clip(np.stack([r, g, b], axis=1), 0, 255)
 
 
+def narrowed(pictures):
+    """Pictures of BT.2020 and a usual curve in the colours of BT.709."""
+    signal = pictures / 255
+    light = np.where(signal < 0.081, signal / 4.5, ((signal + 0.099) / 1.099) ** (1 / 0.45))
+    light = np.clip(np.einsum("ij,njhw->nihw", NARROWED, light), 0, 1)
+    return 255 * np.where(light < 0.018, 4.5 * light, 1.099 * light ** 0.45 - 0.099)
+
+
 def tag_faults(movie, source, keeps_tones):
     """What is wrong with what the movie says. `keeps_tones`: whether its codec can hold pictures
     of a wide range, which are not to be changed then."""
@@ -94,6 +107,8 @@ def pixel_faults(movie, source, shown, due):
     wide = curve_of(source) in WIDE_CURVES
     if wide and curve_of(movie) != curve_of(source):
         return tone_faults(made, given, np.mean(np.abs(shown - due)))
+    if source.tag("color_primaries") == "bt2020" and movie.tag("color_primaries") != "bt2020":
+        given = narrowed(given)
     # Of larger areas, so that sharpness and the exact place of edges do not count.
     error = (made - given).reshape(len(made), 3, HEIGHT // 4, 4, WIDTH // 4, 4).mean(axis=(3, 5))
     mean = error.mean(axis=(0, 2, 3))

@@ -79,7 +79,8 @@ def field_order(pictures):
     for begin in range(0, len(pictures) - 1, CHUNK):
         top, bottom = (normalised(part) for part in halves(
             pictures.planes[begin:begin + CHUNK + 1], pictures.lines))
-        # A field is nearer to the one that follows than to that of two fields later.
+        # A field is nearer to the one that follows than to its own kind's next one, which is nearer
+        # than what comes behind that.
         tff = distance(bottom[:-1], top[1:])
         bff = distance(top[:-1], bottom[1:])
         motion = distance(top[:-1], top[1:])
@@ -88,8 +89,8 @@ def field_order(pictures):
         moved["bff"] += float(bff[seen].sum())
         within += float(distance(top[:-1], bottom[:-1])[seen].sum())
         between += float(motion[seen].sum())
-        votes["tff"] += int(np.count_nonzero(seen & (tff * 1.3 < bff)))
-        votes["bff"] += int(np.count_nonzero(seen & (bff * 1.3 < tff)))
+        votes["tff"] += int(np.count_nonzero(seen & (tff < 0.5 * motion) & (bff > motion)))
+        votes["bff"] += int(np.count_nonzero(seen & (bff < 0.5 * motion) & (tff > motion)))
     if between == 0:
         return None
     if within < 0.03 * between:

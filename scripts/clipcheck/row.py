@@ -7,7 +7,8 @@ import traceback
 
 from checks import Check
 from conversion import convert
-from media import Unreadable, can_be_in_mov, decode_pictures, decode_sound, probe
+from media import (LOOK_FAR, Unreadable, can_be_in_mov, decode_pictures, decode_sound, probe,
+                   run)
 
 
 # What a movie of copied pictures can be like.
@@ -28,6 +29,13 @@ def is_copyable(source, folder):
     """Whether the pictures can be copied: whole ones of such a size, of a codec that .mov holds."""
     return (source.width, source.height) in COPIED_SIZES and \
         set(source.pictures.flags) == {"P"} and can_be_in_mov(source, folder)
+
+
+def decodes(ffmpeg, path):
+    """Whether this ffmpeg decodes the first picture of the clip."""
+    done, _ = run([ffmpeg, "-v", "error", *LOOK_FAR, "-i", "file:" + path, "-map", "0:v",
+                   "-frames:v", "1", "-f", "null", "-"], 60)
+    return done.returncode == 0
 
 
 class Clip:
@@ -82,6 +90,7 @@ class Row:
         self.faults = []
         self.notes = []
         self.refused = ""
+        self.unable = ""
         self.seconds = 0.0
         self.megabytes = 0
 
@@ -148,6 +157,9 @@ class Row:
             self.faults.append(f"exit status {made.status}: {reason}")
         elif made.status == 0:
             self.faults.append("the exit status is 0, but nothing was converted")
+        elif self.ffmpeg and ("newer ffmpeg" in reason or "ffmpeg is too old" in reason
+                              or not decodes(self.ffmpeg[0], self.clip.path)):
+            self.unable = reason
         elif source is None or is_still(source) or (self.target == "quicktime" and analysed and is_told(reason)
                                 and not is_copyable(source, folder)):
             self.refused = reason
@@ -173,6 +185,8 @@ class Row:
         notes = f" [{', '.join(self.notes)}]" if self.notes else ""
         if self.faults:
             return "WRONG: " + "; ".join(self.faults) + notes
+        if self.unable:
+            return f"- this ffmpeg cannot: {self.unable}"
         return (f"- {self.refused}" if self.refused else "ok") + notes
 
     def record(self):

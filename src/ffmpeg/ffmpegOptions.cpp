@@ -287,27 +287,26 @@ std::string withoutSetparams(const std::string& chain) {
   return rest.empty() ? rest : rest.substr(1);
 }
 
-// The chain with another filter for "fps=30000/1001:…", which hands such pictures on as they are.
-std::string withoutFps(const std::string& chain) {
-  constexpr std::string_view name = ",fps=";
-  std::string rest = "," + chain;
-  const std::size_t found = rest.find(name);
+constexpr std::string_view slowedRate = "setpts=2*PTS,fps=";
+
+// The chain with another filter for "fps=30000/1001:…", which hands slowed pictures on as they are.
+std::string withoutSlowedFps(std::string chain) {
+  const std::size_t found = chain.find(slowedRate);
   if (found == std::string::npos)
     return chain;
-  const std::size_t rateAt = found + name.size();
-  const std::size_t rateEnd = std::min(rest.find_first_of(":,", rateAt), rest.size());
-  const std::size_t filterEnd = std::min(rest.find(',', rateAt), rest.size());
-  const std::string filter = ",framerate=" + rest.substr(rateAt, rateEnd - rateAt);
-  return rest.replace(found, filterEnd - found, filter).substr(1);
+  const std::size_t rateAt = found + slowedRate.size();
+  const std::size_t rateEnd = std::min(chain.find_first_of(":,", rateAt), chain.size());
+  const std::size_t filterEnd = std::min(chain.find(',', rateAt), chain.size());
+  const std::string filter = "setpts=2*PTS,framerate=" + chain.substr(rateAt, rateEnd - rateAt);
+  return chain.replace(found, filterEnd - found, filter);
 }
 
 void translateSlowRates(FfmpegOptionGroup& group, FfmpegVersion version) {
   if (!version.isAtLeast(firstToLoseSlowEnds) || version.isAtLeast(firstToKeepSlowEnds))
     return;
   for (FfmpegOption& option : group.options)
-    if ((option.name == "vf" || option.name == "filter:v") && option.value &&
-        option.value->find("setpts=2*(") != std::string::npos)
-      option.value = withoutFps(*option.value);
+    if ((option.name == "vf" || option.name == "filter:v") && option.value)
+      option.value = withoutSlowedFps(*option.value);
 }
 
 void translateSetparams(FfmpegOptionGroup& group, FfmpegVersion version) {

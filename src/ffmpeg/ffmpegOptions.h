@@ -54,7 +54,7 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //                       claims
 //   setparams=…         left out of filters where there is no such filter
 //   -c:v prores         "prores_ks" where the other writes no fields, or no colours, into pictures
-//   setpts=2*(…),fps=…  "framerate=…" in 4.0 and 4.1, which lose a picture
+//   setpts=2*PTS,fps=…  "framerate=…" in 4.0 and 4.1, which lose a picture
 //   -movflags           with "+write_colr" before 4.3
 //   -color_trc          of high dynamic range left out of copies before 4.3, which may not know it
 // Values, and options that are known everywhere, stay as they are.

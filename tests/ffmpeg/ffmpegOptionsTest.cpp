@@ -188,12 +188,13 @@ TEST(FfmpegOptions, ProresPicturesSayTheirFieldsAndColoursThemselves) {
 TEST(FfmpegOptions, SlowMotionKeepsItsLastPicture) {
   constexpr FfmpegVersion v2018{58, 42};
   const std::string halved = "-i a -vf fps=25/1:start_time=0,null b.mov";
-  const std::string slowed = "-i a -vf setpts=2*(PTS-0),fps=30000/1001:start_time=0,null b.mov";
+  const std::string slowed =
+      "-i a -vf fps=60000/1001,setpts=2*PTS,fps=30000/1001:start_time=0,null b.mov";
   EXPECT_TRUE(ffmpegOptionsNeedVersion(words(slowed)));
   EXPECT_EQ(translated(slowed, v51), "-nostdin " + slowed);
   EXPECT_EQ(translated(slowed, v31), "-nostdin " + slowed);
   EXPECT_EQ(translated(halved, v2018), "-nostdin " + halved);
-  EXPECT_EQ(videoFilters(slowed, v2018), "setpts=2*(PTS-0),framerate=30000/1001,null");
+  EXPECT_EQ(videoFilters(slowed, v2018), "fps=60000/1001,setpts=2*PTS,framerate=30000/1001,null");
 }
 
 TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {

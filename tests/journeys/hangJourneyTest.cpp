@@ -73,7 +73,7 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
               {"thumbnail", "*' -vf select'*", {"analyse", clip}},
               {"conversion", "*' -c:v '*", convert},
               {"export", "*showinfo*", aic},
-              {"export", "*setpts=PTS*", aic}};
+              {"export", "*setparams=*", aic}};
   const char* const ways[] = {
       "exec sleep 600",
       "trap '' INT TERM HUP; while :; do sleep 1; done",

@@ -245,7 +245,7 @@ TEST(ExportPlan, TellsFiltersTheOrderOfUnflaggedPictures) {
   SourceFacts facts = source(1920, 1080, square, FieldOrder::bottomFirst);
   EXPECT_THAT(filters(facts, settings(1920, 1080, true)), Not(HasSubstr("setfield=bff")));
   facts.flagged = false;
-  EXPECT_THAT(filters(facts, settings(1920, 1080, true)), HasSubstr("TB,setfield=bff,fps="));
+  EXPECT_THAT(filters(facts, settings(1920, 1080, true)), HasSubstr("setfield=bff,fps="));
 }
 
 TEST(ExportPlan, MakesPicturesOfFieldsWhereLinesAreScaledOrTheRateChanges) {

@@ -178,40 +178,59 @@ void addKeptFields(Chain& chain, const SourceFacts& source, const ExportSettings
   }
 }
 
-std::string rateFilter(const Fraction& rate, int times, const ExportSettings& settings) {
-  // A pipe does not tell when its pictures begin, so they begin at 0.
-  const char* start = settings.codec == ExportSettings::Codec::aic ? ":start_time=0" : "";
-  return fmt::format("fps={}/{}{}", times * rate.numerator, rate.denominator, start);
+Fraction twice(const Fraction& rate) {
+  return {2 * rate.numerator, rate.denominator};
+}
+
+// Brings pictures of one rate, constant or varying, to another. Before 4.0 the filter that does so
+// miscounts at the end where it halves or doubles, which others do therefore.
+void addRate(Chain& chain, const Fraction& own, const Fraction& rate, bool slow) {
+  const bool halved = isNear(value(own), 2 * value(rate), 1e-4);
+  const bool doubled = isNear(2 * value(own), value(rate), 1e-4);
+  const Fraction steady = slow || halved ? twice(rate)
+                          : doubled      ? Fraction{rate.numerator, 2 * rate.denominator}
+                                         : rate;
+  chain.add("fps=" + text(steady) + ":start_time=0");
+  if (halved)
+    chain.add("framestep=2");
+  if (doubled)
+    chain.add("telecine=pattern=4");  // four fields of each, which are two pictures
+  if (slow)
+    chain.add("setpts=2*PTS");
+  if (slow || halved || doubled)
+    chain.add("fps=" + text(rate));
 }
 
 void addInterlaced(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
-                   const Placement& place, const Fraction& rate) {
+                   const Placement& place, const Fraction& rate, bool slow) {
   const bool fields = source.fieldOrder != FieldOrder::progressive;
   if (fields && place.height == source.height &&
       isNear(value(source.frameRate), value(rate), 1e-4)) {
-    chain.add(rateFilter(rate, 1, settings));
+    addRate(chain, source.frameRate, rate, slow);
     addKeptFields(chain, source, settings, place);
   } else if (fields || isFieldRate(source.frameRate, rate)) {
     // Scaled lines of a field would no longer lie between those of the other. So every field
     // becomes a picture, and pictures become fields again (0.8 dB better than scaled fields).
     if (fields)
       chain.add("yadif=1");
-    chain.add(rateFilter(rate, 2, settings));
+    addRate(chain, fields ? twice(source.frameRate) : source.frameRate, twice(rate), slow);
     addScaling(chain, source, settings, place, pixelFormat(settings));
     chain.add("tinterlace=interleave_top");
   } else {
-    chain.add(rateFilter(rate, 1, settings));
+    addRate(chain, source.frameRate, rate, slow);
     addScaling(chain, source, settings, place, pixelFormat(settings));
   }
   chain.add("setfield=tff");
 }
 
 void addProgressive(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
-                    const Placement& place, const Fraction& rate) {
+                    const Placement& place, const Fraction& rate, bool slow) {
+  const bool fields = source.fieldOrder != FieldOrder::progressive;
+  const bool allFields = fields && isFieldRate(rate, source.frameRate);
   // Only pictures that are flagged are taken apart.
-  if (source.fieldOrder != FieldOrder::progressive)
-    chain.add(isFieldRate(rate, source.frameRate) ? "yadif=1:-1:1" : "yadif=0:-1:1");
-  chain.add(rateFilter(rate, 1, settings));
+  if (fields)
+    chain.add(allFields ? "yadif=1:-1:1" : "yadif=0:-1:1");
+  addRate(chain, allFields ? twice(source.frameRate) : source.frameRate, rate, slow);
   addScaling(chain, source, settings, place, pixelFormat(settings));
   chain.add("setfield=prog");
 }
@@ -229,15 +248,19 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
-std::vector<std::string> argumentsTelling(const char* level, const ExportInput& input) {
+// With the source's time counted from the movie's beginning.
+std::vector<std::string> argumentsTelling(const char* level, const ExportInput& input,
+                                          const ExportPlan& plan) {
   std::vector<std::string> arguments = {"-nostdin", "-v", level};
+  if (plan.start.numerator != 0)
+    append(arguments, {"-itsoffset", fmt::format("{:.6f}", -value(plan.start))});
   appendInput(arguments, input);
   return arguments;
 }
 
 // For what becomes the movie: that a picture was damaged is a warning of ffmpeg's, no error.
-std::vector<std::string> makingArguments(const ExportInput& input) {
-  return argumentsTelling("warning", input);
+std::vector<std::string> makingArguments(const ExportInput& input, const ExportPlan& plan) {
+  return argumentsTelling("warning", input, plan);
 }
 
 void appendPictures(std::vector<std::string>& arguments, const ExportInput& input) {
@@ -260,10 +283,9 @@ void appendSameStreams(std::vector<std::string>& arguments, const ExportInput& i
   append(arguments, {"-c", "copy", "-f", "null", "-"});
 }
 
-// The moment in a stream's own ticks, for expressions.
-std::string fromStart(const Fraction& start) {
-  return fmt::format("({})/TB", text(start));
-}
+// Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples is
+// the time.
+constexpr const char* steadySound = "aresample=async=1:first_pts=0";
 
 }  // namespace
 
@@ -338,20 +360,12 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.start = source.firstPicture;
 
   Chain chain;
-  // A movie shows nothing from before 0, where pictures stand that come before the first key frame.
-  const bool startsAtZero =
-      settings.codec == ExportSettings::Codec::aic || plan.start.numerator < 0;
-  if (input.slow)
-    chain.add(fmt::format("setpts=2*(PTS-{0}){1}", fromStart(plan.start),
-                          startsAtZero ? "" : "+" + fromStart(plan.start)));
-  else if (startsAtZero)
-    chain.add(fmt::format("setpts=PTS-{}", fromStart(plan.start)));
   if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
   if (settings.interlaced)
-    addInterlaced(chain, source, settings, place, plan.frameRate);
+    addInterlaced(chain, source, settings, place, plan.frameRate, input.slow);
   else
-    addProgressive(chain, source, settings, place, plan.frameRate);
+    addProgressive(chain, source, settings, place, plan.frameRate, input.slow);
   chain.add(fmt::format("setsar={}:max=65535", text(plan.pixelAspect)));
   // What the source's pictures are tagged with stays with them through a scaler.
   chain.add(colourFilter(plan.colours));
@@ -378,14 +392,14 @@ std::vector<std::string> fieldProbeArguments(const ExportInput& input) {
 }
 
 std::vector<std::string> trialArguments(const ExportInput& input, const ExportPlan& plan) {
-  std::vector<std::string> arguments = argumentsTelling("error", input);
+  std::vector<std::string> arguments = argumentsTelling("error", input, plan);
   appendPictures(arguments, input);
   append(arguments, {"-vf", plan.filters, "-frames:v", "1", "-f", "null", "-"});
   return arguments;
 }
 
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
-  std::vector<std::string> arguments = makingArguments(input);
+  std::vector<std::string> arguments = makingArguments(input, plan);
   appendPictures(arguments, input);
   append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
   appendSameStreams(arguments, input);
@@ -394,11 +408,10 @@ std::vector<std::string> pictureArguments(const ExportInput& input, const Export
 
 std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan) {
-  std::vector<std::string> arguments = makingArguments(input);
-  // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples
-  // is the time. Rates that a movie cannot have become 48 kHz or the nearest.
-  const std::string filters = "asetpts=PTS-" + fromStart(plan.start) +
-                              ",aresample=async=1:first_pts=0,aformat=sample_fmts=s16:sample_rates="
+  std::vector<std::string> arguments = makingArguments(input, plan);
+  // Rates that a movie cannot have become 48 kHz or the nearest.
+  const std::string filters = std::string(steadySound) +
+                              ",aformat=sample_fmts=s16:sample_rates="
                               "48000|44100|32000|24000|22050|16000|12000|11025|8000";
   append(arguments, {"-map", input.soundStream ? fmt::format("0:{}", *input.soundStream)
                                                : fmt::format("0:a:{}", track)});
@@ -412,11 +425,11 @@ std::vector<std::string> soundArguments(const ExportInput& input, int track,
 
 std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
                                          const ExportPlan& plan, const ExportSettings& settings) {
-  std::vector<std::string> arguments = makingArguments(input);
+  std::vector<std::string> arguments = makingArguments(input, plan);
   append(arguments, {"-progress", "pipe:1"});
   appendPictures(arguments, input);
   appendAllSound(arguments, input);
-  // The filters see to the rate. To fill the time before the first picture is left to the movie.
+  // The filters see to the rate.
   append(arguments, {"-vsync", "0", "-vf", plan.filters, "-c:v",
                      proresEncoder(settings.interlaced, settings.height), "-profile:v",
                      std::to_string(settings.proresProfile)});
@@ -428,11 +441,7 @@ std::vector<std::string> proresArguments(const ExportInput& input, const std::st
   append(arguments, {"-c:a", "pcm_s16le"});
   if (input.channels > 0)
     append(arguments, {"-ac", std::to_string(input.channels)});
-  // A source's own sound may have gaps.
-  if (input.soundStream && *input.soundStream >= 0)
-    append(arguments,
-           {"-af", (plan.start.numerator < 0 ? "asetpts=PTS-" + fromStart(plan.start) + "," : "") +
-                       "aresample=async=1:first_pts=0"});
+  append(arguments, {"-af", steadySound});
   append(arguments, {"-f", "mov", "-y", output});
   return arguments;
 }
