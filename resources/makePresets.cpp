@@ -14,6 +14,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "encoding/sizes.h"
+#include "ffmpeg/proresFlavours.h"
 #include "tools/aic/aicEncoder.h"
 #include "utils/files.h"
 
@@ -23,15 +24,17 @@ using namespace tessarin;
 
 // A kind of movie: what stands in front of the size in its files' names, and its codec's keys.
 struct Kind {
-  std::string_view prefix;
+  std::string prefix;
   std::string_view codec;
   std::string_view profile;  // "" for Apple Intermediate Codec
 };
-constexpr Kind kinds[] = {
-    {"", "icod", ""},         {"prProxy", "prores", "proxy"},
-    {"prLt", "prores", "lt"}, {"pr", "prores", "standard"},
-    {"prHd", "prores", "hq"}, {"pr4x4", "prores", "4444"},
-};
+
+std::vector<Kind> allKinds() {
+  std::vector<Kind> kinds = {{"", "icod", ""}};
+  for (const ProresFlavour& flavour : proresFlavours)
+    kinds.push_back({fmt::format("pr{}", flavour.inName), "prores", flavour.word});
+  return kinds;
+}
 
 struct Size {
   FrameSize frame;
@@ -80,6 +83,7 @@ std::string propertyList(const Size& size, const Kind& kind, bool letterbox) {
 bool writePresets(const std::string& folder) {
   if (!mkdir(folder))
     return false;
+  const std::vector<Kind> kinds = allKinds();
   std::set<std::string> written;
   for (const SizeRow& row : sizeRows()) {
     for (const Size& size : sizesOf(row)) {

@@ -28,9 +28,17 @@ constexpr std::array inventoryRows = {
     InventoryRow{"ICOD", &CodecInventory::aic},   InventoryRow{"APCH", &CodecInventory::prores},
     InventoryRow{"M2V ", &CodecInventory::mpeg2}, InventoryRow{"MTS ", &CodecInventory::mts}};
 
-std::vector<std::string>& labels() {
-  static std::vector<std::string> list;
+std::vector<ProresEncoder>& encoderList() {
+  static std::vector<ProresEncoder> list;
   return list;
+}
+
+// With their codes, for the log: "Apple ProRes 422 High Quality (imco:apch:appl)".
+std::string described(const std::vector<ProresEncoder>& encoders) {
+  std::vector<std::string> labels;
+  for (const ProresEncoder& each : encoders)
+    labels.push_back(fmt::format("{} (imco:{}:appl)", each.name, each.flavour->code));
+  return joinTexts(labels, ", ");
 }
 
 const char* mouth(bool found) {
@@ -56,23 +64,9 @@ std::string componentKey(const QTCompDesc& component) {
                      firstFour(component.manufacturer()));
 }
 
-std::string flavourName(const std::string& subType) {
-  if (subType == "ap4h")
-    return "4444";
-  if (subType == "apco")
-    return "422 Proxy";
-  if (subType == "apcs")
-    return "422 LT";
-  if (subType == "apch")
-    return "422 High Quality";
-  return "422 Standard Quality";
-}
-
-std::string proresLabel(const QTCompDesc& component) {
+std::string encoderName(const QTCompDesc& component, const ProresFlavour& flavour) {
   const bool named = !component.name().empty() && component.name() != QTCompDesc::noName;
-  const std::string name =
-      named ? component.name() : "Apple ProRes " + flavourName(firstFour(component.subType()));
-  return fmt::format("{} ({})", name, componentKey(component));
+  return named ? component.name() : fmt::format("Apple ProRes {}", flavour.encoderName);
 }
 
 }  // namespace
@@ -97,17 +91,16 @@ std::vector<int> CheckAllCodecs(const std::vector<std::string>& wantedCodes) {
   return CheckAllCodecs(wantedCodes, componentList());
 }
 
-std::optional<std::vector<std::string>> proresEncoderQuery(
+std::optional<std::vector<ProresEncoder>> proresEncoderQuery(
     const std::vector<QTCompDesc>& components) {
-  constexpr std::array keys = {"imco:ap4h:appl", "imco:apch:appl", "imco:apcn:appl",
-                               "imco:apco:appl", "imco:apcs:appl"};
   if (components.empty())
     return std::nullopt;
-  std::vector<std::string> result;
-  for (const char* key : keys) {
+  std::vector<ProresEncoder> result;
+  for (const ProresFlavour& flavour : proresFlavours) {
+    const std::string key = fmt::format("imco:{}:appl", flavour.code);
     const auto component = std::find_if(
         components.begin(), components.end(),
-        [key](const QTCompDesc& candidate) { return contains(componentKey(candidate), key); });
+        [&key](const QTCompDesc& candidate) { return contains(componentKey(candidate), key); });
     if (component == components.end())
       continue;
     const auto index = component - components.begin();
@@ -117,9 +110,9 @@ std::optional<std::vector<std::string>> proresEncoderQuery(
     debugFormat("    subType         : {}", component->subType());
     debugFormat("    manufacturer    : {}", component->manufacturer());
     debugFormat("    name            : {}", component->name());
-    result.push_back(proresLabel(*component));
+    result.push_back({encoderName(*component, flavour), &flavour});
   }
-  debugFormat("ma : {}", fmt::join(result, ", "));
+  debugFormat("ma : {}", described(result));
   return result;
 }
 
@@ -144,17 +137,17 @@ void takeCodecInventory() {
   logFormat("qt prores dec       :-{}", mouth(inventory.prores));
 
   inventory.proresEncoder = false;
-  labels().clear();
+  encoderList().clear();
   if (auto encoders = proresEncoderQuery(componentList())) {
-    debugFormat("prores              : {}", fmt::join(*encoders, ", "));
+    debugFormat("prores              : {}", described(*encoders));
     inventory.proresEncoder = true;
-    labels() = std::move(*encoders);
+    encoderList() = std::move(*encoders);
   }
   logFormat("prores enc          :-{}", mouth(inventory.proresEncoder));
 }
 
-const std::vector<std::string>& proresEncoderLabels() {
-  return labels();
+const std::vector<ProresEncoder>& proresEncoders() {
+  return encoderList();
 }
 
 }  // namespace tessarin

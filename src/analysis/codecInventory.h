@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis/QTCompDesc.h"
+#include "ffmpeg/proresFlavours.h"
 
 namespace tessarin {
 
@@ -19,9 +20,14 @@ std::vector<int> CheckAllCodecs(const std::vector<std::string>& wantedCodes,
 // The same for the components of this installation.
 std::vector<int> CheckAllCodecs(const std::vector<std::string>& wantedCodes);
 
-// Labels of the ProRes encoders in the order 4444, HQ, standard, proxy, LT, such as
-// "Apple ProRes 422 High Quality (imco:apch:appl)". Nothing when there are no components at all.
-std::optional<std::vector<std::string>> proresEncoderQuery(
+struct ProresEncoder {
+  std::string name;              // "Apple ProRes 422 High Quality"
+  const ProresFlavour* flavour;  // of the table; never null
+  bool operator==(const ProresEncoder&) const = default;
+};
+
+// The ProRes encoders in the order of proresFlavours. Nothing when there are no components at all.
+std::optional<std::vector<ProresEncoder>> proresEncoderQuery(
     const std::vector<QTCompDesc>& components);
 
 // What is there; false until the inventory was taken.
@@ -37,10 +43,10 @@ struct CodecInventory {
 
 // The process-wide inventory.
 CodecInventory& codecInventory();
-// Fills codecInventory() and proresEncoderLabels() from componentList(). Called once, at start,
+// Fills codecInventory() and proresEncoders() from componentList(). Called once, at start,
 // when the codecListing is known.
 void takeCodecInventory();
-// The labels that the last inventory found, in the order of proresEncoderQuery.
-const std::vector<std::string>& proresEncoderLabels();
+// Those that the last inventory found.
+const std::vector<ProresEncoder>& proresEncoders();
 
 }  // namespace tessarin

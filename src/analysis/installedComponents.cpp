@@ -5,6 +5,7 @@
 
 #include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/proresFlavours.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
@@ -31,12 +32,7 @@ constexpr std::array rows = {
     ComponentRow{"vp6f", Needs::decoder, "imdc", "VP60", "ffmp", "On2 VP6"},
     ComponentRow{"mpeg2video", Needs::decoder, "imdc", "m2v ", "ffmp", "MPEG-2 Video"},
     ComponentRow{"h264", Needs::decoder, "eat ", "mts ", "ffmp", "AVCHD"},
-    ComponentRow{"aic", Needs::movtool, "imco", "icod", "appl", "Apple Intermediate Codec"},
-    ComponentRow{"prores", Needs::encoder, "imco", "ap4h", "appl", ""},
-    ComponentRow{"prores", Needs::encoder, "imco", "apch", "appl", ""},
-    ComponentRow{"prores", Needs::encoder, "imco", "apcn", "appl", ""},
-    ComponentRow{"prores", Needs::encoder, "imco", "apco", "appl", ""},
-    ComponentRow{"prores", Needs::encoder, "imco", "apcs", "appl", ""}};
+    ComponentRow{"aic", Needs::movtool, "imco", "icod", "appl", "Apple Intermediate Codec"}};
 
 struct Ability {
   bool decodes = false;
@@ -59,8 +55,11 @@ Ability abilityOf(std::string_view codec, std::string_view codecsListing) {
 }  // namespace
 
 std::vector<QTCompDesc> componentsOf(std::string_view codecsListing, bool hasMovtool) {
+  std::vector<ComponentRow> all(rows.begin(), rows.end());
+  for (const ProresFlavour& flavour : proresFlavours)
+    all.push_back({"prores", Needs::encoder, "imco", flavour.code, "appl", ""});
   std::vector<QTCompDesc> components;
-  for (const ComponentRow& row : rows) {
+  for (const ComponentRow& row : all) {
     const Ability ability = abilityOf(row.codec, codecsListing);
     const bool present = (row.needs == Needs::decoder && ability.decodes) ||
                          (row.needs == Needs::encoder && ability.encodes) ||

@@ -11,6 +11,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "encoding/sizes.h"
+#include "ffmpeg/proresFlavours.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -58,8 +59,12 @@ const Names& sizes() {
 }
 
 const std::map<std::string, std::string>& flavours() {
-  static const std::map<std::string, std::string> codes{
-      {"proxy", "apco"}, {"lt", "apcs"}, {"standard", "apcn"}, {"hq", "apch"}, {"4444", "ap4h"}};
+  static const auto codes = [] {
+    std::map<std::string, std::string> made;
+    for (const ProresFlavour& flavour : proresFlavours)
+      made.emplace(flavour.word, flavour.code);
+    return made;
+  }();
   return codes;
 }
 

@@ -36,7 +36,7 @@ struct Interface {
   // Preferences that have no place in the main window.
   SegmentedControl colour;
   SegmentedControl checkMatrix;
-  PopUpButton prores;  // titles end in "(imco:<four characters>:appl)"
+  PopUpButton prores;  // values are codes of flavours
   CheckBox alertEnd;
   CheckBox updateCheck;
   CheckBox assistantSkip;

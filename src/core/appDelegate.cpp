@@ -43,14 +43,10 @@ std::string usableDestination(const std::string& stored) {
                                           : prefDefaults().textOrEmpty(PrefKey::destination);
 }
 
-std::string titleMark(std::string_view flavour) {
-  return fmt::format("imco:{}:appl", flavour);
-}
-
 int itemOfFlavour(const PopUpButton& popup, std::string_view flavour) {
   const auto& items = popup.items();
   for (std::size_t index = 0; index < items.size(); ++index)
-    if (contains(items[index].title, titleMark(flavour)))
+    if (items[index].value == flavour)
       return static_cast<int>(index);
   return -1;
 }
@@ -161,8 +157,8 @@ void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {
 // The flavours that the codec inventory has found, which may be taken after the controller is made.
 void appDelegate::listFlavours() {
   std::vector<PopUpButton::Item> flavours;
-  for (const std::string& label : proresEncoderLabels())
-    flavours.push_back({label, "", ""});
+  for (const ProresEncoder& encoder : proresEncoders())
+    flavours.push_back({encoder.name, "", "", "", std::string(encoder.flavour->code)});
   interface.prores.setItems(std::move(flavours));
 }
 
@@ -217,9 +213,7 @@ Dico appDelegate::prefs2GuiApp() const {
   std::string flavour = prefDefaults().textOrEmpty(PrefKey::prores);
   const int item = interface.prores.selected();
   if (item >= 0)
-    if (const auto code = textBetween(
-            interface.prores.items().at(static_cast<std::size_t>(item)).title, "imco:", ":appl"))
-      flavour = *code;
+    flavour = interface.prores.items().at(static_cast<std::size_t>(item)).value;
   stored.set(PrefKey::prores, flavour);
   stored.set(PrefKey::checkMatrix, interface.checkMatrix.selected());
   stored.set(PrefKey::speed, interface.speed.selected());

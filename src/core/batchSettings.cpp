@@ -2,7 +2,7 @@
 
 #include "core/stepState.h"
 #include "core/storedRow.h"
-#include "encoding/outputPreset.h"
+#include "ffmpeg/proresFlavours.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -23,7 +23,7 @@ void applyBatchSettings(appDelegate& app, PreferenceStore& preferences, const Di
     if (const auto destination = choices->text(PrefKey::destination);
         destination && isStoredPath(expandTilde(*destination)))
       app.interface.destination.setText(*destination);
-    if (const auto flavour = choices->text(PrefKey::prores); flavour && isProresFlavour(*flavour))
+    if (const auto flavour = choices->text(PrefKey::prores); flavour && proresFlavour(*flavour))
       preferences.prefWrite(PrefKey::prores, *flavour);
   }
   const std::string answer = settings.textOrEmpty(BatchSetting::replaceFiles);

@@ -131,6 +131,7 @@ class PopUpButton final : public Control {
     std::string image;
     std::string colour;           // "green", "black" or "red"; "" for the default
     std::string background = "";  // "silver"; "" for the default
+    std::string value = "";       // what is stored for it, where that is not its number or title
     bool operator==(const Item&) const = default;
   };
 

@@ -12,30 +12,12 @@
 #include "core/remarks.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/proresFlavours.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
 
 namespace {
-
-struct Flavour {
-  std::string_view code;
-  const char* name;
-  const char* title;
-};
-constexpr Flavour flavours[] = {{"apcn", "standard", "ProRes"},
-                                {"apco", "proxy", "ProRes Proxy"},
-                                {"apcs", "lt", "ProRes LT"},
-                                {"apch", "hq", "ProRes HQ"},
-                                {"ap4h", "4444", "ProRes 4444"}};
-
-// The one with this code or name; standard for others.
-const Flavour& flavourOf(std::string_view text) {
-  const auto* found = std::find_if(
-      std::begin(flavours), std::end(flavours),
-      [&](const Flavour& flavour) { return flavour.code == text || flavour.name == text; });
-  return found == std::end(flavours) ? flavours[0] : *found;
-}
 
 // What stands behind the last such option of the command; "" when it has none.
 std::string optionOf(const Arguments& command, std::string_view option) {
@@ -107,8 +89,10 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   movie.isInterlaced = isOf(chosen, RateFamily::i50);
   const std::string rate = optionOf(plan.command.arguments, "-r");
   if (plan.command.writesProres) {
-    // It has no 4444.
-    movie.flavour = prefProres == "ap4h" ? "standard" : flavourOf(prefProres).name;
+    const int profile = proresFlavourOrStandard(prefProres).quickProfile;
+    for (const ProresFlavour& each : proresFlavours)
+      if (each.profile == profile)
+        movie.flavour = each.word;
     const FrameSize size = frameOf(plan.command.arguments, job);
     movie.width = size.width;
     movie.height = size.height;
@@ -116,7 +100,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
     return;
   }
   if (isProres)
-    movie.flavour = flavourOf(prefProres).name;
+    movie.flavour = proresFlavourOrStandard(prefProres).word;
   const FrameSize size = chosen ? chosen->frame : FrameSize();
   movie.width = size.width;
   movie.height = size.height;
@@ -206,8 +190,8 @@ std::string summaryOf(const Forecast& movie) {
   std::string codec = movie.codec;
   if (movie.isCopy)
     codec = localisationString("out_copy", "", movie.codec);
-  else if (movie.codec == "prores")
-    codec = flavourOf(movie.flavour).title;
+  else if (const auto* flavour = proresFlavourOfWord(movie.flavour))
+    codec = flavour->title;
   else if (movie.codec == "icod")
     codec = "Apple Intermediate Codec";
   std::string text =

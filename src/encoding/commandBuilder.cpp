@@ -8,6 +8,7 @@
 #include "classShared/log.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/proresFlavours.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {
@@ -34,17 +35,6 @@ void appendCopy(Arguments& arguments, const Dico& job) {
   const bool hasTags = startsWith(wrapper, "mov") || startsWith(wrapper, "avi");
   if (hasTags && contains(job.textOrEmpty(SourceKey::v0Codec), "264"))
     append(arguments, {"-vtag", "avc1"});
-}
-
-// The number that ffmpeg's encoder gives the flavour. It has no 4444 here: "ap4h" is standard.
-const char* proresProfile(std::string_view prefProres) {
-  if (prefProres == "apco")
-    return "0";
-  if (prefProres == "apcs")
-    return "1";
-  if (prefProres == "apch")
-    return "3";
-  return "2";
 }
 
 std::string scaleFilter(const Dico& job, const SizeRow* size) {
@@ -91,7 +81,8 @@ void appendCodec(Arguments& arguments, const Treatment& plan, std::string_view p
   if (plan.mode != outProres)
     return;
   const std::size_t start = arguments.size();
-  append(arguments, {"-c:v", "prores", "-profile", proresProfile(prefProres)});
+  append(arguments, {"-c:v", "prores", "-profile",
+                     std::to_string(proresFlavourOrStandard(prefProres).quickProfile)});
   if (!plan.deinterlace)
     append(arguments, {"-flags", "+ildct+ilme", "-top", "1"});
   if (debugMode() || verboseLevel(1))

@@ -11,6 +11,7 @@
 #include "classShared/log.h"
 #include "encoding/BatchEntry.h"
 #include "ffmpeg/movieCodecs.h"
+#include "ffmpeg/proresFlavours.h"
 
 namespace tessarin {
 
@@ -214,19 +215,6 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const SizeRow* size) {
          entry.integer(BatchKey::fps) != speedHalf;
 }
 
-struct Flavour {
-  std::string_view code;
-  std::string_view inserted;  // into the name of the export settings
-};
-
-constexpr Flavour flavours[] = {
-    {"apcn", ""}, {"apch", "Hd"}, {"apcs", "Lt"}, {"apco", "Proxy"}, {"ap4h", "4x4"}};
-
-const Flavour* flavourOf(std::string_view code) {
-  return std::find_if(std::begin(flavours), std::end(flavours),
-                      [code](const Flavour& known) { return known.code == code; });
-}
-
 }  // namespace
 
 PresetChoice choosePreset(const Dico& entry, Application application) {
@@ -283,20 +271,16 @@ bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool pr
   return proresCell && codecs.prores && !isOut540p;
 }
 
-bool isProresFlavour(std::string_view code) {
-  return flavourOf(code) != std::end(flavours);
-}
-
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,
                                              std::string_view prefProres) {
   constexpr std::string_view prefix = "pr";
 
   debugFormat("whichPresetProres   : initialPresetStr='{}' prefSelectedProresFourCC='{}'",
               initialPreset.value_or("nil"), prefProres);
-  const Flavour* flavour = flavourOf(prefProres);
-  if (!initialPreset || !startsWith(*initialPreset, prefix) || flavour == std::end(flavours))
+  const ProresFlavour* flavour = proresFlavour(prefProres);
+  if (!initialPreset || !startsWith(*initialPreset, prefix) || flavour == nullptr)
     return initialPreset;
-  const std::string name = fmt::format("{}{}{}", prefix, flavour->inserted,
+  const std::string name = fmt::format("{}{}{}", prefix, flavour->inName,
                                        std::string_view(*initialPreset).substr(prefix.size()));
   logFormat("whichPresetProres   : {}", name);
   return name;

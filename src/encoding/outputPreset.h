@@ -41,9 +41,6 @@ bool needsInterleaveToI50(const Dico& info, const SizeRow* size);
 // whichever of the three flags is set.
 bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool proresCell);
 
-// Whether this is one of the five flavours of ProRes ("apcn" …).
-bool isProresFlavour(std::string_view code);
-
 // The name of the export settings with the ProRes flavour put in: "pr1080p25" and "apch" give
 // "prHd1080p25". Names without "pr" and unknown flavours change nothing; no name gives none.
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,

@@ -36,7 +36,7 @@ PopUpTitle languageTitle(const PopUpButton::Item& item) {
 }
 
 PopUpTitle proresTitle(const PopUpButton::Item& item) {
-  return {qtText(std::string(textUpTo(item.title, " (imco:"))), {}, true};
+  return {qtText(item.title), {}, true};
 }
 
 }  // namespace tessarin

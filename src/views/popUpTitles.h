@@ -12,7 +12,7 @@ PopUpTitle sizeTitle(const PopUpButton::Item& item);
 // A language's code: its name in that language. "" is the language of the desktop.
 PopUpTitle languageTitle(const PopUpButton::Item& item);
 
-// A ProRes encoder without its code: "Apple ProRes 422 (imco:apcn:appl)" is "Apple ProRes 422".
+// A ProRes encoder: its name.
 PopUpTitle proresTitle(const PopUpButton::Item& item);
 
 }  // namespace tessarin

@@ -36,6 +36,7 @@
 #include "encoding/outputName.h"
 #include "encoding/outputPreset.h"
 #include "encoding/recordingDate.h"
+#include "ffmpeg/proresFlavours.h"
 #include "platform/Bundle.h"
 #include "platform/propertyList.h"
 #include "support/places.h"
@@ -419,7 +420,7 @@ void pinExports(Pin& pin) {
           }
         }
   for (const char* flavour : flavours) {
-    pin.add("{:d}", isProresFlavour(flavour));
+    pin.add("{:d}", proresFlavour(flavour) != nullptr);
     for (const char* name : {"", "pr", "pr1080p25", "p1080", "1280x720p"})
       pin.add(whichPresetProres(name, flavour).value_or("none"));
   }

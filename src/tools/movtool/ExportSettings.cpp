@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <string_view>
 
+#include "ffmpeg/proresFlavours.h"
 #include "tools/aic/aicEncoder.h"
 
 namespace tessarin::movtool {
@@ -14,8 +14,6 @@ namespace tessarin::movtool {
 namespace {
 
 constexpr std::int64_t knownVersion = 1;
-// In the order of ffmpeg's numbers.
-constexpr std::array<std::string_view, 5> profiles = {"proxy", "lt", "standard", "hq", "4444"};
 constexpr std::array<int, 5> rateFamilies = {24, 25, 30, 50, 60};
 
 Failure wrong(std::string_view key) {
@@ -43,11 +41,10 @@ Outcome<ExportSettings> exportSettings(const Value& list) {
   const std::string codec = entries->textOrEmpty("codec");
   if (codec == "prores") {
     settings.codec = ExportSettings::Codec::prores;
-    const auto profile =
-        std::find(profiles.begin(), profiles.end(), entries->textOrEmpty("profile"));
-    if (profile == profiles.end())
+    const ProresFlavour* flavour = proresFlavourOfWord(entries->textOrEmpty("profile"));
+    if (flavour == nullptr)
       return wrong("profile");
-    settings.proresProfile = static_cast<int>(std::distance(profiles.begin(), profile));
+    settings.proresProfile = flavour->profile;
   } else if (codec == "icod") {
     const auto quantiser = entries->integer("quantiser");
     if (!quantiser || *quantiser < aic::smallestQuantiser || *quantiser > aic::largestQuantiser)

@@ -18,7 +18,7 @@ struct ExportSettings {
   enum class Codec { aic, prores };
 
   Codec codec = Codec::aic;
-  int proresProfile = 2;  // 0 proxy, 1 LT, 2 standard, 3 HQ, 4 4444
+  int proresProfile = 2;  // as ProresFlavour has it
   int quantiser = 2;
   int width = 0;
   int height = 0;
