@@ -36,6 +36,7 @@ std::vector<ProresEncoder>& encoderList() {
 // With their codes, for the log: "Apple ProRes 422 High Quality (imco:apch:appl)".
 std::string described(const std::vector<ProresEncoder>& encoders) {
   std::vector<std::string> labels;
+  labels.reserve(encoders.size());
   for (const ProresEncoder& each : encoders)
     labels.push_back(fmt::format("{} (imco:{}:appl)", each.name, each.flavour->code));
   return joinTexts(labels, ", ");

@@ -74,8 +74,8 @@ class JsonReporter final : public Reporter {
     Json event{{"event", "analysed"},
                {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
                {"progressive", isSourceProgressive(row)},
-               {"target", targetWord(row.integer(BatchKey::out).value_or(outProres))},
-               {"speed", speedWord(row.integer(BatchKey::fps).value_or(speedKeep))},
+               {"target", targetWord(targetOf(row))},
+               {"speed", speedWord(speedOfRow(row))},
                {"size", trimmed(presetShortLabel(row.integer(BatchKey::sizeOut).value_or(-1)))},
                {"record", info},
                {"remarks", movie ? movie->remarks : remarkTexts(*row.dico(BatchKey::dico))}};

@@ -212,7 +212,7 @@ bool Session::chooseTarget(int row) {
   const int size = app_.interface.sizeOut.selected();
   Wish wish;
   wish.target = *options_.target;
-  wish.speed = app_.interface.easy.selected() == 1 ? speedKeep : app_.interface.speed.selected();
+  wish.speed = app_.interface.chosenSpeed();
   if (size >= firstConcreteRow)
     wish.sizeOut = size;
   const Application application =
@@ -283,9 +283,7 @@ void Session::plan() {
   for (int row = 0; row < app_.table().count(); ++row) {
     const Dico& entry = app_.table().row(row);
     const std::string source = app_.table().sourcePath(row);
-    const auto target = entry.integer(BatchKey::out).value_or(outProres);
-    const std::string output =
-        outputPath(app_.table().source(row), static_cast<int>(target), folder, taken);
+    const std::string output = outputPath(app_.table().source(row), targetOf(entry), folder, taken);
     if (const auto refusal = planRow(entry, output))
       problem(source, *refusal);
   }

@@ -16,8 +16,8 @@ std::string words(const Alternative& alternative, double fps) {
   if (alternative.sizeOut)
     options.push_back("--size " + presetSizeName(*alternative.sizeOut, fps));
   if (alternative.speed)
-    options.push_back(std::string("--speed ") + speedWord(*alternative.speed));
-  const char* target = targetWord(alternative.choice.target);
+    options.push_back("--speed " + speedWord(*alternative.speed));
+  std::string target = targetWord(alternative.choice.target);
   return options.empty()
              ? target
              : localisationString("withOptions", textTable, target, joinTexts(options, " "));
@@ -25,26 +25,14 @@ std::string words(const Alternative& alternative, double fps) {
 
 }  // namespace
 
-const char* targetWord(std::int64_t target) {
-  switch (target) {
-    case outQuickTime:
-      return "quicktime";
-    case outAic:
-      return "aic";
-    default:
-      return "prores";
-  }
+std::string targetWord(Target target) {
+  const TargetRow* row = targetRow(target);
+  return std::string(row ? row->word : targetTable.back().word);
 }
 
-const char* speedWord(std::int64_t speed) {
-  switch (speed) {
-    case speedHalf:
-      return "half";
-    case speedSlow:
-      return "slow";
-    default:
-      return "full";
-  }
+std::string speedWord(Speed speed) {
+  const bool isKnown = speed >= speedKeep && speed <= speedSlow;
+  return std::string(speedTable[static_cast<std::size_t>(isKnown ? speed : speedKeep)].word);
 }
 
 std::string refusalOfWish(const Dico& row, const Wish& wish, Application application) {

@@ -1,15 +1,14 @@
 // Choices in the words that the options take.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "core/rowChoices.h"
 
 namespace tessarin::cli {
 
-const char* targetWord(std::int64_t target);  // "prores"
-const char* speedWord(std::int64_t speed);    // "half"
+std::string targetWord(Target target);  // "prores"
+std::string speedWord(Speed speed);     // "half"
 
 // Why the row cannot be what is wished, and what would be possible instead: "…; possible here: aic;
 // prores with --size 720p25".

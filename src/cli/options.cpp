@@ -11,6 +11,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "encoding/sizes.h"
+#include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -21,24 +22,29 @@ namespace {
 
 using Names = std::map<std::string, int>;
 
-const Names& targets() {
-  static const Names names{{"quicktime", outQuickTime}, {"aic", outAic}, {"prores", outProres}};
+// The words of a table's rows, each for its row's number.
+template <class Kind, class Table>
+std::map<std::string, Kind> wordsOf(const Table& table) {
+  std::map<std::string, Kind> names;
+  int number = 0;
+  for (const auto& row : table)
+    names.emplace(row.word, static_cast<Kind>(number++));
   return names;
 }
 
-const Names& speeds() {
-  static const Names names{{"full", speedKeep}, {"half", speedHalf}, {"slow", speedSlow}};
+const auto& targets() {
+  static const auto names = wordsOf<Target>(targetTable);
+  return names;
+}
+
+const auto& speeds() {
+  static const auto names = wordsOf<Speed>(speedTable);
   return names;
 }
 
 // Segments of the editing-application selector.
 const Names& applications() {
-  static const Names names = [] {
-    Names made;
-    for (const ApplicationRow& row : applicationTable)
-      made.emplace(row.word, static_cast<int>(made.size()));
-    return made;
-  }();
+  static const Names names = wordsOf<int>(applicationTable);
   return names;
 }
 

@@ -6,6 +6,8 @@
 #include <variant>
 #include <vector>
 
+#include "encoding/BatchEntry.h"
+
 namespace tessarin::cli {
 
 enum class Command {
@@ -19,11 +21,11 @@ enum class Overwrite { ask, keep, replace };
 struct Options {
   Command command = Command::convert;
   std::vector<std::string> paths;
-  std::optional<int> target;          // OutputTarget; nothing: as the application's segment says
+  std::optional<Target> target;       // nothing: as the application's segment says
   std::optional<std::string> prores;  // four-character code of the flavour
   std::optional<int> size;            // row of presetSizesList
-  std::optional<int> speed;           // OutputSpeed
-  std::optional<int> soft;            // segment of the editing application
+  std::optional<Speed> speed;
+  std::optional<int> soft;  // segment of the editing application
   std::optional<std::string> destination;
   std::optional<bool> surround;          // keep all sound channels
   std::optional<std::string> batchFile;  // absolute; the rows are written to it or come from it

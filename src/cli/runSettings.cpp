@@ -30,9 +30,8 @@ Options optionsOfStored(const Dico& stored, const Options& given) {
   options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
   if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))
     options.batchFile = file;
-  if (const auto target = stored.integer(keyTarget);
-      target && *target >= outQuickTime && *target <= outProres)
-    options.target = static_cast<int>(*target);
+  if (const auto target = stored.integer(keyTarget); target && *target >= 0 && *target < outNone)
+    options.target = static_cast<Target>(*target);
   const auto overwrite = stored.integer(keyOverwrite).value_or(0);
   if (given.overwrite == Overwrite::ask && overwrite >= static_cast<int>(Overwrite::ask) &&
       overwrite <= static_cast<int>(Overwrite::replace))

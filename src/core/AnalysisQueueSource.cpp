@@ -357,7 +357,7 @@ void AnalysisQueue::appendRow(SourceInfo info) {
   RowChoices choices;
   const int segment = interface_.editingSoft.selected();
   choices.out = applicationTable[static_cast<std::size_t>(segment)].firstTarget;
-  choices.speed = interface_.easy.selected() == 1 ? speedKeep : interface_.speed.selected();
+  choices.speed = interface_.chosenSpeed();
   choices.sizeOut = interface_.sizeOut.selected();
   const std::string path = info.textOrEmpty(RowInfoKey::srcPathStr);
   Dico row = newRow(info, path, choices);

@@ -140,7 +140,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
   const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
   debugFormat("sizeOutCurrentInt   : {} ({})", asked, presetShortLabel(asked));
 
-  debugFormat("iba_out… speed pre  : {}", entry.integer(BatchKey::fps).value_or(speedKeep));
+  debugFormat("iba_out… speed pre  : {}", static_cast<int>(speedOfRow(entry)));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
   debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
   if (valid.sizeOut != asked)
@@ -168,7 +168,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
   const Permissions targets = targetPermissions(entry);
   debugFormat("allow Qt|Aic|Prores = {:d} | {:d} | {:d}", targets[outQuickTime], targets[outAic],
               targets[outProres]);
-  const int target = validTarget(entry);
+  const Target target = validTarget(entry);
   if (target != entry.integer(BatchKey::out) && verboseLevel(2))
     logLine("zapping codec…");
   debugFormat(
@@ -192,10 +192,10 @@ ChoiceCell BatchTable::outCell(int row) const {
   debugFormat("isAicAllowed        :-{}", smile(allowed[outAic]));
   debugFormat("isProresAllowed     :-{}", smile(allowed[outProres]));
   ChoiceCell cell;
-  int target = 0;
-  for (const char* stem : {"iconQt", "iconImovie", "iconFcp"}) {
-    const bool isAllowed = allowed[static_cast<std::size_t>(target++)];
-    cell.segments.push_back({fmt::format("{}{}_min", stem, isAllowed ? "" : "No"), isAllowed});
+  for (const Target target : allTargets) {
+    const bool isAllowed = allowed[target];
+    cell.segments.push_back(
+        {fmt::format("{}{}_min", targetTable[target].icon, isAllowed ? "" : "No"), isAllowed});
   }
   cell.selected = validTarget(entry);
   return cell;
@@ -211,34 +211,33 @@ ChoiceCell BatchTable::speedCell(int row) const {
   debugFormat("isHalfAllowed       :-{}", smile(allowed[speedHalf]));
   debugFormat("isSlowAllowed       :-{}", smile(allowed[speedSlow]));
   ChoiceCell cell;
-  int speed = 0;
-  for (const char* stem : {"fpsFull", "fpsHalf", "fpsSlow"}) {
-    const bool isAllowed = allowed[static_cast<std::size_t>(speed++)];
+  for (const Speed speed : allSpeeds) {
+    const bool isAllowed = allowed[speed];
     cell.segments.push_back(
-        {fmt::format("{}{}{}_min", stem, isP ? "" : "i", isAllowed ? "" : "No"), isAllowed});
+        {fmt::format("{}{}{}_min", speedTable[speed].icon, isP ? "" : "i", isAllowed ? "" : "No"),
+         isAllowed});
   }
-  cell.selected = static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep));
+  cell.selected = speedOfRow(entry);
   return cell;
 }
 
 std::string BatchTable::possibleWith(int row, const std::optional<Choice>& choice) const {
   if (!choice)
     return localisationString("D_notPossible");
-  constexpr const char* speeds[] = {"speedFull", "speedHalf", "speedSlow"};
   const double fps = source(row).number(SourceKey::v0Fps).value_or(0);
   std::string words = presetSizeName(choice->sizeOut, fps);
-  if (choice->speed != this->row(row).integer(BatchKey::fps))
-    words += ", " + localisationString(speeds[choice->speed], "Localizable");
+  if (choice->speed != speedOfRow(this->row(row)))
+    words += ", " + localisationString(speedTable[choice->speed].title, "Localizable");
   return localisationString("D_possibleWith", "", words);
 }
 
-std::string BatchTable::whyNotOut(int row, int target) const {
+std::string BatchTable::whyNotOut(int row, Target target) const {
   const Dico& entry = this->row(row);
   const std::string reason = whyNotTarget(entry, target);
   if (reason.empty())
     return {};
   const Wish wish{target, static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1)),
-                  static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep))};
+                  speedOfRow(entry)};
   std::optional<Choice> possible;
   for (const Alternative& each : alternatives(entry, wish, interface_.application()))
     if (each.choice.target == target)
@@ -246,7 +245,7 @@ std::string BatchTable::whyNotOut(int row, int target) const {
   return reason + "\n" + possibleWith(row, possible);
 }
 
-std::string BatchTable::whyNotSpeed(int row, int speed) const {
+std::string BatchTable::whyNotSpeed(int row, Speed speed) const {
   const Dico& entry = this->row(row);
   if (speedPermissions(entry).at(static_cast<std::size_t>(speed)))
     return {};

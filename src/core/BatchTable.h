@@ -67,8 +67,8 @@ class BatchTable {
   ChoiceCell outCell(int row) const;
   ChoiceCell speedCell(int row) const;
   // Why a segment of these cells cannot be chosen, and with what it could; "" when it can.
-  std::string whyNotOut(int row, int target) const;
-  std::string whyNotSpeed(int row, int speed) const;
+  std::string whyNotOut(int row, Target target) const;
+  std::string whyNotSpeed(int row, Speed speed) const;
   // The size popup of a row, coloured by what the editing application takes.
   std::vector<PopUpButton::Item> sizeItems(int row) const;
 

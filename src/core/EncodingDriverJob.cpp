@@ -47,9 +47,9 @@ void EncodingDriver::stepDeb() {
     return;
   }
   Dico current = job();
-  const int target = static_cast<int>(current.integer(JobKey::out).value_or(outProres));
+  const Target target = targetOf(current);
   debugFormat("out                 = {} ({})", target, table_.sourcePath(row));
-  debugFormat("fps                 = {} ({})", current.integer(JobKey::speed).value_or(speedKeep),
+  debugFormat("fps                 = {} ({})", static_cast<int>(speedOfJob(current)),
               table_.sourcePath(row));
   debugFormat("sizeOutInt          = {} ({})", current.integer(JobKey::sizeOut).value_or(-1),
               table_.sourcePath(row));
@@ -93,8 +93,7 @@ bool EncodingDriver::hasRoom(const Dico& job) {
   const std::string output = job.textOrEmpty(JobKey::dstPathStr);
   const int freeMB = freeDiskSpaceMo(parentFolder(output));
   const double neededMB = encDstPoidsEstimatif(
-      jobDuration(job), poidsFile(job.textOrEmpty(RowInfoKey::srcPathStr), "M"),
-      static_cast<int>(job.integer(JobKey::out).value_or(outProres)));
+      jobDuration(job), poidsFile(job.textOrEmpty(RowInfoKey::srcPathStr), "M"), targetOf(job));
   logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
   if (freeMB < 0 || freeMB >= neededMB)
     return true;
@@ -162,7 +161,7 @@ void EncodingDriver::keep(const std::string& output) {
 
 void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
-  const auto target = plan.job.integer(JobKey::out).value_or(outProres);
+  const Target target = targetOf(plan.job);
   readMe_ =
       fmt::format("format              : {}\n",
                   interface_.editingSoft.segments().at(static_cast<std::size_t>(target)).label);

@@ -22,8 +22,11 @@ enum StopSegment { pauseSegment = 0, stopSegment = 1 };
 struct Interface {
   Interface();
 
-  // That of the selected segment.
+  // That of the selected segment, and the speed for new rows.
   Application application() const { return applicationOf(editingSoft.selected()); }
+  Speed chosenSpeed() const {
+    return easy.selected() == 1 ? speedKeep : static_cast<Speed>(speed.selected());
+  }
 
   // Choices for new rows.
   SegmentedControl editingSoft;  // the segments of applicationTable

@@ -8,10 +8,10 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
+#include "encoding/targets.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/numbers.h"
@@ -56,10 +56,11 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
   debugFormat("presetStr (size)    : {}", name);
   name += scan;
   debugFormat("presetStr (i|p)     : {}", name);
+  const TargetRow* target = targetRow(targetOf(job, outNone));
   name += fmt::format("{}{}", rate, isNarrow ? "Letterbox" : "");
   debugFormat("presetStr (fps={})  : {}", rate, name);
-  if (job.integer(JobKey::out) == outProres) {
-    name = whichPresetProres("pr" + name, prefProres).value_or(name);
+  if (target && target->hasFlavours) {
+    name = whichPresetProres(std::string(target->settings) + name, prefProres).value_or(name);
     debugFormat("presetStr (prores)  : {}", name);
   } else {
     debugFormat("presetStr (aic)     : {}", name);
@@ -68,8 +69,8 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
 }
 
 bool needsSlowing(const Dico& job) {
-  return job.integer(JobKey::speed) == speedSlow && isSourceProgressive(job) &&
-         !exportsSource(job) && isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+  return speedOfJob(job) == speedSlow && isSourceProgressive(job) && !exportsSource(job) &&
+         isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
 }
 
 Arguments slowingCommand(const std::string& movie, const std::string& slowed) {

@@ -10,8 +10,8 @@
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
 #include "core/remarks.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
 #include "prefs/utilsAlert.h"
 
@@ -84,8 +84,10 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
     movie.height = size.height;
     return;
   }
-  const bool isProres = job.integer(JobKey::out) == outProres;
-  movie.codec = isProres ? "prores" : "icod";
+  const TargetRow* target = targetRow(targetOf(job, outNone));
+  const bool isProres = target && target->hasFlavours;
+  // What cannot be a copy goes by the intermediate.
+  movie.codec = (isProres ? *target : targetTable[outAic]).codec;
   movie.isInterlaced = isOf(chosen, RateFamily::i50);
   const std::string rate = optionOf(plan.command.arguments, "-r");
   if (plan.command.writesProres) {
@@ -105,7 +107,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   movie.width = size.width;
   movie.height = size.height;
   // What the export reads has the rate of the command, or is slowed before.
-  const double slowed = job.integer(JobKey::speed) == speedSlow ? sourceRate / 2 : sourceRate;
+  const double slowed = speedOfJob(job) == speedSlow ? sourceRate / 2 : sourceRate;
   movie.rate = exportedRate(exportPresetName(job, "apcn"), rate.empty() ? slowed : quotient(rate));
 }
 
@@ -132,7 +134,7 @@ void leaveOutStreams(const Dico& job, StreamKind kind, int first, const char* na
 
 void tellLeftOut(const Dico& job, Forecast& movie) {
   const bool hasFields = !isSourceProgressive(job);
-  const bool isSlow = job.integer(JobKey::speed) == speedSlow;
+  const bool isSlow = speedOfJob(job) == speedSlow;
   const double rate = job.number(SourceKey::v0Fps).value_or(0);
   const double shown = movie.isInterlaced ? 2 * movie.rate : movie.rate;
   if (!isSlow && shown > 0 && rate > 1.5 * shown)
@@ -181,7 +183,7 @@ std::optional<Forecast> forecastOf(const Dico& row, std::string_view prefProres)
   }
   tellLeftOut(job, movie);
   movie.remarks = remarkTexts(job);
-  if (movie.soundChannels > 0 && job.integer(JobKey::speed) == speedSlow)
+  if (movie.soundChannels > 0 && speedOfJob(job) == speedSlow)
     movie.remarks.push_back(localisationString("out_slowSound"));
   return movie;
 }

@@ -9,9 +9,9 @@
 #include "core/exportPlan.h"
 #include "core/rowChoices.h"
 #include "core/storedRow.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
+#include "encoding/targets.h"
 #include "ffmpeg/movieCodecs.h"
 #include "ffmpeg/proresEncoder.h"
 #include "platform/Bundle.h"
@@ -134,7 +134,7 @@ bool isStreamCopy(const Dico& job) {
 // The movie takes twice as long: ffmpeg stretches the pictures' times, or every field becomes a
 // picture of a movie that has no more of them a second.
 bool isSlowed(const Dico& job) {
-  if (job.integer(JobKey::speed) != speedSlow)
+  if (speedOfJob(job) != speedSlow)
     return false;
   if (isStreamCopy(job))
     return isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
@@ -187,8 +187,7 @@ Dico jobOfRow(const Dico& row) {
 std::optional<JobPlan> planJob(Dico job, const std::string& destination,
                                std::string_view prefProres) {
   job.set(JobKey::dstPathStr, destination);
-  const int target = static_cast<int>(job.integer(JobKey::out).value_or(outProres));
-  auto command = encodage(target, job, prefProres);
+  auto command = encodage(targetOf(job), job, prefProres);
   if (!command)
     return std::nullopt;
   correctFields(job, *command);
@@ -218,12 +217,11 @@ PictureColours sourceColours(const Dico& job) {
 }
 
 bool isQuickTimeCopy(const Dico& job) {
-  return job.integer(JobKey::out) == outQuickTime && isStreamCopy(job);
+  return targetOf(job) == outQuickTime && isStreamCopy(job);
 }
 
 bool exportsSource(const Dico& job) {
-  if (!isStreamCopy(job) || job.integer(JobKey::out) == outQuickTime ||
-      !job.contains(SourceKey::v0Codec))
+  if (!isStreamCopy(job) || targetOf(job) == outQuickTime || !job.contains(SourceKey::v0Codec))
     return false;
   // A copy is shown from its first key frame on. Pictures that are stored behind that and shown
   // before it, which MPEG-2 of tapes and discs may begin with, would be lost.
@@ -246,14 +244,12 @@ std::optional<std::string> refusalOf(const Dico& row, bool hasExport) {
   const Dico job = jobOfRow(row);
   if (!job.contains(SourceKey::v0Width) || !job.contains(SourceKey::v0Height))
     return localisationString("why_noPicture");
-  const int target = static_cast<int>(job.integer(JobKey::out).value_or(-1));
+  const Target target = targetOf(job, outNone);
   if (const std::string codec = job.textOrEmpty(SourceKey::v0Codec);
       target == outQuickTime &&
       movieHolds(codec, textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return localisationString("why_movieCodec", "", codec);
-  const bool isAllowed =
-      cellAllowedOut(row, target == outQuickTime, target == outAic, target == outProres);
-  if (!isAllowed)
+  if (!cellAllowedOut(row, target))
     return localisationString("why_noTarget", "", whyNotTarget(row, target));
   if (const auto plan = planJob(job, "output.mov", "apcn");
       plan && (plan->needsExport || plan->isExport) && !hasExport)

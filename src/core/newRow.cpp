@@ -6,7 +6,6 @@
 #include <random>
 
 #include "analysis/usedStreams.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/arithmetic.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"

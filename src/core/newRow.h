@@ -6,6 +6,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
+#include "encoding/BatchEntry.h"
 
 namespace tessarin {
 
@@ -26,8 +27,8 @@ std::string thumbnailPath(const std::string& folder, const std::string& source);
 
 // What the interface says about a new row.
 struct RowChoices {
-  int out = 0;      // segment of the editing-application choice
-  int speed = 0;    // OutputSpeed
+  Target out = outProres;
+  Speed speed = speedKeep;
   int sizeOut = 0;  // item of the size popup
 };
 

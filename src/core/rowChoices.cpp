@@ -8,7 +8,6 @@
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "ffmpeg/movieCodecs.h"
 #include "prefs/utilsAlert.h"
@@ -17,9 +16,11 @@ namespace tessarin {
 
 namespace {
 
-int firstAllowed(const Permissions& allowed, int otherwise) {
+// Of targets or of speeds.
+template <class Kind>
+Kind firstAllowed(const Permissions& allowed, Kind otherwise) {
   const auto found = std::find(allowed.begin(), allowed.end(), true);
-  return found == allowed.end() ? otherwise : static_cast<int>(found - allowed.begin());
+  return found == allowed.end() ? otherwise : static_cast<Kind>(found - allowed.begin());
 }
 
 bool isAllowed(const Permissions& allowed, int choice) {
@@ -32,7 +33,7 @@ Dico withSize(Dico entry, int sizeOut) {
   return entry;
 }
 
-Dico withSizeAndSpeed(Dico entry, int sizeOut, int speed) {
+Dico withSizeAndSpeed(Dico entry, int sizeOut, Speed speed) {
   entry.set(BatchKey::sizeOut, sizeOut);
   entry.set(BatchKey::fps, speed);
   return entry;
@@ -45,7 +46,7 @@ bool allows(const Dico& entry, const Choice& choice) {
 }
 
 // The choice for a size that was named, or its sibling where the speed wants that.
-std::optional<Choice> choiceOfSize(const Dico& entry, int target, int sizeOut, int speed) {
+std::optional<Choice> choiceOfSize(const Dico& entry, Target target, int sizeOut, Speed speed) {
   const SizeAndSpeed valid = validSizeAndSpeed(withSizeAndSpeed(entry, sizeOut, speed));
   const Choice choice{target, valid.sizeOut, valid.speed};
   return allows(entry, choice) ? std::optional(choice) : std::nullopt;
@@ -97,13 +98,15 @@ Permissions speedPermissions(const Dico& entry) {
 }
 
 Permissions targetPermissions(const Dico& entry) {
-  return {cellAllowedOut(entry, true, false, false), cellAllowedOut(entry, false, true, false),
-          cellAllowedOut(entry, false, false, true)};
+  Permissions allowed = {};
+  for (const Target target : allTargets)
+    allowed.at(static_cast<std::size_t>(target)) = cellAllowedOut(entry, target);
+  return allowed;
 }
 
 SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
   const int size = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
-  const int speed = static_cast<int>(entry.integer(BatchKey::fps).value_or(speedKeep));
+  const Speed speed = speedOfRow(entry);
   const Permissions own = speedPermissions(entry);
   if (isAllowed(own, speed))
     return {size, speed};
@@ -112,7 +115,7 @@ SizeAndSpeed validSizeAndSpeed(const Dico& entry) {
     const Permissions others = speedPermissions(withSize(entry, sibling));
     // "Full" on a row that the source can only reach halved is answered by halving: the user
     // named the size. Nothing allowed at all is answered by the other rate family.
-    const bool ownHasNone = firstAllowed(own, -1) < 0;
+    const bool ownHasNone = own == Permissions{};
     if (isAllowed(others, speed) && (speed != speedKeep || ownHasNone))
       return {sibling, speed};
     if (ownHasNone)
@@ -130,8 +133,8 @@ std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, Applica
 std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish,
                                       Application application) {
   const auto own = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1));
-  const auto alternative = [&](int target) -> std::optional<Alternative> {
-    for (const int speed : {wish.speed, speedKeep, speedHalf, speedSlow})
+  const auto alternative = [&](Target target) -> std::optional<Alternative> {
+    for (const Speed speed : {wish.speed, speedKeep, speedHalf, speedSlow})
       for (const auto& size : {wish.sizeOut, std::optional<int>()})
         if (const auto choice = nearestChoice(entry, {target, size, speed}, application)) {
           Alternative found{*choice, std::nullopt, std::nullopt};
@@ -144,27 +147,28 @@ std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish,
     return std::nullopt;
   };
   std::vector<Alternative> found;
-  for (const int target : {outQuickTime, outAic, outProres})
+  for (const Target target : allTargets)
     if (const auto one = alternative(target))
       found.push_back(*one);
   return found;
 }
 
-std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, Application application) {
-  const auto own = static_cast<int>(entry.integer(BatchKey::out).value_or(outProres));
-  for (const int target : {own, outProres, outAic, outQuickTime})
+std::optional<Choice> choiceWithSpeed(const Dico& entry, Speed speed, Application application) {
+  for (const Target target : {targetOf(entry), outProres, outAic, outQuickTime})
     if (const auto choice = nearestSize(entry, {target, std::nullopt, speed}, application, true))
       return choice;
   return std::nullopt;
 }
 
-std::string whyNotTarget(const Dico& entry, int target) {
+std::string whyNotTarget(const Dico& entry, Target target) {
   if (isAllowed(targetPermissions(entry), target))
     return {};
   const CodecInventory& codecs = codecInventory();
-  if (target != outQuickTime)
-    return localisationString((target == outAic ? codecs.aic : codecs.prores) ? "why_proresSize"
-                                                                              : "why_noEncoder");
+  if (target != outQuickTime) {
+    const TargetRow* row = targetRow(target);
+    const bool hasEncoder = codecs.*(row ? row : &targetTable.back())->encoder;
+    return localisationString(hasEncoder ? "why_proresSize" : "why_noEncoder");
+  }
   const Dico* source = entry.dico(BatchKey::dico);
   const Dico info = source ? *source : Dico();
   if (!isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info))
@@ -174,19 +178,19 @@ std::string whyNotTarget(const Dico& entry, int target) {
     return localisationString("why_movieCodec", "", codec);
   if (needsInterleaveToI50(info, sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1))))
     return localisationString("why_copyFields");
-  if (entry.integer(BatchKey::fps) == speedHalf)
+  if (speedOfRow(entry) == speedHalf)
     return localisationString("why_copyAll");
   return localisationString("why_copySize", "",
                             fmt::format("{}x{}", info.integer(SourceKey::v0Width).value_or(0),
                                         info.integer(SourceKey::v0Height).value_or(0)));
 }
 
-int validTarget(const Dico& entry) {
-  const int target = static_cast<int>(entry.integer(BatchKey::out).value_or(outProres));
+Target validTarget(const Dico& entry) {
+  const Target target = targetOf(entry);
   const Permissions allowed = targetPermissions(entry);
   if (isAllowed(allowed, target))
     return target;
-  const bool hasOwnTarget = target >= outQuickTime && target <= outProres;
+  const bool hasOwnTarget = targetRow(target) != nullptr;
   if (!hasOwnTarget && isAllowed(allowed, outProres))
     return outProres;
   return firstAllowed(allowed, hasOwnTarget ? target : outProres);

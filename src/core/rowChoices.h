@@ -8,10 +8,11 @@
 
 #include "classShared/Value.h"
 #include "encoding/sizes.h"
+#include "encoding/targets.h"
 
 namespace tessarin {
 
-using Permissions = std::array<bool, 3>;  // by OutputSpeed or by OutputTarget
+using Permissions = std::array<bool, 3>;  // by Speed or by Target
 
 // Which speeds the row allows with its size row ("sizeOut").
 //
@@ -21,7 +22,7 @@ using Permissions = std::array<bool, 3>;  // by OutputSpeed or by OutputTarget
 // keeps the source's rate.
 Permissions speedPermissions(const Dico& entry);
 
-// The targets that the row may be converted to (asks cellAllowedOut three times).
+// The targets that the row may be converted to (asks cellAllowedOut for each).
 Permissions targetPermissions(const Dico& entry);
 
 // The valid size and speed nearest to what the row holds. A speed that only the row's sibling of
@@ -29,27 +30,27 @@ Permissions targetPermissions(const Dico& entry);
 // first one allowed.
 struct SizeAndSpeed {
   int sizeOut = 0;
-  int speed = speedKeep;
+  Speed speed = speedKeep;
 };
 SizeAndSpeed validSizeAndSpeed(const Dico& entry);
 
 // The row's target when it is allowed. Otherwise ProRes for a row that has no target of its own
 // (the "50p/60p" segment), or else the first target allowed; the row's own when none is.
-int validTarget(const Dico& entry);
+Target validTarget(const Dico& entry);
 
 // What is to become of a row: a target, a size row and a speed.
 struct Choice {
-  int target = outProres;
+  Target target = outProres;
   int sizeOut = 0;
-  int speed = speedKeep;
+  Speed speed = speedKeep;
   bool operator==(const Choice&) const = default;
 };
 
 // What somebody wants, of a row whose size and speed are as the rest of the wishes made them.
 struct Wish {
-  int target = outProres;
+  Target target = outProres;
   std::optional<int> sizeOut;  // a size that was named; nothing when any will do
-  int speed = speedKeep;
+  Speed speed = speedKeep;
 };
 
 // The choice nearest to the wish that can be made of the row. The row's own size where the target
@@ -63,7 +64,7 @@ std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, Applica
 struct Alternative {
   Choice choice;
   std::optional<int> sizeOut;
-  std::optional<int> speed;
+  std::optional<Speed> speed;
 };
 
 // The nearest alternative of each target, in their order.
@@ -71,10 +72,10 @@ std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, Appli
 
 // Why the row, with its size and speed, does not allow the target; in the user's language, "" when
 // it does.
-std::string whyNotTarget(const Dico& entry, int target);
+std::string whyNotTarget(const Dico& entry, Target target);
 
 // A choice with this speed that the row could make instead, the nearest; nothing when there is
 // none.
-std::optional<Choice> choiceWithSpeed(const Dico& entry, int speed, Application application);
+std::optional<Choice> choiceWithSpeed(const Dico& entry, Speed speed, Application application);
 
 }  // namespace tessarin

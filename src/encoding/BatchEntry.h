@@ -47,15 +47,19 @@ inline constexpr std::string_view master = "purgePathStr1";           // what th
 }  // namespace JobKey
 
 // The values of "out".
-inline constexpr int outQuickTime = 0;
-inline constexpr int outAic = 1;
-inline constexpr int outProres = 2;
-inline constexpr int outNone = 3;  // of a row whose application has no target of its own
+enum Target : int {
+  outQuickTime = 0,
+  outAic = 1,
+  outProres = 2,
+  outNone = 3,  // of a row whose application has no target of its own
+};
 
 // The values of "speed" and of a row's "fps".
-inline constexpr int speedKeep = 0;
-inline constexpr int speedHalf = 1;  // deinterlaced, one frame for two fields
-inline constexpr int speedSlow = 2;  // one frame for each field, at half the speed
+enum Speed : int {
+  speedKeep = 0,
+  speedHalf = 1,  // deinterlaced, one frame for two fields
+  speedSlow = 2,  // one frame for each field, at half the speed
+};
 
 // The values of "resultat".
 namespace ResultMark {

@@ -20,9 +20,7 @@ enum class Application {
 struct ApplicationRow {
   const char* label;      // of the segment
   std::string_view word;  // at the command line
-  // The target that a new row starts with: outQuickTime …; one more than the last for an
-  // application that has none of its own.
-  int firstTarget;
+  Target firstTarget;     // that a new row starts with
 };
 
 inline constexpr ApplicationRow applicationTable[] = {

@@ -6,8 +6,8 @@
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
 #include "platform/Bundle.h"
 
@@ -51,12 +51,12 @@ struct Treatment {
   bool interleave;   // frames become fields
   bool deinterlace;  // the row is progressive
   bool doubleFps;    // every field becomes a frame, at the field rate
-  int mode;          // outQuickTime …
+  Target mode;
   int fps;
-  std::int64_t speed;  // speedKeep …
+  Speed speed;
 };
 
-Treatment treatmentOf(int outInt, const Dico& job, const SizeRow* size, bool interleave) {
+Treatment treatmentOf(Target target, const Dico& job, const SizeRow* size, bool interleave) {
   Treatment plan{};
   plan.interleave = interleave;
   plan.deinterlace = size && size->isProgressive();
@@ -68,8 +68,8 @@ Treatment treatmentOf(int outInt, const Dico& job, const SizeRow* size, bool int
   plan.doubleFps = !isSourceProgressive(job) && isOf(size, RateFamily::p50) && plan.fps > 47;
   logFormat("…to double fps      ? {:d}", plan.doubleFps);
   // Interleaved frames cannot be copied; the intermediate is the least loss.
-  plan.mode = interleave && outInt == outQuickTime ? outAic : outInt;
-  plan.speed = plan.doubleFps ? speedSlow : job.integer(JobKey::speed).value_or(speedKeep);
+  plan.mode = interleave && target == outQuickTime ? outAic : target;
+  plan.speed = plan.doubleFps ? speedSlow : speedOfJob(job);
   if (plan.speed == speedKeep && plan.deinterlace)
     plan.speed = speedHalf;
   return plan;
@@ -135,11 +135,12 @@ void logDetails(std::string_view name, const Arguments& arguments) {
 
 }  // namespace
 
-std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string_view prefProres) {
+std::optional<EncodingCommand> encodage(Target target, const Dico& job,
+                                        std::string_view prefProres) {
   logLine("encodage            - deb");
   debugFormat("srcPathStr          : {}", job.textOrEmpty(JobKey::srcPathStr));
   debugFormat("dstPathStr          : {}", job.textOrEmpty(JobKey::dstPathStr));
-  debugFormat("outInt              : {}", outInt);
+  debugFormat("outInt              : {}", static_cast<int>(target));
   if (debugMode() || verboseLevel(1))
     logFormat("dico                : {}", job.description());
 
@@ -159,7 +160,7 @@ std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string
   if (isSourceProgressive(job) && !interleave) {
     appendCopy(arguments, job);
   } else {
-    const Treatment plan = treatmentOf(outInt, job, size, interleave);
+    const Treatment plan = treatmentOf(target, job, size, interleave);
     appendCodec(arguments, plan, prefProres);
     command.writesProres = plan.mode == outProres;
     append(arguments, {"-threads", "auto"});

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "classShared/Value.h"
+#include "encoding/BatchEntry.h"
 
 namespace tessarin {
 
@@ -16,9 +17,10 @@ struct EncodingCommand {
   bool writesProres = false;
 };
 
-// `outInt` is the chosen target (outQuickTime …), `job` the job's record, `prefProres` the four
+// `job` is the job's record, `prefProres` the four
 // characters of the ProRes flavour. Paths are not checked: a job without them gives a command that
 // ffmpeg refuses. Nothing when "sizeOut" is no row of the size list.
-std::optional<EncodingCommand> encodage(int outInt, const Dico& job, std::string_view prefProres);
+std::optional<EncodingCommand> encodage(Target target, const Dico& job,
+                                        std::string_view prefProres);
 
 }  // namespace tessarin

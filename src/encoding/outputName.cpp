@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include "classShared/TextAdditions.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/naming.h"
+#include "encoding/targets.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -16,9 +16,10 @@ constexpr const char* folderName = "Tessarin";
 // Bytes of a movie's name without endings and extension.
 constexpr std::size_t longestTitle = 200;
 
-std::string titleOf(const std::string& source, const SourceInfo& info, int target) {
-  std::string title =
-      target == outAic ? dateCreation2iMovieN(source, info) : pathes2Titles(source, {});
+std::string titleOf(const std::string& source, const SourceInfo& info, Target target) {
+  const TargetRow* row = targetRow(target);
+  std::string title = row && row->isNamedAfterRecording ? dateCreation2iMovieN(source, info)
+                                                        : pathes2Titles(source, {});
   // A name that is blank or starts with a dot could not be seen.
   if (trimmed(title).empty())
     title = "_";
@@ -40,7 +41,7 @@ std::string outputFolder(const std::string& destination) {
   return fileName(folder) == folderName ? folder : joinPath(folder, folderName);
 }
 
-std::string outputPath(const SourceInfo& info, int target, const std::string& folder,
+std::string outputPath(const SourceInfo& info, Target target, const std::string& folder,
                        OutputNames& taken) {
   const std::string source = info.textOrEmpty(RowInfoKey::srcPathStr);
   const std::string title = titleOf(source, info, target);

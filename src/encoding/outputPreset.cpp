@@ -9,7 +9,7 @@
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/targets.h"
 #include "ffmpeg/movieCodecs.h"
 #include "ffmpeg/proresFlavours.h"
 
@@ -212,7 +212,7 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const SizeRow* size) {
     return false;
   const Dico& judged = entry.contains(BatchKey::fpsSrc) ? entry : info;
   return isSourceProgressive(judged) && !needsInterleaveToI50(info, size) &&
-         entry.integer(BatchKey::fps) != speedHalf;
+         speedOfRow(entry) != speedHalf;
 }
 
 }  // namespace
@@ -255,20 +255,19 @@ bool needsInterleaveToI50(const Dico& info, const SizeRow* size) {
          size->isInterlaced() && roundedFps(info) >= leastRate;
 }
 
-bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool proresCell) {
+bool cellAllowedOut(const Dico& entry, Target target) {
   const Dico* found = entry.dico(BatchKey::dico);
   const Dico info = found ? *found : Dico();
   const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
-  const bool isOut540p = size && size->frame.height == 540;
   const CodecInventory& codecs = codecInventory();
   debugFormat("cellAllowedOut      : isP={:d}, AIC={:d}, Prores={:d} (isOut540p={:d})",
               isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info), codecs.aic,
-              codecs.prores, isOut540p);
-  if (quickTimeCell)
-    return isCopyAllowed(entry, info, size);
-  if (aicCell)
-    return codecs.aic;
-  return proresCell && codecs.prores && !isOut540p;
+              codecs.prores, size && size->frame.height == 540);
+  const TargetRow* row = targetRow(target);
+  if (row == nullptr || row->codec.empty())
+    return row && isCopyAllowed(entry, info, size);
+  const bool isLarge = !size || !size->isSize() || size->frame.height >= row->leastLines;
+  return codecs.*row->encoder && isLarge;
 }
 
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,

@@ -37,9 +37,8 @@ int roundedFps(const Dico& info);
 // that its frames become fields. Without a row: no.
 bool needsInterleaveToI50(const Dico& info, const SizeRow* size);
 
-// Whether an output may be offered for the row: for QuickTime, Apple Intermediate Codec or ProRes,
-// whichever of the three flags is set.
-bool cellAllowedOut(const Dico& entry, bool quickTimeCell, bool aicCell, bool proresCell);
+// Whether the target may be offered for the row.
+bool cellAllowedOut(const Dico& entry, Target target);
 
 // The name of the export settings with the ProRes flavour put in: "pr1080p25" and "apch" give
 // "prHd1080p25". Names without "pr" and unknown flavours change nothing; no name gives none.

@@ -43,8 +43,10 @@ constexpr const ProresFlavour* proresFlavourOfWord(std::string_view word) {
 
 // The one of this code; standard for others.
 constexpr const ProresFlavour& proresFlavourOrStandard(std::string_view code) {
+  constexpr const ProresFlavour* standard = &proresFlavours[2];
+  static_assert(standard->code == "apcn");
   const ProresFlavour* flavour = proresFlavour(code);
-  return flavour != nullptr ? *flavour : *proresFlavour("apcn");
+  return flavour != nullptr ? *flavour : *standard;
 }
 
 }  // namespace tessarin

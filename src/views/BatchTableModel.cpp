@@ -91,8 +91,8 @@ QString BatchTableModel::segmentTip(const QModelIndex& index, int segment) const
                                                "@@tipSoftFinalCutPro", "@@tipSpeedFull",
                                                "@@tipSpeedHalf",       "@@tipSpeedSlow"};
   const QString tip = localizedText(QLatin1String(keys[(isOut ? 0 : 3) + segment]));
-  const std::string reason =
-      isOut ? table_.whyNotOut(index.row(), segment) : table_.whyNotSpeed(index.row(), segment);
+  const std::string reason = isOut ? table_.whyNotOut(index.row(), static_cast<Target>(segment))
+                                   : table_.whyNotSpeed(index.row(), static_cast<Speed>(segment));
   return reason.empty() ? tip : tip + QLatin1Char('\n') + qtText(reason);
 }
 

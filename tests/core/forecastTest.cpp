@@ -22,8 +22,8 @@ class Forecasts : public testing::Test {
   }
   ~Forecasts() override { codecInventory() = CodecInventory(); }
 
-  static Dico rowOf(int width, int height, double fps, bool progressive, int out, int size,
-                    int speed = speedKeep) {
+  static Dico rowOf(int width, int height, double fps, bool progressive, Target out, int size,
+                    Speed speed = speedKeep) {
     return {{"dico", Dico{{"v0_id", 0},
                           {"v0_codec", "h264"},
                           {"v0_width", width},

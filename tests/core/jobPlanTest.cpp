@@ -12,7 +12,7 @@
 namespace tessarin {
 namespace {
 
-Dico rowOf(bool progressive, int size, int out) {
+Dico rowOf(bool progressive, int size, Target out) {
   return {{"dico", Dico{{"v0_width", 1920},
                         {"v0_height", 1080},
                         {"v0_fps", 25.0},
@@ -87,7 +87,7 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
 }
 
 TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
-  const auto seconds = [](bool progressive, double fps, int size, int speed) {
+  const auto seconds = [](bool progressive, double fps, int size, Speed speed) {
     Dico row = withInfo(rowOf(progressive, size, outProres), {{"v0_fps", fps}, {"w_duration", 4}});
     row.set("fps", speed);
     return *planJob(jobOfRow(row), "/out/x.mov", "apcn")->job.number("durationDouble");
@@ -114,7 +114,7 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
 }
 
 TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
-  const auto said = [](bool progressive, int out, const Dico& info) {
+  const auto said = [](bool progressive, Target out, const Dico& info) {
     const Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, out), info);
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     Arguments names;
@@ -141,7 +141,7 @@ TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
 }
 
 TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
-  const auto command = [](bool progressive, int speed) {
+  const auto command = [](bool progressive, Speed speed) {
     Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
                         {{"v0_begin", 0.549333}, {"w_duration", 3}});
     row.set("fps", speed);
@@ -170,7 +170,7 @@ TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
 
 // The quicker encoder reads behind the end of such pictures.
 TEST_F(JobPlanTest, FieldsOfAnOddNumberOfMacroblockRowsTakeTheOtherEncoder) {
-  const auto encoderOf = [](int height, int size, int speed = speedKeep) {
+  const auto encoderOf = [](int height, int size, Speed speed = speedKeep) {
     Dico row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
     row.set("fps", speed);
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;

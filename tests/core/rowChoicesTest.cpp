@@ -19,8 +19,8 @@ constexpr int size1080p50 = 11;
 constexpr int size1080i50 = 12;
 constexpr int size540p25 = 4;
 
-Dico entryOf(int width, int height, double fps, bool progressive, int size, int speed = speedKeep,
-             int out = outProres) {
+Dico entryOf(int width, int height, double fps, bool progressive, int size, Speed speed = speedKeep,
+             Target out = outProres) {
   return {{BatchKey::dico.data(),
            Dico{{SourceKey::v0Width.data(), width},
                 {SourceKey::v0Height.data(), height},
@@ -91,7 +91,7 @@ TEST_F(RowChoicesTest, ARefusedTargetMovesToOneThatIsAllowed) {
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 25, true, size1080p25, speedKeep, outQuickTime)),
             outQuickTime);
   // The segment "50p/60p" has no target of its own.
-  EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, true, size1080p50, speedKeep, 3)), outProres);
+  EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, true, size1080p50, speedKeep, outNone)), outProres);
   // Nothing is possible: the row keeps what it asks for.
   EXPECT_EQ(validTarget(entryOf(1920, 1080, 50, false, size540p25, speedHalf, outProres)),
             outProres);
@@ -115,8 +115,8 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
       for (const bool progressive : {true, false})
         for (const Application soft :
              {Application::quickTime, Application::finalCut, Application::fast})
-          for (const int target : {outQuickTime, outAic, outProres})
-            for (const int speed : {speedKeep, speedHalf, speedSlow})
+          for (const Target target : {outQuickTime, outAic, outProres})
+            for (const Speed speed : {speedKeep, speedHalf, speedSlow})
               for (int size = firstConcreteRow - 1; size <= size1080i50; ++size) {
                 // The row before the sizes stands for none that was named.
                 Wish wish{target, std::nullopt, speed};
@@ -152,12 +152,12 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
 TEST_F(RowChoicesTest, TheNearestSizeIsTaken) {
   codecInventory().aic = true;
   const auto automatic = [](int width, int height, double fps, bool progressive, Application soft,
-                            int target) {
+                            Target target) {
     Dico entry = entryOf(width, height, fps, progressive, 0);
     entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
     return nearestChoice(entry, {target, std::nullopt, speedKeep}, soft);
   };
-  const auto choice = [](int target, int size, int speed = speedKeep) {
+  const auto choice = [](Target target, int size, Speed speed = speedKeep) {
     return Choice{target, size, speed};
   };
   EXPECT_EQ(automatic(640, 480, 25, true, Application::finalCut, outAic),

@@ -40,7 +40,7 @@ Dico jobOf(const char* fields, double fps, int row) {
 
 class CommandBuilderTest : public testing::Test {
  protected:
-  static Arguments argumentsOf(int out, const Dico& job, std::string_view prores = "apcn") {
+  static Arguments argumentsOf(Target out, const Dico& job, std::string_view prores = "apcn") {
     const auto command = encodage(out, job, prores);
     EXPECT_TRUE(command);
     return command ? command->arguments : Arguments();
@@ -50,10 +50,10 @@ class CommandBuilderTest : public testing::Test {
     const auto found = std::find(arguments.begin(), arguments.end(), option);
     return found == arguments.end() || found + 1 == arguments.end() ? "" : *(found + 1);
   }
-  static std::string filterOf(const Dico& job, int out = outProres) {
+  static std::string filterOf(const Dico& job, Target out = outProres) {
     return valueOf(argumentsOf(out, job), "-vf");
   }
-  static std::string rateOf(const Dico& job, int out = outProres) {
+  static std::string rateOf(const Dico& job, Target out = outProres) {
     return valueOf(argumentsOf(out, job), "-r");
   }
 

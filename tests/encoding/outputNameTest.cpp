@@ -39,7 +39,7 @@ TEST(OutputName, StaysInTheFolderAndShortEnoughForItsEndings) {
         std::string("%d.mts"), std::string("a\nb.mts"), std::string("NAME-failure.mov"),
         std::string(":.mts"), std::string("\xff\xfe.mts"), std::string(251, 'n') + ".mts",
         std::string(251, '\xff') + ".mts", wide + ".mts", std::string(255, '.')})
-    for (const int target : {outProres, outAic}) {
+    for (const Target target : {outProres, outAic}) {
       OutputNames taken;
       const std::string output =
           outputPath({{"srcPathStr", "/gone/" + name}}, target, folder, taken);

@@ -110,9 +110,7 @@ TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
 }
 
 TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
-  const auto quickTime = [](const Dico& entry) {
-    return cellAllowedOut(entry, true, false, false);
-  };
+  const auto quickTime = [](const Dico& entry) { return cellAllowedOut(entry, outQuickTime); };
   EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 10)));
   EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 12))) << "only the size is compared";
   EXPECT_TRUE(quickTime(withRow(entryOf(960, 540, "p", 25), 4)));

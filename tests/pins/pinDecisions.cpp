@@ -174,18 +174,20 @@ void pinPermissionsOf(Pin& pin, const Dico& entry) {
 void pinChoices(Pin& pin, Dico entry) {
   for (int target = -1; target < 5; ++target) {
     entry.set(BatchKey::out, target);
-    pin.add("{} {}", validTarget(entry), whyNotTarget(entry, target));
+    pin.add("{:d} {}", validTarget(entry), whyNotTarget(entry, static_cast<Target>(target)));
   }
-  for (int target = 0; target < 3; ++target)
-    for (int speed = 0; speed < 3; ++speed)
+  for (const Target target : allTargets)
+    for (const Speed speed : allSpeeds)
       for (const Application soft :
            {Application::any, Application::quickTime, Application::finalCut, Application::fast}) {
         pin.add(described(nearestChoice(entry, {target, std::nullopt, speed}, soft)));
         pin.add(described(nearestChoice(entry, {target, 7, speed}, soft)));
         pin.add(described(choiceWithSpeed(entry, speed, soft)));
       }
-  for (const Alternative& each : alternatives(entry, {0, 12, 2}, Application::iMovie))
-    pin.add("{} {} {}", described(each.choice), each.sizeOut.value_or(-1), each.speed.value_or(-1));
+  for (const Alternative& each :
+       alternatives(entry, {outQuickTime, 12, speedSlow}, Application::iMovie))
+    pin.add("{} {} {}", described(each.choice), each.sizeOut.value_or(-1),
+            each.speed ? int{*each.speed} : -1);
 }
 
 void pinPermissions(Pin& pin) {
@@ -252,7 +254,7 @@ Dico recordOf(std::string_view kind) {
 }
 
 void pinJob(Pin& pin, const Dico& job) {
-  const int target = static_cast<int>(job.integer(JobKey::out).value_or(outProres));
+  const Target target = targetOf(job);
   for (const char* flavour : {"apch", "ap4h"}) {
     const auto command = encodage(target, job, flavour);
     if (!command) {
@@ -343,7 +345,7 @@ void pinNames(Pin& pin) {
         if (*time != '\0')
           info.set(SourceKey::recorded, time);
         pin.add(dateCreation2iMovieN(path, info));
-        for (int target = 0; target < 3; ++target)
+        for (const Target target : allTargets)
           pin.add(outputPath(info, target, "/nowhere/Tessarin", taken));
       }
   }

@@ -49,7 +49,7 @@ const Source sources[] = {
 
 enum class Sound { stereo, surround, forced, none };
 
-Dico jobOf(const Source& source, const std::string& folder, std::optional<int> row, int speed,
+Dico jobOf(const Source& source, const std::string& folder, std::optional<int> row, Speed speed,
            Sound sound, const std::string& destination) {
   Dico job{{std::string(JobKey::srcPathStr), folder + "/" + source.file},
            {std::string(JobKey::dstPathStr), destination},
@@ -92,7 +92,7 @@ std::string shapeOf(const std::vector<std::string>& arguments) {
 std::map<std::string, std::vector<std::string>> distinctCommands(const std::string& folder) {
   std::map<std::string, std::vector<std::string>> commands;
   std::map<std::string, bool> treatments;
-  const auto add = [&](int target, const Source& source, std::optional<int> row, int speed) {
+  const auto add = [&](Target target, const Source& source, std::optional<int> row, Speed speed) {
     const auto silent = encodage(
         target, jobOf(source, folder, row, speed, Sound::none, folder + "/out.mov"), "apch");
     ASSERT_TRUE(silent);
@@ -107,8 +107,8 @@ std::map<std::string, std::vector<std::string>> distinctCommands(const std::stri
     commands.emplace(shapeOf(command->arguments), command->arguments);
   };
   for (const Source& source : sources)
-    for (const int target : {outQuickTime, outAic, outProres})
-      for (const int speed : {speedKeep, speedHalf, speedSlow}) {
+    for (const Target target : {outQuickTime, outAic, outProres})
+      for (const Speed speed : {speedKeep, speedHalf, speedSlow}) {
         add(target, source, std::nullopt, speed);
         for (int row = firstConcreteRow; sizeRow(row); ++row)
           add(target, source, row, speed);

@@ -51,7 +51,7 @@ TEST(Presets, EveryChoiceHasAFileOfItsSizeAndShape) {
   const auto rows = static_cast<int>(presetSizesList(false).size());
   for (int row = firstConcreteRow; row < rows; ++row)
     for (const double fps : {12.0, 15.0, 23.976, 24.0, 25.0, 29.97, 30.0, 48.0, 50.0, 59.94, 120.0})
-      for (const int out : {outAic, outProres})
+      for (const Target out : {outAic, outProres})
         for (const char* shape : {"4:3", "16:9"})
           for (const char* flavour : proresCodes) {
             const Dico job{{"v0_width", 1920}, {"v0_height", 1080}, {"sizeOut", row},

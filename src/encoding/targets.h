@@ -1,0 +1,65 @@
+// What movies can be made in: the targets, and the speeds that pictures can have in them.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include "analysis/codecInventory.h"
+#include "classShared/Value.h"
+#include "encoding/BatchEntry.h"
+
+namespace tessarin {
+
+struct TargetRow {
+  std::string_view word;  // at the command line and in its reports
+  const char* icon;       // of its cell; the names of the images begin with it
+  // The codec as ffmpeg calls it; "" for that of the source, whose pictures are copied.
+  std::string_view codec;
+  bool CodecInventory::*encoder;  // what has to be there; null: nothing
+  int leastLines;                 // of a size, for the codec to take it
+  std::string_view settings;      // names of the exports' settings begin with it
+  bool hasFlavours;               // those of ProRes
+  bool isNamedAfterRecording;     // movies' titles tell when; else they are the sources'
+};
+
+// By Target.
+inline constexpr std::array targetTable = {
+    TargetRow{"quicktime", "iconQt", "", nullptr, 0, "", false, false},
+    TargetRow{"aic", "iconImovie", "icod", &CodecInventory::aic, 0, "", false, true},
+    TargetRow{"prores", "iconFcp", "prores", &CodecInventory::prores, 720, "pr", true, false},
+};
+inline constexpr std::array allTargets = {outQuickTime, outAic, outProres};
+
+struct SpeedRow {
+  std::string_view word;  // at the command line and in its reports
+  const char* icon;       // of its cell; the names of the images begin with it
+  const char* title;      // key of its text
+};
+
+// By Speed.
+inline constexpr std::array speedTable = {
+    SpeedRow{"full", "fpsFull", "speedFull"},
+    SpeedRow{"half", "fpsHalf", "speedHalf"},
+    SpeedRow{"slow", "fpsSlow", "speedSlow"},
+};
+inline constexpr std::array allSpeeds = {speedKeep, speedHalf, speedSlow};
+
+// Null for a number that is none of the table's.
+constexpr const TargetRow* targetRow(Target target) {
+  return target >= outQuickTime && target < outNone ? &targetTable[static_cast<std::size_t>(target)]
+                                                    : nullptr;
+}
+
+// What a row of the batch or a job says; `otherwise` when it says nothing.
+inline Target targetOf(const Dico& rowOrJob, Target otherwise = outProres) {
+  return static_cast<Target>(rowOrJob.integer(BatchKey::out).value_or(otherwise));
+}
+inline Speed speedOfRow(const Dico& row) {
+  return static_cast<Speed>(row.integer(BatchKey::fps).value_or(speedKeep));
+}
+inline Speed speedOfJob(const Dico& job) {
+  return static_cast<Speed>(job.integer(JobKey::speed).value_or(speedKeep));
+}
+
+}  // namespace tessarin
