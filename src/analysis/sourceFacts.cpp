@@ -211,12 +211,4 @@ Fact judgeFact(std::string_view key, const Value& value) {
   return obeys(value, *rule) ? Fact::good : Fact::wrong;
 }
 
-SourceInfo goodFacts(const Dico& record) {
-  SourceInfo facts;
-  for (const auto& [key, value] : record)
-    if (judgeFact(key, value) == Fact::good)
-      facts.set(key, value);
-  return facts;
-}
-
 }  // namespace tessarin

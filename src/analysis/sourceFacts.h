@@ -20,7 +20,4 @@ enum class Fact {
 // `value` under `key`, the field order as text of the user's language or as key ("TFF").
 Fact judgeFact(std::string_view key, const Value& value);
 
-// The record with its good facts alone.
-SourceInfo goodFacts(const Dico& record);
-
 }  // namespace tessarin

@@ -183,18 +183,6 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
       exitStatus_(other.exitStatus_),
       killed_(other.killed_) {}
 
-ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
-  if (this != &other) {
-    end();
-    pid_ = std::exchange(other.pid_, -1);
-    leadsGroup_ = other.leadsGroup_;
-    exitDescriptor_ = std::move(other.exitDescriptor_);
-    exitStatus_ = other.exitStatus_;
-    killed_ = other.killed_;
-  }
-  return *this;
-}
-
 std::optional<ExitStatus> ChildProcess::exitStatus() {
   reap(WNOHANG);
   return exitStatus_;

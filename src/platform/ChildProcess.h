@@ -84,7 +84,7 @@ class ChildProcess {
   static Outcome<ChildProcess> start(const ChildSetup& setup);
 
   ChildProcess(ChildProcess&& other) noexcept;
-  ChildProcess& operator=(ChildProcess&& other) noexcept;
+  ChildProcess& operator=(ChildProcess&&) = delete;
   ~ChildProcess() { end(); }
 
   pid_t pid() const { return pid_; }

@@ -59,19 +59,6 @@ PartialFile::PartialFile(PartialFile&& other) noexcept
       buffer_(std::move(other.buffer_)),
       failure_(std::move(other.failure_)) {}
 
-PartialFile& PartialFile::operator=(PartialFile&& other) noexcept {
-  if (this != &other) {
-    discard();
-    target_ = std::move(other.target_);
-    temporaryName_ = std::exchange(other.temporaryName_, {});
-    descriptor_ = std::exchange(other.descriptor_, -1);
-    written_ = other.written_;
-    buffer_ = std::move(other.buffer_);
-    failure_ = std::move(other.failure_);
-  }
-  return *this;
-}
-
 PartialFile::~PartialFile() {
   discard();
 }

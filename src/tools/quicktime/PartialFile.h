@@ -18,7 +18,7 @@ class PartialFile {
   static Outcome<PartialFile> create(const std::string& target);
 
   PartialFile(PartialFile&& other) noexcept;
-  PartialFile& operator=(PartialFile&& other) noexcept;
+  PartialFile& operator=(PartialFile&&) = delete;
   ~PartialFile();
 
   // Position of the next byte.
