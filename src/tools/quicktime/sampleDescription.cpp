@@ -24,7 +24,7 @@ void putVideoDescription(AtomWriter& out, const VideoFormat& format) {
   out.putCountedText(format.codecName, 32);
   out.put16(24);      // depth
   out.put16(0xFFFF);  // no colour table
-  {
+  if (format.codec == "icod") {
     const Atom atom(out, "hpre");
     out.put32(0);
   }
