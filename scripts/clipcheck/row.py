@@ -91,6 +91,7 @@ class Row:
         self.notes = []
         self.refused = ""
         self.unable = ""
+        self.damaged = False
         self.seconds = 0.0
         self.megabytes = 0
 
@@ -146,7 +147,8 @@ class Row:
         if self.speed == "slow" and intention["speed"] != "slow":
             self.refused = "no slow motion"
             return
-        check = Check(source, end["output"], intention, folder)
+        self.damaged = bool(is_damaged)
+        check = Check(source, end["output"], intention, folder, is_damaged and self.ffmpeg)
         self.faults += check.faults()
         self.notes += check.notes
         self.movie = check.movie

@@ -14,14 +14,16 @@ def facts(movie):
             "pictures": str(len(pictures)), "fields": movie.video.get("field_order", "unknown"),
             "picture flags": "/".join(sorted(set(pictures.flags))),
             "shape": f"{movie.shape:.3f}", "samples as": movie.video.get("pix_fmt"),
-            "colours": "/".join(str(movie.tag("color_" + name))
-                                for name in ("range", "primaries", "transfer", "space")),
+            # Limited is what no range means.
+            "colours": "/".join([movie.video.get("color_range", "tv")]
+                                + [str(movie.tag("color_" + name))
+                                   for name in ("primaries", "transfer", "space")]),
             "sound": " ".join(str(sound.get(key)) for sound in movie.sounds
                               for key in ("codec_name", "channels", "sample_rate")) or "none"}
 
 
-def differences(movie, usual):
-    """Texts, none when the movies are alike."""
+def differences(movie, usual, damaged=False):
+    """Texts, none when the movies are alike. What is shown for lost pictures may differ."""
     own, other = facts(movie), facts(usual)
     found = [f"{name}: {own[name]}, else {other[name]}" for name in own if own[name] != other[name]]
     own, other = movie.pictures, usual.pictures
@@ -38,6 +40,8 @@ def differences(movie, usual):
     late = np.abs((own.times - own.times[0]) - (other.times - other.times[0])).max()
     if late > TIME:
         found.append(f"a picture comes {1000 * late:.0f} ms off")
+    if damaged:
+        return found
     off = np.abs(own.planes.astype(np.int16) - other.planes).mean(axis=(2, 3)).max(axis=1)
     if off.max() > LIKENESS:
         found.append(f"{np.sum(off > LIKENESS)} pictures look different, the first is number "
