@@ -88,8 +88,9 @@ void ffInfosOfReport(benchmark::State& state) {
              [](const std::string& report) { return tessarin::ffInfos(report, std::nullopt); });
 }
 void analysisFfOfReport(benchmark::State& state) {
-  readReport(state,
-             [](const std::string& report) { return tessarin::analysisFf(report, "i", ""); });
+  readReport(state, [](const std::string& report) {
+    return tessarin::analysisFf(report, tessarin::Fields::topFirst, "");
+  });
 }
 void startOffsetsOfReport(benchmark::State& state) {
   readReport(state, [](const std::string& report) { return tessarin::ptsDtsOffsetMs(report); });

@@ -8,7 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view report(reinterpret_cast<const char*>(data), size);
-  tessarin::analysisFf(report, "TFF", "/card/clip.mts");
+  tessarin::analysisFf(report, tessarin::Fields::topFirst, "/card/clip.mts");
   tessarin::ptsDtsOffsetMs(report);
   tessarin::ffChapters(report);
   tessarin::forceFormatLite(report);

@@ -153,7 +153,7 @@ std::optional<Arguments> SourceExamination::soundCommand() const {
 
 void SourceExamination::take(std::string report, std::optional<FramePictures> pictures) {
   if (!isDescribed_) {
-    takeDescription({std::move(report), std::move(pictures), reading_});
+    takeDescription({std::move(report), pictures, reading_});
     return;
   }
   if (!place()) {
@@ -220,7 +220,7 @@ void SourceExamination::complete(SourceInfo& record) const {
   if (!format_.empty())
     record.set(SourceKey::wForce, format_);
   if (const auto order = fields(); order && order->claim)
-    record.set(SourceKey::v0FieldsClaim, *order->claim);
+    record.set(SourceKey::v0FieldsClaim, fieldsKey(*order->claim));
   if (begin_ && *begin_ > leastLateness)
     record.set(SourceKey::v0Begin, *begin_);
 }

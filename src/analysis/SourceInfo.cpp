@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "analysis/Fields.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {

@@ -98,7 +98,7 @@ inline constexpr std::string_view v0Matrix = "v0_matrix";        // "bt2020nc"
 // Number, above 0: seconds, as a conversion counts them, to the first picture that can be decoded,
 // where that is late: sound begins before, or the clip was cut inside a group of pictures.
 inline constexpr std::string_view v0Begin = "v0_begin";
-// Text: fieldsText("PFF") means progressive, every other text interlaced.
+// Text: "PFF" (fieldsKey) means progressive, every other text interlaced.
 inline constexpr std::string_view v0Fields = "v0_fields";
 
 // Text, "TFF" or "BFF": the order that the stream claims, only when its pictures say otherwise;
@@ -134,9 +134,5 @@ inline constexpr std::string_view stream = "stream";        // the pictures
 inline constexpr std::string_view container = "container";  // the file around them
 inline constexpr std::string_view file = "file";            // the file system
 }  // namespace RecordedBy
-
-// The user's word for a field order: key "TFF" (top field first), "BFF" (bottom field first) or
-// "PFF" (progressive) of the string table "fields".
-std::string fieldsText(std::string_view key);
 
 }  // namespace tessarin

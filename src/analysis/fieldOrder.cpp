@@ -14,40 +14,44 @@ namespace {
 constexpr int leastPictures = 3;
 constexpr int clearMajority = 4;
 
-// "TFF" or "BFF" when the counts decide.
-std::optional<std::string> orderShown(const FieldMotion& motion) {
+// When the counts decide.
+std::optional<Fields> orderShown(const FieldMotion& motion) {
   if (motion.top >= leastPictures && motion.top >= clearMajority * motion.bottom)
-    return "TFF";
+    return Fields::topFirst;
   if (motion.bottom >= leastPictures && motion.bottom >= clearMajority * motion.top)
-    return "BFF";
+    return Fields::bottomFirst;
   return std::nullopt;
 }
 
 bool hasFields(const FieldClues& clues) {
-  return clues.firstPicture != "PFF" ||
-         (clues.motion.changes == 0 && !clues.stream.empty() && clues.stream != "PFF");
+  return clues.firstPicture != Fields::progressive ||
+         (clues.motion.changes == 0 && clues.stream && clues.stream != Fields::progressive);
 }
 
-int countOf(const std::vector<std::string>& words, std::string_view word) {
-  return static_cast<int>(std::count(words.begin(), words.end(), word));
+int countOf(const std::vector<Fields>& orders, Fields order) {
+  return static_cast<int>(std::count(orders.begin(), orders.end(), order));
 }
 
 }  // namespace
 
 FieldOrder weighFieldOrder(const FieldClues& clues) {
   if (!hasFields(clues))
-    return {"PFF", std::nullopt};
+    return {Fields::progressive, std::nullopt};
   // What the decoder says is what the filters will hear.
-  std::vector<std::string> heard = clues.elsewhere;
+  std::vector<Fields> heard = clues.elsewhere;
   heard.push_back(clues.firstPicture);
-  std::vector<std::string> claims = heard;
-  claims.push_back(clues.stream);
+  std::vector<Fields> claims = heard;
+  if (clues.stream)
+    claims.push_back(*clues.stream);
   if (clues.topStructures != clues.bottomStructures)
-    claims.emplace_back(clues.topStructures > clues.bottomStructures ? "TFF" : "BFF");
-  const int lead = countOf(claims, "TFF") - countOf(claims, "BFF");
-  const bool claimsBottom = lead == 0 ? clues.firstPicture == "BFF" : lead < 0;
-  FieldOrder order{orderShown(clues.motion).value_or(claimsBottom ? "BFF" : "TFF"), std::nullopt};
-  const std::string other = order.fields == "TFF" ? "BFF" : "TFF";
+    claims.push_back(clues.topStructures > clues.bottomStructures ? Fields::topFirst
+                                                                  : Fields::bottomFirst);
+  const int lead = countOf(claims, Fields::topFirst) - countOf(claims, Fields::bottomFirst);
+  const bool claimsBottom = lead == 0 ? clues.firstPicture == Fields::bottomFirst : lead < 0;
+  FieldOrder order{
+      orderShown(clues.motion).value_or(claimsBottom ? Fields::bottomFirst : Fields::topFirst),
+      std::nullopt};
+  const Fields other = order.fields == Fields::topFirst ? Fields::bottomFirst : Fields::topFirst;
   if (countOf(heard, other) > 0)
     order.claim = other;
   return order;
@@ -67,11 +71,11 @@ FieldClues fieldCluesOfReport(std::string_view report, std::optional<int> stream
       continue;
     // The words for swapped fields are used by different programs in opposite senses.
     if (contains(description->description, "top first"))
-      clues.stream = "TFF";
+      clues.stream = Fields::topFirst;
     else if (contains(description->description, "bottom first"))
-      clues.stream = "BFF";
+      clues.stream = Fields::bottomFirst;
     else if (contains(description->description, "progressive"))
-      clues.stream = "PFF";
+      clues.stream = Fields::progressive;
     break;
   }
   constexpr std::string_view mark = " pic_struct:";

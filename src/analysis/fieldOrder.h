@@ -1,6 +1,4 @@
 // The order of a source's fields, weighed from all that tells of it. Pure functions.
-//
-// Orders are keys of the string table "fields": "TFF", "BFF" and "PFF" (no fields).
 #pragma once
 
 #include <optional>
@@ -15,23 +13,23 @@ namespace tessarin {
 struct FieldClues {
   // What the first picture that was decoded claims. In a clip that begins inside a group of
   // pictures it may be half a picture, and wrong.
-  std::string firstPicture = "PFF";
-  // What ffmpeg's description of the stream claims; empty when nothing.
-  std::string stream;
+  Fields firstPicture = Fields::progressive;
+  // What ffmpeg's description of the stream claims.
+  std::optional<Fields> stream;
   // How many pictures of H.264 say that they begin with the top or the bottom field.
   int topStructures = 0;
   int bottomStructures = 0;
   // What the first pictures claim at other places of the source.
-  std::vector<std::string> elsewhere;
+  std::vector<Fields> elsewhere;
   // What the pictures themselves show, at all places.
   FieldMotion motion;
 };
 
 struct FieldOrder {
-  std::string fields;
+  Fields fields = Fields::progressive;
   // The other order, where the decoder claims that, be it for some pictures only: the filters have
   // to be told the right one.
-  std::optional<std::string> claim;
+  std::optional<Fields> claim;
 };
 
 // The pictures decide where they do: three and more in one order, and four times as many as in the

@@ -42,7 +42,7 @@ std::optional<FramePictures> parseHeader(std::string_view line) {
   if (!line.starts_with("YUV4MPEG2 "))
     return std::nullopt;
   FramePictures pictures;
-  pictures.order = fieldOrderKeyOfHeader(line);
+  pictures.order = fieldsOfHeader(line);
   const auto side = [line](std::string_view mark) {
     return static_cast<int>(
         wholeNumber(textAfter(line, mark).value_or(""), ReportRange::pictureSide).value_or(0));

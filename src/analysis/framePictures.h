@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+#include "analysis/Fields.h"
+
 namespace tessarin {
 
 // Counts of one file, or of several (+=).
@@ -20,7 +22,7 @@ struct FieldMotion {
 };
 
 struct FramePictures {
-  std::string order;  // "TFF", "BFF" or "PFF": what the first picture's decoder claims
+  Fields order = Fields::progressive;  // what the first picture's decoder claims
   int width = 0;
   int height = 0;
   int whole = 0;  // pictures; a last one that is cut off does not count

@@ -45,17 +45,17 @@ std::optional<IdetCounts> idetCounts(std::string_view report) {
                     countBehind(*line, " Progressive:"), countBehind(*line, " Undetermined:")};
 }
 
-std::optional<std::string> fieldOrderKey(const IdetCounts& counts) {
+std::optional<Fields> fieldsOfCounts(const IdetCounts& counts) {
   if (counts.top >= 1)
-    return counts.bottom > counts.top ? "BFF" : "TFF";
+    return counts.bottom > counts.top ? Fields::bottomFirst : Fields::topFirst;
   if (counts.bottom >= 1)
-    return "BFF";
+    return Fields::bottomFirst;
   if (counts.progressive > counts.undetermined)
-    return "PFF";
+    return Fields::progressive;
   return std::nullopt;
 }
 
-std::optional<std::string> fieldOrderProbe(const std::string& path) {
+std::optional<Fields> fieldOrderProbe(const std::string& path) {
   for (int pass = 0; pass < passCount; ++pass) {
     const std::string start = fmt::format("{:.2f}", passSeconds * (pass + 1));
     const auto report = taskArrayPipes({Bundle::main().toolPath("ffmpeg"), "-loglevel", "info",
@@ -67,21 +67,21 @@ std::optional<std::string> fieldOrderProbe(const std::string& path) {
       continue;
     logFormat("pass #{}             : tffInt={} bffInt={} pffInt={} undefInt={} ", pass,
               counts->top, counts->bottom, counts->progressive, counts->undetermined);
-    const auto key = fieldOrderKey(*counts);
-    if (!key)
+    const auto fields = fieldsOfCounts(*counts);
+    if (!fields)
       continue;
     if (pass > 0 && verboseLevel(2))
-      logFormat("ffVfIdet {} passes   : {}", pass + 1, *key);
-    return fieldsText(*key);
+      logFormat("ffVfIdet {} passes   : {}", pass + 1, fieldsKey(*fields));
+    return fields;
   }
   return std::nullopt;
 }
 
-std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine) {
+Fields fieldsOfHeader(std::string_view yuvHeaderLine) {
   const std::string_view letter = textAfter(yuvHeaderLine, " I").value_or("").substr(0, 1);
   if (letter == "t")
-    return "TFF";
-  return letter == "b" ? "BFF" : "PFF";
+    return Fields::topFirst;
+  return letter == "b" ? Fields::bottomFirst : Fields::progressive;
 }
 
 }  // namespace tessarin

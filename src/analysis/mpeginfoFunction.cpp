@@ -1,6 +1,7 @@
 // The record of an MPEG file from its own headers.
 #include <fmt/format.h>
 
+#include "analysis/Fields.h"
 #include "analysis/mpegInfo.h"
 #include "classShared/log.h"
 
@@ -81,7 +82,7 @@ std::optional<SourceInfo> mpeginfoFunction::mpegInfoDico(const std::string& path
   setPositive(record, SourceKey::v0Bitrate, reader.bitRate() / 1000);
   setNumber(record, SourceKey::v0Fps, reader.frameRate());
   record.set(SourceKey::v0Dar, reader.isWideScreen() ? "16:9" : "4:3");
-  record.set(SourceKey::v0Fields, reader.isProgressive() ? fieldsText("PFF") : "i");
+  record.set(SourceKey::v0Fields, reader.isProgressive() ? fieldsKey(Fields::progressive) : "i");
   if (const char* chroma = chromaName(reader.chromaFormat()); reader.isMPeg2() && chroma != nullptr)
     record.set(SourceKey::v0Chroma, chroma);
   logLine("mpegInfo            - end\n\n");

@@ -366,11 +366,12 @@ void addFirstKeyFrame(double seconds, SourceInfo& record) {
 }
 
 std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
-                                     std::optional<std::string> interlacing,
+                                     std::optional<Fields> interlacing,
                                      const std::string& sourcePath) {
   logLine("analysisFf          - begin");
   debugFormat("verboseFFmpegStr    : {}", report.value_or("nil"));
-  debugFormat("interlacingStr      : {}", interlacing.value_or("nil"));
+  debugFormat("interlacingStr      : {}",
+              interlacing ? fieldsText(fieldsKey(*interlacing)) : "nil");
   if (!report)
     return std::nullopt;
   std::optional<SourceInfo> record = ffInfos(report, std::nullopt);
@@ -382,7 +383,7 @@ std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
   const std::optional<double> rate = record->number(SourceKey::v0Fps);
   if (!interlacing && rate)
     return std::nullopt;
-  if (interlacing && *interlacing != fieldsText("PFF") && rate && *rate <= 30.0)
+  if (interlacing && *interlacing != Fields::progressive && rate && *rate <= 30.0)
     record->set(SourceKey::v0Fps, 2 * *rate);
   if (debugMode())
     logFormat("mDico : {}", record->description());

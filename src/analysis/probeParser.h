@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "analysis/Fields.h"
 #include "analysis/SourceInfo.h"
 
 namespace tessarin {
@@ -18,13 +19,13 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
                                   std::optional<std::string> sourcePath);
 
 // The whole record of a source: ffInfos, the frame rate as field rate where the source is
-// interlaced, start offsets, first key frame and chapters. `interlacing` is a text of fieldsText.
+// interlaced, start offsets, first key frame and chapters.
 // Nothing without a report, for a report that ffInfos cannot read, and, by agreement with the
 // callers, for a source with a frame rate whose field order is not settled yet: they ask again
 // once it is. Runs ffmpeg on `sourcePath`, blocking, only when needsKeyFrameRun; an empty path
 // forbids that.
 std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
-                                     std::optional<std::string> interlacing,
+                                     std::optional<Fields> interlacing,
                                      const std::string& sourcePath);
 
 // Whether the report leaves open when the first key frame of its source comes. A caller that must

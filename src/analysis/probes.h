@@ -11,13 +11,14 @@
 #include <string_view>
 #include <vector>
 
+#include "analysis/Fields.h"
 #include "classShared/TextAdditions.h"
 
 namespace tessarin {
 
-// The field order as fieldsText, measured with ffmpeg's idet filter in up to six passes of four
+// The field order, measured with ffmpeg's idet filter in up to six passes of four
 // seconds, the first one four seconds into the source. Nothing when no pass could decide.
-std::optional<std::string> fieldOrderProbe(const std::string& path);
+std::optional<Fields> fieldOrderProbe(const std::string& path);
 
 // How many frames idet found to be of which kind, each looked at by itself.
 struct IdetCounts {
@@ -29,13 +30,13 @@ struct IdetCounts {
 
 // The counts at the end of one pass's report; nothing when it has none.
 std::optional<IdetCounts> idetCounts(std::string_view report);
-// "TFF", "BFF" or "PFF" (a tie is "TFF", and one interlaced frame outweighs all progressive ones);
-// nothing when the counts do not decide.
-std::optional<std::string> fieldOrderKey(const IdetCounts& counts);
+// A tie is top first, and one interlaced frame outweighs all progressive ones. Nothing when the
+// counts do not decide.
+std::optional<Fields> fieldsOfCounts(const IdetCounts& counts);
 
-// The field order that the first line of a YUV4MPEG2 file declares with " I": "TFF" for "t",
-// "BFF" for "b", "PFF" for anything else or nothing.
-std::string fieldOrderKeyOfHeader(std::string_view yuvHeaderLine);
+// The field order that the first line of a YUV4MPEG2 file declares with " I": "t", "b", or
+// anything else and nothing for progressive.
+Fields fieldsOfHeader(std::string_view yuvHeaderLine);
 
 // Starts of the chapters in seconds, in the order of the report. A chapter that starts up to 20 s
 // after the last one taken, or before it, is part of it. Nothing when there is no chapter.

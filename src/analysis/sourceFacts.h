@@ -17,7 +17,7 @@ enum class Fact {
   good,
 };
 
-// `value` under `key`, the field order as text of the user's language or as key ("TFF").
+// `value` under `key`.
 Fact judgeFact(std::string_view key, const Value& value);
 
 }  // namespace tessarin

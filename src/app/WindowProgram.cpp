@@ -284,7 +284,7 @@ void WindowProgram::changeTheLanguage() {
     return;
   logFormat("language            = {}", code);
   preferences_.prefWrite(languageKey, code);
-  changeLanguage(code, app_.table());
+  useLanguage(code);
   app_.interface.batchReport.setText("");
   translateQt();
   updates_.changed.emit();  // its texts, too

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "analysis/Fields.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/choiceWords.h"
@@ -71,6 +72,8 @@ class JsonReporter final : public Reporter {
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
+    if (const auto fields = row.dico(BatchKey::dico)->text(SourceKey::v0Fields))
+      info[std::string(SourceKey::v0Fields)] = fieldsText(*fields);
     Json event{{"event", "analysed"},
                {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
                {"progressive", isSourceProgressive(row)},

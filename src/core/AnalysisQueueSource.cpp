@@ -211,10 +211,11 @@ void AnalysisQueue::stepMediaInfoParse() {
 void AnalysisQueue::stepDico() {
   debugFormat("analysisDico        - begin");
   const std::string path = services_.preferences.prefReadString(StateKey::analysed);
-  std::optional<std::string> interlacing;
+  std::optional<Fields> interlacing;
   if (const auto order = examination().fields())
-    interlacing = fieldsText(order->fields);
-  logFormat("interlacingStr      : '{}'", interlacing.value_or("nil"));
+    interlacing = order->fields;
+  logFormat("interlacingStr      : '{}'",
+            interlacing ? fieldsText(fieldsKey(*interlacing)) : "nil");
 
   auto info = analysisFf(retainedReport_, interlacing, "");
   if (!info) {
@@ -230,14 +231,14 @@ void AnalysisQueue::stepDico() {
     completeRecord(*std::move(info));
     return;
   }
-  startTask(firstKeyFrameCommand(path, *info), quickQuestion,
-            [this, known = *std::move(info)](const ToolResult& result) {
-              SourceInfo complete = known;
-              const double seconds = firstKeyFrameOfShowinfo(result.output).value_or(0);
-              debugFormat("intraOffset         : {:.3f}", seconds);
-              addFirstKeyFrame(seconds, complete);
-              completeRecord(std::move(complete));
-            });
+  const Arguments command = firstKeyFrameCommand(path, *info);
+  startTask(command, quickQuestion, [this, known = *std::move(info)](const ToolResult& result) {
+    SourceInfo complete = known;
+    const double seconds = firstKeyFrameOfShowinfo(result.output).value_or(0);
+    debugFormat("intraOffset         : {:.3f}", seconds);
+    addFirstKeyFrame(seconds, complete);
+    completeRecord(std::move(complete));
+  });
 }
 
 void AnalysisQueue::completeRecord(SourceInfo info) {
@@ -246,7 +247,7 @@ void AnalysisQueue::completeRecord(SourceInfo info) {
     debugFormat("md                  : {}", info.description());
   const auto order = examination().fields();
   if (order && !info.contains(SourceKey::v0Fields))
-    info.set(SourceKey::v0Fields, fieldsText(order->fields));
+    info.set(SourceKey::v0Fields, fieldsKey(order->fields));
   askRecordingTime(std::move(info));
 }
 

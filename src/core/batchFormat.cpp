@@ -1,8 +1,6 @@
 #include "core/batchFormat.h"
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
-#include "encoding/BatchEntry.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 
@@ -41,36 +39,7 @@ Value ofStorable(const Value& value) {
   return value;
 }
 
-// The row with the field order `to(key)` where it is `from(key)`.
-template <class From, class To>
-Dico withFields(Dico row, From from, To to) {
-  const Dico* info = row.dico(BatchKey::dico);
-  const auto fields = info ? info->text(SourceKey::v0Fields) : std::nullopt;
-  if (!fields)
-    return row;
-  for (const char* key : {"TFF", "BFF", "PFF"})
-    if (*fields == from(key)) {
-      Dico changed = *info;
-      changed.set(SourceKey::v0Fields, to(key));
-      row.set(BatchKey::dico, std::move(changed));
-      break;
-    }
-  return row;
-}
-
-std::string sameText(const char* key) {
-  return key;
-}
-
 }  // namespace
-
-Dico rowWithKeys(Dico row) {
-  return withFields(std::move(row), fieldsText, sameText);
-}
-
-Dico rowWithTexts(Dico row) {
-  return withFields(std::move(row), sameText, fieldsText);
-}
 
 Dico storableRecord(const Dico& record) {
   Dico stored;

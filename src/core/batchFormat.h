@@ -41,11 +41,6 @@ inline constexpr std::string_view front = "front";  // record, what the program 
 Dico storableRecord(const Dico& record);
 Dico recordOfStorable(const Dico& stored);
 
-// The row without what only holds for the user's language of the moment: the field order is a text
-// of the tables, and stored as its key. A program of another language has to understand it.
-Dico rowWithKeys(Dico row);
-Dico rowWithTexts(Dico row);
-
 // The bytes of a file of the format with this record. Fails with the reason.
 Outcome<std::string> batchPartBytes(const Dico& content);
 // Writes such a file as a whole. Fails with the reason.

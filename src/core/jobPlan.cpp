@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "analysis/Fields.h"
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
@@ -57,10 +58,10 @@ void correctFields(const Dico& job, EncodingCommand& command) {
   }
   // Where what the stream claims is wrong, the filters are told what the pictures say.
   if (job.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
-    addFilter(
-        command.arguments,
-        job.textOrEmpty(SourceKey::v0Fields) == fieldsText("BFF") ? "setfield=bff" : "setfield=tff",
-        FilterPlace::first);
+    addFilter(command.arguments,
+              job.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst) ? "setfield=bff"
+                                                                              : "setfield=tff",
+              FilterPlace::first);
   // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
 }
 

@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
-#include "core/batchFormat.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {
@@ -58,18 +57,6 @@ void listLanguages(PopUpButton& popup, const PreferenceStore& preferences) {
   }
   popup.setItems(std::move(items));
   popup.select(selected);
-}
-
-void changeLanguage(const std::string& code, BatchTable& table) {
-  std::vector<Dico> rows;
-  rows.reserve(static_cast<std::size_t>(table.count()));
-  for (int row = 0; row < table.count(); ++row)
-    rows.push_back(rowWithKeys(table.row(row)));
-  useLanguage(code);
-  for (int row = 0; row < table.count(); ++row)
-    if (const Dico translated = rowWithTexts(rows.at(static_cast<std::size_t>(row)));
-        const Dico* info = translated.dico(BatchKey::dico))
-      table.setValue(row, BatchKey::dico, *info);
 }
 
 }  // namespace tessarin

@@ -25,8 +25,4 @@ void useLanguage(const std::string& code);
 // Lists them in the popup, the environment's language first, with the stored choice selected.
 void listLanguages(PopUpButton& popup, const PreferenceStore& preferences);
 
-// A change of the language while there are rows: field orders stand in their records as texts in
-// the user's language, and are compared with it.
-void changeLanguage(const std::string& code, BatchTable& table);
-
 }  // namespace tessarin

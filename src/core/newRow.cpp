@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <random>
 
+#include "analysis/Fields.h"
 #include "analysis/usedStreams.h"
 #include "encoding/arithmetic.h"
 #include "encoding/outputPreset.h"
@@ -90,7 +91,7 @@ std::string thumbnailPath(const std::string& folder, const std::string& source) 
 Dico rowCaptions(const SourceInfo& info, const std::string& source) {
   const double fps = info.number(SourceKey::v0Fps).value_or(0);
   const int roundedRate = static_cast<int>(fps + 0.5);
-  const char* scan = info.textOrEmpty(SourceKey::v0Fields) == fieldsText("PFF") ? "p" : "i";
+  const char* scan = info.text(SourceKey::v0Fields) == fieldsKey(Fields::progressive) ? "p" : "i";
   return {{std::string(BatchKey::fpsSrc), fmt::format("\n{}{}", roundedRate, scan)},
           {std::string(BatchKey::src),
            fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(source)),

@@ -134,7 +134,7 @@ Dico storedForm(const Dico& row) {
   Dico stored = goodOf(row, judgeRow);
   if (const Dico* info = row.dico(BatchKey::dico))
     stored.set(BatchKey::dico, rowInfo(*info));
-  return rowWithKeys(std::move(stored));
+  return stored;
 }
 
 std::optional<Dico> rowOfStored(const Dico& stored) {
@@ -144,7 +144,6 @@ std::optional<Dico> rowOfStored(const Dico& stored) {
   if (!row || !info || !info->contains(RowInfoKey::srcPathStr))
     return std::nullopt;
   row->set(BatchKey::dico, std::move(*info));
-  *row = rowWithTexts(std::move(*row));
   const Dico& own = *row->dico(BatchKey::dico);
   row->merge(rowCaptions(own, own.textOrEmpty(RowInfoKey::srcPathStr)));
   return row;

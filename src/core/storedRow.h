@@ -30,8 +30,7 @@ bool isStoredPath(std::string_view path);
 // the thumbnail.
 Dico rowInfo(const Dico& info);
 
-// What is written of a row, and the row that is read. The field order, a text of the user's
-// language, is stored as its key. Nothing when it is no row.
+// What is written of a row, and the row that is read. Nothing when it is no row.
 Dico storedForm(const Dico& row);
 std::optional<Dico> rowOfStored(const Dico& stored);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "analysis/Fields.h"
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
@@ -236,7 +237,7 @@ int presetAutoComputedFromSrc(const Dico& entry, Application application) {
 bool isSourceProgressive(const Dico& info) {
   if (info.contains(BatchKey::fpsSrc))
     return contains(info.textOrEmpty(BatchKey::fpsSrc), "p");
-  return info.contains(SourceKey::v0Fields) && info.text(SourceKey::v0Fields) == fieldsText("PFF");
+  return info.text(SourceKey::v0Fields) == fieldsKey(Fields::progressive);
 }
 
 bool isHighFrameRate(double fps) {

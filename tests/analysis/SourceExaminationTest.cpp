@@ -20,7 +20,11 @@ using ::testing::Not;
 
 constexpr std::int64_t largeSource = 1'000'000'000;
 
-FramePictures tenPictures(const std::string& order = "PFF", const FieldMotion& motion = {9, 0, 0}) {
+constexpr Fields none = Fields::progressive;
+constexpr Fields top = Fields::topFirst;
+constexpr Fields bottom = Fields::bottomFirst;
+
+FramePictures tenPictures(Fields order = none, const FieldMotion& motion = {9, 0, 0}) {
   return {order, 720, 576, 10, motion};
 }
 
@@ -165,18 +169,18 @@ TEST_F(Examination, UsesTheProgrammeWhosePicturesWereDecoded) {
 }
 
 TEST_F(Examination, LooksAtOtherPlacesUntilPicturesShowTheirFields) {
-  examination_.take(report("empty-subtitle"), tenPictures("BFF", {0, 0, 0}));
+  examination_.take(report("empty-subtitle"), tenPictures(bottom, {0, 0, 0}));
   const auto start = examination_.nextCommand();
   ASSERT_TRUE(start);
   EXPECT_THAT(*start, Contains("0.00"));
   EXPECT_THAT(*start, Contains("-vsync"));
-  examination_.take("x", tenPictures("BFF", {3, 0, 0}));  // a title card
+  examination_.take("x", tenPictures(bottom, {3, 0, 0}));  // a title card
   ASSERT_TRUE(examination_.nextCommand());
   examination_.take("x", std::nullopt);
   ASSERT_TRUE(examination_.nextCommand());
-  examination_.take("x", tenPictures("BFF", {9, 8, 0}));
+  examination_.take("x", tenPictures(bottom, {9, 8, 0}));
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
-  EXPECT_EQ(examination_.fields()->fields, "TFF");
+  EXPECT_EQ(examination_.fields()->fields, top);
   EXPECT_EQ(completed(examination_).text("v0_fieldsClaim"), "BFF");
 }
 
@@ -185,27 +189,27 @@ TEST_F(Examination, LooksAtOtherPlacesUntilPicturesShowTheirFields) {
 struct WeighedCase {
   const char* name;
   FieldClues clues;
-  const char* fields;
-  const char* claim;  // "": none
+  Fields fields;
+  std::optional<Fields> claim;
 };
 
 TEST(FieldOrderWeighed, ByPicturesThenByTheMajorityOfClaims) {
   const std::vector<WeighedCase> cases = {
-      {"all agree", {"TFF", "TFF", 30, 0, {}, {9, 9, 0}}, "TFF", ""},
-      {"the stream lies", {"BFF", "BFF", 0, 30, {}, {9, 8, 1}}, "TFF", "BFF"},
-      {"and the other way", {"TFF", "TFF", 30, 0, {}, {9, 0, 5}}, "BFF", "TFF"},
-      {"the first picture is half a one", {"BFF", "TFF", 30, 0, {"TFF"}, {9, 0, 0}}, "TFF", "BFF"},
-      {"too few pictures", {"BFF", "", 0, 0, {"BFF"}, {2, 2, 0}}, "BFF", ""},
-      {"pictures contradict each other", {"BFF", "BFF", 0, 0, {}, {9, 5, 4}}, "BFF", ""},
-      {"a tie of claims", {"TFF", "BFF", 0, 0, {}, {9, 0, 0}}, "TFF", ""},
-      {"progressive", {"PFF", "", 0, 0, {}, {9, 0, 0}}, "PFF", ""},
-      {"progressive, and moving like fields", {"PFF", "TFF", 30, 0, {}, {9, 9, 0}}, "PFF", ""},
-      {"copies of one picture", {"PFF", "TFF", 0, 0, {"TFF"}, {0, 0, 0}}, "TFF", ""},
+      {"all agree", {top, top, 30, 0, {}, {9, 9, 0}}, top, {}},
+      {"the stream lies", {bottom, bottom, 0, 30, {}, {9, 8, 1}}, top, bottom},
+      {"and the other way", {top, top, 30, 0, {}, {9, 0, 5}}, bottom, top},
+      {"the first picture is half a one", {bottom, top, 30, 0, {top}, {9, 0, 0}}, top, bottom},
+      {"too few pictures", {bottom, {}, 0, 0, {bottom}, {2, 2, 0}}, bottom, {}},
+      {"pictures contradict each other", {bottom, bottom, 0, 0, {}, {9, 5, 4}}, bottom, {}},
+      {"a tie of claims", {top, bottom, 0, 0, {}, {9, 0, 0}}, top, {}},
+      {"progressive", {none, {}, 0, 0, {}, {9, 0, 0}}, none, {}},
+      {"progressive, and moving like fields", {none, top, 30, 0, {}, {9, 9, 0}}, none, {}},
+      {"copies of one picture", {none, top, 0, 0, {top}, {0, 0, 0}}, top, {}},
   };
   for (const WeighedCase& one : cases) {
     const FieldOrder order = weighFieldOrder(one.clues);
     EXPECT_EQ(order.fields, one.fields) << one.name;
-    EXPECT_EQ(order.claim.value_or(""), one.claim) << one.name;
+    EXPECT_EQ(order.claim, one.claim) << one.name;
   }
 }
 
@@ -231,7 +235,7 @@ TEST(FramePicturesOfFiles, ShowTheOrderOfMovingFields) {
   ASSERT_TRUE(test::makeClip(moving + " " + end, file));
   const auto progressive = readFramePictures(file);
   ASSERT_TRUE(progressive);
-  EXPECT_EQ(progressive->order, "PFF");
+  EXPECT_EQ(progressive->order, none);
   EXPECT_GE(progressive->motion.changes, 9);
   EXPECT_LE(progressive->motion.top + progressive->motion.bottom, 1);
 

@@ -104,7 +104,7 @@ TEST(DamagedReports, NeverMakeUnsoundRecords) {
     const std::string report = readTestData(std::string("reports/") + name + ".txt");
     for (int round = 0; round < 150; ++round) {
       const std::string damaged = damage.apply(report);
-      if (const auto record = analysisFf(damaged, "PFF", "")) {
+      if (const auto record = analysisFf(damaged, Fields::progressive, "")) {
         ++readable;
         expectSound(*record);
       }

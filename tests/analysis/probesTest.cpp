@@ -20,11 +20,11 @@ using ::testing::Optional;
 // ---- Field order
 
 TEST(FieldOrder, DecidesOnePass) {
-  EXPECT_EQ(fieldOrderKey({0, 0, 100, 20}), "PFF");
-  EXPECT_EQ(fieldOrderKey({0, 0, 10, 10}), std::nullopt);
-  EXPECT_EQ(fieldOrderKey({5, 5, 100, 0}), "TFF");
-  EXPECT_EQ(fieldOrderKey({5, 6, 100, 0}), "BFF");
-  EXPECT_EQ(fieldOrderKey({0, 1, 100, 0}), "BFF");
+  EXPECT_EQ(fieldsOfCounts({0, 0, 100, 20}), Fields::progressive);
+  EXPECT_EQ(fieldsOfCounts({0, 0, 10, 10}), std::nullopt);
+  EXPECT_EQ(fieldsOfCounts({5, 5, 100, 0}), Fields::topFirst);
+  EXPECT_EQ(fieldsOfCounts({5, 6, 100, 0}), Fields::bottomFirst);
+  EXPECT_EQ(fieldsOfCounts({0, 1, 100, 0}), Fields::bottomFirst);
 }
 
 TEST(FieldOrder, ReadsTheLastCountsOfSingleFrames) {
@@ -54,7 +54,7 @@ TEST(FieldOrder, GoesOnUntilAPassDecides) {
                "n=0; test \"$4\" = 12.00 && n=3\n"
                "echo; echo \"[i] Single frame detection: TFF:  $n BFF:  0 Progressive:  1 "
                "Undetermined:  9\"");
-  EXPECT_EQ(fieldOrderProbe("/a.mts"), "Top");
+  EXPECT_EQ(fieldOrderProbe("/a.mts"), Fields::topFirst);
   EXPECT_TRUE(log.has("pass #1             : tffInt=0 bffInt=0 pffInt=1 undefInt=9 "));
   EXPECT_TRUE(log.has("pass #2             : tffInt=3 bffInt=0 pffInt=1 undefInt=9 "));
   EXPECT_FALSE(log.mentions("pass #3"));
@@ -65,11 +65,11 @@ TEST(FieldOrder, GoesOnUntilAPassDecides) {
 }
 
 TEST(FieldOrder, ReadsTheHeaderOfTheFrameFile) {
-  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2"), "TFF");
-  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15"), "BFF");
-  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 Ip A16:15"), "PFF");
-  EXPECT_EQ(fieldOrderKeyOfHeader("YUV4MPEG2 W720 H576 F25:1 I"), "PFF");
-  EXPECT_EQ(fieldOrderKeyOfHeader(""), "PFF");
+  EXPECT_EQ(fieldsOfHeader("YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2"), Fields::topFirst);
+  EXPECT_EQ(fieldsOfHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15"), Fields::bottomFirst);
+  EXPECT_EQ(fieldsOfHeader("YUV4MPEG2 W720 H576 F25:1 Ip A16:15"), Fields::progressive);
+  EXPECT_EQ(fieldsOfHeader("YUV4MPEG2 W720 H576 F25:1 I"), Fields::progressive);
+  EXPECT_EQ(fieldsOfHeader(""), Fields::progressive);
 }
 
 // ---- Chapters

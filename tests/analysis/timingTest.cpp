@@ -143,16 +143,16 @@ TEST(FirstKeyFrame, IsMeasuredWhereTheReportDoesNotTell) {
 TEST(AnalysisFf, DescribesInterlacedSourcesByTheirFieldRate) {
   const LogCapture quiet(false);
   const AnalysisTools tools;
-  const auto rate = [](const std::string& fps, const std::string& fields) {
+  const auto rate = [](const std::string& fps, Fields fields) {
     const std::string report = "x\nInput #0, dv, from 'a'\n  Stream #0:0: Video: dvvideo, " + fps;
     return analysisFf(report, fields, "").value_or(SourceInfo()).number("v0_fps");
   };
   const auto single = [](float value) { return std::optional<double>(value); };
-  EXPECT_EQ(rate("25 tbr", "Top"), single(50));
-  EXPECT_EQ(rate("29.97 tbr", "Bottom"), single(59.94F));
-  EXPECT_EQ(rate("30 tbr", "anything else"), single(60));
-  EXPECT_EQ(rate("50 tbr", "Top"), single(50));
-  EXPECT_EQ(rate("25 tbr", "Progressive"), single(25));
+  EXPECT_EQ(rate("25 tbr", Fields::topFirst), single(50));
+  EXPECT_EQ(rate("29.97 tbr", Fields::bottomFirst), single(59.94F));
+  EXPECT_EQ(rate("30 tbr", Fields::topFirst), single(60));
+  EXPECT_EQ(rate("50 tbr", Fields::topFirst), single(50));
+  EXPECT_EQ(rate("25 tbr", Fields::progressive), single(25));
 }
 
 TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
@@ -160,13 +160,15 @@ TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   const AnalysisTools tools;
   tools.script("ffmpeg", "echo called >>'" + tools.folder().file("calls") +
                              "'; echo '[showinfo] pts_time:0.48 iskey:1'");
-  const auto late = analysisFf(readTestData("reports/late-sound.txt"), "Progressive", "/a.ts");
+  const auto late =
+      analysisFf(readTestData("reports/late-sound.txt"), Fields::progressive, "/a.ts");
   ASSERT_TRUE(late);
   EXPECT_EQ(late->integer("a1_offsetMs"), 240);
   EXPECT_FALSE(late->contains("intraOffset"));
   EXPECT_FALSE(late->contains("chapters"));
 
-  const auto chapters = analysisFf(readTestData("reports/matroska.txt"), "Progressive", "/a.mkv");
+  const auto chapters =
+      analysisFf(readTestData("reports/matroska.txt"), Fields::progressive, "/a.mkv");
   ASSERT_TRUE(chapters);
   ASSERT_NE(chapters->list("chapters"), nullptr);
   EXPECT_EQ(*chapters->list("chapters"), (List{0.0, 25.0, 60.0}));
@@ -174,8 +176,9 @@ TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   EXPECT_EQ(tools.folder().read("calls"), "");
 
   const std::string silent = "x\nInput #0, dv, from 'a'\n  Stream #0:0: Video: dvvideo, 25 tbr\n";
-  EXPECT_EQ(analysisFf(silent, "Top", "/a.dv").value_or(Dico()).number("intraOffset"), 0.48F);
-  EXPECT_FALSE(analysisFf(silent, "Top", "").value_or(Dico()).contains("intraOffset"));
+  EXPECT_EQ(analysisFf(silent, Fields::topFirst, "/a.dv").value_or(Dico()).number("intraOffset"),
+            0.48F);
+  EXPECT_FALSE(analysisFf(silent, Fields::topFirst, "").value_or(Dico()).contains("intraOffset"));
   EXPECT_EQ(tools.folder().read("calls"), "called\n");
 }
 

@@ -27,7 +27,7 @@ TEST_F(AnalysisQueueTest, MakesARowOfEverySourceAndTellsOfTheOthers) {
   const SourceInfo& info = app.table().source(0);
   EXPECT_EQ(info.integer(SourceKey::v0Width), 720);
   EXPECT_EQ(info.number(SourceKey::v0Fps), 50);
-  EXPECT_EQ(info.text(SourceKey::v0Fields), fieldsText("TFF"));
+  EXPECT_EQ(info.text(SourceKey::v0Fields), "TFF");
   EXPECT_TRUE(pathExists(info.textOrEmpty(RowInfoKey::imgPathStr)));
   EXPECT_EQ(app.table().row(0).integer(BatchKey::order), 1);
   ASSERT_EQ(refused.size(), 2u);
@@ -59,7 +59,7 @@ TEST_F(AnalysisQueueTest, TheFieldsOfATrimmedClipAreSeenFurtherIn) {
   analyse(paths);
   ASSERT_EQ(app.table().count(), 4);
   for (int row = 0; row < app.table().count(); ++row) {
-    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), fieldsText("TFF")) << row;
+    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), "TFF") << row;
     EXPECT_EQ(app.table().source(row).text(SourceKey::v0FieldsClaim), "BFF") << row;
   }
 }

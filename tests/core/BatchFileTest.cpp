@@ -45,25 +45,6 @@ TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
             withCaptions({{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
 }
 
-TEST_F(BatchFileTest, IsUnderstoodInAnotherLanguage) {
-  const auto batchWith = [](const std::string& fields) {
-    StoredBatch batch;
-    batch.rows = {{1, {{"dico", Dico{{"srcPathStr", "/1.mts"}, {"v0_fields", fields}}}}}};
-    return batch;
-  };
-  for (const std::string key : {"PFF", "TFF", "BFF"}) {
-    {
-      const test::TestBundle german("de");
-      ASSERT_TRUE(writeBatchFile(path, batchWith(fieldsText(key))));
-    }
-    const BatchFile file = readBatchFile(path);
-    ASSERT_EQ(file.batch.rows.size(), 1u);
-    EXPECT_EQ(file.batch.rows[0].row.dico("dico")->text("v0_fields"), fieldsText(key));
-  }
-  ASSERT_TRUE(writeBatchFile(path, batchWith("mixed")));
-  EXPECT_EQ(readBatchFile(path).batch.rows.at(0).row.dico("dico")->text("v0_fields"), "mixed");
-}
-
 TEST_F(BatchFileTest, WhatIsNoBatchIsRefused) {
   EXPECT_EQ(readBatchFile(path).state, BatchPart::State::missing);
   folder.write("clips.batch", "a text of the user's own");

@@ -16,7 +16,7 @@ class BatchTableTest : public test::CoreFixture {
       const SourceInfo info{{"v0_width", 1920},
                             {"v0_height", 1080},
                             {"v0_fps", 25.0},
-                            {"v0_fields", fieldsText("PFF")},
+                            {"v0_fields", "PFF"},
                             {"srcPathStr", "/card/" + std::to_string(number) + ".mts"},
                             {"imgPathStr", path}};
       table.append(newRow(info, info.textOrEmpty("srcPathStr"), {outProres, speedKeep, 10}));

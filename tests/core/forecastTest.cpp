@@ -29,7 +29,7 @@ class Forecasts : public testing::Test {
                           {"v0_width", width},
                           {"v0_height", height},
                           {"v0_fps", fps},
-                          {"v0_fields", fieldsText(progressive ? "PFF" : "TFF")},
+                          {"v0_fields", progressive ? "PFF" : "TFF"},
                           {"wrapper", "mov,mp4"},
                           {"srcPathStr", "/clips/00001.mov"},
                           {"a0_id", 1},

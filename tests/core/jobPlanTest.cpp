@@ -16,7 +16,7 @@ Dico rowOf(bool progressive, int size, Target out) {
   return {{"dico", Dico{{"v0_width", 1920},
                         {"v0_height", 1080},
                         {"v0_fps", 25.0},
-                        {"v0_fields", fieldsText(progressive ? "PFF" : "TFF")},
+                        {"v0_fields", progressive ? "PFF" : "TFF"},
                         {"srcPathStr", "/clips/00001.MTS"}}},
           {"fpsSrc", progressive ? "\n25p" : "\n25i"},
           {"sizeOut", size},
@@ -101,8 +101,8 @@ TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
 
 TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
   const auto filterOf = [](const char* fields, const char* chroma) {
-    const Dico row = withInfo(rowOf(false, 12, outAic),
-                              {{"v0_fields", fieldsText(fields)}, {"v0_chroma", chroma}});
+    const Dico row =
+        withInfo(rowOf(false, 12, outAic), {{"v0_fields", fields}, {"v0_chroma", chroma}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
     const auto option = std::find(arguments.begin(), arguments.end(), "-vf");

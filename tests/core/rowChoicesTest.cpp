@@ -21,11 +21,10 @@ constexpr int size540p25 = 4;
 
 Dico entryOf(int width, int height, double fps, bool progressive, int size, Speed speed = speedKeep,
              Target out = outProres) {
-  return {{BatchKey::dico.data(),
-           Dico{{SourceKey::v0Width.data(), width},
-                {SourceKey::v0Height.data(), height},
-                {SourceKey::v0Fps.data(), fps},
-                {SourceKey::v0Fields.data(), fieldsText(progressive ? "PFF" : "TFF")}}},
+  return {{BatchKey::dico.data(), Dico{{SourceKey::v0Width.data(), width},
+                                       {SourceKey::v0Height.data(), height},
+                                       {SourceKey::v0Fps.data(), fps},
+                                       {SourceKey::v0Fields.data(), progressive ? "PFF" : "TFF"}}},
           {BatchKey::fpsSrc.data(), progressive ? "\n25p" : "\n50i"},
           {BatchKey::sizeOut.data(), size},
           {BatchKey::fps.data(), speed},

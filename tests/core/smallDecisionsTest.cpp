@@ -55,7 +55,7 @@ TEST(NewRow, TellsWhatTheSourceIs) {
                         {"v0_height", 1080},
                         {"v0_fps", 59.94},
                         {"w_duration", 65},
-                        {"v0_fields", fieldsText("TFF")}};
+                        {"v0_fields", "TFF"}};
   const Dico row = newRow(info, "/a/clip.mts", {outProres, speedKeep, 12});
   EXPECT_EQ(row.text("fpsSrc"), "\n60i");
   EXPECT_EQ(row.textOrEmpty("src").substr(0, 29), "clip.mts\n(1920x)1080i60\n0h01'");

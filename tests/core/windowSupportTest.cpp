@@ -189,11 +189,11 @@ TEST_F(LanguageTest, AChoiceWinsOverTheEnvironmentAndRowsKeepTheirMeaning) {
   const test::ScopedEnvironment environment("LC_ALL", "fr_FR.UTF-8");
   EXPECT_THAT(availableLanguages(), ElementsAre("de", "en", "es", "fr", "it"));
   EXPECT_EQ(languageName("de"), "Deutsch");
-  app.table().append({{"dico", Dico{{"srcPathStr", "/a.mts"}, {"v0_fields", "Progressive"}}}});
+  app.table().append({{"dico", Dico{{"srcPathStr", "/a.mts"}, {"v0_fields", "PFF"}}}});
   ASSERT_TRUE(isSourceProgressive(app.table().source(0)));
   for (const auto& [code, cancel] : std::vector<std::pair<std::string, std::string>>{
            {"de", "Abbrechen"}, {"", "Annuler"}, {"xx", "Annuler"}, {"en", "Cancel"}}) {
-    changeLanguage(code, app.table());
+    useLanguage(code);
     EXPECT_EQ(localisationString("D_Annuler"), cancel) << code;
     EXPECT_TRUE(isSourceProgressive(app.table().source(0))) << code;
   }

@@ -30,7 +30,7 @@ Dico jobOf(const char* fields, double fps, int row) {
           {key(SourceKey::v0Width), 1920},
           {key(SourceKey::v0Height), 1080},
           {key(SourceKey::v0Fps), fps},
-          {key(SourceKey::v0Fields), fieldsText(fields)},
+          {key(SourceKey::v0Fields), fields},
           {key(SourceKey::a0Id), 1},
           {key(SourceKey::a0Codec), "ac3"},
           {key(SourceKey::a0Channels), 2},

@@ -18,7 +18,7 @@ Dico entryOf(int width, int height, const std::string& scan, double fps) {
   const Dico info{{entryKey(SourceKey::v0Width), width},
                   {entryKey(SourceKey::v0Height), height},
                   {entryKey(SourceKey::v0Fps), fps},
-                  {entryKey(SourceKey::v0Fields), fieldsText(scan == "p" ? "PFF" : "TFF")}};
+                  {entryKey(SourceKey::v0Fields), scan == "p" ? "PFF" : "TFF"}};
   return {{entryKey(BatchKey::fpsSrc), "\n25" + scan}, {entryKey(BatchKey::dico), info}};
 }
 
@@ -87,9 +87,9 @@ TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
   const std::string fpsSrc = entryKey(BatchKey::fpsSrc);
   const std::string fields = entryKey(SourceKey::v0Fields);
   EXPECT_TRUE(isSourceProgressive({{fpsSrc, "\n25p"}, {fields, "i"}}));
-  EXPECT_FALSE(isSourceProgressive({{fpsSrc, ""}, {fields, "Progressive"}})) << "present but empty";
-  EXPECT_TRUE(isSourceProgressive({{fields, "Progressive"}}));
-  EXPECT_FALSE(isSourceProgressive({{fields, "progressive"}}));
+  EXPECT_FALSE(isSourceProgressive({{fpsSrc, ""}, {fields, "PFF"}})) << "present but empty";
+  EXPECT_TRUE(isSourceProgressive({{fields, "PFF"}}));
+  EXPECT_FALSE(isSourceProgressive({{fields, "Progressive"}}));
   EXPECT_FALSE(isSourceProgressive({}));
   EXPECT_FALSE(isHighFrameRate(31.0));
   EXPECT_TRUE(isHighFrameRate(31.01));

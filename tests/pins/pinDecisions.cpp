@@ -453,23 +453,26 @@ void pinExports(Pin& pin) {
 }
 
 void pinFields(Pin& pin) {
-  for (const char* first : {"PFF", "TFF", "BFF"})
-    for (const char* stream : {"", "PFF", "TFF", "BFF"})
+  constexpr Fields orders[] = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
+  const auto text = [](std::optional<Fields> fields) { return fields ? fieldsKey(*fields) : "-"; };
+  for (const Fields first : orders)
+    for (int stream = -1; stream < 3; ++stream)
       for (const int structures : {-2, 0, 1})
-        for (const char* elsewhere : {"", "TFF", "BFF", "PFF"})
+        for (const int elsewhere : {-1, 1, 2, 0})
           for (int changes = 0; changes < 2; ++changes)
             for (int top = 0; top < 14; ++top)
               for (int bottom = 0; bottom < 14; ++bottom) {
                 FieldClues clues;
                 clues.firstPicture = first;
-                clues.stream = stream;
+                if (stream >= 0)
+                  clues.stream = orders[stream];
                 clues.topStructures = std::max(structures, 0);
                 clues.bottomStructures = std::max(-structures, 0);
-                if (*elsewhere != '\0')
-                  clues.elsewhere = {elsewhere, elsewhere};
+                if (elsewhere >= 0)
+                  clues.elsewhere = {orders[elsewhere], orders[elsewhere]};
                 clues.motion = {changes, top, bottom};
                 const FieldOrder order = weighFieldOrder(clues);
-                pin.add("{} {} {:d}", order.fields, order.claim.value_or("-"),
+                pin.add("{} {} {:d}", text(order.fields), text(order.claim),
                         needsMorePictures(clues));
               }
   for (const Scan& scan : scans)

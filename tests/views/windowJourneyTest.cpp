@@ -235,7 +235,7 @@ TEST_F(WindowFixture, AnotherLanguageKeepsTheBatch) {
     QTest::keyClick(languages, Qt::Key_Down);
   const PopUpButton& popup = app.interface.language;
   ASSERT_EQ(popup.items().at(static_cast<std::size_t>(popup.selected())).title, "de");
-  changeLanguage("de", app.table());
+  useLanguage("de");
   MainWindow other(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
   other.show();
   EXPECT_EQ(other.findChild<QPushButton*>("start")->text(), "Umwandeln");
