@@ -97,17 +97,16 @@ Dico sized(double width, double height, double rate) {
   return info;
 }
 
-// The ways in which a source's scan is told: by a row's caption, by the field order, not at all.
+// The ways in which a source's scan is told: by the field order, not at all; and what its row says,
+// which may not be the same.
 struct Scan {
-  const char* caption;
   const char* fields;
+  bool isProgressive;
 };
-constexpr Scan scans[] = {{nullptr, nullptr}, {nullptr, "PFF"}, {nullptr, "TFF"}, {nullptr, "BFF"},
-                          {nullptr, "i"},     {"\n25p", "TFF"}, {"\n25i", "PFF"}, {"", "PFF"}};
+constexpr Scan scans[] = {{nullptr, false}, {"PFF", true}, {"TFF", false}, {"BFF", false},
+                          {"i", false},     {"TFF", true}, {"PFF", false}};
 
-void setScan(const Scan& scan, Dico& entry, Dico& info) {
-  if (scan.caption)
-    entry.set(BatchKey::fpsSrc, scan.caption);
+void setScan(const Scan& scan, Dico& info) {
   if (scan.fields)
     info.set(SourceKey::v0Fields, scan.fields);
 }
@@ -148,10 +147,8 @@ void pinSizes(Pin& pin) {
     for (const double height : heights)
       for (const double rate : rates) {
         const Dico info = sized(width, height, rate);
-        for (const char* caption : {"", "\n25p", "\n50i"}) {
-          Dico entry{{"dico", info}};
-          if (*caption != '\0')
-            entry.set(BatchKey::fpsSrc, caption);
+        for (const bool isProgressive : {true, false}) {
+          const Dico entry{{"dico", info}, {"fpsSrc", isProgressive ? "\n25p" : "\n25i"}};
           for (int soft = -1; soft < 4; ++soft)
             pin.add("{}", presetAutoComputedFromSrc(entry, applicationOf(soft)));
         }
@@ -206,12 +203,10 @@ void pinPermissions(Pin& pin) {
             info.set(SourceKey::v0Codec, stream.codec);
             info.set(SourceKey::wrapper, stream.wrapper);
           }
-          Dico entry;
-          setScan(scan, entry, info);
-          entry.set(BatchKey::dico, std::move(info));
+          setScan(scan, info);
+          Dico entry{{"dico", info}, {"fpsSrc", scan.isProgressive ? "\n25p" : "\n25i"}};
           for (int size = -2; size < 14; ++size) {
-            if (size > -2)
-              entry.set(BatchKey::sizeOut, size);
+            entry.set(BatchKey::sizeOut, size);
             for (int speed = 0; speed < 4; ++speed) {
               entry.set(BatchKey::fps, speed);
               pinPermissionsOf(pin, entry);
@@ -280,19 +275,17 @@ void pinCommands(Pin& pin) {
         for (const char* kind : jobKinds) {
           Dico info = sized(width, height, rate);
           info.merge(recordOf(kind));
-          Dico row;
-          setScan(scan, row, info);
+          setScan(scan, info);
           Dico job = info;
-          job.merge(row);
+          Dico row{{"fpsSrc", scan.isProgressive ? "\n25p" : "\n25i"}};
           job.set(JobKey::srcPathStr, "/in/Été.MTS");
           job.set(JobKey::dstPathStr, "/out/Été.mkv");
           row.set(BatchKey::dico, std::move(info));
           // Every size with each target at the one end of speeds or the other, by turns.
           for (int size = -1; size < 14; ++size) {
-            if (size >= 0) {
+            if (size >= 0)
               job.set(JobKey::sizeOut, size);
-              row.set(BatchKey::sizeOut, size);
-            }
+            row.set(BatchKey::sizeOut, size);
             for (int target = 0; target < 4; ++target) {
               const int speed = (size + target + (scan.fields ? 1 : 0)) % 4;
               job.set(JobKey::out, target);
@@ -313,7 +306,7 @@ void pinCommands(Pin& pin) {
       for (const double rate : rates)
         for (const Scan& scan : scans) {
           Dico job = sized(1920, 1080, rate);
-          setScan(scan, job, job);
+          setScan(scan, job);
           job.set(JobKey::sizeOut, size);
           job.set(JobKey::speed, speed);
           job.set(JobKey::out, speed < 1 ? outProres : outAic);
@@ -477,16 +470,15 @@ void pinFields(Pin& pin) {
               }
   for (const Scan& scan : scans)
     for (const double rate : rates) {
-      Dico info = sized(1920, 1080, rate);
-      Dico entry;
-      setScan(scan, entry, info);
+      SourceInfo info = sized(1920, 1080, rate);
+      setScan(scan, info);
       info.set(RowInfoKey::srcPathStr, "/in/a.mts");
-      pin.add(rowCaptions(info, "/in/a.mts").description());
-      entry.set(BatchKey::dico, info);
-      const Dico stored = storedForm(entry);
+      const Dico row = newRow(info, "/in/a.mts", {outAic, speedHalf, 7});
+      pin.add(row.description());
+      const Dico stored = storedForm(row);
       pin.add(stored.description());
       pin.add(rowOfStored(stored).value_or(Dico()).description());
-      pin.add("{:d}{:d}", isSourceProgressive(entry), isSourceProgressive(info));
+      pin.add("{:d}{:d}", isSourceProgressive(row), isSourceProgressive(info));
     }
 }
 
