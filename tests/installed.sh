@@ -17,7 +17,9 @@ mkdir "$HOME" "$TMPDIR"
 # Nothing of the build but what was meant to be installed.
 stray=$(find "$prefix" -name 'CMake*' -o -name '*.cmake' -o -name '*Tests')
 [ -z "$stray" ] || fail "does not belong there: $stray"
-[ -x "$prefix/bin/aicenc" ] || fail "there is no aicenc"
+for encoder in aicenc proresenc; do
+  [ -x "$prefix/bin/$encoder" ] || fail "there is no $encoder"
+done
 resources="$prefix/lib/tessarin/resources"
 for built in "$build/resources/tools"/*; do
   [ -x "$resources/tools/${built##*/}" ] || fail "the tool ${built##*/} was not installed"

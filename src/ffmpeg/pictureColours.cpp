@@ -1,8 +1,9 @@
 #include "ffmpeg/pictureColours.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <iterator>
+#include <optional>
 
 #include "classShared/TextAdditions.h"
 
@@ -10,20 +11,39 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::array<std::string_view, 11> primariesNames = {
-    "bt709",  "bt470m",   "bt470bg",  "smpte170m", "smpte240m", "film",
-    "bt2020", "smpte428", "smpte431", "smpte432",  "ebu3213"};
-constexpr std::array<std::string_view, 16> transferNames = {
-    "bt709",    "bt470m",       "bt470bg",   "smpte170m",    "smpte240m", "linear",
-    "log100",   "log316",       "bt1361e",   "iec61966-2-4", "bt2020-10", "iec61966-2-1",
-    "smpte428", "arib-std-b67", "bt2020-12", "smpte2084"};
-constexpr std::array<std::string_view, 12> matrixNames = {
-    "bt709",    "fcc",     "bt470bg",   "smpte170m",         "smpte240m",        "ycgco",
-    "bt2020nc", "bt2020c", "smpte2085", "chroma-derived-nc", "chroma-derived-c", "ictcp"};
+// Names with their numbers in ITU-T H.273.
+struct Numbered {
+  std::string_view name;
+  int number;
+};
+constexpr Numbered primariesNames[] = {{"bt709", 1},     {"bt470m", 4},    {"bt470bg", 5},
+                                       {"smpte170m", 6}, {"smpte240m", 7}, {"film", 8},
+                                       {"bt2020", 9},    {"smpte428", 10}, {"smpte431", 11},
+                                       {"smpte432", 12}, {"ebu3213", 22}};
+constexpr Numbered transferNames[] = {
+    {"bt709", 1},         {"bt470m", 4},     {"bt470bg", 5},       {"smpte170m", 6},
+    {"smpte240m", 7},     {"linear", 8},     {"log100", 9},        {"log316", 10},
+    {"iec61966-2-4", 11}, {"bt1361e", 12},   {"iec61966-2-1", 13}, {"bt2020-10", 14},
+    {"bt2020-12", 15},    {"smpte2084", 16}, {"smpte428", 17},     {"arib-std-b67", 18}};
+constexpr Numbered matrixNames[] = {{"bt709", 1},
+                                    {"fcc", 4},
+                                    {"bt470bg", 5},
+                                    {"smpte170m", 6},
+                                    {"smpte240m", 7},
+                                    {"ycgco", 8},
+                                    {"bt2020nc", 9},
+                                    {"bt2020c", 10},
+                                    {"smpte2085", 11},
+                                    {"chroma-derived-nc", 12},
+                                    {"chroma-derived-c", 13},
+                                    {"ictcp", 14}};
 
-template <class Names>
-bool isIn(const Names& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
+// The name's number; nothing when there is none of it.
+template <std::size_t count>
+std::optional<int> numberOf(const Numbered (&names)[count], std::string_view name) {
+  const auto* found = std::find_if(std::begin(names), std::end(names),
+                                   [name](const Numbered& each) { return each.name == name; });
+  return found == std::end(names) ? std::nullopt : std::optional(found->number);
 }
 
 std::string known(std::string_view name, bool (*isName)(std::string_view)) {
@@ -60,15 +80,15 @@ bool isOf625Lines(int height, double rate) {
 }  // namespace
 
 bool isPrimaries(std::string_view name) {
-  return isIn(primariesNames, name);
+  return numberOf(primariesNames, name).has_value();
 }
 
 bool isTransfer(std::string_view name) {
-  return isIn(transferNames, name);
+  return numberOf(transferNames, name).has_value();
 }
 
 bool isMatrix(std::string_view name) {
-  return isIn(matrixNames, name);
+  return numberOf(matrixNames, name).has_value();
 }
 
 PictureColours coloursOfReport(std::string_view description) {
@@ -118,6 +138,13 @@ PictureColours coloursInProres(PictureColours colours) {
   if (colours.matrix == "bt470bg")
     colours.matrix = "smpte170m";
   return colours;
+}
+
+ColourNumbers colourNumbers(const PictureColours& colours) {
+  constexpr int unknown = 2;
+  return {numberOf(primariesNames, colours.primaries).value_or(unknown),
+          numberOf(transferNames, colours.transfer).value_or(unknown),
+          numberOf(matrixNames, colours.matrix).value_or(unknown)};
 }
 
 std::vector<std::string> colourOptions(const PictureColours& colours) {

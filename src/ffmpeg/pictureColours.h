@@ -41,6 +41,14 @@ bool hasHighRange(const PictureColours& colours);
 // The same in the names that a ProRes picture's own header knows.
 PictureColours coloursInProres(PictureColours colours);
 
+// The names' numbers in ITU-T H.273, which headers of movies and pictures have; 2 is unknown.
+struct ColourNumbers {
+  int primaries = 2;
+  int transfer = 2;
+  int matrix = 2;
+};
+ColourNumbers colourNumbers(const PictureColours& colours);
+
 // For an output: what the movie says of its colours.
 std::vector<std::string> colourOptions(const PictureColours& colours);
 // A filter for the end of a chain: what the pictures say, which encoders go by.

@@ -41,6 +41,14 @@ constexpr const ProresFlavour* proresFlavourOfWord(std::string_view word) {
   return found == std::end(proresFlavours) ? nullptr : found;
 }
 
+// Likewise of this number of ffmpeg's.
+constexpr const ProresFlavour* proresFlavourOfProfile(int profile) {
+  const auto* found =
+      std::find_if(std::begin(proresFlavours), std::end(proresFlavours),
+                   [profile](const ProresFlavour& each) { return each.profile == profile; });
+  return found == std::end(proresFlavours) ? nullptr : found;
+}
+
 // The one of this code; standard for others.
 constexpr const ProresFlavour& proresFlavourOrStandard(std::string_view code) {
   constexpr const ProresFlavour* standard = &proresFlavours[2];

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <random>
 
+#include "ffmpeg/proresFlavours.h"
 #include "tools/prores/RateControl.h"
 #include "tools/prores/proresEncoder.h"
 #include "tools/prores/sliceCoder.h"
@@ -106,6 +107,10 @@ Planes extremes(const PictureFormat& format) {
   return planes;
 }
 
+std::string codeOf(Flavour flavour) {
+  return std::string(proresFlavourOfProfile(static_cast<int>(flavour))->code);
+}
+
 EncoderSettings withIndex(int index, Flavour flavour = Flavour::standard) {
   EncoderSettings settings;
   settings.flavour = flavour;
@@ -128,7 +133,7 @@ std::vector<double> decodedRatios(const std::vector<std::uint8_t>& frame, Flavou
                                   const Planes& expected) {
   const test::ScopedTemporaryFolder folder;
   quicktime::VideoFormat format = test::videoFormat(expected.format.width, expected.format.height);
-  format.codec = fourCharacters(flavour);
+  format.codec = codeOf(flavour);
   const std::string movie = test::writeMovie(folder, format, {frame});
   const bool full = expected.format.sampling == Sampling::yuv444;
   const test::ShellResult result = test::runShell(
@@ -203,7 +208,7 @@ TEST(ProresEncoder, EveryFlavourTakesItsSamples) {
             continue;
           const Flavour flavour =
               sampling == Sampling::yuv444 ? Flavour::full4444 : static_cast<Flavour>(round++ % 4);
-          SCOPED_TRACE(testing::Message() << fourCharacters(flavour) << bits << " "
+          SCOPED_TRACE(testing::Message() << codeOf(flavour) << bits << " "
                                           << static_cast<int>(sampling) << static_cast<int>(order));
           EXPECT_THAT(sceneRatios({198, 106, order, sampling, bits, onLines}, flavour, 2),
                       testing::Each(testing::Gt(bits == 8 ? 56 : 60)));

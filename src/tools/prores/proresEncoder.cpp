@@ -19,16 +19,8 @@ namespace {
 
 constexpr int macroblockSide = 16;
 
-struct FlavourFacts {
-  const char* code;
-  std::size_t bitsPerMacroblock;
-};
-constexpr FlavourFacts flavours[] = {
-    {"apco", 184}, {"apcs", 417}, {"apcn", 601}, {"apch", 900}, {"ap4h", 1349}};
-
-const FlavourFacts& factsOf(Flavour flavour) {
-  return flavours[static_cast<std::size_t>(flavour)];
-}
+// What a macroblock may take, by the flavour.
+constexpr std::size_t macroblockBits[] = {184, 417, 601, 900, 1349};
 
 // How often `side` goes into `length`, rounded up.
 constexpr int parts(int length, int side) {
@@ -104,14 +96,10 @@ const SliceCoder* avx2SliceCoder() {
 
 #endif
 
-const char* fourCharacters(Flavour flavour) {
-  return factsOf(flavour).code;
-}
-
 std::size_t nominalFrameSize(Flavour flavour, int width, int height) {
   const auto macroblocks = static_cast<std::size_t>(parts(width, macroblockSide)) *
                            static_cast<std::size_t>(parts(height, macroblockSide));
-  return macroblocks * factsOf(flavour).bitsPerMacroblock / 8;
+  return macroblocks * macroblockBits[static_cast<std::size_t>(flavour)] / 8;
 }
 
 std::optional<std::string> formatProblem(const PictureFormat& format, Flavour flavour) {

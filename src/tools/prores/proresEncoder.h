@@ -15,10 +15,8 @@ namespace tessarin::prores {
 
 inline constexpr int largestSide = 8192;
 
+// Numbered as ProresFlavour::profile.
 enum class Flavour { proxy, lt, standard, hq, full4444 };
-
-// The four characters of the flavour in a movie: "apco" to "ap4h".
-const char* fourCharacters(Flavour flavour);
 
 // What the flavour stands for at this size, in bytes a frame: the mean that its makers name, in
 // proportion to the macroblocks.

@@ -17,6 +17,10 @@ struct Fraction {
   bool operator==(const Fraction&) const = default;
 };
 
+constexpr double perSecond(const Fraction& rate) {
+  return static_cast<double>(rate.numerator) / static_cast<double>(rate.denominator);
+}
+
 enum class FieldOrder { progressive, topFirst, bottomFirst };
 
 struct VideoFormat {
@@ -27,7 +31,7 @@ struct VideoFormat {
   Fraction frameRate = {25, 1};  // frames per second
   Fraction pixelAspect = {1, 1};
   FieldOrder fieldOrder = FieldOrder::progressive;
-  PictureColours colours;  // of BT.709 or BT.601; without primaries the movie says none
+  PictureColours colours;  // without primaries the movie says none
 };
 
 // 16-bit samples, low byte first, channels interleaved.

@@ -41,12 +41,13 @@ void putVideoDescription(AtomWriter& out, const VideoFormat& format) {
     out.put32(static_cast<std::uint64_t>(format.pixelAspect.numerator));
     out.put32(static_cast<std::uint64_t>(format.pixelAspect.denominator));
   }
-  if (const PictureColours& colours = format.colours; !colours.primaries.empty()) {
+  if (!format.colours.primaries.empty()) {
+    const ColourNumbers numbers = colourNumbers(coloursInProres(format.colours));
     const Atom atom(out, "colr");
     out.putText("nclc");
-    out.put16(colours.primaries == "bt709" ? 1 : colours.primaries == "bt470bg" ? 5 : 6);
-    out.put16(1);  // one curve for all of them
-    out.put16(colours.matrix == "bt709" ? 1 : 6);
+    out.put16(static_cast<std::uint64_t>(numbers.primaries));
+    out.put16(static_cast<std::uint64_t>(numbers.transfer));
+    out.put16(static_cast<std::uint64_t>(numbers.matrix));
   }
 }
 
