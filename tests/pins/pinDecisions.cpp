@@ -146,7 +146,9 @@ void pinSizes(Pin& pin) {
   for (const double width : widths)
     for (const double height : heights)
       for (const double rate : rates) {
-        const Dico info = sized(width, height, rate);
+        const SourceInfo info = sized(width, height, rate);
+        if (info.empty())
+          continue;
         for (const bool isProgressive : {true, false}) {
           const Dico entry{{"dico", info}, {"fpsSrc", isProgressive ? "\n25p" : "\n25i"}};
           for (int soft = -1; soft < 4; ++soft)
