@@ -64,10 +64,7 @@ SourceInfo record(int number) {
 void appendRow(appDelegate& app, int number) {
   SourceInfo info = record(number);
   info.set(RowInfoKey::prefSurrond, 0);
-  RowChoices choices;
-  choices.out = 2;
-  const int row =
-      app.table().append(newRow(info, info.textOrEmpty(RowInfoKey::srcPathStr), choices));
+  const int row = app.table().append(newRow(info, {outProres, 0}));
   app.table().iba_outSpeedCell(row);
 }
 
@@ -129,7 +126,7 @@ void rowHandedToTheDisk(benchmark::State& state) {
   std::int64_t value = 0;
   for (auto unused : state) {
     static_cast<void>(unused);
-    program.app.table().setValue(0, "value", ++value);
+    program.app.table().set(0, &Row::reason, std::to_string(++value));
     // Without the time in which changes are gathered.
     const auto start = std::chrono::steady_clock::now();
     flush();

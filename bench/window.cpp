@@ -20,6 +20,7 @@
 #include "classShared/log.h"
 #include "core/BatchRecorder.h"
 #include "core/batchSummary.h"
+#include "core/newRow.h"
 #include "platform/Bundle.h"
 #include "process/logs.h"
 #include "utils/files.h"
@@ -49,20 +50,14 @@ class Window {
   void appendRow() {
     const int number = app.table().count();
     const std::string source = "/card/" + std::to_string(number) + ".MTS";
-    const int row = app.table().append({{"resultat", "puce"},
-                                        {"order", number + 1},
-                                        {"out", 2},
-                                        {"fps", 0},
-                                        {"sizeOut", 0},
-                                        {"fpsSrc", "\n25i"},
-                                        {"src", source + "\n(1920x)1080i50\n0h00'12\""},
-                                        {"img", picture()},
-                                        {"dico", Dico{{"srcPathStr", source},
-                                                      {"v0_width", 1920},
-                                                      {"v0_height", 1080},
-                                                      {"v0_fps", 25.0},
-                                                      {"v0_fields", "Top field first"},
-                                                      {"w_duration", "00:00:12.00"}}}});
+    const int row = app.table().append(newRow({{"srcPathStr", source},
+                                               {"imgPathStr", picture()},
+                                               {"v0_width", 1920},
+                                               {"v0_height", 1080},
+                                               {"v0_fps", 25.0},
+                                               {"v0_fields", "TFF"},
+                                               {"w_duration", 12}},
+                                              {outProres, 0}));
     app.table().iba_outSpeedCell(row);
     app.interface.batchDrawer.setShown(true);
   }

@@ -67,46 +67,41 @@ class JsonReporter final : public Reporter {
     tell({{"event", "problem"}, {"source", path}, {"reason", reason}});
   }
 
-  void analysed(const Dico& row, const std::optional<Forecast>& movie) override {
-    Json info = jsonOf(*row.dico(BatchKey::dico));
+  void analysed(const Row& row, const std::optional<Forecast>& movie) override {
+    Json info = jsonOf(row.source);
     for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
                            RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
       info.erase(std::string(key));
-    if (const auto fields = row.dico(BatchKey::dico)->text(SourceKey::v0Fields))
+    if (const auto fields = row.source.text(SourceKey::v0Fields))
       info[std::string(SourceKey::v0Fields)] = fieldsText(*fields);
     Json event{{"event", "analysed"},
-               {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-               {"progressive", isSourceProgressive(row)},
-               {"target", targetWord(targetOf(row))},
-               {"speed", speedWord(speedOfRow(row))},
-               {"size", trimmed(presetShortLabel(row.integer(BatchKey::sizeOut).value_or(-1)))},
+               {"source", row.path()},
+               {"progressive", row.isProgressive},
+               {"target", targetWord(row.choice.target)},
+               {"speed", speedWord(row.choice.speed)},
+               {"size", trimmed(presetShortLabel(row.choice.sizeOut))},
                {"record", info},
-               {"remarks", movie ? movie->remarks : remarkTexts(*row.dico(BatchKey::dico))}};
+               {"remarks", movie ? movie->remarks : remarkTexts(row.source)}};
     if (movie)
       event["movie"] = jsonOfMovie(*movie);
     tell(event);
   }
 
-  void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
+  void planned(const Row& row, const std::string& output, const std::vector<Arguments>& commands,
                const std::optional<Forecast>& movie) override {
     if (movie)
       tell({{"event", "expected"},
-            {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
+            {"source", row.path()},
             {"output", output},
             {"movie", jsonOfMovie(*movie)},
             {"remarks", movie->remarks}});
     for (const Arguments& command : commands)
-      tell({{"event", "planned"},
-            {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-            {"output", output},
-            {"command", command}});
+      tell(
+          {{"event", "planned"}, {"source", row.path()}, {"output", output}, {"command", command}});
   }
 
-  void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) override {
-    tell({{"event", "kept"},
-          {"source", row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)},
-          {"output", output},
-          {"reason", reason}});
+  void wouldKeep(const Row& row, const std::string& output, const std::string& reason) override {
+    tell({{"event", "kept"}, {"source", row.path()}, {"output", output}, {"reason", reason}});
   }
 
   void jobStarted(const std::string& source, const std::string& output) override {

@@ -29,14 +29,14 @@ class Reporter {
 
   // A source, or an argument that gives none, for which nothing can be done.
   virtual void problem(const std::string& path, const std::string& reason) = 0;
-  // A row (BatchEntry) of the batch, and what its movie is going to be.
-  virtual void analysed(const Dico& row, const std::optional<Forecast>& movie) = 0;
+  // A row of the batch, and what its movie is going to be.
+  virtual void analysed(const Row& row, const std::optional<Forecast>& movie) = 0;
   // The commands that would make the output of the row, in this order (commandsOfPlan()).
-  virtual void planned(const Dico& row, const std::string& output,
+  virtual void planned(const Row& row, const std::string& output,
                        const std::vector<Arguments>& commands,
                        const std::optional<Forecast>& movie) = 0;
   // The movie of the row is there already and would stay, for this reason in the user's language.
-  virtual void wouldKeep(const Dico& row, const std::string& output, const std::string& reason) = 0;
+  virtual void wouldKeep(const Row& row, const std::string& output, const std::string& reason) = 0;
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
   virtual void progress(const Progress& progress) = 0;
   // `isFine`: as the user wanted it.

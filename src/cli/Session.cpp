@@ -208,7 +208,7 @@ void Session::chooseForRow(int row) {
 // replaced by another; its size gives way unless it was named, too.
 bool Session::chooseTarget(int row) {
   BatchTable& table = app_.table();
-  const Dico& entry = table.row(row);
+  const Row& entry = table.row(row);
   const int size = app_.interface.sizeOut.selected();
   Wish wish;
   wish.target = *options_.target;
@@ -220,12 +220,12 @@ bool Session::chooseTarget(int row) {
   const auto choice = nearestChoice(entry, wish, application);
   if (!choice) {
     problem(table.sourcePath(row), refusalOfWish(entry, wish, application));
-    table.setValue(row, BatchKey::out, wish.target);
+    Choice refused = entry.choice;
+    refused.target = wish.target;
+    table.set(row, &Row::choice, refused);
     return false;
   }
-  table.setValue(row, BatchKey::sizeOut, choice->sizeOut);
-  table.setValue(row, BatchKey::fps, choice->speed);
-  table.setValue(row, BatchKey::out, choice->target);
+  table.set(row, &Row::choice, *choice);
   return table.iba_outSpeedCell(row);
 }
 
@@ -281,9 +281,10 @@ void Session::plan() {
   const std::string folder = outputFolder(app_.interface.destination.text());
   OutputNames taken;
   for (int row = 0; row < app_.table().count(); ++row) {
-    const Dico& entry = app_.table().row(row);
+    const Row& entry = app_.table().row(row);
     const std::string source = app_.table().sourcePath(row);
-    const std::string output = outputPath(app_.table().source(row), targetOf(entry), folder, taken);
+    const std::string output =
+        outputPath(app_.table().source(row), entry.choice.target, folder, taken);
     if (const auto refusal = planRow(entry, output))
       problem(source, *refusal);
   }
@@ -291,7 +292,7 @@ void Session::plan() {
   end();
 }
 
-std::optional<std::string> Session::planRow(const Dico& row, const std::string& output) {
+std::optional<std::string> Session::planRow(const Row& row, const std::string& output) {
   if (auto refusal = refusalOf(row, hasExportTool()))
     return refusal;
   if (app_.table().isSourceFile(output))
@@ -349,7 +350,7 @@ void Session::tellOfRest() {
   if (!missing.empty())
     reporter_.missing(missing);
   for (int row = 0; row < app_.table().count(); ++row)
-    failed_ = failed_ || app_.table().row(row).text(BatchKey::resultat) == ResultMark::waiting;
+    failed_ = failed_ || app_.table().row(row).mark == RowMark::waiting;
 }
 
 void Session::end() {

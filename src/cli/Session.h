@@ -56,7 +56,7 @@ class Session {
   void plan();
   void writeBatch();
   // Reports the plan for the row, or answers why its movie cannot be made.
-  std::optional<std::string> planRow(const Dico& row, const std::string& output);
+  std::optional<std::string> planRow(const Row& row, const std::string& output);
   void beginProgress(const std::string& source, const std::string& output);
   void showProgress();
   void tellOfRest();

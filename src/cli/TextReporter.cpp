@@ -26,13 +26,12 @@ std::string minutesAndSeconds(double seconds) {
   return fmt::format("{}:{:02}", whole / 60, whole % 60);
 }
 
-std::string pictureOf(const Dico& row) {
-  const Dico& info = *row.dico(BatchKey::dico);
+std::string pictureOf(const Row& row) {
+  const SourceInfo& info = row.source;
   if (!info.contains(SourceKey::v0Width))
     return "-";
   return fmt::format("{}x{}{} {:.5g}", info.integer(SourceKey::v0Width).value_or(0),
-                     info.integer(SourceKey::v0Height).value_or(0),
-                     isSourceProgressive(row) ? "p" : "i",
+                     info.integer(SourceKey::v0Height).value_or(0), row.isProgressive ? "p" : "i",
                      info.number(SourceKey::v0Fps).value_or(0));
 }
 
@@ -59,19 +58,18 @@ class TextReporter final : public Reporter {
     complain(fmt::format("{}: {}", path, reason));
   }
 
-  void analysed(const Dico& row, const std::optional<Forecast>& movie) override {
+  void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     clearProgress();
     if (!headerShown_)
       printRow(localisationString("duration", textTable), localisationString("picture", textTable),
                localisationString("codec", textTable), localisationString("sound", textTable),
                localisationString("container", textTable), localisationString("clip", textTable));
     headerShown_ = true;
-    const Dico& info = *row.dico(BatchKey::dico);
+    const SourceInfo& info = row.source;
     const auto duration = info.number(SourceKey::wDuration);
     printRow(duration ? minutesAndSeconds(*duration) : "-", pictureOf(row),
              info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
-             textUpTo(info.textOrEmpty(SourceKey::wrapper), ","),
-             printable(info.textOrEmpty(RowInfoKey::srcPathStr)));
+             textUpTo(info.textOrEmpty(SourceKey::wrapper), ","), printable(row.path()));
     if (movie)
       printBelow("-> " + summaryOf(*movie));
     for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(info))
@@ -80,7 +78,7 @@ class TextReporter final : public Reporter {
 
   // Lines that a shell runs as they stand. Those of one movie are a command of its own: when one of
   // them fails the others are left out, and "sh -e" ends.
-  void planned(const Dico& row, const std::string& output, const std::vector<Arguments>& commands,
+  void planned(const Row& row, const std::string& output, const std::vector<Arguments>& commands,
                const std::optional<Forecast>& movie) override {
     if (movie)
       comment(row, joinTexts(withFirst(summaryOf(*movie), notesOf(*movie)), "; "));
@@ -98,7 +96,7 @@ class TextReporter final : public Reporter {
     print(lines.size() == 1 ? text : "(" + text + ")");
   }
 
-  void wouldKeep(const Dico& row, const std::string&, const std::string& reason) override {
+  void wouldKeep(const Row& row, const std::string&, const std::string& reason) override {
     comment(row, reason);
   }
 
@@ -166,10 +164,8 @@ class TextReporter final : public Reporter {
   }
 
   // A line of a plan that a shell passes over.
-  void comment(const Dico& row, const std::string& text) {
-    print(fmt::format("# {}: {}",
-                      printable(row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr)),
-                      printable(text)));
+  void comment(const Row& row, const std::string& text) {
+    print(fmt::format("# {}: {}", printable(row.path()), printable(text)));
   }
 
   // What belongs to a line of the table, below it.

@@ -35,12 +35,11 @@ std::string speedWord(Speed speed) {
   return std::string(speedTable[static_cast<std::size_t>(isKnown ? speed : speedKeep)].word);
 }
 
-std::string refusalOfWish(const Dico& row, const Wish& wish, Application application) {
-  Dico asked = row;
-  asked.set(BatchKey::out, wish.target);
+std::string refusalOfWish(const Row& row, const Wish& wish, Application application) {
+  Row asked = row;
+  asked.choice.target = wish.target;
   const std::string reason = refusalOf(asked, hasExportTool()).value_or("");
-  const Dico* source = row.dico(BatchKey::dico);
-  const double fps = source ? source->number(SourceKey::v0Fps).value_or(0) : 0;
+  const double fps = row.source.number(SourceKey::v0Fps).value_or(0);
   std::vector<std::string> possible;
   for (const Alternative& alternative : alternatives(row, wish, application))
     possible.push_back(words(alternative, fps));

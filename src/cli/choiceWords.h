@@ -12,6 +12,6 @@ std::string speedWord(Speed speed);     // "half"
 
 // Why the row cannot be what is wished, and what would be possible instead: "…; possible here: aic;
 // prores with --size 720p25".
-std::string refusalOfWish(const Dico& row, const Wish& wish, Application application);
+std::string refusalOfWish(const Row& row, const Wish& wish, Application application);
 
 }  // namespace tessarin::cli

@@ -10,6 +10,7 @@
 #include "core/failureReason.h"
 #include "core/newRow.h"
 #include "core/stepState.h"
+#include "core/storedRow.h"
 #include "encoding/outputPreset.h"
 #include "encoding/recordingDate.h"
 #include "ffmpeg/reportText.h"
@@ -355,20 +356,16 @@ void AnalysisQueue::completeThumbnail(SourceInfo info) {
 
 void AnalysisQueue::appendRow(SourceInfo info) {
   info.set(RowInfoKey::prefSurrond, interface_.surround.isChecked() ? 1 : 0);
-  RowChoices choices;
   const int segment = interface_.editingSoft.selected();
-  choices.out = applicationTable[static_cast<std::size_t>(segment)].firstTarget;
-  choices.speed = interface_.chosenSpeed();
-  choices.sizeOut = interface_.sizeOut.selected();
-  const std::string path = info.textOrEmpty(RowInfoKey::srcPathStr);
-  Dico row = newRow(info, path, choices);
-  if (choices.sizeOut <= rowSameAsSource) {
-    const Application application =
-        choices.sizeOut == rowSameAsSource ? Application::any : interface_.application();
-    row.set(BatchKey::sizeOut, presetAutoComputedFromSrc(row, application));
-  }
+  const int size = interface_.sizeOut.selected();
+  Row row =
+      newRow(std::move(info), {applicationTable[static_cast<std::size_t>(segment)].firstTarget,
+                               size, interface_.chosenSpeed()});
+  if (size <= rowSameAsSource)
+    row.choice.sizeOut = presetAutoComputedFromSrc(
+        row, size == rowSameAsSource ? Application::any : interface_.application());
   if (debugMode())
-    debugFormat("md                  : {}", row.description());
+    debugFormat("md                  : {}", recordOfRow(row).description());
   const int index = table_.append(std::move(row));
   table_.iba_outSpeedCell(index);
   rowReady.emit(index);

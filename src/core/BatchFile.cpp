@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include "core/storedRow.h"
-#include "encoding/BatchEntry.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 
@@ -56,8 +55,8 @@ BatchFile readBatchFile(const std::string& path) {
     if (!row)
       return damagedFile(localisationString("why_batchRow", "", fmt::format("{}", number)));
     StoredRow stored{number, std::move(*row)};
-    if (stored.row.textOrEmpty(BatchKey::resultat) == ResultMark::current)
-      stored.row.set(BatchKey::resultat, ResultMark::waiting);
+    if (stored.row.mark == RowMark::current)
+      stored.row.mark = RowMark::waiting;
     file.batch.rows.push_back(std::move(stored));
   }
   return file;

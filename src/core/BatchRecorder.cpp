@@ -318,8 +318,7 @@ void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& 
     storedWaiting_ = batch.waiting.size();
   }
   for (const StoredRow& stored : batch.rows) {
-    const Dico* info = stored.row.dico(BatchKey::dico);
-    if (info && app_.table().rowOfSource(info->textOrEmpty(RowInfoKey::srcPathStr)) >= 0) {
+    if (app_.table().rowOfSource(stored.row.path()) >= 0) {
       if (isOurs)
         removedRows_.insert(stored.order);
       continue;
@@ -397,11 +396,10 @@ int BatchRecorder::rowOf(std::int64_t order) const {
 }
 
 StoredRow BatchRecorder::storedRow(int row) const {
-  const Dico& entry = app_.table().row(row);
-  StoredRow stored{orders_.at(static_cast<std::size_t>(row)), entry};
-  if (const auto image = entry.text(BatchKey::img);
-      image && poidsFile(*image, "o") <= largestPicture)
-    stored.picture = readFileStart(*image, largestPicture).value_or("");
+  StoredRow stored{orders_.at(static_cast<std::size_t>(row)), app_.table().row(row)};
+  if (const std::string image = stored.row.thumbnail();
+      !image.empty() && poidsFile(image, "o") <= largestPicture)
+    stored.picture = readFileStart(image, largestPicture).value_or("");
   return stored;
 }
 

@@ -21,46 +21,13 @@ const char* smile(bool good) {
   return good ? ")" : "(";
 }
 
-const Dico& emptyRecord() {
-  static const Dico record;
-  return record;
-}
-
-// The dictionary `key` of `outer` with one value changed.
-void setInside(Dico& outer, std::string_view key, std::string_view childKey, Value value) {
-  Dico inner = outer.dico(key) ? *outer.dico(key) : Dico();
-  inner.set(childKey, std::move(value));
-  outer.set(key, std::move(inner));
-}
-
 }  // namespace
 
 BatchTable::BatchTable(CoreServices& services, Interface& interface)
     : services_(services), interface_(interface) {}
 
-const Dico& BatchTable::source(int row) const {
-  const Dico* record = this->row(row).dico(BatchKey::dico);
-  return record ? *record : emptyRecord();
-}
-
-std::string BatchTable::sourcePath(int row) const {
-  return source(row).textOrEmpty(RowInfoKey::srcPathStr);
-}
-
 std::optional<Forecast> BatchTable::forecast(int row) const {
   return forecastOf(this->row(row), services_.preferences.text(PrefKey::prores));
-}
-
-// The row with its position in it.
-Dico& BatchTable::numbered(int row) const {
-  Dico& entry = rows_.at(static_cast<std::size_t>(row));
-  if (entry.integer(BatchKey::order) != row + 1)
-    entry.set(BatchKey::order, row + 1);
-  return entry;
-}
-
-const Dico& BatchTable::row(int row) const {
-  return numbered(row);
 }
 
 int BatchTable::rowOfSource(const std::string& path) const {
@@ -82,13 +49,11 @@ bool BatchTable::isSourceFile(const std::string& path) const {
   return false;
 }
 
-int BatchTable::append(Dico entry) {
-  const Dico* info = entry.dico(BatchKey::dico);
-  const std::string path = info ? info->textOrEmpty(RowInfoKey::srcPathStr) : std::string();
+int BatchTable::append(Row entry) {
+  const std::string path = entry.path();
   if (const int known = rowOfSource(path); known >= 0)
     return known;
   const int row = count();
-  entry.set(BatchKey::order, row + 1);
   rows_.push_back(std::move(entry));
   ids_.push_back(nextId_);
   idOfPath_.emplace(path, nextId_++);
@@ -96,21 +61,13 @@ int BatchTable::append(Dico entry) {
   return row;
 }
 
-void BatchTable::setValue(int row, std::string_view key, Value value) {
-  Dico& entry = numbered(row);
-  if (const Value* old = entry.find(key); old && *old == value)
-    return;
-  entry.set(key, std::move(value));
-  rowChanged.emit(row);
-}
-
-bool BatchTable::computeSize(Dico& entry, int row) const {
-  const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
+bool BatchTable::computeSize(Row& entry, int row) const {
+  const int asked = entry.choice.sizeOut;
   debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);
   // The separator and the heading are no sizes.
   if (asked >= firstConcreteRow && sizeRow(asked))
     return true;
-  entry.set(BatchKey::fps, speedKeep);
+  entry.choice.speed = speedKeep;
   const Application application =
       asked == rowSameAsSource ? Application::any : interface_.application();
   const PresetChoice choice = choosePreset(entry, application);
@@ -125,7 +82,7 @@ bool BatchTable::computeSize(Dico& entry, int row) const {
                            Alert::Style::critical});
     return false;
   }
-  entry.set(BatchKey::sizeOut, choice.row);
+  entry.choice.sizeOut = choice.row;
   debugFormat("APPTOR sizeOut post  = row#{} sizeOut#{}", row, choice.row);
   return true;
 }
@@ -134,19 +91,19 @@ bool BatchTable::iba_outSpeedCell(int row) {
   if (!has(row))
     return false;
   debugFormat("row (outSpeedCell)  # {}", row);
-  Dico entry = this->row(row);
+  Row entry = this->row(row);
   if (!computeSize(entry, row))
     return false;
-  const int asked = static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(0));
+  const int asked = entry.choice.sizeOut;
   debugFormat("sizeOutCurrentInt   : {} ({})", asked, presetShortLabel(asked));
 
-  debugFormat("iba_out… speed pre  : {}", static_cast<int>(speedOfRow(entry)));
+  debugFormat("iba_out… speed pre  : {}", static_cast<int>(entry.choice.speed));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
   debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
   if (valid.sizeOut != asked)
     debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut, presetShortLabel(valid.sizeOut));
-  entry.set(BatchKey::sizeOut, valid.sizeOut);
-  entry.set(BatchKey::fps, valid.speed);
+  entry.choice.sizeOut = valid.sizeOut;
+  entry.choice.speed = valid.speed;
   debugFormat("iba_out… speed post = {}", valid.speed);
   const Permissions speeds = speedPermissions(entry);
   debugFormat("Keep | Half | Slow  = {:d} | {:d} | {:d} (speedInt={})", speeds[speedKeep],
@@ -161,20 +118,20 @@ bool BatchTable::iba_outSpeedCell(int row) {
               softPrevious.value_or(-1), soft, sizePrevious.value_or(-1), valid.sizeOut);
   if (sizePrevious != valid.sizeOut || softPrevious != soft) {
     debugFormat("from popup :-) …and some change(s)");
-    setInside(entry, BatchKey::dico, RowInfoKey::sizeOutPrevious, valid.sizeOut);
-    setInside(entry, BatchKey::dico, RowInfoKey::softPrevious, soft);
+    entry.source.set(RowInfoKey::sizeOutPrevious, valid.sizeOut);
+    entry.source.set(RowInfoKey::softPrevious, soft);
   }
 
   const Permissions targets = targetPermissions(entry);
   debugFormat("allow Qt|Aic|Prores = {:d} | {:d} | {:d}", targets[outQuickTime], targets[outAic],
               targets[outProres]);
   const Target target = validTarget(entry);
-  if (target != entry.integer(BatchKey::out) && verboseLevel(2))
+  if (target != entry.choice.target && verboseLevel(2))
     logLine("zapping codec…");
   debugFormat(
       "outInt              = {} (allowed: qt?={:d} | aic?={:d} | prores?={:d} - speedInt={})",
       target, targets[outQuickTime], targets[outAic], targets[outProres], valid.speed);
-  entry.set(BatchKey::out, target);
+  entry.choice.target = target;
   if (!(entry == this->row(row))) {
     rows_[static_cast<std::size_t>(row)] = std::move(entry);
     rowChanged.emit(row);
@@ -186,7 +143,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
 ChoiceCell BatchTable::outCell(int row) const {
   debugFormat("tableView       row # {}", row);
   debugFormat("tableView           : cell from out (#{})", row);
-  const Dico& entry = this->row(row);
+  const Row& entry = this->row(row);
   const Permissions allowed = targetPermissions(entry);
   debugFormat("isQtAllowed         :-{}", smile(allowed[outQuickTime]));
   debugFormat("isAicAllowed        :-{}", smile(allowed[outAic]));
@@ -203,9 +160,9 @@ ChoiceCell BatchTable::outCell(int row) const {
 
 ChoiceCell BatchTable::speedCell(int row) const {
   debugFormat("tableView           : cell from fps");
-  const Dico& entry = this->row(row);
+  const Row& entry = this->row(row);
   const Permissions allowed = speedPermissions(entry);
-  const bool isP = isSourceProgressive(entry);
+  const bool isP = entry.isProgressive;
   debugFormat("tableView       isP = {:d}", isP);
   debugFormat("isKeepAllowed       :-{}", smile(allowed[speedKeep]));
   debugFormat("isHalfAllowed       :-{}", smile(allowed[speedHalf]));
@@ -217,7 +174,7 @@ ChoiceCell BatchTable::speedCell(int row) const {
         {fmt::format("{}{}{}_min", speedTable[speed].icon, isP ? "" : "i", isAllowed ? "" : "No"),
          isAllowed});
   }
-  cell.selected = speedOfRow(entry);
+  cell.selected = entry.choice.speed;
   return cell;
 }
 
@@ -226,18 +183,17 @@ std::string BatchTable::possibleWith(int row, const std::optional<Choice>& choic
     return localisationString("D_notPossible");
   const double fps = source(row).number(SourceKey::v0Fps).value_or(0);
   std::string words = presetSizeName(choice->sizeOut, fps);
-  if (choice->speed != speedOfRow(this->row(row)))
+  if (choice->speed != this->row(row).choice.speed)
     words += ", " + localisationString(speedTable[choice->speed].title, "Localizable");
   return localisationString("D_possibleWith", "", words);
 }
 
 std::string BatchTable::whyNotOut(int row, Target target) const {
-  const Dico& entry = this->row(row);
+  const Row& entry = this->row(row);
   const std::string reason = whyNotTarget(entry, target);
   if (reason.empty())
     return {};
-  const Wish wish{target, static_cast<int>(entry.integer(BatchKey::sizeOut).value_or(-1)),
-                  speedOfRow(entry)};
+  const Wish wish{target, entry.choice.sizeOut, entry.choice.speed};
   std::optional<Choice> possible;
   for (const Alternative& each : alternatives(entry, wish, interface_.application()))
     if (each.choice.target == target)
@@ -246,16 +202,15 @@ std::string BatchTable::whyNotOut(int row, Target target) const {
 }
 
 std::string BatchTable::whyNotSpeed(int row, Speed speed) const {
-  const Dico& entry = this->row(row);
+  const Row& entry = this->row(row);
   if (speedPermissions(entry).at(static_cast<std::size_t>(speed)))
     return {};
   return possibleWith(row, choiceWithSpeed(entry, speed, interface_.application()));
 }
 
 std::vector<PopUpButton::Item> BatchTable::sizeItems(int row) const {
-  const Dico& entry = this->row(row);
-  debugFormat("tableView           : cell from sizeOut, value : {}",
-              entry.integer(BatchKey::sizeOut).value_or(-1));
+  const Row& entry = this->row(row);
+  debugFormat("tableView           : cell from sizeOut, value : {}", entry.choice.sizeOut);
   const Application application = interface_.application();
   const int best = presetAutoComputedFromSrc(entry, application);
   std::vector<PopUpButton::Item> items;
@@ -330,7 +285,7 @@ bool BatchTable::removeSelected(bool isAlertToDisplay) {
 }
 
 void BatchTable::removeRow(int row) {
-  const std::string thumbnail = source(row).textOrEmpty(RowInfoKey::imgPathStr);
+  const std::string thumbnail = this->row(row).thumbnail();
   if (!thumbnail.empty())
     removeFile(thumbnail);
   idOfPath_.erase(sourcePath(row));

@@ -1,7 +1,8 @@
-// The batch: an ordered list of rows (BatchEntry), one per analysed source.
+// The batch: an ordered list of rows, one per analysed source.
 #pragma once
 
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -9,7 +10,7 @@
 #include "core/Interface.h"
 #include "core/forecast.h"
 #include "core/rowChoices.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/Row.h"
 
 namespace tessarin {
 
@@ -35,17 +36,14 @@ class BatchTable {
 
   int count() const { return static_cast<int>(rows_.size()); }
   bool has(int row) const { return row >= 0 && row < count(); }
-  const Dico& row(int row) const;
-  // The row's source record ("dico"); empty when it has none.
-  const Dico& source(int row) const;
-  std::string sourcePath(int row) const;
+  const Row& row(int row) const { return rows_.at(static_cast<std::size_t>(row)); }
+  const SourceInfo& source(int row) const { return this->row(row).source; }
+  std::string sourcePath(int row) const { return this->row(row).path(); }
   // What the row's movie is going to be; nothing when it cannot be made.
   std::optional<Forecast> forecast(int row) const;
 
   // Whether the row has become a movie, so that there is nothing left to do for it.
-  bool isFinished(int row) const {
-    return this->row(row).textOrEmpty(BatchKey::resultat) == ResultMark::success;
-  }
+  bool isFinished(int row) const { return this->row(row).mark == RowMark::success; }
 
   // Index of the row of this source, -1 when there is none.
   int rowOfSource(const std::string& path) const;
@@ -54,10 +52,17 @@ class BatchTable {
 
   // Appends the row as the last; the result is its index. A second row of a source is not taken:
   // the result is then the row that the source has.
-  int append(Dico entry);
-  void setValue(int row, std::string_view key, Value value);
-  // Marks the row with one of the state images ("puce", "puceCurrent", ...).
-  void mark(int row, std::string_view image) { setValue(row, BatchKey::resultat, Value(image)); }
+  int append(Row entry);
+  // Changes one part of the row, as it is given.
+  template <class T>
+  void set(int row, T Row::*part, const std::type_identity_t<T>& value) {
+    Row& entry = rows_.at(static_cast<std::size_t>(row));
+    if (entry.*part == value)
+      return;
+    entry.*part = value;
+    rowChanged.emit(row);
+  }
+  void mark(int row, RowMark mark) { set(row, &Row::mark, mark); }
 
   // Validates the row's choices against its source and stores the valid ones: the size row, then
   // the target, then the speed. False when no size row can be computed; the row stays as it was.
@@ -90,14 +95,13 @@ class BatchTable {
   bool removeSelected(bool isAlertToDisplay);
   void removeRow(int row);
   void removeAllButCurrent();
-  bool computeSize(Dico& entry, int row) const;
-  Dico& numbered(int row) const;
+  bool computeSize(Row& entry, int row) const;
 
   CoreServices& services_;
   Interface& interface_;
   // Rows have ids that grow in the order of appending, so that a removal moves nobody's: the row
-  // of an id is found by searching. "order" is brought up to date when a row is looked at.
-  mutable std::vector<Dico> rows_;
+  // of an id is found by searching.
+  std::vector<Row> rows_;
   std::vector<std::uint64_t> ids_;  // of each row
   std::uint64_t nextId_ = 0;
   std::unordered_map<std::string, std::uint64_t> idOfPath_;

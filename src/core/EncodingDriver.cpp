@@ -50,7 +50,7 @@ void EncodingDriver::iba_batchGoBt() {
   if (!mayBegin())
     return;
   for (int row = 0; row < table_.count(); ++row)
-    table_.mark(row, ResultMark::waiting);
+    table_.mark(row, RowMark::waiting);
   begin();
 }
 
@@ -101,7 +101,7 @@ void EncodingDriver::begin() {
   removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
-      outputNames_[table_.row(row).textOrEmpty(BatchKey::dstPathStr)] = table_.sourcePath(row);
+      outputNames_[table_.row(row).movie] = table_.sourcePath(row);
   encSend("encBatch");
 }
 
@@ -141,7 +141,7 @@ void EncodingDriver::stop() {
   interface_.encoding.action.setText("");
   const int row = table_.encBatchInprogressRowIdentification();
   if (table_.has(row))
-    table_.mark(row, ResultMark::failure);
+    table_.mark(row, RowMark::failure);
   outcome_ = JobEnd::Kind::stopped;
   reason_ = localisationString("D_action_stop");
   debugFormat("sender stop…");
@@ -278,7 +278,7 @@ void EncodingDriver::startRow(int row) {
   readMe_.clear();
   taskStart_ = std::chrono::steady_clock::now();
   Dico job = jobOfRow(table_.row(row));
-  table_.mark(row, ResultMark::current);
+  table_.mark(row, RowMark::current);
   services_.preferences.prefWrite(StateKey::encoded, table_.sourcePath(row));
   job.set("encDeb", 1);
   debugFormat("processEncDico      - write encDeb ? {}", 1);

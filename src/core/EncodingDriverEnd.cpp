@@ -47,7 +47,7 @@ void EncodingDriver::dropJobSteps() {
 void EncodingDriver::fail(const std::string& reason) {
   const int row = table_.encBatchInprogressRowIdentification();
   if (table_.has(row))
-    table_.mark(row, ResultMark::failure);
+    table_.mark(row, RowMark::failure);
   outcome_ = JobEnd::Kind::failed;
   reason_ = reason;
   dropJobSteps();
@@ -136,8 +136,8 @@ void EncodingDriver::finishJob(JobEnd end) {
                       (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
   if (table_.has(row)) {
     if (isGood)
-      table_.setValue(row, BatchKey::dstPathStr, end.output);
-    table_.mark(row, isGood ? ResultMark::success : ResultMark::failure);
+      table_.set(row, &Row::movie, end.output);
+    table_.mark(row, isGood ? RowMark::success : RowMark::failure);
   }
   if (end.kind == JobEnd::Kind::converted) {
     writeReadMe(end);

@@ -6,7 +6,6 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -25,8 +24,7 @@ std::size_t unfinishedIn(const BatchStore& store) {
   std::size_t count = 0;
   for (const std::int64_t number : store.rowNumbers()) {
     const auto row = store.row(number);
-    const bool isFinished = row &&
-                            row->row.textOrEmpty(BatchKey::resultat) == ResultMark::success &&
+    const bool isFinished = row && row->row.mark == RowMark::success &&
                             !std::binary_search(jobs.begin(), jobs.end(), number);
     count += isFinished ? 0 : 1;
   }

@@ -95,7 +95,7 @@ appDelegate::appDelegate(CoreServices services)
   });
   driver_.jobEnded.connect([this](const JobEnd& end) {
     if (const int row = table_.rowOfSource(end.source); table_.has(row))
-      table_.setValue(row, BatchKey::reason, end.reason);
+      table_.set(row, &Row::reason, end.reason);
   });
   // Without a row there is nothing to start.
   table_.rowRemoved.connect([this](int) {

@@ -8,6 +8,7 @@
 
 #include "classShared/Outcome.h"
 #include "classShared/Value.h"
+#include "encoding/Row.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -16,7 +17,7 @@ namespace tessarin {
 // removed and never change.
 struct StoredRow {
   std::int64_t order = 0;
-  Dico row;
+  Row row;
   std::string picture = {};  // content of the thumbnail's file, "" for none
   bool isChanged = false;    // since it was read: where it is stored it is out of date
 };

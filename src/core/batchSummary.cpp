@@ -39,10 +39,10 @@ std::string joined(std::vector<std::string> texts, std::string_view separator) {
 BatchCount countRows(const BatchTable& table) {
   BatchCount count;
   for (int row = 0; row < table.count(); ++row) {
-    const std::string mark = table.row(row).textOrEmpty(BatchKey::resultat);
-    ++(mark == ResultMark::success   ? count.converted
-       : mark == ResultMark::failure ? count.failed
-                                     : count.waiting);
+    const RowMark mark = table.row(row).mark;
+    ++(mark == RowMark::success   ? count.converted
+       : mark == RowMark::failure ? count.failed
+                                  : count.waiting);
   }
   return count;
 }

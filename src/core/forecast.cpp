@@ -165,7 +165,7 @@ void tellLeftOut(const Dico& job, Forecast& movie) {
 
 }  // namespace
 
-std::optional<Forecast> forecastOf(const Dico& row, std::string_view prefProres) {
+std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres) {
   if (refusalOf(row, true))
     return std::nullopt;
   const auto plan = planJob(jobOfRow(row), "movie.mov", prefProres);

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "classShared/Value.h"
+#include "encoding/Row.h"
 
 namespace tessarin {
 
@@ -33,7 +33,7 @@ struct Forecast {
 
 // A pure function of the row and the flavour of ProRes (four characters), by the same plan that its
 // conversion follows. Nothing for a row that cannot be converted.
-std::optional<Forecast> forecastOf(const Dico& row, std::string_view prefProres);
+std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres);
 
 // In one line: "ProRes HQ 1920x1080i 50, PCM 2x48000". The rate of interlaced pictures is that of
 // their fields.

@@ -173,15 +173,11 @@ Arguments sourceExport(const Dico& job, std::string_view prefProres) {
 
 }  // namespace
 
-Dico jobOfRow(const Dico& row) {
-  Dico job = row.dico(BatchKey::dico) ? rowInfo(*row.dico(BatchKey::dico)) : Dico();
-  const auto take = [&](std::string_view jobKey, std::string_view rowKey) {
-    if (const Value* value = row.find(rowKey))
-      job.set(jobKey, *value);
-  };
-  take(JobKey::out, BatchKey::out);
-  take(JobKey::speed, BatchKey::fps);
-  take(JobKey::sizeOut, BatchKey::sizeOut);
+Dico jobOfRow(const Row& row) {
+  Dico job = rowInfo(row.source);
+  job.set(JobKey::out, row.choice.target);
+  job.set(JobKey::speed, row.choice.speed);
+  job.set(JobKey::sizeOut, row.choice.sizeOut);
   return job;
 }
 
@@ -241,16 +237,16 @@ bool hasExportTool() {
   return pathExists(Bundle::main().toolPath("movtool"));
 }
 
-std::optional<std::string> refusalOf(const Dico& row, bool hasExport) {
+std::optional<std::string> refusalOf(const Row& row, bool hasExport) {
   const Dico job = jobOfRow(row);
   if (!job.contains(SourceKey::v0Width) || !job.contains(SourceKey::v0Height))
     return localisationString("why_noPicture");
-  const Target target = targetOf(job, outNone);
+  const Target target = row.choice.target;
   if (const std::string codec = job.textOrEmpty(SourceKey::v0Codec);
       target == outQuickTime &&
       movieHolds(codec, textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return localisationString("why_movieCodec", "", codec);
-  if (!cellAllowedOut(row, target))
+  if (!cellAllowedOut(row, row.choice))
     return localisationString("why_noTarget", "", whyNotTarget(row, target));
   if (const auto plan = planJob(job, "output.mov", "apcn");
       plan && (plan->needsExport || plan->isExport) && !hasExport)

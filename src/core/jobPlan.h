@@ -6,13 +6,14 @@
 #include <string_view>
 
 #include "classShared/Value.h"
+#include "encoding/Row.h"
 #include "encoding/commandBuilder.h"
 #include "ffmpeg/pictureColours.h"
 
 namespace tessarin {
 
 // The job record of a row: its SourceInfo with the row's choices ("out", "speed", "sizeOut").
-Dico jobOfRow(const Dico& row);
+Dico jobOfRow(const Row& row);
 
 struct JobPlan {
   Dico job;  // with "dstPathStr" and "durationDouble"
@@ -45,6 +46,6 @@ bool hasExportTool();
 
 // Why a row cannot be converted at all, in the user's language; nothing when it can. `hasExport`:
 // hasExportTool().
-std::optional<std::string> refusalOf(const Dico& row, bool hasExport);
+std::optional<std::string> refusalOf(const Row& row, bool hasExport);
 
 }  // namespace tessarin

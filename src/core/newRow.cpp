@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <random>
 
-#include "analysis/Fields.h"
 #include "analysis/usedStreams.h"
 #include "encoding/arithmetic.h"
 #include "encoding/outputPreset.h"
@@ -88,27 +87,20 @@ std::string thumbnailPath(const std::string& folder, const std::string& source) 
   return fmt::format("{}_{}.jpg", withoutExtension(plain), random());
 }
 
-Dico rowCaptions(const SourceInfo& info, const std::string& source) {
-  const double fps = info.number(SourceKey::v0Fps).value_or(0);
-  const int roundedRate = static_cast<int>(fps + 0.5);
-  const char* scan = info.text(SourceKey::v0Fields) == fieldsKey(Fields::progressive) ? "p" : "i";
-  return {{std::string(BatchKey::fpsSrc), fmt::format("\n{}{}", roundedRate, scan)},
-          {std::string(BatchKey::src),
-           fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(source)),
-                       info.integer(SourceKey::v0Width).value_or(0),
-                       info.integer(SourceKey::v0Height).value_or(0), scan, roundedRate,
-                       durationText(info.integer(SourceKey::wDuration).value_or(0)))}};
+int shownRate(const SourceInfo& info) {
+  return static_cast<int>(info.number(SourceKey::v0Fps).value_or(0) + 0.5);
 }
 
-Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices) {
-  Dico row = rowCaptions(info, source);
-  row.set(BatchKey::resultat, ResultMark::waiting);
-  row.set(BatchKey::out, choices.out);
-  row.set(BatchKey::fps, choices.speed);
-  row.set(BatchKey::sizeOut, choices.sizeOut);
-  row.set(BatchKey::dico, info);
-  if (const auto image = info.text(RowInfoKey::imgPathStr))
-    row.set(BatchKey::img, *image);
+Row newRow(SourceInfo info, const Choice& choice) {
+  Row row;
+  row.source = std::move(info);
+  row.choice = choice;
+  row.isProgressive = isSourceProgressive(row.source);
+  row.caption = fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())),
+                            row.source.integer(SourceKey::v0Width).value_or(0),
+                            row.source.integer(SourceKey::v0Height).value_or(0),
+                            row.isProgressive ? "p" : "i", shownRate(row.source),
+                            durationText(row.source.integer(SourceKey::wDuration).value_or(0)));
   return row;
 }
 

@@ -6,7 +6,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/Row.h"
 
 namespace tessarin {
 
@@ -25,17 +25,10 @@ Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
 // A path in `folder` for the thumbnail of the source that does not exist yet.
 std::string thumbnailPath(const std::string& folder, const std::string& source);
 
-// What the interface says about a new row.
-struct RowChoices {
-  Target out = outProres;
-  Speed speed = speedKeep;
-  int sizeOut = 0;  // item of the size popup
-};
+// Pictures or fields a second as a row shows them: whole, half up.
+int shownRate(const SourceInfo& info);
 
-// What a row says of its source: "fpsSrc" and "src".
-Dico rowCaptions(const SourceInfo& info, const std::string& source);
-
-// The row (BatchEntry) of an analysed source, without its position.
-Dico newRow(const SourceInfo& info, const std::string& source, const RowChoices& choices);
+// The row of an analysed source, whose path is in its record; also of one whose record was read.
+Row newRow(SourceInfo info, const Choice& choice);
 
 }  // namespace tessarin

@@ -11,7 +11,6 @@
 #include "core/setAside.h"
 #include "core/storedJob.h"
 #include "core/storedRow.h"
-#include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -25,10 +24,10 @@ bool isOfThisSystem(const StoredJob& job) {
 }
 
 // Whether the row's movie is there and whole: its row says so, or it had just got its name.
-bool isSurelyFinished(const Dico& row, const StoredJob& job) {
+bool isSurelyFinished(const Row& row, const StoredJob& job) {
   if (!isOfThisSystem(job))
     return false;
-  return row.textOrEmpty(BatchKey::resultat) == ResultMark::success ||
+  return row.mark == RowMark::success ||
          (job.isUndamaged && job.movie && fileState(job.output) == job.movie);
 }
 
@@ -62,11 +61,11 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
   bool isSettled = removeFolderOf(job);
   if (!isFinished)
     isSettled = putMovieAside(job, putAside) && isSettled;
-  const std::string_view mark = isFinished ? ResultMark::success : ResultMark::waiting;
-  if (row && row->row.textOrEmpty(BatchKey::resultat) != mark) {
-    row->row.set(BatchKey::resultat, mark);
+  const RowMark mark = isFinished ? RowMark::success : RowMark::waiting;
+  if (row && row->row.mark != mark) {
+    row->row.mark = mark;
     if (isFinished)
-      row->row.set(BatchKey::dstPathStr, job.output);
+      row->row.movie = job.output;
     BatchChanges changes;
     changes.addRow(*row);
     if (const auto written = store.write(changes); !written) {
@@ -82,15 +81,10 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
 // The thumbnail's file went with the temporary folder of its process: the row gets another one, or
 // has none.
 void restoreThumbnail(StoredRow& stored) {
-  Dico info = *stored.row.dico(BatchKey::dico);
-  const std::string path =
-      thumbnailPath(temporaryFolder(), info.textOrEmpty(RowInfoKey::srcPathStr));
-  if (!stored.picture.empty() && std::ofstream(path, std::ios::binary) << stored.picture) {
-    info.set(RowInfoKey::imgPathStr, path);
-    stored.row.set(BatchKey::img, path);
-  }
+  const std::string path = thumbnailPath(temporaryFolder(), stored.row.path());
+  if (!stored.picture.empty() && std::ofstream(path, std::ios::binary) << stored.picture)
+    stored.row.source.set(RowInfoKey::imgPathStr, path);
   stored.picture.clear();  // thousands of them would fill the memory
-  stored.row.set(BatchKey::dico, std::move(info));
 }
 
 void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreProblem>& problems) {
@@ -110,8 +104,8 @@ void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& 
     }
     // A job that is left was not cleaned up behind, or its row could not be written.
     const bool hasJob = std::binary_search(jobs.begin(), jobs.end(), number);
-    if (hasJob || row->row.textOrEmpty(BatchKey::resultat) == ResultMark::current) {
-      row->row.set(BatchKey::resultat, ResultMark::waiting);
+    if (hasJob || row->row.mark == RowMark::current) {
+      row->row.mark = RowMark::waiting;
       row->isChanged = true;
     }
     restoreThumbnail(*row);
@@ -147,7 +141,7 @@ StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& p
 
   std::unordered_set<std::string> known;
   for (const StoredRow& row : batch.rows)
-    known.insert(row.row.dico(BatchKey::dico)->textOrEmpty(RowInfoKey::srcPathStr));
+    known.insert(row.row.path());
 
   const BatchPart waiting = store.waiting();
   if (waiting.state == BatchPart::State::damaged)

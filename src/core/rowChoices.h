@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "classShared/Value.h"
+#include "encoding/Row.h"
 #include "encoding/sizes.h"
 #include "encoding/targets.h"
 
@@ -14,16 +14,16 @@ namespace tessarin {
 
 using Permissions = std::array<bool, 3>;  // by Speed or by Target
 
-// Which speeds the row allows with its size row ("sizeOut").
+// Which speeds the row allows with its size row.
 //
 // A row's rate family has to be made from the source without inventing or repeating pictures: a
 // p50 row takes a source of 50 or 60 frames or fields a second as it is; a p25 row takes a source
 // of 24 to 30 as it is, and one of 50 or 60 halved or slowed to half the speed; an interlaced row
 // keeps the source's rate.
-Permissions speedPermissions(const Dico& entry);
+Permissions speedPermissions(const Row& row);
 
 // The targets that the row may be converted to (asks cellAllowedOut for each).
-Permissions targetPermissions(const Dico& entry);
+Permissions targetPermissions(const Row& row);
 
 // The valid size and speed nearest to what the row holds. A speed that only the row's sibling of
 // the other rate family allows takes that sibling; a speed that neither allows gives way to the
@@ -32,19 +32,11 @@ struct SizeAndSpeed {
   int sizeOut = 0;
   Speed speed = speedKeep;
 };
-SizeAndSpeed validSizeAndSpeed(const Dico& entry);
+SizeAndSpeed validSizeAndSpeed(const Row& row);
 
 // The row's target when it is allowed. Otherwise ProRes for a row that has no target of its own
 // (the "50p/60p" segment), or else the first target allowed; the row's own when none is.
-Target validTarget(const Dico& entry);
-
-// What is to become of a row: a target, a size row and a speed.
-struct Choice {
-  Target target = outProres;
-  int sizeOut = 0;
-  Speed speed = speedKeep;
-  bool operator==(const Choice&) const = default;
-};
+Target validTarget(const Row& row);
 
 // What somebody wants, of a row whose size and speed are as the rest of the wishes made them.
 struct Wish {
@@ -57,7 +49,7 @@ struct Wish {
 // takes it; else, when any will do, the nearest of those that it takes: one of the source's scan
 // before others, one that the editing application accepts, at
 // the speed that is wanted, the smallest that the source fits into. Nothing when there is none.
-std::optional<Choice> nearestChoice(const Dico& entry, const Wish& wish, Application application);
+std::optional<Choice> nearestChoice(const Row& row, const Wish& wish, Application application);
 
 // A choice that can be made instead of one that cannot, and what has to be named besides its target
 // so that nearestChoice comes to it: where nothing is said, the wish stays as it was.
@@ -68,14 +60,14 @@ struct Alternative {
 };
 
 // The nearest alternative of each target, in their order.
-std::vector<Alternative> alternatives(const Dico& entry, const Wish& wish, Application application);
+std::vector<Alternative> alternatives(const Row& row, const Wish& wish, Application application);
 
 // Why the row, with its size and speed, does not allow the target; in the user's language, "" when
 // it does.
-std::string whyNotTarget(const Dico& entry, Target target);
+std::string whyNotTarget(const Row& row, Target target);
 
 // A choice with this speed that the row could make instead, the nearest; nothing when there is
 // none.
-std::optional<Choice> choiceWithSpeed(const Dico& entry, Speed speed, Application application);
+std::optional<Choice> choiceWithSpeed(const Row& row, Speed speed, Application application);
 
 }  // namespace tessarin

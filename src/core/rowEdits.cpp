@@ -14,24 +14,31 @@ bool allows(const ChoiceCell& cell, int segment) {
          cell.segments[static_cast<std::size_t>(segment)].allowed;
 }
 
+bool choose(BatchTable& table, int row, const Choice& choice) {
+  table.set(row, &Row::choice, choice);
+  return table.iba_outSpeedCell(row);
+}
+
 }  // namespace
 
 bool isRowEditable(const BatchTable& table, int row) {
-  return table.has(row) && table.row(row).textOrEmpty(BatchKey::resultat) != ResultMark::current;
+  return table.has(row) && table.row(row).mark != RowMark::current;
 }
 
 bool chooseTarget(BatchTable& table, int row, int target) {
   if (!isRowEditable(table, row) || !allows(table.outCell(row), target))
     return false;
-  table.setValue(row, BatchKey::out, target);
-  return table.iba_outSpeedCell(row);
+  Choice choice = table.row(row).choice;
+  choice.target = static_cast<Target>(target);
+  return choose(table, row, choice);
 }
 
 bool chooseSpeed(BatchTable& table, int row, int speed) {
   if (!isRowEditable(table, row) || !allows(table.speedCell(row), speed))
     return false;
-  table.setValue(row, BatchKey::fps, speed);
-  return table.iba_outSpeedCell(row);
+  Choice choice = table.row(row).choice;
+  choice.speed = static_cast<Speed>(speed);
+  return choose(table, row, choice);
 }
 
 bool chooseSize(BatchTable& table, int row, int size) {
@@ -39,8 +46,9 @@ bool chooseSize(BatchTable& table, int row, int size) {
                       (size >= firstConcreteRow && sizeRow(size));
   if (!isRowEditable(table, row) || !isSize)
     return false;
-  table.setValue(row, BatchKey::sizeOut, size);
-  return table.iba_outSpeedCell(row);
+  Choice choice = table.row(row).choice;
+  choice.sizeOut = size;
+  return choose(table, row, choice);
 }
 
 void removeRows(BatchTable& table, std::vector<int> rows) {

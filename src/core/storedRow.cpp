@@ -1,5 +1,7 @@
 #include "core/storedRow.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -7,7 +9,6 @@
 #include "analysis/sourceFacts.h"
 #include "classShared/TextAdditions.h"
 #include "core/newRow.h"
-#include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
 #include "utils/files.h"
@@ -30,10 +31,8 @@ bool isInteger(const Value& value, std::int64_t least, std::int64_t most) {
 }
 
 bool isMark(const Value& value) {
-  constexpr std::array marks = {ResultMark::waiting, ResultMark::current, ResultMark::success,
-                                ResultMark::failure};
   return value.textContent() &&
-         std::find(marks.begin(), marks.end(), *value.textContent()) != marks.end();
+         std::find(markNames.begin(), markNames.end(), *value.textContent()) != markNames.end();
 }
 
 bool isPath(const Value& value) {
@@ -130,22 +129,51 @@ Dico rowInfo(const Dico& info) {
   return goodOf(info, judgeInfo);
 }
 
-Dico storedForm(const Dico& row) {
-  Dico stored = goodOf(row, judgeRow);
-  if (const Dico* info = row.dico(BatchKey::dico))
-    stored.set(BatchKey::dico, rowInfo(*info));
+Dico recordOfRow(const Row& row) {
+  const auto text = [](std::string_view value) { return Value(std::string(value)); };
+  Dico record{{std::string(BatchKey::resultat), text(markName(row.mark))},
+              {std::string(BatchKey::out), row.choice.target},
+              {std::string(BatchKey::fps), row.choice.speed},
+              {std::string(BatchKey::sizeOut), row.choice.sizeOut},
+              {std::string(BatchKey::dico), row.source},
+              {std::string(BatchKey::src), row.caption},
+              {std::string(BatchKey::fpsSrc),
+               fmt::format("\n{}{}", shownRate(row.source), row.isProgressive ? "p" : "i")}};
+  const auto setText = [&record](std::string_view key, const std::string& value) {
+    if (!value.empty())
+      record.set(key, value);
+  };
+  setText(BatchKey::img, row.thumbnail());
+  setText(BatchKey::dstPathStr, row.movie);
+  setText(BatchKey::reason, row.reason);
+  return record;
+}
+
+Dico storedForm(const Row& row) {
+  Dico stored = goodOf(recordOfRow(row), judgeRow);
+  stored.set(BatchKey::dico, rowInfo(row.source));
   return stored;
 }
 
-std::optional<Dico> rowOfStored(const Dico& stored) {
+std::optional<Row> rowOfStored(const Dico& stored) {
   const Dico* storedInfo = stored.dico(BatchKey::dico);
-  auto row = checked(stored, judgeRow);
+  const auto record = checked(stored, judgeRow);
   auto info = storedInfo ? checked(*storedInfo, judgeInfo) : std::nullopt;
-  if (!row || !info || !info->contains(RowInfoKey::srcPathStr))
+  if (!record || !info || !info->contains(RowInfoKey::srcPathStr))
     return std::nullopt;
-  row->set(BatchKey::dico, std::move(*info));
-  const Dico& own = *row->dico(BatchKey::dico);
-  row->merge(rowCaptions(own, own.textOrEmpty(RowInfoKey::srcPathStr)));
+  const auto number = [&record](std::string_view key, int otherwise) {
+    return static_cast<int>(record->integer(key).value_or(otherwise));
+  };
+  const Choice choice{static_cast<Target>(number(BatchKey::out, outNone)),
+                      number(BatchKey::sizeOut, Choice().sizeOut),
+                      static_cast<Speed>(number(BatchKey::fps, speedKeep))};
+  Row row = newRow(*std::move(info), choice);
+  const std::string mark = record->textOrEmpty(BatchKey::resultat);
+  if (const auto known = std::find(markNames.begin(), markNames.end(), mark);
+      known != markNames.end())
+    row.mark = static_cast<RowMark>(known - markNames.begin());
+  row.movie = record->textOrEmpty(BatchKey::dstPathStr);
+  row.reason = record->textOrEmpty(BatchKey::reason);
   return row;
 }
 

@@ -16,6 +16,20 @@
 
 namespace tessarin {
 
+// The keys of a row's record.
+namespace BatchKey {
+inline constexpr std::string_view resultat = "resultat";      // text, markName()
+inline constexpr std::string_view out = JobKey::out;          // integer, outQuickTime …
+inline constexpr std::string_view fps = "fps";                // integer, speedKeep …
+inline constexpr std::string_view fpsSrc = "fpsSrc";          // text, "\n" + rate + "p" or "i"
+inline constexpr std::string_view sizeOut = JobKey::sizeOut;  // integer, of the table of sizes
+inline constexpr std::string_view dico = "dico";              // record, the SourceInfo
+inline constexpr std::string_view src = "src";                // text, caption of three lines
+inline constexpr std::string_view img = "img";                // text, path of the thumbnail
+inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the movie
+inline constexpr std::string_view reason = "reason";          // text, why there is none
+}  // namespace BatchKey
+
 // The largest picture that is stored, in bytes. Thumbnails are 160 pixels wide.
 inline constexpr std::size_t largestPicture = std::size_t{64} * 1024;
 
@@ -30,9 +44,12 @@ bool isStoredPath(std::string_view path);
 // the thumbnail.
 Dico rowInfo(const Dico& info);
 
+// All of a row.
+Dico recordOfRow(const Row& row);
+
 // What is written of a row, and the row that is read. Nothing when it is no row.
-Dico storedForm(const Dico& row);
-std::optional<Dico> rowOfStored(const Dico& stored);
+Dico storedForm(const Row& row);
+std::optional<Row> rowOfStored(const Dico& stored);
 
 // The same with the row's place and picture, as a file of its own holds it; of the number `order`
 // alone.

@@ -1,25 +1,9 @@
-// The keys of one row of the batch, a Dico, and of the job that is made of it.
+// What a row adds to its SourceInfo, and the keys of the job that is made of it.
 #pragma once
 
 #include <string_view>
 
 namespace tessarin {
-
-namespace BatchKey {
-inline constexpr std::string_view order = "order";        // integer, one-based position
-inline constexpr std::string_view resultat = "resultat";  // text, image name of the state mark
-inline constexpr std::string_view out = "out";            // integer, outQuickTime …
-inline constexpr std::string_view fps = "fps";            // integer, speedKeep …
-inline constexpr std::string_view fpsSrc = "fpsSrc";      // text, "\n" + rate + "p" or "i"
-inline constexpr std::string_view sizeOut = "sizeOut";    // integer, row of presetSizesList
-inline constexpr std::string_view dico = "dico";          // record, the SourceInfo
-inline constexpr std::string_view src = "src";            // text, caption of three lines
-inline constexpr std::string_view img = "img";            // text, path of the thumbnail
-// Text, the movie that a row with the mark "puceSuccess" has become.
-inline constexpr std::string_view dstPathStr = "dstPathStr";
-// Text in the user's language, why the last job made no movie of the row; "" when it made one.
-inline constexpr std::string_view reason = "reason";
-}  // namespace BatchKey
 
 // Added to the SourceInfo of a row.
 namespace RowInfoKey {
@@ -35,9 +19,9 @@ inline constexpr std::string_view softPrevious = "softPrevious";        // integ
 namespace JobKey {
 inline constexpr std::string_view srcPathStr = RowInfoKey::srcPathStr;
 inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the destination
-inline constexpr std::string_view out = BatchKey::out;
-inline constexpr std::string_view speed = "speed";  // integer, speedKeep … (the row's "fps")
-inline constexpr std::string_view sizeOut = BatchKey::sizeOut;
+inline constexpr std::string_view out = "out";                // integer, outQuickTime …
+inline constexpr std::string_view speed = "speed";            // integer, speedKeep …
+inline constexpr std::string_view sizeOut = "sizeOut";        // integer, of the table of sizes
 inline constexpr std::string_view durationDouble =
     "durationDouble";  // number, seconds of the movie
 inline constexpr std::string_view prefSurrond = RowInfoKey::prefSurrond;
@@ -54,19 +38,11 @@ enum Target : int {
   outNone = 3,  // of a row whose application has no target of its own
 };
 
-// The values of "speed" and of a row's "fps".
+// The values of "speed".
 enum Speed : int {
   speedKeep = 0,
   speedHalf = 1,  // deinterlaced, one frame for two fields
   speedSlow = 2,  // one frame for each field, at half the speed
 };
-
-// The values of "resultat".
-namespace ResultMark {
-inline constexpr std::string_view waiting = "puce";
-inline constexpr std::string_view current = "puceCurrent";
-inline constexpr std::string_view success = "puceSuccess";
-inline constexpr std::string_view failure = "puceFailure";
-}  // namespace ResultMark
 
 }  // namespace tessarin

@@ -64,11 +64,12 @@ struct Wanted {
   Application application = Application::any;
 };
 
-Wanted wantedOf(const Dico& entry, const Dico& info, Application application) {
+Wanted wantedOf(const Row& row, Application application) {
+  const SourceInfo& info = row.source;
   Wanted wanted;
   wanted.width = pixels32(info, SourceKey::v0Width);
   wanted.height = pixels32(info, SourceKey::v0Height);
-  wanted.scan = contains(entry.textOrEmpty(BatchKey::fpsSrc), "p") ? "p" : "i";
+  wanted.scan = row.isProgressive ? "p" : "i";
   wanted.heightAndScan = fmt::format("{}{}", wanted.height, wanted.scan);
   wanted.key = fmt::format("{}{}", wanted.heightAndScan, roundedFps(info));
   wanted.fps = info.number(SourceKey::v0Fps).value_or(-1.0);
@@ -200,7 +201,8 @@ PresetChoice search(const Wanted& wanted) {
 }
 
 // A QuickTime output is a copy of the source's pictures, so nothing about them may change.
-bool isCopyAllowed(const Dico& entry, const Dico& info, const SizeRow* size) {
+bool isCopyAllowed(const Row& row, const SizeRow* size, Speed speed) {
+  const SourceInfo& info = row.source;
   if (size) {
     const auto width = info.integer(SourceKey::v0Width).value_or(-1);
     const auto height = info.integer(SourceKey::v0Height).value_or(-1);
@@ -211,32 +213,27 @@ bool isCopyAllowed(const Dico& entry, const Dico& info, const SizeRow* size) {
   if (movieHolds(info.textOrEmpty(SourceKey::v0Codec),
                  textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return false;
-  const Dico& judged = entry.contains(BatchKey::fpsSrc) ? entry : info;
-  return isSourceProgressive(judged) && !needsInterleaveToI50(info, size) &&
-         speedOfRow(entry) != speedHalf;
+  return row.isProgressive && !needsInterleaveToI50(info, size) && speed != speedHalf;
 }
 
 }  // namespace
 
-PresetChoice choosePreset(const Dico& entry, Application application) {
-  const Dico* info = entry.dico(BatchKey::dico);
-  if (!info) {
+PresetChoice choosePreset(const Row& row, Application application) {
+  if (row.source.empty()) {
     PresetChoice none;
     none.alertTitle = "presetAutoComputedFromSrc() :-(";
     none.alertText = "no dico sent (d=1, d->dico=0)";
     logFormat("{} {}", none.alertTitle, none.alertText);
     return none;
   }
-  return search(wantedOf(entry, *info, application));
+  return search(wantedOf(row, application));
 }
 
-int presetAutoComputedFromSrc(const Dico& entry, Application application) {
-  return choosePreset(entry, application).row;
+int presetAutoComputedFromSrc(const Row& row, Application application) {
+  return choosePreset(row, application).row;
 }
 
 bool isSourceProgressive(const Dico& info) {
-  if (info.contains(BatchKey::fpsSrc))
-    return contains(info.textOrEmpty(BatchKey::fpsSrc), "p");
   return info.text(SourceKey::v0Fields) == fieldsKey(Fields::progressive);
 }
 
@@ -256,19 +253,16 @@ bool needsInterleaveToI50(const Dico& info, const SizeRow* size) {
          size->isInterlaced() && roundedFps(info) >= leastRate;
 }
 
-bool cellAllowedOut(const Dico& entry, Target target) {
-  const Dico* found = entry.dico(BatchKey::dico);
-  const Dico info = found ? *found : Dico();
-  const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
+bool cellAllowedOut(const Row& row, const Choice& choice) {
+  const SizeRow* size = sizeRow(choice.sizeOut);
   const CodecInventory& codecs = codecInventory();
   debugFormat("cellAllowedOut      : isP={:d}, AIC={:d}, Prores={:d} (isOut540p={:d})",
-              isSourceProgressive(entry.contains(BatchKey::fpsSrc) ? entry : info), codecs.aic,
-              codecs.prores, size && size->frame.height == 540);
-  const TargetRow* row = targetRow(target);
-  if (row == nullptr || row->codec.empty())
-    return row && isCopyAllowed(entry, info, size);
-  const bool isLarge = !size || !size->isSize() || size->frame.height >= row->leastLines;
-  return codecs.*row->encoder && isLarge;
+              row.isProgressive, codecs.aic, codecs.prores, size && size->frame.height == 540);
+  const TargetRow* target = targetRow(choice.target);
+  if (target == nullptr || target->codec.empty())
+    return target && isCopyAllowed(row, size, choice.speed);
+  const bool isLarge = !size || !size->isSize() || size->frame.height >= target->leastLines;
+  return codecs.*target->encoder && isLarge;
 }
 
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,

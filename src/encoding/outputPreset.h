@@ -6,25 +6,25 @@
 #include <string_view>
 
 #include "classShared/Value.h"
+#include "encoding/Row.h"
 #include "encoding/sizes.h"
 
 namespace tessarin {
 
 // The row for a source, and what to tell when none fits.
 struct PresetChoice {
-  int row = -1;  // -1: the entry has no SourceInfo
-  // Set when an alert is due: for a missing SourceInfo, and with the debug flag when no row fits.
+  int row = -1;  // -1: nothing is known of the source
+  // Set when an alert is due: for that, and with the debug flag when no row fits.
   std::string alertTitle;
   std::string alertText;
 };
-PresetChoice choosePreset(const Dico& entry, Application application);
+PresetChoice choosePreset(const Row& row, Application application);
 
-// The row alone, the report in the log: a row of the list that is a size, or -1 when the entry has
-// no SourceInfo.
-int presetAutoComputedFromSrc(const Dico& entry, Application application);
+// The row alone, the report in the log: a row of the list that is a size, or -1 when nothing is
+// known of the source.
+int presetAutoComputedFromSrc(const Row& row, Application application);
 
-// `info` is a batch row, a job or a SourceInfo: "fpsSrc" decides when it is there, else
-// "v0_fields".
+// Of a SourceInfo or a job.
 bool isSourceProgressive(const Dico& info);
 
 // Frames per second above 31.
@@ -37,8 +37,8 @@ int roundedFps(const Dico& info);
 // that its frames become fields. Without a row: no.
 bool needsInterleaveToI50(const Dico& info, const SizeRow* size);
 
-// Whether the target may be offered for the row.
-bool cellAllowedOut(const Dico& entry, Target target);
+// Whether the target of the choice may be offered for the row with the choice's size and speed.
+bool cellAllowedOut(const Row& row, const Choice& choice);
 
 // The name of the export settings with the ProRes flavour put in: "pr1080p25" and "apch" give
 // "prHd1080p25". Names without "pr" and unknown flavours change nothing; no name gives none.

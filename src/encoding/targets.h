@@ -51,12 +51,9 @@ constexpr const TargetRow* targetRow(Target target) {
                                                     : nullptr;
 }
 
-// What a row of the batch or a job says; `otherwise` when it says nothing.
-inline Target targetOf(const Dico& rowOrJob, Target otherwise = outProres) {
-  return static_cast<Target>(rowOrJob.integer(BatchKey::out).value_or(otherwise));
-}
-inline Speed speedOfRow(const Dico& row) {
-  return static_cast<Speed>(row.integer(BatchKey::fps).value_or(speedKeep));
+// What a job says; `otherwise` when it says nothing.
+inline Target targetOf(const Dico& job, Target otherwise = outProres) {
+  return static_cast<Target>(job.integer(JobKey::out).value_or(otherwise));
 }
 inline Speed speedOfJob(const Dico& job) {
   return static_cast<Speed>(job.integer(JobKey::speed).value_or(speedKeep));

@@ -129,17 +129,17 @@ QVariant BatchTableModel::data(const QModelIndex& index, int role) const {
 }
 
 QString BatchTableModel::text(int row, int column) const {
-  const Dico& entry = table_.row(row);
+  const Row& entry = table_.row(row);
   switch (column) {
     case orderColumn:
-      return QString::number(entry.integer(BatchKey::order).value_or(row + 1));
+      return QString::number(row + 1);
     case sourceColumn:
-      return qtText(entry.textOrEmpty(BatchKey::src));
+      return qtText(entry.caption);
     case outColumn:
     case speedColumn:
       return segmentTitles(column).value(choiceCell(index(row, column)).selected);
     case sizeColumn: {
-      const SizeRow* size = sizeRow(entry.integer(BatchKey::sizeOut).value_or(-1));
+      const SizeRow* size = sizeRow(entry.choice.sizeOut);
       return size ? sizeTitle({size->label, "", ""}).text : QString();
     }
     default:
@@ -148,7 +148,7 @@ QString BatchTableModel::text(int row, int column) const {
 }
 
 QString BatchTableModel::toolTip(int row, int column) const {
-  const Dico& entry = table_.row(row);
+  const Row& entry = table_.row(row);
   if (column == sourceColumn || column == pictureColumn) {
     const auto movie = table_.forecast(row);
     std::vector<std::string> lines = movie ? notesOf(*movie) : remarkTexts(table_.source(row));
@@ -159,14 +159,13 @@ QString BatchTableModel::toolTip(int row, int column) const {
   }
   if (column != orderColumn)
     return {};
-  const std::string reason = entry.textOrEmpty(BatchKey::reason);
-  const std::string state = imageText(entry.textOrEmpty(BatchKey::resultat));
-  return qtText(reason.empty() ? state : state + ": " + reason);
+  const std::string state = imageText(std::string(markName(entry.mark)));
+  return qtText(entry.reason.empty() ? state : state + ": " + entry.reason);
 }
 
 QPixmap BatchTableModel::picture(int row) const {
   Look& shown = look(row);
-  const QString path = qtText(table_.row(row).textOrEmpty(BatchKey::img));
+  const QString path = qtText(table_.row(row).thumbnail());
   if (path.isEmpty() || path == shown.picturePath)
     return shown.picture;
   shown.picturePath = path;

@@ -54,9 +54,7 @@ BatchView::BatchView(appDelegate& app, std::function<void(const std::string&)> r
   setUpColumns();
 
   auto* order = new OrderDelegate(this);
-  order->markOfRow = [this](int row) {
-    return app_.table().row(row).textOrEmpty(BatchKey::resultat);
-  };
+  order->markOfRow = [this](int row) { return app_.table().row(row).mark; };
   auto* choices = new ChoiceDelegate(*model_, this);
   choices->chosen = [this](const QModelIndex& index, int segment) { choose(index, segment); };
   auto* sizes = new PopUpDelegate(*model_, this);
@@ -164,7 +162,7 @@ void BatchView::openSizes(const QModelIndex& index) {
   menu->setAttribute(Qt::WA_DeleteOnClose);
   menu->setToolTipsVisible(true);
   const auto items = app_.table().sizeItems(index.row());
-  const auto selected = app_.table().row(index.row()).integer(BatchKey::sizeOut).value_or(-1);
+  const auto selected = app_.table().row(index.row()).choice.sizeOut;
   const QPersistentModelIndex cell(index);
   for (int size = 0; size < static_cast<int>(items.size()); ++size) {
     const PopUpButton::Item& item = items[static_cast<std::size_t>(size)];
@@ -240,9 +238,8 @@ void BatchView::addReveals(QMenu* menu) {
   const int row = currentIndex().row();
   const bool hasRow = app_.table().has(row);
   const std::string source = hasRow ? app_.table().sourcePath(row) : "";
-  const std::string movie = hasRow && app_.table().isFinished(row)
-                                ? app_.table().row(row).textOrEmpty(BatchKey::dstPathStr)
-                                : "";
+  const std::string movie =
+      hasRow && app_.table().isFinished(row) ? app_.table().row(row).movie : "";
   menu->addAction(QStringLiteral("@@showSource"), this, [this, source] { reveal_(source); })
       ->setEnabled(!source.empty());
   menu->addAction(QStringLiteral("@@showMovie"), this, [this, movie] { reveal_(movie); })

@@ -54,8 +54,9 @@ void OrderDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   const QRect upper(cell.rect.x(), cell.rect.y(), cell.rect.width(), cell.rect.height() / 2);
   painter->drawText(upper.adjusted(0, 0, 0, -2), Qt::AlignHCenter | Qt::AlignBottom, number);
   const double ratio = painter->device()->devicePixelRatioF();
-  painter->drawPixmap(cell.rect.center().x() - markSize / 2, upper.bottom() + 3,
-                      drawing(markOfRow(index.row()), markSize, colour, ratio));
+  painter->drawPixmap(
+      cell.rect.center().x() - markSize / 2, upper.bottom() + 3,
+      drawing(std::string(markName(markOfRow(index.row()))), markSize, colour, ratio));
   painter->restore();
 }
 

@@ -15,8 +15,8 @@ class OrderDelegate final : public QStyledItemDelegate {
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
              const QModelIndex& index) const override;
 
-  // Of BatchKey::resultat; set by the view.
-  std::function<std::string(int row)> markOfRow;
+  // Set by the view.
+  std::function<RowMark(int row)> markOfRow;
 };
 
 // A choice of three as joined segments, of which some may not be chosen.

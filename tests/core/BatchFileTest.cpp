@@ -26,23 +26,22 @@ TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
   const Dico info{{"srcPathStr", "/card/\xC9.mts"}, {"v0_fps", 25.0}};
   Dico withImage = info;
   withImage.set("imgPathStr", "/tmp/1.jpg");
-  batch.rows = {
-      {4, {{"resultat", ResultMark::success}, {"dico", withImage}, {"img", "/tmp/1.jpg"}}},
-      {9, {{"resultat", ResultMark::current}, {"out", 1}, {"dico", info}}}};
+  const auto rowOf = [](const Dico& source, RowMark mark) {
+    Row row = newRow(source, {outAic, 12, speedHalf});
+    row.mark = mark;
+    row.movie = mark == RowMark::success ? "/movies/1.mov" : "";
+    row.reason = mark == RowMark::success ? "" : "why";
+    return row;
+  };
+  batch.rows = {{4, rowOf(withImage, RowMark::success)}, {9, rowOf(info, RowMark::current)}};
   ASSERT_TRUE(writeBatchFile(path, batch));
   const BatchFile file = readBatchFile(path);
   ASSERT_EQ(file.state, BatchPart::State::good) << file.reason;
   EXPECT_EQ(file.batch.settings, (Dico{{"choices", choices}})) << "a file's own wish to replace";
   ASSERT_EQ(file.batch.rows.size(), 2u);
-  const auto withCaptions = [&info](Dico row) {
-    row.merge(rowCaptions(info, "/card/\xC9.mts"));
-    return row;
-  };
-  EXPECT_EQ(file.batch.rows[0].row,
-            withCaptions({{"resultat", ResultMark::success}, {"dico", info}}));
+  EXPECT_EQ(file.batch.rows[0].row, rowOf(info, RowMark::success));
   EXPECT_EQ(file.batch.rows[1].order, 2);
-  EXPECT_EQ(file.batch.rows[1].row,
-            withCaptions({{"resultat", ResultMark::waiting}, {"out", 1}, {"dico", info}}));
+  EXPECT_EQ(file.batch.rows[1].row, rowOf(info, RowMark::waiting));
 }
 
 TEST_F(BatchFileTest, WhatIsNoBatchIsRefused) {

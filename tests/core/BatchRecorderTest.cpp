@@ -2,6 +2,7 @@
 
 #include "CoreFixture.h"
 #include "core/BatchRecorder.h"
+#include "core/newRow.h"
 #include "core/recovery.h"
 #include "core/stepState.h"
 #include "support/LoopUntil.h"
@@ -20,10 +21,8 @@ class BatchRecorderTest : public CoreFixture {
     recorder.failed.connect([this](const std::string& reason) { failures.push_back(reason); });
   }
 
-  Dico newRow(const std::string& name) const {
-    return {{"resultat", "puce"},
-            {"sizeOut", 12},
-            {"dico", Dico{{"srcPathStr", folder.file(name)}, {"v0_width", 1920}}}};
+  Row rowOf(const std::string& name) const {
+    return newRow({{"srcPathStr", folder.file(name)}, {"v0_width", 1920}}, {outProres, 12});
   }
   std::size_t folderCount() const {
     std::error_code failed;
@@ -59,7 +58,7 @@ class BatchRecorderTest : public CoreFixture {
   static std::vector<std::string> sourcesOf(const StoredBatch& batch) {
     std::vector<std::string> sources;
     for (const StoredRow& row : batch.rows)
-      sources.push_back(row.row.dico("dico")->textOrEmpty("srcPathStr"));
+      sources.push_back(row.row.path());
     return sources;
   }
   void soon() { test::loopFor(loop, std::chrono::milliseconds(500)); }
@@ -74,10 +73,10 @@ TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
   recorder.setFrontSettings({{"target", 2}});
   app.interface.editingSoft.select(1);
   for (const char* name : {"1.mts", "2.mts", "3.mts"})
-    app.table().append(newRow(name));
+    app.table().append(rowOf(name));
   EXPECT_EQ(folderCount(), 0u) << "not once per row";
   soon();
-  app.table().setValue(1, "out", 1);
+  app.table().set(1, &Row::choice, {outAic, 12});
   app.table().select(0);
   app.table().encBatchRemove(false);
   preferences.prefWrite(StateKey::replaceFiles, "replace");
@@ -85,7 +84,7 @@ TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
   StoredBatch batch = afterACrash();
   EXPECT_EQ(sourcesOf(batch),
             (std::vector<std::string>{folder.file("2.mts"), folder.file("3.mts")}));
-  EXPECT_EQ(batch.rows[0].row.integer("out"), 1);
+  EXPECT_EQ(batch.rows[0].row.choice.target, outAic);
   EXPECT_EQ(batch.settings.text("replaceFilesCheck"), "replace");
   EXPECT_EQ(batch.settings.dico("front")->integer("target"), 2);
   EXPECT_EQ(batch.settings.dico("choices")->integer("editingSoft"), 1);
@@ -98,7 +97,7 @@ TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
 }
 
 TEST_F(BatchRecorderTest, WhatIsLeftAfterABatchIsStoredUntilTheUserQuits) {
-  app.table().append(newRow("1.mts"));
+  app.table().append(rowOf("1.mts"));
   soon();
   app.driver().batchEnded.emit();
   serve();
@@ -109,7 +108,7 @@ TEST_F(BatchRecorderTest, WhatIsLeftAfterABatchIsStoredUntilTheUserQuits) {
   EXPECT_EQ(sourcesOf(afterACrash()), std::vector<std::string>{folder.file("1.mts")});
 
   recorder.forget();
-  app.table().append(newRow("2.mts"));
+  app.table().append(rowOf("2.mts"));
   soon();
   EXPECT_EQ(folderCount(), 0u);
 }
@@ -153,7 +152,7 @@ TEST_F(BatchRecorderTest, EverySourceIsStoredFromTheDropToTheEnd) {
   app.driver().jobEnded.connect([&](const JobEnd&) {
     marks.clear();
     for (const StoredRow& row : afterACrash().rows)
-      marks.push_back(row.row.textOrEmpty("resultat"));
+      marks.emplace_back(markName(row.row.mark));
   });
   app.iba_batchGoBt();
   serve();
@@ -168,7 +167,7 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
                                            {"editingSoft", 1},
                                            {"prefProres", "apch"}}},
                           {"replaceFilesCheck", "keep"}};
-  interrupted.rows = {{3, newRow("3.mts")}, {5, newRow("5.mts")}};
+  interrupted.rows = {{3, rowOf("3.mts")}, {5, rowOf("5.mts")}};
   {
     auto made = BatchStore::create(parent, test::changesOf(interrupted));
     ASSERT_TRUE(made);
@@ -179,26 +178,25 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
   recorder.restore(std::move(found.stores[0]), batch);
   ASSERT_EQ(app.table().count(), 2);
   EXPECT_EQ(app.table().sourcePath(1), folder.file("5.mts"));
-  EXPECT_EQ(app.table().row(1).integer("order"), 2);
   EXPECT_EQ(app.interface.destination.text(), folder.file("away/movies"))
       << "a folder that is away at the moment was replaced";
   EXPECT_EQ(app.interface.editingSoft.selected(), 1);
   EXPECT_EQ(preferences.text(PrefKey::prores), "apch");
   EXPECT_EQ(preferences.prefReadString(StateKey::replaceFiles), "keep");
   EXPECT_EQ(folderCount(), 1u);
-  app.table().append(newRow("6.mts"));
-  app.table().setValue(0, "out", 1);
+  app.table().append(rowOf("6.mts"));
+  app.table().set(0, &Row::choice, {outAic, 12});
   soon();
   const StoredBatch later = afterACrash();
   ASSERT_EQ(later.rows.size(), 3u);
   EXPECT_EQ(later.rows[0].order, 3);
-  EXPECT_EQ(later.rows[0].row.integer("out"), 1);
+  EXPECT_EQ(later.rows[0].row.choice.target, outAic);
   EXPECT_EQ(later.rows[2].order, 6);
 
   // A second one joins it.
   {
     auto made = BatchStore::create(
-        parent, test::changesOf({{}, {{1, newRow("6.mts")}, {2, newRow("7.mts")}}, {}}));
+        parent, test::changesOf({{}, {{1, rowOf("6.mts")}, {2, rowOf("7.mts")}}, {}}));
     ASSERT_TRUE(made);
   }
   found = findInterruptedBatches(parent);
@@ -214,14 +212,14 @@ TEST_F(BatchRecorderTest, ARestoredBatchGoesOnInItsFolder) {
 }
 
 TEST_F(BatchRecorderTest, WhatIsKeptDoesNotFollowTheStop) {
-  app.table().append(newRow("1.mts"));
+  app.table().append(rowOf("1.mts"));
   recorder.keep();
-  app.table().mark(0, ResultMark::failure);
+  app.table().mark(0, RowMark::failure);
   app.driver().batchEnded.emit();
   soon();
   const StoredBatch batch = afterACrash();
   ASSERT_EQ(batch.rows.size(), 1u);
-  EXPECT_EQ(batch.rows[0].row.text("resultat"), "puce");
+  EXPECT_EQ(batch.rows[0].row.mark, RowMark::waiting);
 }
 
 TEST_F(BatchRecorderTest, WithoutAPlaceToStoreTheBatchGoesOn) {

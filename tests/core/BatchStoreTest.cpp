@@ -28,10 +28,9 @@ namespace fs = std::filesystem;
 // A name of a file as an old camera wrote it: Latin-1.
 const std::string oldName = "/card/\xC9t\xE9.mts";
 
-Dico row(const std::string& source, std::string_view mark = ResultMark::waiting) {
-  const Dico info{{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}};
-  Dico made{{"resultat", mark}, {"out", 2}, {"dico", info}};
-  made.merge(rowCaptions(info, source));
+Row row(const std::string& source, RowMark mark = RowMark::waiting) {
+  Row made = newRow({{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}}, {outProres});
+  made.mark = mark;
   return made;
 }
 
@@ -69,9 +68,9 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
     BatchStore store = made(content);
     path = store.folder();
     BatchChanges changes;
-    changes.addRow({7, row("/card/7.mts", ResultMark::success)});
-    changes.addRow({10, row("/card/10.mts", ResultMark::current)});
-    changes.addRow({1, row("/card/1.mts", ResultMark::failure)});
+    changes.addRow({7, row("/card/7.mts", RowMark::success)});
+    changes.addRow({10, row("/card/10.mts", RowMark::current)});
+    changes.addRow({1, row("/card/1.mts", RowMark::failure)});
     changes.removedRows = {2};
     ASSERT_TRUE(store.write(changes));
   }
@@ -85,10 +84,10 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
   EXPECT_EQ(read.waiting, content.waiting);
   ASSERT_EQ(read.rows.size(), 3u);
   EXPECT_EQ(read.rows[0].order, 1);
-  EXPECT_EQ(read.rows[0].row, row("/card/1.mts", ResultMark::failure));
-  EXPECT_EQ(read.rows[1].row, row("/card/7.mts", ResultMark::success));
+  EXPECT_EQ(read.rows[0].row, row("/card/1.mts", RowMark::failure));
+  EXPECT_EQ(read.rows[1].row, row("/card/7.mts", RowMark::success));
   EXPECT_EQ(read.rows[2].order, 10) << "in the order of the numbers, not of their digits";
-  EXPECT_EQ(read.rows[2].row, row("/card/10.mts", ResultMark::waiting));
+  EXPECT_EQ(read.rows[2].row, row("/card/10.mts", RowMark::waiting));
 }
 
 TEST_F(BatchStoreTest, KeepsNamesThatAreNoUtf8) {
@@ -174,7 +173,7 @@ TEST_F(BatchStoreTest, ADamagedListOrDamagedSettingsAreReported) {
 }
 
 TEST_F(BatchStoreTest, ABatchOfANewerVersionIsLeftAlone) {
-  const std::string path = abandoned({{}, {{1, row("/card/1.mts", ResultMark::current)}}, {}});
+  const std::string path = abandoned({{}, {{1, row("/card/1.mts", RowMark::current)}}, {}});
   ASSERT_TRUE(writePropertyList(path + "/batch.plist", Dico{{"formatVersion", 999}}));
   found = findInterruptedBatches(parent);
   EXPECT_TRUE(found.stores.empty());
@@ -213,7 +212,7 @@ class InterruptedJobTest : public BatchStoreTest {
   // A batch of one row whose job has made its folder, and perhaps a whole movie, which then got its
   // name; then the process was gone.
   void interrupt(bool isWhole, bool isUndamaged = true, const std::string& boot = runningSystem()) {
-    BatchStore store = made({{}, {{1, row("/card/1.mts", ResultMark::current)}}, {}});
+    BatchStore store = made({{}, {{1, row("/card/1.mts", RowMark::current)}}, {}});
     StoredJob job{"/card/1.mts", own, boot};
     if (isWhole) {
       folder.write("Tessarin/1.mov", "whole");
@@ -224,12 +223,12 @@ class InterruptedJobTest : public BatchStoreTest {
     ASSERT_TRUE(store.writeJob(1, recordOfJob(job)));
   }
   // The row after the batch was found.
-  Dico rowAfter() {
+  Row rowAfter() {
     found = {};
     found = findInterruptedBatches(parent);
     return found.stores.at(0).row(1).value().row;
   }
-  std::string markAfter() { return rowAfter().textOrEmpty("resultat"); }
+  RowMark markAfter() { return rowAfter().mark; }
 
   std::string output = folder.file("Tessarin/1.mov");
   std::string own = folder.file("Tessarin/.tessarin-1-abcdef");
@@ -238,7 +237,7 @@ class InterruptedJobTest : public BatchStoreTest {
 TEST_F(InterruptedJobTest, ItsFolderGoesAndItsRowWaits) {
   interrupt(false);
   folder.write("Tessarin/1.mov", "the user's movie");
-  EXPECT_EQ(markAfter(), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), RowMark::waiting);
   EXPECT_FALSE(pathExists(own));
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "the user's movie");
   EXPECT_TRUE(found.putAside.empty());
@@ -247,9 +246,9 @@ TEST_F(InterruptedJobTest, ItsFolderGoesAndItsRowWaits) {
 
 TEST_F(InterruptedJobTest, AMovieThatHadJustGotItsNameIsFinished) {
   interrupt(true);
-  const Dico row = rowAfter();
-  EXPECT_EQ(row.text("resultat"), ResultMark::success);
-  EXPECT_EQ(row.text("dstPathStr"), output);
+  const Row row = rowAfter();
+  EXPECT_EQ(row.mark, RowMark::success);
+  EXPECT_EQ(row.movie, output);
   EXPECT_EQ(folder.read("Tessarin/1.mov"), "whole");
   EXPECT_FALSE(pathExists(own));
   EXPECT_TRUE(found.stores[0].jobNumbers().empty());
@@ -257,7 +256,7 @@ TEST_F(InterruptedJobTest, AMovieThatHadJustGotItsNameIsFinished) {
 
 TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
   interrupt(true, true, "before the power cut");
-  EXPECT_EQ(markAfter(), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), RowMark::waiting);
   EXPECT_EQ(folder.read("Tessarin/1-failure.mov"), "of an earlier time");
   EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "whole");
   ASSERT_EQ(found.putAside.size(), 1u);
@@ -272,14 +271,14 @@ TEST_F(InterruptedJobTest, AMovieThatMayHaveBeenLostWithThePowerIsMadeAgain) {
 
 TEST_F(InterruptedJobTest, OneThatWasNotToldToBeDamagedIsMadeAgain) {
   interrupt(true, false);
-  EXPECT_EQ(markAfter(), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), RowMark::waiting);
   EXPECT_EQ(folder.read("Tessarin/1-failure-2.mov"), "whole");
 }
 
 TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayGoesLater) {
   interrupt(false);
   fs::rename(folder.file("Tessarin"), folder.file("away"));
-  EXPECT_EQ(markAfter(), ResultMark::waiting);
+  EXPECT_EQ(markAfter(), RowMark::waiting);
   fs::rename(folder.file("away"), folder.file("Tessarin"));
   markAfter();
   EXPECT_FALSE(pathExists(own));
@@ -301,17 +300,14 @@ TEST_F(InterruptedJobTest, OnlyFoldersOfJobsAreRemoved) {
 
 TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {
   const std::string picture("\xFF\xD8\xFF a picture\0", 14);
-  Dico withImage = row("/card/1.mts");
-  withImage.set("img", "/gone/1.jpg");
-  withImage.set("dico", Dico{{"srcPathStr", "/card/1.mts"}, {"imgPathStr", "/gone/1.jpg"}});
+  Row withImage = row("/card/1.mts");
+  withImage.source.set("imgPathStr", "/gone/1.jpg");
   abandoned({{}, {{1, withImage, picture}, {2, withImage}}, {}});
   const StoredBatch read = readBack();
-  const std::string image = read.rows.at(0).row.textOrEmpty("img");
+  const std::string image = read.rows.at(0).row.thumbnail();
   EXPECT_EQ(parentFolder(image), temporaryFolder());
   EXPECT_EQ(readFileStart(image, 100), picture);
-  EXPECT_EQ(read.rows[0].row.dico("dico")->text("imgPathStr"), image);
-  EXPECT_FALSE(read.rows.at(1).row.contains("img"));
-  EXPECT_FALSE(read.rows[1].row.dico("dico")->contains("imgPathStr"));
+  EXPECT_EQ(read.rows.at(1).row.thumbnail(), "");
   removeFile(image);
 }
 

@@ -19,14 +19,13 @@ class BatchTableTest : public test::CoreFixture {
                             {"v0_fields", "PFF"},
                             {"srcPathStr", "/card/" + std::to_string(number) + ".mts"},
                             {"imgPathStr", path}};
-      table.append(newRow(info, info.textOrEmpty("srcPathStr"), {outProres, speedKeep, 10}));
+      table.append(newRow(info, {outProres, 10, speedKeep}));
     }
   }
   std::vector<std::string> paths() {
     std::vector<std::string> list;
     for (int row = 0; row < table.count(); ++row) {
       list.push_back(table.sourcePath(row));
-      EXPECT_EQ(table.row(row).integer(BatchKey::order), row + 1);
       EXPECT_EQ(table.rowOfSource(list.back()), row);
     }
     return list;
@@ -77,15 +76,15 @@ TEST_F(BatchTableTest, SizesAreColouredByWhatSourceAndApplicationTake) {
 
 TEST_F(BatchTableTest, AChangeOfSizeOrApplicationIsRemembered) {
   rows(1);
-  table.setValue(0, BatchKey::sizeOut, 0);
+  table.set(0, &Row::choice, {outProres, 0, speedKeep});
   ASSERT_TRUE(table.iba_outSpeedCell(0));
-  EXPECT_EQ(table.row(0).integer(BatchKey::sizeOut), 10);
+  EXPECT_EQ(table.row(0).choice.sizeOut, 10);
   EXPECT_EQ(table.source(0).integer(RowInfoKey::sizeOutPrevious), 10);
   EXPECT_EQ(table.source(0).integer(RowInfoKey::softPrevious), 2);
   // Two pictures for each that there is cannot be had: the other family of rates takes over.
-  table.setValue(0, BatchKey::sizeOut, 11);
+  table.set(0, &Row::choice, {outProres, 11, speedKeep});
   ASSERT_TRUE(table.iba_outSpeedCell(0));
-  EXPECT_EQ(table.row(0).integer(BatchKey::sizeOut), 10);
+  EXPECT_EQ(table.row(0).choice.sizeOut, 10);
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ class CoreFixture : public testing::Test {
     serve();
   }
 
-  std::string mark(int row) { return app.table().row(row).textOrEmpty(BatchKey::resultat); }
+  RowMark mark(int row) { return app.table().row(row).mark; }
   std::string movie(const std::string& name) const {
     return folder.file("movies/Tessarin/" + name);
   }

@@ -39,6 +39,10 @@ class EncodingDriverTest : public CoreFixture {
     ASSERT_EQ(app.table().count(), count);
   }
 
+  void chooseAic(int row) {
+    app.table().set(row, &Row::choice, {outAic, app.table().row(row).choice.sizeOut, speedKeep});
+  }
+
   std::vector<JobEnd::Kind> kinds() const {
     std::vector<JobEnd::Kind> list;
     for (const JobEnd& end : ended)
@@ -70,8 +74,8 @@ TEST_F(EncodingDriverTest, ABatchConvertsEveryRow) {
       [&] { percents.push_back(app.interface.encoding.percent.text()); });
   convert();
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
-  EXPECT_EQ(mark(0), ResultMark::success);
-  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_EQ(mark(0), RowMark::success);
+  EXPECT_EQ(mark(1), RowMark::success);
   EXPECT_GT(poidsFile(movie("1.mov"), "k"), 10);
   const auto readMe = readFileStart(movie("2.txt"), 1000);
   ASSERT_TRUE(readMe);
@@ -94,10 +98,10 @@ TEST_F(EncodingDriverTest, AContinuedBatchLeavesFinishedRowsAndTheirMoviesAlone)
   std::filesystem::create_directory(folder.file("card2"));
   std::filesystem::copy_file(folder.file("1.mts"), other);
   analyse({other});
-  app.table().mark(0, ResultMark::success);
-  app.table().setValue(0, BatchKey::dstPathStr, movie("1.mov"));
+  app.table().mark(0, RowMark::success);
+  app.table().set(0, &Row::movie, movie("1.mov"));
   folder.write("movies/Tessarin/1.mov", "finished");
-  app.table().mark(1, ResultMark::failure);
+  app.table().mark(1, RowMark::failure);
   alerts.answers = {{1, false}, {1, false}};  // replace, if anything is asked
   app.driver().continueBatch();
   serve();
@@ -155,8 +159,7 @@ TEST_F(EncodingDriverTest, AMovieNeverFollowsOrReplacesWhatCameToItsNameMeanwhil
   clips(2);
   folder.write("movies/Tessarin/2.mov", "older");
   folder.write("precious.mov", "precious");
-  app.table().setValue(0, BatchKey::out, outAic);
-  app.table().setValue(0, BatchKey::fps, speedKeep);
+  chooseAic(0);
   std::string planned;
   std::vector<std::string> masters;
   app.driver().jobStarted.connect(
@@ -225,8 +228,8 @@ TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
   });
   convert();
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
-  EXPECT_EQ(mark(0), ResultMark::failure);
-  EXPECT_EQ(mark(1), ResultMark::waiting);
+  EXPECT_EQ(mark(0), RowMark::failure);
+  EXPECT_EQ(mark(1), RowMark::waiting);
   EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious") << "there was nothing in its stead";
   EXPECT_EQ(filesBelow(folder.file("movies/Tessarin")), std::vector{movie("1.mov")});
   EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
@@ -244,8 +247,7 @@ TEST_F(EncodingDriverTest, AnExportThatIsStoppedOrFailsLeavesNothing) {
         "en");
     if (app.table().count() == 0)
       clips(1);
-    app.table().setValue(0, BatchKey::out, outAic);
-    app.table().setValue(0, BatchKey::fps, speedKeep);
+    chooseAic(0);
     const std::function<void()> stopOnceItWrites = [&] {
       for (const std::string& path : filesBelow(folder.file("movies/Tessarin")))
         if (endsWith(path, ".partial"))

@@ -3,6 +3,7 @@
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "core/forecast.h"
+#include "core/newRow.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
@@ -22,29 +23,26 @@ class Forecasts : public testing::Test {
   }
   ~Forecasts() override { codecInventory() = CodecInventory(); }
 
-  static Dico rowOf(int width, int height, double fps, bool progressive, Target out, int size,
-                    Speed speed = speedKeep) {
-    return {{"dico", Dico{{"v0_id", 0},
-                          {"v0_codec", "h264"},
-                          {"v0_width", width},
-                          {"v0_height", height},
-                          {"v0_fps", fps},
-                          {"v0_fields", progressive ? "PFF" : "TFF"},
-                          {"wrapper", "mov,mp4"},
-                          {"srcPathStr", "/clips/00001.mov"},
-                          {"a0_id", 1},
-                          {"a0_channels", 2},
-                          {"a0_rate", 48000}}},
-            {"fpsSrc", progressive ? "\n25p" : "\n50i"},
-            {"sizeOut", size},
-            {"fps", speed},
-            {"out", out}};
+  static Row rowOf(int width, int height, double fps, bool progressive, Target out, int size,
+                   Speed speed = speedKeep) {
+    return newRow({{"v0_id", 0},
+                   {"v0_codec", "h264"},
+                   {"v0_width", width},
+                   {"v0_height", height},
+                   {"v0_fps", fps},
+                   {"v0_fields", progressive ? "PFF" : "TFF"},
+                   {"wrapper", "mov,mp4"},
+                   {"srcPathStr", "/clips/00001.mov"},
+                   {"a0_id", 1},
+                   {"a0_channels", 2},
+                   {"a0_rate", 48000}},
+                  {out, size, speed});
   }
-  static std::string summary(const Dico& row, const char* prores = "apcn") {
+  static std::string summary(const Row& row, const char* prores = "apcn") {
     const auto movie = forecastOf(row, prores);
     return movie ? summaryOf(*movie) : "none";
   }
-  static std::vector<std::string> kindsLeftOut(const Dico& row) {
+  static std::vector<std::string> kindsLeftOut(const Row& row) {
     std::vector<std::string> kinds;
     if (const auto movie = forecastOf(row, "apcn"))
       for (const LeftOut& each : movie->leftOut)
@@ -59,7 +57,7 @@ class Forecasts : public testing::Test {
 TEST_F(Forecasts, AreWhatTheirPlansMake) {
   const struct {
     const char* why;
-    Dico row;
+    Row row;
     const char* expected;
   } cases[] = {
       {"fields stay fields, and nothing is scaled", rowOf(720, 576, 50, false, outProres, 9),
@@ -101,23 +99,20 @@ TEST_F(Forecasts, TellWhatIsLeftOut) {
   EXPECT_THAT(kindsLeftOut(rowOf(1920, 1080, 50, false, outProres, 11)), IsEmpty());
   EXPECT_THAT(kindsLeftOut(rowOf(720, 576, 25, true, outAic, 4)), ElementsAre("details"));
 
-  Dico row = rowOf(1920, 1080, 25, true, outProres, 10);
-  Dico info = *row.dico("dico");
-  info.merge({{"a0_channels", 6},
-              {"a1_id", 2},
-              {"a1_codec", "ac3"},
-              {"a1_lang", "fra"},
-              {"s0_id", 3},
-              {"s0_codec", "hdmv_pgs_subtitle"},
-              {"v1_id", 4},
-              {"v1_codec", "mjpeg"}});
-  row.set("dico", info);
+  Row row = rowOf(1920, 1080, 25, true, outProres, 10);
+  row.source.merge({{"a0_channels", 6},
+                    {"a1_id", 2},
+                    {"a1_codec", "ac3"},
+                    {"a1_lang", "fra"},
+                    {"s0_id", 3},
+                    {"s0_codec", "hdmv_pgs_subtitle"},
+                    {"v1_id", 4},
+                    {"v1_codec", "mjpeg"}});
   EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "sound", "channels", "subtitles"));
   EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
                           "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
-  info.set("prefSurrond", 1);
-  row.set("dico", info);
+  row.source.set("prefSurrond", 1);
   EXPECT_EQ(summary(row), "ProRes 1920x1080p 25, PCM 6x48000");
 }
 

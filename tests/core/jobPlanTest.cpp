@@ -4,7 +4,7 @@
 #include "analysis/codecInventory.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
-#include "encoding/BatchEntry.h"
+#include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "support/TestBundle.h"
@@ -12,24 +12,18 @@
 namespace tessarin {
 namespace {
 
-Dico rowOf(bool progressive, int size, Target out) {
-  return {{"dico", Dico{{"v0_width", 1920},
-                        {"v0_height", 1080},
-                        {"v0_fps", 25.0},
-                        {"v0_fields", progressive ? "PFF" : "TFF"},
-                        {"srcPathStr", "/clips/00001.MTS"}}},
-          {"fpsSrc", progressive ? "\n25p" : "\n25i"},
-          {"sizeOut", size},
-          {"fps", 0},
-          {"out", out}};
+Row rowOf(bool progressive, int size, Target out) {
+  return newRow({{"v0_width", 1920},
+                 {"v0_height", 1080},
+                 {"v0_fps", 25.0},
+                 {"v0_fields", progressive ? "PFF" : "TFF"},
+                 {"srcPathStr", "/clips/00001.MTS"}},
+                {out, size});
 }
 
 // The row with these entries in its source's record.
-Dico withInfo(Dico row, const Dico& entries) {
-  Dico info = *row.dico("dico");
-  for (const auto& [key, value] : entries)
-    info.set(key, value);
-  row.set("dico", info);
+Row withInfo(Row row, const Dico& entries) {
+  row.source.merge(entries);
   return row;
 }
 
@@ -44,7 +38,7 @@ class JobPlanTest : public testing::Test {
 TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   // Interlaced to ProRes is written at once; a progressive source is copied and then exported; a
   // copy that is to be a QuickTime movie is one.
-  const auto needsExport = [](const Dico& row) {
+  const auto needsExport = [](const Row& row) {
     return planJob(jobOfRow(row), "/out/x.mov", "apcn")->needsExport;
   };
   EXPECT_FALSE(needsExport(rowOf(false, 12, outProres)));
@@ -55,12 +49,12 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
 
 // A copy of VP9 is refused by ffmpeg; one of H.264 out of an AVI file ends before its last picture.
 TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
-  Dico row = withInfo(rowOf(true, 10, outProres), {{"v0_codec", "vp9"},
-                                                   {"wrapper", "matroska,webm"},
-                                                   {"v0_id", 2},
-                                                   {"a0_id", 5},
-                                                   {"a0_channels", 6},
-                                                   {"w_duration", 3}});
+  Row row = withInfo(rowOf(true, 10, outProres), {{"v0_codec", "vp9"},
+                                                  {"wrapper", "matroska,webm"},
+                                                  {"v0_id", 2},
+                                                  {"a0_id", 5},
+                                                  {"a0_channels", 6},
+                                                  {"w_duration", 3}});
   const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
   EXPECT_TRUE(plan.isExport);
   EXPECT_FALSE(plan.needsExport);
@@ -72,7 +66,7 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
   ASSERT_EQ(commandsOfPlan(plan, "apcn", false).size(), 1u);
   EXPECT_FALSE(contains(joinTexts(commandsOfPlan(plan, "apcn", false).front(), " "), " -y "));
 
-  const auto isExport = [](const Dico& source) {
+  const auto isExport = [](const Row& source) {
     return planJob(jobOfRow(source), "/out/x.mov", "apcn")->isExport;
   };
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "avi"}})));
@@ -82,14 +76,14 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
   EXPECT_FALSE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "mov,mp4,m4a"}})));
   EXPECT_FALSE(isExport(withInfo(rowOf(false, 12, outProres), {{"v0_codec", "vp9"}})));
 
-  row.set("out", outQuickTime);
+  row.choice.target = outQuickTime;
   EXPECT_TRUE(contains(*refusalOf(row, true), "vp9"));
 }
 
 TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
   const auto seconds = [](bool progressive, double fps, int size, Speed speed) {
-    Dico row = withInfo(rowOf(progressive, size, outProres), {{"v0_fps", fps}, {"w_duration", 4}});
-    row.set("fps", speed);
+    Row row = withInfo(rowOf(progressive, size, outProres), {{"v0_fps", fps}, {"w_duration", 4}});
+    row.choice.speed = speed;
     return *planJob(jobOfRow(row), "/out/x.mov", "apcn")->job.number("durationDouble");
   };
   EXPECT_EQ(seconds(true, 50, 10, speedSlow), 8);
@@ -101,7 +95,7 @@ TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
 
 TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
   const auto filterOf = [](const char* fields, const char* chroma) {
-    const Dico row =
+    const Row row =
         withInfo(rowOf(false, 12, outAic), {{"v0_fields", fields}, {"v0_chroma", chroma}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
@@ -115,7 +109,7 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
 
 TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
   const auto said = [](bool progressive, Target out, const Dico& info) {
-    const Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, out), info);
+    const Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, out), info);
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     Arguments names;
     for (const char* option : {"-color_primaries", "-color_trc", "-colorspace"})
@@ -142,9 +136,9 @@ TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
 
 TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
   const auto command = [](bool progressive, Speed speed) {
-    Dico row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
-                        {{"v0_begin", 0.549333}, {"w_duration", 3}});
-    row.set("fps", speed);
+    Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
+                       {{"v0_begin", 0.549333}, {"w_duration", 3}});
+    row.choice.speed = speed;
     const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
     return joinTexts(plan.command.arguments, " ");
   };
@@ -155,7 +149,7 @@ TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
 
 TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   const auto isConverted = [](int height, int size) {
-    const Dico row =
+    const Row row =
         withInfo(rowOf(false, size, outProres), {{"v0_width", 720}, {"v0_height", height}});
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709") &&
@@ -171,8 +165,8 @@ TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
 // The quicker encoder reads behind the end of such pictures.
 TEST_F(JobPlanTest, FieldsOfAnOddNumberOfMacroblockRowsTakeTheOtherEncoder) {
   const auto encoderOf = [](int height, int size, Speed speed = speedKeep) {
-    Dico row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
-    row.set("fps", speed);
+    Row row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
+    row.choice.speed = speed;
     const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
     return *(std::find(arguments.begin(), arguments.end(), "-c:v") + 1);
   };
@@ -244,7 +238,7 @@ TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {
   EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), true), std::nullopt);
   EXPECT_EQ(refusalOf(rowOf(false, 12, outQuickTime), true),
             localisationString("why_noTarget", "", localisationString("why_copyInterlaced")));
-  const Dico soundOnly{{"dico", Dico{{"a0_id", 0}}}, {"sizeOut", 5}, {"out", outProres}};
+  const Row soundOnly = newRow({{"a0_id", 0}}, {outProres, 5});
   EXPECT_EQ(refusalOf(soundOnly, true), localisationString("why_noPicture"));
 }
 

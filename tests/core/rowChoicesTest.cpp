@@ -3,6 +3,7 @@
 
 #include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
+#include "core/newRow.h"
 #include "core/rowChoices.h"
 #include "encoding/outputPreset.h"
 #include "support/LogCapture.h"
@@ -19,16 +20,13 @@ constexpr int size1080p50 = 11;
 constexpr int size1080i50 = 12;
 constexpr int size540p25 = 4;
 
-Dico entryOf(int width, int height, double fps, bool progressive, int size, Speed speed = speedKeep,
-             Target out = outProres) {
-  return {{BatchKey::dico.data(), Dico{{SourceKey::v0Width.data(), width},
-                                       {SourceKey::v0Height.data(), height},
-                                       {SourceKey::v0Fps.data(), fps},
-                                       {SourceKey::v0Fields.data(), progressive ? "PFF" : "TFF"}}},
-          {BatchKey::fpsSrc.data(), progressive ? "\n25p" : "\n50i"},
-          {BatchKey::sizeOut.data(), size},
-          {BatchKey::fps.data(), speed},
-          {BatchKey::out.data(), out}};
+Row entryOf(int width, int height, double fps, bool progressive, int size, Speed speed = speedKeep,
+            Target out = outProres) {
+  return newRow({{SourceKey::v0Width.data(), width},
+                 {SourceKey::v0Height.data(), height},
+                 {SourceKey::v0Fps.data(), fps},
+                 {SourceKey::v0Fields.data(), progressive ? "PFF" : "TFF"}},
+                {out, size, speed});
 }
 
 class RowChoicesTest : public testing::Test {
@@ -65,7 +63,7 @@ TEST_F(RowChoicesTest, SpeedsNeedEnoughPicturesOrFields) {
 TEST_F(RowChoicesTest, WhatIsNotPossibleBecomesTheNearestThatIs) {
   const struct {
     const char* why;
-    Dico entry;
+    Row entry;
     int size, speed;
   } cases[] = {
       {"a slow row of fields becomes its progressive sibling",
@@ -100,9 +98,8 @@ TEST_F(RowChoicesTest, ARefusedTargetMovesToOneThatIsAllowed) {
 TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
   const test::LogCapture log;
   codecInventory().aic = true;
-  const auto isAllowed = [](Dico entry, const Choice& choice) {
-    entry.set(BatchKey::sizeOut, choice.sizeOut);
-    entry.set(BatchKey::fps, choice.speed);
+  const auto isAllowed = [](Row entry, const Choice& choice) {
+    entry.choice = choice;
     return speedPermissions(entry).at(static_cast<std::size_t>(choice.speed)) &&
            targetPermissions(entry).at(static_cast<std::size_t>(choice.target));
   };
@@ -121,9 +118,9 @@ TEST_F(RowChoicesTest, AWishIsGrantedOrItsAlternativesAre) {
                 Wish wish{target, std::nullopt, speed};
                 if (size >= firstConcreteRow)
                   wish.sizeOut = size;
-                Dico entry = entryOf(width, height, fps, progressive, size, speed);
+                Row entry = entryOf(width, height, fps, progressive, size, speed);
                 if (!wish.sizeOut)
-                  entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
+                  entry.choice.sizeOut = presetAutoComputedFromSrc(entry, soft);
                 const auto name = [&] {
                   return fmt::format("{}x{} {} {} for {}: {} {} {}", width, height, fps,
                                      progressive, static_cast<int>(soft), target, size, speed);
@@ -152,8 +149,8 @@ TEST_F(RowChoicesTest, TheNearestSizeIsTaken) {
   codecInventory().aic = true;
   const auto automatic = [](int width, int height, double fps, bool progressive, Application soft,
                             Target target) {
-    Dico entry = entryOf(width, height, fps, progressive, 0);
-    entry.set(BatchKey::sizeOut, presetAutoComputedFromSrc(entry, soft));
+    Row entry = entryOf(width, height, fps, progressive, 0);
+    entry.choice.sizeOut = presetAutoComputedFromSrc(entry, soft);
     return nearestChoice(entry, {target, std::nullopt, speedKeep}, soft);
   };
   const auto choice = [](Target target, int size, Speed speed = speedKeep) {

@@ -6,6 +6,7 @@
 
 #include "core/failureReason.h"
 #include "core/newRow.h"
+#include "core/storedRow.h"
 #include "core/timeLeft.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
@@ -51,15 +52,12 @@ TEST(Thumbnail, ItsNameIsNoPatternAndNobodyElses) {
 
 TEST(NewRow, TellsWhatTheSourceIs) {
   const test::TestBundle bundle;
-  const SourceInfo info{{"v0_width", 1920},
-                        {"v0_height", 1080},
-                        {"v0_fps", 59.94},
-                        {"w_duration", 65},
-                        {"v0_fields", "TFF"}};
-  const Dico row = newRow(info, "/a/clip.mts", {outProres, speedKeep, 12});
-  EXPECT_EQ(row.text("fpsSrc"), "\n60i");
-  EXPECT_EQ(row.textOrEmpty("src").substr(0, 29), "clip.mts\n(1920x)1080i60\n0h01'");
-  EXPECT_FALSE(row.contains("img"));
+  const SourceInfo info{{"v0_width", 1920}, {"v0_height", 1080},  {"v0_fps", 59.94},
+                        {"w_duration", 65}, {"v0_fields", "TFF"}, {"srcPathStr", "/a/clip.mts"}};
+  const Row row = newRow(info, {outProres, 12, speedKeep});
+  EXPECT_FALSE(row.isProgressive);
+  EXPECT_EQ(row.caption.substr(0, 29), "clip.mts\n(1920x)1080i60\n0h01'");
+  EXPECT_EQ(recordOfRow(row).text("fpsSrc"), "\n60i");
 }
 
 TEST(TimeLeft, SaysNothingAtFirstAndForgetsOldSpeed) {

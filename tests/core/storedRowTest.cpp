@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "CoreFixture.h"
-#include "core/jobPlan.h"
+#include "core/newRow.h"
 #include "core/storedRow.h"
 
 namespace tessarin {
@@ -25,10 +25,7 @@ TEST(StoredRow, HasNothingThatARowHasNot) {
   const Dico stored{{"dico", hostile}, {"out", 2}, {"img", "/home/user/precious.jpg"}};
   const auto row = rowOfStored(stored);
   ASSERT_TRUE(row);
-  EXPECT_EQ(*row->dico("dico"), info);
-  EXPECT_FALSE(row->contains("img"));
-  // Nor what a job is made of, should such a row have come into the table on another way.
-  EXPECT_EQ(jobOfRow(stored), withValue(info, "out", 2));
+  EXPECT_EQ(*row, newRow(info, {outProres, -1, speedKeep}));
 }
 
 TEST(StoredRow, WithAValueThatCannotBeIsNone) {
@@ -101,16 +98,12 @@ TEST_F(StoredRows, OfOursComeBackWhole) {
   analyse({clips[0], clips[1], clips[2]});
   ASSERT_EQ(app.table().count(), 3);
   for (int row = 0; row < 3; ++row) {
-    Dico expected = app.table().row(row);
-    expected.remove("img");
-    expected.remove("order");
-    Dico own = *expected.dico("dico");
-    own.remove("imgPathStr");
-    expected.set("dico", own);
+    Row expected = app.table().row(row);
+    expected.source.remove("imgPathStr");
     const auto read = rowOfStored(storedForm(app.table().row(row)));
-    ASSERT_TRUE(read) << expected.description();
-    EXPECT_EQ(*read, expected) << "read: " << read->description()
-                               << "\nhad:  " << expected.description();
+    ASSERT_TRUE(read) << recordOfRow(expected).description();
+    EXPECT_EQ(*read, expected) << "read: " << recordOfRow(*read).description()
+                               << "\nhad:  " << recordOfRow(expected).description();
   }
 }
 

@@ -6,6 +6,7 @@
 #include "core/RemainingTime.h"
 #include "core/batchSummary.h"
 #include "core/language.h"
+#include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "support/LoopUntil.h"
@@ -22,14 +23,12 @@ using testing::IsEmpty;
 
 class RecoveryOfferTest : public test::CoreFixture {
  protected:
-  Dico newRow(const std::string& name, std::string_view mark) const {
-    return {
-        {"resultat", mark},
-        {"out", 2},
-        {"fps", 0},
-        {"sizeOut", 12},
-        {"dstPathStr", movie("Done.mov")},
-        {"dico", Dico{{"srcPathStr", folder.file(name)}, {"v0_width", 720}, {"v0_height", 576}}}};
+  Row rowOf(const std::string& name, RowMark mark) const {
+    Row row = newRow({{"srcPathStr", folder.file(name)}, {"v0_width", 720}, {"v0_height", 576}},
+                     {outProres, 12});
+    row.mark = mark;
+    row.movie = movie("Done.mov");
+    return row;
   }
   // As a crash leaves it: one source is a movie, one is a row, one has no row yet.
   void leaveBatch() {
@@ -37,8 +36,8 @@ class RecoveryOfferTest : public test::CoreFixture {
     Dico choices = app.prefs2GuiApp();
     choices.set(PrefKey::destination, folder.file("movies"));
     batch.settings = {{"choices", std::move(choices)}};
-    batch.rows = {{1, newRow("Done.MTS", ResultMark::success)},
-                  {2, newRow("Gone.MTS", ResultMark::current)}};
+    batch.rows = {{1, rowOf("Done.MTS", RowMark::success)},
+                  {2, rowOf("Gone.MTS", RowMark::current)}};
     batch.waiting = {folder.file("Waiting.MTS")};
     ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
   }
@@ -67,7 +66,7 @@ class RecoveryOfferTest : public test::CoreFixture {
 // The session ended behind the batch, while its rows were still shown.
 TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
   StoredBatch batch;
-  batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
+  batch.rows = {{1, rowOf("Done.MTS", RowMark::success)}};
   ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
   offer.begin(parent);
   EXPECT_TRUE(alerts.shown.empty());
@@ -76,7 +75,7 @@ TEST_F(RecoveryOfferTest, NothingIsAskedAboutABatchThatIsDone) {
 
 TEST_F(RecoveryOfferTest, ABatchIsNotTakenForDoneWhenItCannotBeRead) {
   StoredBatch batch;
-  batch.rows = {{1, newRow("Done.MTS", ResultMark::success)}};
+  batch.rows = {{1, rowOf("Done.MTS", RowMark::success)}};
   const std::string stored = BatchStore::create(parent, test::changesOf(batch)).value().folder();
   ASSERT_TRUE(writeFileAtomically(stored + "/waiting.plist", "no list"));
   alerts.answers = {{1, false}};
@@ -112,8 +111,8 @@ TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
   EXPECT_TRUE(servedUntil([this] { return ended.size() == 2; }));
   // The source of the second row is not there any more, so its row has gone.
   ASSERT_EQ(app.table().count(), 2);
-  EXPECT_EQ(mark(0), ResultMark::success);
-  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_EQ(mark(0), RowMark::success);
+  EXPECT_EQ(mark(1), RowMark::success);
   EXPECT_EQ(ended[1].output, movie("Waiting.mov"));
 }
 
@@ -150,10 +149,11 @@ TEST_F(BatchSummaryTest, CountsAreGatheredAndThoseOfNothingLeftOut) {
   const BatchSummary summary(app.table(), app.interface.batchSummary, loop);
   int changes = 0;
   app.interface.batchSummary.changed.connect([&] { ++changes; });
-  for (const std::string_view mark :
-       {ResultMark::success, ResultMark::success, ResultMark::failure, ResultMark::waiting})
-    app.table().append(
-        {{"resultat", mark}, {"dico", Dico{{"srcPathStr", std::to_string(app.table().count())}}}});
+  for (const RowMark mark :
+       {RowMark::success, RowMark::success, RowMark::failure, RowMark::waiting})
+    app.table().mark(
+        app.table().append(newRow({{"srcPathStr", std::to_string(app.table().count())}}, {})),
+        mark);
   test::loopFor(loop, std::chrono::milliseconds(1));
   EXPECT_EQ(changes, 1);
   EXPECT_EQ(app.interface.batchSummary.text(), "2 converted, 1 not converted, 1 to be converted");
@@ -189,7 +189,7 @@ TEST_F(LanguageTest, AChoiceWinsOverTheEnvironmentAndRowsKeepTheirMeaning) {
   const test::ScopedEnvironment environment("LC_ALL", "fr_FR.UTF-8");
   EXPECT_THAT(availableLanguages(), ElementsAre("de", "en", "es", "fr", "it"));
   EXPECT_EQ(languageName("de"), "Deutsch");
-  app.table().append({{"dico", Dico{{"srcPathStr", "/a.mts"}, {"v0_fields", "PFF"}}}});
+  app.table().append(newRow({{"srcPathStr", "/a.mts"}, {"v0_fields", "PFF"}}, {}));
   ASSERT_TRUE(isSourceProgressive(app.table().source(0)));
   for (const auto& [code, cancel] : std::vector<std::pair<std::string, std::string>>{
            {"de", "Abbrechen"}, {"", "Annuler"}, {"xx", "Annuler"}, {"en", "Cancel"}}) {

@@ -14,16 +14,18 @@ std::string entryKey(std::string_view name) {
 }
 
 // A row as the analysis makes it: the rate is that of the frames or, interlaced, of the fields.
-Dico entryOf(int width, int height, const std::string& scan, double fps) {
-  const Dico info{{entryKey(SourceKey::v0Width), width},
-                  {entryKey(SourceKey::v0Height), height},
-                  {entryKey(SourceKey::v0Fps), fps},
-                  {entryKey(SourceKey::v0Fields), scan == "p" ? "PFF" : "TFF"}};
-  return {{entryKey(BatchKey::fpsSrc), "\n25" + scan}, {entryKey(BatchKey::dico), info}};
+Row entryOf(int width, int height, const std::string& scan, double fps) {
+  Row row;
+  row.source = {{entryKey(SourceKey::v0Width), width},
+                {entryKey(SourceKey::v0Height), height},
+                {entryKey(SourceKey::v0Fps), fps},
+                {entryKey(SourceKey::v0Fields), scan == "p" ? "PFF" : "TFF"}};
+  row.isProgressive = scan == "p";
+  return row;
 }
 
-Dico withRow(Dico entry, int row) {
-  entry.set(BatchKey::sizeOut, row);
+Row withRow(Row entry, int row) {
+  entry.choice.sizeOut = row;
   return entry;
 }
 
@@ -68,26 +70,16 @@ TEST_F(OutputPresetTest, FindsTheRowForASource) {
         << wanted.source;
 }
 
-TEST_F(OutputPresetTest, WithoutScanTextTheSourceCountsAsInterlaced) {
-  Dico entry = entryOf(1920, 1080, "p", 25);
-  entry.remove(BatchKey::fpsSrc);
-  EXPECT_EQ(presetAutoComputedFromSrc(entry, Application::any), 12);
-}
-
 TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
-  Dico info{{entryKey(SourceKey::v0Width), 1000}, {entryKey(SourceKey::v0Height), 700}};
-  EXPECT_EQ(
-      presetAutoComputedFromSrc(
-          {{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), info}}, Application::any),
-      5);
+  Row row;
+  row.source = {{entryKey(SourceKey::v0Width), 1000}, {entryKey(SourceKey::v0Height), 700}};
+  row.isProgressive = true;
+  EXPECT_EQ(presetAutoComputedFromSrc(row, Application::any), 5);
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
 }
 
-TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
-  const std::string fpsSrc = entryKey(BatchKey::fpsSrc);
+TEST_F(OutputPresetTest, OnlyWhatIsKnownToBeProgressiveIs) {
   const std::string fields = entryKey(SourceKey::v0Fields);
-  EXPECT_TRUE(isSourceProgressive({{fpsSrc, "\n25p"}, {fields, "i"}}));
-  EXPECT_FALSE(isSourceProgressive({{fpsSrc, ""}, {fields, "PFF"}})) << "present but empty";
   EXPECT_TRUE(isSourceProgressive({{fields, "PFF"}}));
   EXPECT_FALSE(isSourceProgressive({{fields, "Progressive"}}));
   EXPECT_FALSE(isSourceProgressive({}));
@@ -97,7 +89,7 @@ TEST_F(OutputPresetTest, ProgressiveIsSaidByTheRowElseByTheAnalysis) {
 
 TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
   const auto info = [](const char* scan, double fps) {
-    return *entryOf(1920, 1080, scan, fps).dico("dico");
+    return entryOf(1920, 1080, scan, fps).source;
   };
   EXPECT_TRUE(needsInterleaveToI50(info("p", 47.5), sizeRow(12)));
   EXPECT_FALSE(needsInterleaveToI50(info("p", 47.4), sizeRow(12)));
@@ -110,7 +102,9 @@ TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
 }
 
 TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
-  const auto quickTime = [](const Dico& entry) { return cellAllowedOut(entry, outQuickTime); };
+  const auto quickTime = [](const Row& entry) {
+    return cellAllowedOut(entry, {outQuickTime, entry.choice.sizeOut, entry.choice.speed});
+  };
   EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 10)));
   EXPECT_TRUE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 12))) << "only the size is compared";
   EXPECT_TRUE(quickTime(withRow(entryOf(960, 540, "p", 25), 4)));
@@ -120,11 +114,11 @@ TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 25), 7))) << "another size";
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "i", 25), 12))) << "interlaced";
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 50), 12))) << "frames become fields";
-  EXPECT_FALSE(quickTime(
-      withRow({{entryKey(BatchKey::fpsSrc), "p"}, {entryKey(BatchKey::dico), Dico()}}, 10)))
-      << "unknown size";
-  Dico half = withRow(entryOf(1920, 1080, "p", 25), 10);
-  half.set(BatchKey::fps, speedHalf);
+  Row unknown = withRow(entryOf(1920, 1080, "p", 25), 10);
+  unknown.source.remove(SourceKey::v0Width);
+  EXPECT_FALSE(quickTime(unknown)) << "unknown size";
+  Row half = withRow(entryOf(1920, 1080, "p", 25), 10);
+  half.choice.speed = speedHalf;
   EXPECT_FALSE(quickTime(half));
 }
 

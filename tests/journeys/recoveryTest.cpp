@@ -11,6 +11,7 @@
 #include "Journey.h"
 #include "core/BatchFile.h"
 #include "core/fileState.h"
+#include "core/newRow.h"
 #include "core/recovery.h"
 #include "platform/propertyList.h"
 #include "support/changesOf.h"
@@ -239,7 +240,7 @@ TEST_F(RecoveryTest, ADamagedRowIsToldAndTheRestIsConverted) {
   StoredBatch content;
   content.settings = {{"choices", Dico{{"prefDefautDstPathStr", destination()}}}};
   content.waiting = {clips_[0], clips_[1]};
-  content.rows = {{1, {{"dico", Dico{{"srcPathStr", clips_[2]}}}}}};
+  content.rows = {{1, newRow({{"srcPathStr", clips_[2]}}, {})}};
   std::string stored;
   {
     auto store = BatchStore::create(batches(), test::changesOf(content));
@@ -274,7 +275,7 @@ TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt", "2.mov", "2.txt"));
   for (const StoredRow& row : readBatchFile(file).batch.rows)
-    EXPECT_EQ(row.row.text("resultat"), "puceSuccess");
+    EXPECT_EQ(row.row.mark, RowMark::success);
   const auto first = fileState(movie("1.mov"));
   result = tessarin({"--batch", file, "--overwrite", "replace"});
   EXPECT_EQ(result.out, "all clips of the batch are converted already\n");

@@ -30,7 +30,7 @@
 #include "core/newRow.h"
 #include "core/rowChoices.h"
 #include "core/storedRow.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/Row.h"
 #include "encoding/arithmetic.h"
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
@@ -121,6 +121,12 @@ constexpr Frame frames[] = {{unknown, unknown}, {0, 0},       {-1, 720},    {720
                             {1280, 720},        {1281, 720},  {1440, 1080}, {1440, 1081},
                             {1080, 1920},       {1920, 1080}, {1920, 1088}, {3840, 2160}};
 
+Row rowOf(const SourceInfo& info, bool isProgressive) {
+  Row row = newRow(info, Choice());
+  row.isProgressive = isProgressive;
+  return row;
+}
+
 // ---- Groups
 
 void pinSizes(Pin& pin) {
@@ -150,9 +156,9 @@ void pinSizes(Pin& pin) {
         if (info.empty())
           continue;
         for (const bool isProgressive : {true, false}) {
-          const Dico entry{{"dico", info}, {"fpsSrc", isProgressive ? "\n25p" : "\n25i"}};
+          const Row row = rowOf(info, isProgressive);
           for (int soft = -1; soft < 4; ++soft)
-            pin.add("{}", presetAutoComputedFromSrc(entry, applicationOf(soft)));
+            pin.add("{}", presetAutoComputedFromSrc(row, applicationOf(soft)));
         }
       }
   pin.add("{}", presetAutoComputedFromSrc({}, applicationOf(0)));
@@ -162,7 +168,7 @@ std::string described(const std::optional<Choice>& choice) {
   return choice ? fmt::format("{}/{}/{}", choice->target, choice->sizeOut, choice->speed) : "-";
 }
 
-void pinPermissionsOf(Pin& pin, const Dico& entry) {
+void pinPermissionsOf(Pin& pin, const Row& entry) {
   const Permissions speeds = speedPermissions(entry);
   const Permissions targets = targetPermissions(entry);
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
@@ -170,9 +176,9 @@ void pinPermissionsOf(Pin& pin, const Dico& entry) {
           targets[1], targets[2], valid.sizeOut, valid.speed);
 }
 
-void pinChoices(Pin& pin, Dico entry) {
+void pinChoices(Pin& pin, Row entry) {
   for (int target = -1; target < 5; ++target) {
-    entry.set(BatchKey::out, target);
+    entry.choice.target = static_cast<Target>(target);
     pin.add("{:d} {}", validTarget(entry), whyNotTarget(entry, static_cast<Target>(target)));
   }
   for (const Target target : allTargets)
@@ -206,17 +212,17 @@ void pinPermissions(Pin& pin) {
             info.set(SourceKey::wrapper, stream.wrapper);
           }
           setScan(scan, info);
-          Dico entry{{"dico", info}, {"fpsSrc", scan.isProgressive ? "\n25p" : "\n25i"}};
+          Row entry = rowOf(info, scan.isProgressive);
           for (int size = -2; size < 14; ++size) {
-            entry.set(BatchKey::sizeOut, size);
+            entry.choice.sizeOut = size;
             for (int speed = 0; speed < 4; ++speed) {
-              entry.set(BatchKey::fps, speed);
+              entry.choice.speed = static_cast<Speed>(speed);
               pinPermissionsOf(pin, entry);
             }
           }
           for (const int size : {4, 6, 12})
             if (&stream == streams + 1 && (rate == 25 || rate == 50 || rate == 59.94)) {
-              entry.set(BatchKey::sizeOut, size);
+              entry.choice.sizeOut = size;
               for (const int tools : {0, 1, 2, 3}) {
                 codecInventory().aic = tools % 2 != 0;
                 codecInventory().prores = tools / 2 != 0;
@@ -279,22 +285,21 @@ void pinCommands(Pin& pin) {
           info.merge(recordOf(kind));
           setScan(scan, info);
           Dico job = info;
-          Dico row{{"fpsSrc", scan.isProgressive ? "\n25p" : "\n25i"}};
           job.set(JobKey::srcPathStr, "/in/Été.MTS");
           job.set(JobKey::dstPathStr, "/out/Été.mkv");
-          row.set(BatchKey::dico, std::move(info));
+          Row row = rowOf(info, scan.isProgressive);
           // Every size with each target at the one end of speeds or the other, by turns.
           for (int size = -1; size < 14; ++size) {
             if (size >= 0)
               job.set(JobKey::sizeOut, size);
-            row.set(BatchKey::sizeOut, size);
+            row.choice.sizeOut = size;
             for (int target = 0; target < 4; ++target) {
               const int speed = (size + target + (scan.fields ? 1 : 0)) % 4;
               job.set(JobKey::out, target);
               job.set(JobKey::speed, speed);
               pinJob(pin, job);
-              row.set(BatchKey::out, target);
-              row.set(BatchKey::fps, speed);
+              row.choice.target = static_cast<Target>(target);
+              row.choice.speed = static_cast<Speed>(speed);
               if (const auto movie = width == 1920 ? forecastOf(row, "apco") : std::nullopt) {
                 pin.add(summaryOf(*movie));
                 pin.add(notesOf(*movie));
@@ -475,12 +480,12 @@ void pinFields(Pin& pin) {
       SourceInfo info = sized(1920, 1080, rate);
       setScan(scan, info);
       info.set(RowInfoKey::srcPathStr, "/in/a.mts");
-      const Dico row = newRow(info, "/in/a.mts", {outAic, speedHalf, 7});
-      pin.add(row.description());
+      const Row row = newRow(info, {outAic, 7, speedHalf});
+      pin.add(recordOfRow(row).description());
       const Dico stored = storedForm(row);
       pin.add(stored.description());
-      pin.add(rowOfStored(stored).value_or(Dico()).description());
-      pin.add("{:d}{:d}", isSourceProgressive(row), isSourceProgressive(info));
+      pin.add(recordOfRow(rowOfStored(stored).value_or(Row())).description());
+      pin.add("{:d}{:d}", row.isProgressive, isSourceProgressive(info));
     }
 }
 

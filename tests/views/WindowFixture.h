@@ -80,7 +80,7 @@ class WindowFixture : public testing::Test {
   QToolButton* stopSegmentButton(int segment) {
     return window.findChild<SegmentedBar*>("stop")->at(segment);
   }
-  std::string mark(int row) { return app.table().row(row).textOrEmpty(BatchKey::resultat); }
+  RowMark mark(int row) { return app.table().row(row).mark; }
   std::string movie(const std::string& name) const {
     return folder.file("movies/Tessarin/" + name);
   }

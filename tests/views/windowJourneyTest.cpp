@@ -61,8 +61,8 @@ TEST_F(WindowFixture, ThreeClipsAreDroppedChangedAndConverted) {
   QTest::mouseClick(startButton(), Qt::LeftButton);
   EXPECT_FALSE(startButton()->isEnabled());
   ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
-  EXPECT_EQ(mark(0), ResultMark::success);
-  EXPECT_EQ(mark(1), ResultMark::success);
+  EXPECT_EQ(mark(0), RowMark::success);
+  EXPECT_EQ(mark(1), RowMark::success);
   EXPECT_TRUE(pathExists(movie("One.mov")));
   EXPECT_TRUE(pathExists(movie("Two.mov")));
   EXPECT_EQ(revealed, std::vector<std::string>{folder.file("movies/Tessarin")});
@@ -101,7 +101,7 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   QTest::mouseClick(startButton(), Qt::LeftButton);
   ASSERT_TRUE(until([this] { return stopSegmentButton(0)->isVisible(); }));
   EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
-  EXPECT_EQ(mark(0), ResultMark::current);
+  EXPECT_EQ(mark(0), RowMark::current);
   EXPECT_EQ(window.focusWidget(), &table());
   // One of them at a time, whatever changes.
   app.interface.batchSummary.setText("something");
@@ -119,7 +119,7 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
 
   QTest::mouseClick(stopSegmentButton(1), Qt::LeftButton);
   ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
-  EXPECT_EQ(mark(0), ResultMark::failure);
+  EXPECT_EQ(mark(0), RowMark::failure);
   EXPECT_FALSE(pathExists(movie("Long.mov")));
   EXPECT_EQ(window.findChild<QLabel*>("report")->text(), "The conversion was stopped.");
   EXPECT_TRUE(window.findChild<QLabel*>("report")->isVisible());

@@ -4,6 +4,7 @@
 #include <QStyle>
 #include <QStyleOptionComboBox>
 
+#include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "views/WindowFixture.h"
 #include "views/colourSchemes.h"
@@ -120,11 +121,7 @@ TEST(WindowTexts, AreTranslatedAndNotCutOff) {
         app.interface.colour.select(scheme);
         followColourScheme(app.interface.colour);
         MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
-        app.table().append({{"out", 2},
-                            {"fps", 0},
-                            {"sizeOut", 12},
-                            {"src", "Clip.MTS\n1920x1080i50\n0h00'12\""},
-                            {"dico", Dico{{"srcPathStr", "/Clip.MTS"}}}});
+        app.table().append(newRow({{"srcPathStr", "/Clip.MTS"}}, {outProres, 12}));
         app.interface.batchDrawer.setShown(true);
         window.show();
         window.showPreferences();

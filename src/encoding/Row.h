@@ -1,0 +1,44 @@
+// A row of the batch: a clip, what is to become of it, and what has.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "analysis/SourceInfo.h"
+#include "encoding/BatchEntry.h"
+
+namespace tessarin {
+
+struct Choice {
+  Target target = outProres;
+  int sizeOut = -1;  // of the table of sizes; -1: none yet
+  Speed speed = speedKeep;
+  bool operator==(const Choice&) const = default;
+};
+
+enum class RowMark { waiting, current, success, failure };
+
+// By RowMark: what is stored, and the name of the drawing.
+inline constexpr std::array<std::string_view, 4> markNames = {"puce", "puceCurrent", "puceSuccess",
+                                                              "puceFailure"};
+constexpr std::string_view markName(RowMark mark) {
+  return markNames[static_cast<std::size_t>(mark)];
+}
+
+struct Row {
+  SourceInfo source;  // with what RowInfoKey names
+  Choice choice;
+  RowMark mark = RowMark::waiting;
+  bool isProgressive = false;  // the source is
+  std::string caption;         // what the source is, in three lines
+  std::string movie;           // that a row with the mark `success` has become
+  std::string reason;  // why the last job made no movie of it, in the user's language; or ""
+
+  std::string path() const { return source.textOrEmpty(RowInfoKey::srcPathStr); }
+  // The picture's file; "" when there is none.
+  std::string thumbnail() const { return source.textOrEmpty(RowInfoKey::imgPathStr); }
+  bool operator==(const Row&) const = default;
+};
+
+}  // namespace tessarin
