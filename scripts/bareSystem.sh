@@ -15,7 +15,8 @@ makeBareSystem() {
 
 # inBareSystem FOLDER COMMAND...: runs it as root in the system in the folder, with this one's
 # network and what "shared" names. What is mounted is so only for the command, and goes with it even
-# if that is killed, so that nobody who removes the folder removes what was shared.
+# if that is killed, so that nobody who removes the folder removes what was shared. Whoever is asked
+# to end meanwhile calls endBareSystem: the command itself would not hear it.
 inBareSystem() {
   local folder=$1 each
   local -a mounts=()
@@ -36,5 +37,13 @@ inBareSystem() {
       shift 2
     done
     exec chroot "$system" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root "$@"' \
-    bash "$folder" $((${#mounts[@]} / 2)) "${mounts[@]}" "${@:2}"
+    bash "$folder" $((${#mounts[@]} / 2)) "${mounts[@]}" "${@:2}" <&0 &
+  inBare=$!
+  wait "$inBare"
+}
+
+inBare=
+endBareSystem() {
+  [ -z "$inBare" ] || kill -KILL "$inBare" 2>/dev/null || true
+  wait
 }
