@@ -12,6 +12,7 @@
 #include "analysis/usedStreams.h"
 #include "ffmpeg/pictureColours.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/runTroubles.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {
@@ -97,6 +98,8 @@ std::optional<PicturePlace> SourceExamination::place() const {
 }
 
 std::optional<Arguments> SourceExamination::nextCommand() const {
+  if (!readError_.empty())
+    return std::nullopt;
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel"};
   const auto append = [&command](const Arguments& more) {
     command.insert(command.end(), more.begin(), more.end());
@@ -152,6 +155,7 @@ std::optional<Arguments> SourceExamination::soundCommand() const {
 }
 
 void SourceExamination::take(std::string report, std::optional<FramePictures> pictures) {
+  readError_ = readErrorOf(report);
   if (!isDescribed_) {
     takeDescription({std::move(report), pictures, reading_});
     return;

@@ -32,6 +32,9 @@ class SourceExamination {
   // What came of that run: what it printed, with the source's path taken out, and wrote.
   void take(std::string report, std::optional<FramePictures> pictures);
 
+  // Why the system could not read the source, in a run after which no other is made; "" when it
+  // could. What was found out by then may lack streams.
+  const std::string& readError() const { return readError_; }
   // The report that facts are to be taken from; empty when no run printed anything.
   const std::string& report() const { return best_.report; }
   // Whether pictures of a moving picture were decoded.
@@ -66,6 +69,7 @@ class SourceExamination {
   std::int64_t sourceSize_;
   std::string pictures_;
   std::string format_;
+  std::string readError_;
   Description best_;
   int reading_ = 0;
   bool isDescribed_ = false;

@@ -14,6 +14,7 @@
 #include "encoding/outputPreset.h"
 #include "encoding/recordingDate.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/runTroubles.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -40,7 +41,9 @@ void AnalysisQueue::startTask(const Arguments& command, const ToolLimits& limits
   start.isOther = true;
   start.limits = limits;
   start.stopBt = &interface_.analysisStopBt;
-  if (tasks_.tasklauncherStart(std::move(start)))
+  const auto started = tasks_.tasklauncherStart(std::move(start));
+  whyNotStarted_ = started ? "" : started.reason();
+  if (started)
     return;
   services_.loop.cancel(next_);
   next_ = services_.loop.runSoon([this] {
@@ -80,8 +83,12 @@ void AnalysisQueue::refuse(const std::string& reason) {
 }
 
 void AnalysisQueue::refuseForReport() {
-  if (isReportOverdue_)
+  if (!whyNotStarted_.empty())
+    refuse(whyNotStarted_);
+  else if (isReportOverdue_)
     refuse(localisationString("why_toolHangs"));
+  else if (!examination().readError().empty())
+    refuse(localisationString("why_readError", "", examination().readError()));
   else if (examination().isStillOrText())
     refuse(localisationString("why_noMovie"));
   else
@@ -179,7 +186,9 @@ void AnalysisQueue::judgeReport() {
   // Pictures outweigh complaints, which may be about a stream that nobody needs. Where there can be
   // none, as in a song, the words alone decide; the conversion then says what is missing.
   const bool saysWell = isFfmpegSuccess(wordsOfTool(retainedReport_.value_or("")));
-  if (examination().isSource() || (!isReportOverdue_ && saysWell && examination().hasOnlySound())) {
+  const bool isRead = examination().readError().empty();
+  if (isRead && (examination().isSource() ||
+                 (!isReportOverdue_ && saysWell && examination().hasOnlySound()))) {
     steps_.set("analysisDico");
   } else {
     logLine("Src not readable-ff :-( analysis failure");
@@ -233,13 +242,21 @@ void AnalysisQueue::stepDico() {
     return;
   }
   const Arguments command = firstKeyFrameCommand(path, *info);
-  startTask(command, quickQuestion, [this, known = *std::move(info)](const ToolResult& result) {
-    SourceInfo complete = known;
-    const double seconds = firstKeyFrameOfShowinfo(result.output).value_or(0);
-    debugFormat("intraOffset         : {:.3f}", seconds);
-    addFirstKeyFrame(seconds, complete);
-    completeRecord(std::move(complete));
-  });
+  startTask(command, quickQuestion,
+            [this, path, known = *std::move(info)](const ToolResult& result) {
+              SourceInfo complete = known;
+              const std::string report = withoutPath(result.output, path);
+              if (const auto error = readErrorOf(report); !error.empty()) {
+                refuse(localisationString("why_readError", "", error));
+                steps_.set("analysisFin");
+                again();
+                return;
+              }
+              const double seconds = firstKeyFrameOfShowinfo(report).value_or(0);
+              debugFormat("intraOffset         : {:.3f}", seconds);
+              addFirstKeyFrame(seconds, complete);
+              completeRecord(std::move(complete));
+            });
 }
 
 void AnalysisQueue::completeRecord(SourceInfo info) {

@@ -42,7 +42,7 @@ void CodecSurvey::begin(const Known& known) {
     known(std::nullopt);
     return;
   }
-  const bool isAsked =
+  const auto asked =
       run_.start(codecListingCommand(), quickQuestion, [known](const ToolResult& result) {
         if (result.isOverdue || result.status != 0 || !takeCodecListing(result.output)) {
           known(problemOf(result));
@@ -51,8 +51,8 @@ void CodecSurvey::begin(const Known& known) {
         takeInventory();
         known(std::nullopt);
       });
-  if (!isAsked)
-    known(unusable(localisationString("why_toolMissing", "", codecListingCommand().front())));
+  if (!asked)
+    known(unusable(whyNotStarted(codecListingCommand().front(), asked.reason())));
 }
 
 }  // namespace tessarin

@@ -129,9 +129,10 @@ class EncodingDriver {
   // Ends the job in hand: its remaining steps are dropped, encFin follows.
   void dropJobSteps();
   void fail(const std::string& reason);
-  std::string whyDestination() const;
+  // The cause is the system's, "" when it is not known.
+  std::string whyDestination(const std::string& cause = "") const;
   void purgeIntermediates(const Dico& current);
-  bool moveIntoPlace(JobEnd& end);
+  Outcome<bool> moveIntoPlace(JobEnd& end);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
 

@@ -59,10 +59,10 @@ void EncodingDriver::fail(const std::string& reason) {
          localisationString("D_go_echec_disque5")});
 }
 
-std::string EncodingDriver::whyDestination() const {
+std::string EncodingDriver::whyDestination(const std::string& cause) const {
   const std::string output = job().textOrEmpty(JobKey::dstPathStr);
   return isReplacing_ && isDirectory(output) ? whyInTheWay(output)
-                                             : whyNothingIsWritten(parentFolder(output));
+                                             : whyNothingIsWritten(parentFolder(output), cause);
 }
 
 void EncodingDriver::purgeIntermediates(const Dico& current) {
@@ -91,10 +91,11 @@ void EncodingDriver::stepFin() {
   } else if (mayHoldMovie(work_)) {
     end.damagedPictures = damagedPictures_;
     end.hasDamagedSound = damagedSound_ > 0;
-    if (moveIntoPlace(end))
+    const auto moved = moveIntoPlace(end);
+    if (moved)
       end.kind = JobEnd::Kind::converted;
-    end.reason = end.kind == JobEnd::Kind::converted ? damageText(damagedPictures_, damagedSound_)
-                                                     : whyDestination();
+    end.reason =
+        moved ? damageText(damagedPictures_, damagedSound_) : whyDestination(moved.reason());
   } else {
     end.reason =
         isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
@@ -110,11 +111,11 @@ void EncodingDriver::stepFin() {
 }
 
 // Gives the movie its name, or the next one when something that is not to be replaced has come to
-// that meanwhile. False when it cannot have any.
-bool EncodingDriver::moveIntoPlace(JobEnd& end) {
+// that meanwhile. Fails with the system's reason.
+Outcome<bool> EncodingDriver::moveIntoPlace(JobEnd& end) {
   const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
   if (!folder_.isInPlace())
-    return false;
+    return Failure();
   for (std::string name = end.output;; name = otherOutputPath(name, outputNames_)) {
     movieFinished.emit({end.source, work_, name, isUndamaged});
     const int error = renameTo(work_, name, isReplacing_);
@@ -124,7 +125,7 @@ bool EncodingDriver::moveIntoPlace(JobEnd& end) {
     }
     logFormat("output              :-( {}: {}", name, systemReason(error));
     if (error != EEXIST)
-      return false;
+      return Failure{systemReason(error)};
   }
 }
 

@@ -184,7 +184,7 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
   Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
   if (!made) {
     logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
-    fail(whyNothingIsWritten(parentFolder(output)));
+    fail(whyNothingIsWritten(parentFolder(output), made.reason()));
     return;
   }
   folder_ = std::move(*made);
@@ -292,8 +292,8 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
   interface_.encoding.action.setText(
       isCheck ? localisationString("D_action_check", "", fileName(source))
               : localisationString("D_action_encode", "", fileName(source)));
-  if (!tasks_.tasklauncherStart(std::move(start)))
-    fail(localisationString("why_toolMissing", "", command.front()));
+  if (const auto started = tasks_.tasklauncherStart(std::move(start)); !started)
+    fail(started.reason());
 }
 
 void EncodingDriver::taskEnded(const TaskEnd& end) {

@@ -4,6 +4,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/failureReason.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -63,7 +64,7 @@ ToolTasks::~ToolTasks() {
   endAll();
 }
 
-bool ToolTasks::tasklauncherStart(TaskStart start) {
+Outcome<bool> ToolTasks::tasklauncherStart(TaskStart start) {
   const bool other = start.isOther;
   Side& side = this->side(other);
   release(side);
@@ -84,39 +85,39 @@ bool ToolTasks::tasklauncherStart(TaskStart start) {
   prepareControls(side);
 
   debugFormat("alloc class         : task{} ({})", sideName(other), joined(side.start.commands)[0]);
-  side.isUnderWay = other ? startAnalysisRun() : startLauncher();
-  const bool isStarted = side.isUnderWay;
-  if (!isStarted) {
-    resetControls(side);
-    release(side);
-  }
+  const Outcome<bool> started = other ? startAnalysisRun() : startLauncher();
+  side.isUnderWay = started.ok();
+  const std::string program = side.start.commands.front().front();
+  logFormat("#3 failureInt={} ({})",
+            static_cast<int>(started ? taskLauncher::launched : taskLauncher::programNotFound),
+            program);
   debugFormat("tLEncStart - end    : Converting next step/file");
-  return isStarted;
+  if (started)
+    return true;
+  resetControls(side);
+  release(side);
+  return Failure{whyNotStarted(program, started.reason())};
 }
 
-bool ToolTasks::startLauncher() {
+Outcome<bool> ToolTasks::startLauncher() {
   encoding_.launcher = std::make_unique<taskLauncher>(services_.loop);
   encoding_.launcher->setDelegate(this);
   // The launcher's text form loses every chunk with a byte above 127, and names have those.
   encoding_.launcher->dontConvertDataToString(true);
   encoding_.launcher->tellErrorsApart(true);
-  const int failureInt =
-      encoding_.launcher->launchTasksWithArguments(joined(encoding_.start.commands));
-  logFormat("#3 failureInt={} ({})", failureInt, encoding_.start.commands.front().front());
-  return failureInt == taskLauncher::launched;
+  if (encoding_.launcher->launchTasksWithArguments(joined(encoding_.start.commands)) !=
+      taskLauncher::launched)
+    return Failure{encoding_.launcher->launchFailure()};
+  return true;
 }
 
-bool ToolTasks::startAnalysisRun() {
-  const bool isStarted = analysisRun_.start(joined(other_.start.commands), other_.start.limits,
-                                            [this](ToolResult result) {
-                                              analysisOutput_ = std::move(result.output);
-                                              other_.isOverdue = result.isOverdue;
-                                              taskDidEnd(other_, result.status);
-                                            });
-  logFormat("#3 failureInt={} ({})",
-            static_cast<int>(isStarted ? taskLauncher::launched : taskLauncher::programNotFound),
-            other_.start.commands.front().front());
-  return isStarted;
+Outcome<bool> ToolTasks::startAnalysisRun() {
+  return analysisRun_.start(joined(other_.start.commands), other_.start.limits,
+                            [this](ToolResult result) {
+                              analysisOutput_ = std::move(result.output);
+                              other_.isOverdue = result.isOverdue;
+                              taskDidEnd(other_, result.status);
+                            });
 }
 
 void ToolTasks::tasklauncherSuspend() {

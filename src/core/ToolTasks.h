@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "classShared/Outcome.h"
 #include "core/CoreServices.h"
 #include "core/Interface.h"
 #include "ffmpeg/runTroubles.h"
@@ -56,8 +57,8 @@ class ToolTasks final : public TaskLauncherDelegate {
   // What the tool measured: values for the job in hand ("normalizedVolumedetect", "normalized").
   Signal<const Dico&> measured;
 
-  // False when the pipeline could not be launched; the reason is in the log.
-  bool tasklauncherStart(TaskStart start);
+  // Fails when the pipeline cannot be launched, with a reason in the user's language.
+  Outcome<bool> tasklauncherStart(TaskStart start);
 
   void tasklauncherSuspend();
   void tasklauncherResume();
@@ -88,8 +89,8 @@ class ToolTasks final : public TaskLauncherDelegate {
     int signal = 0;
   };
 
-  bool startLauncher();
-  bool startAnalysisRun();
+  Outcome<bool> startLauncher();
+  Outcome<bool> startAnalysisRun();
   void taskDidEnd(Side& side, int status);
 
   void taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) override;

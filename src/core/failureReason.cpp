@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/failureWords.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -41,31 +42,6 @@ constexpr std::array<Cause, 16> causes{{
     {"no ffmpeg", "why_noFfmpeg"},
 }};
 
-// Lines that tell what the tool read and how far it got, not what went wrong. The contents of the
-// files, which may say anything, are printed with blanks before them.
-bool isReport(std::string_view line) {
-  return startsWith(line, " ") || startsWith(line, "ffmpeg version") ||
-         startsWith(line, "Input #") || startsWith(line, "Output #") ||
-         startsWith(line, "Stream mapping:") || startsWith(line, "Press [q]") ||
-         startsWith(line, "frame=") || startsWith(line, "size=") || startsWith(line, "video:") ||
-         startsWith(line, "Exiting normally") || startsWith(line, "Conversion failed");
-}
-
-// The last line that says something, without the tool's "[module @ address] ".
-std::string_view lastWords(std::string_view output) {
-  const auto lines = splitLines(output);
-  for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-    std::string_view words = trimmed(*line);
-    if (words.empty() || isReport(*line))
-      continue;
-    if (startsWith(words, "["))
-      words = textAfter(words, "] ").value_or(words);
-    if (!words.empty())
-      return words;
-  }
-  return {};
-}
-
 }  // namespace
 
 std::string withoutPath(std::string_view toolOutput, const std::string& path) {
@@ -76,7 +52,7 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
   for (const Cause& cause : causes)
     if (contains(toolOutput, cause.phrase))
       return localisationString(cause.key);
-  const std::string words = replaceAll(lastWords(toolOutput), placeholder, fileName(source));
+  const std::string words = replaceAll(failureWords(toolOutput), placeholder, fileName(source));
   if (words.empty())
     return localisationString("why_silent");
   // The export tool is ours and says what happened.
@@ -118,6 +94,14 @@ std::string failureReason(const TaskEnd& end, const std::string& source) {
     return crashReason(signal);
   return failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints,
                        source);
+}
+
+std::string whyNotStarted(const std::string& tool, const std::string& cause) {
+  return withCause(localisationString("why_toolMissing", "", tool), cause);
+}
+
+std::string withCause(const std::string& sentence, const std::string& cause) {
+  return cause.empty() ? sentence : sentence + " (" + cause + ")";
 }
 
 }  // namespace tessarin

@@ -1,6 +1,9 @@
 #include "core/outputPlace.h"
 
+#include <cerrno>
+
 #include "classShared/TextAdditions.h"
+#include "core/failureReason.h"
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
 #include "prefs/utilsAlert.h"
@@ -21,11 +24,11 @@ std::string whyInTheWay(const std::string& path) {
   return localisationString("why_inTheWay", "", path);
 }
 
-std::string whyNothingIsWritten(const std::string& folder) {
+std::string whyNothingIsWritten(const std::string& folder, const std::string& cause) {
   for (std::string path = folder; !path.empty() && !isDirectory(path); path = parentFolder(path))
     if (isNameTaken(path))
       return whyInTheWay(path);
-  return localisationString("why_destination", "", folder);
+  return withCause(localisationString("why_destination", "", folder), cause);
 }
 
 std::optional<FolderRefusal> refusalOfDestination(const std::string& destination) {
@@ -36,7 +39,7 @@ std::optional<FolderRefusal> refusalOfDestination(const std::string& destination
   if (const std::string above = expandTilde(destination); isOfAnotherUser(above))
     return foreign(above);
   if (!mkdir(folder) || !isFolderWritable(folder))
-    return FolderRefusal{folder, whyNothingIsWritten(folder)};
+    return FolderRefusal{folder, whyNothingIsWritten(folder, systemReason(errno))};
   if (isOfAnotherUser(folder))
     return foreign(folder);
   return std::nullopt;

@@ -15,8 +15,8 @@ namespace tessarin {
 // That what has this name is in the way, in the user's language.
 std::string whyInTheWay(const std::string& path);
 // Why nothing could be written to this folder of movies: something else may have the name of it or
-// of a folder above it.
-std::string whyNothingIsWritten(const std::string& folder);
+// of a folder above it. The cause is the system's, "" when it is not known.
+std::string whyNothingIsWritten(const std::string& folder, const std::string& cause);
 
 // Why no movies can be made in a folder.
 struct FolderRefusal {

@@ -1,5 +1,6 @@
 #include "encoding/naming.h"
 
+#include <cerrno>
 #include <random>
 
 #include "classShared/TextAdditions.h"
@@ -68,8 +69,10 @@ bool isFolderWritable(std::string_view path) {
   const std::string name = fmt::format("_QRdir{}", std::random_device()());
   const std::string test = joinPath(folder, name);
   debugFormat("testStr : {}", test);
-  const bool writable = mkdir(test) && pathExists(test) && removeFile(test) && !pathExists(test);
+  const bool writable = mkdir(test) && isNameTaken(test) && removeFile(test) && !isNameTaken(test);
+  const int error = errno;
   logFormat("droitsAcces         ? {} ({})", writable ? 1 : 0, folder);
+  errno = error;
   return writable;
 }
 

@@ -30,7 +30,7 @@ std::string dateCreation2iMovieN(std::string_view path, const SourceInfo& info);
 std::string clipNameOfDate(std::string_view dateText, std::string_view clip);
 
 // Whether files can be made in the folder, or in the folder of a file: tried with a folder that is
-// removed again.
+// removed again. When it is false, errno says why.
 bool isFolderWritable(std::string_view path);
 
 }  // namespace tessarin

@@ -59,6 +59,9 @@ constexpr std::array<std::string_view, 22> complaining{
     "not support", "denied",       "not found", "too ",    "corrupt", "damaged",
     "not permit",  "partial file", "premature", "mismatch"};
 
+// How the words begin that say why the source could not be read, in older ffmpegs and newer ones.
+constexpr std::array<std::string_view, 2> readErrorStarts{"«source»: ", "Error during demuxing: "};
+
 bool beginsWithOne(std::string_view line, std::span<const std::string_view> starts) {
   return std::any_of(starts.begin(), starts.end(),
                      [line](std::string_view start) { return startsWith(line, start); });
@@ -221,13 +224,13 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   if (!describes_ && startsWith(module, "matroska") &&
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
-  const std::string ofSource = std::string(sourcePlaceholder) + ": ";
+  const auto [ofSource, ofDemuxer] = readErrorStarts;
   std::string_view reason;
   if (module.empty() && startsWith(words, ofSource))
     reason = trimmed(words.substr(ofSource.size()));
-  else if (const auto demuxing = textAfter(words, "Error during demuxing: "))
+  else if (const auto demuxing = textAfter(words, ofDemuxer))
     reason = trimmed(*demuxing);
-  if (reason.empty() || startsWith(reason, "corrupt "))
+  if (reason.empty() || startsWith(reason, "corrupt ") || startsWith(reason, "could not seek"))
     return;
   if (!beginsWithOne(reason, givingUp))
     readError_ = reason;
@@ -263,6 +266,20 @@ std::vector<std::string> RunTroubles::complaints() const {
   std::vector<std::string> all = first_;
   all.insert(all.end(), latest_.begin(), latest_.end());
   return all;
+}
+
+std::string readErrorOf(std::string_view report) {
+  if (!describesInput(report))
+    return "";
+  // A report of the debug level has very many lines.
+  RunTroubles troubles;
+  for (const std::string_view start : readErrorStarts)
+    for (std::size_t place = findText(report, start); place != std::string_view::npos;
+         place = findText(report, start, place + start.size())) {
+      const std::size_t line = lineStart(report, place);
+      troubles.addLine(report.substr(line, lineEnd(report, place) - line));
+    }
+  return troubles.readError();
 }
 
 }  // namespace tessarin

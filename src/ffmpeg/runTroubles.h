@@ -91,4 +91,8 @@ class RunTroubles {
   std::deque<std::string> latest_;
 };
 
+// Why the system could not read the source of a whole report, in which the placeholder of the class
+// stands for its path; "" when it could, or when ffmpeg could not even open it.
+std::string readErrorOf(std::string_view report);
+
 }  // namespace tessarin

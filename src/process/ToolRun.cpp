@@ -33,10 +33,10 @@ std::optional<std::string> reportOf(ToolResult result) {
   return text && !isBlankOutput(*text) ? text : std::nullopt;
 }
 
-bool ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended) {
+Outcome<bool> ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended) {
   cancel();
   if (command.empty())
-    return false;
+    return Failure();
   name_ = fileName(command.front());
   limits_ = limits;
   result_ = {};
@@ -46,8 +46,9 @@ bool ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended en
   launcher_->dontConvertDataToString(true);
   launcher_->tellErrorsApart(!limits.keepsErrors);
   if (launcher_->launchTasksWithArguments(command) != taskLauncher::launched) {
+    const std::string failure = launcher_->launchFailure();
     launcher_.reset();
-    return false;
+    return Failure{failure};
   }
   ended_ = std::move(ended);
   started_ = heard_ = steady_clock::now();

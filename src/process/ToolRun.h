@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "classShared/Outcome.h"
 #include "process/taskLauncher.h"
 
 namespace tessarin {
@@ -43,9 +44,10 @@ class ToolRun final : private TaskLauncherDelegate {
   ~ToolRun() override { cancel(); }
 
   // A run that is under way is cancelled first. `ended` is called once, from the loop, when all
-  // processes are gone; it may start the next run, and may destroy this object. False when the
-  // command cannot be started (the log says why): then nothing is called.
-  bool start(const Arguments& command, const ToolLimits& limits, Ended ended);
+  // processes are gone; it may start the next run, and may destroy this object. When the
+  // command cannot be started it fails with the system's reason, "" when there is no such program:
+  // then nothing is called.
+  Outcome<bool> start(const Arguments& command, const ToolLimits& limits, Ended ended);
   // Ends the run; its end is not told any more.
   void cancel();
   bool isRunning() const { return launcher_ != nullptr; }

@@ -70,14 +70,16 @@ int taskLauncher::launchTasksWithArguments(const Arguments& arguments) {
   Outcome<Pipe> output = makePipe();
   Outcome<Pipe> error = makePipe();
   if (!output || !error) {
-    logFormat("taskLauncher        :-( {}", output ? error.reason() : output.reason());
+    launchFailure_ = output ? error.reason() : output.reason();
+    logFormat("taskLauncher        :-( {}", launchFailure_);
     return programNotFound;
   }
   Outcome<std::vector<ChildProcess>> children =
       startChain(std::move(*commands), ChildStream::descriptor(output->writeEnd.number()),
                  ChildStream::descriptor(error->writeEnd.number()));
   if (!children) {
-    logFormat("taskLauncher        :-( {}", children.reason());
+    launchFailure_ = children.reason();
+    logFormat("taskLauncher        :-( {}", launchFailure_);
     return programNotFound;
   }
   tasks_ = std::move(*children);

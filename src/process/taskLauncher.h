@@ -76,6 +76,10 @@ class taskLauncher {
   // that has launched refuses a second time and is otherwise left as it is.
   int launchTasksWithArguments(const Arguments& arguments);
 
+  // Why the program of the last launch could not be started, in the system's words; "" when there
+  // is no such program, and after a launch.
+  const std::string& launchFailure() const { return launchFailure_; }
+
   // Stops the whole chain, last process first, and lets it go on, first process first. Nothing
   // when it is so already.
   void suspend();
@@ -126,6 +130,7 @@ class taskLauncher {
   Stream output_;
   std::vector<char> buffer_;
 
+  std::string launchFailure_;
   bool alreadyNotified_ = false;
   bool isRunning_ = false;
   bool isSuspended_ = false;

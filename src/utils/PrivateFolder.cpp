@@ -133,8 +133,11 @@ Outcome<PrivateFolder> PrivateFolder::create(std::string path) {
   folder.path_ = std::move(path);
   folder.lock_ = lockedFolder(folder.path_).descriptor;
   struct stat status = {};
-  if (folder.lock_ < 0 || ::fstat(folder.lock_, &status) != 0)
-    return Failure{systemReason(errno)};
+  if (folder.lock_ < 0 || ::fstat(folder.lock_, &status) != 0) {
+    Failure failure{systemReason(errno)};
+    ::rmdir(folder.path_.c_str());
+    return failure;
+  }
   folder.knowsPermissions_ = (status.st_mode & 0777U) == ownerOnly;
   return folder;
 }

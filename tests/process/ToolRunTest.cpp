@@ -105,10 +105,10 @@ TEST_F(ToolRunTest, ItsEndMayBeginTheNextRunOrBeTheEndOfItself) {
   int ends = 0;
   ASSERT_TRUE(run->start({"/bin/true"}, {}, [&](const ToolResult&) {
     ++ends;
-    run->start({"/bin/true"}, {}, [&](const ToolResult&) {
+    EXPECT_TRUE(run->start({"/bin/true"}, {}, [&](const ToolResult&) {
       ++ends;
       run.reset();
-    });
+    }));
   }));
   EXPECT_TRUE(test::loopUntil(loop_, [&] { return !run; }));
   EXPECT_EQ(ends, 2);

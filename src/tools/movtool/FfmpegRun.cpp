@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/failureWords.h"
 #include "ffmpeg/installedFfmpeg.h"
 
 namespace tessarin::movtool {
@@ -20,7 +21,7 @@ namespace {
 
 // A whole frame need not fit, but fewer turns between two programs are quicker ones.
 constexpr int pipeSize = 1 << 20;
-// Of ffmpeg's complaints, enough for a probe's description and for the last words of a run.
+// Of ffmpeg's complaints, enough for a probe's description and for the reason of a failure.
 constexpr std::size_t mostErrors = 1U << 20;
 
 // Appends what a descriptor gives until its end, and keeps the beginning and the last part.
@@ -102,16 +103,6 @@ void FfmpegRun::passOnReport(std::string_view mark) const {
     fmt::print(stderr, "{}{}\n", startsWith(line, " ") ? std::string_view() : mark, line);
 }
 
-std::string FfmpegRun::lastWords() const {
-  std::string_view words;
-  for (const std::string_view line : splitLines(report())) {
-    // That something went wrong is known.
-    if (!trimmed(line).empty() && line != "Conversion failed!")
-      words = trimmed(line);
-  }
-  return std::string(words);
-}
-
 Outcome<bool> FfmpegRun::finish() {
   // Should it still want to write, it must not wait for a reader.
   output_.close();
@@ -126,7 +117,7 @@ Outcome<bool> FfmpegRun::finish() {
   if (status.signal != 0)
     return Failure{fmt::format("ffmpeg was ended by signal {} ({})", status.signal,
                                ::strsignal(status.signal))};
-  const std::string words = lastWords();
+  const std::string words(failureWords(report()));
   return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.code) : words};
 }
 

@@ -29,15 +29,13 @@ class FfmpegRun {
   // Reads the output to its end.
   std::string readOutput();
 
-  // Waits for the end. A failure says why the run went wrong, in ffmpeg's last words.
+  // Waits for the end. A failure says why the run went wrong, in ffmpeg's words.
   Outcome<bool> finish();
   // What it wrote on standard error; after finish().
   const std::string& report() const { return errors_->text; }
   // Writes the report to our own standard error, for whoever counts damage, line by line behind the
   // mark; after finish().
   void passOnReport(std::string_view mark) const;
-  // Its last line that says something; after finish().
-  std::string lastWords() const;
 
  private:
   // Standard error, read in a thread so that ffmpeg never waits.

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/failureWords.h"
 #include "movie/movieIndex.h"
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/ProgressLines.h"
@@ -68,10 +69,11 @@ Outcome<bool> exportProres(const std::string& ffmpeg, const ExportJob& job,
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{inOwnWords(finished.reason())};
-  if (const Outcome<bool> whole = checkWhole(file->descriptor()); !whole)
-    return Failure{run->lastWords().empty()
-                       ? fmt::format("{} is not whole: {}", job.output, whole.reason())
-                       : inOwnWords(run->lastWords())};
+  if (const Outcome<bool> whole = checkWhole(file->descriptor()); !whole) {
+    const std::string words(failureWords(run->report()));
+    return Failure{words.empty() ? fmt::format("{} is not whole: {}", job.output, whole.reason())
+                                 : inOwnWords(words)};
+  }
   run->passOnReport("");
   progress.end();
   return file->commit(job.replace);

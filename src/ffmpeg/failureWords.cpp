@@ -1,0 +1,98 @@
+#include "ffmpeg/failureWords.h"
+
+#include <algorithm>
+#include <array>
+
+#include "classShared/TextAdditions.h"
+#include "ffmpeg/reportText.h"
+
+namespace tessarin {
+
+namespace {
+
+// As the C library words them where no language is set, which ffmpeg never does.
+constexpr std::array<std::string_view, 13> systemReasons{"No space left on device",
+                                                         "Disk quota exceeded",
+                                                         "File too large",
+                                                         "Read-only file system",
+                                                         "Permission denied",
+                                                         "No such file or directory",
+                                                         "Is a directory",
+                                                         "Input/output error",
+                                                         "Too many open files",
+                                                         "Cannot allocate memory",
+                                                         "Stale file handle",
+                                                         "No such device",
+                                                         "Resource temporarily unavailable"};
+
+// Lines that tell what the tool read and how far it got, or give advice.
+constexpr std::array<std::string_view, 13> reports{"ffmpeg version",
+                                                   "Input #",
+                                                   "Output #",
+                                                   "Stream mapping",
+                                                   "Press [q]",
+                                                   "frame=",
+                                                   "size=",
+                                                   "video:",
+                                                   "Statistics:",
+                                                   "Last message",
+                                                   "-async is forwarded",
+                                                   "Exiting normally",
+                                                   "Conversion failed"};
+
+// What ffmpeg adds behind the failure of one of its parts.
+constexpr std::array<std::string_view, 13> consequences{
+    "Error initializing output stream",
+    "Error while processing the decoded data",
+    "Error configuring filter graph",
+    "Error reinitializing filters",
+    "Error configuring complex filters",
+    "Failed to inject frame into filter network",
+    "Output file is empty",
+    "Output file does not contain any stream",
+    "Nothing was written into output file",
+    "Error writing trailer of",
+    "Error closing file",
+    "Task finished with error code",
+    "Terminating thread with return code"};
+
+template <std::size_t count>
+bool beginsWithOne(std::string_view line, const std::array<std::string_view, count>& starts) {
+  return std::any_of(starts.begin(), starts.end(),
+                     [line](std::string_view start) { return startsWith(line, start); });
+}
+
+bool hasSystemReason(std::string_view line) {
+  return std::any_of(systemReasons.begin(), systemReasons.end(),
+                     [line](std::string_view reason) { return contains(line, reason); });
+}
+
+// Without "[module @ address] ", of which there may be several.
+std::string_view withoutMarks(std::string_view line) {
+  while (startsWith(line, "["))
+    if (const auto rest = textAfter(line, "] "))
+      line = *rest;
+    else
+      break;
+  return trimmed(line);
+}
+
+}  // namespace
+
+std::string_view failureWords(std::string_view output) {
+  std::string_view cause;
+  std::string_view consequence;
+  ReportLines lines(output);
+  while (const auto line = lines.next()) {
+    // The contents of the files, which may say anything, are printed with blanks before them.
+    const std::string_view words = withoutMarks(*line);
+    if (startsWith(*line, " ") || words.empty() || beginsWithOne(words, reports))
+      continue;
+    if (hasSystemReason(words))
+      return words;
+    (beginsWithOne(words, consequences) ? consequence : cause) = words;
+  }
+  return cause.empty() ? consequence : cause;
+}
+
+}  // namespace tessarin
