@@ -35,15 +35,15 @@ def stop_all():
         process.terminate()
 
 
-def environment(home, ffmpeg):
+def environment(home, ffmpeg, more):
     clean = {key: value for key, value in os.environ.items() if not key.startswith("XDG_")}
     return {**clean, "HOME": home, "LC_ALL": "C.UTF-8",
-            **({"TESSARIN_FFMPEG": ffmpeg} if ffmpeg else {})}
+            **({"TESSARIN_FFMPEG": ffmpeg} if ffmpeg else {}), **(more or {})}
 
 
-def run_program(arguments, home, limit, memory, ffmpeg=None):
+def run_program(arguments, home, limit, memory, ffmpeg=None, more=None):
     """`memory` in megabytes is what one process may ask for, so that a fault ends only itself;
-    0: any."""
+    0: any. `more` is what the program's environment has besides."""
     def before():
         if memory:
             resource.setrlimit(resource.RLIMIT_AS, (memory << 20, memory << 20))
@@ -54,7 +54,7 @@ def run_program(arguments, home, limit, memory, ffmpeg=None):
     with open(errors_path, "wb") as errors:
         # pylint: disable=consider-using-with
         process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=errors, env=environment(home, ffmpeg),
+                                   stderr=errors, env=environment(home, ffmpeg, more),
                                    preexec_fn=before, start_new_session=True)
     _running.add(process)
     late = threading.Event()
