@@ -166,6 +166,37 @@ TEST(Movtool, KeepsAllTracksAndChannels) {
   }
 }
 
+// As recordings of television do, and scenes that were put together.
+TEST(Movtool, KeepsTheSoundThatChangesItsChannels) {
+  const ScopedTemporaryFolder folder;
+  const auto part = [&folder](const char* name, const char* offset, const char* channels) {
+    return makeClip(folder, name,
+                    std::string("-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i "
+                                "sine=1000:r=48000:d=1 -c:v mpeg2video -c:a ac3 -ac ") +
+                        channels + " -output_ts_offset " + offset);
+  };
+  const std::string clip = folder.file("clip.ts");
+  ASSERT_EQ(runShell("cat " + test::quoted(part("a.ts", "0", "2")) + " " +
+                     test::quoted(part("b.ts", "20", "1")) + " > " + test::quoted(clip))
+                .status,
+            0);
+  Settings settings;
+  settings.width = 64;
+  settings.height = 48;
+  for (const char* codec : {"icod", "prores"}) {
+    SCOPED_TRACE(codec);
+    settings.codec = codec;
+    exported(folder, settings, clip);
+    const std::string movie = folder.file("out.mov");
+    EXPECT_NEAR(std::stod(probed(movie, "a:0", "duration")), 2, 0.1);
+    // What silencedetect finds of the second part, in lines.
+    EXPECT_EQ(runShell("ffmpeg -hide_banner -i " + test::quoted(movie) +
+                       " -af atrim=0.1:1.8,silencedetect=d=0.2 -f null - 2>&1 | grep -c silence_")
+                  .output,
+              "0\n");
+  }
+}
+
 // Told apart from a movie without pictures, and brought to the range that movies have.
 TEST(Movtool, TakesPicturesOfTheFullRange) {
   const ScopedTemporaryFolder folder;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <array>
 #include <cmath>
 #include <numeric>
 
@@ -284,8 +285,9 @@ void appendSameStreams(std::vector<std::string>& arguments, const ExportInput& i
 }
 
 // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples is
-// the time.
-constexpr const char* steadySound = "aresample=async=1:first_pts=0";
+// the time. Not by a filter of ours: ffmpeg makes its filters anew where the sound changes its
+// channels or rate, and a new one would count from the beginning once more.
+constexpr std::array steadySound = {"-async", "1"};
 
 }  // namespace
 
@@ -410,11 +412,12 @@ std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan) {
   std::vector<std::string> arguments = makingArguments(input, plan);
   // Rates that a movie cannot have become 48 kHz or the nearest.
-  const std::string filters = std::string(steadySound) +
-                              ",aformat=sample_fmts=s16:sample_rates="
-                              "48000|44100|32000|24000|22050|16000|12000|11025|8000";
+  const std::string filters =
+      "aformat=sample_fmts=s16:sample_rates="
+      "48000|44100|32000|24000|22050|16000|12000|11025|8000";
   append(arguments, {"-map", input.soundStream ? fmt::format("0:{}", *input.soundStream)
                                                : fmt::format("0:a:{}", track)});
+  arguments.insert(arguments.end(), steadySound.begin(), steadySound.end());
   append(arguments, {"-af", filters, "-c:a", "pcm_s16le"});
   if (input.channels > 0)
     append(arguments, {"-ac", std::to_string(input.channels)});
@@ -441,7 +444,7 @@ std::vector<std::string> proresArguments(const ExportInput& input, const std::st
   append(arguments, {"-c:a", "pcm_s16le"});
   if (input.channels > 0)
     append(arguments, {"-ac", std::to_string(input.channels)});
-  append(arguments, {"-af", steadySound});
+  arguments.insert(arguments.end(), steadySound.begin(), steadySound.end());
   append(arguments, {"-f", "mov", "-y", output});
   return arguments;
 }
