@@ -178,7 +178,7 @@ void AnalysisQueue::stepFfmpegParse() {
 // ffmpeg could not tell: a damaged file of a known format is told as such.
 bool AnalysisQueue::mayTryForcedFormat() const {
   return services_.preferences.prefReadString(StateKey::forcedFormat).empty() && retainedReport_ &&
-         !isReportOverdue_ && !describesInput(*retainedReport_) &&
+         whyNotStarted_.empty() && !isReportOverdue_ && !describesInput(*retainedReport_) &&
          !contains(wordsOfTool(*retainedReport_), " probed with size=");
 }
 
