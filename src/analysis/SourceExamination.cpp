@@ -223,6 +223,8 @@ void SourceExamination::complete(SourceInfo& record) const {
   tellReading(record, best_.reading);
   if (!format_.empty())
     record.set(SourceKey::wForce, format_);
+  if (sourceSize_ > 0)
+    record.set(SourceKey::wBytes, std::to_string(sourceSize_));
   if (const auto order = fields(); order && order->claim)
     record.set(SourceKey::v0FieldsClaim, fieldsKey(*order->claim));
   if (begin_ && *begin_ > leastLateness)

@@ -52,6 +52,8 @@ inline constexpr std::string_view wrapper = "wrapper";       // text: "mpegts", 
 inline constexpr std::string_view wDuration = "w_duration";  // integer or number: seconds
 // Number: the same to the hundredth, as ffmpeg tells it; there for clips below a second, too.
 inline constexpr std::string_view wSeconds = "w_seconds";
+// Text, digits: bytes of the file when it was looked at. Another number later is another clip.
+inline constexpr std::string_view wBytes = "w_bytes";
 inline constexpr std::string_view wOffset = "w_offset";  // number: start time in seconds
 // Text: the format that ffmpeg has to be told, for it cannot tell it from the file.
 inline constexpr std::string_view wForce = "w_force";

@@ -55,6 +55,7 @@ constexpr std::array containerRules = {
     Rule{SourceKey::wrapper, Kind::word},
     Rule{SourceKey::wDuration, Kind::number, ReportRange::duration},
     Rule{SourceKey::wSeconds, Kind::number, ReportRange::duration},
+    Rule{SourceKey::wBytes, Kind::word},
     Rule{SourceKey::recorded, Kind::moment},
     Rule{SourceKey::recordedBy, Kind::witness},
     Rule{SourceKey::wOffset, Kind::number, ReportRange::time},

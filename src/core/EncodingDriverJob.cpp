@@ -64,6 +64,13 @@ void EncodingDriver::stepDeb() {
     fail(*refusal);
     return;
   }
+  // A card has its old names on other clips once it was used again, and a field order, a size and a
+  // length that were found in the old ones would spoil the new.
+  const std::string lookedAt = current.textOrEmpty(SourceKey::wBytes);
+  if (!lookedAt.empty() && sourceState_ && lookedAt != std::to_string(sourceState_->size)) {
+    fail(localisationString("why_sourceReplaced"));
+    return;
+  }
   if (const auto wrong = refusalOfDestination(interface_.destination.text())) {
     fail(wrong->reason);
     return;

@@ -271,6 +271,17 @@ TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
   EXPECT_EQ(readBatchFile(file).batch.rows.size(), 2u);
   EXPECT_TRUE(std::filesystem::equivalent(clips_[2], folder.file("3.mts")));
 
+  // What was found in a clip does not hold for another that took its name.
+  const auto size = std::filesystem::file_size(clips_[1]);
+  std::filesystem::resize_file(clips_[1], size + 188);
+  result = tessarin({"--batch", file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "tessarin: " + clips_[1] +
+                            ": the clip is not the one that was looked at: its file has another "
+                            "size now; add it anew\n");
+  EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt"));
+  std::filesystem::resize_file(clips_[1], size);
+
   result = tessarin({"--batch", file});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt", "2.mov", "2.txt"));
