@@ -62,6 +62,11 @@ constexpr std::array<std::string_view, 22> complaining{
 // How the words begin that say why the source could not be read, in older ffmpegs and newer ones.
 constexpr std::array<std::string_view, 2> readErrorStarts{"«source»: ", "Error during demuxing: "};
 
+// What a disk that fails or is gone is told with.
+constexpr std::array<std::string_view, 4> diskErrors{"Input/output error", "Stale file handle",
+                                                     "No such device",
+                                                     "Transport endpoint is not connected"};
+
 bool beginsWithOne(std::string_view line, std::span<const std::string_view> starts) {
   return std::any_of(starts.begin(), starts.end(),
                      [line](std::string_view start) { return startsWith(line, start); });
@@ -225,9 +230,16 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
   const auto [ofSource, ofDemuxer] = readErrorStarts;
+  // Of the run that decodes sound the export tool marks each line. What it reads may be the copy
+  // that a tool before it made under the name of the output.
+  const bool isOwn = module.empty() || startsWith(module, "aist#");
+  const std::string ofOutput = std::string(outputPlaceholder) + ": ";
   std::string_view reason;
-  if (module.empty() && startsWith(words, ofSource))
+  if (isOwn && startsWith(words, ofSource))
     reason = trimmed(words.substr(ofSource.size()));
+  else if (isOwn && startsWith(words, ofOutput) &&
+           beginsWithOne(words.substr(ofOutput.size()), diskErrors))
+    reason = trimmed(words.substr(ofOutput.size()));
   else if (const auto demuxing = textAfter(words, ofDemuxer))
     reason = trimmed(*demuxing);
   if (reason.empty() || startsWith(reason, "corrupt ") || startsWith(reason, "could not seek"))

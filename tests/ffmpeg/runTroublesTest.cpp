@@ -110,6 +110,8 @@ TEST(RunTroubles, DamagedPicturesAreCountedOnceByEveryVersion) {
 TEST(RunTroubles, ReadingThatEndsIsToldFromReadingThatFails) {
   EXPECT_EQ(troublesOfRun("/clips/six.MTS: Input/output error\n").readError(),
             "Input/output error");
+  EXPECT_EQ(troublesOfRun("[aist#0 @ movtool] /clips/six.MTS: Input/output error\n").readError(),
+            "Input/output error");
   EXPECT_EQ(
       troublesOfRun("[in#0/mpegts @ 0x5] Error during demuxing: Stale file handle\n").readError(),
       "Stale file handle");
