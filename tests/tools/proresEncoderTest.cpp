@@ -218,6 +218,32 @@ TEST(ProresEncoder, EveryFlavourTakesItsSamples) {
   }
 }
 
+// A picture whose bottom field comes first, beside the same scene with every line one higher. The
+// last line is that of the field's line before.
+TEST(ProresEncoder, MovesUpByALineSoThatTheTopFieldIsFirst) {
+  for (const Sampling sampling : {Sampling::yuv420, Sampling::yuv422}) {
+    for (const bool onLines : {false, true}) {
+      PictureFormat format = {198, 106, FieldOrder::bottomFirst, sampling, 10, onLines};
+      Planes expected = ideal(format, 0);
+      const std::vector<std::uint8_t> lines = expected.bytes;
+      auto to = expected.bytes.begin();
+      for (int plane = 0; plane < 3; ++plane) {
+        const std::ptrdiff_t stride = 2 * expected.width(plane);
+        const int height = expected.height(plane);
+        const auto from = lines.begin() + (to - expected.bytes.begin());
+        for (int line = 0; line < height; ++line)
+          to = std::copy_n(from + (line + 1 < height ? line + 1 : line - 1) * stride, stride, to);
+      }
+      Planes given = scene(format, 0);
+      given.format.fieldOrder = FieldOrder::topFirst;
+      given.format.oneLineUp = true;
+      EXPECT_THAT(decodedRatios(encoded(given, withIndex(1)), Flavour::standard, expected),
+                  testing::Each(testing::Gt(55)))
+          << static_cast<int>(sampling) << onLines;
+    }
+  }
+}
+
 TEST(ProresEncoder, ExtremesDecodeWithEveryIndex) {
   const PictureFormat format = {132, 128, FieldOrder::progressive, Sampling::yuv444, 10};
   for (const Planes& planes : {noise(format), extremes(format)}) {

@@ -5,27 +5,34 @@
 #include "tools/pictures/AicCodec.h"
 #include "tools/pictures/streamTool.h"
 
+namespace {
+
+using namespace tessarin;
+
+void declare(CLI::App& options, pictures::AicSettings& settings, pictures::StreamUse& use) {
+  auto* quantiser = options.add_option("-q", settings.quantiser, "quantiser, 1 (best) to 255")
+                        ->check(CLI::Range(aic::smallestQuantiser, aic::largestQuantiser))
+                        ->capture_default_str();
+  options.add_option("-b", settings.kilobitsPerSecond, "kilobits per second to come to on average")
+      ->check(CLI::Range(1, 10'000'000))
+      ->excludes(quantiser);
+  pictures::declareStream(options, use);
+}
+
+Outcome<bool> encode(pictures::AicSettings settings, pictures::StreamUse& use) {
+  settings.threads = use.threads;
+  return pictures::encodeUse(use, pictures::AicCodec(settings));
+}
+
+}  // namespace
+
 int main(int count, char** values) {
-  using namespace tessarin;
   pictures::StreamUse use;
   pictures::AicSettings settings;
-  const auto declare = [&](CLI::App& options) {
-    auto* quantiser = options.add_option("-q", settings.quantiser, "quantiser, 1 (best) to 255")
-                          ->check(CLI::Range(aic::smallestQuantiser, aic::largestQuantiser))
-                          ->capture_default_str();
-    options
-        .add_option("-b", settings.kilobitsPerSecond, "kilobits per second to come to on average")
-        ->check(CLI::Range(1, 10'000'000))
-        ->excludes(quantiser);
-    pictures::declareStream(options, use);
-  };
-  const auto work = [&] {
-    settings.threads = use.threads;
-    return pictures::encodeUse(use, pictures::AicCodec(settings));
-  };
   return toolMain(
       "aicenc",
       "Encodes a YUV4MPEG2 stream (8 bits 4:2:0) as Apple Intermediate Codec into a QuickTime "
       "movie.",
-      count, values, declare, work);
+      count, values, [&](CLI::App& options) { declare(options, settings, use); },
+      [&] { return encode(settings, use); });
 }

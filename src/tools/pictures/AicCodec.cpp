@@ -4,8 +4,8 @@ namespace tessarin::pictures {
 
 namespace {
 
-aic::PictureFormat pictureFormat(const yuv4mpeg::Header& stream) {
-  return {stream.width, stream.height, stream.fieldOrder != quicktime::FieldOrder::progressive};
+aic::PictureFormat pictureFormat(const yuv4mpeg::Header& stream, quicktime::FieldOrder order) {
+  return {stream.width, stream.height, order != quicktime::FieldOrder::progressive};
 }
 
 aic::EncoderSettings encoderSettings(const AicSettings& settings, const yuv4mpeg::Header& stream) {
@@ -19,8 +19,10 @@ aic::EncoderSettings encoderSettings(const AicSettings& settings, const yuv4mpeg
 
 class AicPictures : public PictureEncoder {
  public:
-  AicPictures(const AicSettings& settings, const yuv4mpeg::Header& stream)
-      : stream_(stream), encoder_(pictureFormat(stream), encoderSettings(settings, stream)) {}
+  AicPictures(const AicSettings& settings, const yuv4mpeg::Header& stream,
+              quicktime::FieldOrder order)
+      : stream_(stream),
+        encoder_(pictureFormat(stream, order), encoderSettings(settings, stream)) {}
 
   std::span<const std::uint8_t> encode(std::span<const std::uint8_t> frame) override {
     const std::uint8_t* luma = frame.data();
@@ -43,10 +45,11 @@ void AicCodec::name(quicktime::VideoFormat& format) const {
 }
 
 Outcome<std::unique_ptr<PictureEncoder>> AicCodec::encoderFor(
-    const yuv4mpeg::Header& stream, const PictureColours& /*colours*/) const {
-  if (const auto problem = aic::formatProblem(pictureFormat(stream)))
+    const yuv4mpeg::Header& stream, quicktime::FieldOrder order,
+    const PictureColours& /*colours*/) const {
+  if (const auto problem = aic::formatProblem(pictureFormat(stream, order)))
     return Failure{*problem};
-  return std::unique_ptr<PictureEncoder>(std::make_unique<AicPictures>(settings_, stream));
+  return std::unique_ptr<PictureEncoder>(std::make_unique<AicPictures>(settings_, stream, order));
 }
 
 }  // namespace tessarin::pictures

@@ -19,6 +19,7 @@ class AicCodec : public PictureCodec {
   yuv4mpeg::Accepted accepted() const override { return yuv4mpeg::Accepted::only8Bits420; }
   void name(quicktime::VideoFormat& format) const override;
   Outcome<std::unique_ptr<PictureEncoder>> encoderFor(const yuv4mpeg::Header& stream,
+                                                      quicktime::FieldOrder order,
                                                       const PictureColours& colours) const override;
 
  private:

@@ -34,10 +34,11 @@ class PictureCodec {
   virtual yuv4mpeg::Accepted accepted() const = 0;
   // Says in the movie's format what its pictures are made in.
   virtual void name(quicktime::VideoFormat& format) const = 0;
-  // For the pictures of this stream, whose field order is that of the movie. A reason when they
-  // cannot be encoded.
+  // For the pictures of this stream, in a movie of this field order and these colours. A reason
+  // when they cannot be encoded so.
   virtual Outcome<std::unique_ptr<PictureEncoder>> encoderFor(
-      const yuv4mpeg::Header& stream, const PictureColours& colours) const = 0;
+      const yuv4mpeg::Header& stream, quicktime::FieldOrder order,
+      const PictureColours& colours) const = 0;
 };
 
 }  // namespace tessarin::pictures

@@ -18,11 +18,14 @@ prores::FieldOrder fieldOrder(quicktime::FieldOrder order) {
   return prores::FieldOrder::progressive;
 }
 
-prores::PictureFormat pictureFormat(const yuv4mpeg::Header& stream, const PictureColours& colours) {
+prores::PictureFormat pictureFormat(const yuv4mpeg::Header& stream, quicktime::FieldOrder order,
+                                    const PictureColours& colours) {
   prores::PictureFormat format;
   format.width = stream.width;
   format.height = stream.height;
-  format.fieldOrder = fieldOrder(stream.fieldOrder);
+  format.fieldOrder = fieldOrder(order);
+  format.oneLineUp = order == quicktime::FieldOrder::topFirst &&
+                     stream.fieldOrder == quicktime::FieldOrder::bottomFirst;
   format.sampling = stream.sampling;
   format.bits = stream.bits;
   format.chromaOnLines = stream.chromaOnLines;
@@ -66,8 +69,9 @@ void ProresCodec::name(quicktime::VideoFormat& format) const {
 }
 
 Outcome<std::unique_ptr<PictureEncoder>> ProresCodec::encoderFor(
-    const yuv4mpeg::Header& stream, const PictureColours& colours) const {
-  const prores::PictureFormat format = pictureFormat(stream, colours);
+    const yuv4mpeg::Header& stream, quicktime::FieldOrder order,
+    const PictureColours& colours) const {
+  const prores::PictureFormat format = pictureFormat(stream, order, colours);
   if (const auto problem = prores::formatProblem(format, settings_.flavour))
     return Failure{*problem};
   return std::unique_ptr<PictureEncoder>(

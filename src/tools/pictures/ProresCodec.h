@@ -15,6 +15,7 @@ class ProresCodec : public PictureCodec {
   yuv4mpeg::Accepted accepted() const override { return yuv4mpeg::Accepted::upTo10Bits; }
   void name(quicktime::VideoFormat& format) const override;
   Outcome<std::unique_ptr<PictureEncoder>> encoderFor(const yuv4mpeg::Header& stream,
+                                                      quicktime::FieldOrder order,
                                                       const PictureColours& colours) const override;
 
  private:

@@ -31,7 +31,7 @@ Outcome<std::size_t> encodeStream(const StreamJob& job, const PictureCodec& code
   const yuv4mpeg::Header& stream = header.value();
   const PictureColours colours = job.colours.value_or(
       usualColours(stream.width, stream.height, quicktime::perSecond(stream.frameRate)));
-  const auto encoder = codec.encoderFor(stream, colours);
+  const auto encoder = codec.encoderFor(stream, stream.fieldOrder, colours);
   if (!encoder)
     return Failure{encoder.reason()};
 

@@ -100,9 +100,9 @@ TESSARIN_INLINE Words between(const std::int16_t* const (&lines)[4], int x,
   return raised > most ? most : raised;
 }
 
-// Sixteen lines of chroma from those of half the height.
+// Sixteen lines of chroma from those of half the height, those of luma from `y` + `off` on.
 template <int size>
-void gatherRaised(const PlaneView& plane, LineSiting siting, int y, int x, int count,
+void gatherRaised(const PlaneView& plane, LineSiting siting, int y, int off, int x, int count,
                   std::int16_t* to) {
   constexpr int around = 2;
   constexpr int lines = 8 + 2 * around;
@@ -110,7 +110,7 @@ void gatherRaised(const PlaneView& plane, LineSiting siting, int y, int x, int c
   for (int line = 0; line < lines; ++line)
     gatherLine<size>(plane, y / 2 - around + line, x, count, source[line]);
   const LinePhases& phase = phases[static_cast<int>(siting)];
-  for (int line = 0; line < 16; ++line) {
+  for (int line = off; line < 16 + off; ++line) {
     const bool odd = line % 2 != 0;
     const int first = around + line / 2 - (odd ? 1 : 2);
     const std::int16_t* const taps[4] = {source[first], source[first + 1], source[first + 2],
@@ -132,11 +132,11 @@ void gatherPlane(const SliceSource& source, int plane, int count, std::int16_t* 
   const int x = source.x * macroblockWidth(source.sampling, plane);
   const int y = source.y * 16;
   if (plane > 0 && source.sampling == blocks::Sampling::yuv420) {
-    gatherRaised<size>(view, source.siting, y, x, count, to);
+    gatherRaised<size>(view, source.siting, y, source.linesOff, x, count, to);
     return;
   }
   for (int line = 0; line < 16; ++line) {
-    gatherLine<size>(view, y + line, x, count, to);
+    gatherLine<size>(view, y + source.linesOff + line, x, count, to);
     to += count;
   }
 }

@@ -215,9 +215,13 @@ void Encoder::Work::encodeRow(const Picture& picture, int task, int worker) {
 
 // The frame, or the field that comes first or second in time.
 SliceSource Encoder::Work::sourceOf(const Picture& picture, int which) const {
-  const bool top = (format_.fieldOrder == FieldOrder::topFirst) == (which == 0);
-  const int line = interlaced() && !top ? 1 : 0;
   SliceSource source;
+  // The field of the movie's lines, and that of the caller's.
+  const bool upper = (format_.fieldOrder == FieldOrder::topFirst) == (which == 0);
+  const bool top = upper != format_.oneLineUp;
+  const int line = interlaced() && !top ? 1 : 0;
+  // The caller's top field becomes the lower one: from its second line on.
+  source.linesOff = format_.oneLineUp && top ? 1 : 0;
   for (int plane = 0; plane < planeCount; ++plane) {
     const int width = plane == 0 ? format_.width : chromaWidth(format_.sampling, format_.width);
     const int height = plane == 0 ? format_.height : chromaHeight(format_.sampling, format_.height);

@@ -34,6 +34,9 @@ struct PictureFormat {
   int bits = 8;  // 8: a byte for each sample; 10: two, the low one first
   // Lines of 4:2:0 chroma lie on every second line of luma (DV), not between two of them.
   bool chromaOnLines = false;
+  // For pictures whose bottom field comes first: they move up by one line (the last one stays), so
+  // that `fieldOrder`, which is topFirst, becomes true.
+  bool oneLineUp = false;
   // As in ITU-T H.273; 2 is unknown.
   int primaries = 2;
   int transfer = 2;
