@@ -22,7 +22,7 @@ struct Cause {
 };
 
 // The first cause whose phrase occurs is the reason: causes before their consequences.
-constexpr std::array<Cause, 16> causes{{
+constexpr std::array<Cause, 17> causes{{
     {"No space left on device", "why_diskFull"},
     {"Disk quota exceeded", "why_diskFull"},
     {"File too large", "why_fileTooLarge"},
@@ -38,6 +38,7 @@ constexpr std::array<Cause, 16> causes{{
     {"could not find codec parameters", "why_noMovie"},
     {"Could not find codec parameters", "why_noMovie"},
     {"does not contain any stream", "why_noPicture"},
+    {"there are no pictures in", "why_noPicture"},
     {"Could not find tag for codec", "why_codecForMov"},
     {"no ffmpeg", "why_noFfmpeg"},
 }};

@@ -185,4 +185,13 @@ std::vector<std::string> filterNames(std::string_view graph) {
   return names;
 }
 
+bool leavesSourceFields(std::string_view chain) {
+  static const std::vector<std::string> makers = {"yadif", "bwdif",     "w3fdif",     "estdif",
+                                                  "nnedi", "kerndeint", "tinterlace", "interlace"};
+  const std::vector<std::string> names = filterNames(chain);
+  return std::any_of(names.begin(), names.end(), [](const std::string& name) {
+    return std::find(makers.begin(), makers.end(), name) != makers.end();
+  });
+}
+
 }  // namespace tessarin

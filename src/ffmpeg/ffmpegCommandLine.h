@@ -44,4 +44,8 @@ std::vector<std::string> ffmpegArguments(const std::vector<FfmpegOptionGroup>& g
 // instance names ("@name") are left out.
 std::vector<std::string> filterNames(std::string_view graph);
 
+// True when the pictures of this chain do not come with the source's fields in them any more: it
+// takes them apart into progressive pictures, or weaves fields from progressive pictures.
+bool leavesSourceFields(std::string_view chain);
+
 }  // namespace tessarin

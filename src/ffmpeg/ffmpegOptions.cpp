@@ -211,17 +211,6 @@ void translateProres(FfmpegOptionGroup& group, FfmpegVersion version) {
       option.value = "prores_ks";
 }
 
-// True when the pictures of this chain do not come with the source's fields in them any more: it
-// takes them apart into progressive pictures, or weaves fields from progressive pictures.
-bool leavesSourceFields(std::string_view chain) {
-  static const std::vector<std::string> makers = {"yadif", "bwdif",     "w3fdif",     "estdif",
-                                                  "nnedi", "kerndeint", "tinterlace", "interlace"};
-  const std::vector<std::string> names = filterNames(chain);
-  return std::any_of(names.begin(), names.end(), [](const std::string& name) {
-    return std::find(makers.begin(), makers.end(), name) != makers.end();
-  });
-}
-
 // Pictures for an interlaced ProRes stream that claims this field order.
 // Chroma of 4:2:0 pictures that carry fields is brought to 4:2:2 per field; "interl=-1" goes by
 // the flag of each picture, as MPEG streams of interlaced sequences hold progressive pictures,

@@ -150,6 +150,7 @@ TEST_F(ConvertJourney, NoSourceIsEverReplaced) {
 TEST_F(ConvertJourney, WhatAFailedConversionWroteIsSetAside) {
   const std::string bad = tinyClip("bad.mts");
   const std::string good = tinyClip("good.mts");
+  setVariable("TESSARIN_PRORES_ENCODER", "ffmpeg");
   useFfmpeg(
       "for last; do :; done\n"
       "case \" $* \" in *' -c:v '*bad.mov*) seq 3000 >\"$last\"\n"

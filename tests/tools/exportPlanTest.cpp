@@ -72,6 +72,14 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
     EXPECT_TRUE(facts.flagged);
   }
 
+  // Of the input, and not what stands elsewhere or in another's words.
+  const std::string tape =
+      "  Metadata:\n    title           : timecode : 1\n"
+      "    timecode        : 10:00:00;02\n  Duration: 00:01:02.50\n";
+  EXPECT_EQ(timeCodeOf("Input #0, dv, from 'a':\n" + tape + "Output #0, null, to 'pipe:':\n"),
+            "10:00:00;02");
+  EXPECT_EQ(timeCodeOf("Input #0, dv, from 'a':\nOutput #0, null, to 'pipe:':\n" + tape), "");
+
   // A title is no statement of a filter's, and no stream begins a year before its time line.
   const std::string title =
       "    title           : config in time_base: 1/1, ] n:   0 pts: -100000000 pts_time:\n";
@@ -111,8 +119,6 @@ TEST(ExportPlan, HighDynamicRangeIsKeptOrMappedAndNeverOnlyRelabelled) {
   EXPECT_THAT(kept.filters, AllOf(HasSubstr("color_primaries=bt2020:color_trc=arib-std-b67:"
                                             "colorspace=bt2020nc"),
                                   Not(HasSubstr("lutrgb")), Not(HasSubstr("out_color_matrix"))));
-  EXPECT_THAT(proresArguments(ExportInput(), "out.mov", kept, settings),
-              testing::IsSupersetOf({"-color_trc", "arib-std-b67"}));
   settings.codec = ExportSettings::Codec::aic;
   const ExportPlan mapped = exportPlan(source, settings);
   EXPECT_THAT(mapped.filters,
@@ -238,7 +244,29 @@ TEST(ExportPlan, BringsBottomFirstToTopFirstWithWholeChroma) {
                         "setfield=tff"));
   wanted.codec = ExportSettings::Codec::prores;
   EXPECT_THAT(filters(facts, wanted), HasSubstr("interl=-1" + keptColours +
-                                                ",format=yuv422p10le,fieldorder=tff,setfield=tff"));
+                                                ",format=yuv420p|yuv422p|yuv420p10le|yuv422p10le,"
+                                                "setfield=bff,"));
+}
+
+TEST(ExportPlan, GivesProresTheSamplesAsTheyAreOnlyWhereLinesAndColoursStay) {
+  const std::string asIs = ",format=yuv420p|";
+  const SourceFacts facts = source(1920, 1080, square, FieldOrder::topFirst);
+  const auto prores = [](ExportSettings wanted, int profile = 2) {
+    wanted.codec = ExportSettings::Codec::prores;
+    wanted.proresProfile = profile;
+    return wanted;
+  };
+  EXPECT_THAT(filters(facts, prores(settings(1920, 1080, true))), HasSubstr(asIs));
+  EXPECT_THAT(filters(facts, prores(settings(1920, 1080, false))), HasSubstr(asIs));
+  EXPECT_THAT(filters(facts, prores(settings(1920, 1080, false), 4)), HasSubstr("=yuv444p10le,"));
+  EXPECT_THAT(filters(facts, prores(settings(1280, 720, false))), HasSubstr("=yuv422p10le,"));
+  SourceFacts full = facts;
+  full.fullRange = true;
+  EXPECT_THAT(filters(full, prores(settings(1920, 1080, false))), HasSubstr("=yuv422p10le,"));
+  // Fields that are woven need chroma of all lines before.
+  SourceFacts fast = source(1920, 1080, square);
+  fast.frameRate = {50, 1};
+  EXPECT_THAT(filters(fast, prores(settings(1920, 1080, true))), HasSubstr("=yuv422p10le,tinter"));
 }
 
 TEST(ExportPlan, TellsFiltersTheOrderOfUnflaggedPictures) {

@@ -294,7 +294,7 @@ std::vector<std::string> leftOvers(const ScopedTemporaryFolder& folder) {
   return names;
 }
 
-// ffmpeg 5.1 ends with status 0 when only the movie's header finds no room any more.
+// Also when only the end of the movie finds no room any more.
 TEST(Movtool, TakesNoMovieForWholeThatCouldNotBeFinished) {
   const ScopedTemporaryFolder folder;
   const std::string clip =
@@ -309,16 +309,10 @@ TEST(Movtool, TakesNoMovieForWholeThatCouldNotBeFinished) {
   std::filesystem::remove(folder.file("out.mov"));
   for (const int missing : {1, 400, 2000}) {
     SCOPED_TRACE(missing);
-    folder.writeScript("bin/ffmpeg",
-                       fmt::format("case \" $* \" in *' prores '*) trap '' XFSZ; exec "
-                                   "prlimit --fsize={} /usr/bin/ffmpeg \"$@\" ;; esac\n"
-                                   "exec /usr/bin/ffmpeg \"$@\"",
-                                   size - missing));
-    const ShellResult result = runShell(
-        fmt::format("PATH={}:$PATH {}{}", test::quoted(folder.file("bin")), movtool, arguments));
+    const ShellResult result =
+        runShell(fmt::format("prlimit --fsize={} {}{}", size - missing, movtool, arguments));
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, testing::AllOf(StartsWith("movtool: "), HasSubstr("out.mov")));
-    std::filesystem::remove_all(folder.file("bin"));
     EXPECT_THAT(leftOvers(folder), testing::IsEmpty());
   }
 }

@@ -158,6 +158,54 @@ TEST(MovieWriter, SoundIsKeptToTheByteAndInterleaved) {
   EXPECT_GT(farthest, 0);
 }
 
+TEST(MovieWriter, TellsTheTimeCode) {
+  const Fraction film = {24000, 1001};
+  const Fraction american = {30000, 1001};
+  const Fraction fast = {60000, 1001};
+  const struct {
+    const char* told;
+    Fraction rate;
+    const char* expected;  // "" for none
+  } cases[] = {
+      {"10:11:12:24", {25, 1}, "10:11:12:24"},
+      {"00:00:00:00", {50, 1}, "00:00:00:00"},
+      {"01:02:03;04", american, "01:02:03;04"},
+      {"23:59:59.59", fast, "23:59:59;59"},
+      {"00:10:00:02", american, "00:10:00:02"},
+      {"01:00:00;00", film, "01:00:00:00"},
+      {"10:11:12:25", {25, 1}, ""},
+      {"24:00:00:00", {25, 1}, ""},
+      {"1:00:00:00", {25, 1}, ""},
+      {"10:11:-1:00", {25, 1}, ""},
+      {"", {25, 1}, ""},
+  };
+  for (const auto& item : cases) {
+    SCOPED_TRACE(item.told);
+    const auto code = quicktime::timeCode(item.told, item.rate);
+    ASSERT_EQ(code.has_value(), *item.expected != '\0');
+    if (!code)
+      continue;
+    const ScopedTemporaryFolder folder;
+    const std::string path = folder.file("movie.mov");
+    quicktime::VideoFormat format = videoFormat(64, 32);
+    format.frameRate = item.rate;
+    Outcome<MovieWriter> movie = MovieWriter::create(path, format);
+    ASSERT_TRUE(movie.ok());
+    movie->addSoundTrack({2, 48000, 3, 0});
+    for (int frame = 0; frame < 3; ++frame)
+      ASSERT_TRUE(movie->addFrame(smallFrame()));
+    ASSERT_TRUE(movie->addSound(0, countingSound(4800, 2)));
+    movie->setTimeCode(*code);
+    ASSERT_TRUE(movie->finish(false).ok());
+    EXPECT_EQ(runShell("ffprobe -v error -select_streams v -show_entries stream_tags=timecode "
+                       "-of csv=p=0 " +
+                       quoted(path))
+                  .output,
+              std::string(item.expected) + "\n");
+    EXPECT_EQ(probed(path, "d:0", "codec_tag_string"), "tmcd");
+  }
+}
+
 TEST(MovieWriter, PlacesSoundThatBeginsLaterOrEarlier) {
   for (const int offset : {12000, -12000}) {
     const ScopedTemporaryFolder folder;
@@ -176,6 +224,44 @@ TEST(MovieWriter, PlacesSoundThatBeginsLaterOrEarlier) {
     const Bytes8 heard = offset > 0 ? countingSound(48000, 2) : countingSound(36000, 2, 12000);
     runShell("ffmpeg -v error -i " + quoted(path) + " -f s16le " + quoted(folder.file("raw")));
     EXPECT_TRUE(folder.read("raw") == std::string(heard.begin(), heard.end())) << offset;
+  }
+}
+
+bool canInsert(const ScopedTemporaryFolder& folder) {
+  const std::string file = quoted(folder.file("insert"));
+  return runShell("head -c 200000 /dev/zero >" + file + "; fallocate -i -o 0 -l 65536 " + file)
+             .status == 0;
+}
+
+// The header of the longer one needs more than the room that is kept for it.
+TEST(MovieWriter, HeaderStandsAtTheBeginning) {
+  for (const int frames : {10, 40000}) {
+    const ScopedTemporaryFolder folder;
+    const std::string path = folder.file("movie.mov");
+    MovieWriter movie = begun(path);
+    ASSERT_EQ(movie.addSoundTrack({1, 8000, 4, 0}), 0U);
+    std::string expected;
+    for (int frame = 0; frame < frames; ++frame) {
+      const std::string bytes = std::to_string(frame);
+      expected += bytes;
+      ASSERT_TRUE(
+          movie.addFrame({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}));
+      ASSERT_TRUE(movie.addSound(0, countingSound(320, 1, std::size_t(frame) * 320)));
+    }
+    ASSERT_TRUE(movie.finish(false).ok());
+    const std::string header = folder.read("movie.mov").substr(0, 1U << 20);
+    // Not every file system can put a larger one in.
+    if (frames == 10 || canInsert(folder)) {
+      EXPECT_LT(header.find("moov"), header.find("mdat")) << frames;
+    }
+    EXPECT_EQ(runShell("ffmpeg -v error -i " + quoted(path) + " -map 0:v -c copy -f data " +
+                       quoted(folder.file("frames")) + " -map 0:a -f s16le " +
+                       quoted(folder.file("sound")))
+                  .output,
+              "");
+    EXPECT_TRUE(folder.read("frames") == expected);
+    const Bytes8 sound = countingSound(std::size_t(frames) * 320, 1);
+    EXPECT_TRUE(folder.read("sound") == std::string(sound.begin(), sound.end()));
   }
 }
 

@@ -1,6 +1,6 @@
 // The program "ffmpeg" of the tools folder: finds the ffmpeg of this computer, translates the
 // options that it does not know, and becomes it, so that process id, signals and exit status are
-// ffmpeg's own.
+// ffmpeg's own. What makes a ProRes movie becomes the export tool, whose encoder is the better one.
 //
 // Exit status of its own: 127 when there is no ffmpeg, 126 when it cannot be run, or cannot do
 // what is wanted.
@@ -21,6 +21,7 @@
 
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "ffmpeg/proresCommand.h"
 
 namespace {
 
@@ -114,6 +115,34 @@ FfmpegVersion versionOf(const std::string& ffmpeg) {
   return ffmpegVersionFromText(askVersion(ffmpeg));
 }
 
+// Becomes this program; comes back when it cannot be run.
+void become(const std::string& program, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), program);
+  std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments)
+    pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  // The program inherits this: what goes beyond the limit of a file's size fails with a reason
+  // then, instead of ending it without a word.
+  std::signal(SIGXFSZ, SIG_IGN);
+  ::execv(program.c_str(), pointers.data());
+}
+
+// The export tool beside us; "" when there is none, or ffmpeg's own encoder is asked for.
+std::string proresTool() {
+  const char* wanted = std::getenv(proresEncoderVariable);
+  if (wanted != nullptr && std::string_view(wanted) == "ffmpeg")
+    return {};
+  char own[4096];
+  const ssize_t length = ::readlink("/proc/self/exe", own, sizeof own);
+  if (length <= 0 || static_cast<std::size_t>(length) == sizeof own)
+    return {};
+  const std::string_view path(own, static_cast<std::size_t>(length));
+  const std::string tool = std::string(path.substr(0, path.rfind('/') + 1)) + "movtool";
+  return ::access(tool.c_str(), X_OK) == 0 ? tool : std::string();
+}
+
 }  // namespace
 
 int main(int count, char** values) {
@@ -129,17 +158,12 @@ int main(int count, char** values) {
     say(missing);
     return cannotBeRun;
   }
-  std::vector<std::string> arguments = translateFfmpegOptions(given, version);
-  arguments.insert(arguments.begin(), ffmpeg);
-  std::vector<char*> pointers;
-  pointers.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments)
-    pointers.push_back(argument.data());
-  pointers.push_back(nullptr);
-  // ffmpeg inherits this: what goes beyond the limit of a file's size fails with a reason then,
-  // instead of ending it without a word.
-  std::signal(SIGXFSZ, SIG_IGN);
-  ::execv(ffmpeg.c_str(), pointers.data());
+  if (const std::string tool = proresTool(); !tool.empty() && proresCommand(given)) {
+    std::vector<std::string> arguments = given;
+    arguments.insert(arguments.begin(), "--as-ffmpeg");
+    become(tool, std::move(arguments));
+  }
+  become(ffmpeg, translateFfmpegOptions(given, version));
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));
   return cannotBeRun;
 }

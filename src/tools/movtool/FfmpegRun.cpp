@@ -24,8 +24,20 @@ constexpr int pipeSize = 1 << 20;
 // Of ffmpeg's complaints, enough for a probe's description and for the reason of a failure.
 constexpr std::size_t mostErrors = 1U << 20;
 
-// Appends what a descriptor gives until its end, and keeps the beginning and the last part.
-void readAll(int descriptor, std::string& text, std::size_t most) {
+void passOn(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(STDERR_FILENO, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR)
+      continue;
+    if (count <= 0)
+      return;  // nobody listens
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+// Hands over what a descriptor gives until its end.
+template <class Take>
+void readAll(int descriptor, const Take& take) {
   std::array<char, 65536> buffer{};
   while (true) {
     const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
@@ -33,9 +45,7 @@ void readAll(int descriptor, std::string& text, std::size_t most) {
       continue;
     if (count <= 0)
       return;
-    if (text.size() > most)
-      text.erase(most / 2, text.size() - most);
-    text.append(buffer.data(), static_cast<std::size_t>(count));
+    take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
   }
 }
 
@@ -54,7 +64,15 @@ Outcome<std::string> ffmpegProgram() {
 }
 
 void FfmpegRun::Errors::readAll() {
-  movtool::readAll(pipe.number(), text, mostErrors);
+  movtool::readAll(pipe.number(), [this](std::string_view bytes) {
+    const std::lock_guard lock(mutex);
+    if (passedOn)
+      passOn(bytes);
+    // The beginning and the last part are kept.
+    if (text.size() > mostErrors)
+      text.erase(mostErrors / 2, text.size() - mostErrors);
+    text += bytes;
+  });
 }
 
 FfmpegRun::FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors)
@@ -94,11 +112,19 @@ Outcome<FfmpegRun> FfmpegRun::start(const std::string& program,
 
 std::string FfmpegRun::readOutput() {
   std::string text;
-  readAll(output(), text, std::string::npos / 2);
+  readAll(output(), [&text](std::string_view bytes) { text += bytes; });
   return text;
 }
 
+void FfmpegRun::passOnFromNow() {
+  const std::lock_guard lock(errors_->mutex);
+  passOn(errors_->text);
+  errors_->passedOn = true;
+}
+
 void FfmpegRun::passOnReport(std::string_view mark) const {
+  if (errors_->passedOn)
+    return;
   for (const std::string_view line : splitLines(report()))
     fmt::print(stderr, "{}{}\n", startsWith(line, " ") ? std::string_view() : mark, line);
 }

@@ -1,6 +1,7 @@
 // One run of ffmpeg: what it writes is read here, what it complains of is kept.
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,15 +34,19 @@ class FfmpegRun {
   Outcome<bool> finish();
   // What it wrote on standard error; after finish().
   const std::string& report() const { return errors_->text; }
+  // Writes what it has said so far to our own standard error, and from now on all that it says.
+  void passOnFromNow();
   // Writes the report to our own standard error, for whoever counts damage, line by line behind the
-  // mark; after finish().
+  // mark, unless it is there already; after finish().
   void passOnReport(std::string_view mark) const;
 
  private:
   // Standard error, read in a thread so that ffmpeg never waits.
   struct Errors {
     Descriptor pipe;
+    std::mutex mutex;  // guards the two
     std::string text;
+    bool passedOn = false;
     std::thread thread;
     void readAll();
   };

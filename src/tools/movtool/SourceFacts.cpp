@@ -75,6 +75,7 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
   facts.fieldOrder = picture.fieldOrder;
   facts.flagged = picture.fieldOrder != FieldOrder::progressive;
   facts.firstPicture = firstPictureOf(report);
+  facts.timeCode = timeCodeOf(report);
   bool picturesSeen = false;
   DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {
@@ -95,6 +96,15 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     }
   }
   return facts;
+}
+
+std::string timeCodeOf(std::string_view report) {
+  for (const std::string_view line : splitLines(inputBlock(report))) {
+    const auto words = textAfter(line, ": ");
+    if (words && trimmed(textUpTo(line, ":")) == "timecode")
+      return std::string(trimmed(*words));
+  }
+  return {};
 }
 
 std::optional<FieldOrder> detectedFieldOrder(std::string_view report) {

@@ -26,6 +26,7 @@ struct SourceFacts {
   bool fullRange = false;
   std::optional<double> duration;  // seconds
   int soundTracks = 0;
+  std::string timeCode;  // as ffmpeg tells it; empty: there is none
   // When the first picture is shown, in seconds of the time line that ffmpeg gives its filters. Not
   // always 0: sound may begin before, and pictures before the one that decoding can begin with.
   quicktime::Fraction firstPicture = {0, 1};
@@ -34,6 +35,9 @@ struct SourceFacts {
 // From the header of the first picture as YUV4MPEG2, and from ffmpeg's description of its input and
 // of that picture (by the "showinfo" filter).
 SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report);
+
+// The time code that ffmpeg's description of its input tells, "10:00:00:00"; empty: none.
+std::string timeCodeOf(std::string_view report);
 
 // The field order that the "idet" filter has found; nothing when its report has no counts.
 std::optional<quicktime::FieldOrder> detectedFieldOrder(std::string_view report);

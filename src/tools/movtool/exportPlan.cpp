@@ -8,7 +8,7 @@
 #include <numeric>
 
 #include "classShared/TextAdditions.h"
-#include "ffmpeg/proresEncoder.h"
+#include "ffmpeg/proresCommand.h"
 
 namespace tessarin::movtool {
 
@@ -47,12 +47,6 @@ int roundedTo(double number, int step) {
 // Twice or more the frames: fields of the one become frames of the other, or the other way round.
 bool isFieldRate(const Fraction& rate, const Fraction& frameRate) {
   return value(rate) > 1.5 * value(frameRate);
-}
-
-const char* pixelFormat(const ExportSettings& settings) {
-  if (settings.codec == ExportSettings::Codec::aic)
-    return "yuv420p";
-  return settings.proresProfile == 4 ? "yuv444p10le" : "yuv422p10le";
 }
 
 PictureColours ownColours(const SourceFacts& source) {
@@ -127,6 +121,26 @@ std::string mapping(const SourceFacts& source) {
          onAll("st(0,val/maxval);maxval*if(lt(ld(0),0.018),4.5*ld(0),1.099*pow(ld(0),0.45)-0.099)");
 }
 
+// Samples in which a picture can be scaled, or its fields woven, without a loss that shows.
+const char* fullSamples(const ExportSettings& settings) {
+  if (settings.codec == ExportSettings::Codec::aic)
+    return "yuv420p";
+  return settings.proresProfile == 4 ? "yuv444p10le" : "yuv422p10le";
+}
+
+// Samples for pictures that keep their lines: our encoder of ProRes takes what there is, which
+// spares the pipe more than half.
+const char* keptSamples(const SourceFacts& source, const ExportSettings& settings,
+                        const Placement& place) {
+  const bool isKept = place.width == source.width && place.height == source.height &&
+                      !source.fullRange &&
+                      std::string_view(scalerMatrix(ownColours(source))) ==
+                          std::string_view(scalerMatrix(exportColours(source, settings)));
+  const bool takesHalf =
+      settings.codec == ExportSettings::Codec::prores && settings.proresProfile != 4;
+  return isKept && takesHalf ? "yuv420p|yuv422p|yuv420p10le|yuv422p10le" : fullSamples(settings);
+}
+
 // The chain, filter by filter.
 class Chain {
  public:
@@ -163,20 +177,23 @@ void addScaling(Chain& chain, const SourceFacts& source, const ExportSettings& s
 }
 
 // Fields stay as they are, line by line. The order of bottom-first material changes by moving the
-// picture a line up, which chroma of half the lines cannot follow: it has all lines meanwhile.
+// picture a line up, which chroma of half the lines cannot follow: it has all lines meanwhile. For
+// ProRes the encoder does that.
 void addKeptFields(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
                    const Placement& place) {
   const bool reorder = source.fieldOrder == FieldOrder::bottomFirst;
-  const bool halfChroma = settings.codec == ExportSettings::Codec::aic;
-  addScaling(chain, source, settings, place,
-             reorder && halfChroma ? "yuv422p" : pixelFormat(settings));
-  if (!reorder)
+  if (settings.codec == ExportSettings::Codec::prores) {
+    addScaling(chain, source, settings, place, keptSamples(source, settings, place));
+    chain.add(reorder ? "setfield=bff" : "setfield=tff");
     return;
-  chain.add("fieldorder=tff");
-  if (halfChroma) {
+  }
+  addScaling(chain, source, settings, place, reorder ? "yuv422p" : fullSamples(settings));
+  if (reorder) {
+    chain.add("fieldorder=tff");
     chain.add("scale=interl=-1");
     chain.add("format=yuv420p");
   }
+  chain.add("setfield=tff");
 }
 
 Fraction twice(const Fraction& rate) {
@@ -215,13 +232,14 @@ void addInterlaced(Chain& chain, const SourceFacts& source, const ExportSettings
     if (fields)
       chain.add("yadif=1");
     addRate(chain, fields ? twice(source.frameRate) : source.frameRate, twice(rate), slow);
-    addScaling(chain, source, settings, place, pixelFormat(settings));
+    addScaling(chain, source, settings, place, fullSamples(settings));
     chain.add("tinterlace=interleave_top");
+    chain.add("setfield=tff");
   } else {
     addRate(chain, source.frameRate, rate, slow);
-    addScaling(chain, source, settings, place, pixelFormat(settings));
+    addScaling(chain, source, settings, place, fullSamples(settings));
+    chain.add("setfield=tff");
   }
-  chain.add("setfield=tff");
 }
 
 void addProgressive(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
@@ -232,7 +250,7 @@ void addProgressive(Chain& chain, const SourceFacts& source, const ExportSetting
   if (fields)
     chain.add(allFields ? "yadif=1:-1:1" : "yadif=0:-1:1");
   addRate(chain, allFields ? twice(source.frameRate) : source.frameRate, rate, slow);
-  addScaling(chain, source, settings, place, pixelFormat(settings));
+  addScaling(chain, source, settings, place, keptSamples(source, settings, place));
   chain.add("setfield=prog");
 }
 
@@ -403,7 +421,9 @@ std::vector<std::string> trialArguments(const ExportInput& input, const ExportPl
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
   std::vector<std::string> arguments = makingArguments(input, plan);
   appendPictures(arguments, input);
-  append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe", "pipe:1"});
+  append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe"});
+  // Samples of 10 bits are no part of what the format once was.
+  append(arguments, {"-strict", "-1", "pipe:1"});
   appendSameStreams(arguments, input);
   return arguments;
 }
@@ -411,41 +431,14 @@ std::vector<std::string> pictureArguments(const ExportInput& input, const Export
 std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan) {
   std::vector<std::string> arguments = makingArguments(input, plan);
-  // Rates that a movie cannot have become 48 kHz or the nearest.
-  const std::string filters =
-      "aformat=sample_fmts=s16:sample_rates="
-      "48000|44100|32000|24000|22050|16000|12000|11025|8000";
   append(arguments, {"-map", input.soundStream ? fmt::format("0:{}", *input.soundStream)
                                                : fmt::format("0:a:{}", track)});
   arguments.insert(arguments.end(), steadySound.begin(), steadySound.end());
-  append(arguments, {"-af", filters, "-c:a", "pcm_s16le"});
+  append(arguments, {"-af", movieSoundFilter, "-c:a", "pcm_s16le"});
   if (input.channels > 0)
     append(arguments, {"-ac", std::to_string(input.channels)});
   append(arguments, {"-f", "wav", "pipe:1"});
   appendSameStreams(arguments, input);
-  return arguments;
-}
-
-std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
-                                         const ExportPlan& plan, const ExportSettings& settings) {
-  std::vector<std::string> arguments = makingArguments(input, plan);
-  append(arguments, {"-progress", "pipe:1"});
-  appendPictures(arguments, input);
-  appendAllSound(arguments, input);
-  // The filters see to the rate.
-  append(arguments, {"-vsync", "0", "-vf", plan.filters, "-c:v",
-                     proresEncoder(settings.interlaced, settings.height), "-profile:v",
-                     std::to_string(settings.proresProfile)});
-  if (settings.interlaced)
-    append(arguments, {"-flags:v", "+ildct+ilme", "-field_order", "tb"});
-  // The movie's header is filled from these, the pictures' own from the filter.
-  const std::vector<std::string> colours = colourOptions(plan.colours);
-  arguments.insert(arguments.end(), colours.begin(), colours.end());
-  append(arguments, {"-c:a", "pcm_s16le"});
-  if (input.channels > 0)
-    append(arguments, {"-ac", std::to_string(input.channels)});
-  arguments.insert(arguments.end(), steadySound.begin(), steadySound.end());
-  append(arguments, {"-f", "mov", "-y", output});
   return arguments;
 }
 

@@ -66,8 +66,5 @@ std::vector<std::string> trialArguments(const ExportInput& input, const ExportPl
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan);
 std::vector<std::string> soundArguments(const ExportInput& input, int track,
                                         const ExportPlan& plan);
-// The whole ProRes movie. Progress goes to standard output.
-std::vector<std::string> proresArguments(const ExportInput& input, const std::string& output,
-                                         const ExportPlan& plan, const ExportSettings& settings);
 
 }  // namespace tessarin::movtool

@@ -10,9 +10,10 @@
 #include "platform/propertyList.h"
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/SourceFacts.h"
-#include "tools/movtool/exportAic.h"
 #include "tools/movtool/exportPlan.h"
-#include "tools/movtool/exportProres.h"
+#include "tools/movtool/makeMovie.h"
+#include "tools/pictures/AicCodec.h"
+#include "tools/pictures/ProresCodec.h"
 #include "tools/streams/yuv4mpeg.h"
 
 namespace tessarin::movtool {
@@ -90,6 +91,29 @@ std::optional<std::string> mappingProblem(const std::string& ffmpeg, const Expor
       finished.reason());
 }
 
+std::unique_ptr<pictures::PictureCodec> codecOf(const ExportSettings& settings) {
+  if (settings.codec == ExportSettings::Codec::prores)
+    return std::make_unique<pictures::ProresCodec>(*proresFlavourOfProfile(settings.proresProfile),
+                                                   prores::EncoderSettings());
+  pictures::AicSettings aic;
+  aic.quantiser = settings.quantiser;
+  return std::make_unique<pictures::AicCodec>(aic);
+}
+
+Outcome<quicktime::VideoFormat> videoFormat(const ExportSettings& settings, const ExportPlan& plan,
+                                            const yuv4mpeg::Header& stream) {
+  if (stream.width != settings.width || stream.height != settings.height)
+    return Failure{"ffmpeg has made pictures of another size than it was asked for"};
+  quicktime::VideoFormat format;
+  format.width = settings.width;
+  format.height = settings.height;
+  format.frameRate = plan.frameRate;
+  format.pixelAspect = plan.pixelAspect;
+  format.fieldOrder = plan.fieldOrder;
+  format.colours = plan.colours;
+  return format;
+}
+
 }  // namespace
 
 Outcome<bool> runExport(const ExportJob& job) {
@@ -115,8 +139,21 @@ Outcome<bool> runExport(const ExportJob& job) {
   if (needsMapping(exported, settings.value()))
     if (const auto problem = mappingProblem(ffmpeg.value(), job.input, plan))
       return Failure{*problem};
-  const auto run = settings.value().codec == ExportSettings::Codec::aic ? exportAic : exportProres;
-  return run(ffmpeg.value(), job, settings.value(), exported, plan);
+  const auto codec = codecOf(settings.value());
+  MovieMaking making(*codec);
+  making.ffmpeg = ffmpeg.value();
+  making.pictures = pictureArguments(job.input, plan);
+  for (int track = 0; track < exported.soundTracks; ++track)
+    making.sounds.push_back(soundArguments(job.input, track, plan));
+  making.format = [&](const yuv4mpeg::Header& stream) {
+    return videoFormat(settings.value(), plan, stream);
+  };
+  making.timeCode = exported.timeCode;
+  making.source = job.input.path;
+  making.output = job.output;
+  making.replace = job.replace;
+  making.duration = exported.duration;
+  return makeMovie(making);
 }
 
 }  // namespace tessarin::movtool

@@ -1,30 +1,54 @@
 // movtool: exports a movie as a settings file says, as Apple Intermediate Codec or ProRes.
 //
 //   movtool -s SETTINGS -i INPUT [OPTIONS] [-y] -o OUTPUT
+//   movtool --as-ffmpeg ARGUMENTS...
+//
+// The second makes the ProRes movie that ffmpeg would make with these arguments; the adapter
+// "ffmpeg" beside it becomes that. ffmpeg's own words go to standard error then, and there are no
+// lines of ours about the progress.
 //
 // Standard output: "pourcentage    : 37.5" lines, per cent of the source that is done.
 // Exit status: 0 the movie is written, 1 it is not (one line on standard error says why, and no
 // part of it is left), 2 wrong use. An existing output is replaced only with -y.
+#include <string_view>
+
+#include "tools/movtool/directMovie.h"
 #include "tools/movtool/exportRun.h"
 #include "tools/toolMain.h"
 
+namespace {
+
+using namespace tessarin;
+
+void declare(CLI::App& options, movtool::ExportJob& job) {
+  options.add_option("-s", job.settings, "settings file (a property list)")->required();
+  options.add_option("-i", job.input.path, "movie to export")->required();
+  options.add_option("-o", job.output, "movie to write")->required();
+  options.add_option("--format", job.input.format, "the input's format, as ffmpeg calls it");
+  options.add_option("--sound-decoder", job.input.soundDecoder, "ffmpeg's decoder for its sound");
+  options.add_option("--pictures", job.input.pictureStream, "ffmpeg's number of the stream");
+  options.add_option("--sound", job.input.soundStream,
+                     "ffmpeg's number of the only stream of sound to take, -1 for none");
+  options.add_option("--channels", job.input.channels, "number of channels to mix the sound to")
+      ->check(CLI::Range(0, 32));
+  options.add_flag("--slow", job.input.slow, "pictures at half their speed");
+  options.add_flag("-y", job.replace, "replace the output when it is there already");
+}
+
+Outcome<bool> makeAsFfmpeg(int count, char** values) {
+  return movtool::makeDirectMovie({values, values + count});
+}
+
+}  // namespace
+
 int main(int count, char** values) {
-  using namespace tessarin;
+  if (count > 1 && std::string_view(values[1]) == "--as-ffmpeg")
+    return toolMain(
+        "movtool", "", 1, values, [](CLI::App&) {},
+        [&] { return makeAsFfmpeg(count - 2, values + 2); });
   movtool::ExportJob job;
-  const auto declare = [&job](CLI::App& options) {
-    options.add_option("-s", job.settings, "settings file (a property list)")->required();
-    options.add_option("-i", job.input.path, "movie to export")->required();
-    options.add_option("-o", job.output, "movie to write")->required();
-    options.add_option("--format", job.input.format, "the input's format, as ffmpeg calls it");
-    options.add_option("--sound-decoder", job.input.soundDecoder, "ffmpeg's decoder for its sound");
-    options.add_option("--pictures", job.input.pictureStream, "ffmpeg's number of the stream");
-    options.add_option("--sound", job.input.soundStream,
-                       "ffmpeg's number of the only stream of sound to take, -1 for none");
-    options.add_option("--channels", job.input.channels, "number of channels to mix the sound to")
-        ->check(CLI::Range(0, 32));
-    options.add_flag("--slow", job.input.slow, "pictures at half their speed");
-    options.add_flag("-y", job.replace, "replace the output when it is there already");
-  };
-  return toolMain("movtool", "Exports a movie as a settings file says.", count, values, declare,
-                  [&job] { return movtool::runExport(job); });
+  return toolMain(
+      "movtool", "Exports a movie as a settings file says.", count, values,
+      [&job](CLI::App& options) { declare(options, job); },
+      [&job] { return movtool::runExport(job); });
 }

@@ -10,15 +10,26 @@ namespace tessarin::quicktime {
 
 namespace {
 
-// Where the media data's atom begins, behind the file type. Eight unused bytes stand before it, so
-// that its length can become one of 64 bits.
-constexpr std::uint64_t wideAtomAt = 20;
-constexpr std::uint64_t mediaDataAt = wideAtomAt + 8;
+// Behind the file type comes room for the header: for some minutes, the first of PartialFile's
+// units.
+constexpr std::uint64_t roomAt = 20;
+constexpr std::uint64_t firstRoom = PartialFile::roomUnit - roomAt;
 constexpr std::size_t mostSoundInAChunk = 4U << 20;  // bytes
 
 double frameSeconds(const VideoFormat& format) {
   return static_cast<double>(format.frameRate.denominator) /
          static_cast<double>(format.frameRate.numerator);
+}
+
+AtomWriter fileStart() {
+  AtomWriter start;
+  {
+    const AtomWriter::Atom atom(start, "ftyp");
+    start.putText("qt  ");
+    start.put32(0x20050300);
+    start.putText("qt  ");
+  }
+  return start;
 }
 
 // Bytes of one moment on all channels.
@@ -56,21 +67,27 @@ Outcome<MovieWriter> MovieWriter::create(const std::string& path, const VideoFor
   Outcome<PartialFile> file = PartialFile::create(path);
   if (!file)
     return Failure{file.reason()};
-  MovieWriter writer(std::move(file.value()), video);
-  AtomWriter start;
+  return create(std::move(file.value()), video);
+}
+
+Outcome<MovieWriter> MovieWriter::create(PartialFile file, const VideoFormat& video) {
+  if (const auto problem = formatProblem(video))
+    return Failure{*problem};
+  MovieWriter writer(std::move(file), video);
+  AtomWriter start = fileStart();
   {
-    const AtomWriter::Atom atom(start, "ftyp");
-    start.putText("qt  ");
-    start.put32(0x20050300);
-    start.putText("qt  ");
+    const AtomWriter::Atom atom(start, "free");
+    start.putZeros(firstRoom - 8);
   }
+  // Unused, so that the length of the media data can become one of 64 bits.
   { const AtomWriter::Atom atom(start, "wide"); }
   { const AtomWriter::Atom atom(start, "mdat"); }
   writer.file_.append(start.bytes());
   return writer;
 }
 
-MovieWriter::MovieWriter(PartialFile file, const VideoFormat& video) : file_(std::move(file)) {
+MovieWriter::MovieWriter(PartialFile file, const VideoFormat& video)
+    : file_(std::move(file)), room_(firstRoom) {
   movie_.video.format = video;
   framesPerChunk_ =
       std::max(1U, static_cast<std::uint32_t>(std::lround(0.5 / frameSeconds(video))));
@@ -138,6 +155,8 @@ bool MovieWriter::writeSoundUpTo(double seconds) {
 
 // Fills in the length of the media data.
 bool MovieWriter::closeMediaData() {
+  const std::uint64_t wideAtomAt = roomAt + room_;
+  const std::uint64_t mediaDataAt = wideAtomAt + 8;
   const std::uint64_t end = file_.size();
   AtomWriter length;
   if (end - mediaDataAt <= 0xFFFFFFFF) {
@@ -150,11 +169,55 @@ bool MovieWriter::closeMediaData() {
   return file_.overwrite(wideAtomAt, length.bytes());
 }
 
+bool MovieWriter::writeTimeCode() {
+  if (!movie_.timeCode)
+    return true;
+  movie_.timeCode->position = file_.size();
+  AtomWriter number;
+  number.put32(movie_.timeCode->code.firstFrame);
+  return file_.append(number.bytes());
+}
+
+// Sees to it that there is room for a header of this size and for what says that the rest is free.
+bool MovieWriter::makeRoomFor(std::size_t headerSize) {
+  if (headerSize + 8 <= room_)
+    return true;
+  constexpr std::uint64_t unit = PartialFile::roomUnit;
+  // Positions become larger, which may make the header larger, too.
+  const std::uint64_t more = (headerSize + headerSize / 2 - room_ + 8 + unit) / unit * unit;
+  if (!file_.insertRoom(0, more))
+    return false;
+  room_ += more;
+  const auto shift = [more](std::vector<Chunk>& chunks) {
+    for (Chunk& chunk : chunks)
+      chunk.position += more;
+  };
+  shift(movie_.video.chunks);
+  for (SoundTrack& track : movie_.sound)
+    shift(track.chunks);
+  if (movie_.timeCode)
+    movie_.timeCode->position += more;
+  return true;
+}
+
+// Where there is no room, what was meant for it stays free.
+bool MovieWriter::writeHeader() {
+  std::vector<std::uint8_t> header = movieHeader(movie_);
+  if (!makeRoomFor(header.size()))
+    return closeMediaData() && file_.append(header);
+  header = movieHeader(movie_);
+  AtomWriter start = fileStart();
+  AtomWriter rest;
+  rest.put32(room_ - header.size());
+  rest.putText("free");
+  return closeMediaData() && file_.overwrite(0, start.bytes()) && file_.overwrite(roomAt, header) &&
+         file_.overwrite(roomAt + header.size(), rest.bytes());
+}
+
 Outcome<bool> MovieWriter::finish(bool replace) {
   for (std::size_t track = 0; track < waiting_.size(); ++track)
     writeSound(track, waiting_[track].size());
-  const std::vector<std::uint8_t> header = movieHeader(movie_);
-  if (!closeMediaData() || !file_.append(header))
+  if (!writeTimeCode() || !writeHeader())
     return Failure{file_.failure()};
   return file_.commit(replace);
 }

@@ -24,10 +24,14 @@ class MovieWriter {
  public:
   // Nothing is there under `path` before finish().
   static Outcome<MovieWriter> create(const std::string& path, const VideoFormat& video);
+  static Outcome<MovieWriter> create(PartialFile file, const VideoFormat& video);
 
   // Allowed until finish(), also when frames were added. The format must have no problem. Answers
   // the track's index, from 0.
   std::size_t addSoundTrack(const SoundFormat& format);
+
+  // Allowed until finish().
+  void setTimeCode(const TimeCode& code) { movie_.timeCode = {code, 0}; }
 
   // Each is false after any failure, then and ever after; failure() says why.
   bool addFrame(std::span<const std::uint8_t> bytes);
@@ -37,7 +41,9 @@ class MovieWriter {
 
   std::uint64_t frameCount() const { return movie_.video.frameSizes.size(); }
 
-  // Writes the header and gives the movie its name. With `replace` an existing file goes.
+  // Writes the header and gives the movie its name. With `replace` an existing file goes. The
+  // header stands at the beginning, so that a player that loads the movie can begin at once; of a
+  // long one at the end where the file system cannot put anything in.
   Outcome<bool> finish(bool replace);
 
   const PartialFile& file() const { return file_; }
@@ -48,11 +54,15 @@ class MovieWriter {
   bool writeSound(std::size_t track, std::size_t bytes);
   bool writeSoundUpTo(double seconds);
   bool closeMediaData();
+  bool writeTimeCode();
+  bool makeRoomFor(std::size_t headerSize);
+  bool writeHeader();
 
   PartialFile file_;
   Movie movie_;
   std::vector<std::vector<std::uint8_t>> waiting_ = {};  // sound that is not in the file yet
   std::vector<std::uint64_t> soundWritten_ = {};         // sample moments in the file
+  std::uint64_t room_;  // bytes before the media data that are free for the header
   std::uint32_t framesInChunk_ = 0;
   std::uint32_t framesPerChunk_ = 1;
 };

@@ -51,8 +51,20 @@ Outcome<PartialFile> PartialFile::create(const std::string& target) {
   return file;
 }
 
+Outcome<PartialFile> PartialFile::createInPlace(const std::string& target) {
+  PartialFile file;
+  file.target_ = target;
+  file.isInPlace_ = true;
+  file.descriptor_ = ::open(target.c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, usualMode);
+  if (file.descriptor_ < 0)
+    return Failure{target + " cannot be written: " + systemReason(errno)};
+  file.buffer_.reserve(bufferSize);
+  return file;
+}
+
 PartialFile::PartialFile(PartialFile&& other) noexcept
     : target_(std::move(other.target_)),
+      isInPlace_(other.isInPlace_),
       temporaryName_(std::exchange(other.temporaryName_, {})),
       descriptor_(std::exchange(other.descriptor_, -1)),
       written_(other.written_),
@@ -122,10 +134,15 @@ bool PartialFile::overwrite(std::uint64_t position, std::span<const std::uint8_t
   return true;
 }
 
-std::string PartialFile::pathForChild() const {
-  if (!temporaryName_.empty())
-    return temporaryName_;
-  return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(descriptor_);
+bool PartialFile::insertRoom(std::uint64_t position, std::uint64_t length) {
+  if (!failure_.empty() || !flush() ||
+      ::fallocate(descriptor_, FALLOC_FL_INSERT_RANGE, static_cast<off_t>(position),
+                  static_cast<off_t>(length)) != 0)
+    return false;
+  written_ += length;
+  if (::lseek(descriptor_, 0, SEEK_END) < 0)
+    return fail(" cannot be written");
+  return true;
 }
 
 // Links a file that has no name yet.
@@ -144,9 +161,9 @@ bool PartialFile::giveTemporaryName() {
 Outcome<bool> PartialFile::commit(bool replace) {
   if (failure_.empty())
     flush();
-  if (failure_.empty() && !giveTemporaryName())
+  if (failure_.empty() && !isInPlace_ && !giveTemporaryName())
     fail(" cannot be named");
-  if (failure_.empty()) {
+  if (failure_.empty() && !isInPlace_) {
     errno = renameTo(temporaryName_, target_, replace);
     if (errno == 0)
       temporaryName_.clear();

@@ -16,6 +16,9 @@ class PartialFile {
  public:
   // Nothing is made under `target` yet; its folder has to be there.
   static Outcome<PartialFile> create(const std::string& target);
+  // Written under its name from the beginning, and what is written of it stays, for whoever wants
+  // to see how far it came. What is there already is overwritten.
+  static Outcome<PartialFile> createInPlace(const std::string& target);
 
   PartialFile(PartialFile&& other) noexcept;
   PartialFile& operator=(PartialFile&&) = delete;
@@ -28,17 +31,16 @@ class PartialFile {
   bool append(std::span<const std::uint8_t> bytes);
   // Replaces bytes that were appended before.
   bool overwrite(std::uint64_t position, std::span<const std::uint8_t> bytes);
+  // Puts zeros between the bytes, which nothing has to be moved for: both are multiples of
+  // roomUnit. False where the file system cannot do that; it is no failure.
+  static constexpr std::uint64_t roomUnit = 1U << 16;
+  bool insertRoom(std::uint64_t position, std::uint64_t length);
   const std::string& failure() const { return failure_; }
 
   // Gives the file its name. With `replace` an existing file is replaced at once and as a whole,
   // without it an existing file is a failure. The disk is not waited for: a movie of an hour would
   // take minutes more.
   Outcome<bool> commit(bool replace);
-
-  // Under which a child of ours can open it to write it instead of us.
-  std::string pathForChild() const;
-  // Of this object; to read what a child has written.
-  int descriptor() const { return descriptor_; }
 
   // The name beside the target, "" when there is none; for a handler that ends the program.
   const std::string& temporaryName() const { return temporaryName_; }
@@ -51,6 +53,7 @@ class PartialFile {
   void discard();
 
   std::string target_;
+  bool isInPlace_ = false;
   std::string temporaryName_;
   int descriptor_ = -1;
   std::uint64_t written_ = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,9 +63,26 @@ struct SoundTrack {
   std::vector<Chunk> chunks;
 };
 
+// The number of the first picture on the tape, or in the camera's count, and how it is told.
+struct TimeCode {
+  std::uint32_t firstFrame = 0;
+  int framesPerSecond = 25;   // of the count: 30 for 30000/1001
+  bool dropsNumbers = false;  // two a minute, nine minutes of ten, so that it keeps the time
+};
+
+// "10:00:00:00", or with ";" or "." before the frames where numbers are dropped, for pictures of
+// this rate; nothing for anything else.
+std::optional<TimeCode> timeCode(std::string_view text, const Fraction& frameRate);
+
+struct TimeCodeTrack {
+  TimeCode code;
+  std::uint64_t position = 0;  // in the file, of the number: 32 bits, high byte first
+};
+
 struct Movie {
   VideoTrack video;
   std::vector<SoundTrack> sound;
+  std::optional<TimeCodeTrack> timeCode;
 };
 
 // The picture counts in ticks of which a frame has a whole number. The movie counts in finer ones

@@ -1,0 +1,212 @@
+#include "ffmpeg/proresCommand.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "ffmpeg/ffmpegCommandLine.h"
+
+namespace tessarin {
+
+namespace {
+
+using Kind = FfmpegOptionGroup::Kind;
+using Names = std::initializer_list<std::string_view>;
+
+// What an output may be told, by who goes by it.
+constexpr std::array<std::string_view, 5> forBoth{"map", "ss", "t", "to", "threads"};
+constexpr std::array<std::string_view, 4> forPictures{"r", "r:v", "frames:v", "vframes"};
+constexpr std::array<std::string_view, 7> forSound{"c:a", "codec:a", "acodec",        "ac",
+                                                   "ar",  "async",   "channel_layout"};
+constexpr std::array<std::string_view, 21> forTheMovie{"af",
+                                                       "filter:a",
+                                                       "an",
+                                                       "c:v",
+                                                       "codec:v",
+                                                       "vcodec",
+                                                       "profile",
+                                                       "profile:v",
+                                                       "flags",
+                                                       "flags:v",
+                                                       "top",
+                                                       "vf",
+                                                       "filter:v",
+                                                       "movflags",
+                                                       "f",
+                                                       "color_trc",
+                                                       "color_primaries",
+                                                       "colorspace",
+                                                       "field_order",
+                                                       "sn",
+                                                       "dn"};
+constexpr std::array<std::string_view, 3> forTheRun{"y", "hide_banner", "nostdin"};
+
+template <std::size_t count>
+bool isIn(const std::array<std::string_view, count>& names, const FfmpegOption& option) {
+  return std::find(names.begin(), names.end(), option.name) != names.end();
+}
+
+std::string valueOf(const FfmpegOptionGroup& group, Names names) {
+  const FfmpegOption* option = group.last(names);
+  return option != nullptr ? option->value.value_or("") : "";
+}
+
+bool isKnown(const FfmpegOption& option) {
+  return isIn(forBoth, option) || isIn(forPictures, option) || isIn(forSound, option) ||
+         isIn(forTheMovie, option) || isIn(forTheRun, option);
+}
+
+std::string joined(const std::string& first, const std::string& second) {
+  return first.empty() ? second : first + "," + second;
+}
+
+bool endsWithMov(std::string_view path) {
+  constexpr std::string_view ending = ".mov";
+  return path.size() > ending.size() &&
+         std::equal(ending.begin(), ending.end(), path.end() - ending.size(), [](char a, char b) {
+           return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b);
+         });
+}
+
+bool makesProresMovie(const FfmpegOptionGroup& output) {
+  const std::string codec = valueOf(output, {"c:v", "codec:v", "vcodec"});
+  const std::string sound = valueOf(output, {"c:a", "codec:a", "acodec"});
+  const std::string profile = valueOf(output, {"profile", "profile:v"});
+  const bool hasProfile =
+      profile.empty() || (profile.size() == 1 && profile >= "0" && profile <= "4");
+  const std::string format = valueOf(output, {"f"});
+  const bool isMovie = format.empty() ? endsWithMov(output.file) : format == "mov";
+  return (codec == "prores" || codec == "prores_ks") && hasProfile && isMovie &&
+         (sound.empty() || sound == "pcm_s16le") && valueOf(output, {"top"}) != "0" &&
+         std::all_of(output.options.begin(), output.options.end(), isKnown);
+}
+
+// What is looked at before the options: the other files' streams, and what speaks for the run.
+bool isPlain(const std::vector<FfmpegOptionGroup>& groups) {
+  if (groups.size() < 2 || groups.back().kind != Kind::output)
+    return false;
+  return std::all_of(groups.begin(), groups.end() - 1, [](const FfmpegOptionGroup& group) {
+    return group.kind == Kind::input &&
+           group.last({"filter_complex", "lavfi", "progress"}) == nullptr;
+  });
+}
+
+// The filters, and behind them those that bring the pictures to what the encoder takes.
+std::string chainOf(const FfmpegOptionGroup& output, int profile, bool interlaced) {
+  const std::string own = valueOf(output, {"vf", "filter:v"});
+  std::string end = profile == 4 ? "format=yuv444p10" : "format=yuv422p10";
+  if (!interlaced)
+    end += ",setfield=prog";
+  else if (leavesSourceFields(own))
+    end += ",fieldorder=tff,setfield=tff";
+  else
+    end = "scale=interl=-1," + end + ",fieldorder=tff,setfield=tff";
+  return joined(own, end);
+}
+
+// Samples as they are, where the pictures keep their fields: the encoder brings chroma to all lines
+// and the fields to their order, which spares the pipe more than half.
+std::optional<std::string> keptChainOf(const FfmpegOptionGroup& output, int profile,
+                                       bool interlaced) {
+  const std::string own = valueOf(output, {"vf", "filter:v"});
+  const auto names = filterNames(own);
+  if (!interlaced || profile == 4 || leavesSourceFields(own) ||
+      std::find(names.begin(), names.end(), "scale") != names.end())
+    return std::nullopt;
+  return joined(own, "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10");
+}
+
+template <class... Lists>
+FfmpegOptionGroup outputWith(const FfmpegOptionGroup& given, const Lists&... lists) {
+  FfmpegOptionGroup group;
+  group.kind = Kind::output;
+  group.file = "pipe:1";
+  for (const FfmpegOption& option : given.options)
+    if ((isIn(lists, option) || ...))
+      group.options.push_back(option);
+  for (const char* name : {"sn", "dn"})
+    group.options.push_back({name, std::nullopt});
+  return group;
+}
+
+// ffmpeg counts time from the beginning of the streams that a run uses, which for some formats is
+// not that of all. With this further output, which costs nothing, both runs use the same ones.
+FfmpegOptionGroup sameStreams(const FfmpegOptionGroup& given) {
+  FfmpegOptionGroup group = outputWith(given, forBoth);
+  group.options.push_back({"c", "copy"});
+  group.options.push_back({"f", "null"});
+  group.file = "-";
+  return group;
+}
+
+std::vector<std::string> argumentsOf(std::vector<FfmpegOptionGroup> groups,
+                                     FfmpegOptionGroup output, FfmpegOptionGroup same) {
+  groups.pop_back();
+  groups.push_back(std::move(output));
+  groups.push_back(std::move(same));
+  return ffmpegArguments(groups);
+}
+
+// Of two runs one is enough to tell of the source.
+void makeQuiet(std::vector<FfmpegOptionGroup>& groups) {
+  for (FfmpegOptionGroup& group : groups)
+    std::erase_if(group.options, [](const FfmpegOption& option) {
+      return option.name == "loglevel" || option.name == "v";
+    });
+  groups.front().options.insert(groups.front().options.begin(), {"loglevel", "warning"});
+}
+
+PictureColours coloursOf(const FfmpegOptionGroup& output) {
+  PictureColours colours{valueOf(output, {"color_primaries"}), valueOf(output, {"color_trc"}),
+                         valueOf(output, {"colorspace"})};
+  // The options have other words for two of the curves.
+  if (colours.transfer == "gamma22")
+    colours.transfer = "bt470m";
+  if (colours.transfer == "gamma28")
+    colours.transfer = "bt470bg";
+  return colours;
+}
+
+}  // namespace
+
+std::optional<ProresCommand> proresCommand(const std::vector<std::string>& arguments) {
+  std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
+  if (!isPlain(groups) || !makesProresMovie(groups.back()))
+    return std::nullopt;
+  const FfmpegOptionGroup given = groups.back();
+  ProresCommand command;
+  if (const std::string profile = valueOf(given, {"profile", "profile:v"}); !profile.empty())
+    command.profile = profile.front() - '0';
+  command.interlaced = valueOf(given, {"flags", "flags:v"}).find("+ildct") != std::string::npos;
+  command.colours = coloursOf(given);
+  command.source = groups[groups.size() - 2].file;
+  command.output = given.file;
+  command.replace = std::any_of(groups.begin(), groups.end(), [](const FfmpegOptionGroup& group) {
+    return group.last({"y"}) != nullptr;
+  });
+
+  const auto picturesBy = [&](const std::string& chain) {
+    FfmpegOptionGroup pictures = outputWith(given, forBoth, forPictures);
+    for (const FfmpegOption& option :
+         {FfmpegOption{"an", std::nullopt}, FfmpegOption{"vsync", "1"}, FfmpegOption{"vf", chain},
+          FfmpegOption{"c:v", "wrapped_avframe"}, FfmpegOption{"strict", "-1"},
+          FfmpegOption{"f", "yuv4mpegpipe"}})
+      pictures.options.push_back(option);
+    return argumentsOf(groups, std::move(pictures), sameStreams(given));
+  };
+  command.pictures = picturesBy(chainOf(given, command.profile, command.interlaced));
+  if (const auto kept = keptChainOf(given, command.profile, command.interlaced))
+    command.keptFields = picturesBy(*kept);
+  if (given.last({"c:a", "codec:a", "acodec"}) == nullptr || given.last({"an"}) != nullptr)
+    return command;
+
+  FfmpegOptionGroup sound = outputWith(given, forBoth, forSound);
+  sound.options.push_back({"af", joined(valueOf(given, {"af", "filter:a"}), movieSoundFilter)});
+  sound.options.push_back({"vn", std::nullopt});
+  sound.options.push_back({"f", "wav"});
+  makeQuiet(groups);
+  command.sound = argumentsOf(groups, std::move(sound), sameStreams(given));
+  return command;
+}
+
+}  // namespace tessarin

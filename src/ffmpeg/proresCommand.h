@@ -1,0 +1,39 @@
+// An ffmpeg command line that makes a ProRes movie, taken apart so that another encoder can make
+// the same movie: ffmpeg then only decodes. Pure functions.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ffmpeg/pictureColours.h"
+
+namespace tessarin {
+
+// The environment variable that leaves ProRes to ffmpeg when it is "ffmpeg", for comparing.
+inline constexpr const char* proresEncoderVariable = "TESSARIN_PRORES_ENCODER";
+
+// A filter that brings sound to what movies of ours can have: higher rates become 48 kHz.
+inline constexpr const char* movieSoundFilter =
+    "aformat=sample_fmts=s16:sample_rates=48000|44100|32000|24000|22050|16000|12000|11025|8000";
+
+struct ProresCommand {
+  // Arguments for ffmpeg, in the words that ffmpegOptions.h translates: the pictures as YUV4MPEG2
+  // and the sound as WAVE to standard output, both counting time from the same moment.
+  std::vector<std::string> pictures;
+  // The pictures with samples and order of fields as they are, for when all of them have fields.
+  std::optional<std::vector<std::string>> keptFields;
+  std::optional<std::vector<std::string>> sound;
+  int profile = 2;          // ProresFlavour::profile
+  bool interlaced = false;  // top field first
+  PictureColours colours;   // as the movie is to say them; without primaries: nothing is said
+  std::string source;
+  std::string output;
+  bool replace = false;  // an existing output
+};
+
+// Nothing for a command that makes anything else, or that asks for something which the above cannot
+// hold: every option of the output has to be a known one.
+std::optional<ProresCommand> proresCommand(const std::vector<std::string>& arguments);
+
+}  // namespace tessarin

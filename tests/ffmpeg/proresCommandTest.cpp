@@ -1,0 +1,90 @@
+#include <gmock/gmock.h>
+
+#include "classShared/TextAdditions.h"
+#include "ffmpeg/proresCommand.h"
+
+namespace tessarin {
+namespace {
+
+std::vector<std::string> words(const std::string& text) {
+  std::vector<std::string> list;
+  for (const std::string_view word : split(text, " "))
+    list.emplace_back(word);
+  return list;
+}
+
+std::string joined(const std::vector<std::string>& list) {
+  return joinTexts(list, " ");
+}
+
+TEST(ProresCommand, TakesPicturesAndSoundApart) {
+  const auto command = proresCommand(
+      words("-loglevel info -c:a ac3 -fflags +genpts -i a.mts -c:v prores -profile 3 -flags "
+            "+ildct+ilme -top 1 -threads auto -vf setfield=bff,setparams=x=1 -r 25/1 -async 3000 "
+            "-c:a pcm_s16le -ac 2 -movflags faststart -color_primaries bt709 -color_trc gamma28 "
+            "-colorspace bt709 -ss 0.5 -sn -y a.mov"));
+  ASSERT_TRUE(command);
+  const std::string input = "-c:a ac3 -fflags +genpts -i a.mts ";
+  const std::string pictures = "-threads auto -r 25/1 -ss 0.5 -sn -dn -an -vsync 1 -vf ";
+  const std::string end = " -c:v wrapped_avframe -strict -1 -f yuv4mpegpipe pipe:1 ";
+  const std::string same = "-threads auto -ss 0.5 -sn -dn -c copy -f null -";
+  EXPECT_EQ(joined(command->pictures),
+            "-loglevel info " + input + pictures +
+                "setfield=bff,setparams=x=1,scale=interl=-1,format=yuv422p10,fieldorder=tff,"
+                "setfield=tff" +
+                end + same);
+  ASSERT_TRUE(command->keptFields);
+  EXPECT_EQ(joined(*command->keptFields),
+            "-loglevel info " + input + pictures +
+                "setfield=bff,setparams=x=1,scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|"
+                "yuv422p10" +
+                end + same);
+  ASSERT_TRUE(command->sound);
+  EXPECT_EQ(joined(*command->sound),
+            "-loglevel warning " + input +
+                "-threads auto -async 3000 -c:a pcm_s16le -ac 2 -ss 0.5 -sn -dn -af " +
+                std::string(movieSoundFilter) + " -vn -f wav pipe:1 " + same);
+  EXPECT_EQ(command->profile, 3);
+  EXPECT_TRUE(command->interlaced);
+  EXPECT_EQ(command->colours, (PictureColours{"bt709", "bt470bg", "bt709"}));
+  EXPECT_EQ(command->source, "a.mts");
+  EXPECT_EQ(command->output, "a.mov");
+  EXPECT_TRUE(command->replace);
+}
+
+TEST(ProresCommand, LeavesFieldsAloneOnlyWhereNothingMakesOthers) {
+  const auto chains = [](const std::string& options) {
+    const auto command = proresCommand(words("-i a " + options + " b.mov"));
+    const auto chain = [](const std::vector<std::string>& list) {
+      const auto option = std::find(list.begin(), list.end(), "-vf");
+      return option == list.end() ? "" : *(option + 1);
+    };
+    return command ? chain(command->pictures) + (command->keptFields ? " or kept" : "") : "";
+  };
+  const std::string fields = "-c:v prores -flags +ildct+ilme -top 1";
+  EXPECT_EQ(chains(fields), "scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff or kept");
+  EXPECT_EQ(chains(fields + " -vf scale=720:576"),
+            "scale=720:576,scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff");
+  EXPECT_EQ(chains(fields + " -vf scale=720:576,tinterlace=interleave_top"),
+            "scale=720:576,tinterlace=interleave_top,format=yuv422p10,fieldorder=tff,setfield=tff");
+  EXPECT_EQ(chains("-c:v prores -vf yadif=0:-1:0"), "yadif=0:-1:0,format=yuv422p10,setfield=prog");
+  EXPECT_EQ(chains("-c:v prores_ks -profile:v 4"), "format=yuv444p10,setfield=prog");
+}
+
+TEST(ProresCommand, LeavesAllElseToFfmpeg) {
+  const std::string ordinary = "-i a -c:v prores ";
+  EXPECT_TRUE(proresCommand(words(ordinary + "b.mov")));
+  EXPECT_FALSE(proresCommand(words(ordinary + "b.MOV"))->replace);
+  EXPECT_FALSE(proresCommand(words(ordinary + "b.mov"))->sound);
+  for (const char* end :
+       {"b.mkv", "-f matroska b.mov", "-c:v copy b.mov", "-c:a aac b.mov", "-top 0 b.mov",
+        "-profile 5 b.mov", "-q:v 5 b.mov", "-metadata title=x b.mov", "-pix_fmt yuv444p b.mov",
+        "b.mov -c:v copy c.mov", "b.mov -y", "-bsf:v x b.mov", "-vsync 0 b.mov"})
+    EXPECT_FALSE(proresCommand(words(ordinary + end))) << end;
+  EXPECT_FALSE(proresCommand(words("-c:v prores b.mov")));
+  EXPECT_FALSE(proresCommand(words("-filter_complex x " + ordinary + "b.mov")));
+  EXPECT_FALSE(proresCommand({}));
+}
+
+}  // namespace
+}  // namespace tessarin
