@@ -56,7 +56,7 @@ bool isKnown(const FfmpegOption& option) {
          isIn(forTheMovie, option) || isIn(forTheRun, option);
 }
 
-std::string joined(const std::string& first, const std::string& second) {
+std::string chained(const std::string& first, const std::string& second) {
   return first.empty() ? second : first + "," + second;
 }
 
@@ -101,7 +101,7 @@ std::string chainOf(const FfmpegOptionGroup& output, int profile, bool interlace
     end += ",fieldorder=tff,setfield=tff";
   else
     end = "scale=interl=-1," + end + ",fieldorder=tff,setfield=tff";
-  return joined(own, end);
+  return chained(own, end);
 }
 
 // Samples as they are, where the pictures keep their fields: the encoder brings chroma to all lines
@@ -113,7 +113,7 @@ std::optional<std::string> keptChainOf(const FfmpegOptionGroup& output, int prof
   if (!interlaced || profile == 4 || leavesSourceFields(own) ||
       std::find(names.begin(), names.end(), "scale") != names.end())
     return std::nullopt;
-  return joined(own, "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10");
+  return chained(own, "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10");
 }
 
 template <class... Lists>
@@ -201,7 +201,7 @@ std::optional<ProresCommand> proresCommand(const std::vector<std::string>& argum
     return command;
 
   FfmpegOptionGroup sound = outputWith(given, forBoth, forSound);
-  sound.options.push_back({"af", joined(valueOf(given, {"af", "filter:a"}), movieSoundFilter)});
+  sound.options.push_back({"af", chained(valueOf(given, {"af", "filter:a"}), movieSoundFilter)});
   sound.options.push_back({"vn", std::nullopt});
   sound.options.push_back({"f", "wav"});
   makeQuiet(groups);

@@ -27,11 +27,15 @@ constexpr int parts(int length, int side) {
   return (length + side - 1) / side;
 }
 
+}  // namespace
+
 // Slices of a row: as many of eight macroblocks as there is room for, then of four, two, one.
 struct SlicePlace {
   int x = 0;
   int macroblocks = 0;
 };
+
+namespace {
 
 std::vector<SlicePlace> slicesOfRow(int macroblocks) {
   std::vector<SlicePlace> slices;
@@ -48,6 +52,8 @@ const SliceCoder& fastestCoder(bool portable) {
   const SliceCoder* vector = portable ? nullptr : avx2SliceCoder();
   return vector != nullptr ? *vector : portableSliceCoder();
 }
+
+}  // namespace
 
 // Two neighbouring indices, which slices are coded with in such parts that a scale between theirs
 // is the mean. Behind the coarsest index more and more is left away.
@@ -77,8 +83,6 @@ class Mixture {
   QuantiserTable tables_[2];
   double coarse_ = 0;  // part of the slices
 };
-
-}  // namespace
 
 #ifdef TESSARIN_AVX2_BUILD
 
