@@ -16,20 +16,19 @@ BatchFile damagedFile(std::string reason) {
 
 }  // namespace
 
-Outcome<bool> writeBatchFile(const std::string& path, const StoredBatch& batch) {
+Outcome<void> writeBatchFile(const std::string& path, const StoredBatch& batch) {
   List rows;
   for (const StoredRow& stored : batch.rows)
     rows.emplace_back(storedForm(stored.row));
-  const auto bytes = batchPartBytes({{"settings", batch.settings}, {"rows", std::move(rows)}});
-  if (!bytes)
-    return Failure{bytes.reason()};
-  if (bytes.value().size() > propertyListMaxBytes)
+  TESSARIN_TAKE(const std::string bytes,
+                batchPartBytes({{"settings", batch.settings}, {"rows", std::move(rows)}}));
+  if (bytes.size() > propertyListMaxBytes)
     return Failure{localisationString("why_batchTooLarge")};
   // Whoever named the path, a file of another kind stays.
   if (const BatchPart there = readBatchPart(path);
       !there.isGood() && there.state != BatchPart::State::missing)
     return Failure{localisationString("why_fileThere")};
-  return writeFileAtomically(path, bytes.value());
+  return writeFileAtomically(path, bytes);
 }
 
 BatchFile readBatchFile(const std::string& path) {

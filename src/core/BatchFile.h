@@ -9,7 +9,7 @@ namespace tessarin {
 
 // One property list of the format with the settings and all rows; without thumbnails, which end
 // with the process. Replaces the file. Fails with the reason.
-Outcome<bool> writeBatchFile(const std::string& path, const StoredBatch& batch);
+Outcome<void> writeBatchFile(const std::string& path, const StoredBatch& batch);
 
 struct BatchFile {
   BatchPart::State state = BatchPart::State::missing;

@@ -195,7 +195,7 @@ bool BatchRecorder::flushAll() {
 }
 
 void BatchRecorder::writeGroup() {
-  const auto ended = [this](const Outcome<bool>& result) { groupEnded(result); };
+  const auto ended = [this](const Outcome<void>& result) { groupEnded(result); };
   if (store_) {
     group_ = std::make_shared<const BatchChanges>(gatheredChanges());
     disk_.add([store = &*store_, group = group_] { return store->write(*group); }, ended);
@@ -204,17 +204,15 @@ void BatchRecorder::writeGroup() {
   group_ = std::make_shared<const BatchChanges>(wholeBatch());
   made_ = std::make_shared<std::optional<BatchStore>>();
   disk_.add(
-      [parent = parent_, group = group_, made = made_]() -> Outcome<bool> {
-        auto store = BatchStore::create(parent, *group);
-        if (!store)
-          return Failure{store.reason()};
-        made->emplace(std::move(*store));
-        return true;
+      [parent = parent_, group = group_, made = made_]() -> Outcome<void> {
+        TESSARIN_TAKE(auto store, BatchStore::create(parent, *group));
+        made->emplace(std::move(store));
+        return {};
       },
       ended);
 }
 
-void BatchRecorder::groupEnded(const Outcome<bool>& result) {
+void BatchRecorder::groupEnded(const Outcome<void>& result) {
   const auto group = std::exchange(group_, nullptr);
   if (const auto made = std::exchange(made_, nullptr); made && *made)
     store_.emplace(std::move(**made));
@@ -297,7 +295,7 @@ std::optional<std::vector<std::string>> BatchRecorder::changedWaiting() {
   return sources;
 }
 
-bool BatchRecorder::check(const Outcome<bool>& written) {
+bool BatchRecorder::check(const Outcome<void>& written) {
   if (written)
     return true;
   logFormat("batch store         :-( {}", written.reason());
@@ -346,11 +344,11 @@ void BatchRecorder::discard() {
     store_->hide();
     auto old = std::make_shared<BatchStore>(std::move(*store_));
     disk_.add(
-        [old]() -> Outcome<bool> {
+        [old]() -> Outcome<void> {
           old->discard();
-          return true;
+          return {};
         },
-        [](const Outcome<bool>&) {});
+        [](const Outcome<void>&) {});
   }
   store_.reset();
   changedRows_.clear();

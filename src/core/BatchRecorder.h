@@ -78,7 +78,7 @@ class BatchRecorder {
   void flush();
   bool flushAll();
   void writeGroup();
-  void groupEnded(const Outcome<bool>& result);
+  void groupEnded(const Outcome<void>& result);
   bool hasFolder();
   BatchChanges wholeBatch();
   BatchChanges gatheredChanges();
@@ -86,7 +86,7 @@ class BatchRecorder {
   std::optional<std::vector<std::string>> changedWaiting();
   void rowStored(std::int64_t order);
   void forgetJob(std::int64_t order);
-  bool check(const Outcome<bool>& written);
+  bool check(const Outcome<void>& written);
 
   bool isEmpty() const;
   int rowOf(std::int64_t order) const;

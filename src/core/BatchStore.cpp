@@ -63,11 +63,8 @@ void removeTree(const std::string& folder) {
 }
 
 // Writes a file of a folder that nobody knows yet.
-Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) {
-  const auto serialized = batchPartBytes(content);
-  if (!serialized)
-    return Failure{serialized.reason()};
-  const std::string& bytes = serialized.value();
+Outcome<void> writeNew(const std::string& path, const Dico& content, bool sync) {
+  TESSARIN_TAKE(const std::string bytes, batchPartBytes(content));
   const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   const bool isWritten =
       file.isOpen() &&
@@ -75,7 +72,7 @@ Outcome<bool> writeNew(const std::string& path, const Dico& content, bool sync) 
       (!sync || ::fsync(file.number()) == 0);
   if (!isWritten)
     return Failure{path + ": " + systemReason(errno)};
-  return true;
+  return {};
 }
 
 Dico storedWaiting(const std::vector<std::string>& sources) {
@@ -171,8 +168,8 @@ std::string BatchStore::jobPath(std::int64_t order) const {
   return joinPath(folder_, fmt::format("job-{}{}", order, ending));
 }
 
-Outcome<bool> BatchStore::write(const BatchChanges& changes) const {
-  Outcome<bool> written = true;
+Outcome<void> BatchStore::write(const BatchChanges& changes) const {
+  Outcome<void> written;
   const auto writePart = [&written](const std::string& path, const Dico& content) {
     if (written)
       written = writeBatchPart(path, content, FolderSync::later);
@@ -193,7 +190,7 @@ Outcome<bool> BatchStore::write(const BatchChanges& changes) const {
   return written;
 }
 
-Outcome<bool> BatchStore::writeJob(std::int64_t order, const Dico& job) const {
+Outcome<void> BatchStore::writeJob(std::int64_t order, const Dico& job) const {
   return writeBatchPart(jobPath(order), job, FolderSync::now);
 }
 

@@ -53,9 +53,9 @@ class BatchStore {
   // All of it is on the disk when the call returns, in this order: settings, rows, removed rows,
   // waiting sources; a failure leaves out what follows. From any thread, also while others write
   // what these changes do not name.
-  Outcome<bool> write(const BatchChanges& changes) const;
+  Outcome<void> write(const BatchChanges& changes) const;
   // On the disk when the call returns.
-  Outcome<bool> writeJob(std::int64_t order, const Dico& job) const;
+  Outcome<void> writeJob(std::int64_t order, const Dico& job) const;
   // Gone from the disk with the next write.
   void removeJob(std::int64_t order) const;
 

@@ -26,7 +26,7 @@ DiskThread::~DiskThread() {
 void DiskThread::add(Work work, Done done) {
   if (!start()) {
     // Without a thread the caller waits for the disk.
-    Outcome<bool> result = work();
+    Outcome<void> result = work();
     finished_.push_back({{}, std::move(done), std::move(result)});
     loop_.cancel(watch_);
     watch_ = loop_.runSoon([this] { tellResults(); });

@@ -18,8 +18,8 @@ namespace tessarin {
 // there; it decides nothing and calls nothing of the interface.
 class DiskThread {
  public:
-  using Work = std::function<Outcome<bool>()>;
-  using Done = std::function<void(const Outcome<bool>& result)>;
+  using Work = std::function<Outcome<void>()>;
+  using Done = std::function<void(const Outcome<void>& result)>;
 
   // The loop is borrowed. The thread starts with the first piece.
   explicit DiskThread(RunLoop& loop) : loop_(loop) {}
@@ -37,7 +37,7 @@ class DiskThread {
   struct Piece {
     Work work;
     Done done;
-    Outcome<bool> result = true;
+    Outcome<void> result = {};
   };
 
   bool start();

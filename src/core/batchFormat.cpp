@@ -61,11 +61,9 @@ Outcome<std::string> batchPartBytes(const Dico& content) {
   return serializedPropertyList(file);
 }
 
-Outcome<bool> writeBatchPart(const std::string& path, const Dico& content, FolderSync folderSync) {
-  const auto bytes = batchPartBytes(content);
-  if (!bytes)
-    return Failure{bytes.reason()};
-  return writeFileAtomically(path, bytes.value(), folderSync);
+Outcome<void> writeBatchPart(const std::string& path, const Dico& content, FolderSync folderSync) {
+  TESSARIN_TAKE(const std::string bytes, batchPartBytes(content));
+  return writeFileAtomically(path, bytes, folderSync);
 }
 
 std::span<const FormatStep> batchFormatSteps() {

@@ -45,7 +45,7 @@ Dico recordOfStorable(const Dico& stored);
 // The bytes of a file of the format with this record. Fails with the reason.
 Outcome<std::string> batchPartBytes(const Dico& content);
 // Writes such a file as a whole. Fails with the reason.
-Outcome<bool> writeBatchPart(const std::string& path, const Dico& content, FolderSync folderSync);
+Outcome<void> writeBatchPart(const std::string& path, const Dico& content, FolderSync folderSync);
 
 // What became of reading a file of the format.
 struct BatchPart {

@@ -192,8 +192,7 @@ class TrackReader {
       return Failure{"its index has no unit of time"};
     for (const auto step : {&TrackReader::readEdits, &TrackReader::readSizes,
                             &TrackReader::readTimes, &TrackReader::readChunks})
-      if (const Outcome<bool> done = (this->*step)(); !done)
-        return Failure{done.reason()};
+      TESSARIN_TRY((this->*step)());
     return track_;
   }
 
@@ -205,19 +204,17 @@ class TrackReader {
   Span sizesAtom() const { return atoms_.sizes ? *atoms_.sizes : *atoms_.smallSizes; }
 
   // Edits without media at the beginning, and then one with: that is what a movie needs.
-  Outcome<bool> readEdits() {
+  Outcome<void> readEdits() {
     if (!atoms_.edits || movieScale_ == 0)
-      return true;
+      return {};
     const bool isLong = bytes_.number(atoms_.edits->begin, 1) == 1;
-    auto table = open(*atoms_.edits, isLong ? 20 : 12);
-    if (!table)
-      return Failure{table.reason()};
+    TESSARIN_TAKE(const auto table, open(*atoms_.edits, isLong ? 20 : 12));
     const unsigned width = isLong ? 8 : 4;
     const auto perMovieTick = static_cast<double>(scale_) / static_cast<double>(movieScale_);
     std::uint64_t withMedia = 0;
-    for (std::uint64_t entry = 0; entry < (*table)->count(); ++entry) {
-      const std::uint64_t length = (*table)->field(entry, 0, width);
-      const std::uint64_t time = (*table)->field(entry, width, width);
+    for (std::uint64_t entry = 0; entry < table->count(); ++entry) {
+      const std::uint64_t length = table->field(entry, 0, width);
+      const std::uint64_t time = table->field(entry, width, width);
       const std::int64_t from = isLong ? static_cast<std::int64_t>(time) : signed32(time);
       if (from < 0) {
         if (withMedia == 0)
@@ -233,11 +230,11 @@ class TrackReader {
       if (length > 0 && to < 9e18)
         shown_.to = std::llround(to);
     }
-    return checked((*table)->failure());
+    return checked(table->failure());
   }
 
   // Version and flags, the size of all or that of a size, the count, and the sizes.
-  Outcome<bool> readSizes() {
+  Outcome<void> readSizes() {
     constexpr std::uint64_t header = 12;
     const Span atom = sizesAtom();
     if (atom.size() < header)
@@ -254,25 +251,20 @@ class TrackReader {
   }
 
   // Counts what is shown, run by run of samples that are equally far apart.
-  Outcome<bool> readTimes() {
-    auto times = open(*atoms_.times, 8);
-    if (!times)
-      return Failure{times.reason()};
+  Outcome<void> readTimes() {
+    TESSARIN_TAKE(const auto times, open(*atoms_.times, 8));
     std::unique_ptr<Table> offsets;
     if (atoms_.offsets) {
-      auto opened = open(*atoms_.offsets, 8);
-      if (!opened)
-        return Failure{opened.reason()};
-      offsets = std::move(*opened);
+      TESSARIN_TAKE(offsets, open(*atoms_.offsets, 8));
     }
     std::uint64_t timed = 0;
     std::uint64_t ticks = 0;
     std::uint64_t offsetEntry = 0;
     std::uint64_t offsetLeft = 0;
     std::int64_t offset = 0;
-    for (std::uint64_t entry = 0; entry < (*times)->count() && timed < samples_; ++entry) {
-      std::uint64_t left = std::min((*times)->field(entry, 0, 4), samples_ - timed);
-      const std::uint64_t step = (*times)->field(entry, 4, 4);
+    for (std::uint64_t entry = 0; entry < times->count() && timed < samples_; ++entry) {
+      std::uint64_t left = std::min(times->field(entry, 0, 4), samples_ - timed);
+      const std::uint64_t step = times->field(entry, 4, 4);
       while (left > 0) {
         while (offsets && offsetLeft == 0 && offsetEntry < offsets->count()) {
           offsetLeft = offsets->field(offsetEntry, 0, 4);
@@ -292,8 +284,7 @@ class TrackReader {
     }
     track_.samples = timed;
     track_.seconds = static_cast<double>(ticks) / static_cast<double>(scale_);
-    return checked(!(*times)->failure().empty() || !offsets ? (*times)->failure()
-                                                            : offsets->failure());
+    return checked(!times->failure().empty() || !offsets ? times->failure() : offsets->failure());
   }
 
   // Bytes of one sample, where each has its own size.
@@ -320,34 +311,33 @@ class TrackReader {
     return missing;
   }
 
-  Outcome<bool> readChunks() {
+  Outcome<void> readChunks() {
     const unsigned width = atoms_.longChunks ? 8 : 4;
-    auto groups = open(*atoms_.chunkGroups, 12);
-    auto chunks = open(atoms_.longChunks ? *atoms_.longChunks : *atoms_.chunks, width);
-    if (!groups || !chunks)
-      return Failure{groups ? chunks.reason() : groups.reason()};
+    TESSARIN_TAKE(const auto groups, open(*atoms_.chunkGroups, 12));
+    TESSARIN_TAKE(const auto chunks,
+                  open(atoms_.longChunks ? *atoms_.longChunks : *atoms_.chunks, width));
     FileBytes sizes(descriptor_, bytes_.size());
     std::uint64_t sample = 0;
     std::uint64_t group = 0;
     std::uint64_t inChunk = 0;
-    for (std::uint64_t chunk = 0; chunk < (*chunks)->count() && sample < samples_; ++chunk) {
-      while (group < (*groups)->count() && (*groups)->field(group, 0, 4) <= chunk + 1)
-        inChunk = (*groups)->field(group++, 4, 4);
+    for (std::uint64_t chunk = 0; chunk < chunks->count() && sample < samples_; ++chunk) {
+      while (group < groups->count() && groups->field(group, 0, 4) <= chunk + 1)
+        inChunk = groups->field(group++, 4, 4);
       const std::uint64_t count = std::min(inChunk, samples_ - sample);
-      track_.missing += missingOf(sizes, sample, count, (*chunks)->field(chunk, 0, width));
+      track_.missing += missingOf(sizes, sample, count, chunks->field(chunk, 0, width));
       sample += count;
     }
     track_.missing += samples_ - sample;
-    for (const std::string& failure : {sizes.failure(), (*groups)->failure(), (*chunks)->failure()})
+    for (const std::string& failure : {sizes.failure(), groups->failure(), chunks->failure()})
       if (!failure.empty())
         return Failure{failure};
-    return true;
+    return {};
   }
 
-  static Outcome<bool> checked(const std::string& failure) {
+  static Outcome<void> checked(const std::string& failure) {
     if (!failure.empty())
       return Failure{failure};
-    return true;
+    return {};
   }
 
   int descriptor_;
@@ -383,7 +373,7 @@ std::uint64_t scaleOfMovie(FileBytes& bytes, Span index) {
   return 0;
 }
 
-Outcome<bool> readTracks(int descriptor, FileBytes& bytes, Span index, MovieIndex& movie) {
+Outcome<void> readTracks(int descriptor, FileBytes& bytes, Span index, MovieIndex& movie) {
   const std::uint64_t scale = scaleOfMovie(bytes, index);
   Atoms children(bytes, index);
   while (const auto child = children.next()) {
@@ -394,12 +384,10 @@ Outcome<bool> readTracks(int descriptor, FileBytes& bytes, Span index, MovieInde
       return Failure{"its index has too many tracks"};
     TrackAtoms atoms;
     collect(bytes, child->content, "trak", atoms);
-    const Outcome<MovieTrack> track = TrackReader(descriptor, bytes, atoms, scale).read();
-    if (!track)
-      return Failure{track.reason()};
-    movie.tracks.push_back(track.value());
+    TESSARIN_TAKE(const MovieTrack track, TrackReader(descriptor, bytes, atoms, scale).read());
+    movie.tracks.push_back(track);
   }
-  return true;
+  return {};
 }
 
 const MovieTrack* largest(const std::vector<MovieTrack>& tracks, MovieTrack::Kind kind) {
@@ -439,8 +427,7 @@ Outcome<MovieIndex> readMovieIndex(int descriptor) {
   movie.isWhole = movie.isWhole && parts.rest() == 0;
   if (!index)
     return Failure{"it has no index"};
-  if (const Outcome<bool> read = readTracks(descriptor, bytes, *index, movie); !read)
-    return Failure{read.reason()};
+  TESSARIN_TRY(readTracks(descriptor, bytes, *index, movie));
   return movie;
 }
 

@@ -137,12 +137,10 @@ Outcome<ChildProcess> ChildProcess::start(const ChildSetup& setup) {
     return stream.number_;
   };
 
-  Outcome<Pipe> report = makePipe();
-  if (!report)
-    return Failure{report.reason()};
+  TESSARIN_TAKE(Pipe report, makePipe());
   // The report's end must not lie where the child puts its standard streams.
-  Descriptor reportEnd(::fcntl(report->writeEnd.number(), F_DUPFD_CLOEXEC, 3));
-  report->writeEnd.close();
+  Descriptor reportEnd(::fcntl(report.writeEnd.number(), F_DUPFD_CLOEXEC, 3));
+  report.writeEnd.close();
   if (!reportEnd.isOpen())
     return Failure{"no descriptor: " + systemReason(errno)};
 
@@ -169,7 +167,7 @@ Outcome<ChildProcess> ChildProcess::start(const ChildSetup& setup) {
   ChildProcess child(pid, setup.ownSession,
                      setup.exitDescriptor ? openExitDescriptor(pid) : Descriptor());
   reportEnd.close();  // ours; the child's goes with its exec
-  if (const auto failure = readFailure(report->readEnd.number())) {
+  if (const auto failure = readFailure(report.readEnd.number())) {
     child.wait();
     return Failure{words(*failure, setup)};
   }

@@ -206,17 +206,13 @@ Outcome<std::string> serializedPropertyList(const Value& value) {
 
 Outcome<Value> readPropertyList(const std::string& path) {
   // One byte more than is taken tells that there is more.
-  const auto bytes = readWholeFile(path, propertyListMaxBytes + 1);
-  if (!bytes)
-    return Failure{bytes.reason()};
-  return parsePropertyList(bytes.value());
+  TESSARIN_TAKE(const std::string bytes, readWholeFile(path, propertyListMaxBytes + 1));
+  return parsePropertyList(bytes);
 }
 
-Outcome<bool> writePropertyList(const std::string& path, const Value& value) {
-  const auto bytes = serializedPropertyList(value);
-  if (!bytes)
-    return Failure{bytes.reason()};
-  return writeFileAtomically(path, bytes.value());
+Outcome<void> writePropertyList(const std::string& path, const Value& value) {
+  TESSARIN_TAKE(const std::string bytes, serializedPropertyList(value));
+  return writeFileAtomically(path, bytes);
 }
 
 }  // namespace tessarin

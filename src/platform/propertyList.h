@@ -25,6 +25,6 @@ Outcome<std::string> serializedPropertyList(const Value& value);
 
 Outcome<Value> readPropertyList(const std::string& path);
 // Replaces the file as a whole or leaves it as it was.
-Outcome<bool> writePropertyList(const std::string& path, const Value& value);
+Outcome<void> writePropertyList(const std::string& path, const Value& value);
 
 }  // namespace tessarin

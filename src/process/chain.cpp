@@ -68,19 +68,14 @@ Outcome<std::vector<ChildProcess>> startChain(std::vector<ChildSetup> commands, 
       command.input = ChildStream::descriptor(previousOutput.number());
     Pipe pipe;
     if (index + 1 < commands.size()) {
-      Outcome<Pipe> made = makePipe();
-      if (!made)
-        return Failure{made.reason()};
-      pipe = std::move(*made);
+      TESSARIN_TAKE(pipe, makePipe());
       command.output = ChildStream::descriptor(pipe.writeEnd.number());
     } else {
       command.output = output;
       command.error = error;
     }
-    Outcome<ChildProcess> child = ChildProcess::start(command);
-    if (!child)
-      return Failure{child.reason()};
-    children.push_back(std::move(*child));
+    TESSARIN_TAKE(auto child, ChildProcess::start(command));
+    children.push_back(std::move(child));
     previousOutput = std::move(pipe.readEnd);
   }
   return children;

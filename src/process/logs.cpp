@@ -140,15 +140,13 @@ bool redirectStdoutToFile(const std::string& path) {
   return redirected;
 }
 
-Outcome<bool> sendLogToFile(const std::string& path) {
-  Outcome<Descriptor> file = openLog(path);
-  if (!file)
-    return Failure{file.reason()};
-  setLogDescriptor(file->number());
-  ownLog().kept = std::move(*file);
+Outcome<void> sendLogToFile(const std::string& path) {
+  TESSARIN_TAKE(Descriptor file, openLog(path));
+  setLogDescriptor(file.number());
+  ownLog().kept = std::move(file);
   ownLog().path = path;
   setLogGrowth(lookEvery, keepToSize);
-  return true;
+  return {};
 }
 
 void setLogBeginning(std::function<void()> begin) {

@@ -33,7 +33,7 @@ bool redirectStdoutToFile(const std::string& path);
 
 // Sends only the log lines and the errors of tools there, for programs that keep their terminal.
 // The file stays open; a later call puts another in its place.
-Outcome<bool> sendLogToFile(const std::string& path);
+Outcome<void> sendLogToFile(const std::string& path);
 
 // Appends the text to the summary log as it stands. A missing log is begun first, with the UTF-8
 // mark and "start date    : " and the date, without a line end; with no text that is all.

@@ -30,9 +30,9 @@ Failure failure(const std::string& path, int error) {
 }
 
 // A folder that is ours alone.
-Outcome<bool> makePrivateFolder(const std::string& path) {
+Outcome<void> makePrivateFolder(const std::string& path) {
   if (::mkdir(path.c_str(), S_IRWXU) == 0)
-    return true;
+    return {};
   if (errno != EEXIST)
     return failure(path, errno);
   struct stat status {};
@@ -44,19 +44,19 @@ Outcome<bool> makePrivateFolder(const std::string& path) {
     return failure(path, EPERM);
   if (::chmod(path.c_str(), S_IRWXU) != 0)
     return failure(path, errno);
-  return true;
+  return {};
 }
 
-Outcome<bool> makeLink(const std::string& target, const std::string& path) {
+Outcome<void> makeLink(const std::string& target, const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_symlink(path, error)) {
     if (std::filesystem::read_symlink(path, error) == target)
-      return true;
+      return {};
     std::filesystem::remove(path, error);
   }
   if (::symlink(target.c_str(), path.c_str()) != 0)
     return failure(path, errno);
-  return true;
+  return {};
 }
 
 }  // namespace
@@ -73,21 +73,18 @@ std::string workToolsFolder() {
   return joinPath(joinPath(workFolderPath(), resourcesInFolder), "tools");
 }
 
-Outcome<bool> prepareWorkFolder(const Bundle& bundle) {
+Outcome<void> prepareWorkFolder(const Bundle& bundle) {
   const std::string folder = workFolderPath();
   std::error_code error;
   std::filesystem::create_directories(parentFolder(folder), error);
   std::string path = folder;
   for (const char* below : {"", "app.app", "Contents", "Resources"}) {
     path = joinPath(path, below);
-    if (Outcome<bool> made = makePrivateFolder(path); !made)
-      return made;
+    TESSARIN_TRY(makePrivateFolder(path));
   }
   for (const char* name : {"tools", "fonts"})
-    if (Outcome<bool> made = makeLink(joinPath(bundle.resourcePath(), name), joinPath(path, name));
-        !made)
-      return made;
-  return true;
+    TESSARIN_TRY(makeLink(joinPath(bundle.resourcePath(), name), joinPath(path, name)));
+  return {};
 }
 
 std::vector<std::string> toolEnvironment() {

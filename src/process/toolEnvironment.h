@@ -22,7 +22,7 @@ std::string workToolsFolder();
 // Makes the working folder (0700) with links to the bundle's tools and fonts in it, so that the
 // paths above and the environment below lead somewhere. Refuses a folder of somebody else, or a
 // link in its place: the default lies where every user may write.
-Outcome<bool> prepareWorkFolder(const Bundle& bundle);
+Outcome<void> prepareWorkFolder(const Bundle& bundle);
 
 // The environment of every tool, as "NAME=value": the application's own, with LC_CTYPE (tools
 // print UTF-8), FONTCONFIG_FILE and FONTCONFIG_PATH (the application's fonts) set.

@@ -31,8 +31,8 @@ ArchiveDownload::ArchiveDownload(RunLoop& loop, const Release& release, const st
       fetch_(
           loop, release.address, limitsFor(release, limits),
           [this](std::string_view bytes) { return take(bytes); },
-          [this](const Outcome<bool>& ended) {
-            const Outcome<bool> outcome = ended ? check() : ended;
+          [this](const Outcome<void>& ended) {
+            const Outcome<void> outcome = ended ? check() : ended;
             const Done tell = std::exchange(done_, nullptr);
             tell(outcome);
           }) {}
@@ -41,7 +41,7 @@ double ArchiveDownload::progress() const {
   return static_cast<double>(received_) / static_cast<double>(release_.size);
 }
 
-Outcome<bool> ArchiveDownload::take(std::string_view bytes) {
+Outcome<void> ArchiveDownload::take(std::string_view bytes) {
   int error = openError_;
   hash_.add(bytes);
   received_ += bytes.size();
@@ -54,17 +54,17 @@ Outcome<bool> ArchiveDownload::take(std::string_view bytes) {
   }
   if (error != 0)
     return Failure{localisationString("why_updateWrite", "", path_, systemReason(error))};
-  return true;
+  return {};
 }
 
-Outcome<bool> ArchiveDownload::check() {
+Outcome<void> ArchiveDownload::check() {
   if (received_ != release_.size)
     return Failure{localisationString("why_updateSize")};
   if (hash_.hexDigest() != release_.sha256)
     return Failure{localisationString("why_updateHash")};
   if (::close(file_.release()) != 0)
     return Failure{localisationString("why_updateWrite", "", path_, systemReason(errno))};
-  return true;
+  return {};
 }
 
 }  // namespace tessarin

@@ -16,7 +16,7 @@ namespace tessarin {
 class ArchiveDownload {
  public:
   // Called once, from the loop. May destroy the object.
-  using Done = std::function<void(const Outcome<bool>&)>;
+  using Done = std::function<void(const Outcome<void>&)>;
 
   // The file must not exist yet. Only `connect`, `stalled` and `whole` of the limits count.
   ArchiveDownload(RunLoop& loop, const Release& release, const std::string& path,
@@ -26,8 +26,8 @@ class ArchiveDownload {
   double progress() const;
 
  private:
-  Outcome<bool> take(std::string_view bytes);
-  Outcome<bool> check();
+  Outcome<void> take(std::string_view bytes);
+  Outcome<void> check();
 
   Release release_;
   std::string path_;

@@ -159,12 +159,12 @@ void Fetch::endWhenOver() {
   const CURLMsg* message = curl_multi_info_read(transfers_, &left);
   if (message == nullptr || message->msg != CURLMSG_DONE || !done_)
     return;
-  const Outcome<bool> outcome = outcomeOf(message->data.result);
+  const Outcome<void> outcome = outcomeOf(message->data.result);
   const Done done = std::exchange(done_, nullptr);
   done(outcome);
 }
 
-Outcome<bool> Fetch::outcomeOf(CURLcode code) {
+Outcome<void> Fetch::outcomeOf(CURLcode code) {
   long status = 0;
   curl_easy_getinfo(transfer_, CURLINFO_RESPONSE_CODE, &status);
   if (code != CURLE_OK)
@@ -175,7 +175,7 @@ Outcome<bool> Fetch::outcomeOf(CURLcode code) {
   if (code == CURLE_HTTP_RETURNED_ERROR || (code == CURLE_OK && status != statusOk))
     return Failure{localisationString("why_updateStatus", "", fmt::to_string(status))};
   if (code == CURLE_OK)
-    return true;
+    return {};
   if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_URL_MALFORMAT ||
       code == CURLE_LOGIN_DENIED)
     return Failure{localisationString("why_updateUnsafe", "", currentAddress())};
@@ -201,7 +201,7 @@ std::size_t Fetch::takeBytes(const char* bytes, std::size_t one, std::size_t cou
     return 0;
   }
   self.room_ -= size;
-  const Outcome<bool> taken = self.take_(std::string_view(bytes, size));
+  const Outcome<void> taken = self.take_(std::string_view(bytes, size));
   if (taken)
     return size;
   self.refusal_ = Failure{taken.reason()};

@@ -30,10 +30,10 @@ class Fetch {
  public:
   // Takes bytes as they come; a failure ends the transfer with its reason. Must not destroy the
   // Fetch.
-  using Take = std::function<Outcome<bool>(std::string_view)>;
+  using Take = std::function<Outcome<void>(std::string_view)>;
   // The end: true, or the reason in the user's words. Called once, from the loop. May destroy the
   // Fetch.
-  using Done = std::function<void(const Outcome<bool>&)>;
+  using Done = std::function<void(const Outcome<void>&)>;
 
   // The address is an askable one (address.h). The loop has to outlive the object.
   Fetch(RunLoop& loop, const std::string& address, const FetchLimits& limits, Take take, Done done);
@@ -46,7 +46,7 @@ class Fetch {
   void serveSockets();
   void advance(curl_socket_t socket, int events);
   void endWhenOver();
-  Outcome<bool> outcomeOf(CURLcode code);
+  Outcome<void> outcomeOf(CURLcode code);
   std::string currentAddress();
 
   // curl's callbacks; the last argument is the Fetch.

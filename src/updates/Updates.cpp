@@ -86,13 +86,13 @@ void Updates::ask(bool silently) {
       loop_, current_.address, current_.asking,
       [this](std::string_view bytes) {
         versionFile_ += bytes;
-        return true;
+        return Outcome<void>();
       },
-      [this](const Outcome<bool>& ended) { endLookUp(ended); });
+      [this](const Outcome<void>& ended) { endLookUp(ended); });
   become(UpdateState::asking);
 }
 
-void Updates::endLookUp(const Outcome<bool>& ended) {
+void Updates::endLookUp(const Outcome<void>& ended) {
   const auto fetch = std::move(fetch_);
   if (!ended)
     return fail(ended.reason());
@@ -122,7 +122,7 @@ void Updates::download() {
     return fail(*reason);
   download_ = std::make_unique<ArchiveDownload>(
       loop_, release_, joinPath(workFolder_, "archive.zip"), current_.downloading,
-      [this](const Outcome<bool>& ended) { endDownload(ended); });
+      [this](const Outcome<void>& ended) { endDownload(ended); });
   scheduleTick();
   become(UpdateState::downloading);
 }
@@ -134,7 +134,7 @@ void Updates::scheduleTick() {
   });
 }
 
-void Updates::endDownload(const Outcome<bool>& ended) {
+void Updates::endDownload(const Outcome<void>& ended) {
   const auto download = std::move(download_);
   loop_.cancel(std::exchange(task_, 0));
   if (!ended)

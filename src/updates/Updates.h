@@ -86,8 +86,8 @@ class Updates {
   void ask(bool silently);
   void become(UpdateState state);
   void fail(const std::string& reason);
-  void endLookUp(const Outcome<bool>& ended);
-  void endDownload(const Outcome<bool>& ended);
+  void endLookUp(const Outcome<void>& ended);
+  void endDownload(const Outcome<void>& ended);
   void scheduleTick();
   void unpackOn();
   void endUnpacking();

@@ -82,10 +82,7 @@ Outcome<Release> parseVersionFile(std::string_view bytes, std::string_view addre
   release.sha256 = lowerCase(textOf(file, "sha256"));
   if (!isHash(release.sha256))
     return noVersionFile("sha256");
-  auto whole = addressInDocument(address, textOf(file, "address"));
-  if (!whole)
-    return Failure{whole.reason()};
-  release.address = std::move(*whole);
+  TESSARIN_TAKE(release.address, addressInDocument(address, textOf(file, "address")));
   release.notes = notesOf(file, language);
   return release;
 }

@@ -143,7 +143,7 @@ bool appendTextToFile(std::string_view path, std::optional<std::string_view> tex
   return true;
 }
 
-Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
+Outcome<void> writeFileAtomically(std::string_view path, std::string_view bytes,
                                   FolderSync folderSync) {
   const std::string name = resolveAlias(expandTilde(path));
   const auto failure = [&name](int error) { return Failure{name + ": " + systemReason(error)}; };
@@ -168,7 +168,7 @@ Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
   }
   if (folderSync == FolderSync::now)
     syncFolder(parentFolder(name));
-  return true;
+  return {};
 }
 
 void noteFileSystemChanged(std::string_view /*path*/) {}

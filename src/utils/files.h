@@ -84,7 +84,7 @@ enum class FolderSync { now, later };
 
 // Writes to a temporary name beside the file, syncs and renames, so that the file is always whole.
 // A link keeps pointing where it does; an existing file keeps its permissions.
-Outcome<bool> writeFileAtomically(std::string_view path, std::string_view bytes,
+Outcome<void> writeFileAtomically(std::string_view path, std::string_view bytes,
                                   FolderSync folderSync = FolderSync::now);
 
 // The hidden name beside this path under which a file of ours is written that is not complete yet;

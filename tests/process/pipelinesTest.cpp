@@ -127,7 +127,7 @@ TEST_F(PipelinesTest, taskWithStrArgsRunsTheWorkingFoldersTools) {
   const test::TestBundle bundle(folder.file("App with blanks"), "en");
   const std::string tool = folder.writeScript("App with blanks/tools/speak", "echo \"$0\"");
   setWorkFolderPath(folder.file("work"));
-  const Outcome<bool> prepared = prepareWorkFolder(Bundle::main());
+  const Outcome<void> prepared = prepareWorkFolder(Bundle::main());
   EXPECT_TRUE(prepared) << prepared.reason();
   EXPECT_EQ(taskWithStrArgs(tool + " && " + tool),
             folder.file("work/app.app/Contents/Resources/tools/speak") + "\n" +

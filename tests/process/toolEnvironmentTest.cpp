@@ -63,7 +63,7 @@ TEST_F(ToolEnvironmentTest, theWorkingFolderIsPrivateAndLeadsToTheResources) {
 TEST_F(ToolEnvironmentTest, aWorkingFolderThatIsNotOursIsRefused) {
   const auto reason = [this](const std::string& name) {
     setWorkFolderPath(folder_.file(name));
-    const Outcome<bool> prepared = prepareWorkFolder(Bundle::main());
+    const Outcome<void> prepared = prepareWorkFolder(Bundle::main());
     return prepared ? std::string() : prepared.reason();
   };
   // A link that somebody laid in its place, a file, and a folder of another user.
