@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
+#include "cli/clipList.h"
 #include "cli/exitStatus.h"
 #include "cli/sources.h"
 #include "cli/terminal.h"
@@ -237,6 +238,10 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
+  std::vector<std::string> lists;
+  app.add_option("--from", lists, localisationString("help_from", textTable))
+      ->type_name("FILE")
+      ->allow_extra_args(false);  // each names one
   app.add_option("--batch", options.batchFile, localisationString("help_batch", textTable))
       ->type_name("FILE")
       ->take_last();
@@ -262,6 +267,12 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       return refuse(localisationString("wrong_option", textTable, word));
   options.command = takeCommand(options.paths);
   options.paths.insert(options.paths.end(), paths.begin(), paths.end());
+  for (const std::string& list : lists) {
+    const auto clips = readClipList(list);
+    if (!clips)
+      return refuse(clips.reason());
+    options.paths.insert(options.paths.end(), clips->begin(), clips->end());
+  }
   if (const auto reason = contradiction(app, options))
     return refuse(*reason);
   if (options.batchFile) {

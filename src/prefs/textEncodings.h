@@ -22,6 +22,7 @@ inline constexpr std::int64_t encodingUtf8 = 4;
 inline constexpr std::int64_t encodingMacSymbol = 6;
 inline constexpr std::int64_t encodingNonLossyAscii = 7;
 inline constexpr std::int64_t encodingUtf16 = 10;
+inline constexpr std::int64_t encodingWindows = 12;  // Western
 
 // In the order of the numbers.
 const std::vector<TextEncoding>& textEncodings();

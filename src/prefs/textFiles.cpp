@@ -23,14 +23,13 @@ std::string escapedForDoubleQuotes(std::string_view path) {
   return escaped;
 }
 
-// The encoding that the bytes show by themselves; 0 when they show none.
+}  // namespace
+
 std::int64_t detectedEncoding(std::string_view bytes) {
   if (startsWith(bytes, "\xFF\xFE") || startsWith(bytes, "\xFE\xFF"))
     return encodingUtf16;
   return isUtf8(bytes) ? encodingUtf8 : 0;
 }
-
-}  // namespace
 
 std::optional<std::string> readTextFile(const std::string& path) {
   const auto bytes = readWholeFile(path);

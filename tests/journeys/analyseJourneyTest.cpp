@@ -34,6 +34,32 @@ TEST_F(AnalyseJourney, ATableTellsWhatEachClipIs) {
   EXPECT_EQ(result.lines()[4], "           -> Apple Intermediate Codec 960x540p 25");
 }
 
+// Of a name that is no UTF-8, of one that is, and of one in UTF-16.
+TEST_F(AnalyseJourney, ListsOfAnyDayNameClips) {
+  const std::string oldName = folder.file("\xC9t\xE9.mts");
+  const std::string newName = folder.file("\xC3\x89t\xC3\xA9.mts");
+  std::filesystem::copy_file(tinyClip("x.mts", "0.4"), oldName);
+  std::filesystem::copy_file(oldName, newName);
+  std::string wide = "\xFF\xFE";
+  for (const char character : folder.file("x.mts\r\n"))
+    wide += {character, '\0'};
+  folder.write("wide.txt", wide);
+  // In the list of an old program the names are the same; which is meant is what there is.
+  folder.write("old.txt", "\r\n" + oldName + "\r\n");
+  Result result = tessarin({"analyse", "--json", "--from", "wide.txt", "--from", "old.txt"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.lines().size(), 2u) << result.out;
+  std::filesystem::remove(oldName);
+  result = tessarin({"analyse", "--json", "--from", "old.txt"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(json::parse(result.out, nullptr, false)["source"], newName);
+
+  folder.write("none.txt", std::string("\0\1\2", 3));
+  folder.write("empty.txt", "\n");
+  for (const char* wrong : {"none.txt", "empty.txt", "missing.txt"})
+    EXPECT_EQ(tessarin({"analyse", "--from", wrong}).status, 2) << wrong;
+}
+
 TEST_F(AnalyseJourney, WhatIsLeftOutIsToldWhereverOneLooks) {
   ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "0.4", "50") + test::tone("0.4") +
                                  test::tone("0.4") +
