@@ -132,7 +132,7 @@ class EncodingDriver {
   // The cause is the system's, "" when it is not known.
   std::string whyDestination(const std::string& cause = "") const;
   void purgeIntermediates(const Dico& current);
-  Outcome<bool> moveIntoPlace(JobEnd& end);
+  Outcome<void> moveIntoPlace(JobEnd& end);
   void finishJob(JobEnd end);
   void writeReadMe(const JobEnd& end);
 

@@ -112,7 +112,7 @@ void EncodingDriver::stepFin() {
 
 // Gives the movie its name, or the next one when something that is not to be replaced has come to
 // that meanwhile. Fails with the system's reason.
-Outcome<bool> EncodingDriver::moveIntoPlace(JobEnd& end) {
+Outcome<void> EncodingDriver::moveIntoPlace(JobEnd& end) {
   const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
   if (!folder_.isInPlace())
     return Failure();
@@ -121,7 +121,7 @@ Outcome<bool> EncodingDriver::moveIntoPlace(JobEnd& end) {
     const int error = renameTo(work_, name, isReplacing_);
     if (error == 0) {
       end.output = name;
-      return true;
+      return {};
     }
     logFormat("output              :-( {}: {}", name, systemReason(error));
     if (error != EEXIST)

@@ -64,7 +64,7 @@ ToolTasks::~ToolTasks() {
   endAll();
 }
 
-Outcome<bool> ToolTasks::tasklauncherStart(TaskStart start) {
+Outcome<void> ToolTasks::tasklauncherStart(TaskStart start) {
   const bool other = start.isOther;
   Side& side = this->side(other);
   release(side);
@@ -85,7 +85,7 @@ Outcome<bool> ToolTasks::tasklauncherStart(TaskStart start) {
   prepareControls(side);
 
   debugFormat("alloc class         : task{} ({})", sideName(other), joined(side.start.commands)[0]);
-  const Outcome<bool> started = other ? startAnalysisRun() : startLauncher();
+  const Outcome<void> started = other ? startAnalysisRun() : startLauncher();
   side.isUnderWay = started.ok();
   const std::string program = side.start.commands.front().front();
   logFormat("#3 failureInt={} ({})",
@@ -93,13 +93,13 @@ Outcome<bool> ToolTasks::tasklauncherStart(TaskStart start) {
             program);
   debugFormat("tLEncStart - end    : Converting next step/file");
   if (started)
-    return true;
+    return {};
   resetControls(side);
   release(side);
   return Failure{whyNotStarted(program, started.reason())};
 }
 
-Outcome<bool> ToolTasks::startLauncher() {
+Outcome<void> ToolTasks::startLauncher() {
   encoding_.launcher = std::make_unique<taskLauncher>(services_.loop);
   encoding_.launcher->setDelegate(this);
   // The launcher's text form loses every chunk with a byte above 127, and names have those.
@@ -108,10 +108,10 @@ Outcome<bool> ToolTasks::startLauncher() {
   if (encoding_.launcher->launchTasksWithArguments(joined(encoding_.start.commands)) !=
       taskLauncher::launched)
     return Failure{encoding_.launcher->launchFailure()};
-  return true;
+  return {};
 }
 
-Outcome<bool> ToolTasks::startAnalysisRun() {
+Outcome<void> ToolTasks::startAnalysisRun() {
   return analysisRun_.start(joined(other_.start.commands), other_.start.limits,
                             [this](ToolResult result) {
                               analysisOutput_ = std::move(result.output);

@@ -58,7 +58,7 @@ class ToolTasks final : public TaskLauncherDelegate {
   Signal<const Dico&> measured;
 
   // Fails when the pipeline cannot be launched, with a reason in the user's language.
-  Outcome<bool> tasklauncherStart(TaskStart start);
+  Outcome<void> tasklauncherStart(TaskStart start);
 
   void tasklauncherSuspend();
   void tasklauncherResume();
@@ -89,8 +89,8 @@ class ToolTasks final : public TaskLauncherDelegate {
     int signal = 0;
   };
 
-  Outcome<bool> startLauncher();
-  Outcome<bool> startAnalysisRun();
+  Outcome<void> startLauncher();
+  Outcome<void> startAnalysisRun();
   void taskDidEnd(Side& side, int status);
 
   void taskLauncherDidReceiveNewData(taskLauncher& launcher, std::string_view bytes) override;

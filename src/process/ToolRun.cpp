@@ -33,7 +33,7 @@ std::optional<std::string> reportOf(ToolResult result) {
   return text && !isBlankOutput(*text) ? text : std::nullopt;
 }
 
-Outcome<bool> ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended) {
+Outcome<void> ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended) {
   cancel();
   if (command.empty())
     return Failure();
@@ -53,7 +53,7 @@ Outcome<bool> ToolRun::start(const Arguments& command, const ToolLimits& limits,
   ended_ = std::move(ended);
   started_ = heard_ = steady_clock::now();
   watchTime();
-  return true;
+  return {};
 }
 
 void ToolRun::cancel() {

@@ -47,7 +47,7 @@ class ToolRun final : private TaskLauncherDelegate {
   // processes are gone; it may start the next run, and may destroy this object. When the
   // command cannot be started it fails with the system's reason, "" when there is no such program:
   // then nothing is called.
-  Outcome<bool> start(const Arguments& command, const ToolLimits& limits, Ended ended);
+  Outcome<void> start(const Arguments& command, const ToolLimits& limits, Ended ended);
   // Ends the run; its end is not told any more.
   void cancel();
   bool isRunning() const { return launcher_ != nullptr; }
