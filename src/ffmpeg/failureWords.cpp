@@ -26,19 +26,19 @@ constexpr std::array<std::string_view, 13> systemReasons{"No space left on devic
                                                          "Resource temporarily unavailable"};
 
 // Lines that tell what the tool read and how far it got, or give advice.
-constexpr std::array<std::string_view, 13> reports{"ffmpeg version",
-                                                   "Input #",
-                                                   "Output #",
-                                                   "Stream mapping",
-                                                   "Press [q]",
-                                                   "frame=",
-                                                   "size=",
-                                                   "video:",
-                                                   "Statistics:",
-                                                   "Last message",
-                                                   "-async is forwarded",
-                                                   "Exiting normally",
-                                                   "Conversion failed"};
+constexpr std::array<std::string_view, 13> accounts{"ffmpeg version",
+                                                    "Input #",
+                                                    "Output #",
+                                                    "Stream mapping",
+                                                    "Press [q]",
+                                                    "frame=",
+                                                    "size=",
+                                                    "video:",
+                                                    "Statistics:",
+                                                    "Last message",
+                                                    "-async is forwarded",
+                                                    "Exiting normally",
+                                                    "Conversion failed"};
 
 // What ffmpeg adds behind the failure of one of its parts.
 constexpr std::array<std::string_view, 13> consequences{
@@ -57,7 +57,7 @@ constexpr std::array<std::string_view, 13> consequences{
     "Terminating thread with return code"};
 
 template <std::size_t count>
-bool beginsWithOne(std::string_view line, const std::array<std::string_view, count>& starts) {
+bool opensWithOne(std::string_view line, const std::array<std::string_view, count>& starts) {
   return std::any_of(starts.begin(), starts.end(),
                      [line](std::string_view start) { return startsWith(line, start); });
 }
@@ -68,7 +68,7 @@ bool hasSystemReason(std::string_view line) {
 }
 
 // Without "[module @ address] ", of which there may be several.
-std::string_view withoutMarks(std::string_view line) {
+std::string_view unmarkedWords(std::string_view line) {
   while (startsWith(line, "["))
     if (const auto rest = textAfter(line, "] "))
       line = *rest;
@@ -85,12 +85,12 @@ std::string_view failureWords(std::string_view output) {
   ReportLines lines(output);
   while (const auto line = lines.next()) {
     // The contents of the files, which may say anything, are printed with blanks before them.
-    const std::string_view words = withoutMarks(*line);
-    if (startsWith(*line, " ") || words.empty() || beginsWithOne(words, reports))
+    const std::string_view words = unmarkedWords(*line);
+    if (startsWith(*line, " ") || words.empty() || opensWithOne(words, accounts))
       continue;
     if (hasSystemReason(words))
       return words;
-    (beginsWithOne(words, consequences) ? consequence : cause) = words;
+    (opensWithOne(words, consequences) ? consequence : cause) = words;
   }
   return cause.empty() ? consequence : cause;
 }
