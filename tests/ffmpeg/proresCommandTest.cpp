@@ -6,7 +6,7 @@
 namespace tessarin {
 namespace {
 
-std::vector<std::string> words(const std::string& text) {
+std::vector<std::string> wordsOf(const std::string& text) {
   std::vector<std::string> list;
   for (const std::string_view word : split(text, " "))
     list.emplace_back(word);
@@ -19,7 +19,7 @@ std::string joined(const std::vector<std::string>& list) {
 
 TEST(ProresCommand, TakesPicturesAndSoundApart) {
   const auto command = proresCommand(
-      words("-loglevel info -c:a ac3 -fflags +genpts -i a.mts -c:v prores -profile 3 -flags "
+      wordsOf("-loglevel info -c:a ac3 -fflags +genpts -i a.mts -c:v prores -profile 3 -flags "
             "+ildct+ilme -top 1 -threads auto -vf setfield=bff,setparams=x=1 -r 25/1 -async 3000 "
             "-c:a pcm_s16le -ac 2 -movflags faststart -color_primaries bt709 -color_trc gamma28 "
             "-colorspace bt709 -ss 0.5 -sn -y a.mov"));
@@ -54,7 +54,7 @@ TEST(ProresCommand, TakesPicturesAndSoundApart) {
 
 TEST(ProresCommand, LeavesFieldsAloneOnlyWhereNothingMakesOthers) {
   const auto chains = [](const std::string& options) {
-    const auto command = proresCommand(words("-i a " + options + " b.mov"));
+    const auto command = proresCommand(wordsOf("-i a " + options + " b.mov"));
     const auto chain = [](const std::vector<std::string>& list) {
       const auto option = std::find(list.begin(), list.end(), "-vf");
       return option == list.end() ? "" : *(option + 1);
@@ -73,16 +73,16 @@ TEST(ProresCommand, LeavesFieldsAloneOnlyWhereNothingMakesOthers) {
 
 TEST(ProresCommand, LeavesAllElseToFfmpeg) {
   const std::string ordinary = "-i a -c:v prores ";
-  EXPECT_TRUE(proresCommand(words(ordinary + "b.mov")));
-  EXPECT_FALSE(proresCommand(words(ordinary + "b.MOV"))->replace);
-  EXPECT_FALSE(proresCommand(words(ordinary + "b.mov"))->sound);
+  EXPECT_TRUE(proresCommand(wordsOf(ordinary + "b.mov")));
+  EXPECT_FALSE(proresCommand(wordsOf(ordinary + "b.MOV"))->replace);
+  EXPECT_FALSE(proresCommand(wordsOf(ordinary + "b.mov"))->sound);
   for (const char* end :
        {"b.mkv", "-f matroska b.mov", "-c:v copy b.mov", "-c:a aac b.mov", "-top 0 b.mov",
         "-profile 5 b.mov", "-q:v 5 b.mov", "-metadata title=x b.mov", "-pix_fmt yuv444p b.mov",
         "b.mov -c:v copy c.mov", "b.mov -y", "-bsf:v x b.mov", "-vsync 0 b.mov"})
-    EXPECT_FALSE(proresCommand(words(ordinary + end))) << end;
-  EXPECT_FALSE(proresCommand(words("-c:v prores b.mov")));
-  EXPECT_FALSE(proresCommand(words("-filter_complex x " + ordinary + "b.mov")));
+    EXPECT_FALSE(proresCommand(wordsOf(ordinary + end))) << end;
+  EXPECT_FALSE(proresCommand(wordsOf("-c:v prores b.mov")));
+  EXPECT_FALSE(proresCommand(wordsOf("-filter_complex x " + ordinary + "b.mov")));
   EXPECT_FALSE(proresCommand({}));
 }
 
