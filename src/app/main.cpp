@@ -26,13 +26,32 @@ namespace {
 // Their bytes as they are: a name need not be text.
 std::vector<std::string> sourcesOf(std::span<char* const> arguments) {
   std::vector<std::string> paths;
+  bool isBehindEnd = false;
   for (const char* argument : arguments) {
+    if (!isBehindEnd && std::string_view(argument) == "--") {
+      isBehindEnd = true;
+      continue;
+    }
     std::error_code failed;
     const auto path = std::filesystem::absolute(argument, failed);
     if (!failed)
       paths.push_back(path.lexically_normal().string());
   }
   return paths;
+}
+
+// The first argument that is meant as an option and is none; Qt has taken its own out. A name that
+// begins with a dash stands behind "--", or is that of a file that is there.
+std::optional<std::string> unknownOption(std::span<char* const> arguments) {
+  for (const char* argument : arguments) {
+    const std::string_view word = argument;
+    if (word == "--")
+      return std::nullopt;
+    std::error_code failed;
+    if (word.size() > 1 && word.front() == '-' && !std::filesystem::exists(argument, failed))
+      return std::string(word);
+  }
+  return std::nullopt;
 }
 
 // A second copy: its files go to the first one.
@@ -83,14 +102,20 @@ int main(int count, char** arguments) {
     return 1;
   }
   QApplication application(count, arguments);
+  const std::span<char* const> words(arguments + 1, static_cast<std::size_t>(count) - 1);
   setUpApplication(application);
   QtRunLoop loop;
   FileUserDomain domain(userDomainPath(), &loop);
   useLanguage(PreferenceStore(domain).prefReadString(languageKey));
   translateQt();
+  if (const auto option = unknownOption(words)) {
+    std::fprintf(stderr, "tessarin-gui: %s; tessarin-gui --help\n",
+                 localisationString("wrong_option", "CommandLine", *option).c_str());
+    return 2;
+  }
   SingleInstance instance(loop, runtimeFolder());
   // Qt has taken its own out.
-  const auto paths = sourcesOf(std::span(arguments, static_cast<std::size_t>(count)).subspan(1));
+  const auto paths = sourcesOf(words);
   return instance.isFirst() ? WindowProgram(loop, domain, instance).run(paths)
                             : runAsSecond(loop, instance, paths);
 }

@@ -93,8 +93,9 @@ std::string failureReason(const TaskEnd& end, const std::string& source) {
   });
   if (!isKnown && std::find(crashes.begin(), crashes.end(), signal) != crashes.end())
     return crashReason(signal);
-  return failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints,
-                       source);
+  const std::string reason =
+      failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints, source);
+  return replaceAll(reason, RunTroubles::outputPlaceholder, fileName(end.troubles.output()));
 }
 
 std::string whyNotStarted(const std::string& tool, const std::string& cause) {

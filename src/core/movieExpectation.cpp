@@ -80,8 +80,13 @@ std::optional<double> durationOf(const JobPlan& plan) {
   return exact > 0 ? std::optional(exact) : std::nullopt;
 }
 
-std::string seconds(double number) {
-  return fmt::format("{:.1f}", number);
+// A text with both lengths, with as many digits as tell them apart.
+std::string withSeconds(const char* key, const MovieVerdict& verdict) {
+  int digits = 1;
+  const auto seconds = [&digits](double number) { return fmt::format("{:.{}f}", number, digits); };
+  while (digits < 3 && seconds(verdict.is) == seconds(verdict.should))
+    ++digits;
+  return localisationString(key, "", seconds(verdict.is), seconds(verdict.should));
 }
 
 std::string count(double number) {
@@ -170,14 +175,13 @@ std::string reasonOf(const MovieVerdict& verdict) {
       return localisationString("why_movieIncomplete");
     case Fault::tooShort:
     case Fault::tooLong:
-      return localisationString("why_movieSeconds", "", seconds(verdict.is),
-                                seconds(verdict.should));
+      return withSeconds("why_movieSeconds", verdict);
     case Fault::tooFewPictures:
       return localisationString("why_moviePictures", "", count(verdict.is), count(verdict.should));
     case Fault::noSound:
       return localisationString("why_movieNoSound");
     case Fault::soundTooShort:
-      return localisationString("why_movieSound", "", seconds(verdict.is), seconds(verdict.should));
+      return withSeconds("why_movieSound", verdict);
   }
   return {};
 }

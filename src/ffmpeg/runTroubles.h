@@ -41,6 +41,9 @@ class RunTroubles {
   // Packets of sound, the same way.
   std::size_t damagedSound() const;
 
+  // The path that outputPlaceholder stands for.
+  const std::string& output() const { return output_; }
+
   // The lines that complain of something, in order, without the marks of ffmpeg's parts and with
   // sourcePlaceholder and outputPlaceholder for the paths. Of very many the first and the last
   // ones.
