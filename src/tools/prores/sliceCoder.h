@@ -33,8 +33,8 @@ struct SliceSource {
   blocks::Sampling sampling = blocks::Sampling::yuv420;
   LineSiting siting = LineSiting::frame;
   bool interlaced = false;  // the scan of fields
-  int linesOff = 0;         // 1: the planes' first line of luma, and what belongs to it, is left out
-  int x = 0;                // of the first macroblock, in macroblocks
+  int linesOff = 0;  // 1: the planes' first line of luma, and what belongs to it, is left out
+  int x = 0;         // of the first macroblock, in macroblocks
   int y = 0;
   int macroblocks = 0;  // 1, 2, 4 or 8
 };
