@@ -13,9 +13,8 @@ namespace tessarin {
 // The environment variable that leaves ProRes to ffmpeg when it is "ffmpeg", for comparing.
 inline constexpr const char* proresEncoderVariable = "TESSARIN_PRORES_ENCODER";
 
-// A filter that brings sound to what movies of ours can have: higher rates become 48 kHz.
-inline constexpr const char* movieSoundFilter =
-    "aformat=sample_fmts=s16:sample_rates=48000|44100|32000|24000|22050|16000|12000|11025|8000";
+// A filter that brings sound to what movies of ours have, at its own rate.
+inline constexpr const char* movieSoundFilter = "aformat=sample_fmts=s16";
 
 struct ProresCommand {
   // Arguments for ffmpeg, in the words that ffmpegOptions.h translates: the pictures as YUV4MPEG2

@@ -150,7 +150,7 @@ TEST(Movtool, KeepsAllTracksAndChannels) {
       makeClip(folder, "clip.mov",
                "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -f lavfi -i "
                "'sine=1000:r=48000:d=0.4,pan=5.1|c0=c0|c1=c0|c2=c0|c3=c0|c4=c0|c5=c0' -f lavfi -i "
-               "sine=500:r=44100:d=0.4 -map 0 -map 1 -map 2 -c:v mpeg4 -c:a pcm_s24le");
+               "sine=500:r=96000:d=0.4 -map 0 -map 1 -map 2 -c:v mpeg4 -c:a pcm_s24le");
   Settings settings;
   settings.width = 64;
   settings.height = 48;
@@ -161,7 +161,7 @@ TEST(Movtool, KeepsAllTracksAndChannels) {
     exported(folder, settings, clip);
     EXPECT_EQ(probed(movie, "a:0", "codec_tag_string,sample_rate,channels,channel_layout"),
               "sowt,48000,6,5.1");
-    EXPECT_EQ(probed(movie, "a:1", "codec_tag_string,sample_rate,channels"), "sowt,44100,1");
+    EXPECT_EQ(probed(movie, "a:1", "codec_tag_string,sample_rate,channels"), "lpcm,96000,1");
     EXPECT_NEAR(std::stod(probed(movie, "a:1", "duration")), 0.4, 0.001);
   }
 }

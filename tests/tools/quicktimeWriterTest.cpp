@@ -114,29 +114,38 @@ TEST(MovieWriter, SoundIsKeptToTheByteAndInterleaved) {
   // The first track comes ahead of the picture, the second behind it.
   ASSERT_EQ(movie.addSoundTrack({2, 48000, 3, 0}), 0U);
   ASSERT_TRUE(movie.addSound(0, countingSound(192000, 2)));
+  // More than 16 bits can tell of a rate.
+  ASSERT_EQ(movie.addSoundTrack({2, 96000, 3, 0}), 1U);
+  ASSERT_TRUE(movie.addSound(1, countingSound(384000, 2)));
   for (int frame = 0; frame < 100; ++frame) {
     ASSERT_TRUE(movie.addFrame(smallFrame()));
     if (frame == 5) {
-      ASSERT_EQ(movie.addSoundTrack({6, 44100, 0x3F, 0}), 1U);
+      ASSERT_EQ(movie.addSoundTrack({6, 44100, 0x3F, 0}), 2U);
     }
     if (frame % 10 == 9) {
-      ASSERT_TRUE(movie.addSound(1, countingSound(17640, 6, std::size_t(frame / 10) * 17640)));
+      ASSERT_TRUE(movie.addSound(2, countingSound(17640, 6, std::size_t(frame / 10) * 17640)));
     }
   }
   ASSERT_TRUE(movie.finish(false).ok());
 
-  for (const int track : {0, 1}) {
+  for (const int track : {0, 1, 2}) {
     const std::string raw = folder.file("sound.raw");
     const std::string stream = "a:" + std::to_string(track);
     EXPECT_EQ(runShell("ffmpeg -v error -y -i " + quoted(path) + " -map 0:" + stream +
                        " -f s16le " + quoted(raw))
                   .output,
               "");
-    const Bytes8 expected = track == 0 ? countingSound(192000, 2) : countingSound(176400, 6);
+    const Bytes8 expected = track == 0   ? countingSound(192000, 2)
+                            : track == 1 ? countingSound(384000, 2)
+                                         : countingSound(176400, 6);
     EXPECT_TRUE(folder.read("sound.raw") == std::string(expected.begin(), expected.end())) << track;
   }
-  EXPECT_EQ(probed(path, "a:0", "codec_tag_string,channels,channel_layout"), "sowt,2,stereo");
-  EXPECT_EQ(probed(path, "a:1", "codec_tag_string,channels,channel_layout"), "sowt,6,5.1");
+  const auto described = [&path](const char* stream) {
+    return probed(path, stream, "codec_tag_string,sample_rate,channels,channel_layout");
+  };
+  EXPECT_EQ(described("a:0"), "sowt,48000,2,stereo");
+  EXPECT_EQ(described("a:1"), "lpcm,96000,2,stereo");
+  EXPECT_EQ(described("a:2"), "sowt,44100,6,5.1");
 
   // In the order of the file no packet stands far from those of its time.
   const std::string packets =
@@ -372,7 +381,7 @@ TEST(MovieWriter, SaysWhatItCannotWrite) {
   EXPECT_THAT(reason("/dev/null", good), HasSubstr("not a file that can be replaced"));
   EXPECT_THAT(entries(folder), testing::IsEmpty());
 
-  EXPECT_TRUE(quicktime::formatProblem(SoundFormat{2, 96000, 0, 0}));
+  EXPECT_TRUE(quicktime::formatProblem(SoundFormat{2, 7000000, 0, 0}));
   EXPECT_TRUE(quicktime::formatProblem(SoundFormat{0, 48000, 0, 0}));
   EXPECT_FALSE(quicktime::formatProblem(SoundFormat{8, 48000, 0, 0}));
 }

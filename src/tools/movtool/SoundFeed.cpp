@@ -8,6 +8,13 @@ namespace tessarin::movtool {
 
 using quicktime::MovieWriter;
 
+namespace {
+
+// At once, whatever the rates of pictures and sound.
+constexpr std::int64_t mostMoments = 48000;
+
+}  // namespace
+
 Outcome<std::unique_ptr<SoundFeed>> SoundFeed::start(const std::string& ffmpeg,
                                                      const std::vector<std::string>& arguments) {
   Outcome<FfmpegRun> run = FfmpegRun::start(ffmpeg, arguments);
@@ -34,8 +41,7 @@ Outcome<bool> SoundFeed::feed(MovieWriter& movie, double seconds) {
     return true;
   const auto moments = static_cast<std::int64_t>(std::ceil(seconds * format_->sampleRate));
   while (moments > moments_ && !ended_) {
-    // Never more than a second at once, whatever the rate of the pictures.
-    const auto count = std::min<std::int64_t>(moments - moments_, format_->sampleRate);
+    const auto count = std::min(moments - moments_, mostMoments);
     buffer_.resize(static_cast<std::size_t>(count) * momentSize());
     Outcome<bool> moved = move(movie);
     if (!moved)
@@ -46,7 +52,7 @@ Outcome<bool> SoundFeed::feed(MovieWriter& movie, double seconds) {
 
 Outcome<bool> SoundFeed::finish(MovieWriter& movie) {
   while (format_ && !ended_) {
-    buffer_.resize(static_cast<std::size_t>(format_->sampleRate) * momentSize());
+    buffer_.resize(static_cast<std::size_t>(mostMoments) * momentSize());
     Outcome<bool> moved = move(movie);
     if (!moved)
       return moved;

@@ -14,6 +14,8 @@ namespace {
 // units.
 constexpr std::uint64_t roomAt = 20;
 constexpr std::uint64_t firstRoom = PartialFile::roomUnit - roomAt;
+// Of recordings in one bit, as PCM; more is no sound.
+constexpr int highestSampleRate = 6144000;
 constexpr std::size_t mostSoundInAChunk = 4U << 20;  // bytes
 
 double frameSeconds(const VideoFormat& format) {
@@ -56,7 +58,7 @@ std::optional<std::string> formatProblem(const VideoFormat& format) {
 std::optional<std::string> formatProblem(const SoundFormat& format) {
   if (format.channels < 1 || format.channels > 255)
     return "a sound track cannot have this number of channels";
-  if (format.sampleRate < 1 || format.sampleRate > 0xFFFF)
+  if (format.sampleRate < 1 || format.sampleRate > highestSampleRate)
     return "a sound track cannot have this sample rate";
   return std::nullopt;
 }

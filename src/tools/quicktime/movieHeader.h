@@ -38,7 +38,7 @@ struct VideoFormat {
 // 16-bit samples, low byte first, channels interleaved.
 struct SoundFormat {
   int channels = 2;
-  int sampleRate = 48000;  // at most 65,535
+  int sampleRate = 48000;
   // The channels' places, lowest bit first: 1 front left, 2 front right, 4 front centre, 8 low
   // frequency, 0x10 and 0x20 back, 0x200 and 0x400 side. 0: unknown.
   std::uint32_t channelPlaces = 0;

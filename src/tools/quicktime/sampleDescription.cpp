@@ -1,5 +1,7 @@
 #include "tools/quicktime/sampleDescription.h"
 
+#include <bit>
+
 namespace tessarin::quicktime {
 
 using Atom = AtomWriter::Atom;
@@ -51,11 +53,10 @@ void putVideoDescription(AtomWriter& out, const VideoFormat& format) {
   }
 }
 
-void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
-  const Atom table(out, "stsd", 0);
-  out.put32(1);
-  const Atom description(out, "sowt");
-  // Version 0 knows no more than two channels.
+namespace {
+
+// Version 0 knows no more than two channels, versions 0 and 1 no rate that 16 bits cannot hold.
+void putShortSoundDescription(AtomWriter& out, const SoundFormat& format) {
   const bool extended = format.channels > 2;
   out.putZeros(6);
   out.put16(1);  // data reference
@@ -71,6 +72,43 @@ void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
     out.put32(2 * static_cast<std::uint64_t>(format.channels));
     out.put32(2);  // bytes of a sample
   }
+}
+
+// Version 2, whose fields of before have fixed values.
+void putLongSoundDescription(AtomWriter& out, const SoundFormat& format) {
+  constexpr std::uint32_t sizeOfTheseFields = 72;
+  constexpr std::uint32_t signedInteger = 4;
+  constexpr std::uint32_t withoutGaps = 8;
+  out.putZeros(6);
+  out.put16(1);  // data reference
+  out.put16(2);
+  out.putZeros(6);  // revision and vendor
+  out.put16(3);
+  out.put16(16);
+  out.put16(0xFFFE);
+  out.put16(0);
+  out.put32(0x10000);
+  out.put32(sizeOfTheseFields);
+  out.put64(std::bit_cast<std::uint64_t>(static_cast<double>(format.sampleRate)));
+  out.put32(static_cast<std::uint64_t>(format.channels));
+  out.put32(0x7F000000);
+  out.put32(16);  // bits of a sample, low byte first
+  out.put32(signedInteger | withoutGaps);
+  out.put32(2 * static_cast<std::uint64_t>(format.channels));  // bytes of a packet
+  out.put32(1);                                                // sample moments in it
+}
+
+}  // namespace
+
+void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
+  const Atom table(out, "stsd", 0);
+  out.put32(1);
+  const bool isFast = format.sampleRate > 0xFFFF;
+  const Atom description(out, isFast ? "lpcm" : "sowt");
+  if (isFast)
+    putLongSoundDescription(out, format);
+  else
+    putShortSoundDescription(out, format);
   if (format.channelPlaces != 0) {
     const Atom atom(out, "chan", 0);
     out.put32(0x10000);  // the layout is given as bits
