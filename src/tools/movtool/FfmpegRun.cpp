@@ -24,6 +24,9 @@ constexpr int pipeSize = 1 << 20;
 // Of ffmpeg's complaints, enough for a probe's description and for the reason of a failure.
 constexpr std::size_t mostErrors = 1U << 20;
 
+// Of samples with 10 bits, which is how we want them: nobody else reads this pipe.
+constexpr std::string_view warningOfPipe = "generating non standard YUV stream";
+
 void passOn(std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = ::write(STDERR_FILENO, bytes.data(), bytes.size());
@@ -64,15 +67,29 @@ Outcome<std::string> ffmpegProgram() {
 }
 
 void FfmpegRun::Errors::readAll() {
-  movtool::readAll(pipe.number(), [this](std::string_view bytes) {
-    const std::lock_guard lock(mutex);
-    if (passedOn)
-      passOn(bytes);
-    // The beginning and the last part are kept.
-    if (text.size() > mostErrors)
-      text.erase(mostErrors / 2, text.size() - mostErrors);
-    text += bytes;
+  std::string begun;  // a line whose end has not come yet
+  movtool::readAll(pipe.number(), [this, &begun](std::string_view bytes) {
+    begun += bytes;
+    if (const std::size_t end = begun.find_last_of("\r\n"); end != std::string::npos) {
+      take(begun.substr(0, end + 1));
+      begun.erase(0, end + 1);
+    }
   });
+  take(begun);
+}
+
+void FfmpegRun::Errors::take(std::string lines) {
+  if (const std::size_t found = lines.find(warningOfPipe); found != std::string::npos) {
+    const std::size_t start = lines.find_last_of("\r\n", found) + 1;
+    lines.erase(start, lines.find_first_of("\r\n", found) + 1 - start);
+  }
+  const std::lock_guard lock(mutex);
+  if (passedOn)
+    passOn(lines);
+  // The beginning and the last part are kept.
+  if (text.size() > mostErrors)
+    text.erase(mostErrors / 2, text.size() - mostErrors);
+  text += lines;
 }
 
 FfmpegRun::FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors)

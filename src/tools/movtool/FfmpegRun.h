@@ -49,6 +49,7 @@ class FfmpegRun {
     bool passedOn = false;
     std::thread thread;
     void readAll();
+    void take(std::string lines);
   };
 
   FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors);
