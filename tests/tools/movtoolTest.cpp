@@ -197,6 +197,41 @@ TEST(Movtool, KeepsTheSoundThatChangesItsChannels) {
   }
 }
 
+// Directly and by an export. The place and the camera's name are those of a telephone.
+TEST(Movtool, KeepsWhatTheSourceSaysOfItself) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip = makeClip(
+      folder, "clip.mov",
+      "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -c:v prores -movflags use_metadata_tags "
+      "-metadata title='Größe: 1' -metadata comment='Input #0, a\n  Duration: b' "
+      "-metadata ARTIST=me -metadata com.apple.quicktime.model=X1 -metadata make=Y "
+      "-metadata location=+48.1000+011.5000/ -metadata creation_time=2020-02-29T03:04:05Z");
+  Settings settings;
+  settings.codec = "prores";
+  const std::string movie = test::quoted(folder.file("out.mov"));
+  for (const bool directly : {false, true}) {
+    SCOPED_TRACE(directly);
+    if (directly) {
+      const ShellResult made = runShell(movtool + " --as-ffmpeg -i " + test::quoted(clip) +
+                                        " -c:v prores -profile 2 -y " + movie + " 2>&1");
+      EXPECT_EQ(made.status, 0) << made.output;
+      // The pipe between two programs of ours is nobody's business.
+      EXPECT_THAT(made.output, testing::Not(HasSubstr("non standard")));
+      EXPECT_THAT(made.output, HasSubstr("frame="));
+    } else {
+      exported(folder, settings, clip);
+    }
+    const std::string told =
+        runShell("ffprobe -v error -show_entries format_tags -of default=nk=0:nw=1 " + movie)
+            .output;
+    for (const char* each :
+         {"title=Größe: 1\n", "comment=Input #0, a\n  Duration: b\n", "artist=me\n", "model=X1\n",
+          "make=Y\n", "location=+48.1000+011.5000/\n",
+          "creation_time=2020-02-29T03:04:05.000000Z\n"})
+      EXPECT_THAT(told, HasSubstr(std::string("TAG:") + each));
+  }
+}
+
 // Told apart from a movie without pictures, and brought to the range that movies have.
 TEST(Movtool, TakesPicturesOfTheFullRange) {
   const ScopedTemporaryFolder folder;

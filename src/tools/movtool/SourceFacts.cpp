@@ -76,6 +76,7 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
   facts.flagged = picture.fieldOrder != FieldOrder::progressive;
   facts.firstPicture = firstPictureOf(report);
   facts.timeCode = timeCodeOf(report);
+  facts.texts = sourceTexts(report);
   bool picturesSeen = false;
   DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {

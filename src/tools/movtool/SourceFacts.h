@@ -7,6 +7,7 @@
 
 #include "classShared/Outcome.h"
 #include "ffmpeg/pictureColours.h"
+#include "tools/movtool/sourceTexts.h"
 #include "tools/quicktime/movieHeader.h"
 #include "tools/streams/yuv4mpeg.h"
 
@@ -27,6 +28,7 @@ struct SourceFacts {
   std::optional<double> duration;  // seconds
   int soundTracks = 0;
   std::string timeCode;  // as ffmpeg tells it; empty: there is none
+  SourceTexts texts;
   // When the first picture is shown, in seconds of the time line that ffmpeg gives its filters. Not
   // always 0: sound may begin before, and pictures before the one that decoding can begin with.
   quicktime::Fraction firstPicture = {0, 1};

@@ -149,6 +149,7 @@ Outcome<bool> runExport(const ExportJob& job) {
     return videoFormat(settings.value(), plan, stream);
   };
   making.timeCode = exported.timeCode;
+  making.texts = exported.texts;
   making.source = job.input.path;
   making.output = job.output;
   making.replace = job.replace;

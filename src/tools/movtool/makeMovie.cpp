@@ -109,6 +109,18 @@ Outcome<bool> fill(const MovieMaking& making, Pictures& pictures, const SoundFee
   return true;
 }
 
+// What the movie says besides its pictures. The report is whole when the run has ended well.
+void describe(const MovieMaking& making, const Pictures& pictures, bool hasReport,
+              const quicktime::Fraction& frameRate, MovieWriter& movie) {
+  const bool isTold = making.isLikeFfmpeg && hasReport;
+  const std::string_view report = isTold ? pictures.run.report() : std::string_view();
+  const auto code = quicktime::timeCode(isTold ? timeCodeOf(report) : making.timeCode, frameRate);
+  if (code)
+    movie.setTimeCode(*code);
+  SourceTexts own = isTold ? sourceTexts(report) : making.texts;
+  movie.setTexts(std::move(own.texts), own.made.value_or(0));
+}
+
 }  // namespace
 
 Outcome<bool> makeMovie(const MovieMaking& making) {
@@ -145,11 +157,7 @@ Outcome<bool> makeMovie(const MovieMaking& making) {
   if (!filled && (!making.isLikeFfmpeg || movie->frameCount() == 0))
     return filled;
   // As far as it came it can be played.
-  const auto code = quicktime::timeCode(
-      making.isLikeFfmpeg && filled ? timeCodeOf(pictures->run.report()) : making.timeCode,
-      format->frameRate);
-  if (code)
-    movie->setTimeCode(*code);
+  describe(making, *pictures, filled.ok(), format->frameRate, movie.value());
   const Outcome<bool> finished = movie->finish(making.replace);
   if (!filled || !finished)
     return filled ? finished : filled;

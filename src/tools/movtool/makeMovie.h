@@ -9,6 +9,7 @@
 
 #include "classShared/Outcome.h"
 #include "tools/movtool/FfmpegRun.h"
+#include "tools/movtool/sourceTexts.h"
 #include "tools/pictures/PictureCodec.h"
 
 namespace tessarin::movtool {
@@ -27,8 +28,10 @@ struct MovieMaking {
   bool isLikeFfmpeg = false;
   // What the movie is to be, of pictures that come like this; a reason when they cannot be taken.
   std::function<Outcome<quicktime::VideoFormat>(const yuv4mpeg::Header&)> format;
-  std::string timeCode;  // as ffmpeg tells it; like ffmpeg: that which it tells on the way
-  std::string source;    // for reasons
+  // As ffmpeg tells them; like ffmpeg: those which it tells on the way.
+  std::string timeCode;
+  SourceTexts texts;
+  std::string source;  // for reasons
   std::string output;
   bool replace = false;  // an existing output
   // Seconds of the source, which the lines about the progress count by; none: there are no lines.

@@ -32,6 +32,11 @@ class MovieWriter {
 
   // Allowed until finish().
   void setTimeCode(const TimeCode& code) { movie_.timeCode = {code, 0}; }
+  // Allowed until finish(). `made` as Movie has it.
+  void setTexts(std::vector<MovieText> texts, std::uint64_t made) {
+    movie_.texts = std::move(texts);
+    movie_.made = made;
+  }
 
   // Each is false after any failure, then and ever after; failure() says why.
   bool addFrame(std::span<const std::uint8_t> bytes);

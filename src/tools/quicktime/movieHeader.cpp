@@ -46,12 +46,12 @@ void putMatrix(AtomWriter& out) {
     out.put32(entry);
 }
 
-void putMovieHeader(AtomWriter& out, std::uint64_t duration, const TimeScale& scale,
-                    std::size_t tracks) {
+void putMovieHeader(AtomWriter& out, std::uint64_t made, std::uint64_t duration,
+                    const TimeScale& scale, std::size_t tracks) {
   const bool wide = duration > most32Bits;
   const Atom atom(out, "mvhd", versionFlags(wide, 0));
-  putWide(out, 0, wide);  // when it was made and changed: unknown
-  putWide(out, 0, wide);
+  putWide(out, made, wide);
+  putWide(out, made, wide);  // changed
   out.put32(scale.moviePerSecond());
   putWide(out, duration, wide);
   out.put32(0x10000);  // normal speed
@@ -369,13 +369,14 @@ std::vector<std::uint8_t> movieHeader(const Movie& movie) {
   {
     const Atom atom(out, "moov");
     const std::size_t tracks = 1 + movie.sound.size() + (movie.timeCode ? 1 : 0);
-    putMovieHeader(out, duration, scale, tracks);
+    putMovieHeader(out, movie.made, duration, scale, tracks);
     putVideoTrack(out, movie.video, scale, movie.timeCode ? static_cast<std::uint32_t>(tracks) : 0);
     std::uint32_t id = 2;
     for (const SoundTrack& track : movie.sound)
       putSoundTrack(out, track, id++, scale);
     if (movie.timeCode)
       putTimeCodeTrack(out, *movie.timeCode, id, videoDuration(movie.video, scale), scale);
+    putMovieTexts(out, movie.texts);
   }
   return out.bytes();
 }

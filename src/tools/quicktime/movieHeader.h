@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ffmpeg/pictureColours.h"
+#include "tools/quicktime/movieTexts.h"
 
 namespace tessarin::quicktime {
 
@@ -83,6 +84,8 @@ struct Movie {
   VideoTrack video;
   std::vector<SoundTrack> sound;
   std::optional<TimeCodeTrack> timeCode;
+  std::vector<MovieText> texts;
+  std::uint64_t made = 0;  // seconds since the beginning of 1904 (UTC), 32 bits; 0: unknown
 };
 
 // The picture counts in ticks of which a frame has a whole number. The movie counts in finer ones
