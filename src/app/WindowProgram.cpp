@@ -195,7 +195,7 @@ void WindowProgram::iba_checkForUpdates() {
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
       app_, WindowActions{[this] { leave(); }, revealInFileBrowser, iba_OpenFile,
-                          [this] { iba_checkForUpdates(); }});
+                          [this] { iba_checkForUpdates(); }, &preferences_});
   alerts_.setWindow(window_.get());
 }
 
@@ -219,11 +219,15 @@ void WindowProgram::applicationDidFinishLaunching() {
 }
 
 void WindowProgram::tellAtStart() {
-  if (!app_.interface.assistantSkip.isChecked())
-    window_->showAssistant();
   if (!domain_.problem().empty())
     alerts_.show({domain_.problem(), ""});
+  // A question takes the keys, so that the assistant waits for another start; it comes once by
+  // itself.
   recovery_.begin(batchesFolder());
+  if (alerts_.isOpen() || app_.interface.assistantSkip.isChecked())
+    return;
+  app_.interface.assistantSkip.setChecked(true);
+  window_->showAssistant();
 }
 
 // What comes from outside the window: signals, the end of the session, other copies.
@@ -240,6 +244,7 @@ void WindowProgram::watchOutside() {
     // The user's own end of the batch; after keep() nothing of it goes.
     recorder_.forget();
     isLeaving_ = true;
+    window_->rememberPlace();
     debugFormat("applicationShouldTerminateAfterLastWindowClosed ?");
     window_->hide();
     alerts_.close();
@@ -252,9 +257,14 @@ void WindowProgram::watchBatch() {
   recorder_.failed.connect([this](const std::string& reason) {
     alerts_.show({localisationString("D_recover_failed", "", reason), ""});
   });
+  app_.driver().jobStarted.connect([this](const std::string&, const std::string&) {
+    awake_.hold(localisationString("D_stayAwake"));
+  });
+  app_.driver().batchEnded.connect([this] { awake_.release(); });
   // Who looks at one of our windows sees it there.
   app_.driver().batchEnded.connect([this] {
-    if (!isLeaving_ && QApplication::applicationState() != Qt::ApplicationActive)
+    if (!isLeaving_ && !app_.driver().wasStopped() &&
+        QApplication::applicationState() != Qt::ApplicationActive)
       message_.show(localisationString("D_fin_GUI"),
                     endText(countRows(app_.table()), app_.driver().troubles()));
   });
@@ -304,6 +314,7 @@ void WindowProgram::quitAtOnce() {
     return;
   }
   recorder_.keep();
+  window_->rememberPlace();
   app_.quitAtOnce([this] { stopLoop(); });
 }
 

@@ -21,6 +21,7 @@
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
 #include "views/SessionEnd.h"
+#include "views/StayAwake.h"
 
 namespace tessarin {
 
@@ -73,6 +74,7 @@ class WindowProgram {
   UpdateInterface updateInterface_;
   std::unique_ptr<MainWindow> window_;
   DesktopMessage message_{[this] { window_->bringToFront(); }};
+  StayAwake awake_;
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<SessionEnd> session_;
   bool isReady_ = false;                          // the start has ended

@@ -345,25 +345,27 @@ void EncodingDriver::endOfBatch() {
     logFormat(":-( taskStopBt={}", interface_.encoding.stopBt.selected());
     logLine("task ended: (regular end || cancel(stop|quit)) but taskStopBt id still defined.");
   }
-  stopAsked_ = false;
+  wasStopped_ = std::exchange(stopAsked_, false);
   interface_.batchGoBt.setState(0);
   interface_.batchGoBt.setEnabled(table_.count() > 0);
   interface_.encoding.action.setText("");
   services_.preferences.prefRemove(StateKey::encoded);
   services_.preferences.prefRemove(StateKey::replaceFiles);
   tellOfEnd();
-  if (services_.reveal)
+  // Whoever stops a batch is not interrupted, and a folder without a new movie has nothing to show.
+  if (services_.reveal && !wasStopped_ && countRows(table_).converted > 0)
     services_.reveal(outputFolder(interface_.destination.text()));
   batchEnded.emit();
 }
 
-// How the batch has ended: in the window, and in an alert when the user wants one.
+// How the batch has ended: in the window, and in an alert when the user wants one and has not
+// stopped it himself.
 void EncodingDriver::tellOfEnd() {
   if (const std::string trouble = troubleText(batchTroubles_, " "); !trouble.empty()) {
     const std::string said = interface_.batchReport.text();
     interface_.batchReport.setText(said.empty() ? trouble : said + " " + trouble);
   }
-  if (services_.preferences.integer(PrefKey::alertEnd) != 1)
+  if (wasStopped_ || services_.preferences.integer(PrefKey::alertEnd) != 1)
     return;
   services_.alerts.show(
       {localisationString("D_fin_GUI"),

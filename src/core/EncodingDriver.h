@@ -69,6 +69,8 @@ class EncodingDriver {
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
   // Of this batch, or of the one that ended last.
   const BatchTroubles& troubles() const { return batchTroubles_; }
+  // Whether the user stopped the batch that ended last.
+  bool wasStopped() const { return wasStopped_; }
 
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
   bool measuresSeconds() const { return !isExporting_; }
@@ -149,6 +151,7 @@ class EncodingDriver {
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
   bool stopAsked_ = false;  // encStopInt
+  bool wasStopped_ = false;
   bool suspendedForAnalysis_ = false;
   bool isPauseHeld_ = false;    // the user's, during an analysis
   std::function<void()> held_;  // to be done after the analysis

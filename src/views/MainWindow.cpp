@@ -10,11 +10,14 @@
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <filesystem>
 
 #include "classShared/log.h"
 #include "core/admittedSources.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
+#include "utils/files.h"
 #include "views/accessibility.h"
 #include "views/images.h"
 #include "views/localize.h"
@@ -25,7 +28,14 @@ namespace tessarin {
 namespace {
 
 constexpr int windowWidth = 960;
-constexpr int drawerHeight = 360;
+constexpr int leastDrawer = 160;
+constexpr int greatestDrawer = 4000;
+
+// Stored keys: as QWidget::saveGeometry gives it, in base64; the height of the open drawer, 0 for
+// none; a path.
+constexpr std::string_view placeKey = "windowPlace";
+constexpr std::string_view drawerKey = "windowDrawer";
+constexpr std::string_view lastFolderKey = "windowLastFolder";
 
 // What the open panel can show: movies as they are taken in, or everything.
 QStringList openPanelFilters() {
@@ -49,6 +59,7 @@ MainWindow::MainWindow(appDelegate& app, WindowActions actions)
   makeMenus();
   localizeWindow(this);
   resize(windowWidth, sizeHint().height());
+  restorePlace();
   const QPointer<MainWindow> held(this);
   app_.interface.batchDrawer.changed.connect([held] {
     if (held)
@@ -99,10 +110,44 @@ void MainWindow::makeContent() {
 void MainWindow::showDrawer(bool shown) {
   if (shown == !drawer_->isHidden())
     return;
-  const int before = height();  // showing it makes the window as high as it has to be
-  drawer_->setVisible(shown);
-  if (!isMaximized() && !isFullScreen())
-    resize(width(), before + (shown ? drawerHeight : -drawerHeight));
+  const bool mayResize = !isMaximized() && !isFullScreen();
+  if (shown)
+    closedHeight_ = mayResize ? height() : sizeHint().height();
+  else if (mayResize)
+    drawerHeight_ = grownBy();
+  drawer_->setVisible(shown);  // makes the window as high as it has to be
+  if (!mayResize)
+    return;
+  // The window may not be smaller than it had to be before until the layouts know.
+  centralWidget()->layout()->activate();
+  layout()->activate();
+  resize(width(), closedHeight_ + (shown ? drawerHeight_ : 0));
+}
+
+// What the open drawer takes of the window now, as the user has drawn it.
+int MainWindow::grownBy() const {
+  return std::clamp(height() - closedHeight_, leastDrawer, greatestDrawer);
+}
+
+void MainWindow::rememberPlace() {
+  if (!actions_.remembered)
+    return;
+  actions_.remembered->prefWrite(placeKey, saveGeometry().toBase64().toStdString());
+  const bool hasGrown = !drawer_->isHidden() && !isMaximized() && !isFullScreen();
+  actions_.remembered->prefWrite(drawerKey, hasGrown ? grownBy() : 0);
+}
+
+void MainWindow::restorePlace() {
+  if (!actions_.remembered)
+    return;
+  const std::string place = actions_.remembered->prefReadString(placeKey);
+  if (!restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(place))))
+    return;
+  const auto drawer = actions_.remembered->integer(drawerKey);
+  if (drawer < leastDrawer || drawer > greatestDrawer || isMaximized() || isFullScreen())
+    return;
+  drawerHeight_ = static_cast<int>(drawer);
+  resize(width(), height() - drawerHeight_);
 }
 
 void MainWindow::bringToFront() {
@@ -152,11 +197,18 @@ void MainWindow::pasteSources() {
     app_.dragNDropPerformDrag(paths);
 }
 
+// Where the user opened sources last, as long as it is there.
+QString MainWindow::lastFolder() const {
+  const std::string last =
+      actions_.remembered ? actions_.remembered->prefReadString(lastFolderKey) : "";
+  return isDirectory(last) ? qtText(last) : QDir::homePath();
+}
+
 void MainWindow::openSources(bool folder) {
   logLine("(drag'n'drop) menu open…");
   if (!app_.queue().isOpenPermitted())
     return;
-  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), QDir::homePath());
+  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), lastFolder());
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
   panel->setOption(QFileDialog::HideNameFilterDetails);
@@ -166,6 +218,9 @@ void MainWindow::openSources(bool folder) {
     std::vector<std::string> paths;
     for (const QString& file : files)
       paths.push_back(file.toStdString());
+    if (actions_.remembered && !paths.empty())
+      actions_.remembered->prefWrite(lastFolderKey,
+                                     std::filesystem::path(paths.front()).parent_path().string());
     app_.draggedFiles(paths);
   });
   panel->open();

@@ -22,6 +22,9 @@ struct WindowActions {
   std::function<void(const std::string&)> open;
   // Looks for a newer version of the program; empty: there is no such menu entry.
   std::function<void()> checkForUpdates = {};
+  // Keeps the last folder and the window's place until the next start, and outlives the window;
+  // null: they are forgotten.
+  PreferenceStore* remembered = nullptr;
 };
 
 class MainWindow final : public QMainWindow {
@@ -35,6 +38,10 @@ class MainWindow final : public QMainWindow {
   void showLocalization();
   void showReport();
   void chooseDestination() { settings_->chooseDestination(); }
+
+  // Where the window is and how large, and back to that at the next start. What is stored may be
+  // anything: what makes no sense is not followed.
+  void rememberPlace();
 
   // Called once, when the window has been painted for the first time.
   std::function<void()> firstPainted;
@@ -52,7 +59,10 @@ class MainWindow final : public QMainWindow {
   void makeFileMenu();
   void makeBatchMenu();
   void makeHelpMenu();
+  void restorePlace();
   void showDrawer(bool shown);
+  int grownBy() const;
+  QString lastFolder() const;
   void showProgressInTitle();
   void openSources(bool folder);
   void pasteSources();
@@ -64,6 +74,8 @@ class MainWindow final : public QMainWindow {
   SourcesView* sources_ = nullptr;
   SettingsView* settings_ = nullptr;
   BatchDrawer* drawer_ = nullptr;
+  int drawerHeight_ = 360;  // by which the window grows for it
+  int closedHeight_ = 0;    // of the window without it
 };
 
 }  // namespace tessarin

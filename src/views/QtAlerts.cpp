@@ -80,6 +80,11 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
   box->open();
 }
 
+bool QtAlerts::isOpen() const {
+  return std::any_of(open_.begin(), open_.end(),
+                     [](const QPointer<QMessageBox>& box) { return !box.isNull(); });
+}
+
 void QtAlerts::close() {
   closed_ = true;
   for (const QPointer<QMessageBox>& box : open_) {

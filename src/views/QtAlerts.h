@@ -27,6 +27,8 @@ class QtAlerts final : public Alerts {
 
   // Closes what is open, without an answer, and shows nothing any more.
   void close();
+  // Whether an alert waits for the user.
+  bool isOpen() const;
 
  private:
   QPointer<QWidget> window_;

@@ -215,7 +215,7 @@ TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::converted});
 }
 
-TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
+TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatchWithoutAWord) {
   clips(2);
   folder.write("movies/Tessarin/1.mov", "precious");
   alerts.answers = {{1, false}};  // replace
@@ -232,6 +232,8 @@ TEST_F(EncodingDriverTest, StopRemovesThePartialMovieAndEndsTheBatch) {
   EXPECT_EQ(mark(1), RowMark::waiting);
   EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious") << "there was nothing in its stead";
   EXPECT_EQ(filesBelow(folder.file("movies/Tessarin")), std::vector{movie("1.mov")});
+  EXPECT_EQ(alerts.shown.size(), 1u) << "the question";
+  EXPECT_TRUE(revealed.empty());
   EXPECT_EQ(preferences.prefRead("processEncDico"), nullptr);
 }
 

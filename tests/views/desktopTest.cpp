@@ -1,11 +1,15 @@
 // What the program asks of the desktop, with a small desktop on a bus of its own.
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
 #include <QDBusVirtualObject>
 #include <QProcess>
 #include <QUrl>
+#include <array>
 
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
@@ -14,6 +18,7 @@
 #include "views/DesktopMessage.h"
 #include "views/DropView.h"
 #include "views/QtRunLoop.h"
+#include "views/StayAwake.h"
 #include "views/desktop.h"
 #include "views/qtText.h"
 
@@ -26,9 +31,12 @@ class FakeDesktop final : public QDBusVirtualObject {
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
     calls.push_back(message);
-    return connection.send(message.createReply(7u));
+    if (message.member() != "Inhibit")
+      return connection.send(message.createReply(7u));
+    return connection.send(message.createReply(QVariant::fromValue(QDBusUnixFileDescriptor(lock))));
   }
   std::vector<QDBusMessage> calls;
+  int lock = -1;  // what a lock's holder gets a copy of
 };
 
 // The program's connection is made once in a process, so all of it is one test.
@@ -41,12 +49,14 @@ TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
     GTEST_SKIP() << "there is no dbus-daemon here";
   const QString address = QString::fromUtf8(daemon.readAllStandardOutput()).trimmed();
   const test::ScopedEnvironment bus("DBUS_SESSION_BUS_ADDRESS", address.toStdString());
+  const test::ScopedEnvironment system("DBUS_SYSTEM_BUS_ADDRESS", address.toStdString());
   const test::ScopedEnvironment token("XDG_ACTIVATION_TOKEN", "");
   QDBusConnection desktop = QDBusConnection::connectToBus(address, "desktop");
   FakeDesktop fake;
   ASSERT_TRUE(desktop.registerVirtualObject("/org", &fake, QDBusConnection::SubPath));
   ASSERT_TRUE(desktop.registerService("org.freedesktop.Notifications"));
   ASSERT_TRUE(desktop.registerService("org.freedesktop.FileManager1"));
+  ASSERT_TRUE(desktop.registerService("org.freedesktop.login1"));
   QtRunLoop loop;
   const auto until = [&loop](const std::function<bool()>& condition) {
     return test::loopUntil(loop, condition, std::chrono::seconds(20));
@@ -89,6 +99,27 @@ TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
   message.show("Done", "");
   ASSERT_TRUE(until([&] { return fake.calls.size() == 4; }));
   EXPECT_EQ(fake.calls[3].arguments().at(1).toUInt(), 7u);
+
+  // The computer stays awake as long as a copy of the lock is open, also when it was let go before
+  // the answer came.
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  fake.lock = ends[1];
+  StayAwake awake;
+  awake.hold("Converting");
+  awake.hold("Converting");
+  ASSERT_TRUE(until([&] { return awake.isHeld(); }));
+  ASSERT_EQ(fake.calls.size(), 5u);
+  EXPECT_EQ(fake.calls[4].arguments().at(0), "sleep:idle");
+  EXPECT_EQ(fake.calls[4].arguments().at(3), "block");
+  awake.release();
+  awake.hold("Converting");
+  awake.release();
+  ASSERT_TRUE(until([&] { return fake.calls.size() == 6; }));
+  ::close(ends[1]);
+  pollfd open{ends[0], 0, 0};
+  EXPECT_TRUE(until([&] { return ::poll(&open, 1, 0) == 1 && (open.revents & POLLHUP) != 0; }));
+  ::close(ends[0]);
   daemon.terminate();
   daemon.waitForFinished();
 }

@@ -357,5 +357,31 @@ TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
   EXPECT_TRUE(isPressed);
 }
 
+TEST_F(WindowFixture, TheNextWindowIsWhereTheLastOneWas) {
+  WindowActions actions;
+  actions.remembered = &preferences;
+  const auto sizeOfNext = [&](bool isOpen) {
+    app.interface.batchDrawer.setShown(isOpen);
+    MainWindow next(app, actions);
+    next.show();
+    return next.size();
+  };
+  const QSize fresh = sizeOfNext(false);
+  {
+    MainWindow first(app, actions);
+    first.show();
+    first.resize(fresh.width() + 40, fresh.height() + 20);
+    app.interface.batchDrawer.setShown(true);
+    first.resize(first.width(), first.height() + 100);
+    first.rememberPlace();
+    app.interface.batchDrawer.setShown(false);
+    EXPECT_EQ(first.size(), fresh + QSize(40, 20));
+  }
+  EXPECT_EQ(sizeOfNext(false), fresh + QSize(40, 20));
+  EXPECT_EQ(sizeOfNext(true).height() - sizeOfNext(false).height(), 460);
+  preferences.prefWrite("windowPlace", "bm9uc2Vuc2U=");
+  EXPECT_EQ(sizeOfNext(false), fresh);
+}
+
 }  // namespace
 }  // namespace tessarin::test
