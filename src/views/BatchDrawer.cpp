@@ -24,9 +24,8 @@ QLabel* newNarrowLabel() {
 
 }  // namespace
 
-BatchDrawer::BatchDrawer(appDelegate& app, std::function<void(const std::string&)> reveal,
-                         QWidget* parent)
-    : QWidget(parent), app_(app), table_(new BatchView(app, std::move(reveal), this)) {
+BatchDrawer::BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget* parent)
+    : QWidget(parent), app_(app), table_(new BatchView(app, actions, this)) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(10);

@@ -5,15 +5,14 @@
 
 #include "core/appDelegate.h"
 #include "views/BatchView.h"
+#include "views/WindowActions.h"
 
 namespace tessarin {
 
 class BatchDrawer final : public QWidget {
  public:
-  // The controller is borrowed and outlives the view. `reveal` shows a file in the desktop's file
-  // browser.
-  BatchDrawer(appDelegate& app, std::function<void(const std::string&)> reveal,
-              QWidget* parent = nullptr);
+  // Both are borrowed and outlive the view.
+  BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget* parent = nullptr);
 
   BatchView& table() { return *table_; }
 

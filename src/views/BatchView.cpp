@@ -35,11 +35,10 @@ QIcon dot(const std::string& colourName) {
 
 }  // namespace
 
-BatchView::BatchView(appDelegate& app, std::function<void(const std::string&)> reveal,
-                     QWidget* parent)
+BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* parent)
     : QTableView(parent),
       app_(app),
-      reveal_(std::move(reveal)),
+      actions_(actions),
       model_(new BatchTableModel(app.table(), this)) {
   setModel(model_);
   setAcceptDrops(false);  // the window takes drops
@@ -216,6 +215,8 @@ void BatchView::keyPressEvent(QKeyEvent* event) {
     chooseNext(current);
   else if (isPlain && column == sizeColumn && isOpen)
     openSizes(current);
+  else if (isPlain && column >= 0 && column < outColumn && isOpen)
+    play(current.row());
   else
     QTableView::keyPressEvent(event);
 }
@@ -233,16 +234,40 @@ QItemSelectionModel::SelectionFlags BatchView::selectionCommand(const QModelInde
                         : QTableView::selectionCommand(index, event);
 }
 
+// The movie that was made of the row, "" for none.
+std::string BatchView::movieOf(int row) const {
+  const BatchTable& table = app_.table();
+  return table.has(row) && table.isFinished(row) ? table.row(row).movie : "";
+}
+
+// With the user's player for such files: the movie as soon as there is one.
+void BatchView::play(int row) {
+  const std::string movie = movieOf(row);
+  if (app_.table().has(row))
+    actions_.open(movie.empty() ? app_.table().sourcePath(row) : movie);
+}
+
+void BatchView::mouseDoubleClickEvent(QMouseEvent* event) {
+  const QModelIndex index = indexAt(event->position().toPoint());
+  if (index.isValid() && index.column() < outColumn && event->button() == Qt::LeftButton)
+    play(index.row());
+  else
+    QTableView::mouseDoubleClickEvent(event);
+}
+
 // For the row with the focus: what it was made from, and what has become of it.
 void BatchView::addReveals(QMenu* menu) {
   const int row = currentIndex().row();
-  const bool hasRow = app_.table().has(row);
-  const std::string source = hasRow ? app_.table().sourcePath(row) : "";
-  const std::string movie =
-      hasRow && app_.table().isFinished(row) ? app_.table().row(row).movie : "";
-  menu->addAction(QStringLiteral("@@showSource"), this, [this, source] { reveal_(source); })
+  const std::string source = app_.table().has(row) ? app_.table().sourcePath(row) : "";
+  const std::string movie = movieOf(row);
+  menu->addAction(QStringLiteral("@@playSource"), this, [this, source] { actions_.open(source); })
       ->setEnabled(!source.empty());
-  menu->addAction(QStringLiteral("@@showMovie"), this, [this, movie] { reveal_(movie); })
+  menu->addAction(QStringLiteral("@@playMovie"), this, [this, movie] { actions_.open(movie); })
+      ->setEnabled(!movie.empty());
+  menu->addSeparator();
+  menu->addAction(QStringLiteral("@@showSource"), this, [this, source] { actions_.reveal(source); })
+      ->setEnabled(!source.empty());
+  menu->addAction(QStringLiteral("@@showMovie"), this, [this, movie] { actions_.reveal(movie); })
       ->setEnabled(!movie.empty());
   menu->addSeparator();
 }

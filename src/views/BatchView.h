@@ -8,19 +8,19 @@
 
 #include "core/appDelegate.h"
 #include "views/BatchTableModel.h"
+#include "views/WindowActions.h"
 #include "views/rowDelegates.h"
 
 namespace tessarin {
 
 // Rows are changed with the mouse, or with the keys in the current cell: 1 to 3 choose a segment,
 // Space takes the next one or opens the sizes, Delete removes the selected rows. A choice goes to
-// all selected rows when the row that it was made in is one of them.
+// all selected rows when the row that it was made in is one of them. A double click in front of the
+// choices, and Space there, plays the row.
 class BatchView final : public QTableView {
  public:
-  // The controller is borrowed and outlives the view. `reveal` shows a file in the desktop's file
-  // browser.
-  BatchView(appDelegate& app, std::function<void(const std::string&)> reveal,
-            QWidget* parent = nullptr);
+  // Both are borrowed and outlive the view.
+  BatchView(appDelegate& app, const WindowActions& actions, QWidget* parent = nullptr);
 
   void removeSelected();
   void removeAll();
@@ -29,6 +29,7 @@ class BatchView final : public QTableView {
   void changeEvent(QEvent* event) override;
   void updateGeometries() override;
   void keyPressEvent(QKeyEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
                                                        const QEvent* event) const override;
@@ -41,10 +42,12 @@ class BatchView final : public QTableView {
   void chooseNext(const QModelIndex& index);
   void openSizes(const QModelIndex& index);
   std::vector<int> selectedRows() const;
+  std::string movieOf(int row) const;
+  void play(int row);
   void addReveals(QMenu* menu);
 
   appDelegate& app_;
-  std::function<void(const std::string&)> reveal_;
+  const WindowActions& actions_;
   BatchTableModel* model_;
 };
 

@@ -99,7 +99,7 @@ void MainWindow::makeContent() {
   upper->addWidget(sources_, 1);
   settings_ = new SettingsView(app_, actions_.reveal);
   upper->addWidget(settings_, 2);
-  drawer_ = new BatchDrawer(app_, actions_.reveal);
+  drawer_ = new BatchDrawer(app_, actions_);
   drawer_->hide();
   column->addLayout(upper);
   column->addWidget(drawer_, 1);

@@ -9,23 +9,9 @@
 #include "views/BatchDrawer.h"
 #include "views/SettingsView.h"
 #include "views/SourcesView.h"
+#include "views/WindowActions.h"
 
 namespace tessarin {
-
-// What the window asks of the program around it.
-struct WindowActions {
-  // The user wants to leave.
-  std::function<void()> quit;
-  // Shows a file or folder in the desktop's file browser.
-  std::function<void(const std::string&)> reveal;
-  // Opens a file with the desktop's program for its kind.
-  std::function<void(const std::string&)> open;
-  // Looks for a newer version of the program; empty: there is no such menu entry.
-  std::function<void()> checkForUpdates = {};
-  // Keeps the last folder and the window's place until the next start, and outlives the window;
-  // null: they are forgotten.
-  PreferenceStore* remembered = nullptr;
-};
 
 class MainWindow final : public QMainWindow {
  public:

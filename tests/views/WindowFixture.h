@@ -116,16 +116,17 @@ class WindowFixture : public testing::Test {
   MemoryUserDomain domain;
   PreferenceStore preferences{domain};
   std::vector<std::string> revealed;
+  std::vector<std::string> opened;
   bool isFolderWanted = false;
   appDelegate app{{loop, preferences, alerts,
                    [this](const std::string& path) { revealed.push_back(path); },
                    [this] { isFolderWanted = true; }}};
   RefusedSources refused{app.queue(), alerts};
   bool hasQuit = false;
-  MainWindow window{
-      app,
-      {[this] { app.iba_menuQuit([this] { hasQuit = true; }); },
-       [this](const std::string& path) { revealed.push_back(path); }, [](const std::string&) {}}};
+  MainWindow window{app,
+                    {[this] { app.iba_menuQuit([this] { hasQuit = true; }); },
+                     [this](const std::string& path) { revealed.push_back(path); },
+                     [this](const std::string& path) { opened.push_back(path); }}};
 };
 
 }  // namespace tessarin::test

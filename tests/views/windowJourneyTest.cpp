@@ -258,7 +258,7 @@ TEST_F(WindowFixture, AColourSchemeReachesWhatHasAStyleSheet) {
   }
 }
 
-TEST_F(WindowFixture, ThePlaceOfAMovieIsShownFromItsRow) {
+TEST_F(WindowFixture, AMovieIsShownAndPlayedFromItsRow) {
   ASSERT_TRUE(makeInterlacedClip(folder.file("A.MTS")));
   analyse({folder.file("A.MTS")});
   table().setCurrentIndex(table().model()->index(0, sourceColumn));
@@ -274,12 +274,16 @@ TEST_F(WindowFixture, ThePlaceOfAMovieIsShownFromItsRow) {
   };
   reveal("Show the Movie in Its Folder");
   EXPECT_THAT(revealed, testing::IsEmpty()) << "there is none yet";
+  QTest::keyClick(&table(), Qt::Key_Space);
   QTest::mouseClick(startButton(), Qt::LeftButton);
   ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
   revealed.clear();
   reveal("Show the Movie in Its Folder");
   reveal("Show the Source in Its Folder");
   EXPECT_EQ(revealed, (std::vector<std::string>{movie("A.mov"), folder.file("A.MTS")}));
+  const QRect picture = table().visualRect(table().model()->index(0, pictureColumn));
+  QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, picture.center());
+  EXPECT_EQ(opened, (std::vector<std::string>{folder.file("A.MTS"), movie("A.mov")}));
 }
 
 TEST_F(WindowFixture, ARefusedDestinationLeadsToTheChoiceOfAnother) {
