@@ -298,15 +298,14 @@ std::optional<std::string> Session::planRow(const Row& row, const std::string& o
   if (app_.table().isSourceFile(output))
     return localisationString("why_outputIsSource", "", output);
   const std::string prores = services_.preferences.text(PrefKey::prores);
-  const auto plan = planJob(jobOfRow(row), output, prores);
+  const auto plan = planJob(row, output, prores);
   if (!plan)
     return localisationString("why_noCommand");
   if (options_.overwrite == Overwrite::keep && pathExists(output)) {
     reporter_.wouldKeep(row, output, localisationString("why_kept", "", output));
     return std::nullopt;
   }
-  reporter_.planned(row, output,
-                    commandsOfPlan(*plan, prores, options_.overwrite == Overwrite::replace),
+  reporter_.planned(row, output, commandsOfPlan(*plan, options_.overwrite == Overwrite::replace),
                     forecastOf(row, prores));
   return std::nullopt;
 }
@@ -314,9 +313,9 @@ std::optional<std::string> Session::planRow(const Row& row, const std::string& o
 void Session::beginProgress(const std::string& source, const std::string& output) {
   const std::string prores = services_.preferences.text(PrefKey::prores);
   const int row = app_.table().rowOfSource(source);
-  const auto plan = app_.table().has(row) ? planJob(jobOfRow(app_.table().row(row)), output, prores)
-                                          : std::nullopt;
-  clipProgress_.start(plan ? commandsOfPlan(*plan, prores, false) : std::vector<Arguments>());
+  const auto plan =
+      app_.table().has(row) ? planJob(app_.table().row(row), output, prores) : std::nullopt;
+  clipProgress_.start(plan ? commandsOfPlan(*plan, false) : std::vector<Arguments>());
 }
 
 void Session::showProgress() {

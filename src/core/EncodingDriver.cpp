@@ -271,13 +271,15 @@ void EncodingDriver::startRow(int row) {
   isExporting_ = false;
   check_ = CheckStep::before;
   plan_.reset();
+  row_ = table_.row(row);
+  output_.clear();
   sourceState_ = fileState(table_.sourcePath(row));
   troubles_ = RunTroubles();
   damagedPictures_ = 0;
   damagedSound_ = 0;
   readMe_.clear();
   taskStart_ = std::chrono::steady_clock::now();
-  Dico job = jobOfRow(table_.row(row));
+  Dico job = jobRecord(row_, "");
   table_.mark(row, RowMark::current);
   services_.preferences.prefWrite(StateKey::encoded, table_.sourcePath(row));
   job.set("encDeb", 1);
@@ -404,10 +406,6 @@ bool EncodingDriver::takeJobFlag(std::string_view name) {
   if (isSet)
     services_.preferences.prefDeleteChildDico(StateKey::job, name);
   return isSet;
-}
-
-double EncodingDriver::jobDuration(const Dico& job) const {
-  return movieDuration(job);
 }
 
 }  // namespace tessarin

@@ -113,14 +113,14 @@ class EncodingDriver {
   void endOfBatch();
   void tellOfEnd();
   void resetPause();
-  bool hasRoom(const Dico& job);
+  bool hasRoom(const JobPlan& plan);
   void checkOverwriting(const JobPlan& plan);
   void answerOverwriting(const JobPlan& plan, const std::string& answer);
   void keep(const std::string& output);
-  void startEncoding(JobPlan plan, bool replace);
-  void startSlowing(Dico current);
-  void takeSlowed(Dico current);
-  void startExport(Dico current);
+  void startEncoding(const JobPlan& plan, bool replace);
+  void startSlowing();
+  void takeSlowed();
+  void startExport();
   void startTask(const Arguments& command, ParseMode parseMode, double maximum);
   void taskEnded(const TaskEnd& end);
   void startCheck();
@@ -141,7 +141,6 @@ class EncodingDriver {
   Dico job() const;
   void storeJob(Dico job);
   bool takeJobFlag(std::string_view name);
-  double jobDuration(const Dico& job) const;
 
   CoreServices& services_;
   Interface& interface_;
@@ -159,6 +158,8 @@ class EncodingDriver {
   bool isAsking_ = false;   // for a folder; the batch waits for the answer
   unsigned questions_ = 0;  // tells a late answer from one to the open question
   // Of the job in hand.
+  Row row_;
+  std::string output_;                   // where its movie goes to
   std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
   std::string reason_;
   unsigned jobNumber_ = 0;    // tells a late answer from one for this job
@@ -171,7 +172,7 @@ class EncodingDriver {
   // What looks at the movie behind the last tool that makes it.
   enum class CheckStep { before, measuring, reading, after };
   CheckStep check_ = CheckStep::before;
-  std::optional<JobPlan> plan_;  // once it has begun
+  std::optional<JobPlan> plan_;  // once it is made
   std::optional<FileState> sourceState_;
   RunTroubles troubles_;  // of the first tool, which reads the source
   PacketMeter meter_;

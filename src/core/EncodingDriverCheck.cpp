@@ -16,10 +16,10 @@ namespace tessarin {
 namespace {
 
 // Whether the source is a movie whose own index names samples that its file has not.
-bool lacksSamples(const Dico& job, const std::string& source) {
-  if (!startsWith(job.textOrEmpty(SourceKey::wrapper), "mov"))
+bool lacksSamples(const Row& row) {
+  if (!startsWith(row.source.textOrEmpty(SourceKey::wrapper), "mov"))
     return false;
-  const auto index = readMovieIndex(source);
+  const auto index = readMovieIndex(row.path());
   if (!index || index->isFragmented)
     return false;
   return std::any_of(index->tracks.begin(), index->tracks.end(),
@@ -44,13 +44,11 @@ bool isCutRiff(const std::string& source) {
 // knows raises doubt the source is measured.
 void EncodingDriver::startCheck() {
   check_ = CheckStep::after;
-  const Dico current = job();
-  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
   if (!mayHoldMovie(work_) || !plan_) {
     stepFin();
     return;
   }
-  if (isQuickTimeCopy(current))
+  if (plan_->isCopy)
     if (const auto shown = showFirstPictures(work_); !shown)
       logFormat("check               :-( {}: {}", work_, shown.reason());
   auto movie = readMovieIndex(work_);
@@ -61,12 +59,12 @@ void EncodingDriver::startCheck() {
   }
   movie_ = std::move(*movie);
   // A source that went away after it was read cannot be asked any more: the analysis decides.
-  const auto state = fileState(source);
+  const auto state = fileState(row_.path());
   if (state && state != sourceState_) {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  if (state && lacksSamples(current, source)) {
+  if (state && lacksSamples(row_)) {
     fail(localisationString("why_endsEarly"));
     return;
   }
@@ -74,7 +72,7 @@ void EncodingDriver::startCheck() {
     fail(reasonOf(verdict));
     return;
   }
-  const auto expected = expectedByAnalysis(*plan_, services_.preferences.text(PrefKey::prores));
+  const auto expected = expectedByAnalysis(*plan_);
   if (expected && judgeMovie(movie_, *expected).isRight()) {
     stepFin();
     return;
@@ -91,13 +89,12 @@ void EncodingDriver::startMeasuring() {
   logLine("check               : measuring the source");
   check_ = CheckStep::measuring;
   meter_ = PacketMeter();
-  startTask(command, ParseMode::time, job().number(SourceKey::wDuration).value_or(0));
+  startTask(command, ParseMode::time, row_.source.number(SourceKey::wDuration).value_or(0));
 }
 
 void EncodingDriver::judgeMeasure(const TaskEnd& end) {
   check_ = CheckStep::after;
-  const Dico current = job();
-  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
+  const std::string source = row_.path();
   const SourceMeasure measure = meter_.result();
   if (!end.troubles.readError().empty()) {
     fail(localisationString("why_readError", "", end.troubles.readError()));
@@ -109,8 +106,7 @@ void EncodingDriver::judgeMeasure(const TaskEnd& end) {
     return;
   }
   const MovieVerdict verdict =
-      judgeMovie(movie_, expectedByMeasure(*plan_, services_.preferences.text(PrefKey::prores),
-                                           measure, damagedPictures_, damagedSound_));
+      judgeMovie(movie_, expectedByMeasure(*plan_, measure, damagedPictures_, damagedSound_));
   if (!verdict.isRight()) {
     fail(reasonOf(verdict));
     return;
@@ -136,8 +132,7 @@ void EncodingDriver::judgeMeasure(const TaskEnd& end) {
 // Some formats take an error of the disk for the end of the file.
 void EncodingDriver::startReading() {
   check_ = CheckStep::reading;
-  startTask({"/bin/dd", "if=" + job().textOrEmpty(RowInfoKey::srcPathStr), "of=/dev/null", "bs=1M",
-             "status=none"},
+  startTask({"/bin/dd", "if=" + row_.path(), "of=/dev/null", "bs=1M", "status=none"},
             ParseMode::endless, 0);
 }
 

@@ -60,9 +60,8 @@ void EncodingDriver::fail(const std::string& reason) {
 }
 
 std::string EncodingDriver::whyDestination(const std::string& cause) const {
-  const std::string output = job().textOrEmpty(JobKey::dstPathStr);
-  return isReplacing_ && isDirectory(output) ? whyInTheWay(output)
-                                             : whyNothingIsWritten(parentFolder(output), cause);
+  return isReplacing_ && isDirectory(output_) ? whyInTheWay(output_)
+                                              : whyNothingIsWritten(parentFolder(output_), cause);
 }
 
 void EncodingDriver::purgeIntermediates(const Dico& current) {
@@ -79,9 +78,9 @@ void EncodingDriver::stepFin() {
   steps_.remove("encFin");
   const Dico current = job();
   JobEnd end;
-  end.source = current.textOrEmpty(RowInfoKey::srcPathStr);
-  end.output = current.textOrEmpty(JobKey::dstPathStr);
-  end.duration = jobDuration(current);
+  end.source = row_.path();
+  end.output = output_;
+  end.duration = plan_ ? plan_->seconds : row_.source.number(SourceKey::wDuration).value_or(0);
   end.elapsed = secondsSince(taskStart_);
   logFormat("enc > encFin        : {} - begin", end.source);
   purgeIntermediates(current);

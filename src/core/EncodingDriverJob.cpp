@@ -46,27 +46,24 @@ void EncodingDriver::stepDeb() {
     fail(localisationString("why_missing"));
     return;
   }
-  Dico current = job();
-  const Target target = targetOf(current);
-  debugFormat("out                 = {} ({})", target, table_.sourcePath(row));
-  debugFormat("fps                 = {} ({})", static_cast<int>(speedOfJob(current)),
-              table_.sourcePath(row));
-  debugFormat("sizeOutInt          = {} ({})", current.integer(JobKey::sizeOut).value_or(-1),
-              table_.sourcePath(row));
+  const std::string source = row_.path();
+  const Choice& choice = row_.choice;
+  debugFormat("out                 = {} ({})", choice.target, source);
+  debugFormat("fps                 = {} ({})", static_cast<int>(choice.speed), source);
+  debugFormat("sizeOutInt          = {} ({})", choice.sizeOut, source);
   const std::string folder = outputFolder(interface_.destination.text());
-  const std::string source = table_.sourcePath(row);
-  const std::string output = outputPath(table_.source(row), target, folder, outputNames_);
-  jobStarted.emit(source, output);
+  output_ = outputPath(row_.source, choice.target, folder, outputNames_);
+  jobStarted.emit(source, output_);
   if (outcome_)
     return;  // stopped by whoever was told
 
-  if (const auto refusal = refusalOf(table_.row(row), hasExportTool())) {
+  if (const auto refusal = refusalOf(row_, hasExportTool())) {
     fail(*refusal);
     return;
   }
   // A card has its old names on other clips once it was used again, and a field order, a size and a
   // length that were found in the old ones would spoil the new.
-  const std::string lookedAt = current.textOrEmpty(SourceKey::wBytes);
+  const std::string lookedAt = row_.source.textOrEmpty(SourceKey::wBytes);
   if (!lookedAt.empty() && sourceState_ && lookedAt != std::to_string(sourceState_->size)) {
     fail(localisationString("why_sourceReplaced"));
     return;
@@ -75,14 +72,14 @@ void EncodingDriver::stepDeb() {
     fail(wrong->reason);
     return;
   }
-  if (table_.isSourceFile(output)) {
-    fail(localisationString("why_outputIsSource", "", output));
+  if (table_.isSourceFile(output_)) {
+    fail(localisationString("why_outputIsSource", "", output_));
     return;
   }
-  folderPath_ = newJobFolder(output);
-  work_ = workPath(folderPath_, output);
-  auto plan = planJob(current, work_, services_.preferences.text(PrefKey::prores));
-  if (!plan) {
+  folderPath_ = newJobFolder(output_);
+  work_ = workPath(folderPath_, output_);
+  plan_ = planJob(row_, work_, services_.preferences.text(PrefKey::prores));
+  if (!plan_) {
     if (verboseLevel(2)) {
       logLine(":-(");
       logLine("encodage('processEncDico') => nil");
@@ -90,31 +87,28 @@ void EncodingDriver::stepDeb() {
     fail(localisationString("why_noCommand"));
     return;
   }
-  plan->job.set(JobKey::dstPathStr, output);
-  storeJob(plan->job);
-  if (hasRoom(plan->job) && !outcome_)
-    checkOverwriting(*plan);
+  storeJob(jobRecord(row_, output_));
+  if (hasRoom(*plan_) && !outcome_)
+    checkOverwriting(*plan_);
 }
 
-bool EncodingDriver::hasRoom(const Dico& job) {
-  const std::string output = job.textOrEmpty(JobKey::dstPathStr);
-  const int freeMB = freeDiskSpaceMo(parentFolder(output));
-  const double neededMB = encDstPoidsEstimatif(
-      jobDuration(job), poidsFile(job.textOrEmpty(RowInfoKey::srcPathStr), "M"), targetOf(job));
+bool EncodingDriver::hasRoom(const JobPlan& plan) {
+  const int freeMB = freeDiskSpaceMo(parentFolder(output_));
+  const double neededMB =
+      encDstPoidsEstimatif(plan.seconds, poidsFile(row_.path(), "M"), row_.choice.target);
   logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
   if (freeMB < 0 || freeMB >= neededMB)
     return true;
   const std::string needed = fmt::format("{:.0f}", neededMB);
   const std::string available = fmt::format("{}", freeMB);
   fail(localisationString("why_noRoom", "", needed, available));
-  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(output)),
+  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(output_)),
                          localisationString("D_go_echec_disque2", "", needed, available)});
   return false;
 }
 
 void EncodingDriver::checkOverwriting(const JobPlan& plan) {
-  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
-  if (!isNameTaken(output)) {
+  if (!isNameTaken(output_)) {
     startEncoding(plan, false);
     return;
   }
@@ -126,8 +120,8 @@ void EncodingDriver::checkOverwriting(const JobPlan& plan) {
   }
   debugFormat("pre-choix user      : no");
   const unsigned number = jobNumber_;
-  services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output)),
-                         output,
+  services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output_)),
+                         output_,
                          {localisationString("D_keep"), localisationString("D_replace")},
                          localisationString("D_applyToAll"),
                          Alert::Style::warning},
@@ -154,7 +148,7 @@ void EncodingDriver::answerOverwriting(const JobPlan& plan, const std::string& a
     startEncoding(plan, true);
     return;
   }
-  keep(plan.job.textOrEmpty(JobKey::dstPathStr));
+  keep(output_);
 }
 
 void EncodingDriver::keep(const std::string& output) {
@@ -166,37 +160,35 @@ void EncodingDriver::keep(const std::string& output) {
 
 // ---- The tools
 
-void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
-  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
-  const Target target = targetOf(plan.job);
-  readMe_ =
-      fmt::format("format              : {}\n",
-                  interface_.editingSoft.segments().at(static_cast<std::size_t>(target)).label);
+void EncodingDriver::startEncoding(const JobPlan& plan, bool replace) {
+  const auto segment = static_cast<std::size_t>(row_.choice.target);
+  readMe_ = fmt::format("format              : {}\n",
+                        interface_.editingSoft.segments().at(segment).label);
   if (const auto movie = table_.forecast(table_.encBatchInprogressRowIdentification())) {
     readMe_ += fmt::format("movie               : {}\n", summaryOf(*movie));
     for (const std::string& note : notesOf(*movie))
       readMe_ += fmt::format("                      {}\n", note);
   }
-  if (plan.needsExport || needsSlowing(plan.job))
-    plan.job.set("encQtEnc", 1);
-  storeJob(plan.job);
+  Dico record = jobRecord(row_, output_);
+  if (plan.needsExport || plan.needsSlowing)
+    record.set("encQtEnc", 1);
+  storeJob(std::move(record));
   debugFormat("encProcesses        > encDeb: ffmpeg task");
   debugFormat("enc ffmpeg task     > pré-release");
-  if (isDirectory(output) && replace) {
-    fail(whyInTheWay(output));
+  if (isDirectory(output_) && replace) {
+    fail(whyInTheWay(output_));
     return;
   }
   isReplacing_ = replace;
-  folderBegins.emit(plan.job.textOrEmpty(RowInfoKey::srcPathStr), folderPath_);
+  folderBegins.emit(row_.path(), folderPath_);
   Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
   if (!made) {
     logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
-    fail(whyNothingIsWritten(parentFolder(output), made.reason()));
+    fail(whyNothingIsWritten(parentFolder(output_), made.reason()));
     return;
   }
   folder_ = std::move(*made);
   hasBegun_ = true;
-  plan_ = plan;
   taskStart_ = std::chrono::steady_clock::now();
   isExporting_ = plan.isExport;
   if (plan.isExport) {
@@ -204,63 +196,55 @@ void EncodingDriver::startEncoding(JobPlan plan, bool replace) {
     return;
   }
   // The copy is slowed down behind this.
-  startTask(plan.command.arguments, ParseMode::time,
-            jobDuration(plan.job) / (needsSlowing(plan.job) ? 2 : 1));
+  startTask(plan.command.arguments, ParseMode::time, plan.seconds / (plan.needsSlowing ? 2 : 1));
 }
 
 void EncodingDriver::stepV() {
   debugFormat("stepNameStr         : encProcesses > encV");
-  Dico current = job();
-  const auto plan = planJob(current, work_, services_.preferences.text(PrefKey::prores));
-  if (!plan) {
+  if (!plan_) {
     fail(localisationString("why_noCommand"));
     return;
   }
-  debugFormat("argsArray : {}", fmt::join(plan->command.arguments, " "));
+  debugFormat("argsArray : {}", fmt::join(plan_->command.arguments, " "));
+  Dico current = job();
   current.set("encVPostDeb", 1);
-  storeJob(current);
-  startTask(plan->command.arguments, ParseMode::time, jobDuration(current));
+  storeJob(std::move(current));
+  startTask(plan_->command.arguments, ParseMode::time, plan_->seconds);
 }
 
 void EncodingDriver::stepQtEnc() {
   debugFormat("encProcesses        > encQtEnc");
-  Dico current = job();
-  const std::string output = current.textOrEmpty(JobKey::dstPathStr);
-  if (output.empty())
-    logFormat(":-( encQtEnc: dstPath key does not exist: {}", output);
-  if (current.textOrEmpty(JobKey::srcPathStr).empty())
-    logFormat(":-( encQtEnc: srcPath key does not exist: {}", output);
-  if (!needsSlowing(current))
-    startExport(std::move(current));
-  else if (current.textOrEmpty(JobKey::intermediate).empty())
-    startSlowing(std::move(current));
+  if (!plan_->needsSlowing)
+    startExport();
+  else if (job().textOrEmpty(JobKey::intermediate).empty())
+    startSlowing();
   else
-    takeSlowed(std::move(current));
+    takeSlowed();
 }
 
 // Makes the slowed copy. The step is done again after it.
-void EncodingDriver::startSlowing(Dico current) {
+void EncodingDriver::startSlowing() {
   const std::string slowed =
       joinPath(folder_.path(), fmt::format("slow{}.mov", std::random_device()()));
+  Dico current = job();
   current.set(JobKey::intermediate, slowed);
   current.set("encQtEnc", 1);
-  const double duration = jobDuration(current);
   storeJob(std::move(current));
-  startTask(slowingCommand(work_, slowed), ParseMode::time, duration);
+  startTask(slowingCommand(work_, slowed), ParseMode::time, plan_->seconds);
 }
 
 // Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
-void EncodingDriver::takeSlowed(Dico current) {
-  if (!moveFile(current.textOrEmpty(JobKey::intermediate), work_, "y"))
+void EncodingDriver::takeSlowed() {
+  if (!moveFile(job().textOrEmpty(JobKey::intermediate), work_, "y"))
     fail(whyDestination());
-  else if (isQuickTimeCopy(current))
+  else if (plan_->isCopy)
     encSend("encProcesses");
   else
-    startExport(std::move(current));
+    startExport();
 }
 
-void EncodingDriver::startExport(Dico current) {
-  const std::string preset = exportPresetName(current, services_.preferences.text(PrefKey::prores));
+void EncodingDriver::startExport() {
+  const std::string& preset = plan_->settings;
   debugFormat("presetStr (final)   : {}", preset);
   if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
     logLine("no quicktime preset :-(");
@@ -269,10 +253,10 @@ void EncodingDriver::startExport(Dico current) {
     return;
   }
   isExporting_ = true;
-  const double duration = jobDuration(current);
+  Dico current = job();
   current.set(JobKey::master, masterPathStr(work_));
   storeJob(std::move(current));
-  const auto step = encQt(work_, duration, preset, displayRatio(job()));
+  const auto step = encQt(work_, plan_->seconds, preset, displayRatio(row_.source));
   if (!step) {
     // The copy is still there when it could not be moved.
     fail(pathExists(work_) ? whyDestination() : localisationString("why_noRoomForExport"));
@@ -290,7 +274,7 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
   start.parseMode = parseMode;
   start.progressMax = maximum;
   start.controls = &interface_.encoding;
-  const std::string source = job().textOrEmpty(RowInfoKey::srcPathStr);
+  const std::string source = row_.path();
   start.source = source;
   start.output = work_;
   const bool isCheck = check_ == CheckStep::measuring || check_ == CheckStep::reading;
@@ -304,8 +288,6 @@ void EncodingDriver::startTask(const Arguments& command, ParseMode parseMode, do
 }
 
 void EncodingDriver::taskEnded(const TaskEnd& end) {
-  const Dico current = job();
-  const std::string source = current.textOrEmpty(RowInfoKey::srcPathStr);
   if (outcome_) {
     encSend("encProcesses");
     return;
@@ -331,7 +313,7 @@ void EncodingDriver::taskEnded(const TaskEnd& end) {
     else if (end.status == 0 && !end.troubles.readError().empty())
       fail(localisationString("why_readError", "", end.troubles.readError()));
     else
-      fail(failureReason(end, source));
+      fail(failureReason(end, row_.path()));
     return;
   }
   if (!end.troubles.givenUp().empty() || end.troubles.endsEarly())

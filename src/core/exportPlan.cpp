@@ -37,26 +37,26 @@ std::string exportRate(const SizeRow& size, int sourceRate) {
 
 }  // namespace
 
-double displayRatio(const Dico& job) {
-  if (const auto dar = job.text(SourceKey::v0Dar))
+double displayRatio(const SourceInfo& source) {
+  if (const auto dar = source.text(SourceKey::v0Dar))
     return fractionStr2Float(*dar);
-  const double width = job.number(SourceKey::v0Width).value_or(0);
-  const double height = job.number(SourceKey::v0Height).value_or(0);
+  const double width = source.number(SourceKey::v0Width).value_or(0);
+  const double height = source.number(SourceKey::v0Height).value_or(0);
   return width > 0 && height > 0 ? width / height : 16.0 / 9.0;
 }
 
-std::string exportPresetName(const Dico& job, std::string_view prefProres) {
-  const SizeRow* size = sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
+std::string exportPresetName(const Row& row, std::string_view prefProres) {
+  const SizeRow* size = sizeRow(row.choice.sizeOut);
   if (size == nullptr || !size->isSize())
     return {};
   const char* scan = size->isInterlaced() ? "i" : "p";
-  const std::string rate = exportRate(*size, roundedFps(job));
-  const bool isNarrow = std::abs(displayRatio(job) - 4.0 / 3.0) <= 0.1;
+  const std::string rate = exportRate(*size, roundedFps(row.source));
+  const bool isNarrow = std::abs(displayRatio(row.source) - 4.0 / 3.0) <= 0.1;
   std::string name = fmt::format("{}x{}", size->frame.width, size->frame.height);
   debugFormat("presetStr (size)    : {}", name);
   name += scan;
   debugFormat("presetStr (i|p)     : {}", name);
-  const TargetRow* target = targetRow(targetOf(job, outNone));
+  const TargetRow* target = targetRow(row.choice.target);
   name += fmt::format("{}{}", rate, isNarrow ? "Letterbox" : "");
   debugFormat("presetStr (fps={})  : {}", rate, name);
   if (target && target->hasFlavours) {
@@ -68,9 +68,9 @@ std::string exportPresetName(const Dico& job, std::string_view prefProres) {
   return name;
 }
 
-bool needsSlowing(const Dico& job) {
-  return speedOfJob(job) == speedSlow && isSourceProgressive(job) && !exportsSource(job) &&
-         isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+bool needsSlowing(const Row& row) {
+  return row.choice.speed == speedSlow && isSourceProgressive(row.source) && !exportsSource(row) &&
+         isHighFrameRate(row.source.number(SourceKey::v0Fps).value_or(0));
 }
 
 Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
@@ -84,8 +84,7 @@ Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
       "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed};
 }
 
-std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres,
-                                      bool replace) {
+std::vector<Arguments> commandsOfPlan(const JobPlan& plan, bool replace) {
   const auto keeping = [](Arguments command) {
     std::replace(command.begin(), command.end(), std::string("-y"), std::string("-n"));
     return command;
@@ -96,7 +95,7 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
       std::erase(command, "-y");  // it keeps what is there
     return {command};
   }
-  const std::string output = plan.job.textOrEmpty(JobKey::dstPathStr);
+  const std::string output = plan.movie;
   const std::string master = masterPathStr(output);
   std::vector<Arguments> commands;
   if (plan.needsExport)
@@ -106,7 +105,7 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
   const auto move = [&](const std::string& from, const std::string& to) {
     commands.push_back({"mv", "-f", "--", from, to});
   };
-  if (needsSlowing(plan.job)) {
+  if (plan.needsSlowing) {
     const std::string slowed = withExtension(withoutExtension(output) + "-slow", "mov");
     commands.push_back(keeping(slowingCommand(output, slowed)));
     move(slowed, output);
@@ -114,8 +113,7 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view pref
   if (!plan.needsExport)
     return commands;
   move(output, master);
-  commands.push_back(exportCommand(master, output, exportPresetName(plan.job, prefProres),
-                                   displayRatio(plan.job)));
+  commands.push_back(exportCommand(master, output, plan.settings, displayRatio(plan.row.source)));
   commands.push_back({"rm", "-f", "--", master});
   return commands;
 }

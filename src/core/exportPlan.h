@@ -1,4 +1,4 @@
-// How the export that finishes a job is done. Pure functions of the job.
+// How the export that finishes a job is done. Pure functions of the row and of the plan.
 #pragma once
 
 #include <string>
@@ -13,14 +13,13 @@ namespace tessarin {
 
 // The name of the settings in "presetQt": size row, scan and rate, "Letterbox" for a 4:3 picture
 // that goes into a 16:9 frame; for ProRes with "pr" and the flavour in front ("prHd1920x1080p25").
-// `job` has "out", "speed", "sizeOut" and the SourceInfo; `prefProres` is the flavour's four
-// characters. Empty when the job has no size row.
-std::string exportPresetName(const Dico& job, std::string_view prefProres);
+// `prefProres` is the flavour's four characters. Empty when the row has no size.
+std::string exportPresetName(const Row& row, std::string_view prefProres);
 
 // Whether the copy that ffmpeg made has to be slowed to half its speed, before the export or
 // without one: slow motion of a source with 50 or 60 whole pictures a second, which ffmpeg only
 // copies.
-bool needsSlowing(const Dico& job);
+bool needsSlowing(const Row& row);
 
 // The command that makes the slowed copy: the pictures of `movie` at half their speed, its sound
 // as it is.
@@ -31,10 +30,9 @@ Arguments slowingCommand(const std::string& movie, const std::string& slowed);
 // mv(1) and rm(1) where the program does that itself. Each counts only when all before it ended
 // well: what is there already makes one of them fail rather than be overwritten, unless it is the
 // movie and `replace` is asked for.
-std::vector<Arguments> commandsOfPlan(const JobPlan& plan, std::string_view prefProres,
-                                      bool replace);
+std::vector<Arguments> commandsOfPlan(const JobPlan& plan, bool replace);
 
 // The source's picture shape, width by height; 16:9 when unknown.
-double displayRatio(const Dico& job);
+double displayRatio(const SourceInfo& source);
 
 }  // namespace tessarin

@@ -35,9 +35,9 @@ double quotient(std::string_view fraction) {
 }
 
 // The size that the command's filters bring the pictures to; that of the source without any.
-FrameSize frameOf(const Arguments& command, const Dico& job) {
-  FrameSize size{static_cast<int>(job.integer(SourceKey::v0Width).value_or(0)),
-                 static_cast<int>(job.integer(SourceKey::v0Height).value_or(0))};
+FrameSize frameOf(const Arguments& command, const SourceInfo& source) {
+  FrameSize size{static_cast<int>(source.integer(SourceKey::v0Width).value_or(0)),
+                 static_cast<int>(source.integer(SourceKey::v0Height).value_or(0))};
   const std::string filters = optionOf(command, "-vf");
   for (const std::string_view filter : split(filters, ",")) {
     if (!startsWith(filter, "scale="))
@@ -71,20 +71,21 @@ double exportedRate(std::string_view settings, double sourceRate) {
 }
 
 void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast& movie) {
-  const Dico& job = plan.job;
-  const SizeRow* chosen = sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
-  const bool hasFields = !isSourceProgressive(job);
-  const double sourceRate = job.number(SourceKey::v0Fps).value_or(0) / (hasFields ? 2 : 1);
-  if (isQuickTimeCopy(job)) {
+  const SourceInfo& source = plan.row.source;
+  const Choice& choice = plan.row.choice;
+  const SizeRow* chosen = sizeRow(choice.sizeOut);
+  const bool hasFields = !isSourceProgressive(source);
+  const double sourceRate = source.number(SourceKey::v0Fps).value_or(0) / (hasFields ? 2 : 1);
+  if (plan.isCopy) {
     movie.isCopy = true;
-    movie.codec = job.textOrEmpty(SourceKey::v0Codec);
-    movie.rate = needsSlowing(job) ? sourceRate / 2 : sourceRate;
-    const FrameSize size = frameOf({}, job);
+    movie.codec = source.textOrEmpty(SourceKey::v0Codec);
+    movie.rate = plan.needsSlowing ? sourceRate / 2 : sourceRate;
+    const FrameSize size = frameOf({}, source);
     movie.width = size.width;
     movie.height = size.height;
     return;
   }
-  const TargetRow* target = targetRow(targetOf(job, outNone));
+  const TargetRow* target = targetRow(choice.target);
   const bool isProres = target && target->hasFlavours;
   // What cannot be a copy goes by the intermediate.
   movie.codec = (isProres ? *target : targetTable[outAic]).codec;
@@ -95,7 +96,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
     for (const ProresFlavour& each : proresFlavours)
       if (each.profile == profile)
         movie.flavour = each.word;
-    const FrameSize size = frameOf(plan.command.arguments, job);
+    const FrameSize size = frameOf(plan.command.arguments, source);
     movie.width = size.width;
     movie.height = size.height;
     movie.rate = quotient(rate);
@@ -107,8 +108,8 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   movie.width = size.width;
   movie.height = size.height;
   // What the export reads has the rate of the command, or is slowed before.
-  const double slowed = speedOfJob(job) == speedSlow ? sourceRate / 2 : sourceRate;
-  movie.rate = exportedRate(exportPresetName(job, "apcn"), rate.empty() ? slowed : quotient(rate));
+  const double slowed = choice.speed == speedSlow ? sourceRate / 2 : sourceRate;
+  movie.rate = exportedRate(plan.settings, rate.empty() ? slowed : quotient(rate));
 }
 
 std::string number(double value) {
@@ -116,51 +117,54 @@ std::string number(double value) {
 }
 
 // The streams of a kind behind the first one that is converted.
-void leaveOutStreams(const Dico& job, StreamKind kind, int first, const char* name, const char* key,
-                     Forecast& movie) {
+void leaveOutStreams(const SourceInfo& source, StreamKind kind, int first, const char* name,
+                     const char* key, Forecast& movie) {
   // More than a clip has; a stored record may hold anything.
   constexpr int most = 64;
   for (int index = first; index < most; ++index) {
-    const auto id = job.integer(streamKey(kind, index, StreamField::id));
+    const auto id = source.integer(streamKey(kind, index, StreamField::id));
     if (!id)
       break;
-    std::vector<std::string> words = {job.textOrEmpty(streamKey(kind, index, StreamField::codec))};
-    if (const auto language = job.text(streamKey(kind, index, StreamField::lang)))
+    std::vector<std::string> words = {
+        source.textOrEmpty(streamKey(kind, index, StreamField::codec))};
+    if (const auto language = source.text(streamKey(kind, index, StreamField::lang)))
       words.push_back(*language);
     movie.leftOut.push_back(
         {name, localisationString(key, "", fmt::format("{}", *id), joinTexts(words, ", "))});
   }
 }
 
-void tellLeftOut(const Dico& job, Forecast& movie) {
-  const bool hasFields = !isSourceProgressive(job);
-  const bool isSlow = speedOfJob(job) == speedSlow;
-  const double rate = job.number(SourceKey::v0Fps).value_or(0);
+void tellLeftOut(const Row& row, Forecast& movie) {
+  const SourceInfo& source = row.source;
+  const bool hasFields = !isSourceProgressive(source);
+  const bool isSlow = row.choice.speed == speedSlow;
+  const double rate = source.number(SourceKey::v0Fps).value_or(0);
   const double shown = movie.isInterlaced ? 2 * movie.rate : movie.rate;
   if (!isSlow && shown > 0 && rate > 1.5 * shown)
     movie.leftOut.push_back({hasFields ? "fields" : "pictures",
                              localisationString(hasFields ? "out_fields" : "out_pictures", "",
                                                 number(shown), number(rate))});
-  const auto width = job.integer(SourceKey::v0Width).value_or(0);
-  const auto height = job.integer(SourceKey::v0Height).value_or(0);
+  const auto width = source.integer(SourceKey::v0Width).value_or(0);
+  const auto height = source.integer(SourceKey::v0Height).value_or(0);
   if (movie.width < width || movie.height < height)
     movie.leftOut.push_back(
         {"details", localisationString("out_details", "", fmt::format("{}x{}", width, height),
                                        fmt::format("{}x{}", movie.width, movie.height))});
-  if (const PictureColours colours = sourceColours(job); movie.codec == "icod" && isWide(colours))
+  if (const PictureColours colours = sourceColours(source);
+      movie.codec == "icod" && isWide(colours))
     movie.leftOut.push_back(
         {"colours", localisationString("out_colours", "",
                                        colours.transfer == "arib-std-b67" ? "HLG"
                                        : hasHighRange(colours)            ? "PQ"
                                                                           : "BT.2020")});
-  leaveOutStreams(job, StreamKind::video, 1, "video", "out_video", movie);
-  leaveOutStreams(job, StreamKind::audio, 1, "sound", "out_sound", movie);
-  const auto channels = job.integer(SourceKey::a0Channels).value_or(0);
+  leaveOutStreams(source, StreamKind::video, 1, "video", "out_video", movie);
+  leaveOutStreams(source, StreamKind::audio, 1, "sound", "out_sound", movie);
+  const auto channels = source.integer(SourceKey::a0Channels).value_or(0);
   if (movie.soundChannels > 0 && channels > movie.soundChannels)
     movie.leftOut.push_back(
         {"channels", localisationString("out_channels", "", fmt::format("{}", channels),
                                         fmt::format("{}", movie.soundChannels))});
-  leaveOutStreams(job, StreamKind::subtitle, 0, "subtitles", "out_subtitles", movie);
+  leaveOutStreams(source, StreamKind::subtitle, 0, "subtitles", "out_subtitles", movie);
 }
 
 }  // namespace
@@ -168,22 +172,22 @@ void tellLeftOut(const Dico& job, Forecast& movie) {
 std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres) {
   if (refusalOf(row, true))
     return std::nullopt;
-  const auto plan = planJob(jobOfRow(row), "movie.mov", prefProres);
+  const auto plan = planJob(row, "movie.mov", prefProres);
   if (!plan)
     return std::nullopt;
-  const Dico& job = plan->job;
+  const SourceInfo& source = row.source;
   Forecast movie;
   describePictures(*plan, prefProres, movie);
-  if (job.contains(SourceKey::a0Id)) {
+  if (source.contains(SourceKey::a0Id)) {
     constexpr std::int64_t stereo = 2;
-    const auto channels = job.integer(SourceKey::a0Channels).value_or(stereo);
-    movie.soundChannels =
-        static_cast<int>(job.flag(JobKey::prefSurrond) ? std::max(channels, stereo) : stereo);
-    movie.soundRate = static_cast<int>(job.integer(SourceKey::a0Rate).value_or(0));
+    const auto channels = source.integer(SourceKey::a0Channels).value_or(stereo);
+    movie.soundChannels = static_cast<int>(
+        source.flag(RowInfoKey::prefSurrond) ? std::max(channels, stereo) : stereo);
+    movie.soundRate = static_cast<int>(source.integer(SourceKey::a0Rate).value_or(0));
   }
-  tellLeftOut(job, movie);
-  movie.remarks = remarkTexts(job);
-  if (movie.soundChannels > 0 && speedOfJob(job) == speedSlow)
+  tellLeftOut(row, movie);
+  movie.remarks = remarkTexts(source);
+  if (movie.soundChannels > 0 && row.choice.speed == speedSlow)
     movie.remarks.push_back(localisationString("out_slowSound"));
   return movie;
 }

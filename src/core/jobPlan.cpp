@@ -9,7 +9,6 @@
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/rowChoices.h"
-#include "core/storedRow.h"
 #include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
@@ -25,8 +24,8 @@ namespace {
 
 enum class FilterPlace { first, last };
 
-const SizeRow* sizeOf(const Dico& job) {
-  return sizeRow(job.integer(JobKey::sizeOut).value_or(-1));
+const SizeRow* sizeOf(const Row& row) {
+  return sizeRow(row.choice.sizeOut);
 }
 
 // Puts a filter before or behind the command's filters; a command without any gets it alone. Stream
@@ -44,29 +43,30 @@ void addFilter(Arguments& arguments, const std::string& filter, FilterPlace plac
 }
 
 // Sees to it that the fields of the movie have the order that it claims.
-void correctFields(const Dico& job, EncodingCommand& command) {
-  const bool hasFields = !isSourceProgressive(job);
+void correctFields(const Row& row, EncodingCommand& command) {
+  const SourceInfo& source = row.source;
+  const bool hasFields = !isSourceProgressive(source);
   const auto codec = std::find(command.arguments.begin(), command.arguments.end(), "mpeg4");
   const bool isIntermediate =
-      codec != command.arguments.end() && isOf(sizeOf(job), RateFamily::i50);
+      codec != command.arguments.end() && isOf(sizeOf(row), RateFamily::i50);
   if (isIntermediate) {
     // Told that there are fields, the codec carries their order to the export.
     command.arguments.insert(codec + 1, {"-flags", "+ildct+ilme"});
     // Its chroma is halved field by field.
-    if (hasFields && job.text(SourceKey::v0Chroma).value_or("yuv420p") != "yuv420p")
+    if (hasFields && source.text(SourceKey::v0Chroma).value_or("yuv420p") != "yuv420p")
       addFilter(command.arguments, "scale=interl=-1,format=yuv420p", FilterPlace::first);
   }
   // Where what the stream claims is wrong, the filters are told what the pictures say.
-  if (job.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
+  if (source.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
     addFilter(command.arguments,
-              job.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst) ? "setfield=bff"
-                                                                              : "setfield=tff",
+              source.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst) ? "setfield=bff"
+                                                                                 : "setfield=tff",
               FilterPlace::first);
   // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
 }
 
 // Sees to it that the encoder can take fields of as many lines as the movie has.
-void correctEncoder(const Dico& job, EncodingCommand& command) {
+void correctEncoder(const Row& row, EncodingCommand& command) {
   Arguments& arguments = command.arguments;
   const auto codec = std::find(arguments.begin(), arguments.end(), "prores");
   const bool hasFields =
@@ -75,20 +75,20 @@ void correctEncoder(const Dico& job, EncodingCommand& command) {
     return;
   const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
   const bool isScaled = filters != arguments.end() && contains(*(filters + 1), "scale=");
-  const SizeRow* size = sizeOf(job);
+  const SizeRow* size = sizeOf(row);
   const int lines = isScaled && size
                         ? size->frame.height
-                        : static_cast<int>(job.integer(SourceKey::v0Height).value_or(0));
+                        : static_cast<int>(row.source.integer(SourceKey::v0Height).value_or(0));
   *codec = proresEncoder(hasFields, lines);
 }
 
 // Sees to it that the movie says its colours: those of the source, or those of high definition for
 // pictures of standard definition that are made as large, as they are converted then. Programs that
 // do not ask go by the size.
-void nameColours(const Dico& job, EncodingCommand& command) {
+void nameColours(const SourceInfo& source, EncodingCommand& command) {
   Arguments& arguments = command.arguments;
-  PictureColours colours = sourceColours(job);
-  const auto height = job.integer(SourceKey::v0Height).value_or(0);
+  PictureColours colours = sourceColours(source);
+  const auto height = source.integer(SourceKey::v0Height).value_or(0);
   constexpr int mostStandardLines = 576;
   const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
   if (option != arguments.end() && height <= mostStandardLines && !isWide(colours))
@@ -112,8 +112,8 @@ void nameColours(const Dico& job, EncodingCommand& command) {
 
 // Sees to it that the movie begins with its first picture, and the sound with what is heard then:
 // ffmpeg would fill the time before with copies of that picture.
-void beginWithFirstPicture(const Dico& job, EncodingCommand& command) {
-  const double begin = job.number(SourceKey::v0Begin).value_or(0);
+void beginWithFirstPicture(const SourceInfo& source, EncodingCommand& command) {
+  const double begin = source.number(SourceKey::v0Begin).value_or(0);
   Arguments& arguments = command.arguments;
   if (begin <= 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
     return;
@@ -128,109 +128,100 @@ void beginWithFirstPicture(const Dico& job, EncodingCommand& command) {
   arguments.insert(subtitles, {"-ss", fmt::format("{:.6f}", std::max(0.0, begin - rounding))});
 }
 
-bool isStreamCopy(const Dico& job) {
-  return isSourceProgressive(job) && !needsInterleaveToI50(job, sizeOf(job));
+bool isStreamCopy(const Row& row) {
+  return isSourceProgressive(row.source) && !needsInterleaveToI50(row.source, sizeOf(row));
 }
 
 // The movie takes twice as long: ffmpeg stretches the pictures' times, or every field becomes a
 // picture of a movie that has no more of them a second.
-bool isSlowed(const Dico& job) {
-  if (speedOfJob(job) != speedSlow)
+bool isSlowed(const Row& row) {
+  if (row.choice.speed != speedSlow)
     return false;
-  if (isStreamCopy(job))
-    return isHighFrameRate(job.number(SourceKey::v0Fps).value_or(0));
+  if (isStreamCopy(row))
+    return isHighFrameRate(row.source.number(SourceKey::v0Fps).value_or(0));
   constexpr int leastFieldRate = 48;
-  const bool hasFieldRate = !isSourceProgressive(job) && isOf(sizeOf(job), RateFamily::p50) &&
-                            roundedFps(job) >= leastFieldRate;
+  const bool hasFieldRate = !isSourceProgressive(row.source) &&
+                            isOf(sizeOf(row), RateFamily::p50) &&
+                            roundedFps(row.source) >= leastFieldRate;
   return !hasFieldRate;
 }
 
 // The export of the source, with what the copy would have been told.
-Arguments sourceExport(const Dico& job, std::string_view prefProres) {
-  const std::string source = job.textOrEmpty(JobKey::srcPathStr);
-  Arguments command = exportCommand(source, job.textOrEmpty(JobKey::dstPathStr),
-                                    exportPresetName(job, prefProres), displayRatio(job));
+Arguments sourceExport(const Row& row, const std::string& movie, const std::string& settings) {
+  const SourceInfo& source = row.source;
+  Arguments command = exportCommand(row.path(), movie, settings, displayRatio(source));
   const auto add = [&](const char* option, const std::string& value) {
     command.insert(command.end(), {option, value});
   };
-  if (const auto format = job.text(SourceKey::wForce))
+  if (const auto format = source.text(SourceKey::wForce))
     add("--format", *format);
-  if (job.contains(SourceKey::a0Force))
-    add("--sound-decoder", job.textOrEmpty(SourceKey::a0Codec));
-  if (const auto pictures = job.integer(SourceKey::v0Id))
+  if (source.contains(SourceKey::a0Force))
+    add("--sound-decoder", source.textOrEmpty(SourceKey::a0Codec));
+  if (const auto pictures = source.integer(SourceKey::v0Id))
     add("--pictures", fmt::format("{}", *pictures));
   constexpr std::int64_t stereo = 2;
   const std::int64_t channels =
-      job.flag(JobKey::prefSurrond)
-          ? std::max(job.integer(SourceKey::a0Channels).value_or(0), stereo)
+      source.flag(RowInfoKey::prefSurrond)
+          ? std::max(source.integer(SourceKey::a0Channels).value_or(0), stereo)
           : stereo;
-  add("--sound", fmt::format("{}", job.integer(SourceKey::a0Id).value_or(-1)));
+  add("--sound", fmt::format("{}", source.integer(SourceKey::a0Id).value_or(-1)));
   add("--channels", fmt::format("{}", channels));
-  if (isSlowed(job))
+  if (isSlowed(row))
     command.emplace_back("--slow");
   return command;
 }
 
 }  // namespace
 
-Dico jobOfRow(const Row& row) {
-  Dico job = rowInfo(row.source);
-  job.set(JobKey::out, row.choice.target);
-  job.set(JobKey::speed, row.choice.speed);
-  job.set(JobKey::sizeOut, row.choice.sizeOut);
-  return job;
-}
-
-std::optional<JobPlan> planJob(Dico job, const std::string& destination,
+std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
                                std::string_view prefProres) {
-  job.set(JobKey::dstPathStr, destination);
-  auto command = encodage(targetOf(job), job, prefProres);
+  auto command = encodage(row, movie, prefProres);
   if (!command)
     return std::nullopt;
-  correctFields(job, *command);
-  nameColours(job, *command);
-  beginWithFirstPicture(job, *command);
-  correctEncoder(job, *command);
+  correctFields(row, *command);
+  nameColours(row.source, *command);
+  beginWithFirstPicture(row.source, *command);
+  correctEncoder(row, *command);
   JobPlan plan;
-  if (exportsSource(job)) {
-    command->arguments = sourceExport(job, prefProres);
-    plan.isExport = true;
-  }
-  plan.needsExport = !plan.isExport && !command->writesProres && !isQuickTimeCopy(job);
-  if (const double duration = job.number(SourceKey::wDuration).value_or(0); duration > 0)
-    job.set(JobKey::durationDouble, duration * (isSlowed(job) ? 2 : 1));
-  plan.job = std::move(job);
+  plan.row = row;
+  plan.movie = movie;
+  plan.isExport = exportsSource(row);
+  plan.isCopy = isQuickTimeCopy(row);
+  plan.needsSlowing = needsSlowing(row);
+  plan.needsExport = !plan.isExport && !command->writesProres && !plan.isCopy;
+  if (plan.isExport || plan.needsExport)
+    plan.settings = exportPresetName(row, prefProres);
+  if (plan.isExport)
+    command->arguments = sourceExport(row, movie, plan.settings);
+  plan.seconds = row.source.number(SourceKey::wDuration).value_or(0) * (isSlowed(row) ? 2 : 1);
   plan.command = std::move(*command);
   return plan;
 }
 
-PictureColours sourceColours(const Dico& job) {
-  const PictureColours said{job.textOrEmpty(SourceKey::v0Primaries),
-                            job.textOrEmpty(SourceKey::v0Transfer),
-                            job.textOrEmpty(SourceKey::v0Matrix)};
-  return completeColours(said, static_cast<int>(job.integer(SourceKey::v0Width).value_or(0)),
-                         static_cast<int>(job.integer(SourceKey::v0Height).value_or(0)),
-                         job.number(SourceKey::v0Fps).value_or(0));
+PictureColours sourceColours(const SourceInfo& source) {
+  const PictureColours said{source.textOrEmpty(SourceKey::v0Primaries),
+                            source.textOrEmpty(SourceKey::v0Transfer),
+                            source.textOrEmpty(SourceKey::v0Matrix)};
+  return completeColours(said, static_cast<int>(source.integer(SourceKey::v0Width).value_or(0)),
+                         static_cast<int>(source.integer(SourceKey::v0Height).value_or(0)),
+                         source.number(SourceKey::v0Fps).value_or(0));
 }
 
-bool isQuickTimeCopy(const Dico& job) {
-  return targetOf(job) == outQuickTime && isStreamCopy(job);
+bool isQuickTimeCopy(const Row& row) {
+  return row.choice.target == outQuickTime && isStreamCopy(row);
 }
 
-bool exportsSource(const Dico& job) {
-  if (!isStreamCopy(job) || targetOf(job) == outQuickTime || !job.contains(SourceKey::v0Codec))
+bool exportsSource(const Row& row) {
+  const SourceInfo& source = row.source;
+  if (!isStreamCopy(row) || row.choice.target == outQuickTime ||
+      !source.contains(SourceKey::v0Codec))
     return false;
   // A copy is shown from its first key frame on. Pictures that are stored behind that and shown
   // before it, which MPEG-2 of tapes and discs may begin with, would be lost.
-  if (job.text(SourceKey::v0Codec) == "mpeg2video" || job.contains(SourceKey::intraOffset))
+  if (source.text(SourceKey::v0Codec) == "mpeg2video" || source.contains(SourceKey::intraOffset))
     return true;
-  return movieHolds(job.textOrEmpty(SourceKey::v0Codec),
-                    textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) != true;
-}
-
-double movieDuration(const Dico& job) {
-  const double source = job.number(SourceKey::wDuration).value_or(0);
-  return job.number(JobKey::durationDouble).value_or(source);
+  return movieHolds(source.textOrEmpty(SourceKey::v0Codec),
+                    textUpTo(source.textOrEmpty(SourceKey::wrapper), ",")) != true;
 }
 
 bool hasExportTool() {
@@ -238,17 +229,17 @@ bool hasExportTool() {
 }
 
 std::optional<std::string> refusalOf(const Row& row, bool hasExport) {
-  const Dico job = jobOfRow(row);
-  if (!job.contains(SourceKey::v0Width) || !job.contains(SourceKey::v0Height))
+  const SourceInfo& source = row.source;
+  if (!source.contains(SourceKey::v0Width) || !source.contains(SourceKey::v0Height))
     return localisationString("why_noPicture");
   const Target target = row.choice.target;
-  if (const std::string codec = job.textOrEmpty(SourceKey::v0Codec);
+  if (const std::string codec = source.textOrEmpty(SourceKey::v0Codec);
       target == outQuickTime &&
-      movieHolds(codec, textUpTo(job.textOrEmpty(SourceKey::wrapper), ",")) == false)
+      movieHolds(codec, textUpTo(source.textOrEmpty(SourceKey::wrapper), ",")) == false)
     return localisationString("why_movieCodec", "", codec);
   if (!cellAllowedOut(row, row.choice))
     return localisationString("why_noTarget", "", whyNotTarget(row, target));
-  if (const auto plan = planJob(job, "output.mov", "apcn");
+  if (const auto plan = planJob(row, "output.mov", "apcn");
       plan && (plan->needsExport || plan->isExport) && !hasExport)
     return localisationString("why_noExport");
   return std::nullopt;

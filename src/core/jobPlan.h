@@ -5,41 +5,41 @@
 #include <string>
 #include <string_view>
 
-#include "classShared/Value.h"
 #include "encoding/Row.h"
 #include "encoding/commandBuilder.h"
 #include "ffmpeg/pictureColours.h"
 
 namespace tessarin {
 
-// The job record of a row: its SourceInfo with the row's choices ("out", "speed", "sizeOut").
-Dico jobOfRow(const Row& row);
-
+// The command comes first, then the copy that it made is slowed, then exported, where that is
+// needed; the check of the movie goes by the same plan.
 struct JobPlan {
-  Dico job;  // with "dstPathStr" and "durationDouble"
+  Row row;            // as it was planned
+  std::string movie;  // where the commands write it
   EncodingCommand command;
-  bool needsExport = false;  // the command's result is not the movie yet
   // The command is the export itself, which reads the source: see exportsSource().
   bool isExport = false;
+  bool isCopy = false;        // the movie is a copy of the source's pictures: isQuickTimeCopy()
+  bool needsSlowing = false;  // needsSlowing() of the row
+  bool needsExport = false;   // what is there then is not the movie yet
+  std::string settings;       // of an export: exportPresetName()
+  double seconds = 0;         // of the movie: twice those of the source in slow motion. 0: unknown
 };
 
-// The plan for a job whose output is `destination`. Nothing when the command cannot be built.
-std::optional<JobPlan> planJob(Dico job, const std::string& destination,
+// The plan for a row whose movie is to be written to `movie`; `prefProres` is the four characters
+// of the ProRes flavour. Nothing when the command cannot be built.
+std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
                                std::string_view prefProres);
 
-// The colours of the job's source: what it says, and what is usual where it does not.
-PictureColours sourceColours(const Dico& job);
+// The colours of a source: what it says, and what is usual where it does not.
+PictureColours sourceColours(const SourceInfo& source);
 
-// Whether the job is a stream copy that is to be a QuickTime movie, which it is already: nothing
-// is exported.
-bool isQuickTimeCopy(const Dico& job);
+// Whether the movie is to be a stream copy in QuickTime's container: nothing is exported.
+bool isQuickTimeCopy(const Row& row);
 
 // Whether the export reads the source itself: where a copy, from which it would be made otherwise,
 // cannot hold all of the source's pictures or is not known to.
-bool exportsSource(const Dico& job);
-
-// Seconds of the movie that the job makes: twice those of the source in slow motion. 0: unknown.
-double movieDuration(const Dico& job);
+bool exportsSource(const Row& row);
 
 // Whether the tool for exports is there.
 bool hasExportTool();

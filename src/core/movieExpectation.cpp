@@ -32,27 +32,23 @@ std::optional<std::string> valueOf(const Arguments& arguments, std::string_view 
   return *(found + 1);
 }
 
-bool copiesPictures(const JobPlan& plan) {
-  return isQuickTimeCopy(plan.job);
-}
-
 // How many times as long as the source the movie is.
 double stretchOf(const JobPlan& plan) {
   const Arguments& command = plan.command.arguments;
   const std::string filters = valueOf(command, "-vf").value_or("");
-  const bool isSlow = needsSlowing(plan.job) || contains(filters, "setpts=2.0*PTS") ||
+  const bool isSlow = plan.needsSlowing || contains(filters, "setpts=2.0*PTS") ||
                       std::find(command.begin(), command.end(), "--slow") != command.end();
   return isSlow ? 2 : 1;
 }
 
 // Pictures a second of the movie; 0: not known before.
-double rateOf(const JobPlan& plan, std::string_view prefProres) {
-  const double source = plan.job.number(SourceKey::v0Fps).value_or(0);
-  if (copiesPictures(plan))
+double rateOf(const JobPlan& plan) {
+  const double source = plan.row.source.number(SourceKey::v0Fps).value_or(0);
+  if (plan.isCopy)
     return source / stretchOf(plan);
   if (plan.needsExport || plan.isExport) {
     // "prHd1280x720p25Letterbox"
-    const std::string preset = exportPresetName(plan.job, prefProres);
+    const std::string& preset = plan.settings;
     const std::size_t scan = preset.find_first_of("pi", preset.rfind('x') + 1);
     if (scan == std::string::npos)
       return 0;
@@ -71,12 +67,12 @@ std::uint64_t leastPictures(double seconds, double rate) {
 
 // Seconds of the source before the movie begins.
 double beginOf(const JobPlan& plan) {
-  return copiesPictures(plan) ? 0 : plan.job.number(SourceKey::v0Begin).value_or(0);
+  return plan.isCopy ? 0 : plan.row.source.number(SourceKey::v0Begin).value_or(0);
 }
 
 // Of what the movie has of the source, exact to a hundredth.
 std::optional<double> durationOf(const JobPlan& plan) {
-  const double exact = plan.job.number(SourceKey::wSeconds).value_or(0) - beginOf(plan);
+  const double exact = plan.row.source.number(SourceKey::wSeconds).value_or(0) - beginOf(plan);
   return exact > 0 ? std::optional(exact) : std::nullopt;
 }
 
@@ -95,7 +91,7 @@ std::string count(double number) {
 
 }  // namespace
 
-std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan, std::string_view prefProres) {
+std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan) {
   const auto duration = durationOf(plan);
   if (!duration)
     return std::nullopt;
@@ -103,15 +99,14 @@ std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan, std::string
   ExpectedMovie expected;
   expected.seconds = stretch * (*duration - analysisSlack);
   expected.mostSeconds = stretch * (*duration + analysisSlack);
-  expected.pictures = leastPictures(expected.seconds, rateOf(plan, prefProres));
-  if (plan.job.contains(SourceKey::a0Id))
+  expected.pictures = leastPictures(expected.seconds, rateOf(plan));
+  if (plan.row.source.contains(SourceKey::a0Id))
     expected.soundSeconds = std::max(0.01, *duration - soundSlack);
   return expected;
 }
 
-ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres,
-                                const SourceMeasure& measure, std::size_t damagedPictures,
-                                std::size_t damagedSound) {
+ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measure,
+                                std::size_t damagedPictures, std::size_t damagedSound) {
   ExpectedMovie expected;
   const double stretch = stretchOf(plan);
   if (const auto& pictures = measure.pictures; pictures && pictures->packets > 0) {
@@ -122,13 +117,13 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres
     // Decoders keep a picture or two, and edits are rounded.
     expected.seconds = std::max(0.0, stretch * (span - missing - 3 * std::max(step, 0.02)));
     expected.mostSeconds = stretch * std::max(pictures->end, span) * 1.1 + 5;
-    if (!copiesPictures(plan))
-      expected.pictures = leastPictures(expected.seconds, rateOf(plan, prefProres));
+    if (!plan.isCopy)
+      expected.pictures = leastPictures(expected.seconds, rateOf(plan));
     else
       expected.pictures = pictures->packets - pictures->leading;
   }
   if (const auto& sound = measure.sound;
-      sound && sound->packets > 0 && plan.job.contains(SourceKey::a0Id)) {
+      sound && sound->packets > 0 && plan.row.source.contains(SourceKey::a0Id)) {
     const auto packets = static_cast<double>(sound->packets);
     // An export leaves out sound from before the first picture.
     const double start =
@@ -156,7 +151,7 @@ Arguments measuringCommandOf(const JobPlan& plan) {
   Arguments same = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "error"};
   if (const auto format = valueOf(command, "--format"))
     same.insert(same.end(), {"-f", *format});
-  same.insert(same.end(), {"-fflags", "+genpts", "-i", plan.job.textOrEmpty(JobKey::srcPathStr)});
+  same.insert(same.end(), {"-fflags", "+genpts", "-i", plan.row.path()});
   for (const char* option : {"--pictures", "--sound"})
     if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)
       same.insert(same.end(), {"-map", "0:" + *stream});

@@ -15,12 +15,11 @@ namespace tessarin {
 // By what the analysis knows: as long as the source is said to be, give or take a few pictures. A
 // movie that passes is right; for one that does not the source has to be measured, for what the
 // analysis knows is often a guess. Nothing when it does not know how long the source is.
-std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan, std::string_view prefProres);
+std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan);
 
 // By the packets of the source. `damagedPictures` and `damagedSound` may be missing.
-ExpectedMovie expectedByMeasure(const JobPlan& plan, std::string_view prefProres,
-                                const SourceMeasure& measure, std::size_t damagedPictures,
-                                std::size_t damagedSound);
+ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measure,
+                                std::size_t damagedPictures, std::size_t damagedSound);
 
 // Whether the source is said to have more than the movie has, whatever was measured.
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);

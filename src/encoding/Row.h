@@ -12,10 +12,13 @@ namespace tessarin {
 
 struct Choice {
   Target target = outProres;
-  int sizeOut = -1;  // of the table of sizes; -1: none yet
+  int sizeOut = -1;  // of the table of sizes; -1: none yet; keepsSize
   Speed speed = speedKeep;
   bool operator==(const Choice&) const = default;
 };
+
+// As a choice of size: no row of the table, the pictures stay as large as they are.
+inline constexpr int keepsSize = -2;
 
 enum class RowMark { waiting, current, success, failure };
 

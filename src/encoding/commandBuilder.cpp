@@ -19,28 +19,28 @@ void append(Arguments& arguments, const Arguments& more) {
   arguments.insert(arguments.end(), more.begin(), more.end());
 }
 
-void appendInput(Arguments& arguments, const Dico& job) {
+void appendInput(Arguments& arguments, const SourceInfo& source) {
   // Before "-i" the codec is a decoder: for sound that ffmpeg would take for something else.
-  if (job.contains(SourceKey::a0Id) && job.contains(SourceKey::a0Force) &&
-      job.contains(SourceKey::a0Codec))
-    append(arguments, {"-c:a", job.textOrEmpty(SourceKey::a0Codec)});
-  append(arguments, inputOptions(job));
-  append(arguments, {"-fflags", "+genpts", "-i", job.textOrEmpty(JobKey::srcPathStr)});
-  append(arguments, mapOfStreams(job));
+  if (source.contains(SourceKey::a0Id) && source.contains(SourceKey::a0Force) &&
+      source.contains(SourceKey::a0Codec))
+    append(arguments, {"-c:a", source.textOrEmpty(SourceKey::a0Codec)});
+  append(arguments, inputOptions(source));
+  append(arguments, {"-fflags", "+genpts", "-i", source.textOrEmpty(RowInfoKey::srcPathStr)});
+  append(arguments, mapOfStreams(source));
 }
 
-void appendCopy(Arguments& arguments, const Dico& job) {
+void appendCopy(Arguments& arguments, const SourceInfo& source) {
   append(arguments, {"-vsync", "0", "-strict", "1", "-c:v", "copy"});
-  const std::string wrapper = lowerCase(job.textOrEmpty(SourceKey::wrapper));
+  const std::string wrapper = lowerCase(source.textOrEmpty(SourceKey::wrapper));
   const bool hasTags = startsWith(wrapper, "mov") || startsWith(wrapper, "avi");
-  if (hasTags && contains(job.textOrEmpty(SourceKey::v0Codec), "264"))
+  if (hasTags && contains(source.textOrEmpty(SourceKey::v0Codec), "264"))
     append(arguments, {"-vtag", "avc1"});
 }
 
-std::string scaleFilter(const Dico& job, const SizeRow* size) {
+std::string scaleFilter(const SourceInfo& source, const SizeRow* size) {
   if (size == nullptr)
-    return fmt::format("scale={}:{}", job.integer(SourceKey::v0Width).value_or(0),
-                       job.integer(SourceKey::v0Height).value_or(0));
+    return fmt::format("scale={}:{}", source.integer(SourceKey::v0Width).value_or(0),
+                       source.integer(SourceKey::v0Height).value_or(0));
   // A row that is no size counts as the largest.
   const FrameSize frame = size->isSize() ? size->frame : FrameSize{1920, 1080};
   return fmt::format("scale={}:{}", frame.width, frame.height);
@@ -56,20 +56,20 @@ struct Treatment {
   Speed speed;
 };
 
-Treatment treatmentOf(Target target, const Dico& job, const SizeRow* size, bool interleave) {
+Treatment treatmentOf(const Row& row, const SizeRow* size, bool interleave) {
   Treatment plan{};
   plan.interleave = interleave;
   plan.deinterlace = size && size->isProgressive();
   logFormat("…to deinterlace     ? {:d}", plan.deinterlace);
   logFormat("sizeOutStr          : {}",
             size ? presetShortLabel(std::string_view(size->label)) : "nil");
-  plan.fps = roundedFps(job);
+  plan.fps = roundedFps(row.source);
   logFormat("fps                 : {}", plan.fps);
-  plan.doubleFps = !isSourceProgressive(job) && isOf(size, RateFamily::p50) && plan.fps > 47;
+  plan.doubleFps = !isSourceProgressive(row.source) && isOf(size, RateFamily::p50) && plan.fps > 47;
   logFormat("…to double fps      ? {:d}", plan.doubleFps);
   // Interleaved frames cannot be copied; the intermediate is the least loss.
-  plan.mode = interleave && target == outQuickTime ? outAic : target;
-  plan.speed = plan.doubleFps ? speedSlow : speedOfJob(job);
+  plan.mode = interleave && row.choice.target == outQuickTime ? outAic : row.choice.target;
+  plan.speed = plan.doubleFps ? speedSlow : row.choice.speed;
   if (plan.speed == speedKeep && plan.deinterlace)
     plan.speed = speedHalf;
   return plan;
@@ -109,20 +109,20 @@ void appendFilters(Arguments& arguments, const Treatment& plan, const std::strin
   }
 }
 
-void appendAudio(Arguments& arguments, const Dico& job) {
+void appendAudio(Arguments& arguments, const SourceInfo& source) {
   constexpr std::int64_t stereo = 2;
-  if (!job.contains(SourceKey::a0Id))
+  if (!source.contains(SourceKey::a0Id))
     return;
   std::int64_t channels = stereo;
-  if (job.flag(JobKey::prefSurrond) && job.integer(SourceKey::a0Channels).value_or(0) > stereo) {
-    channels = *job.integer(SourceKey::a0Channels);
+  if (source.flag(RowInfoKey::prefSurrond) &&
+      source.integer(SourceKey::a0Channels).value_or(0) > stereo) {
+    channels = *source.integer(SourceKey::a0Channels);
     logFormat("aChannels           : {}", channels);
   }
   append(arguments, {"-async", "3000", "-c:a", "pcm_s16le", "-ac", fmt::format("{}", channels)});
 }
 
-void appendOutput(Arguments& arguments, const Dico& job) {
-  const std::string destination = job.textOrEmpty(JobKey::dstPathStr);
+void appendOutput(Arguments& arguments, const std::string& destination) {
   if (hasPathExtension(destination, "mov"))
     append(arguments, {"-movflags", "faststart"});
   append(arguments, {"-sn", "-y", destination});
@@ -135,19 +135,30 @@ void logDetails(std::string_view name, const Arguments& arguments) {
 
 }  // namespace
 
-std::optional<EncodingCommand> encodage(Target target, const Dico& job,
-                                        std::string_view prefProres) {
-  logLine("encodage            - deb");
-  debugFormat("srcPathStr          : {}", job.textOrEmpty(JobKey::srcPathStr));
-  debugFormat("dstPathStr          : {}", job.textOrEmpty(JobKey::dstPathStr));
-  debugFormat("outInt              : {}", static_cast<int>(target));
-  if (debugMode() || verboseLevel(1))
-    logFormat("dico                : {}", job.description());
+Dico jobRecord(const Row& row, const std::string& destination) {
+  Dico record = row.source;
+  record.set(JobKey::out, row.choice.target);
+  record.set(JobKey::speed, row.choice.speed);
+  if (row.choice.sizeOut != keepsSize)
+    record.set(JobKey::sizeOut, row.choice.sizeOut);
+  if (!destination.empty())
+    record.set(JobKey::dstPathStr, destination);
+  return record;
+}
 
-  const auto row = job.integer(JobKey::sizeOut);
-  const SizeRow* size = sizeRow(row.value_or(-1));
-  if (row && !size) {
-    logFormat("encodage            :-( no size row {}", *row);
+std::optional<EncodingCommand> encodage(const Row& row, const std::string& destination,
+                                        std::string_view prefProres) {
+  const SourceInfo& source = row.source;
+  logLine("encodage            - deb");
+  debugFormat("srcPathStr          : {}", row.path());
+  debugFormat("dstPathStr          : {}", destination);
+  debugFormat("outInt              : {}", static_cast<int>(row.choice.target));
+  if (debugMode() || verboseLevel(1))
+    logFormat("dico                : {}", jobRecord(row, destination).description());
+
+  const SizeRow* size = sizeRow(row.choice.sizeOut);
+  if (!size && row.choice.sizeOut != keepsSize) {
+    logFormat("encodage            :-( no size row {}", row.choice.sizeOut);
     return std::nullopt;
   }
 
@@ -155,19 +166,19 @@ std::optional<EncodingCommand> encodage(Target target, const Dico& job,
   Arguments& arguments = command.arguments;
   append(arguments, {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info"});
   logDetails("argsMArray deb       ", arguments);
-  appendInput(arguments, job);
-  const bool interleave = needsInterleaveToI50(job, size);
-  if (isSourceProgressive(job) && !interleave) {
-    appendCopy(arguments, job);
+  appendInput(arguments, source);
+  const bool interleave = needsInterleaveToI50(source, size);
+  if (isSourceProgressive(source) && !interleave) {
+    appendCopy(arguments, source);
   } else {
-    const Treatment plan = treatmentOf(target, job, size, interleave);
+    const Treatment plan = treatmentOf(row, size, interleave);
     appendCodec(arguments, plan, prefProres);
     command.writesProres = plan.mode == outProres;
     append(arguments, {"-threads", "auto"});
-    appendFilters(arguments, plan, scaleFilter(job, size));
+    appendFilters(arguments, plan, scaleFilter(source, size));
   }
-  appendAudio(arguments, job);
-  appendOutput(arguments, job);
+  appendAudio(arguments, source);
+  appendOutput(arguments, destination);
   logDetails("argsMArray fin       ", arguments);
   logLine("encodage            - fin");
   return command;

@@ -7,20 +7,23 @@
 #include <vector>
 
 #include "classShared/Value.h"
-#include "encoding/BatchEntry.h"
+#include "encoding/Row.h"
 
 namespace tessarin {
 
 struct EncodingCommand {
   std::vector<std::string> arguments;  // the path of the tool first
-  // ffmpeg writes the final ProRes itself: no export may follow, so the step "encQtEnc" goes.
+  // The final ProRes is written at once: no export may follow.
   bool writesProres = false;
 };
 
-// `job` is the job's record, `prefProres` the four
-// characters of the ProRes flavour. Paths are not checked: a job without them gives a command that
-// ffmpeg refuses. Nothing when "sizeOut" is no row of the size list.
-std::optional<EncodingCommand> encodage(Target target, const Dico& job,
+// `prefProres` is the four characters of the ProRes flavour. Paths are not checked: without them
+// the command is one that ffmpeg refuses. Nothing when the chosen size is no row of the table.
+std::optional<EncodingCommand> encodage(const Row& row, const std::string& destination,
                                         std::string_view prefProres);
+
+// The job of a row as the preference store and the log show it: the record of the source with the
+// choices and, where it is known, the destination.
+Dico jobRecord(const Row& row, const std::string& destination);
 
 }  // namespace tessarin

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "analysis/codecInventory.h"
-#include "classShared/Value.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -49,14 +48,6 @@ inline constexpr std::array allSpeeds = {speedKeep, speedHalf, speedSlow};
 constexpr const TargetRow* targetRow(Target target) {
   return target >= outQuickTime && target < outNone ? &targetTable[static_cast<std::size_t>(target)]
                                                     : nullptr;
-}
-
-// What a job says; `otherwise` when it says nothing.
-inline Target targetOf(const Dico& job, Target otherwise = outProres) {
-  return static_cast<Target>(job.integer(JobKey::out).value_or(otherwise));
-}
-inline Speed speedOfJob(const Dico& job) {
-  return static_cast<Speed>(job.integer(JobKey::speed).value_or(speedKeep));
 }
 
 }  // namespace tessarin

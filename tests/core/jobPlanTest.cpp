@@ -39,7 +39,7 @@ TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   // Interlaced to ProRes is written at once; a progressive source is copied and then exported; a
   // copy that is to be a QuickTime movie is one.
   const auto needsExport = [](const Row& row) {
-    return planJob(jobOfRow(row), "/out/x.mov", "apcn")->needsExport;
+    return planJob(row, "/out/x.mov", "apcn")->needsExport;
   };
   EXPECT_FALSE(needsExport(rowOf(false, 12, outProres)));
   EXPECT_TRUE(needsExport(rowOf(true, 10, outProres)));
@@ -55,7 +55,7 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
                                                   {"a0_id", 5},
                                                   {"a0_channels", 6},
                                                   {"w_duration", 3}});
-  const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
+  const JobPlan plan = *planJob(row, "/out/x.mov", "apcn");
   EXPECT_TRUE(plan.isExport);
   EXPECT_FALSE(plan.needsExport);
   const Bundle& bundle = Bundle::main();
@@ -63,11 +63,11 @@ TEST_F(JobPlanTest, WhatNoCopyCanHoldIsExportedFromTheSource) {
             bundle.toolPath("movtool") + " -s " + bundle.resourcePath() +
                 "/presetQt/pr1920x1080p25 -i /clips/00001.MTS -y -o /out/x.mov --pictures 2 "
                 "--sound 5 --channels 2");
-  ASSERT_EQ(commandsOfPlan(plan, "apcn", false).size(), 1u);
-  EXPECT_FALSE(contains(joinTexts(commandsOfPlan(plan, "apcn", false).front(), " "), " -y "));
+  ASSERT_EQ(commandsOfPlan(plan, false).size(), 1u);
+  EXPECT_FALSE(contains(joinTexts(commandsOfPlan(plan, false).front(), " "), " -y "));
 
   const auto isExport = [](const Row& source) {
-    return planJob(jobOfRow(source), "/out/x.mov", "apcn")->isExport;
+    return planJob(source, "/out/x.mov", "apcn")->isExport;
   };
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "h264"}, {"wrapper", "avi"}})));
   EXPECT_TRUE(isExport(withInfo(row, {{"v0_codec", "not_tried"}})));
@@ -84,7 +84,7 @@ TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
   const auto seconds = [](bool progressive, double fps, int size, Speed speed) {
     Row row = withInfo(rowOf(progressive, size, outProres), {{"v0_fps", fps}, {"w_duration", 4}});
     row.choice.speed = speed;
-    return *planJob(jobOfRow(row), "/out/x.mov", "apcn")->job.number("durationDouble");
+    return planJob(row, "/out/x.mov", "apcn")->seconds;
   };
   EXPECT_EQ(seconds(true, 50, 10, speedSlow), 8);
   EXPECT_EQ(seconds(true, 50, 10, speedKeep), 4);
@@ -97,7 +97,7 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
   const auto filterOf = [](const char* fields, const char* chroma) {
     const Row row =
         withInfo(rowOf(false, 12, outAic), {{"v0_fields", fields}, {"v0_chroma", chroma}});
-    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
     EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
     const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
     return option == arguments.end() ? std::string() : *(option + 1);
@@ -110,7 +110,7 @@ TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) 
 TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
   const auto said = [](bool progressive, Target out, const Dico& info) {
     const Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, out), info);
-    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
     Arguments names;
     for (const char* option : {"-color_primaries", "-color_trc", "-colorspace"})
       if (const auto found = std::find(arguments.begin(), arguments.end(), option);
@@ -139,7 +139,7 @@ TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
     Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
                        {{"v0_begin", 0.549333}, {"w_duration", 3}});
     row.choice.speed = speed;
-    const JobPlan plan = *planJob(jobOfRow(row), "/out/x.mov", "apcn");
+    const JobPlan plan = *planJob(row, "/out/x.mov", "apcn");
     return joinTexts(plan.command.arguments, " ");
   };
   EXPECT_TRUE(contains(command(false, speedKeep), " -ss 0.548333 -sn -y ")) << "and the sound";
@@ -151,7 +151,7 @@ TEST_F(JobPlanTest, PicturesThatBecomeLargeGetTheColoursOfLargeOnes) {
   const auto isConverted = [](int height, int size) {
     const Row row =
         withInfo(rowOf(false, size, outProres), {{"v0_width", 720}, {"v0_height", height}});
-    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
     return contains(joinTexts(arguments, " "), ":out_color_matrix=bt709") &&
            contains(joinTexts(arguments, " "), "setparams=color_primaries=bt709");
   };
@@ -167,7 +167,7 @@ TEST_F(JobPlanTest, FieldsOfAnOddNumberOfMacroblockRowsTakeTheOtherEncoder) {
   const auto encoderOf = [](int height, int size, Speed speed = speedKeep) {
     Row row = withInfo(rowOf(false, size, outProres), {{"v0_height", height}});
     row.choice.speed = speed;
-    const auto arguments = planJob(jobOfRow(row), "/out/x.mov", "apcn")->command.arguments;
+    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
     return *(std::find(arguments.begin(), arguments.end(), "-c:v") + 1);
   };
   for (const int lines : {240, 486, 720})
@@ -179,36 +179,36 @@ TEST_F(JobPlanTest, FieldsOfAnOddNumberOfMacroblockRowsTakeTheOtherEncoder) {
 }
 
 TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
-  Dico job = jobOfRow(rowOf(true, 10, outProres));
-  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p25");
-  EXPECT_EQ(exportPresetName(job, "apch"), "prHd1920x1080p25");
-  job.set("v0_fps", 29.97);
-  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p30");
-  job.set("v0_fps", 23.976);
-  EXPECT_EQ(exportPresetName(job, "apcn"), "pr1920x1080p24");
-  job.set("out", outAic);
-  job.set("v0_dar", "4:3");
-  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080p24Letterbox");
-  job.set("sizeOut", 12);
-  job.set("v0_fps", 59.94);
-  job.set("v0_dar", "16:9");
-  EXPECT_EQ(exportPresetName(job, "apch"), "1920x1080i30");
-  job.remove("sizeOut");
-  EXPECT_EQ(exportPresetName(job, "apch"), "");
+  Row row = rowOf(true, 10, outProres);
+  EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p25");
+  EXPECT_EQ(exportPresetName(row, "apch"), "prHd1920x1080p25");
+  row.source.set("v0_fps", 29.97);
+  EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p30");
+  row.source.set("v0_fps", 23.976);
+  EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p24");
+  row.choice.target = outAic;
+  row.source.set("v0_dar", "4:3");
+  EXPECT_EQ(exportPresetName(row, "apch"), "1920x1080p24Letterbox");
+  row.choice.sizeOut = 12;
+  row.source.set("v0_fps", 59.94);
+  row.source.set("v0_dar", "16:9");
+  EXPECT_EQ(exportPresetName(row, "apch"), "1920x1080i30");
+  row.choice.sizeOut = -1;
+  EXPECT_EQ(exportPresetName(row, "apch"), "");
 }
 
 TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
-  const auto commands = [](const Dico& job) {
+  const auto commands = [](const Row& row) {
     std::vector<std::string> lines;
-    for (Arguments command : commandsOfPlan(*planJob(job, "/out/x.mov", "apcn"), "apcn", false)) {
+    for (Arguments command : commandsOfPlan(*planJob(row, "/out/x.mov", "apcn"), false)) {
       command.front() = fileName(command.front());
       lines.push_back(replaceAll(joinTexts(command, " "), test::TestBundle::resourcePath(), ""));
     }
     return lines;
   };
-  EXPECT_EQ(commands(jobOfRow(rowOf(false, 12, outProres))).size(), 1u);
-  Dico job = jobOfRow(rowOf(true, 10, outProres));
-  auto lines = commands(job);
+  EXPECT_EQ(commands(rowOf(false, 12, outProres)).size(), 1u);
+  Row row = rowOf(true, 10, outProres);
+  auto lines = commands(row);
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_TRUE(startsWith(lines[0],
                          "sh -c test ! -e \"$1\" || { echo \"$2\" >&2; exit 1; } sh "
@@ -218,9 +218,9 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   EXPECT_EQ(lines[2], "mv -f -- /out/x.mov /out/x_MASTER.mov");
   EXPECT_EQ(lines[3], "movtool -s /presetQt/pr1920x1080p25 -i /out/x_MASTER.mov -y -o /out/x.mov");
   EXPECT_EQ(lines[4], "rm -f -- /out/x_MASTER.mov");
-  job.set("v0_fps", 50.0);
-  job.set("speed", speedSlow);
-  lines = commands(job);
+  row.source.set("v0_fps", 50.0);
+  row.choice.speed = speedSlow;
+  lines = commands(row);
   ASSERT_EQ(lines.size(), 7u);
   EXPECT_TRUE(
       lines[2].ends_with(" -i /out/x.mov -map 0:v -map 1:a? -c copy "
@@ -228,8 +228,8 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
                          "-video_track_timescale 60000 -movflags faststart -n /out/x-slow.mov"))
       << lines[2];
   EXPECT_EQ(lines[3], "mv -f -- /out/x-slow.mov /out/x.mov");
-  job.set("out", outQuickTime);
-  EXPECT_EQ(commands(job).size(), 3u) << "slow motion of a copy is a copy too";
+  row.choice.target = outQuickTime;
+  EXPECT_EQ(commands(row).size(), 3u) << "slow motion of a copy is a copy too";
 }
 
 TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {

@@ -18,30 +18,31 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
-std::string key(std::string_view name) {
-  return std::string(name);
+Row rowOf(const char* fields, double fps, int size) {
+  Row row;
+  row.source = {{"srcPathStr", "/card/00001.MTS"},
+                {"wrapper", "mpegts"},
+                {"v0_codec", "h264"},
+                {"v0_width", 1920},
+                {"v0_height", 1080},
+                {"v0_fps", fps},
+                {"v0_fields", fields},
+                {"a0_id", 1},
+                {"a0_codec", "ac3"},
+                {"a0_channels", 2}};
+  row.choice.sizeOut = size;
+  return row;
 }
 
-Dico jobOf(const char* fields, double fps, int row) {
-  return {{key(JobKey::srcPathStr), "/card/00001.MTS"},
-          {key(JobKey::dstPathStr), "/movies/00001.mov"},
-          {key(SourceKey::wrapper), "mpegts"},
-          {key(SourceKey::v0Codec), "h264"},
-          {key(SourceKey::v0Width), 1920},
-          {key(SourceKey::v0Height), 1080},
-          {key(SourceKey::v0Fps), fps},
-          {key(SourceKey::v0Fields), fields},
-          {key(SourceKey::a0Id), 1},
-          {key(SourceKey::a0Codec), "ac3"},
-          {key(SourceKey::a0Channels), 2},
-          {key(JobKey::speed), speedKeep},
-          {key(JobKey::sizeOut), row}};
+std::optional<EncodingCommand> commandOf(Target out, Row row, std::string_view prores) {
+  row.choice.target = out;
+  return encodage(row, "/movies/00001.mov", prores);
 }
 
 class CommandBuilderTest : public testing::Test {
  protected:
-  static Arguments argumentsOf(Target out, const Dico& job, std::string_view prores = "apcn") {
-    const auto command = encodage(out, job, prores);
+  static Arguments argumentsOf(Target out, const Row& row, std::string_view prores = "apcn") {
+    const auto command = commandOf(out, row, prores);
     EXPECT_TRUE(command);
     return command ? command->arguments : Arguments();
   }
@@ -50,11 +51,11 @@ class CommandBuilderTest : public testing::Test {
     const auto found = std::find(arguments.begin(), arguments.end(), option);
     return found == arguments.end() || found + 1 == arguments.end() ? "" : *(found + 1);
   }
-  static std::string filterOf(const Dico& job, Target out = outProres) {
-    return valueOf(argumentsOf(out, job), "-vf");
+  static std::string filterOf(const Row& row, Target out = outProres) {
+    return valueOf(argumentsOf(out, row), "-vf");
   }
-  static std::string rateOf(const Dico& job, Target out = outProres) {
-    return valueOf(argumentsOf(out, job), "-r");
+  static std::string rateOf(const Row& row, Target out = outProres) {
+    return valueOf(argumentsOf(out, row), "-r");
   }
 
   test::TestBundle bundle_;
@@ -62,7 +63,7 @@ class CommandBuilderTest : public testing::Test {
 };
 
 TEST_F(CommandBuilderTest, WritesProresOfADeinterlacedSource) {
-  const auto command = encodage(outProres, jobOf("TFF", 25, 10), "apch");
+  const auto command = commandOf(outProres, rowOf("TFF", 25, 10), "apch");
   ASSERT_TRUE(command);
   EXPECT_THAT(command->arguments,
               ElementsAre(Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-fflags",
@@ -74,66 +75,66 @@ TEST_F(CommandBuilderTest, WritesProresOfADeinterlacedSource) {
 }
 
 TEST_F(CommandBuilderTest, OnlyRewrapsAProgressiveSource) {
-  Dico job = jobOf("PFF", 25, 10);
-  job.set(SourceKey::wrapper, "MOV,mp4,m4a");
-  EXPECT_THAT(argumentsOf(outQuickTime, job),
+  Row row = rowOf("PFF", 25, 10);
+  row.source.set(SourceKey::wrapper, "MOV,mp4,m4a");
+  EXPECT_THAT(argumentsOf(outQuickTime, row),
               ElementsAre(Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-fflags",
                           "+genpts", "-i", "/card/00001.MTS", "-vsync", "0", "-strict", "1", "-c:v",
                           "copy", "-vtag", "avc1", "-async", "3000", "-c:a", "pcm_s16le", "-ac",
                           "2", "-movflags", "faststart", "-sn", "-y", "/movies/00001.mov"));
-  job.set(SourceKey::v0Codec, "mpeg4");
-  EXPECT_THAT(argumentsOf(outQuickTime, job), Not(Contains("-vtag")));
-  EXPECT_THAT(argumentsOf(outQuickTime, jobOf("PFF", 25, 10)), Not(Contains("-vtag")))
+  row.source.set(SourceKey::v0Codec, "mpeg4");
+  EXPECT_THAT(argumentsOf(outQuickTime, row), Not(Contains("-vtag")));
+  EXPECT_THAT(argumentsOf(outQuickTime, rowOf("PFF", 25, 10)), Not(Contains("-vtag")))
       << "a transport stream";
-  EXPECT_FALSE(encodage(outProres, job, "apcn")->writesProres) << "a copy is still to be exported";
+  EXPECT_FALSE(commandOf(outProres, row, "apcn")->writesProres) << "a copy is still to be exported";
 }
 
 TEST_F(CommandBuilderTest, InterleavesFramesIntoFields) {
-  const Dico job = jobOf("PFF", 50, 12);
-  const Arguments copyTarget = argumentsOf(outQuickTime, job);
+  const Row row = rowOf("PFF", 50, 12);
+  const Arguments copyTarget = argumentsOf(outQuickTime, row);
   EXPECT_EQ(valueOf(copyTarget, "-c:v"), "mpeg4") << "such a copy goes by the intermediate";
   EXPECT_EQ(valueOf(copyTarget, "-vf"), "scale=1920:1080,tinterlace=interleave_top");
   EXPECT_EQ(valueOf(copyTarget, "-r"), "25/1");
-  const Arguments prores = argumentsOf(outProres, job);
+  const Arguments prores = argumentsOf(outProres, row);
   EXPECT_EQ(valueOf(prores, "-c:v"), "prores");
   EXPECT_EQ(valueOf(prores, "-top"), "1");
-  EXPECT_EQ(rateOf(jobOf("PFF", 59.94, 12)), "30000/1001");
+  EXPECT_EQ(rateOf(rowOf("PFF", 59.94, 12)), "30000/1001");
 }
 
 TEST_F(CommandBuilderTest, MakesAFrameOfEveryField) {
-  const Dico pal = jobOf("TFF", 50, 11);
+  const Row pal = rowOf("TFF", 50, 11);
   EXPECT_EQ(filterOf(pal) + " " + rateOf(pal), "yadif=1:-1:0,scale=1920:1080 50/1");
-  const Dico ntsc = jobOf("TFF", 59.94, 6);
+  const Row ntsc = rowOf("TFF", 59.94, 6);
   EXPECT_EQ(filterOf(ntsc) + " " + rateOf(ntsc), "yadif=1:-1:0,scale=1280:720 60000/1001");
-  EXPECT_EQ(filterOf(jobOf("TFF", 47.4, 11)), "yadif=0:-1:0,scale=1920:1080") << "too slow";
+  EXPECT_EQ(filterOf(rowOf("TFF", 47.4, 11)), "yadif=0:-1:0,scale=1920:1080") << "too slow";
 }
 
 TEST_F(CommandBuilderTest, SlowsDownByFields) {
-  Dico job = jobOf("TFF", 50, 10);
-  job.set(JobKey::speed, speedSlow);
-  EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
-  EXPECT_EQ(rateOf(job), "25/1");
-  job.set(JobKey::sizeOut, 12);
-  EXPECT_EQ(filterOf(job), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
+  Row row = rowOf("TFF", 50, 10);
+  row.choice.speed = speedSlow;
+  EXPECT_EQ(filterOf(row), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
+  EXPECT_EQ(rateOf(row), "25/1");
+  row.choice.sizeOut = 12;
+  EXPECT_EQ(filterOf(row), "yadif=1:-1:0,setpts=2.0*PTS,scale=1920:1080");
 }
 
 TEST_F(CommandBuilderTest, ScalesToTheRowOrKeepsTheSize) {
-  Dico job = jobOf("TFF", 25, 4);
-  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=960:540");
-  job.set(JobKey::sizeOut, 7);
-  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=1440:1080");
-  job.remove(JobKey::sizeOut);
-  job.set(JobKey::speed, speedHalf);
-  job.set(SourceKey::v0Width, 720);
-  job.set(SourceKey::v0Height, 576);
-  EXPECT_EQ(filterOf(job), "yadif=0:-1:0,scale=720:576");
-  job.set(JobKey::sizeOut, 13);
-  EXPECT_FALSE(encodage(outAic, job, "apcn")) << "no such row";
+  Row row = rowOf("TFF", 25, 4);
+  EXPECT_EQ(filterOf(row), "yadif=0:-1:0,scale=960:540");
+  row.choice.sizeOut = 7;
+  EXPECT_EQ(filterOf(row), "yadif=0:-1:0,scale=1440:1080");
+  row.choice.sizeOut = keepsSize;
+  row.choice.speed = speedHalf;
+  row.source.set(SourceKey::v0Width, 720);
+  row.source.set(SourceKey::v0Height, 576);
+  EXPECT_EQ(filterOf(row), "yadif=0:-1:0,scale=720:576");
+  row.choice.sizeOut = 13;
+  EXPECT_FALSE(commandOf(outAic, row, "apcn")) << "no such row";
 }
 
 TEST_F(CommandBuilderTest, NumbersTheProresFlavours) {
   const auto profile = [](std::string_view flavour) {
-    return valueOf(argumentsOf(outProres, jobOf("TFF", 50, 12), flavour), "-profile");
+    return valueOf(argumentsOf(outProres, rowOf("TFF", 50, 12), flavour), "-profile");
   };
   std::string profiles;
   for (const char* flavour : {"apco", "apcs", "apcn", "apch"})
@@ -145,11 +146,11 @@ TEST_F(CommandBuilderTest, NumbersTheProresFlavours) {
 
 TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
   const auto channels = [](std::optional<int> wanted, int inSource) {
-    Dico job = jobOf("TFF", 50, 12);
-    job.set(SourceKey::a0Channels, inSource);
+    Row row = rowOf("TFF", 50, 12);
+    row.source.set(SourceKey::a0Channels, inSource);
     if (wanted)
-      job.set(JobKey::prefSurrond, *wanted);
-    return valueOf(argumentsOf(outProres, job), "-ac");
+      row.source.set(RowInfoKey::prefSurrond, *wanted);
+    return valueOf(argumentsOf(outProres, row), "-ac");
   };
   EXPECT_EQ(channels(0, 6), "2");
   EXPECT_EQ(channels(std::nullopt, 6), "2");
@@ -159,13 +160,13 @@ TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
 }
 
 TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute) {
-  Dico job = jobOf("TFF", 50, 12);
-  job.set(SourceKey::a0Force, 1);
-  job.set(SourceKey::a0Codec, "pcm_bluray");
-  const Arguments arguments = argumentsOf(outProres, job);
+  Row row = rowOf("TFF", 50, 12);
+  row.source.set(SourceKey::a0Force, 1);
+  row.source.set(SourceKey::a0Codec, "pcm_bluray");
+  const Arguments arguments = argumentsOf(outProres, row);
   EXPECT_EQ(valueOf(arguments, "-c:a"), "pcm_bluray") << "the first one, before the input";
-  job.remove(SourceKey::a0Id);
-  const Arguments mute = argumentsOf(outProres, job);
+  row.source.remove(SourceKey::a0Id);
+  const Arguments mute = argumentsOf(outProres, row);
   for (const char* option : {"-c:a", "-ac", "-async"})
     EXPECT_THAT(mute, Not(Contains(option)));
 }

@@ -256,10 +256,9 @@ Dico recordOf(std::string_view kind) {
   return record;
 }
 
-void pinJob(Pin& pin, const Dico& job) {
-  const Target target = targetOf(job);
+void pinJob(Pin& pin, const Row& row, const std::string& movie) {
   for (const char* flavour : {"apch", "ap4h"}) {
-    const auto command = encodage(target, job, flavour);
+    const auto command = encodage(row, movie, flavour);
     if (!command) {
       pin.add("none");
       continue;
@@ -267,10 +266,10 @@ void pinJob(Pin& pin, const Dico& job) {
     pin.add("{:d}", command->writesProres);
     pin.add(command->arguments);
   }
-  if (const auto plan = planJob(job, "/out/A clip.MOV", "apcs")) {
-    pin.add("{:d}{:d} {} {:d}{:d}{:d}", plan->needsExport, plan->isExport, movieDuration(plan->job),
-            isQuickTimeCopy(job), exportsSource(job), needsSlowing(job));
-    for (const Arguments& command : commandsOfPlan(*plan, "apcs", target == outAic))
+  if (const auto plan = planJob(row, "/out/A clip.MOV", "apcs")) {
+    pin.add("{:d}{:d} {} {:d}{:d}{:d}", plan->needsExport, plan->isExport, plan->seconds,
+            isQuickTimeCopy(row), exportsSource(row), needsSlowing(row));
+    for (const Arguments& command : commandsOfPlan(*plan, row.choice.target == outAic))
       pin.add(command);
   }
 }
@@ -284,22 +283,21 @@ void pinCommands(Pin& pin) {
           Dico info = sized(width, height, rate);
           info.merge(recordOf(kind));
           setScan(scan, info);
-          Dico job = info;
-          job.set(JobKey::srcPathStr, "/in/Été.MTS");
-          job.set(JobKey::dstPathStr, "/out/Été.mkv");
-          Row row = rowOf(info, scan.isProgressive);
+          // What a row can hold of it.
+          Row row = rowOf(rowInfo(info), scan.isProgressive);
+          Row job = rowOf(info, scan.isProgressive);
+          job.source.set(RowInfoKey::srcPathStr, "/in/Été.MTS");
           // Every size with each target at the one end of speeds or the other, by turns.
           for (int size = -1; size < 14; ++size) {
-            if (size >= 0)
-              job.set(JobKey::sizeOut, size);
             row.choice.sizeOut = size;
             for (int target = 0; target < 4; ++target) {
               const int speed = (size + target + (scan.fields ? 1 : 0)) % 4;
-              job.set(JobKey::out, target);
-              job.set(JobKey::speed, speed);
-              pinJob(pin, job);
               row.choice.target = static_cast<Target>(target);
               row.choice.speed = static_cast<Speed>(speed);
+              job.choice = row.choice;
+              if (size < 0)
+                job.choice.sizeOut = keepsSize;
+              pinJob(pin, job, "/out/Été.mkv");
               if (const auto movie = width == 1920 ? forecastOf(row, "apco") : std::nullopt) {
                 pin.add(summaryOf(*movie));
                 pin.add(notesOf(*movie));
@@ -312,12 +310,11 @@ void pinCommands(Pin& pin) {
     for (int speed = -1; speed < 4; ++speed)
       for (const double rate : rates)
         for (const Scan& scan : scans) {
-          Dico job = sized(1920, 1080, rate);
-          setScan(scan, job);
-          job.set(JobKey::sizeOut, size);
-          job.set(JobKey::speed, speed);
-          job.set(JobKey::out, speed < 1 ? outProres : outAic);
-          pinJob(pin, job);
+          Row job;
+          job.source = sized(1920, 1080, rate);
+          setScan(scan, job.source);
+          job.choice = {speed < 1 ? outProres : outAic, size, static_cast<Speed>(speed)};
+          pinJob(pin, job, "");
         }
 }
 
@@ -411,12 +408,13 @@ void pinExports(Pin& pin) {
     for (const auto& [width, height] : frames)
       for (const char* shape : {"", "4:3", "16:9", "1.43", "9:16"})
         for (int size = -1; size < 14; ++size) {
-          Dico job = sized(width, height, rate);
+          Row job;
+          job.source = sized(width, height, rate);
           if (*shape != '\0')
-            job.set(SourceKey::v0Dar, shape);
-          job.set(JobKey::sizeOut, size);
+            job.source.set(SourceKey::v0Dar, shape);
+          job.choice.sizeOut = size;
           for (int target = 0; target < 4; ++target) {
-            job.set(JobKey::out, target);
+            job.choice.target = static_cast<Target>(target);
             for (const char* flavour : flavours)
               pin.add(exportPresetName(job, flavour));
           }

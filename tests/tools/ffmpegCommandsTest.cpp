@@ -49,28 +49,25 @@ const Source sources[] = {
 
 enum class Sound { stereo, surround, forced, none };
 
-Dico jobOf(const Source& source, const std::string& folder, std::optional<int> row, Speed speed,
-           Sound sound, const std::string& destination) {
-  Dico job{{std::string(JobKey::srcPathStr), folder + "/" + source.file},
-           {std::string(JobKey::dstPathStr), destination},
-           {std::string(JobKey::speed), speed},
-           {std::string(SourceKey::v0Fields), *source.scan == 'p' ? "PFF" : "TFF"},
-           {std::string(SourceKey::wrapper), source.wrapper},
-           {std::string(SourceKey::v0Codec), source.videoCodec},
-           {std::string(SourceKey::v0Fps), source.fps},
-           {std::string(SourceKey::v0Width), 320},
-           {std::string(SourceKey::v0Height), 240}};
-  if (row)
-    job.set(JobKey::sizeOut, *row);
+Row rowOf(const Source& source, const std::string& folder, const Choice& choice, Sound sound) {
+  Row row;
+  row.choice = choice;
+  row.source = {{"srcPathStr", folder + "/" + source.file},
+                {"v0_fields", *source.scan == 'p' ? "PFF" : "TFF"},
+                {"wrapper", source.wrapper},
+                {"v0_codec", source.videoCodec},
+                {"v0_fps", source.fps},
+                {"v0_width", 320},
+                {"v0_height", 240}};
   if (sound == Sound::none)
-    return job;
-  job.set(SourceKey::a0Id, 1);
-  job.set(SourceKey::a0Channels, 6);
-  job.set(SourceKey::a0Codec, "ac3");
-  job.set(JobKey::prefSurrond, sound == Sound::surround ? 1 : 0);
+    return row;
+  row.source.merge({{"a0_id", 1},
+                    {"a0_channels", 6},
+                    {"a0_codec", "ac3"},
+                    {"prefSurrond", sound == Sound::surround ? 1 : 0}});
   if (sound == Sound::forced)
-    job.set(SourceKey::a0Force, 1);
-  return job;
+    row.source.set(SourceKey::a0Force, 1);
+  return row;
 }
 
 // What the command has in common with others that ffmpeg treats alike: no paths, sizes, rates.
@@ -91,26 +88,25 @@ std::string shapeOf(const std::vector<std::string>& arguments) {
 std::map<std::string, std::vector<std::string>> distinctCommands(const std::string& folder) {
   std::map<std::string, std::vector<std::string>> commands;
   std::map<std::string, bool> treatments;
-  const auto add = [&](Target target, const Source& source, std::optional<int> row, Speed speed) {
-    const auto silent = encodage(
-        target, jobOf(source, folder, row, speed, Sound::none, folder + "/out.mov"), "apch");
+  const auto add = [&](const Source& source, const Choice& choice) {
+    const auto silent =
+        encodage(rowOf(source, folder, choice, Sound::none), folder + "/out.mov", "apch");
     ASSERT_TRUE(silent);
     if (!treatments.emplace(source.wrapper + shapeOf(silent->arguments), true).second)
       return;
     const std::size_t number = treatments.size();
     const std::string destination = folder + "/out" + std::to_string(number) + ".mov";
     const auto sound = static_cast<Sound>(number % 4);
-    const auto command =
-        encodage(target, jobOf(source, folder, row, speed, sound, destination), "apcn");
+    const auto command = encodage(rowOf(source, folder, choice, sound), destination, "apcn");
     ASSERT_TRUE(command);
     commands.emplace(shapeOf(command->arguments), command->arguments);
   };
   for (const Source& source : sources)
     for (const Target target : {outQuickTime, outAic, outProres})
       for (const Speed speed : {speedKeep, speedHalf, speedSlow}) {
-        add(target, source, std::nullopt, speed);
-        for (int row = firstConcreteRow; sizeRow(row); ++row)
-          add(target, source, row, speed);
+        add(source, {target, keepsSize, speed});
+        for (int size = firstConcreteRow; sizeRow(size); ++size)
+          add(source, {target, size, speed});
       }
   return commands;
 }

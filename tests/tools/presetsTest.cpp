@@ -54,9 +54,11 @@ TEST(Presets, EveryChoiceHasAFileOfItsSizeAndShape) {
       for (const Target out : {outAic, outProres})
         for (const char* shape : {"4:3", "16:9"})
           for (const char* flavour : proresCodes) {
-            const Dico job{{"v0_width", 1920}, {"v0_height", 1080}, {"sizeOut", row},
-                           {"v0_fps", fps},    {"v0_dar", shape},   {"out", out}};
-            const std::string name = exportPresetName(job, flavour);
+            Row entry;
+            entry.source = {
+                {"v0_width", 1920}, {"v0_height", 1080}, {"v0_fps", fps}, {"v0_dar", shape}};
+            entry.choice = {out, row};
+            const std::string name = exportPresetName(entry, flavour);
             EXPECT_TRUE(Bundle::main().pathForResource("presetQt/" + name, "")) << name;
             const FrameSize size = sizeRow(row)->frame;
             EXPECT_NE(name.find(fmt::format("{}x{}", size.width, size.height)), name.npos) << name;
