@@ -250,11 +250,9 @@ void Session::begin() {
   } else if (options_.command == Command::prepare) {
     writeBatch();
     end();
-  } else if (start_.batch) {
-    if (rows_ == 0)
-      reporter_.note(localisationString("nothingToConvert", textTable));
-    app_.driver().continueBatch();
   } else {
+    if (rows_ == 0 && start_.batch)
+      reporter_.note(localisationString("nothingToConvert", textTable));
     app_.iba_batchGoBt();
   }
 }

@@ -50,7 +50,7 @@ class BatchRecorder {
   // Brings a batch into the controller: its choices, then its rows at the end of the table; a
   // source that has a row there already is left out. The waiting sources are the caller's to drop,
   // at once or when the analysis that is under way has finished; until then they are stored with
-  // the others. The batch is the caller's to continue (EncodingDriver::continueBatch). The folder
+  // the others. The batch is the caller's to continue (EncodingDriver::iba_batchGoBt). The folder
   // of an interrupted batch becomes ours, or goes when there is one already.
   void restore(std::optional<BatchStore> store, const StoredBatch& batch);
 

@@ -47,17 +47,32 @@ EncodingDriver::~EncodingDriver() {
 
 void EncodingDriver::iba_batchGoBt() {
   logLine("-------------------- iba_batchGoBt");
+  std::vector<int> rows;
+  for (int row = 0; row < table_.count(); ++row)
+    if (!table_.isFinished(row))
+      rows.push_back(row);
   if (!mayBegin())
     return;
-  for (int row = 0; row < table_.count(); ++row)
-    table_.mark(row, RowMark::waiting);
-  begin();
+  if (rows.empty()) {
+    interface_.batchReport.setText(localisationString("D_all_converted"));
+    next_ = services_.loop.runSoon([this] {
+      next_ = 0;
+      batchEnded.emit();
+    });
+    return;
+  }
+  only_.reset();
+  begin(rows);
 }
 
-void EncodingDriver::continueBatch() {
-  logLine("-------------------- continueBatch");
-  if (mayBegin())
-    begin();
+void EncodingDriver::convertRows(const std::vector<int>& rows) {
+  logFormat("-------------------- convertRows ({})", rows.size());
+  if (rows.empty() || !mayBegin())
+    return;
+  only_.emplace();
+  for (const int row : rows)
+    only_->insert(table_.sourcePath(row));
+  begin(rows);
 }
 
 // Whether there is something to do and a place for the movies; the user is told when there is
@@ -90,7 +105,9 @@ void EncodingDriver::offerFolder(const FolderRefusal& refusal) {
   });
 }
 
-void EncodingDriver::begin() {
+void EncodingDriver::begin(const std::vector<int>& rows) {
+  for (const int row : rows)
+    table_.mark(row, RowMark::waiting);
   interface_.batchGoBt.setEnabled(false);
   interface_.batchGoBt.setState(1);
   interface_.batchReport.setText("");
@@ -238,7 +255,7 @@ void EncodingDriver::stepBatch() {
   int row = nextRow();
   if (!services_.preferences.prefReadString(StateKey::encoded).empty())
     debugFormat("batch, c'est parti  : suivantes…");
-  while (table_.has(row) && table_.isFinished(row))
+  while (table_.has(row) && !isWanted(row))
     ++row;
   if (row >= table_.count()) {
     endOfBatch();
@@ -253,6 +270,10 @@ void EncodingDriver::stepBatch() {
     askForFolder(*folder);
   else
     leaveOut({row});
+}
+
+bool EncodingDriver::isWanted(int row) const {
+  return !table_.isFinished(row) && (!only_ || only_->contains(table_.sourcePath(row)));
 }
 
 // The row behind the one that was worked on last.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -75,10 +76,12 @@ class EncodingDriver {
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
   bool measuresSeconds() const { return !isExporting_; }
 
-  // The user's start: every row is worked on, those of an earlier batch too.
+  // The user's start: works on the rows that are not finished (BatchTable::isFinished), those that
+  // failed before and those that come meanwhile too, and leaves the others alone. When there are
+  // none it says so, and the batch has ended.
   void iba_batchGoBt();
-  // Works on the rows that are not finished (BatchTable::isFinished) and leaves the others alone.
-  void continueBatch();
+  // Works on these rows only, those that are finished too.
+  void convertRows(const std::vector<int>& rows);
   // Pauses, resumes or stops, by the selected segment of the stop control.
   void iba_taskStopBt();
   // The stop of iba_taskStopBt, whatever the control shows.
@@ -97,7 +100,7 @@ class EncodingDriver {
  private:
   bool mayBegin();
   void offerFolder(const FolderRefusal& refusal);
-  void begin();
+  void begin(const std::vector<int>& rows);
   void enc(const std::string& stepName);
   void stepBatch();
   void stepProcesses();
@@ -107,6 +110,7 @@ class EncodingDriver {
   void stepFin();
 
   void startRow(int row);
+  bool isWanted(int row) const;
   int nextRow() const;
   void askForFolder(const std::string& folder);
   void leaveOut(const std::vector<int>& rows);
@@ -149,7 +153,8 @@ class EncodingDriver {
   StepFlags steps_;
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
-  bool stopAsked_ = false;  // encStopInt
+  std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
+  bool stopAsked_ = false;                     // encStopInt
   bool wasStopped_ = false;
   bool suspendedForAnalysis_ = false;
   bool isPauseHeld_ = false;    // the user's, during an analysis

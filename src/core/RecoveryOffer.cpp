@@ -141,7 +141,7 @@ void RecoveryOffer::takeWaiting() {
 void RecoveryOffer::convert() {
   isToConvert_ = false;
   if (!app_.driver().isBatchRunning() && app_.table().count() > 0)
-    app_.driver().continueBatch();
+    app_.iba_batchGoBt();
 }
 
 }  // namespace tessarin

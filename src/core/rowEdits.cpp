@@ -14,9 +14,14 @@ bool allows(const ChoiceCell& cell, int segment) {
          cell.segments[static_cast<std::size_t>(segment)].allowed;
 }
 
+// A row that is finished is to be converted again when what was chosen for it changes.
 bool choose(BatchTable& table, int row, const Choice& choice) {
+  const Choice before = table.row(row).choice;
   table.set(row, &Row::choice, choice);
-  return table.iba_outSpeedCell(row);
+  const bool isValid = table.iba_outSpeedCell(row);
+  if (table.isFinished(row) && table.row(row).choice != before)
+    table.mark(row, RowMark::waiting);
+  return isValid;
 }
 
 }  // namespace

@@ -189,6 +189,10 @@ void BatchView::openSizes(const QModelIndex& index) {
   menu->popup(viewport()->mapToGlobal(visualRect(index).bottomLeft()));
 }
 
+void BatchView::convertSelected() {
+  app_.driver().convertRows(selectedRows());
+}
+
 // ---- Removing
 
 void BatchView::removeSelected() {
@@ -276,6 +280,9 @@ void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   auto* menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
   addReveals(menu);
+  menu->addAction(QStringLiteral("@@startSelected"), this, [this] { convertSelected(); })
+      ->setEnabled(selectionModel()->hasSelection() && app_.interface.batchGoBt.isEnabled());
+  menu->addSeparator();
   QAction* removeOne =
       menu->addAction(QStringLiteral("@@remove"), this, [this] { removeSelected(); });
   removeOne->setEnabled(selectionModel()->hasSelection());

@@ -22,6 +22,8 @@ class BatchView final : public QTableView {
   // Both are borrowed and outlive the view.
   BatchView(appDelegate& app, const WindowActions& actions, QWidget* parent = nullptr);
 
+  // The selected rows, those that are finished again.
+  void convertSelected();
   void removeSelected();
   void removeAll();
 

@@ -58,6 +58,8 @@ void MainWindow::makeBatchMenu() {
   };
   QAction* start = menu->addAction("@@start", QKeySequence("Ctrl+Return"), this,
                                    [this] { app_.iba_batchGoBt(); });
+  QAction* startSelected = menu->addAction("@@startSelected", QKeySequence("Ctrl+Shift+Return"),
+                                           this, [this] { drawer_->table().convertSelected(); });
   QAction* pause =
       menu->addAction("@@pause", QKeySequence("Ctrl+P"), this, [press] { press(pauseSegment); });
   QAction* stop =
@@ -69,9 +71,11 @@ void MainWindow::makeBatchMenu() {
                                        [this] { drawer_->table().removeAll(); });
 
   const QPointer<MainWindow> held(this);
-  const auto showStart = [held, this, start] {
-    if (held)
-      start->setEnabled(app_.interface.batchGoBt.isEnabled());
+  const auto showStart = [held, this, start, startSelected] {
+    if (!held)
+      return;
+    start->setEnabled(app_.interface.batchGoBt.isEnabled());
+    startSelected->setEnabled(app_.interface.batchGoBt.isEnabled());
   };
   const auto showStop = [held, pause, stop, &stopBt] {
     if (!held)

@@ -6,6 +6,7 @@
 #include "CoreFixture.h"
 #include "analysis/probes.h"
 #include "core/EncodingDriver.h"
+#include "core/rowEdits.h"
 #include "encoding/naming.h"
 #include "prefs/utilsAlert.h"
 #include "support/ScopedEnvironment.h"
@@ -91,7 +92,7 @@ TEST_F(EncodingDriverTest, ABatchConvertsEveryRow) {
   EXPECT_EQ(alerts.shown[0].message, localisationString("D_fin_GUI"));
 }
 
-TEST_F(EncodingDriverTest, AContinuedBatchLeavesFinishedRowsAndTheirMoviesAlone) {
+TEST_F(EncodingDriverTest, ABatchLeavesFinishedRowsAndTheirMoviesAlone) {
   clips(2);
   // Of another card, so that its movie would have the name of the first one's.
   const std::string other = folder.file("card2/1.mts");
@@ -103,22 +104,28 @@ TEST_F(EncodingDriverTest, AContinuedBatchLeavesFinishedRowsAndTheirMoviesAlone)
   folder.write("movies/Tessarin/1.mov", "finished");
   app.table().mark(1, RowMark::failure);
   alerts.answers = {{1, false}, {1, false}};  // replace, if anything is asked
-  app.driver().continueBatch();
+  app.iba_batchGoBt();
   serve();
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
   EXPECT_EQ(ended[0].output, movie("2.mov"));
   EXPECT_EQ(ended[1].output, movie("1-2.mov"));
   EXPECT_EQ(readFileStart(movie("1.mov"), 100), "finished");
 
-  // Nothing left to do: the batch ends. The user's own start does everything again.
+  // Nothing left to do: the batch ends. Rows that the user names are converted again, and so are
+  // those for which he chooses anew.
   ended.clear();
-  app.driver().continueBatch();
+  app.iba_batchGoBt();
   serve();
   EXPECT_TRUE(ended.empty());
   EXPECT_FALSE(app.driver().isBatchRunning());
-  alerts.answers = {{1, true}};
+  alerts.answers = {{1, true}, {1, true}};
+  app.driver().convertRows({2});
+  serve();
+  ASSERT_TRUE(chooseTarget(app.table(), 1, outAic));
   convert();
-  EXPECT_EQ(ended.size(), 3u);
+  ASSERT_EQ(ended.size(), 2u);
+  EXPECT_EQ(ended[0].source, other);
+  EXPECT_EQ(fileName(ended[1].source), "2.mts");
 }
 
 TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
