@@ -1,7 +1,8 @@
 // Full-HD frames a second: our ProRes encoder beside ffmpeg's two, on one thread, and on two, from
-// 4:2:0 of 8 bits to ProRes. Ours in real time; ffmpeg's in processor time, less that of a run
-// which only reads and brings the pictures to 4:2:2 of 10 bits, which ours does as well:
-// "ffmpeg/scale" is that run. Keep the machine quiet.
+// 4:2:0 of 8 bits to ProRes, all of it, so with the way from 4:2:0 to 4:2:2. On one thread in
+// processor time ("own" in the column CPU, ffmpeg's as it tells itself); two threads have to be
+// compared in real time, on a quiet machine. "ffmpeg/scale" is what of ffmpeg's time goes into
+// reading the pictures and bringing them to 4:2:2 of 10 bits.
 //
 //   proresEncodeBench --benchmark_filter=natural
 #include "encoders.h"

@@ -44,11 +44,19 @@ inline constexpr int mostBlocks = 4 * largestSlice;
 template <class Number>
 using BlockValues = Number[positions][mostBlocks];
 
+// The levels of a plane, each twice its size and one more when it is below zero: those of the first
+// position of the scan for all blocks, then those of the next; and where those lie that are not 0.
+// Both are written eight or sixteen at a time.
+struct PlaneLevels {
+  alignas(32) std::uint16_t values[positions * mostBlocks + 16];
+  alignas(32) std::int16_t places[positions * mostBlocks + 16];
+};
+
 // Working memory of one thread.
 struct SliceMemory {
   alignas(32) std::int16_t samples[16 * 16 * largestSlice];
   alignas(32) BlockValues<float> coefficients[planeCount];
-  alignas(32) BlockValues<std::uint16_t> levels;
+  PlaneLevels levels;
 };
 
 // Six bytes of header, and 49 bits at most for each of three times 2,048 coefficients. The table of

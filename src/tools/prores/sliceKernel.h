@@ -29,11 +29,10 @@ std::size_t codeSlice(const SliceSource& source, const QuantiserTable& table, Sl
   for (int plane = 0; plane < planeCount; ++plane) {
     const BlockValues<float>& coefficients = memory.coefficients[plane];
     const int count = blockOrder(source.sampling, plane).count * source.macroblocks;
-    std::uint32_t marks[positions];
-    quantise(coefficients, table, scan, count, memory.levels, marks);
+    const int total = quantise(coefficients, table, scan, count, memory.levels);
     BitWriter writer(bytes + size);
     codeDc(coefficients[0], table.factor[0], count, writer);
-    codeAc(memory.levels, marks, count, writer);
+    codeAc(memory.levels, total, count, writer);
     sizes[plane] = writer.finish(1);
     size += sizes[plane];
   }
