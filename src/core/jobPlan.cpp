@@ -42,27 +42,16 @@ void addFilter(Arguments& arguments, const std::string& filter, FilterPlace plac
     arguments.insert(rate, {"-vf", filter});
 }
 
-// Sees to it that the fields of the movie have the order that it claims.
-void correctFields(const Row& row, EncodingCommand& command) {
-  const SourceInfo& source = row.source;
-  const bool hasFields = !isSourceProgressive(source);
-  const auto codec = std::find(command.arguments.begin(), command.arguments.end(), "mpeg4");
-  const bool isIntermediate =
-      codec != command.arguments.end() && isOf(sizeOf(row), RateFamily::i50);
-  if (isIntermediate) {
-    // Told that there are fields, the codec carries their order to the export.
-    command.arguments.insert(codec + 1, {"-flags", "+ildct+ilme"});
-    // Its chroma is halved field by field.
-    if (hasFields && source.text(SourceKey::v0Chroma).value_or("yuv420p") != "yuv420p")
-      addFilter(command.arguments, "scale=interl=-1,format=yuv420p", FilterPlace::first);
-  }
-  // Where what the stream claims is wrong, the filters are told what the pictures say.
-  if (source.contains(SourceKey::v0FieldsClaim) || (isIntermediate && hasFields))
-    addFilter(command.arguments,
-              source.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst) ? "setfield=bff"
-                                                                                 : "setfield=tff",
+bool isBottomFirst(const SourceInfo& source) {
+  return source.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst);
+}
+
+// Where what the stream claims is wrong, the filters are told what the pictures say. The tool
+// adapter sees to the rest; it knows when the movie is interlaced.
+void correctFields(const SourceInfo& source, EncodingCommand& command) {
+  if (source.contains(SourceKey::v0FieldsClaim))
+    addFilter(command.arguments, isBottomFirst(source) ? "setfield=bff" : "setfield=tff",
               FilterPlace::first);
-  // For ProRes the tool adapter sees to the rest; it knows when the movie is interlaced.
 }
 
 // Sees to it that the encoder can take fields of as many lines as the movie has.
@@ -146,7 +135,7 @@ bool isSlowed(const Row& row) {
   return !hasFieldRate;
 }
 
-// The export of the source, with what the copy would have been told.
+// The export of the source, with what ffmpeg would have been told of it.
 Arguments sourceExport(const Row& row, const std::string& movie, const std::string& settings) {
   const SourceInfo& source = row.source;
   Arguments command = exportCommand(row.path(), movie, settings, displayRatio(source));
@@ -155,6 +144,19 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
   };
   if (const auto format = source.text(SourceKey::wForce))
     add("--format", *format);
+  for (const auto& [key, option] : {std::pair{SourceKey::wProbeSize, "--probesize"},
+                                    std::pair{SourceKey::wAnalyzeDuration, "--analyzeduration"}})
+    if (const auto number = source.integer(key))
+      add(option, fmt::format("{}", *number));
+  const double rate = source.number(SourceKey::v0Fps).value_or(0);
+  if (isSourceProgressive(source)) {
+    if (source.contains(SourceKey::v0FieldsClaim))
+      add("--fields", "prog");
+  } else {
+    add("--fields", isBottomFirst(source) ? "bff" : "tff");
+    if (rate > 0)
+      add("--rate", fmt::format("{:.6g}", rate / 2));  // of whole pictures
+  }
   if (source.contains(SourceKey::a0Force))
     add("--sound-decoder", source.textOrEmpty(SourceKey::a0Codec));
   if (const auto pictures = source.integer(SourceKey::v0Id))
@@ -178,10 +180,6 @@ std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
   auto command = encodage(row, movie, prefProres);
   if (!command)
     return std::nullopt;
-  correctFields(row, *command);
-  nameColours(row.source, *command);
-  beginWithFirstPicture(row.source, *command);
-  correctEncoder(row, *command);
   JobPlan plan;
   plan.row = row;
   plan.movie = movie;
@@ -191,8 +189,14 @@ std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
   plan.needsExport = !plan.isExport && !command->writesProres && !plan.isCopy;
   if (plan.isExport || plan.needsExport)
     plan.settings = exportPresetName(row, prefProres);
-  if (plan.isExport)
+  if (plan.isExport) {
     command->arguments = sourceExport(row, movie, plan.settings);
+  } else {
+    correctFields(row.source, *command);
+    nameColours(row.source, *command);
+    beginWithFirstPicture(row.source, *command);
+    correctEncoder(row, *command);
+  }
   plan.seconds = row.source.number(SourceKey::wDuration).value_or(0) * (isSlowed(row) ? 2 : 1);
   plan.command = std::move(*command);
   return plan;
@@ -212,9 +216,11 @@ bool isQuickTimeCopy(const Row& row) {
 }
 
 bool exportsSource(const Row& row) {
+  // What ffmpeg makes neither ProRes nor a copy of would be encoded twice.
+  if (!isStreamCopy(row))
+    return row.choice.target != outProres;
   const SourceInfo& source = row.source;
-  if (!isStreamCopy(row) || row.choice.target == outQuickTime ||
-      !source.contains(SourceKey::v0Codec))
+  if (row.choice.target == outQuickTime || !source.contains(SourceKey::v0Codec))
     return false;
   // A copy is shown from its first key frame on. Pictures that are stored behind that and shown
   // before it, which MPEG-2 of tapes and discs may begin with, would be lost.

@@ -37,8 +37,9 @@ PictureColours sourceColours(const SourceInfo& source);
 // Whether the movie is to be a stream copy in QuickTime's container: nothing is exported.
 bool isQuickTimeCopy(const Row& row);
 
-// Whether the export reads the source itself: where a copy, from which it would be made otherwise,
-// cannot hold all of the source's pictures or is not known to.
+// Whether the export reads the source itself: where the pictures have to be changed before it,
+// which it does as well and without the loss of an encoding between; and where a copy, from which
+// it would be made otherwise, cannot hold all of the source's pictures or is not known to.
 bool exportsSource(const Row& row);
 
 // Whether the tool for exports is there.

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "analysis/SourceInfo.h"
+#include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "encoding/BatchEntry.h"
@@ -149,8 +150,8 @@ Arguments measuringCommandOf(const JobPlan& plan) {
     return measuringCommand(command);
   // What the export is told of the source, in ffmpeg's words.
   Arguments same = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "error"};
-  if (const auto format = valueOf(command, "--format"))
-    same.insert(same.end(), {"-f", *format});
+  const Arguments options = inputOptions(plan.row.source);
+  same.insert(same.end(), options.begin(), options.end());
   same.insert(same.end(), {"-fflags", "+genpts", "-i", plan.row.path()});
   for (const char* option : {"--pictures", "--sound"})
     if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)

@@ -37,13 +37,14 @@ class JobPlanTest : public testing::Test {
 
 TEST_F(JobPlanTest, OnlyWhatFfmpegCannotFinishNeedsTheExport) {
   // Interlaced to ProRes is written at once; a progressive source is copied and then exported; a
-  // copy that is to be a QuickTime movie is one.
+  // copy that is to be a QuickTime movie is one; what is encoded, and not as ProRes, is exported
+  // from the source.
   const auto needsExport = [](const Row& row) {
     return planJob(row, "/out/x.mov", "apcn")->needsExport;
   };
   EXPECT_FALSE(needsExport(rowOf(false, 12, outProres)));
   EXPECT_TRUE(needsExport(rowOf(true, 10, outProres)));
-  EXPECT_TRUE(needsExport(rowOf(false, 12, outAic)));
+  EXPECT_FALSE(needsExport(rowOf(false, 12, outAic)));
   EXPECT_FALSE(needsExport(rowOf(true, 10, outQuickTime)));
 }
 
@@ -93,18 +94,30 @@ TEST_F(JobPlanTest, SlowMotionTakesTwiceAsLong) {
   EXPECT_EQ(seconds(false, 50, 11, speedSlow), 4) << "fields are shown at their rate";
 }
 
-TEST_F(JobPlanTest, AnIntermediateMovieTellsItsFieldsAndHalvesItsChromaByField) {
-  const auto filterOf = [](const char* fields, const char* chroma) {
-    const Row row =
-        withInfo(rowOf(false, 12, outAic), {{"v0_fields", fields}, {"v0_chroma", chroma}});
-    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
-    EXPECT_TRUE(contains(joinTexts(arguments, " "), "-c:v mpeg4 -flags +ildct+ilme "));
-    const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
-    return option == arguments.end() ? std::string() : *(option + 1);
+TEST_F(JobPlanTest, NothingIsEncodedBeforeAnExport) {
+  const auto told = [](const Row& row) {
+    const JobPlan plan = *planJob(row, "/out/x.mov", "apcn");
+    EXPECT_TRUE(plan.isExport);
+    EXPECT_EQ(commandsOfPlan(plan, true).size(), 1u);
+    const Arguments& all = plan.command.arguments;
+    const auto output = std::find(all.begin(), all.end(), "/out/x.mov");
+    return fileName(all.at(2)) + " " + joinTexts(Arguments(output + 1, all.end()), " ");
   };
-  EXPECT_EQ(filterOf("TFF", "yuv420p"), "setfield=tff");
-  EXPECT_EQ(filterOf("BFF", "yuv420p"), "setfield=bff");
-  EXPECT_EQ(filterOf("BFF", "yuv411p"), "setfield=bff,scale=interl=-1,format=yuv420p");
+  const Dico american{{"v0_fields", "TFF"}, {"v0_fps", 59.94}, {"w_probesize", 5000000}};
+  Row row = rowOf(false, 12, outAic);
+  EXPECT_EQ(told(withInfo(row, {{"v0_fields", "BFF"}, {"v0_fps", 50.0}})),
+            "1920x1080i25 --fields bff --rate 25 --sound -1 --channels 2");
+  EXPECT_EQ(told(withInfo(row, american)),
+            "1920x1080i30 --probesize 5000000 --fields tff --rate 29.97 --sound -1 --channels 2");
+  row.choice.sizeOut = 10;
+  row.choice.speed = speedSlow;
+  EXPECT_EQ(told(withInfo(row, {{"v0_fps", 50.0}})),
+            "1920x1080p25 --fields tff --rate 25 --sound -1 --channels 2 --slow");
+  // Pictures that become fields, of a stream that calls itself interlaced.
+  const Dico lying{{"v0_fieldsClaim", "TFF"}, {"v0_fps", 50.0}};
+  for (const Target target : {outQuickTime, outAic})
+    EXPECT_EQ(told(withInfo(rowOf(true, 12, target), lying)),
+              "1920x1080i25 --fields prog --sound -1 --channels 2");
 }
 
 TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
@@ -129,7 +142,6 @@ TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
   EXPECT_EQ(said(true, outQuickTime, pal), "bt470bg smpte170m smpte170m");
   EXPECT_EQ(said(true, outProres, {{"v0_matrix", "bt470bg"}}), "bt709 bt709 bt470bg")
       << "of the copy that is exported";
-  EXPECT_EQ(said(false, outAic, pal), "bt470bg smpte170m smpte170m") << "likewise";
   EXPECT_EQ(said(false, outProres, pal), "bt470bg bt709 smpte170m") << "as ProRes calls them";
   EXPECT_EQ(said(false, outProres, hlg), "bt2020 arib-std-b67 bt2020nc");
 }

@@ -276,6 +276,32 @@ TEST(ExportPlan, TellsFiltersTheOrderOfUnflaggedPictures) {
   EXPECT_THAT(filters(facts, settings(1920, 1080, true)), HasSubstr("setfield=bff,fps="));
 }
 
+TEST(ExportPlan, BelievesWhatItIsToldOfFieldsAndRate) {
+  const auto told = [](const char* fields, double rate, const ExportSettings& wanted) {
+    ExportInput input;
+    input.fields = fields;
+    input.rate = rate;
+    const SourceFacts facts = source(1920, 1080, square, FieldOrder::topFirst);
+    return exportPlan(asExported(facts, input), wanted, input).filters;
+  };
+  EXPECT_THAT(told("bff", 25, settings(1920, 1080, true)),
+              AllOf(testing::StartsWith("setfield=bff,fps=25/1"), HasSubstr("fieldorder=tff")));
+  EXPECT_THAT(told("prog", 25, settings(1920, 1080, false)),
+              AllOf(testing::StartsWith("setfield=prog,fps="), Not(HasSubstr("yadif"))));
+  // ffmpeg guesses the rate of the fields for that of the pictures, or another one altogether.
+  const auto rate = [](double told, const Fraction& guess) {
+    ExportInput input;
+    input.rate = told;
+    SourceFacts facts = source(1920, 1080, square);
+    facts.frameRate = guess;
+    return asExported(facts, input).frameRate;
+  };
+  EXPECT_EQ(rate(25, {50, 1}), (Fraction{25, 1}));
+  EXPECT_EQ(rate(29.97, {60000, 1001}), (Fraction{30000, 1001}));
+  EXPECT_EQ(rate(29.97, {30, 1}), (Fraction{30, 1}));
+  EXPECT_EQ(rate(12.345, {25, 1}), (Fraction{2469, 200}));
+}
+
 TEST(ExportPlan, MakesPicturesOfFieldsWhereLinesAreScaledOrTheRateChanges) {
   const std::string woven = "tinterlace=interleave_top,setfield=tff";
   const SourceFacts sd = source(720, 576, palNarrow, FieldOrder::bottomFirst);

@@ -262,6 +262,10 @@ void append(std::vector<std::string>& arguments, std::initializer_list<std::stri
 void appendInput(std::vector<std::string>& arguments, const ExportInput& input) {
   if (!input.soundDecoder.empty())
     append(arguments, {"-c:a", input.soundDecoder});
+  if (!input.probeSize.empty())
+    append(arguments, {"-probesize", input.probeSize});
+  if (!input.analyzeDuration.empty())
+    append(arguments, {"-analyzeduration", input.analyzeDuration});
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
@@ -300,6 +304,24 @@ void appendSameStreams(std::vector<std::string>& arguments, const ExportInput& i
   appendPictures(arguments, input);
   appendAllSound(arguments, input);
   append(arguments, {"-c", "copy", "-f", "null", "-"});
+}
+
+FieldOrder orderCalled(const std::string& word) {
+  if (word == "prog")
+    return FieldOrder::progressive;
+  return word == "bff" ? FieldOrder::bottomFirst : FieldOrder::topFirst;
+}
+
+// ffmpeg's guess, which is exact, unless it is another rate than what was told.
+Fraction rateTold(double told, const Fraction& guess) {
+  if (isNear(told, value(guess), 0.005))
+    return guess;
+  for (const Fraction& television : {Fraction{1, 1}, Fraction{1000, 1001}}) {
+    const auto whole = std::llround(told / value(television));
+    if (whole > 0 && isNear(told, static_cast<double>(whole) * value(television), 1e-4))
+      return {whole * television.numerator, television.denominator};
+  }
+  return reduced(std::max(1LL, std::llround(told * 1000)), 1000);
 }
 
 // Gaps are filled and overlaps cut, from the movie's beginning on, so that the count of samples is
@@ -359,6 +381,12 @@ Placement placement(const SourceFacts& source, const ExportSettings& settings) {
 }
 
 SourceFacts asExported(SourceFacts source, const ExportInput& input) {
+  if (!input.fields.empty()) {
+    source.fieldOrder = orderCalled(input.fields);
+    source.flagged = false;
+  }
+  if (input.rate)
+    source.frameRate = rateTold(*input.rate, source.frameRate);
   if (input.soundStream)
     source.soundTracks = *input.soundStream >= 0 ? 1 : 0;
   if (!input.slow)
@@ -382,6 +410,8 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   Chain chain;
   if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
+  if (input.fields == "prog")
+    chain.add("setfield=prog");
   if (settings.interlaced)
     addInterlaced(chain, source, settings, place, plan.frameRate, input.slow);
   else

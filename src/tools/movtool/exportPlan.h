@@ -14,7 +14,11 @@ namespace tessarin::movtool {
 struct ExportInput {
   std::string path;
   std::string format;                // that ffmpeg has to be told; empty: it finds out
+  std::string probeSize;             // bytes, and microseconds, in which ffmpeg is to look for the
+  std::string analyzeDuration;       // streams' parameters; likewise
   std::string soundDecoder;          // likewise
+  std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
+  std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
   std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures
   std::optional<int> soundStream;    // likewise; none: all that there are, below 0: no sound
   int channels = 0;                  // to mix the sound to; 0: as many as it has
@@ -30,7 +34,8 @@ struct ExportPlan {
   quicktime::Fraction start = {0, 1};  // the source's moment with which the movie begins
 };
 
-// The source as it is to be exported: slow motion has half the rate and twice the duration.
+// The source as it is to be exported: with the fields and the rate that the input is told to have;
+// slow motion has half the rate and twice the duration.
 SourceFacts asExported(SourceFacts source, const ExportInput& input);
 
 // The rate that stands for a family beside this source: of 30 and 60 frames the exact one when the

@@ -128,7 +128,7 @@ Outcome<bool> runExport(const ExportJob& job) {
   Outcome<SourceFacts> source = probe(ffmpeg.value(), job.input);
   if (!source)
     return Failure{source.reason()};
-  if (settings.value().interlaced && !source->flagged) {
+  if (settings.value().interlaced && !source->flagged && job.input.fields.empty()) {
     const Outcome<FieldOrder> order = fieldOrderInPictures(ffmpeg.value(), job.input);
     if (!order)
       return Failure{order.reason()};

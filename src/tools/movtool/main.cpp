@@ -26,6 +26,17 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
   options.add_option("-o", job.output, "movie to write")->required();
   options.add_option("--format", job.input.format, "the input's format, as ffmpeg calls it");
   options.add_option("--sound-decoder", job.input.soundDecoder, "ffmpeg's decoder for its sound");
+  options.add_option("--probesize", job.input.probeSize, "bytes to look for its streams in")
+      ->check(CLI::PositiveNumber);
+  options.add_option("--analyzeduration", job.input.analyzeDuration, "microseconds, likewise")
+      ->check(CLI::PositiveNumber);
+  options
+      .add_option("--fields", job.input.fields,
+                  "order of its fields (tff, bff), or prog for none; else as it is flagged")
+      ->check(CLI::IsMember({"tff", "bff", "prog"}));
+  options
+      .add_option("--rate", job.input.rate, "its whole pictures a second; else as ffmpeg guesses")
+      ->check(CLI::Range(0.01, 1000.0));
   options.add_option("--pictures", job.input.pictureStream, "ffmpeg's number of the stream");
   options.add_option("--sound", job.input.soundStream,
                      "ffmpeg's number of the only stream of sound to take, -1 for none");
