@@ -31,9 +31,9 @@ class LostFootageJourney : public test::Journey {
       EXPECT_TRUE(name == "x.mov" || contains(name, "-failure.mov")) << name;
   }
 
-  // What ffmpeg does instead of a conversion.
+  // What ffmpeg does instead of a conversion, or of decoding for one.
   void convertBy(const std::string& script) {
-    useFfmpeg("for last; do :; done\ncase \" $* \" in *' -c:v '*)\n" + script +
+    useFfmpeg("for last; do :; done\ncase \" $* \" in *' -c:v '* | *' -strict -1 '*)\n" + script +
               "\n;; esac\nexec \"$real\" \"$@\"");
   }
 
