@@ -58,7 +58,8 @@ atSize() {
 measure() { # NAME SOURCE [FLAGS OF FFMPEG'S ENCODERS...]
   local name=$1 source=$2 codec bytes luma chroma ownLuma ownChroma
   shift 2
-  ffmpeg -nostdin -v error -f lavfi -i "$source" -frames:v "$frames" -strict -1 -y "$original"
+  # With the flags its header tells of fields.
+  ffmpeg -nostdin -v error -f lavfi -i "$source" -frames:v "$frames" -strict -1 "$@" -y "$original"
   for codec in prores prores_ks; do
     ffmpeg -nostdin -v error -i "$original" -c:v "$codec" -profile:v 2 "$@" -y "$work/theirs.mov"
     read -r bytes luma chroma < <(judge "$work/theirs.mov")
@@ -73,16 +74,18 @@ measure() { # NAME SOURCE [FLAGS OF FFMPEG'S ENCODERS...]
   printf '%-28s at %4d kB: %-9s %5.2f / %5.2f dB (as shipped)\n' "$name" $((bytes / 1000)) ours "$luma" "$chroma"
 }
 
-raised() { # NAME SOURCE SCALER'S FIELDS
-  ffmpeg -nostdin -v error -f lavfi -i "$2" -frames:v "$frames" -strict -1 -y "$original"
-  ffmpeg -nostdin -v error -i "$original" -vf "scale=interl=$3,format=yuv420p" -y "$halved"
-  ffmpeg -nostdin -v error -i "$halved" -vf "scale=interl=$3,format=yuv422p10" -strict -1 \
+raised() { # NAME SOURCE FIELDS [FLAGS...]
+  local name=$1 source=$2 interl=$3
+  shift 3
+  ffmpeg -nostdin -v error -f lavfi -i "$source" -frames:v "$frames" -strict -1 "$@" -y "$original"
+  ffmpeg -nostdin -v error -i "$original" -vf "scale=interl=$interl,format=yuv420p" "$@" -y "$halved"
+  ffmpeg -nostdin -v error -i "$halved" -vf "scale=interl=$interl,format=yuv422p10" -strict -1 "$@" \
     -f yuv4mpegpipe - | "$proresenc" -q 1 -o "$work/theirs.mov"
   "$proresenc" -q 1 -o "$work/own.mov" "$halved"
   local own theirs
   own=$(judge "$work/own.mov")
   theirs=$(judge "$work/theirs.mov")
-  echo "$1: chroma that went through 4:2:0: ours ${own##* } dB, ffmpeg's scaler ${theirs##* } dB"
+  echo "$name: chroma that went through 4:2:0: ours ${own##* } dB, ffmpeg's scaler ${theirs##* } dB"
 }
 
 little="noise=alls=3:allf=t:all_seed=1"
@@ -93,7 +96,7 @@ fields="$deep,tinterlace=interleave_top,setfield=tff"
 for scan in p i; do
   rate=25 end=$deep flags=() mark=""
   if [ $scan = i ]; then
-    rate=50 end=$fields flags=(-flags +ildct+ilme) mark=", interlaced"
+    rate=50 end=$fields flags=(-flags +ildct+ilme -field_order tt) mark=", interlaced"
   fi
   measure "synthetic$mark" "testsrc2=s=1920x1080:r=$rate,$end" "${flags[@]}"
   measure "gradients$mark" "gradients=s=1920x1080:r=$rate:seed=1,$end" "${flags[@]}"
@@ -102,4 +105,4 @@ for scan in p i; do
   measure "strong noise$mark" "testsrc2=s=1920x1080:r=$rate,$strong,$end" "${flags[@]}"
 done
 raised "progressive" "mandelbrot=s=1920x1080:r=25,$deep" 0
-raised "interlaced" "mandelbrot=s=1920x1080:r=50,$fields" 1
+raised "interlaced" "mandelbrot=s=1920x1080:r=50,$fields" 1 -flags +ildct+ilme -field_order tt
