@@ -106,6 +106,7 @@ class AnalysisQueue {
   bool isReportOverdue_ = false;  // the analysing run was ended for its silence
   std::optional<std::string> retainedReport_;
   std::optional<SourceExamination> examination_;  // of the source in hand
+  bool hasFirstPictures_ = false;                 // its only run wrote those of its beginning
   std::string whyNotStarted_;                     // the last tool; "" when it was started
   bool openPermitted_ = true;
   bool isUnderWay_ = false;

@@ -127,6 +127,7 @@ SourceExamination& AnalysisQueue::examination() {
     const auto size = std::filesystem::file_size(path, failed);
     examination_.emplace(path, failed ? 0 : static_cast<std::int64_t>(size), framePath());
     examination_->setFormat(services_.preferences.prefReadString(StateKey::forcedFormat));
+    hasFirstPictures_ = true;
   }
   return *examination_;
 }
@@ -148,9 +149,9 @@ void AnalysisQueue::stepFfmpegParse() {
   }
   examination().take(std::exchange(retainedReport_, std::nullopt).value_or(""),
                      readFramePictures(framePath()));
-  removeFile(framePath());
   retainedReport_ = examination().report();
   if (!isReportOverdue_ && examination().nextCommand()) {
+    hasFirstPictures_ = false;
     steps_.set("analysisFfmpeg");
     again();
     return;
@@ -295,8 +296,12 @@ void AnalysisQueue::startThumbnail(SourceInfo& info) {
   }
   const std::string image = thumbnailPath(temporaryFolder(), path);
   services_.preferences.prefWrite(StateKey::image, image);
-  startTask(thumbnailCommand(info, path, image, !isMov), quickQuestion,
-            [this, image](const ToolResult& result) {
+  // Where it is to show the beginning, that need not be decoded once more.
+  const bool isDecoded =
+      hasFirstPictures_ && thumbnailSeekPoint(info) == "0" && pathExists(framePath());
+  startTask(isDecoded ? thumbnailCommandOfPictures(info, framePath(), image)
+                      : thumbnailCommand(info, path, image, !isMov),
+            quickQuestion, [this, image](const ToolResult& result) {
               if (result.isOverdue)
                 removeFile(image);
               analysis();
@@ -310,6 +315,8 @@ void AnalysisQueue::stepFin() {
   debugFormat("analysisRetainedStr release 3");
   retainedReport_.reset();
   examination_.reset();
+  if (!temporaryFolder().empty())
+    removeFile(framePath());
   std::optional<SourceInfo> info;
   if (const Value* record = store.prefRead(StateKey::record); record && record->dico())
     info = *record->dico();

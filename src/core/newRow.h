@@ -22,6 +22,11 @@ std::string thumbnailSeekPoint(const SourceInfo& info);
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly);
 
+// The same from pictures of the source that were decoded before, from its beginning on: a YUV4MPEG2
+// file.
+Arguments thumbnailCommandOfPictures(const SourceInfo& info, const std::string& pictures,
+                                     const std::string& thumbnail);
+
 // A path in `folder` for the thumbnail of the source that does not exist yet.
 std::string thumbnailPath(const std::string& folder, const std::string& source);
 
