@@ -128,7 +128,8 @@ std::optional<FramePictures> readFramePictures(const std::string& path) {
               static_cast<std::streamsize>(picture.size()));
     if (static_cast<std::size_t>(file.gcount()) < picture.size())
       break;
-    ++pictures->whole;
+    if (++pictures->whole == 1)
+      pictures->first = picture;
     if (!before.empty())
       pictures->motion += fieldMotion(std::span(before).first(luma), std::span(picture).first(luma),
                                       pictures->width, pictures->height);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "analysis/Fields.h"
 
@@ -27,6 +28,7 @@ struct FramePictures {
   int height = 0;
   int whole = 0;  // pictures; a last one that is cut off does not count
   FieldMotion motion;
+  std::vector<std::uint8_t> first;  // planes of the first whole picture, without gaps
 };
 
 // Nothing when there is no such file, or no YUV4MPEG2 header of 8 bits 4:2:0 at its start.

@@ -229,6 +229,30 @@ std::optional<double> firstKeyFrameShown(std::string_view report) {
   return std::nullopt;
 }
 
+std::optional<bool> beginsWithKeyFrame(std::string_view report) {
+  const DeclaredInput input = declaredInput(report);
+  const auto isVideo = [](const StreamStart& stream) { return stream.kind == StreamKind::video; };
+  if (std::count_if(input.streams.begin(), input.streams.end(), isVideo) != 1)
+    return std::nullopt;
+  const auto video = std::find_if(input.streams.begin(), input.streams.end(), isVideo);
+  std::optional<std::int64_t> first;
+  PacketLines packets(report);
+  for (int count = 0; count < packetsPerStream;) {
+    const auto packet = packets.next();
+    if (!packet)
+      break;
+    if (packet->stream != video->id)
+      continue;
+    if (++count == 1 && (!packet->pts || (packet->flags & keyFlag) == 0))
+      return false;
+    if (!first)
+      first = packet->pts;
+    if (packet->pts && *packet->pts < *first)
+      return false;
+  }
+  return first ? std::optional(true) : std::nullopt;
+}
+
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
   ReportLines lines(report);
   while (const auto line = lines.next()) {

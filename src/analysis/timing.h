@@ -22,6 +22,10 @@ std::optional<Dico> ptsDtsOffsetMs(std::string_view report);
 // such a report shows; negative when it lies before. Nothing when the report shows none.
 std::optional<double> firstKeyFrameShown(std::string_view report);
 
+// Whether the first picture that is stored is a key frame and none is shown before it. Nothing when
+// the report shows no packet of pictures, or more than one stream of them.
+std::optional<bool> beginsWithKeyFrame(std::string_view report);
+
 // Seconds to the first picture that a run of ffmpeg's showinfo filter shows, as that run counts
 // them.
 std::optional<double> firstPictureOfShowinfo(std::string_view report);

@@ -89,6 +89,8 @@ class AnalysisQueue {
   void stepFin();
   void completeRecord(SourceInfo info);
   void askRecordingTime(SourceInfo info);
+  void keepFirstPicture(std::optional<FramePictures>& pictures);
+  bool writeThumbnail(const SourceInfo& info, const std::string& image) const;
   void startThumbnail(SourceInfo& info);
   void completeThumbnail(SourceInfo info);
   void appendRow(SourceInfo info);
@@ -106,7 +108,7 @@ class AnalysisQueue {
   bool isReportOverdue_ = false;  // the analysing run was ended for its silence
   std::optional<std::string> retainedReport_;
   std::optional<SourceExamination> examination_;  // of the source in hand
-  bool hasFirstPictures_ = false;                 // its only run wrote those of its beginning
+  std::optional<FramePictures> firstPicture_;     // likewise, for its thumbnail
   std::string whyNotStarted_;                     // the last tool; "" when it was started
   bool openPermitted_ = true;
   bool isUnderWay_ = false;

@@ -1,5 +1,6 @@
 // The analysis of one source, step by step.
 #include <filesystem>
+#include <fstream>
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
@@ -11,6 +12,7 @@
 #include "core/newRow.h"
 #include "core/stepState.h"
 #include "core/storedRow.h"
+#include "core/thumbnail.h"
 #include "encoding/outputPreset.h"
 #include "encoding/recordingDate.h"
 #include "ffmpeg/reportText.h"
@@ -127,7 +129,6 @@ SourceExamination& AnalysisQueue::examination() {
     const auto size = std::filesystem::file_size(path, failed);
     examination_.emplace(path, failed ? 0 : static_cast<std::int64_t>(size), framePath());
     examination_->setFormat(services_.preferences.prefReadString(StateKey::forcedFormat));
-    hasFirstPictures_ = true;
   }
   return *examination_;
 }
@@ -147,11 +148,12 @@ void AnalysisQueue::stepFfmpegParse() {
     retainedReport_ = std::move(output);
     debugFormat("release (ffmpeg3)");
   }
-  examination().take(std::exchange(retainedReport_, std::nullopt).value_or(""),
-                     readFramePictures(framePath()));
+  auto pictures = readFramePictures(framePath());
+  keepFirstPicture(pictures);
+  examination().take(std::exchange(retainedReport_, std::nullopt).value_or(""), pictures);
+  removeFile(framePath());
   retainedReport_ = examination().report();
   if (!isReportOverdue_ && examination().nextCommand()) {
-    hasFirstPictures_ = false;
     steps_.set("analysisFfmpeg");
     again();
     return;
@@ -282,6 +284,42 @@ void AnalysisQueue::askRecordingTime(SourceInfo info) {
             });
 }
 
+// Takes the first of the pictures that the describing run decoded, where it is the one that the
+// thumbnail of a short source shows: any of a movie, the first key frame of others.
+void AnalysisQueue::keepFirstPicture(std::optional<FramePictures>& pictures) {
+  if (!pictures)
+    return;
+  std::vector<std::uint8_t> planes = std::exchange(pictures->first, {});
+  const auto isKeyFrame = beginsWithKeyFrame(retainedReport_.value_or(""));
+  if (!isKeyFrame)
+    return;  // of another run
+  const bool isMov =
+      hasPathExtension(services_.preferences.prefReadString(StateKey::analysed), "mov");
+  firstPicture_.reset();
+  if (pictures->whole == 0 || (!*isKeyFrame && !isMov))
+    return;
+  firstPicture_ = pictures;
+  firstPicture_->first = std::move(planes);
+}
+
+// Whether the thumbnail could be made of the picture that is there.
+bool AnalysisQueue::writeThumbnail(const SourceInfo& info, const std::string& image) const {
+  constexpr int width = 160;
+  if (!firstPicture_ || thumbnailSeekPoint(info) != "0")
+    return false;
+  const std::string jpeg = jpegOf(firstPicture_->first, firstPicture_->width, firstPicture_->height,
+                                  width, thumbnailHeight(info));
+  if (jpeg.empty())
+    return false;
+  std::ofstream file(image, std::ios::binary);
+  file << jpeg;
+  file.close();
+  if (file)
+    return true;
+  removeFile(image);
+  return false;
+}
+
 void AnalysisQueue::startThumbnail(SourceInfo& info) {
   const std::string path = services_.preferences.prefReadString(StateKey::analysed);
   steps_.set("analysisFin");
@@ -296,12 +334,12 @@ void AnalysisQueue::startThumbnail(SourceInfo& info) {
   }
   const std::string image = thumbnailPath(temporaryFolder(), path);
   services_.preferences.prefWrite(StateKey::image, image);
-  // Where it is to show the beginning, that need not be decoded once more.
-  const bool isDecoded =
-      hasFirstPictures_ && thumbnailSeekPoint(info) == "0" && pathExists(framePath());
-  startTask(isDecoded ? thumbnailCommandOfPictures(info, framePath(), image)
-                      : thumbnailCommand(info, path, image, !isMov),
-            quickQuestion, [this, image](const ToolResult& result) {
+  if (writeThumbnail(info, image)) {
+    again();
+    return;
+  }
+  startTask(thumbnailCommand(info, path, image, !isMov), quickQuestion,
+            [this, image](const ToolResult& result) {
               if (result.isOverdue)
                 removeFile(image);
               analysis();
@@ -315,8 +353,7 @@ void AnalysisQueue::stepFin() {
   debugFormat("analysisRetainedStr release 3");
   retainedReport_.reset();
   examination_.reset();
-  if (!temporaryFolder().empty())
-    removeFile(framePath());
+  firstPicture_.reset();
   std::optional<SourceInfo> info;
   if (const Value* record = store.prefRead(StateKey::record); record && record->dico())
     info = *record->dico();

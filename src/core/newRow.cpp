@@ -41,17 +41,17 @@ double codedAspect(const SourceInfo& info) {
   return aspect;
 }
 
-std::string thumbnailScale(const SourceInfo& info) {
-  // 160 / (16 / 9) is 90, which single precision misses by a hair.
-  const double exact = 160 / thumbnailAspect(info) + 0.001;
-  return fmt::format("scale=160:{}", static_cast<int>(std::clamp(exact, 2.0, 1600.0)));
-}
-
 }  // namespace
 
 double thumbnailAspect(const SourceInfo& info) {
   const double aspect = codedAspect(info);
   return isTurned(info) ? 1 / aspect : aspect;
+}
+
+int thumbnailHeight(const SourceInfo& info) {
+  // 160 / (16 / 9) is 90, which single precision misses by a hair.
+  const double exact = 160 / thumbnailAspect(info) + 0.001;
+  return static_cast<int>(std::clamp(exact, 2.0, 1600.0));
 }
 
 std::string thumbnailSeekPoint(const SourceInfo& info) {
@@ -64,7 +64,7 @@ std::string thumbnailSeekPoint(const SourceInfo& info) {
 
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly) {
-  std::string filter = thumbnailScale(info);
+  std::string filter = fmt::format("scale=160:{}", thumbnailHeight(info));
   if (keyFramesOnly)
     filter = "select=eq(pict_type\\,I)," + filter;
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-ss",
@@ -77,23 +77,6 @@ Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
   append(mapOfVideo(info));
   append({"-vframes", "1", "-t", "12", "-vf", filter, "-an", "-sn", "-y", thumbnail});
   return command;
-}
-
-Arguments thumbnailCommandOfPictures(const SourceInfo& info, const std::string& pictures,
-                                     const std::string& thumbnail) {
-  return {Bundle::main().toolPath("ffmpeg"),
-          "-loglevel",
-          "info",
-          "-f",
-          "yuv4mpegpipe",
-          "-i",
-          pictures,
-          "-vframes",
-          "1",
-          "-vf",
-          thumbnailScale(info),
-          "-y",
-          thumbnail};
 }
 
 std::string thumbnailPath(const std::string& folder, const std::string& source) {

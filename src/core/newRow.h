@@ -18,14 +18,12 @@ double thumbnailAspect(const SourceInfo& info);
 // Where in the source the thumbnail is taken, in seconds as ffmpeg takes them.
 std::string thumbnailSeekPoint(const SourceInfo& info);
 
+// The thumbnail's height where it is 160 pixels wide.
+int thumbnailHeight(const SourceInfo& info);
+
 // The command that writes the thumbnail, 160 pixels wide. `keyFramesOnly` waits for a key frame.
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly);
-
-// The same from pictures of the source that were decoded before, from its beginning on: a YUV4MPEG2
-// file.
-Arguments thumbnailCommandOfPictures(const SourceInfo& info, const std::string& pictures,
-                                     const std::string& thumbnail);
 
 // A path in `folder` for the thumbnail of the source that does not exist yet.
 std::string thumbnailPath(const std::string& folder, const std::string& source);

@@ -6,7 +6,10 @@
 #include "core/AnalysisQueue.h"
 #include "core/admittedSources.h"
 #include "core/jobPlan.h"
+#include "core/newRow.h"
 #include "prefs/utilsAlert.h"
+#include "support/ScopedEnvironment.h"
+#include "support/shell.h"
 
 namespace tessarin {
 namespace {
@@ -39,6 +42,36 @@ TEST_F(AnalysisQueueTest, MakesARowOfEverySourceAndTellsOfTheOthers) {
   for (const char* key : {"analysisSrcPathesDico", "analysisSrcPathStr", "analysisSrcCurrentDico",
                           "analysisDeb", "imgPathStr"})
     EXPECT_EQ(preferences.prefRead(key), nullptr) << key;
+}
+
+// Its thumbnail shows the first picture, which the run that described it has decoded.
+TEST_F(AnalysisQueueTest, AShortClipIsNotOpenedForItsThumbnail) {
+  const std::string clip = folder.file("clip.mts");
+  ASSERT_TRUE(test::makeInterlacedClip(clip));
+  const std::string runs = folder.file("runs");
+  const std::string tool = folder.write(
+      "ffmpeg", "#!/bin/sh\necho \"$*\" >> " + test::quoted(runs) + "\nexec ffmpeg \"$@\"\n");
+  std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+  {
+    const test::ScopedEnvironment ours("TESSARIN_FFMPEG", tool);
+    analyse({clip});
+  }
+  ASSERT_EQ(app.table().count(), 1);
+  EXPECT_EQ(folder.read("runs").find("scale=160"), std::string::npos) << folder.read("runs");
+
+  // As ffmpeg would make it, but for the noise of two encoders.
+  const SourceInfo& info = app.table().source(0);
+  const std::string direct = folder.file("direct.jpg");
+  EXPECT_EQ(test::runShell(test::quoted(thumbnailCommand(info, clip, direct, true))).status, 0);
+  const std::string compared =
+      test::runShell("ffmpeg -nostdin -hide_banner -i " +
+                     test::quoted(info.textOrEmpty(RowInfoKey::imgPathStr)) + " -i " +
+                     test::quoted(direct) +
+                     " -lavfi '[0]format=yuv444p[a];[1]format=yuv444p[b];[a][b]psnr' -f null - "
+                     "2>&1 | sed -n 's/.*average:\\([0-9]*\\).*/\\1/p'")
+          .output;
+  ASSERT_FALSE(compared.empty());
+  EXPECT_GE(std::stoi(compared), 25) << compared;
 }
 
 // Trimmed clips begin inside a group of pictures: up to the first key frame ffmpeg has copies of

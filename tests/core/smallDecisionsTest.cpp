@@ -30,8 +30,6 @@ TEST(Thumbnail, HasTheShapeOfThePicture) {
   const Arguments plain =
       thumbnailCommand({{"v0_width", 640}, {"v0_height", 480}}, "/a.mov", "/tmp/a.jpg", false);
   EXPECT_NE(std::find(plain.begin(), plain.end(), "scale=160:120"), plain.end());
-  const Arguments decoded = thumbnailCommandOfPictures({{"v0_dar", "4:3"}}, "/f.yuv", "/tmp/a.jpg");
-  EXPECT_NE(std::find(decoded.begin(), decoded.end(), "scale=160:120"), decoded.end());
 }
 
 TEST(Thumbnail, IsTakenWhereTheClipHasBegun) {

@@ -70,7 +70,7 @@ TEST_F(HangJourney, ASignalIsAnsweredWhateverTheToolDoes) {
   } runs[] = {{"codec listing", "*' -codecs '*", {"analyse", clip}},  // kept, so the first one
               {"analysis", "*' yuv4mpegpipe '*", {"analyse", clip}},
               {"analysis", "*' yuv4mpegpipe '*", {"plan", clip}},
-              {"thumbnail", "*'.jpg '*", {"analyse", clip}},
+              {"thumbnail", "*'.jpg '*", {"analyse", tinyClip("long.mts", "11")}},
               {"conversion", "*' -c:v '*", convert},
               {"export", "*showinfo*", aic},
               {"export", "*setparams=*", aic}};
