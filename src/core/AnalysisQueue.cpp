@@ -6,30 +6,21 @@
 
 #include "classShared/log.h"
 #include "core/admittedSources.h"
-#include "core/stepState.h"
+#include "core/newRow.h"
+#include "core/storedRow.h"
 #include "encoding/outputName.h"
+#include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
 
-AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table,
-                             ToolTasks& tasks)
+AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table)
     : services_(services),
       interface_(interface),
       table_(table),
-      tasks_(tasks),
-      steps_(services.preferences, analysisSteps),
-      mediaInfoSteps_(services.preferences, mediaInfoSteps),
-      waiting_(services.preferences, services.loop) {
-  tasks_.ended.connect([this](const TaskEnd& end) {
-    if (end.isAnalysis)
-      taskEnded(end);
-  });
-}
-
-AnalysisQueue::~AnalysisQueue() {
-  services_.loop.cancel(next_);
-}
+      mirror_(services.preferences),
+      waiting_(services.preferences, services.loop),
+      next_(services.loop) {}
 
 // ---- Taking sources in
 
@@ -79,10 +70,9 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   logFormat("drag'n'drop, final  = {}", paths.size());
   waiting_.assign(paths);
   accepted.emit();
-  steps_.set("analysisDeb");
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
-  analysis();
+  takeNextSource();
 }
 
 // The paths that are not in the batch yet, each once: those that are there need no second analysis,
@@ -132,116 +122,115 @@ void AnalysisQueue::iba_analysisStopBt() {
   interface_.analysisStopBt.select(-1);
   interface_.analysisStopBt.setHidden(true);
   interface_.analysisStopBt.setEnabled(false);
-  tasks_.taskLauncherDone(true);
+  abandon();
+  next_.set([this] {
+    logLine("analysis stop       = 1");
+    waiting_.clear();
+    end();
+  });
+}
+
+void AnalysisQueue::abandon() {
+  next_.clear();
+  if (job_)
+    job_->abandon();
 }
 
 std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
   std::vector<std::string> paths;
-  const std::string current = services_.preferences.prefReadString(StateKey::analysed);
-  if (!current.empty() && current != cancelled)
-    paths.push_back(current);
+  if (!current_.empty())
+    paths.push_back(current_);
   paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
   return paths;
 }
 
 bool AnalysisQueue::hasSourcesWithoutRow() const {
-  const std::string current = services_.preferences.prefReadString(StateKey::analysed);
-  return !waiting_.empty() || (!current.empty() && current != cancelled);
+  return !waiting_.empty() || !current_.empty();
 }
 
-// ---- One step
-
-void AnalysisQueue::again() {
-  services_.loop.cancel(next_);
-  next_ = services_.loop.runSoon([this] {
-    next_ = 0;
-    analysis();
-  });
-}
-
-void AnalysisQueue::analysis() {
-  debugFormat("analysis            - start of step");
-  if (stopAsked_) {
-    logLine("analysis stop       = 1");
-    waiting_.clear();
-    services_.preferences.prefWrite(StateKey::analysed, cancelled);
-    steps_.removeAllButLast();
-    steps_.set("analysisFin");
-  }
-  takeNextSource();
-  showCaption();
-
-  if (steps_.take("analysisDeb")) {
-    debugFormat("analysisDeb         - begin");
-    steps_.set("analysisFfmpeg");
-  }
-  if (steps_.take("analysisFfmpeg")) {
-    stepFfmpeg();
-  } else if (steps_.take("analysisFfmpegResult")) {
-    stepFfmpegResult();
-  } else if (steps_.take("analysisFfmpegParse")) {
-    stepFfmpegParse();
-  } else if (mediaInfoSteps_.take("analysisMediaInfo")) {
-    stepMediaInfo();
-  } else if (mediaInfoSteps_.take("analysisMediaInfoParse")) {
-    stepMediaInfoParse();
-  } else if (steps_.take("analysisDico")) {
-    stepDico();
-  } else if (steps_.take("analysisFin")) {
-    stepFin();
-  } else {
-    debugFormat("analysis no arg     :-( nil || empty");
-    steps_.removeAllButLast();
-    steps_.set("analysisFin");
-    debugFormat("[self analysis]");
-    again();
-  }
-  debugFormat("analysis            - end of step (post task || self)");
-}
+// ---- One source after the other
 
 void AnalysisQueue::takeNextSource() {
-  PreferenceStore& store = services_.preferences;
-  const std::string current = store.prefReadString(StateKey::analysed);
-  if (waiting_.empty() || (!current.empty() && current != waiting_.paths().front()))
-    return;
   const std::string next = waiting_.takeFirst();
   logFormat("analysis new file   : {}", next);
   logFormat("srcsMDico           ? new current src: '{}' (remaining={}, next: '{}')", next,
             waiting_.size(), waiting_.empty() ? "none/end" : waiting_.paths().front());
   if (verboseLevel(2))
     debugFormat("reliquat = {}", waiting_.size());
-  store.prefWrite(StateKey::analysed, next);
+  current_ = next;
+  mirror_.showAnalysed(next);
+  showCaption();
+  job_ = std::make_unique<AnalysisJob>(
+      services_.loop, next,
+      [this](AnalysisJob::Finding finding) { sourceEnded(std::move(finding)); },
+      [this](const AnalysisJob& job) { mirror_.show(&job); });
+  job_->start();
 }
 
 void AnalysisQueue::showCaption() {
   // The last source counts as one that waits: so the caption of the first of three is "0/2" and
   // that of the last "1/2".
   const std::size_t waiting = waiting_.empty() ? 1 : waiting_.size();
-  const std::string caption = interface_.analysisCaptionStr.text();
-  const auto shown = textAfter(caption, "/");
-  const std::int64_t total = shown ? leadingInteger(*shown) : static_cast<std::int64_t>(waiting);
-  interface_.analysisCaptionStr.setText(
-      fmt::format("{}/{}", total - static_cast<std::int64_t>(waiting), total));
+  if (taken_ == 0)
+    taken_ = waiting;
+  interface_.analysisCaptionStr.setText(fmt::format("{}/{}", taken_ - waiting, taken_));
   debugFormat("analysisCaptionStr  : {}", interface_.analysisCaptionStr.text());
-  debugFormat("batch, c'est parti  : '{}'",
-              services_.preferences.prefReadString(StateKey::analysed));
+  debugFormat("batch, c'est parti  : '{}'", current_);
 }
 
-void AnalysisQueue::finalEnd() {
+void AnalysisQueue::sourceEnded(AnalysisJob::Finding finding) {
+  if (finding.source)
+    appendRow(*std::move(finding.source));
+  else
+    refused.emit(current_, finding.reason);
+  if (stopAsked_)
+    return;  // by whoever was told
+  // The job that tells this has to be over before it may go.
+  next_.set([this] {
+    logLine("analysis            - end of current src");
+    if (waiting_.empty())
+      end();
+    else
+      takeNextSource();
+  });
+}
+
+void AnalysisQueue::appendRow(SourceInfo info) {
+  info.set(RowInfoKey::prefSurrond, interface_.surround.isChecked() ? 1 : 0);
+  const int segment = interface_.editingSoft.selected();
+  const int size = interface_.sizeOut.selected();
+  Row row =
+      newRow(std::move(info), {applicationTable[static_cast<std::size_t>(segment)].firstTarget,
+                               size, interface_.chosenSpeed()});
+  if (size <= rowSameAsSource)
+    row.choice.sizeOut = presetAutoComputedFromSrc(
+        row, size == rowSameAsSource ? Application::any : interface_.application());
+  if (debugMode())
+    debugFormat("md                  : {}", recordOfRow(row).description());
+  const int index = table_.append(std::move(row));
+  table_.iba_outSpeedCell(index);
+  rowReady.emit(index);
+  interface_.batchDrawer.setShown(true);
+}
+
+void AnalysisQueue::end() {
   logLine("analysis stop       : final end");
-  PreferenceStore& store = services_.preferences;
+  job_.reset();
+  current_.clear();
   waiting_.clear();
+  taken_ = 0;
+  mirror_.showAnalysed("");
+  mirror_.show(static_cast<const AnalysisJob*>(nullptr));
   interface_.analysisCaptionStr.setText("");
   stopAsked_ = false;
   isUnderWay_ = false;
   interface_.analysisStopBt.setHidden(true);
+  interface_.analysisStopBt.setEnabled(false);
   openPermitted_ = true;
-  steps_.remove("analysisDeb");
   showIdle();
   if (table_.count() > 0)
     interface_.batchDrawer.setShown(true);
   allowStart();
-  store.prefRemove(StateKey::alert);
   logLine("analysis            - end (all src)");
   finished.emit();
 }

@@ -1,32 +1,27 @@
-// Takes sources in and analyses them one after the other: a step machine whose steps are flags in
-// the preference store.
+// Takes sources in and has them analysed, one after the other.
 #pragma once
 
-#include <functional>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "analysis/SourceExamination.h"
-#include "analysis/SourceInfo.h"
+#include "core/AnalysisJob.h"
 #include "core/BatchTable.h"
-#include "core/StepFlags.h"
-#include "core/ToolTasks.h"
+#include "core/LaterStep.h"
 #include "core/WaitingSources.h"
+#include "core/stepState.h"
 
 namespace tessarin {
 
 class AnalysisQueue {
  public:
-  AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table, ToolTasks& tasks);
-  ~AnalysisQueue();
+  // All are borrowed.
+  AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table);
 
   // Whether a new set of sources is accepted (OPENPERM): false while a queue is analysed.
   bool isOpenPermitted() const { return openPermitted_; }
   // Has no effect while a queue is analysed, which says itself when it is over.
   void setOpenPermitted(bool permitted) { openPermitted_ = permitted && !isUnderWay_; }
-  // The step flags, in their order.
-  const std::vector<std::string>& analysisArray() const { return steps_.names(); }
   // While false (the start value), a source that is in the batch is not queued again.
   void setStu(bool isStu) { isStu_ = isStu; }
 
@@ -35,10 +30,10 @@ class AnalysisQueue {
   void draggedFiles(const std::vector<std::string>& paths);
   // Filters the files, queues what is left and starts the analysis. Links keep their own names.
   void takeSources(std::vector<std::string> paths);
-  // Performs one step and arranges for the next one.
-  void analysis();
   // The stop control: the source in hand and those that wait are given up.
   void iba_analysisStopBt();
+  // Ends the tools without a word; the queue is of no further use.
+  void abandon();
 
   // The sources that have no row yet: the one in analysis and those that wait, in order.
   std::vector<std::string> sourcesWithoutRow() const;
@@ -65,57 +60,24 @@ class AnalysisQueue {
   std::vector<std::string> freshOf(const std::vector<std::string>& paths) const;
   void takeNextSource();
   void showCaption();
-  void again();
-  // What a step does with a tool's result. Of one that could not be started the status is not 0.
-  using Continuation = std::function<void(ToolResult)>;
-
-  // Runs the tool; then the step goes on, or without a continuation the next one begins. A stop
-  // comes before both.
-  void startTask(const Arguments& command, const ToolLimits& limits, Continuation continuation);
-  void taskEnded(const TaskEnd& end);
-  std::optional<std::string> takeOutput(const char* step);
-  void refuse(const std::string& reason);
-  void refuseForReport();
-
-  SourceExamination& examination();
-  void stepFfmpeg();
-  void stepFfmpegResult();
-  void stepFfmpegParse();
-  void judgeReport();
-  bool mayTryForcedFormat() const;
-  void stepMediaInfo();
-  void stepMediaInfoParse();
-  void stepDico();
-  void stepFin();
-  void completeRecord(SourceInfo info);
-  void askRecordingTime(SourceInfo info);
-  void keepFirstPicture(std::optional<FramePictures>& pictures);
-  bool writeThumbnail(const SourceInfo& info, const std::string& image) const;
-  void startThumbnail(SourceInfo& info);
-  void completeThumbnail(SourceInfo info);
+  void sourceEnded(AnalysisJob::Finding finding);
   void appendRow(SourceInfo info);
-  void endSource();
-  void finalEnd();
+  void end();
 
   CoreServices& services_;
   Interface& interface_;
   BatchTable& table_;
-  ToolTasks& tasks_;
-  StepFlags steps_;
-  StepFlags mediaInfoSteps_;
+  StateMirror mirror_;
   WaitingSources waiting_;
-  Continuation continuation_;
-  bool isReportOverdue_ = false;  // the analysing run was ended for its silence
-  std::optional<std::string> retainedReport_;
-  std::optional<SourceExamination> examination_;  // of the source in hand
-  std::optional<FramePictures> firstPicture_;     // likewise, for its thumbnail
-  std::string whyNotStarted_;                     // the last tool; "" when it was started
+  std::unique_ptr<AnalysisJob> job_;
+  std::string current_;    // the source in hand, "" for none
+  std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known
   bool openPermitted_ = true;
   bool isUnderWay_ = false;
   bool isStu_ = false;
   bool stopAsked_ = false;  // analysisStopInt
   bool encodingSuspended_ = false;
-  RunLoop::Id next_ = 0;
+  LaterStep next_;
 };
 
 }  // namespace tessarin

@@ -8,7 +8,6 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/log.h"
 #include "core/rowChoices.h"
-#include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -311,8 +310,7 @@ void BatchTable::removeAllButCurrent() {
 }
 
 int BatchTable::encBatchInprogressRowIdentification() const {
-  const std::string current = services_.preferences.prefReadString(StateKey::encoded);
-  return current.empty() ? -1 : rowOfSource(current);
+  return inProgress_.empty() ? -1 : rowOfSource(inProgress_);
 }
 
 }  // namespace tessarin

@@ -89,6 +89,8 @@ class BatchTable {
 
   // Index of the row being encoded, -1 when no batch runs.
   int encBatchInprogressRowIdentification() const;
+  // Says which source that is, "" for none.
+  void setInProgress(const std::string& source) { inProgress_ = source; }
 
  private:
   std::string possibleWith(int row, const std::optional<Choice>& choice) const;
@@ -105,6 +107,7 @@ class BatchTable {
   std::vector<std::uint64_t> ids_;  // of each row
   std::uint64_t nextId_ = 0;
   std::unordered_map<std::string, std::uint64_t> idOfPath_;
+  std::string inProgress_;
   int selectedRow_ = -1;
 };
 

@@ -12,35 +12,17 @@
 
 namespace tessarin {
 
-namespace {
-
-// Stands for the row before the first one, when the first row was removed: no path is like it.
-constexpr const char* beforeFirstRow = "totoCestLePlusBeau";
-
-}  // namespace
-
-EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table,
-                               ToolTasks& tasks)
+EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table)
     : services_(services),
       interface_(interface),
       table_(table),
-      tasks_(tasks),
-      steps_(services.preferences, encSteps) {
-  tasks_.ended.connect([this](const TaskEnd& end) {
-    if (!end.isAnalysis)
-      taskEnded(end);
-  });
-  tasks_.measured.connect([this](const Dico& values) {
-    Dico measured = job();
-    if (measured.empty())
-      return;
-    measured.merge(values);
-    storeJob(std::move(measured));
-  });
-}
+      mirror_(services.preferences),
+      next_(services.loop) {}
 
-EncodingDriver::~EncodingDriver() {
-  services_.loop.cancel(next_);
+void EncodingDriver::abandon() {
+  next_.clear();
+  if (job_)
+    job_->abandon();
 }
 
 // ---- Starting, pausing, stopping
@@ -55,10 +37,7 @@ void EncodingDriver::iba_batchGoBt() {
     return;
   if (rows.empty()) {
     interface_.batchReport.setText(localisationString("D_all_converted"));
-    next_ = services_.loop.runSoon([this] {
-      next_ = 0;
-      batchEnded.emit();
-    });
+    next_.set([this] { batchEnded.emit(); });
     return;
   }
   only_.reset();
@@ -119,7 +98,8 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
       outputNames_[table_.row(row).movie] = table_.sourcePath(row);
-  encSend("encBatch");
+  setCurrent("");
+  goOn();
 }
 
 void EncodingDriver::iba_taskStopBt() {
@@ -131,15 +111,39 @@ void EncodingDriver::iba_taskStopBt() {
   }
   if (selected != pauseSegment || !control.has(pauseSegment))
     return;
-  const std::string image = control.segments()[pauseSegment].image;
-  const std::string look = contains(lowerCase(image), "hud") ? "Hud" : "";
-  if (contains(image, "btPause")) {
-    tasks_.tasklauncherSuspend();
-    control.setImage(pauseSegment, "btPlay" + look);
-  } else {
-    tasks_.tasklauncherResume();
-    control.setImage(pauseSegment, "btPause" + look);
-  }
+  if (isPaused_)
+    resume();
+  else
+    pause();
+  showPause(!isPaused_);
+}
+
+void EncodingDriver::pause() {
+  logLine("process             : suspend");
+  if (!job_ || !job_->hasTool())
+    return;
+  TextField& action = interface_.encoding.action;
+  actionBeforePause_ = action.text();
+  action.setText(localisationString("D_action_pause"));
+  job_->suspend();
+}
+
+void EncodingDriver::resume() {
+  logLine("process             : resume");
+  if (!job_ || !job_->hasTool())
+    return;
+  interface_.encoding.action.setText(actionBeforePause_);
+  job_->resume();
+}
+
+void EncodingDriver::showPause(bool isPaused) {
+  isPaused_ = isPaused;
+  SegmentedControl& control = interface_.encoding.stopBt;
+  if (!control.has(pauseSegment))
+    return;
+  const bool isHud = contains(lowerCase(control.segments()[pauseSegment].image), "hud");
+  control.setImage(pauseSegment,
+                   fmt::format("{}{}", isPaused ? "btPlay" : "btPause", isHud ? "Hud" : ""));
 }
 
 void EncodingDriver::stop() {
@@ -148,47 +152,39 @@ void EncodingDriver::stop() {
     return;
   stopAsked_ = true;
   suspendedForAnalysis_ = false;
-  held_ = nullptr;
-  resetPause();
+  next_.release();
+  showPause(false);
+  interface_.encoding.stopBt.select(-1);
   interface_.batchReport.setText(localisationString("D_action_stop"));
-  if (job().empty()) {  // between two rows
-    encSend("encBatch");
+  if (!job_ || job_->isOver()) {  // between two rows
+    goOn();
     return;
   }
   interface_.encoding.action.setText("");
-  const int row = table_.encBatchInprogressRowIdentification();
-  if (table_.has(row))
-    table_.mark(row, RowMark::failure);
-  outcome_ = JobEnd::Kind::stopped;
-  reason_ = localisationString("D_action_stop");
-  debugFormat("sender stop…");
-  logFormat("sender stop         : btStop (analysis={} || enc={})", tasks_.isRunning(true) ? 1 : 0,
-            tasks_.isRunning(false) ? 1 : 0);
-  dropJobSteps();
-  logLine("process             : stop (pre-enc)");
-  if (tasks_.isRunning(false))
-    tasks_.taskLauncherDone(false);
-  else
-    encSend("encProcesses");
+  logFormat("sender stop         : btStop (enc={:d})", job_->hasTool());
+  job_->stop();
 }
 
 void EncodingDriver::suspendForAnalysis() {
   if (suspendedForAnalysis_)
     return;
   // A pause of the user's own outlasts the analysis, and cannot be ended during it.
-  if (tasks_.isEncodingSuspended()) {
+  if (job_ && job_->isSuspended()) {
     interface_.encoding.stopBt.setEnabled(false);
     isPauseHeld_ = true;
     return;
   }
   suspendedForAnalysis_ = true;
+  next_.hold();
+  if (job_)
+    job_->hold();
   SegmentedControl& control = interface_.encoding.stopBt;
-  if (control.count() >= 2 && contains(control.segments()[pauseSegment].image, "btPause")) {
+  if (control.count() >= 2 && !isPaused_) {
     control.setEnabled(false);
     control.select(pauseSegment);
     iba_taskStopBt();
   } else {
-    tasks_.tasklauncherSuspend();
+    pause();
   }
 }
 
@@ -203,57 +199,39 @@ void EncodingDriver::resumeAfterAnalysis() {
     iba_taskStopBt();
     control.select(-1);
   } else {
-    tasks_.tasklauncherResume();
+    resume();
   }
-  if (const auto held = std::exchange(held_, nullptr))
-    held();
+  if (job_)
+    job_->release();
+  next_.release();
 }
 
-// The pause control as it is while a task runs.
-void EncodingDriver::resetPause() {
-  SegmentedControl& control = interface_.encoding.stopBt;
-  if (!control.has(pauseSegment))
-    return;
-  const std::string& image = control.segments()[pauseSegment].image;
-  control.setImage(pauseSegment, contains(lowerCase(image), "hud") ? "btPauseHud" : "btPause");
-  control.select(-1);
+// ---- One row after the other
+
+void EncodingDriver::goOn() {
+  next_.set([this] { nextJob(); });
 }
 
-// ---- The machine
-
-void EncodingDriver::encSend(const std::string& stepName) {
-  services_.loop.cancel(next_);
-  next_ = services_.loop.runSoon([this, stepName] {
-    next_ = 0;
-    enc(stepName);
-  });
+// The source that is worked on, or was last.
+void EncodingDriver::setCurrent(const std::string& source) {
+  last_ = source;
+  table_.setInProgress(source);
+  mirror_.showEncoded(source);
 }
 
-void EncodingDriver::enc(const std::string& stepName) {
+void EncodingDriver::nextJob() {
+  logFormat("enc                 : {} - begin", "encBatch");
+  job_.reset();
   if (!isBatchRunning())
     return;
-  if (suspendedForAnalysis_) {
-    held_ = [this, stepName] { encSend(stepName); };
-    return;
-  }
-  logFormat("enc                 : {} - begin", stepName);
-  if (stepName == "encBatch")
-    stepBatch();
-  else
-    stepProcesses();
-}
-
-void EncodingDriver::stepBatch() {
   if (stopAsked_) {
     logLine("enc stop            = 1");
-    services_.preferences.prefWrite(StateKey::encoded, cancelled);
-    services_.preferences.prefRemove(StateKey::job);
-    steps_.remove(steps_.last());
+    mirror_.showEncoded(cancelled);
     endOfBatch();
     return;
   }
   int row = nextRow();
-  if (!services_.preferences.prefReadString(StateKey::encoded).empty())
+  if (!last_.empty())
     debugFormat("batch, c'est parti  : suivantes…");
   while (table_.has(row) && !isWanted(row))
     ++row;
@@ -278,35 +256,26 @@ bool EncodingDriver::isWanted(int row) const {
 
 // The row behind the one that was worked on last.
 int EncodingDriver::nextRow() const {
-  return table_.encBatchInprogressRowIdentification() + 1;
+  return last_.empty() ? 0 : table_.rowOfSource(last_) + 1;
 }
 
 void EncodingDriver::startRow(int row) {
-  ++jobNumber_;
-  outcome_.reset();
-  reason_.clear();
-  hasBegun_ = false;
-  isReplacing_ = false;
-  folderPath_.clear();
-  work_.clear();
-  isExporting_ = false;
-  check_ = CheckStep::before;
-  plan_.reset();
-  row_ = table_.row(row);
-  output_.clear();
-  sourceState_ = fileState(table_.sourcePath(row));
-  troubles_ = RunTroubles();
-  damagedPictures_ = 0;
-  damagedSound_ = 0;
-  readMe_.clear();
-  taskStart_ = std::chrono::steady_clock::now();
-  Dico job = jobRecord(row_, "");
   table_.mark(row, RowMark::current);
-  services_.preferences.prefWrite(StateKey::encoded, table_.sourcePath(row));
-  job.set("encDeb", 1);
-  debugFormat("processEncDico      - write encDeb ? {}", 1);
-  storeJob(std::move(job));
-  encSend("encProcesses");
+  const Row& entry = table_.row(row);
+  setCurrent(entry.path());
+  ConversionJob::Order order;
+  order.row = entry;
+  order.destination = interface_.destination.text();
+  order.output =
+      outputPath(entry.source, entry.choice.target, outputFolder(order.destination), outputNames_);
+  order.flavour = services_.preferences.text(PrefKey::prores);
+  const auto segment = static_cast<std::size_t>(entry.choice.target);
+  if (segment < interface_.editingSoft.segments().size())
+    order.format = interface_.editingSoft.segments()[segment].label;
+  order.isOnSource = table_.isSourceFile(order.output);
+  ConversionJob::Host& host = *this;
+  job_ = std::make_unique<ConversionJob>(services_, host, std::move(order));
+  job_->start();
 }
 
 // Nothing vanishes from the list while the user may bring the folder back.
@@ -328,7 +297,7 @@ void EncodingDriver::askForFolder(const std::string& folder) {
         else if (reply.button == leaveOutAnswer)
           leaveOut(missingRowsBelow(table_, nextRow(), folder));
         else
-          encSend("encBatch");
+          goOn();
       });
 }
 
@@ -339,8 +308,7 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
   for (const int row : rows)
     paths.push_back(table_.sourcePath(row));
   if (!rows.empty())
-    services_.preferences.prefWrite(
-        StateKey::encoded, rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : beforeFirstRow);
+    setCurrent(rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : "");
   // From the end: a removal moves the rows behind it.
   for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
     table_.select(*row);
@@ -356,7 +324,7 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
     end.reason = localisationString("why_gone");
     jobEnded.emit(end);
   }
-  encSend("encBatch");
+  goOn();
 }
 
 void EncodingDriver::endOfBatch() {
@@ -372,7 +340,7 @@ void EncodingDriver::endOfBatch() {
   interface_.batchGoBt.setState(0);
   interface_.batchGoBt.setEnabled(table_.count() > 0);
   interface_.encoding.action.setText("");
-  services_.preferences.prefRemove(StateKey::encoded);
+  setCurrent("");
   services_.preferences.prefRemove(StateKey::replaceFiles);
   tellOfEnd();
   // Whoever stops a batch is not interrupted, and a folder without a new movie has nothing to show.
@@ -398,35 +366,105 @@ void EncodingDriver::tellOfEnd() {
        batchTroubles_.isEmpty() ? Alert::Style::information : Alert::Style::warning});
 }
 
-void EncodingDriver::stepProcesses() {
-  if (takeJobFlag("encDeb"))
-    stepDeb();
-  else if (takeJobFlag("encV"))
-    stepV();
-  else if (takeJobFlag("encQtEnc"))
-    stepQtEnc();
-  else if (hasBegun_ && !outcome_ && check_ == CheckStep::before)
-    startCheck();
-  else
-    stepFin();
+// ---- What jobs tell and ask
+
+void EncodingDriver::begins(const ConversionJob& job) {
+  jobStarted.emit(job.row().path(), job.output());
 }
 
-// ---- The job record
-
-Dico EncodingDriver::job() const {
-  const Value* stored = services_.preferences.prefRead(StateKey::job);
-  return stored && stored->dico() ? *stored->dico() : Dico();
+void EncodingDriver::changed(const ConversionJob& job) {
+  mirror_.show(&job);
 }
 
-void EncodingDriver::storeJob(Dico job) {
-  services_.preferences.prefWrite(StateKey::job, std::move(job));
+void EncodingDriver::takesStep(const ConversionJob& job) {
+  mirror_.take(job);
 }
 
-bool EncodingDriver::takeJobFlag(std::string_view name) {
-  const bool isSet = job().flag(name);
-  if (isSet)
-    services_.preferences.prefDeleteChildDico(StateKey::job, name);
-  return isSet;
+void EncodingDriver::mayReplace(const std::string& output, std::function<void(bool)> answered) {
+  const std::string stored = services_.preferences.prefReadString(StateKey::replaceFiles);
+  if (!stored.empty()) {
+    logFormat("replaceFilesStr     : {}", stored);
+    answered(stored == answerReplace);
+    return;
+  }
+  debugFormat("pre-choix user      : no");
+  const unsigned question = ++questions_;
+  services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output)),
+                         output,
+                         {localisationString("D_keep"), localisationString("D_replace")},
+                         localisationString("D_applyToAll"),
+                         Alert::Style::warning},
+                        [this, question, answered](AlertAnswer reply) {
+                          // While the question was open the batch may have been stopped, and
+                          // another begun.
+                          if (question != questions_ || stopAsked_ || !isBatchRunning())
+                            return;
+                          debugFormat("pre-choix user      : yes");
+                          const bool replace = reply.button == 1;
+                          if (reply.checked)
+                            services_.preferences.prefWrite(StateKey::replaceFiles,
+                                                            replace ? answerReplace : answerKeep);
+                          answered(replace);
+                        });
+}
+
+void EncodingDriver::makesFolder(const std::string& source, const std::string& folder) {
+  folderBegins.emit(source, folder);
+}
+
+void EncodingDriver::hasMovie(const FinishedMovie& movie) {
+  movieFinished.emit(movie);
+}
+
+std::string EncodingDriver::otherOutput(const std::string& output) {
+  return otherOutputPath(output, outputNames_);
+}
+
+void EncodingDriver::toolBegins(const std::string& action, double maximum) {
+  TaskControls& controls = interface_.encoding;
+  showPause(false);
+  controls.stopBt.select(-1);
+  controls.action.setText(action);
+  actionBeforePause_.clear();
+  controls.bar.setValue(0);
+  controls.bar.setMaximum(maximum);
+  controls.bar.setIndeterminate(maximum <= 0);
+  controls.stopBt.setHidden(false);
+  controls.stopBt.setEnabled(true);
+}
+
+void EncodingDriver::toolProgressed(const ToolProgress& progress) {
+  TaskControls& controls = interface_.encoding;
+  controls.wheel.setTurning(progress.isTurning);
+  controls.percent.setText(progress.percent);
+  controls.bar.setIndeterminate(progress.isIndeterminate);
+  controls.bar.setValue(progress.value);
+}
+
+void EncodingDriver::toolEnded() {
+  TaskControls& controls = interface_.encoding;
+  controls.bar.setValue(0);
+  controls.bar.setIndeterminate(false);
+  controls.percent.setText("");
+  controls.wheel.setTurning(false);
+  controls.stopBt.setHidden(true);
+  controls.stopBt.setEnabled(false);
+}
+
+void EncodingDriver::ended(const JobEnd& end) {
+  interface_.encoding.action.setText("");
+  const bool isGood = end.kind == JobEnd::Kind::converted ||
+                      (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
+  if (const int row = table_.rowOfSource(end.source); table_.has(row)) {
+    if (isGood)
+      table_.set(row, &Row::movie, end.output);
+    table_.mark(row, isGood ? RowMark::success : RowMark::failure);
+  }
+  if (end.kind == JobEnd::Kind::converted && !end.reason.empty())
+    batchTroubles_.damaged.push_back(end.source);
+  mirror_.show(static_cast<const ConversionJob*>(nullptr));
+  jobEnded.emit(end);
+  goOn();
 }
 
 }  // namespace tessarin

@@ -1,59 +1,26 @@
-// Runs the batch row by row: a step machine whose steps are flags in the preference store.
+// Works through the rows of the batch: decides which is next, and has its job done.
 #pragma once
 
-#include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "core/BatchTable.h"
-#include "core/StepFlags.h"
-#include "core/ToolTasks.h"
+#include "core/ConversionJob.h"
+#include "core/LaterStep.h"
 #include "core/batchSummary.h"
-#include "core/fileState.h"
-#include "core/jobPlan.h"
-#include "core/outputPlace.h"
+#include "core/stepState.h"
 #include "encoding/outputName.h"
-#include "ffmpeg/packetMeter.h"
-#include "ffmpeg/runTroubles.h"
-#include "movie/movieIndex.h"
 
 namespace tessarin {
 
-// How the job of one row ended.
-struct JobEnd {
-  enum class Kind {
-    converted,
-    kept,     // the output was there already and the user wanted it kept
-    failed,   // for the reason given
-    stopped,  // by the user
-  };
-  Kind kind = Kind::failed;
-  std::string source;
-  std::string output;  // the movie; of a failed job what is left of it, "" when nothing is
-  // In the user's language; of a converted job what is damaged in it, "" when nothing is.
-  std::string reason;
-  // Of a converted job: pictures of the source that are damaged or missing in the movie.
-  std::size_t damagedPictures = 0;
-  bool hasDamagedSound = false;
-  double duration = 0;  // seconds of the movie
-  double elapsed = 0;   // seconds that the job took
-};
-
-// A movie that is whole and about to be moved to its name.
-struct FinishedMovie {
-  std::string source;
-  std::string path;    // where it is
-  std::string output;  // where it goes to
-  bool isUndamaged = true;
-};
-
-class EncodingDriver {
+class EncodingDriver final : private ConversionJob::Host {
  public:
-  EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table, ToolTasks& tasks);
-  ~EncodingDriver();
+  // All are borrowed.
+  EncodingDriver(CoreServices& services, Interface& interface, BatchTable& table);
 
   // The row's source and its planned output, before the job starts.
   Signal<const std::string&, const std::string&> jobStarted;
@@ -74,7 +41,7 @@ class EncodingDriver {
   bool wasStopped() const { return wasStopped_; }
 
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
-  bool measuresSeconds() const { return !isExporting_; }
+  bool measuresSeconds() const { return !job_ || !job_->isExporting(); }
 
   // The user's start: works on the rows that are not finished (BatchTable::isFinished), those that
   // failed before and those that come meanwhile too, and leaves the others alone. When there are
@@ -86,106 +53,64 @@ class EncodingDriver {
   void iba_taskStopBt();
   // The stop of iba_taskStopBt, whatever the control shows.
   void stop();
-  // The step flags, in their order.
-  const std::vector<std::string>& encArray() const { return steps_.names(); }
+  // Ends the tools without a word; the driver is of no further use.
+  void abandon();
 
   // A drop makes the encoding wait for the analysis of the new sources. A pause that the user
   // asked for stays after it.
   void suspendForAnalysis();
   void resumeAfterAnalysis();
 
-  // Performs the step of this name later, from the loop.
-  void encSend(const std::string& stepName);
-
  private:
   bool mayBegin();
   void offerFolder(const FolderRefusal& refusal);
   void begin(const std::vector<int>& rows);
-  void enc(const std::string& stepName);
-  void stepBatch();
-  void stepProcesses();
-  void stepDeb();
-  void stepV();
-  void stepQtEnc();
-  void stepFin();
-
-  void startRow(int row);
+  void goOn();
+  void nextJob();
   bool isWanted(int row) const;
   int nextRow() const;
+  void startRow(int row);
   void askForFolder(const std::string& folder);
   void leaveOut(const std::vector<int>& rows);
   void endOfBatch();
   void tellOfEnd();
-  void resetPause();
-  bool hasRoom(const JobPlan& plan);
-  void checkOverwriting(const JobPlan& plan);
-  void answerOverwriting(const JobPlan& plan, const std::string& answer);
-  void keep(const std::string& output);
-  void startEncoding(const JobPlan& plan, bool replace);
-  void startSlowing();
-  void takeSlowed();
-  void startExport();
-  void startTask(const Arguments& command, ParseMode parseMode, double maximum);
-  void taskEnded(const TaskEnd& end);
-  void startCheck();
-  void startMeasuring();
-  void judgeMeasure(const TaskEnd& end);
-  void startReading();
+  void setCurrent(const std::string& source);
 
-  // Ends the job in hand: its remaining steps are dropped, encFin follows.
-  void dropJobSteps();
-  void fail(const std::string& reason);
-  // The cause is the system's, "" when it is not known.
-  std::string whyDestination(const std::string& cause = "") const;
-  void purgeIntermediates(const Dico& current);
-  Outcome<void> moveIntoPlace(JobEnd& end);
-  void finishJob(JobEnd end);
-  void writeReadMe(const JobEnd& end);
+  // Of the tool that runs.
+  void pause();
+  void resume();
+  void showPause(bool isPaused);
 
-  Dico job() const;
-  void storeJob(Dico job);
-  bool takeJobFlag(std::string_view name);
+  void begins(const ConversionJob& job) override;
+  void changed(const ConversionJob& job) override;
+  void takesStep(const ConversionJob& job) override;
+  void mayReplace(const std::string& output, std::function<void(bool)> answered) override;
+  void makesFolder(const std::string& source, const std::string& folder) override;
+  void hasMovie(const FinishedMovie& movie) override;
+  std::string otherOutput(const std::string& output) override;
+  void toolBegins(const std::string& action, double maximum) override;
+  void toolProgressed(const ToolProgress& progress) override;
+  void toolEnded() override;
+  void ended(const JobEnd& end) override;
 
   CoreServices& services_;
   Interface& interface_;
   BatchTable& table_;
-  ToolTasks& tasks_;
-  StepFlags steps_;
+  StateMirror mirror_;
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
-  bool stopAsked_ = false;                     // encStopInt
+  std::string last_;        // the source that was worked on last or is now; "" before the first
+  bool stopAsked_ = false;  // encStopInt
   bool wasStopped_ = false;
   bool suspendedForAnalysis_ = false;
-  bool isPauseHeld_ = false;    // the user's, during an analysis
-  std::function<void()> held_;  // to be done after the analysis
-  std::string readMe_;
+  bool isPaused_ = false;     // as the control shows it
+  bool isPauseHeld_ = false;  // the user's, during an analysis
+  std::string actionBeforePause_;
   bool isAsking_ = false;   // for a folder; the batch waits for the answer
   unsigned questions_ = 0;  // tells a late answer from one to the open question
-  // Of the job in hand.
-  Row row_;
-  std::string output_;                   // where its movie goes to
-  std::optional<JobEnd::Kind> outcome_;  // settled before encFin; nothing: judge the output
-  std::string reason_;
-  unsigned jobNumber_ = 0;    // tells a late answer from one for this job
-  bool hasBegun_ = false;     // its folder is there
-  bool isReplacing_ = false;  // what has the movie's name
-  PrivateFolder folder_;
-  std::string folderPath_;    // of the folder that it has or will have
-  std::string work_;          // where its movie is made
-  bool isExporting_ = false;  // its last task is the export's
-  // What looks at the movie behind the last tool that makes it.
-  enum class CheckStep { before, measuring, reading, after };
-  CheckStep check_ = CheckStep::before;
-  std::optional<JobPlan> plan_;  // once it is made
-  std::optional<FileState> sourceState_;
-  RunTroubles troubles_;  // of the first tool, which reads the source
-  PacketMeter meter_;
-  MovieIndex movie_;
-  std::size_t damagedPictures_ = 0;
-  std::size_t damagedSound_ = 0;
-  std::chrono::steady_clock::time_point taskStart_;
-  RunLoop::Id next_ = 0;
+  std::unique_ptr<ConversionJob> job_;
+  LaterStep next_;
 };
 
 }  // namespace tessarin

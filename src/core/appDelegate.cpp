@@ -77,9 +77,8 @@ void applyProres(PopUpButton& popup, std::string flavour) {
 appDelegate::appDelegate(CoreServices services)
     : services_(std::move(services)),
       table_(services_, interface),
-      tasks_(services_),
-      queue_(services_, interface, table_, tasks_),
-      driver_(services_, interface, table_, tasks_) {
+      queue_(services_, interface, table_),
+      driver_(services_, interface, table_) {
   clearStepFlags(services_.preferences);
   queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
   queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });

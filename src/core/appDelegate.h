@@ -11,7 +11,6 @@
 #include "core/CoreServices.h"
 #include "core/EncodingDriver.h"
 #include "core/Interface.h"
-#include "core/ToolTasks.h"
 
 namespace tessarin {
 
@@ -69,7 +68,7 @@ class appDelegate {
   Signal<> quitAccepted;
 
   // Ends every task without continuing anything. The controller is of no further use.
-  void endTasks() { tasks_.endAll(); }
+  void endTasks();
 
  private:
   void scheduleOpenFiles();
@@ -80,7 +79,6 @@ class appDelegate {
 
   CoreServices services_;
   BatchTable table_;
-  ToolTasks tasks_;
   AnalysisQueue queue_;
   EncodingDriver driver_;
   std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other

@@ -78,7 +78,7 @@ std::string crashReason(int signal) {
 
 }  // namespace
 
-std::string failureReason(const TaskEnd& end, const std::string& source) {
+std::string failureReason(const ToolEnd& end, const std::string& source) {
   if (end.signal != 0 && end.signal != SIGXFSZ)
     return crashReason(end.signal);
   std::string complaints;

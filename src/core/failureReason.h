@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/ToolTasks.h"
+#include "core/JobTool.h"
 
 namespace tessarin {
 
@@ -16,8 +16,8 @@ std::string withoutPath(std::string_view toolOutput, const std::string& path);
 // empty.
 std::string failureReason(std::string_view toolOutput, const std::string& source);
 
-// The same for a task that has failed; a tool that a signal ended is told as such.
-std::string failureReason(const TaskEnd& end, const std::string& source);
+// The same for a run that has failed; a tool that a signal ended is told as such.
+std::string failureReason(const ToolEnd& end, const std::string& source);
 
 // That a tool cannot be started, and why: in the system's words, "" when there is no such tool.
 std::string whyNotStarted(const std::string& tool, const std::string& cause);

@@ -69,8 +69,13 @@ void appDelegate::quitAtOnce(std::function<void()> ready) {
   });
 }
 
+void appDelegate::endTasks() {
+  queue_.abandon();
+  driver_.abandon();
+}
+
 void appDelegate::endAndCleanUp() {
-  tasks_.endAll();
+  endTasks();
   table_.encBatchRemoveAll(false);
   storePreferences();
   services_.preferences.synchronize();
@@ -79,7 +84,7 @@ void appDelegate::endAndCleanUp() {
 
 void appDelegate::applicationWillTerminate() {
   logLine("applicationWillTerminate:");
-  tasks_.endAll();
+  endTasks();
 }
 
 }  // namespace tessarin

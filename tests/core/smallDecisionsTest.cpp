@@ -102,7 +102,7 @@ TEST(FailureReason, NamesTheCauseNotTheConsequence) {
 }
 
 TEST(FailureReason, ATaskIsToldByItsComplaintsAndASignalAsSuch) {
-  TaskEnd end;
+  ToolEnd end;
   end.status = 1;
   end.troubles.addLine("[mov @ 0x55] Cannot do this");
   end.troubles.addLine("[AVIOContext @ 0x55] Statistics: 199157 bytes read, 0 seeks");

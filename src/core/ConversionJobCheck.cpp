@@ -4,7 +4,7 @@
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/EncodingDriver.h"
+#include "core/ConversionJob.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
 #include "movie/movieStart.h"
@@ -42,10 +42,9 @@ bool isCutRiff(const std::string& source) {
 
 // A movie is converted when it is as long as its source, by its own index. Where what the analysis
 // knows raises doubt the source is measured.
-void EncodingDriver::startCheck() {
-  check_ = CheckStep::after;
-  if (!mayHoldMovie(work_) || !plan_) {
-    stepFin();
+void ConversionJob::check() {
+  if (!mayHoldMovie(work_)) {
+    end();
     return;
   }
   if (plan_->isCopy)
@@ -59,12 +58,12 @@ void EncodingDriver::startCheck() {
   }
   movie_ = std::move(*movie);
   // A source that went away after it was read cannot be asked any more: the analysis decides.
-  const auto state = fileState(row_.path());
+  const auto state = fileState(order_.row.path());
   if (state && state != sourceState_) {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  if (state && lacksSamples(row_)) {
+  if (state && lacksSamples(order_.row)) {
     fail(localisationString("why_endsEarly"));
     return;
   }
@@ -74,27 +73,26 @@ void EncodingDriver::startCheck() {
   }
   const auto expected = expectedByAnalysis(*plan_);
   if (expected && judgeMovie(movie_, *expected).isRight()) {
-    stepFin();
+    end();
     return;
   }
   startMeasuring();
 }
 
-void EncodingDriver::startMeasuring() {
+void ConversionJob::startMeasuring() {
   const Arguments command = measuringCommandOf(*plan_);
   if (command.empty()) {
     fail(localisationString("why_notMeasured"));
     return;
   }
   logLine("check               : measuring the source");
-  check_ = CheckStep::measuring;
+  looking_ = Looking::atPackets;
   meter_ = PacketMeter();
-  startTask(command, ParseMode::time, row_.source.number(SourceKey::wDuration).value_or(0));
+  startTool(command, ParseMode::time, order_.row.source.number(SourceKey::wDuration).value_or(0));
 }
 
-void EncodingDriver::judgeMeasure(const TaskEnd& end) {
-  check_ = CheckStep::after;
-  const std::string source = row_.path();
+void ConversionJob::judgeMeasure(const ToolEnd& end) {
+  const std::string source = order_.row.path();
   const SourceMeasure measure = meter_.result();
   if (!end.troubles.readError().empty()) {
     fail(localisationString("why_readError", "", end.troubles.readError()));
@@ -112,7 +110,7 @@ void EncodingDriver::judgeMeasure(const TaskEnd& end) {
     return;
   }
   if (!isShortOfPromise(*plan_, movie_)) {
-    encSend("encProcesses");
+    go(Step::end);
     return;
   }
   // The source says that it has more. Either that is wrong, or nobody has read all of it.
@@ -130,9 +128,9 @@ void EncodingDriver::judgeMeasure(const TaskEnd& end) {
 }
 
 // Some formats take an error of the disk for the end of the file.
-void EncodingDriver::startReading() {
-  check_ = CheckStep::reading;
-  startTask({"/bin/dd", "if=" + row_.path(), "of=/dev/null", "bs=1M", "status=none"},
+void ConversionJob::startReading() {
+  looking_ = Looking::atBytes;
+  startTool({"/bin/dd", "if=" + order_.row.path(), "of=/dev/null", "bs=1M", "status=none"},
             ParseMode::endless, 0);
 }
 

@@ -1,0 +1,329 @@
+#include "core/AnalysisJob.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "analysis/probeParser.h"
+#include "analysis/probes.h"
+#include "analysis/timing.h"
+#include "classShared/log.h"
+#include "core/admittedSources.h"
+#include "core/failureReason.h"
+#include "core/newRow.h"
+#include "core/thumbnail.h"
+#include "encoding/recordingDate.h"
+#include "ffmpeg/reportText.h"
+#include "ffmpeg/runTroubles.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+// As long as ffmpeg says something it is at work, however large or damaged the source.
+constexpr ToolLimits analysisLimits{{}, std::chrono::minutes(2)};
+
+std::string framePath() {
+  return joinPath(temporaryFolder(), "frame.yuv");
+}
+
+std::int64_t sizeOf(const std::string& path) {
+  std::error_code failed;
+  const auto size = std::filesystem::file_size(path, failed);
+  return failed ? 0 : static_cast<std::int64_t>(size);
+}
+
+}  // namespace
+
+AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, std::function<void(Finding)> ended,
+                         std::function<void(const AnalysisJob&)> changed)
+    : loop_(loop),
+      path_(std::move(path)),
+      ended_(std::move(ended)),
+      changed_(std::move(changed)),
+      examination_(path_, sizeOf(path_), framePath()),
+      tool_(loop),
+      next_(loop) {}
+
+void AnalysisJob::abandon() {
+  next_.clear();
+  tool_.cancel();
+}
+
+// ---- The machine
+
+void AnalysisJob::go(Step step) {
+  step_ = step;
+  changed_(*this);
+  next_.set([this] { perform(); });
+}
+
+void AnalysisJob::perform() {
+  debugFormat("analysis            - start of step");
+  switch (step_) {
+    case Step::askForReport:
+      return askForReport();
+    case Step::readReport:
+      return readReport();
+    case Step::makeRecord:
+      return makeRecord();
+    case Step::askForTime:
+      return askForTime();
+    case Step::makeThumbnail:
+      return makeThumbnail();
+    case Step::end:
+      return end();
+  }
+}
+
+void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
+                      Continuation continuation) {
+  debugFormat("analysis task       - begin");
+  const std::string program = command.empty() ? std::string() : command.front();
+  const Outcome<void> started =
+      tool_.start(command, limits, [program, continuation](ToolResult result) {
+        logFormat("tlTaskDidEnd        : {}", program);
+        continuation(std::move(result));
+      });
+  logFormat("#3 failureInt={} ({})",
+            static_cast<int>(started ? taskLauncher::launched : taskLauncher::programNotFound),
+            program);
+  whyNotStarted_ = started ? "" : tessarin::whyNotStarted(program, started.reason());
+  if (!started)
+    next_.set([continuation] { continuation({false, taskLauncher::abortedStatus, {}}); });
+}
+
+// ---- The report
+
+void AnalysisJob::askForReport() {
+  // A frame left by the source before would give this one its field order.
+  if (!temporaryFolder().empty())
+    removeFile(framePath());
+  auto problem = problemOfSource(path_);
+  if (!problem && temporaryFolder().empty())
+    problem = localisationString("why_noTemporaryFolder");
+  if (problem) {
+    refuse(*problem);
+    return;
+  }
+  run(examination_.nextCommand().value_or(Arguments()), analysisLimits, [this](ToolResult result) {
+    isReportOverdue_ = result.isOverdue;
+    if (result.output.empty() || result.output == " ")
+      logFormat("analysisTaskVerboseM:-( no useable info ({})", "analysisFfmpegParse");
+    output_ = withoutPath(result.output, path_);
+    go(Step::readReport);
+  });
+}
+
+void AnalysisJob::readReport() {
+  auto pictures = readFramePictures(framePath());
+  keepFirstPicture(pictures);
+  examination_.take(std::exchange(output_, {}), pictures);
+  removeFile(framePath());
+  if (!isReportOverdue_ && examination_.nextCommand()) {
+    go(Step::askForReport);
+    return;
+  }
+  if (!mayTryForcedFormat()) {
+    judgeReport();
+    return;
+  }
+  run(fileKindCommand(path_), quickQuestion, [this](ToolResult result) {
+    const auto kind = reportOf(std::move(result));
+    const auto format = formatOfKind(kind, examination_.report());
+    if (!format) {
+      judgeReport();
+      return;
+    }
+    format_ = *format;
+    examination_.setFormat(format_);
+    go(Step::askForReport);
+  });
+}
+
+// Whether the source may be analysed once more as what its bytes look like. Only one whose format
+// ffmpeg could not tell: a damaged file of a known format is told as such.
+bool AnalysisJob::mayTryForcedFormat() const {
+  const std::string& report = examination_.report();
+  return format_.empty() && whyNotStarted_.empty() && !isReportOverdue_ &&
+         !describesInput(report) && !contains(wordsOfTool(report), " probed with size=");
+}
+
+void AnalysisJob::judgeReport() {
+  // Pictures outweigh complaints, which may be about a stream that nobody needs. Where there can be
+  // none, as in a song, the words alone decide; the conversion then says what is missing.
+  const bool saysWell = isFfmpegSuccess(wordsOfTool(examination_.report()));
+  const bool isRead = examination_.readError().empty();
+  if (isRead &&
+      (examination_.isSource() || (!isReportOverdue_ && saysWell && examination_.hasOnlySound()))) {
+    go(Step::makeRecord);
+    return;
+  }
+  logLine("Src not readable-ff :-( analysis failure");
+  refuseForReport();
+}
+
+// ---- The record
+
+void AnalysisJob::makeRecord() {
+  debugFormat("analysisDico        - begin");
+  std::optional<Fields> interlacing;
+  if (const auto order = examination_.fields())
+    interlacing = order->fields;
+  logFormat("interlacingStr      : '{}'",
+            interlacing ? fieldsText(fieldsKey(*interlacing)) : "nil");
+  record_ = analysisFf(examination_.report(), interlacing, "");
+  if (!record_) {
+    logFormat("src analyzed        : {}", path_);
+    logFormat("NON-COMPLIANT FILE  : {}", path_);
+    refuseForReport();
+    return;
+  }
+  examination_.complete(*record_);
+  if (!needsKeyFrameRun(examination_.report(), *record_)) {
+    completeRecord();
+    return;
+  }
+  run(firstKeyFrameCommand(path_, *record_), quickQuestion, [this](const ToolResult& result) {
+    const std::string report = withoutPath(result.output, path_);
+    if (const auto error = readErrorOf(report); !error.empty()) {
+      refuse(localisationString("why_readError", "", error));
+      return;
+    }
+    const double seconds = firstKeyFrameOfShowinfo(report).value_or(0);
+    debugFormat("intraOffset         : {:.3f}", seconds);
+    addFirstKeyFrame(seconds, *record_);
+    completeRecord();
+  });
+}
+
+void AnalysisJob::completeRecord() {
+  logFormat("src analyzed        : {}", path_);
+  if (debugMode())
+    debugFormat("md                  : {}", record_->description());
+  const auto order = examination_.fields();
+  if (order && !record_->contains(SourceKey::v0Fields))
+    record_->set(SourceKey::v0Fields, fieldsKey(order->fields));
+  go(Step::askForTime);
+}
+
+void AnalysisJob::askForTime() {
+  ToolLimits limits = quickQuestion;
+  limits.keepsErrors = false;
+  run(recordingTimeCommand(path_), limits, [this](const ToolResult& result) {
+    addRecordingTime(result.isOverdue ? "" : result.output, path_, *record_);
+    go(Step::makeThumbnail);
+  });
+}
+
+// ---- The thumbnail
+
+// Takes the first of the pictures that the describing run decoded, where it is the one that the
+// thumbnail of a short source shows: any of a movie, the first key frame of others.
+void AnalysisJob::keepFirstPicture(std::optional<FramePictures>& pictures) {
+  if (!pictures)
+    return;
+  std::vector<std::uint8_t> planes = std::exchange(pictures->first, {});
+  const auto isKeyFrame = beginsWithKeyFrame(output_);
+  if (!isKeyFrame)
+    return;  // of another run
+  firstPicture_.reset();
+  if (pictures->whole == 0 || (!*isKeyFrame && !hasPathExtension(path_, "mov")))
+    return;
+  firstPicture_ = pictures;
+  firstPicture_->first = std::move(planes);
+}
+
+// Whether the thumbnail could be made of the picture that is there.
+bool AnalysisJob::writeThumbnail() const {
+  constexpr int width = 160;
+  if (!firstPicture_ || thumbnailSeekPoint(*record_) != "0")
+    return false;
+  const std::string jpeg = jpegOf(firstPicture_->first, firstPicture_->width, firstPicture_->height,
+                                  width, thumbnailHeight(*record_));
+  if (jpeg.empty())
+    return false;
+  std::ofstream file(thumbnail_, std::ios::binary);
+  file << jpeg;
+  file.close();
+  if (file)
+    return true;
+  removeFile(thumbnail_);
+  return false;
+}
+
+// Of a key frame, which takes longer to find and is whole; else, and of a QuickTime movie at once,
+// of any picture.
+void AnalysisJob::makeThumbnail() {
+  const bool isMov = hasPathExtension(path_, "mov");
+  if (isMov)
+    record_->set(RowInfoKey::intraFailure, 1);
+  if (!record_->contains(SourceKey::v0Width)) {
+    go(Step::end);
+    return;
+  }
+  thumbnail_ = thumbnailPath(temporaryFolder(), path_);
+  changed_(*this);
+  if (writeThumbnail()) {
+    go(Step::end);
+    return;
+  }
+  run(thumbnailCommand(*record_, path_, thumbnail_, !isMov), quickQuestion,
+      [this](const ToolResult& result) {
+        if (result.isOverdue)
+          removeFile(thumbnail_);
+        takeThumbnail();
+      });
+}
+
+void AnalysisJob::takeThumbnail() {
+  if (pathExists(thumbnail_)) {
+    go(Step::end);
+    return;
+  }
+  run(thumbnailCommand(*record_, path_, thumbnail_, false), quickQuestion,
+      [this](const ToolResult& result) {
+        if (result.isOverdue)
+          removeFile(thumbnail_);
+        else if (pathExists(thumbnail_))
+          record_->set(RowInfoKey::intraFailure, 1);
+        go(Step::end);
+      });
+}
+
+// ---- The end
+
+void AnalysisJob::refuse(const std::string& reason) {
+  reason_ = reason;
+  record_.reset();
+  go(Step::end);
+}
+
+void AnalysisJob::refuseForReport() {
+  if (!whyNotStarted_.empty())
+    refuse(whyNotStarted_);
+  else if (isReportOverdue_)
+    refuse(localisationString("why_toolHangs"));
+  else if (!examination_.readError().empty())
+    refuse(localisationString("why_readError", "", examination_.readError()));
+  else if (examination_.isStillOrText())
+    refuse(localisationString("why_noMovie"));
+  else
+    refuse(failureReason(wordsOfTool(examination_.report()), path_));
+}
+
+void AnalysisJob::end() {
+  debugFormat("analysisFin - begin");
+  if (debugMode())
+    debugFormat("previousMd : {}", record_ ? record_->description() : "nil");
+  if (record_) {
+    debugFormat("stocker…            : {}", path_);
+    record_->set(RowInfoKey::srcPathStr, path_);
+    if (!thumbnail_.empty() && pathExists(thumbnail_))
+      record_->set(RowInfoKey::imgPathStr, thumbnail_);
+  }
+  ended_({std::move(record_), reason_});
+}
+
+}  // namespace tessarin

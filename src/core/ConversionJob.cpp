@@ -1,0 +1,456 @@
+#include "core/ConversionJob.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <random>
+
+#include "classShared/TextAdditions.h"
+#include "classShared/log.h"
+#include "core/exportPlan.h"
+#include "core/failureReason.h"
+#include "core/forecast.h"
+#include "core/setAside.h"
+#include "encoding/arithmetic.h"
+#include "encoding/exportStep.h"
+#include "encoding/naming.h"
+#include "encoding/recordingDate.h"
+#include "platform/Bundle.h"
+#include "prefs/utilsAlert.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+// In both languages, for it is a mistake of the program's and not of its texts.
+std::string unknownPresetMessage(const std::string& preset) {
+  return fmt::format(
+      "{}\n\n(en) …the computed preset was not found (please contact us, menu item "
+      "'Tessarin'>'Report a bug…')\n\n(fr) …le préréglage calculé n'a pas été trouvé (merci "
+      "de nous contacter, menu 'Tessarin'>'Signaler un problème…')",
+      preset);
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::string damageText(std::size_t pictures, std::size_t sound) {
+  std::string text;
+  if (pictures == 1)
+    text = localisationString("D_damaged_one");
+  else if (pictures > 1)
+    text = localisationString("D_damaged_pictures", "", std::to_string(pictures));
+  if (sound > 0)
+    text += (text.empty() ? "" : ", ") + localisationString("D_damaged_sound");
+  return text;
+}
+
+}  // namespace
+
+ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
+    : services_(services),
+      host_(host),
+      order_(std::move(order)),
+      sourceState_(fileState(order_.row.path())),
+      begin_(std::chrono::steady_clock::now()),
+      tool_(services.loop),
+      next_(services.loop) {
+  tool_.progressed.connect(
+      [this](const ToolProgress& progress) { host_.toolProgressed(progress); });
+  tool_.measured.connect([this](const Dico& values) {
+    measured_.merge(values);
+    host_.changed(*this);
+  });
+  tool_.ended.connect([this](const ToolEnd& end) { toolEnded(end); });
+}
+
+Dico ConversionJob::record() const {
+  Dico record = jobRecord(order_.row, plan_ ? order_.output : "");
+  if (plan_ && plan_->seconds > 0)
+    record.set(JobKey::durationDouble, plan_->seconds);
+  for (const auto& [key, path] :
+       {std::pair{JobKey::intermediate, slowed_}, std::pair{JobKey::master, master_}})
+    if (!path.empty())
+      record.set(key, path);
+  record.merge(measured_);
+  return record;
+}
+
+void ConversionJob::stop() {
+  debugFormat("sender stop…");
+  outcome_ = JobEnd::Kind::stopped;
+  reason_ = localisationString("D_action_stop");
+  next_.release();
+  logLine("process             : stop (pre-enc)");
+  if (tool_.isRunning())
+    tool_.end();
+  else
+    go(Step::end);
+}
+
+void ConversionJob::abandon() {
+  next_.clear();
+  tool_.release();
+}
+
+// ---- The machine
+
+void ConversionJob::go(Step step) {
+  step_ = step;
+  isInStep_ = false;
+  host_.changed(*this);
+  next_.set([this] { perform(); });
+}
+
+void ConversionJob::perform() {
+  logFormat("enc                 : {} - begin", "encProcesses");
+  isInStep_ = true;
+  host_.takesStep(*this);
+  switch (step_) {
+    case Step::prepare:
+      return prepare();
+    case Step::encode:
+      return encode();
+    case Step::slow:
+      return slow();
+    case Step::takeSlowed:
+      return takeSlowed();
+    case Step::exportMovie:
+      return exportMovie();
+    case Step::check:
+      return check();
+    case Step::end:
+      return end();
+  }
+}
+
+// ---- Preparing
+
+void ConversionJob::prepare() {
+  debugFormat("encProcesses        > encDeb");
+  const std::string source = order_.row.path();
+  const Choice& choice = order_.row.choice;
+  debugFormat("out                 = {} ({})", static_cast<int>(choice.target), source);
+  debugFormat("fps                 = {} ({})", static_cast<int>(choice.speed), source);
+  debugFormat("sizeOutInt          = {} ({})", choice.sizeOut, source);
+  host_.begins(*this);
+  if (outcome_)
+    return;  // stopped by whoever was told
+  if (const auto reason = refusal()) {
+    fail(*reason);
+    return;
+  }
+  folderPath_ = newJobFolder(order_.output);
+  work_ = workPath(folderPath_, order_.output);
+  plan_ = planJob(order_.row, work_, order_.flavour);
+  if (!plan_) {
+    if (verboseLevel(2)) {
+      logLine(":-(");
+      logLine("encodage('processEncDico') => nil");
+    }
+    fail(localisationString("why_noCommand"));
+    return;
+  }
+  host_.changed(*this);
+  if (hasRoom() && !outcome_)
+    askForPlace();
+}
+
+std::optional<std::string> ConversionJob::refusal() const {
+  if (auto refused = refusalOf(order_.row, hasExportTool()))
+    return refused;
+  // A card has its old names on other clips once it was used again, and a field order, a size and a
+  // length that were found in the old ones would spoil the new.
+  const std::string lookedAt = order_.row.source.textOrEmpty(SourceKey::wBytes);
+  if (!lookedAt.empty() && sourceState_ && lookedAt != std::to_string(sourceState_->size))
+    return localisationString("why_sourceReplaced");
+  if (const auto wrong = refusalOfDestination(order_.destination))
+    return wrong->reason;
+  if (order_.isOnSource)
+    return localisationString("why_outputIsSource", "", order_.output);
+  return std::nullopt;
+}
+
+bool ConversionJob::hasRoom() {
+  const Row& row = order_.row;
+  const int freeMB = freeDiskSpaceMo(parentFolder(order_.output));
+  const double neededMB =
+      encDstPoidsEstimatif(plan_->seconds, poidsFile(row.path(), "M"), row.choice.target);
+  logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
+  if (freeMB < 0 || freeMB >= neededMB)
+    return true;
+  const std::string needed = fmt::format("{:.0f}", neededMB);
+  const std::string available = fmt::format("{}", freeMB);
+  fail(localisationString("why_noRoom", "", needed, available));
+  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(order_.output)),
+                         localisationString("D_go_echec_disque2", "", needed, available)});
+  return false;
+}
+
+void ConversionJob::askForPlace() {
+  if (!isNameTaken(order_.output)) {
+    go(Step::encode);
+    return;
+  }
+  host_.mayReplace(order_.output, [this, there = std::weak_ptr(isThere_)](bool replace) {
+    // While the question was open the job may have been stopped.
+    if (!there.expired() && !outcome_)
+      placeGranted(replace);
+  });
+}
+
+void ConversionJob::placeGranted(bool replace) {
+  logFormat("reponseA            : {}", replace ? "replace" : "keep");
+  isReplacing_ = replace;
+  if (replace) {
+    go(Step::encode);
+    return;
+  }
+  outcome_ = JobEnd::Kind::kept;
+  reason_ = localisationString("why_kept", "", order_.output);
+  go(Step::end);
+}
+
+// ---- The tools
+
+void ConversionJob::encode() {
+  if (const auto movie = forecastOf(order_.row, order_.flavour)) {
+    forecast_ = fmt::format("movie               : {}\n", summaryOf(*movie));
+    for (const std::string& note : notesOf(*movie))
+      forecast_ += fmt::format("                      {}\n", note);
+  }
+  debugFormat("encProcesses        > encDeb: ffmpeg task");
+  debugFormat("enc ffmpeg task     > pré-release");
+  if (isReplacing_ && isDirectory(order_.output)) {
+    fail(whyInTheWay(order_.output));
+    return;
+  }
+  host_.makesFolder(order_.row.path(), folderPath_);
+  if (outcome_)
+    return;  // stopped by whoever was told
+  Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
+  if (!made) {
+    logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
+    fail(whyNothingIsWritten(parentFolder(order_.output), made.reason()));
+    return;
+  }
+  folder_ = std::move(*made);
+  begin_ = std::chrono::steady_clock::now();
+  isExporting_ = plan_->isExport;
+  if (plan_->isExport)
+    startTool(plan_->command.arguments, ParseMode::pourcentage, 100);
+  else  // the copy is slowed down behind this
+    startTool(plan_->command.arguments, ParseMode::time,
+              plan_->seconds / (plan_->needsSlowing ? 2 : 1));
+}
+
+void ConversionJob::slow() {
+  debugFormat("encProcesses        > encQtEnc");
+  slowed_ = joinPath(folder_.path(), fmt::format("slow{}.mov", std::random_device()()));
+  host_.changed(*this);
+  startTool(slowingCommand(work_, slowed_), ParseMode::time, plan_->seconds);
+}
+
+// Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
+void ConversionJob::takeSlowed() {
+  if (!moveFile(slowed_, work_, "y"))
+    fail(whyDestination());
+  else
+    go(plan_->needsExport ? Step::exportMovie : Step::check);
+}
+
+void ConversionJob::exportMovie() {
+  debugFormat("encProcesses        > encQtEnc");
+  const std::string& preset = plan_->settings;
+  debugFormat("presetStr (final)   : {}", preset);
+  if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
+    logLine("no quicktime preset :-(");
+    fail(localisationString("why_noPreset", "", preset));
+    services_.alerts.show({unknownPresetMessage(preset), "", {}, "", Alert::Style::critical});
+    return;
+  }
+  isExporting_ = true;
+  master_ = masterPathStr(work_);
+  host_.changed(*this);
+  const auto step = encQt(work_, plan_->seconds, preset, displayRatio(order_.row.source));
+  if (!step) {
+    // The copy is still there when it could not be moved.
+    fail(pathExists(work_) ? whyDestination() : localisationString("why_noRoomForExport"));
+    return;
+  }
+  if (verboseLevel(1))
+    debugFormat("movtool             - end : {}", fmt::join(step->arguments, " "));
+  startTool(step->arguments, ParseMode::pourcentage, 100);
+}
+
+void ConversionJob::startTool(const Arguments& command, ParseMode parseMode, double maximum) {
+  ToolStart start;
+  start.command = command;
+  start.parseMode = parseMode;
+  start.progressMax = maximum;
+  start.source = order_.row.path();
+  start.output = work_;
+  if (looking_ == Looking::atPackets)
+    start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
+  host_.toolBegins(
+      localisationString(looking_ == Looking::atNothing ? "D_action_encode" : "D_action_check", "",
+                         fileName(start.source)),
+      maximum);
+  if (const auto started = tool_.start(std::move(start)); !started) {
+    host_.toolEnded();
+    fail(started.reason());
+  }
+}
+
+ConversionJob::Step ConversionJob::stepBehindTool() const {
+  if (step_ == Step::encode && plan_->needsSlowing)
+    return Step::slow;
+  if (step_ == Step::slow)
+    return Step::takeSlowed;
+  return step_ == Step::encode && plan_->needsExport ? Step::exportMovie : Step::check;
+}
+
+void ConversionJob::toolEnded(const ToolEnd& end) {
+  host_.toolEnded();
+  if (outcome_) {
+    go(Step::end);
+    return;
+  }
+  if (looking_ == Looking::atPackets) {
+    judgeMeasure(end);
+    return;
+  }
+  if (looking_ == Looking::atBytes) {
+    if (end.status == 0)
+      go(Step::end);
+    else
+      fail(localisationString("why_readError", "", systemReason(EIO)));
+    return;
+  }
+  const bool isSound = end.troubles.readError().empty() && !end.troubles.losesOutput();
+  if (end.status != 0 || !isSound) {
+    logFormat("encoding failed     :-( {}", end.lastOutput);
+    // What the tool says about a missing folder would be taken for the source.
+    if (!isDirectory(folder_.path()))
+      fail(whyDestination());
+    else if (end.status == 0 && !end.troubles.readError().empty())
+      fail(localisationString("why_readError", "", end.troubles.readError()));
+    else
+      fail(failureReason(end, order_.row.path()));
+    return;
+  }
+  if (!end.troubles.givenUp().empty() || end.troubles.endsEarly())
+    troubles_ = end.troubles;
+  // The copy that one tool makes is read by the next, which meets the same damage.
+  damagedPictures_ = std::max(damagedPictures_, end.troubles.damagedPictures());
+  damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
+  go(stepBehindTool());
+}
+
+// ---- The end
+
+void ConversionJob::fail(const std::string& reason) {
+  outcome_ = JobEnd::Kind::failed;
+  reason_ = reason;
+  go(Step::end);
+  if (std::exchange(isExporting_, false))
+    services_.alerts.show(
+        {localisationString("D_go_echec_disque4", "", fileName(order_.row.path())),
+         localisationString("D_go_echec_disque5")});
+}
+
+std::string ConversionJob::whyDestination(const std::string& cause) const {
+  const std::string& output = order_.output;
+  return isReplacing_ && isDirectory(output) ? whyInTheWay(output)
+                                             : whyNothingIsWritten(parentFolder(output), cause);
+}
+
+void ConversionJob::end() {
+  JobEnd end;
+  end.source = order_.row.path();
+  end.output = order_.output;
+  end.duration =
+      plan_ ? plan_->seconds : order_.row.source.number(SourceKey::wDuration).value_or(0);
+  end.elapsed = secondsSince(begin_);
+  logFormat("enc > encFin        : {} - begin", end.source);
+  for (const std::string& purge : {slowed_, master_})
+    if (!purge.empty() && pathExists(purge)) {
+      debugFormat("purgePathStr        : {}", purge);
+      removeFile(purge);
+    }
+  if (outcome_) {
+    end.kind = *outcome_;
+    end.reason = reason_;
+  } else if (mayHoldMovie(work_)) {
+    end.damagedPictures = damagedPictures_;
+    end.hasDamagedSound = damagedSound_ > 0;
+    const auto moved = moveIntoPlace(end);
+    if (moved)
+      end.kind = JobEnd::Kind::converted;
+    end.reason =
+        moved ? damageText(damagedPictures_, damagedSound_) : whyDestination(moved.reason());
+  } else {
+    end.reason =
+        isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
+  }
+  // What the tools say is of a folder that the user does not know.
+  if (!folderPath_.empty())
+    end.reason = replaceAll(end.reason, folderPath_, parentFolder(end.output));
+  if (end.kind == JobEnd::Kind::stopped)
+    end.output.clear();
+  if (end.kind == JobEnd::Kind::failed)
+    end.output = mayHoldMovie(work_) ? setAsideFailure(work_, end.output) : "";
+  if (end.kind == JobEnd::Kind::converted)
+    writeReadMe(end);
+  folder_.remove();
+  isOver_ = true;
+  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
+  host_.ended(end);
+}
+
+// Gives the movie its name, or the next one when something that is not to be replaced has come to
+// that meanwhile. Fails with the system's reason.
+Outcome<void> ConversionJob::moveIntoPlace(JobEnd& end) {
+  const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
+  if (!folder_.isInPlace())
+    return Failure();
+  for (std::string name = end.output;; name = host_.otherOutput(name)) {
+    host_.hasMovie({end.source, work_, name, isUndamaged});
+    const int error = renameTo(work_, name, isReplacing_);
+    if (error == 0) {
+      end.output = name;
+      return {};
+    }
+    logFormat("output              :-( {}: {}", name, systemReason(error));
+    if (error != EEXIST)
+      return Failure{systemReason(error)};
+  }
+}
+
+void ConversionJob::writeReadMe(const JobEnd& end) {
+  const std::string path = withExtension(withoutExtension(end.output), "txt");
+  if (const auto start = readFileStart(path, 64);
+      start && !startsWith(*start, "format              : "))
+    return;  // a text of the user's own
+  const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
+  std::string text = fmt::format(
+      "format              : {}\n{}   Total speed      : real time / {:.2f}\n"
+      "date                : {:%Y-%m-%d %H:%M:%S}\nsource              : {}\n",
+      order_.format, forecast_, speed, fmt::localtime(std::time(nullptr)), end.source);
+  if (!end.reason.empty())
+    text += fmt::format("damaged             : {}\n", end.reason);
+  if (const auto date = recordingDate(end.source))
+    text += fmt::format("recorded            : {} / {} / {}\n", date->day, date->month, date->year);
+  // A link is not followed, and a text that was there stays whole until then.
+  const std::string made = workPath(folder_.path(), path);
+  if (const auto written = writeFileAtomically(made, text, FolderSync::later); !written)
+    logFormat("read-me             :-( {}", written.reason());
+  else if (const int error = renameTo(made, path, true); error != 0)
+    logFormat("read-me             :-( {}: {}", path, systemReason(error));
+}
+
+}  // namespace tessarin
