@@ -91,7 +91,9 @@ void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
             program);
   whyNotStarted_ = started ? "" : tessarin::whyNotStarted(program, started.reason());
   if (!started)
-    next_.set([continuation] { continuation({false, taskLauncher::abortedStatus, {}}); });
+    next_.set([continuation = std::move(continuation)] {
+      continuation({false, taskLauncher::abortedStatus, {}});
+    });
 }
 
 // ---- The report
@@ -107,13 +109,14 @@ void AnalysisJob::askForReport() {
     refuse(*problem);
     return;
   }
-  run(examination_.nextCommand().value_or(Arguments()), analysisLimits, [this](ToolResult result) {
-    isReportOverdue_ = result.isOverdue;
-    if (result.output.empty() || result.output == " ")
-      logFormat("analysisTaskVerboseM:-( no useable info ({})", "analysisFfmpegParse");
-    output_ = withoutPath(result.output, path_);
-    go(Step::readReport);
-  });
+  run(examination_.nextCommand().value_or(Arguments()), analysisLimits,
+      [this](const ToolResult& result) {
+        isReportOverdue_ = result.isOverdue;
+        if (result.output.empty() || result.output == " ")
+          logFormat("analysisTaskVerboseM:-( no useable info ({})", "analysisFfmpegParse");
+        output_ = withoutPath(result.output, path_);
+        go(Step::readReport);
+      });
 }
 
 void AnalysisJob::readReport() {
