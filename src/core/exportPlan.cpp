@@ -11,6 +11,7 @@
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
 #include "encoding/outputPreset.h"
+#include "encoding/sizes.h"
 #include "encoding/targets.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
@@ -25,9 +26,7 @@ namespace {
 // such rate.
 std::string exportRate(const SizeRow& size, int sourceRate) {
   const bool isFilm = sourceRate == 24 || sourceRate == 48;
-  // 15 pictures a second, as photo cameras take them, are each shown twice.
-  const bool isNtsc =
-      isFilm || sourceRate == 15 || sourceRate == 30 || sourceRate == 60 || sourceRate == 120;
+  const bool isNtsc = isFilm || isOfThirty(sourceRate);
   if (size.family == RateFamily::p50)
     return isNtsc ? "60" : "50";
   if (isFilm && !size.isInterlaced())

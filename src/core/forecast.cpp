@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
@@ -14,6 +13,7 @@
 #include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
 #include "prefs/utilsAlert.h"
+#include "utils/numbers.h"
 
 namespace tessarin {
 
@@ -51,12 +51,8 @@ FrameSize frameOf(const Arguments& command, const SourceInfo& source) {
   return size;
 }
 
-bool isNear(double one, double other) {
-  return std::abs(one - other) < 0.001;
-}
-
 // The rate of an export: 24, 30 and 60 are those of television unless the source has exactly that
-// number, twice or half of it.
+// number, a whole part of it, or so many times as many, as phones take them.
 double exportedRate(std::string_view settings, double sourceRate) {
   const std::size_t scan = settings.find_last_of("pi", settings.find("Letter"));
   const auto whole = static_cast<double>(
@@ -64,10 +60,8 @@ double exportedRate(std::string_view settings, double sourceRate) {
   if (whole <= 0)
     return sourceRate;
   const bool isTelevision = whole == 24 || whole == 30 || whole == 60;
-  if (!isTelevision || isNear(sourceRate, whole) || isNear(sourceRate, whole * 2) ||
-      isNear(sourceRate, whole / 2))
-    return whole;
-  return whole * 1000 / 1001;
+  const bool isExact = wholeTimes(sourceRate, whole) > 0 || wholeTimes(whole, sourceRate) > 0;
+  return !isTelevision || isExact ? whole : whole * 1000 / 1001;
 }
 
 void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast& movie) {

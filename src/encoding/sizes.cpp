@@ -146,7 +146,7 @@ std::string presetSizeName(std::int64_t row, double sourceFps) {
     return {};
   const int rate = sourceFps > 0 && sourceFps < 1000 ? static_cast<int>(sourceFps + 0.5) : 25;
   const bool isFilm = rate == 24 || rate == 48;
-  const bool isNtsc = rate == 15 || rate == 30 || rate == 60 || rate == 120;
+  const bool isNtsc = isOfThirty(rate);
   if (isFilm && size->hasRate(24))
     return size->nameAt(24);
   for (const int each : size->rates)

@@ -91,6 +91,12 @@ std::string presetShortLabel(std::string_view label);
 // That of a row; "" when there is no such row.
 std::string presetShortLabel(std::int64_t row);
 
+// Whether movies of 30 or 60 pictures a second suit a source of so many, rather than 25 or 50.
+// Phones take 120 and 240; 10 and 15, as photo cameras take them, are each shown several times.
+constexpr bool isOfThirty(int rate) {
+  return rate == 10 || rate == 15 || (rate > 0 && rate <= 240 && rate % 30 == 0);
+}
+
 // What a row is called for a source of this rate ("v0_fps"); "" for a row that is no size.
 std::string presetSizeName(std::int64_t row, double sourceFps);
 

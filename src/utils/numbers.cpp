@@ -105,4 +105,12 @@ double bytesToUnit(std::int64_t count, std::optional<std::string_view> unit) {
   return bytes;
 }
 
+int wholeTimes(double rate, double slower) {
+  constexpr int most = 12;
+  for (int times = 1; times <= most; ++times)
+    if (std::abs(rate / (slower * times) - 1) < 1e-4)
+      return times;
+  return 0;
+}
+
 }  // namespace tessarin

@@ -24,4 +24,8 @@ float versionToFloat(std::string_view text);
 // unchanged for any other unit. A negative count stays as it is.
 double bytesToUnit(std::int64_t count, std::optional<std::string_view> unit);
 
+// How many times as fast the one rate is as the other, when that is a whole number of times from 1
+// to 12 (1e-4 of it are let pass); 0 when it is none.
+int wholeTimes(double rate, double slower);
+
 }  // namespace tessarin

@@ -196,6 +196,8 @@ TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   EXPECT_EQ(exportPresetName(row, "apch"), "prHd1920x1080p25");
   row.source.set("v0_fps", 29.97);
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p30");
+  row.source.set("v0_fps", 239.76);
+  EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p30");
   row.source.set("v0_fps", 23.976);
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p24");
   row.choice.target = outAic;

@@ -81,7 +81,7 @@ constexpr double unknown = -12345;  // leaves the key out
 
 const std::vector<double> rates = {unknown, 0,    7.5,   12,    15,   23.976, 24,  25,
                                    29.97,   30,   31.0,  31.01, 47.4, 47.5,   48,  49.5,
-                                   50,      50.6, 59.94, 60,    100,  120,    1e12};
+                                   50,      50.6, 59.94, 60,    100,  120,    240, 1e12};
 const char* const flavours[] = {"apcn", "apch", "apcs", "apco", "ap4h", "xxxx"};
 
 Dico sized(double width, double height, double rate) {

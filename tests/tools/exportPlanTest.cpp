@@ -154,10 +154,11 @@ TEST(ExportRate, IsTheFamilysExactOneOnlyBesideASourceThatHasIt) {
     std::optional<int> family;
     Fraction source, expected;
   } cases[] = {
-      {std::nullopt, ntsc, ntsc}, {25, ntsc, pal},        {50, pal, {50, 1}},
-      {30, ntsc, ntsc},           {30, pal, ntsc},        {60, ntsc, {60000, 1001}},
-      {24, pal, {24000, 1001}},   {30, {30, 1}, {30, 1}}, {30, {60, 1}, {30, 1}},
-      {60, {30, 1}, {60, 1}},     {24, {24, 1}, {24, 1}},
+      {std::nullopt, ntsc, ntsc}, {25, ntsc, pal},         {50, pal, {50, 1}},
+      {30, ntsc, ntsc},           {30, pal, ntsc},         {60, ntsc, {60000, 1001}},
+      {24, pal, {24000, 1001}},   {30, {30, 1}, {30, 1}},  {30, {60, 1}, {30, 1}},
+      {60, {30, 1}, {60, 1}},     {30, {10, 1}, {30, 1}},  {24, {24, 1}, {24, 1}},
+      {30, {240, 1}, {30, 1}},    {60, {120, 1}, {60, 1}}, {30, {240000, 1001}, ntsc},
   };
   for (const auto& [family, source, expected] : cases)
     EXPECT_EQ(exportRate(family, source), expected)

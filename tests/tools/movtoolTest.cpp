@@ -144,6 +144,26 @@ TEST(Movtool, ChangesTheRateAndKeepsTheSources) {
   }
 }
 
+// As phones take them: every fourth picture, of which the first is black.
+TEST(Movtool, TakesEveryFourthOfHundredAndTwenty) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip = makeClip(folder, "clip.mov",
+                                    "-f lavfi -i color=s=64x48:r=120:d=1 -vf "
+                                    "\"format=yuv420p,geq=lum='16+50*mod(N,4)':cb=128:cr=128\" " +
+                                        unflagged);
+  Settings settings;
+  settings.width = 64;
+  settings.height = 48;
+  settings.rate = "30";
+  exported(folder, settings, clip);
+  EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "r_frame_rate,nb_frames"), "30/1,30");
+  EXPECT_EQ(runShell("ffmpeg -v error -i " + test::quoted(folder.file("out.mov")) +
+                     " -vf blackframe=98:24,metadata=print:key=lavfi.blackframe.pblack:file=- "
+                     "-f null - | grep -c pblack=")
+                .output,
+            "30\n");
+}
+
 TEST(Movtool, KeepsAllTracksAndChannels) {
   const ScopedTemporaryFolder folder;
   const std::string clip =

@@ -3,12 +3,14 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numeric>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/proresCommand.h"
+#include "utils/numbers.h"
 
 namespace tessarin::movtool {
 
@@ -196,26 +198,30 @@ void addKeptFields(Chain& chain, const SourceFacts& source, const ExportSettings
   chain.add("setfield=tff");
 }
 
-Fraction twice(const Fraction& rate) {
-  return {2 * rate.numerator, rate.denominator};
+Fraction multiple(int count, const Fraction& rate) {
+  return {count * rate.numerator, rate.denominator};
 }
 
-// Brings pictures of one rate, constant or varying, to another. Before 4.0 the filter that does so
-// miscounts at the end where it halves or doubles, which others do therefore.
+Fraction twice(const Fraction& rate) {
+  return multiple(2, rate);
+}
+
+// Brings pictures of one rate, constant or varying, to another; `own` is that of slowed pictures
+// where they are to be slowed. Where one picture of so many is taken, the filter for rates would
+// take one that lies up to half a step beside the moment, and before 4.0 it miscounts at the end
+// where it halves or doubles: others do that therefore.
 void addRate(Chain& chain, const Fraction& own, const Fraction& rate, bool slow) {
-  const bool halved = isNear(value(own), 2 * value(rate), 1e-4);
-  const bool doubled = isNear(2 * value(own), value(rate), 1e-4);
-  const Fraction steady = slow || halved ? twice(rate)
-                          : doubled      ? Fraction{rate.numerator, 2 * rate.denominator}
-                                         : rate;
-  chain.add("fps=" + text(steady) + ":start_time=0");
-  if (halved)
-    chain.add("framestep=2");
+  const int step = std::max(1, wholeTimes(value(own), value(rate)));
+  const bool doubled = wholeTimes(value(rate), value(own)) == 2;
+  const Fraction steady = doubled ? Fraction{rate.numerator, 2 * rate.denominator} : rate;
+  chain.add("fps=" + text(multiple(slow ? 2 * step : step, steady)) + ":start_time=0");
+  if (step > 1)
+    chain.add(fmt::format("framestep={}", step));
   if (doubled)
     chain.add("telecine=pattern=4");  // four fields of each, which are two pictures
   if (slow)
     chain.add("setpts=2*PTS");
-  if (slow || halved || doubled)
+  if (slow || step > 1 || doubled)
     chain.add("fps=" + text(rate));
 }
 
@@ -337,11 +343,8 @@ Fraction exportRate(std::optional<int> family, const Fraction& source) {
   const bool hasTelevisionRate = *family == 24 || *family == 30 || *family == 60;
   if (!hasTelevisionRate)
     return {*family, 1};
-  for (const int times : {1, 2}) {
-    if (isNear(value(source) * times, *family, 1e-4) ||
-        isNear(value(source), *family * times, 1e-4))
-      return {*family, 1};
-  }
+  if (wholeTimes(value(source), *family) > 0 || wholeTimes(*family, value(source)) > 0)
+    return {*family, 1};
   return {std::int64_t{*family} * 1000, 1001};
 }
 
