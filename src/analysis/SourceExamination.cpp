@@ -70,6 +70,17 @@ bool beginsLate(std::string_view report, const SourceInfo& record) {
   return offsets->number(key).value_or(0) > 1000 * leastLateness;
 }
 
+// A transport stream tells the time ten times a second, in a packet of 188 bytes each. A longer
+// length is that of a clock that jumped: a day for a clip whose clock jumps back a little.
+void forgetImpossibleLength(double bytes, SourceInfo& record) {
+  constexpr double leastByteRate = 1000;
+  if (!startsWith(record.textOrEmpty(SourceKey::wrapper), "mpegts") ||
+      record.number(SourceKey::wSeconds).value_or(0) < 60 + bytes / leastByteRate)
+    return;
+  record.remove(SourceKey::wSeconds);
+  record.remove(SourceKey::wDuration);
+}
+
 // The containers of still pictures and of text.
 bool isWrapperOfStills(std::string_view wrapper) {
   constexpr std::array<std::string_view, 7> known = {"image2", "ico", "tty", "bin",
@@ -223,8 +234,10 @@ void SourceExamination::complete(SourceInfo& record) const {
   tellReading(record, best_.reading);
   if (!format_.empty())
     record.set(SourceKey::wForce, format_);
-  if (sourceSize_ > 0)
+  if (sourceSize_ > 0) {
     record.set(SourceKey::wBytes, std::to_string(sourceSize_));
+    forgetImpossibleLength(static_cast<double>(sourceSize_), record);
+  }
   if (const auto order = fields(); order && order->claim)
     record.set(SourceKey::v0FieldsClaim, fieldsKey(*order->claim));
   if (begin_ && *begin_ > leastLateness)
