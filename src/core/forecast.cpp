@@ -151,6 +151,12 @@ void tellLeftOut(const Row& row, Forecast& movie) {
                                        colours.transfer == "arib-std-b67" ? "HLG"
                                        : hasHighRange(colours)            ? "PQ"
                                                                           : "BT.2020")});
+  // An export begins with the first picture; a copy says how long to wait for it.
+  constexpr double leastBegin = 0.2;
+  if (const double begin = source.number(SourceKey::v0Begin).value_or(0);
+      !movie.isCopy && movie.soundChannels > 0 && begin >= leastBegin)
+    movie.leftOut.push_back(
+        {"beginning", localisationString("out_beginning", "", fmt::format("{:.1f}", begin))});
   leaveOutStreams(source, StreamKind::video, 1, "video", "out_video", movie);
   leaveOutStreams(source, StreamKind::audio, 1, "sound", "out_sound", movie);
   const auto channels = source.integer(SourceKey::a0Channels).value_or(0);

@@ -112,7 +112,11 @@ TEST_F(Forecasts, TellWhatIsLeftOut) {
   EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
                           "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
-  row.source.set("prefSurrond", 1);
+  row.source = rowOf(1920, 1080, 25, true, outProres, 10).source;
+  row.source.merge({{"a0_id", 1}, {"v0_begin", 1.54}});
+  EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
+              ElementsAre("left out: sound before the first picture (1.5 s)"));
+  row.source.merge({{"a0_channels", 6}, {"prefSurrond", 1}});
   EXPECT_EQ(summary(row), "ProRes 1920x1080p 25, PCM 6x48000");
 }
 
