@@ -26,6 +26,13 @@ bool lacksSamples(const Row& row) {
                      [](const MovieTrack& track) { return track.missing > 0; });
 }
 
+// Whether the rate of the sound may change in the middle, as in DV scenes of several cameras:
+// ffmpeg takes all for that of the first scene and tells nothing.
+bool maySoundChange(const SourceInfo& source) {
+  return source.text(SourceKey::v0Codec) == "dvvideo" && source.contains(SourceKey::a0Id) &&
+         startsWith(source.textOrEmpty(SourceKey::a0Codec), "pcm_s16le");
+}
+
 // Whether the source is an AVI file that is shorter than it says.
 bool isCutRiff(const std::string& source) {
   constexpr std::size_t start = 12;
@@ -72,7 +79,7 @@ void ConversionJob::check() {
     return;
   }
   const auto expected = expectedByAnalysis(*plan_);
-  if (expected && judgeMovie(movie_, *expected).isRight()) {
+  if (expected && judgeMovie(movie_, *expected).isRight() && !maySoundChange(plan_->row.source)) {
     end();
     return;
   }
@@ -108,6 +115,25 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
   if (!verdict.isRight()) {
     fail(reasonOf(verdict));
     return;
+  }
+  if (measure.pictures->displaced > 0) {
+    logFormat("check               :-( {} pictures are out of their places in the source",
+              measure.pictures->displaced);
+    damagedPictures_ = std::max<std::size_t>(damagedPictures_, measure.pictures->displaced);
+  }
+  // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence
+  // once more, and what comes behind is out of step.
+  constexpr double soundSlack = 0.3;
+  if (const MovieTrack* sound = movie_.sound();
+      sound && measure.sound && sound->seconds > measure.sound->end * 1.01 + soundSlack) {
+    logFormat("check               :-( sound for {} s, in the source for {} s", sound->seconds,
+              measure.sound->end);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+  }
+  if (measure.sound && measure.sound->otherRate > 0 && maySoundChange(plan_->row.source)) {
+    logFormat("check               :-( {} packets of sound have another rate than the first",
+              measure.sound->otherRate);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, measure.sound->otherRate);
   }
   if (!isShortOfPromise(*plan_, movie_)) {
     go(Step::end);

@@ -101,8 +101,10 @@ std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan) {
   expected.seconds = stretch * (*duration - analysisSlack);
   expected.mostSeconds = stretch * (*duration + analysisSlack);
   expected.pictures = leastPictures(expected.seconds, rateOf(plan));
-  if (plan.row.source.contains(SourceKey::a0Id))
+  if (plan.row.source.contains(SourceKey::a0Id)) {
     expected.soundSeconds = std::max(0.01, *duration - soundSlack);
+    expected.mostSoundSeconds = *duration + beginOf(plan) + soundSlack;
+  }
   return expected;
 }
 
@@ -177,6 +179,7 @@ std::string reasonOf(const MovieVerdict& verdict) {
     case Fault::noSound:
       return localisationString("why_movieNoSound");
     case Fault::soundTooShort:
+    case Fault::soundTooLong:
       return withSeconds("why_movieSound", verdict);
   }
   return {};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 
 #include "classShared/TextAdditions.h"
 
@@ -71,12 +72,17 @@ void PacketMeter::addLine(std::string_view line) {
 void PacketMeter::addFact(std::string_view line) {
   const auto clock = factOf(line, "#tb ");
   const auto medium = factOf(line, "#media_type ");
-  const auto& fact = clock ? clock : medium;
+  const auto codec = factOf(line, "#codec_id ");
+  const auto& fact = clock ? clock : medium ? medium : codec;
   if (!fact || (streams_.size() == mostStreams && !streams_.contains(fact->stream)))
     return;
   Stream& stream = streams_[fact->stream];
   if (medium) {
     stream.isSound = startsWith(medium->value, "audio");
+    return;
+  }
+  if (codec) {
+    stream.isPcm = startsWith(codec->value, "pcm_");
     return;
   }
   const auto numerator = static_cast<double>(leadingInteger(clock->value));
@@ -113,9 +119,21 @@ void PacketMeter::addPacket(std::string_view line) {
   const double start = static_cast<double>(shown) * stream.tick;
   const double end = start + static_cast<double>(duration) * stream.tick;
   bytes_ += static_cast<std::uint64_t>(size);
-  if (!stream.measured)
-    stream.measured = MeasuredStream{0, start, end, 0};
+  const double byteRate = end > start ? static_cast<double>(size) / (end - start) : 0;
+  if (!stream.measured) {
+    stream.measured = MeasuredStream{0, start, end, 0, 0, 0};
+    stream.latest = start;
+    stream.byteRate = byteRate;
+  }
   ++stream.measured->packets;
+  constexpr double mostReordering = 1;
+  stream.latest = std::max(stream.latest, start);
+  if (start < stream.latest - mostReordering)
+    ++stream.measured->displaced;
+  // Packets of fields do not all have the same number of samples.
+  constexpr double unevenness = 0.05;
+  if (stream.isPcm && byteRate > 0 && std::abs(byteRate / stream.byteRate - 1) > unevenness)
+    ++stream.measured->otherRate;
   stream.measured->end = std::max(stream.measured->end, end);
   if (start < stream.measured->first)
     ++stream.measured->leading;

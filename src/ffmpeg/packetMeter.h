@@ -18,6 +18,11 @@ struct MeasuredStream {
   double first = 0;           // when the first one is shown
   double end = 0;             // when the last one is over
   std::uint64_t leading = 0;  // of the packets, those that are shown before the first one
+  // Of the packets, those that are shown more than a second before one that was stored ahead of
+  // them: a clock that jumped has taken them, or that one, out of their places.
+  std::uint64_t displaced = 0;
+  // Of packets of PCM, those with more or fewer samples in their time than the first one.
+  std::uint64_t otherRate = 0;
 };
 
 struct SourceMeasure {
@@ -40,7 +45,10 @@ class PacketMeter {
  private:
   struct Stream {
     bool isSound = false;
-    double tick = 0;  // seconds
+    bool isPcm = false;
+    double tick = 0;      // seconds
+    double latest = 0;    // when the latest packet is shown
+    double byteRate = 0;  // of the first packet
     std::optional<MeasuredStream> measured;
   };
 

@@ -27,6 +27,8 @@ MovieVerdict judgeMovie(const MovieIndex& movie, const ExpectedMovie& expected) 
     return {Fault::noSound};
   if (sound->seconds < expected.soundSeconds)
     return {Fault::soundTooShort, sound->seconds, expected.soundSeconds};
+  if (sound->seconds > expected.mostSoundSeconds)
+    return {Fault::soundTooLong, sound->seconds, expected.mostSoundSeconds};
   return {};
 }
 

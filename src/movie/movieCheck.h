@@ -14,6 +14,7 @@ struct ExpectedMovie {
   double mostSeconds = std::numeric_limits<double>::infinity();
   std::uint64_t pictures = 0;  // that are shown
   double soundSeconds = 0;     // 0: it needs no sound
+  double mostSoundSeconds = std::numeric_limits<double>::infinity();
 };
 
 struct MovieVerdict {
@@ -26,6 +27,7 @@ struct MovieVerdict {
     tooFewPictures,
     noSound,
     soundTooShort,  // seconds
+    soundTooLong,
   };
   Fault fault = Fault::none;
   // What there is and what there should be, in the fault's unit.

@@ -36,6 +36,25 @@ TEST(PacketMeter, MeasuresPicturesAndSoundOfAList) {
   EXPECT_EQ(measure.bytes, 14183u + 3000 + 2000 + 1000 + 2 * 384);
 }
 
+// As ffmpeg lists a key frame behind a hole of the clock, which only it has jumped over yet; and DV
+// whose second scene has sound of 32 kHz, not of 48.
+TEST(PacketMeter, CountsWhatJumpsOfTheClockAndChangesOfTheRateSpoil) {
+  PacketMeter meter;
+  for (const char* line :
+       {"#tb 0: 1/25", "#media_type 0: video", "#codec_id 0: h264", "#tb 1: 1/25",
+        "#media_type 1: audio", "#codec_id 1: pcm_s16le", "0, 0, 2, 1, 900, 0x1",
+        "1, 0, 0, 1, 7680, 0x1", "0, 1, 502, 1, 900, 0x1", "1, 1, 1, 1, 7688, 0x1",
+        "0, 2, 4, 1, 900, 0x1", "1, 2, 2, 1, 5120, 0x1", "0, 3, 3, 1, 900, 0x1",
+        "1, 3, 3, 1, 5120, 0x1", "1, 4, 4, 1, 5120, 0x1"})
+    meter.addLine(line);
+  const SourceMeasure measure = meter.result();
+  ASSERT_TRUE(measure.pictures && measure.sound);
+  EXPECT_EQ(measure.pictures->displaced, 2u);
+  EXPECT_EQ(measure.pictures->otherRate, 0u);
+  EXPECT_EQ(measure.sound->displaced, 0u);
+  EXPECT_EQ(measure.sound->otherRate, 3u);
+}
+
 TEST(PacketMeter, TheSourceIsReadAsItsConversionReadsIt) {
   EXPECT_THAT(
       measuringCommand({"/tools/ffmpeg", "-loglevel", "info", "-f", "mpegts", "-i", "/a.mts",
