@@ -77,18 +77,35 @@ void AnalysisJob::perform() {
   }
 }
 
+void AnalysisJob::tell(const std::string& program, int status) {
+  logFormat("tlTaskDidEnd        : {}", program);
+  if (status == taskLauncher::abortedStatus)
+    logLine("tlTaskDidEnd        : tl interrupted");
+  else if (status != 0)
+    logFormat("tlTaskDidEnd        : tl task failed, error :-( {} ({})", status, program);
+  else
+    logLine("tlTaskDidEnd        : we are done.");
+  logFormat("tlDone              : {} (isAnalysis=1)", program);
+}
+
 void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
                       Continuation continuation) {
   debugFormat("analysis task       - begin");
   const std::string program = command.empty() ? std::string() : command.front();
+  if (command.empty())
+    debugFormat("analysis no arg     :-( nil || empty");
+  debugFormat("analysisTaskVerboseM:-) alloc");
+  debugFormat("alloc class         : taskOther ({})", program);
   const Outcome<void> started =
       tool_.start(command, limits, [program, continuation](ToolResult result) {
-        logFormat("tlTaskDidEnd        : {}", program);
+        tell(program, result.status);
         continuation(std::move(result));
       });
   logFormat("#3 failureInt={} ({})",
             static_cast<int>(started ? taskLauncher::launched : taskLauncher::programNotFound),
             program);
+  debugFormat("tLEncStart - end    : Converting next step/file");
+  debugFormat("analysis            - end of step (post task || self)");
   whyNotStarted_ = started ? "" : tessarin::whyNotStarted(program, started.reason());
   if (!started)
     next_.set([continuation = std::move(continuation)] {
@@ -99,6 +116,7 @@ void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
 // ---- The report
 
 void AnalysisJob::askForReport() {
+  debugFormat("analysisDeb         - begin");
   // A frame left by the source before would give this one its field order.
   if (!temporaryFolder().empty())
     removeFile(framePath());
@@ -115,6 +133,7 @@ void AnalysisJob::askForReport() {
         if (result.output.empty() || result.output == " ")
           logFormat("analysisTaskVerboseM:-( no useable info ({})", "analysisFfmpegParse");
         output_ = withoutPath(result.output, path_);
+        debugFormat("->analysisFfmpegParse");
         go(Step::readReport);
       });
 }
@@ -122,7 +141,9 @@ void AnalysisJob::askForReport() {
 void AnalysisJob::readReport() {
   auto pictures = readFramePictures(framePath());
   keepFirstPicture(pictures);
+  debugFormat("analysisRetainedStr release 1");
   examination_.take(std::exchange(output_, {}), pictures);
+  debugFormat("release (ffmpeg3)");
   removeFile(framePath());
   if (!isReportOverdue_ && examination_.nextCommand()) {
     go(Step::askForReport);
@@ -318,6 +339,7 @@ void AnalysisJob::refuseForReport() {
 
 void AnalysisJob::end() {
   debugFormat("analysisFin - begin");
+  debugFormat("analysisRetainedStr release 3");
   if (debugMode())
     debugFormat("previousMd : {}", record_ ? record_->description() : "nil");
   if (record_) {

@@ -408,7 +408,6 @@ void ConversionJob::end() {
     writeReadMe(end);
   folder_.remove();
   isOver_ = true;
-  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
   host_.ended(end);
 }
 

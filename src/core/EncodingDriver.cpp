@@ -151,7 +151,7 @@ void EncodingDriver::stop() {
   if (!isBatchRunning() || stopAsked_)
     return;
   stopAsked_ = true;
-  suspendedForAnalysis_ = false;
+  const bool isAnalysing = std::exchange(suspendedForAnalysis_, false) || isPauseHeld_;
   next_.release();
   showPause(false);
   interface_.encoding.stopBt.select(-1);
@@ -161,7 +161,8 @@ void EncodingDriver::stop() {
     return;
   }
   interface_.encoding.action.setText("");
-  logFormat("sender stop         : btStop (enc={:d})", job_->hasTool());
+  logFormat("sender stop         : btStop (analysis={:d} || enc={:d})", isAnalysing,
+            job_->hasTool());
   job_->stop();
 }
 
@@ -275,6 +276,7 @@ void EncodingDriver::startRow(int row) {
   order.isOnSource = table_.isSourceFile(order.output);
   ConversionJob::Host& host = *this;
   job_ = std::make_unique<ConversionJob>(services_, host, std::move(order));
+  debugFormat("processEncDico      - write encDeb ? {}", 1);
   job_->start();
 }
 
@@ -309,6 +311,8 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
     paths.push_back(table_.sourcePath(row));
   if (!rows.empty())
     setCurrent(rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : "");
+  if (last_.empty())
+    mirror_.showEncoded(beforeFirstRow);
   // From the end: a removal moves the rows behind it.
   for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
     table_.select(*row);
@@ -420,8 +424,21 @@ std::string EncodingDriver::otherOutput(const std::string& output) {
   return otherOutputPath(output, outputNames_);
 }
 
+// The controls that a task uses, in the log.
+void EncodingDriver::logControls(const char* when) const {
+  const TaskControls& controls = interface_.encoding;
+  debugFormat(
+      "{} progressId={}, progressWheelId={}, progressPercentId={}, stopBtId={}, prevTime={}", when,
+      fmt::ptr(&controls.bar), fmt::ptr(&controls.wheel), fmt::ptr(&controls.percent),
+      fmt::ptr(&controls.stopBt), controls.bar.value());
+}
+
 void EncodingDriver::toolBegins(const std::string& action, double maximum) {
   TaskControls& controls = interface_.encoding;
+  debugFormat("4 progressId={}", fmt::ptr(&controls.bar));
+  debugFormat("5 progressWheelId={}", fmt::ptr(&controls.wheel));
+  debugFormat("7 progressPercentId={}", fmt::ptr(&controls.percent));
+  debugFormat("8 stopBtId={}", fmt::ptr(&controls.stopBt));
   showPause(false);
   controls.stopBt.select(-1);
   controls.action.setText(action);
@@ -443,15 +460,18 @@ void EncodingDriver::toolProgressed(const ToolProgress& progress) {
 
 void EncodingDriver::toolEnded() {
   TaskControls& controls = interface_.encoding;
+  logControls("pre  pre ");
   controls.bar.setValue(0);
   controls.bar.setIndeterminate(false);
   controls.percent.setText("");
   controls.wheel.setTurning(false);
   controls.stopBt.setHidden(true);
   controls.stopBt.setEnabled(false);
+  logControls("post post");
 }
 
 void EncodingDriver::ended(const JobEnd& end) {
+  debugFormat("RESET GUI…");
   interface_.encoding.action.setText("");
   const bool isGood = end.kind == JobEnd::Kind::converted ||
                       (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
@@ -462,7 +482,9 @@ void EncodingDriver::ended(const JobEnd& end) {
   }
   if (end.kind == JobEnd::Kind::converted && !end.reason.empty())
     batchTroubles_.damaged.push_back(end.source);
+  debugFormat("…RAZ GUI done");
   mirror_.show(static_cast<const ConversionJob*>(nullptr));
+  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
   jobEnded.emit(end);
   goOn();
 }

@@ -91,6 +91,7 @@ class EncodingDriver final : private ConversionJob::Host {
   void toolBegins(const std::string& action, double maximum) override;
   void toolProgressed(const ToolProgress& progress) override;
   void toolEnded() override;
+  void logControls(const char* when) const;
   void ended(const JobEnd& end) override;
 
   CoreServices& services_;

@@ -43,6 +43,8 @@ inline constexpr const char* replaceFiles = "replaceFilesCheck";
 
 // What stands for the path in hand after a stop.
 inline constexpr const char* cancelled = "cancel";
+// Stands there when the first row was left out.
+inline constexpr const char* beforeFirstRow = "totoCestLePlusBeau";
 
 // The values of StateKey::replaceFiles.
 inline constexpr const char* answerKeep = "keep";

@@ -25,7 +25,7 @@ constexpr Fields top = Fields::topFirst;
 constexpr Fields bottom = Fields::bottomFirst;
 
 FramePictures tenPictures(Fields order = none, const FieldMotion& motion = {9, 0, 0}) {
-  return {order, 720, 576, 10, motion};
+  return {order, 720, 576, 10, motion, {}};
 }
 
 std::string report(const std::string& name) {
