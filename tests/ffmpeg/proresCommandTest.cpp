@@ -20,9 +20,9 @@ std::string joined(const std::vector<std::string>& list) {
 TEST(ProresCommand, TakesPicturesAndSoundApart) {
   const auto command = proresCommand(
       wordsOf("-loglevel info -c:a ac3 -fflags +genpts -i a.mts -c:v prores -profile 3 -flags "
-            "+ildct+ilme -top 1 -threads auto -vf setfield=bff,setparams=x=1 -r 25/1 -async 3000 "
-            "-c:a pcm_s16le -ac 2 -movflags faststart -color_primaries bt709 -color_trc gamma28 "
-            "-colorspace bt709 -ss 0.5 -sn -y a.mov"));
+              "+ildct+ilme -top 1 -threads auto -vf setfield=bff,setparams=x=1 -r 25/1 -async 3000 "
+              "-c:a pcm_s16le -ac 2 -movflags faststart -color_primaries bt709 -color_trc gamma28 "
+              "-colorspace bt709 -ss 0.5 -sn -y a.mov"));
   ASSERT_TRUE(command);
   const std::string input = "-c:a ac3 -fflags +genpts -i a.mts ";
   const std::string pictures = "-threads auto -r 25/1 -ss 0.5 -sn -dn -an -vsync 1 -vf ";
