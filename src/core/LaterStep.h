@@ -33,7 +33,6 @@ class LaterStep {
     isHeld_ = false;
     schedule();
   }
-  bool isHeld() const { return isHeld_; }
 
  private:
   void schedule() {

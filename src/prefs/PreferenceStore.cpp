@@ -112,11 +112,6 @@ std::string PreferenceStore::text(std::string_view key) const {
   return standard ? standard->text().value_or("") : "";
 }
 
-bool PreferenceStore::flag(std::string_view key) const {
-  const Value* stored = prefRead(key);
-  return stored && stored->integer().value_or(0) != 0;
-}
-
 std::optional<Dico> readPlist(const std::string& path) {
   const auto read = readPropertyList(expandTilde(path));
   if (!read || !read.value().dico())

@@ -53,9 +53,6 @@ class PreferenceStore {
   std::int64_t integer(std::string_view key) const;
   std::string text(std::string_view key) const;
 
-  // Whether a stored number is not 0, as the step flags are read.
-  bool flag(std::string_view key) const;
-
   bool synchronize() { return domain_.synchronize(); }
 
  private:
