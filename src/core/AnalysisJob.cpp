@@ -77,17 +77,6 @@ void AnalysisJob::perform() {
   }
 }
 
-void AnalysisJob::tell(const std::string& program, int status) {
-  logFormat("tlTaskDidEnd        : {}", program);
-  if (status == taskLauncher::abortedStatus)
-    logLine("tlTaskDidEnd        : tl interrupted");
-  else if (status != 0)
-    logFormat("tlTaskDidEnd        : tl task failed, error :-( {} ({})", status, program);
-  else
-    logLine("tlTaskDidEnd        : we are done.");
-  logFormat("tlDone              : {} (isAnalysis=1)", program);
-}
-
 void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
                       Continuation continuation) {
   debugFormat("analysis task       - begin");
@@ -98,7 +87,8 @@ void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
   debugFormat("alloc class         : taskOther ({})", program);
   const Outcome<void> started =
       tool_.start(command, limits, [program, continuation](ToolResult result) {
-        tell(program, result.status);
+        logTaskEnd(program, result.status);
+        logFormat("tlDone              : {} (isAnalysis=1)", program);
         continuation(std::move(result));
       });
   logFormat("#3 failureInt={} ({})",

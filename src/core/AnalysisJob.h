@@ -49,7 +49,6 @@ class AnalysisJob {
 
   void go(Step step);
   void perform();
-  static void tell(const std::string& program, int status);
   void run(const Arguments& command, const ToolLimits& limits, Continuation continuation);
 
   void askForReport();

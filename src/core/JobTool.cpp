@@ -164,13 +164,7 @@ void JobTool::taskLauncherTaskDidEnd(taskLauncher& launcher) {
     return;
   const std::string& program = start_.command.front();
   const int status = launcher.terminationStatus();
-  logFormat("tlTaskDidEnd        : {}", program);
-  if (status == taskLauncher::abortedStatus)
-    logLine("tlTaskDidEnd        : tl interrupted");
-  else if (status != 0)
-    logFormat("tlTaskDidEnd        : tl task failed, error :-( {} ({})", status, program);
-  else
-    logLine("tlTaskDidEnd        : we are done.");
+  logTaskEnd(program, status);
   status_ = status;
   signal_ = launcher.terminationSignal();
   for (const bool isError : {false, true})

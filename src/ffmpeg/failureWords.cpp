@@ -5,6 +5,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/toolLine.h"
 
 namespace tessarin {
 
@@ -25,21 +26,6 @@ constexpr std::array<std::string_view, 13> systemReasons{"No space left on devic
                                                          "No such device",
                                                          "Resource temporarily unavailable"};
 
-// Lines that tell what the tool read and how far it got, or give advice.
-constexpr std::array<std::string_view, 13> accounts{"ffmpeg version",
-                                                    "Input #",
-                                                    "Output #",
-                                                    "Stream mapping",
-                                                    "Press [q]",
-                                                    "frame=",
-                                                    "size=",
-                                                    "video:",
-                                                    "Statistics:",
-                                                    "Last message",
-                                                    "-async is forwarded",
-                                                    "Exiting normally",
-                                                    "Conversion failed"};
-
 // What ffmpeg adds behind the failure of one of its parts.
 constexpr std::array<std::string_view, 13> consequences{
     "Error initializing output stream",
@@ -56,25 +42,9 @@ constexpr std::array<std::string_view, 13> consequences{
     "Task finished with error code",
     "Terminating thread with return code"};
 
-template <std::size_t count>
-bool opensWithOne(std::string_view line, const std::array<std::string_view, count>& starts) {
-  return std::any_of(starts.begin(), starts.end(),
-                     [line](std::string_view start) { return startsWith(line, start); });
-}
-
 bool hasSystemReason(std::string_view line) {
   return std::any_of(systemReasons.begin(), systemReasons.end(),
                      [line](std::string_view reason) { return contains(line, reason); });
-}
-
-// Without "[module @ address] ", of which there may be several.
-std::string_view unmarkedWords(std::string_view line) {
-  while (startsWith(line, "["))
-    if (const auto rest = textAfter(line, "] "))
-      line = *rest;
-    else
-      break;
-  return trimmed(line);
 }
 
 }  // namespace
@@ -85,12 +55,12 @@ std::string_view failureWords(std::string_view output) {
   ReportLines lines(output);
   while (const auto line = lines.next()) {
     // The contents of the files, which may say anything, are printed with blanks before them.
-    const std::string_view words = unmarkedWords(*line);
-    if (startsWith(*line, " ") || words.empty() || opensWithOne(words, accounts))
+    const std::string_view words = trimmed(withoutMarks(*line).words);
+    if (startsWith(*line, " ") || words.empty() || isAccount(words))
       continue;
     if (hasSystemReason(words))
       return words;
-    (opensWithOne(words, consequences) ? consequence : cause) = words;
+    (beginsWithOne(words, consequences) ? consequence : cause) = words;
   }
   return cause.empty() ? consequence : cause;
 }

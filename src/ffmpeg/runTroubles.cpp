@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <span>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/toolLine.h"
 
 namespace tessarin {
 
@@ -38,20 +38,6 @@ constexpr std::array<std::string_view, 6> givingUp{"Invalid data found when proc
                                                    "Invalid argument",
                                                    "Cannot allocate memory"};
 
-// What tells how far it got, and what it did well.
-constexpr std::array<std::string_view, 12> reports{"ffmpeg version",
-                                                   "Input #",
-                                                   "Output #",
-                                                   "Stream mapping:",
-                                                   "Press [q]",
-                                                   "frame=",
-                                                   "size=",
-                                                   "video:",
-                                                   "Statistics:",
-                                                   "Exiting normally",
-                                                   "Conversion failed",
-                                                   "Last message"};
-
 // A line with one of these, in small letters, complains.
 constexpr std::array<std::string_view, 22> complaining{
     "error",       "fail",         "invalid",   "cannot",  "can't",   "could not",
@@ -66,32 +52,6 @@ constexpr std::array<std::string_view, 2> readErrorStarts{"«source»: ", "Error
 constexpr std::array<std::string_view, 4> diskErrors{"Input/output error", "Stale file handle",
                                                      "No such device",
                                                      "Transport endpoint is not connected"};
-
-bool beginsWithOne(std::string_view line, std::span<const std::string_view> starts) {
-  return std::any_of(starts.begin(), starts.end(),
-                     [line](std::string_view start) { return startsWith(line, start); });
-}
-
-// "[mov,mp4 @ 0x55…] [dec:h264 @ 0x55…] words"
-struct MarkedLine {
-  std::string_view module;  // the first mark's name, "" without one
-  std::string_view words;
-};
-
-MarkedLine withoutMarks(std::string_view line) {
-  MarkedLine marked{{}, line};
-  while (startsWith(marked.words, "[")) {
-    const std::size_t end = marked.words.find("] ");
-    const std::string_view mark = marked.words.substr(0, end);
-    const std::size_t address = mark.rfind(" @ ");
-    if (end == std::string_view::npos || address == std::string_view::npos)
-      break;
-    if (marked.module.empty())
-      marked.module = mark.substr(1, address - 1);
-    marked.words.remove_prefix(end + 2);
-  }
-  return marked;
-}
 
 std::optional<std::size_t> repeatsOf(std::string_view line) {
   const auto number = textBetween(line, "    Last message repeated ", " times");
@@ -145,7 +105,7 @@ void RunTroubles::addLine(std::string_view line) {
   noteStream(line);
   const std::string own = withoutPaths(line);
   const MarkedLine said = withoutMarks(own);
-  if (startsWith(own, " ") || beginsWithOne(said.words, reports))
+  if (startsWith(own, " ") || isAccount(said.words))
     return;
   // What stands in quotation marks may be the source's.
   const std::string ownWords = wordsOfTool(said.words);

@@ -260,4 +260,14 @@ void taskLauncher::notifyThatTaskEnded() {
   delegate_->taskLauncherTaskDidEnd(*this);
 }
 
+void logTaskEnd(std::string_view program, int status) {
+  logFormat("tlTaskDidEnd        : {}", program);
+  if (status == taskLauncher::abortedStatus)
+    logLine("tlTaskDidEnd        : tl interrupted");
+  else if (status != 0)
+    logFormat("tlTaskDidEnd        : tl task failed, error :-( {} ({})", status, program);
+  else
+    logLine("tlTaskDidEnd        : we are done.");
+}
+
 }  // namespace tessarin

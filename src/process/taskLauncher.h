@@ -148,4 +148,7 @@ class taskLauncher {
   std::array<NotificationCenter::Id, 3> observers_{};
 };
 
+// Writes in the log how the run of this program ended; status as taskLauncher tells it.
+void logTaskEnd(std::string_view program, int status);
+
 }  // namespace tessarin
