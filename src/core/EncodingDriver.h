@@ -80,6 +80,7 @@ class EncodingDriver final : private ConversionJob::Host {
   void pause();
   void resume();
   void showPause(bool isPaused);
+  void logControls(const char* when) const;
 
   void begins(const ConversionJob& job) override;
   void changed(const ConversionJob& job) override;
@@ -91,7 +92,6 @@ class EncodingDriver final : private ConversionJob::Host {
   void toolBegins(const std::string& action, double maximum) override;
   void toolProgressed(const ToolProgress& progress) override;
   void toolEnded() override;
-  void logControls(const char* when) const;
   void ended(const JobEnd& end) override;
 
   CoreServices& services_;

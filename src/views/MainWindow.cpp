@@ -115,10 +115,10 @@ void MainWindow::showDrawer(bool shown) {
     closedHeight_ = mayResize ? height() : sizeHint().height();
   else if (mayResize)
     drawerHeight_ = grownBy();
-  drawer_->setVisible(shown);  // makes the window as high as it has to be
+  drawer_->setVisible(shown);
   if (!mayResize)
     return;
-  // The window may not be smaller than it had to be before until the layouts know.
+  // Until the layouts know of it the window cannot become smaller than it had to be before.
   centralWidget()->layout()->activate();
   layout()->activate();
   resize(width(), closedHeight_ + (shown ? drawerHeight_ : 0));
