@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "analysis/probeParser.h"
@@ -57,8 +58,9 @@ void tellColours(SourceInfo& record, std::string_view report) {
 // Seconds: half of what a picture of 60 a second is shown. What is less moves no picture.
 constexpr double leastLateness = 0.008;
 
-// Whether the first packet of the pictures is no key frame, or comes behind that of the sound.
-bool beginsLate(std::string_view report, const SourceInfo& record) {
+// Whether the first packet of the pictures is no key frame, or comes behind that of the sound; or
+// whether pictures are shown before the moment that the container calls its start.
+bool mayBeginElsewhere(std::string_view report, const SourceInfo& record) {
   if (firstKeyFrameShown(report).value_or(0) > leastLateness)
     return true;
   const auto offsets = ptsDtsOffsetMs(report);
@@ -67,7 +69,7 @@ bool beginsLate(std::string_view report, const SourceInfo& record) {
     return false;
   const std::string key =
       streamKey(StreamKind::video, static_cast<int>(*number), StreamField::offsetMs);
-  return offsets->number(key).value_or(0) > 1000 * leastLateness;
+  return std::abs(offsets->number(key).value_or(0)) > 1000 * leastLateness;
 }
 
 // A transport stream tells the time ten times a second, in a packet of 188 bytes each. A longer
@@ -128,7 +130,7 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
   }
   const auto next = place();
   if (!next)
-    return mayBeginLate_ ? beginCommand() : soundCommand();
+    return asksBegin_ ? beginCommand() : soundCommand();
   append({"info", "-ss", fmt::format("{:.2f}", next->seconds)});
   append(inputOptions(described_));
   append({"-i", source_});
@@ -172,7 +174,7 @@ void SourceExamination::take(std::string report, std::optional<FramePictures> pi
     return;
   }
   if (!place()) {
-    if (std::exchange(mayBeginLate_, false))
+    if (std::exchange(asksBegin_, false))
       begin_ = firstPictureOfShowinfo(report);
     else if (const auto sound = std::exchange(doubtfulSound_, std::nullopt);
              sound && heardNothing(report))
@@ -215,7 +217,7 @@ void SourceExamination::takeDescription(Description description) {
   tellReading(described_, best_.reading);
   if (!format_.empty())
     described_.set(SourceKey::wForce, format_);
-  mayBeginLate_ = beginsLate(best_.report, described_);
+  asksBegin_ = mayBeginElsewhere(best_.report, described_);
   doubtfulSound_ = doubtfulSound(best_.report);
   clues_ = fieldCluesOfReport(best_.report, mappedVideo(best_.report));
   clues_.firstPicture = best_.pictures->order;
@@ -240,7 +242,7 @@ void SourceExamination::complete(SourceInfo& record) const {
   }
   if (const auto order = fields(); order && order->claim)
     record.set(SourceKey::v0FieldsClaim, fieldsKey(*order->claim));
-  if (begin_ && *begin_ > leastLateness)
+  if (begin_ && std::abs(*begin_) > leastLateness)
     record.set(SourceKey::v0Begin, *begin_);
 }
 

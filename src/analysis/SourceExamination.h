@@ -4,8 +4,8 @@
 // The first run describes the source. What ffmpeg decodes pictures of is a source, whatever else
 // it complains about. Where it has not read enough to know the streams that are converted, the run
 // is made again with more to read, in bounded steps. Where the pictures do not show the order of
-// their fields, other places are looked at. Where they may begin late, it is asked when; where the
-// sound may be none, it is tried.
+// their fields, other places are looked at. Where they may not begin at 0, it is asked when; where
+// the sound may be none, it is tried.
 #pragma once
 
 #include <cstdint>
@@ -76,7 +76,7 @@ class SourceExamination {
   SourceInfo described_;  // of the best report, for the commands that follow
   FieldClues clues_;
   int places_ = 0;
-  bool mayBeginLate_ = false;         // and it is not known yet when
+  bool asksBegin_ = false;            // when the pictures begin
   std::optional<int> doubtfulSound_;  // likewise whether it can be heard
   std::optional<int> mute_;
   std::optional<double> begin_;  // seconds to the first picture

@@ -97,8 +97,9 @@ inline constexpr std::string_view v0Chroma = "v0_chroma";
 inline constexpr std::string_view v0Primaries = "v0_primaries";  // "bt709"
 inline constexpr std::string_view v0Transfer = "v0_transfer";    // "arib-std-b67"
 inline constexpr std::string_view v0Matrix = "v0_matrix";        // "bt2020nc"
-// Number, above 0: seconds, as a conversion counts them, to the first picture that can be decoded,
-// where that is late: sound begins before, or the clip was cut inside a group of pictures.
+// Number: seconds, as a conversion counts them, to the first picture that can be decoded, where
+// that is not 0: sound begins before, or the clip was cut inside a group of pictures; below 0 where
+// pictures are shown before the key frame that a QuickTime movie's time begins with.
 inline constexpr std::string_view v0Begin = "v0_begin";
 // Text: "PFF" (fieldsKey) means progressive, every other text interlaced.
 inline constexpr std::string_view v0Fields = "v0_fields";

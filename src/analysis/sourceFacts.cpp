@@ -72,7 +72,7 @@ constexpr std::array containerRules = {
     Rule{SourceKey::v0Primaries, Kind::primaries},
     Rule{SourceKey::v0Transfer, Kind::transfer},
     Rule{SourceKey::v0Matrix, Kind::matrix},
-    Rule{SourceKey::v0Begin, Kind::number, behindStart}};
+    Rule{SourceKey::v0Begin, Kind::number, ReportRange::time}};
 
 constexpr std::array streamRules = {
     Rule{StreamField::id, Kind::integer, ReportRange::streamNumber},

@@ -252,7 +252,7 @@ void ConversionJob::slow() {
   debugFormat("encProcesses        > encQtEnc");
   slowed_ = joinPath(folder_.path(), fmt::format("slow{}.mov", std::random_device()()));
   host_.changed(*this);
-  startTool(slowingCommand(work_, slowed_), ParseMode::time, plan_->seconds);
+  startTool(slowingCommand(*plan_, slowed_), ParseMode::time, plan_->seconds);
 }
 
 // Puts the slowed copy in the place of the copy; for a stream copy that is the movie.

@@ -72,10 +72,14 @@ bool needsSlowing(const Row& row) {
          isHighFrameRate(row.source.number(SourceKey::v0Fps).value_or(0));
 }
 
-Arguments slowingCommand(const std::string& movie, const std::string& slowed) {
+Arguments slowingCommand(const JobPlan& plan, const std::string& slowed) {
+  // The stretch counts from 0. Half of the time before the first picture, twice as long, is what
+  // this would come late by.
+  const double begin = plan.row.source.number(SourceKey::v0Begin).value_or(0);
   return {
-      Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsscale", "2", "-i", movie, "-i",
-      movie, "-map", "0:v", "-map", "1:a?", "-c", "copy",
+      Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsoffset",
+      fmt::format("{:.6f}", -begin / 2), "-itsscale", "2", "-i", plan.movie, "-i", plan.movie,
+      "-map", "0:v", "-map", "1:a?", "-c", "copy",
       // The stretched times leave the length of the last picture as it was, and the export takes
       // none that is shorter than half of its time. The bit stream filter mends the length, the
       // time scale counts pictures of 50, 59.94 and 60 a second without a remainder.
@@ -106,7 +110,7 @@ std::vector<Arguments> commandsOfPlan(const JobPlan& plan, bool replace) {
   };
   if (plan.needsSlowing) {
     const std::string slowed = withExtension(withoutExtension(output) + "-slow", "mov");
-    commands.push_back(keeping(slowingCommand(output, slowed)));
+    commands.push_back(keeping(slowingCommand(plan, slowed)));
     move(slowed, output);
   }
   if (!plan.needsExport)

@@ -21,9 +21,9 @@ std::string exportPresetName(const Row& row, std::string_view prefProres);
 // copies.
 bool needsSlowing(const Row& row);
 
-// The command that makes the slowed copy: the pictures of `movie` at half their speed, its sound
-// as it is.
-Arguments slowingCommand(const std::string& movie, const std::string& slowed);
+// The command that makes the slowed copy: the pictures of the plan's movie at half their speed,
+// from the same moment on, and its sound as it is.
+Arguments slowingCommand(const JobPlan& plan, const std::string& slowed);
 
 // What runs for a job, in this order, for whoever wants to run it by hand, beside the movie (the
 // program itself does it in a folder of its own, outputPlace.h): files are moved and removed by

@@ -100,21 +100,15 @@ void nameColours(const SourceInfo& source, EncodingCommand& command) {
 }
 
 // Sees to it that the movie begins with its first picture, and the sound with what is heard then:
-// ffmpeg would fill the time before with copies of that picture.
+// ffmpeg would fill the time before with copies of that picture, and leave out or move what is
+// shown before the source's time begins.
 void beginWithFirstPicture(const SourceInfo& source, EncodingCommand& command) {
   const double begin = source.number(SourceKey::v0Begin).value_or(0);
   Arguments& arguments = command.arguments;
-  if (begin <= 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
+  if (begin == 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
     return;
-  // Stretched pictures begin there, too.
-  if (const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
-      option != arguments.end())
-    *(option + 1) =
-        replaceAll(*(option + 1), "setpts=2.0*PTS", fmt::format("setpts=2.0*PTS-{:.6f}/TB", begin));
-  // A picture that is a rounding error too early would be cut off.
-  constexpr double rounding = 0.001;
-  const auto subtitles = std::find(arguments.begin(), arguments.end(), "-sn");
-  arguments.insert(subtitles, {"-ss", fmt::format("{:.6f}", std::max(0.0, begin - rounding))});
+  const auto input = std::find(arguments.begin(), arguments.end(), "-i");
+  arguments.insert(input, {"-itsoffset", fmt::format("{:.6f}", -begin)});
 }
 
 bool isStreamCopy(const Row& row) {

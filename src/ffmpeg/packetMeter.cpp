@@ -52,6 +52,9 @@ std::vector<std::string> measuringCommand(const std::vector<std::string>& conver
   if (conversion.empty() || conversion.end() - input < 2)
     return {};
   std::vector<std::string> command(conversion.begin(), input + 2);
+  if (const auto offset = std::find(command.begin(), command.end(), "-itsoffset");
+      command.end() - offset >= 2)
+    command.erase(offset, offset + 2);
   for (auto option = input + 2; option + 1 < conversion.end(); ++option)
     if (*option == "-map")
       command.insert(command.end(), {*option, *(option + 1)});

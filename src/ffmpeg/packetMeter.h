@@ -32,8 +32,8 @@ struct SourceMeasure {
 };
 
 // The command that lists the packets of what `conversion` (a program, arguments with one "-i" and
-// an output) reads, on standard output, without decoding them: one reading of the source. On
-// standard error are complaints and how far it is ("time=…").
+// an output) reads, on standard output, without decoding them: one reading of the source, by the
+// source's own times. On standard error are complaints and how far it is ("time=…").
 std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion);
 
 // Reads such a list, line by line.

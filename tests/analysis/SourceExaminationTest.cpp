@@ -116,20 +116,22 @@ TEST_F(Examination, KeepsWhatTheStreamSaysOfItsColours) {
   EXPECT_FALSE(completed(silent).contains("v0_matrix"));
 }
 
-TEST_F(Examination, AsksWhenThePicturesBeginWhereTheyMayBeLate) {
+TEST_F(Examination, AsksWhenThePicturesBeginWhereItMayNotBeAt0) {
   const std::string shown = "[Parsed_showinfo_0 @ 0x5] n:   0 pts:  47280 pts_time:0.525333 pos:";
-  const auto late = [](const std::string& answer) {
+  const auto begin = [](const std::string& start, const std::string& answer) {
     SourceExamination examination("/a.mts", 1000, "/tmp/frame.yuv");
-    examination.take(replaceAll(report("avchd"), "start: 1.4", "start: 1.0"), tenPictures());
+    examination.take(replaceAll(report("avchd"), "start: 1.4", start), tenPictures());
     const auto command = examination.nextCommand();
     EXPECT_TRUE(command && contains(joinTexts(*command, " "), " showinfo -frames:v 1 "));
     examination.take(answer, std::nullopt);
     EXPECT_EQ(examination.nextCommand(), std::nullopt);
     return completed(examination).number("v0_begin");
   };
-  EXPECT_EQ(late("    title : x] n:   0 pts_time:9\n" + shown), 0.525333);
-  EXPECT_EQ(late(replaceAll(shown, "0.525333", "0.005")), std::nullopt);
-  EXPECT_EQ(late(""), std::nullopt);
+  const std::string late = "start: 1.0";
+  EXPECT_EQ(begin(late, "    title : x] n:   0 pts_time:9\n" + shown), 0.525333);
+  EXPECT_EQ(begin(late, replaceAll(shown, "0.525333", "0.005")), std::nullopt);
+  EXPECT_EQ(begin(late, ""), std::nullopt);
+  EXPECT_EQ(begin("start: 1.6", replaceAll(shown, "0.525333", "-0.08")), -0.08);
   SourceExamination usual("/a.mts", 1000, "/tmp/frame.yuv");
   usual.take(report("avchd"), tenPictures());
   EXPECT_EQ(usual.nextCommand(), std::nullopt);
