@@ -75,6 +75,13 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       updates_(loop, [this] { return updateSettings(preferences_); }),
       updateInterface_(updates_, preferences_, revealInFileBrowser) {
   setUserAlerts(&alerts_);
+  // Who looks elsewhere learns that he is waited for.
+  alerts_.asked = [this](const Alert& alert) {
+    if (QApplication::applicationState() == Qt::ApplicationActive)
+      return;
+    QApplication::alert(window_.get());
+    message_.show(alert.message, alert.informative);
+  };
   updates_.newsFound.connect([this] { UpdateWindow::open(updateInterface_, window_.get()); });
 }
 

@@ -99,7 +99,43 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
     if (table_.isFinished(row))
       outputNames_[table_.row(row).movie] = table_.sourcePath(row);
   setCurrent("");
+  clashes_.clear();
+  search_.reset();
+  // Whoever has answered for all movies is not asked.
+  if (services_.preferences.prefReadString(StateKey::replaceFiles).empty())
+    search_.emplace(table_, rows, outputFolder(interface_.destination.text()), outputNames_);
   goOn();
+}
+
+void EncodingDriver::lookForClashes() {
+  if (!search_->step()) {
+    goOn();
+    return;
+  }
+  const ClashSearch search = *std::exchange(search_, std::nullopt);
+  if (search.found().empty())
+    goOn();
+  else
+    askAboutClashes(search.found());
+}
+
+// Once for all of them, before anything is made.
+void EncodingDriver::askAboutClashes(const std::vector<std::string>& movies) {
+  logFormat("existing movies     ? {}", movies.size());
+  clashes_.insert(movies.begin(), movies.end());
+  isAsking_ = true;
+  const unsigned question = ++questions_;
+  services_.alerts.show(clashQuestion(movies), [this, question](AlertAnswer reply) {
+    // The batch may have been stopped meanwhile, and another begun.
+    if (question != questions_ || !std::exchange(isAsking_, false) || !isBatchRunning())
+      return;
+    logFormat("existing movies     = {}", reply.button);
+    mayReplaceClashes_ = reply.button == replaceAnswer;
+    if (reply.button == stopBatchAnswer)
+      stop();
+    else
+      goOn();
+  });
 }
 
 void EncodingDriver::iba_taskStopBt() {
@@ -229,6 +265,10 @@ void EncodingDriver::nextJob() {
     logLine("enc stop            = 1");
     mirror_.showEncoded(cancelled);
     endOfBatch();
+    return;
+  }
+  if (search_) {
+    lookForClashes();
     return;
   }
   int row = nextRow();
@@ -391,6 +431,10 @@ void EncodingDriver::mayReplace(const std::string& output, std::function<void(bo
     answered(stored == answerReplace);
     return;
   }
+  if (clashes_.contains(output)) {
+    answered(mayReplaceClashes_);
+    return;
+  }
   debugFormat("pre-choix user      : no");
   const unsigned question = ++questions_;
   services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output)),
@@ -476,8 +520,10 @@ void EncodingDriver::ended(const JobEnd& end) {
   const bool isGood = end.kind == JobEnd::Kind::converted ||
                       (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
   if (const int row = table_.rowOfSource(end.source); table_.has(row)) {
-    if (isGood)
+    if (isGood) {
       table_.set(row, &Row::movie, end.output);
+      table_.set(row, &Row::isKept, end.kind == JobEnd::Kind::kept);
+    }
     table_.mark(row, isGood ? RowMark::success : RowMark::failure);
   }
   if (end.kind == JobEnd::Kind::converted && !end.reason.empty())

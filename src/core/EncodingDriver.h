@@ -12,6 +12,7 @@
 #include "core/ConversionJob.h"
 #include "core/LaterStep.h"
 #include "core/batchSummary.h"
+#include "core/clashes.h"
 #include "core/stepState.h"
 #include "encoding/outputName.h"
 
@@ -43,9 +44,10 @@ class EncodingDriver final : private ConversionJob::Host {
   // Whether the progress bar counts seconds of the movie; an export counts per cent.
   bool measuresSeconds() const { return !job_ || !job_->isExporting(); }
 
-  // The user's start: works on the rows that are not finished (BatchTable::isFinished), those that
-  // failed before and those that come meanwhile too, and leaves the others alone. When there are
-  // none it says so, and the batch has ended.
+  // The user's start: asks once about all movies that are there already, then works on the rows
+  // that are not finished (BatchTable::isFinished), those that failed before and those that come
+  // meanwhile too, and leaves the others alone. When there are none it says so, and the batch has
+  // ended.
   void iba_batchGoBt();
   // Works on these rows only, those that are finished too.
   void convertRows(const std::vector<int>& rows);
@@ -65,6 +67,8 @@ class EncodingDriver final : private ConversionJob::Host {
   bool mayBegin();
   void offerFolder(const FolderRefusal& refusal);
   void begin(const std::vector<int>& rows);
+  void lookForClashes();
+  void askAboutClashes(const std::vector<std::string>& movies);
   void goOn();
   void nextJob();
   bool isWanted(int row) const;
@@ -108,8 +112,11 @@ class EncodingDriver final : private ConversionJob::Host {
   bool isPaused_ = false;     // as the control shows it
   bool isPauseHeld_ = false;  // the user's, during an analysis
   std::string actionBeforePause_;
-  bool isAsking_ = false;   // for a folder; the batch waits for the answer
-  unsigned questions_ = 0;  // tells a late answer from one to the open question
+  bool isAsking_ = false;              // for a folder or clashes; the batch waits for the answer
+  unsigned questions_ = 0;             // tells a late answer from one to the open question
+  std::optional<ClashSearch> search_;  // before the first row
+  std::set<std::string> clashes_;      // that the user was asked about at the start
+  bool mayReplaceClashes_ = false;     // his answer
   std::unique_ptr<ConversionJob> job_;
   LaterStep next_;
 };

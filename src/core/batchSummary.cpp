@@ -39,10 +39,11 @@ std::string joined(std::vector<std::string> texts, std::string_view separator) {
 BatchCount countRows(const BatchTable& table) {
   BatchCount count;
   for (int row = 0; row < table.count(); ++row) {
-    const RowMark mark = table.row(row).mark;
-    ++(mark == RowMark::success   ? count.converted
-       : mark == RowMark::failure ? count.failed
-                                  : count.waiting);
+    const Row& entry = table.row(row);
+    ++(entry.mark == RowMark::failure   ? count.failed
+       : entry.mark != RowMark::success ? count.waiting
+       : entry.isKept                   ? count.kept
+                                        : count.converted);
   }
   return count;
 }
@@ -52,6 +53,8 @@ std::string summaryText(const BatchCount& count) {
   const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
   if (count.converted > 0)
     add(localisationString("D_count_converted", "", std::to_string(count.converted)));
+  if (count.kept > 0)
+    add(localisationString("D_count_kept", "", std::to_string(count.kept)));
   if (count.failed > 0)
     add(localisationString("D_count_failed", "", std::to_string(count.failed)));
   if (count.waiting > 0)

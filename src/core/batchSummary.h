@@ -11,6 +11,7 @@ namespace tessarin {
 
 struct BatchCount {
   int converted = 0;
+  int kept = 0;  // whose movies were there before
   int failed = 0;
   int waiting = 0;  // those in progress, too
 };

@@ -67,6 +67,7 @@ constexpr std::array rowRules = {
     Rule{BatchKey::fps, [](const Value& value) { return isInteger(value, speedKeep, speedSlow); }},
     Rule{BatchKey::sizeOut, isSize},
     Rule{BatchKey::dstPathStr, isMovie},
+    Rule{BatchKey::kept, isFlag},
     Rule{BatchKey::reason, isReason}};
 
 constexpr std::array infoRules = {
@@ -146,6 +147,8 @@ Dico recordOfRow(const Row& row) {
   setText(BatchKey::img, row.thumbnail());
   setText(BatchKey::dstPathStr, row.movie);
   setText(BatchKey::reason, row.reason);
+  if (row.isKept)
+    record.set(BatchKey::kept, 1);
   return record;
 }
 
@@ -173,6 +176,7 @@ std::optional<Row> rowOfStored(const Dico& stored) {
       known != markNames.end())
     row.mark = static_cast<RowMark>(known - markNames.begin());
   row.movie = record->textOrEmpty(BatchKey::dstPathStr);
+  row.isKept = number(BatchKey::kept, 0) != 0;
   row.reason = record->textOrEmpty(BatchKey::reason);
   return row;
 }

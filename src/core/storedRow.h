@@ -27,6 +27,7 @@ inline constexpr std::string_view dico = "dico";              // record, the Sou
 inline constexpr std::string_view src = "src";                // text, caption of three lines
 inline constexpr std::string_view img = "img";                // text, path of the thumbnail
 inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the movie
+inline constexpr std::string_view kept = "kept";              // integer, 1 (Row::isKept) or absent
 inline constexpr std::string_view reason = "reason";          // text, why there is none
 }  // namespace BatchKey
 

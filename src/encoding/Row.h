@@ -36,6 +36,7 @@ struct Row {
   bool isProgressive = false;  // the source is
   std::string caption;         // what the source is, in three lines
   std::string movie;           // that a row with the mark `success` has become
+  bool isKept = false;         // that movie was there already, and was left as it was
   std::string reason;  // why the last job made no movie of it, in the user's language; or ""
 
   std::string path() const { return source.textOrEmpty(RowInfoKey::srcPathStr); }

@@ -159,6 +159,8 @@ QString BatchTableModel::toolTip(int row, int column) const {
   }
   if (column != orderColumn)
     return {};
+  if (entry.mark == RowMark::success && entry.isKept)
+    return qtText(entry.reason);
   const std::string state = imageText(std::string(markName(entry.mark)));
   return qtText(entry.reason.empty() ? state : state + ": " + entry.reason);
 }

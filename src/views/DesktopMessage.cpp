@@ -25,7 +25,7 @@ void DesktopMessage::show(const std::string& summary, const std::string& body) {
   constexpr int untilItsTime = -1;  // that of the service
   const QVariantMap hints{
       {QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()},
-      {QStringLiteral("category"), QStringLiteral("transfer.complete")},
+      {QStringLiteral("category"), QStringLiteral("transfer")},
   };
   // The action of this name is a click on the message itself, its label is not shown.
   const QStringList actions{QStringLiteral("default"), QGuiApplication::applicationDisplayName()};

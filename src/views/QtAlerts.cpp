@@ -59,6 +59,7 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
     buttons.push_back(box->addButton(qtText(title), QMessageBox::ActionRole));
   if (buttons.empty())
     buttons.push_back(box->addButton(QMessageBox::Ok));
+  const bool isQuestion = answered && buttons.size() > 1;
   const std::size_t escape = escapeButton(alert);
   box->setDefaultButton(buttons.front());
   box->setEscapeButton(buttons[escape]);
@@ -78,6 +79,8 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
   std::erase_if(open_, [](const QPointer<QMessageBox>& one) { return one.isNull(); });
   open_.emplace_back(box);
   box->open();
+  if (isQuestion && asked)
+    asked(alert);
 }
 
 bool QtAlerts::isOpen() const {

@@ -4,6 +4,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QWidget>
+#include <functional>
 #include <vector>
 
 #include "platform/Alerts.h"
@@ -20,6 +21,9 @@ class QtAlerts final : public Alerts {
 
   // The window that the dialogs belong to; null for none.
   void setWindow(QWidget* window) { window_ = window; }
+
+  // Told of every question that waits for the user's choice.
+  std::function<void(const Alert&)> asked;
 
   // Closing a dialog without a choice is "Cancel" when there is such a button, else the default.
   using Alerts::show;

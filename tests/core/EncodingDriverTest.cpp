@@ -142,22 +142,69 @@ TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
   EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(movie("1.mov"))));
 }
 
-TEST_F(EncodingDriverTest, StopWhileTheQuestionIsOpenTouchesNothing) {
-  clips(2);
-  folder.write("movies/Tessarin/1.mov", "precious");
-  alerts.holds = true;
-  app.driver().jobStarted.connect([this](const std::string&, const std::string&) {
-    loop.runAfter(std::chrono::milliseconds(50), [this] { app.driver().stop(); });
+TEST_F(EncodingDriverTest, MoviesThatAreThereAreAskedAboutOnceBeforeAnythingIsMade) {
+  clips(3);
+  folder.write("movies/Tessarin/1.mov", std::string(20000, 'o'));
+  folder.write("movies/Tessarin/2.mov", std::string(20000, 'o'));
+  const auto question = [this] { return alerts.shown.at(0); };
+  preferences.prefWrite(PrefKey::alertEnd, 0);
+  std::size_t asked = 0;
+  app.driver().jobStarted.connect(
+      [&](const std::string&, const std::string&) { asked = alerts.shown.size(); });
+
+  alerts.answers = {{stopBatchAnswer, false}};
+  convert();
+  EXPECT_TRUE(ended.empty());
+  EXPECT_TRUE(app.driver().wasStopped());
+  EXPECT_EQ(mark(0), RowMark::waiting);
+  EXPECT_EQ(question().message,
+            localisationString("D_clash", "", "2", folder.file("movies/Tessarin")));
+  EXPECT_EQ(question().informative, "1.mov\n2.mov");
+
+  // What comes to a name later is no part of the answer.
+  alerts.shown.clear();
+  alerts.answers = {{replaceAnswer, false}, {keepAnswer, false}};
+  app.driver().movieFinished.connect([this](const FinishedMovie&) {
+    if (!pathExists(movie("3.mov")))
+      folder.write("movies/Tessarin/3.mov", std::string(20000, 'o'));
   });
   convert();
-  EXPECT_TRUE(alerts.hasHeld());
-  alerts.answers = {{1, false}};
-  alerts.answerHeld();
-  loop.runAfter(std::chrono::milliseconds(50), [this] { loop.stop(0); });
-  serve();
+  EXPECT_EQ(asked, 1u);
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted, Kind::kept}));
+  ASSERT_EQ(alerts.shown.size(), 2u);
+  EXPECT_EQ(alerts.shown[1].checkBox, localisationString("D_applyToAll"));
+  EXPECT_EQ(summaryText(countRows(app.table())), "2 converted, 1 already there and kept");
+  EXPECT_EQ(folder.read("movies/Tessarin/3.mov"), std::string(20000, 'o'));
+}
+
+TEST_F(EncodingDriverTest, StopWhileAQuestionIsOpenTouchesNothing) {
+  clips(2);
+  alerts.holds = true;
+  const auto stopSoon = [this] {
+    loop.runAfter(std::chrono::milliseconds(50), [this] { app.driver().stop(); });
+  };
+  const auto answerLate = [this] {
+    ASSERT_TRUE(alerts.hasHeld());
+    alerts.answers = {{replaceAnswer, false}};
+    alerts.answerHeld();
+    loop.runAfter(std::chrono::milliseconds(50), [this] { loop.stop(0); });
+    serve();
+    EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
+    EXPECT_FALSE(app.driver().isBatchRunning());
+  };
+  // Later than the start's look at the names.
+  app.driver().jobStarted.connect([&](const std::string&, const std::string&) {
+    folder.write("movies/Tessarin/1.mov", "precious");
+    stopSoon();
+  });
+  convert();
+  answerLate();
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
-  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
-  EXPECT_FALSE(app.driver().isBatchRunning());
+  // At the start.
+  stopSoon();
+  convert();
+  answerLate();
+  EXPECT_EQ(ended.size(), 1u);
 }
 
 // What comes to the movie's name while it is made, and what then becomes of the movie.

@@ -109,21 +109,29 @@ TEST_F(TerminalJourney, TheOverwriteQuestionIsAnsweredByNumber) {
     tinyClip(name, "0.1");
     folder.write("movies/Tessarin/" + withoutExtension(name) + ".mov", "precious");
   }
-  Session session = open({"-d", destination(), "1.mts", "2.mts", "3.mts", "4.mts"});
+  const Arguments arguments = {"-d", destination(), "1.mts", "2.mts", "3.mts", "4.mts"};
   const std::string question = "[1] ";
-  ASSERT_TRUE(session.waitFor(question)) << session.screen();
-  EXPECT_THAT(session.screen(), HasSubstr("1.mov"));
-  session.type("9\n");
-  ASSERT_TRUE(session.waitFor(question)) << "there is no ninth answer";
-  session.type("1\n");
-  EXPECT_TRUE(session.waitFor("1.mov” was there already and was kept"));
-  ASSERT_TRUE(session.waitFor(question));
-  session.type("2\n");
-  ASSERT_TRUE(session.waitFor(question));
-  session.type("2*\n");
-  EXPECT_EQ(session.end(), 1) << "one movie was kept";
+  Session stopped = open(arguments);
+  ASSERT_TRUE(stopped.waitFor(question)) << stopped.screen();
+  EXPECT_THAT(stopped.screen(), HasSubstr("4 of the movies exist already"));
+  stopped.type("9\n");
+  ASSERT_TRUE(stopped.waitFor(question)) << "there is no ninth answer";
+  stopped.type("3\n");
+  EXPECT_EQ(stopped.end(), 1);
+  EXPECT_THAT(stopped.screen(), Not(HasSubstr("was kept")));
+
+  Session kept = open(arguments);
+  ASSERT_TRUE(kept.waitFor(question));
+  kept.type("\n");
+  EXPECT_TRUE(kept.waitFor("4.mov” was there already and was kept"));
+  EXPECT_EQ(kept.end(), 1) << "movies were kept";
   EXPECT_EQ(folder.read("movies/Tessarin/1.mov"), "precious");
-  for (const char* name : {"2.mov", "3.mov", "4.mov"})
+
+  Session replaced = open(arguments);
+  ASSERT_TRUE(replaced.waitFor(question));
+  replaced.type("2\n");
+  EXPECT_EQ(replaced.end(), 0);
+  for (const char* name : {"1.mov", "2.mov", "3.mov", "4.mov"})
     EXPECT_GT(poidsFile(movie(name), "k"), 10) << name;
 }
 
