@@ -12,6 +12,7 @@ complete -c tessarin -l speed -x -a 'full half slow' -d 'All pictures, half of t
 complete -c tessarin -l surround -d 'Keep all sound channels'
 complete -c tessarin -l no-surround -d 'Two sound channels'
 complete -c tessarin -s d -l destination -r -d 'The folder in which the folder Tessarin is made'
+complete -c tessarin -l jobs -x -d 'How many clips at the same time'
 complete -c tessarin -l overwrite -x -a 'ask keep replace' -d 'What to do with a movie that is there'
 complete -c tessarin -l from -r -d 'Clips that a text file names, one a line'
 complete -c tessarin -l batch -r -d 'Write a batch to this file, or convert it'

@@ -69,7 +69,6 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       survey_(loop),
       refused_(app_.queue(), alerts_),
       summary_(app_.table(), app_.interface.batchSummary, loop),
-      remaining_(app_.interface.encoding),
       recorder_(app_, services_, batchesFolder()),
       recovery_(app_, recorder_, alerts_),
       updates_(loop, [this] { return updateSettings(preferences_); }),

@@ -9,7 +9,6 @@
 #include "core/CodecSurvey.h"
 #include "core/RecoveryOffer.h"
 #include "core/RefusedSources.h"
-#include "core/RemainingTime.h"
 #include "core/appDelegate.h"
 #include "core/batchSummary.h"
 #include "platform/Signals.h"
@@ -67,7 +66,6 @@ class WindowProgram {
   CodecSurvey survey_;
   RefusedSources refused_;
   BatchSummary summary_;
-  RemainingTime remaining_;
   BatchRecorder recorder_;
   RecoveryOffer recovery_;
   Updates updates_;

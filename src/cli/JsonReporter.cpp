@@ -108,17 +108,18 @@ class JsonReporter final : public Reporter {
     tell({{"event", "started"}, {"source", source}, {"output", output}});
   }
 
-  void progress(const Progress& progress) override {
-    Json event{{"event", "progress"},
-               {"source", progress.source},
-               {"row", progress.number},
-               {"rows", progress.count},
-               {"fraction", progress.fraction}};
-    if (progress.speed)
-      event["speed"] = *progress.speed;
-    if (progress.left)
-      event["secondsLeft"] = *progress.left;
-    tell(event);
+  // An event for each clip in hand; speed and time are those of the whole batch.
+  void progress(const BatchProgress& progress) override {
+    for (const BatchProgress::Clip& clip : progress.inHand) {
+      Json event{{"event", "progress"},       {"source", clip.source},
+                 {"row", clip.number},        {"rows", progress.rows},
+                 {"fraction", clip.fraction}, {"batchFraction", progress.fraction}};
+      if (progress.speed)
+        event["speed"] = *progress.speed;
+      if (progress.left)
+        event["secondsLeft"] = *progress.left;
+      tell(event);
+    }
   }
 
   void jobEnded(const JobEnd& end, bool) override {

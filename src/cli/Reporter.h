@@ -14,15 +14,6 @@
 
 namespace tessarin::cli {
 
-struct Progress {
-  std::string source;
-  int number = 0;               // of the row, from 1
-  int count = 0;                // rows of the batch
-  double fraction = 0;          // 0 to 1
-  std::optional<double> speed;  // seconds of movie per second
-  std::optional<double> left;   // seconds
-};
-
 class Reporter {
  public:
   virtual ~Reporter() = default;
@@ -38,7 +29,8 @@ class Reporter {
   // The movie of the row is there already and would stay, for this reason in the user's language.
   virtual void wouldKeep(const Row& row, const std::string& output, const std::string& reason) = 0;
   virtual void jobStarted(const std::string& source, const std::string& output) = 0;
-  virtual void progress(const Progress& progress) = 0;
+  // At least one clip is in hand.
+  virtual void progress(const BatchProgress& progress) = 0;
   // `isFine`: as the user wanted it.
   virtual void jobEnded(const JobEnd& end, bool isFine) = 0;
   // At the end of a batch: sources that were not there any more. Each had its jobEnded().

@@ -59,10 +59,6 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     end();
   });
   app_.driver().jobStarted.connect([this](const std::string& source, const std::string& output) {
-    current_ = source;
-    ++number_;
-    jobStart_ = std::chrono::steady_clock::now();
-    beginProgress(source, output);
     reporter_.jobStarted(source, output);
   });
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
@@ -76,7 +72,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   });
   app_.driver().batchEnded.connect([this] { tellOfRest(); });
   app_.driver().batchEnded.connect([this] { end(); });
-  app_.interface.encoding.bar.changed.connect([this] { showProgress(); });
+  app_.driver().progressed.connect([this] { showProgress(); });
 }
 
 Session::~Session() {
@@ -120,6 +116,8 @@ void Session::applyPreferences() {
 
 void Session::applyOptions() {
   Interface& interface = app_.interface;
+  if (options_.jobs)
+    app_.setJobs(*options_.jobs);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
   if (options_.soft)
@@ -176,11 +174,9 @@ void Session::suspend() {
     app_.interface.encoding.stopBt.select(pauseSegment);
     app_.iba_taskStopBt();
   };
-  const auto start = std::chrono::steady_clock::now();
   pauseOrResume();
   ::raise(SIGSTOP);
   pauseOrResume();
-  jobStart_ += std::chrono::steady_clock::now() - start;
 }
 
 void Session::problem(const std::string& path, const std::string& reason) {
@@ -242,16 +238,14 @@ void Session::analysisFinished() {
 }
 
 void Session::begin() {
-  rows_ = 0;
-  for (int row = 0; row < app_.table().count(); ++row)
-    rows_ += app_.table().isFinished(row) ? 0 : 1;
   if (options_.command == Command::plan) {
     plan();
   } else if (options_.command == Command::prepare) {
     writeBatch();
     end();
   } else {
-    if (rows_ == 0 && start_.batch)
+    const BatchCount count = countRows(app_.table());
+    if (start_.batch && count.converted == app_.table().count())
       reporter_.note(localisationString("nothingToConvert", textTable));
     app_.iba_batchGoBt();
   }
@@ -308,37 +302,13 @@ std::optional<std::string> Session::planRow(const Row& row, const std::string& o
   return std::nullopt;
 }
 
-void Session::beginProgress(const std::string& source, const std::string& output) {
-  const std::string prores = services_.preferences.text(PrefKey::prores);
-  const int row = app_.table().rowOfSource(source);
-  const auto plan =
-      app_.table().has(row) ? planJob(app_.table().row(row), output, prores) : std::nullopt;
-  clipProgress_.start(plan ? commandsOfPlan(*plan, false) : std::vector<Arguments>());
-}
-
 void Session::showProgress() {
-  const ProgressBar& bar = app_.interface.encoding.bar;
   const auto now = std::chrono::steady_clock::now();
-  const double ofStep = bar.maximum() > 0 ? bar.value() / bar.maximum() : 0;
-  clipProgress_.add(ofStep, !app_.driver().measuresSeconds());
-  if (bar.value() <= 0 || bar.maximum() <= 0) {
-    timeLeft_.start(bar.maximum());
-    lastShown_ = {};
-    return;
-  }
-  timeLeft_.add(std::chrono::duration<double>(now - jobStart_).count(), bar.value());
   if (now - lastShown_ < progressInterval)
     return;
   lastShown_ = now;
-  Progress progress;
-  progress.source = current_;
-  progress.number = number_;
-  progress.count = rows_;
-  progress.fraction = clipProgress_.fraction();
-  if (app_.driver().measuresSeconds())
-    progress.speed = timeLeft_.rate();
-  progress.left = timeLeft_.left();
-  reporter_.progress(progress);
+  if (const BatchProgress progress = app_.driver().progress(); !progress.inHand.empty())
+    reporter_.progress(progress);
 }
 
 // What the batch has not come to: sources that were away, and all behind a stop.

@@ -5,12 +5,10 @@
 #include <optional>
 #include <string>
 
-#include "cli/ClipProgress.h"
 #include "cli/Reporter.h"
 #include "cli/options.h"
 #include "core/BatchRecorder.h"
 #include "core/appDelegate.h"
-#include "core/timeLeft.h"
 
 namespace tessarin::cli {
 
@@ -57,7 +55,6 @@ class Session {
   void writeBatch();
   // Reports the plan for the row, or answers why its movie cannot be made.
   std::optional<std::string> planRow(const Row& row, const std::string& output);
-  void beginProgress(const std::string& source, const std::string& output);
   void showProgress();
   void tellOfRest();
   void end();
@@ -69,12 +66,6 @@ class Session {
   bool failed_ = false;
   bool interrupted_ = false;
   bool isKept_ = false;  // of an interrupted run: it can be recovered
-  std::string current_;  // source of the job in hand
-  int number_ = 0;       // jobs so far
-  int rows_ = 0;         // rows to be worked on
-  ClipProgress clipProgress_;
-  TimeLeft timeLeft_;  // of the step in hand
-  std::chrono::steady_clock::time_point jobStart_;
   std::chrono::steady_clock::time_point lastShown_;
   RunLoop::Id next_ = 0;
   // Behind what its signals reach; the recorder follows it to its own end.

@@ -19,13 +19,6 @@ namespace tessarin::cli {
 
 namespace {
 
-std::string minutesAndSeconds(double seconds) {
-  const auto whole = std::llround(seconds);
-  if (whole >= 3600)
-    return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
-  return fmt::format("{}:{:02}", whole / 60, whole % 60);
-}
-
 std::string pictureOf(const Row& row) {
   const SourceInfo& info = row.source;
   if (!info.contains(SourceKey::v0Width))
@@ -67,7 +60,7 @@ class TextReporter final : public Reporter {
     headerShown_ = true;
     const SourceInfo& info = row.source;
     const auto duration = info.number(SourceKey::wDuration);
-    printRow(duration ? minutesAndSeconds(*duration) : "-", pictureOf(row),
+    printRow(duration ? clockText(*duration) : "-", pictureOf(row),
              info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
              textUpTo(info.textOrEmpty(SourceKey::wrapper), ","), printable(row.path()));
     if (movie)
@@ -102,18 +95,35 @@ class TextReporter final : public Reporter {
 
   void jobStarted(const std::string&, const std::string&) override {}
 
-  void progress(const Progress& progress) override {
+  // "[2/3, 40 %] clip.MTS  12 %  3.1x  1:05 left"; of several clips at the same time the names come
+  // last, for they may be long.
+  void progress(const BatchProgress& progress) override {
     if (!showsProgress_)
       return;
-    std::string line =
-        fmt::format("[{}/{}] {}  {:.0f} %", progress.number, progress.count,
-                    printable(fileName(progress.source)), std::min(99.0, progress.fraction * 100));
+    const auto percent = [](double fraction) {
+      return fmt::format("{:.0f} %", std::min(99.0, fraction * 100));
+    };
+    std::string pace;
     if (progress.speed)
-      line += fmt::format("  {:.1f}x", *progress.speed);
+      pace += fmt::format("  {:.1f}x", *progress.speed);
     if (progress.left)
-      line += "  " + localisationString("left", textTable, minutesAndSeconds(*progress.left));
-    line = firstCharacters(line, terminalWidth(STDERR_FILENO) - 1);
-    writeText(stderr, fmt::format("\r{}\033[K", line));
+      pace += "  " + localisationString("left", textTable, clockText(*progress.left));
+    std::string clips;
+    for (const BatchProgress::Clip& clip : progress.inHand)
+      clips += fmt::format("{}{}  {}", clips.empty() ? " " : "  ", printable(fileName(clip.source)),
+                           percent(clip.fraction));
+    const int first = progress.inHand.front().number;
+    const int last = progress.inHand.back().number;
+    std::string place = std::to_string(first);
+    if (last != first)
+      place += fmt::format("-{}", last);
+    place += fmt::format("/{}", progress.rows);
+    if (progress.rows > 1)
+      place += ", " + percent(progress.fraction);
+    const std::string line =
+        fmt::format("[{}]{}", place, last == first ? clips + pace : pace + " " + clips);
+    writeText(stderr,
+              fmt::format("\r{}\033[K", firstCharacters(line, terminalWidth(STDERR_FILENO) - 1)));
     progressShown_ = true;
   }
 

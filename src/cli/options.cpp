@@ -1,5 +1,7 @@
 #include "cli/options.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -11,6 +13,7 @@
 #include "cli/sources.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
+#include "core/appDelegate.h"
 #include "encoding/sizes.h"
 #include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
@@ -107,6 +110,24 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
           },
           help)
       ->type_name(choices(map))
+      ->take_last();
+}
+
+// A number from 1 to mostJobs.
+void addCount(CLI::App& app, const std::string& flag, std::optional<int>& result,
+              const std::string& help) {
+  app.add_option_function<std::string>(
+         flag,
+         [&result, flag](const std::string& word) {
+           const auto number = leadingInteger(word);
+           if (std::to_string(number) != word || number < 1 || number > mostJobs)
+             throw CLI::ValidationError(
+                 flag, localisationString("wrong_choice", textTable, "\"" + word + "\"",
+                                          fmt::format("1..{}", mostJobs)));
+           result = static_cast<int>(number);
+         },
+         help)
+      ->type_name("N")
       ->take_last();
 }
 
@@ -238,6 +259,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
+  addCount(app, "--jobs", options.jobs, localisationString("help_jobs", textTable));
   std::vector<std::string> lists;
   app.add_option("--from", lists, localisationString("help_from", textTable))
       ->type_name("FILE")

@@ -1,5 +1,7 @@
 #include "core/AnalysisJob.h"
 
+#include <fmt/format.h>
+
 #include <filesystem>
 #include <fstream>
 
@@ -24,8 +26,8 @@ namespace {
 // As long as ffmpeg says something it is at work, however large or damaged the source.
 constexpr ToolLimits analysisLimits{{}, std::chrono::minutes(2)};
 
-std::string framePath() {
-  return joinPath(temporaryFolder(), "frame.yuv");
+std::string framePath(int lane) {
+  return joinPath(temporaryFolder(), lane == 0 ? "frame.yuv" : fmt::format("frame{}.yuv", lane));
 }
 
 std::int64_t sizeOf(const std::string& path) {
@@ -36,13 +38,16 @@ std::int64_t sizeOf(const std::string& path) {
 
 }  // namespace
 
-AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, std::function<void(Finding)> ended,
+AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, int lane,
+                         std::function<void(Finding)> ended,
                          std::function<void(const AnalysisJob&)> changed)
     : loop_(loop),
       path_(std::move(path)),
+      lane_(lane),
+      framePath_(framePath(lane)),
       ended_(std::move(ended)),
       changed_(std::move(changed)),
-      examination_(path_, sizeOf(path_), framePath()),
+      examination_(path_, sizeOf(path_), framePath_),
       tool_(loop),
       next_(loop) {}
 
@@ -109,7 +114,7 @@ void AnalysisJob::askForReport() {
   debugFormat("analysisDeb         - begin");
   // A frame left by the source before would give this one its field order.
   if (!temporaryFolder().empty())
-    removeFile(framePath());
+    removeFile(framePath_);
   auto problem = problemOfSource(path_);
   if (!problem && temporaryFolder().empty())
     problem = localisationString("why_noTemporaryFolder");
@@ -129,12 +134,12 @@ void AnalysisJob::askForReport() {
 }
 
 void AnalysisJob::readReport() {
-  auto pictures = readFramePictures(framePath());
+  auto pictures = readFramePictures(framePath_);
   keepFirstPicture(pictures);
   debugFormat("analysisRetainedStr release 1");
   examination_.take(std::exchange(output_, {}), pictures);
   debugFormat("release (ffmpeg3)");
-  removeFile(framePath());
+  removeFile(framePath_);
   if (!isReportOverdue_ && examination_.nextCommand()) {
     go(Step::askForReport);
     return;
@@ -277,7 +282,7 @@ void AnalysisJob::makeThumbnail() {
     go(Step::end);
     return;
   }
-  thumbnail_ = thumbnailPath(temporaryFolder(), path_);
+  thumbnail_ = thumbnailPath(temporaryFolder(), path_, lane_);
   changed_(*this);
   if (writeThumbnail()) {
     go(Step::end);

@@ -25,9 +25,10 @@ class AnalysisJob {
     std::string reason;                // of a source that is none, in the user's language
   };
 
-  // `loop` is borrowed. `ended` is called once, from the loop; it may not destroy the job.
-  // `changed` is called when the job comes to another step or has found out more.
-  AnalysisJob(RunLoop& loop, std::string path, std::function<void(Finding)> ended,
+  // `loop` is borrowed. `lane` is a number that no other job under way has: the files in the
+  // temporary folder are named by it. `ended` is called once, from the loop; it may not destroy the
+  // job. `changed` is called when the job comes to another step or has found out more.
+  AnalysisJob(RunLoop& loop, std::string path, int lane, std::function<void(Finding)> ended,
               std::function<void(const AnalysisJob&)> changed);
   AnalysisJob(const AnalysisJob&) = delete;
   AnalysisJob& operator=(const AnalysisJob&) = delete;
@@ -37,6 +38,7 @@ class AnalysisJob {
   void abandon();
 
   const std::string& path() const { return path_; }
+  int lane() const { return lane_; }
   Step step() const { return step_; }
   const std::string& format() const { return format_; }        // that ffmpeg is told, "" for none
   const std::string& thumbnail() const { return thumbnail_; }  // where it is to be, "" for nowhere
@@ -69,6 +71,8 @@ class AnalysisJob {
 
   RunLoop& loop_;
   std::string path_;
+  int lane_;
+  std::string framePath_;  // of the first pictures
   std::function<void(Finding)> ended_;
   std::function<void(const AnalysisJob&)> changed_;
   Step step_ = Step::askForReport;

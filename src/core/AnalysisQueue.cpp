@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <unordered_set>
+#include <utility>
 
 #include "classShared/log.h"
 #include "core/admittedSources.h"
@@ -72,7 +74,7 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   accepted.emit();
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
-  takeNextSource();
+  goOn();
 }
 
 // The paths that are not in the batch yet, each once: those that are there need no second analysis,
@@ -132,23 +134,43 @@ void AnalysisQueue::iba_analysisStopBt() {
 
 void AnalysisQueue::abandon() {
   next_.clear();
-  if (job_)
-    job_->abandon();
+  for (const Source& source : inHand_)
+    source.job->abandon();
 }
 
 std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
   std::vector<std::string> paths;
-  if (!current_.empty())
-    paths.push_back(current_);
+  for (const Source& source : inHand_)
+    if (!source.isTold)
+      paths.push_back(source.job->path());
   paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
   return paths;
 }
 
 bool AnalysisQueue::hasSourcesWithoutRow() const {
-  return !waiting_.empty() || !current_.empty();
+  return !waiting_.empty() || std::any_of(inHand_.begin(), inHand_.end(),
+                                          [](const Source& source) { return !source.isTold; });
 }
 
 // ---- One source after the other
+
+// Leaves what has been told behind, and takes as many sources as may be analysed now.
+void AnalysisQueue::goOn() {
+  while (!inHand_.empty() && inHand_.front().isTold) {
+    logLine("analysis            - end of current src");
+    inHand_.pop_front();
+  }
+  const auto running = [this] {
+    return std::count_if(inHand_.begin(), inHand_.end(),
+                         [](const Source& source) { return !source.finding; });
+  };
+  while (!waiting_.empty() && running() < mostJobs_)
+    takeNextSource();
+  if (inHand_.empty())
+    end();
+  else
+    showFirst();
+}
 
 void AnalysisQueue::takeNextSource() {
   const std::string next = waiting_.takeFirst();
@@ -157,42 +179,68 @@ void AnalysisQueue::takeNextSource() {
             waiting_.size(), waiting_.empty() ? "none/end" : waiting_.paths().front());
   if (verboseLevel(2))
     debugFormat("reliquat = {}", waiting_.size());
-  current_ = next;
-  mirror_.showAnalysed(next);
+  const int lane = freeLane();
+  inHand_.push_back({std::make_unique<AnalysisJob>(
+      services_.loop, next, lane,
+      [this, lane](AnalysisJob::Finding finding) { sourceEnded(lane, std::move(finding)); },
+      [this](const AnalysisJob& job) {
+        if (inHand_.front().job.get() == &job)
+          mirror_.show(&job);
+      })});
+  inHand_.back().job->start();
+}
+
+// The smallest number that no job under way has.
+int AnalysisQueue::freeLane() const {
+  int lane = 0;
+  while (std::any_of(inHand_.begin(), inHand_.end(),
+                     [lane](const Source& source) { return source.job->lane() == lane; }))
+    ++lane;
+  return lane;
+}
+
+// The source that the others wait for is the one that is shown.
+void AnalysisQueue::showFirst() {
+  const AnalysisJob& job = *inHand_.front().job;
+  mirror_.showAnalysed(job.path());
+  mirror_.show(&job);
   showCaption();
-  job_ = std::make_unique<AnalysisJob>(
-      services_.loop, next,
-      [this](AnalysisJob::Finding finding) { sourceEnded(std::move(finding)); },
-      [this](const AnalysisJob& job) { mirror_.show(&job); });
-  job_->start();
 }
 
 void AnalysisQueue::showCaption() {
   // The last source counts as one that waits: so the caption of the first of three is "0/2" and
   // that of the last "1/2".
-  const std::size_t waiting = waiting_.empty() ? 1 : waiting_.size();
+  const std::size_t waiting = std::max<std::size_t>(1, waiting_.size() + inHand_.size() - 1);
   if (taken_ == 0)
     taken_ = waiting;
   interface_.analysisCaptionStr.setText(fmt::format("{}/{}", taken_ - waiting, taken_));
   debugFormat("analysisCaptionStr  : {}", interface_.analysisCaptionStr.text());
-  debugFormat("batch, c'est parti  : '{}'", current_);
+  debugFormat("batch, c'est parti  : '{}'", inHand_.front().job->path());
 }
 
-void AnalysisQueue::sourceEnded(AnalysisJob::Finding finding) {
-  if (finding.source)
-    appendRow(*std::move(finding.source));
-  else
-    refused.emit(current_, finding.reason);
+void AnalysisQueue::sourceEnded(int lane, AnalysisJob::Finding finding) {
+  const auto ended = std::find_if(inHand_.begin(), inHand_.end(),
+                                  [lane](const Source& each) { return each.job->lane() == lane; });
+  ended->finding = std::move(finding);
+  tellFindings();
   if (stopAsked_)
     return;  // by whoever was told
   // The job that tells this has to be over before it may go.
-  next_.set([this] {
-    logLine("analysis            - end of current src");
-    if (waiting_.empty())
-      end();
+  next_.set([this] { goOn(); });
+}
+
+// In the order of the sources: what comes early waits.
+void AnalysisQueue::tellFindings() {
+  for (Source& source : inHand_) {
+    if (!source.finding || stopAsked_)
+      return;
+    if (std::exchange(source.isTold, true))
+      continue;
+    if (source.finding->source)
+      appendRow(*std::move(source.finding->source));
     else
-      takeNextSource();
-  });
+      refused.emit(source.job->path(), source.finding->reason);
+  }
 }
 
 void AnalysisQueue::appendRow(SourceInfo info) {
@@ -215,8 +263,7 @@ void AnalysisQueue::appendRow(SourceInfo info) {
 
 void AnalysisQueue::end() {
   logLine("analysis stop       : final end");
-  job_.reset();
-  current_.clear();
+  inHand_.clear();
   waiting_.clear();
   taken_ = 0;
   mirror_.showAnalysed("");

@@ -1,7 +1,9 @@
-// Takes sources in and has them analysed, one after the other.
+// Takes sources in and has them analysed, in their order.
 #pragma once
 
+#include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,10 @@ class AnalysisQueue {
   // All are borrowed.
   AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table);
 
+  // How many sources are analysed at the same time, from the next one on; 1 at the start. Rows and
+  // refusals come in the order of the sources all the same.
+  void setJobs(int jobs) { mostJobs_ = jobs; }
+
   // Whether a new set of sources is accepted (OPENPERM): false while a queue is analysed.
   bool isOpenPermitted() const { return openPermitted_; }
   // Has no effect while a queue is analysed, which says itself when it is over.
@@ -30,12 +36,12 @@ class AnalysisQueue {
   void draggedFiles(const std::vector<std::string>& paths);
   // Filters the files, queues what is left and starts the analysis. Links keep their own names.
   void takeSources(std::vector<std::string> paths);
-  // The stop control: the source in hand and those that wait are given up.
+  // The stop control: the sources in hand and those that wait are given up.
   void iba_analysisStopBt();
   // Ends the tools without a word; the queue is of no further use.
   void abandon();
 
-  // The sources that have no row yet: the one in analysis and those that wait, in order.
+  // The sources that have no row yet: those in analysis and those that wait, in order.
   std::vector<std::string> sourcesWithoutRow() const;
   bool hasSourcesWithoutRow() const;
   // How many of them wait; costs the same however many they are.
@@ -54,13 +60,24 @@ class AnalysisQueue {
   Signal<> finished;
 
  private:
+  // A source in hand.
+  struct Source {
+    std::unique_ptr<AnalysisJob> job;
+    std::optional<AnalysisJob::Finding> finding = {};  // once the job is over
+    bool isTold = false;                               // it has become a row, or was refused
+  };
+
   void showBusy();
   void showIdle();
   void allowStart();
   std::vector<std::string> freshOf(const std::vector<std::string>& paths) const;
+  void goOn();
   void takeNextSource();
+  int freeLane() const;
+  void showFirst();
   void showCaption();
-  void sourceEnded(AnalysisJob::Finding finding);
+  void sourceEnded(int lane, AnalysisJob::Finding finding);
+  void tellFindings();
   void appendRow(SourceInfo info);
   void end();
 
@@ -69,8 +86,8 @@ class AnalysisQueue {
   BatchTable& table_;
   StateMirror mirror_;
   WaitingSources waiting_;
-  std::unique_ptr<AnalysisJob> job_;
-  std::string current_;    // the source in hand, "" for none
+  std::deque<Source> inHand_;  // the first one is shown
+  int mostJobs_ = 1;
   std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known
   bool openPermitted_ = true;
   bool isUnderWay_ = false;

@@ -272,7 +272,7 @@ void BatchTable::encBatchRemoveAll(bool isAlertToDisplay) {
 bool BatchTable::removeSelected(bool isAlertToDisplay) {
   if (!has(selectedRow_))
     return true;
-  if (selectedRow_ == encBatchInprogressRowIdentification()) {
+  if (isInProgress(selectedRow_)) {
     logLine("batchRemoval… single: removal not available for the currently source in progress ;-)");
     if (isAlertToDisplay)
       services_.alerts.show({localisationString("D_batch_1"), ""});
@@ -303,14 +303,18 @@ void BatchTable::removeAllButCurrent() {
   debugFormat("srcInProgressIndexIn= {}", srcInProgressIndexInt);
   // From the end, so that no row has to be renumbered twice.
   for (int row = count() - 1; row >= 0; --row)
-    if (row != srcInProgressIndexInt) {
+    if (!isInProgress(row)) {
       debugFormat("remove single index # {}", row);
       removeRow(row);
     }
 }
 
 int BatchTable::encBatchInprogressRowIdentification() const {
-  return inProgress_.empty() ? -1 : rowOfSource(inProgress_);
+  return inProgress_.empty() ? -1 : rowOfSource(inProgress_.front());
+}
+
+bool BatchTable::isInProgress(int row) const {
+  return std::find(inProgress_.begin(), inProgress_.end(), sourcePath(row)) != inProgress_.end();
 }
 
 }  // namespace tessarin

@@ -81,16 +81,18 @@ class BatchTable {
   int selectedRow() const { return selectedRow_; }
   void select(int row);
 
-  // Removes the selected row, or all rows, but never the one in progress. `finished` is told
+  // Removes the selected row, or all rows, but never those in progress. `finished` is told
   // whether the removal went ahead; with the alert it is called after the user's answer.
   void batchRemoval(bool single, bool isAlertToDisplay, std::function<void(bool)> finished);
   void encBatchRemove(bool isAlertToDisplay);
   void encBatchRemoveAll(bool isAlertToDisplay);
 
-  // Index of the row being encoded, -1 when no batch runs.
+  // Index of the row being encoded, the first that was begun of several; -1 when no batch runs.
   int encBatchInprogressRowIdentification() const;
-  // Says which source that is, "" for none.
-  void setInProgress(const std::string& source) { inProgress_ = source; }
+  bool isInProgress(int row) const;
+  int inProgressCount() const { return static_cast<int>(inProgress_.size()); }
+  // Says which sources those are, in the order in which they were begun.
+  void setInProgress(std::vector<std::string> sources) { inProgress_ = std::move(sources); }
 
  private:
   std::string possibleWith(int row, const std::optional<Choice>& choice) const;
@@ -107,7 +109,7 @@ class BatchTable {
   std::vector<std::uint64_t> ids_;  // of each row
   std::uint64_t nextId_ = 0;
   std::unordered_map<std::string, std::uint64_t> idOfPath_;
-  std::string inProgress_;
+  std::vector<std::string> inProgress_;
   int selectedRow_ = -1;
 };
 

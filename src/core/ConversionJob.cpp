@@ -59,8 +59,11 @@ ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
       begin_(std::chrono::steady_clock::now()),
       tool_(services.loop),
       next_(services.loop) {
-  tool_.progressed.connect(
-      [this](const ToolProgress& progress) { host_.toolProgressed(progress); });
+  tool_.progressed.connect([this](const ToolProgress& progress) {
+    if (looking_ == Looking::atNothing && progress.maximum > 0)
+      progress_.add(progress.value / progress.maximum);
+    host_.toolProgressed(*this, progress);
+  });
   tool_.measured.connect([this](const Dico& values) {
     measured_.merge(values);
     host_.changed(*this);
@@ -155,6 +158,7 @@ void ConversionJob::prepare() {
     fail(localisationString("why_noCommand"));
     return;
   }
+  progress_ = ClipProgress(*plan_);
   host_.changed(*this);
   if (hasRoom() && !outcome_)
     askForPlace();
@@ -296,12 +300,15 @@ void ConversionJob::startTool(const Arguments& command, ParseMode parseMode, dou
   start.output = work_;
   if (looking_ == Looking::atPackets)
     start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
+  if (looking_ == Looking::atNothing)
+    progress_.begin();
   host_.toolBegins(
+      *this,
       localisationString(looking_ == Looking::atNothing ? "D_action_encode" : "D_action_check", "",
                          fileName(start.source)),
       maximum);
   if (const auto started = tool_.start(std::move(start)); !started) {
-    host_.toolEnded();
+    host_.toolEnded(*this);
     fail(started.reason());
   }
 }
@@ -315,7 +322,7 @@ ConversionJob::Step ConversionJob::stepBehindTool() const {
 }
 
 void ConversionJob::toolEnded(const ToolEnd& end) {
-  host_.toolEnded();
+  host_.toolEnded(*this);
   if (outcome_) {
     go(Step::end);
     return;
@@ -408,7 +415,7 @@ void ConversionJob::end() {
     writeReadMe(end);
   folder_.remove();
   isOver_ = true;
-  host_.ended(end);
+  host_.ended(*this, end);
 }
 
 // Gives the movie its name, or the next one when something that is not to be replaced has come to

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "core/BatchProgress.h"
 #include "core/CoreServices.h"
 #include "core/JobTool.h"
 #include "core/LaterStep.h"
@@ -81,11 +82,12 @@ class ConversionJob {
     // The name for a movie whose own is taken meanwhile.
     virtual std::string otherOutput(const std::string& output) = 0;
     // A tool begins, whose work is called so; is so far; is gone.
-    virtual void toolBegins(const std::string& action, double maximum) = 0;
-    virtual void toolProgressed(const ToolProgress& progress) = 0;
-    virtual void toolEnded() = 0;
+    virtual void toolBegins(const ConversionJob& job, const std::string& action,
+                            double maximum) = 0;
+    virtual void toolProgressed(const ConversionJob& job, const ToolProgress& progress) = 0;
+    virtual void toolEnded(const ConversionJob& job) = 0;
     // The job is over, and nothing more comes of it.
-    virtual void ended(const JobEnd& end) = 0;
+    virtual void ended(const ConversionJob& job, const JobEnd& end) = 0;
 
    protected:
     ~Host() = default;
@@ -102,7 +104,6 @@ class ConversionJob {
   // Its tool, until it is resumed.
   void suspend() { tool_.suspend(); }
   void resume() { tool_.resume(); }
-  bool isSuspended() const { return tool_.isSuspended(); }
   // No further step is taken until it is released.
   void hold() { next_.hold(); }
   void release() { next_.release(); }
@@ -116,8 +117,9 @@ class ConversionJob {
   bool isInStep() const { return isInStep_; }
   bool isOver() const { return isOver_; }
   bool hasTool() const { return tool_.isRunning(); }
-  // Whether its last tool is the export's, which counts per cent.
-  bool isExporting() const { return isExporting_; }
+  // How far it is, 0 to 1; the movie that it makes is this long, in seconds, 0: not known.
+  double fraction() const { return progress_.fraction(); }
+  double movieSeconds() const { return plan_ ? plan_->seconds : 0; }
   // All that is known of it, as it is shown to others.
   Dico record() const;
 
@@ -173,6 +175,7 @@ class ConversionJob {
 
   enum class Looking { atNothing, atPackets, atBytes };
   Looking looking_ = Looking::atNothing;
+  ClipProgress progress_;
   RunTroubles troubles_;  // of the first tool, which reads the source
   PacketMeter meter_;
   MovieIndex movie_;

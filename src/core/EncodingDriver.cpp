@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/batchSummary.h"
@@ -17,12 +20,17 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
       interface_(interface),
       table_(table),
       mirror_(services.preferences),
-      next_(services.loop) {}
+      next_(services.loop) {
+  const auto recount = [this](int) { isWaitingCounted_ = false; };
+  table_.rowAppended.connect(recount);
+  table_.rowChanged.connect(recount);
+  table_.rowRemoved.connect(recount);
+}
 
 void EncodingDriver::abandon() {
   next_.clear();
-  if (job_)
-    job_->abandon();
+  for (const InHand& each : inHand_)
+    each.job->abandon();
 }
 
 // ---- Starting, pausing, stopping
@@ -92,13 +100,21 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   interface_.batchReport.setText("");
   stopAsked_ = false;
   isAsking_ = false;
+  questions_.clear();
+  ++batch_;
   batchTroubles_ = {};
+  ended_ = 0;
+  endedWork_ = endedSeconds_ = 0;
+  isWaitingCounted_ = false;
+  workPace_ = moviePace_ = {};
+  clock_.start(std::chrono::steady_clock::now());
   outputNames_.clear();
   removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
       outputNames_[table_.row(row).movie] = table_.sourcePath(row);
-  setCurrent("");
+  last_.clear();
+  mirror_.showEncoded("");
   clashes_.clear();
   search_.reset();
   // Whoever has answered for all movies is not asked.
@@ -124,10 +140,9 @@ void EncodingDriver::askAboutClashes(const std::vector<std::string>& movies) {
   logFormat("existing movies     ? {}", movies.size());
   clashes_.insert(movies.begin(), movies.end());
   isAsking_ = true;
-  const unsigned question = ++questions_;
-  services_.alerts.show(clashQuestion(movies), [this, question](AlertAnswer reply) {
+  services_.alerts.show(clashQuestion(movies), [this, batch = batch_](AlertAnswer reply) {
     // The batch may have been stopped meanwhile, and another begun.
-    if (question != questions_ || !std::exchange(isAsking_, false) || !isBatchRunning())
+    if (batch != batch_ || !std::exchange(isAsking_, false) || !isBatchRunning())
       return;
     logFormat("existing movies     = {}", reply.button);
     mayReplaceClashes_ = reply.button == replaceAnswer;
@@ -156,20 +171,26 @@ void EncodingDriver::iba_taskStopBt() {
 
 void EncodingDriver::pause() {
   logLine("process             : suspend");
-  if (!job_ || !job_->hasTool())
-    return;
   TextField& action = interface_.encoding.action;
   actionBeforePause_ = action.text();
   action.setText(localisationString("D_action_pause"));
-  job_->suspend();
+  next_.hold();
+  for (const InHand& each : inHand_) {
+    each.job->hold();
+    each.job->suspend();
+  }
+  clock_.pause(std::chrono::steady_clock::now());
 }
 
 void EncodingDriver::resume() {
   logLine("process             : resume");
-  if (!job_ || !job_->hasTool())
-    return;
   interface_.encoding.action.setText(actionBeforePause_);
-  job_->resume();
+  clock_.resume(std::chrono::steady_clock::now());
+  for (const InHand& each : inHand_) {
+    each.job->resume();
+    each.job->release();
+  }
+  next_.release();
 }
 
 void EncodingDriver::showPause(bool isPaused) {
@@ -192,31 +213,30 @@ void EncodingDriver::stop() {
   showPause(false);
   interface_.encoding.stopBt.select(-1);
   interface_.batchReport.setText(localisationString("D_action_stop"));
-  if (!job_ || job_->isOver()) {  // between two rows
+  questions_.clear();
+  if (!shown()) {  // between two rows
     goOn();
     return;
   }
   interface_.encoding.action.setText("");
-  logFormat("sender stop         : btStop (analysis={:d} || enc={:d})", isAnalysing,
-            job_->hasTool());
-  job_->stop();
+  logFormat("sender stop         : btStop (analysis={:d} || enc={:d})", isAnalysing, hasTool());
+  for (const InHand& each : inHand_)
+    if (!each.job->isOver())
+      each.job->stop();
 }
 
 void EncodingDriver::suspendForAnalysis() {
   if (suspendedForAnalysis_)
     return;
   // A pause of the user's own outlasts the analysis, and cannot be ended during it.
-  if (job_ && job_->isSuspended()) {
+  if (isPaused_) {
     interface_.encoding.stopBt.setEnabled(false);
     isPauseHeld_ = true;
     return;
   }
   suspendedForAnalysis_ = true;
-  next_.hold();
-  if (job_)
-    job_->hold();
   SegmentedControl& control = interface_.encoding.stopBt;
-  if (control.count() >= 2 && !isPaused_) {
+  if (control.count() >= 2) {
     control.setEnabled(false);
     control.select(pauseSegment);
     iba_taskStopBt();
@@ -237,31 +257,26 @@ void EncodingDriver::resumeAfterAnalysis() {
     control.select(-1);
   } else {
     resume();
+    showPause(false);
   }
-  if (job_)
-    job_->release();
-  next_.release();
 }
 
 // ---- One row after the other
 
 void EncodingDriver::goOn() {
-  next_.set([this] { nextJob(); });
+  next_.set([this] { nextJobs(); });
 }
 
-// The source that is worked on, or was last.
-void EncodingDriver::setCurrent(const std::string& source) {
-  last_ = source;
-  table_.setInProgress(source);
-  mirror_.showEncoded(source);
-}
-
-void EncodingDriver::nextJob() {
+// Leaves the jobs that are over behind, and begins as many as may run.
+void EncodingDriver::nextJobs() {
   logFormat("enc                 : {} - begin", "encBatch");
-  job_.reset();
+  std::erase_if(inHand_, [](const InHand& each) { return each.job->isOver(); });
+  showInHand();
   if (!isBatchRunning())
     return;
   if (stopAsked_) {
+    if (!inHand_.empty())
+      return;
     logLine("enc stop            = 1");
     mirror_.showEncoded(cancelled);
     endOfBatch();
@@ -271,31 +286,54 @@ void EncodingDriver::nextJob() {
     lookForClashes();
     return;
   }
-  int row = nextRow();
-  if (!last_.empty())
-    debugFormat("batch, c'est parti  : suivantes…");
-  while (table_.has(row) && !isWanted(row))
-    ++row;
-  if (row >= table_.count()) {
-    endOfBatch();
-    return;
+  while (static_cast<int>(inHand_.size()) < mostJobs_ && !isAsking_) {
+    int row = nextRow();
+    if (!last_.empty())
+      debugFormat("batch, c'est parti  : suivantes…");
+    while (table_.has(row) && !isWanted(row))
+      ++row;
+    if (row >= table_.count()) {
+      if (inHand_.empty())
+        endOfBatch();
+      return;
+    }
+    if (!takeRow(row))
+      return;
   }
+}
+
+// Begins the row's job. False when its source is not there, and something else is done first.
+bool EncodingDriver::takeRow(int row) {
   debugFormat("new indexBatchInt   # {}", row);
   if (verboseLevel(2))
     debugFormat("reste {} src(s)", table_.count() - row);
-  if (pathExists(table_.sourcePath(row)))
+  if (pathExists(table_.sourcePath(row))) {
     startRow(row);
-  else if (const auto folder = goneFolder(table_, row))
+    return true;
+  }
+  if (const auto folder = goneFolder(table_, row))
     askForFolder(*folder);
   else
     leaveOut({row});
+  return false;
+}
+
+// Tells the table, and the world outside, which sources are being worked on.
+void EncodingDriver::showInHand() {
+  std::vector<std::string> sources;
+  for (const InHand& each : inHand_)
+    sources.push_back(each.job->row().path());
+  if (!sources.empty())
+    mirror_.showEncoded(sources.front());
+  table_.setInProgress(std::move(sources));
 }
 
 bool EncodingDriver::isWanted(int row) const {
-  return !table_.isFinished(row) && (!only_ || only_->contains(table_.sourcePath(row)));
+  return table_.row(row).mark == RowMark::waiting &&
+         (!only_ || only_->contains(table_.sourcePath(row)));
 }
 
-// The row behind the one that was worked on last.
+// The row behind the one that was begun last.
 int EncodingDriver::nextRow() const {
   return last_.empty() ? 0 : table_.rowOfSource(last_) + 1;
 }
@@ -303,7 +341,7 @@ int EncodingDriver::nextRow() const {
 void EncodingDriver::startRow(int row) {
   table_.mark(row, RowMark::current);
   const Row& entry = table_.row(row);
-  setCurrent(entry.path());
+  last_ = entry.path();
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
@@ -315,9 +353,11 @@ void EncodingDriver::startRow(int row) {
     order.format = interface_.editingSoft.segments()[segment].label;
   order.isOnSource = table_.isSourceFile(order.output);
   ConversionJob::Host& host = *this;
-  job_ = std::make_unique<ConversionJob>(services_, host, std::move(order));
+  inHand_.push_back({std::make_unique<ConversionJob>(services_, host, std::move(order)),
+                     workOf(table_.row(row)), ended_ + static_cast<int>(inHand_.size()) + 1});
+  showInHand();
   debugFormat("processEncDico      - write encDeb ? {}", 1);
-  job_->start();
+  inHand_.back().job->start();
 }
 
 // Nothing vanishes from the list while the user may bring the folder back.
@@ -326,11 +366,10 @@ void EncodingDriver::askForFolder(const std::string& folder) {
   logFormat("folder is away      ? {} ({})", folder, clips);
   interface_.encoding.action.setText(localisationString("D_action_pause"));
   isAsking_ = true;
-  const unsigned question = ++questions_;
   services_.alerts.show(
-      goneFolderQuestion(folder, clips), [this, question, folder](AlertAnswer reply) {
+      goneFolderQuestion(folder, clips), [this, batch = batch_, folder](AlertAnswer reply) {
         // The batch may have been stopped meanwhile, and another begun.
-        if (question != questions_ || !std::exchange(isAsking_, false) || !isBatchRunning())
+        if (batch != batch_ || !std::exchange(isAsking_, false) || !isBatchRunning())
           return;
         logFormat("folder is away      = {}", reply.button);
         interface_.encoding.action.setText("");
@@ -350,9 +389,9 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
   for (const int row : rows)
     paths.push_back(table_.sourcePath(row));
   if (!rows.empty())
-    setCurrent(rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : "");
-  if (last_.empty())
-    mirror_.showEncoded(beforeFirstRow);
+    last_ = rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : "";
+  if (inHand_.empty())
+    mirror_.showEncoded(last_.empty() ? beforeFirstRow : last_);
   // From the end: a removal moves the rows behind it.
   for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
     table_.select(*row);
@@ -384,7 +423,9 @@ void EncodingDriver::endOfBatch() {
   interface_.batchGoBt.setState(0);
   interface_.batchGoBt.setEnabled(table_.count() > 0);
   interface_.encoding.action.setText("");
-  setCurrent("");
+  interface_.encoding.left.setText("");
+  last_.clear();
+  mirror_.showEncoded("");
   services_.preferences.prefRemove(StateKey::replaceFiles);
   tellOfEnd();
   // Whoever stops a batch is not interrupted, and a folder without a new movie has nothing to show.
@@ -408,131 +449,6 @@ void EncodingDriver::tellOfEnd() {
        {},
        "",
        batchTroubles_.isEmpty() ? Alert::Style::information : Alert::Style::warning});
-}
-
-// ---- What jobs tell and ask
-
-void EncodingDriver::begins(const ConversionJob& job) {
-  jobStarted.emit(job.row().path(), job.output());
-}
-
-void EncodingDriver::changed(const ConversionJob& job) {
-  mirror_.show(&job);
-}
-
-void EncodingDriver::takesStep(const ConversionJob& job) {
-  mirror_.take(job);
-}
-
-void EncodingDriver::mayReplace(const std::string& output, std::function<void(bool)> answered) {
-  const std::string stored = services_.preferences.prefReadString(StateKey::replaceFiles);
-  if (!stored.empty()) {
-    logFormat("replaceFilesStr     : {}", stored);
-    answered(stored == answerReplace);
-    return;
-  }
-  if (clashes_.contains(output)) {
-    answered(mayReplaceClashes_);
-    return;
-  }
-  debugFormat("pre-choix user      : no");
-  const unsigned question = ++questions_;
-  services_.alerts.show({localisationString("D_go_dossier_destination4Bis", "", fileName(output)),
-                         output,
-                         {localisationString("D_keep"), localisationString("D_replace")},
-                         localisationString("D_applyToAll"),
-                         Alert::Style::warning},
-                        [this, question, answered](AlertAnswer reply) {
-                          // While the question was open the batch may have been stopped, and
-                          // another begun.
-                          if (question != questions_ || stopAsked_ || !isBatchRunning())
-                            return;
-                          debugFormat("pre-choix user      : yes");
-                          const bool replace = reply.button == 1;
-                          if (reply.checked)
-                            services_.preferences.prefWrite(StateKey::replaceFiles,
-                                                            replace ? answerReplace : answerKeep);
-                          answered(replace);
-                        });
-}
-
-void EncodingDriver::makesFolder(const std::string& source, const std::string& folder) {
-  folderBegins.emit(source, folder);
-}
-
-void EncodingDriver::hasMovie(const FinishedMovie& movie) {
-  movieFinished.emit(movie);
-}
-
-std::string EncodingDriver::otherOutput(const std::string& output) {
-  return otherOutputPath(output, outputNames_);
-}
-
-// The controls that a task uses, in the log.
-void EncodingDriver::logControls(const char* when) const {
-  const TaskControls& controls = interface_.encoding;
-  debugFormat(
-      "{} progressId={}, progressWheelId={}, progressPercentId={}, stopBtId={}, prevTime={}", when,
-      fmt::ptr(&controls.bar), fmt::ptr(&controls.wheel), fmt::ptr(&controls.percent),
-      fmt::ptr(&controls.stopBt), controls.bar.value());
-}
-
-void EncodingDriver::toolBegins(const std::string& action, double maximum) {
-  TaskControls& controls = interface_.encoding;
-  debugFormat("4 progressId={}", fmt::ptr(&controls.bar));
-  debugFormat("5 progressWheelId={}", fmt::ptr(&controls.wheel));
-  debugFormat("7 progressPercentId={}", fmt::ptr(&controls.percent));
-  debugFormat("8 stopBtId={}", fmt::ptr(&controls.stopBt));
-  showPause(false);
-  controls.stopBt.select(-1);
-  controls.action.setText(action);
-  actionBeforePause_.clear();
-  controls.bar.setValue(0);
-  controls.bar.setMaximum(maximum);
-  controls.bar.setIndeterminate(maximum <= 0);
-  controls.stopBt.setHidden(false);
-  controls.stopBt.setEnabled(true);
-}
-
-void EncodingDriver::toolProgressed(const ToolProgress& progress) {
-  TaskControls& controls = interface_.encoding;
-  controls.wheel.setTurning(progress.isTurning);
-  controls.percent.setText(progress.percent);
-  controls.bar.setIndeterminate(progress.isIndeterminate);
-  controls.bar.setValue(progress.value);
-}
-
-void EncodingDriver::toolEnded() {
-  TaskControls& controls = interface_.encoding;
-  logControls("pre  pre ");
-  controls.bar.setValue(0);
-  controls.bar.setIndeterminate(false);
-  controls.percent.setText("");
-  controls.wheel.setTurning(false);
-  controls.stopBt.setHidden(true);
-  controls.stopBt.setEnabled(false);
-  logControls("post post");
-}
-
-void EncodingDriver::ended(const JobEnd& end) {
-  debugFormat("RESET GUI…");
-  interface_.encoding.action.setText("");
-  const bool isGood = end.kind == JobEnd::Kind::converted ||
-                      (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
-  if (const int row = table_.rowOfSource(end.source); table_.has(row)) {
-    if (isGood) {
-      table_.set(row, &Row::movie, end.output);
-      table_.set(row, &Row::isKept, end.kind == JobEnd::Kind::kept);
-    }
-    table_.mark(row, isGood ? RowMark::success : RowMark::failure);
-  }
-  if (end.kind == JobEnd::Kind::converted && !end.reason.empty())
-    batchTroubles_.damaged.push_back(end.source);
-  debugFormat("…RAZ GUI done");
-  mirror_.show(static_cast<const ConversionJob*>(nullptr));
-  logFormat("enc > encFin        : {} - end (pre-[self encSend:@encBatch])", end.source);
-  jobEnded.emit(end);
-  goOn();
 }
 
 }  // namespace tessarin

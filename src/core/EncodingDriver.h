@@ -1,6 +1,7 @@
-// Works through the rows of the batch: decides which is next, and has its job done.
+// Works through the rows of the batch: decides which are next, and has their jobs done.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "core/BatchProgress.h"
 #include "core/BatchTable.h"
 #include "core/ConversionJob.h"
 #include "core/LaterStep.h"
@@ -30,6 +32,8 @@ class EncodingDriver final : private ConversionJob::Host {
   Signal<const std::string&, const std::string&> folderBegins;
   Signal<const FinishedMovie&> movieFinished;
   Signal<const JobEnd&> jobEnded;
+  // progress() has changed.
+  Signal<> progressed;
   // The batch cannot start, for this reason in the user's language.
   Signal<const std::string&> batchRefused;
   // Every row has been worked on, or the user stopped the batch.
@@ -41,8 +45,11 @@ class EncodingDriver final : private ConversionJob::Host {
   // Whether the user stopped the batch that ended last.
   bool wasStopped() const { return wasStopped_; }
 
-  // Whether the progress bar counts seconds of the movie; an export counts per cent.
-  bool measuresSeconds() const { return !job_ || !job_->isExporting(); }
+  // Of the batch that runs; of none all is 0.
+  BatchProgress progress() const;
+  // How many rows are converted at the same time, from the next one on; 1 at the start. The
+  // controls show the job that was begun first of those under way.
+  void setJobs(int jobs) { mostJobs_ = jobs; }
 
   // The user's start: asks once about all movies that are there already, then works on the rows
   // that are not finished (BatchTable::isFinished), those that failed before and those that come
@@ -51,7 +58,8 @@ class EncodingDriver final : private ConversionJob::Host {
   void iba_batchGoBt();
   // Works on these rows only, those that are finished too.
   void convertRows(const std::vector<int>& rows);
-  // Pauses, resumes or stops, by the selected segment of the stop control.
+  // Pauses, resumes or stops all jobs, by the selected segment of the stop control. While they are
+  // paused none is begun.
   void iba_taskStopBt();
   // The stop of iba_taskStopBt, whatever the control shows.
   void stop();
@@ -64,13 +72,28 @@ class EncodingDriver final : private ConversionJob::Host {
   void resumeAfterAnalysis();
 
  private:
+  // A job under way, and what is to be shown of it.
+  struct InHand {
+    std::unique_ptr<ConversionJob> job;
+    double work = 0;  // workOf() its row
+    int number = 0;   // from 1 in every batch
+    std::string action = {};
+    ToolProgress tool = {};
+  };
+  // A job that asks whether a movie may be replaced.
+  struct Question {
+    std::string output;
+    std::function<void(bool)> answered;
+  };
+
   bool mayBegin();
   void offerFolder(const FolderRefusal& refusal);
   void begin(const std::vector<int>& rows);
   void lookForClashes();
   void askAboutClashes(const std::vector<std::string>& movies);
   void goOn();
-  void nextJob();
+  void nextJobs();
+  bool takeRow(int row);
   bool isWanted(int row) const;
   int nextRow() const;
   void startRow(int row);
@@ -78,13 +101,21 @@ class EncodingDriver final : private ConversionJob::Host {
   void leaveOut(const std::vector<int>& rows);
   void endOfBatch();
   void tellOfEnd();
-  void setCurrent(const std::string& source);
+  void showInHand();
+  void askNextQuestion();
 
-  // Of the tool that runs.
   void pause();
   void resume();
   void showPause(bool isPaused);
   void logControls(const char* when) const;
+
+  const InHand* shown() const;
+  bool isShown(const ConversionJob& job) const;
+  InHand& entryOf(const ConversionJob& job);
+  bool hasTool() const;
+  void showTool();
+  void countWaiting() const;
+  void tellProgress();
 
   void begins(const ConversionJob& job) override;
   void changed(const ConversionJob& job) override;
@@ -93,10 +124,10 @@ class EncodingDriver final : private ConversionJob::Host {
   void makesFolder(const std::string& source, const std::string& folder) override;
   void hasMovie(const FinishedMovie& movie) override;
   std::string otherOutput(const std::string& output) override;
-  void toolBegins(const std::string& action, double maximum) override;
-  void toolProgressed(const ToolProgress& progress) override;
-  void toolEnded() override;
-  void ended(const JobEnd& end) override;
+  void toolBegins(const ConversionJob& job, const std::string& action, double maximum) override;
+  void toolProgressed(const ConversionJob& job, const ToolProgress& progress) override;
+  void toolEnded(const ConversionJob& job) override;
+  void ended(const ConversionJob& job, const JobEnd& end) override;
 
   CoreServices& services_;
   Interface& interface_;
@@ -105,7 +136,7 @@ class EncodingDriver final : private ConversionJob::Host {
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
-  std::string last_;        // the source that was worked on last or is now; "" before the first
+  std::string last_;        // the source that was begun last; "" before the first
   bool stopAsked_ = false;  // encStopInt
   bool wasStopped_ = false;
   bool suspendedForAnalysis_ = false;
@@ -113,11 +144,24 @@ class EncodingDriver final : private ConversionJob::Host {
   bool isPauseHeld_ = false;  // the user's, during an analysis
   std::string actionBeforePause_;
   bool isAsking_ = false;              // for a folder or clashes; the batch waits for the answer
-  unsigned questions_ = 0;             // tells a late answer from one to the open question
   std::optional<ClashSearch> search_;  // before the first row
   std::set<std::string> clashes_;      // that the user was asked about at the start
   bool mayReplaceClashes_ = false;     // his answer
-  std::unique_ptr<ConversionJob> job_;
+  std::deque<Question> questions_;     // the first one is open
+  unsigned batch_ = 0;                 // tells an answer to an earlier batch's question from others
+  int mostJobs_ = 1;
+  std::vector<InHand> inHand_;  // in the order in which they were begun
+
+  // Of the progress: what is over, in workOf() and in seconds of movies, and what waits.
+  int ended_ = 0;
+  double endedWork_ = 0;
+  double endedSeconds_ = 0;
+  mutable bool isWaitingCounted_ = false;
+  mutable int waitingRows_ = 0;
+  mutable double waitingWork_ = 0;
+  StopWatch clock_;
+  Pace workPace_;
+  Pace moviePace_;
   LaterStep next_;
 };
 

@@ -113,6 +113,11 @@ appDelegate::appDelegate(CoreServices services)
   listFlavours();
 }
 
+void appDelegate::setJobs(int jobs) {
+  queue_.setJobs(jobs);
+  driver_.setJobs(jobs);
+}
+
 appDelegate::~appDelegate() {
   services_.loop.cancel(openFiles_);
 }

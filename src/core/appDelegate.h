@@ -17,6 +17,9 @@ namespace tessarin {
 // What applying the choices does about a destination that is not there.
 enum class DestinationFolder { made, leftAlone };
 
+// More clips than this are not worked on at the same time.
+inline constexpr int mostJobs = 64;
+
 class appDelegate {
  public:
   explicit appDelegate(CoreServices services);
@@ -25,6 +28,9 @@ class appDelegate {
   appDelegate& operator=(const appDelegate&) = delete;
 
   Interface interface;
+
+  // How many clips are analysed and converted at the same time, from the next one on.
+  void setJobs(int jobs);
 
   BatchTable& table() { return table_; }
   AnalysisQueue& queue() { return queue_; }

@@ -79,12 +79,12 @@ Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
   return command;
 }
 
-std::string thumbnailPath(const std::string& folder, const std::string& source) {
+std::string thumbnailPath(const std::string& folder, const std::string& source, int lane) {
   std::string name = withoutExtension(trimPathStr(fileName(source), longestThumbnailName));
   // ffmpeg would take a percent sign in the name of a picture for a counter.
   name = replaceAll(name, "%", "_");
   std::string plain = joinPath(folder, name + ".jpg");
-  if (!name.empty() && !pathExists(plain))
+  if (lane == 0 && !name.empty() && !pathExists(plain))
     return plain;
   std::random_device random;
   return fmt::format("{}_{}.jpg", withoutExtension(plain), random());

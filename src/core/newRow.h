@@ -25,8 +25,9 @@ int thumbnailHeight(const SourceInfo& info);
 Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
                            const std::string& thumbnail, bool keyFramesOnly);
 
-// A path in `folder` for the thumbnail of the source that does not exist yet.
-std::string thumbnailPath(const std::string& folder, const std::string& source);
+// A path in `folder` for the thumbnail of the source that does not exist yet, nor will for a source
+// of the same name that is analysed at the same time in another lane (AnalysisJob).
+std::string thumbnailPath(const std::string& folder, const std::string& source, int lane = 0);
 
 // Pictures or fields a second as a row shows them: whole, half up.
 int shownRate(const SourceInfo& info);

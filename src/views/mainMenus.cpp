@@ -88,9 +88,8 @@ void MainWindow::makeBatchMenu() {
   const auto showRemovals = [held, this, remove, removeAll] {
     if (!held)
       return;
-    // The row in progress is never removed.
-    const bool isBusy = app_.table().encBatchInprogressRowIdentification() >= 0;
-    const bool areSome = app_.table().count() > (isBusy ? 1 : 0);
+    // Rows in progress are never removed.
+    const bool areSome = app_.table().count() > app_.table().inProgressCount();
     remove->setEnabled(areSome);
     removeAll->setEnabled(areSome);
   };

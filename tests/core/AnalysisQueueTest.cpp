@@ -173,6 +173,33 @@ TEST_F(AnalysisQueueTest, StopGivesUpTheRest) {
   EXPECT_EQ(app.table().count(), 1);
 }
 
+TEST_F(AnalysisQueueTest, SeveralAtATimeComeInTheirOrder) {
+  app.setJobs(3);
+  std::vector<std::string> paths;
+  std::vector<std::string> told;
+  app.queue().rowReady.connect([&](int row) { told.push_back(app.table().sourcePath(row)); });
+  app.queue().refused.connect(
+      [&](const std::string& path, const std::string&) { told.push_back(path); });
+  for (const char* card : {"a", "b", "c", "d"}) {
+    std::filesystem::create_directory(folder.file(card));
+    paths.push_back(folder.file(std::string(card) + "/00000.mts"));
+  }
+  ASSERT_TRUE(test::makeInterlacedClip(paths[0]));
+  std::filesystem::copy_file(paths[0], paths[2]);
+  std::filesystem::copy_file(paths[0], paths[3]);
+  folder.write("b/00000.mts", "no movie");  // is over long before the first
+  analyse(paths);
+  EXPECT_EQ(told, paths);
+  ASSERT_EQ(app.table().count(), 3);
+  std::set<std::string> thumbnails;
+  for (int row = 0; row < 3; ++row) {
+    thumbnails.insert(app.table().row(row).thumbnail());
+    EXPECT_TRUE(pathExists(app.table().row(row).thumbnail()));
+    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), "TFF");
+  }
+  EXPECT_EQ(thumbnails.size(), 3u);
+}
+
 TEST_F(AnalysisQueueTest, FilesHandedOverDuringAnAnalysisWaitForItsEnd) {
   app.draggedFiles({folder.write("1.mts", "no movie")});
   app.applicationOpenFiles({folder.write("2.mts", "no movie")});

@@ -48,7 +48,7 @@ TEST_F(BatchTableTest, ARemovedRowLeavesTheOthersInOrder) {
 
 TEST_F(BatchTableTest, TheRowInProgressIsNeverRemoved) {
   rows(3);
-  table.setInProgress("/card/2.mts");
+  table.setInProgress({"/card/2.mts"});
   table.select(1);
   table.encBatchRemove(true);
   ASSERT_EQ(alerts.shown.size(), 1u);

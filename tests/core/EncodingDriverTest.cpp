@@ -128,6 +128,56 @@ TEST_F(EncodingDriverTest, ABatchLeavesFinishedRowsAndTheirMoviesAlone) {
   EXPECT_EQ(fileName(ended[1].source), "2.mts");
 }
 
+TEST_F(EncodingDriverTest, SeveralRowsAtATimeAreOneBatch) {
+  clips(4);
+  folder.write("movies/Tessarin/1.mov", "a movie of the user's");
+  folder.write("movies/Tessarin/2.mov", "another");
+  alerts.answers = {{replaceAnswer}};
+  app.setJobs(3);
+  std::size_t most = 0;
+  double last = 0;
+  app.driver().progressed.connect([&] {
+    const BatchProgress progress = app.driver().progress();
+    most = std::max(most, progress.inHand.size());
+    EXPECT_EQ(progress.rows, 4);
+    EXPECT_GE(progress.fraction, last);
+    last = progress.fraction;
+  });
+  convert();
+  EXPECT_EQ(most, 3u);
+  EXPECT_EQ(last, 1);
+  EXPECT_EQ(kinds(), std::vector<Kind>(4, Kind::converted));
+  EXPECT_EQ(alerts.shown.size(), 2u) << "one question, and the end";
+  for (const char* name : {"1.mov", "2.mov", "3.mov", "4.mov"})
+    EXPECT_GT(poidsFile(movie(name), "k"), 10) << name;
+  EXPECT_EQ(app.driver().progress().rows, 0);
+}
+
+TEST_F(EncodingDriverTest, PauseAndStopAreForAllJobs) {
+  clips(3);
+  app.setJobs(2);
+  int begun = 0;
+  app.driver().folderBegins.connect([&](const std::string&, const std::string&) {
+    if (++begun < 2)
+      return;
+    loop.runAfter(std::chrono::milliseconds(100), [&] {
+      app.interface.encoding.stopBt.select(pauseSegment);
+      app.iba_taskStopBt();
+      loop.runAfter(std::chrono::milliseconds(1500), [&] {
+        EXPECT_TRUE(ended.empty()) << "it would have been over long ago";
+        EXPECT_EQ(app.table().inProgressCount(), 2);
+        app.table().encBatchRemoveAll(false);
+        EXPECT_EQ(app.table().count(), 2);
+        app.driver().stop();
+      });
+    });
+  });
+  convert();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::stopped, Kind::stopped}));
+  EXPECT_EQ(std::filesystem::exists(movie("1.mov")), false);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.file("movies/Tessarin")));
+}
+
 TEST_F(EncodingDriverTest, ALinkIsReplacedAndNotWhatItPointsTo) {
   clips(1);
   folder.write("other.mov", "precious");

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "core/BatchProgress.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
 #include "core/storedRow.h"
-#include "core/timeLeft.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -60,20 +60,43 @@ TEST(NewRow, TellsWhatTheSourceIs) {
   EXPECT_EQ(recordOfRow(row).text("fpsSrc"), "\n60i");
 }
 
-TEST(TimeLeft, SaysNothingAtFirstAndForgetsOldSpeed) {
-  TimeLeft timeLeft;
-  timeLeft.start(100);
-  timeLeft.add(0, 0);
-  timeLeft.add(2, 20);
-  EXPECT_EQ(timeLeft.left(), std::nullopt);
-  timeLeft.add(4, 40);
-  EXPECT_EQ(timeLeft.rate(), 10);
-  EXPECT_EQ(timeLeft.left(), 6);
+TEST(BatchProgress, ThePaceSaysNothingAtFirstAndForgetsOldSpeed) {
+  Pace pace;
+  pace.add(0, 0);
+  pace.add(2, 20);
+  EXPECT_EQ(pace.secondsFor(60), std::nullopt);
+  pace.add(4, 40);
+  EXPECT_EQ(pace.rate(), 10);
+  EXPECT_EQ(pace.secondsFor(60), 6);
   for (int second = 5; second <= 40; ++second)
-    timeLeft.add(second, 40 + (second - 4));
-  EXPECT_NEAR(*timeLeft.rate(), 1, 0.01);
-  timeLeft.start(50);
-  EXPECT_EQ(timeLeft.rate(), std::nullopt);
+    pace.add(second, 40 + (second - 4));
+  EXPECT_NEAR(*pace.rate(), 1, 0.01);
+  EXPECT_EQ(clockText(65.4), "1:05");
+  EXPECT_EQ(clockText(7389.4), "2:03:09");
+}
+
+TEST(BatchProgress, APauseDoesNotCountAndTheBarOfAClipRunsOnce) {
+  StopWatch watch;
+  const StopWatch::Time start;
+  const auto at = [&](int seconds) { return start + std::chrono::seconds(seconds); };
+  watch.start(at(10));
+  watch.pause(at(12));
+  EXPECT_EQ(watch.elapsed(at(5000)).count(), 2);
+  watch.resume(at(5000));
+  EXPECT_EQ(watch.elapsed(at(5001)).count(), 3);
+
+  JobPlan plan;
+  plan.needsSlowing = plan.needsExport = true;
+  ClipProgress progress(plan);
+  double last = 0;
+  for (const double ofTool : {0.5, 1.0, 0.5, 1.0, 0.5, 1.0}) {
+    if (ofTool < 1)
+      progress.begin();
+    progress.add(ofTool);
+    EXPECT_GT(progress.fraction(), last);
+    last = progress.fraction();
+  }
+  EXPECT_EQ(last, 1);
 }
 
 TEST(FailureReason, NamesTheCauseNotTheConsequence) {

@@ -3,7 +3,6 @@
 
 #include "CoreFixture.h"
 #include "core/RecoveryOffer.h"
-#include "core/RemainingTime.h"
 #include "core/batchSummary.h"
 #include "core/language.h"
 #include "core/newRow.h"
@@ -160,27 +159,6 @@ TEST_F(BatchSummaryTest, CountsAreGatheredAndThoseOfNothingLeftOut) {
   app.table().encBatchRemoveAll(false);
   test::loopFor(loop, std::chrono::milliseconds(1));
   EXPECT_EQ(app.interface.batchSummary.text(), "");
-}
-
-TEST(RemainingTimeTest, APauseDoesNotCount) {
-  const test::TestBundle bundle;
-  TaskControls controls;
-  RemainingTime remaining(controls);
-  controls.bar.setMaximum(100);
-  const auto at = [&](double seconds, double value) {
-    controls.bar.setValue(value);
-    remaining.add(std::chrono::duration<double>(seconds));
-    return controls.left.text();
-  };
-  controls.bar.changed = {};  // the test has a clock of its own
-  EXPECT_EQ(at(1000, 1), "");
-  EXPECT_EQ(at(1001, 2), "") << "too early to say";
-  for (int second = 2; second < 10; ++second)
-    at(1000 + second, 1 + second);
-  EXPECT_EQ(controls.left.text(), "1:30 left");
-  EXPECT_EQ(at(5000, 12), "1:28 left") << "an hour of pause";
-  EXPECT_EQ(at(5001, 0), "");
-  EXPECT_EQ(clockText(7389.4), "2:03:09");
 }
 
 using LanguageTest = test::CoreFixture;

@@ -1,0 +1,89 @@
+#include "core/BatchProgress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numeric>
+
+namespace tessarin {
+
+namespace {
+
+// Of a conversion that takes a minute a copy takes some seconds.
+constexpr double copying = 0.05;
+constexpr double converting = 1;
+
+// Starting tools, looking at the movie, moving it.
+constexpr double overhead = 0.3;
+
+}  // namespace
+
+double workOf(const Row& row) {
+  const double seconds = row.source.number(SourceKey::wDuration).value_or(1);
+  if (isQuickTimeCopy(row))
+    return overhead + copying * seconds;
+  constexpr double unit = 1920.0 * 1080 * 25;  // pixels a second
+  const double pixels = row.source.number(SourceKey::v0Width).value_or(1920) *
+                        row.source.number(SourceKey::v0Height).value_or(1080) *
+                        row.source.number(SourceKey::v0Fps).value_or(25);
+  return overhead + converting * seconds * std::max(copying, pixels / unit);
+}
+
+ClipProgress::ClipProgress(const JobPlan& plan) {
+  weights_ = {plan.isCopy || plan.needsSlowing || plan.needsExport ? copying : converting};
+  if (plan.needsSlowing)
+    weights_.push_back(copying);
+  if (plan.needsExport)
+    weights_.push_back(converting);
+}
+
+void ClipProgress::begin() {
+  begun_ = std::min(begun_ + 1, weights_.size());
+}
+
+void ClipProgress::add(double ofTool) {
+  if (begun_ == 0)
+    return;
+  const auto tool = weights_.begin() + static_cast<std::ptrdiff_t>(begun_ - 1);
+  const double done =
+      std::accumulate(weights_.begin(), tool, 0.0) + std::clamp(ofTool, 0.0, 1.0) * *tool;
+  const double all = std::accumulate(weights_.begin(), weights_.end(), 0.0);
+  fraction_ = std::max(fraction_, done / all);
+}
+
+void Pace::add(double now, double done) {
+  if (!first_)
+    first_ = now;
+  samples_.push_back({now, done});
+  // One sample older than the window stays: it is where the window begins.
+  while (samples_.size() > 2 && samples_[1].time <= now - window)
+    samples_.pop_front();
+}
+
+std::optional<double> Pace::rate() const {
+  if (samples_.size() < 2 || samples_.back().time - *first_ < silence)
+    return std::nullopt;
+  const double time = samples_.back().time - samples_.front().time;
+  if (time <= 0)
+    return std::nullopt;
+  return (samples_.back().done - samples_.front().done) / time;
+}
+
+std::optional<double> Pace::secondsFor(double toDo) const {
+  const auto perSecond = rate();
+  if (!perSecond || *perSecond <= 0)
+    return std::nullopt;
+  return std::max(0.0, toDo) / *perSecond;
+}
+
+std::string clockText(double seconds) {
+  const auto whole = static_cast<std::int64_t>(std::llround(std::max(0.0, seconds)));
+  const auto hours = whole / 3600;
+  const auto minutes = whole / 60 % 60;
+  return hours > 0 ? fmt::format("{}:{:02}:{:02}", hours, minutes, whole % 60)
+                   : fmt::format("{}:{:02}", minutes, whole % 60);
+}
+
+}  // namespace tessarin
