@@ -188,6 +188,7 @@ void WindowProgram::leaveUnused(int status) {
 void WindowProgram::applyPreferences() {
   logLine("PREFERENCES         - begin");
   app_.prefs2GuiApp(storedChoices(preferences_));
+  app_.followChosenJobs();
   followColourScheme(app_.interface.colour);
   logLine("PREFERENCES         - end");
 }

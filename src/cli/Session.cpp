@@ -112,6 +112,7 @@ void Session::applyPreferences() {
     if (const Value* own = services_.preferences.prefRead(key))
       stored.set(key, *own);
   app_.prefs2GuiApp(stored, DestinationFolder::leftAlone);
+  app_.followChosenJobs();
 }
 
 void Session::applyOptions() {

@@ -34,6 +34,11 @@ Interface::Interface()
   sizes.setSelectedSizeOut(presetSizesList(false).front());
   sizes.bind(sizeOut, presetSizesList(true));
 
+  std::vector<PopUpButton::Item> counts;
+  for (int count = 0; count <= mostJobsOffered; ++count)
+    counts.push_back({"", "", "", "", std::to_string(count)});
+  jobs.setItems(std::move(counts));
+  jobs.select(0);
   dropImage.setImage("dndSd");
   analysisStopBt.setSegments({{"", "btStop", true}});
   analysisStopBt.setHidden(true);

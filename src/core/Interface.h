@@ -19,6 +19,9 @@ struct TaskControls {
 // Segments of the stop control of an encoding.
 enum StopSegment { pauseSegment = 0, stopSegment = 1 };
 
+// So many clips at the same time can be chosen in the preferences.
+inline constexpr int mostJobsOffered = 8;
+
 struct Interface {
   Interface();
 
@@ -43,6 +46,7 @@ struct Interface {
   CheckBox alertEnd;
   CheckBox updateCheck;
   CheckBox assistantSkip;
+  PopUpButton jobs;      // values are numbers; the first, "0", is what suits the machine
   PopUpButton language;  // titles are codes; the first, "", is the desktop's language
 
   // Taking sources in.

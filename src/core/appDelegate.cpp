@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <thread>
+
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -111,6 +114,28 @@ appDelegate::appDelegate(CoreServices services)
                                     interface.assistantSkip.isChecked() ? 1 : 0);
   });
   listFlavours();
+}
+
+int suitableJobs(unsigned processors) {
+  return std::clamp(static_cast<int>(processors) + 2, 2, 8);
+}
+
+void appDelegate::followChosenJobs() {
+  const auto& offered = interface.jobs.items();
+  const std::string stored = std::to_string(services_.preferences.integer(PrefKey::jobs));
+  const auto item =
+      std::find_if(offered.begin(), offered.end(),
+                   [&](const PopUpButton::Item& each) { return each.value == stored; });
+  interface.jobs.select(item == offered.end() ? 0 : static_cast<int>(item - offered.begin()));
+  const auto use = [this] {
+    const int chosen = interface.jobs.selected();
+    setJobs(chosen > 0 ? chosen : suitableJobs(std::thread::hardware_concurrency()));
+  };
+  use();
+  interface.jobs.changed.connect([this, use] {
+    services_.preferences.prefWrite(PrefKey::jobs, interface.jobs.selected());
+    use();
+  });
 }
 
 void appDelegate::setJobs(int jobs) {

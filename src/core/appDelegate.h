@@ -19,6 +19,9 @@ enum class DestinationFolder { made, leftAlone };
 
 // More clips than this are not worked on at the same time.
 inline constexpr int mostJobs = 64;
+// How many are on a machine of so many processors where the user leaves it open
+// (docs/performance.md).
+int suitableJobs(unsigned processors);
 
 class appDelegate {
  public:
@@ -29,8 +32,10 @@ class appDelegate {
 
   Interface interface;
 
-  // How many clips are analysed and converted at the same time, from the next one on.
+  // How many clips are analysed and converted at the same time, from the next one on: one at the
+  // start; this many; as many as the user has chosen (Interface::jobs), and what he chooses later.
   void setJobs(int jobs);
+  void followChosenJobs();
 
   BatchTable& table() { return table_; }
   AnalysisQueue& queue() { return queue_; }

@@ -25,6 +25,7 @@ inline constexpr std::string_view surround = "prefSurrond";         // 1: keep s
 inline constexpr std::string_view speed = "prefSpeed";              // segment of the speed
 inline constexpr std::string_view update = "update";                // 1: look for updates
 inline constexpr std::string_view destination = "prefDefautDstPathStr";  // destination folder
+inline constexpr std::string_view jobs = "jobs";  // clips at the same time, 0: as suits the machine
 }  // namespace PrefKey
 
 // A fresh record with the default of every PrefKey.

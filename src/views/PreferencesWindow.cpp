@@ -36,6 +36,11 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent)
   bindTo(colours, interface.colour, store);
   form->addRow("@@prefColor", colours);
 
+  auto* jobs = new QComboBox;
+  jobs->setObjectName("jobs");
+  bindTo(jobs, interface.jobs, jobsTitle);
+  form->addRow("@@prefJobs", jobs);
+
   auto* languages = new QComboBox;
   languages->setObjectName("language");
   bindTo(languages, interface.language, languageTitle);

@@ -35,6 +35,12 @@ PopUpTitle languageTitle(const PopUpButton::Item& item) {
   return {qtText(languageName(item.title))};
 }
 
+PopUpTitle jobsTitle(const PopUpButton::Item& item) {
+  if (item.value == "0")
+    return {localizedText(QStringLiteral("@@jobsAutomatic"))};
+  return {qtText(item.value)};
+}
+
 PopUpTitle proresTitle(const PopUpButton::Item& item) {
   return {qtText(item.title), {}, true};
 }

@@ -12,6 +12,9 @@ PopUpTitle sizeTitle(const PopUpButton::Item& item);
 // A language's code: its name in that language. "" is the language of the desktop.
 PopUpTitle languageTitle(const PopUpButton::Item& item);
 
+// A number of clips at the same time: itself. 0 is what suits the machine.
+PopUpTitle jobsTitle(const PopUpButton::Item& item);
+
 // A ProRes encoder: its name.
 PopUpTitle proresTitle(const PopUpButton::Item& item);
 

@@ -143,8 +143,8 @@ TEST_F(TerminalJourney, AFolderThatIsAwayIsAskedAbout) {
       "\"$real\" \"$@\"; status=$?\n"
       "case \" $* \" in *' -c:v '*) sleep 1; mv card pulled ;; esac\n"
       "exit $status");
-  Session session =
-      open({"-d", destination(), "--overwrite", "replace", "0.mts", "card/1.mts", "card/2.mts"});
+  Session session = open({"--jobs", "1", "-d", destination(), "--overwrite", "replace", "0.mts",
+                          "card/1.mts", "card/2.mts"});
   ASSERT_TRUE(session.waitFor("The folder “" + folder.file("card"))) << session.screen();
   ASSERT_TRUE(session.waitFor("(2)"));
   ASSERT_TRUE(session.waitFor("[1] "));

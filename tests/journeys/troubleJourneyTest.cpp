@@ -12,7 +12,7 @@ using testing::StartsWith;
 class TroubleJourney : public test::Journey {};
 
 TEST_F(TroubleJourney, EachClipFailsForItsOwnReasonAndTheBatchGoesOn) {
-  Arguments arguments = {"-d", destination()};
+  Arguments arguments = {"--jobs", "1", "-d", destination()};
   for (const char* name : {"first", "large", "gone", "small", "homeless", "last"})
     arguments.push_back(tinyClip(std::string(name) + ".mts"));
   useFfmpeg(
@@ -46,7 +46,7 @@ TEST_F(TroubleJourney, EachClipFailsForItsOwnReasonAndTheBatchGoesOn) {
 }
 
 TEST_F(TroubleJourney, ACardThatIsPulledIsToldOf) {
-  Arguments arguments = {"-d", destination()};
+  Arguments arguments = {"--jobs", "1", "-d", destination()};
   for (const char* name : {"0.mts", "card/1.mts", "card/sub/2.mts", "card/3.mts", "4.mts"})
     arguments.push_back(tinyClip(name));
   useFfmpeg(
