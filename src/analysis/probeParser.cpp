@@ -146,8 +146,10 @@ std::optional<float> frameRate(std::string_view tbrPart, std::string_view descri
   }
   if (std::abs(59.94F - tbr) < 0.01F && fps && std::abs(24.0F - *fps) < 0.1F)
     tbr /= 2;
-  // "1k tbr" is the clock of a source with variable rate and no rate of pictures.
-  if (tbrText.ends_with('k') && fps && *fps > 0)
+  // "1k tbr" is the clock of a source with variable rate and no rate of pictures; "25 fps, 375 tbr"
+  // the step between two parts of a stream that do not follow each other.
+  const bool isClock = fps && tbr > 120 && tbr > 3 * *fps;
+  if ((tbrText.ends_with('k') || isClock) && fps && *fps > 0)
     tbr = *fps;
   debugFormat("fps => fpsF={:f}, tbrF={:f}", fps.value_or(0), tbr);
   return isWithin(tbr, ReportRange::pictureRate) ? std::optional(tbr) : std::nullopt;

@@ -121,6 +121,10 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
               measure.pictures->displaced);
     damagedPictures_ = std::max<std::size_t>(damagedPictures_, measure.pictures->displaced);
   }
+  if (const std::size_t lost = lostPictures(*plan_, measure, movie_); lost > damagedPictures_) {
+    logFormat("check               :-( {} pictures of the source are not in the movie", lost);
+    damagedPictures_ = lost;
+  }
   // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence
   // once more, and what comes behind is out of step.
   constexpr double soundSlack = 0.3;

@@ -73,8 +73,8 @@ bool needsSlowing(const Row& row) {
 }
 
 Arguments slowingCommand(const JobPlan& plan, const std::string& slowed) {
-  // The stretch counts from 0. Half of the time before the first picture, twice as long, is what
-  // this would come late by.
+  // The stretch counts from 0: what is taken off before it counts twice, and the pictures begin
+  // when they did.
   const double begin = plan.row.source.number(SourceKey::v0Begin).value_or(0);
   return {
       Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsoffset",

@@ -10,8 +10,10 @@
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
+#include "utils/numbers.h"
 
 namespace tessarin {
 
@@ -137,6 +139,33 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
     expected.soundSeconds = std::max(0.0, span - missing - soundSlack);
   }
   return expected;
+}
+
+std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
+                         const MovieIndex& movie) {
+  const SourceInfo& source = plan.row.source;
+  const MovieTrack* made = movie.pictures();
+  const auto& read = measure.pictures;
+  const double shown = source.number(SourceKey::v0Fps).value_or(0);
+  const double rate = isSourceProgressive(source) ? shown : shown / 2;
+  if (plan.isCopy || made == nullptr || made->seconds <= 0 || !read || rate <= 0)
+    return 0;
+  // Packets that are fields, or pictures that come irregularly, cannot be counted so.
+  constexpr double unsteadiness = 0.05;
+  const double span = read->end - read->first;
+  if (span <= 0 || std::abs(static_cast<double>(read->packets) / span / rate - 1) > unsteadiness)
+    return 0;
+  const double own = static_cast<double>(made->shown) / made->seconds * stretchOf(plan);
+  const int times = wholeTimes(own, rate);
+  const int parts = wholeTimes(rate, own);
+  if (times == 0 && parts == 0)
+    return 0;
+  // Those before the first key frame are in no movie.
+  const double before = static_cast<double>(read->leading) + std::ceil(beginOf(plan) * rate);
+  const double due = (static_cast<double>(read->packets) - std::max(0.0, before)) *
+                     (times > 0 ? times : 1.0 / parts);
+  return static_cast<std::size_t>(
+      std::max(0.0, std::floor(due) - static_cast<double>(made->shown)));
 }
 
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {

@@ -21,6 +21,12 @@ std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan);
 ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measure,
                                 std::size_t damagedPictures, std::size_t damagedSound);
 
+// How many pictures the movie has too few, where each of a steady source makes one, or each makes
+// two, or two make one. That is so where parts of a stream overlap when they are put behind each
+// other, for pictures and sound of a part do not end together.
+std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
+                         const MovieIndex& movie);
+
 // Whether the source is said to have more than the movie has, whatever was measured.
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
 

@@ -328,6 +328,8 @@ TEST(ProbeParser, FrameRateIsTbrWithPulldownTakenOut) {
       {"59.94 tbr", 59.94F},
       {"25 fps, 90k tbn", {}},
       {"29.97 fps, 1k tbr, 1k tbn", 29.97F},  // the clock of a source with variable rate is none
+      {"25 fps, 375 tbr, 90k tbn", 25},       // nor is the step at a joint
+      {"240 fps, 240 tbr, 90k tbn", 240},
       {"1k fps, 1k tbr, 16k tbn", 1000.0F}};
   for (const auto& [parts, expected] : rates)
     EXPECT_EQ(rate(parts), expected) << parts;

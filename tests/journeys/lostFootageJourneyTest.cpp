@@ -2,6 +2,7 @@
 #include <random>
 
 #include "Journey.h"
+#include "movie/movieIndex.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -113,6 +114,27 @@ TEST_F(LostFootageJourney, DamageInsideAClipIsToldEverywhere) {
     EXPECT_THAT(tessarin({"-d", destination(), "--format", format, whole}).out,
                 HasSubstr(" (with "))
         << format;
+}
+
+// Sound that ends earlier pulls the pictures behind a joint over those before it.
+TEST_F(LostFootageJourney, PicturesThatGoAtAJointAreTold) {
+  std::string clip;
+  for (const char* clock : {"1000", "3000"}) {
+    const std::string part = folder.file("part.ts");
+    ASSERT_TRUE(test::makeClip(test::progressivePicture("352x288", "2") + test::tone("1.9") +
+                                   "-c:v mpeg2video -q:v 3 -c:a mp2 -output_ts_offset " + clock,
+                               part));
+    clip += folder.read("part.ts");
+  }
+  const Result result =
+      tessarin({"-d", destination(), "--format", "aic", folder.write("x.ts", clip)});
+  ASSERT_EQ(movies().size(), 2u) << result.err;
+  const auto made = readMovieIndex(movie(movies().front()));
+  ASSERT_TRUE(made && made->pictures());
+  const auto lost = 100 - made->pictures()->shown;
+  EXPECT_THAT(lost, testing::AllOf(testing::Ge(1u), testing::Le(4u)));
+  EXPECT_THAT(result.out, HasSubstr(" (with " + (lost == 1 ? "one" : std::to_string(lost))));
+  EXPECT_EQ(result.status, 1);
 }
 
 // Everything else that may stand in the destination, or come there while a movie is made.
