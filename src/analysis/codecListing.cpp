@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <optional>
 
 #include "classShared/TextAdditions.h"
@@ -20,10 +19,7 @@ namespace {
 constexpr std::size_t longestListing = 1u << 20;
 
 std::string cachePath() {
-  const char* folder = std::getenv("XDG_CACHE_HOME");
-  const std::string parent =
-      folder != nullptr && *folder == '/' ? std::string(folder) : expandTilde("~/.cache");
-  return joinPath(parent, "Tessarin/codecs.txt");
+  return joinPath(userFolder(UserFolder::cache), "codecs.txt");
 }
 
 // What tells one ffmpeg from another: where it is and its file's state. Nothing when there is none.

@@ -2,9 +2,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 
 #include "analysis/mpegInfo.h"
+#include "classShared/descriptorBytes.h"
 
 namespace tessarin {
 
@@ -30,11 +30,8 @@ bool mpegInfo::seekTo(std::uint64_t position) {
 
 // Reads up to `count` bytes at the file's position; the number of bytes, 0 at the end or on error.
 std::int32_t mpegInfo::fillBuffer(std::size_t count) {
-  ssize_t length = 0;
-  do {
-    length = ::read(file_.number(), bytes_.data(), std::min(count, bytes_.size()));
-  } while (length < 0 && errno == EINTR);
-  return static_cast<std::int32_t>(std::max<ssize_t>(length, 0));
+  const auto length = readSome(file_.number(), bytes_.data(), std::min(count, bytes_.size()));
+  return static_cast<std::int32_t>(std::max<std::ptrdiff_t>(length, 0));
 }
 
 std::uint8_t mpegInfo::getRealByte() {

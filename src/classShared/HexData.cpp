@@ -1,16 +1,13 @@
 #include "classShared/HexData.h"
 
-#include <sys/types.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
 #include <stdexcept>
 
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 
 namespace tessarin {
@@ -35,21 +32,6 @@ std::optional<std::string> storage(std::size_t size) {
   } catch (const std::length_error&) {
     return std::nullopt;
   }
-}
-
-// Reads up to `size` bytes at an offset, fewer only at the end of the file or on an error.
-std::size_t readAt(int descriptor, char* bytes, std::size_t size, std::uint64_t offset) {
-  std::size_t have = 0;
-  while (have < size) {
-    const ssize_t count =
-        ::pread(descriptor, bytes + have, size - have, static_cast<off_t>(offset + have));
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      break;
-    have += static_cast<std::size_t>(count);
-  }
-  return have;
 }
 
 std::uint64_t replaceFrom(std::size_t start, std::string& data, std::string_view pattern,

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <random>
 
@@ -104,9 +103,7 @@ bool isRemains(const std::string& folder, bool isNoneMade) {
 }  // namespace
 
 std::string batchesFolder() {
-  const char* state = std::getenv("XDG_STATE_HOME");
-  const bool usable = state && *state == '/';
-  return joinPath(usable ? state : expandTilde("~/.local/state"), "Tessarin/batches");
+  return joinPath(userFolder(UserFolder::state), "batches");
 }
 
 void BatchChanges::addRow(const StoredRow& row) {

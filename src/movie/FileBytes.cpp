@@ -1,9 +1,8 @@
 #include "movie/FileBytes.h"
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <cerrno>
+
+#include "classShared/descriptorBytes.h"
 
 namespace tessarin {
 
@@ -17,19 +16,11 @@ bool FileBytes::load(std::uint64_t position, unsigned bytes) {
   if (position >= start_ && position - start_ + bytes <= filled_)
     return true;
   start_ = position;
-  filled_ = 0;
-  while (filled_ < bytes) {
-    const ssize_t count = ::pread(descriptor_, window_.data() + filled_, window_.size() - filled_,
-                                  static_cast<off_t>(start_ + filled_));
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0) {
-      failure_ = count < 0 ? systemReason(errno) : "it ends too early";
-      return false;
-    }
-    filled_ += static_cast<std::size_t>(count);
-  }
-  return true;
+  filled_ = readAt(descriptor_, window_.data(), window_.size(), start_);
+  if (filled_ >= bytes)
+    return true;
+  failure_ = errno != 0 ? systemReason(errno) : "it ends too early";
+  return false;
 }
 
 std::uint64_t FileBytes::number(std::uint64_t position, unsigned bytes) {

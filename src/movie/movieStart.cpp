@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "classShared/descriptorBytes.h"
 #include "movie/FileBytes.h"
 #include "platform/Descriptor.h"
 
@@ -267,16 +267,8 @@ class Track {
 };
 
 Outcome<bool> writeAt(int descriptor, std::uint64_t place, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count =
-        ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(place));
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      return Failure{systemReason(errno)};
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-    place += static_cast<std::uint64_t>(count);
-  }
+  if (!writeAllAt(descriptor, bytes, place))
+    return Failure{systemReason(errno)};
   return true;
 }
 
@@ -304,16 +296,8 @@ Place placeOfIndex(FileBytes& bytes) {
 
 std::optional<std::string> readBytes(int descriptor, std::uint64_t place, std::uint64_t size) {
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  std::size_t filled = 0;
-  while (filled < bytes.size()) {
-    const ssize_t count = ::pread(descriptor, bytes.data() + filled, bytes.size() - filled,
-                                  static_cast<off_t>(place + filled));
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      return std::nullopt;
-    filled += static_cast<std::size_t>(count);
-  }
+  if (readAt(descriptor, bytes.data(), bytes.size(), place) < bytes.size())
+    return std::nullopt;
   return bytes;
 }
 

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "classShared/Outcome.h"
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "platform/childStart.h"
 
@@ -89,11 +90,7 @@ __attribute__((noinline)) pid_t makeProcess(const ChildStart& start) {
 // What the new process reports; nothing when it has become the program, which closes the pipe.
 std::optional<StartFailure> readFailure(int descriptor) {
   StartFailure failure{};
-  ssize_t count = -1;
-  do
-    count = ::read(descriptor, &failure, sizeof failure);
-  while (count < 0 && errno == EINTR);
-  if (count == sizeof failure)
+  if (readSome(descriptor, &failure, sizeof failure) == sizeof failure)
     return failure;
   return std::nullopt;
 }

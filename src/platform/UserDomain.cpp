@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 
+#include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "platform/propertyList.h"
 #include "utils/files.h"
@@ -128,10 +128,7 @@ bool FileUserDomain::synchronize() {
 }
 
 std::string userDomainPath() {
-  const char* configuration = std::getenv("XDG_CONFIG_HOME");
-  const bool usable = configuration && *configuration == '/';
-  const std::string folder = usable ? configuration : expandTilde("~/.config");
-  return folder + "/Tessarin/preferences.plist";
+  return joinPath(userFolder(UserFolder::configuration), "preferences.plist");
 }
 
 }  // namespace tessarin

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "classShared/descriptorBytes.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -45,13 +46,8 @@ Outcome<void> ArchiveDownload::take(std::string_view bytes) {
   int error = openError_;
   hash_.add(bytes);
   received_ += bytes.size();
-  while (error == 0 && !bytes.empty()) {
-    const ssize_t count = ::write(file_.number(), bytes.data(), bytes.size());
-    if (count >= 0)
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    else if (errno != EINTR)
-      error = errno;
-  }
+  if (error == 0 && !writeAll(file_.number(), bytes))
+    error = errno;
   if (error != 0)
     return Failure{localisationString("why_updateWrite", "", path_, systemReason(error))};
   return {};

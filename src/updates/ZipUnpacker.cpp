@@ -11,6 +11,7 @@
 #include <cerrno>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -32,21 +33,6 @@ Failure notAdmitted(std::string_view name) {
 
 Failure notWritten(std::string_view path, int error) {
   return {localisationString("why_updateWrite", "", path, systemReason(error))};
-}
-
-// 0 or the error.
-int writeAt(int descriptor, const char* bytes, std::size_t size, std::uint64_t position) {
-  while (size > 0) {
-    const ssize_t count = ::pwrite(descriptor, bytes, size, static_cast<off_t>(position));
-    if (count < 0 && errno != EINTR)
-      return errno;
-    if (count > 0) {
-      bytes += count;
-      size -= static_cast<std::size_t>(count);
-      position += static_cast<std::uint64_t>(count);
-    }
-  }
-  return 0;
 }
 
 // The library turns names into the locale's letters, and loses those that a program which runs in
@@ -186,8 +172,8 @@ Outcome<bool> ZipUnpacker::continueFile() {
   written_ += size;
   if (written_ > limits_.largest || written_ > freeRatioBytes + limits_.largestRatio * archiveSize_)
     return Failure{localisationString("why_updateBomb")};
-  if (const int error = writeAt(file_.number(), static_cast<const char*>(bytes), size, position))
-    return notWritten(path_, error);
+  if (!writeAllAt(file_.number(), {static_cast<const char*>(bytes), size}, position))
+    return notWritten(path_, errno);
   position_ += size;
   return false;
 }

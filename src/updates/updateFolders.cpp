@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
@@ -32,10 +31,7 @@ void removeLeftWorkFolders(const std::string& parent) {
 }  // namespace
 
 std::string userUpdatesFolder() {
-  const char* data = std::getenv("XDG_DATA_HOME");
-  const std::string folder =
-      data != nullptr && *data == '/' ? std::string(data) : expandTilde("~/.local/share");
-  return joinPath(joinPath(folder, Bundle::main().name()), "updates");
+  return joinPath(userFolder(UserFolder::data), "updates");
 }
 
 Outcome<std::string> makeUpdateWorkFolder(const std::string& parent) {

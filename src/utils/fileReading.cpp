@@ -7,6 +7,7 @@
 #include <new>
 
 #include "classShared/Outcome.h"
+#include "classShared/descriptorBytes.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -32,10 +33,8 @@ bool readUpTo(int descriptor, std::size_t limit, std::string& content) {
   while (content.size() < limit) {
     const std::size_t have = content.size();
     content.resize(have + std::min(limit - have, std::max(step, have)));
-    const ssize_t count = ::read(descriptor, content.data() + have, content.size() - have);
-    content.resize(have + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    if (count < 0 && errno == EINTR)
-      continue;
+    const auto count = readSome(descriptor, content.data() + have, content.size() - have);
+    content.resize(have + static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
     if (count <= 0)
       return count == 0;
   }

@@ -7,6 +7,7 @@
 
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "utils/fileCalls.h"
 #include "utils/files.h"
@@ -18,19 +19,6 @@ namespace {
 constexpr mode_t filePermissions = 0666;    // less the user's mask
 constexpr mode_t folderPermissions = 0777;  // less the user's mask
 constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
-
-// False with errno set.
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
 
 // 0 or the error of writing, syncing or closing. Closes the descriptor in any case.
 int writeSyncAndClose(int descriptor, std::string_view bytes) {

@@ -102,6 +102,22 @@ std::string expandTilde(std::string_view path) {
   return joinPath(home, path.substr(1 + user.size()));
 }
 
+std::string userFolder(UserFolder which) {
+  struct Place {
+    const char* variable;
+    const char* usual;
+  };
+  static constexpr std::array<Place, 4> places = {{{"XDG_CONFIG_HOME", "~/.config"},
+                                                   {"XDG_DATA_HOME", "~/.local/share"},
+                                                   {"XDG_CACHE_HOME", "~/.cache"},
+                                                   {"XDG_STATE_HOME", "~/.local/state"}}};
+  const Place& place = places.at(static_cast<std::size_t>(which));
+  const char* own = std::getenv(place.variable);
+  // A path that does not begin at the root is not valid and has to be ignored.
+  const bool isUsable = own != nullptr && *own == '/';
+  return joinPath(isUsable ? own : expandTilde(place.usual), "Tessarin");
+}
+
 bool pathExists(std::string_view path) {
   const std::string name = expandTilde(path);
   if (name.empty())

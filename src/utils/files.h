@@ -23,6 +23,13 @@ namespace tessarin {
 // "~name/…" with that user's; any other path as it is.
 std::string expandTilde(std::string_view path);
 
+// The program's own folders of the user, for its choices, what it has fetched, what it can make
+// anew and what it has in hand. They need not exist.
+enum class UserFolder { configuration, data, cache, state };
+// "Tessarin" in the folder that XDG_CONFIG_HOME and its like name, by the XDG Base Directory
+// Specification, or in the usual one: ~/.config and so on.
+std::string userFolder(UserFolder which);
+
 // Whether the path can be opened for reading, or is a symbolic link, even a broken one.
 bool pathExists(std::string_view path);
 // Whether something has this name; of a link its own name counts, wherever it leads.

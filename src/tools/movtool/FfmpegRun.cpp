@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <optional>
 #include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "ffmpeg/failureWords.h"
 #include "ffmpeg/installedFfmpeg.h"
 
@@ -28,14 +28,7 @@ constexpr std::size_t mostErrors = 1U << 20;
 constexpr std::string_view warningOfPipe = "generating non standard YUV stream";
 
 void passOn(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(STDERR_FILENO, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
-      return;  // nobody listens
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
+  writeAll(STDERR_FILENO, bytes);  // whether or not anybody listens
 }
 
 // Hands over what a descriptor gives until its end.
@@ -43,9 +36,7 @@ template <class Take>
 void readAll(int descriptor, const Take& take) {
   std::array<char, 65536> buffer{};
   while (true) {
-    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR)
-      continue;
+    const auto count = readSome(descriptor, buffer.data(), buffer.size());
     if (count <= 0)
       return;
     take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "classShared/descriptorBytes.h"
 #include "tools/quicktime/OutputName.h"
 #include "utils/files.h"
 
@@ -23,6 +24,10 @@ std::string folderOf(const std::string& path) {
   if (slash == std::string::npos)
     return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string_view lettersOf(std::span<const std::uint8_t> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 }  // namespace
@@ -104,15 +109,8 @@ bool PartialFile::append(std::span<const std::uint8_t> bytes) {
 }
 
 bool PartialFile::flush() {
-  std::size_t done = 0;
-  while (done < buffer_.size()) {
-    const ssize_t count = ::write(descriptor_, buffer_.data() + done, buffer_.size() - done);
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count < 0)
-      return fail(" cannot be written");
-    done += static_cast<std::size_t>(count);
-  }
+  if (!writeAll(descriptor_, lettersOf(buffer_)))
+    return fail(" cannot be written");
   written_ += buffer_.size();
   buffer_.clear();
   return true;
@@ -121,17 +119,7 @@ bool PartialFile::flush() {
 bool PartialFile::overwrite(std::uint64_t position, std::span<const std::uint8_t> bytes) {
   if (!failure_.empty() || !flush())
     return false;
-  while (!bytes.empty()) {
-    const ssize_t count =
-        ::pwrite(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(position));
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count < 0)
-      return fail(" cannot be written");
-    position += static_cast<std::uint64_t>(count);
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
-  }
-  return true;
+  return writeAllAt(descriptor_, lettersOf(bytes), position) || fail(" cannot be written");
 }
 
 bool PartialFile::insertRoom(std::uint64_t position, std::uint64_t length) {

@@ -1,10 +1,10 @@
 #include "tools/streams/ByteSource.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+#include "classShared/descriptorBytes.h"
 
 namespace tessarin::streams {
 
@@ -14,10 +14,7 @@ constexpr std::size_t longestLine = 4096;
 constexpr std::size_t bufferSize = 64U << 10;
 
 Outcome<std::size_t> readOnce(int descriptor, std::span<std::uint8_t> target) {
-  ssize_t count = 0;
-  do {
-    count = ::read(descriptor, target.data(), target.size());
-  } while (count < 0 && errno == EINTR);
+  const auto count = readSome(descriptor, target.data(), target.size());
   if (count < 0)
     return Failure{"the stream cannot be read: " + systemReason(errno)};
   return static_cast<std::size_t>(count);

@@ -1,0 +1,22 @@
+// Reading and writing by a file descriptor. A call that a signal interrupts is made again; what
+// else goes wrong is told in errno.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace tessarin {
+
+// Up to `size` bytes, as they come: how many; 0 at the end, -1 when reading fails.
+std::ptrdiff_t readSome(int descriptor, void* bytes, std::size_t size);
+
+// `size` bytes from an offset on: how many; fewer when the file ends before (errno is 0) or reading
+// fails. The descriptor's own position stays.
+std::size_t readAt(int descriptor, void* bytes, std::size_t size, std::uint64_t offset);
+
+// False when not everything could be written.
+bool writeAll(int descriptor, std::string_view bytes);
+bool writeAllAt(int descriptor, std::string_view bytes, std::uint64_t offset);
+
+}  // namespace tessarin
