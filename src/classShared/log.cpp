@@ -12,7 +12,7 @@ namespace tessarin {
 namespace {
 
 int descriptor = -1;
-bool debugFlag = false;
+std::atomic<bool> debugFlag = false;  // threads ask, too
 
 constexpr std::size_t longestText = 1u << 20;
 

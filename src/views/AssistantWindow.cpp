@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QPointer>
 #include <QVBoxLayout>
 
 #include "views/bindings.h"
@@ -107,10 +106,7 @@ QWidget* AssistantWindow::newApplicationChoice() {
       meaning->setText(localizedText(soft->at(soft->selected())->toolTip()));
   };
   bindTo(soft, app_.interface.editingSoft, [this] { app_.storePreferences(); });
-  app_.interface.editingSoft.changed.connect([held = QPointer<QWidget>(choice), explain] {
-    if (held)
-      explain();
-  });
+  follow(app_.interface.editingSoft, choice, explain);
   explain();
   column->addWidget(soft);
   column->addWidget(meaning);

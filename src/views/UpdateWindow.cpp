@@ -3,7 +3,6 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QVBoxLayout>
 
 #include "views/bindings.h"
@@ -31,12 +30,9 @@ QPlainTextEdit* newDetails(TextField& field) {
   view->setTabChangesFocus(true);
   view->setMinimumHeight(5 * view->fontMetrics().lineSpacing());
   view->setAccessibleName("@@updateDetails");
-  const auto show = [held = QPointer<QPlainTextEdit>(view), &field] {
-    if (held)
-      held->setPlainText(qtText(field.text()));
-  };
+  const auto show = [view, &field] { view->setPlainText(qtText(field.text())); };
   show();
-  field.changed.connect(show);
+  follow(field, view, show);
   return view;
 }
 
@@ -81,11 +77,9 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent)
   go->setObjectName("updateGo");
   go->setDefault(true);
   bindTo(go, interface.go, [&interface] { interface.iba_updateGo(); });
-  interface.goTitle.changed.connect([held = QPointer<QPushButton>(go), &interface] {
-    if (held)
-      held->setText(qtText(interface.goTitle.text()));
-  });
-  go->setText(qtText(interface.goTitle.text()));
+  const auto showTitle = [go, &interface] { go->setText(qtText(interface.goTitle.text())); };
+  showTitle();
+  follow(interface.goTitle, go, showTitle);
   buttons->addWidget(stop);
   buttons->addStretch();
   buttons->addWidget(close);

@@ -16,17 +16,15 @@ constexpr int barSteps = 1000;
 
 // Calls `show` now and at every change of the control, as long as the widget is there. What the
 // widget says about these changes goes nowhere.
-template <class Widget, class SomeControl, class Show>
-void showAlways(Widget* widget, SomeControl& control, Show show) {
-  const auto showNow = [held = QPointer<Widget>(widget), &control, show] {
-    if (!held)
-      return;
-    const QSignalBlocker blocker(held);
-    held->setEnabled(control.isEnabled());
+template <class Show>
+void showAlways(QWidget* widget, Control& control, Show show) {
+  const auto showNow = [widget, &control, show] {
+    const QSignalBlocker blocker(widget);
+    widget->setEnabled(control.isEnabled());
     show();
   };
   showNow();
-  control.changed.connect(showNow);
+  follow(control, widget, showNow);
 }
 
 // A hidden control leaves its place empty, so that nothing jumps.
@@ -60,6 +58,14 @@ void showSegment(QToolButton* button, const SegmentedControl::Segment& segment, 
 }
 
 }  // namespace
+
+void follow(Control& control, QObject* object, const Act& show) {
+  const auto id = control.changed.connect([held = QPointer<QObject>(object), show] {
+    if (held)  // it may be on its way out
+      show();
+  });
+  QObject::connect(object, &QObject::destroyed, [&control, id] { control.changed.disconnect(id); });
+}
 
 void bindTo(QLabel* label, TextField& field) {
   label->setTextFormat(Qt::PlainText);

@@ -1,7 +1,7 @@
 // Joins a widget with one of the controller's controls: the widget shows the control from now on,
 // and what the user does to the widget is written to the control, after which `act` is called.
 //
-// The control has to outlive the widget's last event; a widget may go before its control.
+// The control has to outlive the widget; a widget may go before it, and is forgotten then.
 #pragma once
 
 #include <QCheckBox>
@@ -19,6 +19,9 @@
 namespace tessarin {
 
 using Act = std::function<void()>;
+
+// Calls `show` at every change of the control, as long as the object is there.
+void follow(Control& control, QObject* object, const Act& show);
 
 void bindTo(QLabel* label, TextField& field);
 void bindTo(QLineEdit* edit, TextField& field, const Act& act = {});
