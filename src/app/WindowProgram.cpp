@@ -202,7 +202,7 @@ void WindowProgram::iba_checkForUpdates() {
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
       app_, WindowActions{[this] { leave(); }, revealInFileBrowser, iba_OpenFile,
-                          [this] { iba_checkForUpdates(); }, &preferences_});
+                          [this] { iba_checkForUpdates(); }, &preferences_, &afterBatch_});
   alerts_.setWindow(window_.get());
 }
 
@@ -248,8 +248,8 @@ void WindowProgram::watchOutside() {
       openFiles(handed);
   });
   app_.quitAccepted.connect([this] {
-    // The user's own end of the batch; after keep() nothing of it goes.
-    recorder_.forget();
+    // What is left to be done is offered at the next start.
+    recorder_.leave();
     isLeaving_ = true;
     window_->rememberPlace();
     debugFormat("applicationShouldTerminateAfterLastWindowClosed ?");
@@ -259,6 +259,12 @@ void WindowProgram::watchOutside() {
 }
 
 void WindowProgram::watchBatch() {
+  const auto tellRest = [this] {
+    recorder_.setFrontSettings(
+        {{std::string(BatchSetting::atRest), app_.driver().isBatchRunning() ? 0 : 1}});
+  };
+  tellRest();
+  app_.interface.batchGoBt.changed.connect(tellRest);
   // What is not converted stays in the list, and so on the disk.
   app_.driver().batchEnded.connect([this] { recorder_.storeUnfinished(); });
   recorder_.failed.connect([this](const std::string& reason) {
@@ -268,12 +274,16 @@ void WindowProgram::watchBatch() {
     awake_.hold(localisationString("D_stayAwake"));
   });
   app_.driver().batchEnded.connect([this] { awake_.release(); });
+  app_.driver().jobStarted.connect(
+      [this](const std::string&, const std::string&) { afterBatch_.cancel(); });
   // Who looks at one of our windows sees it there.
   app_.driver().batchEnded.connect([this] {
-    if (!isLeaving_ && !app_.driver().wasStopped() &&
-        QApplication::applicationState() != Qt::ApplicationActive)
+    if (isLeaving_)
+      return;
+    if (!app_.driver().wasStopped() && QApplication::applicationState() != Qt::ApplicationActive)
       message_.show(localisationString("D_fin_GUI"),
                     endText(countRows(app_.table()), app_.driver().troubles()));
+    afterBatch_.batchEnded(app_.driver().wasStopped());
   });
 }
 

@@ -14,7 +14,9 @@
 #include "platform/Signals.h"
 #include "platform/SingleInstance.h"
 #include "platform/UserDomain.h"
+#include "prefs/utilsAlert.h"
 #include "updates/UpdateInterface.h"
+#include "views/AfterBatch.h"
 #include "views/DesktopMessage.h"
 #include "views/MainWindow.h"
 #include "views/QtAlerts.h"
@@ -73,6 +75,13 @@ class WindowProgram {
   std::unique_ptr<MainWindow> window_;
   DesktopMessage message_{[this] { window_->bringToFront(); }};
   StayAwake awake_;
+  AfterBatch afterBatch_{
+      loop_,
+      {[this] { return window_.get(); },
+       [this](const std::string& what, const std::string& how) { message_.show(what, how); },
+       [this](const std::string& reason) {
+         alerts_.show({localisationString("D_after_failed", "", reason), ""});
+       }}};
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<SessionEnd> session_;
   bool isReady_ = false;                          // the start has ended

@@ -25,6 +25,8 @@ void tellInterrupted(std::size_t count) {
 
 InterruptedBatches meetInterruptedRuns(const Options& options) {
   InterruptedBatches interrupted = findInterruptedBatches(batchesFolder());
+  // Those are for the window's next start.
+  std::erase_if(interrupted.stores, isAtRest);
   for (const PutAside& each : interrupted.putAside)
     complain(localisationString("putAside", textTable, each.output, each.aside));
   for (const StoreProblem& each : interrupted.problems)

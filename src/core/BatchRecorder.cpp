@@ -38,6 +38,7 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
   app_.table().rowAppended.connect([this](int row) { rowAppended(row); });
   app_.table().rowChanged.connect([this](int row) { rowChanged(row); });
   app_.table().rowRemoved.connect([this](int row) { rowRemoved(row); });
+  app_.table().rowPutBack.connect([this](int row) { rowPutBack(row); });
   app_.queue().accepted.connect([this] {
     restoredWaiting_.clear();
     waitingChanged();
@@ -72,6 +73,7 @@ void BatchRecorder::rowAppended(int row) {
   const std::int64_t order = restored_ != 0 ? restored_ : lastOrder_ + 1;
   lastOrder_ = order;
   orders_.push_back(order);
+  orderOfId_[app_.table().id(row)] = order;
   if (restored_ != 0)
     return;
   rowChanged(row);
@@ -94,6 +96,16 @@ void BatchRecorder::rowRemoved(int row) {
   removedRows_.insert(order);
   // Its source may still be named as one without a row.
   waitingChanged();
+}
+
+// Under the number that it had, which lies between those of its neighbours.
+void BatchRecorder::rowPutBack(int row) {
+  const std::int64_t order = orderOfId_.at(app_.table().id(row));
+  orders_.insert(orders_.begin() + row, order);
+  if (stopped_)
+    return;
+  removedRows_.erase(order);
+  rowChanged(row);
 }
 
 void BatchRecorder::waitingChanged() {
@@ -221,7 +233,9 @@ void BatchRecorder::groupEnded(const Outcome<void>& result) {
     for (const auto& [order, content] : group->rows)
       if (std::binary_search(orders_.begin(), orders_.end(), order))
         changedRows_.insert(order);
-    removedRows_.insert(group->removedRows.begin(), group->removedRows.end());
+    for (const std::int64_t order : group->removedRows)
+      if (!std::binary_search(orders_.begin(), orders_.end(), order))
+        removedRows_.insert(order);
     waitingChanged_ = true;
     storedSettings_ = {};
     schedule(retryInterval);
@@ -368,10 +382,18 @@ void BatchRecorder::forget() {
 
 void BatchRecorder::storeUnfinished() {
   if (!sourcesWithoutRow().empty())
-    return waitingChanged();
-  for (int row = 0; row < app_.table().count(); ++row)
-    if (!app_.table().isFinished(row))
-      return schedule(gathering);
+    waitingChanged();
+  else if (hasUnfinished())
+    schedule(gathering);
+}
+
+void BatchRecorder::leave() {
+  if (stopped_)
+    return;
+  if (hasUnfinished())
+    keep();
+  else
+    forget();
 }
 
 bool BatchRecorder::keep() {
@@ -386,6 +408,14 @@ bool BatchRecorder::keep() {
 // Nothing to recover. A job in hand has a row.
 bool BatchRecorder::isEmpty() const {
   return orders_.empty() && restoredWaiting_.empty() && !app_.queue().hasSourcesWithoutRow();
+}
+
+bool BatchRecorder::hasUnfinished() const {
+  const BatchTable& table = app_.table();
+  for (int row = 0; row < table.count(); ++row)
+    if (!table.isFinished(row))
+      return true;
+  return !sourcesWithoutRow().empty();
 }
 
 int BatchRecorder::rowOf(std::int64_t order) const {

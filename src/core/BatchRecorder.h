@@ -56,8 +56,11 @@ class BatchRecorder {
 
   // Removes what is stored: the batch needs no recovery. Not after keep().
   void discard();
-  // Removes what is stored and stops following: the user has ended the program.
+  // Removes what is stored and stops following.
   void forget();
+  // The user has ended the program: keep(), where a row is left to be converted or a source without
+  // one, else forget(). Once more changes nothing.
+  void leave();
   // Stores the batch anew after its end when a row is left to be converted, or a source without
   // one.
   void storeUnfinished();
@@ -69,6 +72,7 @@ class BatchRecorder {
   void rowAppended(int row);
   void rowChanged(int row);
   void rowRemoved(int row);
+  void rowPutBack(int row);
   void folderBegins(const std::string& source, const std::string& folder);
   void movieFinished(const FinishedMovie& movie);
   void jobEnded(const JobEnd& end);
@@ -89,6 +93,7 @@ class BatchRecorder {
   bool check(const Outcome<void>& written);
 
   bool isEmpty() const;
+  bool hasUnfinished() const;
   int rowOf(std::int64_t order) const;
   StoredRow storedRow(int row) const;
   Dico settings() const;
@@ -102,6 +107,7 @@ class BatchRecorder {
 
   std::vector<std::int64_t> orders_;  // of the table's rows; ascending
   std::int64_t lastOrder_ = 0;
+  std::map<std::uint64_t, std::int64_t> orderOfId_;  // of all rows that there ever were
   std::int64_t restored_ = 0;  // number of the row that is being restored, 0 for none
   bool stopped_ = false;       // nothing is followed any more
   bool failureTold_ = false;

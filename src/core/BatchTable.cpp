@@ -60,6 +60,20 @@ int BatchTable::append(Row entry) {
   return row;
 }
 
+void BatchTable::putBack(Row entry, std::uint64_t id) {
+  const std::string path = entry.path();
+  if (rowOfSource(path) >= 0)
+    return;
+  const auto place = std::lower_bound(ids_.begin(), ids_.end(), id);
+  const auto row = static_cast<int>(place - ids_.begin());
+  rows_.insert(rows_.begin() + row, std::move(entry));
+  ids_.insert(place, id);
+  idOfPath_.emplace(path, id);
+  if (selectedRow_ >= row)
+    ++selectedRow_;
+  rowPutBack.emit(row);
+}
+
 bool BatchTable::computeSize(Row& entry, int row) const {
   const int asked = entry.choice.sizeOut;
   debugFormat("APPTOR sizeOut pre   = row#{} sizeOut#{}", row, asked);

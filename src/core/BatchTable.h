@@ -1,6 +1,7 @@
 // The batch: an ordered list of rows, one per analysed source.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <type_traits>
 #include <unordered_map>
@@ -32,6 +33,7 @@ class BatchTable {
   Signal<int> rowChanged;
   Signal<int> rowAppended;
   Signal<int> rowRemoved;
+  Signal<int> rowPutBack;
   Signal<> selectionChanged;
 
   int count() const { return static_cast<int>(rows_.size()); }
@@ -53,6 +55,11 @@ class BatchTable {
   // Appends the row as the last; the result is its index. A second row of a source is not taken:
   // the result is then the row that the source has.
   int append(Row entry);
+  // A number that the row keeps, and that no other ever has; rows are in the order of these.
+  std::uint64_t id(int row) const { return ids_.at(static_cast<std::size_t>(row)); }
+  // Puts a row that was removed back to where it was; `id` is the number that it had. A source that
+  // has a row again keeps that one.
+  void putBack(Row entry, std::uint64_t id);
   // Changes one part of the row, as it is given.
   template <class T>
   void set(int row, T Row::*part, const std::type_identity_t<T>& value) {

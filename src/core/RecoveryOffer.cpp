@@ -80,16 +80,18 @@ void RecoveryOffer::ask() {
   std::size_t unfinished = 0;
   for (const BatchStore& store : found_.stores)
     unfinished += unfinishedIn(store);
-  std::string more = localisationString("D_recover_2", "", fmt::format("{}", unfinished));
+  const bool isList = std::all_of(found_.stores.begin(), found_.stores.end(), isAtRest);
+  std::string more =
+      localisationString(isList ? "D_list_2" : "D_recover_2", "", fmt::format("{}", unfinished));
   std::vector<std::string> asides;
   for (const PutAside& each : found_.putAside)
     asides.push_back(each.aside);
   if (!asides.empty())
     more += "\n\n" + localisationString("D_recover_aside") + listOf(asides);
-  Alert question{localisationString("D_recover_1"),
+  Alert question{localisationString(isList ? "D_list_1" : "D_recover_1"),
                  more,
-                 {localisationString("D_recover_goOn"), localisationString("D_recover_later"),
-                  localisationString("D_recover_forget")}};
+                 {localisationString(isList ? "D_list_open" : "D_recover_goOn"),
+                  localisationString("D_recover_later"), localisationString("D_recover_forget")}};
   question.closing = laterAnswer;
   question.style = Alert::Style::information;
   alerts_.show(question, [this](AlertAnswer reply) {
@@ -111,20 +113,20 @@ void RecoveryOffer::goOn() {
     for (const StoreProblem& problem : inStore)
       problems.push_back(fmt::format("{}: {}", problem.path, problem.reason));
     waiting_.insert(waiting_.end(), batch.waiting.begin(), batch.waiting.end());
+    isToConvert_ = isToConvert_ || !isAtRest(store);
     recorder_.restore(std::move(store), batch);
   }
   found_.stores.clear();
   if (!problems.empty())
     alerts_.show(
         {localisationString("D_recover_problems"), std::string(trimmed(listOf(problems)))});
-  isToConvert_ = true;
   app_.showBatch();
   // Otherwise the end of the analysis that goes on does the rest.
   if (!app_.queue().isOpenPermitted())
     return;
   if (!waiting_.empty())
     takeWaiting();
-  else
+  else if (isToConvert_)
     convert();
 }
 

@@ -9,9 +9,10 @@
 
 namespace tessarin {
 
-// Asks once for all interrupted batches together: to go on with them, to be asked again at the next
-// start, or to give them up. Whatever the answer, what an interrupted job had written is put aside
-// first and the user is told under which name.
+// Asks once for all interrupted batches together, and for the list that the window had when its
+// user left: to go on with them, to be asked again at the next start, or to give them up. A list
+// alone is only shown again, and nothing of it converted. Whatever the answer, what an interrupted
+// job had written is put aside first and the user is told under which name.
 class RecoveryOffer {
  public:
   // All are borrowed and outlive the offer, which outlives the alerts' answers.

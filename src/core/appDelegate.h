@@ -11,6 +11,7 @@
 #include "core/CoreServices.h"
 #include "core/EncodingDriver.h"
 #include "core/Interface.h"
+#include "core/RowUndo.h"
 
 namespace tessarin {
 
@@ -40,6 +41,7 @@ class appDelegate {
   BatchTable& table() { return table_; }
   AnalysisQueue& queue() { return queue_; }
   EncodingDriver& driver() { return driver_; }
+  RowUndo& undo() { return undo_; }
 
   // Sources dropped on the application's icon, or handed over by another copy: taken in once the
   // start-up, or an analysis that is under way, has finished.
@@ -90,6 +92,7 @@ class appDelegate {
 
   CoreServices services_;
   BatchTable table_;
+  RowUndo undo_{table_};
   AnalysisQueue queue_;
   EncodingDriver driver_;
   std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other

@@ -35,6 +35,8 @@ inline constexpr std::string_view choices = "choices";  // record of PrefKey: th
 // Text, the answer for all movies that are there already (StateKey::replaceFiles).
 inline constexpr std::string_view replaceFiles = "replaceFilesCheck";
 inline constexpr std::string_view front = "front";  // record, what the program itself needs
+// In that record, integer, 1: a list of the window that was not being converted.
+inline constexpr std::string_view atRest = "atRest";
 }  // namespace BatchSetting
 
 // The record in a form that a property list keeps exactly: texts that are no UTF-8 (old names of

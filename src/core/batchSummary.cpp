@@ -80,6 +80,7 @@ BatchSummary::BatchSummary(BatchTable& table, TextField& field, RunLoop& loop)
   table_.rowAppended.connect([this](int) { changed(); });
   table_.rowChanged.connect([this](int) { changed(); });
   table_.rowRemoved.connect([this](int) { changed(); });
+  table_.rowPutBack.connect([this](int) { changed(); });
 }
 
 BatchSummary::~BatchSummary() {

@@ -131,6 +131,12 @@ InterruptedBatches findInterruptedBatches(const std::string& parent) {
   return found;
 }
 
+bool isAtRest(const BatchStore& store) {
+  const BatchPart settings = store.settings();
+  const Dico* front = settings.content.dico(BatchSetting::front);
+  return front && front->integer(BatchSetting::atRest) == 1;
+}
+
 StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& problems) {
   StoredBatch batch;
   const BatchPart settings = store.settings();

@@ -36,6 +36,10 @@ struct InterruptedBatches {
 // Batches of a newer version of the program are left as they are.
 InterruptedBatches findInterruptedBatches(const std::string& parent);
 
+// Whether it is a list of the window that was kept when the user left, and not a conversion that
+// was interrupted.
+bool isAtRest(const BatchStore& store);
+
 // Reads a whole batch. Rows that were being worked on wait again; damaged rows are moved out of the
 // folder and reported. Thumbnails are written into our temporary folder.
 StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& problems);

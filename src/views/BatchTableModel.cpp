@@ -26,10 +26,12 @@ BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
                QStringLiteral("@@columnSize")} {
   looks_.resize(static_cast<std::size_t>(table.count()));
   const QPointer<BatchTableModel> held(this);
-  table.rowAppended.connect([held](int) {
+  const auto showAdded = [held](int row) {
     if (held)
-      held->appended();
-  });
+      held->added(row);
+  };
+  table.rowAppended.connect(showAdded);
+  table.rowPutBack.connect(showAdded);
   table.rowRemoved.connect([held](int row) {
     if (held)
       held->removed(row);
@@ -42,18 +44,22 @@ BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
 
 // ---- Following the table
 
-void BatchTableModel::appended() {
-  const int row = rowCount();
+void BatchTableModel::added(int row) {
   beginInsertRows({}, row, row);
-  looks_.emplace_back();
+  looks_.emplace(looks_.begin() + row);
   endInsertRows();
+  showNumbersFrom(row + 1);
 }
 
 void BatchTableModel::removed(int row) {
   beginRemoveRows({}, row, row);
   looks_.erase(looks_.begin() + row);
   endRemoveRows();
-  // The rows behind it have new numbers.
+  showNumbersFrom(row);
+}
+
+// The rows behind one that came or went have new numbers.
+void BatchTableModel::showNumbersFrom(int row) {
   if (row < rowCount())
     Q_EMIT dataChanged(index(row, orderColumn), index(rowCount() - 1, orderColumn));
 }

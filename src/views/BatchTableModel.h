@@ -47,9 +47,10 @@ class BatchTableModel final : public QAbstractTableModel {
     QPixmap picture;
   };
 
-  void appended();
+  void added(int row);
   void removed(int row);
   void changed(int row);
+  void showNumbersFrom(int row);
   QString text(int row, int column) const;
   QString toolTip(int row, int column) const;
   QPixmap picture(int row) const;

@@ -5,6 +5,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <memory>
+#include <numeric>
 
 #include "classShared/TextAdditions.h"
 #include "core/rowEdits.h"
@@ -124,13 +126,13 @@ std::vector<int> BatchView::selectedRows() const {
 }
 
 void BatchView::choose(const QModelIndex& index, int choice) {
-  const std::vector<int> rows = selectedRows();
-  if (std::find(rows.begin(), rows.end(), index.row()) == rows.end()) {
-    chooseInRow(index.row(), index.column(), choice);
-    return;
-  }
+  std::vector<int> rows = selectedRows();
+  if (std::find(rows.begin(), rows.end(), index.row()) == rows.end())
+    rows = {index.row()};
+  RowUndo::States before = app_.undo().statesOf(rows, RowUndo::Kind::choice);
   for (const int row : rows)
     chooseInRow(row, index.column(), choice);
+  app_.undo().addChoice(std::move(before));
 }
 
 void BatchView::chooseInRow(int row, int column, int choice) {
@@ -196,11 +198,26 @@ void BatchView::convertSelected() {
 // ---- Removing
 
 void BatchView::removeSelected() {
-  removeRows(app_.table(), selectedRows());
+  const std::vector<int> rows = selectedRows();
+  RowUndo::States before = app_.undo().statesOf(rows, RowUndo::Kind::removal);
+  removeRows(app_.table(), rows);
+  app_.undo().addRemoval(std::move(before));
 }
 
 void BatchView::removeAll() {
-  app_.table().encBatchRemoveAll(true);
+  std::vector<int> rows(static_cast<std::size_t>(app_.table().count()));
+  std::iota(rows.begin(), rows.end(), 0);
+  auto before =
+      std::make_shared<RowUndo::States>(app_.undo().statesOf(rows, RowUndo::Kind::removal));
+  app_.table().batchRemoval(false, true, [&undo = app_.undo(), before](bool isDone) {
+    if (isDone)
+      undo.addRemoval(std::move(*before));
+  });
+}
+
+void BatchView::undo() {
+  app_.undo().undo();
+  app_.showBatch();
 }
 
 // ---- Keys and the context menu

@@ -26,6 +26,8 @@ class BatchView final : public QTableView {
   void convertSelected();
   void removeSelected();
   void removeAll();
+  // Takes back the last removal or choice.
+  void undo();
 
  protected:
   void changeEvent(QEvent* event) override;

@@ -44,6 +44,7 @@ class MainWindow final : public QMainWindow {
   void makeMenus();
   void makeFileMenu();
   void makeBatchMenu();
+  QMenu* newAfterBatchMenu();
   void makeHelpMenu();
   void restorePlace();
   void showDrawer(bool shown);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "prefs/PreferenceStore.h"
+#include "views/AfterBatch.h"
 
 namespace tessarin {
 
@@ -20,6 +21,9 @@ struct WindowActions {
   // Keeps the last folder and the window's place until the next start, and outlives the window;
   // null: they are forgotten.
   PreferenceStore* remembered = nullptr;
+  // What becomes of the computer behind a batch, and outlives the window; null: there is no such
+  // menu.
+  AfterBatch* afterBatch = nullptr;
 };
 
 }  // namespace tessarin

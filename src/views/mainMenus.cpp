@@ -1,5 +1,6 @@
 // The main window's menus.
 #include <QAction>
+#include <QActionGroup>
 #include <QMenuBar>
 #include <QMessageBox>
 
@@ -14,6 +15,7 @@
 #include "views/PreferencesWindow.h"
 #include "views/ReportWindow.h"
 #include "views/images.h"
+#include "views/localize.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -64,7 +66,11 @@ void MainWindow::makeBatchMenu() {
       menu->addAction("@@pause", QKeySequence("Ctrl+P"), this, [press] { press(pauseSegment); });
   QAction* stop =
       menu->addAction("@@stop", QKeySequence("Ctrl+."), this, [press] { press(stopSegment); });
+  if (actions_.afterBatch)
+    menu->addMenu(newAfterBatchMenu());
   menu->addSeparator();
+  QAction* undo =
+      menu->addAction("@@menuUndo", QKeySequence::Undo, this, [this] { drawer_->table().undo(); });
   QAction* remove = menu->addAction("@@remove", QKeySequence::Delete, this,
                                     [this] { drawer_->table().removeSelected(); });
   QAction* removeAll = menu->addAction("@@removeAll", QKeySequence("Ctrl+Delete"), this,
@@ -93,14 +99,48 @@ void MainWindow::makeBatchMenu() {
     remove->setEnabled(areSome);
     removeAll->setEnabled(areSome);
   };
+  const auto showUndo = [held, this, undo] {
+    if (!held)
+      return;
+    const RowUndo::Kind kind = app_.undo().kind();
+    undo->setEnabled(kind != RowUndo::Kind::nothing);
+    undo->setText(localizedText(kind == RowUndo::Kind::removal  ? "@@menuUndoRemoval"
+                                : kind == RowUndo::Kind::choice ? "@@menuUndoChoice"
+                                                                : "@@menuUndo"));
+  };
+  app_.undo().changed.connect(showUndo);
   app_.interface.batchGoBt.changed.connect(showStart);
   stopBt.changed.connect(showStop);
   app_.table().rowAppended.connect([showRemovals](int) { showRemovals(); });
   app_.table().rowRemoved.connect([showRemovals](int) { showRemovals(); });
+  app_.table().rowPutBack.connect([showRemovals](int) { showRemovals(); });
   app_.table().rowChanged.connect([showRemovals](int) { showRemovals(); });
+  showUndo();
   showStart();
   showStop();
   showRemovals();
+}
+
+// What becomes of the computer.
+QMenu* MainWindow::newAfterBatchMenu() {
+  auto* menu = new QMenu("@@afterBatch", this);
+  auto* group = new QActionGroup(menu);
+  AfterBatch& after = *actions_.afterBatch;
+  const QPointer<MainWindow> held(this);
+  for (const auto& [title, act] : {std::pair{"@@afterNothing", AfterBatch::Act::nothing},
+                                   std::pair{"@@afterSleep", AfterBatch::Act::sleep},
+                                   std::pair{"@@afterPowerOff", AfterBatch::Act::powerOff}}) {
+    QAction* choice = menu->addAction(title, this, [&after, act = act] { after.choose(act); });
+    choice->setCheckable(true);
+    group->addAction(choice);
+    const auto show = [held, choice, &after, act = act] {
+      if (held)
+        choice->setChecked(after.act() == act);
+    };
+    after.changed.connect(show);
+    show();
+  }
+  return menu;
 }
 
 void MainWindow::makeHelpMenu() {

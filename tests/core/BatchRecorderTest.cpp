@@ -4,6 +4,7 @@
 #include "core/BatchRecorder.h"
 #include "core/newRow.h"
 #include "core/recovery.h"
+#include "core/rowEdits.h"
 #include "core/stepState.h"
 #include "support/LoopUntil.h"
 #include "support/changesOf.h"
@@ -94,6 +95,82 @@ TEST_F(BatchRecorderTest, RowsAreStoredSoonAfterTheyChange) {
   soon();
   EXPECT_EQ(folderCount(), 0u);
   EXPECT_TRUE(failures.empty());
+}
+
+// Rows come back to where they were, in the list and on the disk, and choices, too.
+TEST_F(BatchRecorderTest, WhatTheUserTakesBackIsAsItWasBefore) {
+  const auto paths = [this] {
+    std::vector<std::string> list;
+    for (int row = 0; row < app.table().count(); ++row) {
+      list.push_back(fileName(app.table().sourcePath(row)));
+      EXPECT_EQ(app.table().rowOfSource(app.table().sourcePath(row)), row);
+    }
+    return list;
+  };
+  const auto remove = [this](const std::vector<int>& rows) {
+    RowUndo::States before = app.undo().statesOf(rows, RowUndo::Kind::removal);
+    removeRows(app.table(), rows);
+    app.undo().addRemoval(std::move(before));
+  };
+  for (const char* name : {"1.mts", "2.mts", "3.mts", "4.mts"}) {
+    Row row = rowOf(name);
+    row.source.set(RowInfoKey::imgPathStr, folder.write(std::string(name) + ".jpg", "picture"));
+    app.table().append(row);
+  }
+  const StoredBatch before = (soon(), afterACrash());
+  remove({3, 1});
+  remove({0});
+  app.table().append(rowOf("5.mts"));
+  EXPECT_FALSE(pathExists(folder.file("2.mts.jpg")));
+  soon();
+  EXPECT_EQ(app.undo().rowCount(), 1u);
+  app.undo().undo();
+  EXPECT_EQ(paths(), (std::vector<std::string>{"1.mts", "3.mts", "5.mts"}));
+  app.undo().undo();
+  EXPECT_EQ(paths(), (std::vector<std::string>{"1.mts", "2.mts", "3.mts", "4.mts", "5.mts"}));
+  EXPECT_EQ(folder.read("2.mts.jpg"), "picture");
+  EXPECT_EQ(app.undo().kind(), RowUndo::Kind::nothing);
+  soon();
+  const StoredBatch after = afterACrash();
+  ASSERT_EQ(after.rows.size(), 5u);
+  for (std::size_t row = 0; row < before.rows.size(); ++row) {
+    EXPECT_EQ(after.rows[row].order, before.rows[row].order);
+    EXPECT_EQ(after.rows[row].row.path(), before.rows[row].row.path());
+  }
+
+  // A source that has a row again keeps it, and a row that was finished is so again.
+  remove({4});
+  app.table().append(rowOf("5.mts"));
+  app.undo().undo();
+  EXPECT_EQ(app.table().count(), 5);
+  app.table().mark(2, RowMark::success);
+  RowUndo::States choices = app.undo().statesOf({2, 3}, RowUndo::Kind::choice);
+  app.table().set(2, &Row::choice, {outAic, 12});
+  app.table().mark(2, RowMark::waiting);
+  app.undo().addChoice(std::move(choices));
+  EXPECT_EQ(app.undo().rowCount(), 1u);
+  app.undo().undo();
+  EXPECT_EQ(app.table().row(2).choice.target, outProres);
+  EXPECT_TRUE(app.table().isFinished(2));
+}
+
+TEST_F(BatchRecorderTest, WhatIsLeftToBeDoneIsKeptWhenTheUserLeaves) {
+  recorder.setFrontSettings({{std::string(BatchSetting::atRest), 1}});
+  app.table().append(rowOf("1.mts"));
+  app.table().append(rowOf("2.mts"));
+  app.table().mark(0, RowMark::success);
+  soon();
+  recorder.leave();
+  app.table().encBatchRemoveAll(false);
+  EXPECT_EQ(afterACrash().rows.size(), 2u);
+  EXPECT_TRUE(isAtRest(findInterruptedBatches(folder.file("copies")).stores.at(0)));
+
+  BatchRecorder other(app, services, folder.file("other"));
+  app.table().append(rowOf("3.mts"));
+  app.table().mark(0, RowMark::success);
+  soon();
+  other.leave();
+  EXPECT_TRUE(findInterruptedBatches(folder.file("other")).stores.empty()) << "all was done";
 }
 
 TEST_F(BatchRecorderTest, WhatIsLeftAfterABatchIsStoredUntilTheUserQuits) {

@@ -115,6 +115,24 @@ TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
   EXPECT_EQ(ended[1].output, movie("Waiting.mov"));
 }
 
+// As it was left when the user quit: shown again, and not converted by itself.
+TEST_F(RecoveryOfferTest, AListThatWasKeptIsOpenedAndNothingOfItConverted) {
+  StoredBatch batch;
+  batch.settings = {{"choices", app.prefs2GuiApp()}, {"front", Dico{{"atRest", 1}}}};
+  batch.rows = {{1, rowOf("Done.MTS", RowMark::success)}, {2, rowOf("Next.MTS", RowMark::waiting)}};
+  batch.waiting = {folder.file("Waiting.MTS")};
+  ASSERT_TRUE(test::makeInterlacedClip(folder.file("Waiting.MTS")));
+  ASSERT_TRUE(BatchStore::create(parent, test::changesOf(batch)));
+  offer.begin(parent);
+  ASSERT_EQ(alerts.shown.size(), 1u);
+  EXPECT_EQ(alerts.shown[0].message, localisationString("D_list_1"));
+  EXPECT_TRUE(servedUntil([this] { return app.table().count() == 3; }));
+  test::loopFor(loop, std::chrono::milliseconds(100));
+  EXPECT_FALSE(app.driver().isBatchRunning());
+  EXPECT_TRUE(ended.empty());
+  EXPECT_TRUE(app.interface.batchGoBt.isEnabled());
+}
+
 TEST_F(RecoveryOfferTest, LaterLeavesTheBatchAndForgettingRemovesIt) {
   leaveBatch();
   alerts.answers = {{1, false}, {2, false}};

@@ -3,18 +3,22 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVirtualObject>
 #include <QProcess>
+#include <QTest>
 #include <QUrl>
+#include <algorithm>
 #include <array>
 
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "utils/files.h"
+#include "views/AfterBatch.h"
 #include "views/DesktopMessage.h"
 #include "views/DropView.h"
 #include "views/QtRunLoop.h"
@@ -31,6 +35,11 @@ class FakeDesktop final : public QDBusVirtualObject {
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
     calls.push_back(message);
+    if (message.member().startsWith("Can"))
+      return connection.send(
+          message.createReply(QString(message.member() == "CanSuspend" ? "yes" : "na")));
+    if (message.member() == "Suspend")
+      return connection.send(message.createReply());
     if (message.member() != "Inhibit")
       return connection.send(message.createReply(7u));
     return connection.send(message.createReply(QVariant::fromValue(QDBusUnixFileDescriptor(lock))));
@@ -120,6 +129,38 @@ TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
   pollfd open{ends[0], 0, 0};
   EXPECT_TRUE(until([&] { return ::poll(&open, 1, 0) == 1 && (open.revents & POLLHUP) != 0; }));
   ::close(ends[0]);
+
+  // Behind a batch the computer goes to sleep once the warning was not heeded, and for once.
+  std::vector<std::string> refusals;
+  AfterBatch after(
+      loop, {[] { return nullptr; }, {}, [&](const std::string& why) { refusals.push_back(why); }},
+      std::chrono::milliseconds(1));
+  const auto calls = [&fake](const char* member) {
+    return std::count_if(fake.calls.begin(), fake.calls.end(),
+                         [member](const QDBusMessage& call) { return call.member() == member; });
+  };
+  after.choose(AfterBatch::Act::powerOff);
+  ASSERT_TRUE(until([&] { return !refusals.empty(); }));
+  EXPECT_EQ(after.act(), AfterBatch::Act::nothing);
+  after.choose(AfterBatch::Act::sleep);
+  after.batchEnded(true);
+  EXPECT_EQ(after.act(), AfterBatch::Act::nothing) << "the user stopped the batch";
+  after.choose(AfterBatch::Act::sleep);
+  after.batchEnded(false);
+  EXPECT_TRUE(after.isWarning());
+  ASSERT_TRUE(QApplication::activeModalWidget());
+  QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
+  EXPECT_FALSE(after.isWarning());
+  EXPECT_EQ(after.act(), AfterBatch::Act::nothing);
+  after.batchEnded(false);
+  EXPECT_FALSE(after.isWarning());
+  after.choose(AfterBatch::Act::sleep);
+  after.batchEnded(false);
+  ASSERT_TRUE(until([&] { return calls("Suspend") > 0; }));
+  EXPECT_FALSE(after.isWarning());
+  EXPECT_EQ(calls("Suspend"), 1);
+  EXPECT_EQ(calls("PowerOff"), 0);
+  EXPECT_EQ(refusals.size(), 1u);
   daemon.terminate();
   daemon.waitForFinished();
 }

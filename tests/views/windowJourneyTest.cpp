@@ -57,6 +57,13 @@ TEST_F(WindowFixture, ThreeClipsAreDroppedChangedAndConverted) {
   window.findChild<BatchView*>("batch")->removeSelected();
   ASSERT_EQ(table().model()->rowCount(), 2);
   ASSERT_EQ(app.table().count(), 2);
+  // Nor are the others, for a moment.
+  table().selectAll();
+  table().removeSelected();
+  EXPECT_FALSE(startButton()->isEnabled());
+  QTest::keySequence(&window, QKeySequence::Undo);
+  ASSERT_EQ(app.table().count(), 2);
+  EXPECT_TRUE(cell(0, sourceColumn).startsWith("One.MTS"));
 
   QTest::mouseClick(startButton(), Qt::LeftButton);
   EXPECT_FALSE(startButton()->isEnabled());

@@ -1,0 +1,85 @@
+#include "core/RowUndo.h"
+
+#include <fstream>
+#include <utility>
+
+#include "classShared/log.h"
+#include "core/rowEdits.h"
+#include "core/storedRow.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr std::size_t mostSteps = 100;
+
+}  // namespace
+
+RowUndo::States RowUndo::statesOf(const std::vector<int>& rows, Kind kind) const {
+  States states;
+  states.reserve(rows.size());
+  for (const int row : rows) {
+    State& state = states.emplace_back(State{table_.id(row), table_.row(row)});
+    if (const std::string image = state.row.thumbnail();
+        kind == Kind::removal && !image.empty() && poidsFile(image, "o") <= largestPicture)
+      state.picture = readFileStart(image, largestPicture).value_or("");
+  }
+  return states;
+}
+
+void RowUndo::addRemoval(States before) {
+  std::erase_if(before,
+                [this](const State& state) { return table_.rowOfSource(state.row.path()) >= 0; });
+  add(Kind::removal, std::move(before));
+}
+
+void RowUndo::addChoice(States before) {
+  std::erase_if(before, [this](const State& state) {
+    const int row = table_.rowOfSource(state.row.path());
+    return row < 0 || table_.row(row).choice == state.row.choice;
+  });
+  add(Kind::choice, std::move(before));
+}
+
+void RowUndo::add(Kind kind, States rows) {
+  if (rows.empty())
+    return;
+  steps_.push_back({kind, std::move(rows)});
+  if (steps_.size() > mostSteps)
+    steps_.pop_front();
+  changed.emit();
+}
+
+void RowUndo::undo() {
+  if (steps_.empty())
+    return;
+  const Step step = std::move(steps_.back());
+  steps_.pop_back();
+  logFormat("undo                : {} ({})", static_cast<int>(step.kind), step.rows.size());
+  for (const State& state : step.rows)
+    if (step.kind == Kind::removal)
+      putBack(state);
+    else
+      chooseAgain(state);
+  changed.emit();
+}
+
+void RowUndo::putBack(const State& state) {
+  if (table_.rowOfSource(state.row.path()) >= 0)
+    return;
+  if (!state.picture.empty())
+    std::ofstream(state.row.thumbnail(), std::ios::binary) << state.picture;
+  table_.putBack(state.row, state.id);
+}
+
+void RowUndo::chooseAgain(const State& state) {
+  const int row = table_.rowOfSource(state.row.path());
+  if (!isRowEditable(table_, row))
+    return;
+  const bool isConvertedSince = table_.isFinished(row);
+  table_.set(row, &Row::choice, state.row.choice);
+  table_.mark(row, isConvertedSince ? RowMark::waiting : state.row.mark);
+}
+
+}  // namespace tessarin
