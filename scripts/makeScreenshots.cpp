@@ -18,7 +18,6 @@
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/RemainingTime.h"
 #include "core/batchSummary.h"
 #include "core/language.h"
 #include "prefs/utilsAlert.h"
@@ -181,7 +180,6 @@ class Screenshots {
   PreferenceStore preferences_{domain_};
   appDelegate app_{{loop_, preferences_, alerts_, {}}};
   BatchSummary summary_{app_.table(), app_.interface.batchSummary, loop_};
-  RemainingTime remaining_{app_.interface.encoding};
   std::unique_ptr<MainWindow> window_;
 };
 

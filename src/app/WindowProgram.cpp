@@ -274,6 +274,8 @@ void WindowProgram::watchBatch() {
     awake_.hold(localisationString("D_stayAwake"));
   });
   app_.driver().batchEnded.connect([this] { awake_.release(); });
+  app_.driver().progressed.connect([this] { taskBar_.show(app_.driver().progress().fraction); });
+  app_.driver().batchEnded.connect([this] { taskBar_.show(std::nullopt); });
   app_.driver().jobStarted.connect(
       [this](const std::string&, const std::string&) { afterBatch_.cancel(); });
   // Who looks at one of our windows sees it there.

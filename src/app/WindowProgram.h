@@ -23,6 +23,7 @@
 #include "views/QtRunLoop.h"
 #include "views/SessionEnd.h"
 #include "views/StayAwake.h"
+#include "views/TaskBarEntry.h"
 
 namespace tessarin {
 
@@ -75,6 +76,7 @@ class WindowProgram {
   std::unique_ptr<MainWindow> window_;
   DesktopMessage message_{[this] { window_->bringToFront(); }};
   StayAwake awake_;
+  TaskBarEntry taskBar_;
   AfterBatch afterBatch_{
       loop_,
       {[this] { return window_.get(); },

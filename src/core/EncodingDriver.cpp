@@ -23,6 +23,7 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
       next_(services.loop) {
   const auto recount = [this](int) { isWaitingCounted_ = false; };
   table_.rowAppended.connect(recount);
+  table_.rowPutBack.connect(recount);
   table_.rowChanged.connect(recount);
   table_.rowRemoved.connect(recount);
 }

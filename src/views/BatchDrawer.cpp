@@ -1,12 +1,16 @@
 #include "views/BatchDrawer.h"
 
+#include <fmt/format.h>
+
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include "prefs/utilsAlert.h"
 #include "views/bindings.h"
+#include "views/qtText.h"
 
 namespace tessarin {
 
@@ -14,6 +18,7 @@ namespace {
 
 constexpr int startWidth = 130;
 constexpr int startHeight = 36;
+constexpr int barSteps = 1000;
 
 // A label that is cut off rather than making the window wider: the texts hold file names.
 QLabel* newNarrowLabel() {
@@ -23,6 +28,19 @@ QLabel* newNarrowLabel() {
 }
 
 }  // namespace
+
+QString numberText(const BatchProgress& batch) {
+  const auto begun = static_cast<std::size_t>(batch.ended) + batch.inHand.size();
+  return begun == 0 ? QString()
+                    : qtText(localisationString("D_batchNumber", "", fmt::format("{}", begun),
+                                                fmt::format("{}", batch.rows)));
+}
+
+QString percentText(const BatchProgress& batch) {
+  return batch.rows == 0
+             ? QString()
+             : QString::number(static_cast<int>(batch.fraction * 100)) + QStringLiteral(" %");
+}
 
 BatchDrawer::BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget* parent)
     : QWidget(parent), app_(app), table_(new BatchView(app, actions, this)) {
@@ -111,11 +129,12 @@ QWidget* BatchDrawer::newProgress() {
   auto* action = newNarrowLabel();
   action->setObjectName("action");
   bindTo(action, encoding.action);
+  auto* number = new QLabel;
+  number->setObjectName("number");
   auto* percent = new QLabel;
   percent->setObjectName("percent");
   percent->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   percent->setMinimumWidth(percent->fontMetrics().horizontalAdvance("100 %"));
-  bindTo(percent, encoding.percent);
   auto* left = new QLabel;
   left->setObjectName("left");
   bindTo(left, encoding.left);
@@ -123,12 +142,26 @@ QWidget* BatchDrawer::newProgress() {
   progress->setObjectName("progress");
   progress->setTextVisible(false);
   progress->setAccessibleName("@@progress");
-  bindTo(progress, encoding.bar);
+  progress->setRange(0, barSteps);
+  grid->setHorizontalSpacing(14);
   grid->addWidget(action, 0, 0);
-  grid->addWidget(left, 0, 1);
-  grid->addWidget(percent, 0, 2);
-  grid->addWidget(progress, 1, 0, 1, 3);
+  grid->addWidget(number, 0, 1);
+  grid->addWidget(left, 0, 2);
+  grid->addWidget(percent, 0, 3);
+  grid->addWidget(progress, 1, 0, 1, 4);
   grid->setColumnStretch(0, 1);
+  const auto show = [this, held = QPointer<QLabel>(number), percent, progress] {
+    if (!held)
+      return;
+    const BatchProgress batch = app_.driver().progress();
+    held->setText(numberText(batch));
+    percent->setText(percentText(batch));
+    progress->setValue(static_cast<int>(batch.fraction * barSteps));
+  };
+  app_.driver().progressed.connect(show);
+  app_.driver().jobStarted.connect([show](const std::string&, const std::string&) { show(); });
+  app_.interface.batchGoBt.changed.connect(show);
+  show();
   return whole;
 }
 

@@ -9,6 +9,10 @@
 
 namespace tessarin {
 
+// "14 of 88", as many as have been begun, and "41 %" of the whole; "" where no batch runs.
+QString numberText(const BatchProgress& batch);
+QString percentText(const BatchProgress& batch);
+
 class BatchDrawer final : public QWidget {
  public:
   // Both are borrowed and outlive the view.

@@ -72,6 +72,11 @@ void BatchTableModel::changed(int row) {
   Q_EMIT dataChanged(index(row, 0), index(row, batchColumnCount - 1));
 }
 
+void BatchTableModel::showProgress(int row) {
+  if (row >= 0 && row < rowCount())
+    Q_EMIT dataChanged(index(row, sourceColumn), index(row, sourceColumn), {progressRole});
+}
+
 // ---- What a row shows
 
 const ChoiceCell& BatchTableModel::choiceCell(const QModelIndex& index) const {
@@ -124,6 +129,10 @@ QVariant BatchTableModel::data(const QModelIndex& index, int role) const {
       return column == pictureColumn ? QVariant() : text(row, column);
     case Qt::DecorationRole:
       return column == pictureColumn ? picture(row) : QVariant();
+    case progressRole: {
+      const auto progress = progressOfRow ? progressOfRow(row) : std::nullopt;
+      return progress ? QVariant(*progress) : QVariant();
+    }
     case Qt::ToolTipRole:
       return toolTip(row, column);
     case Qt::AccessibleTextRole:

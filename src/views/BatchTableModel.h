@@ -3,12 +3,16 @@
 
 #include <QAbstractTableModel>
 #include <QPixmap>
+#include <functional>
 #include <optional>
 #include <vector>
 
 #include "core/BatchTable.h"
 
 namespace tessarin {
+
+// Of a row that is being converted: how far it is, 0 to 1; of others nothing.
+inline constexpr int progressRole = Qt::UserRole + 1;
 
 enum BatchColumn { orderColumn, pictureColumn, sourceColumn, outColumn, speedColumn, sizeColumn };
 inline constexpr int batchColumnCount = 6;
@@ -28,6 +32,9 @@ class BatchTableModel final : public QAbstractTableModel {
   const ChoiceCell& choiceCell(const QModelIndex& index) const;
   // The names of the cell's segments.
   QStringList segmentTitles(int column) const;
+  // Set by the view; the model is told when it changes.
+  std::function<std::optional<double>(int row)> progressOfRow;
+  void showProgress(int row);
   // What a segment of the cell means, and why it cannot be chosen where it cannot.
   QString segmentTip(const QModelIndex& index, int segment) const;
   bool isEditable(int row) const;

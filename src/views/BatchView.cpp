@@ -5,6 +5,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPointer>
+#include <QScrollBar>
 #include <memory>
 #include <numeric>
 
@@ -60,12 +62,60 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
   choices->chosen = [this](const QModelIndex& index, int segment) { choose(index, segment); };
   auto* sizes = new PopUpDelegate(*model_, this);
   sizes->pressed = [this](const QModelIndex& index) { openSizes(index); };
+  model_->progressOfRow = [this](int row) -> std::optional<double> {
+    const auto known = inHand_.find(app_.table().sourcePath(row));
+    return known == inHand_.end() ? std::nullopt : std::optional(known->second);
+  };
   setItemDelegateForColumn(orderColumn, order);
+  setItemDelegateForColumn(sourceColumn, new SourceDelegate(this));
   setItemDelegateForColumn(outColumn, choices);
   setItemDelegateForColumn(speedColumn, choices);
   setItemDelegateForColumn(sizeColumn, sizes);
   connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
           [this](const QModelIndex& current) { app_.table().select(current.row()); });
+  const QPointer<BatchView> held(this);
+  const auto show = [held] {
+    if (held)
+      held->showProgress();
+  };
+  app_.driver().progressed.connect(show);
+  app_.driver().batchEnded.connect(show);
+  app_.driver().jobStarted.connect([held](const std::string&, const std::string&) {
+    if (!held)
+      return;
+    held->showProgress();
+    held->follow();
+  });
+  connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] {
+    const int row = app_.table().encBatchInprogressRowIdentification();
+    if (!isScrolling_ && row >= 0)
+      isFollowing_ = viewport()->rect().intersects(visualRect(model_->index(row, sourceColumn)));
+  });
+}
+
+// ---- The rows that are being converted
+
+void BatchView::showProgress() {
+  std::map<std::string, double> before;
+  before.swap(inHand_);
+  for (const BatchProgress::Clip& clip : app_.driver().progress().inHand)
+    inHand_[clip.source] = clip.fraction;
+  for (const auto& [source, fraction] : before)
+    if (!inHand_.contains(source))
+      model_->showProgress(app_.table().rowOfSource(source));
+  for (const auto& [source, fraction] : inHand_)
+    if (const auto former = before.find(source);
+        former == before.end() || former->second != fraction)
+      model_->showProgress(app_.table().rowOfSource(source));
+}
+
+void BatchView::follow() {
+  const int row = app_.table().encBatchInprogressRowIdentification();
+  if (!isFollowing_ || row < 0)
+    return;
+  isScrolling_ = true;
+  scrollTo(model_->index(row, sourceColumn));
+  isScrolling_ = false;
 }
 
 void BatchView::setUpColumns() {

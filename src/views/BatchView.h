@@ -4,6 +4,7 @@
 #include <QMenu>
 #include <QTableView>
 #include <functional>
+#include <map>
 #include <string>
 
 #include "core/appDelegate.h"
@@ -16,7 +17,8 @@ namespace tessarin {
 // Rows are changed with the mouse, or with the keys in the current cell: 1 to 3 choose a segment,
 // Space takes the next one or opens the sizes, Delete removes the selected rows. A choice goes to
 // all selected rows when the row that it was made in is one of them. A double click in front of the
-// choices, and Space there, plays the row.
+// choices, and Space there, plays the row. The row that is converted stays in sight until the user
+// scrolls it out, and again once he has scrolled it in.
 class BatchView final : public QTableView {
  public:
   // Both are borrowed and outlive the view.
@@ -41,6 +43,8 @@ class BatchView final : public QTableView {
  private:
   void setUpColumns();
   void setUpRows();
+  void showProgress();
+  void follow();
   void choose(const QModelIndex& index, int choice);
   void chooseInRow(int row, int column, int choice);
   void chooseNext(const QModelIndex& index);
@@ -53,6 +57,9 @@ class BatchView final : public QTableView {
   appDelegate& app_;
   const WindowActions& actions_;
   BatchTableModel* model_;
+  std::map<std::string, double> inHand_;  // how far the sources are that are being converted
+  bool isFollowing_ = true;               // the row in hand is kept in sight
+  bool isScrolling_ = false;              // by itself
 };
 
 }  // namespace tessarin

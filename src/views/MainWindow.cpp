@@ -65,10 +65,14 @@ MainWindow::MainWindow(appDelegate& app, WindowActions actions)
     if (held)
       held->showDrawer(held->app_.interface.batchDrawer.isShown());
   });
-  app_.interface.encoding.percent.changed.connect([held] {
+  const auto showProgress = [held] {
     if (held)
       held->showProgressInTitle();
-  });
+  };
+  app_.driver().progressed.connect(showProgress);
+  app_.driver().jobStarted.connect(
+      [showProgress](const std::string&, const std::string&) { showProgress(); });
+  app_.interface.batchGoBt.changed.connect(showProgress);
   if (app_.interface.batchDrawer.isShown())
     showDrawer(true);
 }
@@ -76,8 +80,11 @@ MainWindow::MainWindow(appDelegate& app, WindowActions actions)
 // Where only the desktop's list of windows can be seen the progress can, too.
 void MainWindow::showProgressInTitle() {
   const QString name = qtText(Bundle::main().name());
-  const QString percent = qtText(app_.interface.encoding.percent.text());
-  setWindowTitle(percent.isEmpty() ? name : percent + QStringLiteral(" – ") + name);
+  const BatchProgress batch = app_.driver().progress();
+  const QString number = numberText(batch);
+  setWindowTitle(number.isEmpty() ? name
+                                  : percentText(batch) + QStringLiteral(" (") + number +
+                                        QStringLiteral(") – ") + name);
 }
 
 bool MainWindow::event(QEvent* event) {

@@ -18,6 +18,7 @@ constexpr int markSize = 18;
 constexpr int segmentPadding = 9;
 constexpr int cellMargin = 6;
 constexpr double selectionRadius = 4;
+constexpr double barHeight = 4;
 
 // Background, selection and focus as the style draws them; the content is ours.
 void paintEmptyCell(QPainter* painter, QStyleOptionViewItem option) {
@@ -57,6 +58,30 @@ void OrderDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   painter->drawPixmap(
       cell.rect.center().x() - markSize / 2, upper.bottom() + 3,
       drawing(std::string(markName(markOfRow(index.row()))), markSize, colour, ratio));
+  painter->restore();
+}
+
+// ---- The source
+
+void SourceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                           const QModelIndex& index) const {
+  QStyledItemDelegate::paint(painter, option, index);
+  const QVariant progress = index.data(progressRole);
+  if (!progress.isValid())
+    return;
+  const QRectF whole(option.rect.x() + cellMargin, option.rect.bottom() - barHeight - 1,
+                     option.rect.width() - 2 * cellMargin, barHeight);
+  QRectF done = whole;
+  done.setWidth(whole.width() * progress.toDouble());
+  const bool selected = option.state.testFlag(QStyle::State_Selected);
+  painter->save();
+  painter->setRenderHint(QPainter::Antialiasing);
+  painter->setPen(Qt::NoPen);
+  painter->setBrush(option.palette.color(QPalette::Mid));
+  painter->drawRoundedRect(whole, barHeight / 2, barHeight / 2);
+  painter->setBrush(
+      option.palette.color(selected ? QPalette::HighlightedText : QPalette::Highlight));
+  painter->drawRoundedRect(done, barHeight / 2, barHeight / 2);
   painter->restore();
 }
 

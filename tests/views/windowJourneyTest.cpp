@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QMenu>
+#include <QScrollBar>
 #include <set>
 
 #include "core/language.h"
@@ -110,6 +111,10 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   EXPECT_EQ(stopSegmentButton(0)->accessibleName(), "Pause");
   EXPECT_EQ(mark(0), RowMark::current);
   EXPECT_EQ(window.focusWidget(), &table());
+  EXPECT_EQ(window.findChild<QLabel*>("number")->text(), "1 of 1");
+  EXPECT_TRUE(window.windowTitle().endsWith(" % (1 of 1) – Tessarin"))
+      << window.windowTitle().toStdString();
+  EXPECT_TRUE(table().model()->index(0, sourceColumn).data(progressRole).isValid());
   // One of them at a time, whatever changes.
   app.interface.batchSummary.setText("something");
   EXPECT_TRUE(window.findChild<QLabel*>("action")->isVisible());
@@ -134,6 +139,36 @@ TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   table().selectAll();
   table().removeSelected();
   EXPECT_FALSE(startButton()->isEnabled()) << "nothing is left to be converted";
+}
+
+TEST_F(WindowFixture, TheRowInHandStaysInSightUntilTheUserScrollsAway) {
+  std::vector<std::string> clips;
+  for (int number = 10; number < 22; ++number) {
+    clips.push_back(folder.file(std::to_string(number) + ".MTS"));
+    if (number == 10)
+      ASSERT_TRUE(makeFastClip(clips[0]));
+    else
+      std::filesystem::copy_file(clips[0], clips.back());
+  }
+  analyse(clips);
+  ASSERT_EQ(app.table().count(), 12);
+  QScrollBar* bar = table().verticalScrollBar();
+  ASSERT_GT(bar->maximum(), 0);
+  int seen = 0;
+  app.driver().jobStarted.connect([&](const std::string& source, const std::string&) {
+    const QModelIndex row = table().model()->index(app.table().rowOfSource(source), sourceColumn);
+    if (++seen <= 8) {
+      EXPECT_TRUE(table().viewport()->rect().contains(table().visualRect(row))) << seen;
+      EXPECT_EQ(window.findChild<QLabel*>("number")->text(), QString("%1 of 12").arg(seen));
+    }
+    if (seen == 8)
+      bar->setValue(0);
+  });
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
+  EXPECT_EQ(seen, 12);
+  EXPECT_EQ(bar->value(), 0);
+  EXPECT_EQ(window.windowTitle(), "Tessarin");
 }
 
 TEST_F(WindowFixture, ClosingDuringABatchAsksAndLeavesNothingUnfinished) {
