@@ -5,7 +5,6 @@
 // themselves and block until it has ended.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +12,7 @@
 
 #include "analysis/Fields.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/idetReport.h"
 
 namespace tessarin {
 
@@ -20,16 +20,6 @@ namespace tessarin {
 // seconds, the first one four seconds into the source. Nothing when no pass could decide.
 std::optional<Fields> fieldOrderProbe(const std::string& path);
 
-// How many frames idet found to be of which kind, each looked at by itself.
-struct IdetCounts {
-  std::int64_t top = 0;
-  std::int64_t bottom = 0;
-  std::int64_t progressive = 0;
-  std::int64_t undetermined = 0;
-};
-
-// The counts at the end of one pass's report; nothing when it has none.
-std::optional<IdetCounts> idetCounts(std::string_view report);
 // A tie is top first, and one interlaced frame outweighs all progressive ones. Nothing when the
 // counts do not decide.
 std::optional<Fields> fieldsOfCounts(const IdetCounts& counts);

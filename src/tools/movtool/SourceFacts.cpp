@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/idetReport.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "utils/times.h"
@@ -109,22 +110,12 @@ std::string timeCodeOf(std::string_view report) {
 }
 
 std::optional<FieldOrder> detectedFieldOrder(std::string_view report) {
-  std::optional<std::string_view> counts;
-  for (const std::string_view line : splitLines(report))
-    if (const auto statement = statementOf(line, "idet"))
-      if (const auto found = textAfter(*statement, "Multi frame detection:"))
-        counts = found;
+  const auto counts = idetCounts(report, IdetDetection::multi);
   if (!counts)
     return std::nullopt;
-  const auto count = [&](std::string_view label) {
-    const auto text = textBetween(*counts, label, ":");
-    return wholeNumber(trimmed(text.value_or("")), ReportRange::pictureCount).value_or(0);
-  };
-  const std::int64_t top = count("TFF:");
-  const std::int64_t bottom = count("BFF:");
-  if (count("Progressive:") >= top + bottom)
+  if (counts->progressive >= counts->top + counts->bottom)
     return FieldOrder::progressive;
-  return bottom > top ? FieldOrder::bottomFirst : FieldOrder::topFirst;
+  return counts->bottom > counts->top ? FieldOrder::bottomFirst : FieldOrder::topFirst;
 }
 
 }  // namespace tessarin::movtool
