@@ -41,8 +41,8 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   showBusy();
   openPermitted_ = false;
   isUnderWay_ = true;
-  interface_.batchGoBt.setEnabled(false);
   if (interface_.batchGoBt.state() == 1) {
+    interface_.batchGoBt.setEnabled(false);
     encodingSuspended_ = true;
     encodingToSuspend.emit();
     logLine("was in progress     : to suspend");

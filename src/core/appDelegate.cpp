@@ -89,9 +89,6 @@ appDelegate::appDelegate(CoreServices services)
   queue_.finished.connect([this] { scheduleOpenFiles(); });
   driver_.batchEnded.connect([this] {
     queue_.setOpenPermitted(true);
-    // An analysis that goes on allows the start itself, at its end.
-    if (!queue_.isOpenPermitted())
-      interface.batchGoBt.setEnabled(false);
     if (const auto stopped = std::exchange(batchStopped_, {}))
       stopped();
   });
@@ -229,7 +226,7 @@ void appDelegate::showBatch() {
     return;
   interface.batchDrawer.setShown(true);
   if (!driver_.isBatchRunning())
-    interface.batchGoBt.setEnabled(queue_.isOpenPermitted());
+    interface.batchGoBt.setEnabled(true);
 }
 
 Dico appDelegate::prefs2GuiApp() const {

@@ -389,6 +389,20 @@ TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
 }
 
+TEST_F(EncodingDriverTest, ABatchMayStartDuringAnAnalysis) {
+  clips(1);
+  std::filesystem::copy_file(folder.file("1.mts"), folder.file("2.mts"));
+  app.draggedFiles({folder.file("2.mts")});
+  EXPECT_TRUE(app.interface.batchGoBt.isEnabled());
+  app.iba_batchGoBt();
+  EXPECT_FALSE(app.interface.batchGoBt.isEnabled());
+  serve();
+  serve();  // the end of the batch and that of the analysis, whichever comes first
+  EXPECT_EQ(mark(0), RowMark::success);
+  EXPECT_EQ(app.table().count(), 2);
+  EXPECT_TRUE(app.interface.batchGoBt.isEnabled());
+}
+
 TEST_F(EncodingDriverTest, APauseCannotBeEndedDuringAnAnalysis) {
   clips(1);
   bool paused = false;
