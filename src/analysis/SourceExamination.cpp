@@ -72,10 +72,13 @@ bool mayBeginElsewhere(std::string_view report, const SourceInfo& record) {
   return std::abs(offsets->number(key).value_or(0)) > 1000 * leastLateness;
 }
 
-// A transport stream tells the time ten times a second, in a packet of 188 bytes each. A longer
-// length is that of a clock that jumped: a day for a clip whose clock jumps back a little.
+// A transport stream tells the time ten times a second, in a packet of 188 bytes each, and has its
+// sound, whose rate may have been taken at a loud place. A longer length is that of a clock that
+// jumped: a day for a clip whose clock jumps back a little. Room for it would be asked for.
 void forgetImpossibleLength(double bytes, SourceInfo& record) {
-  constexpr double leastByteRate = 1000;
+  constexpr double halfOfKilobits = 1000.0 / 8 / 2;
+  const double sound = record.number(SourceKey::a0Bitrate).value_or(0) * halfOfKilobits;
+  const double leastByteRate = std::max(1000.0, sound);
   if (!startsWith(record.textOrEmpty(SourceKey::wrapper), "mpegts") ||
       record.number(SourceKey::wSeconds).value_or(0) < 60 + bytes / leastByteRate)
     return;

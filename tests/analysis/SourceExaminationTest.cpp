@@ -137,6 +137,17 @@ TEST_F(Examination, AsksWhenThePicturesBeginWhereItMayNotBeAt0) {
   EXPECT_EQ(usual.nextCommand(), std::nullopt);
 }
 
+TEST_F(Examination, DoesNotBelieveALengthForWhichTheSoundAloneWouldBeTooMuch) {
+  const auto seconds = [](const std::string& length) {
+    SourceExamination examination("/a.mts", 1'000'000, "/tmp/frame.yuv");
+    examination.take(replaceAll(report("avchd"), "Duration: 00:00:00.61", "Duration: " + length),
+                     tenPictures());
+    return completed(examination).number("w_seconds");
+  };
+  EXPECT_EQ(seconds("00:01:30.00"), 90);
+  EXPECT_EQ(seconds("00:02:00.00"), std::nullopt);
+}
+
 TEST_F(Examination, TriesASoundThatFfmpegMissesSomethingOf) {
   const auto record = [](const std::string& answer) {
     SourceExamination examination("/a.avi", 1000, "/tmp/frame.yuv");
