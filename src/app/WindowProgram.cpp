@@ -219,6 +219,11 @@ void WindowProgram::applicationDidFinishLaunching() {
   if (localisationString("localizationToCorrect") == "1")
     window_->showLocalization();
   logFormat("updatePrefBt        ? {:d}", app_.interface.updateCheck.isChecked());
+  const auto allowUpdates = [this] {
+    app_.interface.updateCheck.setEnabled(!updates_.address().empty());
+  };
+  allowUpdates();
+  updates_.changed.connect(allowUpdates);
   updates_.lookUpAtStart(preferences_);
   // Whoever switches it on need not wait for the next start. After the choice has been stored.
   app_.interface.updateCheck.changed.connect(

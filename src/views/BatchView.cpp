@@ -67,6 +67,7 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
     return known == inHand_.end() ? std::nullopt : std::optional(known->second);
   };
   setItemDelegateForColumn(orderColumn, order);
+  setItemDelegateForColumn(pictureColumn, new PictureDelegate(this));
   setItemDelegateForColumn(sourceColumn, new SourceDelegate(this));
   setItemDelegateForColumn(outColumn, choices);
   setItemDelegateForColumn(speedColumn, choices);
@@ -290,6 +291,24 @@ void BatchView::keyPressEvent(QKeyEvent* event) {
     play(current.row());
   else
     QTableView::keyPressEvent(event);
+}
+
+// Home and End lead to the first and the last row; a row has the arrows.
+QModelIndex BatchView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+  const bool isEnd = action == MoveEnd;
+  if ((!isEnd && action != MoveHome) || model_->rowCount() == 0)
+    return QTableView::moveCursor(action, modifiers);
+  return model_->index(isEnd ? model_->rowCount() - 1 : 0, qMax(0, currentIndex().column()));
+}
+
+void BatchView::paintEvent(QPaintEvent* event) {
+  QTableView::paintEvent(event);
+  if (model_->rowCount() > 0)
+    return;
+  QPainter painter(viewport());
+  painter.setPen(palette().color(QPalette::Text));
+  painter.drawText(viewport()->rect().adjusted(20, 0, -20, 0), Qt::AlignCenter | Qt::TextWordWrap,
+                   localizedText(QStringLiteral("@@emptyList")));
 }
 
 // A press into a choice of one of several selected rows would leave that row selected alone; the

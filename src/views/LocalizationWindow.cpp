@@ -13,6 +13,7 @@
 #include "utils/files.h"
 #include "views/localize.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -57,11 +58,10 @@ LocalizationWindow::LocalizationWindow(std::function<void(const std::string&)> r
   path->setTextFormat(Qt::PlainText);
   column->addWidget(path);
 
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  auto* buttons = newCloseButtons(this);
   QPushButton* show = buttons->addButton("@@localizationOpen", QDialogButtonBox::ActionRole);
   show->setObjectName("openLocalizationFile");
   connect(show, &QPushButton::clicked, this, [this] { iba_openLocalizationFile(); });
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
   column->addStretch();
   column->addWidget(buttons);
   localizeWindow(this);

@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QMenuBar>
 #include <QPointer>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -21,6 +22,7 @@
 #include "views/accessibility.h"
 #include "views/images.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -58,6 +60,8 @@ MainWindow::MainWindow(appDelegate& app, WindowActions actions)
   makeContent();
   makeMenus();
   localizeWindow(this);
+  giveMnemonics(menuBar());
+  giveMnemonics(this);
   resize(windowWidth, sizeHint().height());
   restorePlace();
   const QPointer<MainWindow> held(this);
@@ -180,7 +184,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 // ---- Sources
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (!app_.queue().isOpenPermitted() || pathsOf(event->mimeData()).empty())
+  if (!isReady() || pathsOf(event->mimeData()).empty())
     return;
   event->setDropAction(Qt::CopyAction);
   event->accept();
@@ -195,13 +199,21 @@ void MainWindow::dropEvent(QDropEvent* event) {
   sources_->setHighlighted(false);
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  app_.dragNDropPerformDrag(pathsOf(event->mimeData()));
+  takeIn(pathsOf(event->mimeData()), &appDelegate::dragNDropPerformDrag);
+}
+
+// At once, or behind the analysis that is under way.
+void MainWindow::takeIn(const std::vector<std::string>& paths, TakeIn now) {
+  if (app_.queue().isOpenPermitted())
+    (app_.*now)(paths);
+  else
+    app_.applicationOpenFiles(paths);
 }
 
 void MainWindow::pasteSources() {
   const auto paths = pathsOf(QGuiApplication::clipboard()->mimeData());
-  if (!paths.empty())
-    app_.dragNDropPerformDrag(paths);
+  if (!paths.empty() && isReady())
+    takeIn(paths, &appDelegate::dragNDropPerformDrag);
 }
 
 // Where the user opened sources last, as long as it is there.
@@ -213,7 +225,7 @@ QString MainWindow::lastFolder() const {
 
 void MainWindow::openSources(bool folder) {
   logLine("(drag'n'drop) menu open…");
-  if (!app_.queue().isOpenPermitted())
+  if (!isReady())
     return;
   auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), lastFolder());
   panel->setAttribute(Qt::WA_DeleteOnClose);
@@ -228,7 +240,7 @@ void MainWindow::openSources(bool folder) {
     if (actions_.remembered && !paths.empty())
       actions_.remembered->prefWrite(lastFolderKey,
                                      std::filesystem::path(paths.front()).parent_path().string());
-    app_.draggedFiles(paths);
+    takeIn(paths, &appDelegate::draggedFiles);
   });
   panel->open();
 }

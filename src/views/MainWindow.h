@@ -52,6 +52,10 @@ class MainWindow final : public QMainWindow {
   QString lastFolder() const;
   void showProgressInTitle();
   void openSources(bool folder);
+  // Until the program knows ffmpeg's codecs nothing can be taken in.
+  bool isReady() const { return centralWidget()->isEnabled(); }
+  using TakeIn = void (appDelegate::*)(const std::vector<std::string>& paths);
+  void takeIn(const std::vector<std::string>& paths, TakeIn now);
   void pasteSources();
   void toggleDebug(QAction* item);
   void showAbout();

@@ -1,19 +1,24 @@
 #include "views/PreferencesWindow.h"
 
-#include <QDialogButtonBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
+#include <QSignalBlocker>
 
 #include "views/bindings.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/popUpTitles.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
-void PreferencesWindow::open(appDelegate& app, QWidget* parent) {
-  openOne<PreferencesWindow>([&] { return new PreferencesWindow(app, parent); });
+void PreferencesWindow::open(appDelegate& app, const std::function<void()>& chooseFolder,
+                             QWidget* parent) {
+  openOne<PreferencesWindow>([&] { return new PreferencesWindow(app, chooseFolder, parent); });
 }
 
-PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent)
+PreferencesWindow::PreferencesWindow(appDelegate& app, const std::function<void()>& chooseFolder,
+                                     QWidget* parent)
     : SideWindow("preferences", "@@prefTitle", parent) {
   Interface& interface = app.interface;
   const Act store = [&app] { app.storePreferences(); };
@@ -25,7 +30,13 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent)
   destination->setObjectName("destination");
   destination->setMinimumWidth(240);
   bindTo(destination, interface.destination, store);
-  form->addRow("@@destination", destination);
+  auto* place = new QHBoxLayout;
+  place->addWidget(destination, 1);
+  auto* choose = new QPushButton("@@chooseFolder");
+  connect(choose, &QPushButton::clicked, this, chooseFolder);
+  place->addWidget(choose);
+  form->addRow("@@destination", place);
+  qobject_cast<QLabel*>(form->labelForField(place))->setBuddy(destination);
 
   auto* flavours = new QComboBox;
   bindTo(flavours, interface.prores, proresTitle, store);
@@ -51,15 +62,27 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, QWidget* parent)
   form->addRow(QString(), alertEnd);
   auto* update = new QCheckBox("@@prefUpdate");
   bindTo(update, interface.updateCheck, store);
+  // Where there is no address nothing is looked for, whatever was chosen.
+  const auto explain = [update, &interface] {
+    const bool isPossible = interface.updateCheck.isEnabled();
+    update->setToolTip(isPossible ? QString() : localizedText("@@whyNoUpdates"));
+    if (!isPossible) {
+      const QSignalBlocker blocker(update);
+      update->setChecked(false);
+    }
+  };
+  follow(interface.updateCheck, update, explain);
+  explain();
   form->addRow(QString(), update);
   auto* assistantSkip = new QCheckBox("@@assistantSkip");
   bindTo(assistantSkip, interface.assistantSkip);
   form->addRow(QString(), assistantSkip);
 
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+  auto* buttons = newCloseButtons(this);
   form->addRow(buttons);
+  giveRoom(this);
   localizeWindow(this);
+  giveMnemonics(this);
 }
 
 }  // namespace tessarin

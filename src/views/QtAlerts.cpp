@@ -58,7 +58,7 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
   for (const std::string& title : alert.buttons)
     buttons.push_back(box->addButton(qtText(title), QMessageBox::ActionRole));
   if (buttons.empty())
-    buttons.push_back(box->addButton(QMessageBox::Ok));
+    buttons.push_back(box->addButton(qtText(localisationString("D_ok")), QMessageBox::AcceptRole));
   const bool isQuestion = answered && buttons.size() > 1;
   const std::size_t escape = escapeButton(alert);
   box->setDefaultButton(buttons.front());

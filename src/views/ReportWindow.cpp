@@ -12,6 +12,7 @@
 #include "process/logs.h"
 #include "views/localize.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -47,13 +48,12 @@ ReportWindow::ReportWindow(const std::function<void(const std::string&)>& reveal
   QPlainTextEdit* facts = newFacts();
   column->addWidget(facts, 1);
 
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  auto* buttons = newCloseButtons(this);
   QPushButton* copy = buttons->addButton("@@reportCopy", QDialogButtonBox::ActionRole);
   connect(copy, &QPushButton::clicked, facts,
           [facts] { QGuiApplication::clipboard()->setText(facts->toPlainText()); });
   QPushButton* show = buttons->addButton("@@reportShowLog", QDialogButtonBox::ActionRole);
   connect(show, &QPushButton::clicked, this, [reveal] { reveal(detailLogPath()); });
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
   column->addWidget(buttons);
   localizeWindow(this);
 }

@@ -1,5 +1,6 @@
 #include "views/SegmentedBar.h"
 
+#include <QApplication>
 #include <QButtonGroup>
 #include <QEvent>
 #include <QHBoxLayout>
@@ -12,15 +13,21 @@ constexpr int segmentImageSize = 20;
 
 // The segments of a choice look like those of the batch: the chosen one in the selection's colour.
 constexpr const char* choiceLook = R"(
-  QToolButton { border: 1px solid palette(mid); border-left: none; padding: 4px 8px;
+  QToolButton { border: 1px solid palette(mid); border-left: none; padding: 4px 8px; min-height: 18px;
                 background: palette(button); color: palette(button-text); }
   QToolButton[first="true"] { border-left: 1px solid palette(mid); }
   QToolButton:hover { background: palette(midlight); }
   QToolButton:checked { background: palette(highlight); color: palette(highlighted-text); }
-  QToolButton:disabled { color: palette(mid); }
+  QToolButton:disabled { color: %1; }
   QToolButton:checked:disabled { background: palette(button); }
-  QToolButton:focus { border: 1px solid palette(highlight); }
+  QToolButton:focus { border: 2px solid palette(window-text); padding: 3px 7px; }
 )";
+
+// A style sheet does not know the colours of what is disabled.
+QString lookOfChoice() {
+  const QColor disabled = QApplication::palette().color(QPalette::Disabled, QPalette::ButtonText);
+  return QString::fromLatin1(choiceLook).arg(disabled.name());
+}
 
 }  // namespace
 
@@ -30,7 +37,7 @@ SegmentedBar::SegmentedBar(Kind kind, const QStringList& titles, QWidget* parent
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(0);
   if (kind == Kind::choice)
-    setStyleSheet(choiceLook);
+    setStyleSheet(lookOfChoice());
   auto* group = new QButtonGroup(this);
   group->setExclusive(kind == Kind::choice);
   for (const QString& title : titles) {
@@ -65,11 +72,16 @@ void SegmentedBar::select(int segment) {
       // The Tab key comes to the chosen one, from which the arrows go on.
       const bool isStop = number == segment || segment < 0;
       at(number)->setFocusPolicy(isStop ? Qt::StrongFocus : Qt::ClickFocus);
+      if (number == segment)
+        setFocusProxy(at(number));
     }
 }
 
 void SegmentedBar::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange && !styleSheet().isEmpty() &&
+      styleSheet() != lookOfChoice())
+    setStyleSheet(lookOfChoice());
   if (event->type() == QEvent::PaletteChange && coloursChanged)
     coloursChanged();
 }

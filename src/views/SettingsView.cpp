@@ -36,6 +36,7 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
 
   auto* soft = newApplicationBar();
   soft->setObjectName("editingSoft");
+  soft->setAccessibleName("@@editingSoft");
   bindTo(soft, interface.editingSoft, store);
   form->addRow("@@editingSoft", soft);
 
@@ -54,6 +55,7 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
   form->addRow(QString(), surround);
 
   form->addRow("@@destination", newDestinationRow());
+  giveRoom(this);
 }
 
 QWidget* SettingsView::newSpeedRow() {
@@ -64,10 +66,17 @@ QWidget* SettingsView::newSpeedRow() {
   auto* speed = newChoice({"@@speedFull", "@@speedHalf", "@@speedSlow"},
                           {"@@tipSpeedFull", "@@tipSpeedHalf", "@@tipSpeedSlow"});
   speed->setObjectName("speed");
+  speed->setAccessibleName("@@prefSpeed");
   bindTo(speed, interface.speed, store);
+  const auto explain = [&interface, speed] {
+    speed->setToolTip(interface.speed.isEnabled() ? QString() : localizedText("@@whySpeedGrey"));
+  };
+  follow(interface.speed, speed, explain);
+  explain();
   auto* mode = newChoice({"@@modeExpert", "@@modeEasy"}, {"@@tipModeExpert", "@@tipModeEasy"});
   mode->setObjectName("mode");
   bindTo(mode, interface.easy, store);
+  row->setFocusProxy(mode);
   layout->addWidget(speed, 3);
   layout->addSpacing(12);
   layout->addWidget(mode, 2);
@@ -88,6 +97,7 @@ QWidget* SettingsView::newDestinationRow() {
   auto* show = new QPushButton("@@showFolder");
   connect(show, &QPushButton::clicked, this,
           [this] { reveal_(expandTilde(app_.interface.destination.text())); });
+  row->setFocusProxy(destination);
   layout->addWidget(destination, 1);
   layout->addWidget(choose);
   layout->addWidget(show);

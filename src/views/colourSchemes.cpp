@@ -4,10 +4,15 @@
 #include <QPalette>
 #include <QPixmapCache>
 #include <QStyle>
+#include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace tessarin {
 
 namespace {
+
+constexpr double leastContrast = 4.5;
 
 enum Scheme { desktopScheme, darkScheme, hudScheme };
 
@@ -46,16 +51,67 @@ QPalette paletteOf(const Colours& colours) {
   return palette;
 }
 
+double brightness(const QColor& colour) {
+  const auto linear = [](double part) {
+    return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+         0.0722 * linear(colour.blueF());
+}
+
+// The text's colour, brought as near to the ground's as can still be read.
+QColor faded(const QColor& text, const QColor& ground) {
+  QColor mixed = text;
+  for (const double share : {0.9, 0.85, 0.8, 0.75, 0.7, 0.65, 0.6}) {
+    const auto part = [share](double one, double other) {
+      return static_cast<float>(share * one + (1 - share) * other);
+    };
+    const QColor next =
+        QColor::fromRgbF(part(text.redF(), ground.redF()), part(text.greenF(), ground.greenF()),
+                         part(text.blueF(), ground.blueF()));
+    if (contrastOf(next, ground) < leastContrast)
+      break;
+    mixed = next;
+  }
+  return mixed;
+}
+
+// What cannot be chosen is told from what can, and can still be read: 4.5 to 1 at the least.
+QPalette readable(QPalette palette) {
+  for (const auto& [text, ground] : {std::pair{QPalette::WindowText, QPalette::Window},
+                                     std::pair{QPalette::Text, QPalette::Base},
+                                     std::pair{QPalette::ButtonText, QPalette::Button}})
+    palette.setColor(
+        QPalette::Disabled, text,
+        faded(palette.color(QPalette::Active, text), palette.color(QPalette::Active, ground)));
+  palette.setColor(QPalette::PlaceholderText, palette.color(QPalette::Disabled, QPalette::Text));
+  const QColor onHighlight = palette.color(QPalette::Active, QPalette::HighlightedText);
+  QColor highlight = palette.color(QPalette::Active, QPalette::Highlight);
+  const bool isLight = onHighlight.lightness() > highlight.lightness();
+  for (int step = 0; step < 20 && contrastOf(highlight, onHighlight) < leastContrast; ++step)
+    highlight = isLight ? highlight.darker(105) : highlight.lighter(105);
+  palette.setColor(QPalette::Active, QPalette::Highlight, highlight);
+  palette.setColor(QPalette::Inactive, QPalette::Highlight, highlight);
+  palette.setColor(QPalette::Inactive, QPalette::HighlightedText, onHighlight);
+  return palette;
+}
+
 void apply(int scheme) {
   // Other styles draw parts in colours of their own whatever the palette says.
   static const QString desktopStyle = QApplication::style()->objectName();
   const bool isDesktop = scheme != darkScheme && scheme != hudScheme;
   QApplication::setPalette(isDesktop ? QPalette() : paletteOf(scheme == hudScheme ? hud : dark));
+  QApplication::setPalette(readable(QApplication::palette()));
   // After the colours: style sheets look them up when the style is set.
   QApplication::setStyle(isDesktop ? desktopStyle : QStringLiteral("fusion"));
 }
 
 }  // namespace
+
+double contrastOf(const QColor& one, const QColor& other) {
+  const auto [darker, brighter] = std::minmax({brightness(one), brightness(other)});
+  return (brighter + 0.05) / (darker + 0.05);
+}
 
 void followColourScheme(SegmentedControl& colour) {
   const auto show = [&colour] { apply(colour.selected()); };

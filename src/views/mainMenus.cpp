@@ -11,6 +11,7 @@
 #include "process/logs.h"
 #include "views/AssistantWindow.h"
 #include "views/LocalizationWindow.h"
+#include "views/LogWindow.h"
 #include "views/MainWindow.h"
 #include "views/PreferencesWindow.h"
 #include "views/ReportWindow.h"
@@ -34,17 +35,10 @@ void MainWindow::makeMenus() {
 
 void MainWindow::makeFileMenu() {
   QMenu* menu = menuBar()->addMenu("@@menuFile");
-  const QList<QAction*> taking = {
-      menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); }),
-      menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
-                      [this] { openSources(true); }),
-      menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); })};
-  // No sources are taken in during an analysis.
-  app_.interface.analysisPanel.changed.connect([held = QPointer<MainWindow>(this), this, taking] {
-    if (held)
-      for (QAction* action : taking)
-        action->setEnabled(!app_.interface.analysisPanel.isShown());
-  });
+  menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); });
+  menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
+                  [this] { openSources(true); });
+  menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
   menu->addSeparator();
   menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
   menu->addSeparator();
@@ -149,8 +143,12 @@ void MainWindow::makeHelpMenu() {
   if (actions_.checkForUpdates)
     menu->addAction("@@menuUpdates", this, [this] { actions_.checkForUpdates(); });
   menu->addSeparator();
-  menu->addAction("@@menuDetailsLog", this, [this] { actions_.open(detailLogPath()); });
-  menu->addAction("@@menuResumeLog", this, [this] { actions_.open(resumeLogPath()); });
+  menu->addAction("@@menuDetailsLog", this, [this] {
+    LogWindow::open("@@menuDetailsLog", detailLogPath(), actions_.reveal, this);
+  });
+  menu->addAction("@@menuResumeLog", this, [this] {
+    LogWindow::open("@@menuResumeLog", resumeLogPath(), actions_.reveal, this);
+  });
   QAction* debug =
       menu->addAction(qtText(localisationString(debugMode() ? "menuDebug0" : "menuDebug1")));
   connect(debug, &QAction::triggered, this, [this, debug] { toggleDebug(debug); });
@@ -161,7 +159,8 @@ void MainWindow::makeHelpMenu() {
 }
 
 void MainWindow::showPreferences() {
-  PreferencesWindow::open(app_, this);
+  PreferencesWindow::open(
+      app_, [this] { chooseDestination(); }, this);
 }
 
 void MainWindow::showAssistant() {

@@ -17,6 +17,7 @@ namespace {
 constexpr int markSize = 18;
 constexpr int segmentPadding = 9;
 constexpr int cellMargin = 6;
+constexpr int leastTarget = 28;  // height of what is to be pressed
 constexpr double selectionRadius = 4;
 constexpr double barHeight = 4;
 
@@ -59,6 +60,21 @@ void OrderDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
       cell.rect.center().x() - markSize / 2, upper.bottom() + 3,
       drawing(std::string(markName(markOfRow(index.row()))), markSize, colour, ratio));
   painter->restore();
+}
+
+// ---- The picture
+
+void PictureDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                            const QModelIndex& index) const {
+  QStyleOptionViewItem cell = option;
+  initStyleOption(&cell, index);
+  paintEmptyCell(painter, cell);
+  const auto picture = index.data(Qt::DecorationRole).value<QPixmap>();
+  if (picture.isNull())
+    return;
+  QRectF place(QPointF(), picture.deviceIndependentSize());
+  place.moveCenter(QRectF(cell.rect).center());
+  painter->drawPixmap(place.topLeft(), picture);
 }
 
 // ---- The source
@@ -106,7 +122,7 @@ QRect ChoiceDelegate::segmentRect(const QStyleOptionViewItem& option, int column
     left += number < segment ? widths[number] : 0;
     total += widths[number];
   }
-  const int height = option.fontMetrics.height() + 10;
+  const int height = qMax(leastTarget, option.fontMetrics.height() + 10);
   return {option.rect.x() + (option.rect.width() - total) / 2 + left,
           option.rect.center().y() - height / 2, widths[segment], height};
 }
@@ -150,6 +166,11 @@ void ChoiceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
           cell.palette.color(editable ? QPalette::Active : QPalette::Inactive, QPalette::Highlight)
               .darker(editable ? 100 : 125));
       painter->restore();
+      // In a selected row it would look like a hole in the bar.
+      if (cell.state.testFlag(QStyle::State_Selected)) {
+        painter->setPen(QPen(cell.palette.color(QPalette::HighlightedText), 2));
+        painter->drawRect(place.adjusted(2, 2, -3, -3));
+      }
     }
     painter->setPen(
         cell.palette.color(group, selected ? QPalette::HighlightedText : QPalette::ButtonText));
@@ -176,7 +197,12 @@ bool ChoiceDelegate::editorEvent(QEvent* event, QAbstractItemModel*,
   if (!isLeftRelease(event))
     return false;
   const int segment = segmentAt(option, index.column(), positionOf(event));
-  if (segment >= 0 && chosen)
+  const auto& segments = model_.choiceCell(index).segments;
+  // Who presses what he cannot choose is told why.
+  if (segment >= 0 && !segments.at(static_cast<std::size_t>(segment)).allowed)
+    QToolTip::showText(static_cast<QMouseEvent*>(event)->globalPosition().toPoint(),
+                       model_.segmentTip(index, segment));
+  else if (segment >= 0 && chosen)
     chosen(index, segment);
   return segment >= 0;
 }
@@ -203,7 +229,7 @@ void PopUpDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   paintEmptyCell(painter, cell);
   const QStyle* style = cell.widget ? cell.widget->style() : QApplication::style();
   QStyleOptionComboBox popup;
-  const int height = cell.fontMetrics.height() + 12;
+  const int height = qMax(leastTarget, cell.fontMetrics.height() + 12);
   popup.rect = QRect(cell.rect.x() + cellMargin, cell.rect.center().y() - height / 2,
                      cell.rect.width() - 2 * cellMargin, height);
   popup.palette = cell.palette;

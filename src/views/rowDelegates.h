@@ -19,6 +19,14 @@ class OrderDelegate final : public QStyledItemDelegate {
   std::function<RowMark(int row)> markOfRow;
 };
 
+// The picture in the middle of its cell, whatever shape it has.
+class PictureDelegate final : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  void paint(QPainter* painter, const QStyleOptionViewItem& option,
+             const QModelIndex& index) const override;
+};
+
 // The source's caption, with a bar below it while its row is being converted.
 class SourceDelegate final : public QStyledItemDelegate {
  public:

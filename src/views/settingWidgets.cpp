@@ -1,5 +1,10 @@
 #include "views/settingWidgets.h"
 
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+
 namespace tessarin {
 
 SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips) {
@@ -13,6 +18,21 @@ SegmentedBar* newApplicationBar() {
   return newChoice(
       {"@@softQuickTime", "@@softIMovie", "@@softFinalCutPro", "@@soft50p60p"},
       {"@@tipSoftQuickTime", "@@tipSoftIMovie", "@@tipSoftFinalCutPro", "@@tipSoft50p60p"});
+}
+
+QDialogButtonBox* newCloseButtons(QDialog* window) {
+  auto* buttons = new QDialogButtonBox;
+  buttons->addButton("@@close", QDialogButtonBox::RejectRole);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, window, &QDialog::close);
+  return buttons;
+}
+
+void giveRoom(QWidget* widget) {
+  constexpr int leastTarget = 28;
+  for (QWidget* each : widget->findChildren<QWidget*>())
+    if (qobject_cast<QLineEdit*>(each) || qobject_cast<QComboBox*>(each) ||
+        qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each))
+      each->setMinimumHeight(leastTarget);
 }
 
 }  // namespace tessarin

@@ -1,6 +1,9 @@
 // Widgets for choices that stand in more than one place.
 #pragma once
 
+#include <QDialog>
+#include <QDialogButtonBox>
+
 #include "views/SegmentedBar.h"
 
 namespace tessarin {
@@ -10,5 +13,12 @@ SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips);
 
 // The editing applications, with what each suits.
 SegmentedBar* newApplicationBar();
+
+// Buttons of a window, of which one closes it, in the user's language with every installation of
+// Qt.
+QDialogButtonBox* newCloseButtons(QDialog* window);
+
+// Makes fields, buttons and boxes below the widget as high as a finger or an unsteady hand needs.
+void giveRoom(QWidget* widget);
 
 }  // namespace tessarin

@@ -101,6 +101,20 @@ TEST_F(WindowFixture, AMousePressChoosesForAllSelectedRowsAndNeverWhatIsRefused)
   EXPECT_EQ(cell(0, speedColumn), "Half");
 }
 
+TEST_F(WindowFixture, WhatIsDroppedDuringAnAnalysisIsTakenInBehindIt) {
+  std::vector<std::string> clips;
+  for (const char* name : {"A.MTS", "B.MTS", "C.MTS"}) {
+    clips.push_back(folder.file(name));
+    ASSERT_TRUE(makeFastClip(clips.back()));
+  }
+  drop({clips[0]});
+  ASSERT_FALSE(app.queue().isOpenPermitted());
+  drop({clips[2]});
+  drop({clips[1]});
+  ASSERT_TRUE(until([this] { return app.table().count() == 3; }));
+  EXPECT_TRUE(cell(0, sourceColumn).startsWith("A.MTS"));
+}
+
 TEST_F(WindowFixture, ARunningBatchIsPausedResumedAndStopped) {
   ASSERT_TRUE(makeLongClip(folder.file("Long.MPG")));
   analyse({folder.file("Long.MPG")});
@@ -164,6 +178,11 @@ TEST_F(WindowFixture, TheRowInHandStaysInSightUntilTheUserScrollsAway) {
     if (seen == 8)
       bar->setValue(0);
   });
+  table().setFocus();
+  QTest::keyClick(&table(), Qt::Key_End);
+  EXPECT_EQ(table().currentIndex().row(), 11);
+  QTest::keyClick(&table(), Qt::Key_Home);
+  EXPECT_EQ(table().currentIndex().row(), 0);
   QTest::mouseClick(startButton(), Qt::LeftButton);
   ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
   EXPECT_EQ(seen, 12);
@@ -280,7 +299,7 @@ TEST_F(WindowFixture, AnotherLanguageKeepsTheBatch) {
   useLanguage("de");
   MainWindow other(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
   other.show();
-  EXPECT_EQ(other.findChild<QPushButton*>("start")->text(), "Umwandeln");
+  EXPECT_EQ(other.findChild<QPushButton*>("start")->text().remove('&'), "Umwandeln");
   auto* rows = other.findChild<BatchView*>("batch");
   EXPECT_TRUE(rows->isVisible());
   EXPECT_EQ(rows->model()->index(0, speedColumn).data().toString(), "Halb");
@@ -379,6 +398,10 @@ TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
                 !told->text(QAccessible::Name).isEmpty())
         << what;
     EXPECT_NE(told->role(), QAccessible::Client) << what;
+    if (const auto* segment = qobject_cast<QToolButton*>(each); segment && segment->isCheckable()) {
+      EXPECT_EQ(told->role(), QAccessible::RadioButton) << what;
+      EXPECT_EQ(told->state().checked, segment->isChecked()) << what;
+    }
     EXPECT_NE(told->role(), QAccessible::Border) << what;
   }
   QAccessibleTableInterface* cells =

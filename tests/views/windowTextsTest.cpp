@@ -1,6 +1,9 @@
 // Texts that were not translated or do not fit, in every language, size of letters and look.
 #include <QComboBox>
 #include <QHeaderView>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSet>
 #include <QStyle>
 #include <QStyleOptionComboBox>
 
@@ -99,6 +102,80 @@ void expectRoomInTable(const BatchView& table) {
     for (int row = 0; row < model.rowCount(); ++row)
       EXPECT_GE(table.rowHeight(row), view.sizeHintForIndex(model.index(row, column)).height())
           << column;
+  }
+}
+
+TEST(WindowTexts, CanBeReadInEveryScheme) {
+  const TestBundle bundle;
+  QtRunLoop loop;
+  QtAlerts alerts;
+  MemoryUserDomain domain;
+  PreferenceStore preferences(domain);
+  appDelegate app({loop, preferences, alerts, {}});
+  followColourScheme(app.interface.colour);
+  for (const int scheme : {1, 2, 0}) {
+    app.interface.colour.select(scheme);
+    const QPalette palette = QApplication::palette();
+    for (const auto group : {QPalette::Active, QPalette::Disabled})
+      for (const auto& [text, ground] : {std::pair{QPalette::WindowText, QPalette::Window},
+                                         std::pair{QPalette::Text, QPalette::Base},
+                                         std::pair{QPalette::ButtonText, QPalette::Button}})
+        EXPECT_GE(contrastOf(palette.color(group, text), palette.color(group, ground)), 4.5)
+            << scheme << " " << group << " " << text;
+    EXPECT_GE(
+        contrastOf(palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight)),
+        4.5)
+        << scheme;
+  }
+}
+
+// Where each of these texts has a letter, and no two the same.
+void expectOneLetterEach(const QStringList& texts) {
+  QSet<QChar> letters;
+  for (const QString& text : texts) {
+    const qsizetype place = text.indexOf('&');
+    ASSERT_GE(place, 0) << text.toStdString();
+    EXPECT_FALSE(letters.contains(text[place + 1].toUpper())) << text.toStdString();
+    letters.insert(text[place + 1].toUpper());
+  }
+}
+
+TEST(WindowTexts, EveryMenuAndControlHasALetterOfItsOwnInEveryLanguage) {
+  for (const char* language : {"en", "de", "fr", "es", "it"}) {
+    SCOPED_TRACE(language);
+    const TestBundle bundle(language);
+    QtRunLoop loop;
+    QtAlerts alerts;
+    MemoryUserDomain domain;
+    PreferenceStore preferences(domain);
+    appDelegate app({loop, preferences, alerts, {}});
+    AfterBatch after(loop, {});
+    WindowActions actions;
+    actions.checkForUpdates = [] {};
+    actions.afterBatch = &after;
+    MainWindow window(app, actions);
+    QStringList texts;
+    for (QAction* title : window.menuBar()->actions())
+      texts.append(title->text());
+    for (const QLabel* label : window.findChildren<QLabel*>())
+      if (label->buddy())
+        texts.append(label->text());
+    for (const QAbstractButton* button : window.findChildren<QAbstractButton*>())
+      if (qobject_cast<const QPushButton*>(button) || qobject_cast<const QCheckBox*>(button))
+        texts.append(button->text());
+    EXPECT_GT(texts.size(), 8);
+    expectOneLetterEach(texts);
+    int items = 0;
+    for (QMenu* menu : window.findChildren<QMenu*>()) {
+      Q_EMIT menu->aboutToShow();
+      QStringList titles;
+      for (const QAction* action : menu->actions())
+        if (!action->isSeparator())
+          titles.append(action->text());
+      expectOneLetterEach(titles);
+      items += static_cast<int>(titles.size());
+    }
+    EXPECT_GT(items, 20);
   }
 }
 

@@ -1,0 +1,74 @@
+#include "views/mnemonics.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+
+namespace tessarin {
+
+namespace {
+
+// Without the one that it has.
+QString plain(QString text) {
+  return text.remove(QLatin1Char('&'));
+}
+
+// With those below it.
+void followMenu(QMenu* menu) {
+  QObject::connect(menu, &QMenu::aboutToShow, menu, [menu] { giveMnemonics(menu); });
+  for (const QAction* action : menu->actions())
+    if (QMenu* below = action->menu())
+      followMenu(below);
+}
+
+}  // namespace
+
+QString withMnemonic(const QString& text, QSet<QChar>& taken) {
+  const QString words = plain(text);
+  for (const bool beginsWord : {true, false})
+    for (qsizetype place = 0; place < words.size(); ++place) {
+      const bool isBegin = place == 0 || words[place - 1].isSpace();
+      const QChar letter = words[place].toUpper();
+      if (!letter.isLetterOrNumber() || isBegin != beginsWord || taken.contains(letter))
+        continue;
+      taken.insert(letter);
+      return words.left(place) + QLatin1Char('&') + words.mid(place);
+    }
+  return words;
+}
+
+void giveMnemonics(QMenu* menu) {
+  QSet<QChar> taken;
+  for (QAction* action : menu->actions())
+    if (!action->isSeparator())
+      action->setText(withMnemonic(action->text(), taken));
+}
+
+void giveMnemonics(QMenuBar* bar) {
+  QSet<QChar> taken;
+  for (QAction* title : bar->actions()) {
+    title->setText(withMnemonic(title->text(), taken));
+    if (QMenu* menu = title->menu())
+      followMenu(menu);
+  }
+}
+
+void giveMnemonics(QWidget* window) {
+  QSet<QChar> taken;
+  if (const auto* bar = window->findChild<QMenuBar*>())
+    for (const QAction* title : bar->actions())
+      if (const auto place = title->text().indexOf(QLatin1Char('&')); place >= 0)
+        taken.insert(title->text()[place + 1].toUpper());
+  for (QWidget* each : window->findChildren<QWidget*>()) {
+    if (each->window() != window)
+      continue;
+    if (auto* label = qobject_cast<QLabel*>(each); label && label->buddy())
+      label->setText(withMnemonic(label->text(), taken));
+    else if (auto* button = qobject_cast<QAbstractButton*>(each);
+             button && !button->text().isEmpty() &&
+             (qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each)))
+      button->setText(withMnemonic(button->text(), taken));
+  }
+}
+
+}  // namespace tessarin
