@@ -243,7 +243,6 @@ void BatchTable::select(int row) {
     return;
   debugFormat("tableSel…IsChanging : row={}", valid);
   selectedRow_ = valid;
-  selectionChanged.emit();
 }
 
 void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,
@@ -309,7 +308,6 @@ void BatchTable::removeRow(int row) {
   else if (selectedRow_ > row)
     --selectedRow_;
   rowRemoved.emit(row);
-  selectionChanged.emit();
 }
 
 void BatchTable::removeAllButCurrent() {

@@ -34,7 +34,6 @@ class BatchTable {
   Signal<int> rowAppended;
   Signal<int> rowRemoved;
   Signal<int> rowPutBack;
-  Signal<> selectionChanged;
 
   int count() const { return static_cast<int>(rows_.size()); }
   bool has(int row) const { return row >= 0 && row < count(); }

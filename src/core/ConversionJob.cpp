@@ -190,7 +190,7 @@ bool ConversionJob::hasRoom() {
   const std::string needed = fmt::format("{:.0f}", neededMB);
   const std::string available = fmt::format("{}", freeMB);
   fail(localisationString("why_noRoom", "", needed, available));
-  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(order_.output)),
+  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(row.path())),
                          localisationString("D_go_echec_disque2", "", needed, available)});
   return false;
 }

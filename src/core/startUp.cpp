@@ -98,8 +98,10 @@ void rotateLogs() {
 
 void prepareTools() {
   setWorkFolderPath(joinPath(temporaryFolder(), Bundle::main().name()));
-  if (const auto made = prepareWorkFolder(Bundle::main()); !made)
+  if (const auto made = prepareWorkFolder(Bundle::main()); !made) {
     logFormat("work folder         :-( {}", made.reason());
+    setWorkFolderPath(std::nullopt);  // the default
+  }
 }
 
 std::string environmentFacts() {
