@@ -133,6 +133,11 @@ QVariant BatchTableModel::data(const QModelIndex& index, int role) const {
       const auto progress = progressOfRow ? progressOfRow(row) : std::nullopt;
       return progress ? QVariant(*progress) : QVariant();
     }
+    case reasonRole: {
+      const RowMark mark = table_.row(row).mark;
+      const bool isOver = mark == RowMark::success || mark == RowMark::failure;
+      return isOver ? qtText(table_.row(row).reason) : QString();
+    }
     case Qt::ToolTipRole:
       return toolTip(row, column);
     case Qt::AccessibleTextRole:

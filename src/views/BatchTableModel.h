@@ -13,6 +13,8 @@ namespace tessarin {
 
 // Of a row that is being converted: how far it is, 0 to 1; of others nothing.
 inline constexpr int progressRole = Qt::UserRole + 1;
+// Of a row that is over: why no movie was made of it, or what is to be said of the movie; or "".
+inline constexpr int reasonRole = Qt::UserRole + 2;
 
 enum BatchColumn { orderColumn, pictureColumn, sourceColumn, outColumn, speedColumn, sizeColumn };
 inline constexpr int batchColumnCount = 6;

@@ -17,6 +17,7 @@ namespace {
 constexpr int markSize = 18;
 constexpr int segmentPadding = 9;
 constexpr int cellMargin = 6;
+constexpr int textMargin = 3;
 constexpr int leastTarget = 28;  // height of what is to be pressed
 constexpr double selectionRadius = 4;
 constexpr double barHeight = 4;
@@ -33,6 +34,15 @@ void paintEmptyCell(QPainter* painter, QStyleOptionViewItem option) {
 bool isLeftRelease(QEvent* event) {
   return event->type() == QEvent::MouseButtonRelease &&
          static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton;
+}
+
+// The name, what the clip is, and why there is no movie of it, each in a line of its own.
+QStringList linesOf(const QString& caption, const QString& reason) {
+  QStringList lines = caption.split(QLatin1Char('\n'));
+  if (reason.isEmpty() || lines.isEmpty())
+    return lines;
+  const QString name = lines.takeFirst();
+  return {name, lines.join(QStringLiteral("  ")), reason};
 }
 
 QPoint positionOf(QEvent* event) {
@@ -81,7 +91,26 @@ void PictureDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
 
 void SourceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                            const QModelIndex& index) const {
-  QStyledItemDelegate::paint(painter, option, index);
+  QStyleOptionViewItem cell = option;
+  initStyleOption(&cell, index);
+  const QStringList lines = linesOf(index.data().toString(), index.data(reasonRole).toString());
+  paintEmptyCell(painter, cell);
+  const bool selected = cell.state.testFlag(QStyle::State_Selected);
+  const int spacing = cell.fontMetrics.lineSpacing();
+  QRect line(cell.rect.x() + textMargin,
+             cell.rect.center().y() - static_cast<int>(lines.size()) * spacing / 2,
+             cell.rect.width() - 2 * textMargin, spacing);
+  painter->save();
+  painter->setFont(cell.font);
+  painter->setPen(cell.palette.color(selected ? QPalette::HighlightedText : QPalette::Text));
+  for (qsizetype number = 0; number < lines.size(); ++number) {
+    // The end of a name tells clips of a card from each other.
+    const auto mode = number == 0 ? Qt::ElideMiddle : Qt::ElideRight;
+    painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter,
+                      cell.fontMetrics.elidedText(lines[number], mode, line.width()));
+    line.translate(0, spacing);
+  }
+  painter->restore();
   const QVariant progress = index.data(progressRole);
   if (!progress.isValid())
     return;
@@ -89,7 +118,6 @@ void SourceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
                      option.rect.width() - 2 * cellMargin, barHeight);
   QRectF done = whole;
   done.setWidth(whole.width() * progress.toDouble());
-  const bool selected = option.state.testFlag(QStyle::State_Selected);
   painter->save();
   painter->setRenderHint(QPainter::Antialiasing);
   painter->setPen(Qt::NoPen);

@@ -27,7 +27,8 @@ class PictureDelegate final : public QStyledItemDelegate {
              const QModelIndex& index) const override;
 };
 
-// The source's caption, with a bar below it while its row is being converted.
+// The source's caption, or why no movie was made of it, with a bar below it while its row is being
+// converted. A line that is too long is cut off, and does not push the others away.
 class SourceDelegate final : public QStyledItemDelegate {
  public:
   using QStyledItemDelegate::QStyledItemDelegate;

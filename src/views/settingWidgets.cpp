@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -30,8 +31,10 @@ QDialogButtonBox* newCloseButtons(QDialog* window) {
 void giveRoom(QWidget* widget) {
   constexpr int leastTarget = 28;
   for (QWidget* each : widget->findChildren<QWidget*>())
-    if (qobject_cast<QLineEdit*>(each) || qobject_cast<QComboBox*>(each) ||
-        qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each))
+    if (const auto* label = qobject_cast<QLabel*>(each);
+        qobject_cast<QLineEdit*>(each) || qobject_cast<QComboBox*>(each) ||
+        qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each) ||
+        (label && label->buddy()))
       each->setMinimumHeight(leastTarget);
 }
 
