@@ -33,38 +33,35 @@ struct Program {
   appDelegate app{services};
 };
 
-// The record of an AVCHD clip as the analysis makes it.
-SourceInfo record(int number) {
-  return {{"a0_bitrate", 256},
-          {"a0_channels", 2},
-          {"a0_codec", "ac3"},
-          {"a0_id", 1},
-          {"a0_offsetDts", 0},
-          {"a0_rate", 48000},
-          {"a0_sample", "fltp"},
-          {"v0_chroma", "yuv420p"},
-          {"v0_codec", "h264"},
-          {"v0_dar", "16:9"},
-          {"v0_fields", "Top field first"},
-          {"v0_fps", 25.0},
-          {"v0_height", 1080},
-          {"v0_id", 0},
-          {"v0_offsetDts", 0},
-          {"v0_par", "1:1"},
-          {"v0_profile", "High"},
-          {"v0_width", 1920},
-          {"w_bitrate", 17216},
-          {"w_duration", 63.5},
-          {"w_offset", 1.4},
-          {"wrapper", "mpegts"},
-          {"srcPathStr",
-           "/media/user/CAMCORDER/AVCHD/BDMV/STREAM/" + std::to_string(100000 + number) + ".MTS"}};
+// An AVCHD clip as the analysis knows it.
+Source source(int number) {
+  return *sourceOfRecord({{"a0_bitrate", 256},
+                          {"a0_channels", 2},
+                          {"a0_codec", "ac3"},
+                          {"a0_id", 1},
+                          {"a0_offsetDts", 40},
+                          {"a0_rate", 48000},
+                          {"v0_chroma", "yuv420p"},
+                          {"v0_codec", "h264"},
+                          {"v0_dar", "16:9"},
+                          {"v0_fields", "TFF"},
+                          {"v0_fps", 25.0},
+                          {"v0_height", 1080},
+                          {"v0_id", 0},
+                          {"v0_offsetDts", 40},
+                          {"v0_par", "1:1"},
+                          {"v0_width", 1920},
+                          {"w_bitrate", 17216},
+                          {"w_duration", 63.5},
+                          {"w_offset", 1.4},
+                          {"wrapper", "mpegts"},
+                          {"prefSurrond", 0},
+                          {"srcPathStr", "/media/user/CAMCORDER/AVCHD/BDMV/STREAM/" +
+                                             std::to_string(100000 + number) + ".MTS"}});
 }
 
 void appendRow(appDelegate& app, int number) {
-  SourceInfo info = record(number);
-  info.set(RowInfoKey::prefSurrond, 0);
-  const int row = app.table().append(newRow(info, {outProres, 0}));
+  const int row = app.table().append(newRow(source(number), {outProres, 0}));
   app.table().iba_outSpeedCell(row);
 }
 

@@ -17,6 +17,7 @@
 #include <memory>
 
 #include "analysis/codecInventory.h"
+#include "analysis/sourceRecord.h"
 #include "classShared/log.h"
 #include "core/BatchRecorder.h"
 #include "core/batchSummary.h"
@@ -48,16 +49,14 @@ class Window {
   QTableView& table() { return *window.findChild<QTableView*>("batch"); }
 
   void appendRow() {
-    const int number = app.table().count();
-    const std::string source = "/card/" + std::to_string(number) + ".MTS";
-    const int row = app.table().append(newRow({{"srcPathStr", source},
-                                               {"imgPathStr", picture()},
-                                               {"v0_width", 1920},
-                                               {"v0_height", 1080},
-                                               {"v0_fps", 25.0},
-                                               {"v0_fields", "TFF"},
-                                               {"w_duration", 12}},
-                                              {outProres, 0}));
+    Source source = *sourceOfRecord({{"v0_width", 1920},
+                                     {"v0_height", 1080},
+                                     {"v0_fps", 25.0},
+                                     {"v0_fields", "TFF"},
+                                     {"w_duration", 12}});
+    source.path = "/card/" + std::to_string(app.table().count()) + ".MTS";
+    source.thumbnail = picture();
+    const int row = app.table().append(newRow(std::move(source), {outProres, 0}));
     app.table().iba_outSpeedCell(row);
     app.interface.batchDrawer.setShown(true);
   }

@@ -9,7 +9,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view report(reinterpret_cast<const char*>(data), size);
   tessarin::analysisFf(report, tessarin::Fields::topFirst, "/card/clip.mts");
-  tessarin::ptsDtsOffsetMs(report);
   tessarin::ffChapters(report);
   tessarin::forceFormatLite(report);
   tessarin::isFfmpegSuccess(report);

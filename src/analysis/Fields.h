@@ -6,7 +6,7 @@
 
 namespace tessarin {
 
-enum class Fields { progressive, topFirst, bottomFirst };
+enum class Fields { progressive, topFirst, bottomFirst, interlaced };  // the last: in some order
 
 // Its name in records ("v0_fields"), a key of the string table "fields".
 constexpr std::string_view fieldsKey(Fields fields) {
@@ -15,13 +15,15 @@ constexpr std::string_view fieldsKey(Fields fields) {
       return "TFF";
     case Fields::bottomFirst:
       return "BFF";
+    case Fields::interlaced:
+      return "i";
     case Fields::progressive:
       break;
   }
   return "PFF";
 }
 
-// What the user reads for a name out of a record; names that are none stay as they are.
-std::string fieldsText(std::string_view key);
+// What the user reads for it.
+std::string fieldsText(Fields fields);
 
 }  // namespace tessarin

@@ -29,28 +29,23 @@ struct Reading {
 constexpr std::array readings = {Reading{5'000'000, 0}, Reading{50'000'000, 60'000'000},
                                  Reading{250'000'000, 300'000'000}};
 
-void tellReading(SourceInfo& record, int reading) {
+void tellReading(Source& source, int reading) {
   if (reading == 0)
     return;
   const Reading& told = readings[static_cast<std::size_t>(reading)];
-  record.set(SourceKey::wProbeSize, told.bytes);
-  record.set(SourceKey::wAnalyzeDuration, told.microseconds);
+  source.probeSize = told.bytes;
+  source.analyzeDuration = told.microseconds;
 }
 
 // What the stream that is converted says of its colours.
-void tellColours(SourceInfo& record, std::string_view report) {
+void tellColours(Source& source, std::string_view report) {
   DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {
     const auto stream = parseStreamLine(*line);
     if (!stream || stream->kind != StreamKind::video || !stream->id ||
-        record.integer(SourceKey::v0Id) != *stream->id)
+        source.pictures.id != *stream->id)
       continue;
-    const PictureColours colours = coloursOfReport(stream->description);
-    for (const auto& [key, name] : {std::pair{SourceKey::v0Primaries, colours.primaries},
-                                    std::pair{SourceKey::v0Transfer, colours.transfer},
-                                    std::pair{SourceKey::v0Matrix, colours.matrix}})
-      if (!name.empty())
-        record.set(key, name);
+    source.pictures.colours = coloursOfReport(stream->description);
     return;
   }
 }
@@ -60,30 +55,31 @@ constexpr double leastLateness = 0.008;
 
 // Whether the first packet of the pictures is no key frame, or comes behind that of the sound; or
 // whether pictures are shown before the moment that the container calls its start.
-bool mayBeginElsewhere(std::string_view report, const SourceInfo& record) {
+bool mayBeginElsewhere(std::string_view report, const Source& source) {
   if (firstKeyFrameShown(report).value_or(0) > leastLateness)
     return true;
-  const auto offsets = ptsDtsOffsetMs(report);
-  const auto number = record.integer(SourceKey::v0Id);
-  if (!offsets || !number)
+  if (!source.pictures.id)
     return false;
-  const std::string key =
-      streamKey(StreamKind::video, static_cast<int>(*number), StreamField::offsetMs);
-  return std::abs(offsets->number(key).value_or(0)) > 1000 * leastLateness;
+  Source timed;
+  addOffsets(report, timed);
+  const auto offset =
+      timed.offsets.find({StreamKind::video, static_cast<int>(*source.pictures.id)});
+  return offset != timed.offsets.end() &&
+         static_cast<double>(std::abs(offset->second.shown.value_or(0))) > 1000 * leastLateness;
 }
 
 // A transport stream tells the time ten times a second, in a packet of 188 bytes each, and has its
 // sound, whose rate may have been taken at a loud place. A longer length is that of a clock that
 // jumped: a day for a clip whose clock jumps back a little. Room for it would be asked for.
-void forgetImpossibleLength(double bytes, SourceInfo& record) {
+void forgetImpossibleLength(double bytes, Source& source) {
   constexpr double halfOfKilobits = 1000.0 / 8 / 2;
-  const double sound = record.number(SourceKey::a0Bitrate).value_or(0) * halfOfKilobits;
+  const double sound = static_cast<double>(source.sound.bitRate.value_or(0)) * halfOfKilobits;
   const double leastByteRate = std::max(1000.0, sound);
-  if (!startsWith(record.textOrEmpty(SourceKey::wrapper), "mpegts") ||
-      record.number(SourceKey::wSeconds).value_or(0) < 60 + bytes / leastByteRate)
+  if (!startsWith(source.container, "mpegts") ||
+      source.seconds.value_or(0) < 60 + bytes / leastByteRate)
     return;
-  record.remove(SourceKey::wSeconds);
-  record.remove(SourceKey::wDuration);
+  source.seconds.reset();
+  source.duration.reset();
 }
 
 // The containers of still pictures and of text.
@@ -110,7 +106,7 @@ void SourceExamination::setFormat(std::string format) {
 std::optional<PicturePlace> SourceExamination::place() const {
   if (!isSource() || !needsMorePictures(clues_))
     return std::nullopt;
-  return picturePlace(places_, described_.number(SourceKey::wDuration).value_or(0));
+  return picturePlace(places_, described_.duration.value_or(0));
 }
 
 std::optional<Arguments> SourceExamination::nextCommand() const {
@@ -121,10 +117,9 @@ std::optional<Arguments> SourceExamination::nextCommand() const {
     command.insert(command.end(), more.begin(), more.end());
   };
   if (!isDescribed_) {
-    SourceInfo told;
+    Source told;
     tellReading(told, reading_);
-    if (!format_.empty())
-      told.set(SourceKey::wForce, format_);
+    told.toldFormat = format_;
     append({"debug", "-fdebug", "ts"});
     append(inputOptions(told));
     append({"-i", source_, "-vframes", "10", "-pix_fmt", "yuv420p", "-an", "-f", "yuv4mpegpipe",
@@ -192,14 +187,13 @@ void SourceExamination::take(std::string report, std::optional<FramePictures> pi
 }
 
 void SourceExamination::takeDescription(Description description) {
-  const auto record = describesInput(description.report)
-                          ? ffInfos(description.report, std::nullopt).value_or(SourceInfo())
-                          : SourceInfo();
-  description.isStillOrText = isWrapperOfStills(record.textOrEmpty(SourceKey::wrapper));
-  const bool isMovie = record.contains(SourceKey::v0Width) && !description.isStillOrText;
+  const auto source = describesInput(description.report)
+                          ? ffInfos(description.report, std::nullopt).value_or(Source())
+                          : Source();
+  description.isStillOrText = isWrapperOfStills(source.container);
+  const bool isMovie = source.pictures.width && !description.isStillOrText;
   const bool isSource = isMovie && description.pictures && description.pictures->whole > 0;
-  description.hasOnlySound =
-      !record.contains(SourceKey::v0Codec) && record.contains(SourceKey::a0Codec);
+  description.hasOnlySound = source.pictures.codec.empty() && !source.sound.codec.empty();
   const bool misses = missesParameters(description.report);
   description.score = !isSource ? 0 : misses ? 1 : 2;
   // What was read does not matter where more of it told no more.
@@ -215,11 +209,10 @@ void SourceExamination::takeDescription(Description description) {
   isDescribed_ = true;
   if (!best_.pictures || !this->isSource())
     return;
-  described_ = ffInfos(best_.report, std::nullopt).value_or(SourceInfo());
+  described_ = ffInfos(best_.report, std::nullopt).value_or(Source());
   chooseStreams(described_, best_.report);
   tellReading(described_, best_.reading);
-  if (!format_.empty())
-    described_.set(SourceKey::wForce, format_);
+  described_.toldFormat = format_;
   asksBegin_ = mayBeginElsewhere(best_.report, described_);
   doubtfulSound_ = doubtfulSound(best_.report);
   clues_ = fieldCluesOfReport(best_.report, mappedVideo(best_.report));
@@ -233,20 +226,19 @@ std::optional<FieldOrder> SourceExamination::fields() const {
   return weighFieldOrder(clues_);
 }
 
-void SourceExamination::complete(SourceInfo& record) const {
-  chooseStreams(record, best_.report, mute_);
-  tellColours(record, best_.report);
-  tellReading(record, best_.reading);
-  if (!format_.empty())
-    record.set(SourceKey::wForce, format_);
+void SourceExamination::complete(Source& source) const {
+  chooseStreams(source, best_.report, mute_);
+  tellColours(source, best_.report);
+  tellReading(source, best_.reading);
+  source.toldFormat = format_;
   if (sourceSize_ > 0) {
-    record.set(SourceKey::wBytes, std::to_string(sourceSize_));
-    forgetImpossibleLength(static_cast<double>(sourceSize_), record);
+    source.bytes = std::to_string(sourceSize_);
+    forgetImpossibleLength(static_cast<double>(sourceSize_), source);
   }
-  if (const auto order = fields(); order && order->claim)
-    record.set(SourceKey::v0FieldsClaim, fieldsKey(*order->claim));
+  if (const auto order = fields())
+    source.pictures.claim = order->claim;
   if (begin_ && std::abs(*begin_) > leastLateness)
-    record.set(SourceKey::v0Begin, *begin_);
+    source.pictures.begin = begin_;
 }
 
 }  // namespace tessarin

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "analysis/fieldOrder.h"
 #include "analysis/framePictures.h"
 #include "classShared/TextAdditions.h"
@@ -45,9 +45,9 @@ class SourceExamination {
   bool isStillOrText() const { return best_.isStillOrText; }
   // The order of the fields; nothing when no picture was decoded.
   std::optional<FieldOrder> fields() const;
-  // Adds to the record of the report what the examination found out beside it: which streams are
+  // Adds to what the report tells what the examination found out beside it: which streams are
   // used, how far ffmpeg has to read, the order that the fields claim, and remarks.
-  void complete(SourceInfo& record) const;
+  void complete(Source& source) const;
 
  private:
   // One run of the first kind.
@@ -73,7 +73,7 @@ class SourceExamination {
   Description best_;
   int reading_ = 0;
   bool isDescribed_ = false;
-  SourceInfo described_;  // of the best report, for the commands that follow
+  Source described_;  // of the best report, for the commands that follow
   FieldClues clues_;
   int places_ = 0;
   bool asksBegin_ = false;            // when the pictures begin

@@ -6,8 +6,13 @@
 #include "analysis/streamLine.h"
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
+#include "platform/Bundle.h"
 
 namespace tessarin {
+
+std::string fieldsText(Fields fields) {
+  return Bundle::main().localizedString(fieldsKey(fields), "fields");
+}
 
 namespace {
 

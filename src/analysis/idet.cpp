@@ -1,7 +1,6 @@
 // The field order of a source, from ffmpeg's idet filter and from YUV4MPEG2 headers.
 #include <fmt/format.h>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/probes.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "platform/Descriptor.h"
 
 namespace tessarin {
@@ -109,10 +109,10 @@ MpegTimeCode timeBetween(const MpegTimeCode& begin, const MpegTimeCode& end, dou
 
 class mpeginfoFunction {
  public:
-  // The record of an MPEG file: wrapper, duration and start (elementary streams only), and the
-  // keys of the first video stream. Nothing when mpegInfo cannot read it.
-  static std::optional<SourceInfo> mpegInfoDico(const std::string& path);
-  static std::optional<SourceInfo> mpegInfo(const std::string& path) { return mpegInfoDico(path); }
+  // What an MPEG file says of itself: container, duration and start (elementary streams only), and
+  // its pictures. Nothing when mpegInfo cannot read it.
+  static std::optional<Source> mpegInfoDico(const std::string& path);
+  static std::optional<Source> mpegInfo(const std::string& path) { return mpegInfoDico(path); }
 };
 
 }  // namespace tessarin

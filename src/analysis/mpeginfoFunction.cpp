@@ -1,4 +1,4 @@
-// The record of an MPEG file from its own headers.
+// What an MPEG file says in its own headers.
 #include <fmt/format.h>
 
 #include "analysis/Fields.h"
@@ -23,18 +23,16 @@ int wholeSeconds(const MpegTimeCode& time) {
   return time.hours * 3600 + time.minutes * 60 + time.seconds;
 }
 
-// A record holds single precision, and nothing where a value is not known.
-void setNumber(SourceInfo& record, std::string_view key, double value) {
-  if (value > 0)
-    record.set(key, static_cast<double>(static_cast<float>(value)));
+// In single precision; nothing where it is not known.
+std::optional<double> known(double value) {
+  return value > 0 ? std::optional<double>(static_cast<float>(value)) : std::nullopt;
 }
 
-void setPositive(SourceInfo& record, std::string_view key, std::int64_t value) {
-  if (value > 0)
-    record.set(key, value);
+std::optional<std::int64_t> knownCount(std::int64_t value) {
+  return value > 0 ? std::optional(value) : std::nullopt;
 }
 
-void addTimes(const mpegInfo& reader, SourceInfo& record) {
+void addTimes(const mpegInfo& reader, Source& source) {
   logTime("Begin Time", reader.begin());
   logTime("End Time", reader.end());
   logTime("Duration", reader.duration());
@@ -43,10 +41,9 @@ void addTimes(const mpegInfo& reader, SourceInfo& record) {
     duration += reader.duration().pictures / reader.frameRate();
   if (wantsDetails())
     logFormat("w_duration          : {:.3f}\n", duration);
-  setNumber(record, SourceKey::wDuration, duration);
-  // The pictures are added as if they were seconds: the records have always been so.
-  record.set(SourceKey::wOffset,
-             static_cast<double>(wholeSeconds(reader.begin()) + reader.begin().pictures));
+  source.duration = known(duration);
+  // The pictures are added as if they were seconds: it has always been so.
+  source.start = wholeSeconds(reader.begin()) + reader.begin().pictures;
 }
 
 const char* chromaName(int chromaFormat) {
@@ -64,29 +61,29 @@ const char* chromaName(int chromaFormat) {
 
 }  // namespace
 
-std::optional<SourceInfo> mpeginfoFunction::mpegInfoDico(const std::string& path) {
+std::optional<Source> mpeginfoFunction::mpegInfoDico(const std::string& path) {
   tessarin::mpegInfo reader;
   if (const auto error = reader.readInformations(path)) {
     logFormat("Erreur              : {}", *error);
     return std::nullopt;
   }
-  SourceInfo record;
+  Source source;
   if (reader.isMuxed()) {
-    record.set(SourceKey::wrapper, "mpeg");
+    source.container = "mpeg";
   } else {
-    record.set(SourceKey::wrapper, reader.isMPeg2() ? "mpeg2video" : "mpeg1video");
-    addTimes(reader, record);
+    source.container = reader.isMPeg2() ? "mpeg2video" : "mpeg1video";
+    addTimes(reader, source);
   }
-  setPositive(record, SourceKey::v0Width, reader.horizontalSize());
-  setPositive(record, SourceKey::v0Height, reader.verticalSize());
-  setPositive(record, SourceKey::v0Bitrate, reader.bitRate() / 1000);
-  setNumber(record, SourceKey::v0Fps, reader.frameRate());
-  record.set(SourceKey::v0Dar, reader.isWideScreen() ? "16:9" : "4:3");
-  record.set(SourceKey::v0Fields, reader.isProgressive() ? fieldsKey(Fields::progressive) : "i");
+  source.pictures.width = knownCount(reader.horizontalSize());
+  source.pictures.height = knownCount(reader.verticalSize());
+  source.pictures.bitRate = knownCount(reader.bitRate() / 1000);
+  source.pictures.rate = known(reader.frameRate());
+  source.pictures.shape = reader.isWideScreen() ? "16:9" : "4:3";
+  source.pictures.fields = reader.isProgressive() ? Fields::progressive : Fields::interlaced;
   if (const char* chroma = chromaName(reader.chromaFormat()); reader.isMPeg2() && chroma != nullptr)
-    record.set(SourceKey::v0Chroma, chroma);
+    source.pictures.format = chroma;
   logLine("mpegInfo            - end\n\n");
-  return record;
+  return source;
 }
 
 }  // namespace tessarin

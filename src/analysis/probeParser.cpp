@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "analysis/probes.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/streamLine.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
@@ -27,45 +28,30 @@ bool startsWithDigit(std::string_view text) {
   return !text.empty() && text.front() >= '0' && text.front() <= '9';
 }
 
-// The streams of one kind share their ways of being written down.
-class StreamWriter {
- public:
-  StreamWriter(SourceInfo& record, StreamKind kind, int index)
-      : record_(record), kind_(kind), index_(index) {}
+void setText(std::string& text, std::string_view said) {
+  if (!said.empty())
+    text = said;
+}
 
-  std::string key(std::string_view field) const { return streamKey(kind_, index_, field); }
-  bool has(std::string_view field) const { return record_.contains(key(field)); }
-  void set(std::string_view field, Value value) const { record_.set(key(field), std::move(value)); }
-  void setText(std::string_view field, std::string_view text) const {
-    if (!text.empty())
-      set(field, text);
-  }
-  void setNumber(std::string_view field, std::string_view text, NumberRange range) const {
-    if (const auto number = wholeNumber(text, range))
-      set(field, *number);
-  }
-  void setRatio(std::string_view field, std::string_view text) const {
-    if (const auto ratio = ratioText(text))
-      set(field, *ratio);
-  }
+void setNumber(std::optional<std::int64_t>& number, std::string_view text, NumberRange range) {
+  if (const auto said = wholeNumber(text, range))
+    number = said;
+}
 
-  // What every stream has.
-  void setCommon(const StreamLine& line) const {
-    if (line.id)
-      set(StreamField::id, *line.id);
-    setText(StreamField::lang, line.lang);
-    setText(StreamField::codec, line.codec);
-  }
+void setRatio(std::string& ratio, std::string_view text) {
+  setText(ratio, ratioText(text).value_or(""));
+}
 
- private:
-  SourceInfo& record_;
-  StreamKind kind_;
-  int index_;
-};
+// What every stream has.
+void setCommon(Source::Stream& stream, const StreamLine& line) {
+  stream.id = line.id;
+  stream.language = line.lang;
+  stream.codec = line.codec;
+}
 
 // ---- The container
 
-void readDuration(std::string_view line, SourceInfo& record) {
+void readDuration(std::string_view line, Source& source) {
   for (const std::string_view part : split(line, ", ")) {
     debugFormat("wrapper linePartStr : {}", part);
     if (contains(part, "Duration: ")) {
@@ -73,16 +59,15 @@ void readDuration(std::string_view line, SourceInfo& record) {
       debugFormat("tc (str)            : {}", timeCode);
       const double seconds = timeStr2Seconds(timeCode);
       if (seconds > 0 && isWithin(seconds, ReportRange::duration))
-        record.set(SourceKey::wSeconds, seconds);
+        source.seconds = seconds;
       // Less than a second would be a duration of 0, which no record holds.
       if (seconds >= 1 && isWithin(seconds, ReportRange::duration))
-        record.set(SourceKey::wDuration, static_cast<std::int64_t>(seconds));
+        source.duration = std::trunc(seconds);
     } else if (const auto start = textAfter(part, "start: ")) {
       if (const auto seconds = decimalNumber(*start, ReportRange::time))
-        record.set(SourceKey::wOffset, static_cast<float>(*seconds));
+        source.start = static_cast<float>(*seconds);
     } else if (const auto bitrate = textAfter(part, "bitrate: ")) {
-      if (const auto number = wholeNumber(*bitrate, ReportRange::bitRate))
-        record.set(SourceKey::wBitrate, *number);
+      setNumber(source.bitRate, *bitrate, ReportRange::bitRate);
     }
   }
 }
@@ -105,21 +90,19 @@ std::optional<std::int64_t> channelsOfLayout(std::string_view layout) {
   return around && low ? std::optional(*around + *low) : std::nullopt;
 }
 
-void readAudio(const StreamLine& line, const StreamWriter& stream) {
-  stream.setCommon(line);
+void readAudio(const StreamLine& line, Source::Sound& sound) {
+  setCommon(sound, line);
   for (std::size_t place = 0; place < line.parts.size(); ++place) {
     const std::string_view part = line.parts[place];
     debugFormat("audio linePart (j={}): {}", place, part);
     if (contains(part, " Hz")) {
-      stream.setNumber(StreamField::rate, part, ReportRange::soundRate);
+      setNumber(sound.rate, part, ReportRange::soundRate);
     } else if (contains(part, " kb/s")) {
-      stream.setNumber(StreamField::bitrate, part, ReportRange::bitRate);
-    } else if (!stream.has(StreamField::channels)) {
-      const auto channelsInt = channelsOfLayout(part);
-      debugFormat("channelsInt         : {}", channelsInt.value_or(-1));
-      if (channelsInt)
-        stream.set(StreamField::channels, *channelsInt);
-      debugFormat("a…_channels         ? {}", stream.has(StreamField::channels) ? part : "nil");
+      setNumber(sound.bitRate, part, ReportRange::bitRate);
+    } else if (!sound.channels) {
+      sound.channels = channelsOfLayout(part);
+      debugFormat("channelsInt         : {}", sound.channels.value_or(-1));
+      debugFormat("a…_channels         ? {}", sound.channels ? part : "nil");
     }
   }
 }
@@ -157,89 +140,89 @@ std::optional<float> frameRate(std::string_view tbrPart, std::string_view descri
 
 // "1920x1080", perhaps with "(1920x1088) [SAR 1:1 DAR 16:9]" behind it. Only digits on both sides
 // make a size: tags ("0x31637661") and formats ("xyz12le") hold an "x" as well.
-bool readSize(std::string_view part, const StreamWriter& stream) {
+bool readSize(std::string_view part, Source::Pictures& pictures) {
   const auto height = textAfter(part, "x");
   const std::string_view width = textUpTo(part, "x");
   if (!height || !startsWithDigit(*height) || !startsWithDigit(width) ||
       width.find_first_not_of("0123456789") != std::string_view::npos)
     return false;
-  stream.setNumber(StreamField::width, width, ReportRange::pictureSide);
-  stream.setNumber(StreamField::height, *height, ReportRange::pictureSide);
+  setNumber(pictures.width, width, ReportRange::pictureSide);
+  setNumber(pictures.height, *height, ReportRange::pictureSide);
 
   auto pixel = textAfter(part, "PAR ");
   if (!pixel)
     pixel = textAfter(part, "SAR ");
   if (pixel)
-    stream.setRatio(StreamField::par, *pixel);
+    setRatio(pictures.pixelShape, *pixel);
   if (const auto picture = textAfter(part, "DAR "))
-    stream.setRatio(StreamField::dar, *picture);
+    setRatio(pictures.shape, *picture);
   return true;
 }
 
 // "SAR 59:54 DAR 295:216" on its own: what the container says. The coded shape, when it is there,
 // comes first and keeps its place.
-void readAspect(std::string_view part, const StreamWriter& stream, const StreamWriter& container) {
+void readAspect(std::string_view part, Source::Pictures& pictures) {
   const std::string_view pixel = *textAfter(part, "SAR ");
   const std::string_view picture = *textAfter(part, "DAR ");
-  (stream.has(StreamField::par) ? container : stream).setRatio(StreamField::par, pixel);
-  (stream.has(StreamField::dar) ? container : stream).setRatio(StreamField::dar, picture);
+  setRatio(pictures.pixelShape.empty() ? pictures.pixelShape : pictures.containerPixelShape, pixel);
+  setRatio(pictures.shape.empty() ? pictures.shape : pictures.containerShape, picture);
 }
 
 // The first single word that is neither a number nor a ratio names the pixel format; its brackets
 // tell the colours and the fields.
-void readPixelFormat(std::string_view part, const StreamWriter& stream) {
+void readPixelFormat(std::string_view part, Source::Pictures& pictures) {
   const std::string_view name = trimmed(textUpTo(part, "("));
   const bool isNumber =
       !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
-  if (!stream.has(StreamField::chroma) && !isNumber && name.find_first_of(" /") == name.npos)
-    stream.setText(StreamField::chroma, name);
+  if (pictures.format.empty() && !isNumber && name.find_first_of(" /") == name.npos)
+    pictures.format = name;
 }
 
-void readVideo(const StreamLine& line, const StreamWriter& stream, const StreamWriter& container) {
-  stream.setCommon(line);
+void readVideo(const StreamLine& line, Source::Pictures& pictures) {
+  setCommon(pictures, line);
   for (std::size_t place = 0; place < line.parts.size(); ++place) {
     const std::string_view part = line.parts[place];
     debugFormat("video[linePartsMA#{}]: {}", place, part);
     if (contains(part, " kb/s")) {
-      stream.setNumber(StreamField::bitrate, part, ReportRange::bitRate);
+      setNumber(pictures.bitRate, part, ReportRange::bitRate);
     } else if (contains(part, " tbr")) {
       if (const auto rate = frameRate(part, line.description))
-        stream.set(StreamField::fps, static_cast<double>(*rate));
+        pictures.rate = *rate;
     } else if (contains(part, " tbc")) {
       const std::string_view base = textUpTo(textUpTo(part, " tbc"), "k");
       if (const auto number = wholeNumber(base, ReportRange::codecClock))
-        stream.set(StreamField::tbc, static_cast<double>(*number));
-    } else if (readSize(part, stream)) {
+        pictures.codecClock = static_cast<double>(*number);
+    } else if (readSize(part, pictures)) {
       continue;
     } else if (contains(part, "SAR ") && contains(part, "DAR ")) {
-      readAspect(part, stream, container);
+      readAspect(part, pictures);
     } else if (!contains(part, "fps") && !contains(part, "tbn")) {
-      readPixelFormat(part, stream);
+      readPixelFormat(part, pictures);
     }
   }
 }
 
 // "displaymatrix: rotation of -90.00 degrees" among the side data below the stream.
-void readRotation(std::string_view line, const StreamWriter& stream) {
+void readRotation(std::string_view line, Source::Pictures& pictures) {
   if (!lineDeclares(line, "displaymatrix: "))
     return;
   const auto degrees =
       decimalNumber(textAfter(line, "rotation of ").value_or(""), ReportRange::rotation);
   if (const auto whole = std::lround(degrees.value_or(0)); whole != 0)
-    stream.set(StreamField::rotation, whole);
+    pictures.rotation = whole;
 }
 
 // ---- Subtitles
 
 // The title stands in the two lines that follow the stream's.
-void readSubtitleTitle(ReportLines lines, const StreamWriter& stream) {
+void readSubtitleTitle(ReportLines lines, std::size_t index, Source::Subtitle& subtitle) {
   for (int count = 0; count < 2; ++count) {
     const auto line = lines.next();
     if (!line)
       return;
     if (const auto title = textAfter(*line, "title           : ")) {
-      stream.setText(StreamField::title, *title);
-      debugFormat("key:'{}' - value:'{}'", stream.key(StreamField::title), *title);
+      subtitle.title = *title;
+      debugFormat("key:'s{}_lang+' - value:'{}'", index, *title);
       return;
     }
   }
@@ -248,47 +231,51 @@ void readSubtitleTitle(ReportLines lines, const StreamWriter& stream) {
 // ---- The report
 
 // ffmpeg takes the PCM sound of Blu-ray discs for AAC of twice the sample rate.
-void correctBluRaySound(SourceInfo& record) {
-  if (record.textOrEmpty(SourceKey::a0Codec) != "aac" ||
-      record.integer(SourceKey::a0Rate) != std::int64_t{96000})
+void correctBluRaySound(Source::Sound& sound) {
+  if (sound.codec != "aac" || sound.rate != 96000)
     return;
-  record.set(SourceKey::a0Codec, "pcm_bluray");
-  record.set(SourceKey::a0Rate, 48000);
-  record.set(SourceKey::a0Channels, 2);
-  record.set(SourceKey::a0Bitrate, 1536);
-  record.set(SourceKey::a0Force, 1);
+  sound.codec = "pcm_bluray";
+  sound.rate = 48000;
+  sound.channels = 2;
+  sound.bitRate = 1536;
+  sound.isMisread = true;
 }
 
-SourceInfo recordOfReport(std::string_view report) {
+// The place for the next stream of a kind: that of the first, or one behind it.
+template <class Stream>
+Stream& placeOfNext(int& count, Stream& first, std::vector<Stream>& others) {
+  return count++ == 0 ? first : others.emplace_back();
+}
+
+Source sourceOfReport(std::string_view report) {
   const std::string_view block = inputBlock(report);
   if (debugMode())
     logFormat("lines count         = {}", splitLines(block).size());
   debugFormat("linesFullMArray   : {}", block);
-  SourceInfo record;
+  Source source;
   int videoCount = 0;
   int audioCount = 0;
-  int subtitleCount = 0;
   std::vector<std::pair<StreamKind, int>> known;
-  std::optional<StreamWriter> turned;  // the stream whose side data follow
+  Source::Pictures* turned = nullptr;  // the stream whose side data follow
   DescriptionLines lines(block);
   while (const auto line = lines.next()) {
     if (lineDeclares(*line, "Input #")) {
       const auto fields = split(*line, ", ");
       if (fields.size() > 1 && !fields[1].empty())
-        record.set(SourceKey::wrapper, fields[1]);
+        source.container = fields[1];
       continue;
     }
     if (lineDeclares(*line, "Duration: ")) {
-      readDuration(*line, record);
+      readDuration(*line, source);
       continue;
     }
     const auto stream = parseStreamLine(*line);
     if (!stream) {
-      if (turned)
+      if (turned != nullptr)
         readRotation(*line, *turned);
       continue;
     }
-    turned.reset();
+    turned = nullptr;
     // A stream of two programmes is described in both.
     const std::pair identity{stream->kind, stream->id.value_or(-1)};
     if (stream->id && std::find(known.begin(), known.end(), identity) != known.end())
@@ -298,38 +285,35 @@ SourceInfo recordOfReport(std::string_view report) {
     debugFormat("linePartsMArray     : {}", fmt::join(stream->parts, " | "));
     switch (stream->kind) {
       case StreamKind::audio:
-        readAudio(*stream, StreamWriter(record, StreamKind::audio, audioCount++));
+        readAudio(*stream, placeOfNext(audioCount, source.sound, source.otherSounds));
         break;
       case StreamKind::video:
         if (stream->attachedPicture)
           break;
-        readVideo(*stream, StreamWriter(record, StreamKind::video, videoCount),
-                  StreamWriter(record, StreamKind::container, videoCount));
-        turned.emplace(record, StreamKind::video, videoCount);
+        turned = &placeOfNext(videoCount, source.pictures, source.otherPictures);
+        readVideo(*stream, *turned);
         if (debugMode())
-          logFormat("infosDico v #{}      : {}", videoCount, record.description());
-        ++videoCount;
+          logFormat("infosDico v #{}      : {}", videoCount - 1,
+                    recordOfSource(source).description());
         break;
       case StreamKind::subtitle: {
-        const StreamWriter writer(record, StreamKind::subtitle, subtitleCount++);
-        writer.setCommon(*stream);
-        readSubtitleTitle(lines.behind(), writer);
+        const std::size_t index = source.subtitles.size();
+        setCommon(source.subtitles.emplace_back(), *stream);
+        readSubtitleTitle(lines.behind(), index, source.subtitles.back());
         break;
       }
-      case StreamKind::container:
-        break;
     }
   }
   if (debugMode())
-    logFormat("infosDico           : {}", record.description());
-  correctBluRaySound(record);
-  return record;
+    logFormat("infosDico           : {}", recordOfSource(source).description());
+  correctBluRaySound(source.sound);
+  return source;
 }
 
 }  // namespace
 
-std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
-                                  std::optional<std::string> sourcePath) {
+std::optional<Source> ffInfos(std::optional<std::string_view> report,
+                              std::optional<std::string> sourcePath) {
   constexpr std::string_view mark = "Input #";
   debugFormat("ffInfos             - begin");
   std::optional<std::string> ownReport;
@@ -352,57 +336,54 @@ std::optional<SourceInfo> ffInfos(std::optional<std::string_view> report,
     debugFormat("ffInfos > !Input #\n:-(((");
     return std::nullopt;
   }
-  const SourceInfo record = recordOfReport(*report);
+  Source source = sourceOfReport(*report);
   if (debugMode())
-    logFormat("ffInfos             : {}", record.description());
-  return record;
+    logFormat("ffInfos             : {}", recordOfSource(source).description());
+  return source;
 }
 
-bool needsKeyFrameRun(std::string_view report, const SourceInfo& record) {
-  return record.contains(SourceKey::v0Codec) && !firstKeyFrameShown(report);
+bool needsKeyFrameRun(std::string_view report, const Source& source) {
+  return !source.pictures.codec.empty() && !firstKeyFrameShown(report);
 }
 
-void addFirstKeyFrame(double seconds, SourceInfo& record) {
+void addFirstKeyFrame(double seconds, Source& source) {
   if (seconds > 0)
-    record.set(SourceKey::intraOffset, static_cast<double>(static_cast<float>(seconds)));
+    source.firstKeyFrame = static_cast<float>(seconds);
 }
 
-std::optional<SourceInfo> analysisFf(std::optional<std::string_view> report,
-                                     std::optional<Fields> interlacing,
-                                     const std::string& sourcePath) {
+std::optional<Source> analysisFf(std::optional<std::string_view> report,
+                                 std::optional<Fields> interlacing, const std::string& sourcePath) {
   logLine("analysisFf          - begin");
   debugFormat("verboseFFmpegStr    : {}", report.value_or("nil"));
-  debugFormat("interlacingStr      : {}",
-              interlacing ? fieldsText(fieldsKey(*interlacing)) : "nil");
+  debugFormat("interlacingStr      : {}", interlacing ? fieldsText(*interlacing) : "nil");
   if (!report)
     return std::nullopt;
-  std::optional<SourceInfo> record = ffInfos(report, std::nullopt);
-  if (!record) {
+  std::optional<Source> source = ffInfos(report, std::nullopt);
+  if (!source) {
     logLine("analysisFf          - end");
     return std::nullopt;
   }
 
-  const std::optional<double> rate = record->number(SourceKey::v0Fps);
+  std::optional<double>& rate = source->pictures.rate;
   if (!interlacing && rate)
     return std::nullopt;
   if (interlacing && *interlacing != Fields::progressive && rate && *rate <= 30.0)
-    record->set(SourceKey::v0Fps, 2 * *rate);
+    *rate *= 2;
   if (debugMode())
-    logFormat("mDico : {}", record->description());
+    logFormat("mDico : {}", recordOfSource(*source).description());
 
-  if (const auto offsets = ptsDtsOffsetMs(*report))
-    record->merge(*offsets);
-  if (!needsKeyFrameRun(*report, *record))
-    addFirstKeyFrame(firstKeyFrameShown(*report).value_or(0), *record);
+  addOffsets(*report, *source);
+  if (!needsKeyFrameRun(*report, *source))
+    addFirstKeyFrame(firstKeyFrameShown(*report).value_or(0), *source);
   else if (!sourcePath.empty())
-    addFirstKeyFrame(intraOffset(sourcePath), *record);
+    addFirstKeyFrame(intraOffset(sourcePath), *source);
   if (debugMode())
-    logFormat("mDico : {}", record->description());
+    logFormat("mDico : {}", recordOfSource(*source).description());
 
   if (const auto starts = ffChapters(report))
-    record->set(SourceKey::chapters, List(starts->begin(), starts->end()));
+    source->chapters = *starts;
   logLine("analysisFf          - end");
-  return record;
+  return source;
 }
 
 }  // namespace tessarin

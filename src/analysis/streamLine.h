@@ -10,13 +10,13 @@
 #include <string_view>
 #include <vector>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 
 namespace tessarin {
 
 // All texts point into the line.
 struct StreamLine {
-  StreamKind kind = StreamKind::container;
+  StreamKind kind = StreamKind::video;
   std::optional<int> id;         // ffmpeg's number of the stream: 1 in "#0:1"
   std::string_view lang;         // "eng"; empty when there is none
   std::string_view codec;        // "ac3", without profile and tag

@@ -96,7 +96,7 @@ class PacketLines {
 // ---- Streams
 
 struct StreamStart {
-  StreamKind kind = StreamKind::container;
+  StreamKind kind = StreamKind::video;
   int id = 0;
   double timeBase = 0;  // seconds per tick
   int packets = 0;
@@ -179,7 +179,7 @@ std::optional<std::int64_t> offsetMs(std::optional<double> seconds, double refer
 
 }  // namespace
 
-std::optional<Dico> ptsDtsOffsetMs(std::string_view report) {
+void addOffsets(std::string_view report, Source& source) {
   DeclaredInput input = declaredInput(report);
   std::erase_if(input.streams, [](const StreamStart& s) { return s.timeBase <= 0; });
   readStarts(report, input.streams);
@@ -191,24 +191,18 @@ std::optional<Dico> ptsDtsOffsetMs(std::string_view report) {
         reference = std::min(reference.value_or(*stream.pts), *stream.pts);
   }
   if (!reference)
-    return std::nullopt;
+    return;
 
-  Dico offsets;
   std::optional<std::int64_t> smallestVideo;
   for (const StreamStart& stream : input.streams) {
-    if (const auto offset = offsetMs(stream.pts, *reference)) {
-      offsets.set(streamKey(stream.kind, stream.id, StreamField::offsetMs), *offset);
-      if (stream.kind == StreamKind::video)
-        smallestVideo = std::min(smallestVideo.value_or(*offset), *offset);
-    }
-    if (const auto offset = offsetMs(stream.dts, *reference))
-      offsets.set(streamKey(stream.kind, stream.id, StreamField::offsetDts), *offset);
+    const Source::Offset offset{offsetMs(stream.pts, *reference), offsetMs(stream.dts, *reference)};
+    if (offset.shown || offset.decoded)
+      source.offsets[{stream.kind, stream.id}] = offset;
+    if (stream.kind == StreamKind::video && offset.shown)
+      smallestVideo = std::min(smallestVideo.value_or(*offset.shown), *offset.shown);
   }
   if (smallestVideo)
-    offsets.set(SourceKey::vOffsetMs, -*smallestVideo);
-  if (offsets.empty())
-    return std::nullopt;
-  return offsets;
+    source.pictureLead = -*smallestVideo;
 }
 
 std::optional<double> firstKeyFrameShown(std::string_view report) {
@@ -274,7 +268,7 @@ std::optional<double> firstPictureOfShowinfo(std::string_view report) {
   return std::nullopt;
 }
 
-Arguments firstKeyFrameCommand(const std::string& path, const Dico& source) {
+Arguments firstKeyFrameCommand(const std::string& path, const Source& source) {
   Arguments command = {Bundle::main().toolPath("ffmpeg"),
                        "-loglevel",
                        "info",

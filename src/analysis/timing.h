@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "classShared/TextAdditions.h"
 
 namespace tessarin {
@@ -13,10 +13,8 @@ namespace tessarin {
 // Start offsets of the streams from the packet lines of a report made with
 // "-loglevel debug -fdebug ts". A stream starts at the earliest presentation time among its first
 // packets; the reference is the start of the container ("start: "), so that sound which begins
-// after the picture has a positive offset. Keys: "v0_offsetMs" and "v0_offsetDts" with the kind
-// letter and ffmpeg's number of the stream, in ms and only beyond 30 ms either way; "v_offsetMs" is
-// the smallest "v…_offsetMs" with its sign turned. Nothing when no stream is off.
-std::optional<Dico> ptsDtsOffsetMs(std::string_view report);
+// after the picture has a positive offset.
+void addOffsets(std::string_view report, Source& source);
 
 // Seconds from the start of the container to the first key frame of the first video stream that
 // such a report shows; negative when it lies before. Nothing when the report shows none.
@@ -36,7 +34,7 @@ double intraOffset(const std::string& path);
 
 // The two halves of intraOffset: the command, told how to read the source, and the time of the
 // first key frame that it lists, from the start of the container.
-Arguments firstKeyFrameCommand(const std::string& path, const Dico& source);
+Arguments firstKeyFrameCommand(const std::string& path, const Source& source);
 std::optional<double> firstKeyFrameOfShowinfo(std::string_view report);
 
 }  // namespace tessarin

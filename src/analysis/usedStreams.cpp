@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
+#include <utility>
 
 #include "analysis/streamLine.h"
 #include "ffmpeg/reportNumbers.h"
@@ -99,43 +99,22 @@ std::vector<int> incompleteStreams(std::string_view report, bool picturesOnly) {
   return numbers;
 }
 
-constexpr std::array streamFields = {
-    StreamField::id,       StreamField::lang,  StreamField::codec,   StreamField::bitrate,
-    StreamField::fps,      StreamField::tbc,   StreamField::width,   StreamField::height,
-    StreamField::par,      StreamField::dar,   StreamField::chroma,  StreamField::rate,
-    StreamField::channels, StreamField::force, StreamField::rotation};
-
-// Leaves the streams of these numbers in the record, in this order.
-void orderStreams(SourceInfo& record, StreamKind kind, const std::vector<int>& numbers) {
-  std::vector<SourceInfo> streams;
-  for (int index = 0; record.contains(streamKey(kind, index, StreamField::id)); ++index) {
-    SourceInfo& stream = streams.emplace_back();
-    for (const std::string_view field : streamFields) {
-      const std::string key = streamKey(kind, index, field);
-      if (const Value* value = record.find(key))
-        stream.set(field, *value);
-      record.remove(key);
-    }
-  }
-  int place = 0;
+// Leaves the streams of these numbers, in this order.
+template <class Stream>
+void orderStreams(Stream& first, std::vector<Stream>& others, const std::vector<int>& numbers) {
+  std::vector<Stream> streams = std::exchange(others, {});
+  streams.insert(streams.begin(), std::exchange(first, {}));
+  bool isFirst = true;
   for (const int number : numbers) {
-    const auto stream = std::find_if(streams.begin(), streams.end(), [number](const SourceInfo& s) {
-      return s.integer(StreamField::id) == number;
-    });
-    if (stream == streams.end())
-      continue;
-    for (const auto& [field, value] : *stream)
-      record.set(streamKey(kind, place, field), value);
-    ++place;
+    const auto stream = std::find_if(streams.begin(), streams.end(),
+                                     [number](const Stream& each) { return each.id == number; });
+    if (stream != streams.end())
+      (std::exchange(isFirst, false) ? first : others.emplace_back()) = *stream;
   }
 }
 
-void addRemark(List& remarks, std::string_view key, int number) {
-  remarks.emplace_back(fmt::format("{} {}", key, number));
-}
-
-std::string mapOf(const Dico& source, std::string_view idKey) {
-  return fmt::format("0:{}", source.integer(idKey).value_or(0));
+std::string mapOf(const std::optional<std::int64_t>& id) {
+  return fmt::format("0:{}", id.value_or(0));
 }
 
 }  // namespace
@@ -183,7 +162,7 @@ bool heardNothing(std::string_view report) {
   return isSilent;
 }
 
-void chooseStreams(SourceInfo& record, std::string_view report, std::optional<int> mute) {
+void chooseStreams(Source& source, std::string_view report, std::optional<int> mute) {
   Described streams = describedStreams(report);
   if (mute)
     streams.mute.push_back(*mute);
@@ -193,45 +172,46 @@ void chooseStreams(SourceInfo& record, std::string_view report, std::optional<in
       used != videos.end())
     std::rotate(videos.begin(), used, used + 1);
   const std::vector<int> beside = soundsBeside(streams, video);
-  List remarks;
   std::vector<int> sounds;
   for (const int sound : beside) {
     if (holds(streams.mute, sound))
-      addRemark(remarks, Remark::soundUnreadable, sound);
+      source.remarks.push_back({Source::Remark::Kind::soundUnreadable, sound});
     else
       sounds.push_back(sound);
   }
   if (streams.programs.size() > 1)
-    addRemark(remarks, Remark::programs, static_cast<int>(streams.programs.size()));
-  orderStreams(record, StreamKind::video, videos);
-  orderStreams(record, StreamKind::audio, sounds);
+    source.remarks.push_back(
+        {Source::Remark::Kind::programs, static_cast<std::int64_t>(streams.programs.size())});
+  orderStreams(source.pictures, source.otherPictures, videos);
+  orderStreams(source.sound, source.otherSounds, sounds);
   if (streams.videos.size() > 1 || streams.sounds.size() > 1 || !streams.mute.empty())
-    record.set(SourceKey::wMap, 1);
-  if (!remarks.empty())
-    record.set(SourceKey::remarks, remarks);
+    source.isMapped = true;
 }
 
-Arguments inputOptions(const Dico& source) {
+Arguments inputOptions(const Source& source) {
   Arguments options;
-  for (const auto& [key, option] : {std::pair{SourceKey::wProbeSize, "-probesize"},
-                                    std::pair{SourceKey::wAnalyzeDuration, "-analyzeduration"}})
-    if (const auto number = source.integer(key))
-      options.insert(options.end(), {option, fmt::format("{}", *number)});
-  if (const auto format = source.text(SourceKey::wForce))
-    options.insert(options.end(), {"-f", *format});
+  const auto add = [&options](const char* option, const std::string& value) {
+    options.insert(options.end(), {option, value});
+  };
+  if (source.probeSize)
+    add("-probesize", fmt::format("{}", *source.probeSize));
+  if (source.analyzeDuration)
+    add("-analyzeduration", fmt::format("{}", *source.analyzeDuration));
+  if (!source.toldFormat.empty())
+    add("-f", source.toldFormat);
   return options;
 }
 
-Arguments mapOfVideo(const Dico& source) {
-  if (!source.flag(SourceKey::wMap) || !source.contains(SourceKey::v0Id))
+Arguments mapOfVideo(const Source& source) {
+  if (!source.isMapped || !source.pictures.id)
     return {};
-  return {"-map", mapOf(source, SourceKey::v0Id)};
+  return {"-map", mapOf(source.pictures.id)};
 }
 
-Arguments mapOfStreams(const Dico& source) {
+Arguments mapOfStreams(const Source& source) {
   Arguments map = mapOfVideo(source);
-  if (!map.empty() && source.contains(SourceKey::a0Id))
-    map.insert(map.end(), {"-map", mapOf(source, SourceKey::a0Id)});
+  if (!map.empty() && source.sound.id)
+    map.insert(map.end(), {"-map", mapOf(source.sound.id)});
   return map;
 }
 

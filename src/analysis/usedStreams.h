@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "classShared/TextAdditions.h"
 
 namespace tessarin {
@@ -12,13 +12,11 @@ namespace tessarin {
 // The stream whose pictures ffmpeg decoded in the run that made the report.
 std::optional<int> mappedVideo(std::string_view report);
 
-// Puts the streams that are converted first, as v0 and a0: the one whose pictures were decoded,
+// Puts the streams that are converted first: the one whose pictures were decoded,
 // and the first sound of its programme that can be decoded. Sounds that cannot are taken out of the
-// record, so that no conversion fails because of them; `mute`: one that the report does not tell
-// of. Adds what has to be told (SourceKey::remarks) and, where ffmpeg could choose otherwise,
-// SourceKey::wMap.
-void chooseStreams(SourceInfo& record, std::string_view report,
-                   std::optional<int> mute = std::nullopt);
+// source, so that no conversion fails because of them; `mute`: one that the report does not tell
+// of. Adds what has to be told (remarks) and whether ffmpeg could choose otherwise (isMapped).
+void chooseStreams(Source& source, std::string_view report, std::optional<int> mute = std::nullopt);
 
 // The sound that would be converted, where ffmpeg says that it misses something of it and yet has
 // described it: it has to be tried.
@@ -33,9 +31,9 @@ bool missesParameters(std::string_view report);
 // ---- For the commands that read a source
 
 // What stands before "-i": the format, and how far ffmpeg has to look for the parameters.
-Arguments inputOptions(const Dico& source);
-// "-map" for the streams of the record, where ffmpeg could choose others; empty elsewhere.
-Arguments mapOfVideo(const Dico& source);
-Arguments mapOfStreams(const Dico& source);
+Arguments inputOptions(const Source& source);
+// "-map" for the streams of the source, where ffmpeg could choose others; empty elsewhere.
+Arguments mapOfVideo(const Source& source);
+Arguments mapOfStreams(const Source& source);
 
 }  // namespace tessarin

@@ -1,6 +1,6 @@
 #include <nlohmann/json.hpp>
 
-#include "analysis/Fields.h"
+#include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/choiceWords.h"
@@ -68,12 +68,12 @@ class JsonReporter final : public Reporter {
   }
 
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
-    Json info = jsonOf(row.source);
-    for (const auto key : {RowInfoKey::srcPathStr, RowInfoKey::imgPathStr, SourceKey::remarks,
-                           RowInfoKey::sizeOutPrevious, RowInfoKey::softPrevious})
-      info.erase(std::string(key));
-    if (const auto fields = row.source.text(SourceKey::v0Fields))
-      info[std::string(SourceKey::v0Fields)] = fieldsText(*fields);
+    Json info = jsonOf(recordOfSource(row.source));
+    for (const char* key :
+         {"srcPathStr", "imgPathStr", "remarks", "sizeOutPrevious", "softPrevious"})
+      info.erase(key);
+    if (const auto fields = row.source.pictures.fields)
+      info["v0_fields"] = fieldsText(*fields);
     Json event{{"event", "analysed"},
                {"source", row.path()},
                {"progressive", row.isProgressive},

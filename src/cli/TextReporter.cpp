@@ -4,7 +4,6 @@
 #include <cmath>
 #include <set>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
@@ -20,20 +19,17 @@ namespace tessarin::cli {
 namespace {
 
 std::string pictureOf(const Row& row) {
-  const SourceInfo& info = row.source;
-  if (!info.contains(SourceKey::v0Width))
+  const Source::Pictures& pictures = row.source.pictures;
+  if (!pictures.width)
     return "-";
-  return fmt::format("{}x{}{} {:.5g}", info.integer(SourceKey::v0Width).value_or(0),
-                     info.integer(SourceKey::v0Height).value_or(0), row.isProgressive ? "p" : "i",
-                     info.number(SourceKey::v0Fps).value_or(0));
+  return fmt::format("{}x{}{} {:.5g}", *pictures.width, pictures.height.value_or(0),
+                     row.isProgressive ? "p" : "i", pictures.rate.value_or(0));
 }
 
-std::string soundOf(const Dico& info) {
-  if (!info.contains(SourceKey::a0Id))
+std::string soundOf(const Source::Sound& sound) {
+  if (!sound.id)
     return "-";
-  return fmt::format("{} {}x{}", info.textOrEmpty(SourceKey::a0Codec),
-                     info.integer(SourceKey::a0Channels).value_or(0),
-                     info.integer(SourceKey::a0Rate).value_or(0));
+  return fmt::format("{} {}x{}", sound.codec, sound.channels.value_or(0), sound.rate.value_or(0));
 }
 
 std::vector<std::string> withFirst(std::string first, std::vector<std::string> others) {
@@ -58,14 +54,14 @@ class TextReporter final : public Reporter {
                localisationString("codec", textTable), localisationString("sound", textTable),
                localisationString("container", textTable), localisationString("clip", textTable));
     headerShown_ = true;
-    const SourceInfo& info = row.source;
-    const auto duration = info.number(SourceKey::wDuration);
-    printRow(duration ? clockText(*duration) : "-", pictureOf(row),
-             info.text(SourceKey::v0Codec).value_or("-"), soundOf(info),
-             textUpTo(info.textOrEmpty(SourceKey::wrapper), ","), printable(row.path()));
+    const Source& source = row.source;
+    const std::string& codec = source.pictures.codec;
+    printRow(source.duration ? clockText(*source.duration) : "-", pictureOf(row),
+             codec.empty() ? "-" : codec, soundOf(source.sound),
+             std::string(firstContainer(source)), printable(row.path()));
     if (movie)
       printBelow("-> " + summaryOf(*movie));
-    for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(info))
+    for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(source))
       printBelow(note);
   }
 

@@ -1,6 +1,5 @@
 #include "cli/choiceWords.h"
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "cli/texts.h"
 #include "core/jobPlan.h"
@@ -39,7 +38,7 @@ std::string refusalOfWish(const Row& row, const Wish& wish, Application applicat
   Row asked = row;
   asked.choice.target = wish.target;
   const std::string reason = refusalOf(asked, hasExportTool()).value_or("");
-  const double fps = row.source.number(SourceKey::v0Fps).value_or(0);
+  const double fps = row.source.pictures.rate.value_or(0);
   std::vector<std::string> possible;
   for (const Alternative& alternative : alternatives(row, wish, application))
     possible.push_back(words(alternative, fps));

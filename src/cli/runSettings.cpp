@@ -1,6 +1,6 @@
 #include "cli/runSettings.h"
 
-#include "core/storedRow.h"
+#include "analysis/sourceRecord.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin::cli {

@@ -7,6 +7,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "classShared/log.h"
 #include "core/admittedSources.h"
@@ -190,21 +191,20 @@ void AnalysisJob::makeRecord() {
   std::optional<Fields> interlacing;
   if (const auto order = examination_.fields())
     interlacing = order->fields;
-  logFormat("interlacingStr      : '{}'",
-            interlacing ? fieldsText(fieldsKey(*interlacing)) : "nil");
-  record_ = analysisFf(examination_.report(), interlacing, "");
-  if (!record_) {
+  logFormat("interlacingStr      : '{}'", interlacing ? fieldsText(*interlacing) : "nil");
+  found_ = analysisFf(examination_.report(), interlacing, "");
+  if (!found_) {
     logFormat("src analyzed        : {}", path_);
     logFormat("NON-COMPLIANT FILE  : {}", path_);
     refuseForReport();
     return;
   }
-  examination_.complete(*record_);
-  if (!needsKeyFrameRun(examination_.report(), *record_)) {
+  examination_.complete(*found_);
+  if (!needsKeyFrameRun(examination_.report(), *found_)) {
     completeRecord();
     return;
   }
-  run(firstKeyFrameCommand(path_, *record_), quickQuestion, [this](const ToolResult& result) {
+  run(firstKeyFrameCommand(path_, *found_), quickQuestion, [this](const ToolResult& result) {
     const std::string report = withoutPath(result.output, path_);
     if (const auto error = readErrorOf(report); !error.empty()) {
       refuse(localisationString("why_readError", "", error));
@@ -212,7 +212,7 @@ void AnalysisJob::makeRecord() {
     }
     const double seconds = firstKeyFrameOfShowinfo(report).value_or(0);
     debugFormat("intraOffset         : {:.3f}", seconds);
-    addFirstKeyFrame(seconds, *record_);
+    addFirstKeyFrame(seconds, *found_);
     completeRecord();
   });
 }
@@ -220,10 +220,9 @@ void AnalysisJob::makeRecord() {
 void AnalysisJob::completeRecord() {
   logFormat("src analyzed        : {}", path_);
   if (debugMode())
-    debugFormat("md                  : {}", record_->description());
-  const auto order = examination_.fields();
-  if (order && !record_->contains(SourceKey::v0Fields))
-    record_->set(SourceKey::v0Fields, fieldsKey(order->fields));
+    debugFormat("md                  : {}", recordOfSource(*found_).description());
+  if (const auto order = examination_.fields())
+    found_->pictures.fields = order->fields;
   go(Step::askForTime);
 }
 
@@ -231,7 +230,7 @@ void AnalysisJob::askForTime() {
   ToolLimits limits = quickQuestion;
   limits.keepsErrors = false;
   run(recordingTimeCommand(path_), limits, [this](const ToolResult& result) {
-    addRecordingTime(result.isOverdue ? "" : result.output, path_, *record_);
+    addRecordingTime(result.isOverdue ? "" : result.output, path_, *found_);
     go(Step::makeThumbnail);
   });
 }
@@ -257,10 +256,11 @@ void AnalysisJob::keepFirstPicture(std::optional<FramePictures>& pictures) {
 // Whether the thumbnail could be made of the picture that is there.
 bool AnalysisJob::writeThumbnail() const {
   constexpr int width = 160;
-  if (!firstPicture_ || thumbnailSeekPoint(*record_) != "0")
+  const Source about = source();
+  if (!firstPicture_ || thumbnailSeekPoint(about) != "0")
     return false;
   const std::string jpeg = jpegOf(firstPicture_->first, firstPicture_->width, firstPicture_->height,
-                                  width, thumbnailHeight(*record_));
+                                  width, thumbnailHeight(about));
   if (jpeg.empty())
     return false;
   std::ofstream file(thumbnail_, std::ios::binary);
@@ -277,8 +277,8 @@ bool AnalysisJob::writeThumbnail() const {
 void AnalysisJob::makeThumbnail() {
   const bool isMov = hasPathExtension(path_, "mov");
   if (isMov)
-    record_->set(RowInfoKey::intraFailure, 1);
-  if (!record_->contains(SourceKey::v0Width)) {
+    found_->hasOddThumbnail = true;
+  if (!found_->pictures.width) {
     go(Step::end);
     return;
   }
@@ -288,7 +288,7 @@ void AnalysisJob::makeThumbnail() {
     go(Step::end);
     return;
   }
-  run(thumbnailCommand(*record_, path_, thumbnail_, !isMov), quickQuestion,
+  run(thumbnailCommand(source(), thumbnail_, !isMov), quickQuestion,
       [this](const ToolResult& result) {
         if (result.isOverdue)
           removeFile(thumbnail_);
@@ -296,17 +296,23 @@ void AnalysisJob::makeThumbnail() {
       });
 }
 
+Source AnalysisJob::source() const {
+  Source source = *found_;
+  source.path = path_;
+  return source;
+}
+
 void AnalysisJob::takeThumbnail() {
   if (pathExists(thumbnail_)) {
     go(Step::end);
     return;
   }
-  run(thumbnailCommand(*record_, path_, thumbnail_, false), quickQuestion,
+  run(thumbnailCommand(source(), thumbnail_, false), quickQuestion,
       [this](const ToolResult& result) {
         if (result.isOverdue)
           removeFile(thumbnail_);
         else if (pathExists(thumbnail_))
-          record_->set(RowInfoKey::intraFailure, 1);
+          found_->hasOddThumbnail = true;
         go(Step::end);
       });
 }
@@ -315,7 +321,7 @@ void AnalysisJob::takeThumbnail() {
 
 void AnalysisJob::refuse(const std::string& reason) {
   reason_ = reason;
-  record_.reset();
+  found_.reset();
   go(Step::end);
 }
 
@@ -336,14 +342,14 @@ void AnalysisJob::end() {
   debugFormat("analysisFin - begin");
   debugFormat("analysisRetainedStr release 3");
   if (debugMode())
-    debugFormat("previousMd : {}", record_ ? record_->description() : "nil");
-  if (record_) {
+    debugFormat("previousMd : {}", found_ ? recordOfSource(*found_).description() : "nil");
+  if (found_) {
     debugFormat("stocker…            : {}", path_);
-    record_->set(RowInfoKey::srcPathStr, path_);
+    found_->path = path_;
     if (!thumbnail_.empty() && pathExists(thumbnail_))
-      record_->set(RowInfoKey::imgPathStr, thumbnail_);
+      found_->thumbnail = thumbnail_;
   }
-  ended_({std::move(record_), reason_});
+  ended_({std::move(found_), reason_});
 }
 
 }  // namespace tessarin

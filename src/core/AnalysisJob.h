@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "analysis/Source.h"
 #include "analysis/SourceExamination.h"
-#include "analysis/SourceInfo.h"
 #include "analysis/framePictures.h"
 #include "core/LaterStep.h"
 #include "process/ToolRun.h"
@@ -21,8 +21,8 @@ class AnalysisJob {
   enum class Step { askForReport, readReport, makeRecord, askForTime, makeThumbnail, end };
 
   struct Finding {
-    std::optional<SourceInfo> source;  // with its path and its thumbnail, when there is one
-    std::string reason;                // of a source that is none, in the user's language
+    std::optional<Source> source;  // with its path and its thumbnail, when there is one
+    std::string reason;            // of a source that is none, in the user's language
   };
 
   // `loop` is borrowed. `lane` is a number that no other job under way has: the files in the
@@ -43,7 +43,7 @@ class AnalysisJob {
   const std::string& format() const { return format_; }        // that ffmpeg is told, "" for none
   const std::string& thumbnail() const { return thumbnail_; }  // where it is to be, "" for nowhere
   // So far.
-  const std::optional<SourceInfo>& record() const { return record_; }
+  const std::optional<Source>& found() const { return found_; }
 
  private:
   // What a step does with a tool's result. Of one that could not be started the status is not 0.
@@ -64,6 +64,7 @@ class AnalysisJob {
   void keepFirstPicture(std::optional<FramePictures>& pictures);
   bool writeThumbnail() const;
   void takeThumbnail();
+  Source source() const;
 
   void refuse(const std::string& reason);
   void refuseForReport();
@@ -79,7 +80,7 @@ class AnalysisJob {
   SourceExamination examination_;
   std::string format_;
   std::string thumbnail_;
-  std::optional<SourceInfo> record_;
+  std::optional<Source> found_;
   std::string reason_;
   std::string output_;                         // of the last report that was asked for
   std::optional<FramePictures> firstPicture_;  // for the thumbnail

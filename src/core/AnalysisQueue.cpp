@@ -134,13 +134,13 @@ void AnalysisQueue::iba_analysisStopBt() {
 
 void AnalysisQueue::abandon() {
   next_.clear();
-  for (const Source& source : inHand_)
+  for (const InHand& source : inHand_)
     source.job->abandon();
 }
 
 std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
   std::vector<std::string> paths;
-  for (const Source& source : inHand_)
+  for (const InHand& source : inHand_)
     if (!source.isTold)
       paths.push_back(source.job->path());
   paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
@@ -149,7 +149,7 @@ std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
 
 bool AnalysisQueue::hasSourcesWithoutRow() const {
   return !waiting_.empty() || std::any_of(inHand_.begin(), inHand_.end(),
-                                          [](const Source& source) { return !source.isTold; });
+                                          [](const InHand& source) { return !source.isTold; });
 }
 
 // ---- One source after the other
@@ -162,7 +162,7 @@ void AnalysisQueue::goOn() {
   }
   const auto running = [this] {
     return std::count_if(inHand_.begin(), inHand_.end(),
-                         [](const Source& source) { return !source.finding; });
+                         [](const InHand& source) { return !source.finding; });
   };
   while (!waiting_.empty() && running() < mostJobs_)
     takeNextSource();
@@ -194,7 +194,7 @@ void AnalysisQueue::takeNextSource() {
 int AnalysisQueue::freeLane() const {
   int lane = 0;
   while (std::any_of(inHand_.begin(), inHand_.end(),
-                     [lane](const Source& source) { return source.job->lane() == lane; }))
+                     [lane](const InHand& source) { return source.job->lane() == lane; }))
     ++lane;
   return lane;
 }
@@ -220,7 +220,7 @@ void AnalysisQueue::showCaption() {
 
 void AnalysisQueue::sourceEnded(int lane, AnalysisJob::Finding finding) {
   const auto ended = std::find_if(inHand_.begin(), inHand_.end(),
-                                  [lane](const Source& each) { return each.job->lane() == lane; });
+                                  [lane](const InHand& each) { return each.job->lane() == lane; });
   ended->finding = std::move(finding);
   tellFindings();
   if (stopAsked_)
@@ -231,7 +231,7 @@ void AnalysisQueue::sourceEnded(int lane, AnalysisJob::Finding finding) {
 
 // In the order of the sources: what comes early waits.
 void AnalysisQueue::tellFindings() {
-  for (Source& source : inHand_) {
+  for (InHand& source : inHand_) {
     if (!source.finding || stopAsked_)
       return;
     if (std::exchange(source.isTold, true))
@@ -243,13 +243,13 @@ void AnalysisQueue::tellFindings() {
   }
 }
 
-void AnalysisQueue::appendRow(SourceInfo info) {
-  info.set(RowInfoKey::prefSurrond, interface_.surround.isChecked() ? 1 : 0);
+void AnalysisQueue::appendRow(Source source) {
+  source.keepsSurround = interface_.surround.isChecked();
   const int segment = interface_.editingSoft.selected();
   const int size = interface_.sizeOut.selected();
   Row row =
-      newRow(std::move(info), {applicationTable[static_cast<std::size_t>(segment)].firstTarget,
-                               size, interface_.chosenSpeed()});
+      newRow(std::move(source), {applicationTable[static_cast<std::size_t>(segment)].firstTarget,
+                                 size, interface_.chosenSpeed()});
   if (size <= rowSameAsSource)
     row.choice.sizeOut = presetAutoComputedFromSrc(
         row, size == rowSameAsSource ? Application::any : interface_.application());

@@ -61,7 +61,7 @@ class AnalysisQueue {
 
  private:
   // A source in hand.
-  struct Source {
+  struct InHand {
     std::unique_ptr<AnalysisJob> job;
     std::optional<AnalysisJob::Finding> finding = {};  // once the job is over
     bool isTold = false;                               // it has become a row, or was refused
@@ -78,7 +78,7 @@ class AnalysisQueue {
   void showCaption();
   void sourceEnded(int lane, AnalysisJob::Finding finding);
   void tellFindings();
-  void appendRow(SourceInfo info);
+  void appendRow(Source source);
   void end();
 
   CoreServices& services_;
@@ -86,7 +86,7 @@ class AnalysisQueue {
   BatchTable& table_;
   StateMirror mirror_;
   WaitingSources waiting_;
-  std::deque<Source> inHand_;  // the first one is shown
+  std::deque<InHand> inHand_;  // the first one is shown
   int mostJobs_ = 1;
   std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known
   bool openPermitted_ = true;

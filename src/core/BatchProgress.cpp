@@ -21,13 +21,13 @@ constexpr double overhead = 0.3;
 }  // namespace
 
 double workOf(const Row& row) {
-  const double seconds = row.source.number(SourceKey::wDuration).value_or(1);
+  const double seconds = row.source.duration.value_or(1);
   if (isQuickTimeCopy(row))
     return overhead + copying * seconds;
   constexpr double unit = 1920.0 * 1080 * 25;  // pixels a second
-  const double pixels = row.source.number(SourceKey::v0Width).value_or(1920) *
-                        row.source.number(SourceKey::v0Height).value_or(1080) *
-                        row.source.number(SourceKey::v0Fps).value_or(25);
+  const double pixels = static_cast<double>(row.source.pictures.width.value_or(1920)) *
+                        static_cast<double>(row.source.pictures.height.value_or(1080)) *
+                        row.source.pictures.rate.value_or(25);
   return overhead + converting * seconds * std::max(copying, pixels / unit);
 }
 

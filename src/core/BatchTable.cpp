@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/log.h"
 #include "core/rowChoices.h"
 #include "encoding/outputPreset.h"
@@ -112,7 +111,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
 
   debugFormat("iba_out… speed pre  : {}", static_cast<int>(entry.choice.speed));
   const SizeAndSpeed valid = validSizeAndSpeed(entry);
-  debugFormat("iba_outSpeedCell fps= {:f}", source(row).number(SourceKey::v0Fps).value_or(0));
+  debugFormat("iba_outSpeedCell fps= {:f}", source(row).pictures.rate.value_or(0));
   if (valid.sizeOut != asked)
     debugFormat("sizeOutCurrentInt zap: {} ({})", valid.sizeOut, presetShortLabel(valid.sizeOut));
   entry.choice.sizeOut = valid.sizeOut;
@@ -124,15 +123,14 @@ bool BatchTable::iba_outSpeedCell(int row) {
   debugFormat("(valid) speedInt    = {} (row#{})", valid.speed, row);
 
   const int soft = interface_.editingSoft.selected();
-  const Dico& record = source(row);
-  const auto sizePrevious = record.integer(RowInfoKey::sizeOutPrevious);
-  const auto softPrevious = record.integer(RowInfoKey::softPrevious);
+  const auto& sizePrevious = source(row).sizeOutPrevious;
+  const auto& softPrevious = source(row).softPrevious;
   debugFormat("soft previous|curren: {}|{} && sizeOutPreviousInt vs sizeOutCurrentInt : {}|{}",
               softPrevious.value_or(-1), soft, sizePrevious.value_or(-1), valid.sizeOut);
   if (sizePrevious != valid.sizeOut || softPrevious != soft) {
     debugFormat("from popup :-) …and some change(s)");
-    entry.source.set(RowInfoKey::sizeOutPrevious, valid.sizeOut);
-    entry.source.set(RowInfoKey::softPrevious, soft);
+    entry.source.sizeOutPrevious = valid.sizeOut;
+    entry.source.softPrevious = soft;
   }
 
   const Permissions targets = targetPermissions(entry);
@@ -194,7 +192,7 @@ ChoiceCell BatchTable::speedCell(int row) const {
 std::string BatchTable::possibleWith(int row, const std::optional<Choice>& choice) const {
   if (!choice)
     return localisationString("D_notPossible");
-  const double fps = source(row).number(SourceKey::v0Fps).value_or(0);
+  const double fps = source(row).pictures.rate.value_or(0);
   std::string words = presetSizeName(choice->sizeOut, fps);
   if (choice->speed != this->row(row).choice.speed)
     words += ", " + localisationString(speedTable[choice->speed].title, "Localizable");

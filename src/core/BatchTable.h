@@ -38,7 +38,7 @@ class BatchTable {
   int count() const { return static_cast<int>(rows_.size()); }
   bool has(int row) const { return row >= 0 && row < count(); }
   const Row& row(int row) const { return rows_.at(static_cast<std::size_t>(row)); }
-  const SourceInfo& source(int row) const { return this->row(row).source; }
+  const Source& source(int row) const { return this->row(row).source; }
   std::string sourcePath(int row) const { return this->row(row).path(); }
   // What the row's movie is going to be; nothing when it cannot be made.
   std::optional<Forecast> forecast(int row) const;

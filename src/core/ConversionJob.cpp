@@ -169,7 +169,7 @@ std::optional<std::string> ConversionJob::refusal() const {
     return refused;
   // A card has its old names on other clips once it was used again, and a field order, a size and a
   // length that were found in the old ones would spoil the new.
-  const std::string lookedAt = order_.row.source.textOrEmpty(SourceKey::wBytes);
+  const std::string lookedAt = order_.row.source.bytes;
   if (!lookedAt.empty() && sourceState_ && lookedAt != std::to_string(sourceState_->size))
     return localisationString("why_sourceReplaced");
   if (const auto wrong = refusalOfDestination(order_.destination))
@@ -380,8 +380,7 @@ void ConversionJob::end() {
   JobEnd end;
   end.source = order_.row.path();
   end.output = order_.output;
-  end.duration =
-      plan_ ? plan_->seconds : order_.row.source.number(SourceKey::wDuration).value_or(0);
+  end.duration = plan_ ? plan_->seconds : order_.row.source.duration.value_or(0);
   end.elapsed = secondsSince(begin_);
   logFormat("enc > encFin        : {} - begin", end.source);
   for (const std::string& purge : {slowed_, master_})

@@ -1,7 +1,6 @@
 // What looks at the movie of a job once the last tool has made it.
 #include <algorithm>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/ConversionJob.h"
@@ -17,7 +16,7 @@ namespace {
 
 // Whether the source is a movie whose own index names samples that its file has not.
 bool lacksSamples(const Row& row) {
-  if (!startsWith(row.source.textOrEmpty(SourceKey::wrapper), "mov"))
+  if (!startsWith(row.source.container, "mov"))
     return false;
   const auto index = readMovieIndex(row.path());
   if (!index || index->isFragmented)
@@ -28,9 +27,9 @@ bool lacksSamples(const Row& row) {
 
 // Whether the rate of the sound may change in the middle, as in DV scenes of several cameras:
 // ffmpeg takes all for that of the first scene and tells nothing.
-bool maySoundChange(const SourceInfo& source) {
-  return source.text(SourceKey::v0Codec) == "dvvideo" && source.contains(SourceKey::a0Id) &&
-         startsWith(source.textOrEmpty(SourceKey::a0Codec), "pcm_s16le");
+bool maySoundChange(const Source& source) {
+  return source.pictures.codec == "dvvideo" && source.sound.id &&
+         startsWith(source.sound.codec, "pcm_s16le");
 }
 
 // Whether the source is an AVI file that is shorter than it says.
@@ -95,7 +94,7 @@ void ConversionJob::startMeasuring() {
   logLine("check               : measuring the source");
   looking_ = Looking::atPackets;
   meter_ = PacketMeter();
-  startTool(command, ParseMode::time, order_.row.source.number(SourceKey::wDuration).value_or(0));
+  startTool(command, ParseMode::time, order_.row.source.duration.value_or(0));
 }
 
 void ConversionJob::judgeMeasure(const ToolEnd& end) {

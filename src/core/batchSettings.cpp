@@ -1,7 +1,7 @@
 #include "core/batchSettings.h"
 
+#include "analysis/sourceRecord.h"
 #include "core/stepState.h"
-#include "core/storedRow.h"
 #include "ffmpeg/proresFlavours.h"
 #include "utils/files.h"
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/exportStep.h"
@@ -36,11 +35,11 @@ std::string exportRate(const SizeRow& size, int sourceRate) {
 
 }  // namespace
 
-double displayRatio(const SourceInfo& source) {
-  if (const auto dar = source.text(SourceKey::v0Dar))
-    return fractionStr2Float(*dar);
-  const double width = source.number(SourceKey::v0Width).value_or(0);
-  const double height = source.number(SourceKey::v0Height).value_or(0);
+double displayRatio(const Source& source) {
+  if (!source.pictures.shape.empty())
+    return fractionStr2Float(source.pictures.shape);
+  const auto width = static_cast<double>(source.pictures.width.value_or(0));
+  const auto height = static_cast<double>(source.pictures.height.value_or(0));
   return width > 0 && height > 0 ? width / height : 16.0 / 9.0;
 }
 
@@ -69,13 +68,13 @@ std::string exportPresetName(const Row& row, std::string_view prefProres) {
 
 bool needsSlowing(const Row& row) {
   return row.choice.speed == speedSlow && isSourceProgressive(row.source) && !exportsSource(row) &&
-         isHighFrameRate(row.source.number(SourceKey::v0Fps).value_or(0));
+         isHighFrameRate(row.source.pictures.rate.value_or(0));
 }
 
 Arguments slowingCommand(const JobPlan& plan, const std::string& slowed) {
   // The stretch counts from 0: what is taken off before it counts twice, and the pictures begin
   // when they did.
-  const double begin = plan.row.source.number(SourceKey::v0Begin).value_or(0);
+  const double begin = plan.row.source.pictures.begin.value_or(0);
   return {
       Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsoffset",
       fmt::format("{:.6f}", -begin / 2), "-itsscale", "2", "-i", plan.movie, "-i", plan.movie,

@@ -33,6 +33,6 @@ Arguments slowingCommand(const JobPlan& plan, const std::string& slowed);
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, bool replace);
 
 // The source's picture shape, width by height; 16:9 when unknown.
-double displayRatio(const SourceInfo& source);
+double displayRatio(const Source& source);
 
 }  // namespace tessarin

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
@@ -35,9 +34,9 @@ double quotient(std::string_view fraction) {
 }
 
 // The size that the command's filters bring the pictures to; that of the source without any.
-FrameSize frameOf(const Arguments& command, const SourceInfo& source) {
-  FrameSize size{static_cast<int>(source.integer(SourceKey::v0Width).value_or(0)),
-                 static_cast<int>(source.integer(SourceKey::v0Height).value_or(0))};
+FrameSize frameOf(const Arguments& command, const Source& source) {
+  FrameSize size{static_cast<int>(source.pictures.width.value_or(0)),
+                 static_cast<int>(source.pictures.height.value_or(0))};
   const std::string filters = optionOf(command, "-vf");
   for (const std::string_view filter : split(filters, ",")) {
     if (!startsWith(filter, "scale="))
@@ -65,14 +64,14 @@ double exportedRate(std::string_view settings, double sourceRate) {
 }
 
 void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast& movie) {
-  const SourceInfo& source = plan.row.source;
+  const Source& source = plan.row.source;
   const Choice& choice = plan.row.choice;
   const SizeRow* chosen = sizeRow(choice.sizeOut);
   const bool hasFields = !isSourceProgressive(source);
-  const double sourceRate = source.number(SourceKey::v0Fps).value_or(0) / (hasFields ? 2 : 1);
+  const double sourceRate = source.pictures.rate.value_or(0) / (hasFields ? 2 : 1);
   if (plan.isCopy) {
     movie.isCopy = true;
-    movie.codec = source.textOrEmpty(SourceKey::v0Codec);
+    movie.codec = source.pictures.codec;
     movie.rate = plan.needsSlowing ? sourceRate / 2 : sourceRate;
     const FrameSize size = frameOf({}, source);
     movie.width = size.width;
@@ -110,36 +109,30 @@ std::string number(double value) {
   return fmt::format("{:.4g}", value);
 }
 
-// The streams of a kind behind the first one that is converted.
-void leaveOutStreams(const SourceInfo& source, StreamKind kind, int first, const char* name,
-                     const char* key, Forecast& movie) {
-  // More than a clip has; a stored record may hold anything.
-  constexpr int most = 64;
-  for (int index = first; index < most; ++index) {
-    const auto id = source.integer(streamKey(kind, index, StreamField::id));
-    if (!id)
+void leaveOutStreams(const auto& streams, const char* name, const char* key, Forecast& movie) {
+  for (const Source::Stream& stream : streams) {
+    if (!stream.id)
       break;
-    std::vector<std::string> words = {
-        source.textOrEmpty(streamKey(kind, index, StreamField::codec))};
-    if (const auto language = source.text(streamKey(kind, index, StreamField::lang)))
-      words.push_back(*language);
+    std::vector<std::string> words = {stream.codec};
+    if (!stream.language.empty())
+      words.push_back(stream.language);
     movie.leftOut.push_back(
-        {name, localisationString(key, "", fmt::format("{}", *id), joinTexts(words, ", "))});
+        {name, localisationString(key, "", fmt::format("{}", *stream.id), joinTexts(words, ", "))});
   }
 }
 
 void tellLeftOut(const Row& row, Forecast& movie) {
-  const SourceInfo& source = row.source;
+  const Source& source = row.source;
   const bool hasFields = !isSourceProgressive(source);
   const bool isSlow = row.choice.speed == speedSlow;
-  const double rate = source.number(SourceKey::v0Fps).value_or(0);
+  const double rate = source.pictures.rate.value_or(0);
   const double shown = movie.isInterlaced ? 2 * movie.rate : movie.rate;
   if (!isSlow && shown > 0 && rate > 1.5 * shown)
     movie.leftOut.push_back({hasFields ? "fields" : "pictures",
                              localisationString(hasFields ? "out_fields" : "out_pictures", "",
                                                 number(shown), number(rate))});
-  const auto width = source.integer(SourceKey::v0Width).value_or(0);
-  const auto height = source.integer(SourceKey::v0Height).value_or(0);
+  const auto width = source.pictures.width.value_or(0);
+  const auto height = source.pictures.height.value_or(0);
   if (movie.width < width || movie.height < height)
     movie.leftOut.push_back(
         {"details", localisationString("out_details", "", fmt::format("{}x{}", width, height),
@@ -153,18 +146,18 @@ void tellLeftOut(const Row& row, Forecast& movie) {
                                                                           : "BT.2020")});
   // An export begins with the first picture; a copy says how long to wait for it.
   constexpr double leastBegin = 0.2;
-  if (const double begin = source.number(SourceKey::v0Begin).value_or(0);
+  if (const double begin = source.pictures.begin.value_or(0);
       !movie.isCopy && movie.soundChannels > 0 && begin >= leastBegin)
     movie.leftOut.push_back(
         {"beginning", localisationString("out_beginning", "", fmt::format("{:.1f}", begin))});
-  leaveOutStreams(source, StreamKind::video, 1, "video", "out_video", movie);
-  leaveOutStreams(source, StreamKind::audio, 1, "sound", "out_sound", movie);
-  const auto channels = source.integer(SourceKey::a0Channels).value_or(0);
+  leaveOutStreams(source.otherPictures, "video", "out_video", movie);
+  leaveOutStreams(source.otherSounds, "sound", "out_sound", movie);
+  const auto channels = source.sound.channels.value_or(0);
   if (movie.soundChannels > 0 && channels > movie.soundChannels)
     movie.leftOut.push_back(
         {"channels", localisationString("out_channels", "", fmt::format("{}", channels),
                                         fmt::format("{}", movie.soundChannels))});
-  leaveOutStreams(source, StreamKind::subtitle, 0, "subtitles", "out_subtitles", movie);
+  leaveOutStreams(source.subtitles, "subtitles", "out_subtitles", movie);
 }
 
 }  // namespace
@@ -175,15 +168,15 @@ std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres) 
   const auto plan = planJob(row, "movie.mov", prefProres);
   if (!plan)
     return std::nullopt;
-  const SourceInfo& source = row.source;
+  const Source& source = row.source;
   Forecast movie;
   describePictures(*plan, prefProres, movie);
-  if (source.contains(SourceKey::a0Id)) {
+  if (source.sound.id) {
     constexpr std::int64_t stereo = 2;
-    const auto channels = source.integer(SourceKey::a0Channels).value_or(stereo);
+    const auto channels = source.sound.channels.value_or(stereo);
     movie.soundChannels = static_cast<int>(
-        source.flag(RowInfoKey::prefSurrond) ? std::max(channels, stereo) : stereo);
-    movie.soundRate = static_cast<int>(source.integer(SourceKey::a0Rate).value_or(0));
+        source.keepsSurround.value_or(false) ? std::max(channels, stereo) : stereo);
+    movie.soundRate = static_cast<int>(source.sound.rate.value_or(0));
   }
   tellLeftOut(row, movie);
   movie.remarks = remarkTexts(source);

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "analysis/Fields.h"
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
 #include "core/rowChoices.h"
@@ -42,14 +40,14 @@ void addFilter(Arguments& arguments, const std::string& filter, FilterPlace plac
     arguments.insert(rate, {"-vf", filter});
 }
 
-bool isBottomFirst(const SourceInfo& source) {
-  return source.text(SourceKey::v0Fields) == fieldsKey(Fields::bottomFirst);
+bool isBottomFirst(const Source& source) {
+  return source.pictures.fields == Fields::bottomFirst;
 }
 
 // Where what the stream claims is wrong, the filters are told what the pictures say. The tool
 // adapter sees to the rest; it knows when the movie is interlaced.
-void correctFields(const SourceInfo& source, EncodingCommand& command) {
-  if (source.contains(SourceKey::v0FieldsClaim))
+void correctFields(const Source& source, EncodingCommand& command) {
+  if (source.pictures.claim)
     addFilter(command.arguments, isBottomFirst(source) ? "setfield=bff" : "setfield=tff",
               FilterPlace::first);
 }
@@ -65,19 +63,18 @@ void correctEncoder(const Row& row, EncodingCommand& command) {
   const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
   const bool isScaled = filters != arguments.end() && contains(*(filters + 1), "scale=");
   const SizeRow* size = sizeOf(row);
-  const int lines = isScaled && size
-                        ? size->frame.height
-                        : static_cast<int>(row.source.integer(SourceKey::v0Height).value_or(0));
+  const int lines = isScaled && size ? size->frame.height
+                                     : static_cast<int>(row.source.pictures.height.value_or(0));
   *codec = proresEncoder(hasFields, lines);
 }
 
 // Sees to it that the movie says its colours: those of the source, or those of high definition for
 // pictures of standard definition that are made as large, as they are converted then. Programs that
 // do not ask go by the size.
-void nameColours(const SourceInfo& source, EncodingCommand& command) {
+void nameColours(const Source& source, EncodingCommand& command) {
   Arguments& arguments = command.arguments;
   PictureColours colours = sourceColours(source);
-  const auto height = source.integer(SourceKey::v0Height).value_or(0);
+  const auto height = source.pictures.height.value_or(0);
   constexpr int mostStandardLines = 576;
   const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
   if (option != arguments.end() && height <= mostStandardLines && !isWide(colours))
@@ -102,8 +99,8 @@ void nameColours(const SourceInfo& source, EncodingCommand& command) {
 // Sees to it that the movie begins with its first picture, and the sound with what is heard then:
 // ffmpeg would fill the time before with copies of that picture, and leave out or move what is
 // shown before the source's time begins.
-void beginWithFirstPicture(const SourceInfo& source, EncodingCommand& command) {
-  const double begin = source.number(SourceKey::v0Begin).value_or(0);
+void beginWithFirstPicture(const Source& source, EncodingCommand& command) {
+  const double begin = source.pictures.begin.value_or(0);
   Arguments& arguments = command.arguments;
   if (begin == 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
     return;
@@ -121,7 +118,7 @@ bool isSlowed(const Row& row) {
   if (row.choice.speed != speedSlow)
     return false;
   if (isStreamCopy(row))
-    return isHighFrameRate(row.source.number(SourceKey::v0Fps).value_or(0));
+    return isHighFrameRate(row.source.pictures.rate.value_or(0));
   constexpr int leastFieldRate = 48;
   const bool hasFieldRate = !isSourceProgressive(row.source) &&
                             isOf(sizeOf(row), RateFamily::p50) &&
@@ -131,36 +128,35 @@ bool isSlowed(const Row& row) {
 
 // The export of the source, with what ffmpeg would have been told of it.
 Arguments sourceExport(const Row& row, const std::string& movie, const std::string& settings) {
-  const SourceInfo& source = row.source;
+  const Source& source = row.source;
   Arguments command = exportCommand(row.path(), movie, settings, displayRatio(source));
   const auto add = [&](const char* option, const std::string& value) {
     command.insert(command.end(), {option, value});
   };
-  if (const auto format = source.text(SourceKey::wForce))
-    add("--format", *format);
-  for (const auto& [key, option] : {std::pair{SourceKey::wProbeSize, "--probesize"},
-                                    std::pair{SourceKey::wAnalyzeDuration, "--analyzeduration"}})
-    if (const auto number = source.integer(key))
-      add(option, fmt::format("{}", *number));
-  const double rate = source.number(SourceKey::v0Fps).value_or(0);
+  if (!source.toldFormat.empty())
+    add("--format", source.toldFormat);
+  if (source.probeSize)
+    add("--probesize", fmt::format("{}", *source.probeSize));
+  if (source.analyzeDuration)
+    add("--analyzeduration", fmt::format("{}", *source.analyzeDuration));
+  const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
-    if (source.contains(SourceKey::v0FieldsClaim))
+    if (source.pictures.claim)
       add("--fields", "prog");
   } else {
     add("--fields", isBottomFirst(source) ? "bff" : "tff");
     if (rate > 0)
       add("--rate", fmt::format("{:.6g}", rate / 2));  // of whole pictures
   }
-  if (source.contains(SourceKey::a0Force))
-    add("--sound-decoder", source.textOrEmpty(SourceKey::a0Codec));
-  if (const auto pictures = source.integer(SourceKey::v0Id))
+  if (source.sound.isMisread)
+    add("--sound-decoder", source.sound.codec);
+  if (const auto pictures = source.pictures.id)
     add("--pictures", fmt::format("{}", *pictures));
   constexpr std::int64_t stereo = 2;
-  const std::int64_t channels =
-      source.flag(RowInfoKey::prefSurrond)
-          ? std::max(source.integer(SourceKey::a0Channels).value_or(0), stereo)
-          : stereo;
-  add("--sound", fmt::format("{}", source.integer(SourceKey::a0Id).value_or(-1)));
+  const std::int64_t channels = source.keepsSurround.value_or(false)
+                                    ? std::max(source.sound.channels.value_or(0), stereo)
+                                    : stereo;
+  add("--sound", fmt::format("{}", source.sound.id.value_or(-1)));
   add("--channels", fmt::format("{}", channels));
   if (isSlowed(row))
     command.emplace_back("--slow");
@@ -191,18 +187,15 @@ std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
     beginWithFirstPicture(row.source, *command);
     correctEncoder(row, *command);
   }
-  plan.seconds = row.source.number(SourceKey::wDuration).value_or(0) * (isSlowed(row) ? 2 : 1);
+  plan.seconds = row.source.duration.value_or(0) * (isSlowed(row) ? 2 : 1);
   plan.command = std::move(*command);
   return plan;
 }
 
-PictureColours sourceColours(const SourceInfo& source) {
-  const PictureColours said{source.textOrEmpty(SourceKey::v0Primaries),
-                            source.textOrEmpty(SourceKey::v0Transfer),
-                            source.textOrEmpty(SourceKey::v0Matrix)};
-  return completeColours(said, static_cast<int>(source.integer(SourceKey::v0Width).value_or(0)),
-                         static_cast<int>(source.integer(SourceKey::v0Height).value_or(0)),
-                         source.number(SourceKey::v0Fps).value_or(0));
+PictureColours sourceColours(const Source& source) {
+  return completeColours(
+      source.pictures.colours, static_cast<int>(source.pictures.width.value_or(0)),
+      static_cast<int>(source.pictures.height.value_or(0)), source.pictures.rate.value_or(0));
 }
 
 bool isQuickTimeCopy(const Row& row) {
@@ -213,15 +206,14 @@ bool exportsSource(const Row& row) {
   // What ffmpeg makes neither ProRes nor a copy of would be encoded twice.
   if (!isStreamCopy(row))
     return row.choice.target != outProres;
-  const SourceInfo& source = row.source;
-  if (row.choice.target == outQuickTime || !source.contains(SourceKey::v0Codec))
+  const Source& source = row.source;
+  if (row.choice.target == outQuickTime || source.pictures.codec.empty())
     return false;
   // A copy is shown from its first key frame on. Pictures that are stored behind that and shown
   // before it, which MPEG-2 of tapes and discs may begin with, would be lost.
-  if (source.text(SourceKey::v0Codec) == "mpeg2video" || source.contains(SourceKey::intraOffset))
+  if (source.pictures.codec == "mpeg2video" || source.firstKeyFrame)
     return true;
-  return movieHolds(source.textOrEmpty(SourceKey::v0Codec),
-                    textUpTo(source.textOrEmpty(SourceKey::wrapper), ",")) != true;
+  return movieHolds(source.pictures.codec, firstContainer(source)) != true;
 }
 
 bool hasExportTool() {
@@ -229,13 +221,12 @@ bool hasExportTool() {
 }
 
 std::optional<std::string> refusalOf(const Row& row, bool hasExport) {
-  const SourceInfo& source = row.source;
-  if (!source.contains(SourceKey::v0Width) || !source.contains(SourceKey::v0Height))
+  const Source& source = row.source;
+  if (!source.pictures.width || !source.pictures.height)
     return localisationString("why_noPicture");
   const Target target = row.choice.target;
-  if (const std::string codec = source.textOrEmpty(SourceKey::v0Codec);
-      target == outQuickTime &&
-      movieHolds(codec, textUpTo(source.textOrEmpty(SourceKey::wrapper), ",")) == false)
+  if (const std::string codec = source.pictures.codec;
+      target == outQuickTime && movieHolds(codec, firstContainer(source)) == false)
     return localisationString("why_movieCodec", "", codec);
   if (!cellAllowedOut(row, row.choice))
     return localisationString("why_noTarget", "", whyNotTarget(row, target));

@@ -32,7 +32,7 @@ std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
                                std::string_view prefProres);
 
 // The colours of a source: what it says, and what is usual where it does not.
-PictureColours sourceColours(const SourceInfo& source);
+PictureColours sourceColours(const Source& source);
 
 // Whether the movie is to be a stream copy in QuickTime's container: nothing is exported.
 bool isQuickTimeCopy(const Row& row);

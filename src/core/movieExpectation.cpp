@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportPlan.h"
@@ -46,7 +45,7 @@ double stretchOf(const JobPlan& plan) {
 
 // Pictures a second of the movie; 0: not known before.
 double rateOf(const JobPlan& plan) {
-  const double source = plan.row.source.number(SourceKey::v0Fps).value_or(0);
+  const double source = plan.row.source.pictures.rate.value_or(0);
   if (plan.isCopy)
     return source / stretchOf(plan);
   if (plan.needsExport || plan.isExport) {
@@ -70,12 +69,12 @@ std::uint64_t leastPictures(double seconds, double rate) {
 
 // Seconds of the source before the movie begins.
 double beginOf(const JobPlan& plan) {
-  return plan.isCopy ? 0 : plan.row.source.number(SourceKey::v0Begin).value_or(0);
+  return plan.isCopy ? 0 : plan.row.source.pictures.begin.value_or(0);
 }
 
 // Of what the movie has of the source, exact to a hundredth.
 std::optional<double> durationOf(const JobPlan& plan) {
-  const double exact = plan.row.source.number(SourceKey::wSeconds).value_or(0) - beginOf(plan);
+  const double exact = plan.row.source.seconds.value_or(0) - beginOf(plan);
   return exact > 0 ? std::optional(exact) : std::nullopt;
 }
 
@@ -103,7 +102,7 @@ std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan) {
   expected.seconds = stretch * (*duration - analysisSlack);
   expected.mostSeconds = stretch * (*duration + analysisSlack);
   expected.pictures = leastPictures(expected.seconds, rateOf(plan));
-  if (plan.row.source.contains(SourceKey::a0Id)) {
+  if (plan.row.source.sound.id) {
     expected.soundSeconds = std::max(0.01, *duration - soundSlack);
     expected.mostSoundSeconds = *duration + beginOf(plan) + soundSlack;
   }
@@ -127,8 +126,7 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
     else
       expected.pictures = pictures->packets - pictures->leading;
   }
-  if (const auto& sound = measure.sound;
-      sound && sound->packets > 0 && plan.row.source.contains(SourceKey::a0Id)) {
+  if (const auto& sound = measure.sound; sound && sound->packets > 0 && plan.row.source.sound.id) {
     const auto packets = static_cast<double>(sound->packets);
     // An export leaves out sound from before the first picture.
     const double start =
@@ -143,10 +141,10 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
 
 std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
                          const MovieIndex& movie) {
-  const SourceInfo& source = plan.row.source;
+  const Source& source = plan.row.source;
   const MovieTrack* made = movie.pictures();
   const auto& read = measure.pictures;
-  const double shown = source.number(SourceKey::v0Fps).value_or(0);
+  const double shown = source.pictures.rate.value_or(0);
   const double rate = isSourceProgressive(source) ? shown : shown / 2;
   if (plan.isCopy || made == nullptr || made->seconds <= 0 || !read || rate <= 0)
     return 0;

@@ -25,12 +25,12 @@ constexpr double wideAspect = 1.77;
 constexpr int longestThumbnailName = 40;
 
 // Of the pictures as they are coded.
-double codedAspect(const SourceInfo& info) {
+double codedAspect(const Source::Pictures& pictures) {
   constexpr double narrow = 1.33;
-  if (const auto dar = info.text(SourceKey::v0Dar))
-    return fractionStr2Float(*dar);
-  const double width = info.number(SourceKey::v0Width).value_or(0);
-  const double height = info.number(SourceKey::v0Height).value_or(0);
+  if (!pictures.shape.empty())
+    return fractionStr2Float(pictures.shape);
+  const auto width = static_cast<double>(pictures.width.value_or(0));
+  const auto height = static_cast<double>(pictures.height.value_or(0));
   if (width <= 0 || height <= 0)
     return wideAspect;
   const double aspect = nbArrondi(width / height, 2);
@@ -43,38 +43,37 @@ double codedAspect(const SourceInfo& info) {
 
 }  // namespace
 
-double thumbnailAspect(const SourceInfo& info) {
-  const double aspect = codedAspect(info);
-  return isTurned(info) ? 1 / aspect : aspect;
+double thumbnailAspect(const Source& source) {
+  const double aspect = codedAspect(source.pictures);
+  return isTurned(source) ? 1 / aspect : aspect;
 }
 
-int thumbnailHeight(const SourceInfo& info) {
+int thumbnailHeight(const Source& source) {
   // 160 / (16 / 9) is 90, which single precision misses by a hair.
-  const double exact = 160 / thumbnailAspect(info) + 0.001;
+  const double exact = 160 / thumbnailAspect(source) + 0.001;
   return static_cast<int>(std::clamp(exact, 2.0, 1600.0));
 }
 
-std::string thumbnailSeekPoint(const SourceInfo& info) {
-  const double seconds = info.number(SourceKey::wDuration).value_or(0);
+std::string thumbnailSeekPoint(const Source& source) {
+  const double seconds = source.duration.value_or(0);
   for (const int point : {120, 60, 10})
     if (seconds > point)
       return fmt::format("{}", point);
   return "0";
 }
 
-Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
-                           const std::string& thumbnail, bool keyFramesOnly) {
-  std::string filter = fmt::format("scale=160:{}", thumbnailHeight(info));
+Arguments thumbnailCommand(const Source& source, const std::string& thumbnail, bool keyFramesOnly) {
+  std::string filter = fmt::format("scale=160:{}", thumbnailHeight(source));
   if (keyFramesOnly)
     filter = "select=eq(pict_type\\,I)," + filter;
   Arguments command = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-ss",
-                       thumbnailSeekPoint(info)};
+                       thumbnailSeekPoint(source)};
   const auto append = [&command](const Arguments& more) {
     command.insert(command.end(), more.begin(), more.end());
   };
-  append(inputOptions(info));
-  append({"-i", source});
-  append(mapOfVideo(info));
+  append(inputOptions(source));
+  append({"-i", source.path});
+  append(mapOfVideo(source));
   append({"-vframes", "1", "-t", "12", "-vf", filter, "-an", "-sn", "-y", thumbnail});
   return command;
 }
@@ -90,20 +89,20 @@ std::string thumbnailPath(const std::string& folder, const std::string& source, 
   return fmt::format("{}_{}.jpg", withoutExtension(plain), random());
 }
 
-int shownRate(const SourceInfo& info) {
-  return static_cast<int>(info.number(SourceKey::v0Fps).value_or(0) + 0.5);
+int shownRate(const Source& source) {
+  return static_cast<int>(source.pictures.rate.value_or(0) + 0.5);
 }
 
-Row newRow(SourceInfo info, const Choice& choice) {
+Row newRow(Source source, const Choice& choice) {
   Row row;
-  row.source = std::move(info);
+  row.source = std::move(source);
+  const Source::Pictures& pictures = row.source.pictures;
   row.choice = choice;
   row.isProgressive = isSourceProgressive(row.source);
-  row.caption = fmt::format("{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())),
-                            row.source.integer(SourceKey::v0Width).value_or(0),
-                            row.source.integer(SourceKey::v0Height).value_or(0),
-                            row.isProgressive ? "p" : "i", shownRate(row.source),
-                            durationText(row.source.integer(SourceKey::wDuration).value_or(0)));
+  row.caption = fmt::format(
+      "{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())), pictures.width.value_or(0),
+      pictures.height.value_or(0), row.isProgressive ? "p" : "i", shownRate(row.source),
+      durationText(static_cast<std::int64_t>(row.source.duration.value_or(0))));
   return row;
 }
 

@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "analysis/SourceInfo.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/Row.h"
 
@@ -13,26 +12,25 @@ namespace tessarin {
 // The shape of the thumbnail, width by height: the source's display aspect; without one, that of
 // its frame, where 1.7 to 1.8 counts as 1.77 and 1.3 to 1.4 as 1.33; 1.77 when nothing is known. As
 // a viewer sees it: ffmpeg turns the pictures of a telephone that was held upright.
-double thumbnailAspect(const SourceInfo& info);
+double thumbnailAspect(const Source& source);
 
 // Where in the source the thumbnail is taken, in seconds as ffmpeg takes them.
-std::string thumbnailSeekPoint(const SourceInfo& info);
+std::string thumbnailSeekPoint(const Source& source);
 
 // The thumbnail's height where it is 160 pixels wide.
-int thumbnailHeight(const SourceInfo& info);
+int thumbnailHeight(const Source& source);
 
 // The command that writes the thumbnail, 160 pixels wide. `keyFramesOnly` waits for a key frame.
-Arguments thumbnailCommand(const SourceInfo& info, const std::string& source,
-                           const std::string& thumbnail, bool keyFramesOnly);
+Arguments thumbnailCommand(const Source& source, const std::string& thumbnail, bool keyFramesOnly);
 
 // A path in `folder` for the thumbnail of the source that does not exist yet, nor will for a source
 // of the same name that is analysed at the same time in another lane (AnalysisJob).
 std::string thumbnailPath(const std::string& folder, const std::string& source, int lane = 0);
 
 // Pictures or fields a second as a row shows them: whole, half up.
-int shownRate(const SourceInfo& info);
+int shownRate(const Source& source);
 
-// The row of an analysed source, whose path is in its record; also of one whose record was read.
-Row newRow(SourceInfo info, const Choice& choice);
+// The row of a source that was analysed or read.
+Row newRow(Source source, const Choice& choice);
 
 }  // namespace tessarin

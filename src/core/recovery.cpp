@@ -4,6 +4,7 @@
 #include <fstream>
 #include <unordered_set>
 
+#include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/newRow.h"
@@ -83,7 +84,7 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
 void restoreThumbnail(StoredRow& stored) {
   const std::string path = thumbnailPath(temporaryFolder(), stored.row.path());
   if (!stored.picture.empty() && std::ofstream(path, std::ios::binary) << stored.picture)
-    stored.row.source.set(RowInfoKey::imgPathStr, path);
+    stored.row.source.thumbnail = path;
   stored.picture.clear();  // thousands of them would fill the memory
 }
 

@@ -4,12 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 
 namespace tessarin {
 
-// The record's remarks as sentences in the user's language, without full stops. What is no remark
-// of ours, as a stored row may hold, is passed over.
-std::vector<std::string> remarkTexts(const SourceInfo& record);
+// The source's remarks as sentences in the user's language, without full stops.
+std::vector<std::string> remarkTexts(const Source& source);
 
 }  // namespace tessarin

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <tuple>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "encoding/outputPreset.h"
@@ -28,8 +27,8 @@ bool isAllowed(const Permissions& allowed, int choice) {
          allowed[static_cast<std::size_t>(choice)];
 }
 
-Permissions speedsOf(const SourceInfo& source, int sizeOut) {
-  const bool isHigh = isHighFrameRate(source.number(SourceKey::v0Fps).value_or(0));
+Permissions speedsOf(const Source& source, int sizeOut) {
+  const bool isHigh = isHighFrameRate(source.pictures.rate.value_or(0));
   const SizeRow* size = sizeRow(sizeOut);
   if (isOf(size, RateFamily::p50))
     return {isHigh, false, false};
@@ -38,7 +37,7 @@ Permissions speedsOf(const SourceInfo& source, int sizeOut) {
   return {true, false, false};
 }
 
-SizeAndSpeed valid(const SourceInfo& source, int size, Speed speed) {
+SizeAndSpeed valid(const Source& source, int size, Speed speed) {
   const Permissions own = speedsOf(source, size);
   if (isAllowed(own, speed))
     return {size, speed};
@@ -73,8 +72,8 @@ auto distance(const Row& row, const Choice& choice, const Wish& wish, Applicatio
   const SizeRow* chosen = sizeRow(choice.sizeOut);
   const FrameSize size = chosen ? chosen->frame : FrameSize();
   const auto pixels = std::int64_t{size.width} * size.height;
-  const double ofSource = row.source.number(SourceKey::v0Width).value_or(0) *
-                          row.source.number(SourceKey::v0Height).value_or(0);
+  const double ofSource = static_cast<double>(row.source.pictures.width.value_or(0)) *
+                          static_cast<double>(row.source.pictures.height.value_or(0));
   const bool isLarger = static_cast<double>(pixels) >= ofSource;
   return std::tuple(isOf(chosen, RateFamily::i50) == row.isProgressive,
                     !presetIsCompliant(choice.sizeOut, application), choice.speed != wish.speed,
@@ -158,19 +157,19 @@ std::string whyNotTarget(const Row& row, Target target) {
     const bool hasEncoder = codecs.*(wanted ? wanted : &targetTable.back())->encoder;
     return localisationString(hasEncoder ? "why_proresSize" : "why_noEncoder");
   }
-  const SourceInfo& info = row.source;
+  const Source& source = row.source;
   if (!row.isProgressive)
     return localisationString("why_copyInterlaced");
-  const std::string codec = info.textOrEmpty(SourceKey::v0Codec);
-  if (movieHolds(codec, textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
+  const std::string& codec = source.pictures.codec;
+  if (movieHolds(codec, firstContainer(source)) == false)
     return localisationString("why_movieCodec", "", codec);
-  if (needsInterleaveToI50(info, sizeRow(row.choice.sizeOut)))
+  if (needsInterleaveToI50(source, sizeRow(row.choice.sizeOut)))
     return localisationString("why_copyFields");
   if (row.choice.speed == speedHalf)
     return localisationString("why_copyAll");
-  return localisationString("why_copySize", "",
-                            fmt::format("{}x{}", info.integer(SourceKey::v0Width).value_or(0),
-                                        info.integer(SourceKey::v0Height).value_or(0)));
+  return localisationString(
+      "why_copySize", "",
+      fmt::format("{}x{}", source.pictures.width.value_or(0), source.pictures.height.value_or(0)));
 }
 
 Target validTarget(const Row& row) {

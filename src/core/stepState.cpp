@@ -1,5 +1,6 @@
 #include "core/stepState.h"
 
+#include "analysis/sourceRecord.h"
 #include "core/AnalysisJob.h"
 #include "core/ConversionJob.h"
 
@@ -73,8 +74,8 @@ void StateMirror::show(const AnalysisJob* job) {
   showFlags(analysisSteps, job ? flagOf(job->step()) : nullptr);
   showText(StateKey::forcedFormat, job ? job->format() : "");
   showText(StateKey::image, job ? job->thumbnail() : "");
-  if (job && job->record())
-    preferences_.prefWrite(StateKey::record, *job->record());
+  if (job && job->found())
+    preferences_.prefWrite(StateKey::record, recordOfSource(*job->found()));
   else
     preferences_.prefRemove(StateKey::record);
 }

@@ -30,7 +30,7 @@ namespace StateKey {
 // Of the analysis.
 inline constexpr const char* waiting = "analysisSrcPathesDico";  // record "0", "1" … of paths
 inline constexpr const char* analysed = "analysisSrcPathStr";    // path in hand
-inline constexpr const char* record = "analysisSrcCurrentDico";  // its SourceInfo so far
+inline constexpr const char* record = "analysisSrcCurrentDico";  // what is known so far
 inline constexpr const char* image = "imgPathStr";               // its planned thumbnail
 inline constexpr const char* forcedFormat = "ffFileForceFormatStr";
 inline constexpr const char* alert = "alertIfIsNotSrcValid";

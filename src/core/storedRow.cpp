@@ -4,9 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
 
-#include "analysis/sourceFacts.h"
+#include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"
@@ -22,7 +21,6 @@ constexpr std::string_view keyRow = "row";
 constexpr std::string_view keyPicture = "picture";
 
 constexpr std::size_t longestReason = 16384;  // a path and a sentence around it
-constexpr int lastSegment = static_cast<int>(std::size(applicationTable)) - 1;
 const int lastSize = static_cast<int>(sizeRows().size()) - 1;
 
 bool isInteger(const Value& value, std::int64_t least, std::int64_t most) {
@@ -70,48 +68,10 @@ constexpr std::array rowRules = {
     Rule{BatchKey::kept, isFlag},
     Rule{BatchKey::reason, isReason}};
 
-constexpr std::array infoRules = {
-    Rule{RowInfoKey::srcPathStr, isPath}, Rule{RowInfoKey::intraFailure, isFlag},
-    Rule{RowInfoKey::prefSurrond, isFlag}, Rule{RowInfoKey::sizeOutPrevious, isSize},
-    Rule{RowInfoKey::softPrevious,
-         [](const Value& value) { return isInteger(value, -1, lastSegment); }}};
-
-template <class Rules>
-Fact judge(const Rules& rules, std::string_view key, const Value& value) {
-  const auto rule =
-      std::find_if(rules.begin(), rules.end(), [key](const Rule& each) { return each.key == key; });
-  if (rule == rules.end())
-    return Fact::unknown;
-  return rule->isGood(value) ? Fact::good : Fact::wrong;
-}
-
-Fact judgeInfo(std::string_view key, const Value& value) {
-  const Fact fact = judge(infoRules, key, value);
-  return fact == Fact::unknown ? judgeFact(key, value) : fact;
-}
-
-Fact judgeRow(std::string_view key, const Value& value) {
-  return judge(rowRules, key, value);
-}
-
-using Judge = Fact (*)(std::string_view key, const Value& value);
-
-Dico goodOf(const Dico& record, Judge judge) {
-  Dico good;
-  for (const auto& [key, value] : record)
-    if (judge(key, value) == Fact::good)
-      good.set(key, value);
-  return good;
-}
-
-// Nothing when a value is wrong.
-std::optional<Dico> checked(const Dico& record, Judge judge) {
-  const bool isWrong = std::any_of(record.begin(), record.end(), [judge](const auto& entry) {
-    return judge(entry.first, entry.second) == Fact::wrong;
-  });
-  if (isWrong)
-    return std::nullopt;
-  return goodOf(record, judge);
+const Rule* ruleOf(std::string_view key) {
+  const auto rule = std::find_if(rowRules.begin(), rowRules.end(),
+                                 [key](const Rule& each) { return each.key == key; });
+  return rule == rowRules.end() ? nullptr : &*rule;
 }
 
 // What the program writes as a thumbnail. A reader of pictures is given nothing else.
@@ -121,22 +81,13 @@ bool isPicture(const std::string& bytes) {
 
 }  // namespace
 
-bool isStoredPath(std::string_view path) {
-  return startsWith(path, "/") && path.size() < PATH_MAX &&
-         !contains(path, std::string_view("\0", 1));
-}
-
-Dico rowInfo(const Dico& info) {
-  return goodOf(info, judgeInfo);
-}
-
 Dico recordOfRow(const Row& row) {
   const auto text = [](std::string_view value) { return Value(std::string(value)); };
   Dico record{{std::string(BatchKey::resultat), text(markName(row.mark))},
               {std::string(BatchKey::out), row.choice.target},
               {std::string(BatchKey::fps), row.choice.speed},
               {std::string(BatchKey::sizeOut), row.choice.sizeOut},
-              {std::string(BatchKey::dico), row.source},
+              {std::string(BatchKey::dico), recordOfSource(row.source)},
               {std::string(BatchKey::src), row.caption},
               {std::string(BatchKey::fpsSrc),
                fmt::format("\n{}{}", shownRate(row.source), row.isProgressive ? "p" : "i")}};
@@ -153,31 +104,36 @@ Dico recordOfRow(const Row& row) {
 }
 
 Dico storedForm(const Row& row) {
-  Dico stored = goodOf(recordOfRow(row), judgeRow);
-  stored.set(BatchKey::dico, rowInfo(row.source));
+  Dico stored{{std::string(BatchKey::dico), storedSource(row.source)}};
+  for (const auto& [key, value] : recordOfRow(row))
+    if (const Rule* rule = ruleOf(key); rule && rule->isGood(value))
+      stored.set(key, value);
   return stored;
 }
 
 std::optional<Row> rowOfStored(const Dico& stored) {
   const Dico* storedInfo = stored.dico(BatchKey::dico);
-  const auto record = checked(stored, judgeRow);
-  auto info = storedInfo ? checked(*storedInfo, judgeInfo) : std::nullopt;
-  if (!record || !info || !info->contains(RowInfoKey::srcPathStr))
+  auto source = storedInfo ? sourceOfRecord(*storedInfo) : std::nullopt;
+  const bool isWrong = std::any_of(stored.begin(), stored.end(), [](const auto& entry) {
+    const Rule* rule = ruleOf(entry.first);
+    return rule && !rule->isGood(entry.second);
+  });
+  if (isWrong || !source || source->path.empty())
     return std::nullopt;
-  const auto number = [&record](std::string_view key, int otherwise) {
-    return static_cast<int>(record->integer(key).value_or(otherwise));
+  const auto number = [&stored](std::string_view key, int otherwise) {
+    return static_cast<int>(stored.integer(key).value_or(otherwise));
   };
   const Choice choice{static_cast<Target>(number(BatchKey::out, outNone)),
                       number(BatchKey::sizeOut, Choice().sizeOut),
                       static_cast<Speed>(number(BatchKey::fps, speedKeep))};
-  Row row = newRow(*std::move(info), choice);
-  const std::string mark = record->textOrEmpty(BatchKey::resultat);
+  Row row = newRow(*std::move(source), choice);
+  const std::string mark = stored.textOrEmpty(BatchKey::resultat);
   if (const auto known = std::find(markNames.begin(), markNames.end(), mark);
       known != markNames.end())
     row.mark = static_cast<RowMark>(known - markNames.begin());
-  row.movie = record->textOrEmpty(BatchKey::dstPathStr);
+  row.movie = stored.textOrEmpty(BatchKey::dstPathStr);
   row.isKept = number(BatchKey::kept, 0) != 0;
-  row.reason = record->textOrEmpty(BatchKey::reason);
+  row.reason = stored.textOrEmpty(BatchKey::reason);
   return row;
 }
 

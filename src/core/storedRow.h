@@ -23,7 +23,7 @@ inline constexpr std::string_view out = JobKey::out;          // integer, outQui
 inline constexpr std::string_view fps = "fps";                // integer, speedKeep …
 inline constexpr std::string_view fpsSrc = "fpsSrc";          // text, "\n" + rate + "p" or "i"
 inline constexpr std::string_view sizeOut = JobKey::sizeOut;  // integer, of the table of sizes
-inline constexpr std::string_view dico = "dico";              // record, the SourceInfo
+inline constexpr std::string_view dico = "dico";              // record, the source
 inline constexpr std::string_view src = "src";                // text, caption of three lines
 inline constexpr std::string_view img = "img";                // text, path of the thumbnail
 inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the movie
@@ -36,14 +36,6 @@ inline constexpr std::size_t largestPicture = std::size_t{64} * 1024;
 
 // The highest order number of a row.
 inline constexpr std::int64_t highestOrder = 1'000'000'000;
-
-// Whether a stored text may be a path: absolute, without zero bytes, no longer than the system
-// takes.
-bool isStoredPath(std::string_view path);
-
-// The record of a row ("dico") with nothing but the facts of the source and of RowInfoKey, without
-// the thumbnail.
-Dico rowInfo(const Dico& info);
 
 // All of a row.
 Dico recordOfRow(const Row& row);

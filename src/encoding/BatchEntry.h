@@ -1,30 +1,20 @@
-// What a row adds to its SourceInfo, and the keys of the job that is made of it.
+// What a row may be made into, and the keys of the job that is made of it.
 #pragma once
 
 #include <string_view>
 
 namespace tessarin {
 
-// Added to the SourceInfo of a row.
-namespace RowInfoKey {
-inline constexpr std::string_view srcPathStr = "srcPathStr";            // text, the source
-inline constexpr std::string_view imgPathStr = "imgPathStr";            // text, the thumbnail
-inline constexpr std::string_view intraFailure = "intraFailure";        // integer, 1 or absent
-inline constexpr std::string_view prefSurrond = "prefSurrond";          // integer, 1: keep surround
-inline constexpr std::string_view sizeOutPrevious = "sizeOutPrevious";  // integer, last size row
-inline constexpr std::string_view softPrevious = "softPrevious";        // integer, last application
-}  // namespace RowInfoKey
-
-// The job in hand: a row's SourceInfo and these.
+// The job in hand: a row's source and these.
 namespace JobKey {
-inline constexpr std::string_view srcPathStr = RowInfoKey::srcPathStr;
+inline constexpr std::string_view srcPathStr = "srcPathStr";
 inline constexpr std::string_view dstPathStr = "dstPathStr";  // text, the destination
 inline constexpr std::string_view out = "out";                // integer, outQuickTime …
 inline constexpr std::string_view speed = "speed";            // integer, speedKeep …
 inline constexpr std::string_view sizeOut = "sizeOut";        // integer, of the table of sizes
 inline constexpr std::string_view durationDouble =
     "durationDouble";  // number, seconds of the movie
-inline constexpr std::string_view prefSurrond = RowInfoKey::prefSurrond;
+inline constexpr std::string_view prefSurrond = "prefSurrond";
 // Texts, files that are deleted when the job ends.
 inline constexpr std::string_view intermediate = "postProcessPurge";  // a slowed copy
 inline constexpr std::string_view master = "purgePathStr1";           // what the export reads

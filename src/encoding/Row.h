@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -30,7 +30,7 @@ constexpr std::string_view markName(RowMark mark) {
 }
 
 struct Row {
-  SourceInfo source;  // with what RowInfoKey names
+  Source source;
   Choice choice;
   RowMark mark = RowMark::waiting;
   bool isProgressive = false;  // the source is
@@ -39,9 +39,9 @@ struct Row {
   bool isKept = false;         // that movie was there already, and was left as it was
   std::string reason;  // why the last job made no movie of it, in the user's language; or ""
 
-  std::string path() const { return source.textOrEmpty(RowInfoKey::srcPathStr); }
+  const std::string& path() const { return source.path; }
   // The picture's file; "" when there is none.
-  std::string thumbnail() const { return source.textOrEmpty(RowInfoKey::imgPathStr); }
+  const std::string& thumbnail() const { return source.thumbnail; }
   bool operator==(const Row&) const = default;
 };
 

@@ -10,19 +10,19 @@ std::string clipNameOfDate(std::string_view dateText, std::string_view clip) {
   return replaceAll(replaceAll(name, ":", ";"), ";;", ";");
 }
 
-std::string dateCreation2iMovieN(std::string_view path, const SourceInfo& info) {
+std::string dateCreation2iMovieN(std::string_view path, const Source& source) {
   logLine("dateCreation2iMovieN…");
   debugFormat("dateCreation2iMovieN- 1: {}", path);
   const std::string clip = fileName(withoutExtension(path));
-  const auto recorded = info.text(SourceKey::recorded);
-  debugFormat("dateCreation2iMovieN- str : {}", recorded.value_or("nil"));
+  const std::string& recorded = source.recorded;
+  debugFormat("dateCreation2iMovieN- str : {}", recorded.empty() ? "nil" : recorded);
   std::string name;
-  if (recorded && info.text(SourceKey::recordedBy) == RecordedBy::card) {
-    name = fmt::format("{}-{}", replaceAll(*recorded, ":", "."), clip);
-  } else if (recorded) {
+  if (!recorded.empty() && source.recordedBy == RecordedBy::card) {
+    name = fmt::format("{}-{}", replaceAll(recorded, ":", "."), clip);
+  } else if (!recorded.empty()) {
     if (debugMode())
       logLine("dateCreation2iMovieN- 2");
-    name = clipNameOfDate(*recorded, clip);
+    name = clipNameOfDate(recorded, clip);
     if (verboseLevel(2))
       userAlerts().show({.message = "dstPathNameStr :", .informative = name});
   }

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -19,28 +19,28 @@ void append(Arguments& arguments, const Arguments& more) {
   arguments.insert(arguments.end(), more.begin(), more.end());
 }
 
-void appendInput(Arguments& arguments, const SourceInfo& source) {
+void appendInput(Arguments& arguments, const Source& source) {
   // Before "-i" the codec is a decoder: for sound that ffmpeg would take for something else.
-  if (source.contains(SourceKey::a0Id) && source.contains(SourceKey::a0Force) &&
-      source.contains(SourceKey::a0Codec))
-    append(arguments, {"-c:a", source.textOrEmpty(SourceKey::a0Codec)});
+  const Source::Sound& sound = source.sound;
+  if (sound.id && sound.isMisread && !sound.codec.empty())
+    append(arguments, {"-c:a", sound.codec});
   append(arguments, inputOptions(source));
-  append(arguments, {"-fflags", "+genpts", "-i", source.textOrEmpty(RowInfoKey::srcPathStr)});
+  append(arguments, {"-fflags", "+genpts", "-i", source.path});
   append(arguments, mapOfStreams(source));
 }
 
-void appendCopy(Arguments& arguments, const SourceInfo& source) {
+void appendCopy(Arguments& arguments, const Source& source) {
   append(arguments, {"-vsync", "0", "-strict", "1", "-c:v", "copy"});
-  const std::string wrapper = lowerCase(source.textOrEmpty(SourceKey::wrapper));
+  const std::string wrapper = lowerCase(source.container);
   const bool hasTags = startsWith(wrapper, "mov") || startsWith(wrapper, "avi");
-  if (hasTags && contains(source.textOrEmpty(SourceKey::v0Codec), "264"))
+  if (hasTags && contains(source.pictures.codec, "264"))
     append(arguments, {"-vtag", "avc1"});
 }
 
-std::string scaleFilter(const SourceInfo& source, const SizeRow* size) {
+std::string scaleFilter(const Source& source, const SizeRow* size) {
   if (size == nullptr)
-    return fmt::format("scale={}:{}", source.integer(SourceKey::v0Width).value_or(0),
-                       source.integer(SourceKey::v0Height).value_or(0));
+    return fmt::format("scale={}:{}", source.pictures.width.value_or(0),
+                       source.pictures.height.value_or(0));
   // A row that is no size counts as the largest.
   const FrameSize frame = size->isSize() ? size->frame : FrameSize{1920, 1080};
   return fmt::format("scale={}:{}", frame.width, frame.height);
@@ -109,14 +109,13 @@ void appendFilters(Arguments& arguments, const Treatment& plan, const std::strin
   }
 }
 
-void appendAudio(Arguments& arguments, const SourceInfo& source) {
+void appendAudio(Arguments& arguments, const Source& source) {
   constexpr std::int64_t stereo = 2;
-  if (!source.contains(SourceKey::a0Id))
+  if (!source.sound.id)
     return;
   std::int64_t channels = stereo;
-  if (source.flag(RowInfoKey::prefSurrond) &&
-      source.integer(SourceKey::a0Channels).value_or(0) > stereo) {
-    channels = *source.integer(SourceKey::a0Channels);
+  if (source.keepsSurround.value_or(false) && source.sound.channels.value_or(0) > stereo) {
+    channels = *source.sound.channels;
     logFormat("aChannels           : {}", channels);
   }
   append(arguments, {"-async", "3000", "-c:a", "pcm_s16le", "-ac", fmt::format("{}", channels)});
@@ -136,7 +135,7 @@ void logDetails(std::string_view name, const Arguments& arguments) {
 }  // namespace
 
 Dico jobRecord(const Row& row, const std::string& destination) {
-  Dico record = row.source;
+  Dico record = recordOfSource(row.source);
   record.set(JobKey::out, row.choice.target);
   record.set(JobKey::speed, row.choice.speed);
   if (row.choice.sizeOut != keepsSize)
@@ -148,7 +147,7 @@ Dico jobRecord(const Row& row, const std::string& destination) {
 
 std::optional<EncodingCommand> encodage(const Row& row, const std::string& destination,
                                         std::string_view prefProres) {
-  const SourceInfo& source = row.source;
+  const Source& source = row.source;
   logLine("encodage            - deb");
   debugFormat("srcPathStr          : {}", row.path());
   debugFormat("dstPathStr          : {}", destination);

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 
 namespace tessarin {
 
@@ -22,9 +22,9 @@ std::string pathes2Titles(std::string_view path,
 std::string masterPathStr(std::string_view path);
 
 // The name of a clip, by which imported clips sort by their recording time: on a camcorder's card
-// "TIME-NAME", elsewhere "clip-DATE TIME-NAME" with ";" for ":", by the time that the record of the
-// source holds. The file name, extension included, where it holds none.
-std::string dateCreation2iMovieN(std::string_view path, const SourceInfo& info);
+// "TIME-NAME", elsewhere "clip-DATE TIME-NAME" with ";" for ":", by the time that is known of
+// the source. The file name, extension included, where none is.
+std::string dateCreation2iMovieN(std::string_view path, const Source& source);
 
 // The name of a clip by a date, such as "2010-12-24 14:05:33 +0100".
 std::string clipNameOfDate(std::string_view dateText, std::string_view clip);

@@ -16,10 +16,10 @@ constexpr const char* folderName = "Tessarin";
 // Bytes of a movie's name without endings and extension.
 constexpr std::size_t longestTitle = 200;
 
-std::string titleOf(const std::string& source, const SourceInfo& info, Target target) {
+std::string titleOf(const Source& source, Target target) {
   const TargetRow* row = targetRow(target);
-  std::string title = row && row->isNamedAfterRecording ? dateCreation2iMovieN(source, info)
-                                                        : pathes2Titles(source, {});
+  std::string title = row && row->isNamedAfterRecording ? dateCreation2iMovieN(source.path, source)
+                                                        : pathes2Titles(source.path, {});
   // A name that is blank or starts with a dot could not be seen.
   if (trimmed(title).empty())
     title = "_";
@@ -41,14 +41,13 @@ std::string outputFolder(const std::string& destination) {
   return fileName(folder) == folderName ? folder : joinPath(folder, folderName);
 }
 
-std::string outputPath(const SourceInfo& info, Target target, const std::string& folder,
+std::string outputPath(const Source& source, Target target, const std::string& folder,
                        OutputNames& taken) {
-  const std::string source = info.textOrEmpty(RowInfoKey::srcPathStr);
-  const std::string title = titleOf(source, info, target);
+  const std::string title = titleOf(source, target);
   std::string path = joinPath(folder, title + ".mov");
-  for (int number = 2; taken.count(path) > 0 && taken[path] != source; ++number)
+  for (int number = 2; taken.count(path) > 0 && taken[path] != source.path; ++number)
     path = joinPath(folder, fmt::format("{}-{}.mov", title, number));
-  taken[path] = source;
+  taken[path] = source.path;
   return path;
 }
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -21,13 +21,13 @@ using OutputNames = std::map<std::string, std::string, IgnoringCase>;
 // else its subfolder of that name. "~" is expanded.
 std::string outputFolder(const std::string& destination);
 
-// The movie that the source of this record, its path included, becomes with this target
-// as target: a QuickTime movie directly in `folder`, named after the source; for Apple
-// Intermediate Codec after the recording too. A name that another source of `taken` has gets a
-// number. The result is added to `taken`. Whatever the source is called, the name is visible, and
-// it leaves room in the 255 bytes that file systems take for the endings that a job adds
+// The movie that the source becomes with this target: a QuickTime movie directly in `folder`, named
+// after the source; for Apple Intermediate Codec after the recording too. A name that another
+// source of `taken` has gets a number. The result is added to `taken`. Whatever the source is
+// called, the name is visible, and it leaves room in the 255 bytes that file systems take for the
+// endings that a job adds
 // ("-failure", numbers, "_MASTER").
-std::string outputPath(const SourceInfo& info, Target target, const std::string& folder,
+std::string outputPath(const Source& source, Target target, const std::string& folder,
                        OutputNames& taken);
 
 // The name that the movie takes instead when something else has come to `path` by the time that it

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "analysis/Fields.h"
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -47,9 +45,8 @@ const char* smile(bool yes) {
 }
 
 // Sizes are 32-bit; a record from elsewhere may hold anything.
-std::int64_t pixels32(const Dico& info, std::string_view key) {
-  return std::clamp<std::int64_t>(info.integer(key).value_or(0),
-                                  std::numeric_limits<std::int32_t>::min(),
+std::int64_t pixels32(const std::optional<std::int64_t>& pixels) {
+  return std::clamp<std::int64_t>(pixels.value_or(0), std::numeric_limits<std::int32_t>::min(),
                                   std::numeric_limits<std::int32_t>::max());
 }
 
@@ -65,17 +62,17 @@ struct Wanted {
 };
 
 Wanted wantedOf(const Row& row, Application application) {
-  const SourceInfo& info = row.source;
+  const Source::Pictures& pictures = row.source.pictures;
   Wanted wanted;
-  wanted.width = pixels32(info, SourceKey::v0Width);
-  wanted.height = pixels32(info, SourceKey::v0Height);
+  wanted.width = pixels32(pictures.width);
+  wanted.height = pixels32(pictures.height);
   wanted.scan = row.isProgressive ? "p" : "i";
   wanted.heightAndScan = fmt::format("{}{}", wanted.height, wanted.scan);
-  wanted.key = fmt::format("{}{}", wanted.heightAndScan, roundedFps(info));
-  wanted.fps = info.number(SourceKey::v0Fps).value_or(-1.0);
+  wanted.key = fmt::format("{}{}", wanted.heightAndScan, roundedFps(row.source));
+  wanted.fps = pictures.rate.value_or(-1.0);
   wanted.application = application;
   debugFormat("presetAutoComputedFr: preset='{}' (w={} h={} i={} fps={})", wanted.key, wanted.width,
-              wanted.height, wanted.scan, roundedFps(info));
+              wanted.height, wanted.scan, roundedFps(row.source));
   return wanted;
 }
 
@@ -202,24 +199,23 @@ PresetChoice search(const Wanted& wanted) {
 
 // A QuickTime output is a copy of the source's pictures, so nothing about them may change.
 bool isCopyAllowed(const Row& row, const SizeRow* size, Speed speed) {
-  const SourceInfo& info = row.source;
+  const Source& source = row.source;
   if (size) {
-    const auto width = info.integer(SourceKey::v0Width).value_or(-1);
-    const auto height = info.integer(SourceKey::v0Height).value_or(-1);
+    const auto width = source.pictures.width.value_or(-1);
+    const auto height = source.pictures.height.value_or(-1);
     logFormat("w x h               : {}x{} & sizeOutStr: '{}'", width, height, size->label);
     if (!size->isSize() || width != size->frame.width || height != size->frame.height)
       return false;
   }
-  if (movieHolds(info.textOrEmpty(SourceKey::v0Codec),
-                 textUpTo(info.textOrEmpty(SourceKey::wrapper), ",")) == false)
+  if (movieHolds(source.pictures.codec, firstContainer(source)) == false)
     return false;
-  return row.isProgressive && !needsInterleaveToI50(info, size) && speed != speedHalf;
+  return row.isProgressive && !needsInterleaveToI50(source, size) && speed != speedHalf;
 }
 
 }  // namespace
 
 PresetChoice choosePreset(const Row& row, Application application) {
-  if (row.source.empty()) {
+  if (row.source == Source()) {
     PresetChoice none;
     none.alertTitle = "presetAutoComputedFromSrc() :-(";
     none.alertText = "no dico sent (d=1, d->dico=0)";
@@ -233,24 +229,20 @@ int presetAutoComputedFromSrc(const Row& row, Application application) {
   return choosePreset(row, application).row;
 }
 
-bool isSourceProgressive(const Dico& info) {
-  return info.text(SourceKey::v0Fields) == fieldsKey(Fields::progressive);
-}
-
 bool isHighFrameRate(double fps) {
   return fps > 31.0;
 }
 
-int roundedFps(const Dico& info) {
-  const double fps = info.number(SourceKey::v0Fps).value_or(0) + 0.5;
+int roundedFps(const Source& source) {
+  const double fps = source.pictures.rate.value_or(0) + 0.5;
   constexpr double limit = std::numeric_limits<int>::max();
   return fps > -limit && fps < limit ? static_cast<int>(fps) : 0;  // 0 for a NaN, too
 }
 
-bool needsInterleaveToI50(const Dico& info, const SizeRow* size) {
+bool needsInterleaveToI50(const Source& source, const SizeRow* size) {
   constexpr int leastRate = 48;
-  return info.contains(SourceKey::v0Fps) && size && isSourceProgressive(info) &&
-         size->isInterlaced() && roundedFps(info) >= leastRate;
+  return source.pictures.rate && size && isSourceProgressive(source) && size->isInterlaced() &&
+         roundedFps(source) >= leastRate;
 }
 
 bool cellAllowedOut(const Row& row, const Choice& choice) {

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "classShared/Value.h"
 #include "encoding/Row.h"
 #include "encoding/sizes.h"
 
@@ -24,18 +23,15 @@ PresetChoice choosePreset(const Row& row, Application application);
 // known of the source.
 int presetAutoComputedFromSrc(const Row& row, Application application);
 
-// Of a SourceInfo or a job.
-bool isSourceProgressive(const Dico& info);
-
 // Frames per second above 31.
 bool isHighFrameRate(double fps);
 
-// The rate in whole frames per second, half up; 0 when unknown ("v0_fps" of a SourceInfo or job).
-int roundedFps(const Dico& info);
+// The rate in whole frames per second, half up; 0 when unknown.
+int roundedFps(const Source& source);
 
 // Whether a progressive source of 50 or 60 frames is to become an interlaced row of 50 fields, so
 // that its frames become fields. Without a row: no.
-bool needsInterleaveToI50(const Dico& info, const SizeRow* size);
+bool needsInterleaveToI50(const Source& source, const SizeRow* size);
 
 // Whether the target of the choice may be offered for the row with the choice's size and speed.
 bool cellAllowedOut(const Row& row, const Choice& choice);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "analysis/sourceRecord.h"
 #include "classShared/HexData.h"
 #include "classShared/Value.h"
 #include "classShared/log.h"
@@ -46,20 +47,20 @@ Arguments recordingTimeCommand(const std::string& path) {
   return {Bundle::main().toolPath("gettimestamps"), "--file", path};
 }
 
-void addRecordingTime(std::string_view toolOutput, const std::string& path, SourceInfo& info) {
+void addRecordingTime(std::string_view toolOutput, const std::string& path, Source& source) {
   // "stream : 2010-12-24 14.05.33"
-  const std::string_view origin = textUpTo(toolOutput, " : ");
   const std::string_view time = trimmed(textAfter(toolOutput, " : ").value_or(""));
-  const bool isKnown = origin == RecordedBy::card || origin == RecordedBy::beside ||
-                       origin == RecordedBy::stream || origin == RecordedBy::container;
-  if (isKnown && hasForm(time, "0000-00-00 00.00.00")) {
-    info.set(SourceKey::recorded, replaceAll(time, ".", ":"));
-    info.set(SourceKey::recordedBy, origin);
-  } else if (origin == RecordedBy::card) {
-    info.set(SourceKey::recordedBy, origin);
+  auto by = recordedByOfWord(textUpTo(toolOutput, " : "));
+  if (by == RecordedBy::file)
+    by.reset();  // the tool does not say that
+  if (by && hasForm(time, "0000-00-00 00.00.00")) {
+    source.recorded = replaceAll(time, ".", ":");
+    source.recordedBy = by;
+  } else if (by == RecordedBy::card) {
+    source.recordedBy = by;
   } else if (const auto date = fileCreationDate(path)) {
-    info.set(SourceKey::recorded, dateDescription(*date));
-    info.set(SourceKey::recordedBy, RecordedBy::file);
+    source.recorded = dateDescription(*date);
+    source.recordedBy = RecordedBy::file;
   }
 }
 

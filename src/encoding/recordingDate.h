@@ -6,16 +6,16 @@
 #include <string>
 #include <string_view>
 
-#include "analysis/SourceInfo.h"
+#include "analysis/Source.h"
 #include "classShared/TextAdditions.h"
 
 namespace tessarin {
 
 // Makes the tool tell when the source was recorded.
 Arguments recordingTimeCommand(const std::string& path);
-// Puts the time into the record ("recorded", "recordedBy"): that which the tool told, else that of
+// Adds the time and what tells it: that which the tool told, else that of
 // the file. What is no time in the tool's words counts for nothing.
-void addRecordingTime(std::string_view toolOutput, const std::string& path, SourceInfo& info);
+void addRecordingTime(std::string_view toolOutput, const std::string& path, Source& source);
 
 struct RecordingDate {
   std::string day;    // two digits

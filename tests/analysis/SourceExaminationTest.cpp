@@ -15,7 +15,9 @@ namespace tessarin {
 namespace {
 
 using test::readTestData;
+using Remark = Source::Remark;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::Not;
 
 constexpr std::int64_t largeSource = 1'000'000'000;
@@ -32,10 +34,10 @@ std::string report(const std::string& name) {
   return readTestData("reports/" + name + ".txt");
 }
 
-SourceInfo completed(const SourceExamination& examination) {
-  SourceInfo record = ffInfos(examination.report(), std::nullopt).value_or(SourceInfo());
-  examination.complete(record);
-  return record;
+Source completed(const SourceExamination& examination) {
+  Source source = ffInfos(examination.report(), std::nullopt).value_or(Source());
+  examination.complete(source);
+  return source;
 }
 
 class Examination : public ::testing::Test {
@@ -54,13 +56,13 @@ TEST_F(Examination, ReadsFurtherWhereTheSoundIsNotKnownAndKeepsWhatHelped) {
       "Could not find codec parameters for stream 0", "Found");
   examination_.take(found, tenPictures());
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
-  const SourceInfo record = completed(examination_);
-  EXPECT_EQ(record.integer("a0_id"), 0);
-  EXPECT_EQ(record.integer("a1_id"), 2);
-  EXPECT_FALSE(record.contains("remarks"));
-  EXPECT_THAT(inputOptions(record),
-              ::testing::ElementsAre("-probesize", "50000000", "-analyzeduration", "60000000"));
-  EXPECT_THAT(mapOfStreams(record), ::testing::ElementsAre("-map", "0:1", "-map", "0:0"));
+  const Source source = completed(examination_);
+  EXPECT_EQ(source.sound.id, 0);
+  EXPECT_EQ(source.otherSounds.at(0).id, 2);
+  EXPECT_TRUE(source.remarks.empty());
+  EXPECT_THAT(inputOptions(source),
+              ElementsAre("-probesize", "50000000", "-analyzeduration", "60000000"));
+  EXPECT_THAT(mapOfStreams(source), ElementsAre("-map", "0:1", "-map", "0:0"));
 }
 
 TEST_F(Examination, TakesTheNextSoundWhereTheFirstStaysUnknown) {
@@ -69,12 +71,12 @@ TEST_F(Examination, TakesTheNextSoundWhereTheFirstStaysUnknown) {
     examination_.take(report("empty-first-sound"), tenPictures());
   }
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
-  const SourceInfo record = completed(examination_);
-  EXPECT_EQ(record.integer("a0_id"), 2);
-  EXPECT_FALSE(record.contains("a1_id"));
-  EXPECT_TRUE(inputOptions(record).empty());
-  EXPECT_THAT(mapOfStreams(record), ::testing::ElementsAre("-map", "0:1", "-map", "0:2"));
-  EXPECT_EQ(*record.list("remarks"), (List{"remark_soundUnreadable 0"}));
+  const Source source = completed(examination_);
+  EXPECT_EQ(source.sound.id, 2);
+  EXPECT_TRUE(source.otherSounds.empty());
+  EXPECT_TRUE(inputOptions(source).empty());
+  EXPECT_THAT(mapOfStreams(source), ElementsAre("-map", "0:1", "-map", "0:2"));
+  EXPECT_THAT(source.remarks, ElementsAre(Remark{Remark::Kind::soundUnreadable, 0}));
 
   // More than the whole of a small source cannot be read.
   SourceExamination small("/a.mts", 1000, "/tmp/frame.yuv");
@@ -86,7 +88,7 @@ TEST_F(Examination, PicturesMakeASourceWhateverIsComplainedAbout) {
   examination_.take(report("empty-subtitle"), tenPictures());
   EXPECT_TRUE(examination_.isSource());
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
-  EXPECT_FALSE(completed(examination_).contains("w_map"));
+  EXPECT_FALSE(completed(examination_).isMapped);
 
   SourceExamination none("/a.mts", 1000, "/tmp/frame.yuv");
   none.take(report("empty-subtitle"), std::nullopt);
@@ -106,14 +108,14 @@ TEST_F(Examination, PicturesMakeASourceWhateverIsComplainedAbout) {
 
 TEST_F(Examination, KeepsWhatTheStreamSaysOfItsColours) {
   examination_.take(report("camera-dv-pal"), tenPictures());
-  const SourceInfo record = completed(examination_);
-  EXPECT_EQ(record.text("v0_primaries"), "bt470bg");
-  EXPECT_EQ(record.text("v0_transfer"), "bt709");
-  EXPECT_EQ(record.text("v0_matrix"), "smpte170m");
+  const Source source = completed(examination_);
+  EXPECT_EQ(source.pictures.colours.primaries, "bt470bg");
+  EXPECT_EQ(source.pictures.colours.transfer, "bt709");
+  EXPECT_EQ(source.pictures.colours.matrix, "smpte170m");
 
   SourceExamination silent("/a.mts", 1000, "/tmp/frame.yuv");
   silent.take(report("empty-subtitle"), tenPictures());
-  EXPECT_FALSE(completed(silent).contains("v0_matrix"));
+  EXPECT_EQ(completed(silent).pictures.colours.matrix, "");
 }
 
 TEST_F(Examination, AsksWhenThePicturesBeginWhereItMayNotBeAt0) {
@@ -125,7 +127,7 @@ TEST_F(Examination, AsksWhenThePicturesBeginWhereItMayNotBeAt0) {
     EXPECT_TRUE(command && contains(joinTexts(*command, " "), " showinfo -frames:v 1 "));
     examination.take(answer, std::nullopt);
     EXPECT_EQ(examination.nextCommand(), std::nullopt);
-    return completed(examination).number("v0_begin");
+    return completed(examination).pictures.begin;
   };
   const std::string late = "start: 1.0";
   EXPECT_EQ(begin(late, "    title : x] n:   0 pts_time:9\n" + shown), 0.525333);
@@ -142,14 +144,14 @@ TEST_F(Examination, DoesNotBelieveALengthForWhichTheSoundAloneWouldBeTooMuch) {
     SourceExamination examination("/a.mts", 1'000'000, "/tmp/frame.yuv");
     examination.take(replaceAll(report("avchd"), "Duration: 00:00:00.61", "Duration: " + length),
                      tenPictures());
-    return completed(examination).number("w_seconds");
+    return completed(examination).seconds;
   };
   EXPECT_EQ(seconds("00:01:30.00"), 90);
   EXPECT_EQ(seconds("00:02:00.00"), std::nullopt);
 }
 
 TEST_F(Examination, TriesASoundThatFfmpegMissesSomethingOf) {
-  const auto record = [](const std::string& answer) {
+  const auto heard = [](const std::string& answer) {
     SourceExamination examination("/a.avi", 1000, "/tmp/frame.yuv");
     examination.take(
         "[avi @ 0x5] Could not find codec parameters for stream 1 (Audio: mp2, 48000 "
@@ -162,23 +164,23 @@ TEST_F(Examination, TriesASoundThatFfmpegMissesSomethingOf) {
     EXPECT_EQ(examination.nextCommand(), std::nullopt);
     return completed(examination);
   };
-  const SourceInfo mute = record("  title: video:0 audio:9\nvideo:0kB audio:0kB subtitle:0kB\n");
-  EXPECT_FALSE(mute.contains("a0_id"));
-  EXPECT_THAT(mapOfStreams(mute), ::testing::ElementsAre("-map", "0:0"));
-  EXPECT_EQ(*mute.list("remarks"), (List{"remark_soundUnreadable 1"}));
-  EXPECT_TRUE(record("video:0kB audio:1875kB subtitle:0kB\n").contains("a0_id"));
-  EXPECT_TRUE(record("").contains("a0_id")) << "a conversion tells more";
+  const Source mute = heard("  title: video:0 audio:9\nvideo:0kB audio:0kB subtitle:0kB\n");
+  EXPECT_FALSE(mute.sound.id);
+  EXPECT_THAT(mapOfStreams(mute), ElementsAre("-map", "0:0"));
+  EXPECT_THAT(mute.remarks, ElementsAre(Remark{Remark::Kind::soundUnreadable, 1}));
+  EXPECT_TRUE(heard("video:0kB audio:1875kB subtitle:0kB\n").sound.id);
+  EXPECT_TRUE(heard("").sound.id) << "a conversion tells more";
 }
 
 TEST_F(Examination, UsesTheProgrammeWhosePicturesWereDecoded) {
   examination_.take(report("two-programmes"), tenPictures());
-  const SourceInfo record = completed(examination_);
-  EXPECT_EQ(record.integer("v0_id"), 2);
-  EXPECT_EQ(record.integer("v0_width"), 1280);
-  EXPECT_EQ(record.integer("v1_id"), 0);
-  EXPECT_EQ(record.integer("a0_id"), 3);
-  EXPECT_FALSE(record.contains("a1_id"));
-  EXPECT_EQ(*record.list("remarks"), (List{"remark_programs 2"}));
+  const Source source = completed(examination_);
+  EXPECT_EQ(source.pictures.id, 2);
+  EXPECT_EQ(source.pictures.width, 1280);
+  EXPECT_EQ(source.otherPictures.at(0).id, 0);
+  EXPECT_EQ(source.sound.id, 3);
+  EXPECT_TRUE(source.otherSounds.empty());
+  EXPECT_THAT(source.remarks, ElementsAre(Remark{Remark::Kind::programs, 2}));
 }
 
 TEST_F(Examination, LooksAtOtherPlacesUntilPicturesShowTheirFields) {
@@ -194,7 +196,7 @@ TEST_F(Examination, LooksAtOtherPlacesUntilPicturesShowTheirFields) {
   examination_.take("x", tenPictures(bottom, {9, 8, 0}));
   EXPECT_EQ(examination_.nextCommand(), std::nullopt);
   EXPECT_EQ(examination_.fields()->fields, top);
-  EXPECT_EQ(completed(examination_).text("v0_fieldsClaim"), "BFF");
+  EXPECT_EQ(completed(examination_).pictures.claim, bottom);
 }
 
 // ---- The order of the fields

@@ -9,6 +9,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
@@ -72,7 +73,7 @@ bool endsWithOneOf(const std::string& key, const std::vector<std::string>& endin
                      [&key](const std::string& ending) { return key.ends_with(ending); });
 }
 
-void expectSound(const SourceInfo& record) {
+void expectSound(const Dico& record) {
   for (const auto& [key, value] : record) {
     if (endsWithOneOf(key, {"_width", "_height", "_channels", "_rate", "_tbc", "bitrate", "_fps",
                             "duration"})) {
@@ -106,7 +107,7 @@ TEST(DamagedReports, NeverMakeUnsoundRecords) {
       const std::string damaged = damage.apply(report);
       if (const auto record = analysisFf(damaged, Fields::progressive, "")) {
         ++readable;
-        expectSound(*record);
+        expectSound(recordOfSource(*record));
       }
       isFfmpegSuccess(damaged);
       EXPECT_LE(wordsOfTool(damaged).size(), damaged.size() + 1);

@@ -6,6 +6,7 @@
 
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "ffmpeg/reportText.h"
 #include "support/LogCapture.h"
@@ -17,13 +18,13 @@ namespace {
 using test::LogCapture;
 using test::readTestData;
 
-SourceInfo recordOf(const std::string& report) {
+Dico recordOf(const std::string& report) {
   const LogCapture quiet(false);
-  return ffInfos(report, std::nullopt).value_or(SourceInfo());
+  return recordOfSource(ffInfos(report, std::nullopt).value_or(Source()));
 }
 
 // The record of a source with these lines in the input's block.
-SourceInfo recordOfLines(const std::string& lines) {
+Dico recordOfLines(const std::string& lines) {
   return recordOf("ffmpeg version 4.2\nInput #0, mpegts, from 'clip.mts':\n" + lines +
                   "\nAt least one output file must be specified\n");
 }
@@ -37,13 +38,13 @@ Value number(float value) {
 
 struct RealReport {
   std::string name;
-  SourceInfo record;
+  Dico record;
 };
 
 class RealReports : public ::testing::TestWithParam<RealReport> {};
 
 TEST_P(RealReports, AreReadWhole) {
-  SourceInfo record = recordOf(readTestData("reports/" + GetParam().name + ".txt"));
+  Dico record = recordOf(readTestData("reports/" + GetParam().name + ".txt"));
   // The whole seconds are those of the exact duration, which a record of any length has.
   const double seconds = record.number("w_seconds").value_or(0);
   EXPECT_EQ(static_cast<std::int64_t>(seconds), record.integer("w_duration").value_or(0));
@@ -143,16 +144,16 @@ INSTANTIATE_TEST_SUITE_P(
 // clang-format on
 
 TEST(ProbeParser, LeavesOutAttachedPictures) {
-  const SourceInfo song = recordOf(readTestData("reports/song-with-cover.txt"));
+  const Dico song = recordOf(readTestData("reports/song-with-cover.txt"));
   EXPECT_FALSE(song.contains("v0_codec")) << song.description();
   EXPECT_EQ(song.text("a0_codec"), "aac");
 
-  const SourceInfo movie = recordOf(readTestData("reports/movie-with-cover.txt"));
+  const Dico movie = recordOf(readTestData("reports/movie-with-cover.txt"));
   EXPECT_EQ(movie.integer("v0_width"), 640);
   EXPECT_FALSE(movie.contains("v1_width")) << movie.description();
 
   // A cover that stands before the movie takes neither its place nor its number.
-  const SourceInfo first = recordOfLines(
+  const Dico first = recordOfLines(
       "  Stream #0:0: Video: mjpeg, yuvj420p(pc), 600x600 [SAR 1:1 DAR 1:1], 90k tbr (attached "
       "pic)\n"
       "  Stream #0:1(und): Video: h264 (High), yuv420p, 1280x720, 25 fps, 25 tbr");
@@ -163,27 +164,27 @@ TEST(ProbeParser, LeavesOutAttachedPictures) {
 // ---- Forms of other versions
 
 TEST(ProbeParser, ReadsStreamLinesOfOldPrograms) {
-  const SourceInfo record = recordOfLines(
+  const Dico record = recordOfLines(
       "  Duration: 00:01:02.96, start: 1.033367, bitrate: 16734 kb/s\n"
       "  Program 1\n"
       "    Stream #0.0[0x1011]: Video: h264 (High), yuv420p, 1920x1080 [PAR 1:1 DAR 16:9], "
       "25 fps, 50 tbr, 90k tbn, 50 tbc\n"
       "    Stream #0.1[0x1100](deu): Audio: ac3, 48000 Hz, stereo, s16, 256 kb/s");
-  const SourceInfo expected = {{"wrapper", "mpegts"},  {"w_duration", 62},
-                               {"w_seconds", 62.96},   {"w_offset", number(1.033367F)},
-                               {"w_bitrate", 16734},   {"v0_id", 0},
-                               {"v0_codec", "h264"},   {"v0_chroma", "yuv420p"},
-                               {"v0_width", 1920},     {"v0_height", 1080},
-                               {"v0_par", "1:1"},      {"v0_dar", "16:9"},
-                               {"v0_fps", number(50)}, {"v0_tbc", number(50)},
-                               {"a0_id", 1},           {"a0_lang", "deu"},
-                               {"a0_codec", "ac3"},    {"a0_rate", 48000},
-                               {"a0_channels", 2},     {"a0_bitrate", 256}};
+  const Dico expected = {{"wrapper", "mpegts"},  {"w_duration", 62},
+                         {"w_seconds", 62.96},   {"w_offset", number(1.033367F)},
+                         {"w_bitrate", 16734},   {"v0_id", 0},
+                         {"v0_codec", "h264"},   {"v0_chroma", "yuv420p"},
+                         {"v0_width", 1920},     {"v0_height", 1080},
+                         {"v0_par", "1:1"},      {"v0_dar", "16:9"},
+                         {"v0_fps", number(50)}, {"v0_tbc", number(50)},
+                         {"a0_id", 1},           {"a0_lang", "deu"},
+                         {"a0_codec", "ac3"},    {"a0_rate", 48000},
+                         {"a0_channels", 2},     {"a0_bitrate", 256}};
   EXPECT_EQ(record, expected) << record.description();
 }
 
 TEST(ProbeParser, TakesTheLanguageButNeverTheProfile) {
-  const SourceInfo record = recordOfLines(
+  const Dico record = recordOfLines(
       "    Stream #0:0(eng): Video: h264 (High) (avc1 / 0x31637661), yuv420p(tv, bt709), "
       "1440x1080 [SAR 4:3 DAR 16:9], 21997 kb/s, 29.97 fps, 59.94 tbr, 90k tbn, 180k tbc "
       "(default)\n"
@@ -202,7 +203,7 @@ TEST(ProbeParser, TakesTheLanguageButNeverTheProfile) {
 }
 
 TEST(ProbeParser, ReadsStreamLinesOfNewPrograms) {
-  const SourceInfo record = recordOfLines(
+  const Dico record = recordOfLines(
       "  Stream #0:0[0x100], 26, 1/90000: Video: h264 (High), 1 reference frame ([27][0][0][0] / "
       "0x001B), none(progressive), 1920x1080 (1920x1088) [SAR 1:1 DAR 16:9], Closed Captions, 0/1, "
       "25 fps, 50 tbr, 90k tbn, start 1.440000\n"
@@ -219,7 +220,7 @@ TEST(ProbeParser, ReadsStreamLinesOfNewPrograms) {
 
 TEST(ProbeParser, ReadsOnlyTheLinesOfTheLastInput) {
   const std::string video = "  Stream #0:0: Video: h264, yuv420p, ";
-  const SourceInfo record = recordOf(
+  const Dico record = recordOf(
       "Stream #0:0: Video: early, 1x1\n"
       "Input #0, avi, from 'a.avi':\n" +
       video +
@@ -241,7 +242,7 @@ TEST(ProbeParser, ReadsOnlyTheLinesOfTheLastInput) {
 TEST(ProbeParser, TakesNoStatementFromTextsOfTheSource) {
   const LogCapture quiet(false);
   const std::string report = readTestData("reports/hostile.txt");
-  const SourceInfo record = ffInfos(report, std::nullopt).value_or(SourceInfo());
+  const Dico record = recordOf(report);
   EXPECT_EQ(record.text("wrapper"), "matroska,webm");
   EXPECT_EQ(record.integer("w_duration"), 1);
   EXPECT_EQ(record.text("v0_codec"), "h264");
@@ -258,13 +259,13 @@ TEST(ProbeParser, TakesNoStatementFromTextsOfTheSource) {
 }
 
 TEST(ProbeParser, StoresNoNumberThatCannotBe) {
-  const SourceInfo record = recordOfLines(
+  const Dico record = recordOfLines(
       "  Duration: 99999:00:00.00, start: 99999999999.0, bitrate: 999999999999 kb/s\n"
       "  Stream #0:0: Video: h264, yuv420p, 99999x88888 [SAR 1:65535 DAR 1:65535], 90k tbr\n"
       "  Stream #0:1: Audio: aac, 99999999 Hz, 9000.1, 1 kb/s");
-  const SourceInfo expected = {
-      {"wrapper", "mpegts"},  {"v0_id", 0}, {"v0_codec", "h264"}, {"v0_chroma", "yuv420p"},
-      {"v0_fps", number(90)}, {"a0_id", 1}, {"a0_codec", "aac"},  {"a0_bitrate", 1}};
+  const Dico expected = {{"wrapper", "mpegts"},    {"v0_id", 0},           {"v0_codec", "h264"},
+                         {"v0_chroma", "yuv420p"}, {"v0_fps", number(90)}, {"a0_id", 1},
+                         {"a0_codec", "aac"},      {"a0_bitrate", 1}};
   EXPECT_EQ(record, expected) << record.description();
 }
 
@@ -274,7 +275,7 @@ TEST(ProbeParser, StoresNoUnknownOrEmptyDuration) {
   for (const char* line : {"  Duration: N/A, start: 2.500000, bitrate: N/A",
                            "  Duration: 00:00:00.00, start: 2.500000, bitrate: 0 kb/s",
                            "  Duration: 00:00:00.60, start: 2.500000, bitrate: -1 kb/s"}) {
-    const SourceInfo record = recordOfLines(line);
+    const Dico record = recordOfLines(line);
     EXPECT_FALSE(record.contains("w_duration")) << line;
     EXPECT_FALSE(record.contains("w_bitrate")) << line;
     EXPECT_EQ(record.number("w_offset"), 2.5) << line;
@@ -300,16 +301,14 @@ TEST(ProbeParser, CountsChannelsOfTheKnownLayoutsOnly) {
 TEST(ProbeParser, RewritesBluRaySoundOfTheFirstStreamOnly) {
   const std::string misread = "Audio: aac, 96000 Hz, 5.1, fltp, 300 kb/s";
   const std::string other = "Audio: aac, 48000 Hz, mono, fltp";
-  const SourceInfo record =
-      recordOfLines("  Stream #0:1: " + misread + "\n  Stream #0:2: " + other);
+  const Dico record = recordOfLines("  Stream #0:1: " + misread + "\n  Stream #0:2: " + other);
   EXPECT_EQ(record.text("a0_codec"), "pcm_bluray");
   EXPECT_EQ(record.integer("a0_rate"), 48000);
   EXPECT_EQ(record.integer("a0_channels"), 2);
   EXPECT_EQ(record.integer("a0_bitrate"), 1536);
   EXPECT_EQ(record.integer("a0_force"), 1);
 
-  const SourceInfo second =
-      recordOfLines("  Stream #0:1: " + other + "\n  Stream #0:2: " + misread);
+  const Dico second = recordOfLines("  Stream #0:1: " + other + "\n  Stream #0:2: " + misread);
   EXPECT_FALSE(second.contains("a0_force"));
   EXPECT_EQ(second.text("a1_codec"), "aac");
 }
@@ -336,7 +335,7 @@ TEST(ProbeParser, FrameRateIsTbrWithPulldownTakenOut) {
 }
 
 TEST(ProbeParser, ReadsSizesAndShapesWhereverTheyStand) {
-  const SourceInfo record = recordOfLines(
+  const Dico record = recordOfLines(
       "  Stream #0:0: Video: rawvideo (2vuy / 0x79757632), uyvy422, 1440x1080 [SAR 4:3 DAR 16:9], "
       "SAR 1:1 DAR 4:3, 25 tbr\n"
       "  Stream #0:1: Video: dvvideo, yuv411p, 720x480, 28771 kb/s, PAR 8:9 DAR 4:3, 29.97 tbr\n"

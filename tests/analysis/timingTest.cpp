@@ -3,6 +3,7 @@
 
 #include "AnalysisTools.h"
 #include "analysis/probeParser.h"
+#include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"
@@ -32,22 +33,28 @@ std::string packet(int stream, const std::string& pts, const std::string& dts, i
          ", dts=" + dts + ", size=1, duration=1, flags=" + std::to_string(flags) + "\n";
 }
 
+Dico offsetsOf(const std::string& report) {
+  Source source;
+  addOffsets(report, source);
+  return recordOfSource(source);
+}
+
 TEST(StartOffsets, AreThoseOfRealReports) {
   // Sound a quarter of a second late, in steps of its frames; the first picture is decoded one
   // frame before it is shown.
-  EXPECT_EQ(ptsDtsOffsetMs(readTestData("reports/late-sound.txt")),
+  EXPECT_EQ(offsetsOf(readTestData("reports/late-sound.txt")),
             (Dico{{"a1_offsetMs", 240}, {"a1_offsetDts", 240}, {"v0_offsetDts", -40}}));
-  EXPECT_EQ(ptsDtsOffsetMs(readTestData("reports/quicktime.txt")), std::nullopt);
-  EXPECT_EQ(ptsDtsOffsetMs(readTestData("reports/audio-only.txt")), std::nullopt);
-  EXPECT_EQ(ptsDtsOffsetMs("Input #0, a, b\n"), std::nullopt);
-  EXPECT_EQ(ptsDtsOffsetMs(""), std::nullopt);
+  EXPECT_EQ(offsetsOf(readTestData("reports/quicktime.txt")), Dico());
+  EXPECT_EQ(offsetsOf(readTestData("reports/audio-only.txt")), Dico());
+  EXPECT_EQ(offsetsOf("Input #0, a, b\n"), Dico());
+  EXPECT_EQ(offsetsOf(""), Dico());
 }
 
 TEST(StartOffsets, AreStoredBeyondThirtyMilliseconds) {
   const auto audio = [](int ticks) {
-    return ptsDtsOffsetMs(reportOf(packet(1, std::to_string(48000 + ticks), "NOPTS")));
+    return offsetsOf(reportOf(packet(1, std::to_string(48000 + ticks), "NOPTS")));
   };
-  EXPECT_EQ(audio(30 * 48), std::nullopt);
+  EXPECT_EQ(audio(30 * 48), Dico());
   EXPECT_EQ(audio(31 * 48), (Dico{{"a1_offsetMs", 31}}));
   EXPECT_EQ(audio(-31 * 48), (Dico{{"a1_offsetMs", -31}}));
 }
@@ -55,9 +62,9 @@ TEST(StartOffsets, AreStoredBeyondThirtyMilliseconds) {
 TEST(StartOffsets, TakeTheEarliestOfPicturesStoredOutOfOrder) {
   // Pictures shown before the first one stored; sound that is cut away; times from nowhere.
   EXPECT_EQ(
-      ptsDtsOffsetMs(reportOf(
-          packet(0, "108000", "95400") + packet(0, "9223090561878065151", "NOPTS") +
-          packet(0, "99000", "99000", 0) + packet(1, "0", "0", 5) + packet(1, "48000", "48000"))),
+      offsetsOf(reportOf(packet(0, "108000", "95400") + packet(0, "9223090561878065151", "NOPTS") +
+                         packet(0, "99000", "99000", 0) + packet(1, "0", "0", 5) +
+                         packet(1, "48000", "48000"))),
       (Dico{{"v0_offsetMs", 100}, {"v0_offsetDts", 60}, {"v_offsetMs", -100}}));
 }
 
@@ -71,7 +78,7 @@ TEST(StartOffsets, UnderstandReportsWithoutTimeBases) {
       "  Duration: 00:00:10.00, start: 1.000000, bitrate: 1 kb/s\n"
       "    Stream #0.0[0x100]: Video: h264, yuv420p, 16x16, 25 tbr, 90k tbn\n"
       "    Stream #0.1[0x101]: Audio: mp2, 48000 Hz, mono\n";
-  EXPECT_EQ(ptsDtsOffsetMs(report), (Dico{{"a1_offsetMs", 500}, {"a1_offsetDts", 500}}));
+  EXPECT_EQ(offsetsOf(report), (Dico{{"a1_offsetMs", 500}, {"a1_offsetDts", 500}}));
 }
 
 TEST(FirstKeyFrame, IsShownByTheReport) {
@@ -145,7 +152,7 @@ TEST(AnalysisFf, DescribesInterlacedSourcesByTheirFieldRate) {
   const AnalysisTools tools;
   const auto rate = [](const std::string& fps, Fields fields) {
     const std::string report = "x\nInput #0, dv, from 'a'\n  Stream #0:0: Video: dvvideo, " + fps;
-    return analysisFf(report, fields, "").value_or(SourceInfo()).number("v0_fps");
+    return analysisFf(report, fields, "").value_or(Source()).pictures.rate;
   };
   const auto single = [](float value) { return std::optional<double>(value); };
   EXPECT_EQ(rate("25 tbr", Fields::topFirst), single(50));
@@ -163,22 +170,20 @@ TEST(AnalysisFf, AddsOffsetsChaptersAndTheKeyFrame) {
   const auto late =
       analysisFf(readTestData("reports/late-sound.txt"), Fields::progressive, "/a.ts");
   ASSERT_TRUE(late);
-  EXPECT_EQ(late->integer("a1_offsetMs"), 240);
-  EXPECT_FALSE(late->contains("intraOffset"));
-  EXPECT_FALSE(late->contains("chapters"));
+  EXPECT_EQ(late->offsets.at({StreamKind::audio, 1}).shown, 240);
+  EXPECT_FALSE(late->firstKeyFrame);
+  EXPECT_TRUE(late->chapters.empty());
 
   const auto chapters =
       analysisFf(readTestData("reports/matroska.txt"), Fields::progressive, "/a.mkv");
   ASSERT_TRUE(chapters);
-  ASSERT_NE(chapters->list("chapters"), nullptr);
-  EXPECT_EQ(*chapters->list("chapters"), (List{0.0, 25.0, 60.0}));
+  EXPECT_EQ(chapters->chapters, (std::vector<double>{0, 25, 60}));
   // Both reports show a key frame, so nothing had to be run.
   EXPECT_EQ(tools.folder().read("calls"), "");
 
   const std::string silent = "x\nInput #0, dv, from 'a'\n  Stream #0:0: Video: dvvideo, 25 tbr\n";
-  EXPECT_EQ(analysisFf(silent, Fields::topFirst, "/a.dv").value_or(Dico()).number("intraOffset"),
-            0.48F);
-  EXPECT_FALSE(analysisFf(silent, Fields::topFirst, "").value_or(Dico()).contains("intraOffset"));
+  EXPECT_EQ(analysisFf(silent, Fields::topFirst, "/a.dv").value_or(Source()).firstKeyFrame, 0.48F);
+  EXPECT_FALSE(analysisFf(silent, Fields::topFirst, "").value_or(Source()).firstKeyFrame);
   EXPECT_EQ(tools.folder().read("calls"), "called\n");
 }
 

@@ -27,11 +27,11 @@ TEST_F(AnalysisQueueTest, MakesARowOfEverySourceAndTellsOfTheOthers) {
 
   ASSERT_EQ(app.table().count(), 1);
   EXPECT_EQ(app.table().sourcePath(0), good);
-  const SourceInfo& info = app.table().source(0);
-  EXPECT_EQ(info.integer(SourceKey::v0Width), 720);
-  EXPECT_EQ(info.number(SourceKey::v0Fps), 50);
-  EXPECT_EQ(info.text(SourceKey::v0Fields), "TFF");
-  EXPECT_TRUE(pathExists(info.textOrEmpty(RowInfoKey::imgPathStr)));
+  const Source& source = app.table().source(0);
+  EXPECT_EQ(source.pictures.width, 720);
+  EXPECT_EQ(source.pictures.rate, 50);
+  EXPECT_EQ(source.pictures.fields, Fields::topFirst);
+  EXPECT_TRUE(pathExists(source.thumbnail));
   ASSERT_EQ(refused.size(), 2u);
   EXPECT_EQ(refused[0], std::make_pair(bad, localisationString("why_noMovie")));
   EXPECT_EQ(refused[1], std::make_pair(gone, localisationString("why_missing")));
@@ -60,12 +60,11 @@ TEST_F(AnalysisQueueTest, AShortClipIsNotOpenedForItsThumbnail) {
   EXPECT_EQ(folder.read("runs").find("scale=160"), std::string::npos) << folder.read("runs");
 
   // As ffmpeg would make it, but for the noise of two encoders.
-  const SourceInfo& info = app.table().source(0);
+  const Source& source = app.table().source(0);
   const std::string direct = folder.file("direct.jpg");
-  EXPECT_EQ(test::runShell(test::quoted(thumbnailCommand(info, clip, direct, true))).status, 0);
+  EXPECT_EQ(test::runShell(test::quoted(thumbnailCommand(source, direct, true))).status, 0);
   const std::string compared =
-      test::runShell("ffmpeg -nostdin -hide_banner -i " +
-                     test::quoted(info.textOrEmpty(RowInfoKey::imgPathStr)) + " -i " +
+      test::runShell("ffmpeg -nostdin -hide_banner -i " + test::quoted(source.thumbnail) + " -i " +
                      test::quoted(direct) +
                      " -lavfi '[0]format=yuv444p[a];[1]format=yuv444p[b];[a][b]psnr' -f null - "
                      "2>&1 | sed -n 's/.*average:\\([0-9]*\\).*/\\1/p'")
@@ -91,8 +90,8 @@ TEST_F(AnalysisQueueTest, TheFieldsOfATrimmedClipAreSeenFurtherIn) {
   analyse(paths);
   ASSERT_EQ(app.table().count(), 4);
   for (int row = 0; row < app.table().count(); ++row) {
-    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), "TFF") << row;
-    EXPECT_EQ(app.table().source(row).text(SourceKey::v0FieldsClaim), "BFF") << row;
+    EXPECT_EQ(app.table().source(row).pictures.fields, Fields::topFirst) << row;
+    EXPECT_EQ(app.table().source(row).pictures.claim, Fields::bottomFirst) << row;
   }
 }
 
@@ -195,7 +194,7 @@ TEST_F(AnalysisQueueTest, SeveralAtATimeComeInTheirOrder) {
   for (int row = 0; row < 3; ++row) {
     thumbnails.insert(app.table().row(row).thumbnail());
     EXPECT_TRUE(pathExists(app.table().row(row).thumbnail()));
-    EXPECT_EQ(app.table().source(row).text(SourceKey::v0Fields), "TFF");
+    EXPECT_EQ(app.table().source(row).pictures.fields, Fields::topFirst);
   }
   EXPECT_EQ(thumbnails.size(), 3u);
 }
@@ -240,8 +239,8 @@ TEST_F(AnalysisQueueTest, AFormatThatFfmpegCannotTellIsNamedToIt) {
   const std::string text = folder.write("text.mpg", "Dear diary");
   analyse({clip, text});
   ASSERT_EQ(app.table().count(), 1);
-  EXPECT_EQ(app.table().source(0).text("w_force"), "mpeg");
-  EXPECT_EQ(app.table().source(0).integer("v0_width"), 352);
+  EXPECT_EQ(app.table().source(0).toldFormat, "mpeg");
+  EXPECT_EQ(app.table().source(0).pictures.width, 352);
   ASSERT_EQ(refused.size(), 1u);
   EXPECT_EQ(refused[0].first, text);
   EXPECT_EQ(preferences.prefRead("ffFileForceFormatStr"), nullptr);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "analysis/SourceInfo.h"
 #include "core/BatchFile.h"
 #include "core/newRow.h"
 #include "encoding/BatchEntry.h"
@@ -8,6 +7,7 @@
 #include "prefs/utilsAlert.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -24,16 +24,15 @@ TEST_F(BatchFileTest, BringsBackRowsAndChoices) {
   const Dico choices{{"prefProres", "apch"}};
   batch.settings = {{"choices", choices}, {"replaceFilesCheck", "replace"}, {"front", Dico{}}};
   const Dico info{{"srcPathStr", "/card/\xC9.mts"}, {"v0_fps", 25.0}};
-  Dico withImage = info;
-  withImage.set("imgPathStr", "/tmp/1.jpg");
   const auto rowOf = [](const Dico& source, RowMark mark) {
-    Row row = newRow(source, {outAic, 12, speedHalf});
+    Row row = newRow(test::sourceOf(source), {outAic, 12, speedHalf});
     row.mark = mark;
     row.movie = mark == RowMark::success ? "/movies/1.mov" : "";
     row.reason = mark == RowMark::success ? "" : "why";
     return row;
   };
-  batch.rows = {{4, rowOf(withImage, RowMark::success)}, {9, rowOf(info, RowMark::current)}};
+  batch.rows = {{4, rowOf(info, RowMark::success)}, {9, rowOf(info, RowMark::current)}};
+  batch.rows[0].row.source.thumbnail = "/tmp/1.jpg";
   ASSERT_TRUE(writeBatchFile(path, batch));
   const BatchFile file = readBatchFile(path);
   ASSERT_EQ(file.state, BatchPart::State::good) << file.reason;

@@ -8,6 +8,7 @@
 #include "core/stepState.h"
 #include "support/LoopUntil.h"
 #include "support/changesOf.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -23,7 +24,8 @@ class BatchRecorderTest : public CoreFixture {
   }
 
   Row rowOf(const std::string& name) const {
-    return newRow({{"srcPathStr", folder.file(name)}, {"v0_width", 1920}}, {outProres, 12});
+    return newRow(test::sourceOf({{"srcPathStr", folder.file(name)}, {"v0_width", 1920}}),
+                  {outProres, 12});
   }
   std::size_t folderCount() const {
     std::error_code failed;
@@ -114,7 +116,7 @@ TEST_F(BatchRecorderTest, WhatTheUserTakesBackIsAsItWasBefore) {
   };
   for (const char* name : {"1.mts", "2.mts", "3.mts", "4.mts"}) {
     Row row = rowOf(name);
-    row.source.set(RowInfoKey::imgPathStr, folder.write(std::string(name) + ".jpg", "picture"));
+    row.source.thumbnail = folder.write(std::string(name) + ".jpg", "picture");
     app.table().append(row);
   }
   const StoredBatch before = (soon(), afterACrash());

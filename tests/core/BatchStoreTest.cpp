@@ -18,6 +18,7 @@
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
 #include "support/changesOf.h"
+#include "support/sources.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -29,7 +30,8 @@ namespace fs = std::filesystem;
 const std::string oldName = "/card/\xC9t\xE9.mts";
 
 Row row(const std::string& source, RowMark mark = RowMark::waiting) {
-  Row made = newRow({{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}}, {outProres});
+  Row made = newRow(test::sourceOf({{"srcPathStr", source}, {"v0_fps", 25.0}, {"v0_width", 1920}}),
+                    {outProres});
   made.mark = mark;
   return made;
 }
@@ -301,7 +303,7 @@ TEST_F(InterruptedJobTest, OnlyFoldersOfJobsAreRemoved) {
 TEST_F(BatchStoreTest, ThumbnailsOutliveTheirProcess) {
   const std::string picture("\xFF\xD8\xFF a picture\0", 14);
   Row withImage = row("/card/1.mts");
-  withImage.source.set("imgPathStr", "/gone/1.jpg");
+  withImage.source.thumbnail = "/gone/1.jpg";
   abandoned({{}, {{1, withImage, picture}, {2, withImage}}, {}});
   const StoredBatch read = readBack();
   const std::string image = read.rows.at(0).row.thumbnail();

@@ -3,6 +3,7 @@
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -13,13 +14,14 @@ class BatchTableTest : public test::CoreFixture {
   void rows(int count) {
     for (int number = 1; number <= count; ++number) {
       const std::string path = folder.write(std::to_string(number) + ".jpg", "thumbnail");
-      const SourceInfo info{{"v0_width", 1920},
-                            {"v0_height", 1080},
-                            {"v0_fps", 25.0},
-                            {"v0_fields", "PFF"},
-                            {"srcPathStr", "/card/" + std::to_string(number) + ".mts"},
-                            {"imgPathStr", path}};
-      table.append(newRow(info, {outProres, 10, speedKeep}));
+      const Dico info{{"v0_width", 1920},
+                      {"v0_height", 1080},
+                      {"v0_fps", 25.0},
+                      {"v0_fields", "PFF"},
+                      {"srcPathStr", "/card/" + std::to_string(number) + ".mts"}};
+      Source source = test::sourceOf(info);
+      source.thumbnail = path;
+      table.append(newRow(source, {outProres, 10, speedKeep}));
     }
   }
   std::vector<std::string> paths() {
@@ -79,8 +81,8 @@ TEST_F(BatchTableTest, AChangeOfSizeOrApplicationIsRemembered) {
   table.set(0, &Row::choice, {outProres, 0, speedKeep});
   ASSERT_TRUE(table.iba_outSpeedCell(0));
   EXPECT_EQ(table.row(0).choice.sizeOut, 10);
-  EXPECT_EQ(table.source(0).integer(RowInfoKey::sizeOutPrevious), 10);
-  EXPECT_EQ(table.source(0).integer(RowInfoKey::softPrevious), 2);
+  EXPECT_EQ(table.source(0).sizeOutPrevious, 10);
+  EXPECT_EQ(table.source(0).softPrevious, 2);
   // Two pictures for each that there is cannot be had: the other family of rates takes over.
   table.set(0, &Row::choice, {outProres, 11, speedKeep});
   ASSERT_TRUE(table.iba_outSpeedCell(0));

@@ -431,7 +431,7 @@ TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
                              liar));
   analyse({liar});
   ASSERT_EQ(app.table().count(), 1);
-  EXPECT_EQ(app.table().source(0).text(SourceKey::v0Fields), "TFF");
+  EXPECT_EQ(app.table().source(0).pictures.fields, Fields::topFirst);
   convert();
   ASSERT_EQ(kinds(), std::vector<Kind>{Kind::converted});
   const auto counts = idetCounts(test::idetReport(movie("liar.mov")));

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "core/forecast.h"
 #include "core/newRow.h"
@@ -8,6 +7,7 @@
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -25,17 +25,17 @@ class Forecasts : public testing::Test {
 
   static Row rowOf(int width, int height, double fps, bool progressive, Target out, int size,
                    Speed speed = speedKeep) {
-    return newRow({{"v0_id", 0},
-                   {"v0_codec", "h264"},
-                   {"v0_width", width},
-                   {"v0_height", height},
-                   {"v0_fps", fps},
-                   {"v0_fields", progressive ? "PFF" : "TFF"},
-                   {"wrapper", "mov,mp4"},
-                   {"srcPathStr", "/clips/00001.mov"},
-                   {"a0_id", 1},
-                   {"a0_channels", 2},
-                   {"a0_rate", 48000}},
+    return newRow(test::sourceOf({{"v0_id", 0},
+                                  {"v0_codec", "h264"},
+                                  {"v0_width", width},
+                                  {"v0_height", height},
+                                  {"v0_fps", fps},
+                                  {"v0_fields", progressive ? "PFF" : "TFF"},
+                                  {"wrapper", "mov,mp4"},
+                                  {"srcPathStr", "/clips/00001.mov"},
+                                  {"a0_id", 1},
+                                  {"a0_channels", 2},
+                                  {"a0_rate", 48000}}),
                   {out, size, speed});
   }
   static std::string summary(const Row& row, const char* prores = "apcn") {
@@ -100,23 +100,28 @@ TEST_F(Forecasts, TellWhatIsLeftOut) {
   EXPECT_THAT(kindsLeftOut(rowOf(720, 576, 25, true, outAic, 4)), ElementsAre("details"));
 
   Row row = rowOf(1920, 1080, 25, true, outProres, 10);
-  row.source.merge({{"a0_channels", 6},
-                    {"a1_id", 2},
-                    {"a1_codec", "ac3"},
-                    {"a1_lang", "fra"},
-                    {"s0_id", 3},
-                    {"s0_codec", "hdmv_pgs_subtitle"},
-                    {"v1_id", 4},
-                    {"v1_codec", "mjpeg"}});
+  row.source.sound.channels = 6;
+  const Source more = test::sourceOf({{"a1_id", 2},
+                                      {"a1_codec", "ac3"},
+                                      {"a1_lang", "fra"},
+                                      {"s0_id", 3},
+                                      {"s0_codec", "hdmv_pgs_subtitle"},
+                                      {"v1_id", 4},
+                                      {"v1_codec", "mjpeg"}});
+  row.source.otherPictures = more.otherPictures;
+  row.source.otherSounds = more.otherSounds;
+  row.source.subtitles = more.subtitles;
   EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "sound", "channels", "subtitles"));
   EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
                           "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
   row.source = rowOf(1920, 1080, 25, true, outProres, 10).source;
-  row.source.merge({{"a0_id", 1}, {"v0_begin", 1.54}});
+  row.source.sound.id = 1;
+  row.source.pictures.begin = 1.54;
   EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: sound before the first picture (1.5 s)"));
-  row.source.merge({{"a0_channels", 6}, {"prefSurrond", 1}});
+  row.source.sound.channels = 6;
+  row.source.keepsSurround = true;
   EXPECT_EQ(summary(row), "ProRes 1920x1080p 25, PCM 6x48000");
 }
 

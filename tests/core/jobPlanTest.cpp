@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "core/exportPlan.h"
 #include "core/jobPlan.h"
@@ -8,22 +7,25 @@
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
 
 Row rowOf(bool progressive, int size, Target out) {
-  return newRow({{"v0_width", 1920},
-                 {"v0_height", 1080},
-                 {"v0_fps", 25.0},
-                 {"v0_fields", progressive ? "PFF" : "TFF"},
-                 {"srcPathStr", "/clips/00001.MTS"}},
+  return newRow(test::sourceOf({{"v0_width", 1920},
+                                {"v0_height", 1080},
+                                {"v0_fps", 25.0},
+                                {"v0_fields", progressive ? "PFF" : "TFF"},
+                                {"srcPathStr", "/clips/00001.MTS"}}),
                 {out, size});
 }
 
 // The row with these entries in its source's record.
 Row withInfo(Row row, const Dico& entries) {
-  row.source.merge(entries);
+  Dico facts = recordOfSource(row.source);
+  facts.merge(entries);
+  row.source = test::sourceOf(facts);
   return row;
 }
 
@@ -196,18 +198,18 @@ TEST_F(JobPlanTest, ExportSettingsSuitSizeScanRateAndShape) {
   Row row = rowOf(true, 10, outProres);
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p25");
   EXPECT_EQ(exportPresetName(row, "apch"), "prHd1920x1080p25");
-  row.source.set("v0_fps", 29.97);
+  row.source.pictures.rate = 29.97;
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p30");
-  row.source.set("v0_fps", 239.76);
+  row.source.pictures.rate = 239.76;
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p30");
-  row.source.set("v0_fps", 23.976);
+  row.source.pictures.rate = 23.976;
   EXPECT_EQ(exportPresetName(row, "apcn"), "pr1920x1080p24");
   row.choice.target = outAic;
-  row.source.set("v0_dar", "4:3");
+  row.source.pictures.shape = "4:3";
   EXPECT_EQ(exportPresetName(row, "apch"), "1920x1080p24Letterbox");
   row.choice.sizeOut = 12;
-  row.source.set("v0_fps", 59.94);
-  row.source.set("v0_dar", "16:9");
+  row.source.pictures.rate = 59.94;
+  row.source.pictures.shape = "16:9";
   EXPECT_EQ(exportPresetName(row, "apch"), "1920x1080i30");
   row.choice.sizeOut = -1;
   EXPECT_EQ(exportPresetName(row, "apch"), "");
@@ -234,7 +236,7 @@ TEST_F(JobPlanTest, ThePlanOfAnExportNamesEveryStep) {
   EXPECT_EQ(lines[2], "mv -f -- /out/x.mov /out/x_MASTER.mov");
   EXPECT_EQ(lines[3], "movtool -s /presetQt/pr1920x1080p25 -i /out/x_MASTER.mov -y -o /out/x.mov");
   EXPECT_EQ(lines[4], "rm -f -- /out/x_MASTER.mov");
-  row.source.set("v0_fps", 50.0);
+  row.source.pictures.rate = 50.0;
   row.choice.speed = speedSlow;
   lines = commands(row);
   ASSERT_EQ(lines.size(), 7u);
@@ -254,7 +256,7 @@ TEST_F(JobPlanTest, RowsThatCannotBeConvertedAreRefusedWithTheReason) {
   EXPECT_EQ(refusalOf(rowOf(true, 10, outProres), true), std::nullopt);
   EXPECT_EQ(refusalOf(rowOf(false, 12, outQuickTime), true),
             localisationString("why_noTarget", "", localisationString("why_copyInterlaced")));
-  const Row soundOnly = newRow({{"a0_id", 0}}, {outProres, 5});
+  const Row soundOnly = newRow(test::sourceOf({{"a0_id", 0}}), {outProres, 5});
   EXPECT_EQ(refusalOf(soundOnly, true), localisationString("why_noPicture"));
 }
 

@@ -1,13 +1,13 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "core/newRow.h"
 #include "core/rowChoices.h"
 #include "encoding/outputPreset.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -22,10 +22,10 @@ constexpr int size540p25 = 4;
 
 Row entryOf(int width, int height, double fps, bool progressive, int size, Speed speed = speedKeep,
             Target out = outProres) {
-  return newRow({{SourceKey::v0Width.data(), width},
-                 {SourceKey::v0Height.data(), height},
-                 {SourceKey::v0Fps.data(), fps},
-                 {SourceKey::v0Fields.data(), progressive ? "PFF" : "TFF"}},
+  return newRow(test::sourceOf({{"v0_width", width},
+                                {"v0_height", height},
+                                {"v0_fps", fps},
+                                {"v0_fields", progressive ? "PFF" : "TFF"}}),
                 {out, size, speed});
 }
 

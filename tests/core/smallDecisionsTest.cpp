@@ -12,13 +12,14 @@
 #include "prefs/utilsAlert.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
 
 TEST(Thumbnail, HasTheShapeOfThePicture) {
-  const auto filterOf = [](const SourceInfo& info) {
-    return thumbnailCommand(info, "/clip.mts", "/tmp/clip.jpg", true).at(12).substr(24);
+  const auto filterOf = [](const Dico& facts) {
+    return thumbnailCommand(test::sourceOf(facts), "/tmp/clip.jpg", true).at(12).substr(24);
   };
   EXPECT_EQ(filterOf({{"v0_dar", "16:9"}}), "scale=160:90");
   EXPECT_EQ(filterOf({{"v0_width", 640}, {"v0_height", 480}}), "scale=160:120");
@@ -28,12 +29,14 @@ TEST(Thumbnail, HasTheShapeOfThePicture) {
   EXPECT_EQ(filterOf({{"v0_dar", "16:9"}, {"v0_rotation", -90}}), "scale=160:284");
   // The second try, and that of movies, take any picture of the same shape.
   const Arguments plain =
-      thumbnailCommand({{"v0_width", 640}, {"v0_height", 480}}, "/a.mov", "/tmp/a.jpg", false);
+      thumbnailCommand(test::sourceOf({{"v0_width", 640}, {"v0_height", 480}}), "/a.jpg", false);
   EXPECT_NE(std::find(plain.begin(), plain.end(), "scale=160:120"), plain.end());
 }
 
 TEST(Thumbnail, IsTakenWhereTheClipHasBegun) {
-  const auto pointOf = [](double seconds) { return thumbnailSeekPoint({{"w_duration", seconds}}); };
+  const auto pointOf = [](double seconds) {
+    return thumbnailSeekPoint(test::sourceOf({{"w_duration", seconds}}));
+  };
   EXPECT_EQ(pointOf(10), "0");
   EXPECT_EQ(pointOf(11), "10");
   EXPECT_EQ(pointOf(60.5), "60");
@@ -52,9 +55,9 @@ TEST(Thumbnail, ItsNameIsNoPatternAndNobodyElses) {
 
 TEST(NewRow, TellsWhatTheSourceIs) {
   const test::TestBundle bundle;
-  const SourceInfo info{{"v0_width", 1920}, {"v0_height", 1080},  {"v0_fps", 59.94},
-                        {"w_duration", 65}, {"v0_fields", "TFF"}, {"srcPathStr", "/a/clip.mts"}};
-  const Row row = newRow(info, {outProres, 12, speedKeep});
+  const Dico info{{"v0_width", 1920}, {"v0_height", 1080},  {"v0_fps", 59.94},
+                  {"w_duration", 65}, {"v0_fields", "TFF"}, {"srcPathStr", "/a/clip.mts"}};
+  const Row row = newRow(test::sourceOf(info), {outProres, 12, speedKeep});
   EXPECT_FALSE(row.isProgressive);
   EXPECT_EQ(row.caption.substr(0, 29), "clip.mts\n(1920x)1080i60\n0h01'");
   EXPECT_EQ(recordOfRow(row).text("fpsSrc"), "\n60i");

@@ -5,6 +5,7 @@
 #include "CoreFixture.h"
 #include "core/newRow.h"
 #include "core/storedRow.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -25,7 +26,7 @@ TEST(StoredRow, HasNothingThatARowHasNot) {
   const Dico stored{{"dico", hostile}, {"out", 2}, {"img", "/home/user/precious.jpg"}};
   const auto row = rowOfStored(stored);
   ASSERT_TRUE(row);
-  EXPECT_EQ(*row, newRow(info, {outProres, -1, speedKeep}));
+  EXPECT_EQ(*row, newRow(test::sourceOf(info), {outProres, -1, speedKeep}));
 }
 
 TEST(StoredRow, WithAValueThatCannotBeIsNone) {
@@ -66,8 +67,9 @@ TEST(StoredRow, WithAValueThatCannotBeIsNone) {
         << key << " = " << value.description();
   EXPECT_FALSE(rowOfStored({{"dico", Dico{{"v0_width", 1920}}}})) << "without a source";
   // Streams without an end.
-  EXPECT_EQ(rowInfo({{"v1000_width", 1}, {"v_width", 1}, {"vx_width", 1}, {"x0_width", 1}}),
-            Dico());
+  EXPECT_EQ(sourceOfRecord(
+                {{"v1000_width", 1}, {"v_width", 1}, {"vx_width", 1}, {"x0_width", 1}, {"", 1}}),
+            Source());
   // What a file of its own says of its place, and a picture that is none.
   EXPECT_FALSE(rowOfContent({{"order", 2}, {"row", Dico{{"dico", info}}}}, 1));
   EXPECT_EQ(rowOfContent({{"order", 1}, {"row", Dico{{"dico", info}}}, {"picture", "<svg/>"}}, 1)
@@ -99,7 +101,7 @@ TEST_F(StoredRows, OfOursComeBackWhole) {
   ASSERT_EQ(app.table().count(), 3);
   for (int row = 0; row < 3; ++row) {
     Row expected = app.table().row(row);
-    expected.source.remove("imgPathStr");
+    expected.source.thumbnail.clear();
     const auto read = rowOfStored(storedForm(app.table().row(row)));
     ASSERT_TRUE(read) << recordOfRow(expected).description();
     EXPECT_EQ(*read, expected) << "read: " << recordOfRow(*read).description()

@@ -11,6 +11,7 @@
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
 #include "support/changesOf.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -23,8 +24,9 @@ using testing::IsEmpty;
 class RecoveryOfferTest : public test::CoreFixture {
  protected:
   Row rowOf(const std::string& name, RowMark mark) const {
-    Row row = newRow({{"srcPathStr", folder.file(name)}, {"v0_width", 720}, {"v0_height", 576}},
-                     {outProres, 12});
+    Row row = newRow(
+        test::sourceOf({{"srcPathStr", folder.file(name)}, {"v0_width", 720}, {"v0_height", 576}}),
+        {outProres, 12});
     row.mark = mark;
     row.movie = movie("Done.mov");
     return row;
@@ -169,7 +171,8 @@ TEST_F(BatchSummaryTest, CountsAreGatheredAndThoseOfNothingLeftOut) {
   for (const RowMark mark :
        {RowMark::success, RowMark::success, RowMark::failure, RowMark::waiting})
     app.table().mark(
-        app.table().append(newRow({{"srcPathStr", std::to_string(app.table().count())}}, {})),
+        app.table().append(
+            newRow(test::sourceOf({{"srcPathStr", std::to_string(app.table().count())}}), {})),
         mark);
   test::loopFor(loop, std::chrono::milliseconds(1));
   EXPECT_EQ(changes, 1);
@@ -185,7 +188,7 @@ TEST_F(LanguageTest, AChoiceWinsOverTheEnvironmentAndRowsKeepTheirMeaning) {
   const test::ScopedEnvironment environment("LC_ALL", "fr_FR.UTF-8");
   EXPECT_THAT(availableLanguages(), ElementsAre("de", "en", "es", "fr", "it"));
   EXPECT_EQ(languageName("de"), "Deutsch");
-  app.table().append(newRow({{"srcPathStr", "/a.mts"}, {"v0_fields", "PFF"}}, {}));
+  app.table().append(newRow(test::sourceOf({{"srcPathStr", "/a.mts"}, {"v0_fields", "PFF"}}), {}));
   ASSERT_TRUE(isSourceProgressive(app.table().source(0)));
   for (const auto& [code, cancel] : std::vector<std::pair<std::string, std::string>>{
            {"de", "Abbrechen"}, {"", "Annuler"}, {"xx", "Annuler"}, {"en", "Cancel"}}) {

@@ -23,7 +23,7 @@ class ClipNames : public testing::Test {
  protected:
   // A source whose file was last modified on 24 December 2010, 14:05:33 of this machine's time, and
   // copied now, with what the tool says of it.
-  SourceInfo recordOf(const std::string& name, const std::string& toolOutput) const {
+  Source sourceOf(const std::string& name, const std::string& toolOutput) const {
     const std::string path = folder_.write(name, "");
     std::tm day = {};
     day.tm_year = 110;
@@ -36,12 +36,12 @@ class ClipNames : public testing::Test {
     const timespec modified = {::mktime(&day), 0};
     const timespec times[] = {modified, modified};
     EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-    SourceInfo info;
-    addRecordingTime(toolOutput, path, info);
-    return info;
+    Source source;
+    addRecordingTime(toolOutput, path, source);
+    return source;
   }
   std::string nameOf(const std::string& name, const std::string& toolOutput) const {
-    return dateCreation2iMovieN(folder_.file(name), recordOf(name, toolOutput));
+    return dateCreation2iMovieN(folder_.file(name), sourceOf(name, toolOutput));
   }
 
   test::LogCapture log_;
@@ -62,12 +62,13 @@ TEST_F(ClipNames, takeTheDateOfTheFileWhereTheClipDoesNotTell) {
        {"", "gettimestamps: no recording time\n", "stream : \n", "stream : yesterday\n",
         "stream : 2010-12-24 14.05.33 or so\n", "stream : ../../../../../x.y.z\n",
         "elsewhere : 2011-05-15 17.58.48\n"}) {
-    const SourceInfo info = recordOf("MVI_0001.MOD", words);
-    EXPECT_EQ(info.text(SourceKey::recordedBy), RecordedBy::file) << words;
-    EXPECT_EQ(textUpTo(dateCreation2iMovieN("MVI_0001.MOD", info), "33"), "clip-2010-12-24 14;05;")
+    const Source source = sourceOf("MVI_0001.MOD", words);
+    EXPECT_EQ(source.recordedBy, RecordedBy::file) << words;
+    EXPECT_EQ(textUpTo(dateCreation2iMovieN("MVI_0001.MOD", source), "33"),
+              "clip-2010-12-24 14;05;")
         << words;
   }
-  SourceInfo gone;
+  Source gone;
   addRecordingTime("", folder_.file("gone.MOD"), gone);
   EXPECT_EQ(dateCreation2iMovieN("/a/gone.MOD", gone), "gone.MOD");
 }

@@ -3,13 +3,13 @@
 
 #include <algorithm>
 
-#include "analysis/SourceInfo.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -20,16 +20,16 @@ using testing::Not;
 
 Row rowOf(const char* fields, double fps, int size) {
   Row row;
-  row.source = {{"srcPathStr", "/card/00001.MTS"},
-                {"wrapper", "mpegts"},
-                {"v0_codec", "h264"},
-                {"v0_width", 1920},
-                {"v0_height", 1080},
-                {"v0_fps", fps},
-                {"v0_fields", fields},
-                {"a0_id", 1},
-                {"a0_codec", "ac3"},
-                {"a0_channels", 2}};
+  row.source = test::sourceOf({{"srcPathStr", "/card/00001.MTS"},
+                               {"wrapper", "mpegts"},
+                               {"v0_codec", "h264"},
+                               {"v0_width", 1920},
+                               {"v0_height", 1080},
+                               {"v0_fps", fps},
+                               {"v0_fields", fields},
+                               {"a0_id", 1},
+                               {"a0_codec", "ac3"},
+                               {"a0_channels", 2}});
   row.choice.sizeOut = size;
   return row;
 }
@@ -76,13 +76,13 @@ TEST_F(CommandBuilderTest, WritesProresOfADeinterlacedSource) {
 
 TEST_F(CommandBuilderTest, OnlyRewrapsAProgressiveSource) {
   Row row = rowOf("PFF", 25, 10);
-  row.source.set(SourceKey::wrapper, "MOV,mp4,m4a");
+  row.source.container = "MOV,mp4,m4a";
   EXPECT_THAT(argumentsOf(outQuickTime, row),
               ElementsAre(Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-fflags",
                           "+genpts", "-i", "/card/00001.MTS", "-vsync", "0", "-strict", "1", "-c:v",
                           "copy", "-vtag", "avc1", "-async", "3000", "-c:a", "pcm_s16le", "-ac",
                           "2", "-movflags", "faststart", "-sn", "-y", "/movies/00001.mov"));
-  row.source.set(SourceKey::v0Codec, "mpeg4");
+  row.source.pictures.codec = "mpeg4";
   EXPECT_THAT(argumentsOf(outQuickTime, row), Not(Contains("-vtag")));
   EXPECT_THAT(argumentsOf(outQuickTime, rowOf("PFF", 25, 10)), Not(Contains("-vtag")))
       << "a transport stream";
@@ -125,8 +125,8 @@ TEST_F(CommandBuilderTest, ScalesToTheRowOrKeepsTheSize) {
   EXPECT_EQ(filterOf(row), "yadif=0:-1:0,scale=1440:1080");
   row.choice.sizeOut = keepsSize;
   row.choice.speed = speedHalf;
-  row.source.set(SourceKey::v0Width, 720);
-  row.source.set(SourceKey::v0Height, 576);
+  row.source.pictures.width = 720;
+  row.source.pictures.height = 576;
   EXPECT_EQ(filterOf(row), "yadif=0:-1:0,scale=720:576");
   row.choice.sizeOut = 13;
   EXPECT_FALSE(commandOf(outAic, row, "apcn")) << "no such row";
@@ -147,9 +147,9 @@ TEST_F(CommandBuilderTest, NumbersTheProresFlavours) {
 TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
   const auto channels = [](std::optional<int> wanted, int inSource) {
     Row row = rowOf("TFF", 50, 12);
-    row.source.set(SourceKey::a0Channels, inSource);
+    row.source.sound.channels = inSource;
     if (wanted)
-      row.source.set(RowInfoKey::prefSurrond, *wanted);
+      row.source.keepsSurround = *wanted != 0;
     return valueOf(argumentsOf(outProres, row), "-ac");
   };
   EXPECT_EQ(channels(0, 6), "2");
@@ -161,11 +161,11 @@ TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
 
 TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute) {
   Row row = rowOf("TFF", 50, 12);
-  row.source.set(SourceKey::a0Force, 1);
-  row.source.set(SourceKey::a0Codec, "pcm_bluray");
+  row.source.sound.isMisread = true;
+  row.source.sound.codec = "pcm_bluray";
   const Arguments arguments = argumentsOf(outProres, row);
   EXPECT_EQ(valueOf(arguments, "-c:a"), "pcm_bluray") << "the first one, before the input";
-  row.source.remove(SourceKey::a0Id);
+  row.source.sound.id.reset();
   const Arguments mute = argumentsOf(outProres, row);
   for (const char* option : {"-c:a", "-ac", "-async"})
     EXPECT_THAT(mute, Not(Contains(option)));

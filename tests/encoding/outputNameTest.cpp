@@ -5,6 +5,7 @@
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
 #include "support/LogCapture.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -22,7 +23,8 @@ TEST(OutputName, IsThatOfTheSourceAndSharedByNone) {
       {"/a/CLIP.MTS", "/out/CLIP-2.mov"}};
   OutputNames taken;
   for (const auto& [source, output] : outputs)
-    EXPECT_EQ(outputPath({{"srcPathStr", source}}, outProres, "/out", taken), output);
+    EXPECT_EQ(outputPath(test::sourceOf({{"srcPathStr", source}}), outProres, "/out", taken),
+              output);
 }
 
 // Whatever a source is called, its movie and what is written on the way to it lie in the folder.
@@ -42,7 +44,7 @@ TEST(OutputName, StaysInTheFolderAndShortEnoughForItsEndings) {
     for (const Target target : {outProres, outAic}) {
       OutputNames taken;
       const std::string output =
-          outputPath({{"srcPathStr", "/gone/" + name}}, target, folder, taken);
+          outputPath(test::sourceOf({{"srcPathStr", "/gone/" + name}}), target, folder, taken);
       for (const std::string& path : {output, masterPathStr(output)}) {
         const std::string last = fileName(path);
         EXPECT_EQ(parentFolder(path), folder) << name;

@@ -1,25 +1,21 @@
 #include <gtest/gtest.h>
 
-#include "analysis/SourceInfo.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
 
-std::string entryKey(std::string_view name) {
-  return std::string(name);
-}
-
 // A row as the analysis makes it: the rate is that of the frames or, interlaced, of the fields.
 Row entryOf(int width, int height, const std::string& scan, double fps) {
   Row row;
-  row.source = {{entryKey(SourceKey::v0Width), width},
-                {entryKey(SourceKey::v0Height), height},
-                {entryKey(SourceKey::v0Fps), fps},
-                {entryKey(SourceKey::v0Fields), scan == "p" ? "PFF" : "TFF"}};
+  row.source.pictures.width = width;
+  row.source.pictures.height = height;
+  row.source.pictures.rate = fps;
+  row.source.pictures.fields = scan == "p" ? Fields::progressive : Fields::topFirst;
   row.isProgressive = scan == "p";
   return row;
 }
@@ -72,16 +68,16 @@ TEST_F(OutputPresetTest, FindsTheRowForASource) {
 
 TEST_F(OutputPresetTest, WithoutRateItIsTheFamilyOf25) {
   Row row;
-  row.source = {{entryKey(SourceKey::v0Width), 1000}, {entryKey(SourceKey::v0Height), 700}};
+  row.source.pictures.width = 1000;
+  row.source.pictures.height = 700;
   row.isProgressive = true;
   EXPECT_EQ(presetAutoComputedFromSrc(row, Application::any), 5);
   EXPECT_TRUE(log_.has("fpsSrcFloat = -1.000000"));
 }
 
 TEST_F(OutputPresetTest, OnlyWhatIsKnownToBeProgressiveIs) {
-  const std::string fields = entryKey(SourceKey::v0Fields);
-  EXPECT_TRUE(isSourceProgressive({{fields, "PFF"}}));
-  EXPECT_FALSE(isSourceProgressive({{fields, "Progressive"}}));
+  EXPECT_TRUE(isSourceProgressive(test::sourceOf({{"v0_fields", "PFF"}})));
+  EXPECT_FALSE(isSourceProgressive(test::sourceOf({{"v0_fields", "Progressive"}})));
   EXPECT_FALSE(isSourceProgressive({}));
   EXPECT_FALSE(isHighFrameRate(31.0));
   EXPECT_TRUE(isHighFrameRate(31.01));
@@ -96,8 +92,8 @@ TEST_F(OutputPresetTest, InterleavesOnlyFastProgressiveSourcesIntoFields) {
   EXPECT_FALSE(needsInterleaveToI50(info("i", 50), sizeRow(12)));
   EXPECT_FALSE(needsInterleaveToI50(info("p", 50), sizeRow(11)));
   EXPECT_FALSE(needsInterleaveToI50(info("p", 50), nullptr));
-  Dico rateless = info("p", 50);
-  rateless.remove(SourceKey::v0Fps);
+  Source rateless = info("p", 50);
+  rateless.pictures.rate.reset();
   EXPECT_FALSE(needsInterleaveToI50(rateless, sizeRow(12)));
 }
 
@@ -115,7 +111,7 @@ TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "i", 25), 12))) << "interlaced";
   EXPECT_FALSE(quickTime(withRow(entryOf(1920, 1080, "p", 50), 12))) << "frames become fields";
   Row unknown = withRow(entryOf(1920, 1080, "p", 25), 10);
-  unknown.source.remove(SourceKey::v0Width);
+  unknown.source.pictures.width.reset();
   EXPECT_FALSE(quickTime(unknown)) << "unknown size";
   Row half = withRow(entryOf(1920, 1080, "p", 25), 10);
   half.choice.speed = speedHalf;

@@ -15,6 +15,7 @@
 #include "core/recovery.h"
 #include "platform/propertyList.h"
 #include "support/changesOf.h"
+#include "support/sources.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -240,7 +241,7 @@ TEST_F(RecoveryTest, ADamagedRowIsToldAndTheRestIsConverted) {
   StoredBatch content;
   content.settings = {{"choices", Dico{{"prefDefautDstPathStr", destination()}}}};
   content.waiting = {clips_[0], clips_[1]};
-  content.rows = {{1, newRow({{"srcPathStr", clips_[2]}}, {})}};
+  content.rows = {{1, newRow(test::sourceOf({{"srcPathStr", clips_[2]}}), {})}};
   std::string stored;
   {
     auto store = BatchStore::create(batches(), test::changesOf(content));

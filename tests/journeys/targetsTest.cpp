@@ -26,7 +26,7 @@ enum class Scan { progressive, topFirst, bottomFirst };
 // each target: picture size, scan and pictures a second; "/2" for every second picture of the
 // source, "*2" for slow motion. "-" is refused. Where another source of the same kind shows what
 // the speeds do, full speed is enough.
-struct Source {
+struct Kind {
   const char* name;
   const char* file;
   const char* size;
@@ -42,7 +42,7 @@ struct Source {
   const char* aic;
 };
 
-void PrintTo(const Source& source, std::ostream* stream) {
+void PrintTo(const Kind& source, std::ostream* stream) {
   *stream << source.name;
 }
 
@@ -64,7 +64,7 @@ constexpr const char* photoCamera = "-c:v mjpeg -q:v 2 -c:a pcm_u8 -ar 48000 -ac
 
 // Pictures that are none to spare take the speed that is possible; a copy cannot leave out any.
 // Fields stay in their lines where ffmpeg writes ProRes itself.
-const Source sources[] = {
+const Kind sources[] = {
     {"Avchd1080i50", "00001.MTS", "1920x1080", Scan::topFirst, "50", 30, "yuv420p", "16:9",
      avchdFields, "h264", "- - -", "1920x1080i25 1920x1080p25 1920x1080p25*2",
      "1920x1080i25 1920x1080p25 1920x1080p25*2"},
@@ -139,10 +139,10 @@ Movie movieOf(std::string_view text) {
   return movie;
 }
 
-class Targets : public test::Journey, public testing::WithParamInterface<Source> {
+class Targets : public test::Journey, public testing::WithParamInterface<Kind> {
  protected:
   void SetUp() override {
-    const Source& source = GetParam();
+    const Kind& source = GetParam();
     const double rate = numberOfRate(source.rate);
     const bool isHigh = rate > 31;
     const int flash = isHigh ? 10 : 5;
@@ -166,7 +166,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
 
   // The clip as the movie is to show it, and the movie in the clip's size.
   Comparison comparison(const Movie& movie, bool isCopy, bool hasBars) const {
-    const Source& source = GetParam();
+    const Kind& source = GetParam();
     const bool isBottomFirst = source.scan == Scan::bottomFirst;
     const bool isLarge = hasColoursOfLargeOnes(movie.size);
     const bool isSmallClip = !hasColoursOfLargeOnes(source.size);
@@ -248,7 +248,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
   }
 
   void check(const std::string& target, const Movie& expected, const std::string& path) {
-    const Source& source = GetParam();
+    const Kind& source = GetParam();
     const bool isCopy = target == "quicktime";
     // A narrow picture stands between bars where the format has wide frames only.
     const bool isExported = target == "aic" || source.scan == Scan::progressive;
@@ -305,7 +305,7 @@ class Targets : public test::Journey, public testing::WithParamInterface<Source>
 };
 
 TEST_P(Targets, AreRefusedOrRight) {
-  const Source& source = GetParam();
+  const Kind& source = GetParam();
   const std::pair<const char*, const char*> targets[] = {
       {"quicktime", source.quickTime}, {"prores", source.proRes}, {"aic", source.aic}};
   for (const auto& [target, movies] : targets) {

@@ -20,9 +20,9 @@
 #include <string>
 #include <vector>
 
-#include "analysis/SourceInfo.h"
 #include "analysis/codecInventory.h"
 #include "analysis/fieldOrder.h"
+#include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/exportPlan.h"
@@ -84,32 +84,34 @@ const std::vector<double> rates = {unknown, 0,    7.5,   12,    15,   23.976, 24
                                    50,      50.6, 59.94, 60,    100,  120,    240, 1e12};
 const char* const flavours[] = {"apcn", "apch", "apcs", "apco", "ap4h", "xxxx"};
 
-Dico sized(double width, double height, double rate) {
-  Dico info;
-  const auto set = [&](std::string_view key, double value) {
-    if (value != unknown)
-      info.set(key, static_cast<std::int64_t>(value));
-  };
-  set(SourceKey::v0Width, width);
-  set(SourceKey::v0Height, height);
+void setSize(double width, double height, double rate, Source& source) {
+  if (width != unknown)
+    source.pictures.width = static_cast<std::int64_t>(width);
+  if (height != unknown)
+    source.pictures.height = static_cast<std::int64_t>(height);
   if (rate != unknown)
-    info.set(SourceKey::v0Fps, rate);
-  return info;
+    source.pictures.rate = rate;
+}
+
+Source sized(double width, double height, double rate) {
+  Source source;
+  setSize(width, height, rate, source);
+  return source;
 }
 
 // The ways in which a source's scan is told: by the field order, not at all; and what its row says,
 // which may not be the same.
 struct Scan {
-  const char* fields;
+  std::optional<Fields> fields;
   bool isProgressive;
 };
-constexpr Scan scans[] = {{nullptr, false}, {"PFF", true}, {"TFF", false}, {"BFF", false},
-                          {"i", false},     {"TFF", true}, {"PFF", false}};
-
-void setScan(const Scan& scan, Dico& info) {
-  if (scan.fields)
-    info.set(SourceKey::v0Fields, scan.fields);
-}
+constexpr Scan scans[] = {{{}, false},
+                          {Fields::progressive, true},
+                          {Fields::topFirst, false},
+                          {Fields::bottomFirst, false},
+                          {Fields::interlaced, false},
+                          {Fields::topFirst, true},
+                          {Fields::progressive, false}};
 
 struct Frame {
   double width;
@@ -121,8 +123,8 @@ constexpr Frame frames[] = {{unknown, unknown}, {0, 0},       {-1, 720},    {720
                             {1280, 720},        {1281, 720},  {1440, 1080}, {1440, 1081},
                             {1080, 1920},       {1920, 1080}, {1920, 1088}, {3840, 2160}};
 
-Row rowOf(const SourceInfo& info, bool isProgressive) {
-  Row row = newRow(info, Choice());
+Row rowOf(const Source& source, bool isProgressive) {
+  Row row = newRow(source, Choice());
   row.isProgressive = isProgressive;
   return row;
 }
@@ -152,11 +154,11 @@ void pinSizes(Pin& pin) {
   for (const double width : widths)
     for (const double height : heights)
       for (const double rate : rates) {
-        const SourceInfo info = sized(width, height, rate);
-        if (info.empty())
+        const Source source = sized(width, height, rate);
+        if (source == Source())
           continue;
         for (const bool isProgressive : {true, false}) {
-          const Row row = rowOf(info, isProgressive);
+          const Row row = rowOf(source, isProgressive);
           for (int soft = -1; soft < 4; ++soft)
             pin.add("{}", presetAutoComputedFromSrc(row, applicationOf(soft)));
         }
@@ -206,13 +208,13 @@ void pinPermissions(Pin& pin) {
     for (const double rate : rates)
       for (const Scan& scan : scans)
         for (const Stream& stream : streams) {
-          Dico info = sized(width, height, rate);
+          Source source = sized(width, height, rate);
           if (stream.codec) {
-            info.set(SourceKey::v0Codec, stream.codec);
-            info.set(SourceKey::wrapper, stream.wrapper);
+            source.pictures.codec = stream.codec;
+            source.container = stream.wrapper;
           }
-          setScan(scan, info);
-          Row entry = rowOf(info, scan.isProgressive);
+          source.pictures.fields = scan.fields;
+          Row entry = rowOf(source, scan.isProgressive);
           for (int size = -2; size < 14; ++size) {
             entry.choice.sizeOut = size;
             for (int speed = 0; speed < 4; ++speed) {
@@ -244,7 +246,7 @@ constexpr const char* jobKinds[] = {
     "v0_codec=prores wrapper=mxf w_force=mxf v0_id=3 a0_id=4 a0_channels=2 prefSurrond=1 "
     "v0_matrix=bt2020nc v0_transfer=arib-std-b67 v0_primaries=bt2020 w_duration=9"};
 
-Dico recordOf(std::string_view kind) {
+Source sourceOf(std::string_view kind) {
   Dico record;
   for (const std::string_view word : split(kind, " ")) {
     const std::string value(textAfter(word, "=").value_or(""));
@@ -253,7 +255,12 @@ Dico recordOf(std::string_view kind) {
     else
       record.set(textUpTo(word, "="), value);
   }
-  return record;
+  // A format that no source comes to be told.
+  const std::string format = record.textOrEmpty("w_force");
+  record.remove("w_force");
+  Source source = sourceOfRecord(record).value();
+  source.toldFormat = format;
+  return source;
 }
 
 void pinJob(Pin& pin, const Row& row, const std::string& movie) {
@@ -280,13 +287,13 @@ void pinCommands(Pin& pin) {
     for (const double rate : rates)
       for (const Scan& scan : scans)
         for (const char* kind : jobKinds) {
-          Dico info = sized(width, height, rate);
-          info.merge(recordOf(kind));
-          setScan(scan, info);
+          Source source = sourceOf(kind);
+          setSize(width, height, rate, source);
+          source.pictures.fields = scan.fields;
           // What a row can hold of it.
-          Row row = rowOf(rowInfo(info), scan.isProgressive);
-          Row job = rowOf(info, scan.isProgressive);
-          job.source.set(RowInfoKey::srcPathStr, "/in/Été.MTS");
+          Row row = rowOf(*sourceOfRecord(storedSource(source)), scan.isProgressive);
+          Row job = rowOf(source, scan.isProgressive);
+          job.source.path = "/in/Été.MTS";
           // Every size with each target at the one end of speeds or the other, by turns.
           for (int size = -1; size < 14; ++size) {
             row.choice.sizeOut = size;
@@ -312,7 +319,7 @@ void pinCommands(Pin& pin) {
         for (const Scan& scan : scans) {
           Row job;
           job.source = sized(1920, 1080, rate);
-          setScan(scan, job.source);
+          job.source.pictures.fields = scan.fields;
           job.choice = {speed < 1 ? outProres : outAic, size, static_cast<Speed>(speed)};
           pinJob(pin, job, "");
         }
@@ -336,14 +343,13 @@ void pinNames(Pin& pin) {
       pin.add(trimPathStr(path, length));
     for (const char* by : {"", "card", "stream", "file"})
       for (const char* time : {"", "2010-12-24 14:05:33", "2010-12-24 14:05:33 +0100", "a::b"}) {
-        SourceInfo info{{"srcPathStr", path}};
-        if (*by != '\0')
-          info.set(SourceKey::recordedBy, by);
-        if (*time != '\0')
-          info.set(SourceKey::recorded, time);
-        pin.add(dateCreation2iMovieN(path, info));
+        Source source;
+        source.path = path;
+        source.recordedBy = recordedByOfWord(by);
+        source.recorded = time;
+        pin.add(dateCreation2iMovieN(path, source));
         for (const Target target : allTargets)
-          pin.add(outputPath(info, target, "/nowhere/Tessarin", taken));
+          pin.add(outputPath(source, target, "/nowhere/Tessarin", taken));
       }
   }
   pin.add(otherOutputPath("/nowhere/Tessarin/clip.mov", taken));
@@ -357,9 +363,9 @@ void pinDates(Pin& pin) {
       "x010-12-24 14.05.33", " 2010-12-24 14.05.33\n", "2010-12-24 14.05.33 +0100"};
   for (const char* origin : {"card", "beside", "stream", "container", "file", "other", ""})
     for (const std::string& time : times) {
-      SourceInfo info;
-      addRecordingTime(std::string(origin) + " : " + time, "/nowhere/clip.mts", info);
-      pin.add(info.description());
+      Source source;
+      addRecordingTime(std::string(origin) + " : " + time, "/nowhere/clip.mts", source);
+      pin.add(recordOfSource(source).description());
       pin.add(clipNameOfDate(time, origin));
     }
   for (std::int64_t seconds = -3; seconds < 400000; seconds += 7)
@@ -410,8 +416,7 @@ void pinExports(Pin& pin) {
         for (int size = -1; size < 14; ++size) {
           Row job;
           job.source = sized(width, height, rate);
-          if (*shape != '\0')
-            job.source.set(SourceKey::v0Dar, shape);
+          job.source.pictures.shape = shape;
           job.choice.sizeOut = size;
           for (int target = 0; target < 4; ++target) {
             job.choice.target = static_cast<Target>(target);
@@ -475,15 +480,15 @@ void pinFields(Pin& pin) {
               }
   for (const Scan& scan : scans)
     for (const double rate : rates) {
-      SourceInfo info = sized(1920, 1080, rate);
-      setScan(scan, info);
-      info.set(RowInfoKey::srcPathStr, "/in/a.mts");
-      const Row row = newRow(info, {outAic, 7, speedHalf});
+      Source source = sized(1920, 1080, rate);
+      source.pictures.fields = scan.fields;
+      source.path = "/in/a.mts";
+      const Row row = newRow(source, {outAic, 7, speedHalf});
       pin.add(recordOfRow(row).description());
       const Dico stored = storedForm(row);
       pin.add(stored.description());
       pin.add(recordOfRow(rowOfStored(stored).value_or(Row())).description());
-      pin.add("{:d}{:d}", row.isProgressive, isSourceProgressive(info));
+      pin.add("{:d}{:d}", row.isProgressive, isSourceProgressive(row.source));
     }
 }
 

@@ -5,7 +5,6 @@
 #include <map>
 #include <regex>
 
-#include "analysis/SourceInfo.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/outputPreset.h"
@@ -15,6 +14,7 @@
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
 #include "support/shell.h"
+#include "support/sources.h"
 
 namespace tessarin {
 namespace {
@@ -23,7 +23,7 @@ using test::quoted;
 using test::runShell;
 using test::ShellResult;
 
-struct Source {
+struct Clip {
   const char* file;
   const char* wrapper;
   const char* videoCodec;
@@ -34,7 +34,7 @@ struct Source {
 };
 
 // Four frames each. 5.1 sound, so that it can be kept, mixed or left out.
-const Source sources[] = {
+const Clip sources[] = {
     {"i25.mts", "mpegts", "mpeg2video", "i", 25,
      "testsrc2=s=320x240:r=50:d=0.16,format=yuv420p,tinterlace=interleave_top,setfield=tff",
      "-c:v mpeg2video -flags +ildct+ilme -top 1"},
@@ -49,24 +49,24 @@ const Source sources[] = {
 
 enum class Sound { stereo, surround, forced, none };
 
-Row rowOf(const Source& source, const std::string& folder, const Choice& choice, Sound sound) {
+Row rowOf(const Clip& source, const std::string& folder, const Choice& choice, Sound sound) {
   Row row;
   row.choice = choice;
-  row.source = {{"srcPathStr", folder + "/" + source.file},
-                {"v0_fields", *source.scan == 'p' ? "PFF" : "TFF"},
-                {"wrapper", source.wrapper},
-                {"v0_codec", source.videoCodec},
-                {"v0_fps", source.fps},
-                {"v0_width", 320},
-                {"v0_height", 240}};
-  if (sound == Sound::none)
-    return row;
-  row.source.merge({{"a0_id", 1},
-                    {"a0_channels", 6},
-                    {"a0_codec", "ac3"},
-                    {"prefSurrond", sound == Sound::surround ? 1 : 0}});
+  Dico facts{{"srcPathStr", folder + "/" + source.file},
+             {"v0_fields", *source.scan == 'p' ? "PFF" : "TFF"},
+             {"wrapper", source.wrapper},
+             {"v0_codec", source.videoCodec},
+             {"v0_fps", source.fps},
+             {"v0_width", 320},
+             {"v0_height", 240}};
+  if (sound != Sound::none)
+    facts.merge({{"a0_id", 1},
+                 {"a0_channels", 6},
+                 {"a0_codec", "ac3"},
+                 {"prefSurrond", sound == Sound::surround ? 1 : 0}});
   if (sound == Sound::forced)
-    row.source.set(SourceKey::a0Force, 1);
+    facts.set("a0_force", 1);
+  row.source = test::sourceOf(facts);
   return row;
 }
 
@@ -88,7 +88,7 @@ std::string shapeOf(const std::vector<std::string>& arguments) {
 std::map<std::string, std::vector<std::string>> distinctCommands(const std::string& folder) {
   std::map<std::string, std::vector<std::string>> commands;
   std::map<std::string, bool> treatments;
-  const auto add = [&](const Source& source, const Choice& choice) {
+  const auto add = [&](const Clip& source, const Choice& choice) {
     const auto silent =
         encodage(rowOf(source, folder, choice, Sound::none), folder + "/out.mov", "apch");
     ASSERT_TRUE(silent);
@@ -101,7 +101,7 @@ std::map<std::string, std::vector<std::string>> distinctCommands(const std::stri
     ASSERT_TRUE(command);
     commands.emplace(shapeOf(command->arguments), command->arguments);
   };
-  for (const Source& source : sources)
+  for (const Clip& source : sources)
     for (const Target target : {outQuickTime, outAic, outProres})
       for (const Speed speed : {speedKeep, speedHalf, speedSlow}) {
         add(source, {target, keepsSize, speed});
@@ -115,7 +115,7 @@ TEST(FfmpegCommands, AreAllUnderstoodByTheInstalledFfmpeg) {
   const test::TestBundle bundle;
   const test::LogCapture log;
   const test::ScopedTemporaryFolder folder;
-  for (const Source& source : sources) {
+  for (const Clip& source : sources) {
     const ShellResult made =
         runShell("ffmpeg -nostdin -v error -f lavfi -i " + quoted(source.graph) +
                  " -f lavfi -i sine=d=0.2,aformat=channel_layouts=5.1 -shortest -c:a ac3 " +

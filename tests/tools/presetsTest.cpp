@@ -5,7 +5,6 @@
 
 #include <filesystem>
 
-#include "analysis/SourceInfo.h"
 #include "core/exportPlan.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
@@ -55,8 +54,8 @@ TEST(Presets, EveryChoiceHasAFileOfItsSizeAndShape) {
         for (const char* shape : {"4:3", "16:9"})
           for (const char* flavour : proresCodes) {
             Row entry;
-            entry.source = {
-                {"v0_width", 1920}, {"v0_height", 1080}, {"v0_fps", fps}, {"v0_dar", shape}};
+            entry.source.pictures.rate = fps;
+            entry.source.pictures.shape = shape;
             entry.choice = {out, row};
             const std::string name = exportPresetName(entry, flavour);
             EXPECT_TRUE(Bundle::main().pathForResource("presetQt/" + name, "")) << name;

@@ -9,6 +9,7 @@
 
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"
+#include "support/sources.h"
 #include "views/WindowFixture.h"
 #include "views/colourSchemes.h"
 
@@ -198,7 +199,7 @@ TEST(WindowTexts, AreTranslatedAndNotCutOff) {
         app.interface.colour.select(scheme);
         followColourScheme(app.interface.colour);
         MainWindow window(app, {[] {}, [](const std::string&) {}, [](const std::string&) {}});
-        app.table().append(newRow({{"srcPathStr", "/Clip.MTS"}}, {outProres, 12}));
+        app.table().append(newRow(test::sourceOf({{"srcPathStr", "/Clip.MTS"}}), {outProres, 12}));
         app.interface.batchDrawer.setShown(true);
         window.show();
         window.showPreferences();

@@ -1,0 +1,132 @@
+// A clip as the program knows it: what the analysis finds out and everything else reads.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "analysis/Fields.h"
+#include "ffmpeg/pictureColours.h"
+
+namespace tessarin {
+
+enum class StreamKind : char { video = 'v', audio = 'a', subtitle = 's' };
+
+// What tells when a clip was recorded: a card with playlists; the camera's file beside the clip;
+// the pictures; the file around them; the file system.
+enum class RecordedBy { card, beside, stream, container, file };
+
+// What is not known is absent, or "" of a text; never zero. Numbers of a report are single
+// precision. As a record (sourceRecord.h) it is stored and told.
+struct Source {
+  struct Stream {
+    std::optional<std::int64_t> id;       // ffmpeg's number of it
+    std::string language;                 // its code
+    std::string codec;                    // by ffmpeg's name
+    std::optional<std::int64_t> bitRate;  // kb/s
+    bool operator==(const Stream&) const = default;
+  };
+  struct Pictures : Stream {
+    std::optional<double> rate;        // a second; of an interlaced source of 30 or less its fields
+    std::optional<double> codecClock;  // ticks a second, without "k"
+    std::optional<std::int64_t> width;
+    std::optional<std::int64_t> height;
+    std::string pixelShape;  // "64:45"
+    std::string shape;       // "16:9", of the pictures as they are coded
+    // The same as the container has it, where that is another.
+    std::string containerPixelShape;
+    std::string containerShape;
+    std::string format;  // "yuv420p"
+    std::optional<Fields> fields;
+    std::optional<Fields> claim;  // the order that the stream claims, where its pictures say other
+    PictureColours colours;       // that the clip names
+    // Seconds, as a conversion counts them, to the first picture that can be decoded, where that is
+    // not 0: sound begins before, or the clip was cut inside a group of pictures; below 0 where
+    // pictures are shown before the key frame that a QuickTime movie's time begins with.
+    std::optional<double> begin;
+    // Degrees, -179 to 180, by which a player turns the pictures against the clock.
+    std::int64_t rotation = 0;
+    bool operator==(const Pictures&) const = default;
+  };
+  struct Sound : Stream {
+    std::optional<std::int64_t> rate;  // Hz
+    std::optional<std::int64_t> channels;
+    bool isMisread = false;  // ffmpeg takes it for something else and has to be told the decoder
+    bool operator==(const Sound&) const = default;
+  };
+  struct Subtitle : Stream {
+    std::string title;
+    bool operator==(const Subtitle&) const = default;
+  };
+  // How much later than the container a stream starts, in ms; only beyond 30 ms either way.
+  struct Offset {
+    std::optional<std::int64_t> shown;    // its first presentation time
+    std::optional<std::int64_t> decoded;  // its first decoding time
+    bool operator==(const Offset&) const = default;
+  };
+  // What the user has to be told of it (remarkTexts of core).
+  struct Remark {
+    enum class Kind {
+      soundUnreadable,  // with ffmpeg's number of the stream, which is left out
+      programs,         // with their number: one of them is converted
+    };
+    Kind kind = Kind::programs;
+    std::int64_t number = 0;
+    bool operator==(const Remark&) const = default;
+  };
+
+  std::string path;
+  std::string thumbnail;              // the file of its picture
+  bool hasOddThumbnail = false;       // not of a key frame
+  std::optional<bool> keepsSurround;  // in the movie; the user's choice
+  // The row of sizes and the application that it was last made valid for.
+  std::optional<std::int64_t> sizeOutPrevious;
+  std::optional<std::int64_t> softPrevious;
+
+  std::string container;  // "mpegts", "mov,mp4,m4a,…"
+  // Digits: bytes of the file when it was looked at. Another number later is another clip.
+  std::string bytes;
+  std::optional<double> duration;       // seconds; whole ones of a report, from one on
+  std::optional<double> seconds;        // the same to the hundredth, also of clips below a second
+  std::optional<double> start;          // seconds
+  std::optional<std::int64_t> bitRate;  // kb/s
+  std::vector<double> chapters;         // seconds
+  std::optional<double> firstKeyFrame;  // above 0: seconds from the start
+  // What ffmpeg has to be told to read it: its format, where the file does not tell that; how many
+  // bytes and microseconds it has to read before it knows the streams, where that is more than it
+  // does by itself; which streams are meant, where it could choose others.
+  std::string toldFormat;
+  std::optional<std::int64_t> probeSize;
+  std::optional<std::int64_t> analyzeDuration;
+  bool isMapped = false;
+  // By the camera's clock: "2010-12-24 14:05:33"; by the date of the file with the zone of this
+  // machine: "2010-12-24 14:05:33 +0100".
+  std::string recorded;
+  std::optional<RecordedBy> recordedBy;  // also without a time, of a clip on a card without one
+  std::vector<Remark> remarks;
+
+  // That are converted, the first of their kind.
+  Pictures pictures;
+  Sound sound;
+  // And those behind them, in order.
+  std::vector<Pictures> otherPictures;
+  std::vector<Sound> otherSounds;
+  std::vector<Subtitle> subtitles;
+  std::map<std::pair<StreamKind, int>, Offset> offsets;  // by ffmpeg's number of the stream
+  std::optional<std::int64_t> pictureLead;  // ms: the smallest offset of pictures, sign turned
+
+  bool operator==(const Source&) const = default;
+};
+
+// Whether the pictures are known to be whole ones.
+bool isSourceProgressive(const Source& source);
+// Whether a viewer sees the pictures with width and height exchanged.
+bool isTurned(const Source& source);
+// "mov" of "mov,mp4,m4a,3gp,3g2,mj2".
+std::string_view firstContainer(const Source& source);
+
+}  // namespace tessarin
