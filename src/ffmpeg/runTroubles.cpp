@@ -157,6 +157,8 @@ RunTroubles::Found RunTroubles::signOf(std::string_view module, std::string_view
   if ((startsWith(words, "concealing ") && contains(words, " DC, ")) ||
       startsWith(words, "Concealing bitstream errors"))
     return {Sign::concealed, Medium::pictures};
+  if (startsWith(words, "error while decoding MB "))
+    return {Sign::brokenBlock, Medium::pictures};
   return {};
 }
 
@@ -170,6 +172,9 @@ void RunTroubles::count(Found found, std::size_t times) {
       return;
     case Sign::concealed:
       counts.concealed += times;
+      return;
+    case Sign::brokenBlock:
+      counts.brokenBlocks += times;
       return;
     case Sign::lostPacket:
       counts.lostPackets += times;
@@ -223,7 +228,9 @@ void RunTroubles::keep(std::string_view words) {
 
 std::size_t RunTroubles::Counts::damaged() const {
   const std::size_t shown = std::max(corruptFrames, concealed);
-  return shown + lostPackets > 0 ? shown + lostPackets : corruptPackets;
+  if (shown + lostPackets > 0)
+    return shown + lostPackets;
+  return brokenBlocks > 0 ? brokenBlocks : corruptPackets;
 }
 
 std::size_t RunTroubles::damagedPictures() const {

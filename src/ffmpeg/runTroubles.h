@@ -35,8 +35,8 @@ class RunTroubles {
   bool losesOutput() const { return losesOutput_; }
 
   // Pictures that were shown damaged or are missing. Exact for decoders that mark damaged pictures
-  // (ffmpeg from 4.0 on) or tell when they conceal something; a picture that was not decoded, as in
-  // a copy, counts when its packet was damaged on the way.
+  // (ffmpeg from 4.0 on) or tell when they conceal something, of others at most so many; a picture
+  // that was not decoded, as in a copy, counts when its packet was damaged on the way.
   std::size_t damagedPictures() const;
   // Packets of sound, the same way.
   std::size_t damagedSound() const;
@@ -54,7 +54,7 @@ class RunTroubles {
 
  private:
   // What a line counts as.
-  enum class Sign { none, corruptFrame, concealed, lostPacket, corruptPacket };
+  enum class Sign { none, corruptFrame, concealed, brokenBlock, lostPacket, corruptPacket };
   enum class Medium { pictures, sound };
   struct Found {
     Sign sign = Sign::none;
@@ -63,6 +63,7 @@ class RunTroubles {
   struct Counts {
     std::size_t corruptFrames = 0;
     std::size_t concealed = 0;
+    std::size_t brokenBlocks = 0;  // of pictures, one or a few of each
     std::size_t lostPackets = 0;
     std::size_t corruptPackets = 0;
 

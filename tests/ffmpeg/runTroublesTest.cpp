@@ -76,6 +76,10 @@ TEST(RunTroubles, DamagedPicturesAreCountedOnceByEveryVersion) {
              "[mpeg2video @ 0x5] Warning MVs not available\n"
              "[mpeg2video @ 0x5] concealing 360 DC, 360 AC, 360 MV errors in B frame\n",
              1, 0},
+        // Nor what 3.1 does not conceal, as of pictures in 4:4:4.
+        Case{"[h264 @ 0x5] error while decoding MB 15 2, bytestream 10587\n"
+             "[h264 @ 0x6] error while decoding MB 34 1, bytestream 8057\n",
+             2, 0},
         Case{"[vist#0:0/h264 @ 0x5] [dec:h264 @ 0x6] Error submitting packet to decoder: Invalid "
              "data found when processing input\n"
              "    Last message repeated 2 times\n"
