@@ -76,6 +76,7 @@ def field_order(pictures):
     moved = {"tff": 0.0, "bff": 0.0}
     within = between = 0.0
     votes = {"tff": 0, "bff": 0}
+    moving = 0
     for begin in range(0, len(pictures) - 1, CHUNK):
         top, bottom = (normalised(part) for part in halves(
             pictures.planes[begin:begin + CHUNK + 1], pictures.lines))
@@ -85,6 +86,7 @@ def field_order(pictures):
         bff = distance(top[:-1], bottom[1:])
         motion = distance(top[:-1], top[1:])
         seen = motion > STILL
+        moving += int(np.count_nonzero(seen))
         moved["tff"] += float(tff[seen].sum())
         moved["bff"] += float(bff[seen].sum())
         within += float(distance(top[:-1], bottom[:-1])[seen].sum())
@@ -95,8 +97,9 @@ def field_order(pictures):
         return None
     if within < 0.03 * between:
         return "p"
+    # Of lines that were made up between those of a field some look so, too.
     for order, other in (("tff", "bff"), ("bff", "tff")):
-        if votes[order] >= 3 and votes[order] > 3 * votes[other]:
+        if votes[order] >= 3 and votes[order] > max(3 * votes[other], moving / 4):
             return order
     return None
 
