@@ -29,11 +29,20 @@ const SizeRow& rowAt(int row) {
   return sizeRows()[static_cast<std::size_t>(row)];
 }
 
-// Width and height of the source are looked for as a person would, in the words of the row: a part
-// of a number counts, so that 80 lines are found in "1080p25". What comes of it for odd sizes has
-// to stay.
+// Width and height of the source are looked for as a person would, in the numbers and names of the
+// row: a part of one counts, so that 80 lines are found in "1080p25". What comes of it for odd
+// sizes has to stay.
 bool says(int row, std::string_view words) {
-  return contains(rowAt(row).label, words);
+  const SizeRow& size = rowAt(row);
+  std::vector<std::string> facts;
+  for (const int number : {size.frame.width, size.frame.height})
+    facts.push_back(fmt::format("{}", number));
+  for (const int rate : size.rates)
+    if (rate != 0)
+      facts.insert(facts.end(), {fmt::format("{}", rate), size.nameAt(rate)});
+  return size.isSize() && std::any_of(facts.begin(), facts.end(), [words](std::string_view fact) {
+           return contains(fact, words);
+         });
 }
 
 std::string described(const Rows& rows) {
@@ -117,10 +126,10 @@ Rows scanPass(const Wanted& wanted) {
   const bool interlaced = wanted.scan == "i";
   Rows rows;
   for (int row = firstSearchedRow; row < rowCount(); ++row) {
-    if (rowAt(row).isInterlaced() == interlaced && presetIsCompliant(row, wanted.application))
+    const bool isOfScan = rowAt(row).isInterlaced() == interlaced;
+    if (isOfScan && presetIsCompliant(row, wanted.application))
       rows.push_back(row);
-    debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(says(row, wanted.scan)), row,
-                presetShortLabel(row));
+    debugFormat("presetAutoComputedFr:-{} #{} '{}'", smile(isOfScan), row, presetShortLabel(row));
   }
   if (debugMode())
     logFormat("presetAutoComputedFr: ma pass2.0#i|p(={}): {}", wanted.scan, described(rows));
