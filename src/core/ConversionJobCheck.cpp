@@ -69,7 +69,7 @@ void ConversionJob::check() {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  if (state && lacksSamples(order_.row)) {
+  if (state && (lacksSamples(order_.row) || isCutRiff(order_.row.path()))) {
     fail(localisationString("why_endsEarly"));
     return;
   }
@@ -124,9 +124,20 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
     logFormat("check               :-( {} pictures of the source are not in the movie", lost);
     damagedPictures_ = lost;
   }
+  if (const std::size_t missing = missingPictures(*plan_, measure); missing > damagedPictures_) {
+    logFormat("check               :-( the source tells of {} pictures that it has not", missing);
+    damagedPictures_ = missing;
+  }
+  // Each picture of DV has its sound; behind a hole ffmpeg may find none any more.
+  constexpr double soundSlack = 0.3;
+  if (maySoundChange(plan_->row.source) && measure.sound &&
+      measure.sound->end + soundSlack < measure.pictures->end) {
+    logFormat("check               :-( sound up to {} s, pictures up to {} s", measure.sound->end,
+              measure.pictures->end);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+  }
   // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence
   // once more, and what comes behind is out of step.
-  constexpr double soundSlack = 0.3;
   if (const MovieTrack* sound = movie_.sound();
       sound && measure.sound && sound->seconds > measure.sound->end * 1.01 + soundSlack) {
     logFormat("check               :-( sound for {} s, in the source for {} s", sound->seconds,
@@ -143,7 +154,7 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
     return;
   }
   // The source says that it has more. Either that is wrong, or nobody has read all of it.
-  if (troubles_.endsEarly() || end.troubles.endsEarly() || isCutRiff(source)) {
+  if (troubles_.endsEarly() || end.troubles.endsEarly()) {
     fail(localisationString("why_endsEarly"));
   } else if (!troubles_.givenUp().empty() || !end.troubles.givenUp().empty()) {
     fail(localisationString(

@@ -244,6 +244,8 @@ void EncodingDriver::ended(const ConversionJob& job, const JobEnd& end) {
   }
   if (end.kind == JobEnd::Kind::converted && !end.reason.empty())
     batchTroubles_.damaged.push_back(end.source);
+  if (end.kind == JobEnd::Kind::failed && !pathExists(end.source))
+    batchTroubles_.missing.push_back(end.source);
   debugFormat("…RAZ GUI done");
   mirror_.show(shown() ? shown()->job.get() : nullptr);
   showTool();

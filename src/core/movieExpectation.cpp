@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "analysis/usedStreams.h"
@@ -164,6 +165,24 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
                      (times > 0 ? times : 1.0 / parts);
   return static_cast<std::size_t>(
       std::max(0.0, std::floor(due) - static_cast<double>(made->shown)));
+}
+
+std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
+  constexpr std::array<std::string_view, 6> telling{"avi", "flv", "asf", "mxf", "matroska", "dv"};
+  const Source& source = plan.row.source;
+  const bool tells =
+      std::find(telling.begin(), telling.end(), firstContainer(source)) != telling.end();
+  if (!tells || !source.seconds || !measure.pictures || !source.subtitles.empty() ||
+      !source.otherPictures.empty() || !source.otherSounds.empty())
+    return 0;
+  const double end = std::max(measure.pictures->end, measure.sound ? measure.sound->end : 0);
+  const double missing = *source.seconds - end;
+  constexpr double slack = 0.3;  // seconds; sound and pictures need not end together
+  if (missing < slack)
+    return 0;
+  const double shown = source.pictures.rate.value_or(0);
+  const double rate = isSourceProgressive(source) ? shown : shown / 2;
+  return static_cast<std::size_t>(std::max(1.0, std::round(missing * rate)));
 }
 
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {

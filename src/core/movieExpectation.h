@@ -27,6 +27,12 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
 std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
                          const MovieIndex& movie);
 
+// How many pictures the container of the source promises and the source has not, by its packets:
+// zeros at the end of a file are readable, and many formats pass over them without a word. Only of
+// containers that tell their length themselves, and where streams that are not converted cannot be
+// what is longer.
+std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
+
 // Whether the source is said to have more than the movie has, whatever was measured.
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
 

@@ -157,8 +157,12 @@ RunTroubles::Found RunTroubles::signOf(std::string_view module, std::string_view
   if ((startsWith(words, "concealing ") && contains(words, " DC, ")) ||
       startsWith(words, "Concealing bitstream errors"))
     return {Sign::concealed, Medium::pictures};
-  if (startsWith(words, "error while decoding MB "))
+  if (startsWith(words, "error while decoding MB ") ||
+      (module == "mjpeg" && (startsWith(words, "error dc") || startsWith(words, "error y="))))
     return {Sign::brokenBlock, Medium::pictures};
+  if ((module == "flv" && startsWith(words, "Packet mismatch ")) ||
+      (module == "asf" && startsWith(words, "ff asf bad header ")))
+    return {Sign::corruptPacket, Medium::pictures};
   return {};
 }
 
