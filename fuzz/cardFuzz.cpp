@@ -6,7 +6,7 @@
 #include "InputFile.h"
 #include "tools/gettimestamps/containers.h"
 #include "tools/gettimestamps/playlist.h"
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "classShared/log.h"
-#include "core/batchSettings.h"
+#include "core/BatchFile.h"
 #include "core/storedRow.h"
 #include "utils/files.h"
 

@@ -9,10 +9,9 @@
 #include <vector>
 
 #include "core/BatchStore.h"
-#include "core/DiskSync.h"
-#include "core/DiskThread.h"
+#include "core/DiskWork.h"
 #include "core/appDelegate.h"
-#include "core/storedJob.h"
+#include "core/outputPlace.h"
 
 namespace tessarin {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "classShared/Outcome.h"
-#include "core/batchFormat.h"
+#include "core/BatchFile.h"
 #include "platform/Descriptor.h"
 
 namespace tessarin {

@@ -9,10 +9,10 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "core/failureReason.h"
 #include "core/forecast.h"
-#include "core/setAside.h"
+#include "core/outputPlace.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"

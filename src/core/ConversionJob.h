@@ -11,7 +11,6 @@
 #include "core/CoreServices.h"
 #include "core/JobTool.h"
 #include "core/LaterStep.h"
-#include "core/fileState.h"
 #include "core/jobPlan.h"
 #include "core/outputPlace.h"
 #include "encoding/Row.h"

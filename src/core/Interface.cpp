@@ -1,6 +1,5 @@
 #include "core/Interface.h"
 
-#include "core/Popup.h"
 #include "encoding/sizes.h"
 
 namespace tessarin {
@@ -22,6 +21,18 @@ std::vector<SegmentedControl::Segment> labelled(std::initializer_list<const char
 }
 
 }  // namespace
+
+void Popup::bind(PopUpButton& control, const std::vector<std::string>& images) const {
+  std::vector<PopUpButton::Item> items;
+  int selected = -1;
+  for (std::size_t place = 0; place < popupArray_.size(); ++place) {
+    items.push_back({popupArray_[place], place < images.size() ? images[place] : "", ""});
+    if (selected < 0 && popupArray_[place] == selectedSizeOut_)
+      selected = static_cast<int>(place);
+  }
+  control.setItems(std::move(items));
+  control.select(selected);
+}
 
 Interface::Interface()
     : editingSoft(applications(), 2),

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "core/jobPlan.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"

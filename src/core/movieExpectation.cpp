@@ -8,7 +8,7 @@
 
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "platform/Bundle.h"

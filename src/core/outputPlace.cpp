@@ -1,8 +1,14 @@
 #include "core/outputPlace.h"
 
-#include <cerrno>
+#include <fmt/format.h>
+#include <sys/stat.h>
 
+#include <cerrno>
+#include <fstream>
+
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/log.h"
 #include "core/failureReason.h"
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
@@ -17,6 +23,19 @@ constexpr std::string_view prefix = ".tessarin-";
 
 // An output of this many kilobytes or less holds no movie.
 constexpr double smallestOutput = 10;
+
+Dico recordOfState(const FileState& state) {
+  return {{"device", static_cast<std::int64_t>(state.device)},
+          {"inode", static_cast<std::int64_t>(state.inode)},
+          {"size", state.size},
+          {"changed", state.changedNanoseconds}};
+}
+
+FileState stateOfRecord(const Dico& record) {
+  return {static_cast<std::uint64_t>(record.integer("device").value_or(0)),
+          static_cast<std::uint64_t>(record.integer("inode").value_or(0)),
+          record.integer("size").value_or(0), record.integer("changed").value_or(0)};
+}
 
 }  // namespace
 
@@ -67,6 +86,60 @@ void removeLeftJobFolders(const std::string& folder) {
 
 bool removeLeftJobFolder(const std::string& path) {
   return PrivateFolder::removeOne(path, prefix);
+}
+
+std::string setAsideFailure(const std::string& file, const std::string& output) {
+  if (!isNameTaken(file))
+    return "";
+  const std::string name = withoutExtension(output) + "-failure";
+  std::string aside = withExtension(name, pathExtension(output));
+  int error = renameTo(file, aside, false);
+  for (int number = 2; error == EEXIST; ++number) {
+    aside = withExtension(fmt::format("{}-{}", name, number), pathExtension(output));
+    error = renameTo(file, aside, false);
+  }
+  if (error == 0)
+    return aside;
+  logFormat("setAsideFailure     :-( {}: {}", aside, systemReason(error));
+  return "";
+}
+
+std::optional<FileState> fileState(const std::string& path) {
+  struct stat state {};
+  if (::stat(path.c_str(), &state) != 0)
+    return std::nullopt;
+  constexpr std::int64_t second = 1'000'000'000;
+  return FileState{state.st_dev, state.st_ino, state.st_size,
+                   state.st_mtim.tv_sec * second + state.st_mtim.tv_nsec};
+}
+
+Dico recordOfJob(const StoredJob& job) {
+  Dico record{{"source", job.source}, {"folder", job.folder}, {"boot", job.boot}};
+  if (job.movie) {
+    record.set("output", job.output);
+    record.set("movie", recordOfState(*job.movie));
+    record.set("undamaged", job.isUndamaged);
+  }
+  return record;
+}
+
+StoredJob jobOfRecord(const Dico& record) {
+  StoredJob job;
+  job.source = record.textOrEmpty("source");
+  job.folder = record.textOrEmpty("folder");
+  job.boot = record.textOrEmpty("boot");
+  job.output = record.textOrEmpty("output");
+  if (const Dico* movie = record.dico("movie"))
+    job.movie = stateOfRecord(*movie);
+  job.isUndamaged = record.flag("undamaged");
+  return job;
+}
+
+std::string runningSystem() {
+  std::ifstream file("/proc/sys/kernel/random/boot_id");
+  std::string id;
+  std::getline(file, id);
+  return std::string(trimmed(id));
 }
 
 }  // namespace tessarin

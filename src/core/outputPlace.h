@@ -1,13 +1,16 @@
-// Where the movies of a batch are made, and how they come to their names.
+// Where the movies of a batch are made, how they come to their names, what is left of failed ones,
+// and what is stored of a job while it writes.
 //
 // Everything that a job writes lies in a folder of its own (PrivateFolder) inside the destination:
 // nobody else can put a link in its way there, what the user has in the destination is in nobody's
 // way, and the finished movie comes to its name in one step, as a whole.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
+#include "classShared/Value.h"
 #include "utils/PrivateFolder.h"
 
 namespace tessarin {
@@ -43,5 +46,40 @@ bool mayHoldMovie(const std::string& path);
 void removeLeftJobFolders(const std::string& folder);
 // Removes one such folder. True when it is gone.
 bool removeLeftJobFolder(const std::string& path);
+
+// Moves the file to a free name that says what it is: "NAME-failure.EXT", after the movie `output`
+// that it was to become, with a number when that is taken. The result is that name; "" when there
+// is no such file or it cannot be moved.
+std::string setAsideFailure(const std::string& file, const std::string& output);
+
+// Whether a file is still the one that it was.
+struct FileState {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::int64_t size = 0;                // bytes
+  std::int64_t changedNanoseconds = 0;  // time of the last change of the content, since 1970
+  bool operator==(const FileState&) const = default;
+};
+
+// Nothing when there is no such file.
+std::optional<FileState> fileState(const std::string& path);
+
+// What is stored of a job while it writes.
+struct StoredJob {
+  std::string source;
+  std::string folder;  // into which it writes everything
+  std::string boot;    // runningSystem() of the job
+  // Of a movie that was whole when this was stored, and then moved to its name.
+  std::string output = {};
+  std::optional<FileState> movie = {};
+  bool isUndamaged = false;
+};
+
+Dico recordOfJob(const StoredJob& job);
+StoredJob jobOfRecord(const Dico& record);
+
+// A name for the time from one start of the system to the next: what was written in the same one
+// cannot have been lost with the power. "" when the system does not tell.
+std::string runningSystem();
 
 }  // namespace tessarin

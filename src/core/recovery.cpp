@@ -9,8 +9,6 @@
 #include "classShared/log.h"
 #include "core/newRow.h"
 #include "core/outputPlace.h"
-#include "core/setAside.h"
-#include "core/storedJob.h"
 #include "core/storedRow.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"

@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "classShared/Value.h"
-#include "core/batchFormat.h"
+#include "core/BatchFile.h"
 
 namespace tessarin {
 

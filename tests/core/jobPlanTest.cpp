@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "analysis/codecInventory.h"
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "core/jobPlan.h"
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"

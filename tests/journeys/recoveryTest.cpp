@@ -10,8 +10,8 @@
 
 #include "Journey.h"
 #include "core/BatchFile.h"
-#include "core/fileState.h"
 #include "core/newRow.h"
+#include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "platform/propertyList.h"
 #include "support/changesOf.h"

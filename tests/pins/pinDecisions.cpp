@@ -25,7 +25,7 @@
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "core/forecast.h"
 #include "core/newRow.h"
 #include "core/rowChoices.h"

@@ -6,7 +6,7 @@
 #include "tools/cardBytes.h"
 #include "tools/gettimestamps/card.h"
 #include "tools/gettimestamps/playlist.h"
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 
 namespace tessarin {
 namespace {

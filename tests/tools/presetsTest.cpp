@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
 #include "platform/propertyList.h"

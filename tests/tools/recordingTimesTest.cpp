@@ -10,7 +10,7 @@
 #include "tools/gettimestamps/card.h"
 #include "tools/gettimestamps/containers.h"
 #include "tools/gettimestamps/source.h"
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 #include "tools/movieBytes.h"
 
 namespace tessarin {

@@ -7,7 +7,7 @@
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/playlist.h"
 #include "tools/gettimestamps/streamFile.h"
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 #include "utils/files.h"
 
 namespace tessarin {

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdlib>
 
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 
 namespace tessarin {
 

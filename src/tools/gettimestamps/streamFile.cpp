@@ -1,7 +1,7 @@
 #include "tools/gettimestamps/streamFile.h"
 
 #include "tools/gettimestamps/containers.h"
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 
 namespace tessarin {
 

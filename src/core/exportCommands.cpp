@@ -1,4 +1,4 @@
-#include "core/exportPlan.h"
+#include "core/exportCommands.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "tools/gettimestamps/streams.h"
+#include "tools/gettimestamps/timesInStreams.h"
 
 #include <algorithm>
 #include <array>

@@ -1,17 +1,55 @@
-// A thread for writing that waits for the disk.
+// Waiting for the disk without stopping for it: a thread that writes, and a child that waits until
+// files are there.
 #pragma once
 
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "classShared/Outcome.h"
+#include "platform/ChildProcess.h"
 #include "platform/Descriptor.h"
+#include "platform/ExitWatch.h"
 #include "platform/RunLoop.h"
 
 namespace tessarin {
+
+// A movie can take a slow disk many seconds; a child process ("sync" of the system) does the
+// waiting, so that the main thread goes on.
+class DiskSync {
+ public:
+  using Done = std::function<void()>;
+
+  explicit DiskSync(RunLoop& loop) : loop_(loop) {}
+  DiskSync(const DiskSync&) = delete;
+  DiskSync& operator=(const DiskSync&) = delete;
+
+  // Calls `done` from the loop once the file's content has been brought to the disk or cannot be.
+  // It is never called where the system has no such tool.
+  void add(const std::string& path, Done done);
+  // Forgets all files; none of them is called back.
+  void clear();
+
+ private:
+  struct Entry {
+    std::string path;
+    Done done;
+  };
+
+  void start();
+  void ended();
+
+  RunLoop& loop_;
+  std::vector<Entry> waiting_;
+  std::vector<Entry> running_;
+  std::unique_ptr<ChildProcess> child_;
+  std::unique_ptr<ExitWatch> watch_;
+};
 
 // Does pieces of work one after the other, in the order in which they were added, so that the main
 // thread need not wait for an fsync. What a piece works on is its own or const until its result is

@@ -1,4 +1,5 @@
-// How the export that finishes a job is done. Pure functions of the row and of the plan.
+// The settings and the commands of the export that finishes a job. Pure functions of the row and of
+// the plan.
 #pragma once
 
 #include <string>
