@@ -18,15 +18,15 @@ namespace {
 constexpr std::chrono::milliseconds longestStep(8);
 
 // Names that are listed.
-constexpr std::size_t mostNames = 8;
+constexpr std::size_t mostNamed = 8;
 
 std::string namesOf(const std::vector<std::string>& movies) {
   std::vector<std::string> lines;
-  for (std::size_t movie = 0; movie < std::min(movies.size(), mostNames); ++movie)
+  for (std::size_t movie = 0; movie < std::min(movies.size(), mostNamed); ++movie)
     lines.push_back(fileName(movies[movie]));
-  if (movies.size() > mostNames)
+  if (movies.size() > mostNamed)
     lines.push_back(
-        localisationString("D_refused_2", "", fmt::format("{}", movies.size() - mostNames)));
+        localisationString("D_refused_2", "", fmt::format("{}", movies.size() - mostNamed)));
   return joinTexts(lines, "\n");
 }
 

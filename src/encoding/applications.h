@@ -21,13 +21,15 @@ struct ApplicationRow {
   const char* label;      // of the segment
   std::string_view word;  // at the command line
   Target firstTarget;     // that a new row starts with
+  const char* title;      // keys of what the window calls it, and of what it tells of it
+  const char* tip;
 };
 
 inline constexpr ApplicationRow applicationTable[] = {
-    {"QuickTime", "quicktime", outQuickTime},
-    {"iMovie", "imovie", outAic},
-    {"Final Cut Pro", "finalcut", outProres},
-    {"50p/60p", "50p60p", outNone},
+    {"QuickTime", "quicktime", outQuickTime, "softQuickTime", "tipSoftQuickTime"},
+    {"iMovie", "imovie", outAic, "softIMovie", "tipSoftIMovie"},
+    {"Final Cut Pro", "finalcut", outProres, "softFinalCutPro", "tipSoftFinalCutPro"},
+    {"50p/60p", "50p60p", outNone, "soft50p60p", "tipSoft50p60p"},
 };
 
 // The application of a segment; `any` for a number that no segment has.

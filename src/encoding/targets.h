@@ -12,6 +12,8 @@ namespace tessarin {
 
 struct TargetRow {
   std::string_view word;  // at the command line and in its reports
+  const char* title;      // what the window calls it, in every language
+  const char* tip;        // key of what the window tells of it
   const char* icon;       // of its cell; the names of the images begin with it
   // The codec as ffmpeg calls it; "" for that of the source, whose pictures are copied.
   std::string_view codec;
@@ -24,9 +26,12 @@ struct TargetRow {
 
 // By Target.
 inline constexpr std::array targetTable = {
-    TargetRow{"quicktime", "iconQt", "", nullptr, 0, "", false, false},
-    TargetRow{"aic", "iconImovie", "icod", &CodecInventory::aic, 0, "", false, true},
-    TargetRow{"prores", "iconFcp", "prores", &CodecInventory::prores, 720, "pr", true, false},
+    TargetRow{"quicktime", "QuickTime", "tipSoftQuickTime", "iconQt", "", nullptr, 0, "", false,
+              false},
+    TargetRow{"aic", "AIC", "tipSoftIMovie", "iconImovie", "icod", &CodecInventory::aic, 0, "",
+              false, true},
+    TargetRow{"prores", "ProRes", "tipSoftFinalCutPro", "iconFcp", "prores",
+              &CodecInventory::prores, 720, "pr", true, false},
 };
 inline constexpr std::array allTargets = {outQuickTime, outAic, outProres};
 
@@ -34,13 +39,14 @@ struct SpeedRow {
   std::string_view word;  // at the command line and in its reports
   const char* icon;       // of its cell; the names of the images begin with it
   const char* title;      // key of its text
+  const char* tip;        // key of what the window tells of it
 };
 
 // By Speed.
 inline constexpr std::array speedTable = {
-    SpeedRow{"full", "fpsFull", "speedFull"},
-    SpeedRow{"half", "fpsHalf", "speedHalf"},
-    SpeedRow{"slow", "fpsSlow", "speedSlow"},
+    SpeedRow{"full", "fpsFull", "speedFull", "tipSpeedFull"},
+    SpeedRow{"half", "fpsHalf", "speedHalf", "tipSpeedHalf"},
+    SpeedRow{"slow", "fpsSlow", "speedSlow", "tipSpeedSlow"},
 };
 inline constexpr std::array allSpeeds = {speedKeep, speedHalf, speedSlow};
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int startWidth = 130;
 constexpr int startHeight = 36;
-constexpr int barSteps = 1000;
+constexpr int progressSteps = 1000;
 
 // A label that is cut off rather than making the window wider: the texts hold file names.
 QLabel* newNarrowLabel() {
@@ -142,7 +142,7 @@ QWidget* BatchDrawer::newProgress() {
   progress->setObjectName("progress");
   progress->setTextVisible(false);
   progress->setAccessibleName("@@progress");
-  progress->setRange(0, barSteps);
+  progress->setRange(0, progressSteps);
   grid->setHorizontalSpacing(14);
   grid->addWidget(action, 0, 0);
   grid->addWidget(number, 0, 1);
@@ -156,7 +156,7 @@ QWidget* BatchDrawer::newProgress() {
     const BatchProgress batch = app_.driver().progress();
     held->setText(numberText(batch));
     percent->setText(percentText(batch));
-    progress->setValue(static_cast<int>(batch.fraction * barSteps));
+    progress->setValue(static_cast<int>(batch.fraction * progressSteps));
   };
   app_.driver().progressed.connect(show);
   app_.driver().jobStarted.connect([show](const std::string&, const std::string&) { show(); });

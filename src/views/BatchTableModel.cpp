@@ -89,19 +89,21 @@ const ChoiceCell& BatchTableModel::choiceCell(const QModelIndex& index) const {
 }
 
 QStringList BatchTableModel::segmentTitles(int column) const {
+  QStringList titles;
   if (column == outColumn)
-    return {QStringLiteral("QuickTime"), QStringLiteral("AIC"), QStringLiteral("ProRes")};
-  return {localizedText(QStringLiteral("@@speedFull")),
-          localizedText(QStringLiteral("@@speedHalf")),
-          localizedText(QStringLiteral("@@speedSlow"))};
+    for (const TargetRow& row : targetTable)
+      titles << QLatin1String(row.title);
+  else
+    for (const SpeedRow& row : speedTable)
+      titles << localizedText(QStringLiteral("@@") + QLatin1String(row.title));
+  return titles;
 }
 
 QString BatchTableModel::segmentTip(const QModelIndex& index, int segment) const {
   const bool isOut = index.column() == outColumn;
-  static constexpr const char* const keys[] = {"@@tipSoftQuickTime",   "@@tipSoftIMovie",
-                                               "@@tipSoftFinalCutPro", "@@tipSpeedFull",
-                                               "@@tipSpeedHalf",       "@@tipSpeedSlow"};
-  const QString tip = localizedText(QLatin1String(keys[(isOut ? 0 : 3) + segment]));
+  const auto number = static_cast<std::size_t>(segment);
+  const char* key = isOut ? targetTable.at(number).tip : speedTable.at(number).tip;
+  const QString tip = localizedText(QStringLiteral("@@") + QLatin1String(key));
   const std::string reason = isOut ? table_.whyNotOut(index.row(), static_cast<Target>(segment))
                                    : table_.whyNotSpeed(index.row(), static_cast<Speed>(segment));
   return reason.empty() ? tip : tip + QLatin1Char('\n') + qtText(reason);

@@ -17,8 +17,8 @@ namespace tessarin {
 
 namespace {
 
-constexpr int windowWidth = 820;
-constexpr int windowHeight = 560;
+constexpr int logWidth = 820;
+constexpr int logHeight = 560;
 // A log of days is long, and what happened last is what is looked for.
 constexpr qint64 mostShown = qint64{512} * 1024;
 
@@ -62,7 +62,7 @@ LogWindow::LogWindow(const char* title, const std::string& path,
   column->addWidget(buttons);
   giveRoom(this);
   localizeWindow(this);
-  resize(windowWidth, windowHeight);
+  resize(logWidth, logHeight);
   text->verticalScrollBar()->setValue(text->verticalScrollBar()->maximum());
 }
 

@@ -6,6 +6,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "encoding/applications.h"
+
 namespace tessarin {
 
 SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips) {
@@ -16,9 +18,13 @@ SegmentedBar* newChoice(const QStringList& titles, const QStringList& tips) {
 }
 
 SegmentedBar* newApplicationBar() {
-  return newChoice(
-      {"@@softQuickTime", "@@softIMovie", "@@softFinalCutPro", "@@soft50p60p"},
-      {"@@tipSoftQuickTime", "@@tipSoftIMovie", "@@tipSoftFinalCutPro", "@@tipSoft50p60p"});
+  QStringList titles;
+  QStringList tips;
+  for (const ApplicationRow& row : applicationTable) {
+    titles << QStringLiteral("@@") + QLatin1String(row.title);
+    tips << QStringLiteral("@@") + QLatin1String(row.tip);
+  }
+  return newChoice(titles, tips);
 }
 
 QDialogButtonBox* newCloseButtons(QDialog* window) {
