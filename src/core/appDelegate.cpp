@@ -114,7 +114,7 @@ appDelegate::appDelegate(CoreServices services)
 }
 
 int suitableJobs(unsigned processors) {
-  return std::clamp(static_cast<int>(processors) + 2, 2, 8);
+  return std::clamp(static_cast<int>(processors), 1, 8);
 }
 
 void appDelegate::followChosenJobs() {
