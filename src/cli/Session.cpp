@@ -245,7 +245,7 @@ void Session::begin() {
     end();
   } else {
     const BatchCount count = countRows(app_.table());
-    if (start_.batch && count.converted == app_.table().count())
+    if (start_.batch && count.failed + count.waiting == 0)
       reporter_.note(localisationString("nothingToConvert", textTable));
     app_.iba_batchGoBt();
   }
