@@ -78,6 +78,55 @@ std::optional<double> Pace::secondsFor(double toDo) const {
   return std::max(0.0, toDo) / *perSecond;
 }
 
+void BatchMeter::start() {
+  *this = {};
+  clock_.start(std::chrono::steady_clock::now());
+}
+
+void BatchMeter::pause() {
+  clock_.pause(std::chrono::steady_clock::now());
+}
+
+void BatchMeter::resume() {
+  clock_.resume(std::chrono::steady_clock::now());
+}
+
+void BatchMeter::end(const InHand& clip, double done) {
+  ++ended_;
+  work_ += clip.work * done;
+  seconds_ += clip.seconds * done;
+}
+
+void BatchMeter::measure(const std::vector<InHand>& inHand) {
+  double work = work_;
+  double seconds = seconds_;
+  for (const InHand& each : inHand) {
+    work += each.work * each.clip.fraction;
+    seconds += each.seconds * each.clip.fraction;
+  }
+  const double now = clock_.elapsed(std::chrono::steady_clock::now()).count();
+  workPace_.add(now, work);
+  moviePace_.add(now, seconds);
+}
+
+BatchProgress BatchMeter::progress(const std::vector<InHand>& inHand, int waitingRows,
+                                   double waitingWork) const {
+  BatchProgress progress;
+  progress.ended = ended_;
+  progress.rows = ended_ + waitingRows + static_cast<int>(inHand.size());
+  double done = work_;
+  double all = work_ + waitingWork;
+  for (const InHand& each : inHand) {
+    progress.inHand.push_back(each.clip);
+    done += each.work * each.clip.fraction;
+    all += each.work;
+  }
+  progress.fraction = all > 0 ? done / all : 0;
+  progress.speed = moviePace_.rate();
+  progress.left = workPace_.secondsFor(all - done);
+  return progress;
+}
+
 std::string clockText(double seconds) {
   const auto whole = static_cast<std::int64_t>(std::llround(std::max(0.0, seconds)));
   const auto hours = whole / 3600;

@@ -95,6 +95,35 @@ class Pace {
   std::deque<Sample> samples_;
 };
 
+// Reckons the progress of a batch from what is over, in hand, and still waits.
+class BatchMeter {
+ public:
+  struct InHand {
+    BatchProgress::Clip clip;
+    double work = 0;     // workOf() its row
+    double seconds = 0;  // of its movie; 0: not known
+  };
+
+  void start();  // anew
+  void pause();
+  void resume();
+  // One is over, of which so much was done, 0 to 1.
+  void end(const InHand& clip, double done);
+  // To be told whenever one of them is further.
+  void measure(const std::vector<InHand>& inHand);
+
+  BatchProgress progress(const std::vector<InHand>& inHand, int waitingRows,
+                         double waitingWork) const;
+
+ private:
+  int ended_ = 0;
+  double work_ = 0;     // of what is over
+  double seconds_ = 0;  // likewise
+  StopWatch clock_;
+  Pace workPace_;
+  Pace moviePace_;
+};
+
 // "1:05" or "2:03:09".
 std::string clockText(double seconds);
 

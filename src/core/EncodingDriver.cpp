@@ -104,11 +104,9 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   questions_.clear();
   ++batch_;
   batchTroubles_ = {};
-  ended_ = 0;
-  endedWork_ = endedSeconds_ = 0;
+  begun_ = 0;
   isWaitingCounted_ = false;
-  workPace_ = moviePace_ = {};
-  clock_.start(std::chrono::steady_clock::now());
+  meter_.start();
   outputNames_.clear();
   removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
@@ -180,13 +178,13 @@ void EncodingDriver::pause() {
     each.job->hold();
     each.job->suspend();
   }
-  clock_.pause(std::chrono::steady_clock::now());
+  meter_.pause();
 }
 
 void EncodingDriver::resume() {
   logLine("process             : resume");
   interface_.encoding.action.setText(actionBeforePause_);
-  clock_.resume(std::chrono::steady_clock::now());
+  meter_.resume();
   for (const InHand& each : inHand_) {
     each.job->resume();
     each.job->release();
@@ -355,7 +353,7 @@ void EncodingDriver::startRow(int row) {
   order.isOnSource = table_.isSourceFile(order.output);
   ConversionJob::Host& host = *this;
   inHand_.push_back({std::make_unique<ConversionJob>(services_, host, std::move(order)),
-                     workOf(table_.row(row)), ended_ + static_cast<int>(inHand_.size()) + 1});
+                     workOf(table_.row(row)), ++begun_});
   showInHand();
   debugFormat("processEncDico      - write encDeb ? {}", 1);
   inHand_.back().job->start();

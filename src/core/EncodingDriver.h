@@ -114,6 +114,9 @@ class EncodingDriver final : private ConversionJob::Host {
   InHand& entryOf(const ConversionJob& job);
   bool hasTool() const;
   void showTool();
+  void showTool(const ToolProgress& tool);
+  static BatchMeter::InHand measured(const InHand& entry);
+  std::vector<BatchMeter::InHand> measured() const;
   void countWaiting() const;
   void tellProgress();
 
@@ -152,16 +155,12 @@ class EncodingDriver final : private ConversionJob::Host {
   int mostJobs_ = 1;
   std::vector<InHand> inHand_;  // in the order in which they were begun
 
-  // Of the progress: what is over, in workOf() and in seconds of movies, and what waits.
-  int ended_ = 0;
-  double endedWork_ = 0;
-  double endedSeconds_ = 0;
+  int begun_ = 0;  // jobs of this batch
+
+  BatchMeter meter_;
   mutable bool isWaitingCounted_ = false;
   mutable int waitingRows_ = 0;
-  mutable double waitingWork_ = 0;
-  StopWatch clock_;
-  Pace workPace_;
-  Pace moviePace_;
+  mutable double waitingWork_ = 0;  // workOf() them
   LaterStep next_;
 };
 

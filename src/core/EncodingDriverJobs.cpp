@@ -140,24 +140,23 @@ void EncodingDriver::showTool() {
   const InHand* entry = shown();
   if (!entry)
     return;
+  interface_.encoding.action.setText(entry->action);
+  showTool(entry->tool);
+}
+
+void EncodingDriver::showTool(const ToolProgress& tool) {
   TaskControls& controls = interface_.encoding;
-  controls.action.setText(entry->action);
-  controls.bar.setValue(entry->tool.value);
-  controls.bar.setMaximum(entry->tool.maximum);
-  controls.bar.setIndeterminate(entry->tool.isIndeterminate);
-  controls.percent.setText(entry->tool.percent);
-  controls.wheel.setTurning(entry->tool.isTurning);
+  controls.wheel.setTurning(tool.isTurning);
+  controls.percent.setText(tool.percent);
+  controls.bar.setMaximum(tool.maximum);
+  controls.bar.setIndeterminate(tool.isIndeterminate);
+  controls.bar.setValue(tool.value);
 }
 
 void EncodingDriver::toolProgressed(const ConversionJob& job, const ToolProgress& progress) {
   entryOf(job).tool = progress;
-  if (isShown(job)) {
-    TaskControls& controls = interface_.encoding;
-    controls.wheel.setTurning(progress.isTurning);
-    controls.percent.setText(progress.percent);
-    controls.bar.setIndeterminate(progress.isIndeterminate);
-    controls.bar.setValue(progress.value);
-  }
+  if (isShown(job))
+    showTool(progress);
   tellProgress();
 }
 
@@ -187,40 +186,28 @@ void EncodingDriver::countWaiting() const {
     }
 }
 
+BatchMeter::InHand EncodingDriver::measured(const InHand& entry) {
+  const ConversionJob& job = *entry.job;
+  return {{job.row().path(), entry.number, job.fraction()}, entry.work, job.movieSeconds()};
+}
+
+std::vector<BatchMeter::InHand> EncodingDriver::measured() const {
+  std::vector<BatchMeter::InHand> clips;
+  for (const InHand& each : inHand_)
+    if (!each.job->isOver())
+      clips.push_back(measured(each));
+  return clips;
+}
+
 BatchProgress EncodingDriver::progress() const {
-  BatchProgress progress;
   if (!isBatchRunning())
-    return progress;
+    return {};
   countWaiting();
-  progress.ended = ended_;
-  progress.rows = ended_ + waitingRows_;
-  double done = endedWork_;
-  double all = endedWork_ + waitingWork_;
-  for (const InHand& each : inHand_) {
-    if (each.job->isOver())
-      continue;
-    progress.inHand.push_back({each.job->row().path(), each.number, each.job->fraction()});
-    ++progress.rows;
-    done += each.work * each.job->fraction();
-    all += each.work;
-  }
-  progress.fraction = all > 0 ? done / all : 0;
-  progress.speed = moviePace_.rate();
-  progress.left = workPace_.secondsFor(all - done);
-  return progress;
+  return meter_.progress(measured(), waitingRows_, waitingWork_);
 }
 
 void EncodingDriver::tellProgress() {
-  double work = endedWork_;
-  double seconds = endedSeconds_;
-  for (const InHand& each : inHand_)
-    if (!each.job->isOver()) {
-      work += each.work * each.job->fraction();
-      seconds += each.job->movieSeconds() * each.job->fraction();
-    }
-  const double now = clock_.elapsed(std::chrono::steady_clock::now()).count();
-  workPace_.add(now, work);
-  moviePace_.add(now, seconds);
+  meter_.measure(measured());
   const auto left = progress().left;
   interface_.encoding.left.setText(left ? localisationString("D_left", "", clockText(*left)) : "");
   progressed.emit();
@@ -228,10 +215,7 @@ void EncodingDriver::tellProgress() {
 
 void EncodingDriver::ended(const ConversionJob& job, const JobEnd& end) {
   debugFormat("RESET GUI…");
-  const double done = end.kind == JobEnd::Kind::converted ? 1 : job.fraction();
-  ++ended_;
-  endedWork_ += entryOf(job).work * done;
-  endedSeconds_ += job.movieSeconds() * done;
+  meter_.end(measured(entryOf(job)), end.kind == JobEnd::Kind::converted ? 1 : job.fraction());
   interface_.encoding.action.setText("");
   const bool isGood = end.kind == JobEnd::Kind::converted ||
                       (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
