@@ -32,16 +32,24 @@ bool maySoundChange(const Source& source) {
          startsWith(source.sound.codec, "pcm_s16le");
 }
 
-// Whether the source is an AVI file that is shorter than it says.
-bool isCutRiff(const std::string& source) {
-  constexpr std::size_t start = 12;
+// How many seconds an AVI file promises that is shorter than it says; nothing for others. By its
+// main header (AVIMAINHEADER): microseconds of a picture and pictures. Programs that fill in a
+// wrong size are not so rare, so that it alone proves nothing.
+std::optional<double> promiseOfCutAvi(const std::string& source) {
+  constexpr std::size_t start = 52;
   const std::string bytes = readFileStart(source, start).value_or("");
-  if (bytes.size() < start || !startsWith(bytes, "RIFF"))
-    return false;
-  std::uint32_t size = 0;
-  for (std::size_t place = 8; place-- > 4;)
-    size = size << 8 | static_cast<std::uint8_t>(bytes[place]);
-  return size != 0xFFFFFFFF && poidsFile(source, "o") + 1 < static_cast<double>(size) + 8;
+  if (bytes.size() < start || !startsWith(bytes, "RIFF") || bytes.substr(24, 4) != "avih")
+    return std::nullopt;
+  const auto number = [&bytes](std::size_t place) {
+    std::uint32_t value = 0;
+    for (std::size_t byte = 4; byte-- > 0;)
+      value = value << 8 | static_cast<std::uint8_t>(bytes[place + byte]);
+    return value;
+  };
+  const std::uint32_t size = number(4);
+  if (size == 0xFFFFFFFF || poidsFile(source, "o") + 1 >= static_cast<double>(size) + 8)
+    return std::nullopt;
+  return 1e-6 * number(32) * number(48);
 }
 
 }  // namespace
@@ -69,7 +77,8 @@ void ConversionJob::check() {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  if (state && (lacksSamples(order_.row) || isCutRiff(order_.row.path()))) {
+  const auto promise = promiseOfCutAvi(order_.row.path());
+  if (state && (lacksSamples(order_.row) || (promise && isShorterThan(*promise, *plan_, movie_)))) {
     fail(localisationString("why_endsEarly"));
     return;
   }

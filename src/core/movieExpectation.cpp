@@ -68,6 +68,12 @@ std::uint64_t leastPictures(double seconds, double rate) {
   return static_cast<std::uint64_t>(std::max(0.0, std::floor(seconds * rate * rateSlack) - 2));
 }
 
+// Whole pictures a second of the source; 0: not known.
+double pictureRateOf(const Source& source) {
+  const double shown = source.pictures.rate.value_or(0);
+  return isSourceProgressive(source) ? shown : shown / 2;
+}
+
 // Seconds of the source before the movie begins.
 double beginOf(const JobPlan& plan) {
   return plan.isCopy ? 0 : plan.row.source.pictures.begin.value_or(0);
@@ -145,8 +151,7 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
   const Source& source = plan.row.source;
   const MovieTrack* made = movie.pictures();
   const auto& read = measure.pictures;
-  const double shown = source.pictures.rate.value_or(0);
-  const double rate = isSourceProgressive(source) ? shown : shown / 2;
+  const double rate = pictureRateOf(source);
   if (plan.isCopy || made == nullptr || made->seconds <= 0 || !read || rate <= 0)
     return 0;
   // Packets that are fields, or pictures that come irregularly, cannot be counted so.
@@ -180,16 +185,17 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
   constexpr double slack = 0.3;  // seconds; sound and pictures need not end together
   if (missing < slack)
     return 0;
-  const double shown = source.pictures.rate.value_or(0);
-  const double rate = isSourceProgressive(source) ? shown : shown / 2;
-  return static_cast<std::size_t>(std::max(1.0, std::round(missing * rate)));
+  return static_cast<std::size_t>(std::max(1.0, std::round(missing * pictureRateOf(source))));
+}
+
+bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie) {
+  const MovieTrack* pictures = movie.pictures();
+  return pictures == nullptr || pictures->seconds < stretchOf(plan) * (seconds - analysisSlack);
 }
 
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {
   const auto duration = durationOf(plan);
-  const MovieTrack* pictures = movie.pictures();
-  return !duration || pictures == nullptr ||
-         pictures->seconds < stretchOf(plan) * (*duration - analysisSlack);
+  return !duration || isShorterThan(*duration, plan, movie);
 }
 
 Arguments measuringCommandOf(const JobPlan& plan) {

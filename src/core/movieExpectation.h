@@ -33,6 +33,9 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // what is longer.
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 
+// Whether the movie is made of less than so many seconds of the source.
+bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie);
+
 // Whether the source is said to have more than the movie has, whatever was measured.
 bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
 

@@ -116,6 +116,28 @@ TEST_F(LostFootageJourney, DamageInsideAClipIsToldEverywhere) {
         << format;
 }
 
+TEST_F(LostFootageJourney, WhatAnAviFilePromisesIsComparedWithWhatItHas) {
+  const std::string clip = folder.file("x.avi");
+  ASSERT_TRUE(test::makeClip(
+      test::progressivePicture("352x288", "3") + test::tone("3") + "-c:v mjpeg -c:a pcm_s16le",
+      clip));
+  const std::string whole = folder.read("x.avi");
+  // The size alone may be wrong where nothing is missing.
+  std::string wrong = whole;
+  wrong[5] = '\xff';
+  folder.write("x.avi", wrong);
+  EXPECT_EQ(tessarin({"-d", destination(), clip}).status, 0);
+  // Zeros that can be read all the same.
+  std::string zeros = whole.substr(0, whole.size() * 7 / 10);
+  zeros.resize(whole.size());
+  folder.write("x.avi", zeros);
+  const Result told = tessarin({"-d", destination(), "--overwrite", "replace", clip});
+  EXPECT_EQ(told.status, 1);
+  EXPECT_THAT(told.out, HasSubstr(" damaged pictures)"));
+  folder.write("x.avi", whole.substr(0, whole.size() / 2));
+  refused(clip, "prores", "the clip ends early");
+}
+
 // Sound that ends earlier pulls the pictures behind a joint over those before it.
 TEST_F(LostFootageJourney, PicturesThatGoAtAJointAreTold) {
   std::string clip;
