@@ -7,6 +7,8 @@
 #include <chrono>
 #include <string>
 
+#include "classShared/descriptorBytes.h"
+
 namespace tessarin {
 
 namespace {
@@ -51,13 +53,8 @@ void logLine(std::string_view text) {
   }
   const std::string line =
       fmt::format("{} Tessarin[{}] {}\n", timeStamp(), ::getpid(), text.substr(0, longestText));
-  std::string_view rest = line;
-  while (!rest.empty()) {
-    const ssize_t written = ::write(logDescriptor(), rest.data(), rest.size());
-    if (written <= 0)
-      return;  // a log that cannot be written must not stop the program
-    rest.remove_prefix(static_cast<std::size_t>(written));
-  }
+  if (!writeAll(logDescriptor(), line))
+    return;  // a log that cannot be written must not stop the program
   Growth& watched = growth();
   if (watched.step > 0 && (watched.bytes += line.size()) >= watched.step) {
     watched.bytes = 0;

@@ -11,6 +11,7 @@
 #include <random>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "core/storedRow.h"
 #include "utils/files.h"
@@ -66,9 +67,7 @@ Outcome<void> writeNew(const std::string& path, const Dico& content, bool sync) 
   TESSARIN_TAKE(const std::string bytes, batchPartBytes(content));
   const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   const bool isWritten =
-      file.isOpen() &&
-      ::write(file.number(), bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) &&
-      (!sync || ::fsync(file.number()) == 0);
+      file.isOpen() && writeAll(file.number(), bytes) && (!sync || ::fsync(file.number()) == 0);
   if (!isWritten)
     return Failure{path + ": " + systemReason(errno)};
   return {};

@@ -118,12 +118,8 @@ int suitableJobs(unsigned processors) {
 }
 
 void appDelegate::followChosenJobs() {
-  const auto& offered = interface.jobs.items();
-  const std::string stored = std::to_string(services_.preferences.integer(PrefKey::jobs));
-  const auto item =
-      std::find_if(offered.begin(), offered.end(),
-                   [&](const PopUpButton::Item& each) { return each.value == stored; });
-  interface.jobs.select(item == offered.end() ? 0 : static_cast<int>(item - offered.begin()));
+  const auto stored = services_.preferences.integer(PrefKey::jobs);
+  interface.jobs.select(stored > 0 && stored <= mostJobsOffered ? static_cast<int>(stored) : 0);
   const auto use = [this] {
     const int chosen = interface.jobs.selected();
     setJobs(chosen > 0 ? chosen : suitableJobs(std::thread::hardware_concurrency()));

@@ -9,6 +9,7 @@
 #include <QToolTip>
 
 #include "views/images.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -18,7 +19,6 @@ constexpr int markSize = 18;
 constexpr int segmentPadding = 9;
 constexpr int cellMargin = 6;
 constexpr int textMargin = 3;
-constexpr int leastTarget = 28;  // height of what is to be pressed
 constexpr double selectionRadius = 4;
 constexpr double barHeight = 4;
 

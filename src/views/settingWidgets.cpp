@@ -35,7 +35,6 @@ QDialogButtonBox* newCloseButtons(QDialog* window) {
 }
 
 void giveRoom(QWidget* widget) {
-  constexpr int leastTarget = 28;
   for (QWidget* each : widget->findChildren<QWidget*>())
     if (const auto* label = qobject_cast<QLabel*>(each);
         qobject_cast<QLineEdit*>(each) || qobject_cast<QComboBox*>(each) ||

@@ -18,8 +18,11 @@ SegmentedBar* newApplicationBar();
 // Qt.
 QDialogButtonBox* newCloseButtons(QDialog* window);
 
-// Makes fields, buttons and boxes below the widget as high as a finger or an unsteady hand needs,
-// and the labels of fields as high as these, so that they stand on one line.
+// Pixels; the height that a finger or an unsteady hand needs.
+inline constexpr int leastTarget = 28;
+
+// Makes fields, buttons and boxes below the widget as high as that, and the labels of fields as
+// high as these, so that they stand on one line.
 void giveRoom(QWidget* widget);
 
 }  // namespace tessarin
