@@ -12,7 +12,6 @@
 #include "core/appDelegate.h"
 #include "core/batchSummary.h"
 #include "platform/Signals.h"
-#include "platform/SingleInstance.h"
 #include "platform/UserDomain.h"
 #include "prefs/utilsAlert.h"
 #include "updates/UpdateInterface.h"
@@ -22,6 +21,7 @@
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
 #include "views/SessionEnd.h"
+#include "views/SingleInstance.h"
 #include "views/StayAwake.h"
 #include "views/TaskBarEntry.h"
 

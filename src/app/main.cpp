@@ -113,7 +113,7 @@ int main(int count, char** arguments) {
                  localisationString("wrong_option", "CommandLine", *option).c_str());
     return 2;
   }
-  SingleInstance instance(loop, runtimeFolder());
+  SingleInstance instance(runtimeFolder());
   // Qt has taken its own out.
   const auto paths = sourcesOf(words);
   return instance.isFirst() ? WindowProgram(loop, domain, instance).run(paths)

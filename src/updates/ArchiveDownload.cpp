@@ -44,7 +44,7 @@ double ArchiveDownload::progress() const {
 
 Outcome<void> ArchiveDownload::take(std::string_view bytes) {
   int error = openError_;
-  hash_.add(bytes);
+  hash_.addData(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
   received_ += bytes.size();
   if (error == 0 && !writeAll(file_.number(), bytes))
     error = errno;
@@ -56,7 +56,7 @@ Outcome<void> ArchiveDownload::take(std::string_view bytes) {
 Outcome<void> ArchiveDownload::check() {
   if (received_ != release_.size)
     return Failure{localisationString("why_updateSize")};
-  if (hash_.hexDigest() != release_.sha256)
+  if (hash_.result().toHex().toStdString() != release_.sha256)
     return Failure{localisationString("why_updateHash")};
   if (::close(file_.release()) != 0)
     return Failure{localisationString("why_updateWrite", "", path_, systemReason(errno))};

@@ -1,12 +1,12 @@
 // The archive of a release on its way from the network into a file.
 #pragma once
 
+#include <QCryptographicHash>
 #include <functional>
 #include <string>
 
 #include "platform/Descriptor.h"
 #include "updates/Fetch.h"
-#include "updates/Sha256.h"
 #include "updates/versionFile.h"
 
 namespace tessarin {
@@ -34,7 +34,7 @@ class ArchiveDownload {
   Descriptor file_;
   int openError_ = 0;
   std::uint64_t received_ = 0;
-  Sha256 hash_;
+  QCryptographicHash hash_{QCryptographicHash::Sha256};
   Done done_;
   Fetch fetch_;  // last: it calls back as long as it is there
 };

@@ -1,10 +1,9 @@
 #include "updates/Fetch.h"
 
 #include <fmt/format.h>
-#include <sys/epoll.h>
 
-#include <array>
-#include <memory>
+#include <QNetworkProxyFactory>
+#include <QNetworkReply>
 #include <utility>
 
 #include "classShared/log.h"
@@ -16,59 +15,42 @@ namespace tessarin {
 
 namespace {
 
-constexpr long mostRedirections = 5;
-// Less than this many bytes a second is a stalled transfer.
-constexpr long slowestRate = 16;
-constexpr long statusOk = 200;
+constexpr int mostRedirections = 5;
+constexpr int statusOk = 200;
+// What is read of the network before it was taken.
+constexpr qint64 bufferSize = 256L * 1024;
 
-void initialiseOnce() {
-  static const CURLcode done = curl_global_init(CURL_GLOBAL_DEFAULT);
-  if (done != CURLE_OK)
-    logFormat("updates             :-( curl {}", curl_easy_strerror(done));
+QNetworkRequest requestFor(const QUrl& address, const FetchLimits& limits) {
+  QNetworkRequest request(address);
+  request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                       QNetworkRequest::ManualRedirectPolicy);
+  request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+  request.setTransferTimeout(static_cast<int>(std::chrono::milliseconds(limits.stalled).count()));
+  request.setHeader(QNetworkRequest::UserAgentHeader,
+                    QByteArray::fromStdString(Bundle::main().name()));
+  // Bytes are counted as they come.
+  request.setRawHeader("Accept-Encoding", "identity");
+  return request;
 }
 
-std::uint32_t epollEvents(int wanted) {
-  std::uint32_t events = 0;
-  if (wanted == CURL_POLL_IN || wanted == CURL_POLL_INOUT)
-    events |= EPOLLIN;
-  if (wanted == CURL_POLL_OUT || wanted == CURL_POLL_INOUT)
-    events |= EPOLLOUT;
-  return events;
-}
-
-int curlEvents(std::uint32_t events) {
-  int happened = 0;
-  if ((events & EPOLLIN) != 0)
-    happened |= CURL_CSELECT_IN;
-  if ((events & EPOLLOUT) != 0)
-    happened |= CURL_CSELECT_OUT;
-  if ((events & (EPOLLERR | EPOLLHUP)) != 0)
-    happened |= CURL_CSELECT_ERR;
-  return happened;
-}
-
-// The key of the reason, for the codes that have words of their own.
-const char* reasonKey(CURLcode code) {
-  switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_RESOLVE_PROXY:
-    case CURLE_COULDNT_CONNECT:
+// The key of the reason, for the errors that have words of their own.
+const char* reasonKey(QNetworkReply::NetworkError error) {
+  switch (error) {
+    case QNetworkReply::HostNotFoundError:
+    case QNetworkReply::ConnectionRefusedError:
+    case QNetworkReply::ProxyNotFoundError:
+    case QNetworkReply::ProxyConnectionRefusedError:
+    case QNetworkReply::NetworkSessionFailedError:
       return "why_updateUnreachable";
-    case CURLE_OPERATION_TIMEDOUT:
+    case QNetworkReply::TimeoutError:
+    case QNetworkReply::ProxyTimeoutError:
+    case QNetworkReply::OperationCanceledError:  // of the transfer's time limit
       return "why_updateSlow";
-    case CURLE_PARTIAL_FILE:
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR:
-    case CURLE_GOT_NOTHING:
+    case QNetworkReply::RemoteHostClosedError:
+    case QNetworkReply::TemporaryNetworkFailureError:
       return "why_updateCutOff";
-    case CURLE_TOO_MANY_REDIRECTS:
-      return "why_updateRedirects";
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CONNECT_ERROR:
-    case CURLE_SSL_CACERT_BADFILE:
+    case QNetworkReply::SslHandshakeFailedError:
       return "why_updateCertificate";
-    case CURLE_FILESIZE_EXCEEDED:
-      return "why_updateTooLarge";
     default:
       return nullptr;
   }
@@ -79,160 +61,105 @@ const char* reasonKey(CURLcode code) {
 Fetch::Fetch(RunLoop& loop, const std::string& address, const FetchLimits& limits, Take take,
              Done done)
     : loop_(loop),
+      limits_(limits),
       take_(std::move(take)),
       done_(std::move(done)),
-      room_(limits.largest),
-      sockets_(::epoll_create1(EPOLL_CLOEXEC)) {
-  initialiseOnce();
-  transfers_ = curl_multi_init();
-  transfer_ = curl_easy_init();
-  if (!sockets_.isOpen() || transfers_ == nullptr || transfer_ == nullptr) {
-    timer_ = loop_.runSoon([this] {
-      const Done ended = std::move(done_);
-      ended(Failure{localisationString("why_updateTransfer", "", "curl")});
-    });
-    return;
+      room_(limits.largest) {
+  QNetworkProxyFactory::setUseSystemConfiguration(true);
+  const auto giveUp = [this] { refuse({localisationString("why_updateSlow")}); };
+  for (QTimer* timer : {&connecting_, &whole_}) {
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, giveUp);
   }
-  watch_ = loop_.watchReadable(sockets_.number(), [this] { serveSockets(); });
-  prepare(address, limits);
-  // From here on curl asks for its timer and its sockets.
-  curl_multi_add_handle(transfers_, transfer_);
+  if (limits.whole.count() > 0)
+    whole_.start(limits.whole);
+  ask(QUrl::fromEncoded(QByteArray::fromStdString(address)));
 }
 
 Fetch::~Fetch() {
-  loop_.cancel(watch_);
-  if (transfers_ != nullptr)
-    curl_multi_setopt(transfers_, CURLMOPT_TIMERFUNCTION, nullptr);
-  loop_.cancel(timer_);
-  if (transfers_ != nullptr && transfer_ != nullptr)
-    curl_multi_remove_handle(transfers_, transfer_);
-  curl_easy_cleanup(transfer_);
-  curl_multi_cleanup(transfers_);
+  loop_.cancel(end_);
+  reply_->disconnect();
 }
 
-void Fetch::prepare(const std::string& address, const FetchLimits& limits) {
-  curl_multi_setopt(transfers_, CURLMOPT_SOCKETFUNCTION, watchSocket);
-  curl_multi_setopt(transfers_, CURLMOPT_SOCKETDATA, this);
-  curl_multi_setopt(transfers_, CURLMOPT_TIMERFUNCTION, setTimer);
-  curl_multi_setopt(transfers_, CURLMOPT_TIMERDATA, this);
-
-  const char* protocols = isSecure(address) ? "https" : "http,https";
-  curl_easy_setopt(transfer_, CURLOPT_URL, address.c_str());
-  curl_easy_setopt(transfer_, CURLOPT_PROTOCOLS_STR, protocols);
-  curl_easy_setopt(transfer_, CURLOPT_REDIR_PROTOCOLS_STR, protocols);
-  curl_easy_setopt(transfer_, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(transfer_, CURLOPT_MAXREDIRS, mostRedirections);
-  curl_easy_setopt(transfer_, CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
-  curl_easy_setopt(transfer_, CURLOPT_USERAGENT, Bundle::main().name().c_str());
-  curl_easy_setopt(transfer_, CURLOPT_FAILONERROR, 1L);
-  curl_easy_setopt(transfer_, CURLOPT_NOSIGNAL, 1L);
-  // Else a cancelled look-up of a name would be waited for.
-  curl_easy_setopt(transfer_, CURLOPT_QUICK_EXIT, 1L);
-  curl_easy_setopt(transfer_, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.largest));
-  curl_easy_setopt(transfer_, CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connect.count()));
-  curl_easy_setopt(transfer_, CURLOPT_LOW_SPEED_LIMIT, slowestRate);
-  curl_easy_setopt(transfer_, CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.stalled.count()));
-  curl_easy_setopt(transfer_, CURLOPT_TIMEOUT, static_cast<long>(limits.whole.count()));
-  curl_easy_setopt(transfer_, CURLOPT_WRITEFUNCTION, takeBytes);
-  curl_easy_setopt(transfer_, CURLOPT_WRITEDATA, this);
+void Fetch::ask(const QUrl& address) {
+  reply_ = network_.get(requestFor(address, limits_));
+  reply_->setReadBufferSize(bufferSize);
+  connecting_.start(limits_.connect);
+  QObject::connect(reply_, &QNetworkReply::requestSent, &connecting_, &QTimer::stop);
+  QObject::connect(reply_, &QNetworkReply::readyRead, [this] { takeBytes(); });
+  // Not at once: a reply must not be destroyed while it tells something.
+  QObject::connect(reply_, &QNetworkReply::finished,
+                   [this] { end_ = loop_.runSoon([this] { end(); }); });
 }
 
-void Fetch::serveSockets() {
-  std::array<epoll_event, 8> events{};
-  const int count =
-      ::epoll_wait(sockets_.number(), events.data(), static_cast<int>(events.size()), 0);
-  for (int index = 0; index < count; ++index) {
-    const epoll_event& event = events.at(static_cast<std::size_t>(index));
-    advance(event.data.fd, curlEvents(event.events));
-  }
-  endWhenOver();
+void Fetch::follow(const QUrl& address) {
+  const auto next =
+      addressInDocument(reply_->url().toEncoded().toStdString(), address.toEncoded().toStdString());
+  if (++redirections_ > mostRedirections)
+    refusal_ = {localisationString("why_updateRedirects")};
+  else if (!next)
+    refusal_ = {localisationString("why_updateUnsafe", "", address.toString().toStdString())};
+  if (!refusal_)
+    ask(QUrl::fromEncoded(QByteArray::fromStdString(*next)));
 }
 
-void Fetch::advance(curl_socket_t socket, int events) {
-  int running = 0;
-  curl_multi_socket_action(transfers_, socket, events, &running);
+void Fetch::takeBytes() {
+  // The text behind any other status is nobody's document.
+  if (refusal_ || status() != statusOk)
+    return;
+  const QByteArray bytes = reply_->readAll();
+  const auto size = static_cast<std::uint64_t>(bytes.size());
+  if (size > room_)
+    return refuse({localisationString("why_updateTooLarge")});
+  room_ -= size;
+  const auto taken = take_(std::string_view(bytes.data(), static_cast<std::size_t>(bytes.size())));
+  if (!taken)
+    refuse({taken.reason()});
+}
+
+void Fetch::refuse(const Failure& reason) {
+  if (!refusal_)
+    refusal_ = reason;
+  reply_->abort();
 }
 
 // Does not touch the object after telling of the end: it may be gone then.
-void Fetch::endWhenOver() {
-  int left = 0;
-  const CURLMsg* message = curl_multi_info_read(transfers_, &left);
-  if (message == nullptr || message->msg != CURLMSG_DONE || !done_)
-    return;
-  const Outcome<void> outcome = outcomeOf(message->data.result);
+void Fetch::end() {
+  end_ = 0;
+  takeBytes();
+  const QUrl redirection = reply_->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+  if (!refusal_ && redirection.isValid()) {
+    reply_->deleteLater();
+    follow(redirection);
+    if (!refusal_)
+      return;
+  }
+  connecting_.stop();
+  whole_.stop();
+  const Outcome<void> ended = outcome();
   const Done done = std::exchange(done_, nullptr);
-  done(outcome);
+  done(ended);
 }
 
-Outcome<void> Fetch::outcomeOf(CURLcode code) {
-  long status = 0;
-  curl_easy_getinfo(transfer_, CURLINFO_RESPONSE_CODE, &status);
-  if (code != CURLE_OK)
-    logFormat("updates             :-( {}: {} (status {})", currentAddress(),
-              curl_easy_strerror(code), status);
+int Fetch::status() const {
+  return reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+Outcome<void> Fetch::outcome() const {
+  const auto error = reply_->error();
+  const std::string words = reply_->errorString().toStdString();
+  if (error != QNetworkReply::NoError)
+    logFormat("updates             :-( {}: {} (status {})", reply_->url().toString().toStdString(),
+              words, status());
   if (refusal_)
     return *refusal_;
-  if (code == CURLE_HTTP_RETURNED_ERROR || (code == CURLE_OK && status != statusOk))
-    return Failure{localisationString("why_updateStatus", "", fmt::to_string(status))};
-  if (code == CURLE_OK)
-    return {};
-  if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_URL_MALFORMAT ||
-      code == CURLE_LOGIN_DENIED)
-    return Failure{localisationString("why_updateUnsafe", "", currentAddress())};
-  if (const char* key = reasonKey(code))
+  if (const char* key = reasonKey(error))
     return Failure{localisationString(key)};
-  return Failure{localisationString("why_updateTransfer", "", curl_easy_strerror(code))};
-}
-
-std::string Fetch::currentAddress() {
-  const char* address = nullptr;
-  // An address that was refused is the one that a redirection named.
-  curl_easy_getinfo(transfer_, CURLINFO_REDIRECT_URL, &address);
-  if (address == nullptr)
-    curl_easy_getinfo(transfer_, CURLINFO_EFFECTIVE_URL, &address);
-  return address != nullptr ? address : "";
-}
-
-std::size_t Fetch::takeBytes(const char* bytes, std::size_t one, std::size_t count, void* fetch) {
-  Fetch& self = *static_cast<Fetch*>(fetch);
-  const std::size_t size = one * count;
-  if (size > self.room_) {
-    self.refusal_ = Failure{localisationString("why_updateTooLarge")};
-    return 0;
-  }
-  self.room_ -= size;
-  const Outcome<void> taken = self.take_(std::string_view(bytes, size));
-  if (taken)
-    return size;
-  self.refusal_ = Failure{taken.reason()};
-  return 0;
-}
-
-int Fetch::watchSocket(CURL*, curl_socket_t socket, int wanted, void* fetch, void*) {
-  Fetch& self = *static_cast<Fetch*>(fetch);
-  if (wanted == CURL_POLL_REMOVE) {
-    ::epoll_ctl(self.sockets_.number(), EPOLL_CTL_DEL, socket, nullptr);
-    return 0;
-  }
-  epoll_event event{};
-  event.events = epollEvents(wanted);
-  event.data.fd = socket;
-  // A new socket may have the number of one that was closed, so what curl knows is not relied on.
-  if (::epoll_ctl(self.sockets_.number(), EPOLL_CTL_MOD, socket, &event) != 0)
-    ::epoll_ctl(self.sockets_.number(), EPOLL_CTL_ADD, socket, &event);
-  return 0;
-}
-
-int Fetch::setTimer(CURLM*, long milliseconds, void* fetch) {
-  Fetch& self = *static_cast<Fetch*>(fetch);
-  self.loop_.cancel(std::exchange(self.timer_, 0));
-  if (milliseconds >= 0)
-    self.timer_ = self.loop_.runAfter(std::chrono::milliseconds(milliseconds), [&self] {
-      self.timer_ = 0;
-      self.advance(CURL_SOCKET_TIMEOUT, 0);
-      self.endWhenOver();
-    });
-  return 0;
+  if (status() != 0 && status() != statusOk)
+    return Failure{localisationString("why_updateStatus", "", fmt::to_string(status()))};
+  if (error == QNetworkReply::NoError)
+    return {};
+  return Failure{localisationString("why_updateTransfer", "", words)};
 }
 
 }  // namespace tessarin

@@ -1,8 +1,8 @@
 // Fetching one document over HTTP, without waiting for it.
 #pragma once
 
-#include <curl/curl.h>
-
+#include <QNetworkAccessManager>
+#include <QTimer>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -11,21 +11,22 @@
 #include <string_view>
 
 #include "classShared/Outcome.h"
-#include "platform/Descriptor.h"
 #include "platform/RunLoop.h"
+
+class QNetworkReply;
 
 namespace tessarin {
 
 struct FetchLimits {
   std::uint64_t largest = 0;         // bytes that may come
   std::chrono::seconds connect{15};  // until the server is reached
-  std::chrono::seconds stalled{30};  // how long hardly anything may come
+  std::chrono::seconds stalled{30};  // how long nothing may come
   std::chrono::seconds whole{0};     // all together; 0: as long as it takes
 };
 
 // Asks for an address as soon as it is made, and is cancelled by its destruction. Redirections are
-// followed, a few of them, and from https to https only. Proxies are those of the environment
-// (https_proxy …).
+// followed, a few of them, and from https to https only. Proxies are those of the system
+// (https_proxy …). Needs an application object, and that Qt's events are served.
 class Fetch {
  public:
   // Takes bytes as they come; a failure ends the transfer with its reason. Must not destroy the
@@ -42,30 +43,26 @@ class Fetch {
   ~Fetch();
 
  private:
-  void prepare(const std::string& address, const FetchLimits& limits);
-  void serveSockets();
-  void advance(curl_socket_t socket, int events);
-  void endWhenOver();
-  Outcome<void> outcomeOf(CURLcode code);
-  std::string currentAddress();
-
-  // curl's callbacks; the last argument is the Fetch.
-  static std::size_t takeBytes(const char* bytes, std::size_t one, std::size_t count, void* fetch);
-  static int watchSocket(CURL*, curl_socket_t socket, int wanted, void* fetch, void* known);
-  static int setTimer(CURLM*, long milliseconds, void* fetch);
+  void ask(const QUrl& address);
+  void takeBytes();
+  void follow(const QUrl& address);
+  void end();
+  int status() const;
+  Outcome<void> outcome() const;
+  void refuse(const Failure& reason);
 
   RunLoop& loop_;
+  FetchLimits limits_;
   Take take_;
   Done done_;
   std::uint64_t room_;              // bytes that may still come
-  std::optional<Failure> refusal_;  // why takeBytes ended the transfer
-  // The loop only knows of reading; this descriptor can be read when one of curl's sockets can be
-  // read or written.
-  Descriptor sockets_;
-  RunLoop::Id watch_ = 0;
-  RunLoop::Id timer_ = 0;
-  CURLM* transfers_ = nullptr;
-  CURL* transfer_ = nullptr;
+  std::optional<Failure> refusal_;  // why we ended the transfer
+  QNetworkAccessManager network_;
+  QTimer connecting_;
+  QTimer whole_;
+  QNetworkReply* reply_ = nullptr;  // network_'s
+  int redirections_ = 0;
+  RunLoop::Id end_ = 0;
 };
 
 }  // namespace tessarin

@@ -2,19 +2,18 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <fcntl.h>
 #include <locale.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 #include "classShared/TextAdditions.h"
-#include "classShared/descriptorBytes.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -26,13 +25,12 @@ constexpr std::uint64_t freeRatioBytes = 1024UL * 1024;
 constexpr mode_t filePermissions = 0666;
 constexpr mode_t programPermissions = 0777;
 constexpr mode_t anyExecute = 0111;
+// The names are checked besides: the whole path is given, so that it begins with a root.
+constexpr int carefully = ARCHIVE_EXTRACT_SECURE_SYMLINKS | ARCHIVE_EXTRACT_SECURE_NODOTDOT |
+                          ARCHIVE_EXTRACT_NO_OVERWRITE;
 
 Failure notAdmitted(std::string_view name) {
   return {localisationString("why_updateEntry", "", name)};
-}
-
-Failure notWritten(std::string_view path, int error) {
-  return {localisationString("why_updateWrite", "", path, systemReason(error))};
 }
 
 // The library turns names into the locale's letters, and loses those that a program which runs in
@@ -83,120 +81,110 @@ bool isEntryName(std::string_view name) {
 }
 
 void ZipUnpacker::Free::operator()(archive* one) const {
-  archive_read_free(one);
+  archive_free(one);
 }
 
 ZipUnpacker::ZipUnpacker(ZipUnpacker&&) noexcept = default;
 ZipUnpacker& ZipUnpacker::operator=(ZipUnpacker&&) noexcept = default;
 ZipUnpacker::~ZipUnpacker() = default;
 
-Outcome<ZipUnpacker> ZipUnpacker::open(const std::string& archivePath, std::string folder,
+Outcome<ZipUnpacker> ZipUnpacker::open(const std::string& archivePath, const std::string& folder,
                                        UnpackLimits limits) {
   ZipUnpacker unpacker;
-  unpacker.folder_ = std::move(folder);
+  std::error_code ignored;
+  unpacker.folder_ = fs::canonical(folder, ignored).string();
   unpacker.limits_ = limits;
-  unpacker.archive_.reset(archive_read_new());
-  archive* reader = unpacker.archive_.get();
+  unpacker.reader_.reset(archive_read_new());
+  unpacker.writer_.reset(archive_write_disk_new());
+  archive* reader = unpacker.reader_.get();
   // Only the form with a directory at the end: the other believes what stands before each file.
-  if (reader == nullptr || archive_read_support_format_zip_seekable(reader) != ARCHIVE_OK)
+  if (reader == nullptr || unpacker.writer_ == nullptr ||
+      archive_read_support_format_zip_seekable(reader) != ARCHIVE_OK ||
+      archive_write_disk_set_options(unpacker.writer_.get(), carefully) != ARCHIVE_OK)
     return Failure{localisationString("why_updateZip", "", "libarchive")};
   if (archive_read_open_filename(reader, archivePath.c_str(), blockSize) != ARCHIVE_OK)
     return unpacker.damaged();
-  struct stat status {};
-  if (::stat(archivePath.c_str(), &status) == 0)
-    unpacker.archiveSize_ = static_cast<std::uint64_t>(status.st_size);
+  const auto size = fs::file_size(archivePath, ignored);
+  unpacker.archiveSize_ = ignored ? 0 : size;
   return unpacker;
 }
 
 Outcome<bool> ZipUnpacker::step() {
-  return file_.isOpen() ? continueFile() : beginEntry();
+  return isInEntry_ ? continueEntry() : beginEntry();
 }
 
 double ZipUnpacker::progress() const {
   if (archiveSize_ == 0)
     return 0;
-  const auto read = static_cast<double>(archive_filter_bytes(archive_.get(), -1));
+  const auto read = static_cast<double>(archive_filter_bytes(reader_.get(), -1));
   return std::clamp(read / static_cast<double>(archiveSize_), 0.0, 1.0);
 }
 
 Outcome<bool> ZipUnpacker::beginEntry() {
   const Utf8Locale locale;
   archive_entry* entry = nullptr;
-  const int result = archive_read_next_header(archive_.get(), &entry);
-  if (result == ARCHIVE_EOF && entries_ > 0)
+  const int result = archive_read_next_header(reader_.get(), &entry);
+  if (result == ARCHIVE_EOF && entries_ > 0) {
+    if (archive_write_close(writer_.get()) != ARCHIVE_OK)
+      return notWritten();
     return true;
+  }
   // A warning is about names in another encoding; what came of them is looked at below.
   if (result != ARCHIVE_OK && result != ARCHIVE_WARN)
     return damaged();
-  const std::string name = nameOf(entry);
+  name_ = nameOf(entry);
   const auto kind = archive_entry_filetype(entry);
-  const bool isFolder = kind == AE_IFDIR;
-  if (!isEntryName(name) || (!isFolder && kind != AE_IFREG) ||
+  if (!isEntryName(name_) || (kind != AE_IFDIR && kind != AE_IFREG) ||
       archive_entry_symlink(entry) != nullptr || archive_entry_hardlink(entry) != nullptr ||
       archive_entry_is_encrypted(entry) != 0)
-    return notAdmitted(name);
+    return notAdmitted(name_);
   if (++entries_ > limits_.mostEntries)
     return Failure{localisationString("why_updateBomb")};
-  auto made = makeFolders(isFolder ? std::string_view(name) : parentFolder(name));
-  if (!made)
-    return made;
-  if (isFolder)
-    return false;
-  return beginFile(name, (archive_entry_perm(entry) & anyExecute) != 0);
-}
-
-Outcome<bool> ZipUnpacker::beginFile(const std::string& name, bool isExecutable) {
-  path_ = joinPath(folder_, name);
-  position_ = 0;
-  file_ = Descriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                            isExecutable ? programPermissions : filePermissions));
-  if (!file_.isOpen())
-    return errno == EEXIST ? notAdmitted(name) : notWritten(path_, errno);
+  const std::string path = joinPath(folder_, name_);
+  std::error_code ignored;
+  // The library would pass over it in silence.
+  if (kind == AE_IFREG && fs::symlink_status(path, ignored).type() != fs::file_type::not_found)
+    return notAdmitted(name_);
+  archive_entry_copy_pathname(entry, path.c_str());
+  const bool isForAll = kind == AE_IFDIR || (archive_entry_perm(entry) & anyExecute) != 0;
+  archive_entry_set_perm(entry, isForAll ? programPermissions : filePermissions);
+  // A file is as long as its content, whatever is said of it.
+  archive_entry_unset_size(entry);
+  if (archive_write_header(writer_.get(), entry) != ARCHIVE_OK)
+    return notWritten();
+  isInEntry_ = true;
   return false;
 }
 
-Outcome<bool> ZipUnpacker::continueFile() {
+Outcome<bool> ZipUnpacker::continueEntry() {
   const void* bytes = nullptr;
   std::size_t size = 0;
   la_int64_t offset = 0;
-  const int result = archive_read_data_block(archive_.get(), &bytes, &size, &offset);
+  const int result = archive_read_data_block(reader_.get(), &bytes, &size, &offset);
   if (result == ARCHIVE_EOF) {
-    // A disk that fills up may say so only here.
-    if (::close(file_.release()) != 0)
-      return notWritten(path_, errno);
+    isInEntry_ = false;
+    if (archive_write_finish_entry(writer_.get()) != ARCHIVE_OK)
+      return notWritten();
     return false;
   }
-  const auto position = static_cast<std::uint64_t>(offset);
-  if (result != ARCHIVE_OK || position != position_)
+  if (result != ARCHIVE_OK)
     return damaged();
   written_ += size;
   if (written_ > limits_.largest || written_ > freeRatioBytes + limits_.largestRatio * archiveSize_)
     return Failure{localisationString("why_updateBomb")};
-  if (!writeAllAt(file_.number(), {static_cast<const char*>(bytes), size}, position))
-    return notWritten(path_, errno);
-  position_ += size;
-  return false;
-}
-
-Outcome<bool> ZipUnpacker::makeFolders(std::string_view name) {
-  std::string path = folder_;
-  for (const std::string_view part : split(name, "/")) {
-    if (part.empty())
-      continue;
-    path = joinPath(path, part);
-    if (::mkdir(path.c_str(), programPermissions) == 0)
-      continue;
-    const int error = errno;
-    struct stat status {};
-    if (error != EEXIST || ::lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
-      return notWritten(path, error);
-  }
+  if (archive_write_data_block(writer_.get(), bytes, size, offset) != ARCHIVE_OK)
+    return notWritten();
   return false;
 }
 
 Failure ZipUnpacker::damaged() const {
-  const char* words = archive_error_string(archive_.get());
+  const char* words = archive_error_string(reader_.get());
   return {localisationString("why_updateZip", "", words != nullptr ? words : "zip")};
+}
+
+Failure ZipUnpacker::notWritten() const {
+  return {localisationString("why_updateWrite", "", joinPath(folder_, name_),
+                             systemReason(archive_errno(writer_.get())))};
 }
 
 }  // namespace tessarin

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "classShared/Outcome.h"
-#include "platform/Descriptor.h"
 
 struct archive;
 
@@ -32,7 +31,7 @@ bool isEntryName(std::string_view name);
 class ZipUnpacker {
  public:
   // The folder exists, is empty and nobody else's.
-  static Outcome<ZipUnpacker> open(const std::string& archivePath, std::string folder,
+  static Outcome<ZipUnpacker> open(const std::string& archivePath, const std::string& folder,
                                    UnpackLimits limits = {});
   ZipUnpacker(ZipUnpacker&&) noexcept;
   ZipUnpacker& operator=(ZipUnpacker&&) noexcept;
@@ -52,20 +51,19 @@ class ZipUnpacker {
 
   ZipUnpacker() = default;
   Outcome<bool> beginEntry();
-  Outcome<bool> beginFile(const std::string& name, bool isExecutable);
-  Outcome<bool> continueFile();
-  Outcome<bool> makeFolders(std::string_view name);
+  Outcome<bool> continueEntry();
   Failure damaged() const;
+  Failure notWritten() const;
 
-  std::unique_ptr<archive, Free> archive_;
+  std::unique_ptr<archive, Free> reader_;
+  std::unique_ptr<archive, Free> writer_;
   std::string folder_;
   UnpackLimits limits_;
   std::uint64_t archiveSize_ = 0;
   std::uint64_t entries_ = 0;
-  std::uint64_t written_ = 0;   // of all files
-  std::uint64_t position_ = 0;  // in the file that is open
-  Descriptor file_;
-  std::string path_;  // of the file that is open
+  std::uint64_t written_ = 0;  // of all files
+  bool isInEntry_ = false;
+  std::string name_;  // of the entry
 };
 
 }  // namespace tessarin

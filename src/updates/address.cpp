@@ -1,8 +1,6 @@
 #include "updates/address.h"
 
-#include <curl/curl.h>
-
-#include <memory>
+#include <QUrl>
 
 #include "classShared/TextAdditions.h"
 #include "prefs/utilsAlert.h"
@@ -11,22 +9,9 @@ namespace tessarin {
 
 namespace {
 
-using Url = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
-
-Url parsed(const std::string& address) {
-  Url url(curl_url(), curl_url_cleanup);
-  if (url && curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
-                 CURLUE_OK)
-    url.reset();
-  return url;
-}
-
-std::string part(const Url& url, CURLUPart which) {
-  char* text = nullptr;
-  if (curl_url_get(url.get(), which, &text, 0) != CURLUE_OK)
-    return {};
-  const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
-  return text;
+QUrl parsed(std::string_view address) {
+  return {QString::fromUtf8(address.data(), static_cast<qsizetype>(address.size())),
+          QUrl::StrictMode};
 }
 
 Failure notAskable(std::string_view address) {
@@ -36,24 +21,19 @@ Failure notAskable(std::string_view address) {
 }  // namespace
 
 Outcome<std::string> askableAddress(std::string_view address) {
-  const std::string text(trimmed(address));
-  const Url url = parsed(text);
-  if (!url)
-    return notAskable(text);
-  const std::string scheme = part(url, CURLUPART_SCHEME);
-  if ((scheme != "https" && scheme != "http") || part(url, CURLUPART_HOST).empty() ||
-      !part(url, CURLUPART_USER).empty() || !part(url, CURLUPART_PASSWORD).empty())
-    return notAskable(text);
-  return part(url, CURLUPART_URL);
+  const QUrl url = parsed(trimmed(address));
+  const bool isWeb = url.scheme() == "https" || url.scheme() == "http";
+  if (!url.isValid() || !isWeb || url.host().isEmpty() || !url.userInfo().isEmpty())
+    return notAskable(trimmed(address));
+  return url.toEncoded().toStdString();
 }
 
 Outcome<std::string> addressInDocument(std::string_view document, std::string_view address) {
-  const Url url = parsed(std::string(document));
-  const std::string text(trimmed(address));
-  if (!url || text.empty() ||
-      curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK)
+  const std::string_view text = trimmed(address);
+  const QUrl relative = parsed(text);
+  if (text.empty() || !relative.isValid())
     return notAskable(text);
-  auto whole = askableAddress(part(url, CURLUPART_URL));
+  auto whole = askableAddress(parsed(document).resolved(relative).toEncoded().toStdString());
   if (whole && isSecure(document) && !isSecure(*whole))
     return Failure{localisationString("why_updateUnsafe", "", *whole)};
   return whole;

@@ -72,8 +72,10 @@ void HttpServer::read(int number) {
   if (count <= 0)
     return close(number);
   connection.request.append(piece.data(), static_cast<std::size_t>(count));
-  if (!startsWith(connection.request, "GET "))  // such as TLS
+  if (!startsWith(connection.request, "GET ")) {  // such as TLS
+    static_cast<void>(::send(number, "HTTP/1.1 400 Bad\r\n\r\n", 20, MSG_NOSIGNAL));
     return close(number);
+  }
   if (connection.hasAnswer || !contains(connection.request, "\r\n\r\n"))
     return;
   connection.hasAnswer = true;

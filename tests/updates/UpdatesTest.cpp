@@ -6,7 +6,6 @@
 
 #include <filesystem>
 
-#include "platform/PollRunLoop.h"
 #include "platform/UserDomain.h"
 #include "support/HttpServer.h"
 #include "support/LogCapture.h"
@@ -15,9 +14,9 @@
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
 #include "support/zips.h"
-#include "updates/Sha256.h"
 #include "updates/UpdateInterface.h"
 #include "updates/Updates.h"
+#include "views/QtRunLoop.h"
 
 namespace tessarin {
 namespace {
@@ -27,9 +26,9 @@ using test::HttpAnswer;
 using testing::HasSubstr;
 
 std::string sha256Of(const std::string& bytes) {
-  Sha256 hash;
-  hash.add(bytes);
-  return hash.hexDigest();
+  return QCryptographicHash::hash(QByteArray::fromStdString(bytes), QCryptographicHash::Sha256)
+      .toHex()
+      .toStdString();
 }
 
 class UpdateWay : public testing::Test {
@@ -96,7 +95,7 @@ class UpdateWay : public testing::Test {
   test::TestBundle bundle;
   test::LogCapture log;
   test::ScopedTemporaryFolder folder;
-  PollRunLoop loop;
+  QtRunLoop loop;
   test::HttpServer server{loop};
   UpdateSettings settings;
   std::vector<std::string> revealed;

@@ -19,7 +19,6 @@
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"
 #include "support/zips.h"
-#include "updates/Sha256.h"
 #include "utils/files.h"
 #include "views/QtRunLoop.h"
 #include "views/UpdateWindow.h"
@@ -38,11 +37,11 @@ class UpdateWindowTest : public testing::Test {
   }
 
   void offer(const std::string& version) {
-    Sha256 hash;
-    hash.add(archive);
+    const QByteArray hash =
+        QCryptographicHash::hash(QByteArray::fromStdString(archive), QCryptographicHash::Sha256);
     server.answers["/v.json"].body = fmt::format(
         R"({{"format":1,"version":"{}","address":"v.zip","size":{},"sha256":"{}","notes":"<b>New</b>"}})",
-        version, archive.size(), hash.hexDigest());
+        version, archive.size(), hash.toHex().toStdString());
     server.answers["/v.zip"].body = archive;
   }
 

@@ -1,13 +1,14 @@
 // One running copy of the program for each user.
 #pragma once
 
+#include <QLocalServer>
+#include <QLockFile>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/Descriptor.h"
-#include "platform/RunLoop.h"
+class QLocalSocket;
 
 namespace tessarin {
 
@@ -15,9 +16,8 @@ namespace tessarin {
 // hand its files over. Both live in a folder that is this user's alone.
 class SingleInstance {
  public:
-  // The folder is runtimeFolder() but for tests. The loop is borrowed and outlives the object.
-  SingleInstance(RunLoop& loop, std::string folder);
-  ~SingleInstance();
+  // The folder is runtimeFolder() but for tests.
+  explicit SingleInstance(const std::string& folder);
   SingleInstance(const SingleInstance&) = delete;
   SingleInstance& operator=(const SingleInstance&) = delete;
 
@@ -25,32 +25,24 @@ class SingleInstance {
   bool isFirst() const { return isFirst_; }
 
   // For the first copy: calls `opened` with the files that a later copy hands over; an empty list
-  // is somebody who only wanted to see the window.
+  // is somebody who only wanted to see the window. Needs Qt's events to be served.
   void serve(std::function<void(const std::vector<std::string>&)> opened);
 
-  // For a later copy: hands the files (absolute paths) to the first one. False when that did not
-  // take them within a few seconds.
+  // For a later copy: hands the files (absolute paths) to the first one, and waits for its answer.
+  // False when that did not take them within a few seconds.
   bool handOver(const std::vector<std::string>& paths) const;
 
  private:
-  struct Caller;
+  void read(QLocalSocket& caller);
 
-  std::string socketPath() const;
-  void accept();
-  void read(Caller& caller);
-
-  RunLoop& loop_;
-  std::string folder_;
-  Descriptor lock_;
-  Descriptor socket_;
+  QString socketPath_;
+  std::optional<QLockFile> lock_;
   bool isFirst_ = true;
+  QLocalServer server_;
   std::function<void(const std::vector<std::string>&)> opened_;
-  std::vector<std::unique_ptr<Caller>> callers_;
-  RunLoop::Id watch_ = 0;
 };
 
-// $XDG_RUNTIME_DIR, else a folder below /tmp that is made for this user alone; "" when there is
-// neither.
+// $XDG_RUNTIME_DIR, else a folder that is made for this user alone; "" when there is neither.
 std::string runtimeFolder();
 
 }  // namespace tessarin

@@ -2,11 +2,11 @@
 
 #include <thread>
 
-#include "platform/PollRunLoop.h"
-#include "platform/SingleInstance.h"
 #include "support/LogCapture.h"
 #include "support/LoopUntil.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "views/QtRunLoop.h"
+#include "views/SingleInstance.h"
 
 namespace tessarin {
 namespace {
@@ -15,12 +15,12 @@ using testing::ElementsAre;
 
 TEST(SingleInstance, ALaterCopyHandsItsFilesToTheFirst) {
   const test::ScopedTemporaryFolder folder;
-  PollRunLoop loop;
+  QtRunLoop loop;
   std::vector<std::vector<std::string>> opened;
-  SingleInstance first(loop, folder.path());
+  SingleInstance first(folder.path());
   ASSERT_TRUE(first.isFirst());
   first.serve([&](const std::vector<std::string>& paths) { opened.push_back(paths); });
-  const SingleInstance second(loop, folder.path());
+  const SingleInstance second(folder.path());
   EXPECT_FALSE(second.isFirst());
 
   const std::vector<std::string> many(2000, "/media/card/Été à Köln\n.MTS");
@@ -42,15 +42,14 @@ TEST(SingleInstance, ALaterCopyHandsItsFilesToTheFirst) {
 TEST(SingleInstance, TheNextCopyIsFirstAgainAfterAnEnd) {
   const test::ScopedTemporaryFolder folder;
   const test::LogCapture log;
-  PollRunLoop loop;
   {
-    SingleInstance first(loop, folder.path());
+    SingleInstance first(folder.path());
     first.serve([](const std::vector<std::string>&) {});
   }
-  EXPECT_TRUE(SingleInstance(loop, folder.path()).isFirst());
+  EXPECT_TRUE(SingleInstance(folder.path()).isFirst());
   // Without a place for the lock nobody is kept from working.
-  EXPECT_TRUE(SingleInstance(loop, "").isFirst());
-  EXPECT_TRUE(SingleInstance(loop, folder.file("missing")).isFirst());
+  EXPECT_TRUE(SingleInstance("").isFirst());
+  EXPECT_TRUE(SingleInstance(folder.file("missing")).isFirst());
 }
 
 }  // namespace
