@@ -186,8 +186,7 @@ void taskLauncher::stopListening() {
   exitWatches_.clear();
   if (grace_ != 0)
     loop_.cancel(std::exchange(grace_, 0));
-  for (NotificationCenter::Id& observer : observers_)
-    NotificationCenter::defaultCenter().remove(std::exchange(observer, 0));
+  broadcasts().disconnect(std::exchange(listener_, 0));
 }
 
 void taskLauncher::tasklauncherTerminate() {
@@ -226,13 +225,22 @@ std::int32_t taskLauncher::uid() {
   if (uid_ != 0)
     return uid_;
   uid_ = static_cast<std::int32_t>(std::time(nullptr));
-  NotificationCenter& center = NotificationCenter::defaultCenter();
-  observers_ = {
-      center.addObserver("fabKillTasks", uid_, [this] { tasklauncherTerminate(); }),
-      center.addObserver("fabPauseTasks", uid_, [this] { suspend(); }),
-      center.addObserver("fabResumeTasks", uid_, [this] { resume(); }),
-  };
+  listener_ = broadcasts().connect([this](std::string_view name, std::int32_t uid) {
+    if (uid != uid_)
+      return;
+    if (name == "fabKillTasks")
+      tasklauncherTerminate();
+    else if (name == "fabPauseTasks")
+      suspend();
+    else if (name == "fabResumeTasks")
+      resume();
+  });
   return uid_;
+}
+
+taskLauncher::Broadcasts& taskLauncher::broadcasts() {
+  static Broadcasts all;
+  return all;
 }
 
 // ---- Telling the delegate

@@ -1,7 +1,6 @@
 // Runs a command, or commands joined by pipes, beside the program.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -12,8 +11,8 @@
 #include "classShared/TextAdditions.h"
 #include "platform/ChildProcess.h"
 #include "platform/ExitWatch.h"
-#include "platform/NotificationCenter.h"
 #include "platform/RunLoop.h"
+#include "utils/Signal.h"
 
 namespace tessarin {
 
@@ -97,9 +96,12 @@ class taskLauncher {
   // delegate, unless it knows. Allowed at any time, from any callback.
   void tasklauncherTerminate();
 
-  // The identity by which "fabKillTasks", "fabPauseTasks" and "fabResumeTasks" of the default
-  // notification centre, posted with this number, reach this launcher; from the first call on.
-  // Seconds since 1970: launchers asked within the same second share it.
+  // What is told to launchers by whoever knows no more than their number: "fabKillTasks",
+  // "fabPauseTasks" or "fabResumeTasks", and the uid of those that are meant.
+  using Broadcasts = Signal<std::string_view, std::int32_t>;
+  static Broadcasts& broadcasts();
+  // The number by which broadcasts reach this launcher, from the first call on. Seconds since 1970:
+  // launchers asked within the same second share it.
   std::int32_t uid();
 
  private:
@@ -145,7 +147,7 @@ class taskLauncher {
   RunLoop::Id grace_ = 0;
 
   std::int32_t uid_ = 0;
-  std::array<NotificationCenter::Id, 3> observers_{};
+  Broadcasts::Id listener_ = 0;
 };
 
 // Writes in the log how the run of this program ended; status as taskLauncher tells it.

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -89,11 +88,13 @@ Outcome<void> prepareWorkFolder(const Bundle& bundle) {
 
 std::vector<std::string> toolEnvironment() {
   const std::string support = expandTilde("~/Library/Application Support/" + Bundle::main().name());
-  const std::array<std::pair<std::string, std::string>, 3> own{{
-      {"LC_CTYPE=", "en_US.UTF-8"},
-      {"FONTCONFIG_FILE=", joinPath(support, "fonts.conf")},
-      {"FONTCONFIG_PATH=", joinPath(workFolderPath(), "app.app") + "/Contents/Resources/fonts"},
-  }};
+  std::vector<std::pair<std::string, std::string>> own{{"LC_CTYPE=", "en_US.UTF-8"}};
+  // A tool that is sent to fonts that are not there has none at all.
+  for (const auto& [name, path] : std::initializer_list<std::pair<std::string, std::string>>{
+           {"FONTCONFIG_FILE=", joinPath(support, "fonts.conf")},
+           {"FONTCONFIG_PATH=", joinPath(workFolderPath(), resourcesInFolder) + "/fonts"}})
+    if (pathExists(path))
+      own.emplace_back(name, path);
   std::vector<std::string> environment;
   for (char** entry = ::environ; *entry != nullptr; ++entry) {
     bool replaced = false;

@@ -25,7 +25,8 @@ std::string workToolsFolder();
 Outcome<void> prepareWorkFolder(const Bundle& bundle);
 
 // The environment of every tool, as "NAME=value": the application's own, with LC_CTYPE (tools
-// print UTF-8), FONTCONFIG_FILE and FONTCONFIG_PATH (the application's fonts) set.
+// print UTF-8) set, and FONTCONFIG_FILE and FONTCONFIG_PATH (the application's fonts) where those
+// are.
 std::vector<std::string> toolEnvironment();
 
 }  // namespace tessarin

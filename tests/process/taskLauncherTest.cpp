@@ -224,20 +224,20 @@ TEST(TaskLauncherTest, theFirstCommandsAreReapedWhileTheLastOneRuns) {
 }
 
 TEST(TaskLauncherTest, broadcastsReachTheLauncherWithTheirNumber) {
-  NotificationCenter& center = NotificationCenter::defaultCenter();
+  taskLauncher::Broadcasts& center = taskLauncher::broadcasts();
   LauncherRun run;
   ASSERT_EQ(run.launch({childPath("childHang")}), 0);
   const std::int32_t uid = run.launcher.uid();
   EXPECT_GT(uid, 0);
   EXPECT_EQ(run.launcher.uid(), uid);
-  center.post("fabPauseTasks", uid + 1);
+  center.emit("fabPauseTasks", uid + 1);
   EXPECT_FALSE(run.launcher.isSuspended());
-  center.post("fabPauseTasks", uid);
+  center.emit("fabPauseTasks", uid);
   EXPECT_TRUE(run.launcher.isSuspended());
-  center.post("fabResumeTasks", uid);
+  center.emit("fabResumeTasks", uid);
   EXPECT_FALSE(run.launcher.isSuspended());
-  center.post("fabKillTasks", uid);
-  center.post("fabPauseTasks", uid);  // over: no longer heard
+  center.emit("fabKillTasks", uid);
+  center.emit("fabPauseTasks", uid);  // over: no longer heard
   EXPECT_THAT(run.recorder.events, ElementsAre("suspend", "resume", "end"));
   EXPECT_EQ(run.launcher.terminationStatus(), taskLauncher::abortedStatus);
 }

@@ -24,21 +24,28 @@ class ToolEnvironmentTest : public testing::Test {
 };
 
 TEST_F(ToolEnvironmentTest, theToolsEntriesReplaceThoseOfTheApplication) {
-  const test::ScopedEnvironment home("HOME", "/home/somebody");
+  const test::ScopedEnvironment home("HOME", folder_.path());
   const test::ScopedEnvironment language("LC_CTYPE", "fr_FR.UTF-8");
   const test::ScopedEnvironment similar("LC_CTYPES", "kept");
   const test::ScopedEnvironment fonts("FONTCONFIG_PATH", "/etc/fonts");
-  setWorkFolderPath("/tmp/folder");
-  const std::vector<std::string> environment = toolEnvironment();
+  setWorkFolderPath(folder_.file("work"));
+  std::vector<std::string> environment = toolEnvironment();
   EXPECT_THAT(environment, Contains("LC_CTYPE=en_US.UTF-8").Times(1));
   EXPECT_THAT(environment, Contains(StartsWith("LC_CTYPE=")).Times(1));
   EXPECT_THAT(environment, Contains("LC_CTYPES=kept"));
-  EXPECT_THAT(environment, Contains("HOME=/home/somebody"));
-  EXPECT_THAT(environment, Contains("FONTCONFIG_FILE=/home/somebody/Library/Application Support/" +
-                                    Bundle::main().name() + "/fonts.conf"));
+  EXPECT_THAT(environment, Contains("HOME=" + folder_.path()));
+  // There are no fonts of the application's own: a tool takes those of the system.
+  EXPECT_THAT(environment, Contains("FONTCONFIG_PATH=/etc/fonts"));
+  EXPECT_THAT(environment, Contains(StartsWith("FONTCONFIG_FILE=")).Times(0));
+
+  const std::string file = "Library/Application Support/" + Bundle::main().name() + "/fonts.conf";
+  folder_.write(file, "");
+  const std::string place = "work/app.app/Contents/Resources/fonts";
+  folder_.write(place + "/one.ttf", "");
+  environment = toolEnvironment();
+  EXPECT_THAT(environment, Contains("FONTCONFIG_FILE=" + folder_.file(file)));
   EXPECT_THAT(environment, Contains(StartsWith("FONTCONFIG_PATH=")).Times(1));
-  EXPECT_THAT(environment,
-              Contains("FONTCONFIG_PATH=/tmp/folder/app.app/Contents/Resources/fonts"));
+  EXPECT_THAT(environment, Contains("FONTCONFIG_PATH=" + folder_.file(place)));
 }
 
 TEST_F(ToolEnvironmentTest, theWorkingFolderIsPrivateAndLeadsToTheResources) {
