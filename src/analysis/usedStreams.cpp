@@ -199,6 +199,8 @@ Arguments inputOptions(const Source& source) {
     add("-analyzeduration", fmt::format("{}", *source.analyzeDuration));
   if (!source.toldFormat.empty())
     add("-f", source.toldFormat);
+  if (source.isJoined)
+    add("-dts_delta_threshold", "2");
   return options;
 }
 

@@ -233,16 +233,18 @@ void ConversionJob::encode() {
     fail(whyInTheWay(order_.output));
     return;
   }
-  host_.makesFolder(order_.row.path(), folderPath_);
-  if (outcome_)
-    return;  // stopped by whoever was told
-  Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
-  if (!made) {
-    logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
-    fail(whyNothingIsWritten(parentFolder(order_.output), made.reason()));
-    return;
+  if (folder_.path().empty()) {
+    host_.makesFolder(order_.row.path(), folderPath_);
+    if (outcome_)
+      return;  // stopped by whoever was told
+    Outcome<PrivateFolder> made = makeJobFolder(folderPath_);
+    if (!made) {
+      logFormat("job folder          :-( {}: {}", folderPath_, made.reason());
+      fail(whyNothingIsWritten(parentFolder(order_.output), made.reason()));
+      return;
+    }
+    folder_ = std::move(*made);
   }
-  folder_ = std::move(*made);
   begin_ = std::chrono::steady_clock::now();
   isExporting_ = plan_->isExport;
   if (plan_->isExport)
@@ -298,7 +300,7 @@ void ConversionJob::startTool(const Arguments& command, ParseMode parseMode, dou
   start.progressMax = maximum;
   start.source = order_.row.path();
   start.output = work_;
-  if (looking_ == Looking::atPackets)
+  if (looking_ == Looking::atPackets || looking_ == Looking::atClock)
     start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
   if (looking_ == Looking::atNothing)
     progress_.begin();
@@ -327,15 +329,8 @@ void ConversionJob::toolEnded(const ToolEnd& end) {
     go(Step::end);
     return;
   }
-  if (looking_ == Looking::atPackets) {
-    judgeMeasure(end);
-    return;
-  }
-  if (looking_ == Looking::atBytes) {
-    if (end.status == 0)
-      go(Step::end);
-    else
-      fail(localisationString("why_readError", "", systemReason(EIO)));
+  if (looking_ != Looking::atNothing) {
+    lookEnded(end);
     return;
   }
   const bool isSound = end.troubles.readError().empty() && !end.troubles.losesOutput();

@@ -140,8 +140,11 @@ class ConversionJob {
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();
-  void startMeasuring();
-  void judgeMeasure(const ToolEnd& end);
+  void measure(Clock clock);
+  void lookEnded(const ToolEnd& end);
+  void convertJoined();
+  void judgeMeasure();
+  void countDamage();
   void startReading();
 
   void fail(const std::string& reason);
@@ -172,11 +175,13 @@ class ConversionJob {
   bool isReplacing_ = false;  // what has the movie's name
   bool isExporting_ = false;
 
-  enum class Looking { atNothing, atPackets, atBytes };
+  enum class Looking { atNothing, atPackets, atClock, atBytes };
   Looking looking_ = Looking::atNothing;
   ClipProgress progress_;
   RunTroubles troubles_;  // of the first tool, which reads the source
   PacketMeter meter_;
+  SourceMeasure measure_;
+  RunTroubles measureTroubles_;
   MovieIndex movie_;
   std::size_t damagedPictures_ = 0;
   std::size_t damagedSound_ = 0;

@@ -87,43 +87,107 @@ void ConversionJob::check() {
     return;
   }
   const auto expected = expectedByAnalysis(*plan_);
-  if (expected && judgeMovie(movie_, *expected).isRight() && !maySoundChange(plan_->row.source)) {
+  const Source& source = plan_->row.source;
+  // A hole in a stream has its place in the length.
+  const bool mayHaveHoles = isStreamed(source) && damagedPictures_ > 0;
+  if (expected && judgeMovie(movie_, *expected).isRight() && !maySoundChange(source) &&
+      !mayHaveHoles) {
     end();
     return;
   }
-  startMeasuring();
+  measure(Clock::ofConversion);
 }
 
-void ConversionJob::startMeasuring() {
-  const Arguments command = measuringCommandOf(*plan_);
+void ConversionJob::measure(Clock clock) {
+  const Arguments command = measuringCommandOf(*plan_, clock);
   if (command.empty()) {
     fail(localisationString("why_notMeasured"));
     return;
   }
   logLine("check               : measuring the source");
-  looking_ = Looking::atPackets;
+  looking_ = clock == Clock::ofSource ? Looking::atClock : Looking::atPackets;
   meter_ = PacketMeter();
   startTool(command, ParseMode::time, order_.row.source.duration.value_or(0));
 }
 
-void ConversionJob::judgeMeasure(const ToolEnd& end) {
-  const std::string source = order_.row.path();
-  const SourceMeasure measure = meter_.result();
-  if (!end.troubles.readError().empty()) {
+void ConversionJob::lookEnded(const ToolEnd& end) {
+  const bool isRead = end.status == 0 && end.troubles.readError().empty();
+  if (looking_ == Looking::atBytes) {
+    if (end.status == 0)
+      go(Step::end);
+    else
+      fail(localisationString("why_readError", "", systemReason(EIO)));
+  } else if (looking_ == Looking::atClock) {
+    if (isRead && isJoined(meter_.result()))
+      convertJoined();
+    else
+      judgeMeasure();
+  } else if (!end.troubles.readError().empty()) {
     fail(localisationString("why_readError", "", end.troubles.readError()));
-    return;
-  }
-  if (end.status != 0 || !measure.pictures) {
+  } else if (measure_ = meter_.result(); !isRead || !measure_.pictures) {
     logFormat("check               :-( {}", end.lastOutput);
     fail(localisationString("why_notMeasured"));
+  } else {
+    measureTroubles_ = end.troubles;
+    if (maybeJoined(*plan_, measure_) && !plan_->row.source.isJoined)
+      measure(Clock::ofSource);
+    else
+      judgeMeasure();
+  }
+}
+
+// Once more, with every jump of the clock closed: without that there are seconds of one picture at
+// the joints.
+void ConversionJob::convertJoined() {
+  logLine("check               : parts with clocks of their own, converting once more");
+  for (std::string* made : {&work_, &slowed_, &master_})
+    if (pathExists(*made))
+      removeFile(*made);
+  slowed_.clear();
+  master_.clear();
+  order_.row.source.isJoined = true;
+  plan_ = planJob(order_.row, work_, order_.flavour);
+  if (!plan_) {
+    fail(localisationString("why_noCommand"));
     return;
   }
+  progress_ = ClipProgress(*plan_);
+  looking_ = Looking::atNothing;
+  troubles_ = RunTroubles();
+  damagedPictures_ = 0;
+  damagedSound_ = 0;
+  go(Step::encode);
+}
+
+void ConversionJob::judgeMeasure() {
   const MovieVerdict verdict =
-      judgeMovie(movie_, expectedByMeasure(*plan_, measure, damagedPictures_, damagedSound_));
+      judgeMovie(movie_, expectedByMeasure(*plan_, measure_, damagedPictures_, damagedSound_));
   if (!verdict.isRight()) {
     fail(reasonOf(verdict));
     return;
   }
+  countDamage();
+  if (!isShortOfPromise(*plan_, movie_)) {
+    go(Step::end);
+    return;
+  }
+  // The source says that it has more. Either that is wrong, or nobody has read all of it.
+  if (troubles_.endsEarly() || measureTroubles_.endsEarly()) {
+    fail(localisationString("why_endsEarly"));
+  } else if (!troubles_.givenUp().empty() || !measureTroubles_.givenUp().empty()) {
+    fail(localisationString(
+        "why_givenUp", "",
+        troubles_.givenUp().empty() ? measureTroubles_.givenUp() : troubles_.givenUp()));
+  } else if (static_cast<double>(measure_.bytes) < poidsFile(order_.row.path(), "o") / 2) {
+    fail(localisationString("why_partRead"));
+  } else {
+    startReading();
+  }
+}
+
+// What is missing or out of place, and neither tool spoke of.
+void ConversionJob::countDamage() {
+  const SourceMeasure& measure = measure_;
   if (measure.pictures->displaced > 0) {
     logFormat("check               :-( {} pictures are out of their places in the source",
               measure.pictures->displaced);
@@ -136,6 +200,10 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
   if (const std::size_t missing = missingPictures(*plan_, measure); missing > damagedPictures_) {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
+  }
+  if (const std::size_t held = heldPictures(*plan_, measure); held > damagedPictures_) {
+    logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
+    damagedPictures_ = held;
   }
   // Each picture of DV has its sound; behind a hole ffmpeg may find none any more.
   constexpr double soundSlack = 0.3;
@@ -157,22 +225,6 @@ void ConversionJob::judgeMeasure(const ToolEnd& end) {
     logFormat("check               :-( {} packets of sound have another rate than the first",
               measure.sound->otherRate);
     damagedSound_ = std::max<std::size_t>(damagedSound_, measure.sound->otherRate);
-  }
-  if (!isShortOfPromise(*plan_, movie_)) {
-    go(Step::end);
-    return;
-  }
-  // The source says that it has more. Either that is wrong, or nobody has read all of it.
-  if (troubles_.endsEarly() || end.troubles.endsEarly()) {
-    fail(localisationString("why_endsEarly"));
-  } else if (!troubles_.givenUp().empty() || !end.troubles.givenUp().empty()) {
-    fail(localisationString(
-        "why_givenUp", "",
-        troubles_.givenUp().empty() ? end.troubles.givenUp() : troubles_.givenUp()));
-  } else if (static_cast<double>(measure.bytes) < poidsFile(source, "o") / 2) {
-    fail(localisationString("why_partRead"));
-  } else {
-    startReading();
   }
 }
 

@@ -139,6 +139,8 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
     add("--probesize", fmt::format("{}", *source.probeSize));
   if (source.analyzeDuration)
     add("--analyzeduration", fmt::format("{}", *source.analyzeDuration));
+  if (source.isJoined)
+    command.emplace_back("--joined");
   const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
     if (source.pictures.claim)

@@ -100,6 +100,10 @@ std::string count(double number) {
 
 }  // namespace
 
+bool isStreamed(const Source& source) {
+  return startsWith(source.container, "mpeg");
+}
+
 std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan) {
   const auto duration = durationOf(plan);
   if (!duration)
@@ -188,6 +192,26 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
   return static_cast<std::size_t>(std::max(1.0, std::round(missing * pictureRateOf(source))));
 }
 
+std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
+  if (!isStreamed(plan.row.source) || !measure.pictures || measure.pictures->displaced > 0)
+    return 0;
+  return static_cast<std::size_t>(
+      std::round(measure.pictures->gaps * pictureRateOf(plan.row.source)));
+}
+
+bool maybeJoined(const JobPlan& plan, const SourceMeasure& measure) {
+  const auto& pictures = measure.pictures;
+  const auto& sound = measure.sound;
+  constexpr double likeness = 1;  // seconds
+  return isStreamed(plan.row.source) && pictures && pictures->gaps > 0 &&
+         (!sound || std::abs(sound->gaps - pictures->gaps) < likeness);
+}
+
+bool isJoined(const SourceMeasure& byOwnClock) {
+  constexpr std::uint64_t leastPackets = 12;  // about half a second
+  return byOwnClock.pictures && byOwnClock.pictures->standing >= leastPackets;
+}
+
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie) {
   const MovieTrack* pictures = movie.pictures();
   return pictures == nullptr || pictures->seconds < stretchOf(plan) * (seconds - analysisSlack);
@@ -198,10 +222,10 @@ bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {
   return !duration || isShorterThan(*duration, plan, movie);
 }
 
-Arguments measuringCommandOf(const JobPlan& plan) {
+Arguments measuringCommandOf(const JobPlan& plan, Clock clock) {
   const Arguments& command = plan.command.arguments;
   if (!plan.isExport)
-    return measuringCommand(command);
+    return measuringCommand(command, clock);
   // What the export is told of the source, in ffmpeg's words.
   Arguments same = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "error"};
   const Arguments options = inputOptions(plan.row.source);
@@ -211,7 +235,7 @@ Arguments measuringCommandOf(const JobPlan& plan) {
     if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)
       same.insert(same.end(), {"-map", "0:" + *stream});
   same.emplace_back("output");
-  return measuringCommand(same);
+  return measuringCommand(same, clock);
 }
 
 std::string reasonOf(const MovieVerdict& verdict) {

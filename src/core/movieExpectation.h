@@ -12,6 +12,9 @@
 
 namespace tessarin {
 
+// Whether the clock of the source may jump, as in the formats of broadcasts and discs.
+bool isStreamed(const Source& source);
+
 // By what the analysis knows: as long as the source is said to be, give or take a few pictures. A
 // movie that passes is right; for one that does not the source has to be measured, for what the
 // analysis knows is often a guess. Nothing when it does not know how long the source is.
@@ -33,6 +36,16 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // what is longer.
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 
+// How many pictures of a stream the one before a hole of its clock is shown for: what was there is
+// lost, or was never recorded.
+std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure);
+
+// Whether what looks like a hole in the source may be the joint of two recordings that begin anew:
+// packets come late there, so that a clock that is set back looks like one that leaps forward.
+bool maybeJoined(const JobPlan& plan, const SourceMeasure& measure);
+// Whether the clock of the source was set back, by packets with the times of the source.
+bool isJoined(const SourceMeasure& byOwnClock);
+
 // Whether the movie is made of less than so many seconds of the source.
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie);
 
@@ -41,7 +54,7 @@ bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
 
 // The command that lists the packets of the streams that the job converts (PacketMeter); empty
 // when the job is not known to read one source.
-Arguments measuringCommandOf(const JobPlan& plan);
+Arguments measuringCommandOf(const JobPlan& plan, Clock clock);
 
 // Why the movie is not right, in the user's language.
 std::string reasonOf(const MovieVerdict& verdict);

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 #include "classShared/TextAdditions.h"
 
@@ -47,7 +48,7 @@ std::int64_t hexadecimal(std::string_view text) {
 
 }  // namespace
 
-std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion) {
+std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion, Clock clock) {
   const auto input = std::find(conversion.begin(), conversion.end(), "-i");
   if (conversion.empty() || conversion.end() - input < 2)
     return {};
@@ -61,6 +62,8 @@ std::vector<std::string> measuringCommand(const std::vector<std::string>& conver
   if (const auto level = std::find(command.begin(), command.end(), "-loglevel");
       command.end() - level >= 2)
     *(level + 1) = "error";
+  if (clock == Clock::ofSource)
+    command.insert(command.begin() + 1, "-copyts");
   command.insert(command.end(), {"-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"});
   return command;
 }
@@ -124,7 +127,9 @@ void PacketMeter::addPacket(std::string_view line) {
   bytes_ += static_cast<std::uint64_t>(size);
   const double byteRate = end > start ? static_cast<double>(size) / (end - start) : 0;
   if (!stream.measured) {
-    stream.measured = MeasuredStream{0, start, end, 0, 0, 0};
+    stream.measured = MeasuredStream{};
+    stream.measured->first = start;
+    stream.measured->end = end;
     stream.latest = start;
     stream.byteRate = byteRate;
   }
@@ -133,6 +138,11 @@ void PacketMeter::addPacket(std::string_view line) {
   stream.latest = std::max(stream.latest, start);
   if (start < stream.latest - mostReordering)
     ++stream.measured->displaced;
+  if (decoded == std::exchange(stream.decoded, decoded))
+    ++stream.measured->standing;
+  constexpr double shortestGap = 1;
+  if (start > stream.measured->end + shortestGap)
+    stream.measured->gaps += start - stream.measured->end;
   // Packets of fields do not all have the same number of samples.
   constexpr double unevenness = 0.05;
   if (stream.isPcm && byteRate > 0 && std::abs(byteRate / stream.byteRate - 1) > unevenness)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -21,6 +22,11 @@ struct MeasuredStream {
   // Of the packets, those that are shown more than a second before one that was stored ahead of
   // them: a clock that jumped has taken them, or that one, out of their places.
   std::uint64_t displaced = 0;
+  // Seconds without any packet, where that is more than one at once.
+  double gaps = 0;
+  // Of the packets, those with the decoding time of the one before. By the source's own clock those
+  // are the ones behind a place where it was set back, for a list never goes back.
+  std::uint64_t standing = 0;
   // Of packets of PCM, those with more or fewer samples in their time than the first one.
   std::uint64_t otherRate = 0;
 };
@@ -34,7 +40,9 @@ struct SourceMeasure {
 // The command that lists the packets of what `conversion` (a program, arguments with one "-i" and
 // an output) reads, on standard output, without decoding them: one reading of the source, by the
 // source's own times. On standard error are complaints and how far it is ("time=…").
-std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion);
+enum class Clock { ofConversion, ofSource };  // with its jumps closed, or as it stands
+std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion,
+                                          Clock clock = Clock::ofConversion);
 
 // Reads such a list, line by line.
 class PacketMeter {
@@ -46,9 +54,10 @@ class PacketMeter {
   struct Stream {
     bool isSound = false;
     bool isPcm = false;
-    double tick = 0;      // seconds
-    double latest = 0;    // when the latest packet is shown
-    double byteRate = 0;  // of the first packet
+    double tick = 0;    // seconds
+    double latest = 0;  // when the latest packet is shown
+    std::int64_t decoded = std::numeric_limits<std::int64_t>::min();  // in ticks, the latest packet
+    double byteRate = 0;                                              // of the first packet
     std::optional<MeasuredStream> measured;
   };
 

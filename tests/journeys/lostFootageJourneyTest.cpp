@@ -159,6 +159,27 @@ TEST_F(LostFootageJourney, PicturesThatGoAtAJointAreTold) {
   EXPECT_EQ(result.status, 1);
 }
 
+// Sound of the first part that comes behind pictures of the second makes ffmpeg take a clock that
+// is set back for one that leaps forward.
+TEST_F(LostFootageJourney, RecordingsBehindEachOtherFollowWithoutAPause) {
+  const std::string part = folder.file("part.mts");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("720x576", "5") + test::tone("5") +
+                                 "-c:v libx264 -preset ultrafast -c:a ac3 -shortest "
+                                 "-f mpegts -mpegts_m2ts_mode 1",
+                             part));
+  const std::string bytes = folder.read("part.mts");
+  const std::string clip = folder.write("x.mts", bytes + bytes);
+  for (const char* format : {"prores", "aic"}) {
+    std::filesystem::remove_all(destination());
+    const Result result = tessarin({"-d", destination(), "--format", format, clip});
+    ASSERT_EQ(movies().size(), 2u) << result.err;
+    const auto made = readMovieIndex(movie(movies().front()));
+    ASSERT_TRUE(made && made->pictures() && made->sound());
+    EXPECT_THAT(made->pictures()->shown, testing::AllOf(testing::Ge(246u), testing::Le(250u)));
+    EXPECT_NEAR(made->sound()->seconds, made->pictures()->seconds, 0.15);
+  }
+}
+
 // Everything else that may stand in the destination, or come there while a movie is made.
 TEST_F(LostFootageJourney, WhatIsInTheDestinationStays) {
   const std::string clip = tinyClip("x.mts");

@@ -274,6 +274,8 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     append(arguments, {"-analyzeduration", input.analyzeDuration});
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
+  if (input.joined)
+    append(arguments, {"-dts_delta_threshold", "2"});
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 

@@ -17,6 +17,7 @@ struct ExportInput {
   std::string probeSize;             // bytes, and microseconds, in which ffmpeg is to look for the
   std::string analyzeDuration;       // streams' parameters; likewise
   std::string soundDecoder;          // likewise
+  bool joined = false;               // of parts with clocks of their own, whose jumps are closed
   std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
   std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
   std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures
