@@ -93,6 +93,17 @@ std::string choices(const Map& map) {
   return joinTexts(names, "|");
 }
 
+// What is wrong with an option's value, in the user's words.
+class Mistake final : public CLI::ParseError {
+ public:
+  Mistake(const std::string& flag, const std::string& word, const std::string& choices)
+      : CLI::ParseError(
+            "Mistake",
+            flag + ": " +
+                localisationString("wrong_choice", textTable, "\"" + word + "\"", choices),
+            wrongUse) {}
+};
+
 // Looks the option's word up in the map, in capitals or small letters.
 template <class Map, class Result>
 CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, Result& result,
@@ -103,9 +114,7 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
           [&map, &result, flag](const std::string& word) {
             const auto found = map.find(lowerCase(word));
             if (found == map.end())
-              throw CLI::ValidationError(
-                  flag,
-                  localisationString("wrong_choice", textTable, "\"" + word + "\"", choices(map)));
+              throw Mistake(flag, word, choices(map));
             result = found->second;
           },
           help)
@@ -121,9 +130,7 @@ void addCount(CLI::App& app, const std::string& flag, std::optional<int>& result
          [&result, flag](const std::string& word) {
            const auto number = leadingInteger(word);
            if (std::to_string(number) != word || number < 1 || number > mostJobs)
-             throw CLI::ValidationError(
-                 flag, localisationString("wrong_choice", textTable, "\"" + word + "\"",
-                                          fmt::format("1..{}", mostJobs)));
+             throw Mistake(flag, word, fmt::format("1..{}", mostJobs));
            result = static_cast<int>(number);
          },
          help)
@@ -131,7 +138,9 @@ void addCount(CLI::App& app, const std::string& flag, std::optional<int>& result
       ->take_last();
 }
 
-// The command named by the first of the words that are no options; it is taken out of them.
+// The command named by the first of the words that are no options; it is taken out of them. The
+// library's subcommands would take the word anywhere, so that no clip could have such a name, and
+// would want a help of their own.
 Command takeCommand(std::vector<std::string>& words) {
   static const std::map<std::string, Command> commands{{"convert", Command::convert},
                                                        {"analyse", Command::analyse},
@@ -154,21 +163,26 @@ class HelpText final : public CLI::Formatter {
   }
 };
 
-// What is wrong with the arguments, in our words where the library's are about itself.
-std::string mistake(const CLI::App& app, const CLI::ParseError& error) {
-  std::string words = error.what();
-  std::string name = words.substr(0, words.find_first_of(": "));
-  if (!startsWith(name, "-"))
-    name = "--" + name;
-  if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)
-    return localisationString("wrong_excludes", textTable, name,
-                              words.substr(words.rfind(' ') + 1));
-  const CLI::Option* option = app.get_option_no_throw(name);
-  if (option == nullptr || dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr)
-    return words;
-  if (option->get_items_expected_max() == 0)
-    return localisationString("wrong_takesNoValue", textTable, name);
-  return localisationString("wrong_needsValue", textTable, name, option->get_type_name());
+// What is wrong with the words when an option has a value too few or too many. The library says it
+// in English, and has no name for the option but in that sentence.
+std::string wrongValue(const CLI::App& app, const std::vector<std::string>& words) {
+  for (auto word = words.rbegin(); word != words.rend(); ++word) {
+    if (!startsWith(*word, "-"))
+      continue;
+    const bool isLong = startsWith(*word, "--");
+    const std::string name(isLong ? std::string(textUpTo(*word, "="))
+                                  : std::string("-") + word->back());
+    const CLI::Option* option = app.get_option_no_throw(name);
+    if (option == nullptr)
+      continue;
+    // Only behind the last word there is nothing to take.
+    if (option->get_items_expected_max() > 0 && word == words.rbegin())
+      return localisationString("wrong_needsValue", textTable, option->get_name(),
+                                option->get_type_name());
+    if (option->get_items_expected_max() == 0 && contains(*word, "="))
+      return localisationString("wrong_takesNoValue", textTable, name);
+  }
+  return localisationString("wrong_option", textTable, joinTexts(words, " "));
 }
 
 // The first of these options that was given.
@@ -225,7 +239,6 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   const std::vector<std::string> paths(separator == words.end() ? separator : separator + 1,
                                        words.end());
   words.erase(separator, words.end());
-  std::reverse(words.begin(), words.end());
 
   Options options;
   CLI::App app("", "tessarin");
@@ -276,12 +289,16 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       option->disable_flag_override();
 
   try {
-    app.parse(words);
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& asked) {
     app.exit(asked);
     return Exit{allConverted};
-  } catch (const CLI::ParseError& error) {
-    return refuse(mistake(app, error));
+  } catch (const Mistake& mistake) {
+    return refuse(mistake.what());
+  } catch (const CLI::ExcludesError&) {
+    return refuse(localisationString("wrong_excludes", textTable, "--surround", "--no-surround"));
+  } catch (const CLI::ParseError&) {
+    return refuse(wrongValue(app, words));
   }
   options.paths = app.remaining();
   for (const std::string& word : options.paths)

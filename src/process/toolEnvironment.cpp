@@ -89,7 +89,7 @@ Outcome<void> prepareWorkFolder(const Bundle& bundle) {
 std::vector<std::string> toolEnvironment() {
   const std::string support = expandTilde("~/Library/Application Support/" + Bundle::main().name());
   std::vector<std::pair<std::string, std::string>> own{{"LC_CTYPE=", "en_US.UTF-8"}};
-  // A tool that is sent to fonts that are not there has none at all.
+  // Sent to what is not there, a tool complains instead of taking the system's.
   for (const auto& [name, path] : std::initializer_list<std::pair<std::string, std::string>>{
            {"FONTCONFIG_FILE=", joinPath(support, "fonts.conf")},
            {"FONTCONFIG_PATH=", joinPath(workFolderPath(), resourcesInFolder) + "/fonts"}})
