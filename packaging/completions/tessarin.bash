@@ -20,7 +20,7 @@ _tessarin() {
       ;;
     --speed) words="full half slow" ;;
     --overwrite) words="ask keep replace" ;;
-    --batch | --from)
+    --preset | --batch | --from)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return
@@ -32,7 +32,7 @@ _tessarin() {
       ;;
     *)
       if [ "${word:0:1}" = "-" ]; then
-        words="--for --format --prores --size --speed --surround --no-surround -d --destination
+        words="--preset --for --format --prores --size --speed --surround --no-surround -d --destination
           --overwrite --jobs --from --batch --recover --forget --json -v --verbose -h --help -V --version"
       else
         compopt -o filenames 2>/dev/null

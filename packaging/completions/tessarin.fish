@@ -2,6 +2,7 @@
 complete -c tessarin -n __fish_use_subcommand -a analyse -d 'Tell what each source is'
 complete -c tessarin -n __fish_use_subcommand -a plan -d 'Show the commands that would run'
 complete -c tessarin -n __fish_use_subcommand -a convert -d 'Convert the clips'
+complete -c tessarin -l preset -r -d 'A preset of your own'
 complete -c tessarin -l for -x -a 'quicktime imovie finalcut 50p60p' -d 'The editing application'
 complete -c tessarin -l format -x -a 'quicktime aic prores' -d 'What the movies are made in'
 complete -c tessarin -l prores -x -a 'proxy lt standard hq 4444' -d 'The flavour of ProRes'

@@ -3,9 +3,9 @@
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
-#include "cli/choiceWords.h"
 #include "core/remarks.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/choiceWords.h"
 #include "encoding/outputPreset.h"
 
 namespace tessarin::cli {

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <csignal>
 
-#include "cli/choiceWords.h"
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
 #include "cli/sources.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
+#include "cli/wishes.h"
 #include "core/BatchFile.h"
 #include "core/exportCommands.h"
 #include "core/jobPlan.h"
@@ -120,18 +120,7 @@ void Session::applyOptions() {
     app_.setJobs(*options_.jobs);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
-  if (options_.soft)
-    interface.editingSoft.select(*options_.soft);
-  if (options_.size)
-    interface.sizeOut.select(*options_.size);
-  if (options_.speed) {
-    interface.easy.select(0);
-    interface.speed.select(*options_.speed);
-  }
-  if (options_.surround)
-    interface.surround.setChecked(*options_.surround);
-  if (options_.prores)
-    services_.preferences.prefWrite(PrefKey::prores, *options_.prores);
+  choosePreset(options_.choices, interface, services_.preferences);
   if (options_.command == Command::convert && options_.overwrite != Overwrite::ask)
     services_.preferences.prefWrite(StateKey::replaceFiles, options_.overwrite == Overwrite::replace
                                                                 ? answerReplace
@@ -188,7 +177,7 @@ void Session::chooseForRow(int row) {
   BatchTable& table = app_.table();
   if (!table.has(row))
     return;
-  if (options_.target && !chooseTarget(row) && options_.command != Command::analyse) {
+  if (!hasTarget(row) && options_.command != Command::analyse) {
     table.select(row);
     table.encBatchRemove(false);
     return;
@@ -200,29 +189,20 @@ void Session::chooseForRow(int row) {
     interrupt(Stop::byUser);
 }
 
-// Makes the row what the user asked for. A target that it does not allow is refused rather than
-// replaced by another; its size gives way unless it was named, too.
-bool Session::chooseTarget(int row) {
+// Whether the row is what the user asked for. A target that it does not allow is refused rather
+// than replaced by another.
+bool Session::hasTarget(int row) {
   BatchTable& table = app_.table();
   const Row& entry = table.row(row);
-  const int size = app_.interface.sizeOut.selected();
-  Wish wish;
-  wish.target = *options_.target;
-  wish.speed = app_.interface.chosenSpeed();
-  if (size >= firstConcreteRow)
-    wish.sizeOut = size;
-  const Application application =
-      size == rowSameAsSource ? Application::any : app_.interface.application();
-  const auto choice = nearestChoice(entry, wish, application);
-  if (!choice) {
-    problem(table.sourcePath(row), refusalOfWish(entry, wish, application));
-    Choice refused = entry.choice;
-    refused.target = wish.target;
-    table.set(row, &Row::choice, refused);
-    return false;
-  }
-  table.set(row, &Row::choice, *choice);
-  return table.iba_outSpeedCell(row);
+  const auto wish = chosenWish(app_.interface);
+  const Application application = chosenSizes(app_.interface);
+  if (!wish || nearestChoice(entry, *wish, application))
+    return true;
+  problem(table.sourcePath(row), refusalOfWish(entry, *wish, application));
+  Choice refused = entry.choice;
+  refused.target = wish->target;
+  table.set(row, &Row::choice, refused);
+  return false;
 }
 
 void Session::analysisFinished() {

@@ -48,7 +48,7 @@ class Session {
   void resume();
   void problem(const std::string& path, const std::string& reason);
   void chooseForRow(int row);
-  bool chooseTarget(int row);
+  bool hasTarget(int row);
   void analysisFinished();
   void begin();
   void plan();

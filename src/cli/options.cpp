@@ -14,69 +14,13 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/appDelegate.h"
-#include "encoding/sizes.h"
-#include "encoding/targets.h"
-#include "ffmpeg/proresFlavours.h"
+#include "encoding/choiceWords.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
 namespace tessarin::cli {
 
 namespace {
-
-using Names = std::map<std::string, int>;
-
-// The words of a table's rows, each for its row's number.
-template <class Kind, class Table>
-std::map<std::string, Kind> wordsOf(const Table& table) {
-  std::map<std::string, Kind> names;
-  int number = 0;
-  for (const auto& row : table)
-    names.emplace(row.word, static_cast<Kind>(number++));
-  return names;
-}
-
-const auto& targets() {
-  static const auto names = wordsOf<Target>(targetTable);
-  return names;
-}
-
-const auto& speeds() {
-  static const auto names = wordsOf<Speed>(speedTable);
-  return names;
-}
-
-// Segments of the editing-application selector.
-const Names& applications() {
-  static const Names names = wordsOf<int>(applicationTable);
-  return names;
-}
-
-// Rows of the sizes. A row stands for its rates of both the PAL and the NTSC family.
-const Names& sizes() {
-  static const Names names = [] {
-    Names made{{"auto", rowSameAsSourceForSoft}, {"same", rowSameAsSource}};
-    int index = 0;
-    for (const SizeRow& row : sizeRows()) {
-      for (const int rate : row.rates)
-        if (rate != 0)
-          made.emplace(row.nameAt(rate), index);
-      ++index;
-    }
-    return made;
-  }();
-  return names;
-}
-
-const std::map<std::string, std::string>& flavours() {
-  static const auto codes = [] {
-    std::map<std::string, std::string> made;
-    for (const ProresFlavour& flavour : proresFlavours)
-      made.emplace(flavour.word, flavour.code);
-    return made;
-  }();
-  return codes;
-}
 
 const std::map<std::string, Overwrite>& overwriting() {
   static const std::map<std::string, Overwrite> names{
@@ -201,14 +145,15 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
       return localisationString("wrong_recoverClips", textTable);
-    if (const auto option = given(app, {"--batch", "--for", "--format", "--prores", "--size",
-                                        "--speed", "--surround", "--no-surround", "--destination"}))
+    if (const auto option =
+            given(app, {"--batch", "--preset", "--for", "--format", "--prores", "--size", "--speed",
+                        "--surround", "--no-surround", "--destination"}))
       return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
   } else if (options.batchFile && options.paths.empty()) {
-    if (const auto option =
-            given(app, {"--for", "--format", "--size", "--speed", "--surround", "--no-surround"}))
+    if (const auto option = given(app, {"--preset", "--for", "--format", "--size", "--speed",
+                                        "--surround", "--no-surround"}))
       return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
@@ -251,19 +196,26 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   app.set_help_flag("-h,--help", localisationString("help_help", textTable));
   app.set_version_flag("-V,--version", "Tessarin " + version,
                        localisationString("help_version", textTable));
-  addChoice(app, "--for", applications(), options.soft, localisationString("help_for", textTable));
-  addChoice(app, "--format", targets(), options.target,
+  std::optional<std::string> preset;
+  app.add_option("--preset", preset, localisationString("help_preset", textTable))
+      ->type_name("NAME")
+      ->take_last();
+  addChoice(app, "--for", applicationWords(), options.choices.application,
+            localisationString("help_for", textTable));
+  addChoice(app, "--format", targetWords(), options.choices.target,
             localisationString("help_format", textTable));
-  addChoice(app, "--prores", flavours(), options.prores,
+  addChoice(app, "--prores", flavourWords(), options.choices.flavour,
             localisationString("help_prores", textTable));
-  addChoice(app, "--size", sizes(), options.size, localisationString("help_size", textTable))
+  addChoice(app, "--size", sizeWords(), options.choices.size,
+            localisationString("help_size", textTable))
       ->type_name("auto|same|SIZE");
-  addChoice(app, "--speed", speeds(), options.speed, localisationString("help_speed", textTable));
+  addChoice(app, "--speed", speedWords(), options.choices.speed,
+            localisationString("help_speed", textTable));
   CLI::Option* surround = app.add_flag_callback(
-      "--surround", [&] { options.surround = true; },
+      "--surround", [&] { options.choices.keepsSurround = true; },
       localisationString("help_surround", textTable));
   app.add_flag_callback(
-         "--no-surround", [&] { options.surround = false; },
+         "--no-surround", [&] { options.choices.keepsSurround = false; },
          localisationString("help_noSurround", textTable))
       ->excludes(surround);
   app.add_option("-d,--destination", options.destination,
@@ -314,6 +266,12 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   }
   if (const auto reason = contradiction(app, options))
     return refuse(*reason);
+  if (preset) {
+    const auto choices = presetCalled(*preset);
+    if (!choices)
+      return refuse(localisationString("wrong_preset", textTable, *preset, choices.reason()));
+    complete(options.choices, *choices);
+  }
   if (options.batchFile) {
     options.batchFile = absolutePath(expandTilde(*options.batchFile));
     if (!options.paths.empty())

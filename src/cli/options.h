@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "encoding/BatchEntry.h"
+#include "core/Preset.h"
 
 namespace tessarin::cli {
 
@@ -21,13 +21,8 @@ enum class Overwrite { ask, keep, replace };
 struct Options {
   Command command = Command::convert;
   std::vector<std::string> paths;
-  std::optional<Target> target;       // nothing: as the application's segment says
-  std::optional<std::string> prores;  // four-character code of the flavour
-  std::optional<int> size;            // row of presetSizesList
-  std::optional<Speed> speed;
-  std::optional<int> soft;  // segment of the editing application
+  Preset choices;
   std::optional<std::string> destination;
-  std::optional<bool> surround;          // keep all sound channels
   std::optional<std::string> batchFile;  // absolute; the rows are written to it or come from it
   bool recover = false;                  // finish interrupted runs; nothing else is named
   bool forget = false;                   // give them up

@@ -16,8 +16,8 @@ constexpr std::string_view keyPrepares = "prepares";  // 1: the batch file is th
 
 Dico storedOptions(const Options& options) {
   Dico stored{{std::string(keyOverwrite), static_cast<int>(options.overwrite)}};
-  if (options.target)
-    stored.set(keyTarget, *options.target);
+  if (options.choices.target)
+    stored.set(keyTarget, *options.choices.target);
   if (options.batchFile)
     stored.set(keyBatchFile, *options.batchFile);
   if (options.command == Command::prepare)
@@ -31,7 +31,7 @@ Options optionsOfStored(const Dico& stored, const Options& given) {
   if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))
     options.batchFile = file;
   if (const auto target = stored.integer(keyTarget); target && *target >= 0 && *target < outNone)
-    options.target = static_cast<Target>(*target);
+    options.choices.target = static_cast<Target>(*target);
   const auto overwrite = stored.integer(keyOverwrite).value_or(0);
   if (given.overwrite == Overwrite::ask && overwrite >= static_cast<int>(Overwrite::ask) &&
       overwrite <= static_cast<int>(Overwrite::replace))

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "classShared/log.h"
+#include "core/Preset.h"
 #include "core/admittedSources.h"
 #include "core/newRow.h"
 #include "core/storedRow.h"
@@ -251,12 +252,16 @@ void AnalysisQueue::appendRow(Source source) {
       newRow(std::move(source), {applicationTable[static_cast<std::size_t>(segment)].firstTarget,
                                  size, interface_.chosenSpeed()});
   if (size <= rowSameAsSource)
-    row.choice.sizeOut = presetAutoComputedFromSrc(
-        row, size == rowSameAsSource ? Application::any : interface_.application());
+    row.choice.sizeOut = presetAutoComputedFromSrc(row, chosenSizes(interface_));
   if (debugMode())
     debugFormat("md                  : {}", recordOfRow(row).description());
   const int index = table_.append(std::move(row));
   table_.iba_outSpeedCell(index);
+  if (const auto wish = chosenWish(interface_))
+    if (const auto choice = nearestChoice(table_.row(index), *wish, chosenSizes(interface_))) {
+      table_.set(index, &Row::choice, *choice);
+      table_.iba_outSpeedCell(index);
+    }
   rowReady.emit(index);
   interface_.batchDrawer.setShown(true);
 }

@@ -1,6 +1,7 @@
 // The controls of the main window, owned by the controller.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,7 @@ struct Interface {
   }
 
   // Choices for new rows.
+  std::optional<Target> target;  // nothing: what the application begins with
   SegmentedControl editingSoft;  // the segments of applicationTable
   PopUpButton sizeOut;           // the rows of presetSizesList; 0 and 1 are the automatic ones
   SegmentedControl speed;        // 0 full, 1 half, 2 slow

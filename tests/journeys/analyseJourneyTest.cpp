@@ -89,6 +89,23 @@ TEST_F(AnalyseJourney, AFormatThatIsNotPossibleNamesThoseThatAre) {
                         "aic; prores with --size 720p25\n"));
   EXPECT_EQ(tessarin({"plan", "--format", "prores", "--size", "720p25", "x.mov"}).status, 0);
   EXPECT_THAT(tessarin({"plan", "--format", "prores", "x.mov"}).out, HasSubstr("pr1280x720p25"));
+
+  std::filesystem::create_directories(folder.file("home/config/Tessarin/presets"));
+  const auto preset = [](const std::string& size) {
+    return "<plist version=\"1.0\"><dict><key>format</key><string>prores</string><key>prores</key>"
+           "<string>LT</string><key>size</key><string>" +
+           size + "</string></dict></plist>";
+  };
+  folder.write("home/config/Tessarin/presets/my tapes.plist", preset("720p25"));
+  folder.write("wrong.plist", preset("800p"));
+  EXPECT_THAT(tessarin({"plan", "--preset", "my tapes", "x.mov"}).out,
+              HasSubstr("prLt1280x720p25"));
+  EXPECT_THAT(tessarin({"plan", "--preset", "my tapes", "--prores", "hq", "x.mov"}).out,
+              HasSubstr("prHd1280x720p25"));
+  EXPECT_THAT(tessarin({"plan", "--preset", "tapes", "x.mov"}).err,
+              HasSubstr("(there are: my tapes)"));
+  EXPECT_THAT(tessarin({"plan", "--preset", "./wrong.plist", "x.mov"}).err,
+              HasSubstr("size = 800p"));
 }
 
 TEST_F(AnalyseJourney, JsonHoldsTheWholeRecord) {

@@ -1,8 +1,9 @@
-#include "cli/choiceWords.h"
+#include "cli/wishes.h"
 
 #include "classShared/TextAdditions.h"
 #include "cli/texts.h"
 #include "core/jobPlan.h"
+#include "encoding/choiceWords.h"
 #include "encoding/outputPreset.h"
 #include "prefs/utilsAlert.h"
 
@@ -23,16 +24,6 @@ std::string words(const Alternative& alternative, double fps) {
 }
 
 }  // namespace
-
-std::string targetWord(Target target) {
-  const TargetRow* row = targetRow(target);
-  return std::string(row ? row->word : targetTable.back().word);
-}
-
-std::string speedWord(Speed speed) {
-  const bool isKnown = speed >= speedKeep && speed <= speedSlow;
-  return std::string(speedTable[static_cast<std::size_t>(isKnown ? speed : speedKeep)].word);
-}
 
 std::string refusalOfWish(const Row& row, const Wish& wish, Application application) {
   Row asked = row;

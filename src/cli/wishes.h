@@ -1,4 +1,4 @@
-// Choices in the words that the options take.
+// What was wished and cannot be, in the words that the options take.
 #pragma once
 
 #include <string>
@@ -6,9 +6,6 @@
 #include "core/rowChoices.h"
 
 namespace tessarin::cli {
-
-std::string targetWord(Target target);  // "prores"
-std::string speedWord(Speed speed);     // "half"
 
 // Why the row cannot be what is wished, and what would be possible instead: "…; possible here: aic;
 // prores with --size 720p25".
