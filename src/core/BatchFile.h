@@ -17,8 +17,8 @@ namespace tessarin {
 class PreferenceStore;
 class appDelegate;
 
-// A row and its place: rows are in the order of these numbers, which have gaps where rows were
-// removed and never change.
+// A row and its number, which never changes: rows are in the order of these numbers, which have
+// gaps where rows were removed, until the user brings them into another one (BatchStore).
 struct StoredRow {
   std::int64_t order = 0;
   Row row;

@@ -39,6 +39,7 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
   app_.table().rowChanged.connect([this](int row) { rowChanged(row); });
   app_.table().rowRemoved.connect([this](int row) { rowRemoved(row); });
   app_.table().rowPutBack.connect([this](int row) { rowPutBack(row); });
+  app_.table().rowsMoved.connect([this](const std::vector<int>& order) { rowsMoved(order); });
   app_.queue().accepted.connect([this] {
     restoredWaiting_.clear();
     waitingChanged();
@@ -71,9 +72,10 @@ BatchRecorder::~BatchRecorder() {
 
 void BatchRecorder::rowAppended(int row) {
   const std::int64_t order = restored_ != 0 ? restored_ : lastOrder_ + 1;
-  lastOrder_ = order;
+  lastOrder_ = std::max(lastOrder_, order);
   orders_.push_back(order);
   orderOfId_[app_.table().id(row)] = order;
+  idOfOrder_[order] = app_.table().id(row);
   if (restored_ != 0)
     return;
   rowChanged(row);
@@ -98,14 +100,25 @@ void BatchRecorder::rowRemoved(int row) {
   waitingChanged();
 }
 
-// Under the number that it had, which lies between those of its neighbours.
+// Under the number that it had.
 void BatchRecorder::rowPutBack(int row) {
   const std::int64_t order = orderOfId_.at(app_.table().id(row));
   orders_.insert(orders_.begin() + row, order);
   if (stopped_)
     return;
   removedRows_.erase(order);
+  orderChanged_ = true;
   rowChanged(row);
+}
+
+void BatchRecorder::rowsMoved(const std::vector<int>& order) {
+  std::vector<std::int64_t> moved;
+  moved.reserve(order.size());
+  for (const int row : order)
+    moved.push_back(orders_.at(static_cast<std::size_t>(row)));
+  orders_ = std::move(moved);
+  orderChanged_ = true;
+  schedule(gathering);
 }
 
 void BatchRecorder::waitingChanged() {
@@ -231,19 +244,19 @@ void BatchRecorder::groupEnded(const Outcome<void>& result) {
   isFailing_ = !check(result);
   if (isFailing_) {
     for (const auto& [order, content] : group->rows)
-      if (std::binary_search(orders_.begin(), orders_.end(), order))
+      if (rowOf(order) >= 0)
         changedRows_.insert(order);
     for (const std::int64_t order : group->removedRows)
-      if (!std::binary_search(orders_.begin(), orders_.end(), order))
+      if (rowOf(order) < 0)
         removedRows_.insert(order);
-    waitingChanged_ = true;
+    orderChanged_ = waitingChanged_ = true;
     storedSettings_ = {};
     schedule(retryInterval);
     return;
   }
   for (const auto& [order, content] : group->rows)
     rowStored(order);
-  if (waitingChanged_ || changedRows_.size() > mostRows) {
+  if (waitingChanged_ || orderChanged_ || changedRows_.size() > mostRows) {
     schedule(milliseconds(0));
   } else if (!changedRows_.empty() || !removedRows_.empty()) {
     schedule(gathering);
@@ -265,6 +278,8 @@ BatchChanges BatchRecorder::wholeBatch() {
   changes.settings = settings();
   for (int row = 0; row < app_.table().count(); ++row)
     changes.addRow(storedRow(row));
+  orderChanged_ = true;
+  changes.order = changedOrder();
   changes.waiting = sourcesWithoutRow();
   changedRows_.clear();
   removedRows_.clear();
@@ -286,8 +301,15 @@ BatchChanges BatchRecorder::gatheredChanges() {
     changes.addRow(storedRow(rowOf(changedRows_.extract(changedRows_.begin()).value())));
   changes.removedRows.assign(removedRows_.begin(), removedRows_.end());
   removedRows_.clear();
+  changes.order = changedOrder();
   changes.waiting = changedWaiting();
   return changes;
+}
+
+std::optional<std::vector<std::int64_t>> BatchRecorder::changedOrder() {
+  if (!std::exchange(orderChanged_, false))
+    return std::nullopt;
+  return std::is_sorted(orders_.begin(), orders_.end()) ? std::vector<std::int64_t>() : orders_;
 }
 
 std::vector<std::string> BatchRecorder::sourcesWithoutRow() const {
@@ -367,7 +389,7 @@ void BatchRecorder::discard() {
   store_.reset();
   changedRows_.clear();
   removedRows_.clear();
-  waitingChanged_ = false;
+  orderChanged_ = waitingChanged_ = false;
   storedSettings_ = {};
   storedWaiting_ = 0;
   jobs_.clear();
@@ -419,8 +441,7 @@ bool BatchRecorder::hasUnfinished() const {
 }
 
 int BatchRecorder::rowOf(std::int64_t order) const {
-  const auto place = std::lower_bound(orders_.begin(), orders_.end(), order);
-  return static_cast<int>(place - orders_.begin());
+  return app_.table().rowOfId(idOfOrder_.at(order));
 }
 
 StoredRow BatchRecorder::storedRow(int row) const {

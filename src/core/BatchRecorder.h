@@ -72,6 +72,7 @@ class BatchRecorder {
   void rowChanged(int row);
   void rowRemoved(int row);
   void rowPutBack(int row);
+  void rowsMoved(const std::vector<int>& order);
   void folderBegins(const std::string& source, const std::string& folder);
   void movieFinished(const FinishedMovie& movie);
   void jobEnded(const JobEnd& end);
@@ -86,6 +87,7 @@ class BatchRecorder {
   BatchChanges wholeBatch();
   BatchChanges gatheredChanges();
   std::vector<std::string> sourcesWithoutRow() const;
+  std::optional<std::vector<std::int64_t>> changedOrder();
   std::optional<std::vector<std::string>> changedWaiting();
   void rowStored(std::int64_t order);
   void forgetJob(std::int64_t order);
@@ -104,9 +106,10 @@ class BatchRecorder {
   std::optional<BatchStore> store_;
   DiskSync diskSync_;
 
-  std::vector<std::int64_t> orders_;  // of the table's rows; ascending
+  std::vector<std::int64_t> orders_;  // of the table's rows
   std::int64_t lastOrder_ = 0;
   std::map<std::uint64_t, std::int64_t> orderOfId_;  // of all rows that there ever were
+  std::map<std::int64_t, std::uint64_t> idOfOrder_;
   std::int64_t restored_ = 0;  // number of the row that is being restored, 0 for none
   bool stopped_ = false;       // nothing is followed any more
   bool failureTold_ = false;
@@ -114,6 +117,7 @@ class BatchRecorder {
   // What the folder lacks and the group that is being written has not.
   std::set<std::int64_t> changedRows_;
   std::set<std::int64_t> removedRows_;
+  bool orderChanged_ = false;
   bool waitingChanged_ = false;
   std::vector<std::string> restoredWaiting_;         // that the queue has not been given yet
   std::shared_ptr<const BatchChanges> group_;        // that is being written

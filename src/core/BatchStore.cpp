@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <random>
+#include <unordered_set>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/descriptorBytes.h"
@@ -77,6 +78,10 @@ Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
 
+Dico storedOrder(const std::vector<std::int64_t>& numbers) {
+  return {{"rows", List(numbers.begin(), numbers.end())}};
+}
+
 // Held (`LOCK_SH`) while a folder is made below the parent, by whoever makes one, and alone
 // (`LOCK_EX`) by who removes what others have not finished: a folder that is being made is not
 // locked itself from its first moment on. Not open when it cannot be had.
@@ -131,6 +136,8 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchCha
       writeNew(joinPath(hidden, "batch.plist"), content.settings.value_or(Dico()), !isMany);
   for (auto row = content.rows.begin(); row != content.rows.end() && written; ++row)
     written = writeNew(store.rowPath(row->first), row->second, !isMany);
+  if (written && content.order && !content.order->empty())
+    written = writeNew(store.orderPath(), storedOrder(*content.order), !isMany);
   if (written && content.waiting && !content.waiting->empty())
     written = writeNew(joinPath(hidden, "waiting.plist"), storedWaiting(*content.waiting), !isMany);
   if (!written)
@@ -164,6 +171,10 @@ std::string BatchStore::jobPath(std::int64_t order) const {
   return joinPath(folder_, fmt::format("job-{}{}", order, ending));
 }
 
+std::string BatchStore::orderPath() const {
+  return joinPath(folder_, "order.plist");
+}
+
 Outcome<void> BatchStore::write(const BatchChanges& changes) const {
   Outcome<void> written;
   const auto writePart = [&written](const std::string& path, const Dico& content) {
@@ -177,6 +188,10 @@ Outcome<void> BatchStore::write(const BatchChanges& changes) const {
   if (written)
     for (const std::int64_t order : changes.removedRows)
       removeFile(rowPath(order));
+  if (changes.order && !changes.order->empty())
+    writePart(orderPath(), storedOrder(*changes.order));
+  else if (changes.order && written)
+    removeFile(orderPath());
   const std::string waiting = joinPath(folder_, "waiting.plist");
   if (changes.waiting && !changes.waiting->empty())
     writePart(waiting, storedWaiting(*changes.waiting));
@@ -220,6 +235,18 @@ std::optional<StoredRow> BatchStore::row(std::int64_t number) const {
 
 BatchPart BatchStore::job(std::int64_t number) const {
   return readBatchPart(jobPath(number));
+}
+
+std::vector<std::int64_t> BatchStore::order() const {
+  const BatchPart part = readBatchPart(orderPath());
+  const List* listed = part.content.list("rows");
+  std::vector<std::int64_t> numbers;
+  std::unordered_set<std::int64_t> known;
+  for (const Value& each : listed ? *listed : List())
+    if (const auto number = each.integer();
+        number && *number >= 1 && *number <= highestOrder && known.insert(*number).second)
+      numbers.push_back(*number);
+  return numbers;
 }
 
 BatchPart BatchStore::waiting() const {

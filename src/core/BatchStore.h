@@ -21,6 +21,8 @@ struct BatchChanges {
   std::optional<Dico> settings;
   std::vector<std::pair<std::int64_t, Dico>> rows;  // order number and content
   std::vector<std::int64_t> removedRows;
+  // The numbers of the rows in their order; none: that of the numbers, and the list is removed.
+  std::optional<std::vector<std::int64_t>> order;
   std::optional<std::vector<std::string>> waiting;  // none: the list is removed
 
   void addRow(const StoredRow& row);
@@ -32,6 +34,9 @@ struct BatchChanges {
 //   batch.plist      the settings
 //   row-NUMBER.plist one row each, with its order number, so that a change of one row costs the
 //                    same however many there are
+//   order.plist      the numbers of the rows in their order, where that is not the one of the
+//   numbers;
+//                    rows that are not named come behind the others
 //   job-NUMBER.plist the job of that row: there from just before its output is touched until the
 //                    row is known to be finished
 //   waiting.plist    the sources that had no row yet; those that have one by now may be named, too
@@ -51,8 +56,8 @@ class BatchStore {
   const std::string& folder() const { return folder_; }
 
   // All of it is on the disk when the call returns, in this order: settings, rows, removed rows,
-  // waiting sources; a failure leaves out what follows. From any thread, also while others write
-  // what these changes do not name.
+  // order, waiting sources; a failure leaves out what follows. From any thread, also while others
+  // write what these changes do not name.
   Outcome<void> write(const BatchChanges& changes) const;
   // On the disk when the call returns.
   Outcome<void> writeJob(std::int64_t order, const Dico& job) const;
@@ -67,6 +72,8 @@ class BatchStore {
   // Nothing when it is none, or a damaged one.
   std::optional<StoredRow> row(std::int64_t number) const;
   BatchPart job(std::int64_t number) const;
+  // The numbers of order.plist that may be such, each once; none where there is no such file.
+  std::vector<std::int64_t> order() const;
   BatchPart waiting() const;  // content: "sources"
 
   // Moves a damaged row out of the folder, to a place where it is kept; the result is its new
@@ -85,6 +92,7 @@ class BatchStore {
 
   std::string rowPath(std::int64_t order) const;
   std::string jobPath(std::int64_t order) const;
+  std::string orderPath() const;
   std::vector<std::int64_t> numbers(std::string_view prefix) const;
 
   std::string folder_;

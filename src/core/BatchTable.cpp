@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <numeric>
 
 #include "classShared/log.h"
 #include "core/rowChoices.h"
@@ -32,7 +33,19 @@ int BatchTable::rowOfSource(const std::string& path) const {
   const auto known = idOfPath_.find(path);
   if (known == idOfPath_.end())
     return -1;
-  return static_cast<int>(std::lower_bound(ids_.begin(), ids_.end(), known->second) - ids_.begin());
+  return rowOfId(known->second);
+}
+
+int BatchTable::rowOfId(std::uint64_t id) const {
+  if (id >= nextId_)
+    return -1;
+  lastRowOfId_.resize(nextId_, -1);
+  const auto isThere = [this, id](int row) { return has(row) && this->id(row) == id; };
+  int& last = lastRowOfId_[id];
+  if (!isThere(last))
+    for (int row = 0; row < count(); ++row)
+      lastRowOfId_[this->id(row)] = row;
+  return isThere(last) ? last : -1;
 }
 
 bool BatchTable::isSourceFile(const std::string& path) const {
@@ -59,18 +72,42 @@ int BatchTable::append(Row entry) {
   return row;
 }
 
-void BatchTable::putBack(Row entry, std::uint64_t id) {
+void BatchTable::putBack(Row entry, std::uint64_t id, int row) {
   const std::string path = entry.path();
   if (rowOfSource(path) >= 0)
     return;
-  const auto place = std::lower_bound(ids_.begin(), ids_.end(), id);
-  const auto row = static_cast<int>(place - ids_.begin());
+  row = std::clamp(row, 0, count());
   rows_.insert(rows_.begin() + row, std::move(entry));
-  ids_.insert(place, id);
+  ids_.insert(ids_.begin() + row, id);
   idOfPath_.emplace(path, id);
   if (selectedRow_ >= row)
     ++selectedRow_;
   rowPutBack.emit(row);
+}
+
+bool BatchTable::arrange(const std::vector<int>& order) {
+  std::vector<int> sorted = order;
+  std::sort(sorted.begin(), sorted.end());
+  std::vector<int> now(rows_.size());
+  std::iota(now.begin(), now.end(), 0);
+  if (sorted != now || order == now)
+    return false;
+  std::vector<Row> rows;
+  std::vector<std::uint64_t> ids;
+  rows.reserve(rows_.size());
+  ids.reserve(ids_.size());
+  int selected = -1;
+  for (const int row : order) {
+    if (row == selectedRow_)
+      selected = static_cast<int>(rows.size());
+    rows.push_back(std::move(rows_[static_cast<std::size_t>(row)]));
+    ids.push_back(id(row));
+  }
+  rows_ = std::move(rows);
+  ids_ = std::move(ids);
+  selectedRow_ = selected;
+  rowsMoved.emit(order);
+  return true;
 }
 
 bool BatchTable::computeSize(Row& entry, int row) const {

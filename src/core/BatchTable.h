@@ -34,6 +34,8 @@ class BatchTable {
   Signal<int> rowAppended;
   Signal<int> rowRemoved;
   Signal<int> rowPutBack;
+  // The rows are in another order: of each the index that it had before.
+  Signal<const std::vector<int>&> rowsMoved;
 
   int count() const { return static_cast<int>(rows_.size()); }
   bool has(int row) const { return row >= 0 && row < count(); }
@@ -46,6 +48,12 @@ class BatchTable {
   // Whether the row has become a movie, so that there is nothing left to do for it.
   bool isFinished(int row) const { return this->row(row).mark == RowMark::success; }
 
+  // The movie that was made of the row, "" for none; and that, or its source.
+  std::string movieOf(int row) const { return isFinished(row) ? this->row(row).movie : ""; }
+  std::string fileToShow(int row) const {
+    return movieOf(row).empty() ? sourcePath(row) : movieOf(row);
+  }
+
   // Index of the row of this source, -1 when there is none.
   int rowOfSource(const std::string& path) const;
   // Whether the path leads to the source file of any row, by whatever name.
@@ -54,11 +62,16 @@ class BatchTable {
   // Appends the row as the last; the result is its index. A second row of a source is not taken:
   // the result is then the row that the source has.
   int append(Row entry);
-  // A number that the row keeps, and that no other ever has; rows are in the order of these.
+  // A number that the row keeps, and that no other ever has.
   std::uint64_t id(int row) const { return ids_.at(static_cast<std::size_t>(row)); }
-  // Puts a row that was removed back to where it was; `id` is the number that it had. A source that
-  // has a row again keeps that one.
-  void putBack(Row entry, std::uint64_t id);
+  // Index of the row of this number, -1 when there is none (any more).
+  int rowOfId(std::uint64_t id) const;
+  // Puts a row that was removed back to this index, or to the end; `id` is the number that it had.
+  // A source that has a row again keeps that one.
+  void putBack(Row entry, std::uint64_t id, int row);
+  // Brings the rows into this order: of each the index that it has now. False, with nothing
+  // changed, when they are in it already, or when it does not name every row once.
+  bool arrange(const std::vector<int>& order);
   // Changes one part of the row, as it is given.
   template <class T>
   void set(int row, T Row::*part, const std::type_identity_t<T>& value) {
@@ -109,11 +122,12 @@ class BatchTable {
 
   CoreServices& services_;
   Interface& interface_;
-  // Rows have ids that grow in the order of appending, so that a removal moves nobody's: the row
-  // of an id is found by searching.
   std::vector<Row> rows_;
   std::vector<std::uint64_t> ids_;  // of each row
   std::uint64_t nextId_ = 0;
+  // By id, where its row was when it was looked for last; all are found anew when one of them is
+  // somewhere else.
+  mutable std::vector<int> lastRowOfId_;
   std::unordered_map<std::string, std::uint64_t> idOfPath_;
   std::vector<std::string> inProgress_;
   int selectedRow_ = -1;

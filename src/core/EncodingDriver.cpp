@@ -104,7 +104,6 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   questions_.clear();
   ++batch_;
   batchTroubles_ = {};
-  begun_ = 0;
   isWaitingCounted_ = false;
   meter_.start();
   outputNames_.clear();
@@ -112,6 +111,7 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
       outputNames_[table_.row(row).movie] = table_.sourcePath(row);
+  begun_.clear();
   last_.clear();
   mirror_.showEncoded("");
   clashes_.clear();
@@ -286,12 +286,10 @@ void EncodingDriver::nextJobs() {
     return;
   }
   while (static_cast<int>(inHand_.size()) < mostJobs_ && !isAsking_) {
-    int row = nextRow();
+    const int row = nextRow();
     if (!last_.empty())
       debugFormat("batch, c'est parti  : suivantes…");
-    while (table_.has(row) && !isWanted(row))
-      ++row;
-    if (row >= table_.count()) {
+    if (!table_.has(row)) {
       if (inHand_.empty())
         endOfBatch();
       return;
@@ -329,18 +327,29 @@ void EncodingDriver::showInHand() {
 
 bool EncodingDriver::isWanted(int row) const {
   return table_.row(row).mark == RowMark::waiting &&
-         (!only_ || only_->contains(table_.sourcePath(row)));
+         (!only_ || only_->contains(table_.sourcePath(row))) &&
+         !begun_.contains(table_.sourcePath(row));
 }
 
-// The row behind the one that was begun last.
+// The first row of the list, as it is now, that is to be begun; -1 for none.
 int EncodingDriver::nextRow() const {
-  return last_.empty() ? 0 : table_.rowOfSource(last_) + 1;
+  for (int row = 0; row < table_.count(); ++row)
+    if (isWanted(row))
+      return row;
+  return -1;
+}
+
+std::vector<int> EncodingDriver::wantedRowsBelow(const std::string& folder) const {
+  std::vector<int> rows = missingRowsBelow(table_, 0, folder);
+  std::erase_if(rows, [this](int row) { return !isWanted(row); });
+  return rows;
 }
 
 void EncodingDriver::startRow(int row) {
   table_.mark(row, RowMark::current);
   const Row& entry = table_.row(row);
   last_ = entry.path();
+  begun_.insert(last_);
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
@@ -353,7 +362,7 @@ void EncodingDriver::startRow(int row) {
   order.isOnSource = table_.isSourceFile(order.output);
   ConversionJob::Host& host = *this;
   inHand_.push_back({std::make_unique<ConversionJob>(services_, host, std::move(order)),
-                     workOf(table_.row(row)), ++begun_});
+                     workOf(table_.row(row)), static_cast<int>(begun_.size())});
   showInHand();
   debugFormat("processEncDico      - write encDeb ? {}", 1);
   inHand_.back().job->start();
@@ -361,7 +370,7 @@ void EncodingDriver::startRow(int row) {
 
 // Nothing vanishes from the list while the user may bring the folder back.
 void EncodingDriver::askForFolder(const std::string& folder) {
-  const std::size_t clips = missingRowsBelow(table_, nextRow(), folder).size();
+  const std::size_t clips = wantedRowsBelow(folder).size();
   logFormat("folder is away      ? {} ({})", folder, clips);
   interface_.encoding.action.setText(localisationString("D_action_pause"));
   isAsking_ = true;
@@ -375,13 +384,13 @@ void EncodingDriver::askForFolder(const std::string& folder) {
         if (reply.button == stopAnswer)
           stop();
         else if (reply.button == leaveOutAnswer)
-          leaveOut(missingRowsBelow(table_, nextRow(), folder));
+          leaveOut(wantedRowsBelow(folder));
         else
           goOn();
       });
 }
 
-// Removes these rows, and tells of them; the batch goes on behind the row before the first.
+// Removes these rows, and tells of them; the batch goes on with the others.
 void EncodingDriver::leaveOut(const std::vector<int>& rows) {
   std::vector<std::string> paths;
   paths.reserve(rows.size());

@@ -96,6 +96,8 @@ class EncodingDriver final : private ConversionJob::Host {
   bool takeRow(int row);
   bool isWanted(int row) const;
   int nextRow() const;
+  // Those of missingRowsBelow that the batch would come to.
+  std::vector<int> wantedRowsBelow(const std::string& folder) const;
   void startRow(int row);
   void askForFolder(const std::string& folder);
   void leaveOut(const std::vector<int>& rows);
@@ -139,8 +141,9 @@ class EncodingDriver final : private ConversionJob::Host {
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
-  std::string last_;        // the source that was begun last; "" before the first
-  bool stopAsked_ = false;  // encStopInt
+  std::set<std::string> begun_;                // the sources of this batch that were
+  std::string last_;                           // of them the last; "" before the first
+  bool stopAsked_ = false;                     // encStopInt
   bool wasStopped_ = false;
   bool suspendedForAnalysis_ = false;
   bool isPaused_ = false;     // as the control shows it
@@ -154,8 +157,6 @@ class EncodingDriver final : private ConversionJob::Host {
   unsigned batch_ = 0;                 // tells an answer to an earlier batch's question from others
   int mostJobs_ = 1;
   std::vector<InHand> inHand_;  // in the order in which they were begun
-
-  int begun_ = 0;  // jobs of this batch
 
   BatchMeter meter_;
   mutable bool isWaitingCounted_ = false;

@@ -179,7 +179,7 @@ void EncodingDriver::countWaiting() const {
     return;
   waitingRows_ = 0;
   waitingWork_ = 0;
-  for (int row = std::max(0, nextRow()); row < table_.count(); ++row)
+  for (int row = 0; row < table_.count(); ++row)
     if (isWanted(row)) {
       ++waitingRows_;
       waitingWork_ += workOf(table_.row(row));

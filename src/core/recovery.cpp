@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <unordered_set>
 
 #include "analysis/sourceRecord.h"
@@ -93,9 +94,22 @@ void reportDamagedRow(BatchStore& store, std::int64_t number, std::vector<StoreP
       {aside.empty() ? store.folder() : aside, localisationString("why_damagedRow")});
 }
 
+// The numbers of all rows in the order of the list.
+std::vector<std::int64_t> rowsInOrder(const BatchStore& store) {
+  std::vector<std::int64_t> numbers = store.rowNumbers();
+  std::vector<std::int64_t> ordered;
+  for (const std::int64_t number : store.order())
+    if (std::binary_search(numbers.begin(), numbers.end(), number))
+      ordered.push_back(number);
+  const std::unordered_set<std::int64_t> named(ordered.begin(), ordered.end());
+  std::copy_if(numbers.begin(), numbers.end(), std::back_inserter(ordered),
+               [&named](std::int64_t number) { return !named.contains(number); });
+  return ordered;
+}
+
 void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& problems) {
   const std::vector<std::int64_t> jobs = store.jobNumbers();
-  for (const std::int64_t number : store.rowNumbers()) {
+  for (const std::int64_t number : rowsInOrder(store)) {
     auto row = store.row(number);
     if (!row) {
       reportDamagedRow(store, number, problems);

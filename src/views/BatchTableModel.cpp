@@ -3,6 +3,8 @@
 #include <QGuiApplication>
 #include <QImageReader>
 #include <QPointer>
+#include <QUrl>
+#include <set>
 
 #include "classShared/TextAdditions.h"
 #include "core/remarks.h"
@@ -40,6 +42,10 @@ BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
     if (held)
       held->changed(row);
   });
+  table.rowsMoved.connect([held](const std::vector<int>& order) {
+    if (held)
+      held->moved(order);
+  });
 }
 
 // ---- Following the table
@@ -56,6 +62,26 @@ void BatchTableModel::removed(int row) {
   looks_.erase(looks_.begin() + row);
   endRemoveRows();
   showNumbersFrom(row);
+}
+
+// The selection goes with its rows.
+void BatchTableModel::moved(const std::vector<int>& order) {
+  Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
+  std::vector<int> places(order.size());
+  std::vector<Look> looks;
+  looks.reserve(order.size());
+  for (const int row : order) {
+    places[static_cast<std::size_t>(row)] = static_cast<int>(looks.size());
+    looks.push_back(std::move(look(row)));
+  }
+  looks_ = std::move(looks);
+  const QModelIndexList before = persistentIndexList();
+  QModelIndexList after;
+  after.reserve(before.size());
+  for (const QModelIndex& each : before)
+    after.append(index(places[static_cast<std::size_t>(each.row())], each.column()));
+  changePersistentIndexList(before, after);
+  Q_EMIT layoutChanged({}, VerticalSortHint);
 }
 
 // The rows behind one that came or went have new numbers.
@@ -148,6 +174,25 @@ QVariant BatchTableModel::data(const QModelIndex& index, int role) const {
     default:
       return {};
   }
+}
+
+// A press into a choice chooses; elsewhere a row can be taken.
+Qt::ItemFlags BatchTableModel::flags(const QModelIndex& index) const {
+  const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+  return index.isValid() && index.column() < outColumn ? flags | Qt::ItemIsDragEnabled : flags;
+}
+
+QMimeData* BatchTableModel::mimeData(const QModelIndexList& indexes) const {
+  std::set<int> rows;
+  for (const QModelIndex& each : indexes)
+    rows.insert(each.row());
+  QList<QUrl> urls;
+  for (const int row : rows)
+    if (const std::string file = table_.fileToShow(row); !file.empty())
+      urls.append(QUrl::fromLocalFile(qtText(file)));
+  auto* data = new QMimeData;
+  data->setUrls(urls);
+  return data;
 }
 
 QString BatchTableModel::text(int row, int column) const {

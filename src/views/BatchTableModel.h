@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QMimeData>
 #include <QPixmap>
 #include <functional>
 #include <optional>
@@ -45,6 +46,10 @@ class BatchTableModel final : public QAbstractTableModel {
   int columnCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;
   QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  Qt::ItemFlags flags(const QModelIndex& index) const override;
+  // What other programs get of the rows: the movies that they have become, the sources of the
+  // others.
+  QMimeData* mimeData(const QModelIndexList& indexes) const override;
   bool setHeaderData(int section, Qt::Orientation orientation, const QVariant& value,
                      int role) override;
 
@@ -59,6 +64,7 @@ class BatchTableModel final : public QAbstractTableModel {
   void added(int row);
   void removed(int row);
   void changed(int row);
+  void moved(const std::vector<int>& order);
   void showNumbersFrom(int row);
   QString text(int row, int column) const;
   QString toolTip(int row, int column) const;

@@ -1,6 +1,7 @@
 #include "views/BatchView.h"
 
 #include <QContextMenuEvent>
+#include <QDrag>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -9,6 +10,7 @@
 #include <QScrollBar>
 #include <memory>
 #include <numeric>
+#include <utility>
 
 #include "classShared/TextAdditions.h"
 #include "core/rowEdits.h"
@@ -45,7 +47,11 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
       actions_(actions),
       model_(new BatchTableModel(app.table(), this)) {
   setModel(model_);
-  setAcceptDrops(false);  // the window takes drops
+  // Its own rows; the window takes what comes from elsewhere.
+  setDragEnabled(true);
+  setAcceptDrops(true);
+  setDropIndicatorShown(false);
+  setDefaultDropAction(Qt::CopyAction);
   setAccessibleName(QStringLiteral("@@batchList"));
   setSelectionBehavior(SelectRows);
   setSelectionMode(ExtendedSelection);
@@ -266,6 +272,87 @@ void BatchView::removeAll() {
   });
 }
 
+// ---- Moving
+
+void BatchView::moveSelectedUp() {
+  app_.undo().arrange(orderWithMovedUp(app_.table().count(), selectedRows()));
+  scrollTo(currentIndex());
+}
+
+void BatchView::moveSelectedDown() {
+  app_.undo().arrange(orderWithMovedDown(app_.table().count(), selectedRows()));
+  scrollTo(currentIndex());
+}
+
+void BatchView::sortRows(SortBy what) {
+  app_.undo().arrange(orderBy(app_.table(), what));
+  scrollTo(currentIndex());
+}
+
+// With the picture of the row that was taken.
+void BatchView::startDrag(Qt::DropActions) {
+  const QModelIndexList taken = selectionModel()->selectedRows();
+  if (taken.isEmpty())
+    return;
+  auto* drag = new QDrag(this);
+  drag->setMimeData(model_->mimeData(taken));
+  const QModelIndex picture = currentIndex().siblingAtColumn(pictureColumn);
+  drag->setPixmap(picture.data(Qt::DecorationRole).value<QPixmap>());
+  // Whoever takes a file must not take it away.
+  drag->exec(Qt::CopyAction | Qt::LinkAction, Qt::CopyAction);
+  showDropAt(-1);
+}
+
+// Of what is dragged only the rows of this list are taken here.
+void BatchView::dragEnterEvent(QDragEnterEvent* event) {
+  event->setAccepted(event->source() == this);
+}
+
+void BatchView::dragMoveEvent(QDragMoveEvent* event) {
+  QTableView::dragMoveEvent(event);  // scrolls at the edges
+  event->setDropAction(Qt::CopyAction);
+  event->setAccepted(event->source() == this);
+  if (event->isAccepted())
+    showDropAt(rowAtDrop(event->position().toPoint()));
+}
+
+void BatchView::dragLeaveEvent(QDragLeaveEvent* event) {
+  QTableView::dragLeaveEvent(event);
+  showDropAt(-1);
+}
+
+void BatchView::dropEvent(QDropEvent* event) {
+  stopAutoScroll();
+  setState(NoState);
+  event->setAccepted(event->source() == this);
+  showDropAt(-1);
+  if (event->isAccepted())
+    app_.undo().arrange(orderWithMoved(app_.table().count(), selectedRows(),
+                                       rowAtDrop(event->position().toPoint())));
+}
+
+// The row whose upper edge is nearest, the number of all rows for the end.
+int BatchView::rowAtDrop(const QPoint& position) const {
+  const int row = rowAt(position.y());
+  if (row < 0)
+    return model_->rowCount();
+  return position.y() > rowViewportPosition(row) + rowHeight(row) / 2 ? row + 1 : row;
+}
+
+void BatchView::showDropAt(int row) {
+  if (std::exchange(dropRow_, row) != row)
+    viewport()->update();
+}
+
+void BatchView::paintDropLine() {
+  const int last = model_->rowCount() - 1;
+  const int edge = dropRow_ <= last ? rowViewportPosition(dropRow_)
+                                    : rowViewportPosition(last) + rowHeight(last) - 1;
+  QPainter painter(viewport());
+  painter.setPen(QPen(palette().color(QPalette::Highlight), 3));
+  painter.drawLine(0, qMax(1, edge), viewport()->width(), qMax(1, edge));
+}
+
 void BatchView::undo() {
   app_.undo().undo();
   app_.showBatch();
@@ -303,8 +390,11 @@ QModelIndex BatchView::moveCursor(CursorAction action, Qt::KeyboardModifiers mod
 
 void BatchView::paintEvent(QPaintEvent* event) {
   QTableView::paintEvent(event);
-  if (model_->rowCount() > 0)
+  if (model_->rowCount() > 0) {
+    if (dropRow_ >= 0)
+      paintDropLine();
     return;
+  }
   QPainter painter(viewport());
   painter.setPen(palette().color(QPalette::Text));
   painter.drawText(viewport()->rect().adjusted(20, 0, -20, 0), Qt::AlignCenter | Qt::TextWordWrap,
@@ -324,17 +414,10 @@ QItemSelectionModel::SelectionFlags BatchView::selectionCommand(const QModelInde
                         : QTableView::selectionCommand(index, event);
 }
 
-// The movie that was made of the row, "" for none.
-std::string BatchView::movieOf(int row) const {
-  const BatchTable& table = app_.table();
-  return table.has(row) && table.isFinished(row) ? table.row(row).movie : "";
-}
-
 // With the user's player for such files: the movie as soon as there is one.
 void BatchView::play(int row) {
-  const std::string movie = movieOf(row);
   if (app_.table().has(row))
-    actions_.open(movie.empty() ? app_.table().sourcePath(row) : movie);
+    actions_.open(app_.table().fileToShow(row));
 }
 
 void BatchView::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -349,7 +432,7 @@ void BatchView::mouseDoubleClickEvent(QMouseEvent* event) {
 void BatchView::addReveals(QMenu* menu) {
   const int row = currentIndex().row();
   const std::string source = app_.table().has(row) ? app_.table().sourcePath(row) : "";
-  const std::string movie = movieOf(row);
+  const std::string movie = app_.table().has(row) ? app_.table().movieOf(row) : "";
   menu->addAction(QStringLiteral("@@playSource"), this, [this, source] { actions_.open(source); })
       ->setEnabled(!source.empty());
   menu->addAction(QStringLiteral("@@playMovie"), this, [this, movie] { actions_.open(movie); })

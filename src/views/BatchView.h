@@ -8,6 +8,7 @@
 #include <string>
 
 #include "core/appDelegate.h"
+#include "core/rowOrder.h"
 #include "views/BatchTableModel.h"
 #include "views/WindowActions.h"
 #include "views/rowDelegates.h"
@@ -17,8 +18,10 @@ namespace tessarin {
 // Rows are changed with the mouse, or with the keys in the current cell: 1 to 3 choose a segment,
 // Space takes the next one or opens the sizes, Delete removes the selected rows. A choice goes to
 // all selected rows when the row that it was made in is one of them. A double click in front of the
-// choices, and Space there, plays the row. The row that is converted stays in sight until the user
-// scrolls it out, and again once he has scrolled it in.
+// choices, and Space there, plays the row; a row is taken there, too, and dragged to another place
+// of the list, or to another program, which gets the movies, or the sources of which there are
+// none. The row that is converted stays in sight until the user scrolls it out, and again once he
+// has scrolled it in.
 class BatchView final : public QTableView {
  public:
   // Both are borrowed and outlive the view.
@@ -28,7 +31,11 @@ class BatchView final : public QTableView {
   void convertSelected();
   void removeSelected();
   void removeAll();
-  // Takes back the last removal or choice.
+  // As blocks, by a row, or behind the drag to another place.
+  void moveSelectedUp();
+  void moveSelectedDown();
+  void sortRows(SortBy what);
+  // Takes back the last removal, choice or order.
   void undo();
 
  protected:
@@ -38,6 +45,11 @@ class BatchView final : public QTableView {
   void paintEvent(QPaintEvent* event) override;
   QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void startDrag(Qt::DropActions actions) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
                                                        const QEvent* event) const override;
@@ -52,7 +64,9 @@ class BatchView final : public QTableView {
   void chooseNext(const QModelIndex& index);
   void openSizes(const QModelIndex& index);
   std::vector<int> selectedRows() const;
-  std::string movieOf(int row) const;
+  int rowAtDrop(const QPoint& position) const;
+  void showDropAt(int row);
+  void paintDropLine();
   void play(int row);
   void addReveals(QMenu* menu);
 
@@ -62,6 +76,7 @@ class BatchView final : public QTableView {
   std::map<std::string, double> inHand_;  // how far the sources are that are being converted
   bool isFollowing_ = true;               // the row in hand is kept in sight
   bool isScrolling_ = false;              // by itself
+  int dropRow_ = -1;                      // in front of which dragged rows would come; -1: none
 };
 
 }  // namespace tessarin

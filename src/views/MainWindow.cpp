@@ -184,7 +184,8 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 // ---- Sources
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (!isReady() || pathsOf(event->mimeData()).empty())
+  // Rows of the list that the user carries about are no new sources.
+  if (!isReady() || event->source() || pathsOf(event->mimeData()).empty())
     return;
   event->setDropAction(Qt::CopyAction);
   event->accept();

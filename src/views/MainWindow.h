@@ -45,6 +45,7 @@ class MainWindow final : public QMainWindow {
   void makeFileMenu();
   void makeBatchMenu();
   QMenu* newAfterBatchMenu();
+  QMenu* newSortMenu();
   void makeHelpMenu();
   void restorePlace();
   void showDrawer(bool shown);

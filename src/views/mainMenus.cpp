@@ -70,6 +70,14 @@ void MainWindow::makeBatchMenu() {
   QAction* removeAll = menu->addAction("@@removeAll", QKeySequence("Ctrl+Delete"), this,
                                        [this] { drawer_->table().removeAll(); });
 
+  menu->addSeparator();
+  QAction* up = menu->addAction("@@moveUp", QKeySequence("Alt+Up"), this,
+                                [this] { drawer_->table().moveSelectedUp(); });
+  QAction* down = menu->addAction("@@moveDown", QKeySequence("Alt+Down"), this,
+                                  [this] { drawer_->table().moveSelectedDown(); });
+  QMenu* sort = newSortMenu();
+  menu->addMenu(sort);
+
   const QPointer<MainWindow> held(this);
   const auto showStart = [held, this, start, startSelected] {
     if (!held)
@@ -85,13 +93,15 @@ void MainWindow::makeBatchMenu() {
     stop->setEnabled(usable);
     pause->setText(qtText(imageText(stopBt.segments()[pauseSegment].image)));
   };
-  const auto showRemovals = [held, this, remove, removeAll] {
+  const auto showRemovals = [held, this, remove, removeAll, up, down, sort] {
     if (!held)
       return;
     // Rows in progress are never removed.
     const bool areSome = app_.table().count() > app_.table().inProgressCount();
     remove->setEnabled(areSome);
     removeAll->setEnabled(areSome);
+    for (QAction* order : {up, down, sort->menuAction()})
+      order->setEnabled(app_.table().count() > 1);
   };
   const auto showUndo = [held, this, undo] {
     if (!held)
@@ -100,6 +110,7 @@ void MainWindow::makeBatchMenu() {
     undo->setEnabled(kind != RowUndo::Kind::nothing);
     undo->setText(localizedText(kind == RowUndo::Kind::removal  ? "@@menuUndoRemoval"
                                 : kind == RowUndo::Kind::choice ? "@@menuUndoChoice"
+                                : kind == RowUndo::Kind::order  ? "@@menuUndoOrder"
                                                                 : "@@menuUndo"));
   };
   app_.undo().changed.connect(showUndo);
@@ -113,6 +124,15 @@ void MainWindow::makeBatchMenu() {
   showStart();
   showStop();
   showRemovals();
+}
+
+QMenu* MainWindow::newSortMenu() {
+  auto* menu = new QMenu("@@sortBy", this);
+  for (const auto& [title, what] :
+       {std::pair{"@@sortByName", SortBy::name}, std::pair{"@@sortByRecorded", SortBy::recorded},
+        std::pair{"@@sortByLength", SortBy::length}})
+    menu->addAction(title, this, [this, what = what] { drawer_->table().sortRows(what); });
+  return menu;
 }
 
 // What becomes of the computer.

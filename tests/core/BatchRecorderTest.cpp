@@ -5,6 +5,7 @@
 #include "core/newRow.h"
 #include "core/recovery.h"
 #include "core/rowEdits.h"
+#include "core/rowOrder.h"
 #include "core/stepState.h"
 #include "support/LoopUntil.h"
 #include "support/changesOf.h"
@@ -154,6 +155,80 @@ TEST_F(BatchRecorderTest, WhatTheUserTakesBackIsAsItWasBefore) {
   app.undo().undo();
   EXPECT_EQ(app.table().row(2).choice.target, outProres);
   EXPECT_TRUE(app.table().isFinished(2));
+}
+
+// Rows are known by their sources whatever place they have, also in a folder that is recovered.
+TEST_F(BatchRecorderTest, AnotherOrderIsStoredAndTakenBack) {
+  const auto names = [](const std::vector<std::string>& paths) {
+    std::string list;
+    for (const std::string& path : paths)
+      list += withoutExtension(fileName(path)) + " ";
+    return list;
+  };
+  const auto inTable = [&] {
+    std::vector<std::string> paths;
+    for (int row = 0; row < app.table().count(); ++row) {
+      paths.push_back(app.table().sourcePath(row));
+      EXPECT_EQ(app.table().rowOfSource(paths.back()), row);
+    }
+    return names(paths);
+  };
+  const auto stored = [&] {
+    soon();
+    return names(sourcesOf(afterACrash()));
+  };
+  const auto append = [this](const char* name, const char* recorded, double seconds) {
+    Row row = rowOf(name);
+    row.source.recorded = recorded;
+    if (seconds > 0)
+      row.source.seconds = seconds;
+    app.table().append(row);
+  };
+  append("clip 10.mts", "2012-01-01 10:00:00", 0);
+  append("Clip 9.mts", "2011-01-01 10:00:00 +0100", 3);
+  append("b.mts", "", 2);
+  append("a.mts", "2010-01-01 10:00:00", 1);
+  soon();
+  const auto sort = [this](SortBy what) { app.undo().arrange(orderBy(app.table(), what)); };
+  sort(SortBy::name);
+  EXPECT_EQ(inTable(), "a b Clip 9 clip 10 ");
+  sort(SortBy::recorded);
+  EXPECT_EQ(inTable(), "a Clip 9 clip 10 b ");
+  sort(SortBy::length);
+  EXPECT_EQ(inTable(), "a b Clip 9 clip 10 ");
+  sort(SortBy::length);
+  app.undo().undo();
+  EXPECT_EQ(inTable(), "a Clip 9 clip 10 b ") << "what changed nothing is no step";
+
+  app.table().select(3);
+  app.undo().arrange(orderWithMoved(4, {3, 1}, 0));
+  EXPECT_EQ(inTable(), "Clip 9 b a clip 10 ");
+  EXPECT_EQ(app.table().selectedRow(), 1);
+  app.undo().arrange(orderWithMovedUp(4, {0, 1}));
+  app.undo().arrange(orderWithMovedDown(4, {3}));
+  EXPECT_FALSE(app.table().arrange({0, 1, 1, 2}));
+  app.undo().arrange(orderWithMovedDown(4, {0, 1}));
+  EXPECT_EQ(inTable(), "a Clip 9 b clip 10 ");
+  append("last.mts", "", 0);
+  EXPECT_EQ(stored(), "a Clip 9 b clip 10 last ");
+
+  RowUndo::States before = app.undo().statesOf({1}, RowUndo::Kind::removal);
+  removeRows(app.table(), {1});
+  app.undo().addRemoval(std::move(before));
+  app.undo().arrange({3, 2, 1, 0});
+  EXPECT_EQ(stored(), "last clip 10 b a ");
+  app.undo().undo();
+  app.undo().undo();
+  EXPECT_EQ(stored(), "a Clip 9 b clip 10 last ");
+  app.undo().undo();
+  EXPECT_EQ(inTable(), "Clip 9 b a clip 10 last ");
+  app.undo().undo();
+  app.undo().undo();
+  app.undo().undo();
+  EXPECT_EQ(inTable(), "clip 10 Clip 9 b a last ") << "as they came";
+  EXPECT_EQ(stored(), "clip 10 Clip 9 b a last ");
+  for (const std::string& file : filesBelow(parent))
+    EXPECT_NE(fileName(file), "order.plist");
 }
 
 TEST_F(BatchRecorderTest, WhatIsLeftToBeDoneIsKeptWhenTheUserLeaves) {

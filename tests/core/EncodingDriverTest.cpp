@@ -389,6 +389,25 @@ TEST_F(EncodingDriverTest, ADropDuringTheBatchIsAnalysedFirst) {
   EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
 }
 
+TEST_F(EncodingDriverTest, ABatchGoesOnInTheOrderThatTheListHasNow) {
+  clips(4);
+  std::string begun;
+  app.driver().jobStarted.connect([&](const std::string& source, const std::string&) {
+    begun += withoutExtension(fileName(source));
+    // What is in hand goes to the end, and what is wanted first to the front.
+    if (begun == "1")
+      app.table().arrange({3, 2, 1, 0});
+    // What was changed behind its conversion waits for the next batch.
+    if (begun == "143")
+      app.table().mark(app.table().rowOfSource(folder.file("4.mts")), RowMark::waiting);
+  });
+  convert();
+  EXPECT_EQ(begun, "1432");
+  EXPECT_EQ(kinds(), std::vector<Kind>(4, Kind::converted));
+  EXPECT_EQ(app.table().sourcePath(3), folder.file("1.mts"));
+  EXPECT_EQ(mark(3), RowMark::success);
+}
+
 TEST_F(EncodingDriverTest, ABatchMayStartDuringAnAnalysis) {
   clips(1);
   std::filesystem::copy_file(folder.file("1.mts"), folder.file("2.mts"));

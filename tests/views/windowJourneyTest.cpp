@@ -3,8 +3,10 @@
 #include <QAccessible>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QFileInfo>
 #include <QMenu>
 #include <QScrollBar>
+#include <memory>
 #include <set>
 
 #include "core/language.h"
@@ -345,6 +347,44 @@ TEST_F(WindowFixture, AMovieIsShownAndPlayedFromItsRow) {
   const QRect picture = table().visualRect(table().model()->index(0, pictureColumn));
   QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, picture.center());
   EXPECT_EQ(opened, (std::vector<std::string>{folder.file("A.MTS"), movie("A.mov")}));
+}
+
+TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
+  for (const char* name : {"C.MTS", "A.MTS", "B.MTS"})
+    ASSERT_TRUE(makeFastClip(folder.file(name)));
+  analyse({folder.file("C.MTS")});
+  analyse({folder.file("A.MTS")});
+  analyse({folder.file("B.MTS")});
+  const auto names = [this] {
+    QString list;
+    for (int row = 0; row < app.table().count(); ++row)
+      list += cell(row, sourceColumn).left(1);
+    return list.toStdString();
+  };
+  table().setFocus();
+  table().setCurrentIndex(table().model()->index(0, sourceColumn));
+  QTest::keySequence(&window, QKeySequence("Alt+Down"));
+  EXPECT_EQ(names(), "ACB");
+  EXPECT_EQ(table().currentIndex().row(), 1) << "the row that was moved stays selected";
+  QTest::keySequence(&window, QKeySequence("Alt+Down"));
+  EXPECT_EQ(names(), "ABC");
+  QTest::keySequence(&window, QKeySequence("Alt+Up"));
+  table().sortRows(SortBy::name);
+  EXPECT_EQ(names(), "ABC");
+  QTest::keySequence(&window, QKeySequence::Undo);
+  EXPECT_EQ(names(), "ACB");
+
+  app.table().set(1, &Row::movie, movie("C.mov"));
+  app.table().mark(1, RowMark::success);
+  table().selectAll();
+  const std::unique_ptr<QMimeData> carried(
+      table().model()->mimeData(table().selectionModel()->selectedRows()));
+  QStringList files;
+  for (const QUrl& url : carried->urls())
+    files.append(QFileInfo(url.toLocalFile()).fileName());
+  EXPECT_EQ(files, (QStringList{"A.MTS", "C.mov", "B.MTS"}));
+  EXPECT_FALSE(table().model()->flags(table().model()->index(0, speedColumn)) &
+               Qt::ItemIsDragEnabled);
 }
 
 TEST_F(WindowFixture, ARefusedDestinationLeadsToTheChoiceOfAnother) {
