@@ -31,6 +31,8 @@ Dico storedChoices(const PreferenceStore& preferences) {
   for (const auto& [key, value] : prefDefaults())
     if (const Value* own = preferences.prefRead(key))
       stored.set(key, *own);
+  if (const Value* target = preferences.prefRead(PrefKey::target))
+    stored.set(PrefKey::target, *target);
   return stored;
 }
 

@@ -9,6 +9,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/stepState.h"
+#include "encoding/targets.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -101,6 +102,8 @@ appDelegate::appDelegate(CoreServices services)
     if (table_.count() == 0)
       interface.batchGoBt.setEnabled(false);
   });
+  // A preset's target goes with the application that it was chosen for.
+  interface.editingSoft.changed.connect([this] { interface.target.reset(); });
   interface.easy.changed.connect(
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);
@@ -202,6 +205,10 @@ void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   applyIndex(interface.checkMatrix, stored, PrefKey::checkMatrix, interface.checkMatrix.count());
   applyIndex(interface.speed, stored, PrefKey::speed, interface.speed.count());
   applyIndex(interface.editingSoft, stored, PrefKey::editingSoft, interface.editingSoft.count());
+  interface.target.reset();
+  if (const auto target = static_cast<Target>(stored.integer(PrefKey::target).value_or(outNone));
+      targetRow(target))
+    interface.target = target;
   applyIndex(interface.sizeOut, stored, PrefKey::preset,
              static_cast<int>(interface.sizeOut.items().size()));
   applyIndex(interface.easy, stored, PrefKey::easy, interface.easy.count());
@@ -240,6 +247,7 @@ Dico appDelegate::prefs2GuiApp() const {
   stored.set(PrefKey::checkMatrix, interface.checkMatrix.selected());
   stored.set(PrefKey::speed, interface.speed.selected());
   stored.set(PrefKey::editingSoft, interface.editingSoft.selected());
+  stored.set(PrefKey::target, interface.target.value_or(outNone));
   stored.set(PrefKey::preset, interface.sizeOut.selected());
   stored.set(PrefKey::easy, interface.easy.selected());
   return stored;

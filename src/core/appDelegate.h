@@ -12,6 +12,7 @@
 #include "core/EncodingDriver.h"
 #include "core/Interface.h"
 #include "core/RowUndo.h"
+#include "core/UserPresets.h"
 
 namespace tessarin {
 
@@ -42,6 +43,7 @@ class appDelegate {
   AnalysisQueue& queue() { return queue_; }
   EncodingDriver& driver() { return driver_; }
   RowUndo& undo() { return undo_; }
+  UserPresets& presets() { return presets_; }
 
   // Sources dropped on the application's icon, or handed over by another copy: taken in once the
   // start-up, or an analysis that is under way, has finished.
@@ -95,6 +97,7 @@ class appDelegate {
   RowUndo undo_{table_};
   AnalysisQueue queue_;
   EncodingDriver driver_;
+  UserPresets presets_{services_, interface};
   std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other
   RunLoop::Id openFiles_ = 0;
   std::function<void()> batchStopped_;  // while the batch is stopped in order to quit

@@ -21,9 +21,10 @@ inline constexpr std::string_view prores = "prefProres";            // ProRes fl
 inline constexpr std::string_view assistantSkip = "assistantSkip";  // 1: no assistant at start
 inline constexpr std::string_view easy = "easy";                    // segment easy/expert
 inline constexpr std::string_view editingSoft = "editingSoft";      // segment of the application
-inline constexpr std::string_view surround = "prefSurrond";         // 1: keep surround sound
-inline constexpr std::string_view speed = "prefSpeed";              // segment of the speed
-inline constexpr std::string_view update = "update";                // 1: look for updates
+inline constexpr std::string_view target = "prefTarget";     // of new rows, by a preset; outNone
+inline constexpr std::string_view surround = "prefSurrond";  // 1: keep surround sound
+inline constexpr std::string_view speed = "prefSpeed";       // segment of the speed
+inline constexpr std::string_view update = "update";         // 1: look for updates
 inline constexpr std::string_view destination = "prefDefautDstPathStr";  // destination folder
 inline constexpr std::string_view jobs = "jobs";  // clips at the same time, 0: as suits the machine
 }  // namespace PrefKey

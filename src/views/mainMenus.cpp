@@ -14,6 +14,7 @@
 #include "views/LogWindow.h"
 #include "views/MainWindow.h"
 #include "views/PreferencesWindow.h"
+#include "views/PresetsMenu.h"
 #include "views/ReportWindow.h"
 #include "views/images.h"
 #include "views/localize.h"
@@ -62,6 +63,8 @@ void MainWindow::makeBatchMenu() {
       menu->addAction("@@stop", QKeySequence("Ctrl+."), this, [press] { press(stopSegment); });
   if (actions_.afterBatch)
     menu->addMenu(newAfterBatchMenu());
+  menu->addSeparator();
+  menu->addMenu(new PresetsMenu(app_.presets(), this));
   menu->addSeparator();
   QAction* undo =
       menu->addAction("@@menuUndo", QKeySequence::Undo, this, [this] { drawer_->table().undo(); });

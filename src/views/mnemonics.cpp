@@ -3,14 +3,16 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QRegularExpression>
 
 namespace tessarin {
 
 namespace {
 
-// Without the one that it has.
+// Without the one that it has; two of them are a letter that is shown.
 QString plain(QString text) {
-  return text.remove(QLatin1Char('&'));
+  static const QRegularExpression mark("&(?!&)(?<!&&)");
+  return text.remove(mark);
 }
 
 // With those below it.

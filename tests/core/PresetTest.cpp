@@ -1,10 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "core/Preset.h"
-#include "platform/UserDomain.h"
-#include "prefs/PreferenceStore.h"
-#include "support/ScopedTemporaryFolder.h"
-#include "support/TestBundle.h"
+#include "core/CoreFixture.h"
+#include "core/UserPresets.h"
+#include "support/ScopedEnvironment.h"
 
 namespace tessarin {
 namespace {
@@ -29,22 +27,39 @@ TEST(PresetFolder, KeepsWhatIsChosenUnderANameThatIsAFile) {
   EXPECT_FALSE(presets.remove("all"));
 }
 
-TEST(Preset, IsChosenInTheControlsAndLeavesTheRest) {
-  test::TestBundle bundle;
-  MemoryUserDomain domain;
-  PreferenceStore preferences(domain);
-  Interface interface;
-  interface.editingSoft.select(1);
-  interface.easy.select(1);
-  choosePreset({std::nullopt, outQuickTime, 6, speedHalf, "apcs", std::nullopt}, interface,
-               preferences);
-  const Preset chosen = chosenPreset(interface, preferences);
-  EXPECT_EQ(chosen, (Preset{1, outQuickTime, 6, speedHalf, "apcs", false}));
-  const auto wish = chosenWish(interface);
-  ASSERT_TRUE(wish);
-  EXPECT_EQ(wish->sizeOut, 6);
-  choosePreset({}, interface, preferences);
-  EXPECT_FALSE(chosenWish(interface)) << "a preset without a target takes the application's";
+class UserPresetsTest : public test::CoreFixture {
+ protected:
+  const test::ScopedEnvironment configuration_{"XDG_CONFIG_HOME", folder.file("config")};
+};
+
+TEST_F(UserPresetsTest, AreForTheNextClips) {
+  UserPresets& presets = app.presets();
+  choosePreset({0, outAic, 6, speedKeep, "apcs", std::nullopt}, app.interface, preferences);
+  presets.save("tapes");
+  EXPECT_TRUE(presets.isChosen("tapes"));
+  app.interface.editingSoft.select(2);
+  EXPECT_FALSE(app.interface.target) << "the target was that of a preset for another application";
+  EXPECT_FALSE(presets.isChosen("tapes"));
+  alerts.answers = {{1, false}};
+  presets.save("tapes");
+  ASSERT_EQ(alerts.shown.size(), 1u) << "nothing is replaced unasked";
+  presets.choose("tapes");
+  EXPECT_EQ(app.interface.target, outAic);
+  EXPECT_EQ(preferences.text(PrefKey::prores), "apcs");
+  // And at the next start.
+  const Dico stored = app.prefs2GuiApp();
+  app.interface.target.reset();
+  app.prefs2GuiApp(stored);
+  EXPECT_TRUE(presets.isChosen("tapes"));
+
+  const std::string clip = folder.file("x.mov");
+  ASSERT_TRUE(
+      test::makeClip(test::progressivePicture("1280x720", "0.2", "50") + "-c:v mpeg4", clip));
+  analyse({clip});
+  EXPECT_EQ(app.table().row(0).choice, (Choice{outAic, 6, speedKeep}));
+  presets.remove("tapes");
+  presets.choose("tapes");
+  EXPECT_EQ(alerts.shown.size(), 2u) << "what is not there is told";
 }
 
 }  // namespace
