@@ -25,6 +25,12 @@ def is_still(source):
     return source.format.get("format_name", "").endswith(("_pipe", "image2"))
 
 
+def is_cut(source):
+    """Whether the file's own index has clearly more pictures than can be decoded."""
+    promised = int(source.video.get("nb_frames", 0))
+    return len(source.pictures) < 0.9 * promised
+
+
 def is_copyable(source, folder):
     """Whether the pictures can be copied: whole ones of such a size, of a codec that .mov holds."""
     return (source.width, source.height) in COPIED_SIZES and \
@@ -162,8 +168,10 @@ class Row:
         elif self.ffmpeg and ("newer ffmpeg" in reason or "ffmpeg is too old" in reason
                               or not decodes(self.ffmpeg[0], self.clip.path)):
             self.unable = reason
-        elif source is None or is_still(source) or (self.target == "quicktime" and analysed and is_told(reason)
-                                and not is_copyable(source, folder)):
+        elif source is None or is_still(source):
+            self.refused = reason
+        elif is_told(reason) and (is_cut(source) or (self.target == "quicktime" and analysed
+                                                     and not is_copyable(source, folder))):
             self.refused = reason
         else:
             self.faults.append(f"refused ({len(source.pictures)} pictures can be decoded): "
