@@ -11,10 +11,9 @@
 
 #include "analysis/Fields.h"
 #include "ffmpeg/pictureColours.h"
+#include "ffmpeg/streamLine.h"
 
 namespace tessarin {
-
-enum class StreamKind : char { video = 'v', audio = 'a', subtitle = 's' };
 
 // What tells when a clip was recorded: a card with playlists; the camera's file beside the clip;
 // the pictures; the file around them; the file system.

@@ -8,12 +8,13 @@
 #include <utility>
 
 #include "analysis/probeParser.h"
-#include "analysis/streamLine.h"
 #include "analysis/timing.h"
 #include "analysis/usedStreams.h"
 #include "ffmpeg/pictureColours.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/runTroubles.h"
+#include "ffmpeg/showinfoReport.h"
+#include "ffmpeg/streamLine.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {
@@ -172,11 +173,13 @@ void SourceExamination::take(std::string report, std::optional<FramePictures> pi
     return;
   }
   if (!place()) {
-    if (std::exchange(asksBegin_, false))
-      begin_ = firstPictureOfShowinfo(report);
-    else if (const auto sound = std::exchange(doubtfulSound_, std::nullopt);
-             sound && heardNothing(report))
+    if (std::exchange(asksBegin_, false)) {
+      if (const auto first = firstShown(report))
+        begin_ = first->seconds();
+    } else if (const auto sound = std::exchange(doubtfulSound_, std::nullopt);
+               sound && heardNothing(report)) {
       mute_ = sound;
+    }
     return;
   }
   ++places_;

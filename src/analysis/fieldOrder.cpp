@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "analysis/streamLine.h"
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {

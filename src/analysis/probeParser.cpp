@@ -4,21 +4,19 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "analysis/probes.h"
 #include "analysis/sourceRecord.h"
-#include "analysis/streamLine.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
 #include "utils/numbers.h"
-#include "utils/times.h"
 
 namespace tessarin {
 
@@ -57,12 +55,12 @@ void readDuration(std::string_view line, Source& source) {
     if (contains(part, "Duration: ")) {
       const std::string_view timeCode = *textAfter(part, ": ");
       debugFormat("tc (str)            : {}", timeCode);
-      const double seconds = timeStr2Seconds(timeCode);
-      if (seconds > 0 && isWithin(seconds, ReportRange::duration))
+      const auto seconds = durationText(timeCode);
+      if (seconds)
         source.seconds = seconds;
       // Less than a second would be a duration of 0, which no record holds.
-      if (seconds >= 1 && isWithin(seconds, ReportRange::duration))
-        source.duration = std::trunc(seconds);
+      if (seconds >= 1.0)
+        source.duration = std::trunc(*seconds);
     } else if (const auto start = textAfter(part, "start: ")) {
       if (const auto seconds = decimalNumber(*start, ReportRange::time))
         source.start = static_cast<float>(*seconds);

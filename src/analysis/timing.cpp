@@ -7,12 +7,12 @@
 #include <limits>
 #include <vector>
 
-#include "analysis/streamLine.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 
@@ -256,15 +256,6 @@ std::optional<double> firstKeyFrameOfShowinfo(std::string_view report) {
     if (time && (contains(*line, " iskey:1") || contains(*line, " type:I")))
       return sinceStart(*time, declaredInput(report));
   }
-  return std::nullopt;
-}
-
-std::optional<double> firstPictureOfShowinfo(std::string_view report) {
-  ReportLines lines(report);
-  while (const auto line = lines.next())
-    if (const auto statement = statementOf(*line, "showinfo");
-        statement && startsWith(*statement, "n:   0 "))
-      return decimalNumber(textAfter(*statement, " pts_time:").value_or(""), ReportRange::time);
   return std::nullopt;
 }
 

@@ -24,10 +24,6 @@ std::optional<double> firstKeyFrameShown(std::string_view report);
 // the report shows no packet of pictures, or more than one stream of them.
 std::optional<bool> beginsWithKeyFrame(std::string_view report);
 
-// Seconds to the first picture that a run of ffmpeg's showinfo filter shows, as that run counts
-// them.
-std::optional<double> firstPictureOfShowinfo(std::string_view report);
-
 // The time of the first key frame from a run of ffmpeg's showinfo filter, which decodes key frames
 // only and looks at the first twelve seconds. Blocks until it has ended; 0 when it finds none.
 double intraOffset(const std::string& path);

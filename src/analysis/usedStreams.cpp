@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "analysis/streamLine.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 
 namespace tessarin {
 

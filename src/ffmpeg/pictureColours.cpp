@@ -102,6 +102,11 @@ PictureColours coloursOfReport(std::string_view description) {
   return {};
 }
 
+bool isFullRange(std::string_view description) {
+  return contains(description, ", yuvj") || contains(description, "(pc,") ||
+         contains(description, "(pc)");
+}
+
 PictureColours usualColours(int width, int height, double rate) {
   if (isHighDefinition(width, height))
     return {"bt709", "bt709", "bt709"};

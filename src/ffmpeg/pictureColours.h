@@ -26,6 +26,8 @@ bool isMatrix(std::string_view name);
 // What a report says in the brackets behind a pixel format: "yuv420p(tv, bt709, top first)",
 // "yuv420p(smpte170m/bt470bg/bt709)". Names that ffmpeg does not have count as not said.
 PictureColours coloursOfReport(std::string_view description);
+// Whether luma goes from 0 to 255 rather than from 16 to 235: "yuvj420p(…", "yuv420p(pc, …".
+bool isFullRange(std::string_view description);
 
 // What pictures have by convention: those of high definition BT.709, smaller ones BT.601 of the
 // kind with 525 or 625 lines. `rate`: pictures or fields a second, for sizes that neither has.

@@ -1,6 +1,7 @@
 #include "ffmpeg/reportNumbers.h"
 
 #include "classShared/TextAdditions.h"
+#include "utils/times.h"
 
 namespace tessarin {
 
@@ -43,6 +44,12 @@ std::optional<std::string> ratioText(std::string_view text) {
       !isWithin(static_cast<double>(*width) / static_cast<double>(*height), ReportRange::shape))
     return std::nullopt;
   return std::to_string(*width) + ":" + std::to_string(*height);
+}
+
+std::optional<double> durationText(std::string_view text) {
+  const double seconds = timeStr2Seconds(text);
+  return seconds > 0 && isWithin(seconds, ReportRange::duration) ? std::optional(seconds)
+                                                                 : std::nullopt;
 }
 
 }  // namespace tessarin

@@ -40,5 +40,7 @@ std::optional<double> decimalNumber(std::string_view text, NumberRange range);
 // "16:9" when the text begins with such a ratio and both its parts and the shape that it gives are
 // within bounds.
 std::optional<std::string> ratioText(std::string_view text);
+// Seconds of "00:01:02.50", as a duration; nothing for "N/A" and 0.
+std::optional<double> durationText(std::string_view text);
 
 }  // namespace tessarin

@@ -96,7 +96,8 @@ std::string_view inputBlock(std::string_view report) {
     start = found;
 
   const std::size_t behindStart = lineEnd(report, start);
-  const std::string_view block = report.substr(0, findOpening(report, "Output #0, ", behindStart));
+  // Of several outputs the first one need not be the first that is told of.
+  const std::string_view block = report.substr(0, findOpening(report, "Output #", behindStart));
   const std::size_t end = std::min(
       findOpening(block, "At least one output file must be specified", behindStart), block.size());
   return report.substr(start, end - start);

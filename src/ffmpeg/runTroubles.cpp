@@ -6,6 +6,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 #include "ffmpeg/toolLine.h"
 
 namespace tessarin {
@@ -124,12 +125,11 @@ void RunTroubles::addLine(std::string_view line) {
 
 // "  Stream #0:1[0x1100](eng): Audio: ac3 …", in the description of the source.
 void RunTroubles::noteStream(std::string_view line) {
-  constexpr std::string_view start = "Stream #0:";
-  if (!describes_ || !lineDeclares(line, start) || !contains(line, ": Audio: ") ||
-      sounds_.size() >= mostComplaints)
+  if (!describes_ || sounds_.size() >= mostComplaints)
     return;
-  const std::string_view number = line.substr(line.find(start) + start.size());
-  sounds_.push_back(static_cast<std::size_t>(leadingInteger(number)));
+  const auto stream = parseStreamLine(line);
+  if (stream && stream->kind == StreamKind::audio && stream->id)
+    sounds_.push_back(static_cast<std::size_t>(*stream->id));
 }
 
 RunTroubles::Medium RunTroubles::mediumOf(std::string_view module, std::string_view number) const {

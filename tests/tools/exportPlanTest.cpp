@@ -58,6 +58,8 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
       "[Parsed_showinfo_0 @ 0x5] config in time_base: 1/90000, frame_rate: 25/1\n"
       "Stream mapping:\n"
       "  Stream #0:1 -> #0:0 (dvvideo (native) -> rawvideo (native))\n"
+      "Output #1, null, to 'pipe:':\n"
+      "  Stream #1:1: Audio: pcm_s16le\n"
       "Output #0, yuv4mpegpipe, to 'pipe:1':\n"
       "  Duration: 00:00:01.00\n"
       "  Stream #0:1: Audio: pcm_s16le\n"

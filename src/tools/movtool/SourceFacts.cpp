@@ -6,7 +6,8 @@
 #include "ffmpeg/idetReport.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
-#include "utils/times.h"
+#include "ffmpeg/showinfoReport.h"
+#include "ffmpeg/streamLine.h"
 
 namespace tessarin::movtool {
 
@@ -14,53 +15,8 @@ namespace {
 
 using quicktime::FieldOrder;
 
-// "Duration: 00:01:02.50, start: …"; "N/A" when it is unknown.
-std::optional<double> durationOf(std::string_view line) {
-  const auto text = textBetween(line, "Duration: ", ",");
-  if (!text || text->find(':') == std::string_view::npos)
-    return std::nullopt;
-  const double seconds = timeStr2Seconds(std::string(*text));
-  if (seconds <= 0 || !isWithin(seconds, ReportRange::duration))
-    return std::nullopt;
-  return seconds;
-}
-
-// "config in time_base: 1/90000, …" before the pictures, then "n:   0 pts:  -7200 pts_time:…".
-// Unknown unless all of it is a moment that a stream can have.
-quicktime::Fraction firstPictureOf(std::string_view report) {
-  std::optional<std::int64_t> numerator;
-  std::optional<std::int64_t> denominator;
-  std::optional<std::int64_t> ticks;
-  for (const std::string_view line : splitLines(report)) {
-    const auto statement = statementOf(line, "showinfo");
-    if (!statement)
-      continue;
-    if (const auto base = textAfter(*statement, "config in time_base: "); base && !denominator) {
-      numerator = wholeNumber(*base, ReportRange::ratioPart);
-      denominator = wholeNumber(textAfter(*base, "/").value_or(""), ReportRange::ratioPart);
-    } else if (startsWith(*statement, "n:   0 ")) {
-      constexpr NumberRange anyTicks{-9e15, 9e15};
-      ticks = wholeNumber(trimmed(textAfter(*statement, "pts:").value_or("")), anyTicks);
-      break;
-    }
-  }
-  if (!numerator || !denominator || !ticks)
-    return {0, 1};
-  const double seconds = static_cast<double>(*ticks) * static_cast<double>(*numerator) /
-                         static_cast<double>(*denominator);
-  constexpr double mostTicks = 9e15;
-  const double product = static_cast<double>(*ticks) * static_cast<double>(*numerator);
-  if (!isWithin(seconds, ReportRange::time) || !isWithin(product, {-mostTicks, mostTicks}))
-    return {0, 1};
-  return {*ticks * *numerator, *denominator};
-}
-
 // Each track is decoded by an ffmpeg of its own.
 constexpr int mostSoundTracks = 32;
-
-bool isSound(std::string_view line) {
-  return contains(line, ": Audio: ") && !contains(line, ": Audio: none");
-}
 
 }  // namespace
 
@@ -75,26 +31,24 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     facts.frameRate = picture.frameRate;
   facts.fieldOrder = picture.fieldOrder;
   facts.flagged = picture.fieldOrder != FieldOrder::progressive;
-  facts.firstPicture = firstPictureOf(report);
+  if (const auto first = firstShown(report))
+    facts.firstPicture = {first->ticks, first->perSecond};
   facts.timeCode = timeCodeOf(report);
   facts.texts = sourceTexts(report);
   bool picturesSeen = false;
   DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {
-    if (lineDeclares(*line, "Duration: ")) {
-      facts.duration = durationOf(*line);
+    if (lineDeclares(*line, "Duration: "))
+      facts.duration = durationText(textBetween(*line, "Duration: ", ",").value_or(""));
+    const auto stream = parseStreamLine(*line);
+    if (!stream)
       continue;
-    }
-    if (!lineDeclares(*line, "Stream #0:"))
-      continue;
-    if (isSound(*line)) {
+    if (stream->kind == StreamKind::audio && stream->codec != "none") {
       facts.soundTracks = std::min(facts.soundTracks + 1, mostSoundTracks);
-    } else if (contains(*line, ": Video: ") && !picturesSeen &&
-               !contains(*line, "(attached pic)")) {
+    } else if (stream->kind == StreamKind::video && !picturesSeen && !stream->attachedPicture) {
       picturesSeen = true;
-      facts.colours = coloursOfReport(textAfter(*line, ": Video: ").value_or(""));
-      facts.fullRange =
-          contains(*line, ", yuvj") || contains(*line, "(pc,") || contains(*line, "(pc)");
+      facts.colours = coloursOfReport(stream->description);
+      facts.fullRange = isFullRange(stream->description);
     }
   }
   return facts;

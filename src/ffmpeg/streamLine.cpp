@@ -1,4 +1,4 @@
-#include "analysis/streamLine.h"
+#include "ffmpeg/streamLine.h"
 
 #include <algorithm>
 #include <array>

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "analysis/Source.h"
-
 namespace tessarin {
+
+enum class StreamKind : char { video = 'v', audio = 'a', subtitle = 's' };
 
 // All texts point into the line.
 struct StreamLine {
