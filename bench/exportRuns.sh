@@ -33,7 +33,8 @@ bare() { # i|p
 tools() { # i|p
   if [ "$1" = i ]; then
     "$resources/tools/ffmpeg" -v error -i "$work/i.mts" -c:v prores -profile 2 \
-      -flags +ildct+ilme -top 1 -vf "$colours" -r 25/1 -async 3000 -c:a pcm_s16le -ac 2 \
+      -flags +ildct+ilme -field_order tb \
+      -vf "$colours,scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff" -r 25/1 -async 3000 -c:a pcm_s16le -ac 2 \
       -movflags faststart -color_primaries bt709 -color_trc bt709 -colorspace bt709 -sn -y "$work/ours.mov"
   else
     "$resources/tools/movtool" -s "$resources/presetQt/pr1920x1080p50" -i "$work/p.mts" -y \

@@ -7,7 +7,6 @@
 
 #include "encoding/Row.h"
 #include "encoding/commandBuilder.h"
-#include "ffmpeg/pictureColours.h"
 
 namespace tessarin {
 
@@ -30,9 +29,6 @@ struct JobPlan {
 // of the ProRes flavour. Nothing when the command cannot be built.
 std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
                                std::string_view prefProres);
-
-// The colours of a source: what it says, and what is usual where it does not.
-PictureColours sourceColours(const Source& source);
 
 // Whether the movie is to be a stream copy in QuickTime's container: nothing is exported.
 bool isQuickTimeCopy(const Row& row);

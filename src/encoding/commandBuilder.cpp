@@ -2,12 +2,16 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "analysis/sourceRecord.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
+#include "ffmpeg/proresCommand.h"
+#include "ffmpeg/proresEncoder.h"
 #include "ffmpeg/proresFlavours.h"
 #include "platform/Bundle.h"
 
@@ -132,6 +136,110 @@ void logDetails(std::string_view name, const Arguments& arguments) {
     logFormat("{}: {}", name, fmt::join(arguments, " "));
 }
 
+// ---- What a movie needs besides
+
+enum class FilterPlace { first, last };
+
+// Puts a filter before or behind the command's filters; a command without any gets it alone. Stream
+// copies have no filters and no "-r".
+void addFilter(Arguments& arguments, const std::string& filter, FilterPlace place) {
+  const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+  if (option != arguments.end() && option + 1 != arguments.end()) {
+    const std::string filters = *(option + 1);
+    *(option + 1) = place == FilterPlace::first ? filter + "," + filters : filters + "," + filter;
+    return;
+  }
+  const auto rate = std::find(arguments.begin(), arguments.end(), "-r");
+  if (rate != arguments.end())
+    arguments.insert(rate, {"-vf", filter});
+}
+
+bool isBottomFirst(const Source& source) {
+  return source.pictures.fields == Fields::bottomFirst;
+}
+
+// Where what the stream claims is wrong, the filters are told what the pictures say.
+void correctFields(const Source& source, EncodingCommand& command) {
+  if (source.pictures.claim)
+    addFilter(command.arguments, isBottomFirst(source) ? "setfield=bff" : "setfield=tff",
+              FilterPlace::first);
+}
+
+// Sees to it that the encoder can take fields of as many lines as the movie has.
+void correctEncoder(const Row& row, EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  const auto codec = std::find(arguments.begin(), arguments.end(), "prores");
+  const bool hasFields =
+      std::find(arguments.begin(), arguments.end(), "+ildct+ilme") != arguments.end();
+  if (codec == arguments.end() || !hasFields)
+    return;
+  const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
+  const bool isScaled = filters != arguments.end() && contains(*(filters + 1), "scale=");
+  const SizeRow* size = sizeRow(row.choice.sizeOut);
+  const int lines = isScaled && size ? size->frame.height
+                                     : static_cast<int>(row.source.pictures.height.value_or(0));
+  *codec = proresEncoder(hasFields, lines);
+}
+
+// Sees to it that the movie says its colours: those of the source, or those of high definition for
+// pictures of standard definition that are made as large, as they are converted then. Programs that
+// do not ask go by the size.
+void nameColours(const Source& source, EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  PictureColours colours = sourceColours(source);
+  const auto height = source.pictures.height.value_or(0);
+  constexpr int mostStandardLines = 576;
+  const auto option = std::find(arguments.begin(), arguments.end(), "-vf");
+  if (option != arguments.end() && height <= mostStandardLines && !isWide(colours))
+    for (const SizeRow& size : sizeRows()) {
+      const std::string scale = fmt::format("scale={}:{}", size.frame.width, size.frame.height);
+      const std::string converted = fmt::format("{}:out_color_matrix=bt709", scale);
+      std::string& filters = *(option + 1);
+      if (!size.isSize() || !contains(filters, scale) || contains(filters, converted))
+        continue;  // rows share their frames
+      filters = replaceAll(filters, scale, converted);
+      colours = {"bt709", "bt709", "bt709"};
+    }
+  if (command.writesProres) {
+    colours = coloursInProres(colours);
+    addFilter(arguments, colourFilter(colours), FilterPlace::last);
+  }
+  const Arguments options = colourOptions(colours);
+  const auto subtitles = std::find(arguments.begin(), arguments.end(), "-sn");
+  arguments.insert(subtitles, options.begin(), options.end());
+}
+
+// Sees to it that the movie begins with its first picture, and the sound with what is heard then:
+// ffmpeg would fill the time before with copies of that picture, and leave out or move what is
+// shown before the source's time begins.
+void beginWithFirstPicture(const Source& source, EncodingCommand& command) {
+  const double begin = source.pictures.begin.value_or(0);
+  Arguments& arguments = command.arguments;
+  if (begin == 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
+    return;
+  const auto input = std::find(arguments.begin(), arguments.end(), "-i");
+  arguments.insert(input, {"-itsoffset", fmt::format("{:.6f}", -begin)});
+}
+
+// Brings the pictures, behind all else, to what ProRes encoders take; these fields then need no
+// option that only claims their order.
+void bringToProres(EncodingCommand& command) {
+  if (!command.writesProres)
+    return;
+  Arguments& arguments = command.arguments;
+  const auto claim = std::find(arguments.begin(), arguments.end(), "-top");
+  const bool hasFields = claim != arguments.end();
+  if (hasFields) {
+    // Without it versions disagree about what the movie claims: the lines of the first field are
+    // the upper ones, shown so and stored so.
+    *claim = "-field_order";
+    *(claim + 1) = "tb";
+  }
+  if (const auto filters = std::find(arguments.begin(), arguments.end(), "-vf");
+      filters != arguments.end())
+    addFilter(arguments, proresFilters(*(filters + 1), hasFields), FilterPlace::last);
+}
+
 }  // namespace
 
 Dico jobRecord(const Row& row, const std::string& destination) {
@@ -181,6 +289,25 @@ std::optional<EncodingCommand> encodage(const Row& row, const std::string& desti
   logDetails("argsMArray fin       ", arguments);
   logLine("encodage            - fin");
   return command;
+}
+
+std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& destination,
+                                            std::string_view prefProres) {
+  auto command = encodage(row, destination, prefProres);
+  if (!command)
+    return std::nullopt;
+  correctFields(row.source, *command);
+  nameColours(row.source, *command);
+  beginWithFirstPicture(row.source, *command);
+  correctEncoder(row, *command);
+  bringToProres(*command);
+  return command;
+}
+
+PictureColours sourceColours(const Source& source) {
+  return completeColours(
+      source.pictures.colours, static_cast<int>(source.pictures.width.value_or(0)),
+      static_cast<int>(source.pictures.height.value_or(0)), source.pictures.rate.value_or(0));
 }
 
 }  // namespace tessarin

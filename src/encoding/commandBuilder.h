@@ -8,6 +8,7 @@
 
 #include "classShared/Value.h"
 #include "encoding/Row.h"
+#include "ffmpeg/pictureColours.h"
 
 namespace tessarin {
 
@@ -21,6 +22,16 @@ struct EncodingCommand {
 // the command is one that ffmpeg refuses. Nothing when the chosen size is no row of the table.
 std::optional<EncodingCommand> encodage(const Row& row, const std::string& destination,
                                         std::string_view prefProres);
+
+// The same command as it is run, with what makes the movie right besides: fields and colours as the
+// pictures have them, the moment of the first one, an encoder that can take them. All filters of a
+// conversion are chosen here; what comes behind only puts them in the words of an ffmpeg's version,
+// or leaves the encoding to a program of ours.
+std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& destination,
+                                            std::string_view prefProres);
+
+// The colours of a source: what it says, and what is usual where it does not.
+PictureColours sourceColours(const Source& source);
 
 // The job of a row as the preference store and the log show it: the record of the source with the
 // choices and, where it is known, the destination.

@@ -211,38 +211,14 @@ void translateProres(FfmpegOptionGroup& group, FfmpegVersion version) {
       option.value = "prores_ks";
 }
 
-// Pictures for an interlaced ProRes stream that claims this field order.
-// Chroma of 4:2:0 pictures that carry fields is brought to 4:2:2 per field; "interl=-1" goes by
-// the flag of each picture, as MPEG streams of interlaced sequences hold progressive pictures,
-// too. The order is changed behind that, as it moves the picture by a line, which 4:2:0 chroma
-// cannot. Where the chain itself made the pictures out of progressive ones, it is left to one of
-// its own scalers to reach 4:2:2, as early as it can.
-std::string interlacedProresFilters(const std::string& chain, bool topFirst) {
-  const std::string order = topFirst ? "tff" : "bff";
-  std::string filters = "format=yuv422p10,fieldorder=" + order + ",setfield=" + order;
-  if (!leavesSourceFields(chain))
-    filters = joined("scale=interl=-1", filters);
-  return joined(chain, filters);
-}
-
+// The option said which field comes first, and changed no picture.
 void translateTop(FfmpegOptionGroup& group) {
-  const FfmpegOption* top = group.last({"top", "top:v"});
-  if (top == nullptr)
-    return;
-  const std::string value = valueOf(top);
-  const bool decided = (value == "0" || value == "1") && encodesVideo(group);
-  if (decided && !takesFromComplexGraph(group)) {
-    const bool topFirst = value == "1";
-    FfmpegOption& filter = filterOption(group, "vf", "filter:v");
-    if (writesInterlacedProres(group)) {
-      filter.value = interlacedProresFilters(*filter.value, topFirst);
-      // The lines of the first field are the upper ones, or the lower: shown so and stored so.
-      group.options.push_back({"field_order", topFirst ? "tb" : "bt"});
-    } else {
-      filter.value = joined(*filter.value, topFirst ? "setfield=tff" : "setfield=bff");
-    }
-  }
+  const std::string value = valueOf(group.last({"top", "top:v"}));
   removeOptions(group, "top");
+  if ((value != "0" && value != "1") || !encodesVideo(group) || takesFromComplexGraph(group))
+    return;
+  FfmpegOption& filter = filterOption(group, "vf", "filter:v");
+  filter.value = joined(*filter.value, value == "1" ? "setfield=tff" : "setfield=bff");
 }
 
 bool tellsHighRange(const FfmpegOptionGroup& group) {

@@ -48,10 +48,7 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 //   -async N            gaps are filled and overlaps cut rather than stretched; behind 5.1 by the
 //                       filter that earlier versions put in for it
 //   -bsf:v setts=…       left out before 5.1
-//   -top N              a filter that says so; an interlaced ProRes output also gets filters
-//                       that bring the picture to this field order, and to 4:2:2 per field,
-//                       and "-field_order", without which versions disagree about what a movie
-//                       claims
+//   -top N              a filter that says so
 //   setparams=…         left out of filters where there is no such filter
 //   -c:v prores         "prores_ks" where the other writes no fields, or no colours, into pictures
 //   setpts=2*PTS,fps=…  "framerate=…" in 4.0 and 4.1, which lose a picture

@@ -18,28 +18,19 @@ constexpr std::array<std::string_view, 5> forBoth{"map", "ss", "t", "to", "threa
 constexpr std::array<std::string_view, 4> forPictures{"r", "r:v", "frames:v", "vframes"};
 constexpr std::array<std::string_view, 7> forSound{"c:a", "codec:a", "acodec",        "ac",
                                                    "ar",  "async",   "channel_layout"};
-constexpr std::array<std::string_view, 21> forTheMovie{"af",
-                                                       "filter:a",
-                                                       "an",
-                                                       "c:v",
-                                                       "codec:v",
-                                                       "vcodec",
-                                                       "profile",
-                                                       "profile:v",
-                                                       "flags",
-                                                       "flags:v",
-                                                       "top",
-                                                       "vf",
-                                                       "filter:v",
-                                                       "movflags",
-                                                       "f",
-                                                       "color_trc",
-                                                       "color_primaries",
-                                                       "colorspace",
-                                                       "field_order",
-                                                       "sn",
-                                                       "dn"};
-constexpr std::array<std::string_view, 3> forTheRun{"y", "hide_banner", "nostdin"};
+constexpr std::array<std::string_view, 20> forTheMovie{
+    "af",        "filter:a",        "an",         "c:v",         "codec:v",  "vcodec",   "profile",
+    "profile:v", "flags",           "flags:v",    "vf",          "filter:v", "movflags", "f",
+    "color_trc", "color_primaries", "colorspace", "field_order", "sn",       "dn"};
+constexpr std::array<std::string_view, 4> forTheRun{"y", "n", "hide_banner", "nostdin"};
+
+// The filters that bring pictures to ours.
+constexpr std::string_view progressiveEnd = "format=yuv422p10,setfield=prog";
+constexpr std::string_view fieldsEnd = "format=yuv422p10,fieldorder=tff,setfield=tff";
+// Chroma of 4:2:0 pictures that carry fields is brought to 4:2:2 per field; "interl=-1" goes by the
+// flag of each picture, as MPEG streams of interlaced sequences hold progressive pictures, too. The
+// order is changed behind that, as it moves the picture by a line, which 4:2:0 chroma cannot.
+constexpr std::string_view perField = "scale=interl=-1,";
 
 template <std::size_t count>
 bool isIn(const std::array<std::string_view, count>& names, const FfmpegOption& option) {
@@ -73,11 +64,14 @@ bool makesProresMovie(const FfmpegOptionGroup& output) {
   const std::string sound = valueOf(output, {"c:a", "codec:a", "acodec"});
   const std::string profile = valueOf(output, {"profile", "profile:v"});
   const bool hasProfile =
-      profile.empty() || (profile.size() == 1 && profile >= "0" && profile <= "4");
+      profile.empty() || (profile.size() == 1 && profile >= "0" && profile <= "3");
   const std::string format = valueOf(output, {"f"});
+  const std::string order = valueOf(output, {"field_order"});
+  const std::string chain = valueOf(output, {"vf", "filter:v"});
   const bool isMovie = format.empty() ? endsWithMov(output.file) : format == "mov";
   return (codec == "prores" || codec == "prores_ks") && hasProfile && isMovie &&
-         (sound.empty() || sound == "pcm_s16le") && valueOf(output, {"top"}) != "0" &&
+         (sound.empty() || sound == "pcm_s16le") && (order.empty() || order == "tb") &&
+         (chain.ends_with(progressiveEnd) || chain.ends_with(fieldsEnd)) &&
          std::all_of(output.options.begin(), output.options.end(), isKnown);
 }
 
@@ -91,29 +85,17 @@ bool isPlain(const std::vector<FfmpegOptionGroup>& groups) {
   });
 }
 
-// The filters, and behind them those that bring the pictures to what the encoder takes.
-std::string chainOf(const FfmpegOptionGroup& output, int profile, bool interlaced) {
-  const std::string own = valueOf(output, {"vf", "filter:v"});
-  std::string end = profile == 4 ? "format=yuv444p10" : "format=yuv422p10";
-  if (!interlaced)
-    end += ",setfield=prog";
-  else if (leavesSourceFields(own))
-    end += ",fieldorder=tff,setfield=tff";
-  else
-    end = "scale=interl=-1," + end + ",fieldorder=tff,setfield=tff";
-  return chained(own, end);
-}
-
 // Samples as they are, where the pictures keep their fields: the encoder brings chroma to all lines
 // and the fields to their order, which spares the pipe more than half.
-std::optional<std::string> keptChainOf(const FfmpegOptionGroup& output, int profile,
-                                       bool interlaced) {
-  const std::string own = valueOf(output, {"vf", "filter:v"});
-  const auto names = filterNames(own);
-  if (!interlaced || profile == 4 || leavesSourceFields(own) ||
-      std::find(names.begin(), names.end(), "scale") != names.end())
+std::optional<std::string> keptChainOf(std::string_view chain) {
+  const std::string end = std::string(perField) + std::string(fieldsEnd);
+  if (!chain.ends_with(end))
     return std::nullopt;
-  return chained(own, "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10");
+  const std::string_view own = chain.substr(0, chain.size() - end.size());
+  const auto names = filterNames(own);
+  if (std::find(names.begin(), names.end(), "scale") != names.end())
+    return std::nullopt;
+  return std::string(own) + "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10";
 }
 
 template <class... Lists>
@@ -169,6 +151,12 @@ PictureColours coloursOf(const FfmpegOptionGroup& output) {
 
 }  // namespace
 
+std::string proresFilters(std::string_view chain, bool hasFields) {
+  if (!hasFields)
+    return std::string(progressiveEnd);
+  return std::string(leavesSourceFields(chain) ? "" : perField) + std::string(fieldsEnd);
+}
+
 std::optional<ProresCommand> proresCommand(const std::vector<std::string>& arguments) {
   std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
   if (!isPlain(groups) || !makesProresMovie(groups.back()))
@@ -185,17 +173,18 @@ std::optional<ProresCommand> proresCommand(const std::vector<std::string>& argum
     return group.last({"y"}) != nullptr;
   });
 
-  const auto picturesBy = [&](const std::string& chain) {
+  const auto picturesBy = [&](const std::string& filters) {
     FfmpegOptionGroup pictures = outputWith(given, forBoth, forPictures);
     for (const FfmpegOption& option :
-         {FfmpegOption{"an", std::nullopt}, FfmpegOption{"vsync", "1"}, FfmpegOption{"vf", chain},
+         {FfmpegOption{"an", std::nullopt}, FfmpegOption{"vsync", "1"}, FfmpegOption{"vf", filters},
           FfmpegOption{"c:v", "wrapped_avframe"}, FfmpegOption{"strict", "-1"},
           FfmpegOption{"f", "yuv4mpegpipe"}})
       pictures.options.push_back(option);
     return argumentsOf(groups, std::move(pictures), sameStreams(given));
   };
-  command.pictures = picturesBy(chainOf(given, command.profile, command.interlaced));
-  if (const auto kept = keptChainOf(given, command.profile, command.interlaced))
+  const std::string chain = valueOf(given, {"vf", "filter:v"});
+  command.pictures = picturesBy(chain);
+  if (const auto kept = keptChainOf(chain))
     command.keptFields = picturesBy(*kept);
   if (given.last({"c:a", "codec:a", "acodec"}) == nullptr || given.last({"an"}) != nullptr)
     return command;

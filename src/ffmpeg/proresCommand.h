@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ffmpeg/pictureColours.h"
@@ -15,6 +16,11 @@ inline constexpr const char* proresEncoderVariable = "TESSARIN_PRORES_ENCODER";
 
 // A filter that brings sound to what movies of ours have, at its own rate.
 inline constexpr const char* movieSoundFilter = "aformat=sample_fmts=s16";
+
+// The filters behind this chain that bring pictures to what a ProRes movie of ours holds: 4:2:2 in
+// 10 bits, whole or with the top field first. Where the chain itself made the fields, out of whole
+// pictures, one of its own scalers reaches 4:2:2, as early as it can.
+std::string proresFilters(std::string_view chain, bool hasFields);
 
 struct ProresCommand {
   // Arguments for ffmpeg, in the words that ffmpegOptions.h translates: the pictures as YUV4MPEG2
@@ -32,7 +38,7 @@ struct ProresCommand {
 };
 
 // Nothing for a command that makes anything else, or that asks for something which the above cannot
-// hold: every option of the output has to be a known one.
+// hold: every option of the output has to be a known one, and its filters end with proresFilters().
 std::optional<ProresCommand> proresCommand(const std::vector<std::string>& arguments);
 
 }  // namespace tessarin

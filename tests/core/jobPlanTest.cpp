@@ -148,6 +148,29 @@ TEST_F(JobPlanTest, EveryMovieSaysItsColours) {
   EXPECT_EQ(said(false, outProres, hlg), "bt2020 arib-std-b67 bt2020nc");
 }
 
+TEST_F(JobPlanTest, FieldsOfProresGetTheOrderThatTheMovieClaims) {
+  const auto told = [](const Row& row) {
+    const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
+    const auto from = std::find(arguments.begin(), arguments.end(), "-profile") + 2;
+    const std::string text = joinTexts({from, std::find(from, arguments.end(), "-r")}, " ");
+    return replaceAll(text, "setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709",
+                      "setparams");
+  };
+  const std::string fields = "-flags +ildct+ilme -field_order tb -threads auto -vf ";
+  const std::string perField =
+      "setparams,scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff";
+  EXPECT_EQ(told(rowOf(false, 12, outProres)), fields + perField);
+  EXPECT_EQ(told(withInfo(rowOf(false, 12, outProres), {{"v0_fieldsClaim", "BFF"}})),
+            fields + "setfield=tff," + perField);
+  EXPECT_EQ(told(withInfo(rowOf(true, 12, outProres), {{"v0_fps", 50.0}})),
+            fields +
+                "scale=1920:1080,tinterlace=interleave_top,setparams,"
+                "format=yuv422p10,fieldorder=tff,setfield=tff");
+  EXPECT_EQ(told(rowOf(false, 10, outProres)),
+            "-threads auto -vf yadif=0:-1:0,scale=1920:1080,setparams,format=yuv422p10,"
+            "setfield=prog");
+}
+
 TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
   const auto plan = [](bool progressive, Speed speed) {
     Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),

@@ -136,39 +136,12 @@ TEST(FfmpegOptions, AsyncBecomesAFilterWhereItIsGone) {
   EXPECT_EQ(translated("-async 0 -i a b.mov", v71), "-nostdin -i a b.mov");
 }
 
-// The filters of the output's chain behind "-vf".
-std::string videoFilters(const std::string& line, FfmpegVersion version) {
-  const auto arguments = translateFfmpegOptions(words(line), version);
-  for (std::size_t index = 0; index + 1 < arguments.size(); ++index)
-    if (arguments[index] == "-vf" || arguments[index] == "-filter:v")
-      return arguments[index + 1];
-  return {};
-}
-
-TEST(FfmpegOptions, InterlacedProresReallyGetsTheFieldOrderItClaims) {
-  const std::string start = "-i a -c:v prores -profile 3 -flags +ildct+ilme ";
-  EXPECT_EQ(videoFilters(start + "-top 1 -r 25/1 b.mov", v51),
-            "scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff");
-  EXPECT_EQ(videoFilters(start + "-top 0 b.mov", v71),
-            "scale=interl=-1,format=yuv422p10,fieldorder=bff,setfield=bff");
-  // Weaving and deinterlacing work on progressive pictures: the chain's own scaler, before the
-  // weave, goes to 4:2:2 whole.
-  EXPECT_EQ(videoFilters(start + "-top 1 -vf scale=1920:1080,tinterlace=interleave_top b.mov", v51),
-            "scale=1920:1080,tinterlace=interleave_top,"
-            "format=yuv422p10,fieldorder=tff,setfield=tff");
-  EXPECT_EQ(videoFilters(start + "-filter:v yadif=1:-1:0,scale=1440:1080 -top:v 1 b.mov", v51),
-            "yadif=1:-1:0,scale=1440:1080,format=yuv422p10,fieldorder=tff,setfield=tff");
-}
-
-TEST(FfmpegOptions, TheFieldOrderIsClaimedAlikeByAllVersions) {
-  const std::string line = "-i a -c:v prores -flags +ildct+ilme -top 1 b.mov";
-  for (const FfmpegVersion version : {v31, v51, v71}) {
-    EXPECT_THAT(translated(line, version), HasSubstr(" -field_order tb b.mov"));
-    EXPECT_THAT(translated(line, version), Not(HasSubstr("-top")));
-    // No ProRes: only what the option itself did.
+TEST(FfmpegOptions, TheFieldOrderIsClaimedByAFilter) {
+  for (const FfmpegVersion version : {v31, v51, v71})
     EXPECT_EQ(translated("-i a -c:v mpeg2video -flags +ildct -top 0 b.mpg", version),
               "-nostdin -i a -c:v mpeg2video -flags +ildct -vf setfield=bff b.mpg");
-  }
+  EXPECT_EQ(translated("-i a -filter:v yadif -top:v 1 b.mpg", v71),
+            "-nostdin -i a -filter:v yadif,setfield=tff b.mpg");
   EXPECT_EQ(translated("-i a -c:v copy -top 1 b.mov", v71), "-nostdin -i a -c:v copy b.mov");
   EXPECT_EQ(translated("-i a -top -1 b.mov", v71), "-nostdin -i a b.mov");
 }
@@ -194,7 +167,8 @@ TEST(FfmpegOptions, SlowMotionKeepsItsLastPicture) {
   EXPECT_EQ(translated(slowed, v51), "-nostdin " + slowed);
   EXPECT_EQ(translated(slowed, v31), "-nostdin " + slowed);
   EXPECT_EQ(translated(halved, v2018), "-nostdin " + halved);
-  EXPECT_EQ(videoFilters(slowed, v2018), "fps=60000/1001,setpts=2*PTS,framerate=30000/1001,null");
+  EXPECT_EQ(translated(slowed, v2018),
+            "-nostdin -i a -vf fps=60000/1001,setpts=2*PTS,framerate=30000/1001,null b.mov");
 }
 
 TEST(FfmpegOptions, ColoursAreToldInTheWayThatAVersionUnderstands) {

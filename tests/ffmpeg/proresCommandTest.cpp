@@ -20,7 +20,9 @@ std::string joined(const std::vector<std::string>& list) {
 TEST(ProresCommand, TakesPicturesAndSoundApart) {
   const auto command = proresCommand(
       wordsOf("-loglevel info -c:a ac3 -fflags +genpts -i a.mts -c:v prores -profile 3 -flags "
-              "+ildct+ilme -top 1 -threads auto -vf setfield=bff,setparams=x=1 -r 25/1 -async 3000 "
+              "+ildct+ilme -field_order tb -threads auto -vf setfield=bff,setparams=x=1," +
+              proresFilters("", true) +
+              " -r 25/1 -async 3000 "
               "-c:a pcm_s16le -ac 2 -movflags faststart -color_primaries bt709 -color_trc gamma28 "
               "-colorspace bt709 -ss 0.5 -sn -y a.mov"));
   ASSERT_TRUE(command);
@@ -53,34 +55,34 @@ TEST(ProresCommand, TakesPicturesAndSoundApart) {
 }
 
 TEST(ProresCommand, LeavesFieldsAloneOnlyWhereNothingMakesOthers) {
-  const auto chains = [](const std::string& options) {
-    const auto command = proresCommand(wordsOf("-i a " + options + " b.mov"));
-    const auto chain = [](const std::vector<std::string>& list) {
-      const auto option = std::find(list.begin(), list.end(), "-vf");
-      return option == list.end() ? "" : *(option + 1);
-    };
-    return command ? chain(command->pictures) + (command->keptFields ? " or kept" : "") : "";
+  const auto chains = [](const std::string& own, bool hasFields) {
+    const std::string filters = own + proresFilters(own, hasFields);
+    const auto command = proresCommand(wordsOf("-i a -c:v prores -vf " + filters + " b.mov"));
+    return filters + (command && command->keptFields ? " or kept" : "");
   };
-  const std::string fields = "-c:v prores -flags +ildct+ilme -top 1";
-  EXPECT_EQ(chains(fields), "scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff or kept");
-  EXPECT_EQ(chains(fields + " -vf scale=720:576"),
+  EXPECT_EQ(chains("", true),
+            "scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff or kept");
+  EXPECT_EQ(chains("scale=720:576,", true),
             "scale=720:576,scale=interl=-1,format=yuv422p10,fieldorder=tff,setfield=tff");
-  EXPECT_EQ(chains(fields + " -vf scale=720:576,tinterlace=interleave_top"),
+  // Weaving and deinterlacing work on progressive pictures: the chain's own scaler, before the
+  // weave, goes to 4:2:2 whole.
+  EXPECT_EQ(chains("scale=720:576,tinterlace=interleave_top,", true),
             "scale=720:576,tinterlace=interleave_top,format=yuv422p10,fieldorder=tff,setfield=tff");
-  EXPECT_EQ(chains("-c:v prores -vf yadif=0:-1:0"), "yadif=0:-1:0,format=yuv422p10,setfield=prog");
-  EXPECT_EQ(chains("-c:v prores_ks -profile:v 4"), "format=yuv444p10,setfield=prog");
+  EXPECT_EQ(chains("yadif=0:-1:0,", false), "yadif=0:-1:0,format=yuv422p10,setfield=prog");
 }
 
 TEST(ProresCommand, LeavesAllElseToFfmpeg) {
-  const std::string ordinary = "-i a -c:v prores ";
+  const std::string bare = "-i a -c:v prores ";
+  const std::string ordinary = bare + "-vf " + proresFilters("", false) + " ";
   EXPECT_TRUE(proresCommand(wordsOf(ordinary + "b.mov")));
-  EXPECT_FALSE(proresCommand(wordsOf(ordinary + "b.MOV"))->replace);
+  EXPECT_FALSE(proresCommand(wordsOf(ordinary + "-n b.MOV"))->replace);
   EXPECT_FALSE(proresCommand(wordsOf(ordinary + "b.mov"))->sound);
-  for (const char* end :
-       {"b.mkv", "-f matroska b.mov", "-c:v copy b.mov", "-c:a aac b.mov", "-top 0 b.mov",
-        "-profile 5 b.mov", "-q:v 5 b.mov", "-metadata title=x b.mov", "-pix_fmt yuv444p b.mov",
-        "b.mov -c:v copy c.mov", "b.mov -y", "-bsf:v x b.mov", "-vsync 0 b.mov"})
+  for (const char* end : {"b.mkv", "-f matroska b.mov", "-c:v copy b.mov", "-c:a aac b.mov",
+                          "-field_order bt b.mov", "-top 1 b.mov", "-profile 5 b.mov",
+                          "-q:v 5 b.mov", "-metadata title=x b.mov", "-pix_fmt yuv444p b.mov",
+                          "b.mov -c:v copy c.mov", "b.mov -y", "-bsf:v x b.mov", "-vsync 0 b.mov"})
     EXPECT_FALSE(proresCommand(wordsOf(ordinary + end))) << end;
+  EXPECT_FALSE(proresCommand(wordsOf(bare + "b.mov"))) << "needs filters of its own";
   EXPECT_FALSE(proresCommand(wordsOf("-c:v prores b.mov")));
   EXPECT_FALSE(proresCommand(wordsOf("-filter_complex x " + ordinary + "b.mov")));
   EXPECT_FALSE(proresCommand({}));

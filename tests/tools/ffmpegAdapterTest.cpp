@@ -5,6 +5,7 @@
 
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "ffmpeg/proresCommand.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/places.h"
@@ -103,11 +104,11 @@ class InterlacedProres : public testing::Test {
     ASSERT_EQ(result.status, 0) << result.output;
   }
 
-  void convert(const std::string& options) {
-    const ShellResult result =
-        runShell(quoted(adapter) + " -v error -i " + quoted(folder_.file("source.mkv")) +
-                 " -c:v prores -profile 3 -flags +ildct+ilme -top 1 -threads auto " + options +
-                 " -r 25/1 -an -y " + quoted(folder_.file("out.mov")));
+  void convert(const std::string& own = "") {
+    const ShellResult result = runShell(
+        quoted(adapter) + " -v error -i " + quoted(folder_.file("source.mkv")) +
+        " -c:v prores -profile 3 -flags +ildct+ilme -field_order tb -threads auto -vf " + own +
+        proresFilters(own, true) + " -r 25/1 -an -y " + quoted(folder_.file("out.mov")));
     ASSERT_EQ(result.status, 0) << result.output;
     EXPECT_EQ(result.output, "");
   }
@@ -133,7 +134,7 @@ TEST_F(InterlacedProres, ChromaIsTreatedAsThePicturesSay) {
   const auto chromaOf = [&](const std::string& format, const std::string& codec) {
     make("testsrc2=s=720x576:r=25:d=0.16,format=" + format, codec, "source.mkv");
     make("movie=" + folder_.file("source.mkv") + ",format=yuv422p10", "-c:v ffv1", "reference.mkv");
-    convert("");
+    convert();
     EXPECT_EQ(probe("frame=interlaced_frame,top_field_first"), "1,1\n");
     return likeness()[1];
   };
@@ -147,7 +148,7 @@ TEST_F(InterlacedProres, BottomFirstBecomesTopFirstByALine) {
        "-c:v mpeg2video -q:v 2 -flags +ildct+ilme -top 0", "source.mkv");
   make("movie=" + folder_.file("source.mkv") + ",scale=interl=1,format=yuv422p10,fieldorder=tff",
        "-c:v ffv1", "reference.mkv");
-  convert("");
+  convert();
   EXPECT_EQ(probe("stream=field_order"), "tb\n");
   EXPECT_EQ(test::fieldCounts(folder_.file("out.mov")).top, 8);
   const auto planes = likeness();
@@ -161,10 +162,10 @@ TEST_F(InterlacedProres, IsLeftToFfmpegWhereThatIsAskedFor) {
   const auto encoder = [&] {
     return runShell("grep -ac Lavc " + quoted(folder_.file("out.mov"))).output;
   };
-  convert("");
+  convert();
   EXPECT_EQ(encoder(), "0\n");
   const ScopedEnvironment setting("TESSARIN_PRORES_ENCODER", "ffmpeg");
-  convert("");
+  convert();
   EXPECT_NE(encoder(), "0\n");
 }
 
@@ -174,7 +175,7 @@ TEST_F(InterlacedProres, FramesAreWovenWithTheirWholeChroma) {
   make(scene + "yuv444p10,format=yuv422p10,tinterlace=interleave_top", "-c:v ffv1",
        "reference.mkv");
   make(scene + "yuv420p", "-c:v ffv1", "source.mkv");
-  convert("-vf scale=720:576,tinterlace=interleave_top");
+  convert("scale=720:576,tinterlace=interleave_top,");
   EXPECT_EQ(probe("stream=field_order"), "tb\n");
   EXPECT_EQ(test::fieldCounts(folder_.file("out.mov")).top, 8);
   const auto planes = likeness();

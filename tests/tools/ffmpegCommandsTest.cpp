@@ -90,14 +90,14 @@ std::map<std::string, std::vector<std::string>> distinctCommands(const std::stri
   std::map<std::string, bool> treatments;
   const auto add = [&](const Clip& source, const Choice& choice) {
     const auto silent =
-        encodage(rowOf(source, folder, choice, Sound::none), folder + "/out.mov", "apch");
+        movieCommand(rowOf(source, folder, choice, Sound::none), folder + "/out.mov", "apch");
     ASSERT_TRUE(silent);
     if (!treatments.emplace(source.wrapper + shapeOf(silent->arguments), true).second)
       return;
     const std::size_t number = treatments.size();
     const std::string destination = folder + "/out" + std::to_string(number) + ".mov";
     const auto sound = static_cast<Sound>(number % 4);
-    const auto command = encodage(rowOf(source, folder, choice, sound), destination, "apcn");
+    const auto command = movieCommand(rowOf(source, folder, choice, sound), destination, "apcn");
     ASSERT_TRUE(command);
     commands.emplace(shapeOf(command->arguments), command->arguments);
   };

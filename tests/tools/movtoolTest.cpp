@@ -232,8 +232,9 @@ TEST(Movtool, KeepsWhatTheSourceSaysOfItself) {
   for (const bool directly : {false, true}) {
     SCOPED_TRACE(directly);
     if (directly) {
-      const ShellResult made = runShell(movtool + " --as-ffmpeg -i " + test::quoted(clip) +
-                                        " -c:v prores -profile 2 -y " + movie + " 2>&1");
+      const ShellResult made = runShell(
+          movtool + " --as-ffmpeg -i " + test::quoted(clip) +
+          " -c:v prores -profile 2 -vf format=yuv422p10,setfield=prog -y " + movie + " 2>&1");
       EXPECT_EQ(made.status, 0) << made.output;
       // The pipe between two programs of ours is nobody's business.
       EXPECT_THAT(made.output, testing::Not(HasSubstr("non standard")));
