@@ -1,8 +1,11 @@
 #include "analysis/framePictures.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 #include "analysis/probes.h"
@@ -56,6 +59,71 @@ std::optional<FramePictures> parseHeader(std::string_view line) {
   return pictures;
 }
 
+using Samples = std::vector<std::int16_t>;
+
+// Three lines that follow each other.
+struct Neighbours {
+  const Samples& above;
+  const Samples& line;
+  const Samples& below;
+};
+
+// Every second sample of a picture's lines, the latest few of them.
+class HalvedLines {
+ public:
+  HalvedLines(std::span<const std::uint8_t> picture, std::size_t stride)
+      : picture_(picture), stride_(stride) {}
+
+  Neighbours around(std::size_t line) { return {at(line - 1), at(line), at(line + 1)}; }
+
+ private:
+  static constexpr std::size_t none = ~std::size_t{0};
+  struct Kept {
+    std::size_t line = none;
+    Samples samples;
+  };
+
+  const Samples& at(std::size_t line) {
+    Kept& kept = kept_[line % kept_.size()];
+    if (std::exchange(kept.line, line) == line)
+      return kept.samples;
+    kept.samples.resize((stride_ + 1) / 2);
+    const std::uint8_t* const start = picture_.data() + line * stride_;
+    for (std::size_t place = 0; place < kept.samples.size(); ++place)
+      kept.samples[place] = start[2 * place];
+    return kept.samples;
+  }
+
+  std::span<const std::uint8_t> picture_;
+  std::size_t stride_;
+  std::array<Kept, 3> kept_;
+};
+
+struct LineMotion {
+  int changed = 0;  // places
+  int later = 0;    // the line of the second picture, between lines of the first one
+  int earlier = 0;
+  int inside = 0;
+};
+
+// Without a branch for each place, so that the compiler takes many at once.
+LineMotion lineMotion(const Neighbours& first, const Neighbours& second) {
+  LineMotion sums;
+  for (std::size_t x = 0; x < first.line.size(); ++x) {
+    const int before = first.line[x];
+    const int after = second.line[x];
+    const int aroundBefore = first.above[x] + first.below[x];
+    const int aroundAfter = second.above[x] + second.below[x];
+    const int counts = std::abs(after - before) >= leastChange ? -1 : 0;
+    sums.changed -= counts;
+    sums.later += std::abs(2 * after - aroundBefore) & counts;
+    sums.earlier += std::abs(2 * before - aroundAfter) & counts;
+    sums.inside +=
+        (std::abs(2 * after - aroundAfter) + std::abs(2 * before - aroundBefore)) & counts;
+  }
+  return sums;
+}
+
 }  // namespace
 
 FieldMotion& FieldMotion::operator+=(const FieldMotion& other) {
@@ -68,6 +136,8 @@ FieldMotion& FieldMotion::operator+=(const FieldMotion& other) {
 FieldMotion fieldMotion(std::span<const std::uint8_t> before, std::span<const std::uint8_t> after,
                         int width, int height) {
   const auto stride = static_cast<std::size_t>(width);
+  HalvedLines first(before, stride);
+  HalvedLines second(after, stride);
   std::int64_t topFirst = 0;  // how unlike the fields are that would be next to each other
   std::int64_t bottomFirst = 0;
   std::int64_t inside = 0;  // how unlike the lines of each picture itself are; both together
@@ -75,29 +145,19 @@ FieldMotion fieldMotion(std::span<const std::uint8_t> before, std::span<const st
   std::int64_t places = 0;
   bool equal = true;
   for (int y = 1; y + 1 < height; ++y) {
-    const std::size_t line = static_cast<std::size_t>(y) * stride;
-    if (std::equal(before.begin() + static_cast<std::ptrdiff_t>(line),
-                   before.begin() + static_cast<std::ptrdiff_t>(line + stride),
-                   after.begin() + static_cast<std::ptrdiff_t>(line))) {
+    const auto line = static_cast<std::size_t>(y);
+    if (std::memcmp(before.data() + line * stride, after.data() + line * stride, stride) == 0) {
       places += width / 2;
       continue;
     }
     equal = false;
-    std::int64_t laterLine = 0;  // of the second picture, between lines of the first one
-    std::int64_t earlierLine = 0;
-    for (std::size_t x = line; x < line + stride; x += 2) {
-      ++places;
-      if (std::abs(after[x] - before[x]) < leastChange)
-        continue;
-      ++changed;
-      laterLine += std::abs(2 * after[x] - before[x - stride] - before[x + stride]);
-      earlierLine += std::abs(2 * before[x] - after[x - stride] - after[x + stride]);
-      inside += std::abs(2 * after[x] - after[x - stride] - after[x + stride]) +
-                std::abs(2 * before[x] - before[x - stride] - before[x + stride]);
-    }
+    places += (width + 1) / 2;
+    const LineMotion motion = lineMotion(first.around(line), second.around(line));
+    changed += motion.changed;
+    inside += motion.inside;
     const bool isTop = y % 2 == 0;
-    topFirst += isTop ? laterLine : earlierLine;
-    bottomFirst += isTop ? earlierLine : laterLine;
+    topFirst += isTop ? motion.later : motion.earlier;
+    bottomFirst += isTop ? motion.earlier : motion.later;
   }
   FieldMotion motion;
   motion.changes = equal ? 0 : 1;
