@@ -103,7 +103,7 @@ struct Source {
   std::optional<std::int64_t> analyzeDuration;
   bool isMapped = false;
   // Whether parts with clocks of their own were put behind each other, so that ffmpeg has to close
-  // every jump of a few seconds. Known when all of it was read, and not stored.
+  // every jump. Known when all of it was read, and not stored.
   bool isJoined = false;
   // By the camera's clock: "2010-12-24 14:05:33"; by the date of the file with the zone of this
   // machine: "2010-12-24 14:05:33 +0100".

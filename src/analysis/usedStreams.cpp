@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ffmpeg/packetMeter.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/streamLine.h"
@@ -200,7 +201,7 @@ Arguments inputOptions(const Source& source) {
   if (!source.toldFormat.empty())
     add("-f", source.toldFormat);
   if (source.isJoined)
-    add("-dts_delta_threshold", "2");
+    options.insert(options.end(), closingJumps.begin(), closingJumps.end());
   return options;
 }
 

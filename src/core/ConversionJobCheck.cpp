@@ -213,6 +213,16 @@ void ConversionJob::countDamage() {
               measure.pictures->end);
     damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
   }
+  // At a joint ffmpeg lets parts overlap by up to a tenth of a second. Pictures give way to each
+  // other there and sound does not.
+  constexpr double inStep = 0.15;
+  if (const auto* pictures = movie_.pictures(), *sound = movie_.sound();
+      plan_->row.source.isJoined && pictures && sound &&
+      sound->seconds > pictures->seconds + inStep) {
+    logFormat("check               :-( sound for {} s, pictures for {} s", sound->seconds,
+              pictures->seconds);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+  }
   // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence
   // once more, and what comes behind is out of step.
   if (const MovieTrack* sound = movie_.sound();

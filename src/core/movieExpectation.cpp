@@ -202,13 +202,13 @@ std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
 bool maybeJoined(const JobPlan& plan, const SourceMeasure& measure) {
   const auto& pictures = measure.pictures;
   const auto& sound = measure.sound;
-  constexpr double likeness = 1;  // seconds
+  constexpr double likeness = 0.5;  // seconds
   return isStreamed(plan.row.source) && pictures && pictures->gaps > 0 &&
          (!sound || std::abs(sound->gaps - pictures->gaps) < likeness);
 }
 
 bool isJoined(const SourceMeasure& byOwnClock) {
-  constexpr std::uint64_t leastPackets = 12;  // about half a second
+  constexpr std::uint64_t leastPackets = 8;
   return byOwnClock.pictures && byOwnClock.pictures->standing >= leastPackets;
 }
 

@@ -1,6 +1,7 @@
 // How long the streams of a source are, by its packets.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -22,7 +23,7 @@ struct MeasuredStream {
   // Of the packets, those that are shown more than a second before one that was stored ahead of
   // them: a clock that jumped has taken them, or that one, out of their places.
   std::uint64_t displaced = 0;
-  // Seconds without any packet, where that is more than one at once.
+  // Seconds without any packet, where that is more than half a second at once.
   double gaps = 0;
   // Of the packets, those with the decoding time of the one before. By the source's own clock those
   // are the ones behind a place where it was set back, for a list never goes back.
@@ -36,6 +37,11 @@ struct SourceMeasure {
   std::optional<MeasuredStream> sound;
   std::uint64_t bytes = 0;  // of all packets
 };
+
+// What ffmpeg has to be told, before "-i", of a source whose clock was set back: to close every
+// jump of this many seconds, where by itself it leaves those below ten. Packets of parts that
+// follow each other jump by the length of a part.
+inline constexpr std::array<const char*, 2> closingJumps = {"-dts_delta_threshold", "0.4"};
 
 // The command that lists the packets of what `conversion` (a program, arguments with one "-i" and
 // an output) reads, on standard output, without decoding them: one reading of the source, by the

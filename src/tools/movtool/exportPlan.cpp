@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/packetMeter.h"
 #include "ffmpeg/proresCommand.h"
 #include "utils/numbers.h"
 
@@ -275,7 +276,7 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
   if (input.joined)
-    append(arguments, {"-dts_delta_threshold", "2"});
+    arguments.insert(arguments.end(), closingJumps.begin(), closingJumps.end());
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
