@@ -133,6 +133,10 @@ TEST_F(MpegInfo, FindsTheVideoInAProgramStream) {
   EXPECT_EQ(reader.chromaFormat(), 1);
   EXPECT_NEAR(reader.frameRate(), 29.97, 0.001);
   EXPECT_EQ(reader.duration(), MpegTimeCode());
+
+  // A packet takes the first zero of what follows: that packet is passed over.
+  EXPECT_NE(read(packHeader + packet(0xE0, video.substr(0, 12)) + packet(0xE0, video.substr(12))),
+            std::nullopt);
 }
 
 TEST_F(MpegInfo, UnderstandsPacketsOfMpeg1) {

@@ -323,6 +323,9 @@ TEST(ProbeParser, FrameRateIsTbrWithPulldownTakenOut) {
       {"29.97 fps, 59.94 tbr, 90k tbn", 59.94F},
       {"23.98 fps, 59.94 tbr, 90k tbn", 29.97F},
       {"24 fps, 59.94 tbr", 29.97F},
+      {"24.08 fps, 59.94 tbr", 29.97F},
+      {"23.89 fps, 59.94 tbr", 59.94F},  // too far from film
+      {"24 fps, 59.95 tbr", 59.95F},
       {"25 fps, 25 tbr", 25},
       {"59.94 tbr", 59.94F},
       {"25 fps, 90k tbn", {}},

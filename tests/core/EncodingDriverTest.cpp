@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -7,9 +8,12 @@
 #include "analysis/probes.h"
 #include "core/EncodingDriver.h"
 #include "core/rowEdits.h"
+#include "encoding/arithmetic.h"
 #include "encoding/naming.h"
 #include "prefs/utilsAlert.h"
+#include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
+#include "support/processState.h"
 
 namespace tessarin {
 namespace {
@@ -227,34 +231,100 @@ TEST_F(EncodingDriverTest, MoviesThatAreThereAreAskedAboutOnceBeforeAnythingIsMa
   EXPECT_EQ(folder.read("movies/Tessarin/3.mov"), std::string(20000, 'o'));
 }
 
-TEST_F(EncodingDriverTest, StopWhileAQuestionIsOpenTouchesNothing) {
+TEST_F(EncodingDriverTest, AnAnswerThatComesTooLateTouchesNothing) {
   clips(2);
   alerts.holds = true;
   const auto stopSoon = [this] {
     loop.runAfter(std::chrono::milliseconds(50), [this] { app.driver().stop(); });
   };
-  const auto answerLate = [this] {
-    ASSERT_TRUE(alerts.hasHeld());
-    alerts.answers = {{replaceAnswer, false}};
-    alerts.answerHeld();
-    loop.runAfter(std::chrono::milliseconds(50), [this] { loop.stop(0); });
-    serve();
+  const auto answerLate = [this](const std::function<void(AlertAnswer)>& answer) {
+    ASSERT_TRUE(answer);
+    answer({replaceAnswer, false});
+    test::loopFor(loop, std::chrono::milliseconds(50));
     EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
-    EXPECT_FALSE(app.driver().isBatchRunning());
+    EXPECT_EQ(ended.size(), 1u);
   };
   // Later than the start's look at the names.
   app.driver().jobStarted.connect([&](const std::string&, const std::string&) {
-    folder.write("movies/Tessarin/1.mov", "precious");
-    stopSoon();
+    if (!pathExists(movie("1.mov"))) {
+      folder.write("movies/Tessarin/1.mov", "precious");
+      stopSoon();
+    }
   });
   convert();
-  answerLate();
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
-  // At the start.
+  const auto duringBatch = alerts.takeHeld();
+  answerLate(duringBatch);
   stopSoon();
   convert();
-  answerLate();
-  EXPECT_EQ(ended.size(), 1u);
+  const auto atStart = alerts.takeHeld();
+  answerLate(atStart);
+  EXPECT_FALSE(app.driver().isBatchRunning());
+
+  // The next batch has questions of its own.
+  app.iba_batchGoBt();
+  ASSERT_TRUE(test::loopUntil(loop, [this] { return alerts.hasHeld(); }));
+  answerLate(duringBatch);
+  answerLate(atStart);
+  alerts.answers = {{keepAnswer, false}};
+  alerts.answerHeld();
+  serve();
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::stopped, Kind::kept, Kind::converted}));
+  EXPECT_EQ(readFileStart(movie("1.mov"), 100), "precious");
+}
+
+TEST_F(EncodingDriverTest, ADiskThatIsTooSmallIsToldBeforeAnythingIsMade) {
+  clips(1);
+  Row row = app.table().row(0);
+  row.source.duration = 1e8;
+  app.table().set(0, &Row::source, row.source);
+  convert();
+  ASSERT_EQ(kinds(), std::vector<Kind>{Kind::failed});
+  EXPECT_TRUE(contains(ended[0].reason, "MB")) << ended[0].reason;
+  ASSERT_FALSE(alerts.shown.empty());
+  EXPECT_EQ(alerts.shown[0].message, localisationString("D_go_echec_disque1", "", "1.mts"));
+  EXPECT_TRUE(filesBelow(folder.file("movies/Tessarin")).empty());
+
+  // Enough for the copy, and too little for what is made of it.
+  const std::string copied = folder.file("copied.mp4");
+  ASSERT_TRUE(
+      test::makeClip(test::progressivePicture("1280x720", "0.4", "25") + "-c:v mpeg4", copied));
+  analyse({copied});
+  chooseAic(1);
+  row = app.table().row(1);
+  const double free = freeDiskSpaceMo(folder.path());
+  const float copy = encDstPoidsEstimatif(1, 0, outAic);
+  row.source.duration = free / std::sqrt(copy * encDstPoidsEstimatif(1, 0, outNone));
+  app.table().set(1, &Row::source, row.source);
+  app.driver().convertRows({1});
+  serve();
+  ASSERT_EQ(kinds(), (std::vector<Kind>{Kind::failed, Kind::failed}));
+  EXPECT_EQ(ended[1].reason, localisationString("why_noRoomForExport"));
+}
+
+// Between two tools, and between two clips: where there is no process to be stopped.
+TEST_F(EncodingDriverTest, NothingIsBegunWhileAnAnalysisHoldsTheBatch) {
+  clips(2);
+  int begun = 0;
+  int held = 0;
+  const auto hold = [&] {
+    app.driver().suspendForAnalysis();
+    loop.runAfter(std::chrono::milliseconds(200), [&, before = begun] {
+      held += !test::hasChildren() && begun == before ? 1 : 0;
+      app.driver().resumeAfterAnalysis();
+    });
+  };
+  app.driver().jobStarted.connect([&](const std::string&, const std::string&) {
+    if (++begun == 1)
+      hold();
+  });
+  app.driver().jobEnded.connect([&](const JobEnd&) {
+    if (begun == 1)
+      hold();
+  });
+  convert();
+  EXPECT_EQ(held, 2);
+  EXPECT_EQ(kinds(), (std::vector<Kind>{Kind::converted, Kind::converted}));
 }
 
 // What comes to the movie's name while it is made, and what then becomes of the movie.
@@ -366,6 +436,11 @@ TEST_F(EncodingDriverTest, AnExportThatIsStoppedOrFailsLeavesNothing) {
     convert();
     EXPECT_EQ(kinds(), std::vector<Kind>{isStopped ? Kind::stopped : Kind::failed});
     EXPECT_EQ(ended[0].reason, isStopped ? localisationString("D_action_stop") : "Too bad");
+    if (!isStopped) {
+      ASSERT_GE(alerts.shown.size(), 2u);  // the last tells of the end
+      EXPECT_EQ(alerts.shown[alerts.shown.size() - 2].message,
+                localisationString("D_go_echec_disque4", "", "1.mts"));
+    }
     EXPECT_TRUE(filesBelow(folder.file("movies/Tessarin")).empty());
   }
 }

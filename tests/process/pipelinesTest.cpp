@@ -56,6 +56,9 @@ TEST_P(ArrayRunnersTest, outputsOfEverySizeFit) {
 }
 
 TEST_P(ArrayRunnersTest, twoToolsAreConnected) {
+  const test::ScopedEnvironment language("LC_CTYPE", "C");
+  EXPECT_THAT(run({"/bin/echo", "x", "|", "/usr/bin/env"}),
+              Optional(HasSubstr("LC_CTYPE=en_US.UTF-8\n")));
   EXPECT_EQ(run({"/usr/bin/printf", "b\\na\\n", "|", "/usr/bin/sort", "-r"}), "b\na\n");
   EXPECT_EQ(run({"/usr/bin/printf", "%s", "http://x|y", "|", "/bin/cat"}), "http://x|y");
 }

@@ -37,6 +37,7 @@ TEST(TaskLauncherTest, aChainIsConnectedAndItsLastCommandDecides) {
       {{"/bin/echo", "x", "|", childPath("childEnd"), "exit", "42"}, "ending\n", 42},
       {{childPath("childEnd"), "signal", "15"}, "ending\n", 128 + SIGTERM},
       {{childPath("childHang"), "|", "/bin/true"}, "", 0},  // outlives the last, and is killed
+      {{"/bin/true", "|", "/bin/sh", "-c", "echo $LC_CTYPE"}, "en_US.UTF-8\n", 0},
   };
   for (const auto& [arguments, text, status] : cases) {
     LauncherRun run;

@@ -29,7 +29,9 @@ class ScriptedAlerts final : public Alerts {
   }
 
   bool hasHeld() const { return held_ != nullptr; }
-  void answerHeld() { std::exchange(held_, {})(next()); }
+  void answerHeld() { takeHeld()(next()); }
+  // For an answer that comes after further questions.
+  std::function<void(AlertAnswer)> takeHeld() { return std::exchange(held_, {}); }
 
  private:
   AlertAnswer next() {

@@ -101,6 +101,25 @@ TEST_F(WindowFixture, AMousePressChoosesForAllSelectedRowsAndNeverWhatIsRefused)
   EXPECT_EQ(cell(1, speedColumn), "Half");
   pressSegment(0, speedKeep);
   EXPECT_EQ(cell(0, speedColumn), "Half");
+
+  // The same with the keys.
+  const auto space = [this](int column) {
+    table().setCurrentIndex(table().model()->index(0, column));
+    QTest::keyClick(&table(), Qt::Key_Space);
+  };
+  space(speedColumn);
+  EXPECT_EQ(cell(0, speedColumn), "Slow");
+  space(sourceColumn);
+  EXPECT_EQ(opened, std::vector<std::string>{folder.file("A.MTS")});
+  space(sizeColumn);
+  auto* sizes = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+  ASSERT_NE(sizes, nullptr);
+  for (QAction* action : sizes->actions())
+    if (action->isEnabled() && action->text().contains("1920"))
+      action->trigger();
+  sizes->close();
+  EXPECT_EQ(sizeRow(app.table().row(0).choice.sizeOut)->frame, (FrameSize{1920, 1080}));
+  EXPECT_EQ(sizeRow(app.table().row(1).choice.sizeOut)->frame, (FrameSize{1280, 720}));
 }
 
 TEST_F(WindowFixture, WhatIsDroppedDuringAnAnalysisIsTakenInBehindIt) {
