@@ -1,4 +1,5 @@
-// Makes the settings files of the exports, from the same list of sizes that the user chooses from.
+// Makes the settings files of the exports, from the same lists of sizes and targets that the user
+// chooses from.
 //
 //   makePresets FOLDER
 //
@@ -14,6 +15,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "encoding/sizes.h"
+#include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
 #include "tools/aic/aicEncoder.h"
 #include "utils/files.h"
@@ -26,13 +28,21 @@ using namespace tessarin;
 struct Kind {
   std::string prefix;
   std::string_view codec;
-  std::string_view profile;  // "" for Apple Intermediate Codec
+  std::string_view profile;  // "" where there are none
 };
 
 std::vector<Kind> allKinds() {
-  std::vector<Kind> kinds = {{"", "icod", ""}};
-  for (const ProresFlavour& flavour : proresFlavours)
-    kinds.push_back({fmt::format("pr{}", flavour.inName), "prores", flavour.word});
+  std::vector<Kind> kinds;
+  for (const TargetRow& target : targetTable) {
+    if (target.codec.empty())
+      continue;  // copies
+    if (!target.hasFlavours)
+      kinds.push_back({std::string(target.settings), target.codec, ""});
+    else
+      for (const ProresFlavour& flavour : proresFlavours)
+        kinds.push_back(
+            {fmt::format("{}{}", target.settings, flavour.inName), target.codec, flavour.word});
+  }
   return kinds;
 }
 

@@ -57,8 +57,10 @@ std::string exportPresetName(const Row& row, std::string_view prefProres) {
   const TargetRow* target = targetRow(row.choice.target);
   name += fmt::format("{}{}", rate, isNarrow ? "Letterbox" : "");
   debugFormat("presetStr (fps={})  : {}", rate, name);
+  if (target)
+    name = std::string(target->settings) + name;
   if (target && target->hasFlavours) {
-    name = whichPresetProres(std::string(target->settings) + name, prefProres).value_or(name);
+    name = whichPresetProres(name, prefProres).value_or(name);
     debugFormat("presetStr (prores)  : {}", name);
   } else {
     debugFormat("presetStr (aic)     : {}", name);

@@ -81,7 +81,7 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   const TargetRow* target = targetRow(choice.target);
   const bool isProres = target && target->hasFlavours;
   // What cannot be a copy goes by the intermediate.
-  movie.codec = (isProres ? *target : targetTable[outAic]).codec;
+  movie.codec = (target && !target->codec.empty() ? *target : targetTable[outAic]).codec;
   movie.isInterlaced = isOf(chosen, RateFamily::i50);
   const std::string rate = optionOf(plan.command.arguments, "-r");
   if (plan.command.writesProres) {

@@ -154,8 +154,9 @@ std::string whyNotTarget(const Row& row, Target target) {
   const CodecInventory& codecs = codecInventory();
   if (target != outQuickTime) {
     const TargetRow* wanted = targetRow(target);
-    const bool hasEncoder = codecs.*(wanted ? wanted : &targetTable.back())->encoder;
-    return localisationString(hasEncoder ? "why_proresSize" : "why_noEncoder");
+    return localisationString(hasEncoder(wanted ? *wanted : targetTable.back(), codecs)
+                                  ? "why_proresSize"
+                                  : "why_noEncoder");
   }
   const Source& source = row.source;
   if (!row.isProgressive)

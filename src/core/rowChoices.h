@@ -1,6 +1,7 @@
 // Which choices a row of the batch may make. Pure functions of the row.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -12,7 +13,8 @@
 
 namespace tessarin {
 
-using Permissions = std::array<bool, 3>;  // by Speed or by Target
+// By Speed or by Target.
+using Permissions = std::array<bool, std::max(targetTable.size(), speedTable.size())>;
 
 // Which speeds the row allows with its size row.
 //

@@ -263,7 +263,7 @@ bool cellAllowedOut(const Row& row, const Choice& choice) {
   if (target == nullptr || target->codec.empty())
     return target && isCopyAllowed(row, size, choice.speed);
   const bool isLarge = !size || !size->isSize() || size->frame.height >= target->leastLines;
-  return codecs.*target->encoder && isLarge;
+  return hasEncoder(*target, codecs) && isLarge;
 }
 
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,

@@ -33,6 +33,11 @@ inline constexpr std::array targetTable = {
     TargetRow{"prores", "ProRes", "tipSoftFinalCutPro", "iconFcp", "prores",
               &CodecInventory::prores, 720, "pr", true, false},
 };
+// Whether there is what the target's movies are made with.
+constexpr bool hasEncoder(const TargetRow& row, const CodecInventory& codecs) {
+  return row.encoder == nullptr || codecs.*row.encoder;
+}
+
 inline constexpr std::array allTargets = {outQuickTime, outAic, outProres};
 
 struct SpeedRow {

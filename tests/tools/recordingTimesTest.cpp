@@ -148,8 +148,7 @@ TEST_F(RecordingTimes, SurviveEveryCutAndEveryWrongByte) {
         matroska(314892333), mxf("07DA 0C 18 0E 05 21 00"), avi("FRI DEC 24 14:05:33 2010\n")}) {
     const auto check = [&](const std::string& bytes) {
       const std::string path = folder.write("damaged", bytes);
-      for (const auto& read : {recordingTimeOfQuickTime, recordingTimeOfMatroska,
-                               recordingTimeOfMxf, recordingTimeOfAvi}) {
+      for (const auto& read : containerReaders) {
         BoundedFile file(path);
         const auto time = read(file);
         EXPECT_TRUE(!time || time->isValid());

@@ -1,6 +1,7 @@
 // Recording times that containers tell of what they hold.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -24,5 +25,9 @@ std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file);
 
 // AVI: the date of digitisation, as photo cameras write it.
 std::optional<RecordingTime> recordingTimeOfAvi(BoundedFile& file);
+
+// All of them, in the order in which they are asked.
+inline constexpr std::array containerReaders = {recordingTimeOfQuickTime, recordingTimeOfMatroska,
+                                                recordingTimeOfMxf, recordingTimeOfAvi};
 
 }  // namespace tessarin

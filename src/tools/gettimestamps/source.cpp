@@ -9,8 +9,7 @@ namespace tessarin {
 namespace {
 
 std::optional<RecordingTime> timeInContainer(const std::string& path) {
-  for (const auto& read : {recordingTimeOfQuickTime, recordingTimeOfMatroska, recordingTimeOfMxf,
-                           recordingTimeOfAvi}) {
+  for (const auto& read : containerReaders) {
     BoundedFile file(path);
     if (const auto time = read(file))
       return time;

@@ -7,7 +7,8 @@
 #include <string_view>
 
 #include "ffmpeg/proresFlavours.h"
-#include "tools/aic/aicEncoder.h"
+#include "tools/pictures/AicCodec.h"
+#include "tools/pictures/ProresCodec.h"
 
 namespace tessarin::movtool {
 
@@ -25,6 +26,15 @@ bool isSide(std::optional<std::int64_t> side) {
 }
 
 }  // namespace
+
+std::unique_ptr<pictures::PictureCodec> codecOf(const ExportSettings& settings) {
+  if (settings.codec == ExportSettings::Codec::prores)
+    return std::make_unique<pictures::ProresCodec>(*proresFlavourOfProfile(settings.proresProfile),
+                                                   prores::EncoderSettings());
+  pictures::AicSettings aic;
+  aic.quantiser = settings.quantiser;
+  return std::make_unique<pictures::AicCodec>(aic);
+}
 
 Outcome<ExportSettings> exportSettings(const Value& list) {
   const Dico* entries = list.dico();

@@ -6,11 +6,13 @@
 // "source"; "letterbox" true or false.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "classShared/Outcome.h"
 #include "classShared/Value.h"
+#include "tools/pictures/PictureCodec.h"
 
 namespace tessarin::movtool {
 
@@ -26,6 +28,9 @@ struct ExportSettings {
   std::optional<int> rateFamily;  // whole frames a second, 24 to 60; none: the source's rate
   bool letterbox = false;         // black bars rather than another shape of the pixels
 };
+
+// What the pictures are encoded with.
+std::unique_ptr<pictures::PictureCodec> codecOf(const ExportSettings& settings);
 
 // A missing or wrong key is a failure that names it.
 Outcome<ExportSettings> exportSettings(const Value& list);

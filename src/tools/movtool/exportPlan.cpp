@@ -126,7 +126,7 @@ std::string mapping(const SourceFacts& source) {
 
 // Samples in which a picture can be scaled, or its fields woven, without a loss that shows.
 const char* fullSamples(const ExportSettings& settings) {
-  if (settings.codec == ExportSettings::Codec::aic)
+  if (settings.codec != ExportSettings::Codec::prores)
     return "yuv420p";
   return settings.proresProfile == 4 ? "yuv444p10le" : "yuv422p10le";
 }
@@ -352,7 +352,7 @@ Fraction exportRate(std::optional<int> family, const Fraction& source) {
 }
 
 bool needsMapping(const SourceFacts& source, const ExportSettings& settings) {
-  return settings.codec == ExportSettings::Codec::aic && isWide(ownColours(source));
+  return settings.codec != ExportSettings::Codec::prores && isWide(ownColours(source));
 }
 
 Placement placement(const SourceFacts& source, const ExportSettings& settings) {

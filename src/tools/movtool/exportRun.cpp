@@ -12,8 +12,6 @@
 #include "tools/movtool/SourceFacts.h"
 #include "tools/movtool/exportPlan.h"
 #include "tools/movtool/makeMovie.h"
-#include "tools/pictures/AicCodec.h"
-#include "tools/pictures/ProresCodec.h"
 #include "tools/streams/yuv4mpeg.h"
 
 namespace tessarin::movtool {
@@ -89,15 +87,6 @@ std::optional<std::string> mappingProblem(const std::string& ffmpeg, const Expor
       "the pictures have more colours than Apple Intermediate Codec, and this ffmpeg cannot bring "
       "them to its range ({}); choose ProRes, or take a newer ffmpeg",
       finished.reason());
-}
-
-std::unique_ptr<pictures::PictureCodec> codecOf(const ExportSettings& settings) {
-  if (settings.codec == ExportSettings::Codec::prores)
-    return std::make_unique<pictures::ProresCodec>(*proresFlavourOfProfile(settings.proresProfile),
-                                                   prores::EncoderSettings());
-  pictures::AicSettings aic;
-  aic.quantiser = settings.quantiser;
-  return std::make_unique<pictures::AicCodec>(aic);
 }
 
 Outcome<quicktime::VideoFormat> videoFormat(const ExportSettings& settings, const ExportPlan& plan,
