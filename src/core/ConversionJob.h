@@ -179,6 +179,7 @@ class ConversionJob {
   Looking looking_ = Looking::atNothing;
   ClipProgress progress_;
   RunTroubles troubles_;  // of the first tool, which reads the source
+  bool isAsLongAsKnown_ = false;  // the movie, by what the analysis knows
   PacketMeter meter_;
   SourceMeasure measure_;
   RunTroubles measureTroubles_;

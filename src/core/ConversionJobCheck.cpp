@@ -88,10 +88,10 @@ void ConversionJob::check() {
   }
   const auto expected = expectedByAnalysis(*plan_);
   const Source& source = plan_->row.source;
-  // A hole in a stream has its place in the length.
-  const bool mayHaveHoles = isStreamed(source) && damagedPictures_ > 0;
-  if (expected && judgeMovie(movie_, *expected).isRight() && !maySoundChange(source) &&
-      !mayHaveHoles) {
+  isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
+  // A hole has its place in the length.
+  const bool mayHaveHoles = damagedPictures_ > 0;
+  if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
   }
@@ -126,7 +126,10 @@ void ConversionJob::lookEnded(const ToolEnd& end) {
     fail(localisationString("why_readError", "", end.troubles.readError()));
   } else if (measure_ = meter_.result(); !isRead || !measure_.pictures) {
     logFormat("check               :-( {}", end.lastOutput);
-    fail(localisationString("why_notMeasured"));
+    if (isAsLongAsKnown_)
+      go(Step::end);
+    else
+      fail(localisationString("why_notMeasured"));
   } else {
     measureTroubles_ = end.troubles;
     if (maybeJoined(*plan_, measure_) && !plan_->row.source.isJoined)
@@ -162,7 +165,7 @@ void ConversionJob::convertJoined() {
 void ConversionJob::judgeMeasure() {
   const MovieVerdict verdict =
       judgeMovie(movie_, expectedByMeasure(*plan_, measure_, damagedPictures_, damagedSound_));
-  if (!verdict.isRight()) {
+  if (!verdict.isRight() && !isAsLongAsKnown_) {
     fail(reasonOf(verdict));
     return;
   }
@@ -201,7 +204,9 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
-  if (const std::size_t held = heldPictures(*plan_, measure); held > damagedPictures_) {
+  const bool mayHaveHoles = isStreamed(plan_->row.source) || damagedPictures_ > 0;
+  if (const std::size_t held = mayHaveHoles ? heldPictures(*plan_, measure) : 0;
+      held > damagedPictures_) {
     logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
     damagedPictures_ = held;
   }

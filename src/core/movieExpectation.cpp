@@ -193,7 +193,7 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
 }
 
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
-  if (!isStreamed(plan.row.source) || !measure.pictures || measure.pictures->displaced > 0)
+  if (!measure.pictures || measure.pictures->displaced > 0)
     return 0;
   return static_cast<std::size_t>(
       std::round(measure.pictures->gaps * pictureRateOf(plan.row.source)));

@@ -36,8 +36,8 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // what is longer.
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 
-// How many pictures of a stream the one before a hole of its clock is shown for: what was there is
-// lost, or was never recorded.
+// How many pictures are missing in holes of the source's clock, where the one before is shown on:
+// they are lost, or were never recorded, or the pictures of a healthy source come irregularly.
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure);
 
 // Whether what looks like a hole in the source may be the joint of two recordings that begin anew:

@@ -140,7 +140,7 @@ void PacketMeter::addPacket(std::string_view line) {
     ++stream.measured->displaced;
   if (decoded == std::exchange(stream.decoded, decoded))
     ++stream.measured->standing;
-  constexpr double shortestGap = 0.5;
+  constexpr double shortestGap = 0.2;
   if (start > stream.measured->end + shortestGap)
     stream.measured->gaps += start - stream.measured->end;
   // Packets of fields do not all have the same number of samples.

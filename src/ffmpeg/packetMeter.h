@@ -23,7 +23,7 @@ struct MeasuredStream {
   // Of the packets, those that are shown more than a second before one that was stored ahead of
   // them: a clock that jumped has taken them, or that one, out of their places.
   std::uint64_t displaced = 0;
-  // Seconds without any packet, where that is more than half a second at once.
+  // Seconds without any packet, where that is more than a fifth of one at once.
   double gaps = 0;
   // Of the packets, those with the decoding time of the one before. By the source's own clock those
   // are the ones behind a place where it was set back, for a list never goes back.
