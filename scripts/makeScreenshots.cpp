@@ -97,6 +97,7 @@ class Screenshots {
     settle();
     if (allStates)
       take("stopped", *window_);
+    takePreview();
     window_->showPreferences();
     settle();
     takeDialog("preferences");
@@ -148,6 +149,26 @@ class Screenshots {
     }
     table->clearSelection();
     table->setCurrentIndex({});
+  }
+  // Of a clip whose movie is there.
+  void takePreview() {
+    app_.driver().convertRows({1});
+    until([this] { return !app_.driver().isBatchRunning(); });
+    auto* table = window_->findChild<BatchView*>("batch");
+    table->setCurrentIndex(table->model()->index(1, sourceColumn));
+    window_->showPreview(true);
+    app_.preview().setMoment(0.5);
+    until([this] { return !app_.preview().moviePicture().empty(); });
+    settle();
+    take("preview", *window_);
+    table->showStory();
+    until([this] { return dialog() != nullptr; });
+    settle();
+    takeDialog("story");
+    if (QWidget* shown = dialog())
+      shown->close();
+    window_->showPreview(false);
+    settle();
   }
   void takeQuestion() {
     app_.iba_menuQuit([] {});

@@ -1,14 +1,18 @@
 #!/bin/bash
 # Makes the pictures of the window that stand in the documents: docs/images/LANGUAGE-SCHEME-STATE.png.
 #   scripts/screenshots.sh [FOLDER]
+# With a folder all states are kept there, to be looked at; without one those that README.md and the
+# documents show. Environment: QT_SCALE_FACTOR for another resolution.
 # The screen is a virtual one, so that nothing of the desktop it is run on can be seen in them.
 set -euo pipefail
 root=$(dirname "$(dirname "$(readlink -f "$0")")")
 # shellcheck source=scripts/setup.sh
 . "$root/scripts/setup.sh"
 
-folder=${1:-$root/docs/images}
 home=$(mktemp -d)
+folder=${1:-$home/images}
+kinds=(en-light en-dark en-hud de-light de-dark)
+[ $# -gt 0 ] || kinds=(en-light en-hud de-dark)
 trap 'rm -rf "$home"' EXIT
 mkdir -p "$folder"
 
@@ -21,4 +25,11 @@ env -u XDG_CONFIG_HOME -u XDG_STATE_HOME HOME="$home" XDG_RUNTIME_DIR="$home" TM
   QT_QPA_PLATFORM=xcb QT_QPA_PLATFORMTHEME= LANG=C.UTF-8 \
   xvfb-run -a -s "-screen 0 1600x1200x24" \
   "$root/build/release/tests/makeScreenshots" "$folder" \
-  en-light en-dark en-hud de-light de-dark
+  "${kinds[@]}"
+
+[ $# -eq 0 ] || exit 0
+shown=$(cd "$root" && sed -n 's/.*](\(docs\/\)\?images\/\([a-zA-Z0-9-]*\.png\)).*/\2/p' README.md docs/*.md | sort -u)
+rm -f "$root"/docs/images/*.png
+for picture in $shown; do
+  cp "$folder/$picture" "$root/docs/images/$picture"
+done

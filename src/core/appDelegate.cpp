@@ -82,7 +82,8 @@ appDelegate::appDelegate(CoreServices services)
     : services_(std::move(services)),
       table_(services_, interface),
       queue_(services_, interface, table_),
-      driver_(services_, interface, table_) {
+      driver_(services_, interface, table_),
+      preview_(services_.loop, table_) {
   clearStepFlags(services_.preferences);
   queue_.encodingToSuspend.connect([this] { driver_.suspendForAnalysis(); });
   queue_.encodingToResume.connect([this] { driver_.resumeAfterAnalysis(); });
@@ -93,7 +94,12 @@ appDelegate::appDelegate(CoreServices services)
     if (const auto stopped = std::exchange(batchStopped_, {}))
       stopped();
   });
+  queue_.rowReady.connect([this](int row) { history_.examined(table_.sourcePath(row)); });
+  driver_.jobStarted.connect([this](const std::string& source, const std::string& output) {
+    history_.begun(source, output);
+  });
   driver_.jobEnded.connect([this](const JobEnd& end) {
+    history_.ended(end);
     if (const int row = table_.rowOfSource(end.source); table_.has(row))
       table_.set(row, &Row::reason, end.reason);
   });

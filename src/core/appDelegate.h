@@ -8,9 +8,11 @@
 
 #include "core/AnalysisQueue.h"
 #include "core/BatchTable.h"
+#include "core/ClipPreview.h"
 #include "core/CoreServices.h"
 #include "core/EncodingDriver.h"
 #include "core/Interface.h"
+#include "core/RowHistory.h"
 #include "core/RowUndo.h"
 #include "core/UserPresets.h"
 
@@ -44,6 +46,8 @@ class appDelegate {
   EncodingDriver& driver() { return driver_; }
   RowUndo& undo() { return undo_; }
   UserPresets& presets() { return presets_; }
+  const RowHistory& history() const { return history_; }
+  ClipPreview& preview() { return preview_; }
 
   // Sources dropped on the application's icon, or handed over by another copy: taken in once the
   // start-up, or an analysis that is under way, has finished.
@@ -98,6 +102,8 @@ class appDelegate {
   AnalysisQueue queue_;
   EncodingDriver driver_;
   UserPresets presets_{services_, interface};
+  RowHistory history_;
+  ClipPreview preview_;
   std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other
   RunLoop::Id openFiles_ = 0;
   std::function<void()> batchStopped_;  // while the batch is stopped in order to quit

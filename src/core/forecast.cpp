@@ -185,16 +185,17 @@ std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres) 
   return movie;
 }
 
-std::string summaryOf(const Forecast& movie) {
-  std::string codec = movie.codec;
+std::string codecTitle(const Forecast& movie) {
   if (movie.isCopy)
-    codec = localisationString("out_copy", "", movie.codec);
-  else if (const auto* flavour = proresFlavourOfWord(movie.flavour))
-    codec = flavour->title;
-  else if (movie.codec == "icod")
-    codec = "Apple Intermediate Codec";
+    return localisationString("out_copy", "", movie.codec);
+  if (const auto* flavour = proresFlavourOfWord(movie.flavour))
+    return std::string(flavour->title);
+  return movie.codec == "icod" ? "Apple Intermediate Codec" : movie.codec;
+}
+
+std::string summaryOf(const Forecast& movie) {
   std::string text =
-      fmt::format("{} {}x{}{} {}", codec, movie.width, movie.height, movie.isInterlaced ? "i" : "p",
+      fmt::format("{} {}x{}{} {}", codecTitle(movie), movie.width, movie.height, movie.isInterlaced ? "i" : "p",
                   number(movie.isInterlaced ? 2 * movie.rate : movie.rate));
   if (movie.soundChannels > 0)
     text += fmt::format(", PCM {}x{}", movie.soundChannels, movie.soundRate);

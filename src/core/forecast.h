@@ -35,6 +35,8 @@ struct Forecast {
 // conversion follows. Nothing for a row that cannot be converted.
 std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres);
 
+// "ProRes HQ", "Apple Intermediate Codec", "h264 (copy)".
+std::string codecTitle(const Forecast& movie);
 // In one line: "ProRes HQ 1920x1080i 50, PCM 2x48000". The rate of interlaced pictures is that of
 // their fields.
 std::string summaryOf(const Forecast& movie);

@@ -72,6 +72,7 @@ void appDelegate::quitAtOnce(std::function<void()> ready) {
 void appDelegate::endTasks() {
   queue_.abandon();
   driver_.abandon();
+  preview_.abandon();
 }
 
 void appDelegate::endAndCleanUp() {

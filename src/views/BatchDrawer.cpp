@@ -43,14 +43,34 @@ QString percentText(const BatchProgress& batch) {
 }
 
 BatchDrawer::BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget* parent)
-    : QWidget(parent), app_(app), table_(new BatchView(app, actions, this)) {
+    : QWidget(parent),
+      app_(app),
+      table_(new BatchView(app, actions, this)),
+      preview_(new PreviewView(app)),
+      splitter_(new QSplitter(Qt::Horizontal)) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(10);
   table_->setMinimumHeight(150);
   table_->setObjectName("batch");
-  column->addWidget(table_, 1);
+  splitter_->setChildrenCollapsible(false);
+  splitter_->addWidget(table_);
+  splitter_->addWidget(preview_);
+  splitter_->setStretchFactor(0, 1);
+  preview_->setObjectName("preview");
+  preview_->hide();
+  column->addWidget(splitter_, 1);
   column->addWidget(newRunBar());
+}
+
+int BatchDrawer::previewWidth() const {
+  return preview_->isHidden() ? 0 : preview_->width();
+}
+
+void BatchDrawer::showPreview(int width) {
+  preview_->setVisible(width > 0);
+  if (width > 0)
+    splitter_->setSizes({qMax(1, splitter_->width() - width), width});
 }
 
 QWidget* BatchDrawer::newRunBar() {

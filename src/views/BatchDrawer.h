@@ -1,10 +1,12 @@
 // The lower part of the window: the batch, and how its conversion goes.
 #pragma once
 
+#include <QSplitter>
 #include <QWidget>
 
 #include "core/appDelegate.h"
 #include "views/BatchView.h"
+#include "views/PreviewView.h"
 #include "views/WindowActions.h"
 
 namespace tessarin {
@@ -19,6 +21,9 @@ class BatchDrawer final : public QWidget {
   BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget* parent = nullptr);
 
   BatchView& table() { return *table_; }
+  // How wide the preview beside the table is, 0 where it is not shown.
+  int previewWidth() const;
+  void showPreview(int width);
 
  private:
   QWidget* newRunBar();
@@ -27,6 +32,8 @@ class BatchDrawer final : public QWidget {
 
   appDelegate& app_;
   BatchView* table_;
+  PreviewView* preview_;
+  QSplitter* splitter_;
 };
 
 }  // namespace tessarin

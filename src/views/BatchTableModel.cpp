@@ -7,6 +7,7 @@
 #include <set>
 
 #include "classShared/TextAdditions.h"
+#include "core/clipWords.h"
 #include "core/remarks.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
@@ -95,6 +96,7 @@ void BatchTableModel::changed(int row) {
     return;
   look(row).out.reset();
   look(row).speed.reset();
+  look(row).caption.clear();
   Q_EMIT dataChanged(index(row, 0), index(row, batchColumnCount - 1));
 }
 
@@ -201,7 +203,7 @@ QString BatchTableModel::text(int row, int column) const {
     case orderColumn:
       return QString::number(row + 1);
     case sourceColumn:
-      return qtText(entry.caption);
+      return caption(row);
     case outColumn:
     case speedColumn:
       return segmentTitles(column).value(choiceCell(index(row, column)).selected);
@@ -214,13 +216,24 @@ QString BatchTableModel::text(int row, int column) const {
   }
 }
 
+// The name, and what the clip is, a line each.
+QString BatchTableModel::caption(int row) const {
+  QString& shown = look(row).caption;
+  if (shown.isEmpty()) {
+    std::vector<std::string> lines = clipWords(table_.source(row));
+    lines.insert(lines.begin(), std::string(textUpTo(table_.row(row).caption, "\n")));
+    shown = qtText(joinTexts(lines, "\n"));
+  }
+  return shown;
+}
+
 QString BatchTableModel::toolTip(int row, int column) const {
   const Row& entry = table_.row(row);
   if (column == sourceColumn || column == pictureColumn) {
     const auto movie = table_.forecast(row);
     std::vector<std::string> lines = movie ? notesOf(*movie) : remarkTexts(table_.source(row));
     if (movie)
-      lines.insert(lines.begin(), "→ " + summaryOf(*movie));
+      lines.insert(lines.begin(), "→ " + movieWords(*movie));
     lines.insert(lines.begin(), table_.sourcePath(row));
     return qtText(joinTexts(lines, "\n"));
   }

@@ -57,6 +57,7 @@ class BatchTableModel final : public QAbstractTableModel {
   struct Look {
     std::optional<ChoiceCell> out;
     std::optional<ChoiceCell> speed;
+    QString caption;
     QString picturePath;
     QPixmap picture;
   };
@@ -67,6 +68,7 @@ class BatchTableModel final : public QAbstractTableModel {
   void moved(const std::vector<int>& order);
   void showNumbersFrom(int row);
   QString text(int row, int column) const;
+  QString caption(int row) const;
   QString toolTip(int row, int column) const;
   QPixmap picture(int row) const;
   Look& look(int row) const { return looks_[static_cast<std::size_t>(row)]; }

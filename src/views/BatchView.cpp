@@ -14,8 +14,10 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/rowEdits.h"
+#include "views/LogWindow.h"
 #include "views/localize.h"
 #include "views/popUpTitles.h"
+#include "views/qtText.h"
 
 namespace tessarin {
 
@@ -79,7 +81,10 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
   setItemDelegateForColumn(speedColumn, choices);
   setItemDelegateForColumn(sizeColumn, sizes);
   connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& current) { app_.table().select(current.row()); });
+          [this](const QModelIndex& current) {
+            app_.table().select(current.row());
+            app_.preview().show(current.row());
+          });
   const QPointer<BatchView> held(this);
   const auto show = [held] {
     if (held)
@@ -272,6 +277,12 @@ void BatchView::removeAll() {
   });
 }
 
+void BatchView::showStory() {
+  const int row = currentIndex().row();
+  if (app_.table().has(row))
+    LogWindow::openText("@@story", qtText(clipStory(app_.table(), row, app_.history())), window());
+}
+
 // ---- Moving
 
 void BatchView::moveSelectedUp() {
@@ -442,6 +453,8 @@ void BatchView::addReveals(QMenu* menu) {
       ->setEnabled(!source.empty());
   menu->addAction(QStringLiteral("@@showMovie"), this, [this, movie] { actions_.reveal(movie); })
       ->setEnabled(!movie.empty());
+  menu->addAction(QStringLiteral("@@story"), this, [this] { showStory(); })
+      ->setEnabled(!source.empty());
   menu->addSeparator();
 }
 

@@ -35,6 +35,8 @@ class BatchView final : public QTableView {
   void moveSelectedUp();
   void moveSelectedDown();
   void sortRows(SortBy what);
+  // What happened to the clip of the row with the focus.
+  void showStory();
   // Takes back the last removal, choice or order.
   void undo();
 

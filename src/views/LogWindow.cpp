@@ -36,34 +36,40 @@ QString endOf(const std::string& path) {
 
 }  // namespace
 
-void LogWindow::open(const char* title, const std::string& path,
-                     const std::function<void(const std::string&)>& reveal, QWidget* parent) {
-  auto* window = new LogWindow(title, path, reveal, parent);
+void LogWindow::openText(const char* title, const QString& shown, QWidget* parent) {
+  auto* window = new LogWindow(title, shown, parent);
+  localizeWindow(window);
   window->show();
 }
 
-LogWindow::LogWindow(const char* title, const std::string& path,
-                     const std::function<void(const std::string&)>& reveal, QWidget* parent)
-    : SideWindow("log", title, parent) {
+void LogWindow::open(const char* title, const std::string& path,
+                     const std::function<void(const std::string&)>& reveal, QWidget* parent) {
+  auto* window = new LogWindow(title, endOf(path), parent);
+  QPushButton* show = window->buttons_->addButton("@@reportShowLog", QDialogButtonBox::ActionRole);
+  connect(show, &QPushButton::clicked, window, [reveal, path] { reveal(path); });
+  localizeWindow(window);
+  window->show();
+  QScrollBar* bar = window->text_->verticalScrollBar();
+  bar->setValue(bar->maximum());
+}
+
+LogWindow::LogWindow(const char* title, const QString& shown, QWidget* parent)
+    : SideWindow("log", title, parent),
+      text_(new QPlainTextEdit(shown)),
+      buttons_(newCloseButtons(this)) {
   auto* column = new QVBoxLayout(this);
-  auto* text = new QPlainTextEdit(endOf(path));
-  text->setReadOnly(true);
-  text->setTabChangesFocus(true);
-  text->setAccessibleName(title);
-  text->setLineWrapMode(QPlainTextEdit::NoWrap);
-  text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  column->addWidget(text, 1);
-  auto* buttons = newCloseButtons(this);
-  QPushButton* copy = buttons->addButton("@@logCopy", QDialogButtonBox::ActionRole);
-  connect(copy, &QPushButton::clicked, text,
-          [text] { QGuiApplication::clipboard()->setText(text->toPlainText()); });
-  QPushButton* show = buttons->addButton("@@reportShowLog", QDialogButtonBox::ActionRole);
-  connect(show, &QPushButton::clicked, this, [reveal, path] { reveal(path); });
-  column->addWidget(buttons);
+  text_->setReadOnly(true);
+  text_->setTabChangesFocus(true);
+  text_->setAccessibleName(title);
+  text_->setLineWrapMode(QPlainTextEdit::NoWrap);
+  text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  column->addWidget(text_, 1);
+  QPushButton* copy = buttons_->addButton("@@logCopy", QDialogButtonBox::ActionRole);
+  connect(copy, &QPushButton::clicked, text_,
+          [text = text_] { QGuiApplication::clipboard()->setText(text->toPlainText()); });
+  column->addWidget(buttons_);
   giveRoom(this);
-  localizeWindow(this);
   resize(logWidth, logHeight);
-  text->verticalScrollBar()->setValue(text->verticalScrollBar()->maximum());
 }
 
 }  // namespace tessarin

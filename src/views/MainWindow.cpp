@@ -32,11 +32,14 @@ namespace {
 constexpr int windowWidth = 960;
 constexpr int leastDrawer = 160;
 constexpr int greatestDrawer = 4000;
+constexpr int leastPreview = 100;
+constexpr int greatestPreview = 4000;
 
-// Stored keys: as QWidget::saveGeometry gives it, in base64; the height of the open drawer, 0 for
-// none; a path.
+// Stored keys: as QWidget::saveGeometry gives it, in base64; the height of the open drawer, the
+// width of the preview in it, 0 for none; a path.
 constexpr std::string_view placeKey = "windowPlace";
 constexpr std::string_view drawerKey = "windowDrawer";
+constexpr std::string_view previewKey = "windowPreview";
 constexpr std::string_view lastFolderKey = "windowLastFolder";
 
 // What the open panel can show: movies as they are taken in, or everything.
@@ -140,12 +143,29 @@ int MainWindow::grownBy() const {
   return std::clamp(height() - closedHeight_, leastDrawer, greatestDrawer);
 }
 
+// The window grows by it, and shrinks again; the list keeps its width.
+void MainWindow::showPreview(bool shown) {
+  previewItem_->setChecked(shown);
+  const bool mayResize = !isMaximized() && !isFullScreen() && !drawer_->isHidden();
+  if (!shown && drawer_->previewWidth() > 0)
+    previewWidth_ = drawer_->previewWidth();
+  if (shown && mayResize)
+    resize(width() + previewWidth_, height());
+  drawer_->showPreview(shown ? previewWidth_ : 0);
+  if (shown || !mayResize)
+    return;
+  centralWidget()->layout()->activate();
+  layout()->activate();
+  resize(width() - previewWidth_, height());
+}
+
 void MainWindow::rememberPlace() {
   if (!actions_.remembered)
     return;
   actions_.remembered->prefWrite(placeKey, saveGeometry().toBase64().toStdString());
   const bool hasGrown = !drawer_->isHidden() && !isMaximized() && !isFullScreen();
   actions_.remembered->prefWrite(drawerKey, hasGrown ? grownBy() : 0);
+  actions_.remembered->prefWrite(previewKey, drawer_->previewWidth());
 }
 
 void MainWindow::restorePlace() {
@@ -154,6 +174,12 @@ void MainWindow::restorePlace() {
   const std::string place = actions_.remembered->prefReadString(placeKey);
   if (!restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(place))))
     return;
+  if (const auto preview = actions_.remembered->integer(previewKey);
+      preview >= leastPreview && preview <= greatestPreview) {
+    previewWidth_ = static_cast<int>(preview);
+    previewItem_->setChecked(true);
+    drawer_->showPreview(previewWidth_);
+  }
   const auto drawer = actions_.remembered->integer(drawerKey);
   if (drawer < leastDrawer || drawer > greatestDrawer || isMaximized() || isFullScreen())
     return;

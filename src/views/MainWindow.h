@@ -23,6 +23,8 @@ class MainWindow final : public QMainWindow {
   void showAssistant();
   void showLocalization();
   void showReport();
+  // Beside the list.
+  void showPreview(bool shown);
   void chooseDestination() { settings_->chooseDestination(); }
 
   // Where the window is and how large, and back to that at the next start. What is stored may be
@@ -46,6 +48,7 @@ class MainWindow final : public QMainWindow {
   void makeBatchMenu();
   QMenu* newAfterBatchMenu();
   QMenu* newSortMenu();
+  void makeViewMenu();
   void makeHelpMenu();
   void restorePlace();
   void showDrawer(bool shown);
@@ -66,6 +69,8 @@ class MainWindow final : public QMainWindow {
   SourcesView* sources_ = nullptr;
   SettingsView* settings_ = nullptr;
   BatchDrawer* drawer_ = nullptr;
+  QAction* previewItem_ = nullptr;
+  int previewWidth_ = 340;
   int drawerHeight_ = 360;  // by which the window grows for it
   int closedHeight_ = 0;    // of the window without it
 };

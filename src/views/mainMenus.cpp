@@ -31,6 +31,7 @@ constexpr int aboutImageSize = 64;
 void MainWindow::makeMenus() {
   makeFileMenu();
   makeBatchMenu();
+  makeViewMenu();
   makeHelpMenu();
 }
 
@@ -80,6 +81,9 @@ void MainWindow::makeBatchMenu() {
                                   [this] { drawer_->table().moveSelectedDown(); });
   QMenu* sort = newSortMenu();
   menu->addMenu(sort);
+  menu->addSeparator();
+  QAction* story = menu->addAction("@@story", QKeySequence("Ctrl+I"), this,
+                                   [this] { drawer_->table().showStory(); });
 
   const QPointer<MainWindow> held(this);
   const auto showStart = [held, this, start, startSelected] {
@@ -96,13 +100,14 @@ void MainWindow::makeBatchMenu() {
     stop->setEnabled(usable);
     pause->setText(qtText(imageText(stopBt.segments()[pauseSegment].image)));
   };
-  const auto showRemovals = [held, this, remove, removeAll, up, down, sort] {
+  const auto showRemovals = [held, this, remove, removeAll, up, down, sort, story] {
     if (!held)
       return;
     // Rows in progress are never removed.
     const bool areSome = app_.table().count() > app_.table().inProgressCount();
     remove->setEnabled(areSome);
     removeAll->setEnabled(areSome);
+    story->setEnabled(app_.table().count() > 0);
     for (QAction* order : {up, down, sort->menuAction()})
       order->setEnabled(app_.table().count() > 1);
   };
@@ -158,6 +163,13 @@ QMenu* MainWindow::newAfterBatchMenu() {
     show();
   }
   return menu;
+}
+
+void MainWindow::makeViewMenu() {
+  QMenu* menu = menuBar()->addMenu("@@menuView");
+  previewItem_ = menu->addAction("@@preview", QKeySequence(Qt::Key_F3), this,
+                                 [this](bool isShown) { showPreview(isShown); });
+  previewItem_->setCheckable(true);
 }
 
 void MainWindow::makeHelpMenu() {

@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
+#include <algorithm>
 
 #include "views/images.h"
 #include "views/settingWidgets.h"
@@ -42,7 +43,9 @@ QStringList linesOf(const QString& caption, const QString& reason) {
   if (reason.isEmpty() || lines.isEmpty())
     return lines;
   const QString name = lines.takeFirst();
-  return {name, lines.join(QStringLiteral("  ")), reason};
+  // What is cut off is at the end, and never the length, which is the last.
+  std::reverse(lines.begin(), lines.end());
+  return {name, lines.join(QStringLiteral(", ")), reason};
 }
 
 QPoint positionOf(QEvent* event) {

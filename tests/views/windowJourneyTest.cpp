@@ -5,11 +5,14 @@
 #include <QContextMenuEvent>
 #include <QFileInfo>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QSlider>
 #include <memory>
 #include <set>
 
 #include "core/language.h"
+#include "core/newRow.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
 #include "views/SessionEnd.h"
@@ -45,7 +48,8 @@ TEST_F(WindowFixture, ThreeClipsAreDroppedChangedAndConverted) {
   analyse(clips);
   ASSERT_EQ(table().model()->rowCount(), 3);
   EXPECT_TRUE(table().isVisible());
-  EXPECT_TRUE(cell(0, sourceColumn).startsWith("One.MTS\n(720x)576i50"));
+  EXPECT_EQ(cell(0, sourceColumn).section("\n", 0, 1),
+            "One.MTS\n720×576, 25 pictures/s interlaced");
   EXPECT_FALSE(
       table().model()->index(1, pictureColumn).data(Qt::DecorationRole).value<QPixmap>().isNull());
 
@@ -404,6 +408,54 @@ TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
   EXPECT_EQ(files, (QStringList{"A.MTS", "C.mov", "B.MTS"}));
   EXPECT_FALSE(table().model()->flags(table().model()->index(0, speedColumn)) &
                Qt::ItemIsDragEnabled);
+}
+
+TEST_F(WindowFixture, AClipIsLookedAtBeforeAndAfterItsConversion) {
+  ASSERT_TRUE(makeInterlacedClip(folder.file("A.MTS")));
+  analyse({folder.file("A.MTS")});
+  table().setFocus();
+  table().setCurrentIndex(table().model()->index(0, sourceColumn));
+  const int width = window.width();
+  auto* preview = window.findChild<QWidget*>("preview");
+  auto* details = window.findChild<QPlainTextEdit*>("details");
+  EXPECT_FALSE(preview->isVisible());
+  loopFor(loop, std::chrono::milliseconds(300));
+  EXPECT_EQ(app.preview().sourcePicture(), "") << "nobody looks";
+  QTest::keySequence(&window, QKeySequence("F3"));
+  EXPECT_TRUE(preview->isVisible());
+  EXPECT_GT(window.width(), width);
+  EXPECT_TRUE(details->toPlainText().startsWith("A.MTS\n720×576, 25 pictures/s interlaced, 0:"));
+  ASSERT_TRUE(until([this] { return !app.preview().sourcePicture().empty(); }));
+  const std::string first = app.preview().sourcePicture();
+  const auto aspect = [](const std::string& jpeg) {
+    const QImage image = QImage::fromData(QByteArray::fromStdString(jpeg));
+    return image.isNull() ? 0.0 : 1.0 * image.width() / image.height();
+  };
+  EXPECT_NEAR(aspect(first), thumbnailAspect(app.table().source(0)), 0.05);
+  auto* moment = window.findChild<QSlider*>("moment");
+  moment->setFocus();
+  QTest::keyClick(moment, Qt::Key_End);
+  EXPECT_TRUE(until([&] { return app.preview().sourcePicture() != first; }));
+  EXPECT_FALSE(app.preview().sourcePicture().empty());
+
+  QTest::mouseClick(startButton(), Qt::LeftButton);
+  ASSERT_TRUE(until([this] { return startButton()->isEnabled(); }));
+  EXPECT_TRUE(until([this] { return !app.preview().moviePicture().empty(); }));
+  EXPECT_NEAR(aspect(app.preview().moviePicture()), aspect(first), 0.05);
+
+  table().setFocus();
+  QTest::keySequence(&window, QKeySequence("Ctrl+I"));
+  auto* story = window.findChild<QDialog*>("log");
+  ASSERT_NE(story, nullptr);
+  const QString told = story->findChild<QPlainTextEdit*>()->toPlainText();
+  for (const char* part : {"A.MTS", "examined", "converted in ", "A.mov", "format              : "})
+    EXPECT_TRUE(told.contains(part)) << part << "\n" << told.toStdString();
+
+  QTest::keySequence(&window, QKeySequence("F3"));
+  EXPECT_EQ(window.width(), width);
+  table().selectAll();
+  table().removeSelected();
+  EXPECT_EQ(app.preview().row(), -1);
 }
 
 TEST_F(WindowFixture, ARefusedDestinationLeadsToTheChoiceOfAnother) {

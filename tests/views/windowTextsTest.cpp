@@ -202,6 +202,7 @@ TEST(WindowTexts, AreTranslatedAndNotCutOff) {
         app.table().append(newRow(test::sourceOf({{"srcPathStr", "/Clip.MTS"}}), {outProres, 12}));
         app.interface.batchDrawer.setShown(true);
         window.show();
+        window.findChild<QWidget*>("preview")->show();
         window.showPreferences();
         window.showAssistant();
         window.showLocalization();

@@ -1,0 +1,21 @@
+// What a clip is, and what becomes of it, in the words of those who film. Pure functions.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/forecast.h"
+#include "encoding/Row.h"
+
+namespace tessarin {
+
+// "1920×1080, 25 pictures/s interlaced" and "0:20"; what is not known is left out.
+std::vector<std::string> clipWords(const Source& source);
+// "ProRes HQ, 1920×1080, 25 pictures/s interlaced, 2 sound channels".
+std::string movieWords(const Forecast& movie);
+
+// A line each: when it was recorded, its streams, the movie that comes out of it, what is left out,
+// remarks. `movie` as forecastOf() tells it.
+std::vector<std::string> clipDetails(const Row& row, const std::optional<Forecast>& movie);
+
+}  // namespace tessarin
