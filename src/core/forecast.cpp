@@ -194,9 +194,9 @@ std::string codecTitle(const Forecast& movie) {
 }
 
 std::string summaryOf(const Forecast& movie) {
-  std::string text =
-      fmt::format("{} {}x{}{} {}", codecTitle(movie), movie.width, movie.height, movie.isInterlaced ? "i" : "p",
-                  number(movie.isInterlaced ? 2 * movie.rate : movie.rate));
+  std::string text = fmt::format("{} {}x{}{} {}", codecTitle(movie), movie.width, movie.height,
+                                 movie.isInterlaced ? "i" : "p",
+                                 number(movie.isInterlaced ? 2 * movie.rate : movie.rate));
   if (movie.soundChannels > 0)
     text += fmt::format(", PCM {}x{}", movie.soundChannels, movie.soundRate);
   return text;
