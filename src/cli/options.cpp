@@ -266,6 +266,8 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   }
   if (const auto reason = contradiction(app, options))
     return refuse(*reason);
+  if (preset && preset->empty())
+    return refuse(localisationString("wrong_needsValue", textTable, "--preset", "NAME"));
   if (preset) {
     const auto choices = presetCalled(*preset);
     if (!choices)

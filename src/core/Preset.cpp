@@ -1,5 +1,7 @@
 #include "core/Preset.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
@@ -34,11 +36,22 @@ bool isFileName(const std::string& name) {
          name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
 }
 
+// "size = 800p", as long as a line bears it.
+std::string shown(const Dico& record, std::string_view name) {
+  constexpr std::size_t mostBytes = 60;
+  const Value* value = record.find(name);
+  std::string text = value ? value->text().value_or(value->description()) : std::string();
+  text.resize(std::min(text.size(), mostBytes));
+  while (!isUtf8(text))
+    text.pop_back();
+  return fmt::format("{} = {}", name, text);
+}
+
 Outcome<Preset> readPreset(const std::string& path) {
   const auto content = readPropertyList(path);
-  if (!content)
+  if (!content && !pathExists(path))
     return Failure{content.reason()};
-  if (content->dico() == nullptr)
+  if (!content || content->dico() == nullptr)
     return Failure{localisationString("why_noPresetFile")};
   return presetOf(*content->dico());
 }
@@ -64,18 +77,21 @@ Outcome<Preset> presetOf(const Dico& record) {
     known.emplace_back(name);
     if (!record.contains(name))
       return;
-    const std::string word = record.textOrEmpty(name);
-    const auto found = words.find(lowerCase(word));
+    const auto found = words.find(lowerCase(record.textOrEmpty(name)));
     if (found == words.end())
-      wrong = std::string(name) + " = " + word;
+      wrong = shown(record, name);
     else
       choice = found->second;
   });
-  if (record.contains(keySurround))
-    preset.keepsSurround = record.flag(keySurround);
+  if (const Value* surround = record.find(keySurround)) {
+    if (surround->isBoolean())
+      preset.keepsSurround = record.flag(keySurround);
+    else
+      wrong = shown(record, keySurround);
+  }
   for (const auto& [name, value] : record)
     if (std::find(known.begin(), known.end(), name) == known.end())
-      wrong = name;
+      wrong = shown(record, name);
   if (!wrong.empty())
     return Failure{localisationString("why_presetWord", "", wrong)};
   return preset;
@@ -150,7 +166,8 @@ PresetFolder PresetFolder::ofUser() {
 std::vector<std::string> PresetFolder::names() const {
   std::vector<std::string> names;
   for (const std::string& file : lsGrepCocoa(path_, extension).value_or(std::vector<std::string>()))
-    names.push_back(withoutExtension(fileName(file)));
+    if (std::string name = withoutExtension(fileName(file)); isFileName(name))
+      names.push_back(std::move(name));
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -260,7 +260,7 @@ TEST_F(RecoveryTest, ABatchFileIsWrittenConvertedAndKeepsItsResults) {
   Result result =
       tessarin({"--batch", file, "-d", destination(), "--prores", "proxy", clips_[0], clips_[1]});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.out, file + ": a batch of 2 clips; convert it with tessarin --batch\n");
+  EXPECT_EQ(result.out, file + ": clips in the batch: 2; convert it with tessarin --batch\n");
   EXPECT_THAT(movies(), IsEmpty());
 
   // Not replaced by chance, and never when it is something else.

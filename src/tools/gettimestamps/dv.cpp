@@ -61,8 +61,10 @@ std::optional<RecordingTime> timeOfFrame(std::string_view frame) {
       const auto month = field(pack, 3, 0x1F);
       const auto year = field(pack, 4, 0xFF);
       if (day && month && year)
-        date = RecordingTime{*year + (*year >= 75 ? 1900 : 2000), *month, *day, 0, 0, 0};
-      if (date && !date->isValid())
+        date = RecordingTime{*year + (*year >= 70 ? 1900 : 2000), *month, *day, 0, 0, 0};
+      // Programs that know no date write that of the first second of 1970.
+      constexpr int firstYear = 1995;  // of the format
+      if (date && (!date->isValid() || date->year < firstYear))
         date.reset();
     } else if (pack[0] == timePack && !clock) {
       const auto second = field(pack, 2, 0x7F);
