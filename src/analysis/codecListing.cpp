@@ -1,7 +1,6 @@
 #include "analysis/codecListing.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <optional>
 
@@ -9,6 +8,7 @@
 #include "classShared/log.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -25,11 +25,12 @@ std::string cachePath() {
 // What tells one ffmpeg from another: where it is and its file's state. Nothing when there is none.
 std::optional<std::string> identityOfFfmpeg() {
   const auto found = findFfmpeg(ffmpegSearchOfEnvironment(Bundle::main().toolPath("ffmpeg")));
-  struct stat state {};
-  if (!found || ::stat(found.value().c_str(), &state) != 0)
+  const auto state = found ? fileState(found.value()) : std::nullopt;
+  if (!state)
     return std::nullopt;
-  return fmt::format("{} {} {} {}.{:09}", found.value(), state.st_ino, state.st_size,
-                     state.st_mtim.tv_sec, state.st_mtim.tv_nsec);
+  constexpr std::int64_t second = 1'000'000'000;
+  return fmt::format("{} {} {} {}.{:09}", found.value(), state->inode, state->size,
+                     state->changedNanoseconds / second, state->changedNanoseconds % second);
 }
 
 std::string& knownListing() {

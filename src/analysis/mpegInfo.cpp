@@ -1,9 +1,9 @@
 #include "analysis/mpegInfo.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
+
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 
 namespace tessarin {
 
@@ -66,17 +66,17 @@ MpegTimeCode timeBetween(const MpegTimeCode& begin, const MpegTimeCode& end, dou
 }
 
 std::optional<std::string> mpegInfo::readInformations(const std::string& path) {
-  struct stat status = {};
-  if (::stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode))
+  const auto facts = fileFacts(path);
+  if (!facts || facts->kind == FileFacts::Kind::folder)
     return "File not found";
-  if (status.st_size <= 0)
+  if (facts->state.size <= 0)
     return "File of length 0";
-  if (!S_ISREG(status.st_mode))
+  if (facts->kind != FileFacts::Kind::file)
     return "Reading error";
-  file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  file_ = openFile(path, OpenFor::reading);
   if (!file_.isOpen())
     return "Reading error";
-  size_ = static_cast<std::uint64_t>(status.st_size);
+  size_ = static_cast<std::uint64_t>(facts->state.size);
 
   std::optional<std::string> failure = readUpToFirstGroup();
   file_.close();

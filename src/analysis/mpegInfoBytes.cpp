@@ -1,10 +1,10 @@
 // The bytes behind the MPEG headers: of the file in both directions, and of the video inside it.
-#include <unistd.h>
 
 #include <algorithm>
 
 #include "analysis/mpegInfo.h"
 #include "classShared/descriptorBytes.h"
+#include "platform/openFiles.h"
 
 namespace tessarin {
 
@@ -25,7 +25,7 @@ void mpegInfo::forgetBuffer() {
 }
 
 bool mpegInfo::seekTo(std::uint64_t position) {
-  return ::lseek(file_.number(), static_cast<off_t>(position), SEEK_SET) >= 0;
+  return moveTo(file_.number(), position);
 }
 
 // Reads up to `count` bytes at the file's position; the number of bytes, 0 at the end or on error.

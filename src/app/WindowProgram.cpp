@@ -1,10 +1,6 @@
 #include "app/WindowProgram.h"
 
-#include <time.h>
-#include <unistd.h>
-
 #include <QApplication>
-#include <csignal>
 #include <fstream>
 #include <utility>
 
@@ -13,6 +9,7 @@
 #include "core/language.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
+#include "platform/SystemFacts.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "utils/files.h"
@@ -34,22 +31,6 @@ Dico storedChoices(const PreferenceStore& preferences) {
   if (const Value* target = preferences.prefRead(PrefKey::target))
     stored.set(PrefKey::target, *target);
   return stored;
-}
-
-// Milliseconds since the kernel started this process, -1 when it does not say.
-double processAge() {
-  std::ifstream stream("/proc/self/stat");
-  const std::string facts{std::istreambuf_iterator<char>(stream), {}};
-  // The 22nd field, counted from the end of the name, which may hold blanks.
-  const std::size_t name = facts.rfind(')');
-  const auto fields = split(std::string_view(facts).substr(std::min(name + 2, facts.size())), " ");
-  constexpr std::size_t startTime = 22 - 3;
-  timespec now{};
-  if (fields.size() <= startTime || ::clock_gettime(CLOCK_BOOTTIME, &now) != 0)
-    return -1;
-  const double ticks = static_cast<double>(leadingInteger(fields[startTime]));
-  const double start = ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
-  return 1e3 * (static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec) - start);
 }
 
 }  // namespace

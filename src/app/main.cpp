@@ -2,7 +2,6 @@
 #include <QApplication>
 #include <QIcon>
 #include <clocale>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -13,6 +12,7 @@
 #include "core/language.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
+#include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
 #include "views/images.h"
 #include "views/localize.h"
@@ -77,9 +77,9 @@ std::optional<std::string> printedFor(std::string_view argument) {
 void setUpApplication(QApplication& application) {
   // Qt takes the user's language for numbers, too; what tools print has points.
   std::setlocale(LC_NUMERIC, "C");
-  std::signal(SIGPIPE, SIG_IGN);
+  ignoreBrokenPipes();
   // A limit to the size of files, which a log reaches first, ends no program.
-  std::signal(SIGXFSZ, SIG_IGN);
+  ignoreFileLimit();
   QApplication::setApplicationName(qtText(Bundle::main().name()));
   QApplication::setDesktopFileName("org.tessarin.Tessarin");
   QApplication::setQuitOnLastWindowClosed(false);

@@ -19,6 +19,10 @@ std::ptrdiff_t uninterrupted(const Call& call) {
 
 }  // namespace
 
+int processId() {
+  return ::getpid();
+}
+
 std::ptrdiff_t readSome(int descriptor, void* bytes, std::size_t size) {
   return uninterrupted([&] { return ::read(descriptor, bytes, size); });
 }

@@ -8,6 +8,13 @@
 
 namespace tessarin {
 
+inline constexpr int standardInput = 0;
+inline constexpr int standardOutput = 1;
+inline constexpr int standardError = 2;
+
+// The number of this process.
+int processId();
+
 // Up to `size` bytes, as they come: how many; 0 at the end, -1 when reading fails.
 std::ptrdiff_t readSome(int descriptor, void* bytes, std::size_t size);
 

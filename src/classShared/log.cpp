@@ -1,7 +1,6 @@
 #include "classShared/log.h"
 
 #include <fmt/chrono.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -52,7 +51,7 @@ void logLine(std::string_view text) {
     return;
   }
   const std::string line =
-      fmt::format("{} Tessarin[{}] {}\n", timeStamp(), ::getpid(), text.substr(0, longestText));
+      fmt::format("{} Tessarin[{}] {}\n", timeStamp(), processId(), text.substr(0, longestText));
   if (!writeAll(logDescriptor(), line))
     return;  // a log that cannot be written must not stop the program
   Growth& watched = growth();
@@ -72,7 +71,7 @@ void setLogDescriptor(int newDescriptor) {
 }
 
 int logDescriptor() {
-  return descriptor >= 0 ? descriptor : STDERR_FILENO;
+  return descriptor >= 0 ? descriptor : standardError;
 }
 
 void setLogHandler(LogHandler newHandler) {

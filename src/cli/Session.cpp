@@ -1,7 +1,6 @@
 #include "cli/Session.h"
 
 #include <algorithm>
-#include <csignal>
 
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
@@ -16,6 +15,7 @@
 #include "core/stepState.h"
 #include "encoding/outputName.h"
 #include "encoding/outputPreset.h"
+#include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -164,7 +164,7 @@ void Session::suspend() {
     app_.iba_taskStopBt();
   };
   pauseOrResume();
-  ::raise(SIGSTOP);
+  suspendProcess();
   pauseOrResume();
 }
 

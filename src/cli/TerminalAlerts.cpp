@@ -1,20 +1,21 @@
 #include "cli/TerminalAlerts.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "cli/terminal.h"
+#include "platform/openFiles.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin::cli {
 
 TerminalAlerts::TerminalAlerts(RunLoop& loop, bool isForProgram)
     : loop_(loop),
-      mayAsk_(!isForProgram && isTerminal(STDIN_FILENO) && isTerminal(STDERR_FILENO)) {}
+      mayAsk_(!isForProgram && isTerminal(standardInput) && isTerminal(standardError)) {}
 
 TerminalAlerts::~TerminalAlerts() {
   loop_.cancel(watch_);
@@ -33,7 +34,7 @@ void TerminalAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> a
   answered_ = std::move(answered);
   line_.clear();
   ask();
-  watch_ = loop_.watchReadable(STDIN_FILENO, [this] { readAnswer(); });
+  watch_ = loop_.watchReadable(standardInput, [this] { readAnswer(); });
 }
 
 void TerminalAlerts::ask() const {
@@ -50,7 +51,7 @@ void TerminalAlerts::ask() const {
 
 void TerminalAlerts::readAnswer() {
   char bytes[256];
-  const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+  const auto count = readSome(standardInput, bytes, sizeof bytes);
   if (count > 0)
     line_.append(bytes, static_cast<std::size_t>(count));
   const bool isEnd = count <= 0;

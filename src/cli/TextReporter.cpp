@@ -1,16 +1,17 @@
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <set>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/batchSummary.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"
+#include "platform/openFiles.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -40,7 +41,7 @@ std::vector<std::string> withFirst(std::string first, std::vector<std::string> o
 // Lines of text; on a terminal a line of progress that is written over and over.
 class TextReporter final : public Reporter {
  public:
-  TextReporter() : showsProgress_(canRewriteLine(STDERR_FILENO)) {}
+  TextReporter() : showsProgress_(canRewriteLine(standardError)) {}
 
   void problem(const std::string& path, const std::string& reason) override {
     clearProgress();
@@ -119,7 +120,7 @@ class TextReporter final : public Reporter {
     const std::string line =
         fmt::format("[{}]{}", place, last == first ? clips + pace : pace + " " + clips);
     writeText(stderr,
-              fmt::format("\r{}\033[K", firstCharacters(line, terminalWidth(STDERR_FILENO) - 1)));
+              fmt::format("\r{}\033[K", firstCharacters(line, terminalWidth(standardError) - 1)));
     progressShown_ = true;
   }
 

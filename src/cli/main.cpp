@@ -1,5 +1,4 @@
 // The command line program.
-#include <csignal>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -18,6 +17,7 @@
 #include "platform/PollRunLoop.h"
 #include "platform/Signals.h"
 #include "platform/UserDomain.h"
+#include "platform/openFiles.h"
 #include "prefs/utilsAlert.h"
 #include "process/logs.h"
 #include "utils/files.h"
@@ -137,11 +137,11 @@ int run(const Options& options) {
 
 int main(int count, char** arguments) {
   using namespace tessarin::cli;
-  openMissingStreams();
+  tessarin::openMissingStreams();
   // A reader that goes away is no reason to leave children and partial outputs behind.
-  std::signal(SIGPIPE, SIG_IGN);
+  tessarin::ignoreBrokenPipes();
   // Nor is a limit to the size of files: what is written beyond it fails as on a full disk.
-  std::signal(SIGXFSZ, SIG_IGN);
+  tessarin::ignoreFileLimit();
   silenceLog();
   const auto options = readOptions(count, arguments, tessarin::programVersion());
   if (const Exit* exit = std::get_if<Exit>(&options))

@@ -1,7 +1,5 @@
 #include "cli/sources.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -9,6 +7,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/admittedSources.h"
+#include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -35,7 +34,7 @@ std::vector<std::string> closedFolders(const std::string& folder, const std::str
   const auto look = [&](const std::string& path) {
     const bool isOfClips =
         fileName(path) != "lost+found" && !startsWith(path + "/", moviesFolder + "/");
-    if (isOfClips && ::access(path.c_str(), R_OK | X_OK) != 0)
+    if (isOfClips && !mayListFolder(path))
       closed.push_back(path);
   };
   look(folder);

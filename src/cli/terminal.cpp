@@ -1,15 +1,13 @@
 #include "cli/terminal.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/Utf8.h"
+#include "platform/openFiles.h"
 
 namespace tessarin::cli {
 
@@ -26,19 +24,6 @@ bool steersTerminal(char32_t character) {
 
 }  // namespace
 
-void openMissingStreams() {
-  int descriptor = -1;
-  do {
-    descriptor = ::open("/dev/null", O_RDWR);  // takes the lowest free number
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  if (descriptor >= 0)
-    ::close(descriptor);
-}
-
-bool isTerminal(int descriptor) {
-  return ::isatty(descriptor) == 1;
-}
-
 bool canRewriteLine(int descriptor) {
   const char* terminal = std::getenv("TERM");
   return isTerminal(descriptor) && terminal != nullptr && std::string_view(terminal) != "dumb";
@@ -53,13 +38,6 @@ int writeText(std::FILE* stream, std::string_view text) {
 
 void complain(std::string_view reason) {
   writeText(stderr, fmt::format("tessarin: {}\n", printable(reason)));
-}
-
-std::size_t terminalWidth(int descriptor) {
-  winsize size{};
-  if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
-    return size.ws_col;
-  return 80;
 }
 
 std::string printable(std::string_view text) {

@@ -7,13 +7,6 @@
 
 namespace tessarin::cli {
 
-// Opens /dev/null for each standard stream that the program was started without: a file of ours
-// must not take its number.
-void openMissingStreams();
-
-// Whether a person reads this descriptor.
-bool isTerminal(int descriptor);
-
 // Whether the terminal behind the descriptor can write over a line.
 bool canRewriteLine(int descriptor);
 
@@ -23,9 +16,6 @@ int writeText(std::FILE* stream, std::string_view text);
 
 // The line "tessarin: REASON" on standard error, whatever the reason holds: printable() is ours.
 void complain(std::string_view reason);
-
-// Columns of the terminal behind the descriptor; 80 when it does not say.
-std::size_t terminalWidth(int descriptor);
 
 // The text with control characters, those of the direction of writing, and bytes that are no UTF-8
 // written as "\n", "\x1b" and the like: a file name must not be able to steer the terminal.

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "core/BatchStore.h"
-#include "core/DiskWork.h"
 #include "core/appDelegate.h"
 #include "core/outputPlace.h"
+#include "platform/DiskWork.h"
 
 namespace tessarin {
 

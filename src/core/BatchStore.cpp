@@ -1,12 +1,9 @@
 #include "core/BatchStore.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <random>
 #include <unordered_set>
@@ -15,6 +12,8 @@
 #include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "core/storedRow.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -35,25 +34,20 @@ constexpr std::string_view ending = ".plist";
 constexpr std::size_t manyFiles = 64;
 
 // The lock of the folder, held; not open when somebody else has it or there is none.
-Descriptor lockOf(const std::string& folder, int flags) {
+Descriptor lockOf(const std::string& folder, OpenFor use) {
   const std::string path = joinPath(folder, lockName);
-  Descriptor lock(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
-  if (!lock.isOpen() || ::flock(lock.number(), LOCK_EX | LOCK_NB) != 0)
-    return {};
-  // The folder may have been renamed between the two calls: then it is no longer the one of this
+  Descriptor lock = openFile(path, use);
+  const auto facts = lock.isOpen() ? fileFacts(lock.number()) : std::nullopt;
+  // The folder may have been renamed before the lock was had: then it is no longer the one of this
   // name that is locked.
-  struct stat locked {};
-  struct stat there {};
-  if (::fstat(lock.number(), &locked) != 0 || ::stat(path.c_str(), &there) != 0 ||
-      locked.st_ino != there.st_ino || locked.st_dev != there.st_dev)
+  if (!facts || !lockFile(lock.number(), Lock::aloneAtOnce) || !isAt(path, *facts))
     return {};
   return lock;
 }
 
 bool isOwnFolder(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         status.st_uid == ::geteuid();
+  const auto facts = fileFacts(path, Links::themselves);
+  return facts && facts->kind == FileFacts::Kind::folder && facts->isOwn;
 }
 
 void removeTree(const std::string& folder) {
@@ -66,9 +60,9 @@ void removeTree(const std::string& folder) {
 // Writes a file of a folder that nobody knows yet.
 Outcome<void> writeNew(const std::string& path, const Dico& content, bool sync) {
   TESSARIN_TAKE(const std::string bytes, batchPartBytes(content));
-  const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  const Descriptor file = openFile(path, OpenFor::creating);
   const bool isWritten =
-      file.isOpen() && writeAll(file.number(), bytes) && (!sync || ::fsync(file.number()) == 0);
+      file.isOpen() && writeAll(file.number(), bytes) && (!sync || syncFile(file.number()));
   if (!isWritten)
     return Failure{path + ": " + systemReason(errno)};
   return {};
@@ -82,12 +76,12 @@ Dico storedOrder(const std::vector<std::int64_t>& numbers) {
   return {{"rows", List(numbers.begin(), numbers.end())}};
 }
 
-// Held (`LOCK_SH`) while a folder is made below the parent, by whoever makes one, and alone
-// (`LOCK_EX`) by who removes what others have not finished: a folder that is being made is not
-// locked itself from its first moment on. Not open when it cannot be had.
-Descriptor lockOfParent(const std::string& parent, int operation) {
-  Descriptor lock(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (lock.isOpen() && ::flock(lock.number(), operation) != 0)
+// Shared while a folder is made below the parent, by whoever makes one, and held alone by who
+// removes what others have not finished: a folder that is being made is not locked itself from its
+// first moment on. Not open when it cannot be had.
+Descriptor lockOfParent(const std::string& parent, Lock kind) {
+  Descriptor lock = openFile(parent, OpenFor::folder);
+  if (lock.isOpen() && !lockFile(lock.number(), kind))
     lock.close();
   return lock;
 }
@@ -96,12 +90,13 @@ Descriptor lockOfParent(const std::string& parent, int operation) {
 // (`isNoneMade`) every new one was left behind, else only an old one; removing takes away the lock
 // at any time, but then the folder may be removed by anybody.
 bool isRemains(const std::string& folder, bool isNoneMade) {
-  constexpr time_t longAgo = 3600;  // seconds
-  struct stat status {};
+  constexpr std::chrono::hours longAgo(1);
+  std::error_code failed;
+  const auto changed = fs::last_write_time(folder, failed);
   if (!isNoneMade && !startsWith(fileName(folder), oldPrefix) &&
-      (::stat(folder.c_str(), &status) != 0 || status.st_mtime > ::time(nullptr) - longAgo))
+      (failed || changed > fs::file_time_type::clock::now() - longAgo))
     return false;
-  return lockOf(folder, 0).isOpen() || !pathExists(joinPath(folder, lockName));
+  return lockOf(folder, OpenFor::changing).isOpen() || !pathExists(joinPath(folder, lockName));
 }
 
 }  // namespace
@@ -116,14 +111,14 @@ void BatchChanges::addRow(const StoredRow& row) {
 
 Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchChanges& content) {
   std::random_device random;
-  const std::string name = fmt::format("{}-{:08x}", ::getpid(), random());
+  const std::string name = fmt::format("{}-{:08x}", processId(), random());
   const std::string hidden = joinPath(parent, std::string(newPrefix) + name);
   if (!mkdir(parent))
     return Failure{parent + ": " + systemReason(errno)};
-  const Descriptor making = lockOfParent(parent, LOCK_SH);
-  if (::mkdir(hidden.c_str(), S_IRWXU) != 0)
+  const Descriptor making = lockOfParent(parent, Lock::shared);
+  if (!makeOwnFolder(hidden))
     return Failure{parent + ": " + systemReason(errno)};
-  BatchStore store(hidden, lockOf(hidden, O_CREAT));
+  BatchStore store(hidden, lockOf(hidden, OpenFor::locking));
   const auto failed = [&hidden](const std::string& reason) {
     removeTree(hidden);
     return Failure{reason};
@@ -143,13 +138,13 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchCha
   if (!written)
     return failed(written.reason());
   if (isMany)
-    ::syncfs(store.lock_.number());
+    syncFileSystem(store.lock_.number());
   else
     syncFolder(hidden);
 
   store.folder_ = joinPath(parent, name);
-  if (::rename(hidden.c_str(), store.folder_.c_str()) != 0)
-    return failed(store.folder_ + ": " + systemReason(errno));
+  if (const int error = renameTo(hidden, store.folder_, true); error != 0)
+    return failed(store.folder_ + ": " + systemReason(error));
   syncFolder(parent);
   return store;
 }
@@ -157,7 +152,7 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchCha
 std::optional<BatchStore> BatchStore::claim(const std::string& folder) {
   if (!isOwnFolder(folder))
     return std::nullopt;
-  Descriptor lock = lockOf(folder, 0);
+  Descriptor lock = lockOf(folder, OpenFor::changing);
   if (!lock.isOpen())
     return std::nullopt;
   return BatchStore(folder, std::move(lock));
@@ -267,7 +262,7 @@ void BatchStore::hide() {
     return;
   const std::string old =
       joinPath(parentFolder(folder_), std::string(oldPrefix) + fileName(folder_));
-  if (::rename(folder_.c_str(), old.c_str()) == 0)
+  if (renameTo(folder_, old, true) == 0)
     folder_ = old;
 }
 
@@ -282,7 +277,7 @@ void BatchStore::discard() {
 std::vector<BatchStore> claimAbandonedFolders(const std::string& parent) {
   std::vector<BatchStore> claimed;
   std::vector<std::pair<fs::file_time_type, std::string>> folders;
-  Descriptor alone = lockOfParent(parent, LOCK_EX | LOCK_NB);
+  Descriptor alone = lockOfParent(parent, Lock::aloneAtOnce);
   for (const std::string& path : lsCocoa(parent).value_or(std::vector<std::string>())) {
     std::error_code failed;
     if (!isOwnFolder(path))

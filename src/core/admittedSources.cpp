@@ -1,12 +1,11 @@
 #include "core/admittedSources.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -41,7 +40,7 @@ std::optional<std::string> problemOfSource(const std::string& path) {
                                                                         : "why_missing");
   if (!std::filesystem::is_regular_file(status))
     return localisationString("why_noFile");
-  if (::access(path.c_str(), R_OK) != 0)
+  if (!mayRead(path))
     return localisationString("why_permission");
   if (std::filesystem::file_size(path, failed) == 0)
     return localisationString("why_empty");

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstring>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/failureWords.h"
+#include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
@@ -64,22 +64,18 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
 
 namespace {
 
-// Signals of a crash, which a shell between us and the tool tells as 128 and their number. Others
-// would be statuses of ffmpeg's own.
-constexpr std::array<int, 7> crashes{SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGKILL, SIGSEGV};
-
 // The export tool tells of the ffmpeg that it runs.
 constexpr std::string_view signalOfFfmpeg = "ffmpeg was ended by signal ";
 
 std::string crashReason(int signal) {
   return localisationString("why_crashed", "", "ffmpeg", std::to_string(signal),
-                            ::strsignal(signal));
+                            signalText(signal));
 }
 
 }  // namespace
 
 std::string failureReason(const ToolEnd& end, const std::string& source) {
-  if (end.signal != 0 && end.signal != SIGXFSZ)
+  if (end.signal != 0 && !isOfFileLimit(end.signal))
     return crashReason(end.signal);
   std::string complaints;
   for (const std::string& line : end.troubles.complaints()) {
@@ -87,11 +83,13 @@ std::string failureReason(const ToolEnd& end, const std::string& source) {
       return crashReason(static_cast<int>(leadingInteger(*signal)));
     complaints += replaceAll(line, RunTroubles::sourcePlaceholder, placeholder) + "\n";
   }
+  // Of a crash, which a shell between us and the tool tells as 128 and its number. Other statuses
+  // would be ffmpeg's own.
   const int signal = end.status - 128;
   const bool isKnown = std::any_of(causes.begin(), causes.end(), [&](const Cause& cause) {
     return contains(complaints, cause.phrase);
   });
-  if (!isKnown && std::find(crashes.begin(), crashes.end(), signal) != crashes.end())
+  if (!isKnown && isCrash(signal))
     return crashReason(signal);
   const std::string reason =
       failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints, source);

@@ -1,7 +1,6 @@
 #include "core/outputPlace.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <fstream>
@@ -102,15 +101,6 @@ std::string setAsideFailure(const std::string& file, const std::string& output) 
     return aside;
   logFormat("setAsideFailure     :-( {}: {}", aside, systemReason(error));
   return "";
-}
-
-std::optional<FileState> fileState(const std::string& path) {
-  struct stat state {};
-  if (::stat(path.c_str(), &state) != 0)
-    return std::nullopt;
-  constexpr std::int64_t second = 1'000'000'000;
-  return FileState{state.st_dev, state.st_ino, state.st_size,
-                   state.st_mtim.tv_sec * second + state.st_mtim.tv_nsec};
 }
 
 Dico recordOfJob(const StoredJob& job) {

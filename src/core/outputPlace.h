@@ -11,6 +11,7 @@
 #include <string>
 
 #include "classShared/Value.h"
+#include "platform/fileFacts.h"
 #include "utils/PrivateFolder.h"
 
 namespace tessarin {
@@ -51,18 +52,6 @@ bool removeLeftJobFolder(const std::string& path);
 // that it was to become, with a number when that is taken. The result is that name; "" when there
 // is no such file or it cannot be moved.
 std::string setAsideFailure(const std::string& file, const std::string& output);
-
-// Whether a file is still the one that it was.
-struct FileState {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-  std::int64_t size = 0;                // bytes
-  std::int64_t changedNanoseconds = 0;  // time of the last change of the content, since 1970
-  bool operator==(const FileState&) const = default;
-};
-
-// Nothing when there is no such file.
-std::optional<FileState> fileState(const std::string& path);
 
 // What is stored of a job while it writes.
 struct StoredJob {

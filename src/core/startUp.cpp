@@ -1,7 +1,6 @@
 #include "core/startUp.h"
 
 #include <fmt/format.h>
-#include <sys/utsname.h>
 
 #include <cstdlib>
 
@@ -27,11 +26,8 @@ std::string bundleText(const char* key) {
 }
 
 std::string processorFamily() {
-  utsname names{};
-  if (::uname(&names) != 0)
-    return "?";
-  const std::string machine = names.machine;
-  return machine == "x86_64" || endsWith(machine, "86") ? "Intel" : machine;
+  const std::string machine = machineName();
+  return machine.empty() ? "?" : machine == "x86_64" || endsWith(machine, "86") ? "Intel" : machine;
 }
 
 }  // namespace

@@ -1,21 +1,14 @@
 #include "ffmpeg/installedFfmpeg.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/fileFacts.h"
+
 namespace tessarin {
 
 namespace {
-
-bool isProgram(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-         ::access(path.c_str(), X_OK) == 0;
-}
 
 bool isAdapter(const std::string& path, const std::vector<FileIdentity>& adapters) {
   const std::optional<FileIdentity> identity = fileIdentity(path);
@@ -55,10 +48,8 @@ std::string noFfmpegMessage() {
 }
 
 std::optional<FileIdentity> fileIdentity(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0)
-    return std::nullopt;
-  return FileIdentity{status.st_dev, status.st_ino};
+  const auto state = fileState(path);
+  return state ? std::optional(FileIdentity{state->device, state->inode}) : std::nullopt;
 }
 
 FfmpegSearch ffmpegSearchOfEnvironment(const std::string& adapter) {

@@ -1,8 +1,5 @@
 #include "movie/movieIndex.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -11,7 +8,8 @@
 #include <optional>
 
 #include "movie/FileBytes.h"
-#include "platform/Descriptor.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 
 namespace tessarin {
 
@@ -409,10 +407,10 @@ const MovieTrack* MovieIndex::sound() const {
 }
 
 Outcome<MovieIndex> readMovieIndex(int descriptor) {
-  struct stat status = {};
-  if (::fstat(descriptor, &status) != 0)
+  const auto facts = fileFacts(descriptor);
+  if (!facts)
     return Failure{systemReason(errno)};
-  FileBytes bytes(descriptor, static_cast<std::uint64_t>(status.st_size));
+  FileBytes bytes(descriptor, static_cast<std::uint64_t>(facts->state.size));
   MovieIndex movie;
   Atoms parts(bytes, {0, bytes.size()});
   std::optional<Span> index;
@@ -432,7 +430,7 @@ Outcome<MovieIndex> readMovieIndex(int descriptor) {
 }
 
 Outcome<MovieIndex> readMovieIndex(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const Descriptor file = openFile(path, OpenFor::reading);
   if (!file.isOpen())
     return Failure{systemReason(errno)};
   return readMovieIndex(file.number());

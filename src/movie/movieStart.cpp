@@ -1,8 +1,5 @@
 #include "movie/movieStart.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -14,7 +11,8 @@
 
 #include "classShared/descriptorBytes.h"
 #include "movie/FileBytes.h"
-#include "platform/Descriptor.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 
 namespace tessarin {
 
@@ -337,11 +335,11 @@ std::optional<std::string> indexWithFirstPictures(
 }
 
 Outcome<bool> showFirstPictures(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
-  struct stat status = {};
-  if (!file.isOpen() || ::fstat(file.number(), &status) != 0)
+  const Descriptor file = openFile(path, OpenFor::changing);
+  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
+  if (!facts)
     return Failure{systemReason(errno)};
-  FileBytes bytes(file.number(), static_cast<std::uint64_t>(status.st_size));
+  FileBytes bytes(file.number(), static_cast<std::uint64_t>(facts->state.size));
   const Place place = placeOfIndex(bytes);
   if (place.size <= headSize)
     return false;

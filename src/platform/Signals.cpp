@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 
 #include "classShared/log.h"
 
@@ -27,6 +29,31 @@ extern "C" void handleSignal(int signal) {
 }
 
 }  // namespace
+
+void ignoreBrokenPipes() {
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void ignoreFileLimit() {
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+bool isOfFileLimit(int signal) {
+  return signal == SIGXFSZ;
+}
+
+bool isCrash(int signal) {
+  constexpr std::array<int, 7> crashes{SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGKILL, SIGSEGV};
+  return std::find(crashes.begin(), crashes.end(), signal) != crashes.end();
+}
+
+std::string signalText(int signal) {
+  return ::strsignal(signal);
+}
+
+void suspendProcess() {
+  ::raise(SIGSTOP);
+}
 
 SignalWatch::SignalWatch(RunLoop& loop, const std::vector<int>& signals,
                          std::function<void(int)> caught)

@@ -3,12 +3,28 @@
 
 #include <csignal>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "platform/Descriptor.h"
 #include "platform/RunLoop.h"
 
 namespace tessarin {
+
+// Writing to a pipe that nobody reads any more, and beyond the limit of a file's size, then fails
+// with a reason instead of ending the program. Programs that are started begin as usual.
+void ignoreBrokenPipes();
+void ignoreFileLimit();
+
+// The signal that ends a program which does not ignore that limit.
+bool isOfFileLimit(int signal);
+// Of a crash, or of a kill.
+bool isCrash(int signal);
+// The system's words for it.
+std::string signalText(int signal);
+
+// Stops this process until it is told to go on.
+void suspendProcess();
 
 // Catches the signals while it lives and calls the function on the loop, once per kind of signal
 // that has come since (the kernel merges repeated ones, too); what was done with the signals

@@ -2,12 +2,15 @@
 
 #include <fmt/format.h>
 #include <sys/utsname.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+
+#include "classShared/TextAdditions.h"
 
 namespace tessarin {
 
@@ -32,6 +35,11 @@ std::string kernelRelease() {
   return ::uname(&names) == 0 ? names.release : std::string();
 }
 
+std::string machineName() {
+  utsname names{};
+  return ::uname(&names) == 0 ? names.machine : std::string();
+}
+
 std::string operatingSystemText() {
   for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
     std::ifstream file(path);
@@ -48,6 +56,28 @@ std::string operatingSystemText(const std::string& osRelease) {
   if (version.empty() || name.empty())
     return {};
   return fmt::format("Version {} ({})", version, name);
+}
+
+double processAge() {
+  std::ifstream stream("/proc/self/stat");
+  const std::string facts{std::istreambuf_iterator<char>(stream), {}};
+  // The 22nd field, counted from the end of the name, which may hold blanks.
+  const std::size_t name = facts.rfind(')');
+  const auto fields = split(std::string_view(facts).substr(std::min(name + 2, facts.size())), " ");
+  constexpr std::size_t startTime = 22 - 3;
+  timespec now{};
+  if (fields.size() <= startTime || ::clock_gettime(CLOCK_BOOTTIME, &now) != 0)
+    return -1;
+  const double ticks = static_cast<double>(leadingInteger(fields[startTime]));
+  const double start = ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
+  return 1e3 * (static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec) - start);
+}
+
+std::vector<std::string> processEnvironment() {
+  std::vector<std::string> entries;
+  for (char** entry = ::environ; *entry != nullptr; ++entry)
+    entries.emplace_back(*entry);
+  return entries;
 }
 
 int processorCount() {

@@ -1,14 +1,12 @@
 #include "process/chain.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
 
 #include "classShared/Value.h"
+#include "platform/openFiles.h"
 #include "process/toolEnvironment.h"
 #include "utils/files.h"
 
@@ -85,16 +83,10 @@ bool readToEnd(const Descriptor& pipe, steady_clock::time_point end,
                const std::function<bool(std::string_view)>& take) {
   std::array<char, pieceSize> piece{};
   for (;;) {
-    pollfd entry{pipe.number(), POLLIN, 0};
-    const int ready = ::poll(&entry, 1, static_cast<int>(until(end).count()));
-    if (ready == 0)
-      return false;
-    const ssize_t count = ready < 0 ? -1 : ::read(pipe.number(), piece.data(), piece.size());
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count <= 0)
+    const auto count = readUntil(pipe.number(), piece.data(), piece.size(), end);
+    if (!count || *count <= 0)
       return count == 0;
-    if (!take({piece.data(), static_cast<std::size_t>(count)}) || steady_clock::now() >= end)
+    if (!take({piece.data(), static_cast<std::size_t>(*count)}) || steady_clock::now() >= end)
       return false;
   }
 }

@@ -1,10 +1,5 @@
 #include "process/logs.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -14,9 +9,11 @@
 
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "platform/Bundle.h"
-#include "platform/Descriptor.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 #include "utils/files.h"
 #include "utils/times.h"
 
@@ -41,44 +38,32 @@ OwnLog& ownLog() {
   return log;
 }
 
-Outcome<Descriptor> openFile(const std::string& path) {
-  // Read as well as append, like the mode "a+" of the C library.
-  Descriptor file(::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+// Read as well as append, like the mode "a+" of the C library.
+Outcome<Descriptor> openToAppend(const std::string& path) {
+  Descriptor file = openFile(path, OpenFor::appending);
   if (!file.isOpen())
     return Failure{"'" + path + "': " + systemReason(errno)};
   return file;
-}
-
-// Whether the open file is what stands at the path, and a plain file.
-bool isStillAt(const std::string& path, int descriptor) {
-  struct stat own {};
-  struct stat there {};
-  return ::fstat(descriptor, &own) == 0 && S_ISREG(own.st_mode) &&
-         ::stat(path.c_str(), &there) == 0 && own.st_dev == there.st_dev &&
-         own.st_ino == there.st_ino;
-}
-
-bool isTooLong(int descriptor) {
-  struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-         static_cast<std::uint64_t>(status.st_size) > longestLog;
 }
 
 // Sets a file aside that is too long. True when the path has to be opened again: this process or
 // another one has begun a new log there. The lock keeps two processes from setting aside each
 // other's new one.
 bool makeRoom(const std::string& path, int descriptor) {
-  if (!isTooLong(descriptor) || ::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+  const auto facts = fileFacts(descriptor);
+  if (!facts || facts->kind != FileFacts::Kind::file ||
+      facts->state.size <= static_cast<std::int64_t>(longestLog) ||
+      !lockFile(descriptor, Lock::aloneAtOnce))
     return false;
   const std::string previous = joinPath(parentFolder(path), "Previous-" + fileName(path));
-  const bool isGone = !isStillAt(path, descriptor) || ::rename(path.c_str(), previous.c_str()) == 0;
-  ::flock(descriptor, LOCK_UN);
+  const bool isGone = !isAt(path, *facts) || renameTo(path, previous, true) == 0;
+  unlockFile(descriptor);
   return isGone;
 }
 
 Outcome<Descriptor> openLog(const std::string& path) {
-  Outcome<Descriptor> file = openFile(path);
-  return file && makeRoom(path, file->number()) ? openFile(path) : std::move(file);
+  Outcome<Descriptor> file = openToAppend(path);
+  return file && makeRoom(path, file->number()) ? openToAppend(path) : std::move(file);
 }
 
 // Puts a new file behind the numbers of the old one, so that all that write there go on.
@@ -86,13 +71,13 @@ bool beginAnew(OwnLog& log) {
   const int first = log.standard.empty() ? log.kept.number() : log.standard.front();
   if (first < 0 || !makeRoom(log.path, first))
     return false;
-  const Outcome<Descriptor> file = openFile(log.path);
+  const Outcome<Descriptor> file = openToAppend(log.path);
   if (!file)
     return false;
   if (log.kept.isOpen())
-    ::dup3(file.value().number(), log.kept.number(), O_CLOEXEC);
+    putInPlaceOf(log.kept.number(), file.value());
   for (const int descriptor : log.standard)
-    ::dup2(file.value().number(), descriptor);
+    putInPlaceOf(descriptor, file.value());
   return true;
 }
 
@@ -132,10 +117,10 @@ bool redirectStdoutToFile(const std::string& path) {
   }
   std::fflush(stdout);
   std::fflush(stderr);
-  redirected = ::dup2(file.value().number(), STDOUT_FILENO) >= 0 &&
-               ::dup2(file.value().number(), STDERR_FILENO) >= 0;
+  redirected =
+      putInPlaceOf(standardOutput, file.value()) && putInPlaceOf(standardError, file.value());
   ownLog().path = path;
-  ownLog().standard = {STDOUT_FILENO, STDERR_FILENO};
+  ownLog().standard = {standardOutput, standardError};
   setLogGrowth(lookEvery, keepToSize);
   return redirected;
 }

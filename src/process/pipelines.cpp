@@ -1,7 +1,5 @@
 #include "process/pipelines.h"
 
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -11,6 +9,7 @@
 #include "classShared/log.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
+#include "platform/SystemFacts.h"
 #include "process/chain.h"
 #include "process/toolEnvironment.h"
 #include "utils/files.h"
@@ -62,10 +61,7 @@ std::string segmentsDescription(const std::vector<Arguments>& segments) {
 
 // The environment as it is before the tools' own entries.
 std::string ownEnvironmentDescription() {
-  Arguments entries;
-  for (char** entry = ::environ; *entry != nullptr; ++entry)
-    entries.emplace_back(*entry);
-  return argumentsDescription(entries);
+  return argumentsDescription(processEnvironment());
 }
 
 // The one or two tools of taskArray1PipeMax; nothing when the list is wrong.

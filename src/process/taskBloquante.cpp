@@ -1,11 +1,12 @@
 #include "process/taskBloquante.h"
 
-#include <pthread.h>
-
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "classShared/log.h"
@@ -24,12 +25,11 @@ struct ShellRun {
 
 // The thread. It stays until the shell has exited, because the kernel would kill the shell at the
 // end of the thread that started it.
-void* runShell(void* argument) {
-  ShellRun& run = *static_cast<ShellRun*>(argument);
+void runShell(ShellRun& run) {
   Outcome<Pipe> pipe = makePipe();
   if (!pipe) {
     logFormat("taskBloquante       :-( {}", pipe.reason());
-    return nullptr;
+    return;
   }
   run.setup.output = ChildStream::descriptor(pipe->writeEnd.number());
   run.setup.error = run.setup.output;
@@ -37,7 +37,7 @@ void* runShell(void* argument) {
   pipe->writeEnd.close();
   if (!child) {
     logFormat("taskBloquante       :-( {}", child.reason());
-    return nullptr;
+    return;
   }
   const auto end = std::chrono::steady_clock::now() + longestBlockingRun;
   const bool isWhole = readToEnd(pipe->readEnd, end, [&run](std::string_view piece) {
@@ -47,7 +47,6 @@ void* runShell(void* argument) {
   if (!isWhole || !child->waitFor(std::chrono::ceil<std::chrono::milliseconds>(
                       end - std::chrono::steady_clock::now())))
     run.text.clear();
-  return nullptr;
 }
 
 }  // namespace
@@ -61,13 +60,11 @@ std::optional<std::string> taskBloquante::verbose(const Arguments& arguments) {
   run.setup.arguments.insert(run.setup.arguments.begin(), "-c");
   debugFormat("taskArgs : {}", argumentsDescription(run.setup.arguments));
 
-  pthread_t thread{};
-  if ((errno = ::pthread_create(&thread, nullptr, runShell, &run)) != 0) {
+  try {
+    std::thread(runShell, std::ref(run)).join();
+  } catch (const std::system_error& error) {
+    errno = error.code().value();
     std::perror("pthread_create failed");
-    return std::nullopt;
-  }
-  if ((errno = ::pthread_join(thread, nullptr)) != 0) {
-    std::perror("pthread_join failed");
     return std::nullopt;
   }
   logLine("pipe release");

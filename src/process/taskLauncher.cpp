@@ -1,16 +1,16 @@
 #include "process/taskLauncher.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <utility>
 
+#include "classShared/descriptorBytes.h"
 #include "classShared/log.h"
 #include "platform/Alerts.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 #include "process/chain.h"
 
 namespace tessarin {
@@ -25,7 +25,7 @@ constexpr std::size_t readSize = 65536;
 constexpr std::chrono::milliseconds outputGrace(500);
 
 bool somethingAt(const std::string& path) {
-  return ::access(path.c_str(), F_OK) == 0;
+  return fileState(path).has_value();
 }
 
 // The path of a program; nothing when it is neither a path nor a resource. Programs of the system
@@ -130,8 +130,8 @@ void taskLauncher::closeStream(Stream& stream) {
 
 // Takes one piece; the other stream and everybody else on the loop get their turn before the next.
 void taskLauncher::gotData(Stream& stream) {
-  const ssize_t count = ::read(stream.descriptor.number(), buffer_.data(), buffer_.size());
-  if (count < 0 && (errno == EAGAIN || errno == EINTR))
+  const auto count = readSome(stream.descriptor.number(), buffer_.data(), buffer_.size());
+  if (count < 0 && errno == EAGAIN)
     return;
   if (count > 0) {
     const auto size = static_cast<std::size_t>(count);
@@ -150,10 +150,8 @@ void taskLauncher::gotData(Stream& stream) {
 void taskLauncher::lastTaskExited() {
   lastTaskExited_ = true;
   for (Stream* stream : {&stdErr_, &output_}) {
-    int waiting = 0;
-    if (stream->descriptor.isOpen() &&
-        ::ioctl(stream->descriptor.number(), FIONREAD, &waiting) == 0)
-      stream->owed = static_cast<std::size_t>(std::max(waiting, 0));
+    if (stream->descriptor.isOpen())
+      stream->owed = bytesWaiting(stream->descriptor.number());
   }
   grace_ = loop_.runAfter(outputGrace, [this] {
     graceIsOver_ = true;

@@ -1,15 +1,13 @@
 #include "process/toolEnvironment.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
 
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
-#include "platform/Descriptor.h"
+#include "platform/SystemFacts.h"
+#include "platform/fileFacts.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -30,20 +28,20 @@ Failure failure(const std::string& path, int error) {
 
 // A folder that is ours alone.
 Outcome<void> makePrivateFolder(const std::string& path) {
-  if (::mkdir(path.c_str(), S_IRWXU) == 0)
+  if (makeOwnFolder(path))
     return {};
   if (errno != EEXIST)
     return failure(path, errno);
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0)
+  const auto facts = fileFacts(path, Links::themselves);
+  if (!facts)
     return failure(path, errno);
-  if (!S_ISDIR(status.st_mode))
+  if (facts->kind != FileFacts::Kind::folder)
     return failure(path, ENOTDIR);
-  if (status.st_uid != ::geteuid())
+  if (!facts->isOwn)
     return failure(path, EPERM);
-  if (::chmod(path.c_str(), S_IRWXU) != 0)
-    return failure(path, errno);
-  return {};
+  std::error_code error;
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all, error);
+  return error ? Outcome<void>(failure(path, error.value())) : Outcome<void>();
 }
 
 Outcome<void> makeLink(const std::string& target, const std::string& path) {
@@ -53,9 +51,8 @@ Outcome<void> makeLink(const std::string& target, const std::string& path) {
       return {};
     std::filesystem::remove(path, error);
   }
-  if (::symlink(target.c_str(), path.c_str()) != 0)
-    return failure(path, errno);
-  return {};
+  std::filesystem::create_symlink(target, path, error);
+  return error ? Outcome<void>(failure(path, error.value())) : Outcome<void>();
 }
 
 }  // namespace
@@ -96,12 +93,12 @@ std::vector<std::string> toolEnvironment() {
     if (pathExists(path))
       own.emplace_back(name, path);
   std::vector<std::string> environment;
-  for (char** entry = ::environ; *entry != nullptr; ++entry) {
+  for (const std::string& entry : processEnvironment()) {
     bool replaced = false;
     for (const auto& [name, value] : own)
-      replaced = replaced || startsWith(*entry, name);
+      replaced = replaced || startsWith(entry, name);
     if (!replaced)
-      environment.emplace_back(*entry);
+      environment.push_back(entry);
   }
   for (const auto& [name, value] : own)
     environment.push_back(name + value);

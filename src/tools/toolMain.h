@@ -2,12 +2,12 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
 
 #include "classShared/Outcome.h"
+#include "platform/Signals.h"
 
 namespace tessarin {
 
@@ -37,8 +37,7 @@ int runTool(const char* name, const char* description, int count, char** values,
 template <class Declare, class Work>
 int toolMain(const char* name, const char* description, int count, char** values,
              const Declare& declare, const Work& work) {
-  // A write beyond the limit of a file's size then fails with a reason.
-  std::signal(SIGXFSZ, SIG_IGN);
+  ignoreFileLimit();
   try {
     return runTool(name, description, count, values, declare, work);
   } catch (const std::exception& exception) {

@@ -1,19 +1,15 @@
 #include "updates/ArchiveDownload.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <utility>
 
 #include "classShared/descriptorBytes.h"
+#include "platform/openFiles.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {
 
 namespace {
-
-constexpr mode_t ownersOnly = 0600;
 
 FetchLimits limitsFor(const Release& release, FetchLimits limits) {
   limits.largest = release.size;
@@ -26,7 +22,7 @@ ArchiveDownload::ArchiveDownload(RunLoop& loop, const Release& release, const st
                                  FetchLimits limits, Done done)
     : release_(release),
       path_(path),
-      file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownersOnly)),
+      file_(openFile(path, OpenFor::creating)),
       openError_(file_.isOpen() ? 0 : errno),
       done_(std::move(done)),
       fetch_(
@@ -58,7 +54,7 @@ Outcome<void> ArchiveDownload::check() {
     return Failure{localisationString("why_updateSize")};
   if (hash_.result().toHex().toStdString() != release_.sha256)
     return Failure{localisationString("why_updateHash")};
-  if (::close(file_.release()) != 0)
+  if (!closeFile(file_))
     return Failure{localisationString("why_updateWrite", "", path_, systemReason(errno))};
   return {};
 }

@@ -1,14 +1,15 @@
 #include "updates/updateFolders.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
+#include "utils/PrivateFolder.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -38,8 +39,8 @@ Outcome<std::string> makeUpdateWorkFolder(const std::string& parent) {
   if (!mkdir(parent))
     return notWritten(parent, errno);
   removeLeftWorkFolders(parent);
-  std::string folder = joinPath(parent, std::string(workFolderStart) + "XXXXXX");
-  if (::mkdtemp(folder.data()) == nullptr)
+  std::string folder = PrivateFolder::newPath(parent, workFolderStart);
+  if (!makeOwnFolder(folder))
     return notWritten(parent, errno);
   return folder;
 }
@@ -55,10 +56,11 @@ Outcome<std::string> keepUpdate(const std::string& content, const std::string& p
   for (int number = 1; number <= mostNumbers; ++number) {
     std::string path = joinPath(parent, number == 1 ? name : fmt::format("{}-{}", name, number));
     // Fails when there is a file or a folder with something in it.
-    if (::rename(content.c_str(), path.c_str()) == 0)
+    const int error = renameTo(content, path, true);
+    if (error == 0)
       return path;
-    if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR)
-      return notWritten(path, errno);
+    if (error != EEXIST && error != ENOTEMPTY && error != ENOTDIR)
+      return notWritten(path, error);
   }
   return notWritten(joinPath(parent, name), EEXIST);
 }

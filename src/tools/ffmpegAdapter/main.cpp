@@ -22,6 +22,7 @@
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "ffmpeg/proresCommand.h"
+#include "platform/fileFacts.h"
 
 namespace {
 
@@ -134,13 +135,9 @@ std::string proresTool() {
   const char* wanted = std::getenv(proresEncoderVariable);
   if (wanted != nullptr && std::string_view(wanted) == "ffmpeg")
     return {};
-  char own[4096];
-  const ssize_t length = ::readlink("/proc/self/exe", own, sizeof own);
-  if (length <= 0 || static_cast<std::size_t>(length) == sizeof own)
-    return {};
-  const std::string_view path(own, static_cast<std::size_t>(length));
-  const std::string tool = std::string(path.substr(0, path.rfind('/') + 1)) + "movtool";
-  return ::access(tool.c_str(), X_OK) == 0 ? tool : std::string();
+  const std::string own = programPath();
+  const std::string tool = own.substr(0, own.rfind('/') + 1) + "movtool";
+  return !own.empty() && isProgram(tool) ? tool : std::string();
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 #include "tools/movtool/FfmpegRun.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -14,6 +11,9 @@
 #include "classShared/descriptorBytes.h"
 #include "ffmpeg/failureWords.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "platform/Signals.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 
 namespace tessarin::movtool {
 
@@ -28,7 +28,7 @@ constexpr std::size_t mostErrors = 1U << 20;
 constexpr std::string_view warningOfPipe = "generating non standard YUV stream";
 
 void passOn(std::string_view bytes) {
-  writeAll(STDERR_FILENO, bytes);  // whether or not anybody listens
+  writeAll(standardError, bytes);  // whether or not anybody listens
 }
 
 // Hands over what a descriptor gives until its end.
@@ -46,14 +46,10 @@ void readAll(int descriptor, const Take& take) {
 }  // namespace
 
 Outcome<std::string> ffmpegProgram() {
-  std::array<char, 4096> own{};
-  const ssize_t length = ::readlink("/proc/self/exe", own.data(), own.size());
-  if (length > 0 && static_cast<std::size_t>(length) < own.size()) {
-    const std::string path(own.data(), static_cast<std::size_t>(length));
-    const std::string beside = joinPath(parentFolder(path), "ffmpeg");
-    if (::access(beside.c_str(), X_OK) == 0)
-      return beside;
-  }
+  const std::string own = programPath();
+  if (const std::string beside = joinPath(parentFolder(own), "ffmpeg");
+      !own.empty() && isProgram(beside))
+    return beside;
   return findFfmpeg(ffmpegSearchOfEnvironment(""));
 }
 
@@ -104,7 +100,7 @@ Outcome<FfmpegRun> FfmpegRun::start(const std::string& program,
   Outcome<Pipe> errors = makePipe();
   if (!output || !errors)
     return Failure{output ? errors.reason() : output.reason()};
-  ::fcntl(output->writeEnd.number(), F_SETPIPE_SZ, pipeSize);
+  widenPipe(output->writeEnd.number(), pipeSize);
   ChildSetup setup;
   setup.program = program;
   setup.arguments = arguments;
@@ -146,11 +142,11 @@ Outcome<bool> FfmpegRun::finish() {
   if (status.number() == 0)
     return true;
   // An ffmpeg that is not behind our adapter dies of the limit of a file's size.
-  if (status.signal == SIGXFSZ)
+  if (isOfFileLimit(status.signal))
     return Failure{"the movie cannot be written: " + systemReason(EFBIG)};
   if (status.signal != 0)
     return Failure{fmt::format("ffmpeg was ended by signal {} ({})", status.signal,
-                               ::strsignal(status.signal))};
+                               signalText(status.signal))};
   const std::string words(failureWords(report()));
   return Failure{words.empty() ? fmt::format("ffmpeg ended with status {}", status.code) : words};
 }

@@ -1,12 +1,12 @@
 #include "tools/movtool/exportRun.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "platform/fileFacts.h"
 #include "platform/propertyList.h"
 #include "tools/movtool/FfmpegRun.h"
 #include "tools/movtool/SourceFacts.h"
@@ -31,7 +31,7 @@ Outcome<ExportSettings> readSettings(const std::string& path) {
 }
 
 std::optional<std::string> pathProblem(const ExportJob& job) {
-  if (::access(job.input.path.c_str(), R_OK) != 0)
+  if (!mayRead(job.input.path))
     return fmt::format("{} cannot be read: {}", job.input.path, systemReason(errno));
   const auto output = fileIdentity(job.output);
   if (output && fileIdentity(job.input.path) == output)

@@ -1,12 +1,11 @@
 // What the programs share that encode a stream from a pipe: they differ in the codec's options.
 #pragma once
 
-#include <fcntl.h>
-
 #include <cerrno>
 #include <string>
 
 #include "classShared/TextAdditions.h"
+#include "platform/openFiles.h"
 #include "tools/pictures/encodeStream.h"
 #include "tools/toolMain.h"
 
@@ -30,7 +29,7 @@ inline void declareStream(CLI::App& options, StreamUse& use) {
 
 inline Outcome<bool> encodeUse(StreamUse& use, const PictureCodec& codec) {
   if (use.input != "-") {
-    use.job.input = ::open(use.input.c_str(), O_RDONLY | O_CLOEXEC);
+    use.job.input = openFile(use.input, OpenFor::streaming).release();
     if (use.job.input < 0)
       return Failure{use.input + " cannot be read: " + systemReason(errno)};
   }

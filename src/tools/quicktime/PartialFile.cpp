@@ -5,10 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <utility>
 
 #include "classShared/descriptorBytes.h"
-#include "tools/quicktime/OutputName.h"
+#include "platform/fileFacts.h"
 #include "utils/files.h"
 
 namespace tessarin::quicktime {
@@ -28,6 +29,19 @@ std::string folderOf(const std::string& path) {
 
 std::string_view lettersOf(std::span<const std::uint8_t> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The file that an output of this name really is: where a link points to. A failure when
+// something is there that is no file.
+Outcome<std::string> replaceableTarget(const std::string& target) {
+  const auto there = fileFacts(target);
+  if (!there)
+    return target;
+  if (there->kind != FileFacts::Kind::file)
+    return Failure{target + " is not a file that can be replaced"};
+  std::error_code failed;
+  const std::string real = std::filesystem::canonical(target, failed).string();
+  return failed ? target : real;
 }
 
 }  // namespace

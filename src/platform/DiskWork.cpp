@@ -1,4 +1,4 @@
-#include "core/DiskWork.h"
+#include "platform/DiskWork.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

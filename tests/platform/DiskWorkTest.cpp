@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "core/DiskWork.h"
+#include "platform/DiskWork.h"
 #include "platform/PollRunLoop.h"
 #include "support/LoopUntil.h"
 #include "support/ScopedTemporaryFolder.h"
