@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 
+#include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "core/BatchRecorder.h"
 #include "core/newRow.h"

@@ -93,7 +93,11 @@ void analysisFfOfReport(benchmark::State& state) {
   });
 }
 void startOffsetsOfReport(benchmark::State& state) {
-  readReport(state, [](const std::string& report) { return tessarin::ptsDtsOffsetMs(report); });
+  readReport(state, [](const std::string& report) {
+    tessarin::Source source;
+    tessarin::addOffsets(report, source);
+    return source;
+  });
 }
 void verdictOfReport(benchmark::State& state) {
   readReport(state, [](const std::string& report) { return tessarin::isFfmpegSuccess(report); });

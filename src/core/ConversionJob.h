@@ -178,7 +178,7 @@ class ConversionJob {
   enum class Looking { atNothing, atPackets, atClock, atBytes };
   Looking looking_ = Looking::atNothing;
   ClipProgress progress_;
-  RunTroubles troubles_;  // of the first tool, which reads the source
+  RunTroubles troubles_;          // of the first tool, which reads the source
   bool isAsLongAsKnown_ = false;  // the movie, by what the analysis knows
   PacketMeter meter_;
   SourceMeasure measure_;
