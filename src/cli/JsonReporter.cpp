@@ -134,6 +134,7 @@ class JsonReporter final : public Reporter {
     if (end.kind == JobEnd::Kind::converted) {
       event["damagedPictures"] = end.damagedPictures;
       event["damagedSound"] = end.hasDamagedSound;
+      event["moreFollows"] = end.hasMore;
     }
     tell(event);
   }

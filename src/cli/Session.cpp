@@ -63,7 +63,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
     // What an explicit --overwrite keep kept is as the user wanted it. Of a damaged clip a movie
     // was made, but not of all of it.
-    const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound;
+    const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound && !job.hasMore;
     const bool isFine = (job.kind == JobEnd::Kind::converted && isWhole) ||
                         (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
     failed_ = failed_ || !isFine;

@@ -38,7 +38,7 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-std::string damageText(std::size_t pictures, std::size_t sound) {
+std::string damageText(std::size_t pictures, std::size_t sound, bool hasMore) {
   std::string text;
   if (pictures == 1)
     text = localisationString("D_damaged_one");
@@ -46,6 +46,8 @@ std::string damageText(std::size_t pictures, std::size_t sound) {
     text = localisationString("D_damaged_pictures", "", std::to_string(pictures));
   if (sound > 0)
     text += (text.empty() ? "" : ", ") + localisationString("D_damaged_sound");
+  if (hasMore)
+    text += (text.empty() ? "" : ", ") + localisationString("D_damaged_more");
   return text;
 }
 
@@ -389,11 +391,12 @@ void ConversionJob::end() {
   } else if (mayHoldMovie(work_)) {
     end.damagedPictures = damagedPictures_;
     end.hasDamagedSound = damagedSound_ > 0;
+    end.hasMore = hasMore_;
     const auto moved = moveIntoPlace(end);
     if (moved)
       end.kind = JobEnd::Kind::converted;
-    end.reason =
-        moved ? damageText(damagedPictures_, damagedSound_) : whyDestination(moved.reason());
+    end.reason = moved ? damageText(damagedPictures_, damagedSound_, hasMore_)
+                       : whyDestination(moved.reason());
   } else {
     end.reason =
         isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
@@ -415,7 +418,7 @@ void ConversionJob::end() {
 // Gives the movie its name, or the next one when something that is not to be replaced has come to
 // that meanwhile. Fails with the system's reason.
 Outcome<void> ConversionJob::moveIntoPlace(JobEnd& end) {
-  const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound;
+  const bool isUndamaged = end.damagedPictures == 0 && !end.hasDamagedSound && !end.hasMore;
   if (!folder_.isInPlace())
     return Failure();
   for (std::string name = end.output;; name = host_.otherOutput(name)) {

@@ -35,8 +35,9 @@ struct JobEnd {
   // Of a converted job: pictures of the source that are damaged or missing in the movie.
   std::size_t damagedPictures = 0;
   bool hasDamagedSound = false;
-  double duration = 0;  // seconds of the movie
-  double elapsed = 0;   // seconds that the job took
+  bool hasMore = false;  // another movie follows in the source and is left out
+  double duration = 0;   // seconds of the movie
+  double elapsed = 0;    // seconds that the job took
 };
 
 // A movie that is whole and about to be moved to its name.
@@ -186,6 +187,7 @@ class ConversionJob {
   MovieIndex movie_;
   std::size_t damagedPictures_ = 0;
   std::size_t damagedSound_ = 0;
+  bool hasMore_ = false;
   Dico measured_;
 
   JobTool tool_;

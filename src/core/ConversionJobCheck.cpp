@@ -6,6 +6,7 @@
 #include "core/ConversionJob.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
+#include "movie/followingMovie.h"
 #include "movie/movieStart.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -82,6 +83,7 @@ void ConversionJob::check() {
     fail(localisationString("why_endsEarly"));
     return;
   }
+  hasMore_ = anotherMovieFollows(order_.row.path());
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
     fail(reasonOf(verdict));
     return;

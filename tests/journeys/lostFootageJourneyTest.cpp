@@ -180,6 +180,23 @@ TEST_F(LostFootageJourney, RecordingsBehindEachOtherFollowWithoutAPause) {
   }
 }
 
+// Files of these formats behind each other in one: ffmpeg reads the first and says nothing.
+TEST_F(LostFootageJourney, AMovieBehindTheFirstIsTold) {
+  for (const char* format : {"mkv", "mov", "mxf"}) {
+    SCOPED_TRACE(format);
+    const std::string name = std::string("x.") + format;
+    ASSERT_TRUE(test::makeClip(test::progressivePicture("352x288", "1") + "-c:v mpeg2video -q:v 3",
+                               folder.file(name)));
+    std::filesystem::remove_all(destination());
+    EXPECT_EQ(tessarin({"-d", destination(), folder.file(name)}).status, 0);
+    std::filesystem::remove_all(destination());
+    const Result twice =
+        tessarin({"-d", destination(), folder.write(name, folder.read(name) + folder.read(name))});
+    EXPECT_EQ(twice.status, 1);
+    EXPECT_THAT(twice.out, HasSubstr("(without another movie that follows in the same file)"));
+  }
+}
+
 // Everything else that may stand in the destination, or come there while a movie is made.
 TEST_F(LostFootageJourney, WhatIsInTheDestinationStays) {
   const std::string clip = tinyClip("x.mts");

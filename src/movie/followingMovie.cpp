@@ -1,0 +1,149 @@
+#include "movie/followingMovie.h"
+
+#include <bit>
+#include <optional>
+
+#include "movie/FileBytes.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr int mostParts = 10000;
+
+// ---- Matroska
+
+constexpr std::uint64_t ebmlHeader = 0x1A45DFA3;
+constexpr std::uint64_t segment = 0x18538067;
+
+struct Element {
+  std::uint64_t id = 0;
+  std::uint64_t begin = 0;  // of its content
+  std::uint64_t size = 0;
+};
+
+// A number whose first byte has as many zeros in front as bytes follow.
+std::optional<unsigned> lengthOfNumber(FileBytes& bytes, std::uint64_t position) {
+  const auto first = static_cast<std::uint8_t>(bytes.number(position, 1));
+  const auto length = static_cast<unsigned>(std::countl_zero(first)) + 1;
+  return first == 0 || !bytes.failure().empty() ? std::nullopt : std::optional(length);
+}
+
+// Nothing where none can begin, and of one that does not tell its length.
+std::optional<Element> elementAt(FileBytes& bytes, std::uint64_t position) {
+  const auto idLength = lengthOfNumber(bytes, position);
+  if (!idLength || *idLength > 4)
+    return std::nullopt;
+  const auto sizeLength = lengthOfNumber(bytes, position + *idLength);
+  if (!sizeLength)
+    return std::nullopt;
+  const std::uint64_t mask = (std::uint64_t{1} << (7 * *sizeLength)) - 1;
+  Element element;
+  element.id = bytes.number(position, *idLength);
+  element.size = bytes.number(position + *idLength, *sizeLength) & mask;
+  element.begin = position + *idLength + *sizeLength;
+  if (element.size == mask || element.size > bytes.size() - element.begin)
+    return std::nullopt;
+  return element;
+}
+
+bool followsMatroska(FileBytes& bytes) {
+  bool hasSegment = false;
+  std::uint64_t position = 0;
+  for (int part = 0; part < mostParts; ++part) {
+    const auto element = elementAt(bytes, position);
+    if (!element)
+      return false;
+    if (hasSegment && element->id == ebmlHeader)
+      return true;
+    hasSegment = hasSegment || element->id == segment;
+    position = element->begin + element->size;
+  }
+  return false;
+}
+
+// ---- MXF
+
+// The first bytes of a partition's key, and the one behind them that tells a header.
+bool isHeaderPartition(FileBytes& bytes, std::uint64_t position) {
+  return bytes.number(position, 8) == 0x060E2B3402050101 &&
+         bytes.number(position + 8, 6) == 0x0D0102010102;
+}
+
+struct Packet {
+  std::uint64_t begin = 0;  // of its value
+  std::uint64_t size = 0;
+};
+
+std::optional<Packet> packetAt(FileBytes& bytes, std::uint64_t position) {
+  constexpr unsigned keyLength = 16;
+  const std::uint64_t first = bytes.number(position + keyLength, 1);
+  const bool isLong = (first & 0x80U) != 0;
+  const auto more = isLong ? static_cast<unsigned>(first & 0x7FU) : 0;
+  if (more > 8 || (isLong && more == 0))
+    return std::nullopt;
+  Packet packet;
+  packet.begin = position + keyLength + 1 + more;
+  packet.size = isLong ? bytes.number(position + keyLength + 1, more) : first;
+  if (!bytes.failure().empty() || packet.size > bytes.size() - packet.begin)
+    return std::nullopt;
+  return packet;
+}
+
+bool followsMxf(FileBytes& bytes) {
+  // Of a partition's value: versions, the size of a unit, the places of this and of the one before.
+  constexpr std::uint64_t placeOfFooter = 24;
+  const auto header = packetAt(bytes, 0);
+  if (!header)
+    return false;
+  std::uint64_t position = bytes.number(header->begin + placeOfFooter, 8);
+  for (int part = 0; position > 0 && part < mostParts; ++part) {
+    if (isHeaderPartition(bytes, position))
+      return true;
+    const auto packet = packetAt(bytes, position);
+    if (!packet)
+      return false;
+    position = packet->begin + packet->size;
+  }
+  return false;
+}
+
+// ---- QuickTime's family
+
+bool followsMov(FileBytes& bytes) {
+  bool hasIndex = false;
+  std::uint64_t position = 0;
+  for (int part = 0; part < mostParts && bytes.size() - position >= 8; ++part) {
+    std::uint64_t size = bytes.number(position, 4);
+    const std::string type = bytes.letters(position + 4);
+    if (size == 1 && bytes.size() - position >= 16)
+      size = bytes.number(position + 8, 8);
+    if (hasIndex && type == "ftyp")
+      return true;
+    hasIndex = hasIndex || type == "moov";
+    if (size < 8 || !bytes.failure().empty() || size > bytes.size() - position)
+      return false;
+    position += size;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool anotherMovieFollows(const std::string& path) {
+  const Descriptor file = openFile(path, OpenFor::reading);
+  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
+  constexpr std::int64_t leastBytes = 64;
+  if (!facts || facts->state.size < leastBytes)
+    return false;
+  FileBytes bytes(file.number(), static_cast<std::uint64_t>(facts->state.size));
+  if (bytes.number(0, 4) == ebmlHeader)
+    return followsMatroska(bytes);
+  if (isHeaderPartition(bytes, 0))
+    return followsMxf(bytes);
+  return bytes.letters(4) == "ftyp" && followsMov(bytes);
+}
+
+}  // namespace tessarin
