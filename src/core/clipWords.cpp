@@ -31,7 +31,7 @@ std::string pictureWords(std::int64_t width, std::int64_t height, double rate, b
 
 std::string streamWords(const Source::Stream& stream, const std::vector<std::string>& more) {
   std::vector<std::string> words = {stream.codec};
-  if (!stream.language.empty())
+  if (!stream.language.empty() && stream.language != "und")
     words.push_back(stream.language);
   for (const std::string& word : more)
     if (!word.empty())
@@ -41,11 +41,18 @@ std::string streamWords(const Source::Stream& stream, const std::vector<std::str
   return joinTexts(words, ", ");
 }
 
+std::string channelWords(std::int64_t channels) {
+  if (channels == 1)
+    return localisationString("clip_mono");
+  if (channels == 2)
+    return localisationString("clip_stereo");
+  return localisationString("clip_channels", "", fmt::format("{}", channels));
+}
+
 std::string soundWords(const Source::Sound& sound) {
   return streamWords(
       sound,
-      {sound.channels ? localisationString("clip_channels", "", fmt::format("{}", *sound.channels))
-                      : "",
+      {sound.channels ? channelWords(*sound.channels) : "",
        sound.rate ? fmt::format("{} kHz", numberText(static_cast<double>(*sound.rate) / 1000))
                   : ""});
 }
@@ -70,8 +77,7 @@ std::string movieWords(const Forecast& movie) {
   std::vector<std::string> words = {
       codecTitle(movie), pictureWords(movie.width, movie.height, movie.rate, movie.isInterlaced)};
   if (movie.soundChannels > 0)
-    words.push_back(
-        localisationString("clip_channels", "", fmt::format("{}", movie.soundChannels)));
+    words.push_back(channelWords(movie.soundChannels));
   return joinTexts(words, ", ");
 }
 
