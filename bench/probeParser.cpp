@@ -13,6 +13,7 @@
 
 #include "analysis/timing.h"
 #include "classShared/log.h"
+#include "ffmpeg/ffmpegSuccess.h"
 
 namespace {
 

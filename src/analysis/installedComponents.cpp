@@ -3,8 +3,8 @@
 #include <array>
 #include <string>
 
-#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/codecListing.h"
 #include "ffmpeg/proresFlavours.h"
 #include "ffmpeg/reportText.h"
 #include "platform/Bundle.h"

@@ -32,9 +32,4 @@ std::optional<Source> analysisFf(std::optional<std::string_view> report,
 bool needsKeyFrameRun(std::string_view report, const Source& source);
 void addFirstKeyFrame(double seconds, Source& source);
 
-// Whether a run of ffmpeg went well, judged from all it printed: false for an empty text and for
-// one of the phrases that tell of a failure, anywhere and in any case. The caller takes the
-// source's own path out of the text before, for a name may hold such a phrase.
-bool isFfmpegSuccess(std::string_view output);
-
 }  // namespace tessarin

@@ -15,6 +15,7 @@
 #include "core/newRow.h"
 #include "core/thumbnail.h"
 #include "encoding/recordingDate.h"
+#include "ffmpeg/ffmpegSuccess.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/runTroubles.h"
 #include "prefs/utilsAlert.h"

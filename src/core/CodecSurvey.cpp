@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "analysis/codecInventory.h"
-#include "analysis/codecListing.h"
 #include "classShared/log.h"
 #include "core/failureReason.h"
+#include "ffmpeg/codecListing.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "prefs/utilsAlert.h"

@@ -4,9 +4,9 @@
 
 #include <cstdlib>
 
-#include "analysis/codecListing.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "ffmpeg/codecListing.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/Bundle.h"
 #include "platform/Descriptor.h"
@@ -58,8 +58,8 @@ std::optional<std::string> systemProblem() {
   // A chain of tools, the batch and the log at the same time need some forty.
   constexpr std::uint64_t neededFiles = 64;
   const std::uint64_t files = allowOpenFiles(neededFiles);
-  if (!hasLocalization("D_Langue"))
-    return fmt::format("the texts of the program in {} cannot be read; install it anew",
+  if (!hasLocalization("D_Langue") || programVersion().empty())
+    return fmt::format("the files of the program in {} cannot be read; install it anew",
                        Bundle::main().resourcePath());
   if (files >= neededFiles)
     return std::nullopt;

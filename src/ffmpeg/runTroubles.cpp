@@ -198,6 +198,9 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   if (!describes_ && startsWith(module, "matroska") &&
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
+  // What reads a source of several recordings for ffmpeg tells of the source as that does.
+  if (constexpr std::string_view joiner = "joinclips: "; startsWith(words, joiner))
+    words.remove_prefix(joiner.size());
   const auto [ofSource, ofDemuxer] = readErrorStarts;
   // Of the run that decodes sound the export tool marks each line. What it reads may be the copy
   // that a tool before it made under the name of the output.

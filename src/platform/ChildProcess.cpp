@@ -120,6 +120,8 @@ Outcome<ChildProcess> ChildProcess::start(const ChildSetup& setup) {
   makeChildrenWaitable();
 
   const Descriptor nullDevice(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  if (!nullDevice.isOpen())
+    return Failure{"/dev/null cannot be opened: " + systemReason(errno)};
   const auto number = [&](const ChildStream& stream, int own) {
     switch (stream.kind_) {
       case ChildStream::Kind::nullDevice:

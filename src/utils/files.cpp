@@ -129,6 +129,9 @@ bool pathExists(std::string_view path) {
     ::close(descriptor);
     return true;
   }
+  // That there is no descriptor left says nothing of the file.
+  if ((errno == EMFILE || errno == ENFILE) && ::access(name.c_str(), R_OK) == 0)
+    return true;
   char first = 0;
   return ::readlink(name.c_str(), &first, 1) > 0;
 }

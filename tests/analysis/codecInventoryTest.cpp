@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AnalysisTools.h"
 #include "analysis/codecInventory.h"
 #include "analysis/installedComponents.h"
+#include "support/AnalysisTools.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
 

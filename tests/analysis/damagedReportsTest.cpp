@@ -12,6 +12,7 @@
 #include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/ffmpegSuccess.h"
 #include "ffmpeg/reportText.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"

@@ -3,9 +3,9 @@
 
 #include <random>
 
-#include "AnalysisTools.h"
 #include "analysis/mpegInfo.h"
 #include "analysis/probeParser.h"
+#include "support/AnalysisTools.h"
 #include "support/LogCapture.h"
 #include "utils/numbers.h"
 

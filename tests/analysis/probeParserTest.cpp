@@ -8,6 +8,7 @@
 #include "analysis/probes.h"
 #include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
+#include "ffmpeg/ffmpegSuccess.h"
 #include "ffmpeg/reportText.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"

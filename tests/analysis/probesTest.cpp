@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AnalysisTools.h"
 #include "analysis/probeParser.h"
 #include "analysis/probes.h"
 #include "analysis/timing.h"
+#include "support/AnalysisTools.h"
 #include "support/LogCapture.h"
 #include "support/readTestData.h"
 

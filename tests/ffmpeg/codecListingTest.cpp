@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "AnalysisTools.h"
-#include "analysis/codecListing.h"
+#include "ffmpeg/codecListing.h"
+#include "support/AnalysisTools.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
 

@@ -1,9 +1,9 @@
-// The verdict over a run of ffmpeg, from its words.
+#include "ffmpeg/ffmpegSuccess.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
 
-#include "analysis/probeParser.h"
 #include "classShared/log.h"
 #include "ffmpeg/reportText.h"
 

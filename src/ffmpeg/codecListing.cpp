@@ -1,4 +1,4 @@
-#include "analysis/codecListing.h"
+#include "ffmpeg/codecListing.h"
 
 #include <fmt/format.h>
 
