@@ -10,6 +10,10 @@ bool isSourceProgressive(const Source& source) {
   return source.pictures.fields == Fields::progressive;
 }
 
+double lengthOf(const Source& source) {
+  return source.seconds.value_or(source.duration.value_or(0));
+}
+
 bool isTurned(const Source& source) {
   return std::abs(source.pictures.rotation) == 90;
 }

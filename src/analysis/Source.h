@@ -102,8 +102,8 @@ struct Source {
   std::optional<std::int64_t> probeSize;
   std::optional<std::int64_t> analyzeDuration;
   bool isMapped = false;
-  // Whether parts with clocks of their own were put behind each other, so that ffmpeg has to close
-  // every jump. Known when all of it was read, and not stored.
+  // Whether recordings with clocks of their own were put behind each other in it, to be joined by
+  // the tool joinclips. Known when all of it was read, and not stored.
   bool isJoined = false;
   // By the camera's clock: "2010-12-24 14:05:33"; by the date of the file with the zone of this
   // machine: "2010-12-24 14:05:33 +0100".
@@ -126,6 +126,8 @@ struct Source {
 
 // Whether the pictures are known to be whole ones.
 bool isSourceProgressive(const Source& source);
+// Seconds, as exactly as they are known; 0: not at all.
+double lengthOf(const Source& source);
 // Whether a viewer sees the pictures with width and height exchanged.
 bool isTurned(const Source& source);
 // "mov" of "mov,mp4,m4a,3gp,3g2,mj2".

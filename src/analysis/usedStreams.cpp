@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ffmpeg/packetMeter.h"
+#include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/streamLine.h"
@@ -201,7 +201,7 @@ Arguments inputOptions(const Source& source) {
   if (!source.toldFormat.empty())
     add("-f", source.toldFormat);
   if (source.isJoined)
-    options.insert(options.end(), closingJumps.begin(), closingJumps.end());
+    options.insert(options.end(), readingJoined.begin(), readingJoined.end());
   return options;
 }
 

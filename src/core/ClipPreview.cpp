@@ -95,10 +95,7 @@ ClipPreview::ClipPreview(RunLoop& loop, BatchTable& table)
 
 double ClipPreview::length() const {
   const int shown = row();
-  if (shown < 0)
-    return 0;
-  const Source& source = table_.source(shown);
-  return source.seconds.value_or(source.duration.value_or(0));
+  return shown < 0 ? 0 : lengthOf(table_.source(shown));
 }
 
 void ClipPreview::show(int shown) {

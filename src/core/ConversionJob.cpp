@@ -12,6 +12,7 @@
 #include "core/exportCommands.h"
 #include "core/failureReason.h"
 #include "core/forecast.h"
+#include "core/joinedParts.h"
 #include "core/outputPlace.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
@@ -223,7 +224,36 @@ void ConversionJob::placeGranted(bool replace) {
 
 // ---- The tools
 
+// All of the source is read, which takes a small part of what the conversion does, and has it in
+// the system's memory then.
+void ConversionJob::lookForJoints() {
+  looking_ = Looking::atJoints;
+  parts_.clear();
+  startTool(jointList(order_.row.path()), ParseMode::endless, 0);
+}
+
+// A source that cannot be read to its end is told by the conversion.
+void ConversionJob::jointsAreKnown(bool isRead) {
+  looking_ = Looking::atNothing;
+  knowsJoints_ = true;
+  if (isRead && parts_.size() > 1) {
+    logFormat("joints              : {} recordings", parts_.size());
+    takeParts(order_.row.source, parts_);
+    plan_ = planJob(order_.row, work_, order_.flavour);
+    if (!plan_) {
+      fail(localisationString("why_noCommand"));
+      return;
+    }
+    progress_ = ClipProgress(*plan_);
+  }
+  go(Step::encode);
+}
+
 void ConversionJob::encode() {
+  if (mayHoldParts(order_.row.source) && !knowsJoints_) {
+    lookForJoints();
+    return;
+  }
   if (const auto movie = forecastOf(order_.row, order_.flavour)) {
     forecast_ = fmt::format("movie               : {}\n", summaryOf(*movie));
     for (const std::string& note : notesOf(*movie))
@@ -302,8 +332,13 @@ void ConversionJob::startTool(const Arguments& command, ParseMode parseMode, dou
   start.progressMax = maximum;
   start.source = order_.row.path();
   start.output = work_;
-  if (looking_ == Looking::atPackets || looking_ == Looking::atClock)
+  if (looking_ == Looking::atPackets)
     start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
+  else if (looking_ == Looking::atJoints)
+    start.takeOutputLine = [this](std::string_view line) {
+      if (const auto seconds = partSeconds(line))
+        parts_.push_back(*seconds);
+    };
   if (looking_ == Looking::atNothing)
     progress_.begin();
   host_.toolBegins(
@@ -373,6 +408,14 @@ std::string ConversionJob::whyDestination(const std::string& cause) const {
                                              : whyNothingIsWritten(parentFolder(output), cause);
 }
 
+void ConversionJob::removeIntermediates() const {
+  for (const std::string& purge : {slowed_, master_})
+    if (!purge.empty() && pathExists(purge)) {
+      debugFormat("purgePathStr        : {}", purge);
+      removeFile(purge);
+    }
+}
+
 void ConversionJob::end() {
   JobEnd end;
   end.source = order_.row.path();
@@ -380,11 +423,7 @@ void ConversionJob::end() {
   end.duration = plan_ ? plan_->seconds : order_.row.source.duration.value_or(0);
   end.elapsed = secondsSince(begin_);
   logFormat("enc > encFin        : {} - begin", end.source);
-  for (const std::string& purge : {slowed_, master_})
-    if (!purge.empty() && pathExists(purge)) {
-      debugFormat("purgePathStr        : {}", purge);
-      removeFile(purge);
-    }
+  removeIntermediates();
   if (outcome_) {
     end.kind = *outcome_;
     end.reason = reason_;

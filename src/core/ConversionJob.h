@@ -131,6 +131,8 @@ class ConversionJob {
   bool hasRoom();
   void askForPlace();
   void placeGranted(bool replace);
+  void lookForJoints();
+  void jointsAreKnown(bool isRead);
   void encode();
   void slow();
   void takeSlowed();
@@ -141,14 +143,15 @@ class ConversionJob {
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();
-  void measure(Clock clock);
+  void measure();
   void lookEnded(const ToolEnd& end);
-  void convertJoined();
+  void packetsRead(const ToolEnd& end);
   void judgeMeasure();
   void countDamage();
   void startReading();
 
   void fail(const std::string& reason);
+  void removeIntermediates() const;
   // The cause is the system's, "" when it is not known.
   std::string whyDestination(const std::string& cause = "") const;
   void end();
@@ -176,9 +179,11 @@ class ConversionJob {
   bool isReplacing_ = false;  // what has the movie's name
   bool isExporting_ = false;
 
-  enum class Looking { atNothing, atPackets, atClock, atBytes };
+  enum class Looking { atNothing, atJoints, atPackets, atBytes };
   Looking looking_ = Looking::atNothing;
   ClipProgress progress_;
+  bool knowsJoints_ = false;
+  std::vector<double> parts_;     // seconds of the recordings in the source, in order
   RunTroubles troubles_;          // of the first tool, which reads the source
   bool isAsLongAsKnown_ = false;  // the movie, by what the analysis knows
   PacketMeter meter_;

@@ -4,6 +4,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/ConversionJob.h"
+#include "core/failureReason.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
 #include "movie/followingMovie.h"
@@ -68,7 +69,7 @@ void ConversionJob::check() {
   auto movie = readMovieIndex(work_);
   if (!movie) {
     logFormat("check               :-( {}: {}", work_, movie.reason());
-    fail(localisationString("why_noIndex"));
+    fail(withCause(localisationString("why_noIndex"), movie.reason()));
     return;
   }
   movie_ = std::move(*movie);
@@ -97,71 +98,52 @@ void ConversionJob::check() {
     end();
     return;
   }
-  measure(Clock::ofConversion);
+  measure();
 }
 
-void ConversionJob::measure(Clock clock) {
-  const Arguments command = measuringCommandOf(*plan_, clock);
+void ConversionJob::measure() {
+  const Arguments command = measuringCommandOf(*plan_);
   if (command.empty()) {
     fail(localisationString("why_notMeasured"));
     return;
   }
   logLine("check               : measuring the source");
-  looking_ = clock == Clock::ofSource ? Looking::atClock : Looking::atPackets;
+  looking_ = Looking::atPackets;
   meter_ = PacketMeter();
   startTool(command, ParseMode::time, order_.row.source.duration.value_or(0));
 }
 
 void ConversionJob::lookEnded(const ToolEnd& end) {
   const bool isRead = end.status == 0 && end.troubles.readError().empty();
-  if (looking_ == Looking::atBytes) {
-    if (end.status == 0)
-      go(Step::end);
-    else
-      fail(localisationString("why_readError", "", systemReason(EIO)));
-  } else if (looking_ == Looking::atClock) {
-    if (isRead && isJoined(meter_.result()))
-      convertJoined();
-    else
-      judgeMeasure();
-  } else if (!end.troubles.readError().empty()) {
+  switch (looking_) {
+    case Looking::atNothing:
+      return;
+    case Looking::atPackets:
+      return packetsRead(end);
+    case Looking::atJoints:
+      return jointsAreKnown(isRead);
+    case Looking::atBytes:
+      return end.status == 0 ? go(Step::end)
+                             : fail(localisationString("why_readError", "", systemReason(EIO)));
+  }
+}
+
+void ConversionJob::packetsRead(const ToolEnd& end) {
+  if (!end.troubles.readError().empty()) {
     fail(localisationString("why_readError", "", end.troubles.readError()));
-  } else if (measure_ = meter_.result(); !isRead || !measure_.pictures) {
+    return;
+  }
+  measure_ = meter_.result();
+  measureTroubles_ = end.troubles;
+  if (end.status != 0 || !measure_.pictures) {
     logFormat("check               :-( {}", end.lastOutput);
     if (isAsLongAsKnown_)
       go(Step::end);
     else
       fail(localisationString("why_notMeasured"));
   } else {
-    measureTroubles_ = end.troubles;
-    if (maybeJoined(*plan_, measure_) && !plan_->row.source.isJoined)
-      measure(Clock::ofSource);
-    else
-      judgeMeasure();
+    judgeMeasure();
   }
-}
-
-// Once more, with every jump of the clock closed: without that there are seconds of one picture at
-// the joints.
-void ConversionJob::convertJoined() {
-  logLine("check               : parts with clocks of their own, converting once more");
-  for (std::string* made : {&work_, &slowed_, &master_})
-    if (pathExists(*made))
-      removeFile(*made);
-  slowed_.clear();
-  master_.clear();
-  order_.row.source.isJoined = true;
-  plan_ = planJob(order_.row, work_, order_.flavour);
-  if (!plan_) {
-    fail(localisationString("why_noCommand"));
-    return;
-  }
-  progress_ = ClipProgress(*plan_);
-  looking_ = Looking::atNothing;
-  troubles_ = RunTroubles();
-  damagedPictures_ = 0;
-  damagedSound_ = 0;
-  go(Step::encode);
 }
 
 void ConversionJob::judgeMeasure() {
@@ -206,8 +188,8 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
-  const bool mayHaveHoles = isStreamed(plan_->row.source) || damagedPictures_ > 0;
-  if (const std::size_t held = mayHaveHoles ? heldPictures(*plan_, measure) : 0;
+  const bool isUnhealthy = isStreamed(plan_->row.source) || damagedPictures_ > 0;
+  if (const std::size_t held = isUnhealthy ? heldPictures(*plan_, measure) : 0;
       held > damagedPictures_) {
     logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
     damagedPictures_ = held;
@@ -218,16 +200,6 @@ void ConversionJob::countDamage() {
       measure.sound->end + soundSlack < measure.pictures->end) {
     logFormat("check               :-( sound up to {} s, pictures up to {} s", measure.sound->end,
               measure.pictures->end);
-    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
-  }
-  // At a joint ffmpeg lets parts overlap by up to a tenth of a second. Pictures give way to each
-  // other there and sound does not.
-  constexpr double inStep = 0.15;
-  if (const auto* pictures = movie_.pictures(), *sound = movie_.sound();
-      plan_->row.source.isJoined && pictures && sound &&
-      sound->seconds > pictures->seconds + inStep) {
-    logFormat("check               :-( sound for {} s, pictures for {} s", sound->seconds,
-              pictures->seconds);
     damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
   }
   // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence

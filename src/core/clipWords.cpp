@@ -68,7 +68,7 @@ std::vector<std::string> clipWords(const Source& source) {
                        pictures.rate.value_or(0) / (isInterlaced ? 2 : 1), isInterlaced);
       !shown.empty())
     words.push_back(std::move(shown));
-  if (const double seconds = source.seconds.value_or(source.duration.value_or(0)); seconds > 0)
+  if (const double seconds = lengthOf(source); seconds > 0)
     words.push_back(clockText(seconds));
   return words;
 }

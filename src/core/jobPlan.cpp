@@ -55,7 +55,7 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
   if (source.analyzeDuration)
     add("--analyzeduration", fmt::format("{}", *source.analyzeDuration));
   if (source.isJoined)
-    command.emplace_back("--joined");
+    add("--joined", fmt::format("{:.3f}", source.seconds.value_or(0)));
   const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
     if (source.pictures.claim)

@@ -199,19 +199,6 @@ std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
       std::round(measure.pictures->gaps * pictureRateOf(plan.row.source)));
 }
 
-bool maybeJoined(const JobPlan& plan, const SourceMeasure& measure) {
-  const auto& pictures = measure.pictures;
-  const auto& sound = measure.sound;
-  constexpr double likeness = 0.5;  // seconds
-  return isStreamed(plan.row.source) && pictures && pictures->gaps > 0 &&
-         (!sound || std::abs(sound->gaps - pictures->gaps) < likeness);
-}
-
-bool isJoined(const SourceMeasure& byOwnClock) {
-  constexpr std::uint64_t leastPackets = 8;
-  return byOwnClock.pictures && byOwnClock.pictures->standing >= leastPackets;
-}
-
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie) {
   const MovieTrack* pictures = movie.pictures();
   return pictures == nullptr || pictures->seconds < stretchOf(plan) * (seconds - analysisSlack);
@@ -222,10 +209,10 @@ bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie) {
   return !duration || isShorterThan(*duration, plan, movie);
 }
 
-Arguments measuringCommandOf(const JobPlan& plan, Clock clock) {
+Arguments measuringCommandOf(const JobPlan& plan) {
   const Arguments& command = plan.command.arguments;
   if (!plan.isExport)
-    return measuringCommand(command, clock);
+    return measuringCommand(command);
   // What the export is told of the source, in ffmpeg's words.
   Arguments same = {Bundle::main().toolPath("ffmpeg"), "-loglevel", "error"};
   const Arguments options = inputOptions(plan.row.source);
@@ -235,7 +222,7 @@ Arguments measuringCommandOf(const JobPlan& plan, Clock clock) {
     if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)
       same.insert(same.end(), {"-map", "0:" + *stream});
   same.emplace_back("output");
-  return measuringCommand(same, clock);
+  return measuringCommand(same);
 }
 
 std::string reasonOf(const MovieVerdict& verdict) {

@@ -25,8 +25,7 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
                                 std::size_t damagedPictures, std::size_t damagedSound);
 
 // How many pictures the movie has too few, where each of a steady source makes one, or each makes
-// two, or two make one. That is so where parts of a stream overlap when they are put behind each
-// other, for pictures and sound of a part do not end together.
+// two, or two make one.
 std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
                          const MovieIndex& movie);
 
@@ -40,12 +39,6 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 // they are lost, or were never recorded, or the pictures of a healthy source come irregularly.
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure);
 
-// Whether what looks like a hole in the source may be the joint of two recordings that begin anew:
-// packets come late there, so that a clock that is set back looks like one that leaps forward.
-bool maybeJoined(const JobPlan& plan, const SourceMeasure& measure);
-// Whether the clock of the source was set back, by packets with the times of the source.
-bool isJoined(const SourceMeasure& byOwnClock);
-
 // Whether the movie is made of less than so many seconds of the source.
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie);
 
@@ -54,7 +47,7 @@ bool isShortOfPromise(const JobPlan& plan, const MovieIndex& movie);
 
 // The command that lists the packets of the streams that the job converts (PacketMeter); empty
 // when the job is not known to read one source.
-Arguments measuringCommandOf(const JobPlan& plan, Clock clock);
+Arguments measuringCommandOf(const JobPlan& plan);
 
 // Why the movie is not right, in the user's language.
 std::string reasonOf(const MovieVerdict& verdict);

@@ -29,10 +29,6 @@ std::string_view secondOf(const std::string& recorded) {
   return std::string_view(recorded).substr(0, length);
 }
 
-double lengthOf(const Source& source) {
-  return source.seconds.value_or(source.duration.value_or(0));
-}
-
 template <class Before, class Known>
 void sortRows(std::vector<int>& rows, const Before& isBefore, const Known& isKnown) {
   std::stable_sort(rows.begin(), rows.end(), [&](int one, int other) {

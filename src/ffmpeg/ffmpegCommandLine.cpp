@@ -128,7 +128,8 @@ std::vector<FfmpegOptionGroup> parseFfmpegArguments(const std::vector<std::strin
       option.value = arguments[++index];
     group.options.push_back(std::move(option));
   }
-  if (!group.options.empty())
+  group.fileAfterDashes = afterDashes;
+  if (!group.options.empty() || afterDashes)
     groups.push_back(std::move(group));
   return groups;
 }

@@ -25,7 +25,7 @@ struct FfmpegOptionGroup {
   Kind kind = Kind::trailing;
   std::vector<FfmpegOption> options;
   std::string file;              // empty when trailing
-  bool fileAfterDashes = false;  // an output written as "--" "-name"
+  bool fileAfterDashes = false;  // an output written as "--" "-name", or "--" at the end
 
   // The last option of one of these full names, which is the one that counts; null when there is
   // none. The pointer is good until the options change.

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 #include "ffmpeg/ffmpegCommandLine.h"
 
@@ -172,7 +173,8 @@ void translateAsync(std::vector<FfmpegOptionGroup>& groups, FfmpegVersion versio
     return;
   const bool hasAsync = !version.isAtLeast(firstWithoutAsync);
   for (FfmpegOptionGroup& group : groups) {
-    if (hasAsync && value != "0" && group.last({"async"})) {
+    // Behind the last file an option may lack its value, and would take what is added for that.
+    if (hasAsync && value != "0" && group.last({"async"}) && group.kind != Kind::trailing) {
       removeOptions(group, "async");
       group.options.push_back({"async", "1"});
       group.options.push_back({"adrift_threshold", leastDrift});
@@ -327,6 +329,19 @@ std::optional<FfmpegVersion> versionOfRelease(std::string_view text) {
 }
 
 }  // namespace
+
+std::optional<JoinedInput> joinedInput(const std::vector<std::string>& arguments) {
+  std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
+  const auto input = std::find_if(groups.begin(), groups.end(), [](const FfmpegOptionGroup& group) {
+    return group.kind == Kind::input && valueOf(group.last({"joined"})) == "1";
+  });
+  if (input == groups.end())
+    return std::nullopt;
+  JoinedInput joined{std::exchange(input->file, "pipe:0"), {}};
+  removeOptions(*input, "joined");
+  joined.arguments = ffmpegArguments(groups);
+  return joined;
+}
 
 FfmpegVersion ffmpegVersionFromText(std::string_view text) {
   constexpr std::string_view library = "libavcodec ";

@@ -4,11 +4,25 @@
 // one place that knows what became of it from ffmpeg 3.1 to 7. Pure functions.
 #pragma once
 
+#include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tessarin {
+
+// What may stand before an input, and is none of ffmpeg's options: the tool joinclips, which closes
+// the joints of recordings that were put behind each other, reads the input, and ffmpeg what comes
+// of it.
+inline constexpr std::array<const char*, 2> readingJoined = {"-joined", "1"};
+
+struct JoinedInput {
+  std::string file;
+  std::vector<std::string> arguments;  // with standard input in its place
+};
+// Nothing when there is no such input.
+std::optional<JoinedInput> joinedInput(const std::vector<std::string>& arguments);
 
 // An ffmpeg, told by the version of its libavcodec: that counts on between releases, and every
 // build says it, also those without a release number.

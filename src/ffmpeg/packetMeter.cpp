@@ -4,9 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <utility>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportNumbers.h"
 
 namespace tessarin {
 
@@ -48,7 +48,7 @@ std::int64_t hexadecimal(std::string_view text) {
 
 }  // namespace
 
-std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion, Clock clock) {
+std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion) {
   const auto input = std::find(conversion.begin(), conversion.end(), "-i");
   if (conversion.empty() || conversion.end() - input < 2)
     return {};
@@ -62,8 +62,6 @@ std::vector<std::string> measuringCommand(const std::vector<std::string>& conver
   if (const auto level = std::find(command.begin(), command.end(), "-loglevel");
       command.end() - level >= 2)
     *(level + 1) = "error";
-  if (clock == Clock::ofSource)
-    command.insert(command.begin() + 1, "-copyts");
   command.insert(command.end(), {"-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"});
   return command;
 }
@@ -124,6 +122,8 @@ void PacketMeter::addPacket(std::string_view line) {
   Stream& stream = found->second;
   const double start = static_cast<double>(shown) * stream.tick;
   const double end = start + static_cast<double>(duration) * stream.tick;
+  if (!isWithin(start, ReportRange::time) || !isWithin(end, ReportRange::time))
+    return;
   bytes_ += static_cast<std::uint64_t>(size);
   const double byteRate = end > start ? static_cast<double>(size) / (end - start) : 0;
   if (!stream.measured) {
@@ -138,8 +138,6 @@ void PacketMeter::addPacket(std::string_view line) {
   stream.latest = std::max(stream.latest, start);
   if (start < stream.latest - mostReordering)
     ++stream.measured->displaced;
-  if (decoded == std::exchange(stream.decoded, decoded))
-    ++stream.measured->standing;
   constexpr double shortestGap = 0.2;
   if (start > stream.measured->end + shortestGap)
     stream.measured->gaps += start - stream.measured->end;

@@ -130,14 +130,45 @@ void become(const std::string& program, std::vector<std::string> arguments) {
   ::execv(program.c_str(), pointers.data());
 }
 
+std::string besideUs(const char* name) {
+  const std::string own = programPath();
+  const std::string tool = own.substr(0, own.rfind('/') + 1) + name;
+  return !own.empty() && isProgram(tool) ? tool : std::string();
+}
+
+// Puts the tool that joins recordings before our standard input, in our process group, so that who
+// pauses or ends us does the same with it; should we end alone, so does it, as nobody reads it any
+// more. False, with errno, when it cannot be run.
+bool readJoined(const std::string& file) {
+  std::string tool = besideUs("joinclips");
+  int ends[2] = {-1, -1};
+  if (tool.empty()) {
+    errno = ENOENT;
+    return false;
+  }
+  if (::pipe2(ends, O_CLOEXEC) != 0)
+    return false;
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  std::string dashes = "--";
+  std::string path = file;
+  char* arguments[] = {tool.data(), dashes.data(), path.data(), nullptr};
+  pid_t child = -1;
+  const int failure = ::posix_spawn(&child, tool.c_str(), &actions, nullptr, arguments, environ);
+  ::posix_spawn_file_actions_destroy(&actions);
+  ::close(ends[1]);
+  errno = failure;
+  return failure == 0 && ::dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
+}
+
 // The export tool beside us; "" when there is none, or ffmpeg's own encoder is asked for.
 std::string proresTool() {
   const char* wanted = std::getenv(proresEncoderVariable);
   if (wanted != nullptr && std::string_view(wanted) == "ffmpeg")
     return {};
-  const std::string own = programPath();
-  const std::string tool = own.substr(0, own.rfind('/') + 1) + "movtool";
-  return !own.empty() && isProgram(tool) ? tool : std::string();
+  return besideUs("movtool");
 }
 
 }  // namespace
@@ -149,7 +180,7 @@ int main(int count, char** values) {
     return notFound;
   }
   const std::string& ffmpeg = found.value();
-  const std::vector<std::string> given(values + (count > 0 ? 1 : 0), values + count);
+  std::vector<std::string> given(values + (count > 0 ? 1 : 0), values + count);
   const FfmpegVersion version = ffmpegOptionsNeedVersion(given) ? versionOf(ffmpeg) : newestFfmpeg;
   if (const std::string missing = beyondFfmpeg(given, version); !missing.empty()) {
     say(missing);
@@ -159,6 +190,13 @@ int main(int count, char** values) {
     std::vector<std::string> arguments = given;
     arguments.insert(arguments.begin(), "--as-ffmpeg");
     become(tool, std::move(arguments));
+  }
+  if (auto joined = joinedInput(given)) {
+    if (!readJoined(joined->file)) {
+      say("the tool that joins recordings cannot be run: " + std::string(std::strerror(errno)));
+      return cannotBeRun;
+    }
+    given = std::move(joined->arguments);
   }
   become(ffmpeg, translateFfmpegOptions(given, version));
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));

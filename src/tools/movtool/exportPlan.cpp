@@ -9,7 +9,7 @@
 #include <numeric>
 
 #include "classShared/TextAdditions.h"
-#include "ffmpeg/packetMeter.h"
+#include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/proresCommand.h"
 #include "utils/numbers.h"
 
@@ -276,7 +276,7 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
   if (input.joined)
-    arguments.insert(arguments.end(), closingJumps.begin(), closingJumps.end());
+    arguments.insert(arguments.end(), readingJoined.begin(), readingJoined.end());
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
@@ -380,7 +380,8 @@ Placement placement(const SourceFacts& source, const ExportSettings& settings) {
   if (shown < frame)
     place.width = std::max(2, roundedTo(settings.width * shown / frame, 2));
   else
-    place.height = std::max(lineStep, roundedTo(settings.height * frame / shown, lineStep));
+    place.height = std::clamp(roundedTo(settings.height * frame / shown, lineStep),
+                              std::min(lineStep, settings.height), settings.height);
   place.left = (settings.width - place.width) / 4 * 2;
   place.top = (settings.height - place.height) / 2 / lineStep * lineStep;
   return place;
@@ -395,6 +396,8 @@ SourceFacts asExported(SourceFacts source, const ExportInput& input) {
     source.frameRate = rateTold(*input.rate, source.frameRate);
   if (input.soundStream)
     source.soundTracks = *input.soundStream >= 0 ? 1 : 0;
+  if (input.joined)
+    source.duration = *input.joined;
   if (!input.slow)
     return source;
   source.frameRate.denominator *= 2;

@@ -13,11 +13,12 @@ namespace tessarin::movtool {
 // What is read, and how. A movie of our own needs no more than its path.
 struct ExportInput {
   std::string path;
-  std::string format;                // that ffmpeg has to be told; empty: it finds out
-  std::string probeSize;             // bytes, and microseconds, in which ffmpeg is to look for the
-  std::string analyzeDuration;       // streams' parameters; likewise
-  std::string soundDecoder;          // likewise
-  bool joined = false;               // of parts with clocks of their own, whose jumps are closed
+  std::string format;           // that ffmpeg has to be told; empty: it finds out
+  std::string probeSize;        // bytes, and microseconds, in which ffmpeg is to look for the
+  std::string analyzeDuration;  // streams' parameters; likewise
+  std::string soundDecoder;     // likewise
+  // Seconds of all, where recordings were put behind each other that have to be joined.
+  std::optional<double> joined;
   std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
   std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
   std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures

@@ -30,7 +30,10 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
       ->check(CLI::PositiveNumber);
   options.add_option("--analyzeduration", job.input.analyzeDuration, "microseconds, likewise")
       ->check(CLI::PositiveNumber);
-  options.add_flag("--joined", job.input.joined, "close every jump of the input's clock");
+  options
+      .add_option("--joined", job.input.joined,
+                  "seconds of all recordings of the input, to be joined by joinclips")
+      ->check(CLI::NonNegativeNumber);
   options
       .add_option("--fields", job.input.fields,
                   "order of its fields (tff, bff), or prog for none; else as it is flagged")

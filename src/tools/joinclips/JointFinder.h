@@ -1,0 +1,74 @@
+// Finds where a recording ends and another one begins in a transport stream.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "tools/joinclips/TransportPacket.h"
+
+namespace tessarin::joining {
+
+// Takes the packets in order, in parts. What comes after endsPart() belongs to another recording.
+class PartTarget {
+ public:
+  virtual void take(const TransportPacket& packet) = 0;
+  // The packets behind the last picture of the part come next, up to the end of the part.
+  virtual void picturesAreOver() = 0;
+  virtual void endsPart() = 0;
+
+ protected:
+  ~PartTarget() = default;
+};
+
+// The clock is that of the pictures: the times at which they are decoded, which never go back in a
+// recording. Where they do, another one begins; a single time that is off proves nothing, so two
+// in a row have to agree. Where they leap forward, as they do at a hole of a damaged recording,
+// too, another one begins only if it begins as files do: at the border of two of them, or with the
+// table of programmes, a whole unit of every stream and a picture that decoding can begin with.
+// The packets since the last picture are kept back meanwhile; what is first out of order among
+// them (a counter, a time of arrival, a clock, a file's border) is where the joint is.
+class JointFinder {
+ public:
+  explicit JointFinder(PartTarget& target) : target_(target) {}
+
+  void add(const TransportPacket& packet);
+  // Hands on what is kept back.
+  void finish();
+
+ private:
+  // What the packets up to a place say of the next ones.
+  struct State {
+    std::array<std::int8_t, 8192> counters{};  // plus one; 0: none yet
+    std::map<int, Time> orders;                // of units, by stream
+    std::map<int, Time> clocks;
+    std::uint32_t stamp = 0;
+    int steady = 0;  // stamps in a row that come soon behind each other
+  };
+
+  void addPicture(Time order, bool isExact);
+  bool follows(Time order, bool isExact, Time before) const;
+  bool isJoint() const;
+  bool hasOddity() const;
+  std::size_t firstOddity() const;
+  bool beginsLikeAFile(std::size_t place) const;
+  void handOn();
+  void split();
+  static bool isOdd(const TransportPacket& packet, const State& state);
+  static void pass(const TransportPacket& packet, State& state);
+
+  PartTarget& target_;
+  int pictures_ = -1;  // the stream that is the clock
+  std::optional<Time> last_;
+  bool isExact_ = false;  // it has times of its own for decoding
+  int inOrder_ = 0;       // pictures since it went back within a part
+  // The time of a picture that does not follow, and where it is.
+  std::optional<Time> candidate_;
+  std::size_t candidatePlace_ = 0;
+  std::vector<TransportPacket> kept_;
+  State state_;  // before those that are kept back
+};
+
+}  // namespace tessarin::joining

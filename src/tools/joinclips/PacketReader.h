@@ -1,0 +1,39 @@
+// Reads the packets of a transport stream out of a file.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "classShared/Outcome.h"
+#include "platform/Descriptor.h"
+#include "tools/joinclips/TransportPacket.h"
+
+namespace tessarin::joining {
+
+// Packets of 188 bytes, or of 192 as camcorders write them. Bytes between them that are none are
+// passed over.
+class PacketReader {
+ public:
+  static Outcome<PacketReader> open(const std::string& path);
+
+  std::size_t packetSize() const { return step_; }
+  // Nothing at the end. Fails when the file cannot be read any further.
+  Outcome<std::optional<TransportPacket>> next();
+
+ private:
+  explicit PacketReader(Descriptor file) : file_(std::move(file)) {}
+  Outcome<bool> fill();
+  bool isPacket(std::size_t at, std::size_t following) const;
+  std::size_t left() const { return buffer_.size() - at_; }
+
+  Descriptor file_;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t at_ = 0;
+  std::uint64_t read_ = 0;  // bytes of the file
+  std::size_t step_ = 0;
+  bool isOver_ = false;
+};
+
+}  // namespace tessarin::joining
