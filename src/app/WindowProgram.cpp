@@ -303,6 +303,7 @@ void WindowProgram::changeTheLanguage() {
   preferences_.prefWrite(languageKey, code);
   useLanguage(code);
   app_.interface.batchReport.setText("");
+  app_.interface.setTarget(app_.interface.target);
   translateQt();
   updates_.changed.emit();  // its texts, too
   const QByteArray place = window_->saveGeometry();

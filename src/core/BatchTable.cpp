@@ -198,9 +198,10 @@ ChoiceCell BatchTable::outCell(int row) const {
   debugFormat("isProresAllowed     :-{}", smile(allowed[outProres]));
   ChoiceCell cell;
   for (const Target target : allTargets) {
-    const bool isAllowed = allowed[target];
+    const auto place = static_cast<std::size_t>(target);
+    const bool isAllowed = allowed[place];
     cell.segments.push_back(
-        {fmt::format("{}{}_min", targetTable[target].icon, isAllowed ? "" : "No"), isAllowed});
+        {fmt::format("{}{}_min", targetTable[place].icon, isAllowed ? "" : "No"), isAllowed});
   }
   cell.selected = validTarget(entry);
   return cell;
@@ -217,9 +218,10 @@ ChoiceCell BatchTable::speedCell(int row) const {
   debugFormat("isSlowAllowed       :-{}", smile(allowed[speedSlow]));
   ChoiceCell cell;
   for (const Speed speed : allSpeeds) {
-    const bool isAllowed = allowed[speed];
+    const auto place = static_cast<std::size_t>(speed);
+    const bool isAllowed = allowed[place];
     cell.segments.push_back(
-        {fmt::format("{}{}{}_min", speedTable[speed].icon, isP ? "" : "i", isAllowed ? "" : "No"),
+        {fmt::format("{}{}{}_min", speedTable[place].icon, isP ? "" : "i", isAllowed ? "" : "No"),
          isAllowed});
   }
   cell.selected = entry.choice.speed;
@@ -232,7 +234,8 @@ std::string BatchTable::possibleWith(int row, const std::optional<Choice>& choic
   const double fps = source(row).pictures.rate.value_or(0);
   std::string words = presetSizeName(choice->sizeOut, fps);
   if (choice->speed != this->row(row).choice.speed)
-    words += ", " + localisationString(speedTable[choice->speed].title, "Localizable");
+    words += ", " + localisationString(speedTable[static_cast<std::size_t>(choice->speed)].title,
+                                       "Localizable");
   return localisationString("D_possibleWith", "", words);
 }
 

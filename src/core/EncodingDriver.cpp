@@ -94,8 +94,12 @@ void EncodingDriver::offerFolder(const FolderRefusal& refusal) {
 }
 
 void EncodingDriver::begin(const std::vector<int>& rows) {
-  for (const int row : rows)
+  notBegun_.clear();
+  for (const int row : rows) {
+    const Row& entry = table_.row(row);
+    notBegun_.insert_or_assign(entry.path(), Before{entry.mark, entry.choice});
     table_.mark(row, RowMark::waiting);
+  }
   interface_.batchGoBt.setEnabled(false);
   interface_.batchGoBt.setState(1);
   interface_.batchReport.setText("");
@@ -106,7 +110,7 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   batchTroubles_ = {};
   isWaitingCounted_ = false;
   meter_.start();
-  outputNames_.clear();
+  outputNames_ = reserved_;
   removeLeftJobFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
@@ -350,6 +354,7 @@ void EncodingDriver::startRow(int row) {
   const Row& entry = table_.row(row);
   last_ = entry.path();
   begun_.insert(last_);
+  notBegun_.erase(last_);
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
@@ -418,8 +423,18 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
   goOn();
 }
 
+// A movie that was to be made once more, and was not begun, is as good as before.
+void EncodingDriver::putMarksBack() {
+  for (const auto& [source, before] : std::exchange(notBegun_, {}))
+    if (const int row = table_.rowOfSource(source); row >= 0 &&
+                                                    table_.row(row).mark == RowMark::waiting &&
+                                                    table_.row(row).choice == before.choice)
+      table_.mark(row, before.mark);
+}
+
 void EncodingDriver::endOfBatch() {
   logLine("enc ended           :-)");
+  putMarksBack();
   if (stopAsked_ && verboseLevel(1))
     logLine(":-( [stopIntId intValue]==1 !!!");
   if (const bool isStopShown = !interface_.encoding.stopBt.isHidden();

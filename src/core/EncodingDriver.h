@@ -3,6 +3,7 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -56,6 +57,8 @@ class EncodingDriver final : private ConversionJob::Host {
   // meanwhile too, and leaves the others alone. When there are none it says so, and the batch has
   // ended.
   void iba_batchGoBt();
+  // Movies of others, and their sources: no row is given such a name from the next start on.
+  void reserve(OutputNames names) { reserved_ = std::move(names); }
   // Works on these rows only, those that are finished too.
   void convertRows(const std::vector<int>& rows);
   // Pauses, resumes or stops all jobs, by the selected segment of the stop control. While they are
@@ -86,6 +89,12 @@ class EncodingDriver final : private ConversionJob::Host {
     std::function<void(bool)> answered;
   };
 
+  // A row as it was when the batch began.
+  struct Before {
+    RowMark mark;
+    Choice choice;
+  };
+
   bool mayBegin();
   void offerFolder(const FolderRefusal& refusal);
   void begin(const std::vector<int>& rows);
@@ -101,6 +110,7 @@ class EncodingDriver final : private ConversionJob::Host {
   void startRow(int row);
   void askForFolder(const std::string& folder);
   void leaveOut(const std::vector<int>& rows);
+  void putMarksBack();
   void endOfBatch();
   void tellOfEnd();
   void showInHand();
@@ -115,6 +125,7 @@ class EncodingDriver final : private ConversionJob::Host {
   bool isShown(const ConversionJob& job) const;
   InHand& entryOf(const ConversionJob& job);
   bool hasTool() const;
+  void showAction(const std::string& action);
   void showTool();
   void showTool(const ToolProgress& tool);
   static BatchMeter::InHand measured(const InHand& entry);
@@ -138,10 +149,12 @@ class EncodingDriver final : private ConversionJob::Host {
   Interface& interface_;
   BatchTable& table_;
   StateMirror mirror_;
+  OutputNames reserved_;
   OutputNames outputNames_;
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
   std::set<std::string> begun_;                // the sources of this batch that were
+  std::map<std::string, Before> notBegun_;     // and those that were not, yet
   std::string last_;                           // of them the last; "" before the first
   bool stopAsked_ = false;                     // encStopInt
   bool wasStopped_ = false;

@@ -140,8 +140,16 @@ void EncodingDriver::showTool() {
   const InHand* entry = shown();
   if (!entry)
     return;
-  interface_.encoding.action.setText(entry->action);
+  showAction(entry->action);
   showTool(entry->tool);
+}
+
+// What comes about on the way into a pause is not what is to be read during it.
+void EncodingDriver::showAction(const std::string& action) {
+  if (isPaused_)
+    actionBeforePause_ = action;
+  else
+    interface_.encoding.action.setText(action);
 }
 
 void EncodingDriver::showTool(const ToolProgress& tool) {
@@ -216,7 +224,7 @@ void EncodingDriver::tellProgress() {
 void EncodingDriver::ended(const ConversionJob& job, const JobEnd& end) {
   debugFormat("RESET GUI…");
   meter_.end(measured(entryOf(job)), end.kind == JobEnd::Kind::converted ? 1 : job.fraction());
-  interface_.encoding.action.setText("");
+  showAction("");
   const bool isGood = end.kind == JobEnd::Kind::converted ||
                       (end.kind == JobEnd::Kind::kept && mayHoldMovie(end.output));
   if (const int row = table_.rowOfSource(end.source); table_.has(row)) {

@@ -1,6 +1,8 @@
 #include "core/Interface.h"
 
 #include "encoding/sizes.h"
+#include "encoding/targets.h"
+#include "prefs/utilsAlert.h"
 
 namespace tessarin {
 
@@ -56,6 +58,14 @@ Interface::Interface()
   encoding.stopBt.setSegments({{"", "btPause", true}, {"", "btStop", true}});
   encoding.stopBt.setHidden(true);
   batchGoBt.setEnabled(false);
+}
+
+void Interface::setTarget(std::optional<Target> wanted) {
+  target = wanted;
+  const TargetRow* row = wanted ? targetRow(*wanted) : nullptr;
+  const bool isUsual = row && editingSoft.selected() >= 0 &&
+                       applicationTable[editingSoft.selected()].firstTarget == *wanted;
+  targetNote.setText(row && !isUsual ? localisationString("D_targetNote", "", row->title) : "");
 }
 
 }  // namespace tessarin

@@ -53,8 +53,11 @@ struct Interface {
     return easy.selected() == 1 ? speedKeep : static_cast<Speed>(speed.selected());
   }
 
+  void setTarget(std::optional<Target> wanted);
+
   // Choices for new rows.
   std::optional<Target> target;  // nothing: what the application begins with
+  TextField targetNote;          // says so where it is another one; only changed by setTarget
   SegmentedControl editingSoft;  // the segments of applicationTable
   PopUpButton sizeOut;           // the rows of presetSizesList; 0 and 1 are the automatic ones
   SegmentedControl speed;        // 0 full, 1 half, 2 slow

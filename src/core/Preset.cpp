@@ -132,7 +132,7 @@ void choosePreset(const Preset& preset, Interface& interface, PreferenceStore& p
   }
   if (preset.keepsSurround)
     interface.surround.setChecked(*preset.keepsSurround);
-  interface.target = preset.target;
+  interface.setTarget(preset.target);
   if (!preset.flavour)
     return;
   preferences.prefWrite(PrefKey::prores, *preset.flavour);

@@ -52,13 +52,14 @@ class PresetFolder {
 
   // In the order of the alphabet.
   std::vector<std::string> names() const;
-  std::string fileOf(const std::string& name) const;
   // Fail with the reason, in the user's language. What is called so is replaced.
   Outcome<Preset> read(const std::string& name) const;
   Outcome<void> write(const std::string& name, const Preset& preset) const;
   Outcome<void> remove(const std::string& name) const;
 
  private:
+  std::string fileOf(const std::string& name) const;
+
   std::string path_;
 };
 

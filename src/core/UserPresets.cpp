@@ -16,7 +16,16 @@ bool UserPresets::isChosen(const std::string& name) const {
   const Preset chosen = chosenPreset(interface_, services_.preferences);
   Preset both = *preset;
   complete(both, chosen);
+  // Without a target it chooses that of the application.
   return both == chosen && preset->target == chosen.target;
+}
+
+std::string UserPresets::chosen() const {
+  auto candidates = names();
+  candidates.insert(candidates.begin(), last_);
+  const auto found = std::find_if(candidates.begin(), candidates.end(),
+                                  [this](const std::string& name) { return isChosen(name); });
+  return found == candidates.end() ? "" : *found;
 }
 
 void UserPresets::choose(const std::string& name) {
@@ -26,6 +35,7 @@ void UserPresets::choose(const std::string& name) {
     return;
   }
   choosePreset(*preset, interface_, services_.preferences);
+  last_ = name;
 }
 
 void UserPresets::save(const std::string& name) {
@@ -48,6 +58,8 @@ void UserPresets::write(const std::string& name) {
   const Preset chosen = chosenPreset(interface_, services_.preferences);
   if (const auto written = PresetFolder::ofUser().write(name, chosen); !written)
     tell(name, written.reason());
+  else
+    last_ = name;
 }
 
 void UserPresets::remove(const std::string& name) {

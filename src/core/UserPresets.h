@@ -16,8 +16,9 @@ class UserPresets {
   UserPresets(CoreServices& services, Interface& interface);
 
   std::vector<std::string> names() const { return PresetFolder::ofUser().names(); }
-  // Whether the preset, by its file, is what is chosen for new rows.
-  bool isChosen(const std::string& name) const;
+  // The preset that by its file is what is chosen for new rows, "" for none; of several the one
+  // that was chosen or saved last.
+  std::string chosen() const;
 
   // What cannot be done is told.
   void choose(const std::string& name);
@@ -26,11 +27,13 @@ class UserPresets {
   void remove(const std::string& name);
 
  private:
+  bool isChosen(const std::string& name) const;
   void write(const std::string& name);
   void tell(const std::string& name, const std::string& reason);
 
   CoreServices& services_;
   Interface& interface_;
+  std::string last_;
 };
 
 }  // namespace tessarin

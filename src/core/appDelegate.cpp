@@ -109,7 +109,7 @@ appDelegate::appDelegate(CoreServices services)
       interface.batchGoBt.setEnabled(false);
   });
   // A preset's target goes with the application that it was chosen for.
-  interface.editingSoft.changed.connect([this] { interface.target.reset(); });
+  interface.editingSoft.changed.connect([this] { interface.setTarget({}); });
   interface.easy.changed.connect(
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);
@@ -211,10 +211,8 @@ void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   applyIndex(interface.checkMatrix, stored, PrefKey::checkMatrix, interface.checkMatrix.count());
   applyIndex(interface.speed, stored, PrefKey::speed, interface.speed.count());
   applyIndex(interface.editingSoft, stored, PrefKey::editingSoft, interface.editingSoft.count());
-  interface.target.reset();
-  if (const auto target = static_cast<Target>(stored.integer(PrefKey::target).value_or(outNone));
-      targetRow(target))
-    interface.target = target;
+  const auto target = static_cast<Target>(stored.integer(PrefKey::target).value_or(outNone));
+  interface.setTarget(targetRow(target) ? std::optional(target) : std::nullopt);
   applyIndex(interface.sizeOut, stored, PrefKey::preset,
              static_cast<int>(interface.sizeOut.items().size()));
   applyIndex(interface.easy, stored, PrefKey::easy, interface.easy.count());

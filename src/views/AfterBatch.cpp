@@ -11,6 +11,7 @@
 
 #include "classShared/log.h"
 #include "prefs/utilsAlert.h"
+#include "views/desktop.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -48,7 +49,7 @@ void AfterBatch::set(Act act) {
 // "yes", or "challenge" where the system asks for a password, which nobody would be there to give.
 void AfterBatch::ask(const char* question, Act act) {
   auto* watcher =
-      new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(callOf(question)), this);
+      new QDBusPendingCallWatcher(callOn(QDBusConnection::systemBus(), callOf(question)), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, act] {
     const QDBusPendingReply<QString> reply = *watcher;
     watcher->deleteLater();
@@ -122,7 +123,7 @@ void AfterBatch::perform(Act act) {
   logFormat("after the batch     > {}", static_cast<int>(act));
   QDBusMessage call = callOf(act == Act::sleep ? "Suspend" : "PowerOff");
   call << false;  // no questions
-  auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call), this);
+  auto* watcher = new QDBusPendingCallWatcher(callOn(QDBusConnection::systemBus(), call), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
     const QDBusPendingReply<> reply = *watcher;
     watcher->deleteLater();

@@ -54,6 +54,7 @@ BatchDrawer::BatchDrawer(appDelegate& app, const WindowActions& actions, QWidget
   table_->setMinimumHeight(150);
   table_->setObjectName("batch");
   splitter_->setChildrenCollapsible(false);
+  splitter_->setHandleWidth(12);
   splitter_->addWidget(table_);
   splitter_->addWidget(preview_);
   splitter_->setStretchFactor(0, 1);
@@ -95,7 +96,12 @@ QWidget* BatchDrawer::newRunBar() {
   bindTo(wheel, encoding.wheel);
   auto* stop = new SegmentedBar(SegmentedBar::Kind::buttons, {QString(), QString()});
   stop->setObjectName("stop");
-  bindTo(stop, encoding.stopBt, [this] { app_.iba_taskStopBt(); });
+  bindTo(stop, encoding.stopBt, [this, &encoding] {
+    // It goes with the batch, and the keys would go to the field for drops.
+    if (encoding.stopBt.selected() == stopSegment)
+      table_->setFocus();
+    app_.iba_taskStopBt();
+  });
 
   row->addWidget(start);
   row->addWidget(newCourse(), 1);

@@ -97,6 +97,7 @@ void BatchTableModel::changed(int row) {
   look(row).out.reset();
   look(row).speed.reset();
   look(row).caption.clear();
+  look(row).size.clear();
   Q_EMIT dataChanged(index(row, 0), index(row, batchColumnCount - 1));
 }
 
@@ -198,7 +199,6 @@ QMimeData* BatchTableModel::mimeData(const QModelIndexList& indexes) const {
 }
 
 QString BatchTableModel::text(int row, int column) const {
-  const Row& entry = table_.row(row);
   switch (column) {
     case orderColumn:
       return QString::number(row + 1);
@@ -207,13 +207,29 @@ QString BatchTableModel::text(int row, int column) const {
     case outColumn:
     case speedColumn:
       return segmentTitles(column).value(choiceCell(index(row, column)).selected);
-    case sizeColumn: {
-      const SizeRow* size = sizeRow(entry.choice.sizeOut);
-      return size ? sizeTitle({size->label, "", ""}).text : QString();
-    }
+    case sizeColumn:
+      return sizeText(row);
     default:
       return {};
   }
+}
+
+// The size that was chosen, or that the movie has all the same: ProRes keeps standard definition.
+QString BatchTableModel::sizeText(int row) const {
+  QString& shown = look(row).size;
+  if (!shown.isEmpty())
+    return shown;
+  if (const SizeRow* size = sizeRow(table_.row(row).choice.sizeOut))
+    shown = sizeTitle({size->label, "", ""}).text;
+  const auto movie = table_.forecast(row);
+  if (!movie || movie->width == 0)
+    return shown;
+  const QString own = QStringLiteral("%1×%2").arg(movie->width).arg(movie->height);
+  if (!shown.startsWith(own))
+    shown = QStringLiteral("%1 %2 (%3 fps)")
+                .arg(own, movie->isInterlaced ? QStringLiteral("i") : QStringLiteral("p"))
+                .arg(movie->rate, 0, 'g', 4);
+  return shown;
 }
 
 // The name, and what the clip is, a line each.

@@ -58,6 +58,7 @@ class BatchTableModel final : public QAbstractTableModel {
     std::optional<ChoiceCell> out;
     std::optional<ChoiceCell> speed;
     QString caption;
+    QString size;
     QString picturePath;
     QPixmap picture;
   };
@@ -69,6 +70,7 @@ class BatchTableModel final : public QAbstractTableModel {
   void showNumbersFrom(int row);
   QString text(int row, int column) const;
   QString caption(int row) const;
+  QString sizeText(int row) const;
   QString toolTip(int row, int column) const;
   QPixmap picture(int row) const;
   Look& look(int row) const { return looks_[static_cast<std::size_t>(row)]; }

@@ -6,6 +6,7 @@
 #include <QDBusPendingReply>
 #include <QGuiApplication>
 
+#include "views/desktop.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -31,7 +32,7 @@ void DesktopMessage::show(const std::string& summary, const std::string& body) {
   const QStringList actions{QStringLiteral("default"), QGuiApplication::applicationDisplayName()};
   call << QGuiApplication::applicationDisplayName() << id_ << QGuiApplication::desktopFileName()
        << qtText(summary) << qtText(body).toHtmlEscaped() << actions << hints << untilItsTime;
-  auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+  auto* watcher = new QDBusPendingCallWatcher(callOn(QDBusConnection::sessionBus(), call), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
     const QDBusPendingReply<uint> reply = *watcher;
     id_ = reply.isValid() ? reply.value() : 0;

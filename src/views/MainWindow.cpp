@@ -10,6 +10,7 @@
 #include <QHBoxLayout>
 #include <QMenuBar>
 #include <QPointer>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <filesystem>
@@ -136,6 +137,19 @@ void MainWindow::showDrawer(bool shown) {
   centralWidget()->layout()->activate();
   layout()->activate();
   resize(width(), closedHeight_ + (shown ? drawerHeight_ : 0));
+  stayOnScreen();
+}
+
+// What has grown beyond an edge moves back, as far as the desktop lets a window say where it is.
+void MainWindow::stayOnScreen() {
+  const QRect screen = this->screen()->availableGeometry();
+  const QRect frame = frameGeometry();
+  const QSize size = this->size() + frame.size() - geometry().size();
+  const QPoint place(
+      std::max(screen.left(), std::min(frame.left(), screen.right() - size.width())),
+      std::max(screen.top(), std::min(frame.top(), screen.bottom() - size.height())));
+  if (isVisible() && place != frame.topLeft() && screen.contains(frame.topLeft()))
+    move(place);
 }
 
 // What the open drawer takes of the window now, as the user has drawn it.
@@ -149,8 +163,10 @@ void MainWindow::showPreview(bool shown) {
   const bool mayResize = !isMaximized() && !isFullScreen() && !drawer_->isHidden();
   if (!shown && drawer_->previewWidth() > 0)
     previewWidth_ = drawer_->previewWidth();
-  if (shown && mayResize)
+  if (shown && mayResize) {
     resize(width() + previewWidth_, height());
+    stayOnScreen();
+  }
   drawer_->showPreview(shown ? previewWidth_ : 0);
   if (shown || !mayResize)
     return;

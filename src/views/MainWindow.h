@@ -52,6 +52,7 @@ class MainWindow final : public QMainWindow {
   void makeHelpMenu();
   void restorePlace();
   void showDrawer(bool shown);
+  void stayOnScreen();
   int grownBy() const;
   QString lastFolder() const;
   void showProgressInTitle();

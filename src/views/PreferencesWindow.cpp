@@ -33,6 +33,7 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, const std::function<void(
   auto* place = new QHBoxLayout;
   place->addWidget(destination, 1);
   auto* choose = new QPushButton("@@chooseFolder");
+  choose->setAutoDefault(false);  // Return behind a folder's name is no wish for another
   connect(choose, &QPushButton::clicked, this, chooseFolder);
   place->addWidget(choose);
   form->addRow("@@destination", place);

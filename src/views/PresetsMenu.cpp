@@ -24,10 +24,11 @@ PresetsMenu::PresetsMenu(UserPresets& presets, QWidget* parent)
 void PresetsMenu::fill() {
   clear();
   const auto names = presets_.names();
+  const std::string chosen = presets_.chosen();
   for (const std::string& name : names) {
     QAction* item = addAction(itemText(name), this, [this, name] { presets_.choose(name); });
     item->setCheckable(true);
-    item->setChecked(presets_.isChosen(name));
+    item->setChecked(name == chosen);
   }
   addSeparator();
   addAction(qtText(localisationString("D_presetSave")), this, [this] { askForName(); });

@@ -3,6 +3,8 @@
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
 
 #include "utils/files.h"
 #include "views/bindings.h"
@@ -38,7 +40,13 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
   soft->setObjectName("editingSoft");
   soft->setAccessibleName("@@editingSoft");
   bindTo(soft, interface.editingSoft, store);
-  form->addRow("@@editingSoft", soft);
+  auto* application = new QWidget;
+  auto* lines = new QVBoxLayout(application);
+  lines->setContentsMargins(0, 0, 0, 0);
+  lines->addWidget(soft);
+  lines->addWidget(newTargetNote());
+  application->setFocusProxy(soft);
+  form->addRow("@@editingSoft", application);
 
   auto* sizes = new QComboBox;
   sizes->setObjectName("sizeOut");
@@ -56,6 +64,21 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
 
   form->addRow("@@destination", newDestinationRow());
   giveRoom(this);
+}
+
+// What a preset has chosen and no other control shows.
+QWidget* SettingsView::newTargetNote() {
+  auto* note = new QLabel;
+  note->setObjectName("targetNote");
+  note->setWordWrap(true);
+  TextField& said = app_.interface.targetNote;
+  const auto show = [note, &said] {
+    note->setText(qtText(said.text()));
+    note->setVisible(!said.text().empty());
+  };
+  follow(said, note, show);
+  show();
+  return note;
 }
 
 QWidget* SettingsView::newSpeedRow() {

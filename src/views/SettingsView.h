@@ -19,6 +19,7 @@ class SettingsView final : public QWidget {
   void chooseDestination();
 
  private:
+  QWidget* newTargetNote();
   QWidget* newSpeedRow();
   QWidget* newDestinationRow();
 

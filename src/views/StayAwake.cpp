@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "classShared/log.h"
+#include "views/desktop.h"
 #include "views/qtText.h"
 
 namespace tessarin {
@@ -20,7 +21,7 @@ void StayAwake::hold(const std::string& why) {
                                      "org.freedesktop.login1.Manager", "Inhibit");
   call << QStringLiteral("sleep:idle") << QGuiApplication::applicationDisplayName() << qtText(why)
        << QStringLiteral("block");
-  auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call), this);
+  auto* watcher = new QDBusPendingCallWatcher(callOn(QDBusConnection::systemBus(), call), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, asked = ++asked_] {
     const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
     watcher->deleteLater();

@@ -1,18 +1,23 @@
 #include "views/colourSchemes.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
 #include <QPixmapCache>
-#include <QStyle>
+#include <QProxyStyle>
+#include <QStyleOption>
 #include <algorithm>
 #include <cmath>
 #include <utility>
+
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
 namespace {
 
 constexpr double leastContrast = 4.5;
+constexpr int buttonMargin = 12;
 
 enum Scheme { desktopScheme, darkScheme, hudScheme };
 
@@ -96,6 +101,39 @@ QPalette readable(QPalette palette) {
   return palette;
 }
 
+// The style's own, with room around texts, targets that can be hit, and what is switched off or not
+// chosen yet to be seen on dark grounds, too.
+class ReadableStyle final : public QProxyStyle {
+ public:
+  using QProxyStyle::QProxyStyle;
+
+  QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                         const QWidget* widget) const override {
+    QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    if (type == CT_PushButton)
+      size = size.expandedTo(QSize(contents.width() + 2 * buttonMargin, leastTarget));
+    const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+    if (type == CT_MenuItem && item && item->menuItemType != QStyleOptionMenuItem::Separator)
+      size = size.expandedTo(QSize(0, leastTarget));
+    return size;
+  }
+
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* returned) const override {
+    return hint == SH_EtchDisabledText ? 0 : QProxyStyle::styleHint(hint, option, widget, returned);
+  }
+
+  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+    if (element != PE_IndicatorCheckBox)
+      return;
+    painter->setPen(option->palette.color(QPalette::Disabled, QPalette::WindowText));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+  }
+};
+
 void apply(int scheme) {
   // Other styles draw parts in colours of their own whatever the palette says.
   static const QString desktopStyle = QApplication::style()->objectName();
@@ -103,8 +141,9 @@ void apply(int scheme) {
   QApplication::setPalette(isDesktop ? QPalette() : paletteOf(scheme == hudScheme ? hud : dark));
   QApplication::setPalette(readable(QApplication::palette()));
   // After the colours: style sheets look them up when the style is set.
-  QApplication::setStyle(isDesktop ? desktopStyle : QStringLiteral("fusion"));
-}
+  QApplication::setStyle(new ReadableStyle(isDesktop ? desktopStyle : QStringLiteral("fusion")));
+  // The application owns it.
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
 }  // namespace
 

@@ -1,7 +1,5 @@
 #include "views/desktop.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QUrl>
@@ -22,6 +20,12 @@ QUrl urlOf(const std::string& path) {
 
 }  // namespace
 
+QDBusPendingCall callOn(const QDBusConnection& bus, const QDBusMessage& call) {
+  return bus.isConnected()
+             ? bus.asyncCall(call)
+             : QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, bus.name()));
+}
+
 void revealInFileBrowser(const std::string& path) {
   const QUrl url = urlOf(path);
   // The freedesktop.org interface that file browsers share.
@@ -32,7 +36,7 @@ void revealInFileBrowser(const std::string& path) {
       QStringLiteral("org.freedesktop.FileManager1"),
       isFolder ? QStringLiteral("ShowFolders") : QStringLiteral("ShowItems"));
   call << QStringList{QString::fromLatin1(url.toEncoded())} << QString();
-  auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
+  auto* watcher = new QDBusPendingCallWatcher(callOn(QDBusConnection::sessionBus(), call));
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, url, isFolder] {
     // Without such a file browser: whatever opens folders.
     if (watcher->isError())

@@ -1,9 +1,16 @@
 // What the desktop does for the program.
 #pragma once
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <string>
 
 namespace tessarin {
+
+// Asks somebody on the bus. Without a bus the answer is an error, as it is without that somebody;
+// Qt by itself would never give one.
+QDBusPendingCall callOn(const QDBusConnection& bus, const QDBusMessage& call);
 
 // Shows a file, selected in its folder, or the content of a folder in the desktop's file browser.
 // Nothing is waited for.

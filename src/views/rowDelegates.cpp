@@ -30,6 +30,12 @@ void paintEmptyCell(QPainter* painter, QStyleOptionViewItem option) {
   option.features &= ~(QStyleOptionViewItem::HasDisplay | QStyleOptionViewItem::HasDecoration);
   const QStyle* style = option.widget ? option.widget->style() : QApplication::style();
   style->drawControl(QStyle::CE_ItemViewItem, &option, painter, option.widget);
+  if (!option.state.testFlag(QStyle::State_HasFocus))
+    return;
+  // Where the keys are; the style's own mark can hardly be seen in a selected row.
+  const bool selected = option.state.testFlag(QStyle::State_Selected);
+  painter->setPen(option.palette.color(selected ? QPalette::HighlightedText : QPalette::Text));
+  painter->drawRect(option.rect.adjusted(1, 1, -2, -2));
 }
 
 bool isLeftRelease(QEvent* event) {
@@ -37,15 +43,28 @@ bool isLeftRelease(QEvent* event) {
          static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton;
 }
 
-// The name, what the clip is, and why there is no movie of it, each in a line of its own.
-QStringList linesOf(const QString& caption, const QString& reason) {
+// The text in two lines of this width; what the second has no room for is cut off later.
+QStringList inTwoLines(const QString& text, const QFontMetrics& metrics, int width) {
+  qsizetype end = 0;
+  for (qsizetype space = text.indexOf(QLatin1Char(' '));
+       space >= 0 && metrics.horizontalAdvance(text.left(space)) <= width;
+       space = text.indexOf(QLatin1Char(' '), space + 1))
+    end = space;
+  if (end == 0 || metrics.horizontalAdvance(text) <= width)
+    return {text};
+  return {text.left(end), text.mid(end + 1)};
+}
+
+// What a row says of its clip, in so many lines at the most: the name, what the clip is, and why
+// there is no movie of it.
+QStringList linesOf(const QString& caption, const QStringList& reason, qsizetype most) {
   QStringList lines = caption.split(QLatin1Char('\n'));
-  if (reason.isEmpty() || lines.isEmpty())
-    return lines;
+  if (lines.size() + reason.size() <= most)
+    return lines + reason;
   const QString name = lines.takeFirst();
   // What is cut off is at the end, and never the length, which is the last.
   std::reverse(lines.begin(), lines.end());
-  return {name, lines.join(QStringLiteral(", ")), reason};
+  return QStringList{name, lines.join(QStringLiteral(", "))} + reason;
 }
 
 QPoint positionOf(QEvent* event) {
@@ -96,10 +115,16 @@ void SourceDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
                            const QModelIndex& index) const {
   QStyleOptionViewItem cell = option;
   initStyleOption(&cell, index);
-  const QStringList lines = linesOf(index.data().toString(), index.data(reasonRole).toString());
+  const int spacing = cell.fontMetrics.lineSpacing();
+  const int most = cell.rect.height() / spacing;
+  const QString why = index.data(reasonRole).toString();
+  const QStringList reason =
+      why.isEmpty() || most < 4
+          ? why.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+          : inTwoLines(why, cell.fontMetrics, cell.rect.width() - 2 * textMargin);
+  const QStringList lines = linesOf(index.data().toString(), reason, most);
   paintEmptyCell(painter, cell);
   const bool selected = cell.state.testFlag(QStyle::State_Selected);
-  const int spacing = cell.fontMetrics.lineSpacing();
   QRect line(cell.rect.x() + textMargin,
              cell.rect.center().y() - static_cast<int>(lines.size()) * spacing / 2,
              cell.rect.width() - 2 * textMargin, spacing);

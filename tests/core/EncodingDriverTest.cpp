@@ -63,7 +63,9 @@ class EncodingDriverTest : public CoreFixture {
     for (const auto& entry : fs::directory_iterator(test::TestBundle::resourcePath()))
       if (entry.path().filename() != "tools")
         fs::create_symlink(entry.path(), own + "/" + entry.path().filename().string());
-    fs::create_symlink(test::TestBundle::resourcePath() + "/tools/ffmpeg", own + "/tools/ffmpeg");
+    for (const char* same : {"ffmpeg", "joinclips"})
+      fs::create_symlink(test::TestBundle::resourcePath() + "/tools/" + same,
+                         own + "/tools/" + same);
     const std::string tool = folder.write("resources/tools/movtool", "#!/bin/sh\n" + script);
     fs::permissions(tool, fs::perms::owner_all);
     return own;
@@ -214,6 +216,15 @@ TEST_F(EncodingDriverTest, MoviesThatAreThereAreAskedAboutOnceBeforeAnythingIsMa
   EXPECT_EQ(question().message,
             localisationString("D_clash", "", "2", folder.file("movies/Tessarin")));
   EXPECT_EQ(question().informative, "1.mov\n2.mov");
+
+  // A row that was finished, and was to be converted again, still is.
+  app.table().mark(2, RowMark::success);
+  alerts.shown.clear();
+  alerts.answers = {{stopBatchAnswer, false}};
+  app.driver().convertRows({0, 2});
+  serve();
+  EXPECT_EQ(mark(2), RowMark::success);
+  app.table().mark(2, RowMark::waiting);
 
   // What comes to a name later is no part of the answer.
   alerts.shown.clear();

@@ -35,11 +35,14 @@ class UserPresetsTest : public test::CoreFixture {
 TEST_F(UserPresetsTest, AreForTheNextClips) {
   UserPresets& presets = app.presets();
   choosePreset({0, outAic, 6, speedKeep, "apcs", std::nullopt}, app.interface, preferences);
+  presets.save("discs");
   presets.save("tapes");
-  EXPECT_TRUE(presets.isChosen("tapes"));
+  EXPECT_EQ(presets.chosen(), "tapes") << "one, though the other says the same";
+  EXPECT_THAT(app.interface.targetNote.text(), testing::HasSubstr("AIC"));
   app.interface.editingSoft.select(2);
   EXPECT_FALSE(app.interface.target) << "the target was that of a preset for another application";
-  EXPECT_FALSE(presets.isChosen("tapes"));
+  EXPECT_EQ(presets.chosen(), "");
+  EXPECT_EQ(app.interface.targetNote.text(), "");
   alerts.answers = {{1, false}};
   presets.save("tapes");
   ASSERT_EQ(alerts.shown.size(), 1u) << "nothing is replaced unasked";
@@ -48,9 +51,9 @@ TEST_F(UserPresetsTest, AreForTheNextClips) {
   EXPECT_EQ(preferences.text(PrefKey::prores), "apcs");
   // And at the next start.
   const Dico stored = app.prefs2GuiApp();
-  app.interface.target.reset();
+  app.interface.setTarget({});
   app.prefs2GuiApp(stored);
-  EXPECT_TRUE(presets.isChosen("tapes"));
+  EXPECT_EQ(presets.chosen(), "tapes");
 
   const std::string clip = folder.file("x.mov");
   ASSERT_TRUE(
