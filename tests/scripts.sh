@@ -54,12 +54,12 @@ expect "a step" 1 $'try: trying\nfrom the command\ntry: failed: trying (*/build/
 expect "a step that gives a reason" 1 $'try: trying\ntry: because\ntry: failed: trying (*' \
   'step a trying fail because'
 
-# All scripts have what does this.
+# All scripts have what does this; those that are installed, which have no checkout, a trap.
 mapfile -t scripts < <(find "$root" \( -path "$root/build" -o -path "$root/.git" \) -prune -o \
   -type f -exec grep -lE -m 1 '^#!/.*sh$' {} + | sort)
 [ ${#scripts[@]} -ge 10 ] || fail "the search for scripts finds only: ${scripts[*]}"
 for script in "${scripts[@]}"; do
-  grep -qE '^\. .*(scripts/(tell|setup)|/support)\.sh"?$' "$script" ||
+  grep -qE '^\. .*(scripts/(tell|setup)|/support)\.sh"?$|^trap .* ERR$' "$script" ||
     { echo "$script may end without a word: it does not source scripts/tell.sh" >&2; failed=1; }
 done
 exit $failed

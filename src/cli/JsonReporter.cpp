@@ -147,9 +147,33 @@ class JsonReporter final : public Reporter {
     tell({{"event", "batch"}, {"path", path}, {"rows", rows}});
   }
 
+  void rowState(std::int64_t number, const RowResult& result, bool isInHand) override {
+    Json event{{"event", "row"},
+               {"row", number},
+               {"state", wordOf(rowStateOf(result, isInHand))},
+               {"source", result.row.path()}};
+    const bool hasMovie = result.row.mark == RowMark::success && !isInHand;
+    if (hasMovie)
+      event["output"] = result.row.movie;
+    if (const std::string& reason = hasMovie ? result.damage : result.row.reason;
+        !reason.empty() && !isInHand)
+      event["reason"] = reason;
+    tell(event);
+  }
+
+  void batchState(const std::string& path, std::size_t rows, RowStateCount count) override {
+    Json event{{"event", "report"}, {"path", path}, {"rows", rows}};
+    for (int state = 0; state < static_cast<int>(std::size(stateWords)); ++state)
+      event[stateWords[state]] = count[static_cast<RowState>(state)];
+    tell(event);
+  }
+
   void note(const std::string& text) override { tell({{"event", "note"}, {"text", text}}); }
 
  private:
+  static constexpr const char* stateWords[] = {"waiting", "inHand", "converted", "kept", "failed"};
+  static const char* wordOf(RowState state) { return stateWords[static_cast<int>(state)]; }
+
   void tell(const Json& event) {
     // File names may hold bytes that are no UTF-8; JSON may not.
     print(event.dump(-1, ' ', false, Json::error_handler_t::replace));

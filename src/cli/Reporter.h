@@ -1,6 +1,8 @@
 // What the command line tells the user. One interface; plain text for people, JSON for programs.
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,9 +12,14 @@
 #include "classShared/Value.h"
 #include "core/EncodingDriver.h"
 #include "core/forecast.h"
+#include "core/rowResults.h"
 #include "encoding/commandBuilder.h"
 
 namespace tessarin::cli {
+
+enum class RowState { waiting, inHand, converted, kept, failed };
+using RowStateCount = std::map<RowState, std::size_t>;
+RowState rowStateOf(const RowResult& result, bool isInHand);
 
 class Reporter {
  public:
@@ -37,6 +44,9 @@ class Reporter {
   virtual void missing(const std::vector<std::string>& sources) = 0;
   // A batch of this many rows has been written to a file.
   virtual void batchWritten(const std::string& path, std::size_t rows) = 0;
+  // What became of a row of a batch file, by its number; whether a process converts it now.
+  virtual void rowState(std::int64_t number, const RowResult& result, bool isInHand) = 0;
+  virtual void batchState(const std::string& path, std::size_t rows, RowStateCount count) = 0;
   // Something that is no problem, in the user's language.
   virtual void note(const std::string& text) = 0;
 

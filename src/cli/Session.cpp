@@ -1,6 +1,8 @@
 #include "cli/Session.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
@@ -11,9 +13,10 @@
 #include "core/BatchFile.h"
 #include "core/exportCommands.h"
 #include "core/jobPlan.h"
+#include "core/joinedParts.h"
 #include "core/missingSources.h"
+#include "core/rowResults.h"
 #include "core/stepState.h"
-#include "encoding/outputName.h"
 #include "encoding/outputPreset.h"
 #include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
@@ -41,9 +44,11 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
       app_(std::move(services)) {
   // Results are in the batch file before the run counts as ended, and a job is stored as finished
   // before the user is told so.
-  app_.driver().batchEnded.connect([this] {
-    if (options_.batchFile)
-      writeBatch();
+  app_.driver().batchEnded.connect([this] { writeResults(); });
+  app_.driver().movieFinished.connect([this](const FinishedMovie& movie) {
+    if (options_.row)
+      tellWritten(RowResults(*options_.batchFile)
+                      .writeMovie(*options_.row, start_.batch->rows.front().row, movie));
   });
   if (options_.command == Command::convert || options_.command == Command::prepare)
     follow();
@@ -61,6 +66,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     reporter_.jobStarted(source, output);
   });
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
+    last_ = job;
     // What an explicit --overwrite keep kept is as the user wanted it. Of a damaged clip a movie
     // was made, but not of all of it.
     const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound && !job.hasMore;
@@ -131,6 +137,7 @@ void Session::resume() {
   recorder_->restore(std::exchange(start_.store, std::nullopt), *start_.batch);
   // What is said now is stronger than what is stored.
   applyOptions();
+  reserveNames();
   if (!start_.batch->waiting.empty())
     app_.queue().takeSources(start_.batch->waiting);
   else if (app_.table().count() > 0)
@@ -151,6 +158,7 @@ void Session::interrupt(Stop reason) {
   } else {
     const std::vector<std::string> rest = app_.queue().sourcesWithoutRow();
     app_.endTasks();
+    joints_.cancel();
     // Of the clip in hand; nothing to a reader that went away.
     if (!rest.empty() && !reporter_.isLost())
       problem(rest.front(), localisationString("analysisStopped", textTable));
@@ -219,7 +227,7 @@ void Session::analysisFinished() {
 
 void Session::begin() {
   if (options_.command == Command::plan) {
-    plan();
+    planFrom(0);
   } else if (options_.command == Command::prepare) {
     writeBatch();
     end();
@@ -231,12 +239,64 @@ void Session::begin() {
   }
 }
 
+// A row by itself has the name that it would have among all rows: whoever converts another one at
+// the same time gives it none of theirs.
+void Session::reserveNames() {
+  const std::string folder = outputFolder(app_.interface.destination.text());
+  OutputNames taken;
+  for (const Row& before : start_.turn.before)
+    if (before.mark == RowMark::success && !before.movie.empty())
+      taken[before.movie] = before.path();
+    else
+      outputPath(before.source, before.choice.target, folder, taken);
+  app_.driver().reserve(std::move(taken));
+}
+
+void Session::writeResults() {
+  if (options_.row)
+    writeRow();
+  else if (options_.batchFile)
+    writeBatch();
+}
+
+// A row that was stopped is left to whoever takes it next.
+void Session::writeRow() {
+  if (!last_ || last_->kind == JobEnd::Kind::stopped)
+    return;
+  RowResult result{start_.batch->rows.front().row};
+  const bool isFailure = last_->kind == JobEnd::Kind::failed;
+  result.row.mark = isFailure ? RowMark::failure : RowMark::success;
+  result.row.isKept = last_->kind == JobEnd::Kind::kept;
+  result.row.movie = isFailure ? "" : last_->output;
+  result.row.reason = isFailure ? last_->reason : "";
+  if (last_->kind == JobEnd::Kind::converted)
+    result.damage = last_->reason;
+  tellWritten(RowResults(*options_.batchFile).write(*options_.row, result));
+}
+
+void Session::tellWritten(const Outcome<void>& written) {
+  if (!written)
+    problem(*options_.batchFile, withoutName(written.reason(), *options_.batchFile));
+}
+
 // The rows as they are now.
 void Session::writeBatch() {
   StoredBatch batch;
   batch.settings = batchSettings(app_, services_.preferences, {});
-  for (int row = 0; row < app_.table().count(); ++row)
-    batch.rows.push_back({row + 1, app_.table().row(row)});
+  const BatchTable& table = app_.table();
+  const auto add = [&batch](Row row) {
+    batch.rows.push_back({std::ssize(batch.rows) + 1, std::move(row)});
+  };
+  // A clip that is away leaves the table, and not the file.
+  std::set<std::string> known;
+  for (const StoredRow& stored : start_.batch ? start_.batch->rows : std::vector<StoredRow>()) {
+    const int row = table.rowOfSource(stored.row.path());
+    add(table.has(row) ? table.row(row) : stored.row);
+    known.insert(stored.row.path());
+  }
+  for (int row = 0; row < table.count(); ++row)
+    if (!known.contains(table.sourcePath(row)))
+      add(table.row(row));
   const auto written = writeBatchFile(*options_.batchFile, batch);
   if (!written) {
     // Of a batch that was only to be written nothing is lost: the clips can be named again.
@@ -245,23 +305,39 @@ void Session::writeBatch() {
     problem(*options_.batchFile,
             isKept ? localisationString("resultsKept", textTable, reason) : reason);
   } else if (options_.command == Command::prepare) {
+    RowResults(*options_.batchFile).clear();
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());
   }
 }
 
-void Session::plan() {
-  const std::string folder = outputFolder(app_.interface.destination.text());
-  OutputNames taken;
-  for (int row = 0; row < app_.table().count(); ++row) {
+// The rows behind each other. What is in a transport stream is looked for before, as a conversion
+// does; one that cannot be read is planned as it is.
+void Session::planFrom(int row) {
+  for (; row < app_.table().count(); ++row) {
     const Row& entry = app_.table().row(row);
-    const std::string source = app_.table().sourcePath(row);
-    const std::string output =
-        outputPath(app_.table().source(row), entry.choice.target, folder, taken);
-    if (const auto refusal = planRow(entry, output))
-      problem(source, *refusal);
+    if (mayHoldParts(entry.source)) {
+      const auto started =
+          joints_.start(jointList(entry.path()), {}, [this, row](const ToolResult& result) {
+            Row looked = app_.table().row(row);
+            if (result.status == 0)
+              takeParts(looked.source, result.output);
+            plan(looked);
+            planFrom(row + 1);
+          });
+      if (started)
+        return;
+    }
+    plan(entry);
   }
   failed_ = failed_ || reporter_.isLost();
   end();
+}
+
+void Session::plan(const Row& row) {
+  const std::string output = outputPath(row.source, row.choice.target,
+                                        outputFolder(app_.interface.destination.text()), planned_);
+  if (const auto refusal = planRow(row, output))
+    problem(row.path(), *refusal);
 }
 
 std::optional<std::string> Session::planRow(const Row& row, const std::string& output) {

@@ -5,10 +5,13 @@
 #include <optional>
 #include <string>
 
+#include "cli/BatchTurn.h"
 #include "cli/Reporter.h"
 #include "cli/options.h"
 #include "core/BatchRecorder.h"
 #include "core/appDelegate.h"
+#include "encoding/outputName.h"
+#include "process/ToolRun.h"
 
 namespace tessarin::cli {
 
@@ -16,6 +19,7 @@ namespace tessarin::cli {
 struct RunStart {
   std::optional<BatchStore> store = {};   // the folder of an interrupted batch
   std::optional<StoredBatch> batch = {};  // its rows, or those of a batch file
+  BatchTurn turn = {};                    // what is held of that file
 };
 
 // Why a run is to stop.
@@ -51,8 +55,13 @@ class Session {
   bool hasTarget(int row);
   void analysisFinished();
   void begin();
-  void plan();
+  void planFrom(int row);
+  void plan(const Row& row);
+  void writeResults();
   void writeBatch();
+  void writeRow();
+  void tellWritten(const Outcome<void>& written);
+  void reserveNames();
   // Reports the plan for the row, or answers why its movie cannot be made.
   std::optional<std::string> planRow(const Row& row, const std::string& output);
   void showProgress();
@@ -63,6 +72,7 @@ class Session {
   CoreServices services_;
   Reporter& reporter_;
   RunStart start_;
+  std::optional<JobEnd> last_;
   bool failed_ = false;
   bool interrupted_ = false;
   bool isKept_ = false;  // of an interrupted run: it can be recovered
@@ -71,6 +81,8 @@ class Session {
   // Behind what its signals reach; the recorder follows it to its own end.
   appDelegate app_;
   std::optional<BatchRecorder> recorder_;  // of runs that make something
+  OutputNames planned_;                    // of a plan so far
+  ToolRun joints_{services_.loop};         // looks for them, for a plan
 };
 
 }  // namespace tessarin::cli

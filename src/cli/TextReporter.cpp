@@ -80,7 +80,7 @@ class TextReporter final : public Reporter {
       std::vector<std::string> quoted;
       for (const std::string& argument : command)
         quoted.push_back(shellQuoted(argument));
-      lines.push_back(joinTexts(quoted, " "));
+      lines.push_back(forTerminal(joinTexts(quoted, " ")));
     }
     const std::string text = joinTexts(lines, " &&\n ");
     print(lines.size() == 1 ? text : "(" + text + ")");
@@ -158,12 +158,48 @@ class TextReporter final : public Reporter {
     print(localisationString("batchWritten", textTable, printable(path), fmt::format("{}", rows)));
   }
 
+  void rowState(std::int64_t number, const RowResult& result, bool isInHand) override {
+    const Row& row = result.row;
+    std::string line = fmt::format("{:>5}  {}  {}", number, textOf(rowStateOf(result, isInHand)),
+                                   printable(row.path()));
+    if (row.mark == RowMark::success && !isInHand)
+      line += " -> " + printable(row.movie) +
+              (result.damage.empty() ? "" : fmt::format(" ({})", printable(result.damage)));
+    else if (!isInHand && !row.reason.empty())
+      line += ": " + printable(row.reason);
+    print(line);
+  }
+
+  void batchState(const std::string& path, std::size_t rows, RowStateCount count) override {
+    std::vector<std::string> parts;
+    for (const auto& [state, number] : count)
+      parts.push_back(fmt::format("{} {}", number, textOf(state)));
+    print(fmt::format("{}: {}", printable(path),
+                      localisationString("batchRows", textTable, fmt::format("{}", rows),
+                                         joinTexts(parts, ", "))));
+  }
+
   void note(const std::string& text) override {
     clearProgress();
     print(text);
   }
 
  private:
+  // A shell takes the bytes of a name as they are; a terminal would obey some of them.
+  std::string forTerminal(std::string line) {
+    std::string shown = printable(line);
+    if (shown == line || !isTerminal(standardOutput))
+      return line;
+    print("# " + localisationString("planOnlyShown", textTable));
+    return shown;
+  }
+
+  static std::string textOf(RowState state) {
+    static constexpr const char* keys[] = {"stateWaiting", "stateInHand", "stateConverted",
+                                           "stateKept", "stateFailed"};
+    return localisationString(keys[static_cast<int>(state)], textTable);
+  }
+
   void printRow(std::string_view duration, std::string_view picture, std::string_view codec,
                 std::string_view sound, std::string_view container, std::string_view clip) {
     print(fmt::format("{:>9}  {:<18}  {:<12}  {:<18}  {:<10}  {}", duration, picture, codec, sound,

@@ -20,7 +20,8 @@ struct RunEnd {
 using Runner = std::function<RunEnd(const Options&, RunStart)>;
 
 // Cleans up behind interrupted runs and says on standard error what was done and, unless this run
-// is there for them, how they can be finished. The result holds them.
+// is there for them, how they can be finished; one that was interrupted in the row of a batch file
+// that this run is about to convert is given up for it. The result holds them.
 InterruptedBatches meetInterruptedRuns(const Options& options);
 
 // Finishes them one after the other; the result is the exit status.

@@ -113,8 +113,8 @@ int run(const Options& options) {
   if (options.forget)
     return forgetRuns(std::move(interrupted), *reporter);
   auto start = startOfBatchFile(options, *reporter);
-  if (!start)
-    return someNot;
+  if (const Exit* exit = std::get_if<Exit>(&start))
+    return exit->status;
   const Dico choices = choicesOf(FileUserDomain(userDomainPath(), nullptr));
   if (!prepareTools(choices))
     return someNot;
@@ -126,7 +126,7 @@ int run(const Options& options) {
     status = recoverRuns(options, std::move(interrupted), *reporter, runner);
   } else {
     interrupted.stores.clear();  // for another process to recover
-    status = runner(options, std::move(*start)).status;
+    status = runner(options, std::move(std::get<RunStart>(start))).status;
   }
   return status;
 }

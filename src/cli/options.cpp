@@ -14,6 +14,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/appDelegate.h"
+#include "core/storedRow.h"
 #include "encoding/choiceWords.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -66,15 +67,15 @@ CLI::Option* addChoice(CLI::App& app, const std::string& flag, const Map& map, R
       ->take_last();
 }
 
-// A number from 1 to mostJobs.
-void addCount(CLI::App& app, const std::string& flag, std::optional<int>& result,
+// A number from 1 to `most`.
+void addCount(CLI::App& app, const std::string& flag, int most, std::optional<int>& result,
               const std::string& help) {
   app.add_option_function<std::string>(
          flag,
-         [&result, flag](const std::string& word) {
+         [&result, flag, most](const std::string& word) {
            const auto number = leadingInteger(word);
-           if (std::to_string(number) != word || number < 1 || number > mostJobs)
-             throw Mistake(flag, word, fmt::format("1..{}", mostJobs));
+           if (std::to_string(number) != word || number < 1 || number > most)
+             throw Mistake(flag, word, fmt::format("1..{}", most));
            result = static_cast<int>(number);
          },
          help)
@@ -146,11 +147,16 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
     if (options.command != Command::convert || !options.paths.empty())
       return localisationString("wrong_recoverClips", textTable);
     if (const auto option =
-            given(app, {"--batch", "--preset", "--for", "--format", "--prores", "--size", "--speed",
-                        "--surround", "--no-surround", "--destination"}))
+            given(app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
+                        "--size", "--speed", "--surround", "--no-surround", "--destination"}))
       return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
+  } else if (const auto single = given(app, {"--row", "--report"});
+             single && (!options.batchFile || !options.paths.empty())) {
+    return localisationString("wrong_needsBatch", textTable, *single);
+  } else if (options.row && options.report) {
+    return localisationString("wrong_excludes", textTable, "--row", "--report");
   } else if (options.batchFile && options.paths.empty()) {
     if (const auto option = given(app, {"--preset", "--for", "--format", "--size", "--speed",
                                         "--surround", "--no-surround"}))
@@ -224,7 +230,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
-  addCount(app, "--jobs", options.jobs, localisationString("help_jobs", textTable));
+  addCount(app, "--jobs", mostJobs, options.jobs, localisationString("help_jobs", textTable));
   std::vector<std::string> lists;
   app.add_option("--from", lists, localisationString("help_from", textTable))
       ->type_name("FILE")
@@ -232,6 +238,8 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   app.add_option("--batch", options.batchFile, localisationString("help_batch", textTable))
       ->type_name("FILE")
       ->take_last();
+  addCount(app, "--row", highestOrder, options.row, localisationString("help_row", textTable));
+  app.add_flag("--report", options.report, localisationString("help_report", textTable));
   app.add_flag("--recover", options.recover, localisationString("help_recover", textTable));
   app.add_flag("--forget", options.forget, localisationString("help_forget", textTable));
   app.add_flag("--json", options.json, localisationString("help_json", textTable));

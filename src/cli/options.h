@@ -24,6 +24,8 @@ struct Options {
   Preset choices;
   std::optional<std::string> destination;
   std::optional<std::string> batchFile;  // absolute; the rows are written to it or come from it
+  std::optional<int> row;                // of the batch file, from 1: that one alone is converted
+  bool report = false;                   // tell what became of the rows of the batch file
   bool recover = false;                  // finish interrupted runs; nothing else is named
   bool forget = false;                   // give them up
   Overwrite overwrite = Overwrite::ask;

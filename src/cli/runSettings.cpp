@@ -1,6 +1,7 @@
 #include "cli/runSettings.h"
 
 #include "analysis/sourceRecord.h"
+#include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin::cli {
@@ -10,6 +11,7 @@ namespace {
 constexpr std::string_view keyTarget = "target";
 constexpr std::string_view keyOverwrite = "overwrite";
 constexpr std::string_view keyBatchFile = "batchFile";
+constexpr std::string_view keyRow = "batchRow";
 constexpr std::string_view keyPrepares = "prepares";  // 1: the batch file is the aim
 
 }  // namespace
@@ -20,6 +22,8 @@ Dico storedOptions(const Options& options) {
     stored.set(keyTarget, *options.choices.target);
   if (options.batchFile)
     stored.set(keyBatchFile, *options.batchFile);
+  if (options.row)
+    stored.set(keyRow, *options.row);
   if (options.command == Command::prepare)
     stored.set(keyPrepares, 1);
   return stored;
@@ -30,6 +34,8 @@ Options optionsOfStored(const Dico& stored, const Options& given) {
   options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
   if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))
     options.batchFile = file;
+  if (const auto row = stored.integer(keyRow); row && *row >= 1 && *row <= highestOrder)
+    options.row = static_cast<int>(*row);
   if (const auto target = stored.integer(keyTarget); target && *target >= 0 && *target < outNone)
     options.choices.target = static_cast<Target>(*target);
   const auto overwrite = stored.integer(keyOverwrite).value_or(0);

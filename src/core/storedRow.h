@@ -35,7 +35,7 @@ inline constexpr std::string_view reason = "reason";          // text, why there
 inline constexpr std::size_t largestPicture = std::size_t{64} * 1024;
 
 // The highest order number of a row.
-inline constexpr std::int64_t highestOrder = 1'000'000'000;
+inline constexpr int highestOrder = 1'000'000'000;
 
 // All of a row.
 Dico recordOfRow(const Row& row);

@@ -59,10 +59,9 @@ void syncFileSystem(int descriptor) {
 }
 
 bool lockFile(int descriptor, Lock lock) {
-  const int operation = lock == Lock::shared  ? LOCK_SH
-                        : lock == Lock::alone ? LOCK_EX
-                                              : LOCK_EX | LOCK_NB;
-  return ::flock(descriptor, operation) == 0;
+  const bool isShared = lock == Lock::shared || lock == Lock::sharedAtOnce;
+  const bool waits = lock == Lock::shared || lock == Lock::alone;
+  return ::flock(descriptor, (isShared ? LOCK_SH : LOCK_EX) | (waits ? 0 : LOCK_NB)) == 0;
 }
 
 void unlockFile(int descriptor) {

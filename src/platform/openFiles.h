@@ -30,7 +30,8 @@ bool syncFile(int descriptor);
 void syncFileSystem(int descriptor);
 
 // A lock among all who ask for one, gone with the open file; false when it cannot be had.
-enum class Lock { shared, alone, aloneAtOnce };  // the last one does not wait
+// "AtOnce": without waiting for it; errno EWOULDBLOCK says that others have it.
+enum class Lock { shared, alone, sharedAtOnce, aloneAtOnce };
 bool lockFile(int descriptor, Lock lock);
 void unlockFile(int descriptor);
 

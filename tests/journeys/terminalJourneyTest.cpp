@@ -179,6 +179,13 @@ TEST_F(TerminalJourney, ProgressIsShownOnATerminalAndNowhereElse) {
   EXPECT_EQ(piped.err, "");
 }
 
+TEST_F(TerminalJourney, APlanCannotSteerTheTerminal) {
+  Session session = open({"plan", tinyClip("\x1b[2Jx.mts")});
+  EXPECT_EQ(session.end(), 0);
+  EXPECT_THAT(session.screen(), HasSubstr("# the next line is only to be looked at"));
+  EXPECT_THAT(session.screen(), Not(HasSubstr("\x1b")));
+}
+
 TEST_F(TerminalJourney, TheKeysOfTheTerminalStopAndInterrupt) {
   const std::string clip = tinyClip("x.mts", "0.4");
   useFfmpeg(
