@@ -1,23 +1,26 @@
 // Makes pictures of the window's main states for the documents. Works with the real tools on clips
 // that it makes itself; see scripts/screenshots.sh.
 //
-//   makeScreenshots FOLDER LANGUAGE-SCHEME...    writes FOLDER/LANGUAGE-SCHEME-STATE.png
+//   makeScreenshots [--all] FOLDER LANGUAGE-SCHEME...    writes FOLDER/LANGUAGE-SCHEME-STATE.png
 //
-// SCHEME: light, dark or hud. The first of them gets pictures of all states, the others of those
-// that show the most.
+// SCHEME: light, dark or hud. The first of them gets pictures of the documents' states, the others
+// of those that show the most; with --all each gets all that there are.
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
 #include <clocale>
 #include <cstdio>
+#include <filesystem>
 
 #include "analysis/codecInventory.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/RefusedSources.h"
 #include "core/batchSummary.h"
 #include "core/language.h"
 #include "prefs/utilsAlert.h"
@@ -60,12 +63,16 @@ class Screenshots {
   Screenshots(std::vector<std::string> paths, std::string prefix, const std::string& language,
               const std::string& scheme)
       : bundle_(language), prefix_(std::move(prefix)), paths_(std::move(paths)) {
+    // Movies of an earlier window would be asked about.
+    ::setenv("HOME", home_.path().c_str(), 1);
     translateQt();
     Dico stored;
     stored.set(PrefKey::alertEnd, 0);
     app_.prefs2GuiApp(stored);
     listLanguages(app_.interface.language, preferences_);
     app_.interface.colour.select(scheme == "hud" ? 2 : scheme == "dark" ? 1 : 0);
+    // As where no address was set.
+    app_.interface.updateCheck.setEnabled(false);
     followColourScheme(app_.interface.colour);
     window_ = std::make_unique<MainWindow>(
         app_, WindowActions{[this] { app_.iba_menuQuit([] {}); }, [](const std::string&) {},
@@ -73,35 +80,45 @@ class Screenshots {
     alerts_.setWindow(window_.get());
   }
 
-  void make(bool allStates) {
+  enum class States { most, documents, all };
+
+  void make(States states) {
+    const bool isForDocuments = states != States::most;
+    const bool isAll = states == States::all;
     window_->show();
     settle();
     take("empty", *window_);
     app_.draggedFiles(paths_);
     until([this] { return !app_.interface.analysisCaptionStr.text().empty(); });
-    if (allStates)
+    if (isForDocuments)
       take("analysis", *window_);
     until([this] { return app_.queue().isOpenPermitted(); });
     settle();
     take("batch", *window_);
-    if (allStates)
+    if (isForDocuments)
       takeSizes();
+    if (isAll)
+      takeChoices();
     app_.iba_batchGoBt();
     until([this] { return !app_.interface.encoding.left.text().empty(); });
     settle();
     take("converting", *window_);
-    if (allStates)
-      takeQuestion();
+    if (isForDocuments)
+      takeQuestion("quit", [this] { app_.iba_menuQuit([] {}); });
+    if (isAll)
+      takePause();
     app_.driver().stop();
     until([this] { return !app_.driver().isBatchRunning(); });
     settle();
-    if (allStates)
+    if (isForDocuments)
       take("stopped", *window_);
     takePreview();
+    if (isAll)
+      takeTroubles();
     window_->showPreferences();
     settle();
     takeDialog("preferences");
-    if (!allStates)
+    if (!isForDocuments)
       return;
     takeAssistant();
     window_->showLocalization();
@@ -170,13 +187,98 @@ class Screenshots {
     window_->showPreview(false);
     settle();
   }
-  void takeQuestion() {
-    app_.iba_menuQuit([] {});
-    settle();
-    takeDialog("quit");
+  void closeQuestions() {
     for (QMessageBox* box : window_->findChildren<QMessageBox*>())
       box->close();
     settle();
+  }
+  void takeQuestion(const std::string& state, const std::function<void()>& ask) {
+    ask();
+    until([this] { return dialog() != nullptr; });
+    settle();
+    takeDialog(state);
+    closeQuestions();
+  }
+  BatchView& table() { return *window_->findChild<BatchView*>("batch"); }
+
+  // Selected rows, menus, what a choice leaves grey, the preview before a conversion.
+  void takeChoices() {
+    table().setFocus();
+    table().selectRow(1);
+    table().setCurrentIndex(table().model()->index(1, outColumn));
+    settle();
+    take("selected", *window_);
+    for (QMenu* menu : window_->menuBar()->findChildren<QMenu*>()) {
+      menu->popup(window_->mapToGlobal(QPoint(20, 20)));
+      settle();
+      take("menu-" + menu->title().remove('&').remove(' ').toStdString(), *menu);
+      menu->close();
+    }
+    window_->showPreview(true);
+    until([this] { return !app_.preview().sourcePicture().empty(); });
+    settle();
+    take("preview-before", *window_);
+    window_->showPreview(false);
+    table().selectRow(2);
+    table().removeSelected();
+    settle();
+    take("removed", *window_);
+    table().undo();
+    takeQuestion("remove-all", [this] { table().removeAll(); });
+    table().clearSelection();
+    table().setCurrentIndex({});
+  }
+  void takePause() {
+    app_.interface.encoding.stopBt.select(pauseSegment);
+    app_.iba_taskStopBt();
+    settle();
+    take("paused", *window_);
+    app_.interface.encoding.stopBt.select(pauseSegment);
+    app_.iba_taskStopBt();
+  }
+  // A row that fails, a movie that is there, sources that are gone or refused, what is left.
+  void takeTroubles() {
+    const std::string lost = joinPath(parentFolder(paths_.front()), "card/Lost.mp4");
+    static_cast<void>(mkdir(parentFolder(lost)));
+    std::filesystem::copy_file(paths_[1], lost, std::filesystem::copy_options::overwrite_existing);
+    app_.draggedFiles({lost});
+    until([this] { return app_.queue().isOpenPermitted(); });
+    const int last = app_.table().count() - 1;
+    const auto whole = std::filesystem::file_size(lost);
+    std::filesystem::resize_file(lost, whole / 2);
+    app_.driver().convertRows({last});
+    until([this] { return !app_.driver().isBatchRunning() || dialog(); });
+    settle();
+    take("failed", *window_);
+    if (dialog())
+      takeDialog("failed-question");
+    closeQuestions();
+    takeQuestion("clash", [this] { app_.driver().convertRows({1}); });
+    until([this] { return !app_.driver().isBatchRunning(); });
+    std::filesystem::remove_all(parentFolder(lost));
+    takeQuestion("gone", [this, last] { app_.driver().convertRows({last}); });
+    until([this] { return !app_.driver().isBatchRunning(); });
+    settle();
+    take("left-out", *window_);
+    preferences_.prefWrite(PrefKey::alertEnd, 1);
+    takeQuestion("ended", [this] { app_.driver().convertRows({2}); });
+    take("finished", *window_);
+    preferences_.prefWrite(PrefKey::alertEnd, 0);
+    const std::string text = joinPath(parentFolder(paths_.front()), "Letter.mp4");
+    static_cast<void>(writeFileAtomically(text, "Dear Anna,"));
+    takeQuestion("refused", [this, text] { app_.draggedFiles({text}); });
+    takeQuestion("recovery", [this] {
+      alerts_.show({localisationString("D_recover_1"),
+                    localisationString("D_recover_2", "", "12"),
+                    {localisationString("D_recover_goOn"), localisationString("D_recover_later"),
+                     localisationString("D_recover_forget")}});
+    });
+    takeQuestion("list", [this] {
+      alerts_.show({localisationString("D_list_1"),
+                    localisationString("D_list_2", "", "12"),
+                    {localisationString("D_list_open"), localisationString("D_recover_later"),
+                     localisationString("D_recover_forget")}});
+    });
   }
   void takeAssistant() {
     window_->showAssistant();
@@ -192,6 +294,7 @@ class Screenshots {
     settle();
   }
 
+  ScopedTemporaryFolder home_;
   TestBundle bundle_;
   std::string prefix_;
   std::vector<std::string> paths_;
@@ -200,6 +303,7 @@ class Screenshots {
   MemoryUserDomain domain_;
   PreferenceStore preferences_{domain_};
   appDelegate app_{{loop_, preferences_, alerts_, {}}};
+  RefusedSources refused_{app_.queue(), alerts_};
   BatchSummary summary_{app_.table(), app_.interface.batchSummary, loop_};
   std::unique_ptr<MainWindow> window_;
 };
@@ -220,12 +324,16 @@ int main(int count, char** arguments) {
   for (const auto& [name, options] : clips)
     if (makeClip(options, work.file(name)))
       paths.push_back(work.file(name));
-  for (int each = 2; each < count; ++each) {
+  const bool isAll = count > 1 && std::string(arguments[1]) == "--all";
+  const int folder = isAll ? 2 : 1;
+  for (int each = folder + 1; each < count; ++each) {
     const std::string kind = arguments[each];
     const std::string language(textUpTo(kind, "-"));
     const std::string scheme(textAfter(kind, "-").value_or(""));
-    Screenshots(paths, std::string(arguments[1]) + "/" + kind + "-", language, scheme)
-        .make(each == 2);
+    Screenshots(paths, std::string(arguments[folder]) + "/" + kind + "-", language, scheme)
+        .make(isAll                ? Screenshots::States::all
+              : each == folder + 1 ? Screenshots::States::documents
+                                   : Screenshots::States::most);
   }
   return 0;
 }

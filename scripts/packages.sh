@@ -13,9 +13,11 @@ screenshotPackages=(xvfb xauth)
 benchPackages=(libbenchmark-dev hyperfine time)
 # The clang that searches for inputs, with its library.
 fuzzPackages=(clang libclang-rt-14-dev)
+coveragePackages=(llvm)
 analysisPackages=(clang-tidy clang-format shellcheck)
-# What tests check the desktop files, and what is asked of the desktop, with when it is there.
-desktopPackages=(desktop-file-utils appstream dbus-daemon)
+# What tests check the desktop files, what is asked of the desktop, and the window on a desktop with,
+# when it is there.
+desktopPackages=(desktop-file-utils appstream dbus-daemon xvfb openbox xdotool)
 
 # missingPackages NAME...: prints those that are not installed.
 missingPackages() {

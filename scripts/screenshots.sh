@@ -1,8 +1,9 @@
 #!/bin/bash
 # Makes the pictures of the window that stand in the documents: docs/images/LANGUAGE-SCHEME-STATE.png.
 #   scripts/screenshots.sh [FOLDER]
-# With a folder all states are kept there, to be looked at; without one those that README.md and the
-# documents show. Environment: QT_SCALE_FACTOR for another resolution.
+# With a folder all states are kept there, to be looked at, in the KINDS of the environment variable
+# (such as "fr-light it-dark"); without one those that README.md and the documents show.
+# Environment: QT_SCALE_FACTOR for another resolution.
 # The screen is a virtual one, so that nothing of the desktop it is run on can be seen in them.
 set -euo pipefail
 root=$(dirname "$(dirname "$(readlink -f "$0")")")
@@ -11,8 +12,9 @@ root=$(dirname "$(dirname "$(readlink -f "$0")")")
 
 home=$(mktemp -d)
 folder=${1:-$home/images}
-kinds=(en-light en-dark en-hud de-light de-dark)
-[ $# -gt 0 ] || kinds=(en-light en-hud de-dark)
+read -ra kinds <<<"${KINDS:-en-light en-dark de-light de-dark}"
+all=(--all)
+[ $# -gt 0 ] || { kinds=(en-light en-hud de-dark) && all=(); }
 trap 'rm -rf "$home"' EXIT
 mkdir -p "$folder"
 
@@ -23,8 +25,8 @@ say "taking the pictures"
 # A home of its own: neither the user's choices nor his movies take part.
 env -u XDG_CONFIG_HOME -u XDG_STATE_HOME HOME="$home" XDG_RUNTIME_DIR="$home" TMPDIR="$home" \
   QT_QPA_PLATFORM=xcb QT_QPA_PLATFORMTHEME= LANG=C.UTF-8 \
-  xvfb-run -a -s "-screen 0 1600x1200x24" \
-  "$root/build/release/tests/makeScreenshots" "$folder" \
+  xvfb-run -a -s "-screen 0 3200x2400x24" \
+  "$root/build/release/tests/makeScreenshots" "${all[@]}" "$folder" \
   "${kinds[@]}"
 
 [ $# -eq 0 ] || exit 0
