@@ -1,29 +1,49 @@
 // What lies on a camera's card: playlists, the recording times in streams, in containers and beside
 // clips.
-#include <cstdint>
-#include <string_view>
-
-#include "InputFile.h"
+#include "Input.h"
+#include "encoding/recordingDate.h"
 #include "tools/gettimestamps/containers.h"
 #include "tools/gettimestamps/playlist.h"
+#include "tools/gettimestamps/streamFile.h"
 #include "tools/gettimestamps/timesInStreams.h"
 
+using namespace tessarin;
+
+namespace {
+
+void requireValid(const std::optional<RecordingTime>& time) {
+  fuzz::require(!time || (time->isValid() && time->text().size() == 19));
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  if (const auto playlist = tessarin::parsePlaylist(bytes); !playlist && playlist.reason().empty())
-    __builtin_trap();
-  tessarin::recordingTimeInH264(tessarin::videoOfTransportStream(bytes));
-  tessarin::recordingTimeInH264(bytes);
-  if (const auto time = tessarin::recordingTimeOfMoi(bytes); !time && time.reason().empty())
-    __builtin_trap();
-  tessarin::recordingTimeInBytes(bytes);
-  tessarin::recordingTimeInDv(bytes);
-  const tessarin::fuzz::InputFile input(data, size);
-  for (const auto& read : {tessarin::recordingTimeOfQuickTime, tessarin::recordingTimeOfMatroska,
-                           tessarin::recordingTimeOfMxf, tessarin::recordingTimeOfAvi}) {
-    tessarin::BoundedFile file(input.path());
-    if (const auto time = read(file); time && !time->isValid())
-      __builtin_trap();
+  const std::string_view bytes = fuzz::textOf(data, size);
+  if (const auto playlist = parsePlaylist(bytes)) {
+    requireValid(playlist->time);
+    for (const PlaylistClip& clip : playlist->clips) {
+      fuzz::require(clip.name.size() == 5);
+      requireValid(clip.time);
+    }
+  } else {
+    fuzz::require(!playlist.reason().empty());
+  }
+  requireValid(recordingTimeInH264(bytes));
+  if (const auto time = recordingTimeOfMoi(bytes))
+    requireValid(time.value());
+  else
+    fuzz::require(!time.reason().empty());
+  requireValid(recordingTimeOfText(bytes));
+  const fuzz::InputFile input(bytes);
+  requireValid(recordingTimeInFile(input.path()));
+  recordingDate(input.path());
+  {
+    BoundedFile file(input.path());
+    fuzz::require(samplesOfQuickTime(file) <= size);
+  }
+  for (const auto& read : containerReaders) {
+    BoundedFile file(input.path());
+    requireValid(read(file));
   }
   return 0;
 }

@@ -1,16 +1,33 @@
-// Indexes of movies.
-#include <cstdint>
-
-#include "InputFile.h"
+// Movies: their indexes, what they show first, and whether another one follows in the same file.
+#include "Input.h"
+#include "movie/followingMovie.h"
+#include "movie/movieCheck.h"
 #include "movie/movieIndex.h"
+#include "movie/movieStart.h"
+
+using namespace tessarin;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const tessarin::fuzz::InputFile file(data, size);
-  const auto movie = tessarin::readMovieIndex(file.descriptor());
-  if (!movie)
-    return movie.reason().empty() ? (__builtin_trap(), 0) : 0;
-  for (const tessarin::MovieTrack& track : movie->tracks)
-    if (track.shown > track.samples || track.seconds < 0)
-      __builtin_trap();
+  const std::string_view bytes = fuzz::textOf(data, size);
+  const fuzz::InputFolder folder;
+  const std::string path = folder.add("clip.mov", bytes);
+  anotherMovieFollows(path);
+  const auto movie = readMovieIndex(path);
+  if (movie) {
+    for (const MovieTrack& track : movie->tracks)
+      fuzz::require(track.shown <= track.samples && track.seconds >= 0);
+    fuzz::require(movie->sound() == nullptr || movie->sound() != movie->pictures());
+    judgeMovie(movie.value(), {1, 2, 3, 1, 2});
+  } else {
+    fuzz::require(!movie.reason().empty());
+  }
+  // An index that was written anew can be read as before.
+  const auto shown = showFirstPictures(path);
+  if (shown && shown.value())
+    fuzz::require(!movie || readMovieIndex(path).ok());
+  // The content of an index without what stands around it.
+  indexWithFirstPictures(std::string(bytes), [&](std::uint64_t position) {
+    return std::string(bytes.substr(std::min<std::uint64_t>(position, bytes.size()), 4096));
+  });
   return 0;
 }

@@ -1,9 +1,8 @@
 // Pictures of every kind, for the ProRes encoder: the sizes in a frame have to add up, and both
 // builds of the slice coder have to make the same of them.
 #include <algorithm>
-#include <cstdlib>
-#include <vector>
 
+#include "pictures.h"
 #include "tools/prores/proresEncoder.h"
 #include "tools/prores/quantiser.h"
 
@@ -11,11 +10,7 @@ namespace {
 
 using namespace tessarin;
 using namespace tessarin::prores;
-
-void require(bool isTrue) {
-  if (!isTrue)
-    std::abort();
-}
+using fuzz::require;
 
 std::size_t bigEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t count) {
   require(at + count <= bytes.size());
@@ -50,41 +45,37 @@ void checkFrame(std::span<const std::uint8_t> frame, int pictures) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  constexpr std::size_t head = 5;
-  if (size <= head)
-    return 0;
+  fuzz::Pieces input(fuzz::textOf(data, size));
   constexpr blocks::Sampling samplings[] = {blocks::Sampling::yuv420, blocks::Sampling::yuv422,
                                             blocks::Sampling::yuv444};
   PictureFormat format;
-  format.width = 1 + data[0];
-  format.height = 1 + data[1] % 96;
-  format.fieldOrder = static_cast<FieldOrder>(data[2] % 3);
-  format.sampling = samplings[data[2] / 3 % 3];
-  format.bits = data[2] / 9 % 2 == 0 ? 8 : 10;
-  format.chromaOnLines = data[2] / 18 % 2 != 0;
+  format.width = 1 + static_cast<int>(input.number(255));
+  format.height = 1 + static_cast<int>(input.number(95));
+  format.fieldOrder = static_cast<FieldOrder>(input.number(2));
+  format.sampling = samplings[input.number(2)];
+  format.bits = input.flag() ? 10 : 8;
+  format.chromaOnLines = input.flag();
+  format.oneLineUp = input.flag();
   const bool full = format.sampling == blocks::Sampling::yuv444;
   EncoderSettings settings;
-  settings.flavour = full ? Flavour::full4444 : static_cast<Flavour>(data[3] % 4);
+  settings.flavour = full ? Flavour::full4444 : static_cast<Flavour>(input.number(3));
   settings.threads = 1;
-  settings.index = data[4] % (largestIndex + 1);
+  settings.index = static_cast<int>(input.number(largestIndex));
   if (formatProblem(format, settings.flavour))
     return 0;
 
-  // The rest of the input again and again; what is full becomes flat areas and edges.
   const std::ptrdiff_t wide = format.bits == 8 ? 1 : 2;
   const std::ptrdiff_t strides[] = {wide * format.width,
                                     wide * chromaWidth(format.sampling, format.width)};
   const int chromaLines = chromaHeight(format.sampling, format.height);
-  std::vector<std::uint8_t> samples(
-      static_cast<std::size_t>(strides[0] * format.height + 2 * strides[1] * chromaLines));
-  for (std::size_t i = 0; i < samples.size(); ++i)
-    samples[i] = data[head + i % (size - head)];
+  const auto chroma = static_cast<std::size_t>(strides[1] * chromaLines);
+  const fuzz::Planes planes(input,
+                            {static_cast<std::size_t>(strides[0] * format.height), chroma, chroma});
   Picture picture;
-  picture.planes[0] = samples.data();
-  picture.planes[1] = picture.planes[0] + strides[0] * format.height;
-  picture.planes[2] = picture.planes[1] + strides[1] * chromaLines;
-  picture.strides[0] = strides[0];
-  picture.strides[1] = picture.strides[2] = strides[1];
+  for (std::size_t plane = 0; plane < 3; ++plane) {
+    picture.planes[plane] = planes.samples.at(plane).data();
+    picture.strides[plane] = strides[plane == 0 ? 0 : 1];
+  }
 
   Encoder usual(format, settings);
   settings.portable = true;

@@ -161,7 +161,11 @@ Outcome<std::string> decodedText(std::string_view bytes, std::int64_t encodingNu
   Converter converter(found->system);
   if (!converter.isOpen())
     return Failure{fmt::format("the system lacks the encoding {}", found->system)};
-  return converter.convert(std::string(bytes));
+  auto text = converter.convert(std::string(bytes));
+  // The system's own UTF-8 has characters beyond the last one.
+  if (text && !isUtf8(*text))
+    return Failure{"the text has characters that do not exist"};
+  return text;
 }
 
 }  // namespace tessarin

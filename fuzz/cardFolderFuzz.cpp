@@ -1,0 +1,51 @@
+// A whole card, or a folder of clips with the files that cameras put beside them: an input is files
+// one after another, each a byte for its place and name, two for its length, and its content.
+#include <array>
+
+#include "Input.h"
+#include "tools/gettimestamps/card.h"
+#include "tools/gettimestamps/source.h"
+
+using namespace tessarin;
+
+namespace {
+
+// Cases differ, as on cards; the same clip in several places, so that one speaks of the other.
+constexpr std::array places = {"PRIVATE/AVCHD/BDMV/PLAYLIST/00000.MPL",
+                               "PRIVATE/AVCHD/BDMV/PLAYLIST/00001.mpls",
+                               "PRIVATE/AVCHD/BDMV/STREAM/00000.MTS",
+                               "PRIVATE/AVCHD/BDMV/STREAM/00001.m2ts",
+                               "PRIVATE/AVCHD/BDMV/STREAM/00002.MTS",
+                               "MOV001.MOI",
+                               "mov001.mod",
+                               "MOV002.TOD",
+                               "MOV002.moi",
+                               "C0001M01.XML",
+                               "C0001.MXF",
+                               "C0002.MP4"};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const fuzz::InputFolder card;
+  const std::string& root = card.path();
+  fuzz::Pieces input(fuzz::textOf(data, size));
+  std::vector<std::string> made;
+  while (!input.empty() && made.size() < 2 * places.size()) {
+    const char* place = places.at(input.number(places.size() - 1));
+    made.push_back(card.add(place, input.bytes(input.number(0xFFFF))));
+  }
+  for (const char* folder : {"", "/PRIVATE/AVCHD/BDMV/STREAM/", "/PRIVATE/AVCHD/BDMV/PLAYLIST"}) {
+    const auto times = clipTimes(root + folder);
+    if (!times) {
+      fuzz::require(!times.reason().empty());
+      continue;
+    }
+    for (const ClipTime& clip : times->clips)
+      fuzz::require(!clip.name.empty() && clip.time.isValid());
+  }
+  for (const std::string& path : made)
+    if (const auto found = timeOfSource(path))
+      fuzz::require(!found->origin.empty() && (!found->time || found->time->isValid()));
+  return 0;
+}

@@ -1,0 +1,39 @@
+// The list of a source's packets, by which its movie is judged.
+#include <cmath>
+
+#include "Input.h"
+#include "core/movieExpectation.h"
+#include "ffmpeg/packetMeter.h"
+#include "movie/movieCheck.h"
+
+using namespace tessarin;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  PacketMeter meter;
+  for (const std::string& line : fuzz::Pieces(fuzz::textOf(data, size)).each('\n'))
+    meter.addLine(line);
+  const SourceMeasure measure = meter.result();
+  for (const auto& stream : {measure.pictures, measure.sound})
+    fuzz::require(!stream ||
+                  (std::isfinite(stream->first) && std::isfinite(stream->end) &&
+                   stream->leading <= stream->packets && stream->displaced <= stream->packets &&
+                   stream->otherRate <= stream->packets));
+  JobPlan plan;
+  plan.row.source.path = "/clip.mts";
+  plan.row.source.pictures.rate = 25;
+  plan.row.source.seconds = plan.seconds = 0.2;
+  MovieIndex movie;
+  movie.tracks.push_back({MovieTrack::Kind::pictures, "apcn", 5, 5, 0, 0, 0.2});
+  for (const char* container : {"mpegts", "mov,mp4,m4a,3gp,3g2,mj2", "mxf"}) {
+    plan.row.source.container = container;
+    plan.isCopy = plan.row.source.container == "mxf";
+    const ExpectedMovie expected = expectedByMeasure(plan, measure, 1, 1);
+    fuzz::require(!std::isnan(expected.seconds) && !std::isnan(expected.soundSeconds));
+    reasonOf(judgeMovie(movie, expected));
+    isShortOfPromise(plan, movie);
+    lostPictures(plan, measure, movie);
+    missingPictures(plan, measure);
+    heldPictures(plan, measure);
+  }
+  return 0;
+}
