@@ -63,11 +63,16 @@ for scan in i p; do
   done
   echo "1080${scan}50, $seconds s, to ProRes, median of $runs, alternating:"
   for column in 1 2; do
-    [ $column = 1 ] && what="real time     " || what="processor time"
+    what="real time"
+    [ $column = 1 ] || what="processor time"
     bareTime=$(cut -d' ' -f$column "$work/times-bare" | median)
     toolsTime=$(cut -d' ' -f$column "$work/times-tools" | median)
     wholeTime=$(cut -d' ' -f$column "$work/times-whole" | median)
-    echo "  $what  ffmpeg $bareTime s; tools $toolsTime s, $(ratio "$bareTime" "$toolsTime") times as fast;" \
-      "tessarin $wholeTime s, $(ratio "$bareTime" "$wholeTime") times"
+    asFast=$(ratio "$bareTime" "$wholeTime")
+    toolsAsFast=$(ratio "$bareTime" "$toolsTime")
+    printf '  %-14s  ffmpeg %s s; tools %s s, %s times as fast; tessarin %s s, %s times\n' "$what" \
+      "$bareTime" "$toolsTime" "$toolsAsFast" "$wholeTime" "$asFast"
+    figure "1080${scan}50, $seconds s, to ProRes beside ffmpeg: tools, $what" "$toolsAsFast" more
+    figure "1080${scan}50, $seconds s, to ProRes beside ffmpeg: tessarin, $what" "$asFast" more
   done
 done

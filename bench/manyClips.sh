@@ -50,5 +50,6 @@ for what in analysis conversion copying; do
     seconds=$(cut -d' ' -f1 "$work/$what.$jobs" | median)
     printf '%-12s %5s %9s %9s %7s\n' "$what" "$jobs" "$seconds" \
       "$(cut -d' ' -f2 "$work/$what.$jobs" | median)" "$(ratio "$one" "$seconds")"
+    [ "$jobs" = 1 ] || figure "$what, $jobs at the same time beside one" "$(ratio "$one" "$seconds")" more
   done
 done

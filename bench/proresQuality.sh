@@ -56,7 +56,7 @@ atSize() {
 }
 
 measure() { # NAME SOURCE [FLAGS OF FFMPEG'S ENCODERS...]
-  local name=$1 source=$2 codec bytes luma chroma ownLuma ownChroma
+  local name=$1 source=$2 codec bytes luma chroma ownLuma ownChroma gain chromaGain
   shift 2
   # With the flags its header tells of fields.
   ffmpeg -nostdin -v error -f lavfi -i "$source" -frames:v "$frames" -strict -1 "$@" -y "$original"
@@ -64,10 +64,12 @@ measure() { # NAME SOURCE [FLAGS OF FFMPEG'S ENCODERS...]
     ffmpeg -nostdin -v error -i "$original" -c:v "$codec" -profile:v 2 "$@" -y "$work/theirs.mov"
     read -r bytes luma chroma < <(judge "$work/theirs.mov")
     read -r ownLuma ownChroma < <(atSize "$bytes")
+    gain=$(echo "$ownLuma $luma" | awk '{ print $1 - $2 }')
+    chromaGain=$(echo "$ownChroma $chroma" | awk '{ print $1 - $2 }')
     printf '%-28s at %4d kB: %-9s %5.2f / %5.2f dB, ours %5.2f / %5.2f dB: %+.2f / %+.2f\n' \
-      "$name" $((bytes / 1000)) "$codec" "$luma" "$chroma" "$ownLuma" "$ownChroma" \
-      "$(echo "$ownLuma $luma" | awk '{ print $1 - $2 }')" \
-      "$(echo "$ownChroma $chroma" | awk '{ print $1 - $2 }')"
+      "$name" $((bytes / 1000)) "$codec" "$luma" "$chroma" "$ownLuma" "$ownChroma" "$gain" "$chromaGain"
+    figure "$name: dB of luma more than $codec at its size" "$gain" more
+    figure "$name: dB of chroma more than $codec at its size" "$chromaGain" more
   done
   "$proresenc" -o "$work/own.mov" "$original"
   read -r bytes luma chroma < <(judge "$work/own.mov")
