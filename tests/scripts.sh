@@ -59,7 +59,7 @@ mapfile -t scripts < <(find "$root" \( -path "$root/build" -o -path "$root/.git"
   -type f -exec grep -lE -m 1 '^#!/.*sh$' {} + | sort)
 [ ${#scripts[@]} -ge 10 ] || fail "the search for scripts finds only: ${scripts[*]}"
 for script in "${scripts[@]}"; do
-  grep -qE '^\. .*(scripts/(tell|setup)|/support)\.sh"?$|^trap .* ERR$' "$script" ||
+  grep -qE '^\. .*(scripts/(tell|setup)|/support|/parts)\.sh"?$|^trap .* ERR$' "$script" ||
     { echo "$script may end without a word: it does not source scripts/tell.sh" >&2; failed=1; }
 done
 exit $failed
