@@ -29,7 +29,7 @@ using testing::StartsWith;
 using yuv4mpeg::Accepted;
 using yuv4mpeg::parseHeader;
 
-const std::string aicenc = test::builtFile("bin/aicenc");
+const std::string aicenc = test::quoted(test::builtFile("bin/aicenc"));  // as a word of the shell
 
 TEST(Yuv4mpeg, ReadsHeaders) {
   auto plain = parseHeader("YUV4MPEG2 W720 H576 F25:1 Ib A16:15 C420paldv XYSCSS=420PALDV",
@@ -159,7 +159,7 @@ TEST(Aicenc, LeavesNothingWhenItIsInterrupted) {
     int ends[2] = {};
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     ChildSetup setup;
-    setup.program = aicenc;
+    setup.program = test::builtFile("bin/aicenc");
     setup.arguments = {"-o", folder.file("out.mov")};
     setup.input = ChildStream::descriptor(ends[0]);
     Outcome<ChildProcess> child = ChildProcess::start(setup);

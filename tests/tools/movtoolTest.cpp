@@ -409,7 +409,7 @@ class LongExport : public testing::TestWithParam<const char*> {
     settings.width = 1920;
     settings.height = 1080;
     ChildSetup setup;
-    setup.program = movtool;
+    setup.program = test::builtFile("resources/tools/movtool");
     setup.arguments = {"-s", settings.write(folder), "-i", clip, "-y",
                        "-o", folder.file("out.mov")};
     Outcome<ChildProcess> tool = ChildProcess::start(setup);

@@ -16,7 +16,8 @@ using test::ScopedTemporaryFolder;
 using test::ShellResult;
 using testing::HasSubstr;
 
-const std::string proresenc = test::builtFile("bin/proresenc");
+// As a word of the shell.
+const std::string proresenc = test::quoted(test::builtFile("bin/proresenc"));
 
 // A stream that ffmpeg makes goes through the pipe; answers the movie.
 std::string encoded(const ScopedTemporaryFolder& folder, const std::string& stream,

@@ -14,7 +14,8 @@
 
 namespace tessarin::test {
 
-inline const std::string movtool = test::builtFile("resources/tools/movtool");
+// As a word of the shell.
+inline const std::string movtool = quoted(builtFile("resources/tools/movtool"));
 
 // The entries of a settings file; those that a test does not care for are small and quick.
 struct Settings {
