@@ -111,7 +111,7 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   isWaitingCounted_ = false;
   meter_.start();
   outputNames_ = reserved_;
-  removeLeftJobFolders(outputFolder(interface_.destination.text()));
+  removeLeftFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
       outputNames_[table_.row(row).movie] = table_.sourcePath(row);

@@ -56,8 +56,10 @@ std::optional<FolderRefusal> refusalOfDestination(const std::string& destination
   };
   if (const std::string above = expandTilde(destination); isOfAnotherUser(above))
     return foreign(above);
-  if (!mkdir(folder) || !isFolderWritable(folder))
+  if (!mkdir(folder))
     return FolderRefusal{folder, whyNothingIsWritten(folder, systemReason(errno))};
+  if (const auto writable = isFolderWritable(folder); !writable)
+    return FolderRefusal{folder, whyNothingIsWritten(folder, writable.reason())};
   if (isOfAnotherUser(folder))
     return foreign(folder);
   return std::nullopt;
@@ -79,8 +81,9 @@ bool mayHoldMovie(const std::string& path) {
   return pathExists(path) && poidsFile(path, "k") > smallestOutput;
 }
 
-void removeLeftJobFolders(const std::string& folder) {
+void removeLeftFolders(const std::string& folder) {
   PrivateFolder::removeAbandoned(folder, prefix);
+  PrivateFolder::removeAbandoned(folder, trialPrefix);
 }
 
 bool removeLeftJobFolder(const std::string& path) {

@@ -44,7 +44,7 @@ bool mayHoldMovie(const std::string& path);
 
 // Removes what runs that were killed have left in this folder of movies, where they have no record
 // of it (recovery.h).
-void removeLeftJobFolders(const std::string& folder);
+void removeLeftFolders(const std::string& folder);
 // Removes one such folder. True when it is gone.
 bool removeLeftJobFolder(const std::string& path);
 

@@ -1,10 +1,10 @@
 #include "encoding/naming.h"
 
 #include <cerrno>
-#include <random>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "utils/PrivateFolder.h"
 #include "utils/files.h"
 #include "utils/text.h"
 
@@ -27,6 +27,13 @@ std::string tidied(std::string_view title) {
         break;
     }
   return std::string(title);
+}
+
+Outcome<void> tryFolder(const std::string& path) {
+  TESSARIN_TAKE(const PrivateFolder trial, PrivateFolder::create(path));
+  if (!removeFile(path) || isNameTaken(path))
+    return Failure{systemReason(errno)};
+  return {};
 }
 
 }  // namespace
@@ -63,16 +70,13 @@ std::string masterPathStr(std::string_view path) {
   return withExtension(joinPath(parentFolder(path), cut + std::string(masterEnding)), extension);
 }
 
-bool isFolderWritable(std::string_view path) {
+Outcome<void> isFolderWritable(std::string_view path) {
   const std::string whole = expandTilde(path);
   const std::string folder = isDirectory(whole) ? whole : parentFolder(whole);
-  const std::string name = fmt::format("_QRdir{}", std::random_device()());
-  const std::string test = joinPath(folder, name);
+  const std::string test = PrivateFolder::newPath(folder, trialPrefix);
   debugFormat("testStr : {}", test);
-  const bool writable = mkdir(test) && isNameTaken(test) && removeFile(test) && !isNameTaken(test);
-  const int error = errno;
+  const auto writable = tryFolder(test);
   logFormat("droitsAcces         ? {} ({})", writable ? 1 : 0, folder);
-  errno = error;
   return writable;
 }
 

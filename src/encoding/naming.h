@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analysis/Source.h"
+#include "classShared/Outcome.h"
 
 namespace tessarin {
 
@@ -29,8 +30,10 @@ std::string dateCreation2iMovieN(std::string_view path, const Source& source);
 // The name of a clip by a date, such as "2010-12-24 14:05:33 +0100".
 std::string clipNameOfDate(std::string_view dateText, std::string_view clip);
 
+// What the name of the folder begins with by which isFolderWritable() tries: a PrivateFolder.
+inline constexpr std::string_view trialPrefix = "_QRdir";
 // Whether files can be made in the folder, or in the folder of a file: tried with a folder that is
-// removed again. When it is false, errno says why.
-bool isFolderWritable(std::string_view path);
+// removed again. The failure is the system's.
+Outcome<void> isFolderWritable(std::string_view path);
 
 }  // namespace tessarin

@@ -47,12 +47,12 @@ TEST(MasterPath, keepsShortPathsAndCutsOthers) {
 TEST(FolderWritable, isTriedAndLeavesNothingBehind) {
   const test::ScopedTemporaryFolder folder;
   const test::LogCapture log(false);
-  EXPECT_TRUE(isFolderWritable(folder.path()));
+  EXPECT_TRUE(isFolderWritable(folder.path()).ok());
   EXPECT_TRUE(log.has("droitsAcces         ? 1 (" + folder.path() + ")"));
   const std::string file = folder.write("file.mov", "");
-  EXPECT_TRUE(isFolderWritable(file)) << "the folder of a file";
+  EXPECT_TRUE(isFolderWritable(file).ok()) << "the folder of a file";
   EXPECT_EQ(lsCocoa(folder.path())->size(), 1U);
-  EXPECT_FALSE(isFolderWritable(file + "/below"));
+  EXPECT_EQ(isFolderWritable(file + "/below").reason(), systemReason(ENOTDIR));
   EXPECT_TRUE(log.has("droitsAcces         ? 0 (" + file + ")"));
 }
 
