@@ -254,7 +254,7 @@ void WindowProgram::watchBatch() {
   tellRest();
   app_.interface.batchGoBt.changed.connect(tellRest);
   // What is not converted stays in the list, and so on the disk.
-  app_.driver().batchEnded.connect([this] { recorder_.storeUnfinished(); });
+  recorder_.cleared.connect([this] { recorder_.storeUnfinished(); });
   recorder_.failed.connect([this](const std::string& reason) {
     alerts_.show({localisationString("D_recover_failed", "", reason), ""});
   });

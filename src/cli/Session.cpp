@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <set>
 
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
@@ -15,7 +14,6 @@
 #include "core/jobPlan.h"
 #include "core/joinedParts.h"
 #include "core/missingSources.h"
-#include "core/rowResults.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "platform/Signals.h"
@@ -42,14 +40,11 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
       reporter_(reporter),
       start_(std::move(start)),
       app_(std::move(services)) {
-  // Results are in the batch file before the run counts as ended, and a job is stored as finished
-  // before the user is told so.
-  app_.driver().batchEnded.connect([this] { writeResults(); });
   app_.driver().movieFinished.connect([this](const FinishedMovie& movie) {
-    if (options_.row)
-      tellWritten(RowResults(*options_.batchFile)
-                      .writeMovie(*options_.row, start_.batch->rows.front().row, movie));
+    if (const StoredRow* row = rowOfBatch(movie.source))
+      tellWritten(results().writeMovie(numberOf(*row), row->row, movie));
   });
+  // A job is stored as finished before the user is told so.
   if (options_.command == Command::convert || options_.command == Command::prepare)
     follow();
   app_.queue().refused.connect(
@@ -63,10 +58,14 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     end();
   });
   app_.driver().jobStarted.connect([this](const std::string& source, const std::string& output) {
+    if (const StoredRow* row = rowOfBatch(source); row != nullptr && !options_.row)
+      if (auto claimed = results().claim(numberOf(*row)))
+        inHand_[source] = std::move(*claimed);
     reporter_.jobStarted(source, output);
   });
   app_.driver().jobEnded.connect([this](const JobEnd& job) {
-    last_ = job;
+    writeRow(job);
+    inHand_.erase(job.source);
     // What an explicit --overwrite keep kept is as the user wanted it. Of a damaged clip a movie
     // was made, but not of all of it.
     const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound && !job.hasMore;
@@ -75,8 +74,6 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     failed_ = failed_ || !isFine;
     reporter_.jobEnded(job, isFine);
   });
-  app_.driver().batchEnded.connect([this] { tellOfRest(); });
-  app_.driver().batchEnded.connect([this] { end(); });
   app_.driver().progressed.connect([this] { showProgress(); });
 }
 
@@ -91,6 +88,17 @@ void Session::follow() {
   recorder_->failed.connect([this](const std::string& reason) {
     reporter_.problem(batchesFolder(), localisationString("why_notStored", "",
                                                           withoutName(reason, batchesFolder())));
+  });
+  recorder_->movieRefused.connect([this](const std::string& source, const std::string& reason) {
+    movieRefused(source, reason);
+  });
+  app_.driver().batchEnded.connect([this] { hasEnded_ = true; });
+  // Results are in the batch file before the run counts as ended.
+  recorder_->settled.connect([this] {
+    if (options_.batchFile && !options_.row)
+      writeBatch();
+    tellOfRest();
+    end();
   });
 }
 
@@ -155,6 +163,8 @@ void Session::interrupt(Stop reason) {
     isKept_ = recorder_->keep();
   if (app_.driver().isBatchRunning()) {
     app_.driver().stop();
+  } else if (hasEnded_) {
+    recorder_->settle();
   } else {
     const std::vector<std::string> rest = app_.queue().sourcesWithoutRow();
     app_.endTasks();
@@ -179,6 +189,14 @@ void Session::suspend() {
 void Session::problem(const std::string& path, const std::string& reason) {
   failed_ = true;
   reporter_.problem(path, reason);
+}
+
+void Session::movieRefused(const std::string& source, const std::string& reason) {
+  JobEnd end;
+  end.source = source;
+  end.reason = reason;
+  writeRow(end);
+  problem(source, reason);
 }
 
 void Session::chooseForRow(int row) {
@@ -252,30 +270,46 @@ void Session::reserveNames() {
   app_.driver().reserve(std::move(taken));
 }
 
-void Session::writeResults() {
-  if (options_.row)
-    writeRow();
-  else if (options_.batchFile)
-    writeBatch();
+// The row of the batch file that this clip is, where the run converts that file or the row.
+const StoredRow* Session::rowOfBatch(const std::string& source) const {
+  if (!options_.batchFile || options_.command != Command::convert || !start_.batch)
+    return nullptr;
+  const auto& rows = start_.batch->rows;
+  const auto row = std::find_if(rows.begin(), rows.end(), [&source](const StoredRow& each) {
+    return each.row.path() == source;
+  });
+  return row == rows.end() ? nullptr : &*row;
+}
+
+std::int64_t Session::numberOf(const StoredRow& row) const {
+  return options_.row ? *options_.row : row.order;
+}
+
+RowResults Session::results() const {
+  return RowResults(*options_.batchFile);
 }
 
 // A row that was stopped is left to whoever takes it next.
-void Session::writeRow() {
-  if (!last_ || last_->kind == JobEnd::Kind::stopped)
+void Session::writeRow(const JobEnd& end) {
+  const StoredRow* stored = rowOfBatch(end.source);
+  if (stored == nullptr || end.kind == JobEnd::Kind::stopped)
     return;
-  RowResult result{start_.batch->rows.front().row};
-  const bool isFailure = last_->kind == JobEnd::Kind::failed;
+  RowResult result{stored->row};
+  const bool isFailure = end.kind == JobEnd::Kind::failed;
   result.row.mark = isFailure ? RowMark::failure : RowMark::success;
-  result.row.isKept = last_->kind == JobEnd::Kind::kept;
-  result.row.movie = isFailure ? "" : last_->output;
-  result.row.reason = isFailure ? last_->reason : "";
-  if (last_->kind == JobEnd::Kind::converted)
-    result.damage = last_->reason;
-  tellWritten(RowResults(*options_.batchFile).write(*options_.row, result));
+  result.row.isKept = end.kind == JobEnd::Kind::kept;
+  result.row.movie = isFailure ? "" : end.output;
+  result.row.reason = isFailure ? end.reason : "";
+  if (end.kind == JobEnd::Kind::converted)
+    result.damage = end.reason;
+  tellWritten(results().write(numberOf(*stored), result));
+  if (result.damage.empty())
+    written_.insert(numberOf(*stored));
 }
 
+// Of a run over the whole file, its end tells whether the results can be kept.
 void Session::tellWritten(const Outcome<void>& written) {
-  if (!written)
+  if (!written && options_.row)
     problem(*options_.batchFile, withoutName(written.reason(), *options_.batchFile));
 }
 
@@ -305,8 +339,11 @@ void Session::writeBatch() {
     problem(*options_.batchFile,
             isKept ? localisationString("resultsKept", textTable, reason) : reason);
   } else if (options_.command == Command::prepare) {
-    RowResults(*options_.batchFile).clear();
+    results().clear();
     reporter_.batchWritten(*options_.batchFile, batch.rows.size());
+  } else {
+    for (const std::int64_t number : written_)
+      results().forget(number);
   }
 }
 
@@ -378,7 +415,7 @@ void Session::tellOfRest() {
 
 void Session::end() {
   if (recorder_)
-    recorder_->discard();
+    recorder_->forget();
   // Behind the last line of progress.
   if (isKept_)
     complain(localisationString("interrupted", textTable));

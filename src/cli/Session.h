@@ -2,7 +2,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "cli/BatchTurn.h"
@@ -10,7 +13,9 @@
 #include "cli/options.h"
 #include "core/BatchRecorder.h"
 #include "core/appDelegate.h"
+#include "core/rowResults.h"
 #include "encoding/outputName.h"
+#include "platform/Descriptor.h"
 #include "process/ToolRun.h"
 
 namespace tessarin::cli {
@@ -51,15 +56,18 @@ class Session {
   void applyOptions();
   void resume();
   void problem(const std::string& path, const std::string& reason);
+  void movieRefused(const std::string& source, const std::string& reason);
   void chooseForRow(int row);
   bool hasTarget(int row);
   void analysisFinished();
   void begin();
   void planFrom(int row);
   void plan(const Row& row);
-  void writeResults();
+  const StoredRow* rowOfBatch(const std::string& source) const;
+  std::int64_t numberOf(const StoredRow& row) const;
+  RowResults results() const;
   void writeBatch();
-  void writeRow();
+  void writeRow(const JobEnd& end);
   void tellWritten(const Outcome<void>& written);
   void reserveNames();
   // Reports the plan for the row, or answers why its movie cannot be made.
@@ -72,10 +80,14 @@ class Session {
   CoreServices services_;
   Reporter& reporter_;
   RunStart start_;
-  std::optional<JobEnd> last_;
+  // Of a run over a whole batch file: the rights to its rows in hand, by source, and those whose
+  // results the file has at the end.
+  std::map<std::string, Descriptor> inHand_;
+  std::set<std::int64_t> written_;
   bool failed_ = false;
   bool interrupted_ = false;
-  bool isKept_ = false;  // of an interrupted run: it can be recovered
+  bool hasEnded_ = false;  // the batch has; its movies may be on their way to the disk
+  bool isKept_ = false;    // of an interrupted run: it can be recovered
   std::chrono::steady_clock::time_point lastShown_;
   RunLoop::Id next_ = 0;
   // Behind what its signals reach; the recorder follows it to its own end.

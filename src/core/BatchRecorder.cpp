@@ -6,6 +6,7 @@
 #include "classShared/log.h"
 #include "core/BatchFile.h"
 #include "core/storedRow.h"
+#include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -56,9 +57,9 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
   app_.driver().movieFinished.connect([this](const FinishedMovie& movie) { movieFinished(movie); });
   app_.driver().jobEnded.connect([this](const JobEnd& end) { jobEnded(end); });
   app_.driver().batchEnded.connect([this] {
-    discard();
-    if (app_.queue().hasSourcesWithoutRow())
-      schedule(gathering);
+    if (app_.driver().wasStopped())
+      diskSync_.clear();
+    diskSync_.whenIdle([this] { batchEnded(); });
   });
 }
 
@@ -174,6 +175,17 @@ void BatchRecorder::jobEnded(const JobEnd& end) {
   }
 }
 
+// The next one may have begun before the last movie of this one was on the disk.
+void BatchRecorder::batchEnded() {
+  if (app_.driver().isBatchRunning())
+    return;
+  settled.emit();
+  discard();
+  cleared.emit();
+  if (app_.queue().hasSourcesWithoutRow())
+    schedule(gathering);
+}
+
 // The job of a row that is stored as finished is of no use any more.
 void BatchRecorder::rowStored(std::int64_t order) {
   const auto ended = endedJobs_.extract(order);
@@ -181,9 +193,34 @@ void BatchRecorder::rowStored(std::int64_t order) {
     return;
   // A finished movie may still be on its way to the disk.
   if (const std::string& movie = ended.mapped(); !movie.empty())
-    diskSync_.add(movie, [this, order] { forgetJob(order); });
+    bringToDisk(order, movie);
   else
     forgetJob(order);
+}
+
+// The row may be in hand again when the disk has answered.
+void BatchRecorder::bringToDisk(std::int64_t order, const std::string& movie) {
+  const auto job = jobs_.find(order);
+  const std::string folder = job == jobs_.end() ? "" : job->second.folder;
+  diskSync_.add(movie, [this, order, movie, folder](bool isOnDisk) {
+    // One that its user has moved meanwhile could not be found.
+    if (!isOnDisk && pathExists(movie))
+      movieNotTaken(order, movie);
+    if (const auto now = jobs_.find(order); now != jobs_.end() && now->second.folder == folder)
+      forgetJob(order);
+  });
+}
+
+void BatchRecorder::movieNotTaken(std::int64_t order, const std::string& movie) {
+  logFormat("disk sync           :-( {}", movie);
+  const int row = rowOf(order);
+  if (row < 0 || app_.table().row(row).mark != RowMark::success ||
+      app_.table().row(row).movie != movie)
+    return;
+  const std::string reason = localisationString("why_notOnDisk", "", movie);
+  app_.table().set(row, &Row::reason, reason);
+  app_.table().mark(row, RowMark::failure);
+  movieRefused.emit(app_.table().sourcePath(row), reason);
 }
 
 void BatchRecorder::forgetJob(std::int64_t order) {
@@ -375,7 +412,6 @@ void BatchRecorder::discard() {
     return;
   disk_.finish();
   services_.loop.cancel(std::exchange(timer_, 0));
-  diskSync_.clear();
   if (store_) {
     store_->hide();
     auto old = std::make_shared<BatchStore>(std::move(*store_));

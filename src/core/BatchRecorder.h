@@ -21,15 +21,16 @@ namespace tessarin {
 // anybody who connected to
 //   `jobEnded` after the recorder is told: the main thread waits for the disk. A converted row
 //   counts after a crash of the machine only when its movie is on the disk as well (its job is
-//   forgotten then).
+//   forgotten then). Nobody waits for that before the end of the batch. A row whose movie the disk
+//   did not take has failed.
 // - The sources as soon as they are taken in, rows, choices and removals 50 ms after they change:
 //   as soon as the disk has taken them. A thread waits for it, with one group of changes at a time,
 //   in the order rows, then the list of sources without a row, so that each source is in one of
 //   them at every moment.
 //
-// The first change makes the folder. A batch that ended, with all its rows or by the user's stop,
-// needs none: the folder goes, and comes back with the next change. Destroying the recorder leaves
-// the folder for a recovery.
+// The first change makes the folder. A batch that ended, with all its rows on the disk or by the
+// user's stop, needs none: the folder goes, and comes back with the next change. Destroying the
+// recorder leaves the folder for a recovery.
 //
 // When nothing can be stored the batch goes on all the same; `failed` says why, once.
 class BatchRecorder {
@@ -42,6 +43,12 @@ class BatchRecorder {
   BatchRecorder& operator=(const BatchRecorder&) = delete;
 
   Signal<const std::string&> failed;
+  // The disk did not take the movie of this source; the reason is in the user's language.
+  Signal<const std::string&, const std::string&> movieRefused;
+  // The batch has ended, and what became of its movies is known: what is stored of it goes next.
+  Signal<> settled;
+  // It has gone.
+  Signal<> cleared;
 
   // What the front needs to go on with the batch; stored with it (BatchSetting::front).
   void setFrontSettings(Dico settings) { front_ = std::move(settings); }
@@ -60,6 +67,9 @@ class BatchRecorder {
   // The user has ended the program: keep(), where a row is left to be converted or a source without
   // one, else forget(). Once more changes nothing.
   void leave();
+  // The end of the batch is settled now: movies that are still on their way to the disk are not
+  // waited for.
+  void settle() { diskSync_.clear(); }
   // Stores the batch anew after its end when a row is left to be converted, or a source without
   // one.
   void storeUnfinished();
@@ -76,6 +86,7 @@ class BatchRecorder {
   void folderBegins(const std::string& source, const std::string& folder);
   void movieFinished(const FinishedMovie& movie);
   void jobEnded(const JobEnd& end);
+  void batchEnded();
 
   void waitingChanged();
   void schedule(std::chrono::milliseconds delay);
@@ -90,6 +101,8 @@ class BatchRecorder {
   std::optional<std::vector<std::int64_t>> changedOrder();
   std::optional<std::vector<std::string>> changedWaiting();
   void rowStored(std::int64_t order);
+  void bringToDisk(std::int64_t order, const std::string& movie);
+  void movieNotTaken(std::int64_t order, const std::string& movie);
   void forgetJob(std::int64_t order);
   bool check(const Outcome<void>& written);
 

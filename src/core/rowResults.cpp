@@ -164,6 +164,13 @@ void RowResults::clear() const {
   std::filesystem::remove(folder_, error);
 }
 
+void RowResults::forget(std::int64_t number) const {
+  std::error_code error;
+  for (const char* ending : {"plist", "lock"})
+    std::filesystem::remove(path(number, ending), error);
+  std::filesystem::remove(folder_, error);
+}
+
 RowResult resultOf(const StoredRow& stored, const RowResults& results) {
   auto own = results.of(stored.order, stored.row);
   const bool isOwn = own && (own->isConverted() || !RowResult{stored.row}.isConverted());

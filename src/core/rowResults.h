@@ -49,8 +49,10 @@ class RowResults {
   // Whether a process converts the row.
   bool isInHand(std::int64_t number) const;
 
-  // Forgets them all. Only for who holds the batch file alone.
+  // Forgets them all, or that of a row of which the batch file itself tells. Only for who holds the
+  // batch file alone.
   void clear() const;
+  void forget(std::int64_t number) const;
 
  private:
   std::string path(std::int64_t number, const char* ending) const;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "classShared/log.h"
+#include "platform/openFiles.h"
 
 namespace tessarin {
 
@@ -18,42 +19,64 @@ constexpr const char* syncTool = "/bin/sync";
 }  // namespace
 
 void DiskSync::add(const std::string& path, Done done) {
-  waiting_.push_back({path, std::move(done)});
-  if (!child_)
+  files_.push_back({path, std::move(done)});
+  if (files_.size() == 1)
     start();
+}
+
+void DiskSync::whenIdle(RunLoop::Task idle) {
+  idle_ = std::move(idle);
+  if (files_.empty())
+    tellIdle();
 }
 
 void DiskSync::clear() {
+  forget();
+  tellIdle();
+}
+
+void DiskSync::forget() {
+  loop_.cancel(std::exchange(soon_, 0));
   watch_.reset();
   child_.reset();
-  waiting_.clear();
-  running_.clear();
+  files_.clear();
+}
+
+void DiskSync::tellIdle() {
+  if (const auto idle = std::exchange(idle_, {}))
+    idle();
 }
 
 void DiskSync::start() {
+  const std::string& path = files_.front().path;
   ChildSetup setup;
   setup.program = syncTool;
-  setup.arguments = {"--"};
-  for (const Entry& entry : waiting_)
-    setup.arguments.push_back(entry.path);
+  setup.arguments = {"--", path};
   auto started = ChildProcess::start(setup);
-  if (!started) {
-    logFormat("disk sync           :-( {}", started.reason());
-    waiting_.clear();
+  if (started) {
+    child_ = std::make_unique<ChildProcess>(std::move(*started));
+    watch_ = std::make_unique<ExitWatch>(loop_, *child_,
+                                         [this] { ended(child_->wait().number() == 0); });
     return;
   }
-  running_ = std::exchange(waiting_, {});
-  child_ = std::make_unique<ChildProcess>(std::move(*started));
-  watch_ = std::make_unique<ExitWatch>(loop_, *child_, [this] { ended(); });
+  logFormat("disk sync           :-( {}", started.reason());
+  // Without a child the caller waits for the disk.
+  const Descriptor file = openFile(path, OpenFor::reading);
+  const bool isOnDisk = file.isOpen() && syncFile(file.number());
+  soon_ = loop_.runSoon([this, isOnDisk] { ended(isOnDisk); });
 }
 
-void DiskSync::ended() {
+void DiskSync::ended(bool isOnDisk) {
+  soon_ = 0;
   watch_.reset();
   child_.reset();
-  for (const Entry& entry : std::exchange(running_, {}))
-    entry.done();
-  if (!waiting_.empty() && !child_)
+  const Entry entry = std::move(files_.front());
+  files_.pop_front();
+  if (!files_.empty())
     start();
+  entry.done(isOnDisk);
+  if (files_.empty())
+    tellIdle();
 }
 
 DiskThread::~DiskThread() {

@@ -20,19 +20,22 @@
 namespace tessarin {
 
 // A movie can take a slow disk many seconds; a child process ("sync" of the system) does the
-// waiting, so that the main thread goes on.
+// waiting, so that the main thread goes on. It is given one file after the other: of several it
+// would not say which one the disk did not take.
 class DiskSync {
  public:
-  using Done = std::function<void()>;
+  using Done = std::function<void(bool isOnDisk)>;
 
   explicit DiskSync(RunLoop& loop) : loop_(loop) {}
+  ~DiskSync() { forget(); }
   DiskSync(const DiskSync&) = delete;
   DiskSync& operator=(const DiskSync&) = delete;
 
   // Calls `done` from the loop once the file's content has been brought to the disk or cannot be.
-  // It is never called where the system has no such tool.
   void add(const std::string& path, Done done);
-  // Forgets all files; none of them is called back.
+  // Calls `idle` once no file is waited for: at once when that is so already.
+  void whenIdle(RunLoop::Task idle);
+  // Forgets all files; none of them is called back. Who waits for the last one is.
   void clear();
 
  private:
@@ -42,13 +45,16 @@ class DiskSync {
   };
 
   void start();
-  void ended();
+  void ended(bool isOnDisk);
+  void forget();
+  void tellIdle();
 
   RunLoop& loop_;
-  std::vector<Entry> waiting_;
-  std::vector<Entry> running_;
+  std::deque<Entry> files_;  // the first one is being brought there
   std::unique_ptr<ChildProcess> child_;
   std::unique_ptr<ExitWatch> watch_;
+  RunLoop::Id soon_ = 0;
+  RunLoop::Task idle_;
 };
 
 // Does pieces of work one after the other, in the order in which they were added, so that the main

@@ -20,9 +20,10 @@ class SharedBatchJourney : public test::Journey {
     leavesTemporaryFiles = true;  // of the run that is killed
     setVariable("XDG_STATE_HOME", folder.file("state"));
     setVariable("LC_ALL", "C");
-    // Conversions wait for as long as this file is there.
-    useFfmpeg("case \"$*\" in *' -c:v '*) while [ -e " + folder.file("hold") +
-              " ]; do sleep 0.02; done;; esac\nexec \"$real\" \"$@\"\n");
+    // Conversions of clips whose paths have the words of this file wait for as long as it is there.
+    const std::string hold = folder.file("hold");
+    useFfmpeg("case \"$*\" in *' -c:v '*) while [ -e " + hold + " ]; do case \"$*\" in *\"$(cat " +
+              hold + ")\"*) sleep 0.02;; *) break;; esac; done;; esac\nexec \"$real\" \"$@\"\n");
     Arguments arguments = {"--batch", file_, "-d", destination(), "--prores", "proxy"};
     for (const char* name : {"a/1.mts", "b/1.mts", "c/1.mts"}) {
       mkdir(parentFolder(folder.file(name)));
@@ -106,6 +107,24 @@ TEST_F(SharedBatchJourney, WhatIsInTheWayOrAwayIsLeftForTheNextTry) {
   EXPECT_EQ(tessarin({"--batch", file_, "--overwrite", "replace"}).status, 0);
   for (const int number : {1, 2, 3})
     EXPECT_EQ(tessarin(row(number)).status, 0) << number;
+  EXPECT_EQ(tessarin({"--batch", file_, "--report"}).status, 0);
+}
+
+TEST_F(SharedBatchJourney, AKilledRunOverTheWholeFileIsKnownByItsRows) {
+  folder.write("hold", folder.file("b"));
+  Run whole = start({"--batch", file_, "--jobs", "1"});
+  ASSERT_TRUE(eventually([this] { return isBeingMade("1-2.mov"); }));
+  EXPECT_THAT(report(), HasSubstr("3; 1 waiting, 1 in hand, 1 converted"));
+  whole.process.sendSignal(SIGKILL);
+  finish(whole);
+  std::filesystem::remove(folder.file("hold"));
+  EXPECT_THAT(report(), HasSubstr("3; 2 waiting, 1 converted"));
+  const auto made = fileState(movie("1.mov"));
+  for (const int number : {1, 2})
+    EXPECT_EQ(tessarin(row(number)).status, 0) << number;
+  const Result rest = tessarin({"--batch", file_});
+  EXPECT_EQ(rest.out, folder.file("c/1.mts") + " -> " + movie("1-3.mov") + "\n");
+  EXPECT_EQ(fileState(movie("1.mov")), made);
   EXPECT_EQ(tessarin({"--batch", file_, "--report"}).status, 0);
 }
 
