@@ -191,6 +191,10 @@ void translateAsync(std::vector<FfmpegOptionGroup>& groups, FfmpegVersion versio
   }
 }
 
+bool isVideoFilter(const FfmpegOption& option) {
+  return (option.name == "vf" || option.name == "filter:v") && option.value;
+}
+
 bool writesInterlacedProres(const FfmpegOptionGroup& group) {
   if (!videoCodec(group).starts_with("prores"))
     return false;
@@ -272,19 +276,21 @@ void translateSlowRates(FfmpegOptionGroup& group, FfmpegVersion version) {
   if (!version.isAtLeast(firstToLoseSlowEnds) || version.isAtLeast(firstToKeepSlowEnds))
     return;
   for (FfmpegOption& option : group.options)
-    if ((option.name == "vf" || option.name == "filter:v") && option.value)
+    if (isVideoFilter(option))
       option.value = withoutSlowedFps(*option.value);
 }
 
 void translateSetparams(FfmpegOptionGroup& group, FfmpegVersion version) {
   if (version.isAtLeast(firstWithSetparams))
     return;
-  for (FfmpegOption& option : group.options)
-    if ((option.name == "vf" || option.name == "filter:v") && option.value)
-      option.value = withoutSetparams(*option.value);
+  // A chain that was empty before is somebody's, as it is.
   std::erase_if(group.options, [](const FfmpegOption& option) {
-    return (option.name == "vf" || option.name == "filter:v") && option.value == "";
+    return isVideoFilter(option) && !option.value->empty() &&
+           withoutSetparams(*option.value).empty();
   });
+  for (FfmpegOption& option : group.options)
+    if (isVideoFilter(option))
+      option.value = withoutSetparams(*option.value);
 }
 
 // "58. 42.100": the numbers before the first two points.
@@ -367,11 +373,15 @@ std::string ffmpegVersionText(FfmpegVersion version) {
 
 bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments) {
   const std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
+  // Those that do not count, because another one follows, are translated like the others.
   const auto usesNewFilters = [](const FfmpegOptionGroup& group) {
-    const std::string& chain = valueOf(group.last({"vf", "filter:v"}));
-    return chain.find("setparams=") != std::string::npos || chain.find("fps=") != std::string::npos;
+    return std::any_of(group.options.begin(), group.options.end(), [](const FfmpegOption& option) {
+      return isVideoFilter(option) && (option.value->find("setparams=") != std::string::npos ||
+                                       option.value->find("fps=") != std::string::npos);
+    });
   };
   return has(groups, "async") || has(groups, "bsf") || has(groups, "movflags") ||
+         has(groups, "color_trc") || has(groups, "colorspace") ||
          std::any_of(groups.begin(), groups.end(), usesNewFilters) ||
          std::any_of(groups.begin(), groups.end(), usesQuickProres) ||
          (has(groups, "vsync") && anyVideoEncoded(groups));
