@@ -276,20 +276,33 @@ struct Place {
   std::uint64_t size = 0;
 };
 
+// Of the atom that begins there; 0 when none does that ends inside of the file.
+std::uint64_t sizeOfAtom(FileBytes& bytes, std::uint64_t position) {
+  if (bytes.size() - position < headSize)
+    return 0;
+  std::uint64_t size = bytes.number(position, 4);
+  if (size == 1)
+    size = bytes.number(position + headSize, 8);
+  const bool isWhole =
+      bytes.failure().empty() && size >= headSize && size <= bytes.size() - position;
+  return isWhole ? size : 0;
+}
+
 Place placeOfIndex(FileBytes& bytes) {
   std::uint64_t position = 0;
-  while (bytes.size() - position >= headSize) {
-    std::uint64_t size = bytes.number(position, 4);
-    const std::string type = bytes.letters(position + 4);
-    if (size == 1)
-      size = bytes.number(position + headSize, 8);
-    if (!bytes.failure().empty() || size < headSize || size > bytes.size() - position)
-      return {};
-    if (type == "moov")
+  while (const std::uint64_t size = sizeOfAtom(bytes, position)) {
+    if (bytes.letters(position + 4) == "moov")
       return size <= mostIndex ? Place{position, size} : Place{};
     position += size;
   }
   return {};
+}
+
+// Whether what is put behind the end of the file is an atom behind others, and no part of one.
+bool endsWithAtom(FileBytes& bytes, std::uint64_t position) {
+  while (const std::uint64_t size = sizeOfAtom(bytes, position))
+    position += size;
+  return position == bytes.size();
 }
 
 std::optional<std::string> readBytes(int descriptor, std::uint64_t place, std::uint64_t size) {
@@ -362,6 +375,8 @@ Outcome<bool> showFirstPictures(const std::string& path) {
     return writeAt(file.number(), place.begin, index + bigEndian(room, 4) + "free");
   }
   // It has grown: it goes behind the samples, and counts from when the old one does not.
+  if (!endsWithAtom(bytes, place.begin))
+    return false;
   if (const Outcome<bool> written = writeAt(file.number(), bytes.size(), index); !written)
     return Failure{written.reason()};
   return writeAt(file.number(), place.begin + 4, "free");
