@@ -338,7 +338,7 @@ struct In {
     ++found;
     isGood = take(*value, member, rule) && isGood;
   }
-  // They are counted without a gap.
+  // They are counted without a gap. One of which nothing is said but empty texts is none.
   template <class Stream, class Walk>
   void streams(char kind, int index, std::vector<Stream>& streams, const Walk& walkOne) {
     for (int before = -1; found != before; ++index) {
@@ -346,7 +346,7 @@ struct In {
       keys.toStream(kind, index);
       Stream stream;
       walkOne(stream, *this);
-      if (found != before)
+      if (stream != Stream())
         streams.push_back(std::move(stream));
     }
   }
