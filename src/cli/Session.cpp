@@ -357,7 +357,7 @@ void Session::planFrom(int row) {
           joints_.start(jointList(entry.path()), {}, [this, row](const ToolResult& result) {
             Row looked = app_.table().row(row);
             if (result.status == 0)
-              takeParts(looked.source, result.output);
+              takeParts(looked.source, partList(result.output));
             plan(looked);
             planFrom(row + 1);
           });

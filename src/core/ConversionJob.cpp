@@ -12,7 +12,6 @@
 #include "core/exportCommands.h"
 #include "core/failureReason.h"
 #include "core/forecast.h"
-#include "core/joinedParts.h"
 #include "core/outputPlace.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
@@ -228,7 +227,7 @@ void ConversionJob::placeGranted(bool replace) {
 // the system's memory then.
 void ConversionJob::lookForJoints() {
   looking_ = Looking::atJoints;
-  parts_.clear();
+  parts_ = {};
   startTool(jointList(order_.row.path()), ParseMode::endless, 0);
 }
 
@@ -236,8 +235,15 @@ void ConversionJob::lookForJoints() {
 void ConversionJob::jointsAreKnown(bool isRead) {
   looking_ = Looking::atNothing;
   knowsJoints_ = true;
-  if (isRead && parts_.size() > 1) {
-    logFormat("joints              : {} recordings", parts_.size());
+  if (!isRead)
+    parts_ = {};
+  if (parts_.lacksSound || (parts_.addsSound && !order_.row.source.sound.id)) {
+    logLine("joints              :-( sound of the source is missing, or of another codec");
+    damagedSound_ = 1;
+  }
+  if (parts_.isToBeJoined()) {
+    logFormat("joints              : {} recordings{}", parts_.seconds.size(),
+              parts_.hasMore ? ", and others of another codec" : "");
     takeParts(order_.row.source, parts_);
     plan_ = planJob(order_.row, work_, order_.flavour);
     if (!plan_) {
@@ -335,10 +341,7 @@ void ConversionJob::startTool(const Arguments& command, ParseMode parseMode, dou
   if (looking_ == Looking::atPackets)
     start.takeOutputLine = [this](std::string_view line) { meter_.addLine(line); };
   else if (looking_ == Looking::atJoints)
-    start.takeOutputLine = [this](std::string_view line) {
-      if (const auto seconds = partSeconds(line))
-        parts_.push_back(*seconds);
-    };
+    start.takeOutputLine = [this](std::string_view line) { parts_.addLine(line); };
   if (looking_ == Looking::atNothing)
     progress_.begin();
   host_.toolBegins(

@@ -12,6 +12,7 @@
 #include "core/JobTool.h"
 #include "core/LaterStep.h"
 #include "core/jobPlan.h"
+#include "core/joinedParts.h"
 #include "core/outputPlace.h"
 #include "encoding/Row.h"
 #include "ffmpeg/packetMeter.h"
@@ -183,7 +184,7 @@ class ConversionJob {
   Looking looking_ = Looking::atNothing;
   ClipProgress progress_;
   bool knowsJoints_ = false;
-  std::vector<double> parts_;     // seconds of the recordings in the source, in order
+  PartList parts_;                // the recordings in the source, in order
   RunTroubles troubles_;          // of the first tool, which reads the source
   bool isAsLongAsKnown_ = false;  // the movie, by what the analysis knows
   PacketMeter meter_;

@@ -84,7 +84,7 @@ void ConversionJob::check() {
     fail(localisationString("why_endsEarly"));
     return;
   }
-  hasMore_ = anotherMovieFollows(order_.row.path());
+  hasMore_ = parts_.hasMore || anotherMovieFollows(order_.row.path());
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
     fail(reasonOf(verdict));
     return;
@@ -93,7 +93,7 @@ void ConversionJob::check() {
   const Source& source = plan_->row.source;
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
-  const bool mayHaveHoles = damagedPictures_ > 0;
+  const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful;
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;

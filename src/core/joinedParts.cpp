@@ -16,31 +16,41 @@ Arguments jointList(const std::string& path) {
   return {Bundle::main().toolPath("joinclips"), "--list", "--", path};
 }
 
-// "byte 963072: 5.000 s"
-std::optional<double> partSeconds(std::string_view line) {
-  const auto seconds = textBetween(line, ": ", " s");
-  if (!startsWith(line, "byte ") || !seconds)
-    return std::nullopt;
-  const double number = leadingNumber(*seconds);
+// "byte 963072: 5.000 s", and behind that ", left out", ", pictures missing for 1.200 s" or the
+// like.
+void PartList::addLine(std::string_view line) {
+  hasBothSizes = hasBothSizes || startsWith(line, "packets of both sizes");
+  const auto text = textBetween(line, ": ", " s");
+  if (!startsWith(line, "byte ") || !text)
+    return;
+  const double number = leadingNumber(*text);
   constexpr double longest = 1e7;
-  return number >= 0 && number < longest ? std::optional(number) : std::nullopt;
+  if (contains(line, ", left out")) {
+    hasMore = true;
+    return;
+  }
+  isDoubtful =
+      isDoubtful || contains(line, ", pictures missing") || contains(line, ", wrong times");
+  addsSound = addsSound || contains(line, ", sound begins");
+  lacksSound = lacksSound || contains(line, ", sound missing");
+  if (number >= 0 && number < longest)
+    seconds.push_back(number);
 }
 
-void takeParts(Source& source, const std::vector<double>& seconds) {
-  if (seconds.size() < 2)
+PartList partList(std::string_view text) {
+  PartList parts;
+  for (const std::string_view line : splitLines(text))
+    parts.addLine(line);
+  return parts;
+}
+
+void takeParts(Source& source, const PartList& parts) {
+  if (!parts.isToBeJoined())
     return;
-  const double all = std::accumulate(seconds.begin(), seconds.end(), 0.0);
+  const double all = std::accumulate(parts.seconds.begin(), parts.seconds.end(), 0.0);
   source.isJoined = true;
   source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
   source.duration = std::max(1.0, std::floor(all));
-}
-
-void takeParts(Source& source, std::string_view list) {
-  std::vector<double> parts;
-  for (const std::string_view line : splitLines(list))
-    if (const auto seconds = partSeconds(line))
-      parts.push_back(*seconds);
-  takeParts(source, parts);
 }
 
 }  // namespace tessarin

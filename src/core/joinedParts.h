@@ -16,12 +16,24 @@ bool mayHoldParts(const Source& source);
 
 // The command that lists the recordings of a source, a line for each.
 Arguments jointList(const std::string& path);
-// How long the pictures of the line's recording are; nothing for other lines.
-std::optional<double> partSeconds(std::string_view line);
 
-// Has the source read as one recording of that many seconds, where there are several.
-void takeParts(Source& source, const std::vector<double>& seconds);
-// The same of a whole list.
-void takeParts(Source& source, std::string_view list);
+// What such a list says.
+struct PartList {
+  std::vector<double> seconds;  // of the pictures of each recording that can be joined
+  bool hasMore = false;         // another one has pictures of another codec
+  bool hasBothSizes = false;    // of packets, of which ffmpeg reads one
+  // Holes, or times that are off: what is missing has to be measured.
+  bool isDoubtful = false;
+  bool lacksSound = false;
+  bool addsSound = false;  // the first of them have none, so that the analysis may not know of it
+
+  // Other lines are passed over.
+  void addLine(std::string_view line);
+  bool isToBeJoined() const { return seconds.size() > 1 || hasMore || hasBothSizes; }
+};
+PartList partList(std::string_view text);
+
+// Has the source read as one recording, where that has to be.
+void takeParts(Source& source, const PartList& parts);
 
 }  // namespace tessarin

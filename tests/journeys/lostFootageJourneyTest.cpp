@@ -178,6 +178,43 @@ TEST_F(LostFootageJourney, RecordingsBehindEachOtherFollowWithoutAPause) {
   }
 }
 
+// Packets of both sizes, other numbers for the streams and bytes that are no packets do not matter;
+// what another decoder would have to read is told.
+TEST_F(LostFootageJourney, RecordingsOfOtherKindsAreJoinedOrTold) {
+  const auto made = [this](const std::string& codecs) {
+    EXPECT_TRUE(test::makeClip(test::progressivePicture("352x288", "1", "25") + test::tone("1") +
+                                   "-pix_fmt yuv420p " + codecs,
+                               folder.file("part.ts")));
+    return folder.read("part.ts");
+  };
+  const std::string h264 = "-c:v libx264 -preset ultrafast ";
+  const std::string first = made(h264 + "-c:a ac3 -output_ts_offset 9");
+  const std::string stamped = made(h264 + "-c:a ac3 -mpegts_m2ts_mode 1");
+  struct Case {
+    std::string clip;
+    unsigned pictures;
+    double sound;
+    std::string told;
+  };
+  for (const auto& [clip, pictures, sound, told] :
+       {Case{std::string(5000, 'x') + stamped + first + stamped, 75, 3, ""},
+        Case{first + made("-c:v mpeg2video -q:v 3 -c:a mp2") + first, 50, 2,
+             "(without another movie that follows in the same file)"},
+        Case{first + made(h264 + "-c:a mp2") + first, 75, 3, "(with damaged sound)"}}) {
+    SCOPED_TRACE(told);
+    std::filesystem::remove_all(destination());
+    const Result result =
+        tessarin({"-d", destination(), "--size", "same", folder.write("x.ts", clip)});
+    EXPECT_EQ(result.status, told.empty() ? 0 : 1) << result.err;
+    EXPECT_THAT(result.out, HasSubstr(told));
+    ASSERT_EQ(movies().size(), 2u) << result.err;
+    const auto index = readMovieIndex(movie(movies().front()));
+    ASSERT_TRUE(index && index->pictures() && index->sound()) << result.err;
+    EXPECT_EQ(index->pictures()->shown, pictures);
+    EXPECT_NEAR(index->sound()->seconds, sound, 0.06);
+  }
+}
+
 // Files of these formats behind each other in one: ffmpeg reads the first and says nothing.
 TEST_F(LostFootageJourney, AMovieBehindTheFirstIsTold) {
   for (const char* format : {"mkv", "mov", "mxf"}) {

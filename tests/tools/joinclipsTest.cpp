@@ -77,6 +77,8 @@ class Recording {
     Time heard = soundLater;
     constexpr auto unit = static_cast<Time>(framesOfUnit) * frame;
     for (int number = 0; number < count; ++number) {
+      if (number > 0 && number % 50 == 0)
+        made.addTable();
       made.addPicture(number, number, number % 5 == 0);
       const Time end =
           number + 1 < count ? (number + 1) * picture : count * picture + soundEndsLater;
@@ -224,9 +226,20 @@ TEST(JoinClips, NoJointIsMadeUpAndDamageStays) {
     if (const auto head = unitHead(packet);
         head && packet.stream() == pictures && *head->shown == wrapped(11 * picture - 2 * second))
       shiftTimes(packet.payload(), *head, -5 * second);
-  for (const Recording& recording : {whole, holed, wrong, wrongTwice}) {
+  // Three pictures, the first of them a key picture behind a table.
+  const auto wrongByHours = [&whole](int hours) {
+    Recording recording = whole;
+    for (TransportPacket& packet : recording.packets)
+      if (const auto head = unitHead(packet); head && packet.stream() == pictures)
+        if (const Time at = difference(*head->shown, -2 * second) / picture; at >= 50 && at < 53)
+          shiftTimes(packet.payload(), *head, hours * 3600 * second);
+    return recording;
+  };
+  for (const Recording& recording :
+       {whole, holed, wrong, wrongTwice, wrongByHours(2), wrongByHours(-2)}) {
     const Joined joined = join({recording});
-    EXPECT_EQ(joined.parts.size(), 1u);
+    ASSERT_EQ(joined.parts.size(), 1u);
+    EXPECT_NEAR(joined.parts[0].seconds, 4, 1e-6);
     for (const int stream : {0, pictures, sound}) {
       const auto of = [stream](const std::vector<TransportPacket>& packets) {
         std::vector<std::array<std::uint8_t, 188>> bytes;
@@ -245,6 +258,40 @@ TEST(JoinClips, NoJointIsMadeUpAndDamageStays) {
   second.packets.erase(second.packets.begin(), second.packets.begin() + 200);
   EXPECT_EQ(join({first, second}, true).packets.size(), whole.packets.size());
   EXPECT_EQ(join({first, second}, true).parts.size(), 1u);
+}
+
+TEST(JoinClips, AHoleThatEndsAsAFileBeginsIsToldAndNoJoint) {
+  const Recording whole = Recording::made(0, 100);
+  const auto at = [](const Recording& recording, int stream, Time shown) {
+    return std::find_if(recording.packets.begin(), recording.packets.end(),
+                        [=](const TransportPacket& packet) {
+                          const auto head = unitHead(packet);
+                          return packet.stream() == stream && head && head->shown == shown;
+                        });
+  };
+  Recording holed = whole;
+  holed.packets.erase(at(holed, pictures, 10 * picture), at(holed, pictures, 50 * picture) - 1);
+  Joined joined = join({holed});
+  ASSERT_EQ(joined.parts.size(), 1u);
+  EXPECT_NEAR(joined.parts[0].seconds, 4, 1e-6);
+  EXPECT_NEAR(joined.parts[0].picturesMissing, 41.0 / 25, 1e-6);
+  EXPECT_NEAR(joined.parts[0].soundMissing, 40.0 / 25, 0.1);
+  // A recording whose clock is as far ahead.
+  Recording first = whole;
+  first.packets.erase(at(first, pictures, 10 * picture), first.packets.end());
+  joined = join({first, Recording::made(50 * picture, 50)});
+  ASSERT_EQ(joined.parts.size(), 2u);
+  EXPECT_EQ(joined.parts[0].soundMissing + joined.parts[1].soundMissing, 0);
+
+  Recording mute = whole;
+  const auto isHeard = [&](const TransportPacket& packet) {
+    const auto place = &packet - mute.packets.data();
+    return packet.stream() == sound && place > 200 && place < 400;
+  };
+  std::erase_if(mute.packets, isHeard);
+  joined = join({mute});
+  EXPECT_EQ(joined.parts[0].picturesMissing, 0);
+  EXPECT_GT(joined.parts[0].soundMissing, 0.3);
 }
 
 TEST(JoinClips, FramesOfSoundAreToldByTheirHeads) {

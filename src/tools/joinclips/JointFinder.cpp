@@ -1,6 +1,8 @@
 #include "tools/joinclips/JointFinder.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <set>
 
 #include "tools/joinclips/unitContent.h"
@@ -22,6 +24,27 @@ constexpr std::size_t mostKept = 128U << 10;
 // Not every program writes times of arrival that mean something.
 constexpr int enoughSteady = 1000;
 
+// Pictures that follow a time that is off, until something else has to have come.
+constexpr int enoughAgreeing = 12;
+// No jump of the pictures by less is told from a pause of the sound, or from how far the
+// programme's clock is ahead.
+constexpr Time leastJump = second;
+constexpr Time leastJumpOfSound = 2 * longestPause;
+// Footage that is missing in the middle of a recording is not longer.
+constexpr Time longestHole = 60 * second;
+
+// Whether so much is a whole number of pictures that come so far behind each other, at one of the
+// rates that there are.
+bool keepsPace(Time step, Time pace) {
+  constexpr std::array<double, 8> paces{3753.75, 3750, 3600, 3003, 3000, 1800, 1501.5, 1500};
+  constexpr double rounding = 1;
+  const auto found = std::find_if(paces.begin(), paces.end(), [pace](double each) {
+    return std::abs(each - static_cast<double>(pace)) <= rounding;
+  });
+  return found != paces.end() &&
+         std::abs(std::remainder(static_cast<double>(step), *found)) <= 2 * rounding;
+}
+
 bool comesSoon(const TransportPacket& packet, std::uint32_t stamp) {
   constexpr std::uint32_t longest = 27'000'000 / 2;
   return ((packet.stamp - stamp) & stampMask) < longest;
@@ -31,6 +54,8 @@ bool comesSoon(const TransportPacket& packet, std::uint32_t stamp) {
 
 void JointFinder::add(const TransportPacket& packet) {
   kept_.push_back(packet);
+  if (packet.changesCodec)
+    split(withTables(kept_.size() - 1));
   const auto head = unitHead(packet);
   if (head && head->isOfPictures() && pictures_ < 0)
     pictures_ = packet.stream();
@@ -47,18 +72,46 @@ bool JointFinder::follows(Time order, bool isExact, Time before) const {
 }
 
 void JointFinder::addPicture(Time order, bool isExact) {
-  if (candidate_ && follows(order, isExact, *candidate_)) {
-    if (isJoint())
-      split();
-  } else if (last_ && !follows(order, isExact, *last_) && kept_.size() < mostKept) {
-    candidate_ = order;
-    candidatePlace_ = kept_.size() - 1;
-    return;
+  if (candidate_ && follows(order, isExact, agreed_)) {
+    agreed_ = order;
+    ++agreeing_;
+    if (!isDecidable())
+      return;
+    settle();
+  } else {
+    const bool isBack = last_ && follows(order, isExact, *last_);
+    if (candidate_ && agreeing_ > 0 && !isBack) {
+      const TransportPacket packet = kept_.back();
+      kept_.pop_back();
+      settle();
+      last_ = agreed_;
+      kept_.push_back(packet);
+    }
+    if (last_ && !isBack && kept_.size() < mostKept) {
+      candidate_ = agreed_ = order;
+      candidatePlace_ = kept_.size() - 1;
+      agreeing_ = 0;
+      return;
+    }
+    handOn();
   }
-  handOn();
   isExact_ = isExact_ || isExact;
-  inOrder_ = last_ && difference(order, *last_) < 0 ? 0 : inOrder_ + 1;
+  if (last_)
+    pace_ = difference(order, *last_);
+  inOrder_ = last_ && pace_ < 0 ? 0 : inOrder_ + 1;
   last_ = order;
+}
+
+bool JointFinder::isDecidable() const {
+  return agreeing_ >= enoughAgreeing || kept_.size() >= mostKept ||
+         othersGoOn(firstOddity()).has_value();
+}
+
+// What is kept back belongs to one recording, or to two.
+void JointFinder::settle() {
+  if (isJoint())
+    split(firstOddity());
+  handOn();
 }
 
 // Pictures' times that go back may be damaged ones: at a joint something else is out of order, too,
@@ -67,10 +120,71 @@ void JointFinder::addPicture(Time order, bool isExact) {
 bool JointFinder::isJoint() const {
   const Time step = difference(*candidate_, *last_);
   const std::size_t place = firstOddity();
+  if (othersGoOn(place).value_or(false))
+    return false;
   if (step > longestStep)
-    return beginsLikeAFile(place);
+    return beginsLikeAFile(place) && !isHole(place);
   return (step < -mostReordering || place < candidatePlace_) &&
          (hasOddity() || beginsLikeAFile(place));
+}
+
+JointFinder::State JointFinder::stateAt(std::size_t place) const {
+  State state = state_;
+  for (std::size_t at = 0; at < place; ++at)
+    pass(kept_[at], state);
+  return state;
+}
+
+// Whether the programme's clock, or the sound where there is none, goes on as if nothing had
+// happened; nothing while neither has come.
+std::optional<bool> JointFinder::othersGoOn(std::size_t place) const {
+  const Time jump = difference(*candidate_, *last_);
+  const State state = stateAt(place);
+  const bool hasClock = !state.clocks.empty();
+  if (std::abs(jump) < (hasClock ? leastJump : leastJumpOfSound) ||
+      (!hasClock && state.orders.empty()))
+    return false;
+  const auto goesOn = [jump](const std::map<int, Time>& times, int stream,
+                             Time time) -> std::optional<bool> {
+    const auto before = times.find(stream);
+    if (before == times.end())
+      return std::nullopt;
+    const Time step = difference(time, before->second);
+    return std::abs(step) < std::abs(step - jump);
+  };
+  for (std::size_t at = place; at < kept_.size(); ++at) {
+    const TransportPacket& packet = kept_[at];
+    if (packet.stream() == TransportPacket::emptyStream || packet.isUnreadable())
+      continue;
+    std::optional<bool> answer;
+    if (const auto clock = packet.clock())
+      answer = goesOn(state.clocks, packet.stream(), *clock);
+    else if (const auto head = unitHead(packet);
+             !hasClock && head && !head->isOfPictures() && head->order())
+      answer = goesOn(state.orders, packet.stream(), *head->order());
+    if (answer)
+      return answer;
+  }
+  return std::nullopt;
+}
+
+// Behind one the pictures keep their pace, and each stream's packets are counted on from somewhere:
+// where a file begins they are counted from the same number, and the pace is its own.
+bool JointFinder::isHole(std::size_t place) const {
+  const Time step = difference(*candidate_, *last_);
+  if (step > longestHole || !keepsPace(step, pace_))
+    return false;
+  std::map<int, int> counters;
+  for (std::size_t at = place; at < kept_.size(); ++at) {
+    const TransportPacket& packet = kept_[at];
+    if (packet.beginsFile || packet.changesStreams)
+      return false;
+    if (packet.stream() != TransportPacket::emptyStream && packet.hasPayload())
+      counters.try_emplace(packet.stream(), packet.counter());
+  }
+  return std::any_of(counters.begin(), counters.end(), [&counters](const auto& each) {
+    return each.second != counters.begin()->second;
+  });
 }
 
 bool JointFinder::hasOddity() const {
@@ -83,7 +197,7 @@ bool JointFinder::hasOddity() const {
 }
 
 bool JointFinder::isOdd(const TransportPacket& packet, const State& state) {
-  if (packet.beginsFile)
+  if (packet.beginsFile || packet.changesStreams)
     return true;
   if (state.steady >= enoughSteady && !comesSoon(packet, state.stamp))
     return true;
@@ -121,13 +235,18 @@ void JointFinder::pass(const TransportPacket& packet, State& state) {
     state.orders[stream] = *head->order();
 }
 
-// Among those up to the candidate. Tables before it, which have no times and whose counters may fit
-// by chance, belong to what comes behind them.
+// Among those up to the candidate.
 std::size_t JointFinder::firstOddity() const {
   State state = state_;
   std::size_t place = 0;
   while (place < candidatePlace_ && !isOdd(kept_[place], state))
     pass(kept_[place++], state);
+  return withTables(place);
+}
+
+// Tables before it, which have no times and whose counters may fit by chance, belong to what comes
+// behind them.
+std::size_t JointFinder::withTables(std::size_t place) const {
   const auto isTable = [](const TransportPacket& packet) {
     return packet.beginsUnit() && packet.hasPayload() && !packet.isUnreadable() &&
            !unitHead(packet);
@@ -138,6 +257,9 @@ std::size_t JointFinder::firstOddity() const {
 }
 
 bool JointFinder::beginsLikeAFile(std::size_t place) const {
+  for (std::size_t at = place; at <= candidatePlace_; ++at)
+    if (kept_[at].changesStreams)
+      return true;
   if (kept_[place].beginsFile)
     return true;
   constexpr int lastTable = 0x1F;
@@ -172,9 +294,7 @@ void JointFinder::handOn() {
   candidate_.reset();
 }
 
-// The clock tells that there is a joint: at the latest where the picture begins that told so.
-void JointFinder::split() {
-  const std::size_t place = firstOddity();
+void JointFinder::split(std::size_t place) {
   target_.picturesAreOver();
   for (std::size_t at = 0; at < place; ++at)
     target_.take(kept_[at]);
@@ -184,12 +304,13 @@ void JointFinder::split() {
   isExact_ = false;
   inOrder_ = 0;
   last_.reset();
+  candidate_.reset();
 }
 
 void JointFinder::finish() {
-  // A part of a single picture.
-  if (candidate_ && last_ && difference(*candidate_, *last_) < longestStep && isJoint())
-    split();
+  // A part of a few pictures, or of one.
+  if (candidate_ && last_ && (agreeing_ > 0 || difference(*candidate_, *last_) < longestStep))
+    settle();
   handOn();
 }
 

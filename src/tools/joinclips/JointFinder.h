@@ -24,10 +24,15 @@ class PartTarget {
 };
 
 // The clock is that of the pictures: the times at which they are decoded, which never go back in a
-// recording. Where they do, another one begins; a single time that is off proves nothing, so two
-// in a row have to agree. Where they leap forward, as they do at a hole of a damaged recording,
-// too, another one begins only if it begins as files do: at the border of two of them, or with the
-// table of programmes, a whole unit of every stream and a picture that decoding can begin with.
+// recording. Where they do, another one begins, and the programme's own clock jumps with them
+// (sound does, where it has none): where that goes on the times are damaged. A single time that is
+// off proves nothing, so two in a row have to agree. Where they leap forward, as they do at a hole
+// of a damaged recording, too, another one begins only if it begins as files do: at the border of
+// two of them, or with the table of programmes, a whole unit of every stream and a picture that
+// decoding can begin with; and not where the pictures keep the pace of those before while the
+// packets of each stream are counted on from elsewhere, for that is a hole. Where the tables list
+// pictures for another decoder there is always a joint.
+//
 // The packets since the last picture are kept back meanwhile; what is first out of order among
 // them (a counter, a time of arrival, a clock, a file's border) is where the joint is.
 class JointFinder {
@@ -50,12 +55,18 @@ class JointFinder {
 
   void addPicture(Time order, bool isExact);
   bool follows(Time order, bool isExact, Time before) const;
+  bool isDecidable() const;
+  void settle();
   bool isJoint() const;
+  State stateAt(std::size_t place) const;
+  std::optional<bool> othersGoOn(std::size_t place) const;
+  bool isHole(std::size_t place) const;
   bool hasOddity() const;
   std::size_t firstOddity() const;
+  std::size_t withTables(std::size_t place) const;
   bool beginsLikeAFile(std::size_t place) const;
   void handOn();
-  void split();
+  void split(std::size_t place);
   static bool isOdd(const TransportPacket& packet, const State& state);
   static void pass(const TransportPacket& packet, State& state);
 
@@ -64,9 +75,12 @@ class JointFinder {
   std::optional<Time> last_;
   bool isExact_ = false;  // it has times of its own for decoding
   int inOrder_ = 0;       // pictures since it went back within a part
-  // The time of a picture that does not follow, and where it is.
+  Time pace_ = 0;         // from the picture before to the latest one
+  // The time of a picture that does not follow, where it is, and how many follow it, up to when.
   std::optional<Time> candidate_;
   std::size_t candidatePlace_ = 0;
+  int agreeing_ = 0;
+  Time agreed_ = 0;
   std::vector<TransportPacket> kept_;
   State state_;  // before those that are kept back
 };

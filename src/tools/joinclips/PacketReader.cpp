@@ -12,10 +12,11 @@ namespace {
 
 constexpr std::size_t pieceSize = 1 << 20;
 constexpr std::uint8_t syncByte = 0x47;
-constexpr std::size_t stampSize = 4;
-constexpr std::size_t stampedSize = TransportPacket::size + stampSize;
+constexpr std::size_t stampedSize = TransportPacket::stampedSize;
+constexpr std::size_t stampSize = stampedSize - TransportPacket::size;
 // In a row, which chance hardly makes.
 constexpr std::size_t convincing = 5;
+constexpr std::size_t needed = (convincing + 1) * stampedSize;
 
 }  // namespace
 
@@ -24,29 +25,43 @@ Outcome<PacketReader> PacketReader::open(const std::string& path) {
   if (!file.isOpen())
     return Failure{systemReason(errno)};
   PacketReader reader(std::move(file));
-  TESSARIN_TRY(reader.fill());
-  constexpr std::size_t farthest = 4096;
-  for (std::size_t at = 0; at < std::min(reader.left(), farthest); ++at)
-    for (const std::size_t step : {stampedSize, TransportPacket::size}) {
-      reader.step_ = step;
-      reader.at_ = at;
-      if (reader.isPacket(at, convincing))
-        return reader;
-    }
-  return Failure{"is no transport stream"};
+  while (reader.left() < pieceSize && !reader.isOver_)
+    TESSARIN_TRY(reader.fill());
+  if (!reader.findPackets())
+    return Failure{"is no transport stream"};
+  return reader;
 }
 
-// Whether packets begin here and at so many places behind it, as far as the buffer goes.
-bool PacketReader::isPacket(std::size_t at, std::size_t following) const {
-  const std::size_t sync = at + step_ - TransportPacket::size;
+// Whether packets begin here and at so many places behind it; two do at the end of the file.
+bool PacketReader::isPacket(std::size_t step, std::size_t following) const {
+  const std::size_t sync = at_ + step - TransportPacket::size;
   for (std::size_t packet = 0; packet <= following; ++packet) {
-    const std::size_t place = sync + packet * step_;
+    const std::size_t place = sync + packet * step;
     if (place + TransportPacket::size > buffer_.size())
-      return packet > 0;
+      return packet > 1;
     if (buffer_[place] != syncByte)
       return false;
   }
   return true;
+}
+
+// A place that was right so far needs no proof, unless the packets may have another size from here.
+bool PacketReader::goesOn() const {
+  const std::size_t other = step_ == stampedSize ? TransportPacket::size : stampedSize;
+  return isPacket(step_, 0) && (isPacket(step_, 1) || !isPacket(other, convincing));
+}
+
+// Goes to the next place in the buffer where packets of either size begin.
+bool PacketReader::findPackets() {
+  const std::size_t least = isOver_ ? TransportPacket::size : needed;
+  for (; left() >= least; ++at_)
+    for (const std::size_t step :
+         {step_, step_ == stampedSize ? TransportPacket::size : stampedSize})
+      if (isPacket(step, convincing)) {
+        step_ = step;
+        return true;
+      }
+  return false;
 }
 
 Outcome<bool> PacketReader::fill() {
@@ -64,23 +79,22 @@ Outcome<bool> PacketReader::fill() {
 }
 
 Outcome<std::optional<TransportPacket>> PacketReader::next() {
-  while (true) {
-    while (left() < (convincing + 1) * step_ && !isOver_)
+  while (left() < needed && !isOver_)
+    TESSARIN_TRY(fill());
+  if (!goesOn())
+    while (!findPackets()) {
+      if (isOver_)
+        return std::optional<TransportPacket>();
       TESSARIN_TRY(fill());
-    if (left() < step_)
-      return std::optional<TransportPacket>();
-    // A place that was right so far needs no proof.
-    if (isPacket(at_, 0))
-      break;
-    do
-      ++at_;
-    while (left() >= step_ && !isPacket(at_, left() > (convincing + 1) * step_ ? convincing : 1));
-  }
+    }
   TransportPacket packet;
   packet.place = read_ - left();
-  if (step_ == stampedSize)
+  if (step_ == stampedSize) {
+    stamp_ = 0;
     for (std::size_t byte = 0; byte < stampSize; ++byte)
-      packet.stamp = packet.stamp << 8 | buffer_[at_ + byte];
+      stamp_ = stamp_ << 8 | buffer_[at_ + byte];
+  }
+  packet.stamp = stamp_;
   std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(at_ + step_ - TransportPacket::size),
               TransportPacket::size, packet.bytes.begin());
   at_ += step_;

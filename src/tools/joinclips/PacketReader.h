@@ -12,12 +12,14 @@
 
 namespace tessarin::joining {
 
-// Packets of 188 bytes, or of 192 as camcorders write them. Bytes between them that are none are
-// passed over.
+// Packets of 188 bytes, of 192 as camcorders write them, or of both kinds behind each other. Bytes
+// between them that are none are passed over.
 class PacketReader {
  public:
+  // Fails, too, where no packets are near the file's beginning.
   static Outcome<PacketReader> open(const std::string& path);
 
+  // Of the packets at hand.
   std::size_t packetSize() const { return step_; }
   // Nothing at the end. Fails when the file cannot be read any further.
   Outcome<std::optional<TransportPacket>> next();
@@ -25,14 +27,17 @@ class PacketReader {
  private:
   explicit PacketReader(Descriptor file) : file_(std::move(file)) {}
   Outcome<bool> fill();
-  bool isPacket(std::size_t at, std::size_t following) const;
+  bool findPackets();
+  bool isPacket(std::size_t step, std::size_t following) const;
+  bool goesOn() const;
   std::size_t left() const { return buffer_.size() - at_; }
 
   Descriptor file_;
   std::vector<std::uint8_t> buffer_;
   std::size_t at_ = 0;
   std::uint64_t read_ = 0;  // bytes of the file
-  std::size_t step_ = 0;
+  std::size_t step_ = TransportPacket::stampedSize;
+  std::uint32_t stamp_ = 0;  // of the latest packet that has one
   bool isOver_ = false;
 };
 

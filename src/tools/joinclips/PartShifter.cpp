@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <utility>
 
 #include "tools/joinclips/unitContent.h"
@@ -17,6 +18,9 @@ constexpr std::size_t tellingBytes = 4096;
 constexpr std::size_t longestSoundUnit = 4096;  // packets
 constexpr std::size_t picturesForStep = 33;
 constexpr std::uint32_t stampsBetweenParts = 1000;
+// Longer ones are holes.
+constexpr Time longestShown = second / 2;
+constexpr Time longestSilence = second / 4;
 
 // Of MPEG audio and AAC, of AC-3 and its like; data come in units of the latter kind, too.
 bool mayBeSound(int kind) {
@@ -43,6 +47,11 @@ std::vector<std::uint8_t> payloadOf(const std::vector<TransportPacket>& packets)
 void PartShifter::take(const TransportPacket& packet) {
   if (!partPlace_)
     partPlace_ = packet.place;
+  addsSound_ = addsSound_ || packet.addsSound;
+  if (packet.fate != TransportPacket::Fate::kept)
+    return leaveOut(packet);
+  if (isLeftOut_)
+    return;
   if (isBegun_) {
     place(packet);
     return;
@@ -50,6 +59,22 @@ void PartShifter::take(const TransportPacket& packet) {
   kept_.push_back(packet);
   if (findsBeginning(packet) || kept_.size() >= longestBeginning)
     begin();
+}
+
+// A part whose pictures are lost has no place, and so has its sound.
+void PartShifter::leaveOut(const TransportPacket& packet) {
+  if (packet.fate == TransportPacket::Fate::dropped)
+    return;
+  if (packet.stream() != pictures_) {
+    hasLostSound_ = true;
+    return;
+  }
+  isLeftOut_ = true;
+  isBegun_ = true;
+  kept_.clear();
+  beginnings_.clear();
+  if (const auto head = unitHead(packet); head && head->shown)
+    notePicture(*head->shown);
 }
 
 // Whether all is known of the pictures that come before the first one that can be decoded, or hang
@@ -192,6 +217,8 @@ void PartShifter::placeSound(Stream& stream, bool isLast) {
     if (rest <= half)
       stream.shift = shift_ - std::llround(rest);
   }
+  if (stream.isPlaced)
+    noteSound(stream, wrapped(*head->shown + stream.shift));
   stream.isPlaced = true;
   const Time shown = wrapped(*head->shown + stream.shift);
   std::ptrdiff_t to = count;
@@ -284,7 +311,19 @@ void PartShifter::write(Stream& stream, TransportPacket packet) {
 
 // ---- Pictures and the end of a part
 
+// What is missing in the sound that is heard, before it goes on within a part.
+void PartShifter::noteSound(const Stream& stream, Time begin) {
+  if (sound_ == nullptr)
+    sound_ = &stream;
+  if (&stream != sound_ || !stream.end)
+    return;
+  if (const Time gap = difference(begin, *stream.end); gap > longestSilence)
+    soundMissing_ += gap;
+}
+
 void PartShifter::notePicture(Time shown) {
+  if (!latest_.empty() && !followsLatest(shown))
+    return;
   const auto place = std::upper_bound(latest_.begin(), latest_.end(), shown, isEarlier);
   const bool isEarliest = place == latest_.begin();
   if (isEarliest && latest_.size() < picturesForStep)
@@ -292,6 +331,29 @@ void PartShifter::notePicture(Time shown) {
   latest_.insert(place, shown);
   if (latest_.size() > picturesForStep)
     latest_.erase(latest_.begin());
+}
+
+// Whether the picture tells how far the part is: one whose time leaps does where the ones behind it
+// agree, and does not where they are as before.
+bool PartShifter::followsLatest(Time shown) {
+  const Time step = difference(shown, latest_.back());
+  if (std::abs(step) <= longestShown)
+    return true;
+  const auto& before = beforeLeap_;
+  if (!before.empty() && std::abs(difference(shown, before.back())) <= 2 * longestShown) {
+    latest_ = std::exchange(beforeLeap_, {});
+    picturesMissing_ = missingBeforeLeap_;
+    hasWrongTimes_ = true;
+    return true;
+  }
+  if (step < 0) {
+    hasWrongTimes_ = true;
+    return false;
+  }
+  beforeLeap_ = latest_;
+  missingBeforeLeap_ = picturesMissing_;
+  picturesMissing_ += step;
+  return true;
 }
 
 // One picture, as most of the latest ones lie apart, behind the last one.
@@ -323,10 +385,16 @@ void PartShifter::closePart() {
   for (auto& [number, stream] : streams_)
     placeSound(stream, isTail_);
   if (!latest_.empty()) {
-    joint_ = pictureEnd();
-    parts_.push_back(
-        {partPlace_.value_or(0),
-         static_cast<double>(difference(joint_, *firstShown_)) / static_cast<double>(second)});
+    const Time end = pictureEnd();
+    const auto seconds = [](Time time) {
+      return static_cast<double>(time) / static_cast<double>(second);
+    };
+    const Time length = difference(end, *firstShown_);
+    parts_.push_back({partPlace_.value_or(0), seconds(length), isLeftOut_, hasWrongTimes_,
+                      addsSound_, seconds(picturesMissing_),
+                      seconds(hasLostSound_ ? length : soundMissing_)});
+    if (!isLeftOut_)
+      joint_ = end;
   }
   for (auto& [number, stream] : streams_) {
     stream.awaitsUnit = stream.isUnits;
@@ -339,6 +407,13 @@ void PartShifter::closePart() {
   key_.reset();
   firstShown_.reset();
   latest_.clear();
+  beforeLeap_.clear();
+  isLeftOut_ = false;
+  hasLostSound_ = false;
+  hasWrongTimes_ = false;
+  addsSound_ = false;
+  picturesMissing_ = 0;
+  soundMissing_ = 0;
   isStampBroken_ = true;
 }
 

@@ -36,6 +36,12 @@ class PartShifter final : public PartTarget {
   struct Part {
     std::uint64_t place = 0;  // of its first packet in what was read
     double seconds = 0;       // of its pictures
+    bool isLeftOut = false;   // its pictures are for another decoder
+    bool hasWrongTimes = false;
+    bool addsSound = false;  // before it there was none
+    // Seconds of holes in it.
+    double picturesMissing = 0;
+    double soundMissing = 0;
   };
   // That are over; of the last one after finish().
   const std::vector<Part>& parts() const { return parts_; }
@@ -62,6 +68,7 @@ class PartShifter final : public PartTarget {
     std::vector<std::uint8_t> start;  // its first bytes
   };
 
+  void leaveOut(const TransportPacket& packet);
   bool findsBeginning(const TransportPacket& packet);
   void lookForKey();
   void begin();
@@ -71,12 +78,15 @@ class PartShifter final : public PartTarget {
   void writeCut(Stream& stream, std::vector<std::uint8_t> unit);
   void write(Stream& stream, TransportPacket packet);
   void notePicture(Time shown);
+  bool followsLatest(Time shown);
   Time pictureEnd() const;
+  void noteSound(const Stream& stream, Time begin);
   void closePart();
 
   Write write_;
   std::map<int, Stream> streams_;
-  int pictures_ = -1;  // the stream from which all others keep their distance
+  int pictures_ = -1;              // the stream from which all others keep their distance
+  const Stream* sound_ = nullptr;  // the first one
   std::vector<Part> parts_;
   Time joint_ = 0;  // where the next part begins, as it is written
 
@@ -90,7 +100,15 @@ class PartShifter final : public PartTarget {
   std::optional<std::size_t> key_;
   bool isClosed_ = false;
   std::optional<Time> firstShown_;
-  std::vector<Time> latest_;  // when its latest pictures are shown, in order
+  std::vector<Time> latest_;      // when its latest pictures are shown, in order
+  std::vector<Time> beforeLeap_;  // the same, before their times leapt
+  Time missingBeforeLeap_ = 0;
+  bool isLeftOut_ = false;
+  bool hasLostSound_ = false;
+  bool hasWrongTimes_ = false;
+  bool addsSound_ = false;
+  Time picturesMissing_ = 0;
+  Time soundMissing_ = 0;
 
   std::optional<std::uint32_t> stamp_;  // the last one written
   std::uint32_t stampShift_ = 0;

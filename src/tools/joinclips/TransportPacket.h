@@ -27,6 +27,7 @@ inline constexpr std::uint32_t stampMask = 0x3FFFFFFF;
 
 struct TransportPacket {
   static constexpr std::size_t size = 188;
+  static constexpr std::size_t stampedSize = 192;
   static constexpr int emptyStream = 0x1FFF;  // of packets that only fill
 
   std::array<std::uint8_t, size> bytes{};
@@ -34,7 +35,19 @@ struct TransportPacket {
   std::uint64_t place = 0;  // in what was read
   bool beginsFile = false;  // the first one of a further file
 
+  // What becomes of it by the streams that those who read know: it is not handed on where it only
+  // would confuse them, or where it is lost to them.
+  enum class Fate : std::uint8_t { kept, dropped, lost };
+  Fate fate = Fate::kept;
+  bool changesStreams = false;  // it lists other streams than before
+  bool changesCodec = false;    // and pictures for another decoder than before
+  bool addsSound = false;       // it lists sound, and there was none before
+
   int stream() const { return (bytes[1] & 0x1F) << 8 | bytes[2]; }
+  void setStream(int stream) {
+    bytes[1] = static_cast<std::uint8_t>((bytes[1] & 0xE0) | (stream >> 8 & 0x1F));
+    bytes[2] = static_cast<std::uint8_t>(stream);
+  }
   // Nothing in it is to be believed: damaged on the way, or scrambled.
   bool isUnreadable() const { return (bytes[1] & 0x80) != 0 || (bytes[3] & 0xC0) != 0; }
   bool beginsUnit() const { return (bytes[1] & 0x40) != 0; }

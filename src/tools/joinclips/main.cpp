@@ -3,7 +3,8 @@
 //   joinclips [--list] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
-// for each recording instead.
+// for each recording instead, with what is missing in it, and one more where packets of both sizes
+// come.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
@@ -16,6 +17,7 @@
 #include "tools/joinclips/JointFinder.h"
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
+#include "tools/joinclips/StreamMatcher.h"
 #include "tools/toolMain.h"
 
 namespace {
@@ -52,53 +54,98 @@ class Output {
   int error_ = 0;
 };
 
-Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
-  Output output;
-  joining::PartShifter shifter([&](const TransportPacket& packet) {
-    if (!isList)
-      output.add(packet);
-  });
-  joining::JointFinder finder(shifter);
-  std::uint64_t before = 0;
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    const auto why = [&](const std::string& reason) {
-      return Failure{files[file] + ": " + reason};
-    };
-    auto reader = joining::PacketReader::open(files[file]);
+void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBothSizes) {
+  for (const auto& part : parts) {
+    fmt::print("byte {}: {:.3f} s", part.place, part.seconds);
+    if (part.isLeftOut) {
+      fmt::print(", left out");
+    } else {
+      if (part.hasWrongTimes)
+        fmt::print(", wrong times");
+      if (part.picturesMissing > 0)
+        fmt::print(", pictures missing for {:.3f} s", part.picturesMissing);
+      if (part.addsSound)
+        fmt::print(", sound begins");
+      if (part.soundMissing > 0)
+        fmt::print(", sound missing for {:.3f} s", part.soundMissing);
+    }
+    fmt::print("\n");
+  }
+  if (hasBothSizes)
+    fmt::print("packets of both sizes\n");
+}
+
+// Reads files behind each other and writes what they are together.
+class Joiner {
+ public:
+  explicit Joiner(bool isList)
+      : shifter_([this, isList](const TransportPacket& packet) {
+          if (!isList)
+            output_.add(packet);
+        }),
+        finder_(shifter_) {}
+
+  Outcome<bool> add(const std::string& file) {
+    const auto why = [&file](const std::string& reason) { return Failure{file + ": " + reason}; };
+    auto reader = joining::PacketReader::open(file);
     if (!reader)
       return why(reader.reason());
-    if (file == 0)
-      output.begin(reader->packetSize());
-    bool isFirst = file > 0;
+    if (firstSize_ == 0) {
+      firstSize_ = reader->packetSize();
+      output_.begin(firstSize_);
+    }
+    bool isBorder = before_ > 0;
     std::uint64_t end = 0;
-    while (true) {
+    while (output_.error() == 0) {
       auto packet = reader->next();
       if (!packet)
         return why(packet.reason());
       if (!packet.value())
         break;
       TransportPacket& next = *packet.value();
+      hasBothSizes_ = hasBothSizes_ || reader->packetSize() != firstSize_;
       end = next.place + reader->packetSize();
-      next.place += before;
-      next.beginsFile = std::exchange(isFirst, false);
-      finder.add(next);
-      if (output.error() != 0)
-        break;
+      next.place += before_;
+      next.beginsFile = std::exchange(isBorder, false);
+      matcher_.place(next);
+      finder_.add(next);
     }
-    if (output.error() != 0)
-      break;
-    before += end;
+    before_ += end;
+    return true;
   }
-  if (output.error() == 0) {
-    finder.finish();
-    shifter.finish();
-    output.flush();
+
+  Outcome<bool> finish() {
+    if (output_.error() == 0) {
+      finder_.finish();
+      shifter_.finish();
+      output_.flush();
+    }
+    if (output_.error() != 0 && !output_.isClosed())
+      return Failure{"the stream cannot be written: " + systemReason(output_.error())};
+    return true;
   }
-  if (output.error() != 0 && !output.isClosed())
-    return Failure{"the stream cannot be written: " + systemReason(output.error())};
+
+  bool isAtEnd() const { return output_.error() != 0; }
+  void printParts() const { printList(shifter_.parts(), hasBothSizes_); }
+
+ private:
+  Output output_;
+  joining::PartShifter shifter_;
+  joining::JointFinder finder_;
+  joining::StreamMatcher matcher_;
+  std::uint64_t before_ = 0;  // bytes of the files before
+  std::size_t firstSize_ = 0;
+  bool hasBothSizes_ = false;
+};
+
+Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
+  Joiner joiner(isList);
+  for (const std::string& file : files)
+    if (!joiner.isAtEnd())
+      TESSARIN_TRY(joiner.add(file));
+  TESSARIN_TRY(joiner.finish());
   if (isList)
-    for (const auto& part : shifter.parts())
-      fmt::print("byte {}: {:.3f} s\n", part.place, part.seconds);
+    joiner.printParts();
   return true;
 }
 
