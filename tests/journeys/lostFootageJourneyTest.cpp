@@ -178,8 +178,8 @@ TEST_F(LostFootageJourney, RecordingsBehindEachOtherFollowWithoutAPause) {
   }
 }
 
-// Packets of both sizes, other numbers for the streams and bytes that are no packets do not matter;
-// what another decoder would have to read is told.
+// Packets of both sizes, other numbers for the streams, bytes that are no packets and other sizes
+// of the pictures do not matter; what another decoder would have to read is told.
 TEST_F(LostFootageJourney, RecordingsOfOtherKindsAreJoinedOrTold) {
   const auto made = [this](const std::string& codecs) {
     EXPECT_TRUE(test::makeClip(test::progressivePicture("352x288", "1", "25") + test::tone("1") +
@@ -198,6 +198,7 @@ TEST_F(LostFootageJourney, RecordingsOfOtherKindsAreJoinedOrTold) {
   };
   for (const auto& [clip, pictures, sound, told] :
        {Case{std::string(5000, 'x') + stamped + first + stamped, 75, 3, ""},
+        Case{first + made(h264 + "-s 176x144 -c:a ac3") + first, 75, 3, ""},
         Case{first + made("-c:v mpeg2video -q:v 3 -c:a mp2") + first, 50, 2,
              "(without another movie that follows in the same file)"},
         Case{first + made(h264 + "-c:a mp2") + first, 75, 3, "(with damaged sound)"}}) {

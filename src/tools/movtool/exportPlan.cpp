@@ -275,8 +275,10 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     append(arguments, {"-analyzeduration", input.analyzeDuration});
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
-  if (input.joined)
+  if (input.joined) {
     arguments.insert(arguments.end(), readingJoined.begin(), readingJoined.end());
+    append(arguments, {"-reinit_filter:v", "0"});
+  }
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
@@ -417,6 +419,10 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.start = source.firstPicture;
 
   Chain chain;
+  // Recordings may have pictures of other sizes than the first: filters that ffmpeg makes anew
+  // where they change count time from there, so that pictures are repeated and the last ones lost.
+  if (input.joined)
+    chain.add(fmt::format("scale={}:{}:interl=-1", source.width, source.height));
   if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
   if (input.fields == "prog")
