@@ -3,8 +3,11 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <vector>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/failureWords.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "platform/fileFacts.h"
 #include "platform/propertyList.h"
@@ -47,6 +50,10 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) 
     return Failure{run.reason()};
   yuv4mpeg::Reader reader(run->output());
   const Outcome<yuv4mpeg::Header> header = reader.readHeader(yuv4mpeg::Accepted::only8Bits420);
+  // After a failed read ffmpeg may end well with a header alone: when the pictures begin is not
+  // known then, and sound would come early or late.
+  std::vector<std::uint8_t> picture(header ? header->frameSize() : 0);
+  const Outcome<bool> taken = header ? reader.readFrame(picture) : Outcome<bool>(false);
   run->readOutput();
   const Outcome<bool> finished = run->finish();
   if (!finished)
@@ -56,6 +63,10 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) 
   if (!header)
     return Failure{
         fmt::format("the pictures of {} cannot be taken: {}", input.path, header.reason())};
+  if (!taken || !taken.value()) {
+    const std::string words(failureWords(run->report()));
+    return Failure{words.empty() ? "there are no pictures in " + input.path : words};
+  }
   // A name may hold whole lines that look like ffmpeg's.
   return sourceFacts(header.value(), replaceAll(run->report(), input.path, "«source»"));
 }
