@@ -5,6 +5,7 @@
 #include "Input.h"
 #include "tools/gettimestamps/card.h"
 #include "tools/gettimestamps/source.h"
+#include "tools/joinclips/clipFacts.h"
 
 using namespace tessarin;
 
@@ -44,6 +45,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const ClipTime& clip : times->clips)
       fuzz::require(!clip.name.empty() && clip.time.isValid());
   }
+  for (const auto& [clip, before] : continuationsOnCard(root + "/PRIVATE/AVCHD/BDMV/STREAM"))
+    fuzz::require(!clip.empty());
+  for (const std::string& path : made)
+    if (const auto facts = joining::clipFacts(path))
+      fuzz::require(facts->packetSize > 0 && !facts->streams.empty());
   for (const std::string& path : made)
     if (const auto found = timeOfSource(path))
       fuzz::require(!found->origin.empty() && (!found->time || found->time->isValid()));

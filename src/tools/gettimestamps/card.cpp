@@ -240,6 +240,22 @@ std::optional<RecordingTime> timeOfCardClip(const std::string& clip) {
   return time ? time : streams.timeOf(name);
 }
 
+std::map<std::string, std::string> continuationsOnCard(const std::string& clipFolder) {
+  std::map<std::string, std::string> continued;
+  Collection problems;
+  forEachPlaylist(childFolder(parentFolder(clipFolder), "PLAYLIST"), problems,
+                  [&](const Playlist& playlist) {
+                    std::string before;
+                    for (const PlaylistClip& clip : playlist.clips) {
+                      std::string& known = continued[clip.name];
+                      if (clip.continues && known.empty())
+                        known = before;
+                      before = clip.name;
+                    }
+                  });
+  return continued;
+}
+
 std::optional<RecordingTime> timeBesideClip(const std::string& clip) {
   const std::string name = fileName(withoutExtension(clip));
   const std::optional<std::string> folder = parentFolder(clip);

@@ -1,6 +1,7 @@
 // The clips of a card or of a folder, and when they were recorded.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,6 +32,10 @@ Outcome<ClipTimes> clipTimes(std::string_view folder);
 bool isOnCard(const std::string& clip);
 // What such a card says about one clip; reads no more of the card than that takes.
 std::optional<RecordingTime> timeOfCardClip(const std::string& clip);
+
+// The clips that the card's playlists name, by their names; of each the name of the clip whose
+// recording it continues, "" for none. Empty for a folder of clips that lies on no card.
+std::map<std::string, std::string> continuationsOnCard(const std::string& clipFolder);
 
 // What the file says that the camera put beside the clip: the MOI of a MOD or TOD, the "…M01.XML"
 // of XDCAM and XAVC.

@@ -20,11 +20,12 @@ constexpr std::size_t needed = (convincing + 1) * stampedSize;
 
 }  // namespace
 
-Outcome<PacketReader> PacketReader::open(const std::string& path) {
+Outcome<PacketReader> PacketReader::open(const std::string& path, std::uint64_t from) {
   Descriptor file = openFile(path, OpenFor::streaming);
-  if (!file.isOpen())
+  if (!file.isOpen() || (from > 0 && !moveTo(file.number(), from)))
     return Failure{systemReason(errno)};
   PacketReader reader(std::move(file));
+  reader.read_ = from;
   while (reader.left() < pieceSize && !reader.isOver_)
     TESSARIN_TRY(reader.fill());
   if (!reader.findPackets())

@@ -16,8 +16,8 @@ namespace tessarin::joining {
 // between them that are none are passed over.
 class PacketReader {
  public:
-  // Fails, too, where no packets are near the file's beginning.
-  static Outcome<PacketReader> open(const std::string& path);
+  // `from`: the byte at which the reading begins. Fails, too, where no packets are near that.
+  static Outcome<PacketReader> open(const std::string& path, std::uint64_t from = 0);
 
   // Of the packets at hand.
   std::size_t packetSize() const { return step_; }

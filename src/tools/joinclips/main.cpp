@@ -1,10 +1,13 @@
 // joinclips: puts recordings of transport streams behind each other, exact at the joints.
 //
-//   joinclips [--list] FILE...
+//   joinclips [--list | --parts] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
 // for each recording instead, with what is missing in it, and one more where packets of both sizes
-// come.
+// come. With --parts the files that are parts of one recording are told by their places among the
+// arguments, from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third
+// begin, and the third ends, in seconds), and those that seem to go on in a next file that is not
+// there or does not fit ("doubtful 7").
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
@@ -18,6 +21,7 @@
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
+#include "tools/joinclips/partSearch.h"
 #include "tools/toolMain.h"
 
 namespace {
@@ -155,14 +159,22 @@ int main(int count, char** values) {
   ignoreBrokenPipes();
   std::vector<std::string> files;
   bool isList = false;
+  bool isPartSearch = false;
   const auto declare = [&](CLI::App& options) {
     options.add_flag("--list", isList,
                      "say where each recording begins and how long its pictures are");
+    options.add_flag("--parts", isPartSearch,
+                     "say which files are parts of one recording, which the camera cut");
     options.add_option("FILE", files, "transport streams, in order")->required();
   };
   return toolMain(
       "joinclips",
       "Puts recordings of transport streams (.mts, .m2ts, .m2t, .ts) behind each other, exact at "
       "the joints, and writes the stream to standard output.",
-      count, values, declare, [&] { return join(files, isList); });
+      count, values, declare, [&]() -> Outcome<bool> {
+        if (!isPartSearch)
+          return join(files, isList);
+        joining::tellParts(files);
+        return true;
+      });
 }

@@ -1,0 +1,104 @@
+#include "tools/joinclips/partSearch.h"
+
+#include <fmt/ranges.h>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+
+#include "classShared/TextAdditions.h"
+#include "tools/gettimestamps/card.h"
+#include "tools/joinclips/clipFacts.h"
+#include "tools/joinclips/spannedParts.h"
+#include "utils/files.h"
+
+namespace tessarin::joining {
+
+namespace {
+
+// The files among which parts of recordings are looked for, and what their cards say.
+class PartSearch {
+ public:
+  explicit PartSearch(const std::vector<std::string>& files) : files_(files) {
+    for (std::size_t file = 0; file < files.size(); ++file)
+      placeOf_.emplace(files[file], file);
+  }
+
+  void tell() {
+    std::map<std::size_t, std::size_t> next;
+    for (std::size_t file = 0; file < files_.size(); ++file)
+      if (const auto following = nextOf(file))
+        next.emplace(file, *following);
+    std::map<std::size_t, std::size_t> rest = next;
+    for (const auto& [file, following] : next)
+      rest.erase(following);
+    for (const auto& [first, following] : rest) {
+      std::vector<std::size_t> parts{first};
+      for (auto link = next.find(first); link != next.end(); link = next.find(link->second))
+        parts.push_back(link->second);
+      print(parts);
+    }
+  }
+
+ private:
+  // Of the clip of that name behind this file.
+  CardSays cardSays(std::size_t file, const std::string& following) {
+    const std::string folder = parentFolder(files_[file]);
+    auto known = cards_.find(folder);
+    if (known == cards_.end())
+      known = cards_.emplace(folder, continuationsOnCard(folder)).first;
+    const auto& clips = known->second;
+    const std::string name = fileName(withoutExtension(files_[file]));
+    if (const auto clip = clips.find(fileName(withoutExtension(following))); clip != clips.end())
+      return clip->second == name ? CardSays::goesOn : CardSays::apart;
+    return clips.contains(name) ? CardSays::apart : CardSays::nothing;
+  }
+  // The file in which this one goes on.
+  std::optional<std::size_t> nextOf(std::size_t file) {
+    const auto name = nextName(files_[file]);
+    if (!name)
+      return std::nullopt;
+    const CardSays says = cardSays(file, *name);
+    const auto following = placeOf_.find(*name);
+    if (following == placeOf_.end()) {
+      if (says == CardSays::goesOn && !pathExists(*name))
+        tellDoubt(file);
+      return std::nullopt;
+    }
+    std::error_code failed;
+    if (!mayGoOn(says, std::filesystem::file_size(files_[file], failed)))
+      return std::nullopt;
+    const auto* first = factsOf(file);
+    const auto* next = factsOf(following->second);
+    if (first && next && goesOn(*first, *next))
+      return following->second;
+    tellDoubt(file);
+    return std::nullopt;
+  }
+  static void tellDoubt(std::size_t file) { fmt::print("doubtful {}\n", file); }
+  const ClipFacts* factsOf(std::size_t file) {
+    auto known = facts_.find(file);
+    if (known == facts_.end())
+      known = facts_.emplace(file, clipFacts(files_[file])).first;
+    return known->second ? &known->second.value() : nullptr;
+  }
+  void print(const std::vector<std::size_t>& parts) {
+    std::vector<ClipFacts> facts;
+    for (const std::size_t part : parts)
+      facts.push_back(*factsOf(part));
+    fmt::print("parts {}: {:.3f}\n", fmt::join(parts, " "), fmt::join(lengthsOf(facts), " "));
+  }
+
+  const std::vector<std::string>& files_;
+  std::map<std::string, std::size_t> placeOf_;
+  std::map<std::string, std::map<std::string, std::string>> cards_;  // by folder
+  std::map<std::size_t, Outcome<ClipFacts>> facts_;
+};
+
+}  // namespace
+
+void tellParts(const std::vector<std::string>& files) {
+  PartSearch(files).tell();
+}
+
+}  // namespace tessarin::joining

@@ -1,0 +1,95 @@
+#include "tools/joinclips/spannedParts.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tessarin::joining {
+
+namespace {
+
+// Cameras cut at one of these, and leave a little room below it.
+constexpr std::array<std::uint64_t, 2> largestFiles{std::uint64_t{1} << 31, std::uint64_t{1} << 32};
+constexpr std::uint64_t roomLeft = 64U << 20;
+
+// The clock of the camera tells whole seconds.
+constexpr std::int64_t clockSlack = 2;
+
+double secondsOf(Time time) {
+  return static_cast<double>(time) / static_cast<double>(second);
+}
+
+bool isDigit(char letter) {
+  return letter >= '0' && letter <= '9';
+}
+
+// The time of the next one lies in the first, or at its end. Some cameras may give all parts the
+// time of the recording.
+bool agreesWithClock(const ClipFacts& first, const ClipFacts& next) {
+  if (!first.recorded || !next.recorded)
+    return true;
+  const std::int64_t later = *next.recorded - *first.recorded;
+  const double length = secondsOf(difference(first.end, first.firstShown));
+  return later >= -clockSlack && static_cast<double>(later) <= length + clockSlack;
+}
+
+bool haveSameStreams(const ClipFacts& first, const ClipFacts& next) {
+  return !first.parameters.empty() && first.streams == next.streams &&
+         std::all_of(next.parameters.begin(), next.parameters.end(), [&first](const auto& told) {
+           const auto known = first.parameters.find(told.first);
+           return known == first.parameters.end() || known->second == told.second;
+         });
+}
+
+}  // namespace
+
+std::optional<std::string> nextName(const std::string& path) {
+  const std::size_t name = path.rfind('/') + 1;
+  const std::size_t dot = std::min(path.rfind('.'), path.size());
+  std::size_t digit = dot;
+  std::string next = path;
+  while (digit > name && isDigit(path[digit - 1])) {
+    --digit;
+    if (path[digit] != '9') {
+      ++next[digit];
+      return next;
+    }
+    next[digit] = '0';
+  }
+  if (digit == dot)
+    return std::nullopt;
+  return next.insert(digit, 1, '1');
+}
+
+bool mayGoOn(CardSays says, std::uint64_t bytesOfFirst) {
+  if (says != CardSays::nothing)
+    return says == CardSays::goesOn;
+  return std::any_of(largestFiles.begin(), largestFiles.end(), [bytesOfFirst](std::uint64_t most) {
+    return bytesOfFirst <= most && bytesOfFirst + roomLeft >= most;
+  });
+}
+
+bool goesOn(const ClipFacts& first, const ClipFacts& next) {
+  const Time step = difference(next.firstDecoded, first.lastDecoded);
+  const bool isWhole = first.packetSize > 0 && first.bytes % first.packetSize == 0;
+  return isWhole && first.packetSize == next.packetSize && haveSameStreams(first, next) &&
+         step > 0 && step < 2 * first.step && agreesWithClock(first, next);
+}
+
+std::vector<double> lengthsOf(const std::vector<ClipFacts>& parts) {
+  std::vector<double> lengths;
+  if (parts.empty())
+    return lengths;
+  double begin = 0;
+  for (std::size_t part = 1; part < parts.size(); ++part) {
+    begin += secondsOf(difference(parts[part].firstDecoded, parts[part - 1].firstDecoded));
+    lengths.push_back(begin);
+  }
+  // When a picture is decoded and shown are times of one clock, and lie apart by the same at both
+  // ends.
+  const ClipFacts& last = parts.back();
+  const Time lead = difference(parts.front().firstShown, parts.front().firstDecoded);
+  lengths.push_back(begin + secondsOf(difference(last.end, last.firstDecoded) - lead));
+  return lengths;
+}
+
+}  // namespace tessarin::joining

@@ -1,0 +1,77 @@
+// Which files are parts of one recording: by what is known of them.
+#include <gmock/gmock.h>
+
+#include <functional>
+
+#include "tools/joinclips/spannedParts.h"
+
+namespace tessarin::joining {
+namespace {
+
+// A part of 10 s at 25 pictures a second, the first of a recording that begins at 5 s.
+ClipFacts partFrom(Time begin) {
+  ClipFacts part;
+  part.bytes = 6144 * 1000;
+  part.packetSize = 192;
+  part.streams = {{1, StreamKind::pictures, 0x1B}, {2, StreamKind::sound, 0x81}};
+  part.parameters = {{1, "1920x1080"}, {2, "stereo"}};
+  part.firstDecoded = wrapped(begin);
+  part.firstShown = wrapped(begin + 7200);
+  part.lastDecoded = wrapped(begin + 10 * second - 3600);
+  part.end = wrapped(begin + 10 * second + 7200);
+  part.step = 3600;
+  return part;
+}
+
+TEST(SpannedParts, GoOnWithoutAGapOrNotAtAll) {
+  for (const Time begin : {5 * second, Time{-3 * second}}) {  // the clock wraps in the second
+    const ClipFacts first = partFrom(begin);
+    const ClipFacts next = partFrom(begin + 10 * second);
+    EXPECT_TRUE(goesOn(first, next));
+    EXPECT_THAT(lengthsOf({first, next, partFrom(begin + 20 * second)}),
+                testing::ElementsAre(10, 20, 30));
+    EXPECT_FALSE(goesOn(next, first));
+  }
+  ClipFacts tooShort = partFrom(15 * second);
+  tooShort.parameters.clear();
+  EXPECT_TRUE(goesOn(partFrom(5 * second), tooShort));
+  const std::pair<const char*, std::function<void(ClipFacts & first, ClipFacts & next)>> doubts[] =
+      {{"a minute later", [](auto&, auto& next) { next.firstDecoded += 60 * second; }},
+       {"two pictures later", [](auto&, auto& next) { next.firstDecoded += 2 * 3600; }},
+       {"the last picture once more", [](auto&, auto& next) { next.firstDecoded -= 3600; }},
+       {"the clock began anew", [](auto&, auto& next) { next.firstDecoded = second / 2; }},
+       {"another sound", [](auto&, auto& next) { next.streams[1].codec = 0x80; }},
+       {"another size", [](auto&, auto& next) { next.parameters[1] = "1440x1080"; }},
+       {"packets of another size", [](auto&, auto& next) { next.packetSize = 188; }},
+       {"a packet that is cut", [](auto& first, auto&) { ++first.bytes; }},
+       {"recorded later",
+        [](auto& first, auto& next) { first.recorded = 100, next.recorded = 170; }},
+       {"recorded before",
+        [](auto& first, auto& next) { first.recorded = 100, next.recorded = 90; }}};
+  for (const auto& [what, change] : doubts) {
+    ClipFacts first = partFrom(5 * second);
+    ClipFacts next = partFrom(15 * second);
+    change(first, next);
+    EXPECT_FALSE(goesOn(first, next)) << what;
+  }
+}
+
+TEST(SpannedParts, AreLookedForByNumberAndByTheCardOrTheSize) {
+  EXPECT_EQ(nextName("/card/STREAM/00009.MTS"), "/card/STREAM/00010.MTS");
+  EXPECT_EQ(nextName("/card/STREAM/09999.MTS"), "/card/STREAM/10000.MTS");
+  EXPECT_EQ(nextName("/2010/clip 9.m2ts"), "/2010/clip 10.m2ts");
+  EXPECT_EQ(nextName("/2010/clip.mts"), std::nullopt);
+  constexpr std::uint64_t cutAtFour = 4'286'724'096;
+  constexpr std::uint64_t cutAtTwo = 2'146'959'360;
+  for (const auto& [says, bytes, may] :
+       {std::tuple{CardSays::goesOn, std::uint64_t{6144}, true},
+        std::tuple{CardSays::apart, cutAtFour, false},
+        std::tuple{CardSays::nothing, cutAtFour, true},
+        std::tuple{CardSays::nothing, cutAtTwo, true},
+        std::tuple{CardSays::nothing, std::uint64_t{3'000'000'000}, false},
+        std::tuple{CardSays::nothing, std::uint64_t{6'000'000'000}, false}})
+    EXPECT_EQ(mayGoOn(says, bytes), may) << bytes;
+}
+
+}  // namespace
+}  // namespace tessarin::joining
