@@ -14,6 +14,30 @@ double lengthOf(const Source& source) {
   return source.seconds.value_or(source.duration.value_or(0));
 }
 
+std::vector<std::string> filesOf(const Source& source) {
+  std::vector<std::string> files{source.path};
+  for (const Source::Part& part : source.furtherParts)
+    files.push_back(part.path);
+  return files;
+}
+
+bool isReadJoined(const Source& source) {
+  return source.isJoined || !source.furtherParts.empty();
+}
+
+Source partAt(const Source& source, double& seconds) {
+  Source file = source;
+  double begin = 0;
+  for (const Source::Part& part : source.furtherParts)
+    if (part.begin <= seconds) {
+      file.path = part.path;
+      begin = part.begin;
+    }
+  seconds -= begin;
+  file.furtherParts.clear();
+  return file;
+}
+
 bool isTurned(const Source& source) {
   return std::abs(source.pictures.rotation) == 90;
 }

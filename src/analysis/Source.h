@@ -72,13 +72,25 @@ struct Source {
     enum class Kind {
       soundUnreadable,  // with ffmpeg's number of the stream, which is left out
       programs,         // with their number: one of them is converted
+      doubtfulPart,     // seems to go on in a next file that is not there, or does not fit
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;
     bool operator==(const Remark&) const = default;
   };
 
+  // A file of a recording that the camera cut, behind the first one.
+  struct Part {
+    double begin = 0;  // seconds from the beginning of the recording
+    std::int64_t bytes = 0;
+    std::string path;
+    bool operator==(const Part&) const = default;
+  };
+
   std::string path;
+  // The files in which the recording goes on, in the folder of the first one. What is said of the
+  // streams is said of the first file, the length is that of all.
+  std::vector<Part> furtherParts;
   std::string thumbnail;              // the file of its picture
   bool hasOddThumbnail = false;       // not of a key frame
   std::optional<bool> keepsSurround;  // in the movie; the user's choice
@@ -128,6 +140,13 @@ struct Source {
 bool isSourceProgressive(const Source& source);
 // Seconds, as exactly as they are known; 0: not at all.
 double lengthOf(const Source& source);
+// All its files, in order.
+std::vector<std::string> filesOf(const Source& source);
+// Whether the tool joinclips has to read it.
+bool isReadJoined(const Source& source);
+// The one of its files that has this moment, in seconds, as a source of its own; the moment becomes
+// that of the file.
+Source partAt(const Source& source, double& seconds);
 // Whether a viewer sees the pictures with width and height exchanged.
 bool isTurned(const Source& source);
 // "mov" of "mov,mp4,m4a,3gp,3g2,mj2".

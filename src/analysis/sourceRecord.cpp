@@ -6,6 +6,7 @@
 #include <array>
 #include <climits>
 #include <cmath>
+#include <set>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
@@ -30,8 +31,8 @@ constexpr NumberRange place{-1, 1000};  // in a table; it is compared with other
 
 constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream", "container",
                                                        "file"};
-constexpr std::array<std::string_view, 2> remarkKeys = {"remark_soundUnreadable",
-                                                        "remark_programs"};
+constexpr std::array<std::string_view, 3> remarkKeys = {"remark_soundUnreadable", "remark_programs",
+                                                        "remark_doubtfulPart"};
 constexpr std::array allFields = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
 
 // ---- Texts that a source can have
@@ -169,6 +170,24 @@ bool take(const Value& value, Source::Remark& remark, NumberRange range) {
   return true;
 }
 
+// "BEGIN BYTES PATH", the beginning in milliseconds
+bool take(const Value& value, Source::Part& part, NumberRange range) {
+  const std::string* text = value.textContent();
+  const std::string_view begin = text ? textUpTo(*text, " ") : "";
+  const std::string_view rest = text ? textAfter(*text, " ").value_or("") : "";
+  const std::string_view bytes = textUpTo(rest, " ");
+  const std::string_view path = textAfter(rest, " ").value_or("");
+  constexpr NumberRange size{1, 1e15};
+  if (!isDigits(begin) || !isDigits(bytes) || !isStoredPath(path))
+    return false;
+  const auto toldBegin = wholeNumber(begin, {1000 * range.least, 1000 * range.most});
+  const auto toldBytes = wholeNumber(bytes, size);
+  if (!toldBegin || !toldBytes)
+    return false;
+  part = {static_cast<double>(*toldBegin) / 1000, *toldBytes, std::string(path)};
+  return true;
+}
+
 template <class Item>
 bool take(const Value& value, std::vector<Item>& items, NumberRange range) {
   const List* list = value.list();
@@ -217,6 +236,10 @@ Value itemOf(double number) {
 
 Value itemOf(const Source::Remark& remark) {
   return fmt::format("{} {}", remarkKey(remark.kind), remark.number);
+}
+
+Value itemOf(const Source::Part& part) {
+  return fmt::format("{:.0f} {} {}", part.begin * 1000, part.bytes, part.path);
 }
 
 template <class Item>
@@ -290,6 +313,7 @@ constexpr auto walkSubtitle = [](auto& subtitle, auto& way) {
 template <class AnySource, class Way>
 void walk(AnySource& source, Way& way) {
   way("srcPathStr", source.path, isStoredPath);
+  way("parts", source.furtherParts, ReportRange::duration);
   way("intraFailure", source.hasOddThumbnail, flag);
   way("prefSurrond", source.keepsSurround, flag);
   way("sizeOutPrevious", source.sizeOutPrevious, place);
@@ -404,6 +428,25 @@ struct Out {
   }
 };
 
+// Parts of one recording lie in one folder, each once; nothing else is ever read as one.
+bool areParts(const Source& source) {
+  constexpr std::size_t mostParts = 98;  // behind the first
+  static constexpr std::array<std::string_view, 4> kinds{"mts", "m2ts", "m2t", "ts"};
+  std::set<std::string_view> known{source.path};
+  double begin = 0;
+  for (const Source::Part& part : source.furtherParts) {
+    const bool isStream = std::any_of(kinds.begin(), kinds.end(), [&part](std::string_view kind) {
+      return hasPathExtension(part.path, kind);
+    });
+    if (!isStream || parentFolder(part.path) != parentFolder(source.path) ||
+        !known.insert(part.path).second || part.begin < begin)
+      return false;
+    begin = part.begin;
+  }
+  return source.furtherParts.empty() ||
+         (source.furtherParts.size() <= mostParts && firstContainer(source) == "mpegts");
+}
+
 Dico recordOf(const Source& source, bool isChecked) {
   Out out{isChecked};
   walk(source, out);
@@ -431,7 +474,7 @@ std::optional<Source> sourceOfRecord(const Dico& record) {
   Source source;
   In in{record};
   walk(source, in);
-  return in.isGood ? std::optional(std::move(source)) : std::nullopt;
+  return in.isGood && areParts(source) ? std::optional(std::move(source)) : std::nullopt;
 }
 
 bool isStoredPath(std::string_view path) {

@@ -200,8 +200,10 @@ Arguments inputOptions(const Source& source) {
     add("-analyzeduration", fmt::format("{}", *source.analyzeDuration));
   if (!source.toldFormat.empty())
     add("-f", source.toldFormat);
-  if (source.isJoined)
+  if (isReadJoined(source))
     options.insert(options.end(), readingJoined.begin(), readingJoined.end());
+  for (const Source::Part& part : source.furtherParts)
+    add(joinedPart, part.path);
   return options;
 }
 

@@ -70,7 +70,7 @@ class JsonReporter final : public Reporter {
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     Json info = jsonOf(recordOfSource(row.source));
     for (const char* key :
-         {"srcPathStr", "imgPathStr", "remarks", "sizeOutPrevious", "softPrevious"})
+         {"srcPathStr", "parts", "imgPathStr", "remarks", "sizeOutPrevious", "softPrevious"})
       info.erase(key);
     if (const auto fields = row.source.pictures.fields)
       info["v0_fields"] = fieldsText(*fields);
@@ -82,6 +82,8 @@ class JsonReporter final : public Reporter {
                {"size", trimmed(presetShortLabel(row.choice.sizeOut))},
                {"record", info},
                {"remarks", movie ? movie->remarks : remarkTexts(row.source)}};
+    if (!row.source.furtherParts.empty())
+      event["parts"] = filesOf(row.source);
     if (movie)
       event["movie"] = jsonOfMovie(*movie);
     tell(event);

@@ -132,6 +132,7 @@ void Session::applyOptions() {
   Interface& interface = app_.interface;
   if (options_.jobs)
     app_.setJobs(*options_.jobs);
+  app_.queue().keepPartsApart(options_.keepsPartsApart);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
   choosePreset(options_.choices, interface, services_.preferences);
@@ -354,7 +355,7 @@ void Session::planFrom(int row) {
     const Row& entry = app_.table().row(row);
     if (mayHoldParts(entry.source)) {
       const auto started =
-          joints_.start(jointList(entry.path()), {}, [this, row](const ToolResult& result) {
+          joints_.start(jointList(entry.source), {}, [this, row](const ToolResult& result) {
             Row looked = app_.table().row(row);
             if (result.status == 0)
               takeParts(looked.source, partList(result.output));

@@ -9,6 +9,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/batchSummary.h"
+#include "core/clipWords.h"
 #include "core/remarks.h"
 #include "encoding/outputPreset.h"
 #include "platform/openFiles.h"
@@ -60,6 +61,8 @@ class TextReporter final : public Reporter {
     printRow(source.duration ? clockText(*source.duration) : "-", pictureOf(row),
              codec.empty() ? "-" : codec, soundOf(source.sound),
              std::string(firstContainer(source)), printable(row.path()));
+    if (const std::string parts = partWords(source); !parts.empty())
+      printBelow(parts);
     if (movie)
       printBelow("-> " + summaryOf(*movie));
     for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(source))

@@ -146,9 +146,9 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
       return localisationString("wrong_recoverClips", textTable);
-    if (const auto option =
-            given(app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
-                        "--size", "--speed", "--surround", "--no-surround", "--destination"}))
+    if (const auto option = given(
+            app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
+                  "--size", "--speed", "--surround", "--no-surround", "--destination", "--parts"}))
       return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
@@ -159,7 +159,7 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
     return localisationString("wrong_excludes", textTable, "--row", "--report");
   } else if (options.batchFile && options.paths.empty()) {
     if (const auto option = given(app, {"--preset", "--for", "--format", "--size", "--speed",
-                                        "--surround", "--no-surround"}))
+                                        "--surround", "--no-surround", "--parts"}))
       return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
@@ -230,6 +230,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
       ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
+  app.add_flag("--parts", options.keepsPartsApart, localisationString("help_parts", textTable));
   addCount(app, "--jobs", mostJobs, options.jobs, localisationString("help_jobs", textTable));
   std::vector<std::string> lists;
   app.add_option("--from", lists, localisationString("help_from", textTable))

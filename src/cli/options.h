@@ -29,6 +29,7 @@ struct Options {
   bool recover = false;                  // finish interrupted runs; nothing else is named
   bool forget = false;                   // give them up
   Overwrite overwrite = Overwrite::ask;
+  bool keepsPartsApart = false;
   std::optional<int> jobs;  // clips at the same time; nothing: as many as the machine takes
   bool json = false;
   bool verbose = false;

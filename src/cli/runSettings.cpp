@@ -12,6 +12,7 @@ constexpr std::string_view keyTarget = "target";
 constexpr std::string_view keyOverwrite = "overwrite";
 constexpr std::string_view keyBatchFile = "batchFile";
 constexpr std::string_view keyRow = "batchRow";
+constexpr std::string_view keyParts = "partsApart";   // 1: of --parts
 constexpr std::string_view keyPrepares = "prepares";  // 1: the batch file is the aim
 
 }  // namespace
@@ -24,6 +25,8 @@ Dico storedOptions(const Options& options) {
     stored.set(keyBatchFile, *options.batchFile);
   if (options.row)
     stored.set(keyRow, *options.row);
+  if (options.keepsPartsApart)
+    stored.set(keyParts, 1);
   if (options.command == Command::prepare)
     stored.set(keyPrepares, 1);
   return stored;
@@ -31,6 +34,7 @@ Dico storedOptions(const Options& options) {
 
 Options optionsOfStored(const Dico& stored, const Options& given) {
   Options options = given;
+  options.keepsPartsApart = stored.flag(keyParts);
   options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
   if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))
     options.batchFile = file;

@@ -23,6 +23,7 @@ AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, Batch
       table_(table),
       mirror_(services.preferences),
       waiting_(services.preferences, services.loop),
+      partSearch_(services.loop),
       next_(services.loop) {}
 
 // ---- Taking sources in
@@ -75,7 +76,47 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   accepted.emit();
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
-  goOn();
+  lookForParts(paths);
+}
+
+// The beginnings and ends of a card's files are read, where there may be parts of a recording.
+void AnalysisQueue::lookForParts(const std::vector<std::string>& paths) {
+  constexpr ToolLimits limits{std::chrono::minutes(10)};
+  const Arguments search = arePartsApart_ ? Arguments() : partSearch(paths);
+  const bool isStarted =
+      !search.empty() &&
+      partSearch_.start(search, limits, [this, search](const ToolResult& result) {
+        takeParts(search, result);
+        goOn();
+      });
+  if (!isStarted)
+    goOn();
+}
+
+void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result) {
+  if (result.isOverdue || result.status != 0) {
+    logFormat("parts               :-( not found out ({})", result.status);
+    return;
+  }
+  found_ = foundParts(search, result.output);
+  std::vector<std::string> paths(waiting_.paths().begin(), waiting_.paths().end());
+  leaveOutParts(paths, found_);
+  logFormat("parts               : {} recordings of several files, {} doubtful",
+            found_.recordings.size(), found_.doubtful.size());
+  if (!found_.recordings.empty())
+    waiting_.assign(paths);
+}
+
+// Of a recording whose first file cannot be read the others are sources of their own.
+void AnalysisQueue::giveBackParts(const std::string& path) {
+  const auto recording = found_.recordings.extract(path);
+  if (recording.empty())
+    return;
+  std::vector<std::string> paths;
+  for (const Source::Part& part : recording.mapped().furtherParts)
+    paths.push_back(part.path);
+  paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
+  waiting_.assign(paths);
 }
 
 // The paths that are not in the batch yet, each once: those that are there need no second analysis,
@@ -135,16 +176,23 @@ void AnalysisQueue::iba_analysisStopBt() {
 
 void AnalysisQueue::abandon() {
   next_.clear();
+  partSearch_.cancel();
   for (const InHand& source : inHand_)
     source.job->abandon();
 }
 
 std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
   std::vector<std::string> paths;
+  const auto add = [&](const std::string& path) {
+    paths.push_back(path);
+    if (const auto known = found_.recordings.find(path); known != found_.recordings.end())
+      for (const Source::Part& part : known->second.furtherParts)
+        paths.push_back(part.path);
+  };
   for (const InHand& source : inHand_)
     if (!source.isTold)
-      paths.push_back(source.job->path());
-  paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
+      add(source.job->path());
+  std::for_each(waiting_.paths().begin(), waiting_.paths().end(), add);
   return paths;
 }
 
@@ -239,12 +287,15 @@ void AnalysisQueue::tellFindings() {
       continue;
     if (source.finding->source)
       appendRow(*std::move(source.finding->source));
-    else
+    else {
+      giveBackParts(source.job->path());
       refused.emit(source.job->path(), source.finding->reason);
+    }
   }
 }
 
 void AnalysisQueue::appendRow(Source source) {
+  takeFurtherParts(source, found_);
   source.keepsSurround = interface_.surround.isChecked();
   const int segment = interface_.editingSoft.selected();
   const int size = interface_.sizeOut.selected();
@@ -270,6 +321,7 @@ void AnalysisQueue::end() {
   logLine("analysis stop       : final end");
   inHand_.clear();
   waiting_.clear();
+  found_ = {};
   taken_ = 0;
   mirror_.showAnalysed("");
   mirror_.show(static_cast<const AnalysisJob*>(nullptr));

@@ -11,7 +11,9 @@
 #include "core/BatchTable.h"
 #include "core/LaterStep.h"
 #include "core/WaitingSources.h"
+#include "core/spannedSources.h"
 #include "core/stepState.h"
+#include "process/ToolRun.h"
 
 namespace tessarin {
 
@@ -31,6 +33,10 @@ class AnalysisQueue {
   // While false (the start value), a source that is in the batch is not queued again.
   void setStu(bool isStu) { isStu_ = isStu; }
 
+  // Whether files that are parts of one recording stay sources of their own, from the next set of
+  // sources on; false at the start.
+  void keepPartsApart(bool areApart) { arePartsApart_ = areApart; }
+
   // Takes dropped files or a dropped folder in: follows the first path when it is a link, and
   // replaces the list by the files of a folder.
   void draggedFiles(const std::vector<std::string>& paths);
@@ -41,7 +47,8 @@ class AnalysisQueue {
   // Ends the tools without a word; the queue is of no further use.
   void abandon();
 
-  // The sources that have no row yet: those in analysis and those that wait, in order.
+  // The files that have no row yet: those in analysis and those that wait, in order, with all parts
+  // of each recording.
   std::vector<std::string> sourcesWithoutRow() const;
   bool hasSourcesWithoutRow() const;
   // How many of them wait; costs the same however many they are.
@@ -70,6 +77,9 @@ class AnalysisQueue {
   void showBusy();
   void showIdle();
   void allowStart();
+  void lookForParts(const std::vector<std::string>& paths);
+  void takeParts(const Arguments& search, const ToolResult& result);
+  void giveBackParts(const std::string& path);
   std::vector<std::string> freshOf(const std::vector<std::string>& paths) const;
   void goOn();
   void takeNextSource();
@@ -86,6 +96,9 @@ class AnalysisQueue {
   BatchTable& table_;
   StateMirror mirror_;
   WaitingSources waiting_;
+  bool arePartsApart_ = false;
+  ToolRun partSearch_;         // before the first source is analysed
+  SpannedSources found_;       // of the set in hand
   std::deque<InHand> inHand_;  // the first one is shown
   int mostJobs_ = 1;
   std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known

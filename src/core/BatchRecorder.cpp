@@ -363,7 +363,8 @@ std::optional<std::vector<std::string>> BatchRecorder::changedWaiting() {
     return std::nullopt;
   std::vector<std::string> sources = sourcesWithoutRow();
   for (const std::int64_t order : changedRows_)
-    sources.push_back(app_.table().sourcePath(rowOf(order)));
+    for (std::string& file : filesOf(app_.table().source(rowOf(order))))
+      sources.push_back(std::move(file));
   storedWaiting_ = sources.size();
   return sources;
 }

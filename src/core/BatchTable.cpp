@@ -52,12 +52,19 @@ bool BatchTable::isSourceFile(const std::string& path) const {
   // What is not there is no source; a batch of many rows is looked through for the others alone.
   if (!pathExists(path))
     return false;
-  for (int row = 0; row < count(); ++row) {
-    std::error_code failed;
-    if (std::filesystem::equivalent(sourcePath(row), path, failed) && !failed)
-      return true;
-  }
+  for (int row = 0; row < count(); ++row)
+    for (const std::string& file : filesOf(source(row))) {
+      std::error_code failed;
+      if (std::filesystem::equivalent(file, path, failed) && !failed)
+        return true;
+    }
   return false;
+}
+
+// A further part may be a row of its own besides.
+void BatchTable::noteFiles(const Row& entry, std::uint64_t id) {
+  for (const std::string& file : filesOf(entry.source))
+    idOfPath_.emplace(file, id);
 }
 
 int BatchTable::append(Row entry) {
@@ -65,9 +72,9 @@ int BatchTable::append(Row entry) {
   if (const int known = rowOfSource(path); known >= 0)
     return known;
   const int row = count();
+  noteFiles(entry, nextId_);
   rows_.push_back(std::move(entry));
-  ids_.push_back(nextId_);
-  idOfPath_.emplace(path, nextId_++);
+  ids_.push_back(nextId_++);
   rowAppended.emit(row);
   return row;
 }
@@ -77,9 +84,9 @@ void BatchTable::putBack(Row entry, std::uint64_t id, int row) {
   if (rowOfSource(path) >= 0)
     return;
   row = std::clamp(row, 0, count());
+  noteFiles(entry, id);
   rows_.insert(rows_.begin() + row, std::move(entry));
   ids_.insert(ids_.begin() + row, id);
-  idOfPath_.emplace(path, id);
   if (selectedRow_ >= row)
     ++selectedRow_;
   rowPutBack.emit(row);
@@ -338,7 +345,10 @@ void BatchTable::removeRow(int row) {
   const std::string thumbnail = this->row(row).thumbnail();
   if (!thumbnail.empty())
     removeFile(thumbnail);
-  idOfPath_.erase(sourcePath(row));
+  for (const std::string& file : filesOf(source(row)))
+    if (const auto known = idOfPath_.find(file);
+        known != idOfPath_.end() && known->second == id(row))
+      idOfPath_.erase(known);
   ids_.erase(ids_.begin() + row);
   rows_.erase(rows_.begin() + row);
   if (selectedRow_ == row)

@@ -54,7 +54,8 @@ class BatchTable {
     return movieOf(row).empty() ? sourcePath(row) : movieOf(row);
   }
 
-  // Index of the row of this source, -1 when there is none.
+  // Index of the row of this source, or of the recording that this file is a part of; -1 when there
+  // is none.
   int rowOfSource(const std::string& path) const;
   // Whether the path leads to the source file of any row, by whatever name.
   bool isSourceFile(const std::string& path) const;
@@ -116,6 +117,7 @@ class BatchTable {
  private:
   std::string possibleWith(int row, const std::optional<Choice>& choice) const;
   bool removeSelected(bool isAlertToDisplay);
+  void noteFiles(const Row& entry, std::uint64_t id);
   void removeRow(int row);
   void removeAllButCurrent();
   bool computeSize(Row& entry, int row) const;

@@ -50,7 +50,8 @@ std::string deinterlaced(int parity) {
 
 }  // namespace
 
-Arguments pictureCommand(const Source& source, double seconds, FrameSize room) {
+Arguments pictureCommand(const Source& recording, double seconds, FrameSize room) {
+  const Source source = partAt(recording, seconds);
   const double aspect = thumbnailAspect(source);
   const double width = std::min<double>(room.width, room.height * aspect);
   const Fields fields = source.pictures.fields.value_or(Fields::progressive);

@@ -9,6 +9,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/admittedSources.h"
 #include "core/exportCommands.h"
 #include "core/failureReason.h"
 #include "core/forecast.h"
@@ -51,13 +52,20 @@ std::string damageText(std::size_t pictures, std::size_t sound, bool hasMore) {
   return text;
 }
 
+std::vector<std::optional<FileState>> statesOf(const Source& source) {
+  std::vector<std::optional<FileState>> states;
+  for (const std::string& file : filesOf(source))
+    states.push_back(fileState(file));
+  return states;
+}
+
 }  // namespace
 
 ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
     : services_(services),
       host_(host),
       order_(std::move(order)),
-      sourceState_(fileState(order_.row.path())),
+      sourceStates_(statesOf(order_.row.source)),
       begin_(std::chrono::steady_clock::now()),
       tool_(services.loop),
       next_(services.loop) {
@@ -169,11 +177,8 @@ void ConversionJob::prepare() {
 std::optional<std::string> ConversionJob::refusal() const {
   if (auto refused = refusalOf(order_.row, hasExportTool()))
     return refused;
-  // A card has its old names on other clips once it was used again, and a field order, a size and a
-  // length that were found in the old ones would spoil the new.
-  const std::string lookedAt = order_.row.source.bytes;
-  if (!lookedAt.empty() && sourceState_ && lookedAt != std::to_string(sourceState_->size))
-    return localisationString("why_sourceReplaced");
+  if (auto refused = refusalOfFiles())
+    return refused;
   if (const auto wrong = refusalOfDestination(order_.destination))
     return wrong->reason;
   if (order_.isOnSource)
@@ -181,11 +186,36 @@ std::optional<std::string> ConversionJob::refusal() const {
   return std::nullopt;
 }
 
+// A card has its old names on other clips once it was used again, and a field order, a size and a
+// length that were found in the old ones would spoil the new.
+std::optional<std::string> ConversionJob::refusalOfFiles() const {
+  const Source& source = order_.row.source;
+  const auto& first = sourceStates_.front();
+  if (!source.bytes.empty() && first && source.bytes != std::to_string(first->size))
+    return localisationString("why_sourceReplaced");
+  for (std::size_t part = 0; part < source.furtherParts.size(); ++part) {
+    const auto& [begin, bytes, path] = source.furtherParts[part];
+    const auto& state = sourceStates_[part + 1];
+    auto problem = problemOfSource(path);
+    if (!problem && state && std::to_string(state->size) != std::to_string(bytes))
+      problem = localisationString("why_sourceReplaced");
+    if (problem)
+      return fmt::format("{}: {}", fileName(path), *problem);
+  }
+  return std::nullopt;
+}
+
+double ConversionJob::sourceSize(const char* unit) const {
+  double size = 0;
+  for (const std::string& file : filesOf(order_.row.source))
+    size += poidsFile(file, unit);
+  return size;
+}
+
 bool ConversionJob::hasRoom() {
   const Row& row = order_.row;
   const int freeMB = freeDiskSpaceMo(parentFolder(order_.output));
-  const double neededMB =
-      encDstPoidsEstimatif(plan_->seconds, poidsFile(row.path(), "M"), row.choice.target);
+  const double neededMB = encDstPoidsEstimatif(plan_->seconds, sourceSize("M"), row.choice.target);
   logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
   if (freeMB < 0 || freeMB >= neededMB)
     return true;
@@ -228,7 +258,7 @@ void ConversionJob::placeGranted(bool replace) {
 void ConversionJob::lookForJoints() {
   looking_ = Looking::atJoints;
   parts_ = {};
-  startTool(jointList(order_.row.path()), ParseMode::endless, 0);
+  startTool(jointList(order_.row.source), ParseMode::endless, 0);
 }
 
 // A source that cannot be read to its end is told by the conversion.
@@ -241,7 +271,7 @@ void ConversionJob::jointsAreKnown(bool isRead) {
     logLine("joints              :-( sound of the source is missing, or of another codec");
     damagedSound_ = 1;
   }
-  if (parts_.isToBeJoined()) {
+  if (parts_.isToBeJoined() || isReadJoined(order_.row.source)) {
     logFormat("joints              : {} recordings{}", parts_.seconds.size(),
               parts_.hasMore ? ", and others of another codec" : "");
     takeParts(order_.row.source, parts_);
@@ -481,11 +511,14 @@ void ConversionJob::writeReadMe(const JobEnd& end) {
   if (const auto start = readFileStart(path, 64);
       start && !startsWith(*start, "format              : "))
     return;  // a text of the user's own
+  std::string sources;
+  for (const std::string& file : filesOf(order_.row.source))
+    sources += fmt::format("source              : {}\n", file);
   const double speed = end.elapsed > 0 ? end.duration / end.elapsed : 0;
   std::string text = fmt::format(
       "format              : {}\n{}   Total speed      : real time / {:.2f}\n"
-      "date                : {:%Y-%m-%d %H:%M:%S}\nsource              : {}\n",
-      order_.format, forecast_, speed, fmt::localtime(std::time(nullptr)), end.source);
+      "date                : {:%Y-%m-%d %H:%M:%S}\n{}",
+      order_.format, forecast_, speed, fmt::localtime(std::time(nullptr)), sources);
   if (!end.reason.empty())
     text += fmt::format("damaged             : {}\n", end.reason);
   if (const auto date = recordingDate(end.source))

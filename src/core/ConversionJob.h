@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/BatchProgress.h"
 #include "core/CoreServices.h"
@@ -129,6 +130,7 @@ class ConversionJob {
   void perform();
   void prepare();
   std::optional<std::string> refusal() const;
+  std::optional<std::string> refusalOfFiles() const;
   bool hasRoom();
   void askForPlace();
   void placeGranted(bool replace);
@@ -141,6 +143,9 @@ class ConversionJob {
   void startTool(const Arguments& command, ParseMode parseMode, double maximum);
   void toolEnded(const ToolEnd& end);
   Step stepBehindTool() const;
+
+  // Of all its files, in this unit of poidsFile().
+  double sourceSize(const char* unit) const;
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();
@@ -165,7 +170,7 @@ class ConversionJob {
   Step step_ = Step::prepare;
   bool isInStep_ = false;
   std::optional<JobPlan> plan_;
-  std::optional<FileState> sourceState_;  // before it is read
+  std::vector<std::optional<FileState>> sourceStates_;  // of its files, before they are read
   std::chrono::steady_clock::time_point begin_;
   std::string forecast_;                 // lines of the text beside the movie
   std::optional<JobEnd::Kind> outcome_;  // settled before the end; nothing: judge the output

@@ -5,6 +5,7 @@
 #include "classShared/log.h"
 #include "core/ConversionJob.h"
 #include "core/failureReason.h"
+#include "core/joinedParts.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
 #include "movie/followingMovie.h"
@@ -74,13 +75,16 @@ void ConversionJob::check() {
   }
   movie_ = std::move(*movie);
   // A source that went away after it was read cannot be asked any more: the analysis decides.
-  const auto state = fileState(order_.row.path());
-  if (state && state != sourceState_) {
-    fail(localisationString("why_sourceChanged"));
-    return;
-  }
+  const std::vector<std::string> files = filesOf(order_.row.source);
+  for (std::size_t file = 0; file < files.size(); ++file)
+    if (const auto now = fileState(files[file]); now && now != sourceStates_[file]) {
+      fail(localisationString("why_sourceChanged"));
+      return;
+    }
+  const bool isThere = pathExists(files.front());
   const auto promise = promiseOfCutAvi(order_.row.path());
-  if (state && (lacksSamples(order_.row) || (promise && isShorterThan(*promise, *plan_, movie_)))) {
+  if (isThere &&
+      (lacksSamples(order_.row) || (promise && isShorterThan(*promise, *plan_, movie_)))) {
     fail(localisationString("why_endsEarly"));
     return;
   }
@@ -165,7 +169,7 @@ void ConversionJob::judgeMeasure() {
     fail(localisationString(
         "why_givenUp", "",
         troubles_.givenUp().empty() ? measureTroubles_.givenUp() : troubles_.givenUp()));
-  } else if (static_cast<double>(measure_.bytes) < poidsFile(order_.row.path(), "o") / 2) {
+  } else if (static_cast<double>(measure_.bytes) < sourceSize("o") / 2) {
     fail(localisationString("why_partRead"));
   } else {
     startReading();
@@ -220,7 +224,10 @@ void ConversionJob::countDamage() {
 // Some formats take an error of the disk for the end of the file.
 void ConversionJob::startReading() {
   looking_ = Looking::atBytes;
-  startTool({"/bin/dd", "if=" + order_.row.path(), "of=/dev/null", "bs=1M", "status=none"},
+  const Source& source = order_.row.source;
+  startTool(isReadJoined(source)
+                ? jointList(source)
+                : Arguments{"/bin/dd", "if=" + source.path, "of=/dev/null", "bs=1M", "status=none"},
             ParseMode::endless, 0);
 }
 

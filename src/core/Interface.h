@@ -72,6 +72,7 @@ struct Interface {
   CheckBox alertEnd;
   CheckBox updateCheck;
   CheckBox assistantSkip;
+  CheckBox partsApart;   // files of one recording stay clips of their own
   PopUpButton jobs;      // values are numbers; the first, "0", is what suits the machine
   PopUpButton language;  // titles are codes; the first, "", is the desktop's language
 

@@ -114,6 +114,13 @@ appDelegate::appDelegate(CoreServices services)
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);
   // No choice for conversions: neither stored with them nor restored.
+  interface.partsApart.setChecked(services_.preferences.integer(PrefKey::partsApart) == 1);
+  queue_.keepPartsApart(interface.partsApart.isChecked());
+  interface.partsApart.changed.connect([this] {
+    const bool areApart = interface.partsApart.isChecked();
+    services_.preferences.prefWrite(PrefKey::partsApart, areApart ? 1 : 0);
+    queue_.keepPartsApart(areApart);
+  });
   interface.assistantSkip.setChecked(services_.preferences.integer(PrefKey::assistantSkip) == 1);
   interface.assistantSkip.changed.connect([this] {
     services_.preferences.prefWrite(PrefKey::assistantSkip,

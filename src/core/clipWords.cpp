@@ -59,6 +59,15 @@ std::string soundWords(const Source::Sound& sound) {
 
 }  // namespace
 
+std::string partWords(const Source& source) {
+  if (source.furtherParts.empty())
+    return {};
+  std::vector<std::string> names;
+  for (const std::string& file : filesOf(source))
+    names.push_back(fileName(file));
+  return localisationString("clip_parts", "", joinTexts(names, ", "));
+}
+
 std::vector<std::string> clipWords(const Source& source) {
   const Source::Pictures& pictures = source.pictures;
   const bool isInterlaced = !isSourceProgressive(source);
@@ -84,6 +93,8 @@ std::string movieWords(const Forecast& movie) {
 std::vector<std::string> clipDetails(const Row& row, const std::optional<Forecast>& movie) {
   const Source& source = row.source;
   std::vector<std::string> lines;
+  if (std::string parts = partWords(source); !parts.empty())
+    lines.push_back(std::move(parts));
   if (!source.recorded.empty())
     lines.push_back(localisationString(
         source.recordedBy == RecordedBy::file ? "clip_fileDate" : "clip_recorded", "",

@@ -10,6 +10,8 @@
 namespace tessarin {
 
 // "1920×1080, 25 pictures/s interlaced" and "0:20"; what is not known is left out.
+// "parts: 00000.MTS, 00001.MTS" of a recording in several files, "" of others.
+std::string partWords(const Source& source);
 std::vector<std::string> clipWords(const Source& source);
 // "ProRes HQ, 1920×1080, 25 pictures/s interlaced, 2 sound channels".
 std::string movieWords(const Forecast& movie);

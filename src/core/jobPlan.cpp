@@ -54,8 +54,10 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
     add("--probesize", fmt::format("{}", *source.probeSize));
   if (source.analyzeDuration)
     add("--analyzeduration", fmt::format("{}", *source.analyzeDuration));
-  if (source.isJoined)
+  if (isReadJoined(source))
     add("--joined", fmt::format("{:.3f}", source.seconds.value_or(0)));
+  for (const Source::Part& part : source.furtherParts)
+    add("--part", part.path);
   const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
     if (source.pictures.claim)

@@ -12,8 +12,11 @@ bool mayHoldParts(const Source& source) {
   return firstContainer(source) == "mpegts";
 }
 
-Arguments jointList(const std::string& path) {
-  return {Bundle::main().toolPath("joinclips"), "--list", "--", path};
+Arguments jointList(const Source& source) {
+  Arguments command = {Bundle::main().toolPath("joinclips"), "--list", "--"};
+  const std::vector<std::string> files = filesOf(source);
+  command.insert(command.end(), files.begin(), files.end());
+  return command;
 }
 
 // "byte 963072: 5.000 s", and behind that ", left out", ", pictures missing for 1.200 s" or the
@@ -45,7 +48,7 @@ PartList partList(std::string_view text) {
 }
 
 void takeParts(Source& source, const PartList& parts) {
-  if (!parts.isToBeJoined())
+  if (!parts.isToBeJoined() && (source.furtherParts.empty() || parts.seconds.empty()))
     return;
   const double all = std::accumulate(parts.seconds.begin(), parts.seconds.end(), 0.0);
   source.isJoined = true;

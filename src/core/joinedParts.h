@@ -14,8 +14,8 @@ namespace tessarin {
 // Whether the tool joinclips reads sources of this format.
 bool mayHoldParts(const Source& source);
 
-// The command that lists the recordings of a source, a line for each.
-Arguments jointList(const std::string& path);
+// The command that lists the recordings of a source, a line for each; all its files are read.
+Arguments jointList(const Source& source);
 
 // What such a list says.
 struct PartList {
@@ -33,7 +33,7 @@ struct PartList {
 };
 PartList partList(std::string_view text);
 
-// Has the source read as one recording, where that has to be.
+// Has the source read as one recording, where that has to be, or there are several files.
 void takeParts(Source& source, const PartList& parts);
 
 }  // namespace tessarin

@@ -99,10 +99,12 @@ Row newRow(Source source, const Choice& choice) {
   const Source::Pictures& pictures = row.source.pictures;
   row.choice = choice;
   row.isProgressive = isSourceProgressive(row.source);
-  row.caption = fmt::format(
-      "{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())), pictures.width.value_or(0),
-      pictures.height.value_or(0), row.isProgressive ? "p" : "i", shownRate(row.source),
-      durationText(static_cast<std::int64_t>(row.source.duration.value_or(0))));
+  const std::size_t further = row.source.furtherParts.size();
+  row.caption =
+      fmt::format("{}{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())),
+                  further > 0 ? fmt::format(" (+{})", further) : "", pictures.width.value_or(0),
+                  pictures.height.value_or(0), row.isProgressive ? "p" : "i", shownRate(row.source),
+                  durationText(static_cast<std::int64_t>(row.source.duration.value_or(0))));
   return row;
 }
 

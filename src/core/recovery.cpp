@@ -160,7 +160,8 @@ StoredBatch readInterruptedBatch(BatchStore& store, std::vector<StoreProblem>& p
 
   std::unordered_set<std::string> known;
   for (const StoredRow& row : batch.rows)
-    known.insert(row.row.path());
+    for (std::string& file : filesOf(row.row.source))
+      known.insert(std::move(file));
 
   const BatchPart waiting = store.waiting();
   if (waiting.state == BatchPart::State::damaged)

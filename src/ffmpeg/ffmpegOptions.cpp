@@ -343,8 +343,12 @@ std::optional<JoinedInput> joinedInput(const std::vector<std::string>& arguments
   });
   if (input == groups.end())
     return std::nullopt;
-  JoinedInput joined{std::exchange(input->file, "pipe:0"), {}};
+  JoinedInput joined{{std::exchange(input->file, "pipe:0")}, {}};
+  for (const FfmpegOption& option : input->options)
+    if (option.name == "part")
+      joined.files.push_back(option.value.value_or(""));
   removeOptions(*input, "joined");
+  removeOptions(*input, "part");
   joined.arguments = ffmpegArguments(groups);
   return joined;
 }

@@ -16,9 +16,11 @@ namespace tessarin {
 // the joints of recordings that were put behind each other, reads the input, and ffmpeg what comes
 // of it.
 inline constexpr std::array<const char*, 2> readingJoined = {"-joined", "1"};
+// And a further file that it reads behind the input; behind each other, where there are several.
+inline constexpr const char* joinedPart = "-part";
 
 struct JoinedInput {
-  std::string file;
+  std::vector<std::string> files;
   std::vector<std::string> arguments;  // with standard input in its place
 };
 // Nothing when there is no such input.

@@ -18,6 +18,7 @@ inline constexpr std::string_view checkMatrix = "prefCheckMatrix";  // choice of
 inline constexpr std::string_view alertEnd = "prefAlertEnd";        // 1: alert at the end of a run
 inline constexpr std::string_view preset = "prefPreset";            // selected output preset
 inline constexpr std::string_view prores = "prefProres";            // ProRes flavour, "apcn" …
+inline constexpr std::string_view partsApart = "partsApart";  // 1: files of a recording stay apart
 inline constexpr std::string_view assistantSkip = "assistantSkip";  // 1: no assistant at start
 inline constexpr std::string_view easy = "easy";                    // segment easy/expert
 inline constexpr std::string_view editingSoft = "editingSoft";      // segment of the application

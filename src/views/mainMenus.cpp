@@ -41,6 +41,11 @@ void MainWindow::makeFileMenu() {
   menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
                   [this] { openSources(true); });
   menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
+  CheckBox& apart = app_.interface.partsApart;
+  QAction* parts =
+      menu->addAction("@@menuParts", this, [&apart](bool areApart) { apart.setChecked(areApart); });
+  parts->setCheckable(true);
+  parts->setChecked(apart.isChecked());
   menu->addSeparator();
   menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
   menu->addSeparator();

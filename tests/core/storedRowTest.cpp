@@ -66,6 +66,23 @@ TEST(StoredRow, WithAValueThatCannotBeIsNone) {
     EXPECT_FALSE(rowOfStored(withValue({{"dico", info}}, key, value)))
         << key << " = " << value.description();
   EXPECT_FALSE(rowOfStored({{"dico", Dico{{"v0_width", 1920}}}})) << "without a source";
+  const Dico stream = withValue(withValue(info, "wrapper", "mpegts"), "w_seconds", 20);
+  const std::string part = "10000 6144 /card/2.mts";
+  const auto isRow = [&stream](const Value& parts) {
+    return rowOfStored({{"dico", withValue(stream, "parts", parts)}}).has_value();
+  };
+  EXPECT_TRUE(isRow(List{part, "15000 6144 /card/3.MTS"}));
+  EXPECT_FALSE(rowOfStored({{"dico", withValue(info, "parts", List{part})}})) << "not of a stream";
+  for (const List& wrong :
+       {List{part, part}, List{"10000 6144 /card/1.mts"}, List{"10000 6144 /home/2.mts"},
+        List{"10000 6144 2.mts"}, List{"10000 6144 /card/2.plist"}, List{"10000 0 /card/2.mts"},
+        List{"-1 6144 /card/2.mts"}, List{"1e4 6144 /card/2.mts"}, List{"/card/2.mts"},
+        List{"10000 6144 /card/../card/2.mts"}, List{part, "9000 6144 /card/3.mts"}, List{1}})
+    EXPECT_FALSE(isRow(wrong)) << Value(wrong).description();
+  List many;
+  for (int number = 2; number < 102; ++number)
+    many.push_back("1 1 /card/" + std::to_string(number) + ".mts");
+  EXPECT_FALSE(isRow(many));
   // Streams without an end.
   EXPECT_EQ(sourceOfRecord(
                 {{"v1000_width", 1}, {"v_width", 1}, {"vx_width", 1}, {"x0_width", 1}, {"", 1}}),

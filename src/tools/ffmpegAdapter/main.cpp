@@ -139,7 +139,7 @@ std::string besideUs(const char* name) {
 // Puts the tool that joins recordings before our standard input, in our process group, so that who
 // pauses or ends us does the same with it; should we end alone, so does it, as nobody reads it any
 // more. False, with errno, when it cannot be run.
-bool readJoined(const std::string& file) {
+bool readJoined(std::vector<std::string> files) {
   std::string tool = besideUs("joinclips");
   int ends[2] = {-1, -1};
   if (tool.empty()) {
@@ -153,10 +153,13 @@ bool readJoined(const std::string& file) {
   ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   std::string dashes = "--";
-  std::string path = file;
-  char* arguments[] = {tool.data(), dashes.data(), path.data(), nullptr};
+  std::vector<char*> arguments = {tool.data(), dashes.data()};
+  for (std::string& file : files)
+    arguments.push_back(file.data());
+  arguments.push_back(nullptr);
   pid_t child = -1;
-  const int failure = ::posix_spawn(&child, tool.c_str(), &actions, nullptr, arguments, environ);
+  const int failure =
+      ::posix_spawn(&child, tool.c_str(), &actions, nullptr, arguments.data(), environ);
   ::posix_spawn_file_actions_destroy(&actions);
   ::close(ends[1]);
   errno = failure;
@@ -192,7 +195,7 @@ int main(int count, char** values) {
     become(tool, std::move(arguments));
   }
   if (auto joined = joinedInput(given)) {
-    if (!readJoined(joined->file)) {
+    if (!readJoined(std::move(joined->files))) {
       say("the tool that joins recordings cannot be run: " + std::string(std::strerror(errno)));
       return cannotBeRun;
     }

@@ -279,6 +279,8 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     arguments.insert(arguments.end(), readingJoined.begin(), readingJoined.end());
     append(arguments, {"-reinit_filter:v", "0"});
   }
+  for (const std::string& part : input.parts)
+    append(arguments, {joinedPart, part});
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 

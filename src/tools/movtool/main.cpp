@@ -35,6 +35,10 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
                   "seconds of all recordings of the input, to be joined by joinclips")
       ->check(CLI::NonNegativeNumber);
   options
+      .add_option("--part", job.input.parts,
+                  "a file in which a joined input goes on; once for each, in order")
+      ->allow_extra_args(false);
+  options
       .add_option("--fields", job.input.fields,
                   "order of its fields (tff, bff), or prog for none; else as it is flagged")
       ->check(CLI::IsMember({"tff", "bff", "prog"}));

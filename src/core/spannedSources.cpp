@@ -1,0 +1,109 @@
+#include "core/spannedSources.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <optional>
+#include <unordered_set>
+
+#include "platform/Bundle.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+// What stands before the files in the command.
+constexpr std::size_t wordsOfSearch = 3;
+
+bool mayBeStream(const std::string& path) {
+  static constexpr std::array<std::string_view, 4> kinds{"mts", "m2ts", "m2t", "ts"};
+  return std::any_of(kinds.begin(), kinds.end(),
+                     [&path](std::string_view kind) { return hasPathExtension(path, kind); });
+}
+
+std::optional<std::size_t> placeOf(std::string_view word, std::size_t count) {
+  const auto number = leadingInteger(word);
+  if (word.empty() || std::to_string(number) != word || number < 0 ||
+      number >= static_cast<std::int64_t>(count))
+    return std::nullopt;
+  return static_cast<std::size_t>(number);
+}
+
+// "parts 3 4 5: 600.040 1200.080 1500.000"
+void takeRecording(std::string_view line, const std::vector<std::string>& files,
+                   SpannedSources& found) {
+  const std::string_view places = textUpTo(line, ": ");
+  const auto parts = split(places, " ");
+  const auto times = split(textAfter(line, ": ").value_or(""), " ");
+  const auto first = placeOf(parts.front(), files.size());
+  if (!first || parts.size() < 2 || times.size() != parts.size())
+    return;
+  SpannedSources::Recording recording;
+  for (std::size_t part = 1; part < parts.size(); ++part) {
+    const auto place = placeOf(parts[part], files.size());
+    if (!place)
+      return;
+    std::error_code failed;
+    const auto bytes = std::filesystem::file_size(files[*place], failed);
+    if (failed)
+      return;
+    recording.furtherParts.push_back(
+        {leadingNumber(times[part - 1]), static_cast<std::int64_t>(bytes), files[*place]});
+  }
+  recording.seconds = leadingNumber(times.back());
+  found.recordings.emplace(files[*first], std::move(recording));
+}
+
+}  // namespace
+
+Arguments partSearch(const std::vector<std::string>& paths) {
+  std::vector<std::string> streams;
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(streams), mayBeStream);
+  if (streams.size() < 2)
+    return {};
+  Arguments command = {Bundle::main().toolPath("joinclips"), "--parts", "--"};
+  command.insert(command.end(), streams.begin(), streams.end());
+  return command;
+}
+
+SpannedSources foundParts(const Arguments& search, std::string_view output) {
+  SpannedSources found;
+  if (search.size() <= wordsOfSearch)
+    return found;
+  const std::vector<std::string> files(search.begin() + wordsOfSearch, search.end());
+  for (const std::string_view line : splitLines(output)) {
+    if (const auto parts = textAfter(line, "parts "); parts && startsWith(line, "parts "))
+      takeRecording(*parts, files, found);
+    else if (const auto word = textAfter(line, "doubtful "); word && startsWith(line, "doubtful "))
+      if (const auto place = placeOf(*word, files.size()))
+        found.doubtful.push_back(files[*place]);
+  }
+  return found;
+}
+
+void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found) {
+  std::unordered_set<std::string> parts;
+  for (const auto& [first, recording] : found.recordings)
+    for (const Source::Part& part : recording.furtherParts)
+      parts.insert(part.path);
+  std::erase_if(paths, [&parts](const std::string& path) { return parts.contains(path); });
+}
+
+void takeFurtherParts(Source& source, const SpannedSources& found) {
+  const auto recording = found.recordings.find(source.path);
+  const auto isDoubtful = [&found](const std::string& file) {
+    return std::find(found.doubtful.begin(), found.doubtful.end(), file) != found.doubtful.end();
+  };
+  if (isDoubtful(recording == found.recordings.end() ? source.path
+                                                     : recording->second.furtherParts.back().path))
+    source.remarks.push_back({Source::Remark::Kind::doubtfulPart, 0});
+  if (recording == found.recordings.end())
+    return;
+  source.furtherParts = recording->second.furtherParts;
+  source.seconds = recording->second.seconds + std::max(0.0, source.pictures.begin.value_or(0));
+  source.duration = std::max(1.0, std::floor(recording->second.seconds));
+}
+
+}  // namespace tessarin

@@ -1,0 +1,35 @@
+// Recordings that the camera cut into several files, found among the sources that are taken in.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "analysis/Source.h"
+#include "classShared/TextAdditions.h"
+
+namespace tessarin {
+
+// Files that belong together by what the tool joinclips has read of them.
+struct SpannedSources {
+  struct Recording {
+    std::vector<Source::Part> furtherParts;
+    double seconds = 0;  // of all
+  };
+  std::map<std::string, Recording> recordings;  // by the path of the first file
+  std::vector<std::string>
+      doubtful;  // seem to go on in a next file that is not there, or does not fit
+};
+
+// The command that looks for such recordings among these paths; empty when there can be none.
+Arguments partSearch(const std::vector<std::string>& paths);
+// What it has found; `search` is the command.
+SpannedSources foundParts(const Arguments& search, std::string_view output);
+
+// Leaves out of the paths what is a further part of a recording.
+void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found);
+// Makes the first file of a recording the whole recording.
+void takeFurtherParts(Source& source, const SpannedSources& found);
+
+}  // namespace tessarin

@@ -1,0 +1,172 @@
+// Recordings that the camera cut into several files: one movie, as of the uncut stream.
+#include <filesystem>
+
+#include "Journey.h"
+#include "support/shell.h"
+#include "tools/cardBytes.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+constexpr std::size_t packet = 192;
+
+// A recording as AVCHD has it, with pictures that hang on others across the borders of groups.
+std::string recordingBytes(const test::ScopedTemporaryFolder& folder, const std::string& size) {
+  const std::string path = folder.file("made.m2ts");
+  EXPECT_TRUE(test::makeClip(test::progressivePicture(size, "3") +
+                                 "-f lavfi -i \"aevalsrc=sin(6.28*t*(300+200*t))|"
+                                 "sin(6.28*t*(900-200*t)):s=48000:d=3\" "
+                                 "-c:v libx264 -preset veryfast -bf 2 -g 12 "
+                                 "-x264-params open-gop=1 -c:a ac3 -b:a 192k "
+                                 "-f mpegts -mpegts_m2ts_mode 1",
+                             path));
+  std::string bytes = folder.read("made.m2ts");
+  std::filesystem::remove(path);
+  return bytes;
+}
+
+// The first packet from this one on that is in the middle of a unit of this stream.
+std::size_t insideUnit(const std::string& bytes, std::size_t number, int stream) {
+  const auto byte = [&](std::size_t at) {
+    return static_cast<std::uint8_t>(bytes.at(number * packet + 4 + at));
+  };
+  while (((byte(1) & 0x5F) << 8 | byte(2)) != stream)
+    ++number;
+  return number;
+}
+
+class SpannedJourney : public test::Journey {
+ protected:
+  std::string card(const std::string& name = "") const {
+    return folder.file("card/PRIVATE/AVCHD/BDMV/" + name);
+  }
+  std::string clip(int number) const {
+    return card("STREAM/0000" + std::to_string(number) + ".MTS");
+  }
+  // A recording of three files, the first cut inside a picture, the second inside a frame of sound,
+  // behind a whole one.
+  void makeCard() {
+    const std::string whole = recordingBytes(folder, "1280x720");
+    const std::size_t first = packet * insideUnit(whole, whole.size() / packet / 3, 0x1011);
+    const std::size_t second = packet * insideUnit(whole, whole.size() / packet / 2, 0x1100);
+    folder.write("uncut.MTS", whole);
+    const auto write = [&](int number, const std::string& bytes) {
+      folder.write("card/PRIVATE/AVCHD/BDMV/STREAM/0000" + std::to_string(number) + ".MTS", bytes);
+    };
+    write(0, recordingBytes(folder, "640x360"));
+    write(1, whole.substr(0, first));
+    write(2, whole.substr(first, second - first));
+    write(3, whole.substr(second));
+    write(4, whole);  // of which no playlist knows
+    writeList({1, 5, 6, 6});
+  }
+  void writeList(const std::vector<int>& connections) {
+    std::vector<test::CardClip> clips;
+    for (std::size_t number = 0; number < connections.size(); ++number)
+      clips.push_back({"0000" + std::to_string(number), "", connections[number]});
+    folder.write("card/PRIVATE/AVCHD/BDMV/PLAYLIST/00000.MPL", test::playlistBytes(clips));
+  }
+  // What the lines of an analysis say of each clip: its name, and its parts.
+  std::vector<std::string> listed(const Arguments& arguments) {
+    Arguments command{"analyse"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    const Result result = tessarin(command);
+    std::vector<std::string> clips;
+    for (const std::string& line : result.lines())
+      if (line.ends_with(".MTS"))
+        clips.push_back(line.starts_with("           parts: ") ? "+" : fileName(line));
+    return clips;
+  }
+  // Converts, and says of the only movie what is seen and heard in it.
+  std::string made(const Arguments& arguments) {
+    std::filesystem::remove_all(destination());
+    Arguments command{"-d", destination()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    const Result result = tessarin(command);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.lines(), SizeIs(1));
+    return sumsOfMovie();
+  }
+  std::string sumsOfMovie() const {
+    std::vector<std::string> names = movies();
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with(".mov"); });
+    EXPECT_THAT(names, SizeIs(1));
+    const std::string path = names.empty() ? "" : test::quoted(movie(names.front()));
+    return test::runShell("for kind in v a; do ffmpeg -v error -i " + path +
+                          " -map 0:$kind -f md5 -; done; ffprobe -v error -show_entries "
+                          "stream=nb_frames,start_time " +
+                          path)
+        .output;
+  }
+};
+
+TEST_F(SpannedJourney, MakesTheMovieOfTheUncutRecording) {
+  makeCard();
+  std::string last;
+  for (const char* format : {"quicktime", "prores", "aic"}) {
+    SCOPED_TRACE(format);
+    const std::string uncut = made({"--format", format, folder.file("uncut.MTS")});
+    EXPECT_THAT(uncut, HasSubstr("nb_frames=75"));
+    last = made({"--format", format, clip(3), clip(1), clip(2)});
+    EXPECT_EQ(last, uncut);
+  }
+  for (const std::string& name : movies())
+    if (name.ends_with(".txt")) {
+      EXPECT_THAT(folder.read("movies/Tessarin/" + name),
+                  HasSubstr(clip(1) + "\nsource              : " + clip(2) + "\nsource"));
+    }
+  // And so do the commands that a plan shows.
+  std::filesystem::remove_all(destination());
+  const Result plan =
+      tessarin({"plan", "-d", destination(), "--format", "aic", clip(1), clip(2), clip(3)});
+  EXPECT_EQ(test::runShell("cd / && (" + plan.out + ") >/dev/null 2>&1").status, 0) << plan.out;
+  EXPECT_EQ(sumsOfMovie(), last);
+}
+
+TEST_F(SpannedJourney, ACardIsTheSameListFromWhereverItIsTaken) {
+  makeCard();
+  const auto list = ElementsAre("00000.MTS", "00001.MTS", "+", "00004.MTS");
+  for (const std::string& place :
+       {folder.file("card"), folder.file("card/PRIVATE/AVCHD"), card(), card("STREAM")})
+    EXPECT_THAT(listed({place}), list) << place;
+  EXPECT_THAT(listed({clip(0), clip(1), clip(2), clip(3), clip(4)}), list);
+  EXPECT_THAT(listed({"--parts", card()}), SizeIs(5));
+  EXPECT_THAT(listed({clip(2)}), ElementsAre("00002.MTS"));
+  EXPECT_THAT(tessarin({"analyse", "--json", clip(1), clip(2)}).out,
+              HasSubstr("\"parts\":[\"" + clip(1) + "\",\"" + clip(2) + "\"]"));
+}
+
+TEST_F(SpannedJourney, WhatDoesNotFitStaysApartAndIsTold) {
+  makeCard();
+  // The list says that all is one recording: the second begins anew, with another size; the last
+  // one goes back to the beginning.
+  writeList({1, 6, 6, 6, 6});
+  EXPECT_THAT(listed({card()}), ElementsAre("00000.MTS", "00001.MTS", "+", "00004.MTS"));
+  const std::string told = tessarin({"analyse", "--json", card()}).out;
+  EXPECT_EQ(split(told, "seems to go on").size() - 1, 2u) << told;
+  // And where the one between is missing nothing is one.
+  std::filesystem::remove(clip(2));
+  EXPECT_THAT(listed({card()}), SizeIs(4));
+}
+
+TEST_F(SpannedJourney, APartThatGoesMissingIsNamed) {
+  makeCard();
+  const std::string batch = folder.file("batch.plist");
+  ASSERT_EQ(tessarin({"-d", destination(), "--batch", batch, card("STREAM")}).status, 0);
+  std::filesystem::rename(clip(2), folder.file("away"));
+  const Result result = tessarin({"--batch", batch});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errorLines(),
+              ElementsAre("tessarin: " + clip(1) + ": 00002.MTS: there is no such file"));
+  EXPECT_THAT(result.lines(), SizeIs(2));
+  std::filesystem::rename(folder.file("away"), clip(2));
+  EXPECT_THAT(tessarin({"--batch", batch}).out, HasSubstr(clip(1) + " -> "));
+}
+
+}  // namespace
+}  // namespace tessarin
