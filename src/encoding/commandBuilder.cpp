@@ -13,6 +13,7 @@
 #include "ffmpeg/proresCommand.h"
 #include "ffmpeg/proresEncoder.h"
 #include "ffmpeg/proresFlavours.h"
+#include "ffmpeg/timeBound.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {
@@ -296,6 +297,7 @@ std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& d
   auto command = encodage(row, destination, prefProres);
   if (!command)
     return std::nullopt;
+  addFilter(command->arguments, timeBound(row.source.seconds), FilterPlace::first);
   correctFields(row.source, *command);
   nameColours(row.source, *command);
   beginWithFirstPicture(row.source, *command);

@@ -5,6 +5,7 @@
 #include "core/jobPlan.h"
 #include "core/newRow.h"
 #include "encoding/outputPreset.h"
+#include "ffmpeg/timeBound.h"
 #include "prefs/utilsAlert.h"
 #include "support/TestBundle.h"
 #include "support/sources.h"
@@ -153,7 +154,8 @@ TEST_F(JobPlanTest, FieldsOfProresGetTheOrderThatTheMovieClaims) {
     const auto arguments = planJob(row, "/out/x.mov", "apcn")->command.arguments;
     const auto from = std::find(arguments.begin(), arguments.end(), "-profile") + 2;
     const std::string text = joinTexts({from, std::find(from, arguments.end(), "-r")}, " ");
-    return replaceAll(text, "setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709",
+    return replaceAll(replaceAll(text, timeBound(row.source.seconds) + ",", ""),
+                      "setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709",
                       "setparams");
   };
   const std::string fields = "-flags +ildct+ilme -field_order tb -threads auto -vf ";

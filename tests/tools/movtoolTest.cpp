@@ -164,6 +164,19 @@ TEST(Movtool, TakesEveryFourthOfHundredAndTwenty) {
             "30\n");
 }
 
+// An hour of the same picture, otherwise, and then none of those behind it.
+TEST(Movtool, OneWrongTimeRepeatsNoPictures) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip = makeClip(folder, "clip.ts",
+                                    "-f lavfi -i testsrc2=s=64x48:r=25:d=2 -c:v mpeg2video -bsf:v "
+                                    "'setts=pts=PTS+if(eq(N\\,20)\\,3600/TB\\,0):dts=DTS'");
+  Settings settings;
+  settings.width = 64;
+  settings.height = 48;
+  exported(folder, settings, clip);
+  EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "nb_frames"), "50");
+}
+
 TEST(Movtool, KeepsAllTracksAndChannels) {
   const ScopedTemporaryFolder folder;
   const std::string clip =

@@ -11,6 +11,7 @@
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/proresCommand.h"
+#include "ffmpeg/timeBound.h"
 #include "utils/numbers.h"
 
 namespace tessarin::movtool {
@@ -421,6 +422,11 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.start = source.firstPicture;
 
   Chain chain;
+  // Before it is slowed.
+  auto seconds = source.duration;
+  if (seconds && input.slow)
+    *seconds /= 2;
+  chain.add(timeBound(seconds));
   // Recordings may have pictures of other sizes than the first: filters that ffmpeg makes anew
   // where they change count time from there, so that pictures are repeated and the last ones lost.
   if (input.joined)
