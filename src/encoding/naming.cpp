@@ -75,7 +75,7 @@ Outcome<void> isFolderWritable(std::string_view path) {
   const std::string folder = isDirectory(whole) ? whole : parentFolder(whole);
   const std::string test = PrivateFolder::newPath(folder, trialPrefix);
   debugFormat("testStr : {}", test);
-  const auto writable = tryFolder(test);
+  auto writable = tryFolder(test);
   logFormat("droitsAcces         ? {} ({})", writable ? 1 : 0, folder);
   return writable;
 }

@@ -26,11 +26,11 @@ void followMenu(QMenu* menu) {
 }  // namespace
 
 QString withMnemonic(const QString& text, QSet<QChar>& taken) {
-  const QString words = plain(text);
+  QString words = plain(text);
   for (const bool beginsWord : {true, false})
     for (qsizetype place = 0; place < words.size(); ++place) {
-      const bool isBegin = place == 0 || words[place - 1].isSpace();
-      const QChar letter = words[place].toUpper();
+      const bool isBegin = place == 0 || words.at(place - 1).isSpace();
+      const QChar letter = words.at(place).toUpper();
       if (!letter.isLetterOrNumber() || isBegin != beginsWord || taken.contains(letter))
         continue;
       taken.insert(letter);

@@ -112,8 +112,8 @@ std::int64_t RecordingTime::seconds() const {
 }
 
 std::optional<RecordingTime> recordingTimeOfSeconds(std::int64_t seconds) {
-  constexpr std::int64_t day = 24 * 3600;
-  constexpr std::int64_t beyond = 200 * 366 * day;  // after 2100
+  constexpr std::int64_t day{86400};
+  constexpr std::int64_t beyond = day * 366 * 200;  // after 2100
   if (seconds < 0 || seconds > beyond)
     return std::nullopt;
   const auto days = static_cast<int>(seconds / day);

@@ -84,6 +84,7 @@ class PartSearch {
   }
   void print(const std::vector<std::size_t>& parts) {
     std::vector<ClipFacts> facts;
+    facts.reserve(parts.size());
     for (const std::size_t part : parts)
       facts.push_back(*factsOf(part));
     fmt::print("parts {}: {:.3f}\n", fmt::join(parts, " "), fmt::join(lengthsOf(facts), " "));
