@@ -13,6 +13,7 @@
 #include "core/exportCommands.h"
 #include "core/failureReason.h"
 #include "core/forecast.h"
+#include "core/movieExpectation.h"
 #include "core/outputPlace.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
@@ -270,6 +271,11 @@ void ConversionJob::jointsAreKnown(bool isRead) {
   if (parts_.lacksSound || (parts_.addsSound && !order_.row.source.sound.id)) {
     logLine("joints              :-( sound of the source is missing, or of another codec");
     damagedSound_ = 1;
+  }
+  if (parts_.picturesLost > 0) {
+    logFormat("joints              :-( packets with {} s of pictures are missing in the source",
+              parts_.picturesLost);
+    damagedPictures_ = std::max<std::size_t>(1, picturesIn(parts_.picturesLost, order_.row.source));
   }
   if (parts_.isToBeJoined() || isReadJoined(order_.row.source)) {
     logFormat("joints              : {} recordings{}", parts_.seconds.size(),

@@ -32,6 +32,11 @@ void PartList::addLine(std::string_view line) {
     hasMore = true;
     return;
   }
+  if (const auto lost = textAfter(line, ", packets missing with ")) {
+    isDoubtful = true;
+    picturesLost += std::clamp(leadingNumber(*lost), 0.0, longest);
+  }
+  hasClockSteps = hasClockSteps || contains(line, ", clock steps");
   isDoubtful =
       isDoubtful || contains(line, ", pictures missing") || contains(line, ", wrong times");
   addsSound = addsSound || contains(line, ", sound begins");

@@ -22,6 +22,8 @@ struct PartList {
   std::vector<double> seconds;  // of the pictures of each recording that can be joined
   bool hasMore = false;         // another one has pictures of another codec
   bool hasBothSizes = false;    // of packets, of which ffmpeg reads one
+  bool hasClockSteps = false;   // inside a recording, which joinclips mends
+  double picturesLost = 0;      // seconds of pictures in missing packets
   // Holes, or times that are off: what is missing has to be measured.
   bool isDoubtful = false;
   bool lacksSound = false;
@@ -29,7 +31,9 @@ struct PartList {
 
   // Other lines are passed over.
   void addLine(std::string_view line);
-  bool isToBeJoined() const { return seconds.size() > 1 || hasMore || hasBothSizes; }
+  bool isToBeJoined() const {
+    return seconds.size() > 1 || hasMore || hasBothSizes || hasClockSteps;
+  }
 };
 PartList partList(std::string_view text);
 

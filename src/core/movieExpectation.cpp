@@ -192,11 +192,14 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
   return static_cast<std::size_t>(std::max(1.0, std::round(missing * pictureRateOf(source))));
 }
 
+std::size_t picturesIn(double seconds, const Source& source) {
+  return static_cast<std::size_t>(std::round(seconds * pictureRateOf(source)));
+}
+
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
   if (!measure.pictures || measure.pictures->displaced > 0)
     return 0;
-  return static_cast<std::size_t>(
-      std::round(measure.pictures->gaps * pictureRateOf(plan.row.source)));
+  return picturesIn(measure.pictures->gaps, plan.row.source);
 }
 
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie) {

@@ -35,6 +35,9 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // what is longer.
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 
+// How many whole pictures of the source last so long.
+std::size_t picturesIn(double seconds, const Source& source);
+
 // How many pictures are missing in holes of the source's clock, where the one before is shown on:
 // they are lost, or were never recorded, or the pictures of a healthy source come irregularly.
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure);

@@ -260,6 +260,36 @@ TEST(JoinClips, NoJointIsMadeUpAndDamageStays) {
   EXPECT_EQ(join({first, second}, true).parts.size(), 1u);
 }
 
+// No packet is missing, so it is the clock that was set, of all streams or of the pictures alone.
+TEST(JoinClips, AClockThatIsSetInARecordingIsMended) {
+  const Recording whole = Recording::made(2 * second, 100);
+  const auto expected = join({whole}).shown;
+  for (const bool isOfAll : {false, true})
+    for (const Time by : {second / 3, 3 * second}) {
+      Recording set = whole;
+      for (TransportPacket& packet : set.packets)
+        if (const auto head = unitHead(packet);
+            head && (isOfAll || packet.stream() == pictures) &&
+            difference(*head->shown, 2 * second + 52 * picture) >= 0)
+          shiftTimes(packet.payload(), *head, -by);
+      const Joined joined = join({set});
+      ASSERT_EQ(joined.parts.size(), 1u) << by;
+      EXPECT_TRUE(joined.parts[0].hasClockSteps);
+      EXPECT_EQ(joined.shown, expected) << by << " " << isOfAll;
+    }
+}
+
+TEST(JoinClips, PicturesInMissingPacketsAreCounted) {
+  Recording recording = Recording::made(0, 100);
+  int number = -1;
+  std::erase_if(recording.packets, [&number](const TransportPacket& packet) {
+    if (packet.stream() == pictures && packet.beginsUnit())
+      ++number;
+    return packet.stream() == pictures && (number == 31 || number == 32 || number == 60);
+  });
+  EXPECT_NEAR(join({recording}).parts.at(0).picturesLost, 3.0 / 25, 1e-6);
+}
+
 TEST(JoinClips, AHoleThatEndsAsAFileBeginsIsToldAndNoJoint) {
   const Recording whole = Recording::made(0, 100);
   const auto at = [](const Recording& recording, int stream, Time shown) {

@@ -67,6 +67,8 @@ void JointFinder::add(const TransportPacket& packet) {
 
 bool JointFinder::follows(Time order, bool isExact, Time before) const {
   const Time step = difference(order, before);
+  if (isBackAgain(step))
+    return false;
   const bool isInOrder = isExact || isExact_ || inOrder_ >= enoughInOrder;
   return step <= longestStep && step >= (isInOrder ? 0 : -mostReordering);
 }
@@ -78,6 +80,7 @@ void JointFinder::addPicture(Time order, bool isExact) {
     if (!isDecidable())
       return;
     settle();
+    last_.reset();
   } else {
     const bool isBack = last_ && follows(order, isExact, *last_);
     if (candidate_ && agreeing_ > 0 && !isBack) {
@@ -96,22 +99,99 @@ void JointFinder::addPicture(Time order, bool isExact) {
     handOn();
   }
   isExact_ = isExact_ || isExact;
-  if (last_)
+  if (last_) {
+    noteLeap(difference(order, *last_));
     pace_ = difference(order, *last_);
+  }
   inOrder_ = last_ && pace_ < 0 ? 0 : inOrder_ + 1;
   last_ = order;
 }
 
 bool JointFinder::isDecidable() const {
   return agreeing_ >= enoughAgreeing || kept_.size() >= mostKept ||
-         othersGoOn(firstOddity()).has_value();
+         (counting() == Counting::broken && othersGoOn(firstOddity()).has_value());
 }
 
 // What is kept back belongs to one recording, or to two.
 void JointFinder::settle() {
-  if (isJoint())
+  if (const auto step = clockStep())
+    stepClock(*step);
+  else if (isJoint())
     split(firstOddity());
+  else
+    noteLeap(difference(*candidate_, *last_));
   handOn();
+}
+
+void JointFinder::noteLeap(Time step) {
+  if (pace_ > 0 && pace_ <= longestStep && step > pace_ + pace_ / 2)
+    leapt_ += step - pace_;
+}
+
+JointFinder::Counting JointFinder::counting() const {
+  std::set<int> counted;
+  State state = state_;
+  const std::size_t place = firstOddity();
+  for (std::size_t at = 0; at < kept_.size(); ++at) {
+    const TransportPacket& packet = kept_[at];
+    const int counter = state.counters[static_cast<std::size_t>(packet.stream())] - 1;
+    if (packet.beginsFile || packet.changesStreams || packet.isNewlyCounted())
+      return Counting::broken;
+    if (counter >= 0 && packet.hasPayload()) {
+      if (packet.counter() != ((counter + 1) & 0xF) && packet.counter() != counter)
+        return Counting::broken;
+      if (at >= place)
+        counted.insert(packet.stream());
+    }
+    pass(packet, state);
+  }
+  return counted.contains(pictures_) && counted.size() > 1 ? Counting::goesOn : Counting::unknown;
+}
+
+bool JointFinder::beginsWithKey() const {
+  std::vector<std::uint8_t> picture;
+  for (std::size_t at = candidatePlace_; at < kept_.size(); ++at) {
+    const TransportPacket& packet = kept_[at];
+    if (packet.stream() != pictures_)
+      continue;
+    if (at > candidatePlace_ && packet.beginsUnit())
+      break;
+    const auto payload = packet.payload();
+    const auto head = unitHead(packet);
+    const auto content = head ? payload.subspan(std::min(head->length, payload.size())) : payload;
+    picture.insert(picture.end(), content.begin(), content.end());
+  }
+  return pictureStart(picture).isKey;
+}
+
+// Whether a clock that was corrected leaps to where it would be without that.
+bool JointFinder::isBackAgain(Time step) const {
+  return mended_ != 0 && pace_ > 0 && std::abs(step - pace_ - mended_) <= pace_ / 2;
+}
+
+// How much the clock is late from the candidate on, where it was set there.
+std::optional<Time> JointFinder::clockStep() const {
+  const Time step = difference(*candidate_, *last_);
+  const bool isKnown = (isExact_ || inOrder_ >= enoughInOrder) && pace_ > 0 && pace_ <= longestStep;
+  const bool isLasting = agreeing_ >= enoughAgreeing || isOver_;
+  // Back to where it was before it leapt.
+  if (leapt_ != 0 && std::abs(pace_ - step - leapt_) <= pace_)
+    return std::nullopt;
+  if (!isKnown || !isLasting || (step >= 0 && !isBackAgain(step)) || counting() != Counting::goesOn)
+    return std::nullopt;
+  return pace_ - step;
+}
+
+void JointFinder::stepClock(Time by) {
+  const std::size_t place = firstOddity();
+  const bool isOfAll = !othersGoOn(place).value_or(false);
+  for (std::size_t at = 0; at < place; ++at) {
+    pass(kept_[at], state_);
+    target_.take(kept_[at]);
+  }
+  kept_.erase(kept_.begin(), kept_.begin() + static_cast<std::ptrdiff_t>(place));
+  target_.stepsClock(by, isOfAll);
+  mended_ += by;
 }
 
 // Pictures' times that go back may be damaged ones: at a joint something else is out of order, too,
@@ -124,6 +204,9 @@ bool JointFinder::isJoint() const {
     return false;
   if (step > longestStep)
     return beginsLikeAFile(place) && !isHole(place);
+  // What is counted on and cannot be decoded by itself belongs to what is before it.
+  if (counting() == Counting::goesOn && !beginsWithKey())
+    return false;
   return (step < -mostReordering || place < candidatePlace_) &&
          (hasOddity() || beginsLikeAFile(place));
 }
@@ -301,6 +384,8 @@ void JointFinder::split(std::size_t place) {
   target_.endsPart();
   kept_.erase(kept_.begin(), kept_.begin() + static_cast<std::ptrdiff_t>(place));
   state_ = State();
+  mended_ = 0;
+  leapt_ = 0;
   isExact_ = false;
   inOrder_ = 0;
   last_.reset();
@@ -308,6 +393,7 @@ void JointFinder::split(std::size_t place) {
 }
 
 void JointFinder::finish() {
+  isOver_ = true;
   // A part of a few pictures, or of one.
   if (candidate_ && last_ && (agreeing_ > 0 || difference(*candidate_, *last_) < longestStep))
     settle();

@@ -18,6 +18,8 @@ class PartTarget {
   // The packets behind the last picture of the part come next, up to the end of the part.
   virtual void picturesAreOver() = 0;
   virtual void endsPart() = 0;
+  // From here on the clock of the pictures is late by so much; `isOfAll`: that of all may be.
+  virtual void stepsClock(Time by, bool isOfAll) = 0;
 
  protected:
   ~PartTarget() = default;
@@ -32,6 +34,10 @@ class PartTarget {
 // decoding can begin with; and not where the pictures keep the pace of those before while the
 // packets of each stream are counted on from elsewhere, for that is a hole. Where the tables list
 // pictures for another decoder there is always a joint.
+//
+// Where the clock goes back and all streams are counted on, nothing begins: the clock of the
+// recording was set, or the times are damaged from there on. That is mended, as far as something
+// tells by how much, and so is where it comes back to what it was.
 //
 // The packets since the last picture are kept back meanwhile; what is first out of order among
 // them (a counter, a time of arrival, a clock, a file's border) is where the joint is.
@@ -58,6 +64,14 @@ class JointFinder {
   bool isDecidable() const;
   void settle();
   bool isJoint() const;
+  // Whether packets are missing, of any stream; that none are more than the pictures' have to tell.
+  enum class Counting { broken, goesOn, unknown };
+  Counting counting() const;
+  bool beginsWithKey() const;
+  bool isBackAgain(Time step) const;
+  std::optional<Time> clockStep() const;
+  void stepClock(Time by);
+  void noteLeap(Time step);
   State stateAt(std::size_t place) const;
   std::optional<bool> othersGoOn(std::size_t place) const;
   bool isHole(std::size_t place) const;
@@ -76,6 +90,9 @@ class JointFinder {
   bool isExact_ = false;  // it has times of its own for decoding
   int inOrder_ = 0;       // pictures since it went back within a part
   Time pace_ = 0;         // from the picture before to the latest one
+  Time mended_ = 0;       // by which the clock of the pictures was corrected
+  Time leapt_ = 0;        // how far it leapt forward without that
+  bool isOver_ = false;   // no more packets come
   // The time of a picture that does not follow, where it is, and how many follow it, up to when.
   std::optional<Time> candidate_;
   std::size_t candidatePlace_ = 0;

@@ -52,6 +52,8 @@ void PartShifter::take(const TransportPacket& packet) {
     return leaveOut(packet);
   if (isLeftOut_)
     return;
+  if (packet.stream() == pictures_)
+    loss_.add(packet);
   if (isBegun_) {
     place(packet);
     return;
@@ -170,15 +172,46 @@ void PartShifter::place(const TransportPacket& given) {
   if (stream.mayBeSound && packet.hasPayload()) {
     if (head || stream.unit.size() >= longestSoundUnit)
       placeSound(stream, false);
+    if (head && head->shown)
+      findStep(stream, *head->shown);
     stream.unit.push_back(packet);
     return;
   }
+  if (head && head->shown)
+    findStep(stream, *head->shown);
   if (head) {
     shiftTimes(packet.payload(), *head, stream.shift);
     if (packet.stream() == pictures_ && head->shown)
       notePicture(wrapped(*head->shown + stream.shift));
   }
   write(stream, packet);
+}
+
+// Whether the clock that was set is that of this stream, too, whose next time this is.
+void PartShifter::findStep(Stream& stream, Time shown) {
+  const auto distance = [&](Time shift) {
+    return std::abs(difference(shown + shift, *stream.end));
+  };
+  if (stream.step == 0 ||
+      (stream.end && distance(stream.shift) <= distance(stream.shift + stream.step)))
+    return;
+  stream.shift += std::exchange(stream.step, 0);
+}
+
+// The packets behind this come from a clock that is late by so much.
+void PartShifter::stepsClock(Time by, bool isOfAll) {
+  if (!isBegun_)
+    begin();
+  hasClockSteps_ = true;
+  loss_.stepsClock();
+  if (isOfAll)
+    shift_ += by;
+  for (auto& [number, stream] : streams_) {
+    if (number == pictures_)
+      stream.shift += by;
+    else if (isOfAll)
+      stream.step += by;
+  }
 }
 
 // Hands on a unit of sound that is whole, or as much of it as has a place; `isLast`: of its part.
@@ -391,8 +424,8 @@ void PartShifter::closePart() {
     };
     const Time length = difference(end, *firstShown_);
     parts_.push_back({partPlace_.value_or(0), seconds(length), isLeftOut_, hasWrongTimes_,
-                      addsSound_, seconds(picturesMissing_),
-                      seconds(hasLostSound_ ? length : soundMissing_)});
+                      hasClockSteps_, addsSound_, seconds(picturesMissing_),
+                      seconds(hasLostSound_ ? length : soundMissing_), seconds(loss_.lost())});
     if (!isLeftOut_)
       joint_ = end;
   }
@@ -400,6 +433,7 @@ void PartShifter::closePart() {
     stream.awaitsUnit = stream.isUnits;
     stream.isPlaced = false;
     stream.isBroken = true;
+    stream.step = 0;
   }
   partPlace_.reset();
   isBegun_ = false;
@@ -411,6 +445,8 @@ void PartShifter::closePart() {
   isLeftOut_ = false;
   hasLostSound_ = false;
   hasWrongTimes_ = false;
+  hasClockSteps_ = false;
+  loss_ = {};
   addsSound_ = false;
   picturesMissing_ = 0;
   soundMissing_ = 0;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/joinclips/JointFinder.h"
+#include "tools/joinclips/PictureLoss.h"
 #include "tools/joinclips/TransportPacket.h"
 
 namespace tessarin::joining {
@@ -30,6 +31,7 @@ class PartShifter final : public PartTarget {
   void take(const TransportPacket& packet) override;
   void picturesAreOver() override { isTail_ = true; }
   void endsPart() override;
+  void stepsClock(Time by, bool isOfAll) override;
   // Behind the last packet.
   void finish();
 
@@ -38,10 +40,12 @@ class PartShifter final : public PartTarget {
     double seconds = 0;       // of its pictures
     bool isLeftOut = false;   // its pictures are for another decoder
     bool hasWrongTimes = false;
-    bool addsSound = false;  // before it there was none
+    bool hasClockSteps = false;  // its clock was set in it, which is mended
+    bool addsSound = false;      // before it there was none
     // Seconds of holes in it.
     double picturesMissing = 0;
     double soundMissing = 0;
+    double picturesLost = 0;  // of those that were in missing packets
   };
   // That are over; of the last one after finish().
   const std::vector<Part>& parts() const { return parts_; }
@@ -53,6 +57,7 @@ class PartShifter final : public PartTarget {
     bool awaitsUnit = false;  // in this part none has begun yet
     bool isPlaced = true;     // its shift is settled for this part
     Time shift = 0;           // of the times of its units
+    Time step = 0;            // that is added to it where its own clock was set
     int written = -1;         // the counter of its last packet
     int counterShift = 0;
     bool isBroken = false;              // packets were left out: the next one goes on counting
@@ -73,6 +78,7 @@ class PartShifter final : public PartTarget {
   void lookForKey();
   void begin();
   void place(const TransportPacket& packet);
+  static void findStep(Stream& stream, Time shown);
   void placeSound(Stream& stream, bool isLast);
   void writeUnit(Stream& stream);
   void writeCut(Stream& stream, std::vector<std::uint8_t> unit);
@@ -106,6 +112,8 @@ class PartShifter final : public PartTarget {
   bool isLeftOut_ = false;
   bool hasLostSound_ = false;
   bool hasWrongTimes_ = false;
+  bool hasClockSteps_ = false;
+  PictureLoss loss_;
   bool addsSound_ = false;
   Time picturesMissing_ = 0;
   Time soundMissing_ = 0;

@@ -51,6 +51,10 @@ struct TransportPacket {
   // Nothing in it is to be believed: damaged on the way, or scrambled.
   bool isUnreadable() const { return (bytes[1] & 0x80) != 0 || (bytes[3] & 0xC0) != 0; }
   bool beginsUnit() const { return (bytes[1] & 0x40) != 0; }
+  // Its stream may be counted on from elsewhere here (the discontinuity indicator).
+  bool isNewlyCounted() const {
+    return (bytes[3] & 0x20) != 0 && bytes[4] > 0 && (bytes[5] & 0x80) != 0;
+  }
   bool hasPayload() const { return (bytes[3] & 0x10) != 0; }
   int counter() const { return bytes[3] & 0xF; }
   void setCounter(int counter) {

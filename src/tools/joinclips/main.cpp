@@ -68,6 +68,10 @@ void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBot
         fmt::print(", wrong times");
       if (part.picturesMissing > 0)
         fmt::print(", pictures missing for {:.3f} s", part.picturesMissing);
+      if (part.hasClockSteps)
+        fmt::print(", clock steps");
+      if (part.picturesLost > 0)
+        fmt::print(", packets missing with {:.3f} s of pictures", part.picturesLost);
       if (part.addsSound)
         fmt::print(", sound begins");
       if (part.soundMissing > 0)
