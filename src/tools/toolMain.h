@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 #include "classShared/Outcome.h"
 #include "platform/Signals.h"
@@ -25,7 +26,10 @@ int runTool(const char* name, const char* description, int count, char** values,
   } catch (const CLI::CallForHelp& help) {
     return options.exit(help);
   } catch (const CLI::ParseError& error) {
-    return complain(2, std::string(error.what()) + " (" + name + " --help says more)");
+    // What is missed may be what stands there misspelt.
+    const std::vector<std::string> unknown = options.remaining();
+    const std::string what = unknown.empty() ? error.what() : CLI::ExtrasError(unknown).what();
+    return complain(2, what + " (" + name + " --help says more)");
   }
   const Outcome<bool> done = work();
   return done ? 0 : complain(1, done.reason());
