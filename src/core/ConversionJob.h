@@ -153,6 +153,7 @@ class ConversionJob {
   void lookEnded(const ToolEnd& end);
   void packetsRead(const ToolEnd& end);
   void judgeMeasure();
+  void capDamage();
   void countDamage();
   void startReading();
 
@@ -198,6 +199,7 @@ class ConversionJob {
   MovieIndex movie_;
   std::size_t damagedPictures_ = 0;
   std::size_t damagedSound_ = 0;
+  std::optional<std::uint64_t> promisedPictures_;  // by the index of an AVI file
   bool hasMore_ = false;
   Dico measured_;
 

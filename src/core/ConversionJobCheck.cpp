@@ -1,5 +1,6 @@
 // What looks at the movie of a job once the last tool has made it.
 #include <algorithm>
+#include <cmath>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
@@ -8,6 +9,7 @@
 #include "core/joinedParts.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
+#include "movie/aviPictures.h"
 #include "movie/followingMovie.h"
 #include "movie/movieStart.h"
 #include "prefs/utilsAlert.h"
@@ -88,6 +90,8 @@ void ConversionJob::check() {
     fail(localisationString("why_endsEarly"));
     return;
   }
+  promisedPictures_ = aviPictures(order_.row.path());
+  capDamage();
   hasMore_ = parts_.hasMore || anotherMovieFollows(order_.row.path());
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
     fail(reasonOf(verdict));
@@ -97,7 +101,7 @@ void ConversionJob::check() {
   const Source& source = plan_->row.source;
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
-  const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful;
+  const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_;
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
@@ -176,6 +180,15 @@ void ConversionJob::judgeMeasure() {
   }
 }
 
+// A decoder may complain many times of one picture.
+void ConversionJob::capDamage() {
+  const MovieTrack* pictures = movie_.pictures();
+  const std::size_t most =
+      std::max<std::size_t>(pictures != nullptr ? pictures->shown : 0,
+                            picturesIn(lengthOf(order_.row.source), order_.row.source));
+  damagedPictures_ = std::min(damagedPictures_, most);
+}
+
 // What is missing or out of place, and neither tool spoke of.
 void ConversionJob::countDamage() {
   const SourceMeasure& measure = measure_;
@@ -183,6 +196,23 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( {} pictures are out of their places in the source",
               measure.pictures->displaced);
     damagedPictures_ = std::max<std::size_t>(damagedPictures_, measure.pictures->displaced);
+  }
+  // All pictures of DV have one size, and what is missing of the last one is filled from the one
+  // before.
+  const auto size = static_cast<double>(measure.pictures->firstSize);
+  const bool isLastTorn = firstContainer(plan_->row.source) == "dv" && size > 0 &&
+                          std::fmod(sourceSize("o"), size) != 0;
+  const std::size_t spoilt = measure.pictures->spoilt + (isLastTorn ? 1 : 0);
+  if (spoilt > damagedPictures_) {
+    logFormat("check               :-( {} pictures of the source are empty or cut off", spoilt);
+    damagedPictures_ = spoilt;
+  }
+  if (const std::uint64_t missing = promisedPictures_.value_or(0);
+      missing > measure.pictures->packets &&
+      missing - measure.pictures->packets > damagedPictures_) {
+    logFormat("check               :-( the index of the source has {} pictures, the source {}",
+              missing, measure.pictures->packets);
+    damagedPictures_ = missing - measure.pictures->packets;
   }
   if (const std::size_t lost = lostPictures(*plan_, measure, movie_); lost > damagedPictures_) {
     logFormat("check               :-( {} pictures of the source are not in the movie", lost);
@@ -204,6 +234,14 @@ void ConversionJob::countDamage() {
       measure.sound->end + soundSlack < measure.pictures->end) {
     logFormat("check               :-( sound up to {} s, pictures up to {} s", measure.sound->end,
               measure.pictures->end);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+  }
+  // Behind a joint of program streams there may be none with the same codec.
+  constexpr double leastLoss = 1;
+  if (firstContainer(plan_->row.source) == "mpeg" && measure.sound &&
+      measure.sound->lasting + leastLoss < measure.pictures->lasting) {
+    logFormat("check               :-( sound for {} s, pictures for {} s", measure.sound->lasting,
+              measure.pictures->lasting);
     damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
   }
   // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence

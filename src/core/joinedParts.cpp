@@ -23,6 +23,7 @@ Arguments jointList(const Source& source) {
 // like.
 void PartList::addLine(std::string_view line) {
   hasBothSizes = hasBothSizes || startsWith(line, "packets of both sizes");
+  hasMore = hasMore || startsWith(line, "a movie of another format");
   const auto text = textBetween(line, ": ", " s");
   if (!startsWith(line, "byte ") || !text)
     return;

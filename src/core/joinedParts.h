@@ -20,7 +20,7 @@ Arguments jointList(const Source& source);
 // What such a list says.
 struct PartList {
   std::vector<double> seconds;  // of the pictures of each recording that can be joined
-  bool hasMore = false;         // another one has pictures of another codec
+  bool hasMore = false;         // another one has another codec, or is of another format
   bool hasBothSizes = false;    // of packets, of which ffmpeg reads one
   bool hasClockSteps = false;   // inside a recording, which joinclips mends
   double picturesLost = 0;      // seconds of pictures in missing packets

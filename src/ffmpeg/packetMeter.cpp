@@ -87,6 +87,7 @@ void PacketMeter::addFact(std::string_view line) {
   }
   if (codec) {
     stream.isPcm = startsWith(codec->value, "pcm_");
+    stream.isDv = startsWith(codec->value, "dvvideo");
     return;
   }
   const auto numerator = static_cast<double>(leadingInteger(clock->value));
@@ -132,7 +133,15 @@ void PacketMeter::addPacket(std::string_view line) {
     stream.measured->end = end;
     stream.latest = start;
     stream.byteRate = byteRate;
+    stream.measured->firstSize = size;
   }
+  // The check sum of zeros alone, by which decoders go on without a word.
+  constexpr std::string_view ofZeros = "0x00000000";
+  constexpr std::int64_t leastPicture = 32;  // bytes
+  if (!stream.isSound && ((size >= leastPicture && trimmed(fields[5]) == ofZeros) ||
+                          (stream.isDv && size < stream.measured->firstSize)))
+    ++stream.measured->spoilt;
+  stream.measured->lasting += end - start;
   ++stream.measured->packets;
   constexpr double mostReordering = 1;
   stream.latest = std::max(stream.latest, start);

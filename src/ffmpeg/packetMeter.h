@@ -23,6 +23,10 @@ struct MeasuredStream {
   std::uint64_t displaced = 0;
   // Seconds without any packet, where that is more than a fifth of one at once.
   double gaps = 0;
+  double lasting = 0;  // seconds of all packets
+  // Of packets of pictures, those of zeros alone, and those of DV that are shorter than the first.
+  std::uint64_t spoilt = 0;
+  std::int64_t firstSize = 0;  // bytes of the first packet
   // Of packets of PCM, those with more or fewer samples in their time than the first one.
   std::uint64_t otherRate = 0;
 };
@@ -48,6 +52,7 @@ class PacketMeter {
   struct Stream {
     bool isSound = false;
     bool isPcm = false;
+    bool isDv = false;
     double tick = 0;      // seconds
     double latest = 0;    // when the latest packet is shown
     double byteRate = 0;  // of the first packet

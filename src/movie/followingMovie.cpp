@@ -1,5 +1,6 @@
 #include "movie/followingMovie.h"
 
+#include <algorithm>
 #include <bit>
 #include <optional>
 
@@ -110,7 +111,43 @@ bool followsMxf(FileBytes& bytes) {
   return false;
 }
 
+// ---- Streams, which begin anywhere
+
+constexpr std::uint64_t programPack = 0x000001BA;
+
+// Packets of 188 bytes, or of 192 as camcorders write them; the last byte before them is there.
+bool hasTransportPackets(FileBytes& bytes, std::uint64_t position) {
+  constexpr std::uint64_t packets = 5;
+  for (const std::uint64_t size : {188U, 192U}) {
+    if (position > bytes.size() || bytes.size() - position < packets * size)
+      continue;
+    bool isAll = true;
+    for (std::uint64_t packet = 0; packet < packets && isAll; ++packet)
+      isAll = bytes.number(position + packet * size + size - 188, 1) == 0x47;
+    if (isAll)
+      return true;
+  }
+  return false;
+}
+
+bool endsAsTransportStream(FileBytes& bytes) {
+  constexpr std::uint64_t packets = 5;
+  for (const std::uint64_t size : {188U, 192U})
+    if (bytes.size() > packets * size && hasTransportPackets(bytes, bytes.size() - packets * size))
+      return true;
+  return false;
+}
+
 // ---- QuickTime's family
+
+// A pack's first bytes could be an atom's length, but no atom has such letters.
+bool beginsStream(FileBytes& bytes, std::uint64_t position) {
+  const std::string type = bytes.letters(position + 4);
+  const bool isAtom =
+      std::all_of(type.begin(), type.end(), [](char letter) { return letter >= ' '; });
+  return (!isAtom && bytes.number(position, 4) == programPack) ||
+         hasTransportPackets(bytes, position);
+}
 
 bool followsMov(FileBytes& bytes) {
   bool hasIndex = false;
@@ -120,7 +157,7 @@ bool followsMov(FileBytes& bytes) {
     const std::string type = bytes.letters(position + 4);
     if (size == 1 && bytes.size() - position >= 16)
       size = bytes.number(position + 8, 8);
-    if (hasIndex && type == "ftyp")
+    if (hasIndex && (type == "ftyp" || beginsStream(bytes, position)))
       return true;
     hasIndex = hasIndex || type == "moov";
     if (size < 8 || !bytes.failure().empty() || size > bytes.size() - position)
@@ -143,6 +180,8 @@ bool anotherMovieFollows(const std::string& path) {
     return followsMatroska(bytes);
   if (isHeaderPartition(bytes, 0))
     return followsMxf(bytes);
+  if (bytes.number(0, 4) == programPack)
+    return endsAsTransportStream(bytes);
   return bytes.letters(4) == "ftyp" && followsMov(bytes);
 }
 

@@ -66,6 +66,16 @@ TEST(PacketMeter, CountsHoles) {
   EXPECT_DOUBLE_EQ(pictures->gaps, 2);  // four pictures are too few
 }
 
+// A decoder says nothing of the second, and little of the third.
+TEST(PacketMeter, CountsPicturesThatAreEmptyOrCutOff) {
+  PacketMeter meter;
+  for (const char* line :
+       {"#tb 0: 1/25", "#media_type 0: video", "#codec_id 0: dvvideo", "0, 0, 0, 1, 900, 0x1",
+        "0, 1, 1, 1, 900, 0x00000000", "0, 2, 2, 1, 300, 0x1", "0, 3, 3, 1, 900, 0x1"})
+    meter.addLine(line);
+  EXPECT_EQ(meter.result().pictures->spoilt, 2u);
+}
+
 TEST(PacketMeter, TheSourceIsReadAsItsConversionReadsIt) {
   EXPECT_THAT(
       measuringCommand({"/tools/ffmpeg", "-loglevel", "info", "-f", "mpegts", "-itsoffset", "-1",

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <random>
 
+#include "movie/aviPictures.h"
+#include "movie/followingMovie.h"
 #include "movie/movieIndex.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/clips.h"
@@ -29,6 +31,29 @@ class MovieIndexTest : public testing::Test {
 
   test::ScopedTemporaryFolder folder;
 };
+
+TEST_F(MovieIndexTest, AnAviFileSaysHowManyPicturesItHas) {
+  const std::string avi = movie("x.avi", "-c:v mpeg4 -c:a pcm_s16le");
+  EXPECT_EQ(aviPictures(avi), 25u);
+  EXPECT_FALSE(aviPictures(movie("x.mov", "-c:a pcm_s16le -f mov")));
+  std::filesystem::resize_file(avi, std::filesystem::file_size(avi) / 2);
+  EXPECT_FALSE(aviPictures(avi)) << "the index is gone";
+}
+
+TEST_F(MovieIndexTest, AMovieOfAnotherFormatMayFollow) {
+  const std::string mp4 = movie("x.mp4", "-c:a aac");
+  const std::string programme = movie("x.mpg", "-c:v mpeg2video -c:a mp2 -f vob");
+  const std::string transport = movie("x.ts", "-c:a ac3 -f mpegts");
+  const auto both = [&](const std::string& first, const std::string& second) {
+    return folder.write("both", *readFileStart(first, 1U << 24) + *readFileStart(second, 1U << 24));
+  };
+  EXPECT_FALSE(anotherMovieFollows(mp4));
+  EXPECT_FALSE(anotherMovieFollows(programme));
+  EXPECT_TRUE(anotherMovieFollows(both(mp4, transport)));
+  EXPECT_TRUE(anotherMovieFollows(both(mp4, programme)));
+  EXPECT_TRUE(anotherMovieFollows(both(programme, transport)));
+  EXPECT_FALSE(anotherMovieFollows(both(programme, programme))) << "which is read";
+}
 
 TEST_F(MovieIndexTest, CountsWhatFfmpegHasWritten) {
   for (const char* options :

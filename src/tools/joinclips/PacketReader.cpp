@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 #include "classShared/descriptorBytes.h"
 #include "platform/openFiles.h"
@@ -52,6 +53,17 @@ bool PacketReader::goesOn() const {
   return isPacket(step_, 0) && (isPacket(step_, 1) || !isPacket(other, convincing));
 }
 
+// By its first bytes: a program stream, Matroska, AVI, QuickTime and its family.
+bool PacketReader::beginsOtherFormat() const {
+  constexpr std::size_t length = 8;
+  if (left() < length)
+    return false;
+  const std::string_view start(reinterpret_cast<const char*>(buffer_.data() + at_), length);
+  using namespace std::string_view_literals;
+  return start.starts_with("\x00\x00\x01\xBA"sv) || start.starts_with("\x1A\x45\xDF\xA3"sv) ||
+         start.starts_with("RIFF"sv) || start.substr(4) == "ftyp"sv;
+}
+
 // Goes to the next place in the buffer where packets of either size begin.
 bool PacketReader::findPackets() {
   const std::size_t least = isOver_ ? TransportPacket::size : needed;
@@ -82,7 +94,9 @@ Outcome<bool> PacketReader::fill() {
 Outcome<std::optional<TransportPacket>> PacketReader::next() {
   while (left() < needed && !isOver_)
     TESSARIN_TRY(fill());
-  if (!goesOn())
+  const bool isPacketNext = goesOn();
+  hasOtherFormat_ = hasOtherFormat_ || (!isPacketNext && beginsOtherFormat());
+  if (!isPacketNext)
     while (!findPackets()) {
       if (isOver_)
         return std::optional<TransportPacket>();

@@ -21,6 +21,8 @@ class PacketReader {
 
   // Of the packets at hand.
   std::size_t packetSize() const { return step_; }
+  // Whether a movie of another format lies among what was passed over.
+  bool hasOtherFormat() const { return hasOtherFormat_; }
   // Nothing at the end. Fails when the file cannot be read any further.
   Outcome<std::optional<TransportPacket>> next();
 
@@ -30,6 +32,7 @@ class PacketReader {
   bool findPackets();
   bool isPacket(std::size_t step, std::size_t following) const;
   bool goesOn() const;
+  bool beginsOtherFormat() const;
   std::size_t left() const { return buffer_.size() - at_; }
 
   Descriptor file_;
@@ -39,6 +42,7 @@ class PacketReader {
   std::size_t step_ = TransportPacket::stampedSize;
   std::uint32_t stamp_ = 0;  // of the latest packet that has one
   bool isOver_ = false;
+  bool hasOtherFormat_ = false;
 };
 
 }  // namespace tessarin::joining

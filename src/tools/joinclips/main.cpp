@@ -4,10 +4,10 @@
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
 // for each recording instead, with what is missing in it, and one more where packets of both sizes
-// come. With --parts the files that are parts of one recording are told by their places among the
-// arguments, from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third
-// begin, and the third ends, in seconds), and those that seem to go on in a next file that is not
-// there or does not fit ("doubtful 7").
+// come, and where a movie of another format was passed over. With --parts the files that are parts
+// of one recording are told by their places among the arguments, from 0 on ("parts 3 4 5: 600.040
+// 1200.080 1500.000": and where the second and third begin, and the third ends, in seconds), and
+// those that seem to go on in a next file that is not there or does not fit ("doubtful 7").
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
@@ -58,7 +58,8 @@ class Output {
   int error_ = 0;
 };
 
-void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBothSizes) {
+void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBothSizes,
+               bool hasOtherFormat) {
   for (const auto& part : parts) {
     fmt::print("byte {}: {:.3f} s", part.place, part.seconds);
     if (part.isLeftOut) {
@@ -81,6 +82,8 @@ void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBot
   }
   if (hasBothSizes)
     fmt::print("packets of both sizes\n");
+  if (hasOtherFormat)
+    fmt::print("a movie of another format\n");
 }
 
 // Reads files behind each other and writes what they are together.
@@ -119,6 +122,7 @@ class Joiner {
       finder_.add(next);
     }
     before_ += end;
+    hasOtherFormat_ = hasOtherFormat_ || reader->hasOtherFormat();
     return true;
   }
 
@@ -134,7 +138,7 @@ class Joiner {
   }
 
   bool isAtEnd() const { return output_.error() != 0; }
-  void printParts() const { printList(shifter_.parts(), hasBothSizes_); }
+  void printParts() const { printList(shifter_.parts(), hasBothSizes_, hasOtherFormat_); }
 
  private:
   Output output_;
@@ -144,6 +148,7 @@ class Joiner {
   std::uint64_t before_ = 0;  // bytes of the files before
   std::size_t firstSize_ = 0;
   bool hasBothSizes_ = false;
+  bool hasOtherFormat_ = false;
 };
 
 Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
