@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto facts = joining::clipFacts(path))
       fuzz::require(facts->packetSize > 0 && !facts->streams.empty());
   for (const std::string& path : made)
-    if (const auto found = timeOfSource(path))
+    if (const auto found = factsOfSource(path).time)
       fuzz::require(!found->origin.empty() && (!found->time || found->time->isValid()));
   return 0;
 }

@@ -2,6 +2,7 @@
 // clips.
 #include "Input.h"
 #include "encoding/recordingDate.h"
+#include "movie/timeCode.h"
 #include "tools/gettimestamps/containers.h"
 #include "tools/gettimestamps/playlist.h"
 #include "tools/gettimestamps/streamFile.h"
@@ -13,6 +14,11 @@ namespace {
 
 void requireValid(const std::optional<RecordingTime>& time) {
   fuzz::require(!time || (time->isValid() && time->text().size() == 19));
+}
+
+void requireValid(const StreamFacts& facts) {
+  requireValid(facts.time);
+  fuzz::require(facts.timeCode.empty() || isTimeCode(facts.timeCode));
 }
 
 }  // namespace
@@ -28,18 +34,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } else {
     fuzz::require(!playlist.reason().empty());
   }
-  requireValid(recordingTimeInH264(bytes));
+  requireValid(factsInH264(bytes));
   if (const auto time = recordingTimeOfMoi(bytes))
     requireValid(time.value());
   else
     fuzz::require(!time.reason().empty());
   requireValid(recordingTimeOfText(bytes));
   const fuzz::InputFile input(bytes);
-  requireValid(recordingTimeInFile(input.path()));
+  requireValid(factsInFile(input.path()));
   recordingDate(input.path());
   {
     BoundedFile file(input.path());
     fuzz::require(samplesOfQuickTime(file) <= size);
+    cameraOfQuickTime(file);
   }
   for (const auto& read : containerReaders) {
     BoundedFile file(input.path());

@@ -4,6 +4,7 @@
 #include "movie/aviPictures.h"
 #include "movie/followingMovie.h"
 #include "movie/movieCheck.h"
+#include "movie/movieFacts.h"
 #include "movie/movieIndex.h"
 #include "movie/movieStart.h"
 
@@ -27,6 +28,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // An index that was written anew can be read as before.
   const auto shown = showFirstPictures(path);
   if (shown && shown.value())
+    fuzz::require(!movie || readMovieIndex(path).ok());
+  const MovieFacts facts = {3376044333,
+                            "2010-12-24T14:05:33+0100",
+                            "Sony",
+                            "A1",
+                            "+48.1371+011.5754/",
+                            "10:11:12;13",
+                            29.97,
+                            "14:05:33"};
+  const auto told = tellFacts(path, facts);
+  if (told && told.value())
     fuzz::require(!movie || readMovieIndex(path).ok());
   // The content of an index without what stands around it.
   indexWithFirstPictures(std::string(bytes), [&](std::uint64_t position) {

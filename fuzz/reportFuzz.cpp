@@ -33,6 +33,8 @@ void readReport(std::string_view report) {
   Source timed;
   addRecordingTime(report, "/clip.mts", timed);
   fuzz::require(timed.recorded.empty() || timed.recorded.size() == 19);
+  timed.path = "/clip.mts";
+  fuzz::require(sourceOfRecord(storedSource(timed)) == timed);
   ffChapters(report);
   forceFormatLite(report);
   formatOfKind(report, report);

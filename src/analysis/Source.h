@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "analysis/Fields.h"
+#include "analysis/recordingFacts.h"
 #include "ffmpeg/pictureColours.h"
 #include "ffmpeg/streamLine.h"
 
@@ -121,6 +122,7 @@ struct Source {
   // machine: "2010-12-24 14:05:33 +0100".
   std::string recorded;
   std::optional<RecordedBy> recordedBy;  // also without a time, of a clip on a card without one
+  RecordingFacts recording;
   std::vector<Remark> remarks;
 
   // That are converted, the first of their kind.

@@ -13,6 +13,7 @@
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/streamLine.h"
+#include "movie/timeCode.h"
 #include "platform/Bundle.h"
 #include "process/pipelines.h"
 #include "utils/files.h"
@@ -378,6 +379,8 @@ std::optional<Source> analysisFf(std::optional<std::string_view> report,
   if (debugMode())
     logFormat("mDico : {}", recordOfSource(*source).description());
 
+  if (const std::string code = timeCodeOf(*report); isTimeCode(code))
+    source->recording.timeCode = code;
   if (const auto starts = ffChapters(report))
     source->chapters = *starts;
   logLine("analysisFf          - end");

@@ -10,6 +10,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
+#include "movie/timeCode.h"
 
 namespace tessarin {
 
@@ -332,6 +333,11 @@ void walk(AnySource& source, Way& way) {
   way("w_map", source.isMapped, flag);
   way("recorded", source.recorded, isMoment);
   way("recordedBy", source.recordedBy, isWord);
+  way("recordedZone", source.recording.zone, isZone);
+  way("timeCode", source.recording.timeCode, isTimeCode);
+  way("cameraMake", source.recording.make, isCameraName);
+  way("cameraModel", source.recording.model, isCameraName);
+  way("place", source.recording.place, isPlace);
   way("remarks", source.remarks, ReportRange::streamNumber);
   way("v_offsetMs", source.pictureLead, milliseconds);
   way.offsets(source.offsets);

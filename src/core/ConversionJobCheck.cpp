@@ -9,8 +9,10 @@
 #include "core/joinedParts.h"
 #include "core/movieExpectation.h"
 #include "core/outputPlace.h"
+#include "encoding/toldFacts.h"
 #include "movie/aviPictures.h"
 #include "movie/followingMovie.h"
+#include "movie/movieFacts.h"
 #include "movie/movieStart.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -69,6 +71,10 @@ void ConversionJob::check() {
   if (plan_->isCopy)
     if (const auto shown = showFirstPictures(work_); !shown)
       logFormat("check               :-( {}: {}", work_, shown.reason());
+  if (const auto told = tellFacts(work_, toldFacts(order_.row.source)); !told) {
+    fail(whyDestination(told.reason()));
+    return;
+  }
   auto movie = readMovieIndex(work_);
   if (!movie) {
     logFormat("check               :-( {}: {}", work_, movie.reason());

@@ -49,7 +49,9 @@ Arguments recordingTimeCommand(const std::string& path) {
 
 void addRecordingTime(std::string_view toolOutput, const std::string& path, Source& source) {
   // "stream : 2010-12-24 14.05.33"
-  const std::string_view time = trimmed(textAfter(toolOutput, " : ").value_or(""));
+  const std::string_view line = textUpTo(toolOutput, "\n");
+  const std::string_view time = trimmed(textAfter(line, " : ").value_or(""));
+  takeRecordingFacts(toolOutput, source.recording);
   auto by = recordedByOfWord(textUpTo(toolOutput, " : "));
   if (by == RecordedBy::file)
     by.reset();  // the tool does not say that

@@ -117,6 +117,16 @@ std::optional<std::string_view> DescriptionLines::next() {
   return std::nullopt;
 }
 
+std::string timeCodeOf(std::string_view report) {
+  ReportLines lines(inputBlock(report));
+  while (const auto line = lines.next()) {
+    const auto words = textAfter(*line, ": ");
+    if (words && trimmed(textUpTo(*line, ":")) == "timecode")
+      return std::string(trimmed(*words));
+  }
+  return {};
+}
+
 bool describesInput(std::string_view report) {
   return report.starts_with("Input #0, ") ||
          findOpening(report, "Input #0, ", 0) != std::string_view::npos;

@@ -49,6 +49,9 @@ std::optional<std::string_view> statementOf(std::string_view line, std::string_v
 // behind the first line the block begins with the report.
 std::string_view inputBlock(std::string_view report);
 
+// The time code that ffmpeg tells of the input, "10:00:00:00", as it stands; empty: none.
+std::string timeCodeOf(std::string_view report);
+
 // Whether ffmpeg has opened the input and describes it.
 bool describesInput(std::string_view report);
 

@@ -1,101 +1,22 @@
 #include "movie/movieStart.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string_view>
 #include <vector>
 
-#include "classShared/descriptorBytes.h"
 #include "movie/FileBytes.h"
-#include "platform/fileFacts.h"
-#include "platform/openFiles.h"
+#include "movie/atomTree.h"
+#include "movie/indexRewriting.h"
 
 namespace tessarin {
 
 namespace {
 
-// An index of more than this is of a movie of weeks, or none.
-constexpr std::uint64_t mostIndex = std::uint64_t{1} << 28;
 // Pictures are stored out of order by a few at most.
 constexpr std::uint64_t mostLeading = 64;
-constexpr std::size_t headSize = 8;
-
-std::uint64_t numberAt(std::string_view bytes, std::size_t place, unsigned size) {
-  std::uint64_t number = 0;
-  if (place > bytes.size() || bytes.size() - place < size)
-    return 0;
-  for (unsigned step = 0; step < size; ++step)
-    number = number << 8 | static_cast<std::uint8_t>(bytes[place + step]);
-  return number;
-}
-
-void putNumber(std::string& bytes, std::size_t place, unsigned size, std::uint64_t number) {
-  for (unsigned step = 0; step < size && place + step < bytes.size(); ++step)
-    bytes[place + step] = static_cast<char>(number >> (8 * (size - 1 - step)));
-}
-
-std::string bigEndian(std::uint64_t number, unsigned size) {
-  std::string bytes(size, '\0');
-  putNumber(bytes, 0, size, number);
-  return bytes;
-}
-
-struct OwnedAtom {
-  std::string type;
-  std::string content;           // of one without children
-  std::vector<OwnedAtom> parts;  // of one with
-
-  OwnedAtom* part(std::string_view name) {
-    const auto found = std::find_if(parts.begin(), parts.end(),
-                                    [name](const OwnedAtom& atom) { return atom.type == name; });
-    return found == parts.end() ? nullptr : &*found;
-  }
-};
-
-bool holdsAtoms(std::string_view type) {
-  constexpr std::array<std::string_view, 6> types = {"moov", "trak", "edts",
-                                                     "mdia", "minf", "stbl"};
-  return std::find(types.begin(), types.end(), type) != types.end();
-}
-
-// Nothing when the bytes are not atoms from the first to the last one.
-std::optional<std::vector<OwnedAtom>> atomsOf(std::string_view bytes, int depth = 0) {
-  constexpr int mostDepth = 8;
-  std::vector<OwnedAtom> atoms;
-  while (!bytes.empty()) {
-    const std::uint64_t size = numberAt(bytes, 0, 4);
-    if (bytes.size() < headSize || size < headSize || size > bytes.size() || depth > mostDepth)
-      return std::nullopt;
-    OwnedAtom atom{std::string(bytes.substr(4, 4)), {}, {}};
-    const std::string_view content =
-        bytes.substr(headSize, static_cast<std::size_t>(size) - headSize);
-    if (holdsAtoms(atom.type)) {
-      auto parts = atomsOf(content, depth + 1);
-      if (!parts)
-        return std::nullopt;
-      atom.parts = std::move(*parts);
-    } else {
-      atom.content = content;
-    }
-    atoms.push_back(std::move(atom));
-    bytes.remove_prefix(static_cast<std::size_t>(size));
-  }
-  return atoms;
-}
-
-std::string bytesOf(const std::vector<OwnedAtom>& atoms) {
-  std::string bytes;
-  for (const OwnedAtom& atom : atoms) {
-    const std::string content = holdsAtoms(atom.type) ? bytesOf(atom.parts) : atom.content;
-    bytes += bigEndian(content.size() + headSize, 4) + atom.type + content;
-  }
-  return bytes;
-}
-
 // Whether these are the first bytes of MPEG video whose first group of pictures is closed.
 bool beginsClosed(std::string_view bytes) {
   constexpr std::string_view sequence("\0\0\x01\xB3", 4);
@@ -264,54 +185,6 @@ class Track {
   std::int64_t from_ = 0;  // the moment of the media with which it begins
 };
 
-Outcome<bool> writeAt(int descriptor, std::uint64_t place, std::string_view bytes) {
-  if (!writeAllAt(descriptor, bytes, place))
-    return Failure{systemReason(errno)};
-  return true;
-}
-
-// The first index of the file: where its atom begins, and its size. 0: there is none to work with.
-struct Place {
-  std::uint64_t begin = 0;
-  std::uint64_t size = 0;
-};
-
-// Of the atom that begins there; 0 when none does that ends inside of the file.
-std::uint64_t sizeOfAtom(FileBytes& bytes, std::uint64_t position) {
-  if (bytes.size() - position < headSize)
-    return 0;
-  std::uint64_t size = bytes.number(position, 4);
-  if (size == 1)
-    size = bytes.number(position + headSize, 8);
-  const bool isWhole =
-      bytes.failure().empty() && size >= headSize && size <= bytes.size() - position;
-  return isWhole ? size : 0;
-}
-
-Place placeOfIndex(FileBytes& bytes) {
-  std::uint64_t position = 0;
-  while (const std::uint64_t size = sizeOfAtom(bytes, position)) {
-    if (bytes.letters(position + 4) == "moov")
-      return size <= mostIndex ? Place{position, size} : Place{};
-    position += size;
-  }
-  return {};
-}
-
-// Whether what is put behind the end of the file is an atom behind others, and no part of one.
-bool endsWithAtom(FileBytes& bytes, std::uint64_t position) {
-  while (const std::uint64_t size = sizeOfAtom(bytes, position))
-    position += size;
-  return position == bytes.size();
-}
-
-std::optional<std::string> readBytes(int descriptor, std::uint64_t place, std::uint64_t size) {
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  if (readAt(descriptor, bytes.data(), bytes.size(), place) < bytes.size())
-    return std::nullopt;
-  return bytes;
-}
-
 }  // namespace
 
 std::optional<std::string> indexWithFirstPictures(
@@ -348,38 +221,10 @@ std::optional<std::string> indexWithFirstPictures(
 }
 
 Outcome<bool> showFirstPictures(const std::string& path) {
-  const Descriptor file = openFile(path, OpenFor::changing);
-  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
-  if (!facts)
-    return Failure{systemReason(errno)};
-  FileBytes bytes(file.number(), static_cast<std::uint64_t>(facts->state.size));
-  const Place place = placeOfIndex(bytes);
-  if (place.size <= headSize)
-    return false;
-  const auto content = readBytes(file.number(), place.begin + headSize, place.size - headSize);
-  if (!content)
-    return Failure{systemReason(errno)};
-  const auto bytesAt = [&](std::uint64_t position) {
-    constexpr std::uint64_t enough = 4096;
-    const std::uint64_t rest = position < bytes.size() ? bytes.size() - position : 0;
-    return readBytes(file.number(), position, std::min(rest, enough)).value_or("");
-  };
-  const auto changed = indexWithFirstPictures(*content, bytesAt);
-  if (!changed)
-    return false;
-  const std::string index = bigEndian(changed->size() + headSize, 4) + "moov" + *changed;
-  if (index.size() == place.size)
-    return writeAt(file.number(), place.begin, index);
-  if (index.size() + headSize <= place.size) {
-    const std::uint64_t room = place.size - index.size();
-    return writeAt(file.number(), place.begin, index + bigEndian(room, 4) + "free");
-  }
-  // It has grown: it goes behind the samples, and counts from when the old one does not.
-  if (!endsWithAtom(bytes, place.begin))
-    return false;
-  if (const Outcome<bool> written = writeAt(file.number(), bytes.size(), index); !written)
-    return Failure{written.reason()};
-  return writeAt(file.number(), place.begin + 4, "free");
+  return rewriteIndex(path, [](const MovieBytes& movie) -> std::optional<IndexChange> {
+    auto changed = indexWithFirstPictures(movie.index, movie.bytesAt);
+    return changed ? std::optional(IndexChange{std::move(*changed)}) : std::nullopt;
+  });
 }
 
 }  // namespace tessarin

@@ -68,6 +68,11 @@ void unlockFile(int descriptor) {
   ::flock(descriptor, LOCK_UN);
 }
 
+bool insertRoom(int descriptor, std::uint64_t place, std::uint64_t length) {
+  return ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, static_cast<off_t>(place),
+                     static_cast<off_t>(length)) == 0;
+}
+
 bool moveTo(int descriptor, std::uint64_t position) {
   return ::lseek(descriptor, static_cast<off_t>(position), SEEK_SET) >= 0;
 }

@@ -35,6 +35,10 @@ enum class Lock { shared, alone, sharedAtOnce, aloneAtOnce };
 bool lockFile(int descriptor, Lock lock);
 void unlockFile(int descriptor);
 
+// Puts so many zeros in at this place, both in whole blocks of the file system, without copying
+// what is behind; false when the file system cannot.
+bool insertRoom(int descriptor, std::uint64_t place, std::uint64_t length);
+
 // Where the next reading begins; false when it cannot.
 bool moveTo(int descriptor, std::uint64_t position);
 // Reads up to `size` bytes as readSome() does, waiting until then; nothing when time is up.

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/reportText.h"
 #include "tools/movtool/exportPlan.h"
 
 namespace tessarin::movtool {

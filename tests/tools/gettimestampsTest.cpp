@@ -97,12 +97,12 @@ TEST(CardStream, HoldsTheTimeInItsFirstPictures) {
   for (const std::string time : {"20190424222400", "20000101000001"})  // needs bytes 03 put in
     for (const std::size_t step : {std::size_t{188}, std::size_t{192}, std::size_t{204}}) {
       const std::string bytes = transportBytes(h264Bytes(time), step);
-      EXPECT_EQ(textOf(recordingTimeInH264(videoOfTransportStream(bytes))),
+      EXPECT_EQ(textOf(factsInH264(videoOfTransportStream(bytes)).time),
                 textOf(recordingTimeFromBcd(fromHex(time))))
           << step;
     }
-  EXPECT_EQ(textOf(recordingTimeInH264(h264Bytes(notSet))), "none");
-  EXPECT_EQ(textOf(recordingTimeInH264(h264Bytes(notSet) + h264Bytes("20190424222400"))),
+  EXPECT_EQ(textOf(factsInH264(h264Bytes(notSet)).time), "none");
+  EXPECT_EQ(textOf(factsInH264(h264Bytes(notSet) + h264Bytes("20190424222400")).time),
             "2019-04-24 22.24.00")
       << "a later picture";
 }
@@ -111,9 +111,9 @@ TEST(CardStream, LostBytesAndOtherDamageAreSurvived) {
   const std::string picture = transportBytes(h264Bytes("20190424222400"));
   std::string shifted = picture + picture;
   shifted.erase(576, 50);  // the first message is lost with these
-  EXPECT_EQ(textOf(recordingTimeInH264(videoOfTransportStream(shifted))), "2019-04-24 22.24.00");
+  EXPECT_EQ(textOf(factsInH264(videoOfTransportStream(shifted)).time), "2019-04-24 22.24.00");
   const auto check = [](const std::string& bytes) {
-    const auto time = recordingTimeInH264(videoOfTransportStream(bytes));
+    const auto time = factsInH264(videoOfTransportStream(bytes)).time;
     EXPECT_TRUE(!time || time->isValid());
   };
   for (std::size_t length = 0; length < picture.size(); length += 7)

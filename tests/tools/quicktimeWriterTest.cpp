@@ -190,7 +190,7 @@ TEST(MovieWriter, TellsTheTimeCode) {
   };
   for (const auto& item : cases) {
     SCOPED_TRACE(item.told);
-    const auto code = quicktime::timeCode(item.told, item.rate);
+    const auto code = timeCode(item.told, perSecond(item.rate));
     ASSERT_EQ(code.has_value(), *item.expected != '\0');
     if (!code)
       continue;

@@ -1,8 +1,10 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <ctime>
 
+#include "classShared/TextAdditions.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/places.h"
 #include "support/shell.h"
@@ -37,7 +39,7 @@ class RecordingTimes : public testing::Test {
     return timeOf(folder.write(name, bytes));
   }
   static std::string timeOf(const std::string& path) {
-    const auto found = timeOfSource(path);
+    const auto found = factsOfSource(path).time;
     if (!found)
       return "none";
     return found->origin + " " + (found->time ? found->time->text() : "none");
@@ -139,6 +141,58 @@ TEST_F(RecordingTimes, AreFirstOfAllThoseThatTheCameraNotedBesideTheClip) {
   EXPECT_EQ(timeOf("BDMV/STREAM/00008.MTS", "damaged"), "card none");
 }
 
+TEST_F(RecordingTimes, ComeWithWhatElseTheClipSaysOfItsRecording) {
+  const auto facts = [](const std::string& path) {
+    const KnownFacts known = factsOfSource(path);
+    const std::string zone = known.time && known.time->time ? known.time->time->zoneText() : "";
+    return fmt::format("{}|{}|{}|{}|{}", zone, known.timeCode, known.make, known.model,
+                       known.place);
+  };
+  const auto said = [&](const std::string& name, const std::string& bytes) {
+    return facts(folder.write(name, bytes));
+  };
+  const std::string header = movieHeader(at2010);
+  EXPECT_EQ(said("a.mov", quickTime(header)), "-0000||||") << "nobody knows its zone";
+  EXPECT_EQ(said("b.mov", quickTime(header + atom("meta", dateKey("2015-01-19T12:45:11-0800")))),
+            "-0800||1999-01-01T00:00:00||")
+      << "the first of its keys is the maker";
+  const std::string place = "+48.1371+011.5754/";
+  EXPECT_EQ(
+      said("c.mov", quickTime(header + atom("udta", atom("\251xyz", bigEndian(18, 2) +
+                                                                        bigEndian(0, 2) + place)))),
+      "-0000||||" + place);
+  EXPECT_EQ(said("d.mkv", matroska(314892333)), "+0200||||") << "UTC becomes this machine's time";
+
+  // 18: zone 1E is 15 hours, which there are nowhere; 13: the time code.
+  EXPECT_EQ(said("e.mts", transportBytes(h264Bytes("20190424222400"))), "|00:00:00:00|||");
+  const std::string message = fromHex("17EE8C60F84D11D98CD60800200C9A66") + "MDPM" +
+                              fromHex("04 13 52235514 18 2A201210 19 07185309 E0 01030000");
+  EXPECT_EQ(said("f.mkv", message), "-0500|14:55:23;12|Panasonic||");
+  EXPECT_EQ(said("g.mkv", replaceAll(message, fromHex("52235514"), fromHex("AA999999"))),
+            "-0500||Panasonic||");
+
+  std::string frame = dvFrame("FFD6E210", "FFA8B6E1");
+  frame.replace(86, 5, fromHex("13 648480C0"));
+  EXPECT_EQ(said("h.dv", frame + frame), "|00:00:04:24|||");
+
+  // A sequence of 25 pictures a second, a group at 02:03:04:05, its first picture the third shown.
+  const auto mpeg = [](const std::string& group) {
+    return fromHex("000001B3 2D0240 33 FFFFE018 000001B8") + fromHex(group) +
+           fromHex("00000100 008FFFF8");
+  };
+  EXPECT_EQ(said("i.mpg", mpeg("08 388280")), "|02:03:04:07|||") << "an open group";
+  EXPECT_EQ(said("j.mpg", mpeg("08 3882C0")), "|02:03:04:05|||");
+  EXPECT_EQ(said("k.mpg", mpeg("00 080040")), "||||") << "0 is what nobody has set";
+  EXPECT_EQ(said("l.mpg", mpeg("FF FFFFFF")), "||||");
+
+  folder.write("CLIP/C0001M01.XML",
+               "<NonRealTimeMeta><LtcChangeTable tcFps=\"30\"><LtcChange frameCount=\"0\" "
+               "value=\"67212901\" status=\"increment\"/></LtcChangeTable>"
+               "<CreationDate value=\"2013-04-05T06:07:08+09:00\"/>"
+               "<Device manufacturer=\"Sony\" modelName=\"ILCE-6700\"/></NonRealTimeMeta>");
+  EXPECT_EQ(said("CLIP/C0001.MP4", ""), "+0900|01:29:21;27|Sony|ILCE-6700|");
+}
+
 // Whatever is damaged, times that come out are times, and reading ends soon.
 TEST_F(RecordingTimes, SurviveEveryCutAndEveryWrongByte) {
   const std::string header = movieHeader(at2010);
@@ -164,7 +218,7 @@ TEST_F(RecordingTimes, SurviveEveryCutAndEveryWrongByte) {
   }
   const std::string frame = dvFrame("FFD6E210", "FFA8B6E1");
   for (std::size_t length = 0; length < 2000; length += 7)
-    recordingTimeInDv(frame.substr(0, length));
+    factsInDv(frame.substr(0, length));
 }
 
 // Each item asks the same stream for its time, which does not tell.
@@ -182,7 +236,7 @@ TEST_F(RecordingTimes, AreToldByTheProgram) {
   const std::string program = quoted(test::builtFile("resources/tools/gettimestamps")) + " --file ";
   const std::string clip = folder.write("-x.mov", quickTime(movieHeader(at2010)));
   const auto told = runShell(program + quoted(clip));
-  EXPECT_EQ(told.output, "container : 2010-12-24 14.05.33\n");
+  EXPECT_EQ(told.output, "container : 2010-12-24 14.05.33\nzone : -0000\n");
   EXPECT_EQ(told.status, 0);
   folder.write("BDMV/PLAYLIST/00000.MPL", "?");
   const std::string damaged = folder.write("BDMV/STREAM/00001.MTS", "damaged");

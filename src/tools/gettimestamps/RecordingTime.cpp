@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <vector>
 
@@ -56,6 +57,22 @@ bool takeClock(std::string_view& text, RecordingTime& time) {
   return true;
 }
 
+// "+0100", "+01:00" or "+01"; nothing for others, and for what is no zone on this earth.
+std::optional<int> zoneOf(std::string_view text) {
+  constexpr int mostMinutes = 14 * 60;
+  if (text.empty())
+    return std::nullopt;
+  const int sign = text.front() == '-' ? -1 : 1;
+  text.remove_prefix(1);
+  const int hours = takeDigits(text, 2);
+  takeSign(text, ":");
+  const int minutes = text.empty() ? 0 : takeDigits(text, 2);
+  const bool isGood = hours >= 0 && minutes >= 0 && minutes < 60 && text.empty();
+  return isGood && hours * 60 + minutes <= mostMinutes
+             ? std::optional(sign * (hours * 60 + minutes))
+             : std::nullopt;
+}
+
 // "2010-12-24T14:05:33+0100"
 std::optional<RecordingTime> timeOfNumbers(std::string_view text) {
   RecordingTime time;
@@ -72,7 +89,10 @@ std::optional<RecordingTime> timeOfNumbers(std::string_view text) {
   if (zone == "Z")
     return recordingTimeOfUtc(time.seconds());
   const bool isWhole = zone.empty() || zone.front() == '+' || zone.front() == '-';
-  return isWhole ? std::optional(time) : std::nullopt;
+  if (!isWhole)
+    return std::nullopt;
+  time.zone = zoneOf(zone);
+  return time;
 }
 
 // "Fri Dec 24 14:05:33 2010"
@@ -100,6 +120,15 @@ bool RecordingTime::isValid() const {
   const bool inRange = month >= 0 && day >= 0 && hour >= 0 && minute >= 0 && second >= 0;
   return inRange && year >= 1970 && year <= 2100 && dateOf(*this).ok() && hour < 24 &&
          minute < 60 && second < 60;
+}
+
+std::string RecordingTime::zoneText() const {
+  if (isHeaders)
+    return "-0000";
+  if (!zone)
+    return "";
+  const int minutes = std::abs(*zone);
+  return fmt::format("{}{:02}{:02}", *zone < 0 ? '-' : '+', minutes / 60, minutes % 60);
 }
 
 std::string RecordingTime::text() const {
@@ -131,7 +160,17 @@ std::optional<RecordingTime> recordingTimeOfUtc(std::int64_t seconds) {
   if (::localtime_r(&moment, &local) == nullptr)
     return std::nullopt;
   return checked({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                  local.tm_min, local.tm_sec});
+                  local.tm_min, local.tm_sec, static_cast<int>(local.tm_gmtoff / 60)});
+}
+
+std::optional<int> zoneOfByte(std::uint32_t byte) {
+  constexpr std::uint32_t notSetOrSummer = 0xC0;
+  constexpr int mostHours = 14;
+  const auto hours = static_cast<int>(byte >> 1 & 15);
+  if ((byte & notSetOrSummer) != 0 || hours > mostHours)
+    return std::nullopt;
+  const int minutes = hours * 60 + ((byte & 1) != 0 ? 30 : 0);
+  return (byte & 0x20) != 0 ? -minutes : minutes;
 }
 
 std::optional<int> numberOfBcd(std::uint32_t byte) {

@@ -1,4 +1,4 @@
-// When a camera began to record a clip: its local time, without a zone.
+// When a camera began to record a clip: its local time.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,10 @@ struct RecordingTime {
   int hour = 0;    // 0 to 23
   int minute = 0;  // 0 to 59
   int second = 0;  // 0 to 59
+  // Minutes by which the camera's clock is before UTC; nothing: unknown.
+  std::optional<int> zone = {};
+  // From a header that is to count UTC, and often counts by the camera's clock.
+  bool isHeaders = false;
 
   bool operator==(const RecordingTime&) const = default;
 
@@ -23,6 +27,8 @@ struct RecordingTime {
   bool isValid() const;
   // "2010-12-24 14.05.33": sorts by time, and can stand in any file name.
   std::string text() const;
+  // "+0100", "-0000" of a header's, "" where nobody knows.
+  std::string zoneText() const;
   // Seconds since 1970, as if it were the time of the zone without an offset.
   std::int64_t seconds() const;
 };
@@ -34,6 +40,11 @@ std::optional<RecordingTime> recordingTimeOfUtc(std::int64_t seconds);
 
 // The number in one byte of binary-coded decimal, 0 to 99.
 std::optional<int> numberOfBcd(std::uint32_t byte);
+
+// The zone of a byte as cards and streams have it: 20 minus, 1E the hours, 01 half an hour. Nothing
+// where it is not set (FF), and none of summer time (40), of which it is not known whether the hour
+// is in it.
+std::optional<int> zoneOfByte(std::uint32_t byte);
 
 // Seven bytes of binary-coded decimal: century, year, month, day, hour, minute, second (20 10 12 24
 // 14 05 33 is 24 December 2010, 14:05:33). Nothing when the bytes say otherwise: FF is "not set".

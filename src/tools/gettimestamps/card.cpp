@@ -1,6 +1,9 @@
 #include "tools/gettimestamps/card.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <optional>
 
@@ -205,6 +208,28 @@ void addMoiFolder(const std::string& folder, Collection& collection) {
   }
 }
 
+// The XML that cameras of XDCAM and XAVC put beside a clip; "" where there is none.
+std::string textOfSideFile(const std::string& clip) {
+  const std::string start = withoutExtension(clip);
+  for (const char* ending : {"M01.XML", "m01.xml"})
+    if (auto text = readFileStart(start + ending, sideFileLimit))
+      return std::move(*text);
+  return {};
+}
+
+// "67212901"; "" for what is no such text.
+std::string bytesOfDigits(std::string_view digits) {
+  std::string bytes;
+  for (std::size_t at = 0; at + 2 <= digits.size(); at += 2) {
+    int byte = 0;
+    const auto [end, error] = std::from_chars(&digits[at], &digits[at] + 2, byte, 16);
+    if (error != std::errc() || end != &digits[at] + 2)
+      return {};
+    bytes += static_cast<char>(byte);
+  }
+  return bytes;
+}
+
 }  // namespace
 
 Outcome<ClipTimes> clipTimes(std::string_view folder) {
@@ -256,6 +281,21 @@ std::map<std::string, std::string> continuationsOnCard(const std::string& clipFo
   return continued;
 }
 
+SideFacts factsBesideClip(const std::string& clip) {
+  const std::string text = textOfSideFile(clip);
+  const auto attribute = [&text](const char* element, const char* name) -> std::string_view {
+    const std::string_view start = textUpTo(textAfter(text, element).value_or(""), ">");
+    return textBetween(start, fmt::format("{}=\"", name), "\"").value_or("");
+  };
+  SideFacts facts;
+  facts.make = attribute("<Device", "manufacturer");
+  facts.model = attribute("<Device", "modelName");
+  // The first change is the beginning.
+  if (attribute("<LtcChange ", "frameCount") == "0")
+    facts.timeCode = timeCodeOfBytes(bytesOfDigits(attribute("<LtcChange ", "value")), true);
+  return facts;
+}
+
 std::optional<RecordingTime> timeBesideClip(const std::string& clip) {
   const std::string name = fileName(withoutExtension(clip));
   const std::optional<std::string> folder = parentFolder(clip);
@@ -264,11 +304,10 @@ std::optional<RecordingTime> timeBesideClip(const std::string& clip) {
       if (equalIgnoringCase(fileName(withoutExtension(path)), name))
         if (const auto time = recordingTimeOfMoi(readFileStart(path, moiLimit).value_or("")))
           return time.value();
-  for (const char* ending : {"M01.XML", "m01.xml"})
-    if (const auto text = readFileStart(joinPath(*folder, name + ending), sideFileLimit))
-      if (const auto date = textAfter(*text, "<CreationDate"))
-        return recordingTimeOfText(textBetween(*date, "value=\"", "\"").value_or(""));
-  return std::nullopt;
+  const std::string text = textOfSideFile(clip);
+  const auto date = textAfter(text, "<CreationDate");
+  return date ? recordingTimeOfText(textBetween(*date, "value=\"", "\"").value_or(""))
+              : std::nullopt;
 }
 
 }  // namespace tessarin

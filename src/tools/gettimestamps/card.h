@@ -41,4 +41,12 @@ std::map<std::string, std::string> continuationsOnCard(const std::string& clipFo
 // of XDCAM and XAVC.
 std::optional<RecordingTime> timeBesideClip(const std::string& clip);
 
+// What the XML says besides; "": nothing.
+struct SideFacts {
+  std::string timeCode;  // of the first picture: "10:00:00:00"
+  std::string make;      // of the camera
+  std::string model;
+};
+SideFacts factsBesideClip(const std::string& clip);
+
 }  // namespace tessarin

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "tools/gettimestamps/BoundedFile.h"
 #include "tools/gettimestamps/RecordingTime.h"
@@ -14,6 +15,13 @@ namespace tessarin {
 // movie's header. The header's counts from 1904, some writers' from 1970; whether it is the
 // camera's local time, as with most cameras, or UTC cannot be told, and it stands as it is.
 std::optional<RecordingTime> recordingTimeOfQuickTime(BoundedFile& file);
+// What the same say of the camera and of the place, by their keys or user data; as they stand.
+struct CameraFacts {
+  std::string make;
+  std::string model;
+  std::string place;  // ISO 6709
+};
+CameraFacts cameraOfQuickTime(BoundedFile& file);
 // Where the samples of a QuickTime file begin; 0 when it has none.
 std::uint64_t samplesOfQuickTime(BoundedFile& file);
 

@@ -82,9 +82,19 @@ std::optional<RecordingTime> timeOfFrame(std::string_view frame) {
                        clock->hour, clock->minute, clock->second};
 }
 
-}  // namespace
+std::string timeCodeOfFrame(std::string_view frame) {
+  constexpr char timeCodePack = 0x13;
+  const bool is525 = (frame[3] & 0x80) == 0;
+  std::string code;
+  forEachPack(frame, [&](std::string_view pack) {
+    if (pack[0] == timeCodePack && code.empty())
+      code = timeCodeOfBytes(pack.substr(1), is525);
+  });
+  return code;
+}
 
-std::optional<RecordingTime> recordingTimeInDv(std::string_view bytes) {
+// The time; the time code of the first frame that has one comes into `timeCode`.
+std::optional<RecordingTime> timeInDv(std::string_view bytes, std::string& timeCode) {
   constexpr std::int64_t nextFrames = 2;  // seconds
   std::optional<RecordingTime> before;
   std::size_t found = 0;
@@ -95,6 +105,8 @@ std::optional<RecordingTime> recordingTimeInDv(std::string_view bytes) {
       continue;
     }
     const std::size_t length = frameLength(rest);
+    if (timeCode.empty())
+      timeCode = timeCodeOfFrame(rest.substr(0, length));
     if (const auto time = timeOfFrame(rest.substr(0, length))) {
       // The head of a tape is where faults are: the next frame has to agree.
       if (before && std::abs(time->seconds() - before->seconds()) <= nextFrames)
@@ -105,6 +117,14 @@ std::optional<RecordingTime> recordingTimeInDv(std::string_view bytes) {
     start = bytes.find("\x1F\x07", start + length);
   }
   return found == 1 ? before : std::nullopt;
+}
+
+}  // namespace
+
+StreamFacts factsInDv(std::string_view bytes) {
+  StreamFacts facts;
+  facts.time = timeInDv(bytes, facts.timeCode);
+  return facts;
 }
 
 }  // namespace tessarin

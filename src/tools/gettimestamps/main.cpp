@@ -3,7 +3,10 @@
 // standard error.
 // gettimestamps --file CLIP: prints when this clip was recorded, by all that may know, as one line
 // "ORIGIN : TIME", such as "stream : 2010-12-24 14.05.33"; "card : " without a time when the clip
-// lies on a card that does not tell.
+// lies on a card that does not tell. Behind it, as far as they are known, lines of the same form
+// say the "zone" of that time ("+0100"; "-0000" of a header's, of which nobody knows), the
+// "timecode" of the first picture, the "make" and "model" of the camera, and the "place" (ISO
+// 6709).
 //
 // Exit status: 0, also of --help, 1 when the folder or file is missing or gives no time at all, 2
 // for wrong use.
@@ -39,14 +42,27 @@ int tellFolder(std::string_view folder) {
   return times.value().clips.empty() ? 1 : 0;
 }
 
+// In one line, whatever the clip says.
+void tell(const char* word, std::string_view text) {
+  const std::string_view line = trimmed(textUpTo(text, std::string_view("\0", 1)));
+  if (!line.empty() && line.find_first_of("\r\n") == std::string_view::npos)
+    std::printf("%s : %.*s\n", word, static_cast<int>(line.size()), line.data());
+}
+
 int tellFile(const std::string& path) {
-  const auto found = timeOfSource(path);
-  if (!found) {
+  const KnownFacts facts = factsOfSource(path);
+  const bool hasTime = facts.time && facts.time->time;
+  if (facts.time)
+    std::printf("%s : %s\n", facts.time->origin.c_str(),
+                hasTime ? facts.time->time->text().c_str() : "");
+  else
     complain(path + ": no recording time");
-    return 1;
-  }
-  std::printf("%s : %s\n", found->origin.c_str(), found->time ? found->time->text().c_str() : "");
-  return found->time ? 0 : 1;
+  tell("zone", hasTime ? facts.time->time->zoneText() : "");
+  tell("timecode", facts.timeCode);
+  tell("make", facts.make);
+  tell("model", facts.model);
+  tell("place", facts.place);
+  return hasTime ? 0 : 1;
 }
 
 }  // namespace

@@ -102,6 +102,15 @@ std::optional<ByteReader> findDataBlock(const ByteReader& extension) {
   return std::nullopt;
 }
 
+// The time at this place, behind a byte for the zone.
+std::optional<RecordingTime> timeWithZone(const ByteReader& bytes, std::size_t place) {
+  const auto digits = bytes.part(place, bcdLength);
+  auto time = digits ? recordingTimeFromBcd(*digits) : std::nullopt;
+  if (time)
+    time->zone = zoneOfByte(bytes.byte(place - 1).value_or(0xFF));
+  return time;
+}
+
 // The times of the mark extension, one for each mark in the order of the marks.
 void readMarkTimes(const ByteReader& section, const std::vector<Mark>& marks, Playlist& playlist) {
   constexpr std::size_t extensionLength = 66;
@@ -114,7 +123,7 @@ void readMarkTimes(const ByteReader& section, const std::vector<Mark>& marks, Pl
       continue;
     PlaylistClip& clip = playlist.clips[mark.clip];
     if (!clip.time)
-      clip.time = recordingTimeFromBcd(*time);
+      clip.time = timeWithZone(section, 6 + index * extensionLength + timeAt);
   }
 }
 
@@ -132,8 +141,7 @@ Outcome<Playlist> parsePlaylist(std::string_view bytes) {
   if (const auto extension = sectionAt(file, extensionAt)) {
     if (const auto block = findDataBlock(*extension)) {
       constexpr std::size_t ownTimeAt = 55;
-      if (const auto time = block->part(ownTimeAt, bcdLength))
-        playlist.time = recordingTimeFromBcd(*time);
+      playlist.time = timeWithZone(*block, ownTimeAt);
       const auto marks = sectionAt(file, marksAt);
       const auto markExtension = sectionAt(*block, 8);
       if (marks && markExtension)

@@ -62,18 +62,16 @@ std::optional<Atom> child(BoundedFile& file, const std::optional<Atom>& parent,
   return parent ? child(file, parent->body, parent->end, type) : std::nullopt;
 }
 
-// A text that no date is longer than.
+// A text that no date and no name of a camera is longer than.
 std::string shortText(BoundedFile& file, const Atom& atom) {
   return file.read(atom.body, std::min<std::size_t>(atom.length(), 256));
 }
 
 // The text of an entry of a list of metadata: its type and its locale stand before it.
-std::optional<RecordingTime> timeOfEntry(BoundedFile& file, const std::optional<Atom>& entry) {
+std::string textOfEntry(BoundedFile& file, const std::optional<Atom>& entry) {
   const auto data = child(file, entry, "data");
-  if (!data)
-    return std::nullopt;
-  const std::string bytes = shortText(file, *data);
-  return recordingTimeOfText(ByteReader(bytes).from(8).view());
+  const std::string bytes = data ? shortText(file, *data) : "";
+  return std::string(ByteReader(bytes).from(8).view());
 }
 
 // Metadata begin with a version in MPEG-4, and without one in QuickTime.
@@ -84,14 +82,13 @@ Atom plainMetadata(BoundedFile& file, Atom metadata) {
   return metadata;
 }
 
-// The date under a key of its own: the keys are a list of names, and the entries go by their
-// numbers.
-std::optional<RecordingTime> timeOfKeys(BoundedFile& file, const Atom& metadata) {
+// The text under a key: the keys are a list of names, and the entries go by their numbers.
+std::string textOfKeyIn(BoundedFile& file, const Atom& metadata, std::string_view wanted) {
   constexpr std::size_t longest = 1 << 16;
   const auto keys = child(file, metadata, "keys");
   const auto list = child(file, metadata, "ilst");
   if (!keys || !list)
-    return std::nullopt;
+    return {};
   const std::string bytes = file.read(keys->body, std::min(keys->length(), longest));
   const ByteReader names(bytes);
   std::size_t offset = 8;
@@ -100,32 +97,38 @@ std::optional<RecordingTime> timeOfKeys(BoundedFile& file, const Atom& metadata)
     const auto name = names.part(offset + 8, length < 8 ? 0 : length - 8);
     if (length < 8 || !name)
       break;
-    if (*name == "com.apple.quicktime.creationdate") {
+    if (*name == wanted) {
       std::string type;
       for (const int shift : {24, 16, 8, 0})
         type += static_cast<char>(number >> shift & 0xFF);
-      return timeOfEntry(file, child(file, list, type));
+      return textOfEntry(file, child(file, list, type));
     }
     offset += length;
   }
-  return std::nullopt;
+  return {};
 }
 
-std::optional<RecordingTime> timeOfUserData(BoundedFile& file, const Atom& movie) {
-  constexpr std::string_view day =
-      "\xA9"
-      "day";
+// ffmpeg has the keys of a movie among its user data.
+std::string textOfKey(BoundedFile& file, const Atom& movie, std::string_view wanted) {
+  const auto own = child(file, movie, "meta");
+  std::string text = own ? textOfKeyIn(file, plainMetadata(file, *own), wanted) : "";
+  const auto further =
+      text.empty() ? child(file, child(file, movie, "udta"), "meta") : std::nullopt;
+  return further ? textOfKeyIn(file, plainMetadata(file, *further), wanted) : text;
+}
+
+std::string textOfUserData(BoundedFile& file, const Atom& movie, std::string_view kind) {
   const auto userData = child(file, movie, "udta");
-  if (const auto plain = child(file, userData, day)) {
+  if (const auto plain = child(file, userData, kind)) {
     // Behind a length and a language.
     const std::string bytes = shortText(file, *plain);
     const ByteReader text(bytes);
-    return recordingTimeOfText(text.from(4).view().substr(0, text.short16(0).value_or(0)));
+    return std::string(text.from(4).view().substr(0, text.short16(0).value_or(0)));
   }
   const auto metadata = child(file, userData, "meta");
   if (!metadata)
-    return std::nullopt;
-  return timeOfEntry(file, child(file, child(file, plainMetadata(file, *metadata), "ilst"), day));
+    return {};
+  return textOfEntry(file, child(file, child(file, plainMetadata(file, *metadata), "ilst"), kind));
 }
 
 std::optional<RecordingTime> timeOfHeader(BoundedFile& file, const Atom& movie) {
@@ -141,9 +144,12 @@ std::optional<RecordingTime> timeOfHeader(BoundedFile& file, const Atom& movie) 
   if (isLong && head.long32(4) != 0u)
     return std::nullopt;
   const std::int64_t seconds = head.long32(isLong ? 8 : 4).value_or(0);
-  if (seconds >= from1904To1970)
-    return recordingTimeOfSeconds(seconds - from1904To1970);
-  return seconds >= year1990 ? recordingTimeOfSeconds(seconds) : std::nullopt;
+  auto time = seconds >= from1904To1970 ? recordingTimeOfSeconds(seconds - from1904To1970)
+              : seconds >= year1990     ? recordingTimeOfSeconds(seconds)
+                                        : std::nullopt;
+  if (time)
+    time->isHeaders = true;
+  return time;
 }
 
 }  // namespace
@@ -152,12 +158,25 @@ std::optional<RecordingTime> recordingTimeOfQuickTime(BoundedFile& file) {
   const auto movie = child(file, 0, file.size(), "moov");
   if (!movie)
     return std::nullopt;
-  std::optional<RecordingTime> time;
-  if (const auto metadata = child(file, *movie, "meta"))
-    time = timeOfKeys(file, plainMetadata(file, *metadata));
+  auto time = recordingTimeOfText(textOfKey(file, *movie, "com.apple.quicktime.creationdate"));
   if (!time)
-    time = timeOfUserData(file, *movie);
+    time = recordingTimeOfText(textOfUserData(file, *movie, "\251day"));
   return time ? time : timeOfHeader(file, *movie);
+}
+
+CameraFacts cameraOfQuickTime(BoundedFile& file) {
+  const auto movie = child(file, 0, file.size(), "moov");
+  if (!movie)
+    return {};
+  const auto textOf = [&](std::initializer_list<std::string_view> keys, std::string_view kind) {
+    for (const std::string_view key : keys)
+      if (std::string text = textOfKey(file, *movie, key); !text.empty())
+        return text;
+    return textOfUserData(file, *movie, kind);
+  };
+  return {textOf({"com.apple.quicktime.make", "com.android.manufacturer"}, "\251mak"),
+          textOf({"com.apple.quicktime.model", "com.android.model"}, "\251mod"),
+          textOf({"com.apple.quicktime.location.ISO6709"}, "\251xyz")};
 }
 
 std::uint64_t samplesOfQuickTime(BoundedFile& file) {

@@ -17,18 +17,36 @@ std::optional<RecordingTime> timeInContainer(const std::string& path) {
   return std::nullopt;
 }
 
-}  // namespace
-
-std::optional<SourceTime> timeOfSource(const std::string& path) {
+std::optional<SourceTime> timeBy(const std::string& path, const StreamFacts& stream) {
   if (isOnCard(path))
     return SourceTime{"card", timeOfCardClip(path)};
   if (const auto time = timeBesideClip(path))
     return SourceTime{"beside", time};
-  if (const auto time = recordingTimeInFile(path))
-    return SourceTime{"stream", time};
+  if (stream.time)
+    return SourceTime{"stream", stream.time};
   if (const auto time = timeInContainer(path))
     return SourceTime{"container", time};
   return std::nullopt;
+}
+
+const std::string& firstOf(const std::string& one, const std::string& other) {
+  return one.empty() ? other : one;
+}
+
+}  // namespace
+
+KnownFacts factsOfSource(const std::string& path) {
+  const StreamFacts stream = factsInFile(path);
+  const SideFacts beside = factsBesideClip(path);
+  BoundedFile file(path);
+  const CameraFacts camera = cameraOfQuickTime(file);
+  KnownFacts facts;
+  facts.time = timeBy(path, stream);
+  facts.timeCode = firstOf(beside.timeCode, stream.timeCode);
+  facts.make = firstOf(beside.make, firstOf(stream.make, camera.make));
+  facts.model = firstOf(beside.model, camera.model);
+  facts.place = camera.place;
+  return facts;
 }
 
 }  // namespace tessarin

@@ -1,4 +1,4 @@
-// When a clip was recorded: the one place that asks everything that may know.
+// When and with what a clip was recorded: the one place that asks everything that may know.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,14 @@ struct SourceTime {
   std::optional<RecordingTime> time;
 };
 
-// Nothing when nothing tells.
-std::optional<SourceTime> timeOfSource(const std::string& path);
+// As the clip has them, unchecked; "": unknown.
+struct KnownFacts {
+  std::optional<SourceTime> time;  // nothing when nothing tells
+  std::string timeCode;            // of the first picture: "10:00:00:00"
+  std::string make;                // of the camera
+  std::string model;
+  std::string place;  // ISO 6709
+};
+KnownFacts factsOfSource(const std::string& path);
 
 }  // namespace tessarin

@@ -1,7 +1,6 @@
 #include "tools/gettimestamps/streamFile.h"
 
 #include "tools/gettimestamps/containers.h"
-#include "tools/gettimestamps/timesInStreams.h"
 
 namespace tessarin {
 
@@ -9,27 +8,39 @@ namespace {
 
 constexpr std::size_t most = std::size_t{4} << 20;
 
-std::optional<RecordingTime> timeInBytes(const std::string& bytes) {
-  if (const std::string video = videoOfTransportStream(bytes); !video.empty())
-    return recordingTimeInH264(video);
-  if (const auto time = recordingTimeInBytes(bytes))
-    return time;
-  return recordingTimeInDv(bytes);
+StreamFacts factsIn(const std::string& bytes) {
+  StreamFacts facts;
+  if (const std::string video = videoOfTransportStream(bytes); !video.empty()) {
+    facts = factsInH264(video);
+    if (facts.timeCode.empty())
+      facts.timeCode = timeCodeOfMpeg(video);
+    return facts;
+  }
+  facts = factsInBytes(bytes);
+  if (!facts.time)
+    facts = factsInDv(bytes);
+  if (facts.timeCode.empty())
+    facts.timeCode = timeCodeOfMpeg(bytes);
+  return facts;
 }
 
 }  // namespace
 
-std::optional<RecordingTime> recordingTimeInFile(const std::string& path) {
+StreamFacts factsInFile(const std::string& path) {
   BoundedFile file(path);
+  StreamFacts facts;
   // It comes with the first pictures, before anything of theirs that is large.
   for (const std::size_t length : {std::size_t{512} << 10, most}) {
-    if (const auto time = timeInBytes(file.read(0, length)))
-      return time;
-    if (file.size() <= length)
-      return std::nullopt;
+    facts = factsIn(file.read(0, length));
+    if (facts.time || file.size() <= length)
+      return facts;
   }
   const std::uint64_t samples = samplesOfQuickTime(file);
-  return samples > 0 ? timeInBytes(file.read(samples, most)) : std::nullopt;
+  return samples > 0 ? factsIn(file.read(samples, most)) : facts;
+}
+
+std::optional<RecordingTime> recordingTimeInFile(const std::string& path) {
+  return factsInFile(path).time;
 }
 
 }  // namespace tessarin

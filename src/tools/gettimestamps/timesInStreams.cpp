@@ -1,8 +1,12 @@
 #include "tools/gettimestamps/timesInStreams.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
+#include <utility>
 
+#include "movie/timeCode.h"
 #include "tools/gettimestamps/ByteReader.h"
 
 namespace tessarin {
@@ -111,34 +115,65 @@ std::optional<std::size_t> readRunningNumber(const ByteReader& bytes, std::size_
 constexpr std::string_view identifier(
     "\x17\xEE\x8C\x60\xF8\x4D\x11\xD9\x8C\xD6\x08\x00\x20\x0C\x9A\x66MDPM", 20);
 
-// Its time: tag 0x18 holds time zone, century, year, month, tag 0x19 day, hour, minute, second.
-std::optional<RecordingTime> timeOfUserData(std::string_view message) {
+std::string makerOfNumber(std::uint32_t number) {
+  constexpr std::pair<std::uint32_t, std::string_view> makers[] = {
+      {0x103, "Panasonic"}, {0x108, "Sony"}, {0x1011, "Canon"}, {0x1104, "JVC"}};
+  for (const auto& [known, name] : makers)
+    if (known == number)
+      return std::string(name);
+  return {};
+}
+
+void keepFirst(std::string& known, std::string found) {
+  if (known.empty())
+    known = std::move(found);
+}
+
+// Tag 0x13 holds the time code, tag 0x18 time zone, century, year, month, tag 0x19 day, hour,
+// minute, second, tag 0xE0 the camera's maker. Adds what is not known yet.
+void addFactsOfUserData(std::string_view message, StreamFacts& facts) {
   constexpr std::size_t tagLength = 5;
   if (!message.starts_with(identifier))
-    return std::nullopt;
+    return;
   const ByteReader tags = ByteReader(message).from(identifier.size());
   const std::uint32_t count = tags.byte(0).value_or(0);
   std::string date;
   std::string time;
+  std::uint32_t zone = 0xFF;
   for (std::uint32_t index = 0; index < count; ++index) {
     const std::size_t offset = 1 + index * tagLength;
     const auto value = tags.part(offset + 1, 4);
     if (!value)
       break;
-    if (tags.byte(offset) == 0x18u)
-      date = value->substr(1);
-    else if (tags.byte(offset) == 0x19u)
-      time = *value;
+    switch (*tags.byte(offset)) {
+      case 0x13:
+        keepFirst(facts.timeCode, timeCodeOfBytes(*value, true));
+        break;
+      case 0x18:
+        zone = static_cast<std::uint8_t>(value->front());
+        date = value->substr(1);
+        break;
+      case 0x19:
+        time = *value;
+        break;
+      case 0xE0:
+        keepFirst(facts.make, makerOfNumber(*tags.short16(offset + 1)));
+        break;
+      default:
+        break;
+    }
   }
-  return recordingTimeFromBcd(date + time);
+  facts.time = recordingTimeFromBcd(date + time);
+  if (facts.time)
+    facts.time->zone = zoneOfByte(zone);
 }
 
-std::optional<RecordingTime> timeOfEnhancementUnit(std::string_view unit) {
+void addFactsOfEnhancementUnit(std::string_view unit, StreamFacts& facts) {
   constexpr std::size_t userData = 5;
   const std::string plain = withoutEmulationPrevention(unit);
   const ByteReader bytes(plain);
   std::size_t offset = 1;  // behind the unit's type
-  while (offset < bytes.size()) {
+  while (offset < bytes.size() && !facts.time) {
     const auto type = readRunningNumber(bytes, offset);
     const auto length = readRunningNumber(bytes, offset);
     if (!type || !length)
@@ -146,11 +181,9 @@ std::optional<RecordingTime> timeOfEnhancementUnit(std::string_view unit) {
     // A message whose end was lost may still hold its beginning.
     const std::string_view message = bytes.from(offset).view().substr(0, *length);
     if (*type == userData)
-      if (const auto time = timeOfUserData(message))
-        return time;
+      addFactsOfUserData(message, facts);
     offset += *length;
   }
-  return std::nullopt;
 }
 
 }  // namespace
@@ -187,29 +220,77 @@ std::string videoOfTransportStream(std::string_view bytes) {
   return video;
 }
 
-std::optional<RecordingTime> recordingTimeInH264(std::string_view stream) {
+StreamFacts factsInH264(std::string_view stream) {
   constexpr std::string_view startCode("\0\0\1", 3);
   constexpr int enhancement = 6;
+  StreamFacts facts;
   std::size_t start = stream.find(startCode);
-  while (start != std::string_view::npos) {
+  while (start != std::string_view::npos && !facts.time) {
     const std::size_t begin = start + startCode.size();
     start = stream.find(startCode, begin);
     const std::string_view unit = stream.substr(begin, start - begin);
     if (!unit.empty() && (unit[0] & 31) == enhancement)
-      if (const auto time = timeOfEnhancementUnit(unit))
-        return time;
+      addFactsOfEnhancementUnit(unit, facts);
   }
-  return std::nullopt;
+  return facts;
 }
 
-std::optional<RecordingTime> recordingTimeInBytes(std::string_view bytes) {
+StreamFacts factsInBytes(std::string_view bytes) {
   // 255 tags, and what keeps them from looking like start codes.
   constexpr std::size_t longest = 2048;
-  for (std::size_t start = bytes.find(identifier); start != std::string_view::npos;
+  StreamFacts facts;
+  for (std::size_t start = bytes.find(identifier); start != std::string_view::npos && !facts.time;
        start = bytes.find(identifier, start + 1))
-    if (const auto time = timeOfUserData(withoutEmulationPrevention(bytes.substr(start, longest))))
-      return time;
-  return std::nullopt;
+    addFactsOfUserData(withoutEmulationPrevention(bytes.substr(start, longest)), facts);
+  return facts;
+}
+
+std::string timeCodeOfBytes(std::string_view bytes, bool mayDrop) {
+  constexpr std::size_t count = 4;
+  constexpr std::array<std::uint8_t, count> masks = {0x3F, 0x7F, 0x7F, 0x3F};
+  if (bytes.size() < count || bytes.substr(0, count) == "\xFF\xFF\xFF\xFF")
+    return {};
+  std::array<int, count> numbers{};
+  for (std::size_t index = 0; index < count; ++index) {
+    const auto number = numberOfBcd(static_cast<std::uint8_t>(bytes[index]) & masks.at(index));
+    if (!number)
+      return {};
+    numbers.at(index) = *number;
+  }
+  const bool drops = mayDrop && (static_cast<std::uint8_t>(bytes[0]) & 0x40) != 0;
+  const std::string text = fmt::format("{:02}:{:02}:{:02}{}{:02}", numbers[3], numbers[2],
+                                       numbers[1], drops ? ';' : ':', numbers[0]);
+  return isTimeCode(text) ? text : "";
+}
+
+std::string timeCodeOfMpeg(std::string_view bytes) {
+  constexpr std::string_view sequenceStart("\0\0\1\xB3", 4);
+  constexpr std::string_view groupStart("\0\0\1\xB8", 4);
+  constexpr std::string_view pictureStart("\0\0\1\0", 4);
+  constexpr std::array rates = {0.0, 24.0, 24.0, 25.0, 30.0, 30.0, 50.0, 60.0, 60.0};
+  constexpr std::size_t headers = 4096;  // they stand near each other
+  const std::size_t sequence = bytes.find(sequenceStart);
+  if (sequence == std::string_view::npos)
+    return {};
+  const std::string_view near = bytes.substr(sequence, headers);
+  const std::size_t group = near.find(groupStart);
+  const std::size_t picture = near.find(pictureStart, std::min(group, near.size()));
+  const ByteReader reader(near);
+  const std::uint32_t code = reader.byte(7).value_or(0) & 15;
+  if (group == std::string_view::npos || picture == std::string_view::npos || code >= rates.size())
+    return {};
+  // Drop flag 1, hours 5, minutes 6, a one, seconds 6, pictures 6, closed 1.
+  const std::uint32_t bits = reader.long32(group + 4).value_or(0);
+  const std::string text =
+      fmt::format("{:02}:{:02}:{:02}{}{:02}", bits >> 26 & 31, bits >> 20 & 63, bits >> 13 & 63,
+                  bits >> 31 != 0 ? ';' : ':', bits >> 7 & 63);
+  const auto first = timeCode(text, rates.at(code));
+  if (!first || first->firstFrame == 0)
+    return {};
+  // Pictures before the first whole one lack what they are made from.
+  const bool isClosed = (bits & 0x40) != 0;
+  const std::uint32_t hidden = isClosed ? 0 : reader.short16(picture + 4).value_or(0) >> 6;
+  return timeCodeText(laterTimeCode(*first, hidden));
 }
 
 Outcome<RecordingTime> recordingTimeOfMoi(std::string_view bytes) {

@@ -54,15 +54,6 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
   return facts;
 }
 
-std::string timeCodeOf(std::string_view report) {
-  for (const std::string_view line : splitLines(inputBlock(report))) {
-    const auto words = textAfter(line, ": ");
-    if (words && trimmed(textUpTo(line, ":")) == "timecode")
-      return std::string(trimmed(*words));
-  }
-  return {};
-}
-
 std::optional<FieldOrder> detectedFieldOrder(std::string_view report) {
   const auto counts = idetCounts(report, IdetDetection::multi);
   if (!counts)

@@ -38,9 +38,6 @@ struct SourceFacts {
 // of that picture (by the "showinfo" filter).
 SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report);
 
-// The time code that ffmpeg's description of its input tells, "10:00:00:00"; empty: none.
-std::string timeCodeOf(std::string_view report);
-
 // The field order that the "idet" filter has found; nothing when its report has no counts.
 std::optional<quicktime::FieldOrder> detectedFieldOrder(std::string_view report);
 

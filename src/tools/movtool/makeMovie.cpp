@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "ffmpeg/reportText.h"
+#include "movie/timeCode.h"
 #include "tools/movtool/ProgressLines.h"
 #include "tools/movtool/SoundFeed.h"
 #include "tools/movtool/SourceFacts.h"
@@ -114,7 +116,7 @@ void describe(const MovieMaking& making, const Pictures& pictures, bool hasRepor
               const quicktime::Fraction& frameRate, MovieWriter& movie) {
   const bool isTold = making.isLikeFfmpeg && hasReport;
   const std::string_view report = isTold ? pictures.run.report() : std::string_view();
-  const auto code = quicktime::timeCode(isTold ? timeCodeOf(report) : making.timeCode, frameRate);
+  const auto code = timeCode(isTold ? timeCodeOf(report) : making.timeCode, perSecond(frameRate));
   if (code)
     movie.setTimeCode(*code);
   SourceTexts own = isTold ? sourceTexts(report) : making.texts;

@@ -176,7 +176,7 @@ bool MovieWriter::writeTimeCode() {
     return true;
   movie_.timeCode->position = file_.size();
   AtomWriter number;
-  number.put32(movie_.timeCode->code.firstFrame);
+  number.putText(timeCodeSample(movie_.timeCode->code));
   return file_.append(number.bytes());
 }
 

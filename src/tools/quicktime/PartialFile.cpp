@@ -10,6 +10,7 @@
 
 #include "classShared/descriptorBytes.h"
 #include "platform/fileFacts.h"
+#include "platform/openFiles.h"
 #include "utils/files.h"
 
 namespace tessarin::quicktime {
@@ -137,9 +138,7 @@ bool PartialFile::overwrite(std::uint64_t position, std::span<const std::uint8_t
 }
 
 bool PartialFile::insertRoom(std::uint64_t position, std::uint64_t length) {
-  if (!failure_.empty() || !flush() ||
-      ::fallocate(descriptor_, FALLOC_FL_INSERT_RANGE, static_cast<off_t>(position),
-                  static_cast<off_t>(length)) != 0)
+  if (!failure_.empty() || !flush() || !tessarin::insertRoom(descriptor_, position, length))
     return false;
   written_ += length;
   if (::lseek(descriptor_, 0, SEEK_END) < 0)

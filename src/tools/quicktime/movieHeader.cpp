@@ -1,7 +1,6 @@
 #include "tools/quicktime/movieHeader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <numeric>
 
@@ -259,95 +258,13 @@ void putSoundTrack(AtomWriter& out, const SoundTrack& track, std::uint32_t id,
   putChunkTables(out, track.chunks);
 }
 
-void putTimeCodeDescription(AtomWriter& out, const TimeCode& code, const TimeScale& scale) {
-  constexpr std::uint32_t dropsNumbers = 1;
-  constexpr std::uint32_t endsAtMidnight = 2;
-  const Atom table(out, "stsd", 0);
-  out.put32(1);
-  const Atom description(out, "tmcd");
-  out.putZeros(6);
-  out.put16(1);  // data reference
-  out.put32(0);
-  out.put32(endsAtMidnight | (code.dropsNumbers ? dropsNumbers : 0));
-  out.put32(scale.perSecond);
-  out.put32(scale.perFrame);
-  out.put8(static_cast<std::uint64_t>(code.framesPerSecond));
-  out.put8(0);
-}
-
-// One sample, for all the movie.
 void putTimeCodeTrack(AtomWriter& out, const TimeCodeTrack& track, std::uint32_t id,
                       std::uint64_t duration, const TimeScale& scale) {
-  const Atom container(out, "trak");
-  putTrackHeader(out, {id, duration}, false, 0, 0);
-  putEdits(out, {{duration, 0}});
-  const Atom media(out, "mdia");
-  putMediaHeader(out, scale.perSecond, duration / scale.finer);
-  putHandler(out, "mhlr", "tmcd", "TimeCodeHandler");
-  const Atom information(out, "minf");
-  {
-    const Atom general(out, "gmhd");
-    {
-      const Atom atom(out, "gmin", 0);
-      out.put16(0x40);  // copied, with dithering
-      for (int colour = 0; colour < 3; ++colour)
-        out.put16(0x8000);
-      out.putZeros(4);
-    }
-    const Atom appearance(out, "tmcd");
-    const Atom atom(out, "tcmi", 0);
-    out.putZeros(4);  // the system's font, plain
-    out.put16(12);
-    out.putZeros(2 + 6);  // black
-    for (int colour = 0; colour < 3; ++colour)
-      out.put16(0xFFFF);  // on white
-    out.put8(0);          // no font's name
-  }
-  putDataReference(out);
-  const Atom samples(out, "stbl");
-  putTimeCodeDescription(out, track.code, scale);
-  putTimeTable(out, 1, static_cast<std::uint32_t>(duration / scale.finer));
-  {
-    const Atom atom(out, "stsz", 0);
-    out.put32(4);
-    out.put32(1);
-  }
-  putChunkTables(out, {{track.position, 1}});
-}
-
-std::optional<std::uint32_t> numberOf(std::string_view digits) {
-  std::uint32_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (digits.size() != 2 || error != std::errc() || end != digits.data() + digits.size())
-    return std::nullopt;
-  return number;
+  out.putText(timeCodeTrack(track.code, {id, track.position, duration, scale.perSecond,
+                                         scale.perFrame, duration / scale.finer}));
 }
 
 }  // namespace
-
-std::optional<TimeCode> timeCode(std::string_view text, const Fraction& frameRate) {
-  constexpr std::size_t length = 11;
-  if (text.size() != length || text[2] != ':' || text[5] != ':' ||
-      std::string_view(":;.").find(text[8]) == std::string_view::npos)
-    return std::nullopt;
-  const auto hours = numberOf(text.substr(0, 2));
-  const auto minutes = numberOf(text.substr(3, 2));
-  const auto seconds = numberOf(text.substr(6, 2));
-  const auto frames = numberOf(text.substr(9, 2));
-  const long perSecondOfCount = std::lround(perSecond(frameRate));
-  if (!hours || !minutes || !seconds || !frames || *hours > 23 || *minutes > 59 || *seconds > 59 ||
-      perSecondOfCount < 1 || perSecondOfCount > 100 || *frames >= perSecondOfCount)
-    return std::nullopt;
-  TimeCode code;
-  code.framesPerSecond = static_cast<int>(perSecondOfCount);
-  code.dropsNumbers = text[8] != ':' && perSecondOfCount % 30 == 0;
-  const auto perSecondNumber = static_cast<std::uint32_t>(perSecondOfCount);
-  const std::uint32_t allMinutes = *hours * 60 + *minutes;
-  code.firstFrame = (allMinutes * 60 + *seconds) * perSecondNumber + *frames;
-  if (code.dropsNumbers)
-    code.firstFrame -= perSecondNumber / 15 * (allMinutes - allMinutes / 10);
-  return code;
-}
 
 TimeScale timeScale(const Fraction& frameRate) {
   const std::int64_t divisor =

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ffmpeg/pictureColours.h"
+#include "movie/timeCode.h"
 #include "tools/quicktime/movieTexts.h"
 
 namespace tessarin::quicktime {
@@ -63,17 +64,6 @@ struct SoundTrack {
   SoundFormat format;
   std::vector<Chunk> chunks;
 };
-
-// The number of the first picture on the tape, or in the camera's count, and how it is told.
-struct TimeCode {
-  std::uint32_t firstFrame = 0;
-  int framesPerSecond = 25;   // of the count: 30 for 30000/1001
-  bool dropsNumbers = false;  // two a minute, nine minutes of ten, so that it keeps the time
-};
-
-// "10:00:00:00", or with ";" or "." before the frames where numbers are dropped, for pictures of
-// this rate; nothing for anything else.
-std::optional<TimeCode> timeCode(std::string_view text, const Fraction& frameRate);
 
 struct TimeCodeTrack {
   TimeCode code;
