@@ -21,8 +21,8 @@ ExportInput inputOf(fuzz::Pieces& choices) {
   if (choices.flag())
     input.rate = static_cast<double>(1 + choices.number(200)) / 2;
   if (choices.flag())
-    input.soundStream = static_cast<int>(choices.number(3)) - 1;
-  input.channels = static_cast<int>(choices.number(6));
+    input.soundStreams.push_back(static_cast<int>(choices.number(3)) - 1);
+  input.channels.push_back(static_cast<int>(choices.number(6)));
   input.slow = choices.flag();
   return input;
 }
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fieldProbeArguments(source);
   trialArguments(source, plan);
   pictureArguments(source, plan);
-  for (int track = 0; track < facts.soundTracks; ++track)
+  for (std::size_t track = 0; track < facts.sounds.size(); ++track)
     soundArguments(source, track, plan);
   return 0;
 }

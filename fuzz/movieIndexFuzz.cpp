@@ -20,8 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (movie) {
     for (const MovieTrack& track : movie->tracks)
       fuzz::require(track.shown <= track.samples && track.seconds >= 0);
-    fuzz::require(movie->sound() == nullptr || movie->sound() != movie->pictures());
-    judgeMovie(movie.value(), {1, 2, 3, 1, 2});
+    for (const MovieTrack* sound : movie->sounds())
+      fuzz::require(sound != movie->pictures() && sound->samples > 0);
+    judgeMovie(movie.value(), {1, 2, 3, {{1, 2}}});
   } else {
     fuzz::require(!movie.reason().empty());
   }

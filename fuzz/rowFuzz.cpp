@@ -29,7 +29,7 @@ constexpr std::array fileKeys = {
 constexpr std::array streamKeys = {
     "id",   "lang",     "codec",  "bitrate",     "fps",      "tbc",      "width",     "height",
     "par",  "dar",      "chroma", "fields",      "begin",    "rotation", "primaries", "matrix",
-    "rate", "channels", "force",  "fieldsClaim", "transfer", "lang+"};
+    "rate", "channels", "force",  "fieldsClaim", "transfer", "lang+",    "title"};
 constexpr std::array rowKeys = {"resultat",   "out",  "fps",   "sizeOut",
                                 "dstPathStr", "kept", "reason"};
 constexpr std::array words = {"/card/00000.MTS",

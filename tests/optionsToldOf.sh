@@ -17,7 +17,7 @@ help=$("$program" --help)
 mapfile -t options < <(grep -oE '^ +(-[a-zA-Z],)?--[a-z-]+' <<<"$help" | grep -oE -e '-[-a-zA-Z]+')
 [ ${#options[@]} -ge 15 ] || complain "the search of --help finds only: ${options[*]}"
 mapfile -t values < <(sed -nE 's/^ +--[a-z]+ ([a-z0-9]+(\|[a-zA-Z0-9]+)+).*/\1/p' <<<"$help" |
-  tr '|' '\n' | grep -v '^SIZE$')
+  tr '|' '\n' | grep -vE '^(SIZE|N)$')
 # --help does not name all sizes, the complaint about a wrong one does.
 mapfile -t sizes < <("$program" --size wrong x 2>&1 | grep -oE '\b(hdv)?[0-9]+[pi][0-9]+\b' | sort)
 [ ${#sizes[@]} -ge 20 ] || complain "the search of sizes finds only: ${sizes[*]}"

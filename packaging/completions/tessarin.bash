@@ -18,6 +18,8 @@ _tessarin() {
         hdv1080p30 hdv1080p50 hdv1080p60 hdv1080i50 hdv1080i60 1080p24 1080p25 1080p30 1080p50
         1080p60 1080i50 1080i60"
       ;;
+    --sound) words="all first" ;;
+    --slow-sound) words="keep silent slowed" ;;
     --speed) words="full half slow" ;;
     --overwrite) words="ask keep replace" ;;
     --preset | --batch | --from)
@@ -32,7 +34,7 @@ _tessarin() {
       ;;
     *)
       if [ "${word:0:1}" = "-" ]; then
-        words="--preset --for --format --prores --size --speed --surround --no-surround --parts -d --destination
+        words="--preset --for --format --prores --size --speed --surround --no-surround --sound --slow-sound --parts -d --destination
           --overwrite --jobs --from --batch --row --report --recover --forget --json -v --verbose -h --help -V --version"
       else
         compopt -o filenames 2>/dev/null

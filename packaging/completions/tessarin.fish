@@ -12,6 +12,8 @@ complete -c tessarin -l size -x -d 'The picture size' -a 'auto same 540p25 540p3
 complete -c tessarin -l speed -x -a 'full half slow' -d 'All pictures, half of them, or slow motion'
 complete -c tessarin -l surround -d 'Keep all sound channels'
 complete -c tessarin -l no-surround -d 'Two sound channels'
+complete -c tessarin -l sound -x -a 'all first' -d 'The sound tracks of the movies'
+complete -c tessarin -l slow-sound -x -a 'keep silent slowed' -d 'What is heard in slow motion'
 complete -c tessarin -l parts -d 'Keep the files of a recording apart'
 complete -c tessarin -s d -l destination -r -d 'Make the folder Tessarin in this folder'
 complete -c tessarin -l jobs -x -d 'How many clips at the same time'

@@ -20,6 +20,10 @@ namespace tessarin {
 // the pictures; the file around them; the file system.
 enum class RecordedBy { card, beside, stream, container, file };
 
+// What slow motion has for sound: as it was recorded, so that it ends before the pictures do; none;
+// as long as the pictures, at its own pitch.
+enum class SlowSound { asRecorded, silent, slowed };
+
 // What is not known is absent, or "" of a text; never zero. Numbers of a report are single
 // precision. As a record (sourceRecord.h) it is stored and told.
 struct Source {
@@ -55,6 +59,7 @@ struct Source {
   struct Sound : Stream {
     std::optional<std::int64_t> rate;  // Hz
     std::optional<std::int64_t> channels;
+    std::string title;
     bool isMisread = false;  // ffmpeg takes it for something else and has to be told the decoder
     bool operator==(const Sound&) const = default;
   };
@@ -92,9 +97,11 @@ struct Source {
   // The files in which the recording goes on, in the folder of the first one. What is said of the
   // streams is said of the first file, the length is that of all.
   std::vector<Part> furtherParts;
-  std::string thumbnail;              // the file of its picture
-  bool hasOddThumbnail = false;       // not of a key frame
-  std::optional<bool> keepsSurround;  // in the movie; the user's choice
+  std::string thumbnail;                        // the file of its picture
+  bool hasOddThumbnail = false;                 // not of a key frame
+  std::optional<bool> keepsSurround;            // in the movie; the user's choice
+  std::string soundChoice;                      // likewise: soundChoice.h
+  SlowSound slowSound = SlowSound::asRecorded;  // likewise
   // The row of sizes and the application that it was last made valid for.
   std::optional<std::int64_t> sizeOutPrevious;
   std::optional<std::int64_t> softPrevious;
@@ -125,7 +132,7 @@ struct Source {
   RecordingFacts recording;
   std::vector<Remark> remarks;
 
-  // That are converted, the first of their kind.
+  // The pictures that are converted, and the first sound; which sounds are, soundChoice.h says.
   Pictures pictures;
   Sound sound;
   // And those behind them, in order.

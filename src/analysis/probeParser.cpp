@@ -283,9 +283,12 @@ Source sourceOfReport(std::string_view report) {
     debugFormat("\n\ncurrentLineStr : {}", *line);
     debugFormat("linePartsMArray     : {}", fmt::join(stream->parts, " | "));
     switch (stream->kind) {
-      case StreamKind::audio:
-        readAudio(*stream, placeOfNext(audioCount, source.sound, source.otherSounds));
+      case StreamKind::audio: {
+        Source::Sound& sound = placeOfNext(audioCount, source.sound, source.otherSounds);
+        readAudio(*stream, sound);
+        sound.title = textBelow(lines.behind(), "title");
         break;
+      }
       case StreamKind::video:
         if (stream->attachedPicture)
           break;

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <set>
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
 #include "movie/timeCode.h"
@@ -149,6 +150,13 @@ bool take(const Value& value, std::optional<RecordedBy>& recorder, TextRule isGo
   return recorder.has_value();
 }
 
+bool take(const Value& value, SlowSound& sound, TextRule isGood) {
+  std::string word;
+  const auto known = take(value, word, isGood) ? slowSoundOfWord(word) : std::nullopt;
+  sound = known.value_or(sound);
+  return known.has_value();
+}
+
 bool take(const Value& value, double& number, NumberRange range) {
   std::optional<double> told;
   if (!take(value, told, range))
@@ -221,6 +229,12 @@ std::optional<Value> valueOf(const std::optional<Fields>& fields) {
 std::optional<Value> valueOf(const std::optional<RecordedBy>& recorder) {
   return recorder ? std::optional<Value>(recorders[static_cast<std::size_t>(*recorder)])
                   : std::nullopt;
+}
+
+std::optional<Value> valueOf(SlowSound sound) {
+  return sound == SlowSound::asRecorded
+             ? std::nullopt
+             : std::optional<Value>(slowSoundWords[static_cast<std::size_t>(sound)]);
 }
 
 std::optional<Value> valueOf(bool isSo) {
@@ -303,6 +317,7 @@ constexpr auto walkSound = [](auto& sound, auto& way) {
   walkStream(sound, way);
   way("rate", sound.rate, ReportRange::soundRate);
   way("channels", sound.channels, ReportRange::channels);
+  way("title", sound.title, isText);
   way("force", sound.isMisread, flag);
 };
 
@@ -317,6 +332,8 @@ void walk(AnySource& source, Way& way) {
   way("parts", source.furtherParts, ReportRange::duration);
   way("intraFailure", source.hasOddThumbnail, flag);
   way("prefSurrond", source.keepsSurround, flag);
+  way("prefSound", source.soundChoice, isSoundChoice);
+  way("prefSlowSound", source.slowSound, isWord);
   way("sizeOutPrevious", source.sizeOutPrevious, place);
   way("softPrevious", source.softPrevious, place);
   way("wrapper", source.container, isWord);

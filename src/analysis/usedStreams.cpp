@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "analysis/soundChoice.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
@@ -215,8 +216,10 @@ Arguments mapOfVideo(const Source& source) {
 
 Arguments mapOfStreams(const Source& source) {
   Arguments map = mapOfVideo(source);
-  if (!map.empty() && source.sound.id)
-    map.insert(map.end(), {"-map", mapOf(source.sound.id)});
+  if (map.empty())
+    return map;
+  for (const Source::Sound& sound : usedSounds(source))
+    map.insert(map.end(), {"-map", mapOf(sound.id)});
   return map;
 }
 

@@ -12,8 +12,8 @@ namespace tessarin {
 // The stream whose pictures ffmpeg decoded in the run that made the report.
 std::optional<int> mappedVideo(std::string_view report);
 
-// Puts the streams that are converted first: the one whose pictures were decoded,
-// and the first sound of its programme that can be decoded. Sounds that cannot are taken out of the
+// Puts the streams that are converted first: the one whose pictures were decoded, and the sounds of
+// its programme that can be decoded. Sounds that cannot are taken out of the
 // source, so that no conversion fails because of them; `mute`: one that the report does not tell
 // of. Adds what has to be told (remarks) and whether ffmpeg could choose otherwise (isMapped).
 void chooseStreams(Source& source, std::string_view report, std::optional<int> mute = std::nullopt);

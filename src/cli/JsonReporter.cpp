@@ -47,13 +47,20 @@ Json jsonOfMovie(const Forecast& movie) {
   Json leftOut = Json::array();
   for (const LeftOut& each : movie.leftOut)
     leftOut.push_back({{"kind", each.kind}, {"text", each.text}});
+  Json sounds = Json::array();
+  for (const ForecastSound& sound : movie.sounds) {
+    sounds.push_back({{"channels", sound.channels}, {"rate", sound.rate}});
+    if (!sound.language.empty())
+      sounds.back()["language"] = sound.language;
+  }
   Json made{{"codec", movie.codec},
             {"copy", movie.isCopy},
             {"width", movie.width},
             {"height", movie.height},
             {"rate", movie.rate},
             {"interlaced", movie.isInterlaced},
-            {"channels", movie.soundChannels},
+            {"channels", movie.sounds.empty() ? 0 : movie.sounds.front().channels},
+            {"sounds", sounds},
             {"leftOut", leftOut}};
   if (!movie.flavour.empty())
     made["flavour"] = movie.flavour;

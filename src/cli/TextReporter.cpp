@@ -63,6 +63,9 @@ class TextReporter final : public Reporter {
              std::string(firstContainer(source)), printable(row.path()));
     if (const std::string parts = partWords(source); !parts.empty())
       printBelow(parts);
+    if (const std::vector<std::string> sounds = soundsInWords(source); sounds.size() > 1)
+      for (const std::string& sound : sounds)
+        printBelow(localisationString("clip_sound", "", sound));
     if (movie)
       printBelow("-> " + summaryOf(*movie));
     for (const std::string& note : movie ? notesOf(*movie) : remarkTexts(source))

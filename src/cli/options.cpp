@@ -146,9 +146,10 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   if (options.recover || options.forget) {
     if (options.command != Command::convert || !options.paths.empty())
       return localisationString("wrong_recoverClips", textTable);
-    if (const auto option = given(
-            app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
-                  "--size", "--speed", "--surround", "--no-surround", "--destination", "--parts"}))
+    if (const auto option =
+            given(app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
+                        "--size", "--speed", "--surround", "--no-surround", "--sound",
+                        "--slow-sound", "--destination", "--parts"}))
       return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
@@ -158,8 +159,9 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   } else if (options.row && options.report) {
     return localisationString("wrong_excludes", textTable, "--row", "--report");
   } else if (options.batchFile && options.paths.empty()) {
-    if (const auto option = given(app, {"--preset", "--for", "--format", "--size", "--speed",
-                                        "--surround", "--no-surround", "--parts"}))
+    if (const auto option =
+            given(app, {"--preset", "--for", "--format", "--size", "--speed", "--surround",
+                        "--no-surround", "--sound", "--slow-sound", "--parts"}))
       return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
@@ -224,6 +226,18 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
          "--no-surround", [&] { options.choices.keepsSurround = false; },
          localisationString("help_noSurround", textTable))
       ->excludes(surround);
+  app.add_option_function<std::string>(
+         "--sound",
+         [&](const std::string& word) {
+           options.choices.sound = soundsOfWord(word);
+           if (!options.choices.sound)
+             throw Mistake("--sound", word, "all|first|N,M");
+         },
+         localisationString("help_sound", textTable))
+      ->type_name("all|first|N,M")
+      ->take_last();
+  addChoice(app, "--slow-sound", slowSoundChoices(), options.choices.slowSound,
+            localisationString("help_slowSound", textTable));
   app.add_option("-d,--destination", options.destination,
                  localisationString("help_destination", textTable))
       ->type_name("DIR")

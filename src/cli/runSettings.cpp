@@ -1,8 +1,10 @@
 #include "cli/runSettings.h"
 
+#include "analysis/soundChoice.h"
 #include "analysis/sourceRecord.h"
 #include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/choiceWords.h"
 
 namespace tessarin::cli {
 
@@ -12,8 +14,10 @@ constexpr std::string_view keyTarget = "target";
 constexpr std::string_view keyOverwrite = "overwrite";
 constexpr std::string_view keyBatchFile = "batchFile";
 constexpr std::string_view keyRow = "batchRow";
-constexpr std::string_view keyParts = "partsApart";   // 1: of --parts
-constexpr std::string_view keyPrepares = "prepares";  // 1: the batch file is the aim
+constexpr std::string_view keyParts = "partsApart";     // 1: of --parts
+constexpr std::string_view keySound = "sound";          // of --sound: soundChoice.h
+constexpr std::string_view keySlowSound = "slowSound";  // of --slow-sound: its word
+constexpr std::string_view keyPrepares = "prepares";    // 1: the batch file is the aim
 
 }  // namespace
 
@@ -27,6 +31,10 @@ Dico storedOptions(const Options& options) {
     stored.set(keyRow, *options.row);
   if (options.keepsPartsApart)
     stored.set(keyParts, 1);
+  if (const std::string choice = options.choices.sound.value_or(""); !choice.empty())
+    stored.set(keySound, choice);
+  if (options.choices.slowSound)
+    stored.set(keySlowSound, wordFor(slowSoundChoices(), *options.choices.slowSound));
   if (options.command == Command::prepare)
     stored.set(keyPrepares, 1);
   return stored;
@@ -42,6 +50,10 @@ Options optionsOfStored(const Dico& stored, const Options& given) {
     options.row = static_cast<int>(*row);
   if (const auto target = stored.integer(keyTarget); target && *target >= 0 && *target < outNone)
     options.choices.target = static_cast<Target>(*target);
+  if (const std::string sound = stored.textOrEmpty(keySound); isSoundChoice(sound))
+    options.choices.sound = sound;
+  if (const auto sound = slowSoundOfWord(stored.textOrEmpty(keySlowSound)))
+    options.choices.slowSound = sound;
   const auto overwrite = stored.integer(keyOverwrite).value_or(0);
   if (given.overwrite == Overwrite::ask && overwrite >= static_cast<int>(Overwrite::ask) &&
       overwrite <= static_cast<int>(Overwrite::replace))

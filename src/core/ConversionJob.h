@@ -155,6 +155,7 @@ class ConversionJob {
   void judgeMeasure();
   void capDamage();
   void countDamage();
+  void countDamageOfSounds();
   void startReading();
 
   void fail(const std::string& reason);

@@ -234,34 +234,42 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
     damagedPictures_ = held;
   }
-  // Each picture of DV has its sound; behind a hole ffmpeg may find none any more.
-  constexpr double soundSlack = 0.3;
-  if (maySoundChange(plan_->row.source) && measure.sound &&
-      measure.sound->end + soundSlack < measure.pictures->end) {
-    logFormat("check               :-( sound up to {} s, pictures up to {} s", measure.sound->end,
-              measure.pictures->end);
-    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
-  }
-  // Behind a joint of program streams there may be none with the same codec.
+  countDamageOfSounds();
+}
+
+void ConversionJob::countDamageOfSounds() {
+  constexpr double slack = 0.3;
   constexpr double leastLoss = 1;
-  if (firstContainer(plan_->row.source) == "mpeg" && measure.sound &&
-      measure.sound->lasting + leastLoss < measure.pictures->lasting) {
-    logFormat("check               :-( sound for {} s, pictures for {} s", measure.sound->lasting,
-              measure.pictures->lasting);
-    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
-  }
-  // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with silence
-  // once more, and what comes behind is out of step.
-  if (const MovieTrack* sound = movie_.sound();
-      sound && measure.sound && sound->seconds > measure.sound->end * 1.01 + soundSlack) {
-    logFormat("check               :-( sound for {} s, in the source for {} s", sound->seconds,
-              measure.sound->end);
-    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
-  }
-  if (measure.sound && measure.sound->otherRate > 0 && maySoundChange(plan_->row.source)) {
-    logFormat("check               :-( {} packets of sound have another rate than the first",
-              measure.sound->otherRate);
-    damagedSound_ = std::max<std::size_t>(damagedSound_, measure.sound->otherRate);
+  const bool mayChange = maySoundChange(plan_->row.source);
+  const bool isProgramStream = firstContainer(plan_->row.source) == "mpeg";
+  const std::vector<const MovieTrack*> made = movie_.sounds();
+  for (std::size_t place = 0; place < measure_.sounds.size(); ++place) {
+    const MeasuredStream& sound = measure_.sounds[place];
+    // Each picture of DV has its sound; behind a hole ffmpeg may find none any more.
+    if (mayChange && sound.end + slack < measure_.pictures->end) {
+      logFormat("check               :-( sound up to {} s, pictures up to {} s", sound.end,
+                measure_.pictures->end);
+      damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+    }
+    // Behind a joint of program streams there may be none with the same codec.
+    if (isProgramStream && place == 0 && sound.lasting + leastLoss < measure_.pictures->lasting) {
+      logFormat("check               :-( sound for {} s, pictures for {} s", sound.lasting,
+                measure_.pictures->lasting);
+      damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+    }
+    // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with
+    // silence once more, and what comes behind is out of step.
+    if (place < made.size() &&
+        made[place]->seconds > (plan_->slowsSound ? 2 : 1) * (sound.end * 1.01 + slack)) {
+      logFormat("check               :-( sound for {} s, in the source for {} s",
+                made[place]->seconds, sound.end);
+      damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+    }
+    if (mayChange && sound.otherRate > 0) {
+      logFormat("check               :-( {} packets of sound have another rate than the first",
+                sound.otherRate);
+      damagedSound_ = std::max<std::size_t>(damagedSound_, sound.otherRate);
+    }
   }
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/Source.h"
 #include "core/controls.h"
 #include "encoding/applications.h"
 
@@ -63,6 +64,8 @@ struct Interface {
   SegmentedControl speed;        // 0 full, 1 half, 2 slow
   SegmentedControl easy;         // 1: the speed choice is not used
   CheckBox surround;
+  std::string sound;  // soundChoice.h
+  SlowSound slowSound = SlowSound::asRecorded;
   TextField destination;  // folder, "~" allowed
 
   // Preferences that have no place in the main window.

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::string_view extension = "plist";
 constexpr std::string_view keySurround = "surround";
+constexpr std::string_view keySound = "sound";
 
 // Goes through the choices that have words: the name of each, where it is, and its words.
 template <class AnyPreset, class Way>
@@ -27,6 +28,7 @@ void walk(AnyPreset& preset, const Way& way) {
   way("size", preset.size, sizeWords());
   way("speed", preset.speed, speedWords());
   way("prores", preset.flavour, flavourWords());
+  way("slow-sound", preset.slowSound, slowSoundChoices());
 }
 
 // A name that is one of a file in the folder, and of no hidden one.
@@ -66,12 +68,14 @@ Dico presetRecord(const Preset& preset) {
   });
   if (preset.keepsSurround)
     record.set(keySurround, *preset.keepsSurround);
+  if (preset.sound)
+    record.set(keySound, wordOfSounds(*preset.sound));
   return record;
 }
 
 Outcome<Preset> presetOf(const Dico& record) {
   Preset preset;
-  std::vector<std::string_view> known{keySurround};
+  std::vector<std::string_view> known{keySurround, keySound};
   std::string wrong;
   walk(preset, [&](const char* name, auto& choice, const auto& words) {
     known.emplace_back(name);
@@ -88,6 +92,11 @@ Outcome<Preset> presetOf(const Dico& record) {
       preset.keepsSurround = record.flag(keySurround);
     else
       wrong = shown(record, keySurround);
+  }
+  if (record.contains(keySound)) {
+    preset.sound = soundsOfWord(record.textOrEmpty(keySound));
+    if (!preset.sound)
+      wrong = shown(record, keySound);
   }
   for (const auto& [name, value] : record)
     if (std::find(known.begin(), known.end(), name) == known.end())
@@ -108,6 +117,8 @@ void complete(Preset& preset, const Preset& other) {
   take(preset.speed, other.speed);
   take(preset.flavour, other.flavour);
   take(preset.keepsSurround, other.keepsSurround);
+  take(preset.sound, other.sound);
+  take(preset.slowSound, other.slowSound);
 }
 
 Preset chosenPreset(const Interface& interface, const PreferenceStore& preferences) {
@@ -118,6 +129,8 @@ Preset chosenPreset(const Interface& interface, const PreferenceStore& preferenc
   preset.speed = interface.chosenSpeed();
   preset.flavour = preferences.text(PrefKey::prores);
   preset.keepsSurround = interface.surround.isChecked();
+  preset.sound = interface.sound;
+  preset.slowSound = interface.slowSound;
   return preset;
 }
 
@@ -132,6 +145,9 @@ void choosePreset(const Preset& preset, Interface& interface, PreferenceStore& p
   }
   if (preset.keepsSurround)
     interface.surround.setChecked(*preset.keepsSurround);
+  // The window shows neither, so no preset's choice may outlast it.
+  interface.sound = preset.sound.value_or("");
+  interface.slowSound = preset.slowSound.value_or(SlowSound::asRecorded);
   interface.setTarget(preset.target);
   if (!preset.flavour)
     return;

@@ -22,6 +22,8 @@ struct Preset {
   std::optional<Speed> speed;
   std::optional<std::string> flavour;  // of ProRes, four characters
   std::optional<bool> keepsSurround;
+  std::optional<std::string> sound;  // soundChoice.h
+  std::optional<SlowSound> slowSound;
   bool operator==(const Preset&) const = default;
 };
 

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "core/BatchProgress.h"
 #include "core/remarks.h"
@@ -52,12 +53,21 @@ std::string channelWords(std::int64_t channels) {
 std::string soundWords(const Source::Sound& sound) {
   return streamWords(
       sound,
-      {sound.channels ? channelWords(*sound.channels) : "",
+      {sound.title, sound.channels ? channelWords(*sound.channels) : "",
        sound.rate ? fmt::format("{} kHz", numberText(static_cast<double>(*sound.rate) / 1000))
                   : ""});
 }
 
 }  // namespace
+
+std::vector<std::string> soundsInWords(const Source& source) {
+  const std::vector<Source::Sound> sounds = soundsOf(source);
+  std::vector<std::string> words;
+  for (const Source::Sound& sound : sounds)
+    words.push_back(sounds.size() > 1 ? fmt::format("{}: {}", words.size() + 1, soundWords(sound))
+                                      : soundWords(sound));
+  return words;
+}
 
 std::string partWords(const Source& source) {
   if (source.furtherParts.empty())
@@ -85,8 +95,10 @@ std::vector<std::string> clipWords(const Source& source) {
 std::string movieWords(const Forecast& movie) {
   std::vector<std::string> words = {
       codecTitle(movie), pictureWords(movie.width, movie.height, movie.rate, movie.isInterlaced)};
-  if (movie.soundChannels > 0)
-    words.push_back(channelWords(movie.soundChannels));
+  if (movie.sounds.size() == 1)
+    words.push_back(channelWords(movie.sounds.front().channels));
+  else if (!movie.sounds.empty())
+    words.push_back(localisationString("clip_tracks", "", fmt::format("{}", movie.sounds.size())));
   return joinTexts(words, ", ");
 }
 
@@ -102,10 +114,8 @@ std::vector<std::string> clipDetails(const Row& row, const std::optional<Forecas
   lines.push_back(localisationString(
       "clip_pictures", "",
       streamWords(source.pictures, {source.pictures.format, source.pictures.shape})));
-  if (source.sound.id)
-    lines.push_back(localisationString("clip_sound", "", soundWords(source.sound)));
-  for (const Source::Sound& sound : source.otherSounds)
-    lines.push_back(localisationString("clip_sound", "", soundWords(sound)));
+  for (const std::string& words : soundsInWords(source))
+    lines.push_back(localisationString("clip_sound", "", words));
   for (const Source::Subtitle& subtitle : source.subtitles)
     lines.push_back(
         localisationString("clip_subtitles", "", streamWords(subtitle, {subtitle.title})));

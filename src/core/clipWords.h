@@ -9,6 +9,9 @@
 
 namespace tessarin {
 
+// Of each sound: "ac3, deu, stereo, 48 kHz, 192 kb/s", with its number before it where there are
+// several, which is that of a choice (soundChoice.h).
+std::vector<std::string> soundsInWords(const Source& source);
 // "1920×1080, 25 pictures/s interlaced" and "0:20"; what is not known is left out.
 // "parts: 00000.MTS, 00001.MTS" of a recording in several files, "" of others.
 std::string partWords(const Source& source);

@@ -12,6 +12,7 @@
 #include "encoding/outputPreset.h"
 #include "encoding/sizes.h"
 #include "encoding/targets.h"
+#include "ffmpeg/proresCommand.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/numbers.h"
@@ -31,6 +32,19 @@ std::string exportRate(const SizeRow& size, int sourceRate) {
   if (isFilm && !size.isInterlaced())
     return size.hasRate(24) ? "24" : "";
   return isNtsc ? "30" : "25";
+}
+
+void appendTo(Arguments& command, const Arguments& more) {
+  command.insert(command.end(), more.begin(), more.end());
+}
+
+// The sound is stretched from 0 on, too, and what is heard before the pictures' own time begins is
+// as long as before.
+std::string slowedSound(double begin) {
+  std::string filter = slowedSoundFilter;
+  if (begin > 0)
+    filter += fmt::format(",atrim=start={:.6f},asetpts=PTS-STARTPTS", begin);
+  return filter;
 }
 
 }  // namespace
@@ -77,15 +91,31 @@ Arguments slowingCommand(const JobPlan& plan, const std::string& slowed) {
   // The stretch counts from 0: what is taken off before it counts twice, and the pictures begin
   // when they did.
   const double begin = plan.row.source.pictures.begin.value_or(0);
-  return {
-      Bundle::main().toolPath("ffmpeg"), "-loglevel", "info", "-itsoffset",
-      fmt::format("{:.6f}", -begin / 2), "-itsscale", "2", "-i", plan.movie, "-i", plan.movie,
-      "-map", "0:v", "-map", "1:a?", "-c", "copy",
+  Arguments command = {Bundle::main().toolPath("ffmpeg"),
+                       "-loglevel",
+                       "info",
+                       "-itsoffset",
+                       fmt::format("{:.6f}", -begin / 2),
+                       "-itsscale",
+                       "2",
+                       "-i",
+                       plan.movie};
+  if (plan.slowsSound && begin < 0)
+    appendTo(command, {"-itsoffset", fmt::format("{:.6f}", -begin)});
+  appendTo(command, {"-i", plan.movie, "-map", "0:v", "-map", "1:a?"});
+  if (plan.slowsSound)
+    appendTo(command, {"-c:v", "copy", "-c:a", "pcm_s16le", "-af", slowedSound(begin),
+                       "-disposition:a", "default"});
+  else
+    appendTo(command, {"-c", "copy"});
+  appendTo(
+      command,
       // The stretched times leave the length of the last picture as it was, and the export takes
       // none that is shorter than half of its time. The bit stream filter mends the length, the
       // time scale counts pictures of 50, 59.94 and 60 a second without a remainder.
-      "-bsf:v", "setts=pts=PTS:dts=DTS:duration=max(2*DURATION\\,PREV_OUTDURATION)",
-      "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed};
+      {"-bsf:v", "setts=pts=PTS:dts=DTS:duration=max(2*DURATION\\,PREV_OUTDURATION)",
+       "-video_track_timescale", "60000", "-movflags", "faststart", "-y", slowed});
+  return command;
 }
 
 std::vector<Arguments> commandsOfPlan(const JobPlan& plan, bool replace) {

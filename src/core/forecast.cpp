@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportCommands.h"
 #include "core/jobPlan.h"
@@ -105,6 +106,25 @@ void describePictures(const JobPlan& plan, std::string_view prefProres, Forecast
   movie.rate = exportedRate(plan.settings, rate.empty() ? slowed : quotient(rate));
 }
 
+// "2x48000", or "4 × 1x48000" where several that follow each other are the same.
+std::vector<std::string> soundTexts(const Forecast& movie) {
+  std::vector<std::string> texts;
+  std::size_t same = 1;
+  for (std::size_t place = 0; place < movie.sounds.size(); place += same) {
+    const ForecastSound& sound = movie.sounds[place];
+    const auto first = movie.sounds.begin() + static_cast<std::ptrdiff_t>(place);
+    same = static_cast<std::size_t>(std::find_if(first, movie.sounds.end(),
+                                                 [&](const ForecastSound& each) {
+                                                   return each.channels != sound.channels ||
+                                                          each.rate != sound.rate;
+                                                 }) -
+                                    first);
+    const std::string text = fmt::format("{}x{}", sound.channels, sound.rate);
+    texts.push_back(same > 1 ? fmt::format("{} × {}", same, text) : text);
+  }
+  return texts;
+}
+
 std::string number(double value) {
   return fmt::format("{:.4g}", value);
 }
@@ -147,16 +167,17 @@ void tellLeftOut(const Row& row, Forecast& movie) {
   // An export begins with the first picture; a copy says how long to wait for it.
   constexpr double leastBegin = 0.2;
   if (const double begin = source.pictures.begin.value_or(0);
-      !movie.isCopy && movie.soundChannels > 0 && begin >= leastBegin)
+      !movie.isCopy && !movie.sounds.empty() && begin >= leastBegin)
     movie.leftOut.push_back(
         {"beginning", localisationString("out_beginning", "", fmt::format("{:.1f}", begin))});
   leaveOutStreams(source.otherPictures, "video", "out_video", movie);
-  leaveOutStreams(source.otherSounds, "sound", "out_sound", movie);
-  const auto channels = source.sound.channels.value_or(0);
-  if (movie.soundChannels > 0 && channels > movie.soundChannels)
-    movie.leftOut.push_back(
-        {"channels", localisationString("out_channels", "", fmt::format("{}", channels),
-                                        fmt::format("{}", movie.soundChannels))});
+  const bool isSilent = movie.sounds.empty();
+  leaveOutStreams(isSilent ? soundsOf(source) : unusedSounds(source), "sound", "out_sound", movie);
+  for (const Source::Sound& sound : isSilent ? std::vector<Source::Sound>() : usedSounds(source))
+    if (const auto channels = sound.channels.value_or(0); channels > channelsInMovie(source, sound))
+      movie.leftOut.push_back(
+          {"channels", localisationString("out_channels", "", fmt::format("{}", channels),
+                                          fmt::format("{}", channelsInMovie(source, sound)))});
   leaveOutStreams(source.subtitles, "subtitles", "out_subtitles", movie);
 }
 
@@ -171,16 +192,12 @@ std::optional<Forecast> forecastOf(const Row& row, std::string_view prefProres) 
   const Source& source = row.source;
   Forecast movie;
   describePictures(*plan, prefProres, movie);
-  if (source.sound.id) {
-    constexpr std::int64_t stereo = 2;
-    const auto channels = source.sound.channels.value_or(stereo);
-    movie.soundChannels = static_cast<int>(
-        source.keepsSurround.value_or(false) ? std::max(channels, stereo) : stereo);
-    movie.soundRate = static_cast<int>(source.sound.rate.value_or(0));
-  }
+  for (const Source::Sound& sound : usedSounds(plan->row.source))
+    movie.sounds.push_back({static_cast<int>(channelsInMovie(source, sound)),
+                            static_cast<int>(sound.rate.value_or(0)), sound.language});
   tellLeftOut(row, movie);
   movie.remarks = remarkTexts(source);
-  if (movie.soundChannels > 0 && row.choice.speed == speedSlow)
+  if (!movie.sounds.empty() && row.choice.speed == speedSlow && !plan->slowsSound)
     movie.remarks.push_back(localisationString("out_slowSound"));
   return movie;
 }
@@ -197,8 +214,8 @@ std::string summaryOf(const Forecast& movie) {
   std::string text = fmt::format("{} {}x{}{} {}", codecTitle(movie), movie.width, movie.height,
                                  movie.isInterlaced ? "i" : "p",
                                  number(movie.isInterlaced ? 2 * movie.rate : movie.rate));
-  if (movie.soundChannels > 0)
-    text += fmt::format(", PCM {}x{}", movie.soundChannels, movie.soundRate);
+  if (!movie.sounds.empty())
+    text += ", PCM " + joinTexts(soundTexts(movie), " + ");
   return text;
 }
 

@@ -17,6 +17,13 @@ struct LeftOut {
   std::string text;  // what of it, in the user's language
 };
 
+// A sound of the movie.
+struct ForecastSound {
+  int channels = 2;
+  int rate = 0;          // Hz, as the source has it; 0: unknown
+  std::string language;  // "" where the source says none
+};
+
 struct Forecast {
   std::string codec;    // as ffmpeg calls it: "prores", "icod", or that of the source for a copy
   std::string flavour;  // of ProRes: "hq"; else ""
@@ -25,8 +32,7 @@ struct Forecast {
   int height = 0;
   bool isInterlaced = false;  // top field first
   double rate = 0;            // pictures a second, each of two fields when it is interlaced
-  int soundChannels = 0;      // 0: no sound
-  int soundRate = 0;          // Hz, as the source has it; 0: unknown
+  std::vector<ForecastSound> sounds;
   std::vector<LeftOut> leftOut;
   std::vector<std::string> remarks;  // what else is to be known, in the user's language
 };

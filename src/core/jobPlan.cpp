@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportCommands.h"
 #include "core/rowChoices.h"
@@ -11,6 +12,7 @@
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
 #include "ffmpeg/movieCodecs.h"
+#include "ffmpeg/proresCommand.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -41,6 +43,28 @@ bool isSlowed(const Row& row) {
   return !hasFieldRate;
 }
 
+// Of slow motion that is to be silent no sound is read.
+Row withoutUnheard(Row row) {
+  if (isSlowed(row) && row.source.slowSound == SlowSound::silent) {
+    row.source.sound = {};
+    row.source.otherSounds.clear();
+    row.source.isMapped = true;
+  }
+  return row;
+}
+
+bool slowsItsSound(const Row& row) {
+  return isSlowed(row) && row.source.slowSound == SlowSound::slowed &&
+         !usedSounds(row.source).empty();
+}
+
+// Has the sound slowed with pictures that the command slows.
+void slowSound(EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  arguments.insert(std::find(arguments.begin(), arguments.end(), "-sn"),
+                   {"-af", slowedSoundFilter});
+}
+
 // The export of the source, with what ffmpeg would have been told of it.
 Arguments sourceExport(const Row& row, const std::string& movie, const std::string& settings) {
   const Source& source = row.source;
@@ -67,25 +91,33 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
     if (rate > 0)
       add("--rate", fmt::format("{:.6g}", rate / 2));  // of whole pictures
   }
-  if (source.sound.isMisread)
-    add("--sound-decoder", source.sound.codec);
+  const std::vector<Source::Sound> sounds = usedSounds(source);
   if (const auto pictures = source.pictures.id)
     add("--pictures", fmt::format("{}", *pictures));
-  constexpr std::int64_t stereo = 2;
-  const std::int64_t channels = source.keepsSurround.value_or(false)
-                                    ? std::max(source.sound.channels.value_or(0), stereo)
-                                    : stereo;
-  add("--sound", fmt::format("{}", source.sound.id.value_or(-1)));
-  add("--channels", fmt::format("{}", channels));
+  if (sounds.empty()) {
+    add("--sound", "-1");
+    add("--channels", "2");
+  }
+  const bool isAnyMisread =
+      std::any_of(sounds.begin(), sounds.end(), [](const auto& sound) { return sound.isMisread; });
+  for (const Source::Sound& sound : sounds) {
+    if (isAnyMisread)
+      add("--sound-decoder", sound.isMisread ? sound.codec : "auto");
+    add("--sound", fmt::format("{}", *sound.id));
+    add("--channels", fmt::format("{}", channelsInMovie(source, sound)));
+  }
   if (isSlowed(row))
     command.emplace_back("--slow");
+  if (slowsItsSound(row))
+    command.emplace_back("--slow-sound");
   return command;
 }
 
 }  // namespace
 
-std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
+std::optional<JobPlan> planJob(const Row& wanted, const std::string& movie,
                                std::string_view prefProres) {
+  const Row row = withoutUnheard(wanted);
   JobPlan plan;
   plan.isExport = exportsSource(row);
   auto command =
@@ -101,6 +133,10 @@ std::optional<JobPlan> planJob(const Row& row, const std::string& movie,
     plan.settings = exportPresetName(row, prefProres);
   if (plan.isExport)
     command->arguments = sourceExport(row, movie, plan.settings);
+  plan.slowsSound = slowsItsSound(row);
+  // A copy is slowed in a step of its own.
+  if (plan.slowsSound && !plan.isExport && !plan.needsSlowing)
+    slowSound(*command);
   plan.seconds = row.source.duration.value_or(0) * (isSlowed(row) ? 2 : 1);
   plan.command = std::move(*command);
   return plan;
@@ -132,6 +168,9 @@ std::optional<std::string> refusalOf(const Row& row, bool hasExport) {
   const Source& source = row.source;
   if (!source.pictures.width || !source.pictures.height)
     return localisationString("why_noPicture");
+  if (const auto missing = missingSound(source))
+    return localisationString("why_noSoundTrack", "", fmt::format("{}", *missing),
+                              fmt::format("{}", soundsOf(source).size()));
   const Target target = row.choice.target;
   if (const std::string codec = source.pictures.codec;
       target == outQuickTime && movieHolds(codec, firstContainer(source)) == false)

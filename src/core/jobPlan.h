@@ -22,7 +22,9 @@ struct JobPlan {
   bool needsSlowing = false;  // needsSlowing() of the row
   bool needsExport = false;   // what is there then is not the movie yet
   std::string settings;       // of an export: exportPresetName()
-  double seconds = 0;         // of the movie: twice those of the source in slow motion. 0: unknown
+  // The sound is made as long as the slowed pictures.
+  bool slowsSound = false;
+  double seconds = 0;  // of the movie: twice those of the source in slow motion. 0: unknown
 };
 
 // The plan for a row whose movie is to be written to `movie`; `prefProres` is the four characters

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 
+#include "analysis/soundChoice.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "core/exportCommands.h"
@@ -42,6 +43,10 @@ double stretchOf(const JobPlan& plan) {
   const bool isSlow = plan.needsSlowing || contains(filters, "setpts=2.0*PTS") ||
                       std::find(command.begin(), command.end(), "--slow") != command.end();
   return isSlow ? 2 : 1;
+}
+
+double soundStretchOf(const JobPlan& plan) {
+  return plan.slowsSound ? 2 : 1;
 }
 
 // Pictures a second of the movie; 0: not known before.
@@ -113,10 +118,10 @@ std::optional<ExpectedMovie> expectedByAnalysis(const JobPlan& plan) {
   expected.seconds = stretch * (*duration - analysisSlack);
   expected.mostSeconds = stretch * (*duration + analysisSlack);
   expected.pictures = leastPictures(expected.seconds, rateOf(plan));
-  if (plan.row.source.sound.id) {
-    expected.soundSeconds = std::max(0.01, *duration - soundSlack);
-    expected.mostSoundSeconds = *duration + beginOf(plan) + soundSlack;
-  }
+  const double longer = soundStretchOf(plan);
+  expected.sounds.assign(usedSounds(plan.row.source).size(),
+                         {std::max(0.01, longer * (*duration - soundSlack)),
+                          longer * (*duration + beginOf(plan) + soundSlack)});
   return expected;
 }
 
@@ -137,15 +142,17 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
     else
       expected.pictures = pictures->packets - pictures->leading;
   }
-  if (const auto& sound = measure.sound; sound && sound->packets > 0 && plan.row.source.sound.id) {
-    const auto packets = static_cast<double>(sound->packets);
+  if (usedSounds(plan.row.source).empty())
+    return expected;
+  for (const MeasuredStream& sound : measure.sounds) {
+    const auto packets = static_cast<double>(sound.packets);
     // An export leaves out sound from before the first picture.
     const double start =
-        std::max({sound->first, measure.pictures ? measure.pictures->first : 0, beginOf(plan)});
-    const double span = std::max(0.0, sound->end - start);
-    const double missing =
-        static_cast<double>(damagedSound) * (sound->end - sound->first) / packets;
-    expected.soundSeconds = std::max(0.0, span - missing - soundSlack);
+        std::max({sound.first, measure.pictures ? measure.pictures->first : 0, beginOf(plan)});
+    const double span = std::max(0.0, sound.end - start);
+    const double missing = static_cast<double>(damagedSound) * (sound.end - sound.first) / packets;
+    expected.sounds.push_back(
+        {std::max(0.0, soundStretchOf(plan) * (span - missing - soundSlack))});
   }
   return expected;
 }
@@ -182,9 +189,11 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
   const bool tells =
       std::find(telling.begin(), telling.end(), firstContainer(source)) != telling.end();
   if (!tells || !source.seconds || !measure.pictures || !source.subtitles.empty() ||
-      !source.otherPictures.empty() || !source.otherSounds.empty())
+      !source.otherPictures.empty() || !unusedSounds(source).empty())
     return 0;
-  const double end = std::max(measure.pictures->end, measure.sound ? measure.sound->end : 0);
+  double end = measure.pictures->end;
+  for (const MeasuredStream& sound : measure.sounds)
+    end = std::max(end, sound.end);
   const double missing = *source.seconds - end;
   constexpr double slack = 0.3;  // seconds; sound and pictures need not end together
   if (missing < slack)
@@ -221,9 +230,10 @@ Arguments measuringCommandOf(const JobPlan& plan) {
   const Arguments options = inputOptions(plan.row.source);
   same.insert(same.end(), options.begin(), options.end());
   same.insert(same.end(), {"-fflags", "+genpts", "-i", plan.row.path()});
-  for (const char* option : {"--pictures", "--sound"})
-    if (const auto stream = valueOf(command, option); stream && leadingInteger(*stream) >= 0)
-      same.insert(same.end(), {"-map", "0:" + *stream});
+  for (std::size_t place = 1; place < command.size(); ++place)
+    if ((command[place - 1] == "--pictures" || command[place - 1] == "--sound") &&
+        leadingInteger(command[place]) >= 0)
+      same.insert(same.end(), {"-map", "0:" + command[place]});
   same.emplace_back("output");
   return measuringCommand(same);
 }

@@ -24,6 +24,16 @@ bool choose(BatchTable& table, int row, const Choice& choice) {
   return isValid;
 }
 
+bool chooseSource(BatchTable& table, int row, const Source& source) {
+  if (!isRowEditable(table, row))
+    return false;
+  const bool isOther = source != table.source(row);
+  table.set(row, &Row::source, source);
+  if (table.isFinished(row) && isOther)
+    table.mark(row, RowMark::waiting);
+  return true;
+}
+
 }  // namespace
 
 bool isRowEditable(const BatchTable& table, int row) {
@@ -54,6 +64,22 @@ bool chooseSize(BatchTable& table, int row, int size) {
   Choice choice = table.row(row).choice;
   choice.sizeOut = size;
   return choose(table, row, choice);
+}
+
+bool chooseSounds(BatchTable& table, int row, const std::string& choice) {
+  if (!table.has(row))
+    return false;
+  Source source = table.source(row);
+  source.soundChoice = choice;
+  return chooseSource(table, row, source);
+}
+
+bool chooseSlowSound(BatchTable& table, int row, SlowSound choice) {
+  if (!table.has(row))
+    return false;
+  Source source = table.source(row);
+  source.slowSound = choice;
+  return chooseSource(table, row, source);
 }
 
 void removeRows(BatchTable& table, std::vector<int> rows) {

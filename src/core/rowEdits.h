@@ -14,6 +14,11 @@ bool chooseTarget(BatchTable& table, int row, int target);
 bool chooseSpeed(BatchTable& table, int row, int speed);
 bool chooseSize(BatchTable& table, int row, int size);
 
+// Which sounds the row's movie has (soundChoice.h), and what is heard in slow motion. False when
+// the row may not be changed.
+bool chooseSounds(BatchTable& table, int row, const std::string& choice);
+bool chooseSlowSound(BatchTable& table, int row, SlowSound choice);
+
 // Removes these rows; the one in progress stays, and the user is told so.
 void removeRows(BatchTable& table, std::vector<int> rows);
 

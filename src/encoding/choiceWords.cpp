@@ -1,5 +1,7 @@
 #include "encoding/choiceWords.h"
 
+#include "analysis/soundChoice.h"
+#include "classShared/TextAdditions.h"
 #include "encoding/applications.h"
 #include "encoding/sizes.h"
 #include "encoding/targets.h"
@@ -8,6 +10,8 @@
 namespace tessarin {
 
 namespace {
+
+constexpr const char* allSounds = "all";
 
 // The words of a table's rows, each for its row's number.
 template <class Kind, class Table>
@@ -59,6 +63,27 @@ const std::map<std::string, int>& sizeWords() {
     return made;
   }();
   return words;
+}
+
+const std::map<std::string, SlowSound>& slowSoundChoices() {
+  static const auto words = [] {
+    std::map<std::string, SlowSound> made;
+    for (const std::string_view word : slowSoundWords)
+      made.emplace(word, *slowSoundOfWord(word));
+    return made;
+  }();
+  return words;
+}
+
+std::string wordOfSounds(const std::string& choice) {
+  return choice.empty() ? allSounds : choice;
+}
+
+std::optional<std::string> soundsOfWord(const std::string& word) {
+  if (lowerCase(word) == allSounds)
+    return std::string();
+  const std::string choice = lowerCase(word);
+  return isSoundChoice(choice) ? std::optional(choice) : std::nullopt;
 }
 
 std::string targetWord(Target target) {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
+#include "analysis/Source.h"
 #include "encoding/BatchEntry.h"
 
 namespace tessarin {
@@ -14,6 +16,12 @@ const std::map<std::string, int>& applicationWords();      // segments of the se
 const std::map<std::string, std::string>& flavourWords();  // codes of ProRes flavours
 // Rows of presetSizesList: "auto", "same", and each size at each of its rates, of PAL and NTSC.
 const std::map<std::string, int>& sizeWords();
+
+const std::map<std::string, SlowSound>& slowSoundChoices();
+
+// "all", "first" or "1,3" for a choice of sounds, and the other way; nothing for other words.
+std::string wordOfSounds(const std::string& choice);
+std::optional<std::string> soundsOfWord(const std::string& word);
 
 // "prores"; of a target that is none, the last.
 std::string targetWord(Target target);

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 
+#include "analysis/soundChoice.h"
 #include "analysis/sourceRecord.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
+#include "ffmpeg/languages.h"
 #include "ffmpeg/proresCommand.h"
 #include "ffmpeg/proresEncoder.h"
 #include "ffmpeg/proresFlavours.h"
@@ -26,9 +28,10 @@ void append(Arguments& arguments, const Arguments& more) {
 
 void appendInput(Arguments& arguments, const Source& source) {
   // Before "-i" the codec is a decoder: for sound that ffmpeg would take for something else.
-  const Source::Sound& sound = source.sound;
-  if (sound.id && sound.isMisread && !sound.codec.empty())
-    append(arguments, {"-c:a", sound.codec});
+  for (const Source::Sound& sound : usedSounds(source))
+    if (sound.isMisread && !sound.codec.empty())
+      append(arguments,
+             {source.otherSounds.empty() ? "-c:a" : fmt::format("-c:{}", *sound.id), sound.codec});
   append(arguments, inputOptions(source));
   append(arguments, {"-fflags", "+genpts", "-i", source.path});
   append(arguments, mapOfStreams(source));
@@ -116,14 +119,21 @@ void appendFilters(Arguments& arguments, const Treatment& plan, const std::strin
 
 void appendAudio(Arguments& arguments, const Source& source) {
   constexpr std::int64_t stereo = 2;
-  if (!source.sound.id)
-    return;
-  std::int64_t channels = stereo;
-  if (source.keepsSurround.value_or(false) && source.sound.channels.value_or(0) > stereo) {
-    channels = *source.sound.channels;
-    logFormat("aChannels           : {}", channels);
+  std::vector<std::int64_t> channels;
+  for (const Source::Sound& sound : usedSounds(source)) {
+    channels.push_back(channelsInMovie(source, sound));
+    if (channels.back() > stereo)
+      logFormat("aChannels           : {}", channels.back());
   }
-  append(arguments, {"-async", "3000", "-c:a", "pcm_s16le", "-ac", fmt::format("{}", channels)});
+  if (channels.empty())
+    return;
+  append(arguments, {"-async", "3000", "-c:a", "pcm_s16le"});
+  const bool areSame = std::all_of(channels.begin(), channels.end(),
+                                   [&](std::int64_t each) { return each == channels.front(); });
+  if (areSame)
+    append(arguments, {"-ac", fmt::format("{}", channels.front())});
+  for (std::size_t track = 0; !areSame && track < channels.size(); ++track)
+    append(arguments, {fmt::format("-ac:a:{}", track), fmt::format("{}", channels[track])});
 }
 
 void appendOutput(Arguments& arguments, const std::string& destination) {
@@ -208,6 +218,30 @@ void nameColours(const Source& source, EncodingCommand& command) {
   const Arguments options = colourOptions(colours);
   const auto subtitles = std::find(arguments.begin(), arguments.end(), "-sn");
   arguments.insert(subtitles, options.begin(), options.end());
+}
+
+// Sees to it that all sounds of the movie are heard, and are called what they are in the source:
+// ffmpeg would enable the first alone, takes titles over into no movie, and languages only by the
+// codes that QuickTime once had numbers for.
+void nameSounds(const Source& source, EncodingCommand& command) {
+  const std::vector<Source::Sound> sounds = usedSounds(source);
+  Arguments options;
+  if (sounds.size() > 1)
+    append(options, {"-disposition:a", "default"});
+  for (std::size_t track = 0; track < sounds.size(); ++track) {
+    const Source::Sound& sound = sounds[track];
+    const auto say = [&](const char* name, const std::string& value) {
+      append(options, {fmt::format("-metadata:s:a:{}", track), fmt::format("{}={}", name, value)});
+    };
+    if (const std::string_view code = languageInCopies(sound.language); code != sound.language)
+      say("language", std::string(code));
+    // ffmpeg writes its length in a byte, and does not look whether it fits.
+    constexpr std::size_t longestTitle = 200;
+    if (!sound.title.empty() && sound.title.size() <= longestTitle)
+      say("handler_name", sound.title);
+  }
+  const auto subtitles = std::find(command.arguments.begin(), command.arguments.end(), "-sn");
+  command.arguments.insert(subtitles, options.begin(), options.end());
 }
 
 // Sees to it that the movie begins with its first picture, and the sound with what is heard then:
@@ -300,6 +334,7 @@ std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& d
   addFilter(command->arguments, timeBound(row.source.seconds), FilterPlace::first);
   correctFields(row.source, *command);
   nameColours(row.source, *command);
+  nameSounds(row.source, *command);
   beginWithFirstPicture(row.source, *command);
   correctEncoder(row, *command);
   bringToProres(*command);

@@ -12,7 +12,7 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::size_t mostStreams = 16;
+constexpr std::size_t mostStreams = 64;
 
 // "#tb 0: 1/90000" gives 0 and "1/90000".
 struct Fact {
@@ -163,9 +163,10 @@ SourceMeasure PacketMeter::result() const {
   SourceMeasure measure;
   measure.bytes = bytes_;
   for (const auto& [number, stream] : streams_) {
-    auto& place = stream.isSound ? measure.sound : measure.pictures;
-    if (!place)
-      place = stream.measured;
+    if (!stream.isSound && !measure.pictures)
+      measure.pictures = stream.measured;
+    if (stream.isSound && stream.measured)
+      measure.sounds.push_back(*stream.measured);
   }
   return measure;
 }

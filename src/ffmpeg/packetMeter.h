@@ -33,8 +33,8 @@ struct MeasuredStream {
 
 struct SourceMeasure {
   std::optional<MeasuredStream> pictures;
-  std::optional<MeasuredStream> sound;
-  std::uint64_t bytes = 0;  // of all packets
+  std::vector<MeasuredStream> sounds;  // in order, those with packets
+  std::uint64_t bytes = 0;             // of all packets
 };
 
 // The command that lists the packets of what `conversion` (a program, arguments with one "-i" and

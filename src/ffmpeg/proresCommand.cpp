@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <string_view>
 
 #include "ffmpeg/ffmpegCommandLine.h"
@@ -42,9 +43,15 @@ std::string valueOf(const FfmpegOptionGroup& group, Names names) {
   return option != nullptr ? option->value.value_or("") : "";
 }
 
+// What is said of one track of the movie's sound, "ac:a:1", or of all of them.
+bool isOfSounds(const FfmpegOption& option) {
+  return option.name == "disposition:a" || option.name.starts_with("metadata:s:a:") ||
+         option.name.starts_with("ac:a:");
+}
+
 bool isKnown(const FfmpegOption& option) {
-  return isIn(forBoth, option) || isIn(forPictures, option) || isIn(forSound, option) ||
-         isIn(forTheMovie, option) || isIn(forTheRun, option);
+  return isOfSounds(option) || isIn(forBoth, option) || isIn(forPictures, option) ||
+         isIn(forSound, option) || isIn(forTheMovie, option) || isIn(forTheRun, option);
 }
 
 std::string chained(const std::string& first, const std::string& second) {
@@ -121,6 +128,44 @@ FfmpegOptionGroup sameStreams(const FfmpegOptionGroup& given) {
   return group;
 }
 
+std::size_t mapCount(const FfmpegOptionGroup& given) {
+  return static_cast<std::size_t>(
+      std::count_if(given.options.begin(), given.options.end(),
+                    [](const FfmpegOption& option) { return option.name == "map"; }));
+}
+
+// Of more than two maps the first is that of the pictures.
+std::size_t soundCount(const FfmpegOptionGroup& given) {
+  return std::max<std::size_t>(mapCount(given), 2) - 1;
+}
+
+// One track of the sound as WAVE.
+FfmpegOptionGroup soundOutput(const FfmpegOptionGroup& given, std::size_t track) {
+  FfmpegOptionGroup sound = outputWith(given, forBoth, forSound);
+  if (mapCount(given) > 2)
+    std::erase_if(sound.options,
+                  [place = std::size_t{0}, track](const FfmpegOption& option) mutable {
+                    return option.name == "map" && place++ != track + 1;
+                  });
+  if (const FfmpegOption* channels = given.last({"ac:a:" + std::to_string(track)}))
+    sound.options.push_back({"ac", channels->value});
+  sound.options.push_back({"af", chained(valueOf(given, {"af", "filter:a"}), movieSoundFilter)});
+  sound.options.push_back({"vn", std::nullopt});
+  sound.options.push_back({"f", "wav"});
+  return sound;
+}
+
+// "0:2" is stream 2 of the input.
+std::optional<int> streamOf(const FfmpegOptionGroup& sound) {
+  const std::string map = valueOf(sound, {"map"});
+  int number = 0;
+  const auto [end, error] = std::from_chars(map.data() + std::min<std::size_t>(map.size(), 2),
+                                            map.data() + map.size(), number);
+  const bool isNumber =
+      map.starts_with("0:") && error == std::errc() && end == map.data() + map.size();
+  return isNumber ? std::optional(number) : std::nullopt;
+}
+
 std::vector<std::string> argumentsOf(std::vector<FfmpegOptionGroup> groups,
                                      FfmpegOptionGroup output, FfmpegOptionGroup same) {
   groups.pop_back();
@@ -189,12 +234,12 @@ std::optional<ProresCommand> proresCommand(const std::vector<std::string>& argum
   if (given.last({"c:a", "codec:a", "acodec"}) == nullptr || given.last({"an"}) != nullptr)
     return command;
 
-  FfmpegOptionGroup sound = outputWith(given, forBoth, forSound);
-  sound.options.push_back({"af", chained(valueOf(given, {"af", "filter:a"}), movieSoundFilter)});
-  sound.options.push_back({"vn", std::nullopt});
-  sound.options.push_back({"f", "wav"});
   makeQuiet(groups);
-  command.sound = argumentsOf(groups, std::move(sound), sameStreams(given));
+  for (std::size_t track = 0; track < soundCount(given); ++track) {
+    FfmpegOptionGroup sound = soundOutput(given, track);
+    const auto stream = streamOf(sound);
+    command.sounds.push_back({argumentsOf(groups, std::move(sound), sameStreams(given)), stream});
+  }
   return command;
 }
 

@@ -127,6 +127,25 @@ std::string timeCodeOf(std::string_view report) {
   return {};
 }
 
+std::string textBelow(ReportLines lines, std::string_view name) {
+  const auto heading = lines.next();
+  const std::size_t depth = heading ? indentation(*heading) : 0;
+  if (!heading || heading->substr(depth) != "Metadata:")
+    return {};
+  while (const auto line = lines.next()) {
+    const std::size_t start = indentation(*line);
+    const std::size_t divider = line->find(": ");
+    if (start <= depth || start == line->size())
+      break;
+    if (divider == std::string_view::npos || divider < start)
+      continue;
+    const std::string_view found = line->substr(start, divider - start);
+    if (found.substr(0, found.find_last_not_of(' ') + 1) == name)
+      return std::string(line->substr(divider + 2));
+  }
+  return {};
+}
+
 bool describesInput(std::string_view report) {
   return report.starts_with("Input #0, ") ||
          findOpening(report, "Input #0, ", 0) != std::string_view::npos;

@@ -70,6 +70,10 @@ class DescriptionLines {
   std::optional<std::size_t> texts_;  // the depth of the "Metadata:" whose lines are passed over
 };
 
+// The source's text of this name below the line of a stream, of which `lines` are behind(); "" when
+// there is none.
+std::string textBelow(ReportLines lines, std::string_view name);
+
 // What ffmpeg itself says in a report of any log level, for whoever looks for complaints in it.
 // Left out is what the source or its name put there: everything that describes streams (titles,
 // comments, languages, names of attachments and programmes), texts inside of the coded pictures,

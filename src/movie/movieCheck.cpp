@@ -20,15 +20,19 @@ MovieVerdict judgeMovie(const MovieIndex& movie, const ExpectedMovie& expected) 
   if (pictures->shown < expected.pictures)
     return {Fault::tooFewPictures, static_cast<double>(pictures->shown),
             static_cast<double>(expected.pictures)};
-  if (expected.soundSeconds <= 0)
-    return {};
-  const MovieTrack* sound = movie.sound();
-  if (sound == nullptr || sound->samples == 0)
-    return {Fault::noSound};
-  if (sound->seconds < expected.soundSeconds)
-    return {Fault::soundTooShort, sound->seconds, expected.soundSeconds};
-  if (sound->seconds > expected.mostSoundSeconds)
-    return {Fault::soundTooLong, sound->seconds, expected.mostSoundSeconds};
+  const std::vector<const MovieTrack*> sounds = movie.sounds();
+  for (std::size_t place = 0; place < expected.sounds.size(); ++place) {
+    const auto& [least, most] = expected.sounds[place];
+    if (place >= sounds.size() && least > 0)
+      return {Fault::noSound};
+    if (place >= sounds.size())
+      break;
+    const double seconds = sounds[place]->seconds;
+    if (seconds < least)
+      return {Fault::soundTooShort, seconds, least};
+    if (seconds > most)
+      return {Fault::soundTooLong, seconds, most};
+  }
   return {};
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 #include "movie/movieIndex.h"
 
@@ -13,8 +14,11 @@ struct ExpectedMovie {
   double seconds = 0;  // of its pictures
   double mostSeconds = std::numeric_limits<double>::infinity();
   std::uint64_t pictures = 0;  // that are shown
-  double soundSeconds = 0;     // 0: it needs no sound
-  double mostSoundSeconds = std::numeric_limits<double>::infinity();
+  struct Sound {
+    double seconds = 0;
+    double mostSeconds = std::numeric_limits<double>::infinity();
+  };
+  std::vector<Sound> sounds;  // in order
 };
 
 struct MovieVerdict {

@@ -402,8 +402,12 @@ const MovieTrack* MovieIndex::pictures() const {
   return largest(tracks, MovieTrack::Kind::pictures);
 }
 
-const MovieTrack* MovieIndex::sound() const {
-  return largest(tracks, MovieTrack::Kind::sound);
+std::vector<const MovieTrack*> MovieIndex::sounds() const {
+  std::vector<const MovieTrack*> sounds;
+  for (const MovieTrack& track : tracks)
+    if (track.kind == MovieTrack::Kind::sound && track.samples > 0)
+      sounds.push_back(&track);
+  return sounds;
 }
 
 Outcome<MovieIndex> readMovieIndex(int descriptor) {

@@ -33,8 +33,8 @@ struct MovieIndex {
   // The pictures of the movie: the track that has most of them, for covers are tracks, too. Null
   // without any.
   const MovieTrack* pictures() const;
-  // The sound that has most samples, and null without any.
-  const MovieTrack* sound() const;
+  // The sounds that have samples, in order.
+  std::vector<const MovieTrack*> sounds() const;
 };
 
 // Reads the index and follows its tables to the end, without the samples themselves. Nothing in the

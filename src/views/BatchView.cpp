@@ -8,11 +8,15 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScrollBar>
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <numeric>
 #include <utility>
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
+#include "core/clipWords.h"
 #include "core/rowEdits.h"
 #include "views/LogWindow.h"
 #include "views/localize.h"
@@ -458,10 +462,63 @@ void BatchView::addReveals(QMenu* menu) {
   menu->addSeparator();
 }
 
+void BatchView::changeSound(const std::function<void(int row)>& change) {
+  std::vector<int> rows = selectedRows();
+  const int row = currentIndex().row();
+  if (std::find(rows.begin(), rows.end(), row) == rows.end())
+    rows = {row};
+  for (const int each : rows)
+    if (isRowEditable(app_.table(), each))
+      change(each);
+}
+
+// Which sounds of the row with the focus its movie gets. A track that is taken away or added goes
+// by the numbers that the details show.
+void BatchView::addSoundChoices(QMenu* menu) {
+  const int row = currentIndex().row();
+  QMenu* sounds = menu->addMenu(QStringLiteral("@@rowSound"));
+  sounds->setEnabled(isRowEditable(app_.table(), row) && app_.table().source(row).sound.id);
+  if (!sounds->isEnabled())
+    return;
+  const Source& source = app_.table().source(row);
+  const auto add = [sounds](const QString& title, bool isChosen, auto act) {
+    QAction* action = sounds->addAction(title);
+    action->setCheckable(true);
+    action->setChecked(isChosen);
+    connect(action, &QAction::triggered, sounds, act);
+  };
+  const auto chooser = [this](const std::string& choice) {
+    return [this, choice] {
+      changeSound([&](int each) { chooseSounds(app_.table(), each, choice); });
+    };
+  };
+  add(QStringLiteral("@@soundAll"), source.soundChoice.empty(), chooser(""));
+  add(QStringLiteral("@@soundFirst"), source.soundChoice == firstSoundAlone,
+      chooser(std::string(firstSoundAlone)));
+  const std::vector<std::string> titles = soundsInWords(source);
+  for (std::size_t place = 0; titles.size() > 1 && place < titles.size(); ++place) {
+    const auto toggle = [this, place](int each) {
+      const Source& changed = app_.table().source(each);
+      if (place < soundsInWords(changed).size())
+        chooseSounds(app_.table(), each, choiceWithToggled(changed, place));
+    };
+    add(qtText(titles[place]), isSoundUsed(source, place), [this, toggle] { changeSound(toggle); });
+  }
+  sounds->addSeparator();
+  constexpr std::array slow = {"@@slowSoundKeep", "@@slowSoundSilent", "@@slowSoundSlowed"};
+  for (std::size_t word = 0; word < slow.size(); ++word) {
+    const auto choice = static_cast<SlowSound>(word);
+    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, choice] {
+      changeSound([&](int each) { chooseSlowSound(app_.table(), each, choice); });
+    });
+  }
+}
+
 void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   auto* menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
   addReveals(menu);
+  addSoundChoices(menu);
   menu->addAction(QStringLiteral("@@startSelected"), this, [this] { convertSelected(); })
       ->setEnabled(selectionModel()->hasSelection() && app_.interface.batchGoBt.isEnabled());
   menu->addSeparator();

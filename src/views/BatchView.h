@@ -71,6 +71,9 @@ class BatchView final : public QTableView {
   void paintDropLine();
   void play(int row);
   void addReveals(QMenu* menu);
+  void addSoundChoices(QMenu* menu);
+  // Changes the row with the focus, or all selected ones when it is one of them.
+  void changeSound(const std::function<void(int row)>& change);
 
   appDelegate& app_;
   const WindowActions& actions_;

@@ -62,7 +62,7 @@ TEST_F(Examination, ReadsFurtherWhereTheSoundIsNotKnownAndKeepsWhatHelped) {
   EXPECT_TRUE(source.remarks.empty());
   EXPECT_THAT(inputOptions(source),
               ElementsAre("-probesize", "50000000", "-analyzeduration", "60000000"));
-  EXPECT_THAT(mapOfStreams(source), ElementsAre("-map", "0:1", "-map", "0:0"));
+  EXPECT_THAT(mapOfStreams(source), ElementsAre("-map", "0:1", "-map", "0:0", "-map", "0:2"));
 }
 
 TEST_F(Examination, TakesTheNextSoundWhereTheFirstStaysUnknown) {

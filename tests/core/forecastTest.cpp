@@ -111,10 +111,14 @@ TEST_F(Forecasts, TellWhatIsLeftOut) {
   row.source.otherPictures = more.otherPictures;
   row.source.otherSounds = more.otherSounds;
   row.source.subtitles = more.subtitles;
+  EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "channels", "subtitles"));
+  row.source.soundChoice = "first";
   EXPECT_THAT(kindsLeftOut(row), ElementsAre("video", "sound", "channels", "subtitles"));
   EXPECT_THAT(notesOf(*forecastOf(row, "apcn")),
               ElementsAre("left out: video stream 4 (mjpeg); sound stream 2 (ac3, fra); sound "
                           "channels (6 are mixed into 2); subtitle stream 3 (hdmv_pgs_subtitle)"));
+  row.source.soundChoice = "3";
+  EXPECT_EQ(forecastOf(row, "apcn"), std::nullopt) << "there are two";
   row.source = rowOf(1920, 1080, 25, true, outProres, 10).source;
   row.source.sound.id = 1;
   row.source.pictures.begin = 1.54;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "analysis/soundChoice.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/outputPreset.h"
@@ -157,6 +158,43 @@ TEST_F(CommandBuilderTest, MixesSurroundDownUnlessItIsWanted) {
   EXPECT_EQ(channels(1, 6), "6");
   EXPECT_EQ(channels(1, 3), "3");
   EXPECT_EQ(channels(1, 1), "2");
+}
+
+TEST_F(CommandBuilderTest, TakesTheSoundsThatAreChosen) {
+  Row row = rowOf("TFF", 50, 12);
+  Source& source = row.source;
+  source.isMapped = true;
+  source.pictures.id = 0;
+  source.sound = {};
+  source.sound.id = 1;
+  source.sound.channels = 1;
+  source.otherSounds = {source.sound, source.sound};
+  source.otherSounds[0].id = 2;
+  source.otherSounds[0].channels = 6;
+  source.otherSounds[1].id = 4;
+  source.otherSounds[1].language = "deu";
+  const auto asked = [&row](const std::string& choice) {
+    row.source.soundChoice = choice;
+    std::string words;
+    const Arguments arguments = movieCommand(row, "out.mov", "apcn")->arguments;
+    for (std::size_t at = 1; at < arguments.size(); ++at)
+      for (const char* option : {"-map", "-ac", "-metadata", "-disposition"})
+        if (startsWith(arguments[at - 1], option))
+          words += arguments[at - 1] + " " + arguments[at] + " ";
+    return words;
+  };
+  EXPECT_EQ(asked(""),
+            "-map 0:0 -map 0:1 -map 0:2 -map 0:4 -ac:a:0 1 -ac:a:1 2 -ac:a:2 1 "
+            "-disposition:a default -metadata:s:a:2 language=ger ");
+  EXPECT_EQ(asked("first"), "-map 0:0 -map 0:1 -ac 1 ");
+  EXPECT_EQ(asked("3,1"),
+            "-map 0:0 -map 0:1 -map 0:4 -ac 1 -disposition:a default "
+            "-metadata:s:a:1 language=ger ")
+      << "in the source's order";
+  for (const char* wrong : {"0", "1,", ",2", "1-2", "all", "1 2"})
+    EXPECT_FALSE(isSoundChoice(wrong)) << wrong;
+  row.source.soundChoice = "2,4";
+  EXPECT_EQ(missingSound(row.source), 4);
 }
 
 TEST_F(CommandBuilderTest, NamesTheDecoderOfMisreadSoundAndLeavesMuteSourcesMute) {

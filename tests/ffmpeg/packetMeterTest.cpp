@@ -29,10 +29,10 @@ TEST(PacketMeter, MeasuresPicturesAndSoundOfAList) {
   EXPECT_EQ(measure.pictures->leading, 2u);
   EXPECT_DOUBLE_EQ(measure.pictures->first, 0.12);
   EXPECT_DOUBLE_EQ(measure.pictures->end, 0.2);
-  ASSERT_TRUE(measure.sound);
-  EXPECT_EQ(measure.sound->packets, 2u);
-  EXPECT_DOUBLE_EQ(measure.sound->first, 0.01);
-  EXPECT_DOUBLE_EQ(measure.sound->end, 0.074);
+  ASSERT_EQ(measure.sounds.size(), 1u);
+  EXPECT_EQ(measure.sounds[0].packets, 2u);
+  EXPECT_DOUBLE_EQ(measure.sounds[0].first, 0.01);
+  EXPECT_DOUBLE_EQ(measure.sounds[0].end, 0.074);
   EXPECT_EQ(measure.bytes, 14183u + 3000 + 2000 + 1000 + 2 * 384);
 }
 
@@ -48,11 +48,11 @@ TEST(PacketMeter, CountsWhatJumpsOfTheClockAndChangesOfTheRateSpoil) {
         "1, 3, 3, 1, 5120, 0x1", "1, 4, 4, 1, 5120, 0x1"})
     meter.addLine(line);
   const SourceMeasure measure = meter.result();
-  ASSERT_TRUE(measure.pictures && measure.sound);
+  ASSERT_TRUE(measure.pictures && !measure.sounds.empty());
   EXPECT_EQ(measure.pictures->displaced, 2u);
   EXPECT_EQ(measure.pictures->otherRate, 0u);
-  EXPECT_EQ(measure.sound->displaced, 0u);
-  EXPECT_EQ(measure.sound->otherRate, 3u);
+  EXPECT_EQ(measure.sounds[0].displaced, 0u);
+  EXPECT_EQ(measure.sounds[0].otherRate, 3u);
 }
 
 TEST(PacketMeter, CountsHoles) {

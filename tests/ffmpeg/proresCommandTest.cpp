@@ -41,8 +41,8 @@ TEST(ProresCommand, TakesPicturesAndSoundApart) {
                 "setfield=bff,setparams=x=1,scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|"
                 "yuv422p10" +
                 end + same);
-  ASSERT_TRUE(command->sound);
-  EXPECT_EQ(joined(*command->sound),
+  ASSERT_EQ(command->sounds.size(), 1U);
+  EXPECT_EQ(joined(command->sounds[0].arguments),
             "-loglevel warning " + input +
                 "-threads auto -async 3000 -c:a pcm_s16le -ac 2 -ss 0.5 -sn -dn -af " +
                 std::string(movieSoundFilter) + " -vn -f wav pipe:1 " + same);
@@ -76,7 +76,7 @@ TEST(ProresCommand, LeavesAllElseToFfmpeg) {
   const std::string ordinary = bare + "-vf " + proresFilters("", false) + " ";
   EXPECT_TRUE(proresCommand(wordsOf(ordinary + "b.mov")));
   EXPECT_FALSE(proresCommand(wordsOf(ordinary + "-n b.MOV"))->replace);
-  EXPECT_FALSE(proresCommand(wordsOf(ordinary + "b.mov"))->sound);
+  EXPECT_TRUE(proresCommand(wordsOf(ordinary + "b.mov"))->sounds.empty());
   for (const char* end : {"b.mkv", "-f matroska b.mov", "-c:v copy b.mov", "-c:a aac b.mov",
                           "-field_order bt b.mov", "-top 1 b.mov", "-profile 5 b.mov",
                           "-q:v 5 b.mov", "-metadata title=x b.mov", "-pix_fmt yuv444p b.mov",

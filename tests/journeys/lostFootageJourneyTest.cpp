@@ -171,9 +171,9 @@ TEST_F(LostFootageJourney, RecordingsBehindEachOtherFollowWithoutAPause) {
       EXPECT_EQ(result.status, 0) << result.out << result.err;
       ASSERT_EQ(movies().size(), 2u) << result.err;
       const auto made = readMovieIndex(movie(movies().front()));
-      ASSERT_TRUE(made && made->pictures() && made->sound());
+      ASSERT_TRUE(made && made->pictures() && !made->sounds().empty());
       EXPECT_EQ(made->pictures()->shown, 200u);
-      EXPECT_NEAR(made->sound()->seconds, 2 + std::stod(sound), 0.04);
+      EXPECT_NEAR(made->sounds().at(0)->seconds, 2 + std::stod(sound), 0.04);
     }
   }
 }
@@ -210,9 +210,9 @@ TEST_F(LostFootageJourney, RecordingsOfOtherKindsAreJoinedOrTold) {
     EXPECT_THAT(result.out, HasSubstr(told));
     ASSERT_EQ(movies().size(), 2u) << result.err;
     const auto index = readMovieIndex(movie(movies().front()));
-    ASSERT_TRUE(index && index->pictures() && index->sound()) << result.err;
+    ASSERT_TRUE(index && index->pictures() && !index->sounds().empty()) << result.err;
     EXPECT_EQ(index->pictures()->shown, pictures);
-    EXPECT_NEAR(index->sound()->seconds, sound, 0.06);
+    EXPECT_NEAR(index->sounds().at(0)->seconds, sound, 0.06);
   }
 }
 

@@ -91,7 +91,7 @@ TEST_F(FactsOfMovies, AreFoundByOthersWhereverTheIndexStands) {
       const auto index = readMovieIndex(path);
       ASSERT_TRUE(index) << index.reason();
       EXPECT_TRUE(index->isWhole);
-      EXPECT_EQ(index->pictures()->missing + index->sound()->missing, 0u);
+      EXPECT_EQ(index->pictures()->missing + index->sounds().front()->missing, 0u);
       EXPECT_EQ(index->tracks.size(), 3u) << "the time code has a track, and only one";
     }
     EXPECT_EQ(probed(path, samples), pictures);

@@ -68,9 +68,9 @@ TEST_F(MovieIndexTest, CountsWhatFfmpegHasWritten) {
     EXPECT_EQ(index->pictures()->shown, 25u);
     EXPECT_EQ(index->pictures()->missing, 0u);
     EXPECT_NEAR(index->pictures()->seconds, 1, 1e-6);
-    ASSERT_NE(index->sound(), nullptr);
-    EXPECT_EQ(index->sound()->samples, 48000u) << "moments";
-    EXPECT_NEAR(index->sound()->seconds, 1, 1e-6);
+    ASSERT_EQ(index->sounds().size(), 1u);
+    EXPECT_EQ(index->sounds().at(0)->samples, 48000u) << "moments";
+    EXPECT_NEAR(index->sounds().at(0)->seconds, 1, 1e-6);
   }
   EXPECT_TRUE(
       readMovieIndex(movie("x.mp4", "-c:a aac -movflags frag_keyframe+empty_moov"))->isFragmented);
@@ -109,7 +109,7 @@ TEST_F(MovieIndexTest, TellsWhatAShortFileLacks) {
   EXPECT_FALSE(half->isWhole);
   EXPECT_GT(half->pictures()->missing, 5u);
   EXPECT_LT(half->pictures()->missing, 20u);
-  EXPECT_GT(half->sound()->missing, 0u);
+  EXPECT_GT(half->sounds().at(0)->missing, 0u);
   // Within the index nothing can be told any more.
   std::filesystem::resize_file(path, data / 2);
   EXPECT_FALSE(readMovieIndex(path));

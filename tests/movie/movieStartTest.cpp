@@ -53,8 +53,8 @@ class MovieStart : public testing::Test {
     EXPECT_EQ(index->pictures()->shown, 25u);
     EXPECT_EQ(index->pictures()->missing, 0u);
     EXPECT_NEAR(index->pictures()->start, pictures, 0.001);
-    EXPECT_NEAR(index->sound()->start, sound, 0.001);
-    EXPECT_EQ(index->sound()->missing, 0u);
+    EXPECT_NEAR(index->sounds().at(0)->start, sound, 0.001);
+    EXPECT_EQ(index->sounds().at(0)->missing, 0u);
   }
 
   test::ScopedTemporaryFolder folder_;

@@ -68,7 +68,7 @@ TEST(SourceFacts, ComeFromFfmpegsReport) {
   // Up to 4.4 the lines of streams begin with four blanks.
   for (const std::string& each : {report, replaceAll(report, "  Stream", "    Stream")}) {
     const SourceFacts facts = sourceFacts(picture, each);
-    EXPECT_EQ(facts.soundTracks, 2);
+    EXPECT_EQ(facts.sounds.size(), 2U);
     EXPECT_EQ(facts.duration, 62.5);
     EXPECT_EQ(facts.colours, (PictureColours{"bt470bg", "bt709", "smpte170m"}));
     EXPECT_EQ(facts.firstPicture, (Fraction{-7200, 90000}));

@@ -1,6 +1,7 @@
 // One sound track of a movie that is made.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,6 +24,10 @@ class SoundFeed {
 
   // Adds the track to the movie; a source without a single sample has none.
   Outcome<bool> open(quicktime::MovieWriter& movie);
+  // Its index in the movie; nothing before open(), and of a source without sound.
+  std::optional<std::size_t> track() const {
+    return format_ ? std::optional(track_) : std::nullopt;
+  }
   // Moves what is to be heard before this moment to the movie.
   Outcome<bool> feed(quicktime::MovieWriter& movie, double seconds);
   // All that is left, and how ffmpeg ended. What it complained of goes to standard error.

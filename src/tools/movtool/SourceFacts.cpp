@@ -16,7 +16,7 @@ namespace {
 using quicktime::FieldOrder;
 
 // Each track is decoded by an ffmpeg of its own.
-constexpr int mostSoundTracks = 32;
+constexpr std::size_t mostSounds = 32;
 
 }  // namespace
 
@@ -35,6 +35,9 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     facts.firstPicture = {first->ticks, first->perSecond};
   facts.timeCode = timeCodeOf(report);
   facts.texts = sourceTexts(report);
+  facts.sounds = sourceSounds(report);
+  if (facts.sounds.size() > mostSounds)
+    facts.sounds.resize(mostSounds);
   bool picturesSeen = false;
   DescriptionLines lines(inputBlock(report));
   while (const auto line = lines.next()) {
@@ -43,9 +46,7 @@ SourceFacts sourceFacts(const yuv4mpeg::Header& picture, std::string_view report
     const auto stream = parseStreamLine(*line);
     if (!stream)
       continue;
-    if (stream->kind == StreamKind::audio && stream->codec != "none") {
-      facts.soundTracks = std::min(facts.soundTracks + 1, mostSoundTracks);
-    } else if (stream->kind == StreamKind::video && !picturesSeen && !stream->attachedPicture) {
+    if (stream->kind == StreamKind::video && !picturesSeen && !stream->attachedPicture) {
       picturesSeen = true;
       facts.colours = coloursOfReport(stream->description);
       facts.fullRange = isFullRange(stream->description);

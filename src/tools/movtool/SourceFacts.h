@@ -26,7 +26,7 @@ struct SourceFacts {
   // As tagged: luma from 0 to 255 rather than 16 to 235.
   bool fullRange = false;
   std::optional<double> duration;  // seconds
-  int soundTracks = 0;
+  std::vector<SourceSound> sounds;
   std::string timeCode;  // as ffmpeg tells it; empty: there is none
   SourceTexts texts;
   // When the first picture is shown, in seconds of the time line that ffmpeg gives its filters. Not

@@ -41,8 +41,8 @@ Outcome<bool> makeDirectMovie(const std::vector<std::string>& arguments) {
   making.ffmpeg = ffmpeg.value();
   making.pictures = command->pictures;
   making.keptFields = command->keptFields;
-  if (command->sound)
-    making.sounds.push_back(*command->sound);
+  for (const ProresCommand::Sound& sound : command->sounds)
+    making.sounds.push_back({sound.arguments, sound.stream});
   making.isLikeFfmpeg = true;
   making.format = [&](const yuv4mpeg::Header& stream) {
     return Outcome<quicktime::VideoFormat>(videoFormat(*command, stream));

@@ -268,8 +268,12 @@ void append(std::vector<std::string>& arguments, std::initializer_list<std::stri
 
 // The source with what ffmpeg has to be told of it, behind what comes before.
 void appendInput(std::vector<std::string>& arguments, const ExportInput& input) {
-  if (!input.soundDecoder.empty())
-    append(arguments, {"-c:a", input.soundDecoder});
+  for (std::size_t sound = 0; sound < input.soundDecoders.size(); ++sound)
+    if (const std::string& decoder = input.soundDecoders[sound]; decoder != "auto")
+      append(arguments, {sound < input.soundStreams.size() && input.soundStreams.size() > 1
+                             ? fmt::format("-c:{}", input.soundStreams[sound])
+                             : std::string("-c:a"),
+                         decoder});
   if (!input.probeSize.empty())
     append(arguments, {"-probesize", input.probeSize});
   if (!input.analyzeDuration.empty())
@@ -306,10 +310,11 @@ void appendPictures(std::vector<std::string>& arguments, const ExportInput& inpu
 }
 
 void appendAllSound(std::vector<std::string>& arguments, const ExportInput& input) {
-  if (!input.soundStream)
+  if (input.soundStreams.empty())
     append(arguments, {"-map", "0:a?"});
-  else if (*input.soundStream >= 0)
-    append(arguments, {"-map", fmt::format("0:{}", *input.soundStream)});
+  for (const int stream : input.soundStreams)
+    if (stream >= 0)
+      append(arguments, {"-map", fmt::format("0:{}", stream)});
 }
 
 // ffmpeg counts time from the beginning of the streams that a run uses, which for some formats is
@@ -399,8 +404,13 @@ SourceFacts asExported(SourceFacts source, const ExportInput& input) {
   }
   if (input.rate)
     source.frameRate = rateTold(*input.rate, source.frameRate);
-  if (input.soundStream)
-    source.soundTracks = *input.soundStream >= 0 ? 1 : 0;
+  if (!input.soundStreams.empty()) {
+    std::vector<SourceSound> sounds;
+    for (const int stream : input.soundStreams)
+      if (stream >= 0)
+        sounds.push_back(soundOf(source.sounds, stream));
+    source.sounds = std::move(sounds);
+  }
   if (input.joined)
     source.duration = *input.joined;
   if (!input.slow)
@@ -481,15 +491,21 @@ std::vector<std::string> pictureArguments(const ExportInput& input, const Export
   return arguments;
 }
 
-std::vector<std::string> soundArguments(const ExportInput& input, int track,
+std::vector<std::string> soundArguments(const ExportInput& input, std::size_t track,
                                         const ExportPlan& plan) {
   std::vector<std::string> arguments = makingArguments(input, plan);
-  append(arguments, {"-map", input.soundStream ? fmt::format("0:{}", *input.soundStream)
-                                               : fmt::format("0:a:{}", track)});
+  append(arguments,
+         {"-map", track < input.soundStreams.size() ? fmt::format("0:{}", input.soundStreams[track])
+                                                    : fmt::format("0:a:{}", track)});
   arguments.insert(arguments.end(), steadySound.begin(), steadySound.end());
-  append(arguments, {"-af", movieSoundFilter, "-c:a", "pcm_s16le"});
-  if (input.channels > 0)
-    append(arguments, {"-ac", std::to_string(input.channels)});
+  append(arguments, {"-af",
+                     (input.slowSound ? std::string(slowedSoundFilter) + "," : std::string()) +
+                         movieSoundFilter,
+                     "-c:a", "pcm_s16le"});
+  const int channels =
+      input.channels.empty() ? 0 : input.channels[std::min(track, input.channels.size() - 1)];
+  if (channels > 0)
+    append(arguments, {"-ac", std::to_string(channels)});
   append(arguments, {"-f", "wav", "pipe:1"});
   appendSameStreams(arguments, input);
   return arguments;

@@ -1,6 +1,7 @@
 // How a source becomes the movie that the settings ask for: decisions, made before anything runs.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,16 +17,20 @@ struct ExportInput {
   std::string format;           // that ffmpeg has to be told; empty: it finds out
   std::string probeSize;        // bytes, and microseconds, in which ffmpeg is to look for the
   std::string analyzeDuration;  // streams' parameters; likewise
-  std::string soundDecoder;     // likewise
+  // For each of the sounds to take; "auto": ffmpeg's choice. None: likewise for all.
+  std::vector<std::string> soundDecoders;
   // Seconds of all, where recordings were put behind each other that have to be joined.
   std::optional<double> joined;
   std::vector<std::string> parts;    // the files in which it goes on, of a joined one
   std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
   std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
   std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures
-  std::optional<int> soundStream;    // likewise; none: all that there are, below 0: no sound
-  int channels = 0;                  // to mix the sound to; 0: as many as it has
-  bool slow = false;                 // pictures at half their speed, sound as it is
+  // Likewise of the sounds to take; none: all that there are, one below 0: no sound.
+  std::vector<int> soundStreams;
+  // To mix each of these sounds to, or the last number all that follow; none: as many as it has.
+  std::vector<int> channels;
+  bool slow = false;       // pictures at half their speed, sound as it is
+  bool slowSound = false;  // sound as long as slow pictures, at its own pitch
 };
 
 struct ExportPlan {
@@ -70,9 +75,10 @@ std::vector<std::string> probeArguments(const ExportInput& input);
 std::vector<std::string> fieldProbeArguments(const ExportInput& input);
 // Tries the plan's filters with the first picture: fails with an ffmpeg that is too old for them.
 std::vector<std::string> trialArguments(const ExportInput& input, const ExportPlan& plan);
-// The pictures as YUV4MPEG2, and one sound track as WAVE, both from the movie's beginning on.
+// The pictures as YUV4MPEG2, and the sound of this place among those to take as WAVE, all from the
+// movie's beginning on.
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan);
-std::vector<std::string> soundArguments(const ExportInput& input, int track,
+std::vector<std::string> soundArguments(const ExportInput& input, std::size_t track,
                                         const ExportPlan& plan);
 
 }  // namespace tessarin::movtool

@@ -143,8 +143,10 @@ Outcome<bool> runExport(const ExportJob& job) {
   MovieMaking making(*codec);
   making.ffmpeg = ffmpeg.value();
   making.pictures = pictureArguments(job.input, plan);
-  for (int track = 0; track < exported.soundTracks; ++track)
-    making.sounds.push_back(soundArguments(job.input, track, plan));
+  for (std::size_t track = 0; track < exported.sounds.size(); ++track)
+    making.sounds.push_back(
+        {soundArguments(job.input, track, plan), exported.sounds[track].stream});
+  making.soundNames = exported.sounds;
   making.format = [&](const yuv4mpeg::Header& stream) {
     return videoFormat(settings.value(), plan, stream);
   };

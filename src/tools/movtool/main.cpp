@@ -25,7 +25,8 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
   options.add_option("-i", job.input.path, "movie to export")->required();
   options.add_option("-o", job.output, "movie to write")->required();
   options.add_option("--format", job.input.format, "the input's format, as ffmpeg calls it");
-  options.add_option("--sound-decoder", job.input.soundDecoder, "ffmpeg's decoder for its sound");
+  options.add_option("--sound-decoder", job.input.soundDecoders,
+                     "ffmpeg's decoder for its sound, or auto; once for each --sound");
   options.add_option("--probesize", job.input.probeSize, "bytes to look for its streams in")
       ->check(CLI::PositiveNumber);
   options.add_option("--analyzeduration", job.input.analyzeDuration, "microseconds, likewise")
@@ -46,11 +47,19 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
       .add_option("--rate", job.input.rate, "its whole pictures a second; else as ffmpeg guesses")
       ->check(CLI::Range(0.01, 1000.0));
   options.add_option("--pictures", job.input.pictureStream, "ffmpeg's number of the stream");
-  options.add_option("--sound", job.input.soundStream,
-                     "ffmpeg's number of the only stream of sound to take, -1 for none");
-  options.add_option("--channels", job.input.channels, "number of channels to mix the sound to")
+  options
+      .add_option("--sound", job.input.soundStreams,
+                  "ffmpeg's number of a stream of sound to take, -1 for none; once for each, in "
+                  "order; else all are taken")
+      ->allow_extra_args(false);
+  options
+      .add_option("--channels", job.input.channels,
+                  "number of channels to mix the sound to; once for each, or for all")
+      ->allow_extra_args(false)
       ->check(CLI::Range(0, 32));
   options.add_flag("--slow", job.input.slow, "pictures at half their speed");
+  options.add_flag("--slow-sound", job.input.slowSound,
+                   "sound as long as slow pictures, at its own pitch");
   options.add_flag("-y", job.replace, "replace the output when it is there already");
 }
 

@@ -112,8 +112,8 @@ Outcome<bool> fill(const MovieMaking& making, Pictures& pictures, const SoundFee
 }
 
 // What the movie says besides its pictures. The report is whole when the run has ended well.
-void describe(const MovieMaking& making, const Pictures& pictures, bool hasReport,
-              const quicktime::Fraction& frameRate, MovieWriter& movie) {
+void describe(const MovieMaking& making, const Pictures& pictures, const SoundFeeds& sounds,
+              bool hasReport, const quicktime::Fraction& frameRate, MovieWriter& movie) {
   const bool isTold = making.isLikeFfmpeg && hasReport;
   const std::string_view report = isTold ? pictures.run.report() : std::string_view();
   const auto code = timeCode(isTold ? timeCodeOf(report) : making.timeCode, perSecond(frameRate));
@@ -121,6 +121,10 @@ void describe(const MovieMaking& making, const Pictures& pictures, bool hasRepor
     movie.setTimeCode(*code);
   SourceTexts own = isTold ? sourceTexts(report) : making.texts;
   movie.setTexts(std::move(own.texts), own.made.value_or(0));
+  const auto names = isTold ? sourceSounds(report) : making.soundNames;
+  for (std::size_t place = 0; place < sounds.size(); ++place)
+    if (const auto track = sounds[place]->track())
+      movie.nameSound(*track, soundOf(names, making.sounds[place].stream).name);
 }
 
 }  // namespace
@@ -133,8 +137,8 @@ Outcome<bool> makeMovie(const MovieMaking& making) {
     return Failure{file.reason()};
   const quicktime::InterruptGuard guard(file->temporaryName());
   SoundFeeds sounds;
-  for (const auto& arguments : making.sounds) {
-    auto sound = SoundFeed::start(making.ffmpeg, arguments);
+  for (const SoundMaking& each : making.sounds) {
+    auto sound = SoundFeed::start(making.ffmpeg, each.arguments);
     if (!sound)
       return Failure{sound.reason()};
     sounds.push_back(std::move(sound.value()));
@@ -159,7 +163,7 @@ Outcome<bool> makeMovie(const MovieMaking& making) {
   if (!filled && (!making.isLikeFfmpeg || movie->frameCount() == 0))
     return filled;
   // As far as it came it can be played.
-  describe(making, *pictures, filled.ok(), format->frameRate, movie.value());
+  describe(making, *pictures, sounds, filled.ok(), format->frameRate, movie.value());
   const Outcome<bool> finished = movie->finish(making.replace);
   if (!filled || !finished)
     return filled ? finished : filled;

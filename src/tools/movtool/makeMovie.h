@@ -14,6 +14,12 @@
 
 namespace tessarin::movtool {
 
+// A track of sound.
+struct SoundMaking {
+  std::vector<std::string> arguments;  // WAVE on standard output
+  std::optional<int> stream;           // of the source, where that is known
+};
+
 struct MovieMaking {
   explicit MovieMaking(const pictures::PictureCodec& codecOfPictures) : codec(codecOfPictures) {}
 
@@ -22,7 +28,7 @@ struct MovieMaking {
   std::vector<std::string> pictures;  // arguments: YUV4MPEG2 on standard output
   // Tried before, and taken when its first picture carries fields.
   std::optional<std::vector<std::string>> keptFields;
-  std::vector<std::vector<std::string>> sounds;  // as `pictures`, of each track: WAVE
+  std::vector<SoundMaking> sounds;
   // As ffmpeg itself would be: what it says about the pictures goes to standard error at once, not
   // when it is done, and the output is seen from the beginning. What is made of it stays.
   bool isLikeFfmpeg = false;
@@ -31,6 +37,7 @@ struct MovieMaking {
   // As ffmpeg tells them; like ffmpeg: those which it tells on the way.
   std::string timeCode;
   SourceTexts texts;
+  std::vector<SourceSound> soundNames;
   std::string source;  // for reasons
   std::string output;
   bool replace = false;  // an existing output

@@ -9,6 +9,7 @@
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
 #include "ffmpeg/reportText.h"
+#include "ffmpeg/streamLine.h"
 
 namespace tessarin::movtool {
 
@@ -123,6 +124,32 @@ SourceTexts sourceTexts(std::string_view report) {
     last = &result.texts.back();
   }
   return result;
+}
+
+std::vector<SourceSound> sourceSounds(std::string_view report) {
+  std::vector<SourceSound> sounds;
+  DescriptionLines lines(inputBlock(report));
+  while (const auto line = lines.next()) {
+    const auto stream = parseStreamLine(*line);
+    const bool isSound =
+        stream && stream->id && stream->kind == StreamKind::audio && stream->codec != "none" &&
+        std::none_of(sounds.begin(), sounds.end(),
+                     [&](const SourceSound& each) { return each.stream == *stream->id; });
+    if (!isSound)
+      continue;
+    std::string text = textBelow(lines.behind(), "title");
+    if (text.empty())
+      text = textBelow(lines.behind(), "handler_name");
+    sounds.push_back({*stream->id, {std::string(stream->lang), std::move(text)}});
+  }
+  return sounds;
+}
+
+SourceSound soundOf(const std::vector<SourceSound>& sounds, std::optional<int> stream) {
+  const auto found = std::find_if(sounds.begin(), sounds.end(), [stream](const SourceSound& each) {
+    return !stream || each.stream == *stream;
+  });
+  return found != sounds.end() ? *found : SourceSound{stream.value_or(0), {}};
 }
 
 }  // namespace tessarin::movtool

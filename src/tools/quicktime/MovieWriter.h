@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "classShared/Outcome.h"
@@ -31,6 +32,7 @@ class MovieWriter {
   std::size_t addSoundTrack(const SoundFormat& format);
 
   // Allowed until finish().
+  void nameSound(std::size_t track, SoundName name) { movie_.sound[track].name = std::move(name); }
   void setTimeCode(const TimeCode& code) { movie_.timeCode = {code, 0}; }
   // Allowed until finish(). `made` as Movie has it.
   void setTexts(std::vector<MovieText> texts, std::uint64_t made) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "ffmpeg/languages.h"
 #include "tools/quicktime/atoms.h"
 #include "tools/quicktime/sampleDescription.h"
 
@@ -19,6 +20,7 @@ constexpr std::uint64_t most32Bits = 0xFFFFFFFF;
 struct TrackTimes {
   std::uint32_t id = 1;
   std::uint64_t duration = 0;  // in the movie's ticks, the offset included
+  std::uint32_t group = 0;     // of tracks that are alternatives of each other; 0: none
 };
 
 std::uint64_t sampleCount(const std::vector<Chunk>& chunks) {
@@ -72,8 +74,8 @@ void putTrackHeader(AtomWriter& out, const TrackTimes& times, bool sound, std::u
   out.put32(0);
   putWide(out, times.duration, wide);
   out.putZeros(8);
-  out.put16(0);                  // layer
-  out.put16(sound ? 1 : 0);      // sound tracks are alternatives of each other
+  out.put16(0);  // layer
+  out.put16(times.group);
   out.put16(sound ? 0x100 : 0);  // volume
   out.put16(0);
   putMatrix(out);
@@ -100,14 +102,27 @@ void putEdits(AtomWriter& out, const std::vector<Edit>& edits) {
   }
 }
 
-void putMediaHeader(AtomWriter& out, std::uint32_t perSecond, std::uint64_t duration) {
+// Five bits for each letter; 0x7FFF for none.
+std::uint32_t packedLanguage(std::string_view code) {
+  const std::string_view own = ownLanguageCode(code);
+  const bool isCode = own.size() == 3 && own != "und" &&
+                      std::all_of(own.begin(), own.end(),
+                                  [](char letter) { return letter >= 'a' && letter <= 'z'; });
+  std::uint32_t packed = 0;
+  for (const char letter : isCode ? own : std::string_view())
+    packed = packed << 5 | (static_cast<std::uint32_t>(letter) - 0x60);
+  return isCode ? packed : 0x7FFF;
+}
+
+void putMediaHeader(AtomWriter& out, std::uint32_t perSecond, std::uint64_t duration,
+                    std::string_view language = {}) {
   const bool wide = duration > most32Bits;
   const Atom atom(out, "mdhd", versionFlags(wide, 0));
   putWide(out, 0, wide);
   putWide(out, 0, wide);
   out.put32(perSecond);
   putWide(out, duration, wide);
-  out.put16(0x7FFF);  // no language
+  out.put16(packedLanguage(language));
   out.put16(0);
 }
 
@@ -230,17 +245,32 @@ void putVideoTrack(AtomWriter& out, const VideoTrack& track, const TimeScale& sc
   putChunkTables(out, track.chunks);
 }
 
-void putSoundTrack(AtomWriter& out, const SoundTrack& track, std::uint32_t id,
+// As much of a text as a handler's name holds, in whole characters.
+std::string handlerName(const SoundName& name) {
+  constexpr std::size_t mostBytes = 200;
+  if (name.text.empty())
+    return "SoundHandler";
+  std::size_t end = std::min(name.text.size(), mostBytes);
+  const auto goesOn = [&](std::size_t place) {
+    return place < name.text.size() &&
+           (static_cast<unsigned char>(name.text[place]) & 0xC0) == 0x80;
+  };
+  while (end > 0 && goesOn(end))
+    --end;
+  return name.text.substr(0, end);
+}
+
+void putSoundTrack(AtomWriter& out, const SoundTrack& track, std::uint32_t id, std::uint32_t group,
                    const TimeScale& scale) {
   const SoundFormat& format = track.format;
   const std::uint64_t count = sampleCount(track.chunks);
   const std::vector<Edit> edits = soundEdits(track, scale);
   const Atom container(out, "trak");
-  putTrackHeader(out, {id, editedDuration(edits)}, true, 0, 0);
+  putTrackHeader(out, {id, editedDuration(edits), group}, true, 0, 0);
   putEdits(out, edits);
   const Atom media(out, "mdia");
-  putMediaHeader(out, static_cast<std::uint32_t>(format.sampleRate), count);
-  putHandler(out, "mhlr", "soun", "SoundHandler");
+  putMediaHeader(out, static_cast<std::uint32_t>(format.sampleRate), count, track.name.language);
+  putHandler(out, "mhlr", "soun", handlerName(track.name));
   const Atom information(out, "minf");
   {
     const Atom atom(out, "smhd", 0);
@@ -290,7 +320,7 @@ std::vector<std::uint8_t> movieHeader(const Movie& movie) {
     putVideoTrack(out, movie.video, scale, movie.timeCode ? static_cast<std::uint32_t>(tracks) : 0);
     std::uint32_t id = 2;
     for (const SoundTrack& track : movie.sound)
-      putSoundTrack(out, track, id++, scale);
+      putSoundTrack(out, track, id++, movie.sound.size() == 1 ? 1 : 0, scale);
     if (movie.timeCode)
       putTimeCodeTrack(out, *movie.timeCode, id, videoDuration(movie.video, scale), scale);
     putMovieTexts(out, movie.texts);

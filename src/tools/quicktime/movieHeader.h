@@ -60,9 +60,16 @@ struct VideoTrack {
   std::vector<Chunk> chunks;
 };
 
+// What a sound is called.
+struct SoundName {
+  std::string language;  // the code of ISO 639-2, three letters; else none is said
+  std::string text;      // who or what is heard; cut where the movie holds no more
+};
+
 struct SoundTrack {
   SoundFormat format;
   std::vector<Chunk> chunks;
+  SoundName name = {};
 };
 
 struct TimeCodeTrack {
@@ -72,6 +79,10 @@ struct TimeCodeTrack {
 
 struct Movie {
   VideoTrack video;
+  // All are enabled. One that is alone belongs to the group of alternatives that sound usually is;
+  // several are heard together, as editing programs and recorders with a track for each microphone
+  // have it: of alternatives a player takes one, and of tracks that are not enabled some editing
+  // programs show none.
   std::vector<SoundTrack> sound;
   std::optional<TimeCodeTrack> timeCode;
   std::vector<MovieText> texts;

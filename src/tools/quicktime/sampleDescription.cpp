@@ -98,6 +98,19 @@ void putLongSoundDescription(AtomWriter& out, const SoundFormat& format) {
   out.put32(1);                                                // sample moments in it
 }
 
+// The layout of these places. The bits at the sides are in a movie loudspeakers besides those of
+// surround sound, so that the usual layouts have a tag of their own: left, right, centre, low
+// frequencies, surround left and right.
+constexpr std::uint32_t layoutOfBits = 0x10000;
+
+std::uint32_t layoutTag(std::uint32_t places) {
+  constexpr std::uint32_t surround5 = 117U << 16 | 5;
+  constexpr std::uint32_t surround51 = 121U << 16 | 6;
+  if (places == 0x607)
+    return surround5;
+  return places == 0x60F ? surround51 : layoutOfBits;
+}
+
 }  // namespace
 
 void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
@@ -110,9 +123,10 @@ void putSoundDescription(AtomWriter& out, const SoundFormat& format) {
   else
     putShortSoundDescription(out, format);
   if (format.channelPlaces != 0) {
+    const std::uint32_t tag = layoutTag(format.channelPlaces);
     const Atom atom(out, "chan", 0);
-    out.put32(0x10000);  // the layout is given as bits
-    out.put32(format.channelPlaces);
+    out.put32(tag);
+    out.put32(tag == layoutOfBits ? format.channelPlaces : 0);
     out.put32(0);
   }
 }
