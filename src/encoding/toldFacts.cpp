@@ -1,5 +1,6 @@
 #include "encoding/toldFacts.h"
 
+#include <algorithm>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -55,7 +56,8 @@ MovieFacts toldFacts(const Source& source) {
   facts.place = recording.place;
   facts.timeCode = recording.timeCode;
   const double rate = source.pictures.rate.value_or(0);
-  facts.timeCodeRate = isSourceProgressive(source) ? rate : rate / 2;
+  if (!facts.timeCode.empty())
+    facts.timeCodeRate = isSourceProgressive(source) ? rate : rate / 2;
   if (source.recorded.size() < momentLength)
     return facts;
   const std::string moment = source.recorded.substr(0, momentLength);

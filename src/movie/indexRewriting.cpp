@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "classShared/descriptorBytes.h"
+#include "classShared/log.h"
 #include "movie/FileBytes.h"
 #include "movie/atomTree.h"
 #include "platform/fileFacts.h"
@@ -24,6 +25,16 @@ Outcome<bool> writeAt(int descriptor, std::uint64_t place, std::string_view byte
   if (!writeAllAt(descriptor, bytes, place))
     return Failure{systemReason(errno)};
   return true;
+}
+
+// Behind a movie of that size, which stays what it was where the disk is full.
+bool append(int descriptor, std::uint64_t size, std::string_view bytes) {
+  if (writeAllAt(descriptor, bytes, size))
+    return true;
+  logFormat("index               :-( {}", systemReason(errno));
+  if (!cutTo(descriptor, size))
+    logFormat("index               :-( {}", systemReason(errno));
+  return false;
 }
 
 // The first index of the file: where its atom begins, and its size. 0: there is none to work with.
@@ -73,7 +84,7 @@ std::optional<std::string> readBytes(int descriptor, std::uint64_t place, std::u
 // The place with the free atom behind it.
 IndexPlace withFreeBehind(FileBytes& bytes, IndexPlace place) {
   const std::uint64_t behind = sizeOfAtom(bytes, place.end());
-  if (behind > 0 && bytes.letters(place.end() + 4) == "free")
+  if (behind > 0 && behind <= mostIndex && bytes.letters(place.end() + 4) == "free")
     place.size += behind;
   return place;
 }
@@ -174,15 +185,15 @@ Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change) {
   const bool isAppended = !samples.empty() || !fits(index.size(), place);
   if (isAppended && !endsWithAtom(bytes, own.begin))
     return false;
-  if (Outcome<bool> written = writeAt(descriptor, bytes.size(), samples); !written)
-    return written;
+  if (!append(descriptor, bytes.size(), samples))
+    return false;
   if (fits(index.size(), place))
     return writeAt(descriptor, place.begin, index + freeHead(place.size - index.size()));
   if (place.end() < bytes.size())
     if (auto written = writeWithMoreRoom(descriptor, place, changed->index))
       return std::move(*written);
-  if (Outcome<bool> written = writeAt(descriptor, bytes.size() + samples.size(), index); !written)
-    return written;
+  if (!append(descriptor, bytes.size(), samples + index))
+    return false;
   return writeAt(descriptor, own.begin + 4, "free");
 }
 

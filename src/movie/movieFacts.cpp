@@ -140,10 +140,10 @@ void putUserData(std::vector<OwnedAtom>& index, const MovieFacts& facts) {
   const auto old = std::find_if(index.begin(), index.end(),
                                 [](const OwnedAtom& atom) { return atom.type == "udta"; });
   std::string_view given = old != index.end() ? std::string_view(old->content) : "";
-  // Some lists of user data end with a zero.
-  if (given.size() >= 4 && given.ends_with(std::string(4, '\0')))
-    given.remove_suffix(4);
   auto entries = atomsOf(given);
+  // Some lists of user data end with a zero.
+  if (!entries && given.ends_with(std::string(4, '\0')))
+    entries = atomsOf(given.substr(0, given.size() - 4));
   if (!entries)
     return;
   for (const Words& words : wordsOf(facts)) {
@@ -220,11 +220,11 @@ std::string putTimeCode(std::vector<OwnedAtom>& index, const MovieFacts& facts,
     return atom.type == "trak" && kindOf(atom) == "vide" && atom.part("tkhd") != nullptr;
   });
   const std::uint64_t scale = movieHeader != nullptr ? scaleOf(*movieHeader) : 0;
-  const auto rate = pictures != index.end() ? rateOf(*pictures) : std::nullopt;
+  auto rate = pictures != index.end() ? rateOf(*pictures) : std::nullopt;
   if (!rate || scale == 0 || highest >= 0x7FFFFFFF)
     return {};
   auto code = timeCodeAtRate(facts.timeCode, facts.timeCodeRate, rate->value());
-  if (!code)
+  if (!code && std::none_of(index.begin(), index.end(), isTimeCodeTrack))
     code = timeCodeOfDay(facts.timeOfDay, rate->value());
   if (!code)
     return {};
@@ -232,11 +232,15 @@ std::string putTimeCode(std::vector<OwnedAtom>& index, const MovieFacts& facts,
   place.id = static_cast<std::uint32_t>(highest + 1);
   place.position = position;
   place.movieDuration = durationOfTrack(*pictures->part("tkhd"));
+  const double seconds = static_cast<double>(place.movieDuration) / static_cast<double>(scale);
+  constexpr double most = 0xFFFFFFFF;
+  if (seconds * rate->perSecond > most)
+    rate = nearUsualRate(rate->value());
+  if (seconds * rate->perSecond > most)
+    return {};
   place.perSecond = rate->perSecond;
   place.perFrame = rate->perFrame;
-  place.duration =
-      static_cast<std::uint64_t>(static_cast<double>(place.movieDuration) /
-                                 static_cast<double>(scale) * static_cast<double>(rate->perSecond));
+  place.duration = static_cast<std::uint64_t>(seconds * rate->perSecond);
   auto track = atomsOf(timeCodeTrack(*code, place));
   refer(*pictures, place.id);
   putNumber(movieHeader->content, movieHeader->content.size() - 4, 4, place.id + 1);

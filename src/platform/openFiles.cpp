@@ -69,8 +69,21 @@ void unlockFile(int descriptor) {
 }
 
 bool insertRoom(int descriptor, std::uint64_t place, std::uint64_t length) {
-  return ::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, static_cast<off_t>(place),
-                     static_cast<off_t>(length)) == 0;
+  const auto begin = static_cast<off_t>(place);
+  const auto size = static_cast<off_t>(length);
+  if (::fallocate(descriptor, FALLOC_FL_INSERT_RANGE, begin, size) != 0)
+    return false;
+  // What was put in is a hole, for which a full disk has no room.
+  if (::fallocate(descriptor, 0, begin, size) == 0)
+    return true;
+  const int error = errno;
+  ::fallocate(descriptor, FALLOC_FL_COLLAPSE_RANGE, begin, size);
+  errno = error;
+  return false;
+}
+
+bool cutTo(int descriptor, std::uint64_t size) {
+  return ::ftruncate(descriptor, static_cast<off_t>(size)) == 0;
 }
 
 bool moveTo(int descriptor, std::uint64_t position) {

@@ -39,6 +39,9 @@ void unlockFile(int descriptor);
 // what is behind; false when the file system cannot.
 bool insertRoom(int descriptor, std::uint64_t place, std::uint64_t length);
 
+// Makes the file that long, in bytes. False: errno says why.
+bool cutTo(int descriptor, std::uint64_t size);
+
 // Where the next reading begins; false when it cannot.
 bool moveTo(int descriptor, std::uint64_t position);
 // Reads up to `size` bytes as readSome() does, waiting until then; nothing when time is up.
