@@ -14,8 +14,8 @@ namespace tessarin {
 // stored behind that and shown before it, with which MPEG-2 of tapes and discs may begin, are in
 // the movie and hidden by its edit list. Where their group says that it is closed, which is to say
 // that they can be decoded, this has them shown, and keeps sound and pictures in step: where there
-// is no room before the key frame, the other tracks begin later. Only what stands before the
-// samples, or a new index behind them, is written; a movie whose index is not as ffmpeg writes it
+// is no room before the key frame, the other tracks begin later. What is written is an
+// index, as rewriteIndex() has it, never a sample; a movie whose index is not as ffmpeg writes it
 // stays as it is. True when the movie was changed.
 Outcome<bool> showFirstPictures(const std::string& path);
 
