@@ -63,6 +63,7 @@ std::string soundWords(const Source::Sound& sound) {
 std::vector<std::string> soundsInWords(const Source& source) {
   const std::vector<Source::Sound> sounds = soundsOf(source);
   std::vector<std::string> words;
+  words.reserve(sounds.size());
   for (const Source::Sound& sound : sounds)
     words.push_back(sounds.size() > 1 ? fmt::format("{}: {}", words.size() + 1, soundWords(sound))
                                       : soundWords(sound));
