@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <tuple>
 #include <utility>
 
 #include "classShared/log.h"
@@ -14,6 +15,11 @@ namespace tessarin {
 namespace {
 
 constexpr std::size_t mostSteps = 100;
+
+// All that a user chooses in a row.
+auto choicesOf(const Row& row) {
+  return std::tie(row.choice, row.source.soundChoice, row.source.slowSound);
+}
 
 }  // namespace
 
@@ -40,7 +46,7 @@ void RowUndo::addRemoval(States before) {
 void RowUndo::addChoice(States before) {
   std::erase_if(before, [this](const State& state) {
     const int row = table_.rowOfSource(state.row.path());
-    return row < 0 || table_.row(row).choice == state.row.choice;
+    return row < 0 || choicesOf(table_.row(row)) == choicesOf(state.row);
   });
   add({Kind::choice, std::move(before)});
 }
@@ -109,6 +115,8 @@ void RowUndo::chooseAgain(const State& state) {
     return;
   const bool isConvertedSince = table_.isFinished(row);
   table_.set(row, &Row::choice, state.row.choice);
+  chooseSounds(table_, row, state.row.source.soundChoice);
+  chooseSlowSound(table_, row, state.row.source.slowSound);
   table_.mark(row, isConvertedSince ? RowMark::waiting : state.row.mark);
 }
 

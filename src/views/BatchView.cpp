@@ -191,14 +191,17 @@ std::vector<int> BatchView::selectedRows() const {
   return rows;
 }
 
-void BatchView::choose(const QModelIndex& index, int choice) {
+void BatchView::changeRows(int row, const std::function<void(int row)>& change) {
   std::vector<int> rows = selectedRows();
-  if (std::find(rows.begin(), rows.end(), index.row()) == rows.end())
-    rows = {index.row()};
+  if (std::find(rows.begin(), rows.end(), row) == rows.end())
+    rows = {row};
   RowUndo::States before = app_.undo().statesOf(rows, RowUndo::Kind::choice);
-  for (const int row : rows)
-    chooseInRow(row, index.column(), choice);
+  std::for_each(rows.begin(), rows.end(), change);
   app_.undo().addChoice(std::move(before));
+}
+
+void BatchView::choose(const QModelIndex& index, int choice) {
+  changeRows(index.row(), [&](int row) { chooseInRow(row, index.column(), choice); });
 }
 
 void BatchView::chooseInRow(int row, int column, int choice) {
@@ -462,16 +465,6 @@ void BatchView::addReveals(QMenu* menu) {
   menu->addSeparator();
 }
 
-void BatchView::changeSound(const std::function<void(int row)>& change) {
-  std::vector<int> rows = selectedRows();
-  const int row = currentIndex().row();
-  if (std::find(rows.begin(), rows.end(), row) == rows.end())
-    rows = {row};
-  for (const int each : rows)
-    if (isRowEditable(app_.table(), each))
-      change(each);
-}
-
 // Which sounds of the row with the focus its movie gets. A track that is taken away or added goes
 // by the numbers that the details show.
 void BatchView::addSoundChoices(QMenu* menu) {
@@ -487,9 +480,9 @@ void BatchView::addSoundChoices(QMenu* menu) {
     action->setChecked(isChosen);
     connect(action, &QAction::triggered, sounds, act);
   };
-  const auto chooser = [this](const std::string& choice) {
-    return [this, choice] {
-      changeSound([&](int each) { chooseSounds(app_.table(), each, choice); });
+  const auto chooser = [this, row](const std::string& choice) {
+    return [this, row, choice] {
+      changeRows(row, [&](int each) { chooseSounds(app_.table(), each, choice); });
     };
   };
   add(QStringLiteral("@@soundAll"), source.soundChoice.empty(), chooser(""));
@@ -502,14 +495,15 @@ void BatchView::addSoundChoices(QMenu* menu) {
       if (place < soundsInWords(changed).size())
         chooseSounds(app_.table(), each, choiceWithToggled(changed, place));
     };
-    add(qtText(titles[place]), isSoundUsed(source, place), [this, toggle] { changeSound(toggle); });
+    add(qtText(titles[place]), isSoundUsed(source, place),
+        [this, row, toggle] { changeRows(row, toggle); });
   }
   sounds->addSeparator();
   constexpr std::array slow = {"@@slowSoundKeep", "@@slowSoundSilent", "@@slowSoundSlowed"};
   for (std::size_t word = 0; word < slow.size(); ++word) {
     const auto choice = static_cast<SlowSound>(word);
-    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, choice] {
-      changeSound([&](int each) { chooseSlowSound(app_.table(), each, choice); });
+    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, row, choice] {
+      changeRows(row, [&](int each) { chooseSlowSound(app_.table(), each, choice); });
     });
   }
 }

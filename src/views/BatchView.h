@@ -61,6 +61,8 @@ class BatchView final : public QTableView {
   void setUpRows();
   void showProgress();
   void follow();
+  // Changes this row, or all selected ones when it is one of them, so that it can be undone.
+  void changeRows(int row, const std::function<void(int row)>& change);
   void choose(const QModelIndex& index, int choice);
   void chooseInRow(int row, int column, int choice);
   void chooseNext(const QModelIndex& index);
@@ -72,8 +74,6 @@ class BatchView final : public QTableView {
   void play(int row);
   void addReveals(QMenu* menu);
   void addSoundChoices(QMenu* menu);
-  // Changes the row with the focus, or all selected ones when it is one of them.
-  void changeSound(const std::function<void(int row)>& change);
 
   appDelegate& app_;
   const WindowActions& actions_;

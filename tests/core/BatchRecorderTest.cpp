@@ -150,11 +150,15 @@ TEST_F(BatchRecorderTest, WhatTheUserTakesBackIsAsItWasBefore) {
   RowUndo::States choices = app.undo().statesOf({2, 3}, RowUndo::Kind::choice);
   app.table().set(2, &Row::choice, {outAic, 12});
   app.table().mark(2, RowMark::waiting);
+  chooseSounds(app.table(), 3, "2");
+  chooseSlowSound(app.table(), 3, SlowSound::slowed);
   app.undo().addChoice(std::move(choices));
-  EXPECT_EQ(app.undo().rowCount(), 1u);
+  EXPECT_EQ(app.undo().rowCount(), 2u);
   app.undo().undo();
   EXPECT_EQ(app.table().row(2).choice.target, outProres);
   EXPECT_TRUE(app.table().isFinished(2));
+  EXPECT_EQ(app.table().source(3).soundChoice, "");
+  EXPECT_EQ(app.table().source(3).slowSound, SlowSound::asRecorded);
 }
 
 // Rows are known by their sources whatever place they have, also in a folder that is recovered.
