@@ -44,7 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   readPictures(bytes, yuv4mpeg::Accepted::only8Bits420);
   readSound(bytes);
   const fuzz::InputFile file(bytes);
-  if (const auto pictures = readFramePictures(file.path())) {
+  FramePictureReader frames(file.path());
+  while (frames.readNext()) {
+  }
+  if (const auto pictures = frames.take()) {
     fuzz::require(pictures->width > 0 && pictures->height > 0);
     fuzz::require(pictures->motion.top + pictures->motion.bottom <= pictures->motion.changes);
     FieldClues clues;

@@ -172,31 +172,31 @@ FieldMotion fieldMotion(std::span<const std::uint8_t> before, std::span<const st
   return motion;
 }
 
-std::optional<FramePictures> readFramePictures(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  auto pictures = parseHeader(readLine(file).value_or(""));
-  if (!pictures)
-    return std::nullopt;
-  const std::size_t luma =
-      static_cast<std::size_t>(pictures->width) * static_cast<std::size_t>(pictures->height);
-  const std::size_t chroma = 2 * (static_cast<std::size_t>(pictures->width + 1) / 2) *
-                             (static_cast<std::size_t>(pictures->height + 1) / 2);
-  std::vector<std::uint8_t> before;
-  std::vector<std::uint8_t> picture(luma + chroma);
-  while (readLine(file).value_or("").starts_with("FRAME")) {
-    file.read(reinterpret_cast<char*>(picture.data()),
-              static_cast<std::streamsize>(picture.size()));
-    if (static_cast<std::size_t>(file.gcount()) < picture.size())
-      break;
-    if (++pictures->whole == 1)
-      pictures->first = picture;
-    if (!before.empty())
-      pictures->motion += fieldMotion(std::span(before).first(luma), std::span(picture).first(luma),
-                                      pictures->width, pictures->height);
-    std::swap(before, picture);
-    picture.resize(luma + chroma);
-  }
-  return pictures;
+FramePictureReader::FramePictureReader(const std::string& path)
+    : file_(path, std::ios::binary), pictures_(parseHeader(readLine(file_).value_or(""))) {
+  if (!pictures_)
+    return;
+  luma_ = static_cast<std::size_t>(pictures_->width) * static_cast<std::size_t>(pictures_->height);
+  chroma_ = 2 * (static_cast<std::size_t>(pictures_->width + 1) / 2) *
+            (static_cast<std::size_t>(pictures_->height + 1) / 2);
+}
+
+bool FramePictureReader::readNext() {
+  if (!pictures_ || !readLine(file_).value_or("").starts_with("FRAME"))
+    return false;
+  picture_.resize(luma_ + chroma_);
+  file_.read(reinterpret_cast<char*>(picture_.data()),
+             static_cast<std::streamsize>(picture_.size()));
+  if (static_cast<std::size_t>(file_.gcount()) < picture_.size())
+    return false;
+  if (++pictures_->whole == 1)
+    pictures_->first = picture_;
+  if (!before_.empty())
+    pictures_->motion +=
+        fieldMotion(std::span(before_).first(luma_), std::span(picture_).first(luma_),
+                    pictures_->width, pictures_->height);
+  std::swap(before_, picture_);
+  return true;
 }
 
 }  // namespace tessarin

@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/Fields.h"
@@ -31,8 +33,25 @@ struct FramePictures {
   std::vector<std::uint8_t> first;  // planes of the first whole picture, without gaps
 };
 
-// Nothing when there is no such file, or no YUV4MPEG2 header of 8 bits 4:2:0 at its start.
-std::optional<FramePictures> readFramePictures(const std::string& path);
+// One picture at a time: all of them together take longer than a window may stand still.
+class FramePictureReader {
+ public:
+  explicit FramePictureReader(const std::string& path);
+
+  // Reads the next picture and compares it with the one before; false when there is none.
+  bool readNext();
+  // Of those that were read. Nothing when there is no such file, or no YUV4MPEG2 header of 8 bits
+  // 4:2:0 at its start.
+  std::optional<FramePictures> take() { return std::exchange(pictures_, std::nullopt); }
+
+ private:
+  std::ifstream file_;
+  std::optional<FramePictures> pictures_;
+  std::size_t luma_ = 0;  // bytes of a picture
+  std::size_t chroma_ = 0;
+  std::vector<std::uint8_t> before_;
+  std::vector<std::uint8_t> picture_;
+};
 
 // Compares two pictures that follow each other (luma, without gaps). Where things move, the fields
 // that are next to each other in time are more alike than those that are furthest apart: the second

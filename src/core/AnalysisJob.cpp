@@ -136,7 +136,14 @@ void AnalysisJob::askForReport() {
 }
 
 void AnalysisJob::readReport() {
-  auto pictures = readFramePictures(framePath_);
+  if (!frames_)
+    frames_.emplace(framePath_);
+  if (frames_->readNext()) {
+    next_.set([this] { readReport(); });
+    return;
+  }
+  auto pictures = frames_->take();
+  frames_.reset();
   keepFirstPicture(pictures);
   debugFormat("analysisRetainedStr release 1");
   examination_.take(std::exchange(output_, {}), pictures);

@@ -83,6 +83,7 @@ class AnalysisJob {
   std::optional<Source> found_;
   std::string reason_;
   std::string output_;                         // of the last report that was asked for
+  std::optional<FramePictureReader> frames_;   // of the same run
   std::optional<FramePictures> firstPicture_;  // for the thumbnail
   bool isReportOverdue_ = false;               // its run was ended for its silence
   std::string whyNotStarted_;                  // the last tool; "" when it was started

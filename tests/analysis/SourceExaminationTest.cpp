@@ -230,6 +230,13 @@ TEST(FieldOrderWeighed, ByPicturesThenByTheMajorityOfClaims) {
   }
 }
 
+std::optional<FramePictures> picturesOf(const std::string& file) {
+  FramePictureReader reader(file);
+  while (reader.readNext()) {
+  }
+  return reader.take();
+}
+
 // What real pictures show, whole and with only the copies of one that a cut start gives.
 TEST(FramePicturesOfFiles, ShowTheOrderOfMovingFields) {
   const test::ScopedTemporaryFolder folder;
@@ -237,20 +244,20 @@ TEST(FramePicturesOfFiles, ShowTheOrderOfMovingFields) {
   const std::string end = "-pix_fmt yuv420p -f yuv4mpegpipe ";
   const std::string moving = "-f lavfi -i testsrc2=s=720x576:r=50:d=0.4,format=yuv420p";
   ASSERT_TRUE(test::makeClip(moving + ",tinterlace=interleave_top " + end, file));
-  const auto top = readFramePictures(file);
+  const auto top = picturesOf(file);
   ASSERT_TRUE(top);
   EXPECT_EQ(top->whole, 10);
   EXPECT_GE(top->motion.top, 8);
   EXPECT_EQ(top->motion.bottom, 0);
 
   ASSERT_TRUE(test::makeClip(moving + ",tinterlace=interleave_bottom " + end, file));
-  const auto bottom = readFramePictures(file);
+  const auto bottom = picturesOf(file);
   ASSERT_TRUE(bottom);
   EXPECT_GE(bottom->motion.bottom, 8);
   EXPECT_EQ(bottom->motion.top, 0);
 
   ASSERT_TRUE(test::makeClip(moving + " " + end, file));
-  const auto progressive = readFramePictures(file);
+  const auto progressive = picturesOf(file);
   ASSERT_TRUE(progressive);
   EXPECT_EQ(progressive->order, none);
   EXPECT_GE(progressive->motion.changes, 9);
@@ -258,16 +265,16 @@ TEST(FramePicturesOfFiles, ShowTheOrderOfMovingFields) {
 
   ASSERT_TRUE(
       test::makeClip("-f lavfi -i testsrc2=s=320x240:d=0.04,loop=9:1,setfield=bff " + end, file));
-  const auto still = readFramePictures(file);
+  const auto still = picturesOf(file);
   ASSERT_TRUE(still);
   EXPECT_EQ(still->motion.changes, 0);
 
   // The end of a file that was cut off, and files that are none.
   std::filesystem::resize_file(file, std::filesystem::file_size(file) - 1);
-  EXPECT_EQ(readFramePictures(file)->whole, still->whole - 1);
+  EXPECT_EQ(picturesOf(file)->whole, still->whole - 1);
   for (const char* text : {"", "YUV4MPEG2 W0 H1\n", "YUV4MPEG2 W99999999 H2 C420\n", "FRAME\n",
                            "YUV4MPEG2 W16 H16 C444\nFRAME\n"})
-    EXPECT_FALSE(readFramePictures(folder.write("none", text))) << text;
+    EXPECT_FALSE(picturesOf(folder.write("none", text))) << text;
 }
 
 }  // namespace
