@@ -16,10 +16,11 @@ mkdir -p "$HOME"
 
 scene="mandelbrot=s=1920x1080:r=50,trim=duration=$seconds,noise=alls=4:allf=t:all_seed=1,format=yuv420p"
 sound=(-f lavfi -i "sine=1000:r=48000:d=$seconds")
+# A key frame each half second, as cameras have them.
 h264=(-c:v libx264 -preset veryfast -b:v 17M -c:a ac3 -ac 2 -f mpegts)
 ffmpeg -nostdin -v error -f lavfi -i "$scene,tinterlace=interleave_top,setfield=tff" "${sound[@]}" \
-  "${h264[@]}" -flags +ildct+ilme -top 1 "$work/i.mts"
-ffmpeg -nostdin -v error -f lavfi -i "$scene" "${sound[@]}" "${h264[@]}" "$work/p.mts"
+  "${h264[@]}" -g 12 -flags +ildct+ilme -top 1 "$work/i.mts"
+ffmpeg -nostdin -v error -f lavfi -i "$scene" "${sound[@]}" "${h264[@]}" -g 25 "$work/p.mts"
 
 colours="setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709"
 bare() { # i|p
