@@ -16,6 +16,7 @@ complete -c tessarin -l sound -x -a 'all first' -d 'The sound tracks of the movi
 complete -c tessarin -l slow-sound -x -a 'keep silent slowed' -d 'What is heard in slow motion'
 complete -c tessarin -l parts -d 'Keep the files of a recording apart'
 complete -c tessarin -s d -l destination -r -d 'Make the folder Tessarin in this folder'
+complete -c tessarin -l name -x -a '"{date} {time} {title}"' -d 'Name movies by a pattern'
 complete -c tessarin -l jobs -x -d 'How many clips at the same time'
 complete -c tessarin -l overwrite -x -a 'ask keep replace' -d 'What to do with a movie that is there'
 complete -c tessarin -l from -r -d 'Take clips from a text file, one on each line'

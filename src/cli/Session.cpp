@@ -14,6 +14,7 @@
 #include "core/jobPlan.h"
 #include "core/joinedParts.h"
 #include "core/missingSources.h"
+#include "core/movieNames.h"
 #include "core/stepState.h"
 #include "encoding/outputPreset.h"
 #include "platform/Signals.h"
@@ -109,6 +110,8 @@ void Session::start() {
     return;
   }
   applyOptions();
+  if (isRefused())
+    return;
   const SourceList sources =
       sourcesOf(options_.paths, outputFolder(expandTilde(app_.interface.destination.text())));
   for (const Problem& each : sources.problems)
@@ -142,10 +145,23 @@ void Session::applyOptions() {
                                                                 : answerKeep);
 }
 
+// Whether the movies can have no names, by a pattern of the stored choices: those of the options
+// were looked at before. Then the run ends.
+bool Session::isRefused() {
+  const auto refusal = refusalOfNames(app_.interface);
+  if (!refusal || options_.command == Command::analyse)
+    return false;
+  problem(app_.interface.names.text(), *refusal);
+  end();
+  return true;
+}
+
 void Session::resume() {
   recorder_->restore(std::exchange(start_.store, std::nullopt), *start_.batch);
   // What is said now is stronger than what is stored.
   applyOptions();
+  if (isRefused())
+    return;
   reserveNames();
   if (!start_.batch->waiting.empty())
     app_.queue().takeSources(start_.batch->waiting);
@@ -262,12 +278,13 @@ void Session::begin() {
 // the same time gives it none of theirs.
 void Session::reserveNames() {
   const std::string folder = outputFolder(app_.interface.destination.text());
+  const NamePattern names = namesOf(app_.interface);
   OutputNames taken;
   for (const Row& before : start_.turn.before)
     if (before.mark == RowMark::success && !before.movie.empty())
       taken[before.movie] = before.path();
     else
-      outputPath(before.source, before.choice.target, folder, taken);
+      outputPath(before.source, before.choice.target, folder, taken, names);
   app_.driver().reserve(std::move(taken));
 }
 
@@ -372,8 +389,9 @@ void Session::planFrom(int row) {
 }
 
 void Session::plan(const Row& row) {
-  const std::string output = outputPath(row.source, row.choice.target,
-                                        outputFolder(app_.interface.destination.text()), planned_);
+  const std::string output =
+      outputPath(row.source, row.choice.target, outputFolder(app_.interface.destination.text()),
+                 planned_, namesOf(app_.interface));
   if (const auto refusal = planRow(row, output))
     problem(row.path(), *refusal);
 }

@@ -55,6 +55,7 @@ class Session {
   void applyPreferences();
   void applyOptions();
   void resume();
+  bool isRefused();
   void problem(const std::string& path, const std::string& reason);
   void movieRefused(const std::string& source, const std::string& reason);
   void chooseForRow(int row);

@@ -14,6 +14,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/appDelegate.h"
+#include "core/movieNames.h"
 #include "core/storedRow.h"
 #include "encoding/choiceWords.h"
 #include "prefs/utilsAlert.h"
@@ -149,7 +150,7 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
     if (const auto option =
             given(app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
                         "--size", "--speed", "--surround", "--no-surround", "--sound",
-                        "--slow-sound", "--destination", "--parts"}))
+                        "--slow-sound", "--destination", "--name", "--parts"}))
       return localisationString("wrong_recoverOption", textTable, *option);
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
@@ -171,8 +172,8 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
     return localisationString("wrong_noClips", textTable);
   if (options.command == Command::analyse)
     // Nothing is written.
-    if (const auto option =
-            given(app, {"--prores", "--surround", "--no-surround", "--destination", "--overwrite"}))
+    if (const auto option = given(app, {"--prores", "--surround", "--no-surround", "--destination",
+                                        "--name", "--overwrite"}))
       return localisationString("wrong_analyseOption", textTable, *option);
   return std::nullopt;
 }
@@ -242,6 +243,9 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
                  localisationString("help_destination", textTable))
       ->type_name("DIR")
       ->take_last();
+  app.add_option("--name", options.choices.names, localisationString("help_name", textTable))
+      ->type_name("PATTERN")
+      ->take_last();
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
   app.add_flag("--parts", options.keepsPartsApart, localisationString("help_parts", textTable));
@@ -289,6 +293,9 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   }
   if (const auto reason = contradiction(app, options))
     return refuse(*reason);
+  if (options.choices.names)
+    if (const auto refusal = refusalOfPattern(*options.choices.names))
+      return refuse("--name: " + *refusal);
   if (preset && preset->empty())
     return refuse(localisationString("wrong_needsValue", textTable, "--preset", "NAME"));
   if (preset) {

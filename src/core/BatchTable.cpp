@@ -288,6 +288,7 @@ void BatchTable::select(int row) {
     return;
   debugFormat("tableSel…IsChanging : row={}", valid);
   selectedRow_ = valid;
+  rowSelected.emit();
 }
 
 void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,

@@ -34,6 +34,7 @@ class BatchTable {
   Signal<int> rowAppended;
   Signal<int> rowRemoved;
   Signal<int> rowPutBack;
+  Signal<> rowSelected;
   // The rows are in another order: of each the index that it had before.
   Signal<const std::vector<int>&> rowsMoved;
 

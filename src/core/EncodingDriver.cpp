@@ -9,6 +9,7 @@
 #include "classShared/log.h"
 #include "core/batchSummary.h"
 #include "core/missingSources.h"
+#include "core/movieNames.h"
 #include "core/stepState.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -75,6 +76,11 @@ bool EncodingDriver::mayBegin() {
     batchRefused.emit(refusal->reason);
     return false;
   }
+  if (const auto refusal = refusalOfNames(interface_)) {
+    services_.alerts.show({*refusal, ""});
+    batchRefused.emit(*refusal);
+    return false;
+  }
   return true;
 }
 
@@ -111,6 +117,7 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   isWaitingCounted_ = false;
   meter_.start();
   outputNames_ = reserved_;
+  names_ = namesOf(interface_);
   removeLeftFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))
@@ -122,7 +129,8 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   search_.reset();
   // Whoever has answered for all movies is not asked.
   if (services_.preferences.prefReadString(StateKey::replaceFiles).empty())
-    search_.emplace(table_, rows, outputFolder(interface_.destination.text()), outputNames_);
+    search_.emplace(table_, rows, outputFolder(interface_.destination.text()), outputNames_,
+                    names_);
   goOn();
 }
 
@@ -358,8 +366,8 @@ void EncodingDriver::startRow(int row) {
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
-  order.output =
-      outputPath(entry.source, entry.choice.target, outputFolder(order.destination), outputNames_);
+  order.output = outputPath(entry.source, entry.choice.target, outputFolder(order.destination),
+                            outputNames_, names_);
   order.flavour = services_.preferences.text(PrefKey::prores);
   const auto segment = static_cast<std::size_t>(entry.choice.target);
   if (segment < interface_.editingSoft.segments().size())

@@ -151,6 +151,7 @@ class EncodingDriver final : private ConversionJob::Host {
   StateMirror mirror_;
   OutputNames reserved_;
   OutputNames outputNames_;
+  NamePattern names_;  // of the batch that runs
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
   std::set<std::string> begun_;                // the sources of this batch that were

@@ -67,6 +67,7 @@ struct Interface {
   std::string sound;  // soundChoice.h
   SlowSound slowSound = SlowSound::asRecorded;
   TextField destination;  // folder, "~" allowed
+  TextField names;        // pattern for those of the movies (NamePattern), "" for the usual ones
 
   // Preferences that have no place in the main window.
   SegmentedControl colour;

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
+#include "core/movieNames.h"
 #include "encoding/choiceWords.h"
 #include "platform/propertyList.h"
 #include "prefs/PreferenceStore.h"
@@ -19,6 +20,7 @@ namespace {
 constexpr std::string_view extension = "plist";
 constexpr std::string_view keySurround = "surround";
 constexpr std::string_view keySound = "sound";
+constexpr std::string_view keyNames = "name";
 
 // Goes through the choices that have words: the name of each, where it is, and its words.
 template <class AnyPreset, class Way>
@@ -70,12 +72,14 @@ Dico presetRecord(const Preset& preset) {
     record.set(keySurround, *preset.keepsSurround);
   if (preset.sound)
     record.set(keySound, wordOfSounds(*preset.sound));
+  if (preset.names)
+    record.set(keyNames, *preset.names);
   return record;
 }
 
 Outcome<Preset> presetOf(const Dico& record) {
   Preset preset;
-  std::vector<std::string_view> known{keySurround, keySound};
+  std::vector<std::string_view> known{keySurround, keySound, keyNames};
   std::string wrong;
   walk(preset, [&](const char* name, auto& choice, const auto& words) {
     known.emplace_back(name);
@@ -98,6 +102,11 @@ Outcome<Preset> presetOf(const Dico& record) {
     if (!preset.sound)
       wrong = shown(record, keySound);
   }
+  if (record.contains(keyNames)) {
+    preset.names = record.textOrEmpty(keyNames);
+    if (refusalOfPattern(*preset.names))
+      wrong = shown(record, keyNames);
+  }
   for (const auto& [name, value] : record)
     if (std::find(known.begin(), known.end(), name) == known.end())
       wrong = shown(record, name);
@@ -119,6 +128,7 @@ void complete(Preset& preset, const Preset& other) {
   take(preset.keepsSurround, other.keepsSurround);
   take(preset.sound, other.sound);
   take(preset.slowSound, other.slowSound);
+  take(preset.names, other.names);
 }
 
 Preset chosenPreset(const Interface& interface, const PreferenceStore& preferences) {
@@ -131,6 +141,7 @@ Preset chosenPreset(const Interface& interface, const PreferenceStore& preferenc
   preset.keepsSurround = interface.surround.isChecked();
   preset.sound = interface.sound;
   preset.slowSound = interface.slowSound;
+  preset.names = usablePattern(interface);
   return preset;
 }
 
@@ -149,6 +160,8 @@ void choosePreset(const Preset& preset, Interface& interface, PreferenceStore& p
   interface.sound = preset.sound.value_or("");
   interface.slowSound = preset.slowSound.value_or(SlowSound::asRecorded);
   interface.setTarget(preset.target);
+  if (preset.names)
+    interface.names.setText(*preset.names == usualNames ? "" : *preset.names);
   if (!preset.flavour)
     return;
   preferences.prefWrite(PrefKey::prores, *preset.flavour);

@@ -24,6 +24,7 @@ struct Preset {
   std::optional<bool> keepsSurround;
   std::optional<std::string> sound;  // soundChoice.h
   std::optional<SlowSound> slowSound;
+  std::optional<std::string> names;  // a pattern that can be used: namePattern.h
   bool operator==(const Preset&) const = default;
 };
 

@@ -205,6 +205,7 @@ void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   interface.destination.setText(usableDestination(stored.textOrEmpty(PrefKey::destination)));
   if (folder == DestinationFolder::made)
     mkdir(expandTilde(interface.destination.text()));
+  interface.names.setText(stored.textOrEmpty(PrefKey::names));
   const int colours = interface.colour.count();
   if (const auto colour = stored.integer(PrefKey::color);
       colour && *colour >= 0 && *colour < colours)
@@ -246,6 +247,7 @@ void appDelegate::showBatch() {
 Dico appDelegate::prefs2GuiApp() const {
   Dico stored;
   stored.set(PrefKey::destination, interface.destination.text());
+  stored.set(PrefKey::names, interface.names.text());
   stored.set(PrefKey::color, interface.colour.selected());
   stored.set(PrefKey::alertEnd, interface.alertEnd.isChecked() ? 1 : 0);
   stored.set(PrefKey::update, interface.updateCheck.isChecked() ? 1 : 0);

@@ -33,8 +33,11 @@ std::string namesOf(const std::vector<std::string>& movies) {
 }  // namespace
 
 ClashSearch::ClashSearch(const BatchTable& table, const std::vector<int>& rows, std::string folder,
-                         OutputNames taken)
-    : table_(table), folder_(std::move(folder)), taken_(std::move(taken)) {
+                         OutputNames taken, NamePattern names)
+    : table_(table),
+      folder_(std::move(folder)),
+      taken_(std::move(taken)),
+      names_(std::move(names)) {
   sources_.reserve(rows.size());
   for (const int row : rows)
     sources_.push_back(table.sourcePath(row));
@@ -52,7 +55,7 @@ void ClashSearch::lookAt(int row) {
   const Row& entry = table_.row(row);
   if (!pathExists(entry.path()))
     return;  // it will be left out
-  std::string output = outputPath(entry.source, entry.choice.target, folder_, taken_);
+  std::string output = outputPath(entry.source, entry.choice.target, folder_, taken_, names_);
   if (isNameTaken(output))
     found_.push_back(std::move(output));
 }

@@ -16,9 +16,10 @@ namespace tessarin {
 // name may need a look into the card of its clip, which can be slow: it is done in steps.
 class ClashSearch {
  public:
-  // The table is borrowed. `folder` is that of the movies, `taken` the names that are given.
+  // The table is borrowed. `folder` is that of the movies, `taken` the names that are given,
+  // `names` how others are.
   ClashSearch(const BatchTable& table, const std::vector<int>& rows, std::string folder,
-              OutputNames taken);
+              OutputNames taken, NamePattern names);
 
   // Looks at some more of the rows. True when it has looked at all.
   bool step();
@@ -33,6 +34,7 @@ class ClashSearch {
   std::size_t next_ = 0;
   std::string folder_;
   OutputNames taken_;
+  NamePattern names_;
   std::vector<std::string> found_;
 };
 

@@ -16,10 +16,12 @@ constexpr const char* folderName = "Tessarin";
 // Bytes of a movie's name without endings and extension.
 constexpr std::size_t longestTitle = 200;
 
-std::string titleOf(const Source& source, Target target) {
+std::string titleOf(const Source& source, Target target, const NamePattern& names) {
   const TargetRow* row = targetRow(target);
   std::string title = row && row->isNamedAfterRecording ? dateCreation2iMovieN(source.path, source)
                                                         : pathes2Titles(source.path, {});
+  if (!names.isUsual())
+    title = names.nameOf(source, title);
   // A name that is blank or starts with a dot could not be seen.
   if (trimmed(title).empty())
     title = "_";
@@ -42,8 +44,8 @@ std::string outputFolder(const std::string& destination) {
 }
 
 std::string outputPath(const Source& source, Target target, const std::string& folder,
-                       OutputNames& taken) {
-  const std::string title = titleOf(source, target);
+                       OutputNames& taken, const NamePattern& names) {
+  const std::string title = titleOf(source, target, names);
   std::string path = joinPath(folder, title + ".mov");
   for (int number = 2; taken.count(path) > 0 && taken[path] != source.path; ++number)
     path = joinPath(folder, fmt::format("{}-{}.mov", title, number));

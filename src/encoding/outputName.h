@@ -6,6 +6,7 @@
 
 #include "analysis/Source.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/namePattern.h"
 
 namespace tessarin {
 
@@ -22,13 +23,12 @@ using OutputNames = std::map<std::string, std::string, IgnoringCase>;
 std::string outputFolder(const std::string& destination);
 
 // The movie that the source becomes with this target: a QuickTime movie directly in `folder`, named
-// after the source; for Apple Intermediate Codec after the recording too. A name that another
-// source of `taken` has gets a number. The result is added to `taken`. Whatever the source is
-// called, the name is visible, and it leaves room in the 255 bytes that file systems take for the
-// endings that a job adds
-// ("-failure", numbers, "_MASTER").
+// by the pattern, or else after the source; for Apple Intermediate Codec after the recording too. A
+// name that another source of `taken` has gets a number. The result is added to `taken`. Whatever
+// the source is called and says of itself, the name is visible, and it leaves room in the 255 bytes
+// that file systems take for the endings that a job adds ("-failure", numbers, "_MASTER").
 std::string outputPath(const Source& source, Target target, const std::string& folder,
-                       OutputNames& taken);
+                       OutputNames& taken, const NamePattern& names);
 
 // The name that the movie takes instead when something else has come to `path` by the time that it
 // is finished: with the next number that neither a file nor an output of `taken` has. Replaces

@@ -50,6 +50,7 @@ Dico prefDefaults() {
       {std::string(PrefKey::easy), 1},        {std::string(PrefKey::editingSoft), 2},
       {std::string(PrefKey::surround), 0},    {std::string(PrefKey::speed), 2},
       {std::string(PrefKey::update), 1},      {std::string(PrefKey::destination), "~/Movies/"},
+      {std::string(PrefKey::names), ""},
   };
 }
 

@@ -27,6 +27,7 @@ inline constexpr std::string_view surround = "prefSurrond";  // 1: keep surround
 inline constexpr std::string_view speed = "prefSpeed";       // segment of the speed
 inline constexpr std::string_view update = "update";         // 1: look for updates
 inline constexpr std::string_view destination = "prefDefautDstPathStr";  // destination folder
+inline constexpr std::string_view names = "movieNames";  // pattern for them, "": the usual ones
 inline constexpr std::string_view jobs = "jobs";  // clips at the same time, 0: as suits the machine
 }  // namespace PrefKey
 

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "utils/files.h"
+#include "views/NamesField.h"
 #include "views/bindings.h"
 #include "views/localize.h"
 #include "views/popUpTitles.h"
@@ -63,6 +64,9 @@ SettingsView::SettingsView(appDelegate& app, std::function<void(const std::strin
   form->addRow(QString(), surround);
 
   form->addRow("@@destination", newDestinationRow());
+  auto* names = new NamesField(app_, store);
+  form->addRow("@@names", names);
+  form->setAlignment(form->labelForField(names), Qt::AlignRight | Qt::AlignTop);
   giveRoom(this);
 }
 

@@ -14,7 +14,8 @@ TEST(PresetFolder, KeepsWhatIsChosenUnderANameThatIsAFile) {
   test::ScopedTemporaryFolder folder;
   const PresetFolder presets(folder.file("deeper/presets"));
   EXPECT_TRUE(presets.names().empty());
-  const Preset tapes{2, outAic, 6, speedHalf, "apch", true, "2,3", SlowSound::slowed};
+  const Preset tapes{
+      2, outAic, 6, speedHalf, "apch", true, "2,3", SlowSound::slowed, "{date} {title}"};
   ASSERT_TRUE(presets.write("Été 1.5", tapes));
   ASSERT_TRUE(presets.write("all", {}));
   EXPECT_THAT(presets.names(), ElementsAre("all", "Été 1.5"));
@@ -34,7 +35,8 @@ class UserPresetsTest : public test::CoreFixture {
 
 TEST_F(UserPresetsTest, AreForTheNextClips) {
   UserPresets& presets = app.presets();
-  choosePreset({0, outAic, 6, speedKeep, "apcs", {}, {}, {}}, app.interface, preferences);
+  choosePreset({0, outAic, 6, speedKeep, "apcs", {}, {}, {}, "{title} x"}, app.interface,
+               preferences);
   presets.save("discs");
   presets.save("tapes");
   EXPECT_EQ(presets.chosen(), "tapes") << "one, though the other says the same";
@@ -49,6 +51,7 @@ TEST_F(UserPresetsTest, AreForTheNextClips) {
   presets.choose("tapes");
   EXPECT_EQ(app.interface.target, outAic);
   EXPECT_EQ(preferences.text(PrefKey::prores), "apcs");
+  EXPECT_EQ(app.interface.names.text(), "{title} x");
   // And at the next start.
   const Dico stored = app.prefs2GuiApp();
   app.interface.setTarget({});

@@ -23,7 +23,7 @@ TEST(OutputName, IsThatOfTheSourceAndSharedByNone) {
       {"/a/CLIP.MTS", "/out/CLIP-2.mov"}};
   OutputNames taken;
   for (const auto& [source, output] : outputs)
-    EXPECT_EQ(outputPath(test::sourceOf({{"srcPathStr", source}}), outProres, "/out", taken),
+    EXPECT_EQ(outputPath(test::sourceOf({{"srcPathStr", source}}), outProres, "/out", taken, {}),
               output);
 }
 
@@ -44,7 +44,7 @@ TEST(OutputName, StaysInTheFolderAndShortEnoughForItsEndings) {
     for (const Target target : {outProres, outAic}) {
       OutputNames taken;
       const std::string output =
-          outputPath(test::sourceOf({{"srcPathStr", "/gone/" + name}}), target, folder, taken);
+          outputPath(test::sourceOf({{"srcPathStr", "/gone/" + name}}), target, folder, taken, {});
       for (const std::string& path : {output, masterPathStr(output)}) {
         const std::string last = fileName(path);
         EXPECT_EQ(parentFolder(path), folder) << name;

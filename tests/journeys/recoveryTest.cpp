@@ -246,6 +246,29 @@ TEST_F(RecoveryTest, ALaterRunRemovesThePartialMovieAndSaysHowToGoOn) {
   EXPECT_EQ(tessarin({"--recover"}).out, "there is nothing to recover\n");
 }
 
+TEST_F(RecoveryTest, NamesFollowThePatternThatWasGivenAtFirst) {
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) test ! -e slow || exec sleep 100 ;; esac\n"
+      "exec $real \"$@\"");
+  folder.write("slow", "");
+  setVariable("PWD", folder.path());
+  Run run = start({"-d", destination(), "--name", "Trip {make} {title}", clips_[0], clips_[1]});
+  ASSERT_TRUE(eventually([this] { return !namesIn(destination() + "/Tessarin").empty(); }));
+  run.process.sendSignal(SIGKILL);
+  finish(run);
+  std::filesystem::remove(folder.file("slow"));
+  const Result recovered = tessarin({"--recover"});
+  EXPECT_EQ(recovered.status, 0) << recovered.err;
+  EXPECT_THAT(movies(), ElementsAre("Trip 1.mov", "Trip 1.txt", "Trip 2.mov", "Trip 2.txt"));
+
+  const std::string file = folder.file("clips.batch");
+  const std::string other = folder.file("other");
+  EXPECT_EQ(tessarin({"--batch", file, "-d", other, "--name", "A {title}", clips_[0]}).status, 0);
+  EXPECT_EQ(tessarin({"--batch", file}).out, clips_[0] + " -> " + other + "/Tessarin/A 1.mov\n");
+  EXPECT_THAT(tessarin({"plan", "-d", other, "--name", "A {title}", clips_[1], clips_[0]}).out,
+              HasSubstr("'" + other + "/Tessarin/A 2.mov'"));
+}
+
 TEST_F(RecoveryTest, ARunThatLivesIsNotInterrupted) {
   useFfmpeg(
       "case \" $* \" in */1.mts*' -c:v '*) exec $real -readrate 0.0001 \"$@\" ;; esac\n"
@@ -396,6 +419,9 @@ TEST_F(RecoveryTest, WrongUseIsRefused) {
   for (const Arguments& arguments : {Arguments{"--recover", clips_[0]},
                                      {"--recover", "--forget"},
                                      {"--recover", "-d", "x"},
+                                     {"--recover", "--name", "x"},
+                                     {"--name", "{day}", clips_[0]},
+                                     {"--name", "", clips_[0]},
                                      {"analyse", "--recover"},
                                      {"plan", "--batch", "b", clips_[0]},
                                      {"--batch", "b", "--speed", "half"},

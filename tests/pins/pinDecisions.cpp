@@ -349,7 +349,7 @@ void pinNames(Pin& pin) {
         source.recorded = time;
         pin.add(dateCreation2iMovieN(path, source));
         for (const Target target : allTargets)
-          pin.add(outputPath(source, target, "/nowhere/Tessarin", taken));
+          pin.add(outputPath(source, target, "/nowhere/Tessarin", taken, {}));
       }
   }
   pin.add(otherOutputPath("/nowhere/Tessarin/clip.mov", taken));
