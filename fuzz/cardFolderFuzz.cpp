@@ -6,6 +6,8 @@
 #include "tools/gettimestamps/card.h"
 #include "tools/gettimestamps/source.h"
 #include "tools/joinclips/clipFacts.h"
+#include "tools/joinclips/dvFacts.h"
+#include "tools/joinclips/programFacts.h"
 
 using namespace tessarin;
 
@@ -47,9 +49,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   for (const auto& [clip, before] : continuationsOnCard(root + "/PRIVATE/AVCHD/BDMV/STREAM"))
     fuzz::require(!clip.empty());
-  for (const std::string& path : made)
-    if (const auto facts = joining::clipFacts(path))
-      fuzz::require(facts->packetSize > 0 && !facts->streams.empty());
+  for (const std::string& path : made) {
+    for (const auto read : {joining::clipFacts, joining::programFacts})
+      if (const auto facts = read(path))
+        fuzz::require(facts->packetSize > 0 && !facts->streams.empty());
+    if (const auto facts = joining::dvFacts(path))
+      fuzz::require(facts->frames > 0 && !facts->last.timeCode.empty());
+  }
   for (const std::string& path : made)
     if (const auto found = factsOfSource(path).time)
       fuzz::require(!found->origin.empty() && (!found->time || found->time->isValid()));

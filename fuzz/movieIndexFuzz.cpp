@@ -7,8 +7,27 @@
 #include "movie/movieFacts.h"
 #include "movie/movieIndex.h"
 #include "movie/movieStart.h"
+#include "tools/joinclips/movieJoint.h"
 
 using namespace tessarin;
+
+namespace {
+
+// As if it were the parts of a recording, which all say the same.
+void joinWithItself(const std::string& path) {
+  const auto tables = joining::readMovieTables(path);
+  if (!tables || !joining::mayFollow(*tables, *tables))
+    return;
+  const auto joined = joining::joinedMovie({*tables, *tables, *tables});
+  if (!joined)
+    return;
+  for (const joining::MoviePiece& piece : joined->pieces)
+    fuzz::require(piece.file == joining::MoviePiece::noFile ||
+                  (piece.file < 3 && piece.bytes <= tables->bytes &&
+                   piece.position <= tables->bytes - piece.bytes));
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes = fuzz::textOf(data, size);
@@ -41,6 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto told = tellFacts(path, facts);
   if (told && told.value())
     fuzz::require(!movie || readMovieIndex(path).ok());
+  joinWithItself(path);
   // The content of an index without what stands around it.
   indexWithFirstPictures(std::string(bytes), [&](std::uint64_t position) {
     return std::string(bytes.substr(std::min<std::uint64_t>(position, bytes.size()), 4096));

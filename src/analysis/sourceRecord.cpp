@@ -8,6 +8,7 @@
 #include <cmath>
 #include <set>
 
+#include "analysis/partFiles.h"
 #include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/reportNumbers.h"
@@ -454,20 +455,18 @@ struct Out {
 // Parts of one recording lie in one folder, each once; nothing else is ever read as one.
 bool areParts(const Source& source) {
   constexpr std::size_t mostParts = 98;  // behind the first
-  static constexpr std::array<std::string_view, 4> kinds{"mts", "m2ts", "m2t", "ts"};
   std::set<std::string_view> known{source.path};
   double begin = 0;
   for (const Source::Part& part : source.furtherParts) {
-    const bool isStream = std::any_of(kinds.begin(), kinds.end(), [&part](std::string_view kind) {
-      return hasPathExtension(part.path, kind);
-    });
-    if (!isStream || parentFolder(part.path) != parentFolder(source.path) ||
+    if (!mayBePart(part.path) || parentFolder(part.path) != parentFolder(source.path) ||
         !known.insert(part.path).second || part.begin < begin)
       return false;
     begin = part.begin;
   }
+  static constexpr std::array<std::string_view, 4> formats{"mpegts", "mpeg", "mov", "dv"};
   return source.furtherParts.empty() ||
-         (source.furtherParts.size() <= mostParts && firstContainer(source) == "mpegts");
+         (source.furtherParts.size() <= mostParts &&
+          std::find(formats.begin(), formats.end(), firstContainer(source)) != formats.end());
 }
 
 Dico recordOf(const Source& source, bool isChecked) {

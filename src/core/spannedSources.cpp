@@ -1,12 +1,12 @@
 #include "core/spannedSources.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <filesystem>
 #include <optional>
 #include <unordered_set>
 
+#include "analysis/partFiles.h"
 #include "platform/Bundle.h"
 #include "utils/files.h"
 
@@ -16,12 +16,6 @@ namespace {
 
 // What stands before the files in the command.
 constexpr std::size_t wordsOfSearch = 3;
-
-bool mayBeStream(const std::string& path) {
-  static constexpr std::array<std::string_view, 4> kinds{"mts", "m2ts", "m2t", "ts"};
-  return std::any_of(kinds.begin(), kinds.end(),
-                     [&path](std::string_view kind) { return hasPathExtension(path, kind); });
-}
 
 std::optional<std::size_t> placeOf(std::string_view word, std::size_t count) {
   const auto number = leadingInteger(word);
@@ -59,12 +53,12 @@ void takeRecording(std::string_view line, const std::vector<std::string>& files,
 }  // namespace
 
 Arguments partSearch(const std::vector<std::string>& paths) {
-  std::vector<std::string> streams;
-  std::copy_if(paths.begin(), paths.end(), std::back_inserter(streams), mayBeStream);
-  if (streams.size() < 2)
+  std::vector<std::string> files;
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(files), mayBePart);
+  if (files.size() < 2)
     return {};
   Arguments command = {Bundle::main().toolPath("joinclips"), "--parts", "--"};
-  command.insert(command.end(), streams.begin(), streams.end());
+  command.insert(command.end(), files.begin(), files.end());
   return command;
 }
 

@@ -1,4 +1,6 @@
 // Recordings that the camera cut into several files: one movie, as of the uncut stream.
+#include <signal.h>
+
 #include <filesystem>
 
 #include "Journey.h"
@@ -166,6 +168,80 @@ TEST_F(SpannedJourney, APartThatGoesMissingIsNamed) {
   EXPECT_THAT(result.lines(), SizeIs(2));
   std::filesystem::rename(folder.file("away"), clip(2));
   EXPECT_THAT(tessarin({"--batch", batch}).out, HasSubstr(clip(1) + " -> "));
+}
+
+// The chapters of an action camera.
+class ChapterJourney : public SpannedJourney {
+ protected:
+  ChapterJourney() { setVariable("XDG_STATE_HOME", folder.file("state")); }
+  std::string chapter(int number) const {
+    return folder.file("GoPro für uns/GX0" + std::to_string(number) + "0042.MP4");
+  }
+  void makeChapters() {
+    EXPECT_TRUE(test::makeClip(test::progressivePicture("1280x720", "3") +
+                                   "-f lavfi -i \"aevalsrc=sin(6.28*t*(300+200*t)):s=48000:d=3\" "
+                                   "-c:v libx264 -preset veryfast -bf 2 -g 10 -c:a pcm_s16le "
+                                   "-metadata creation_time=2024-05-06T07:08:09Z -f mov",
+                               folder.file("uncut.MP4")));
+    folder.write("GoPro für uns/GX010007.MP4", folder.read("uncut.MP4"));
+    EXPECT_EQ(test::runShell("ffmpeg -v error -i " + test::quoted(folder.file("uncut.MP4")) +
+                             " -map 0 -c copy -f segment -segment_times 0.9,1.9 "
+                             "-segment_start_number 1 -segment_format mov -reset_timestamps 1 "
+                             "-metadata creation_time=2024-05-06T07:08:09Z " +
+                             test::quoted(folder.file("GoPro für uns/GX%02d0042.MP4")))
+                  .status,
+              0);
+  }
+};
+
+TEST_F(ChapterJourney, MakesTheMovieOfTheUncutRecordingEvenAfterAKill) {
+  makeChapters();
+  std::string uncut;
+  for (const char* format : {"aic", "prores", "quicktime"}) {
+    SCOPED_TRACE(format);
+    uncut = made({"--format", format, folder.file("uncut.MP4")});
+    EXPECT_THAT(uncut, HasSubstr("nb_frames=75"));
+    EXPECT_EQ(made({"--format", format, chapter(2), chapter(3), chapter(1)}), uncut);
+  }
+  std::filesystem::remove_all(destination());
+  useFfmpeg(
+      "case \" $* \" in *' -c:v '*) if test -e slow; then\n"
+      "  for output; do :; done; echo partial > \"$output\"; exec sleep 100\n"
+      "fi ;; esac\n"
+      "exec $real \"$@\"");
+  folder.write("slow", "");
+  setVariable("PWD", folder.path());
+  leavesTemporaryFiles = true;
+  Run run =
+      start({"-d", destination(), "--format", "quicktime", chapter(1), chapter(2), chapter(3)});
+  ASSERT_TRUE(eventually([this] { return isBeingMade("GX010042.mov"); }));
+  run.process.sendSignal(SIGKILL);
+  finish(run);
+  std::filesystem::remove(folder.file("slow"));
+  const Result recovered = tessarin({"--recover"});
+  EXPECT_EQ(recovered.status, 0) << recovered.err;
+  EXPECT_EQ(sumsOfMovie(), uncut);
+}
+
+TEST_F(ChapterJourney, AreToldWhereTheyDoNotFit) {
+  makeChapters();
+  const std::string card = folder.file("GoPro für uns");
+  const std::string all = tessarin({"analyse", card}).out;
+  EXPECT_THAT(all, HasSubstr("parts: GX010042.MP4, GX020042.MP4, GX030042.MP4"));
+  EXPECT_THAT(all, testing::Not(HasSubstr("seems to go on")));
+  const auto doubts = [&] {
+    return split(tessarin({"analyse", "--json", card}).out, "seems to go on").size() - 1;
+  };
+  // The second is another recording by its time; then it is gone.
+  EXPECT_EQ(test::runShell("ffmpeg -v error -i " + test::quoted(chapter(2)) +
+                           " -c copy -f mov -metadata creation_time=2024-05-06T09:00:00Z " +
+                           test::quoted(folder.file("later.MP4")))
+                .status,
+            0);
+  std::filesystem::rename(folder.file("later.MP4"), chapter(2));
+  EXPECT_EQ(doubts(), 2u);
+  std::filesystem::remove(chapter(2));
+  EXPECT_EQ(doubts(), 1u);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "tools/joinclips/partNames.h"
 #include "tools/joinclips/spannedParts.h"
 
 namespace tessarin::joining {

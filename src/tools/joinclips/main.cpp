@@ -1,4 +1,5 @@
-// joinclips: puts recordings of transport streams behind each other, exact at the joints.
+// joinclips: puts recordings of transport streams behind each other, exact at the joints; and files
+// of other formats that are parts of one recording.
 //
 //   joinclips [--list | --parts] FILE...
 //
@@ -18,10 +19,12 @@
 
 #include "classShared/descriptorBytes.h"
 #include "tools/joinclips/JointFinder.h"
+#include "tools/joinclips/MovieStream.h"
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
 #include "tools/joinclips/partSearch.h"
+#include "tools/joinclips/plainJoint.h"
 #include "tools/toolMain.h"
 
 namespace {
@@ -151,7 +154,7 @@ class Joiner {
   bool hasOtherFormat_ = false;
 };
 
-Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
+Outcome<bool> joinStreams(const std::vector<std::string>& files, bool isList) {
   Joiner joiner(isList);
   for (const std::string& file : files)
     if (!joiner.isAtEnd())
@@ -160,6 +163,14 @@ Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
   if (isList)
     joiner.printParts();
   return true;
+}
+
+Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
+  if (files.size() > 1 && joining::isMovie(files.front()))
+    return joining::joinMovies(files, isList);
+  if (files.size() > 1 && joining::isPlainlyJoined(files.front()))
+    return joining::joinPlainly(files, isList);
+  return joinStreams(files, isList);
 }
 
 }  // namespace

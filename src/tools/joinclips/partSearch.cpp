@@ -2,14 +2,12 @@
 
 #include <fmt/ranges.h>
 
-#include <filesystem>
 #include <map>
 #include <optional>
 
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/card.h"
-#include "tools/joinclips/clipFacts.h"
-#include "tools/joinclips/spannedParts.h"
+#include "tools/joinclips/partKinds.h"
 #include "utils/files.h"
 
 namespace tessarin::joining {
@@ -55,45 +53,41 @@ class PartSearch {
   }
   // The file in which this one goes on.
   std::optional<std::size_t> nextOf(std::size_t file) {
-    const auto name = nextName(files_[file]);
+    const auto kind = partKindOf(files_[file]);
+    const auto name = kind ? kind->nextName(files_[file], placeOf_) : std::nullopt;
     if (!name)
       return std::nullopt;
     const CardSays says = cardSays(file, *name);
     const auto following = placeOf_.find(*name);
     if (following == placeOf_.end()) {
-      if (says == CardSays::goesOn && !pathExists(*name))
+      if ((says == CardSays::goesOn || isBeforeNamedPart(*kind, *name)) && !pathExists(*name))
         tellDoubt(file);
       return std::nullopt;
     }
-    std::error_code failed;
-    if (!mayGoOn(says, std::filesystem::file_size(files_[file], failed)))
-      return std::nullopt;
-    const auto* first = factsOf(file);
-    const auto* next = factsOf(following->second);
-    if (first && next && goesOn(*first, *next))
-      return following->second;
-    tellDoubt(file);
-    return std::nullopt;
+    const Link link = kind->link(says, files_[file], *name);
+    if (link == Link::doubtful)
+      tellDoubt(file);
+    return link == Link::goesOn ? std::optional(following->second) : std::nullopt;
+  }
+  // Whether the part behind the missing one is there.
+  bool isBeforeNamedPart(const PartKind& kind, const std::string& missing) const {
+    const auto behind =
+        kind.isNamedAsPart(missing) ? kind.nextName(missing, placeOf_) : std::nullopt;
+    return behind && placeOf_.contains(*behind);
   }
   static void tellDoubt(std::size_t file) { fmt::print("doubtful {}\n", file); }
-  const ClipFacts* factsOf(std::size_t file) {
-    auto known = facts_.find(file);
-    if (known == facts_.end())
-      known = facts_.emplace(file, clipFacts(files_[file])).first;
-    return known->second ? &known->second.value() : nullptr;
-  }
   void print(const std::vector<std::size_t>& parts) {
-    std::vector<ClipFacts> facts;
-    facts.reserve(parts.size());
+    std::vector<std::string> files;
+    files.reserve(parts.size());
     for (const std::size_t part : parts)
-      facts.push_back(*factsOf(part));
-    fmt::print("parts {}: {:.3f}\n", fmt::join(parts, " "), fmt::join(lengthsOf(facts), " "));
+      files.push_back(files_[part]);
+    fmt::print("parts {}: {:.3f}\n", fmt::join(parts, " "),
+               fmt::join(partKindOf(files.front())->lengths(files), " "));
   }
 
   const std::vector<std::string>& files_;
-  std::map<std::string, std::size_t> placeOf_;
+  KnownFiles placeOf_;
   std::map<std::string, std::map<std::string, std::string>> cards_;  // by folder
-  std::map<std::size_t, Outcome<ClipFacts>> facts_;
 };
 
 }  // namespace

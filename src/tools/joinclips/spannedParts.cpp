@@ -11,15 +11,14 @@ namespace {
 constexpr std::array<std::uint64_t, 2> largestFiles{std::uint64_t{1} << 31, std::uint64_t{1} << 32};
 constexpr std::uint64_t roomLeft = 64U << 20;
 
+// A group of pictures, of which only the first may tell its time.
+constexpr Time longestUntold = second / 2;
+
 // The clock of the camera tells whole seconds.
 constexpr std::int64_t clockSlack = 2;
 
 double secondsOf(Time time) {
   return static_cast<double>(time) / static_cast<double>(second);
-}
-
-bool isDigit(char letter) {
-  return letter >= '0' && letter <= '9';
 }
 
 // The time of the next one lies in the first, or at its end. Some cameras may give all parts the
@@ -32,6 +31,13 @@ bool agreesWithClock(const ClipFacts& first, const ClipFacts& next) {
   return later >= -clockSlack && static_cast<double>(later) <= length + clockSlack;
 }
 
+bool agreesWithStreamClock(const ClipFacts& first, const ClipFacts& next) {
+  if (!first.clockEnd || !next.clockBegin)
+    return true;
+  const Time step = difference(*next.clockBegin, *first.clockEnd);
+  return step > 0 && step < longestUntold;
+}
+
 bool haveSameStreams(const ClipFacts& first, const ClipFacts& next) {
   return !first.parameters.empty() && first.streams == next.streams &&
          std::all_of(next.parameters.begin(), next.parameters.end(), [&first](const auto& told) {
@@ -41,24 +47,6 @@ bool haveSameStreams(const ClipFacts& first, const ClipFacts& next) {
 }
 
 }  // namespace
-
-std::optional<std::string> nextName(const std::string& path) {
-  const std::size_t name = path.rfind('/') + 1;
-  const std::size_t dot = std::min(path.rfind('.'), path.size());
-  std::size_t digit = dot;
-  std::string next = path;
-  while (digit > name && isDigit(path[digit - 1])) {
-    --digit;
-    if (path[digit] != '9') {
-      ++next[digit];
-      return next;
-    }
-    next[digit] = '0';
-  }
-  if (digit == dot)
-    return std::nullopt;
-  return next.insert(digit, 1, '1');
-}
 
 bool mayGoOn(CardSays says, std::uint64_t bytesOfFirst) {
   if (says != CardSays::nothing)
@@ -70,9 +58,11 @@ bool mayGoOn(CardSays says, std::uint64_t bytesOfFirst) {
 
 bool goesOn(const ClipFacts& first, const ClipFacts& next) {
   const Time step = difference(next.firstDecoded, first.lastDecoded);
+  const Time most = first.clockEnd ? longestUntold : 2 * first.step;
   const bool isWhole = first.packetSize > 0 && first.bytes % first.packetSize == 0;
   return isWhole && first.packetSize == next.packetSize && haveSameStreams(first, next) &&
-         step > 0 && step < 2 * first.step && agreesWithClock(first, next);
+         step > 0 && step < most && agreesWithClock(first, next) &&
+         agreesWithStreamClock(first, next);
 }
 
 std::vector<double> lengthsOf(const std::vector<ClipFacts>& parts) {

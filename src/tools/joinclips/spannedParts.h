@@ -26,14 +26,13 @@ struct ClipFacts {
   Time end = 0;                          // of the picture that is shown last
   Time step = 0;                         // from one picture to the next
   std::optional<std::int64_t> recorded;  // seconds, by the camera's clock
+  // The first and the last clock of a stream whose pictures do not all tell their times.
+  std::optional<Time> clockBegin;
+  std::optional<Time> clockEnd;
 };
 
 // What the list of the card says of a clip and the one before it.
 enum class CardSays { nothing, apart, goesOn };
-
-// The name that the part behind this one has: "/card/STREAM/00008.MTS" for "…/00007.MTS". Nothing
-// for a name that has no number.
-std::optional<std::string> nextName(const std::string& path);
 
 // Whether the two may be parts of one recording, so that it is worth reading them: the card says so
 // or, where it says nothing, the first one is as large as cameras make a file at most.
