@@ -35,6 +35,7 @@ run lines "$2" --batch b.batch --row 2
 run lines "$2" --batch b.batch --report
 run lines "$2" --batch b.batch
 run lines "$2" --batch b.batch --row 2
+run lines "$2" --new -d other later.mp4 fine.mp4
 run lines "$2" --recover
 python3 - "$root/docs/events.schema.json" lines <<'END'
 import json, sys

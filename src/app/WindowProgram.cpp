@@ -6,6 +6,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/convertedRecord.h"
 #include "core/language.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
@@ -46,8 +47,12 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       domain_(domain),
       instance_(instance),
       preferences_(domain),
-      services_{loop, preferences_, alerts_, revealInFileBrowser,
-                [this] { window_->chooseDestination(); }},
+      services_{loop,
+                preferences_,
+                alerts_,
+                revealInFileBrowser,
+                [this] { window_->chooseDestination(); },
+                ConvertedRecord::userPath()},
       app_(services_),
       survey_(loop),
       refused_(app_.queue(), alerts_),

@@ -152,6 +152,13 @@ class JsonReporter final : public Reporter {
     tell({{"event", "missing"}, {"sources", sources}});
   }
 
+  void leftOut(const std::vector<std::string>& sources, const std::string& trouble) override {
+    Json event{{"event", "leftOut"}, {"sources", sources}};
+    if (!trouble.empty())
+      event["reason"] = trouble;
+    tell(event);
+  }
+
   void batchWritten(const std::string& path, std::size_t rows) override {
     tell({{"event", "batch"}, {"path", path}, {"rows", rows}});
   }

@@ -42,6 +42,9 @@ class Reporter {
   virtual void jobEnded(const JobEnd& end, bool isFine) = 0;
   // At the end of a batch: sources that were not there any more. Each had its jobEnded().
   virtual void missing(const std::vector<std::string>& sources) = 0;
+  // Clips that were converted before, and are not again; why the record of them says nothing, in
+  // the user's language, or "".
+  virtual void leftOut(const std::vector<std::string>& sources, const std::string& trouble) = 0;
   // A batch of this many rows has been written to a file.
   virtual void batchWritten(const std::string& path, std::size_t rows) = 0;
   // What became of a row of a batch file, by its number; whether a process converts it now.

@@ -50,6 +50,9 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     follow();
   app_.queue().refused.connect(
       [this](const std::string& path, const std::string& reason) { problem(path, reason); });
+  app_.queue().leftOut.connect([this](const KnownClips::Finding& finding) {
+    reporter_.leftOut(finding.known, troubleOfRecord(finding.record, services_.convertedClips));
+  });
   app_.queue().finished.connect([this] { analysisFinished(); });
   app_.queue().rowReady.connect([this](int row) { chooseForRow(row); });
   app_.driver().batchRefused.connect([this](const std::string& reason) {
@@ -69,9 +72,8 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
     inHand_.erase(job.source);
     // What an explicit --overwrite keep kept is as the user wanted it. Of a damaged clip a movie
     // was made, but not of all of it.
-    const bool isWhole = job.damagedPictures == 0 && !job.hasDamagedSound && !job.hasMore;
-    const bool isFine = (job.kind == JobEnd::Kind::converted && isWhole) ||
-                        (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
+    const bool isFine =
+        job.isWhole() || (job.kind == JobEnd::Kind::kept && options_.overwrite == Overwrite::keep);
     failed_ = failed_ || !isFine;
     reporter_.jobEnded(job, isFine);
   });
@@ -136,6 +138,7 @@ void Session::applyOptions() {
   if (options_.jobs)
     app_.setJobs(*options_.jobs);
   app_.queue().keepPartsApart(options_.keepsPartsApart);
+  app_.queue().takeOnlyNew(options_.onlyNew);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
   choosePreset(options_.choices, interface, services_.preferences);

@@ -5,6 +5,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/descriptorBytes.h"
+#include "classShared/log.h"
 #include "cli/Reporter.h"
 #include "cli/terminal.h"
 #include "cli/texts.h"
@@ -157,6 +158,18 @@ class TextReporter final : public Reporter {
   void missing(const std::vector<std::string>& sources) override {
     if (sources.size() > 1)
       complain(missingText(sources));
+  }
+
+  void leftOut(const std::vector<std::string>& sources, const std::string& trouble) override {
+    if (!trouble.empty())
+      complain(trouble);
+    if (debugMode())
+      for (const std::string& source : sources)
+        complain(fmt::format("{}: {}", source, localisationString("convertedBefore", textTable)));
+    if (sources.size() == 1)
+      complain(localisationString("leftOut_one", textTable));
+    else if (!sources.empty())
+      complain(localisationString("leftOut", textTable, fmt::format("{}", sources.size())));
   }
 
   void batchWritten(const std::string& path, std::size_t rows) override {

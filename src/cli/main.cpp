@@ -12,6 +12,7 @@
 #include "cli/terminal.h"
 #include "cli/texts.h"
 #include "core/CodecSurvey.h"
+#include "core/convertedRecord.h"
 #include "core/startUp.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
@@ -63,7 +64,8 @@ RunEnd runOnce(const Options& options, RunStart start, const Dico& choices, Repo
   setUserAlerts(&alerts);
   RunEnd end;
   {
-    Session session(options, {loop, preferences, alerts, {}}, reporter, std::move(start));
+    Session session(options, {loop, preferences, alerts, {}, {}, ConvertedRecord::userPath()},
+                    reporter, std::move(start));
     SignalWatch userStop(loop, {SIGINT}, [&session](int) { session.interrupt(Stop::byUser); });
     SignalWatch systemStop(loop, {SIGTERM, SIGHUP},
                            [&session](int) { session.interrupt(Stop::bySystem); });
@@ -99,6 +101,17 @@ bool prepareTools(const Dico& choices) {
   return !problem;
 }
 
+// The result is the exit status.
+int forgetConverted(Reporter& reporter) {
+  const std::string path = ConvertedRecord::userPath();
+  const auto cleared = ConvertedRecord(path).clear();
+  if (cleared)
+    reporter.note(localisationString("convertedForgotten", textTable));
+  else
+    reporter.problem(path, cleared.reason());
+  return cleared ? allConverted : someNot;
+}
+
 int run(const Options& options) {
   if (const auto problem = systemProblem()) {
     complain(*problem);
@@ -109,6 +122,8 @@ int run(const Options& options) {
   setLogBeginning(recordEnvironment);
   setDebugMode(options.verbose);
   const auto reporter = options.json ? jsonReporter() : textReporter();
+  if (options.forget && options.onlyNew)
+    return forgetConverted(*reporter);
   InterruptedBatches interrupted = meetInterruptedRuns(options);
   if (options.forget)
     return forgetRuns(std::move(interrupted), *reporter);

@@ -152,6 +152,8 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
                         "--size", "--speed", "--surround", "--no-surround", "--sound",
                         "--slow-sound", "--destination", "--name", "--parts"}))
       return localisationString("wrong_recoverOption", textTable, *option);
+    if (options.recover && options.onlyNew)
+      return localisationString("wrong_recoverOption", textTable, "--new");
   } else if (options.batchFile && options.command != Command::convert) {
     return localisationString("wrong_batchCommand", textTable);
   } else if (const auto single = given(app, {"--row", "--report"});
@@ -162,7 +164,7 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   } else if (options.batchFile && options.paths.empty()) {
     if (const auto option =
             given(app, {"--preset", "--for", "--format", "--size", "--speed", "--surround",
-                        "--no-surround", "--sound", "--slow-sound", "--parts"}))
+                        "--no-surround", "--sound", "--slow-sound", "--parts", "--new"}))
       return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
@@ -249,6 +251,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
   app.add_flag("--parts", options.keepsPartsApart, localisationString("help_parts", textTable));
+  app.add_flag("--new", options.onlyNew, localisationString("help_new", textTable));
   addCount(app, "--jobs", mostJobs, options.jobs, localisationString("help_jobs", textTable));
   std::vector<std::string> lists;
   app.add_option("--from", lists, localisationString("help_from", textTable))

@@ -17,12 +17,14 @@
 
 namespace tessarin {
 
-AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table)
+AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table,
+                             KnownClips& known)
     : services_(services),
       interface_(interface),
       table_(table),
       mirror_(services.preferences),
       waiting_(services.preferences, services.loop),
+      known_(known),
       partSearch_(services.loop),
       next_(services.loop) {}
 
@@ -87,10 +89,10 @@ void AnalysisQueue::lookForParts(const std::vector<std::string>& paths) {
       !search.empty() &&
       partSearch_.start(search, limits, [this, search](const ToolResult& result) {
         takeParts(search, result);
-        goOn();
+        leaveOutKnown();
       });
   if (!isStarted)
-    goOn();
+    leaveOutKnown();
 }
 
 void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result) {
@@ -105,6 +107,36 @@ void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result)
             found_.recordings.size(), found_.doubtful.size());
   if (!found_.recordings.empty())
     waiting_.assign(paths);
+}
+
+// A recording of several files is one clip: its parts by themselves are others.
+void AnalysisQueue::leaveOutKnown() {
+  if (!areOnlyNew_) {
+    goOn();
+    return;
+  }
+  std::vector<KnownClips::Files> clips;
+  for (const std::string& path : waiting_.paths())
+    clips.push_back(filesFrom(path));
+  known_.find(std::move(clips), [this](const KnownClips::Finding& finding) {
+    const std::unordered_set<std::string> known(finding.known.begin(), finding.known.end());
+    std::vector<std::string> paths(waiting_.paths().begin(), waiting_.paths().end());
+    std::erase_if(paths, [&known](const std::string& path) { return known.contains(path); });
+    for (const std::string& path : finding.known)
+      logFormat("converted before    : {}", path);
+    waiting_.assign(paths);
+    leftOut.emit(finding);
+    goOn();
+  });
+}
+
+// The files of a clip that has no row yet.
+std::vector<std::string> AnalysisQueue::filesFrom(const std::string& path) const {
+  std::vector<std::string> files{path};
+  if (const auto known = found_.recordings.find(path); known != found_.recordings.end())
+    for (const Source::Part& part : known->second.furtherParts)
+      files.push_back(part.path);
+  return files;
 }
 
 // Of a recording whose first file cannot be read the others are sources of their own.
@@ -177,6 +209,7 @@ void AnalysisQueue::iba_analysisStopBt() {
 void AnalysisQueue::abandon() {
   next_.clear();
   partSearch_.cancel();
+  known_.cancel();
   for (const InHand& source : inHand_)
     source.job->abandon();
 }
@@ -184,10 +217,8 @@ void AnalysisQueue::abandon() {
 std::vector<std::string> AnalysisQueue::sourcesWithoutRow() const {
   std::vector<std::string> paths;
   const auto add = [&](const std::string& path) {
-    paths.push_back(path);
-    if (const auto known = found_.recordings.find(path); known != found_.recordings.end())
-      for (const Source::Part& part : known->second.furtherParts)
-        paths.push_back(part.path);
+    for (std::string& file : filesFrom(path))
+      paths.push_back(std::move(file));
   };
   for (const InHand& source : inHand_)
     if (!source.isTold)

@@ -9,6 +9,7 @@
 
 #include "core/AnalysisJob.h"
 #include "core/BatchTable.h"
+#include "core/KnownClips.h"
 #include "core/LaterStep.h"
 #include "core/WaitingSources.h"
 #include "core/spannedSources.h"
@@ -20,7 +21,7 @@ namespace tessarin {
 class AnalysisQueue {
  public:
   // All are borrowed.
-  AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table);
+  AnalysisQueue(CoreServices& services, Interface& interface, BatchTable& table, KnownClips& known);
 
   // How many sources are analysed at the same time, from the next one on; 1 at the start. Rows and
   // refusals come in the order of the sources all the same.
@@ -36,6 +37,8 @@ class AnalysisQueue {
   // Whether files that are parts of one recording stay sources of their own, from the next set of
   // sources on; false at the start.
   void keepPartsApart(bool areApart) { arePartsApart_ = areApart; }
+  // Whether clips that were converted before are left out, likewise.
+  void takeOnlyNew(bool areOnlyNew) { areOnlyNew_ = areOnlyNew; }
 
   // Takes dropped files or a dropped folder in: follows the first path when it is a link, and
   // replaces the list by the files of a folder.
@@ -56,6 +59,9 @@ class AnalysisQueue {
 
   // A new set of sources has been taken in; sourcesWithoutRow() names them.
   Signal<> accepted;
+  // Of the set, those that were converted before are left out; told before the first row, and only
+  // where that was wanted.
+  Signal<const KnownClips::Finding&> leftOut;
   // A source has become this row of the table, with valid choices.
   Signal<int> rowReady;
   // A running encoding has to wait, and may go on.
@@ -79,6 +85,8 @@ class AnalysisQueue {
   void allowStart();
   void lookForParts(const std::vector<std::string>& paths);
   void takeParts(const Arguments& search, const ToolResult& result);
+  void leaveOutKnown();
+  std::vector<std::string> filesFrom(const std::string& path) const;
   void giveBackParts(const std::string& path);
   std::vector<std::string> freshOf(const std::vector<std::string>& paths) const;
   void goOn();
@@ -96,7 +104,9 @@ class AnalysisQueue {
   BatchTable& table_;
   StateMirror mirror_;
   WaitingSources waiting_;
+  KnownClips& known_;
   bool arePartsApart_ = false;
+  bool areOnlyNew_ = false;
   ToolRun partSearch_;         // before the first source is analysed
   SpannedSources found_;       // of the set in hand
   std::deque<InHand> inHand_;  // the first one is shown

@@ -220,6 +220,7 @@ void BatchRecorder::movieNotTaken(std::int64_t order, const std::string& movie) 
   const std::string reason = localisationString("why_notOnDisk", "", movie);
   app_.table().set(row, &Row::reason, reason);
   app_.table().mark(row, RowMark::failure);
+  app_.known().takeBack(app_.table().sourcePath(row));
   movieRefused.emit(app_.table().sourcePath(row), reason);
 }
 

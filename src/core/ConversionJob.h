@@ -40,6 +40,11 @@ struct JobEnd {
   bool hasMore = false;  // another movie follows in the source and is left out
   double duration = 0;   // seconds of the movie
   double elapsed = 0;    // seconds that the job took
+
+  // Whether there is a new movie of all that the source holds.
+  bool isWhole() const {
+    return kind == Kind::converted && damagedPictures == 0 && !hasDamagedSound && !hasMore;
+  }
 };
 
 // A movie that is whole and about to be moved to its name.

@@ -19,6 +19,8 @@ struct CoreServices {
   std::function<void(const std::string& path)> reveal;
   // Lets the user choose another destination; may be empty.
   std::function<void()> selectFolder = {};
+  // The file of the ConvertedRecord; "": none is kept, and all clips are new.
+  std::string convertedClips = {};
 };
 
 }  // namespace tessarin

@@ -77,12 +77,14 @@ struct Interface {
   CheckBox updateCheck;
   CheckBox assistantSkip;
   CheckBox partsApart;   // files of one recording stay clips of their own
+  CheckBox onlyNew;      // clips that were converted before are left out
   PopUpButton jobs;      // values are numbers; the first, "0", is what suits the machine
   PopUpButton language;  // titles are codes; the first, "", is the desktop's language
 
   // Taking sources in.
   ImageView dropImage;
   TextField dropCaption;
+  TextField leftOut;  // what was left out of the last clips that were taken in
   Panel analysisPanel;
   TextField analysisCaptionStr;
   BusyWheel analysisWheelProgInd;

@@ -10,6 +10,7 @@
 #include "classShared/log.h"
 #include "core/stepState.h"
 #include "encoding/targets.h"
+#include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -81,7 +82,8 @@ void applyProres(PopUpButton& popup, std::string flavour) {
 appDelegate::appDelegate(CoreServices services)
     : services_(std::move(services)),
       table_(services_, interface),
-      queue_(services_, interface, table_),
+      known_(services_.loop, services_.convertedClips),
+      queue_(services_, interface, table_, known_),
       driver_(services_, interface, table_),
       preview_(services_.loop, table_) {
   clearStepFlags(services_.preferences);
@@ -100,8 +102,12 @@ appDelegate::appDelegate(CoreServices services)
   });
   driver_.jobEnded.connect([this](const JobEnd& end) {
     history_.ended(end);
-    if (const int row = table_.rowOfSource(end.source); table_.has(row))
-      table_.set(row, &Row::reason, end.reason);
+    const int row = table_.rowOfSource(end.source);
+    if (!table_.has(row))
+      return;
+    table_.set(row, &Row::reason, end.reason);
+    if (end.isWhole())
+      known_.converted(table_.source(row));
   });
   // Without a row there is nothing to start.
   table_.rowRemoved.connect([this](int) {
@@ -114,19 +120,32 @@ appDelegate::appDelegate(CoreServices services)
       [this] { interface.speed.setEnabled(interface.easy.selected() != 1); });
   interface.speed.setEnabled(interface.easy.selected() != 1);
   // No choice for conversions: neither stored with them nor restored.
-  interface.partsApart.setChecked(services_.preferences.integer(PrefKey::partsApart) == 1);
-  queue_.keepPartsApart(interface.partsApart.isChecked());
-  interface.partsApart.changed.connect([this] {
-    const bool areApart = interface.partsApart.isChecked();
-    services_.preferences.prefWrite(PrefKey::partsApart, areApart ? 1 : 0);
-    queue_.keepPartsApart(areApart);
-  });
-  interface.assistantSkip.setChecked(services_.preferences.integer(PrefKey::assistantSkip) == 1);
-  interface.assistantSkip.changed.connect([this] {
-    services_.preferences.prefWrite(PrefKey::assistantSkip,
-                                    interface.assistantSkip.isChecked() ? 1 : 0);
-  });
+  remember(interface.partsApart, PrefKey::partsApart,
+           [this](bool areApart) { queue_.keepPartsApart(areApart); });
+  remember(interface.onlyNew, PrefKey::onlyNew,
+           [this](bool areOnlyNew) { queue_.takeOnlyNew(areOnlyNew); });
+  remember(interface.assistantSkip, PrefKey::assistantSkip, [](bool) {});
+  queue_.accepted.connect([this] { interface.leftOut.setText(""); });
+  queue_.leftOut.connect([this](const KnownClips::Finding& finding) { tellLeftOut(finding); });
   listFlavours();
+}
+
+// The box is as it was stored; what becomes of it is stored, and used.
+void appDelegate::remember(CheckBox& box, std::string_view key, std::function<void(bool)> use) {
+  box.setChecked(services_.preferences.integer(key) == 1);
+  use(box.isChecked());
+  box.changed.connect([this, &box, key, use = std::move(use)] {
+    services_.preferences.prefWrite(key, box.isChecked() ? 1 : 0);
+    use(box.isChecked());
+  });
+}
+
+void appDelegate::tellLeftOut(const KnownClips::Finding& finding) {
+  std::string text = troubleOfRecord(finding.record, services_.convertedClips);
+  if (const std::size_t count = finding.known.size(); count > 0)
+    text = count == 1 ? localisationString("D_leftOut_one")
+                      : localisationString("D_leftOut", "", fmt::format("{}", count));
+  interface.leftOut.setText(text);
 }
 
 int suitableJobs(unsigned processors) {

@@ -12,6 +12,7 @@
 #include "core/CoreServices.h"
 #include "core/EncodingDriver.h"
 #include "core/Interface.h"
+#include "core/KnownClips.h"
 #include "core/RowHistory.h"
 #include "core/RowUndo.h"
 #include "core/UserPresets.h"
@@ -48,6 +49,7 @@ class appDelegate {
   UserPresets& presets() { return presets_; }
   const RowHistory& history() const { return history_; }
   ClipPreview& preview() { return preview_; }
+  KnownClips& known() { return known_; }
 
   // Sources dropped on the application's icon, or handed over by another copy: taken in once the
   // start-up, or an analysis that is under way, has finished.
@@ -93,12 +95,15 @@ class appDelegate {
   void scheduleOpenFiles();
   void performOpenFiles();
   void listFlavours();
+  void remember(CheckBox& box, std::string_view key, std::function<void(bool)> use);
+  void tellLeftOut(const KnownClips::Finding& finding);
   void stopBatch(std::function<void()> stopped);
   void endAndCleanUp();
 
   CoreServices services_;
   BatchTable table_;
   RowUndo undo_{table_};
+  KnownClips known_;
   AnalysisQueue queue_;
   EncodingDriver driver_;
   UserPresets presets_{services_, interface};

@@ -30,7 +30,21 @@ SourcesView::SourcesView(appDelegate& app, std::function<void()> open, QWidget* 
   bindTo(caption, interface.dropCaption);
   below->addWidget(caption);
   below->addWidget(newAnalysisPanel());
+  below->addWidget(newLeftOutLine());
   below->addStretch();
+}
+
+QLabel* SourcesView::newLeftOutLine() {
+  auto* line = new QLabel(dropView_);
+  line->setObjectName("leftOut");
+  line->setAlignment(Qt::AlignCenter);
+  line->setWordWrap(true);
+  TextField& said = app_.interface.leftOut;
+  bindTo(line, said);
+  const auto show = [line, &said] { line->setVisible(!said.text().empty()); };
+  follow(said, line, show);
+  show();
+  return line;
 }
 
 QWidget* SourcesView::newAnalysisPanel() {

@@ -17,6 +17,7 @@ class SourcesView final : public QWidget {
 
  private:
   QWidget* newAnalysisPanel();
+  QLabel* newLeftOutLine();
 
   appDelegate& app_;
   DropView* dropView_;

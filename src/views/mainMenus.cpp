@@ -41,11 +41,13 @@ void MainWindow::makeFileMenu() {
   menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
                   [this] { openSources(true); });
   menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
-  CheckBox& apart = app_.interface.partsApart;
-  QAction* parts =
-      menu->addAction("@@menuParts", this, [&apart](bool areApart) { apart.setChecked(areApart); });
-  parts->setCheckable(true);
-  parts->setChecked(apart.isChecked());
+  for (const auto& [title, box] : {std::pair{"@@menuParts", &app_.interface.partsApart},
+                                   std::pair{"@@menuOnlyNew", &app_.interface.onlyNew}}) {
+    QAction* item =
+        menu->addAction(title, this, [box = box](bool isChecked) { box->setChecked(isChecked); });
+    item->setCheckable(true);
+    item->setChecked(box->isChecked());
+  }
   menu->addSeparator();
   menu->addAction("@@menuPreferences", QKeySequence("Ctrl+,"), this, [this] { showPreferences(); });
   menu->addSeparator();

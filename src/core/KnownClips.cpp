@@ -1,0 +1,103 @@
+#include "core/KnownClips.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "classShared/log.h"
+#include "prefs/utilsAlert.h"
+
+namespace tessarin {
+
+namespace {
+
+// Most clips of a new card are told by their sizes; only the others are opened.
+KnownClips::Finding knownAmong(const std::vector<KnownClips::Files>& clips,
+                               const ConvertedRecord& record, const std::atomic<bool>& isWanted) {
+  KnownClips::Finding finding;
+  const auto [state, list] = record.read();
+  finding.record = state;
+  std::multimap<std::uint64_t, std::uint64_t> sums;  // by size
+  for (const ClipMark& mark : list)
+    sums.emplace(mark.bytes, mark.sum);
+  for (const KnownClips::Files& files : clips) {
+    if (!isWanted)
+      break;
+    const auto bytes = bytesOfClip(files);
+    if (!bytes || !sums.contains(*bytes))
+      continue;
+    const auto mark = markOfClip(files);
+    const auto [first, end] = sums.equal_range(*bytes);
+    if (mark &&
+        std::any_of(first, end, [&mark](const auto& each) { return each.second == mark->sum; }))
+      finding.known.push_back(files.front());
+  }
+  return finding;
+}
+
+void tellLog(const Outcome<void>& written) {
+  if (!written)
+    logFormat("converted clips     :-( {}", written.reason());
+}
+
+}  // namespace
+
+void KnownClips::find(std::vector<Files> clips, std::function<void(const Finding&)> told) {
+  cancel();
+  isWanted_ = std::make_shared<std::atomic<bool>>(true);
+  auto finding = std::make_shared<Finding>();
+  disk_.add(
+      [clips = std::move(clips), path = path_, finding, isWanted = isWanted_]() -> Outcome<void> {
+        if (!path.empty() && *isWanted)
+          *finding = knownAmong(clips, ConvertedRecord(path), *isWanted);
+        return {};
+      },
+      [finding, isWanted = isWanted_, told = std::move(told)](const Outcome<void>&) {
+        if (*isWanted)
+          told(*finding);
+      });
+}
+
+void KnownClips::cancel() {
+  if (isWanted_)
+    *isWanted_ = false;
+}
+
+void KnownClips::converted(const Source& source) {
+  if (path_.empty())
+    return;
+  const auto mark = std::make_shared<std::optional<ClipMark>>();
+  marks_[source.path] = mark;
+  disk_.add(
+      [files = filesOf(source), path = path_, mark]() -> Outcome<void> {
+        *mark = markOfClip(files);
+        return *mark ? ConvertedRecord(path).add(**mark) : Outcome<void>();
+      },
+      tellLog);
+}
+
+void KnownClips::takeBack(const std::string& source) {
+  const auto mark = marks_.extract(source);
+  if (mark.empty())
+    return;
+  disk_.add(
+      [mark = mark.mapped(), path = path_]() -> Outcome<void> {
+        return *mark ? ConvertedRecord(path).remove(**mark) : Outcome<void>();
+      },
+      tellLog);
+}
+
+std::string troubleOfRecord(ConvertedRecord::State state, const std::string& path) {
+  switch (state) {
+    case ConvertedRecord::State::damaged:
+    case ConvertedRecord::State::unreadable:
+      return localisationString("why_damagedRecord", "", path);
+    case ConvertedRecord::State::newer:
+      return localisationString("why_newerRecord", "", path);
+    case ConvertedRecord::State::good:
+      break;
+  }
+  return "";
+}
+
+}  // namespace tessarin

@@ -1,0 +1,58 @@
+// Tells the clips that were converted before from new ones, and keeps the record of them.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analysis/Source.h"
+#include "core/convertedRecord.h"
+#include "platform/DiskWork.h"
+
+namespace tessarin {
+
+// Cards are read and the record is written on a thread of its own; one piece of work after the
+// other, so that what was converted is known to whoever asks later.
+class KnownClips {
+ public:
+  // The files of a clip, in order.
+  using Files = std::vector<std::string>;
+  struct Finding {
+    std::vector<std::string> known = {};  // of the clips converted before, the first files
+    // Where this is not `good` nothing is known of any clip.
+    ConvertedRecord::State record = ConvertedRecord::State::good;
+  };
+
+  // The loop is borrowed. Without a path there is no record: every clip is new.
+  KnownClips(RunLoop& loop, std::string path) : path_(std::move(path)), disk_(loop) {}
+  // What was converted is in the record when this returns.
+  ~KnownClips() { cancel(); }
+  KnownClips(const KnownClips&) = delete;
+  KnownClips& operator=(const KnownClips&) = delete;
+
+  // Looks at the clips, and tells it from the loop.
+  void find(std::vector<Files> clips, std::function<void(const Finding&)> told);
+  // Nothing is told any more.
+  void cancel();
+
+  // The clip has become a whole movie.
+  void converted(const Source& source);
+  // It has not: the disk did not take its movie.
+  void takeBack(const std::string& source);
+
+ private:
+  std::string path_;
+  std::shared_ptr<std::atomic<bool>> isWanted_;  // of the search under way
+  // What was brought into the record, by source, once the thread has done so.
+  std::map<std::string, std::shared_ptr<std::optional<ClipMark>>> marks_;
+  DiskThread disk_;
+};
+
+// Why the record at this path says nothing, in the user's language; "" when it does.
+std::string troubleOfRecord(ConvertedRecord::State state, const std::string& path);
+
+}  // namespace tessarin

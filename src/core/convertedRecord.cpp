@@ -1,0 +1,195 @@
+#include "core/convertedRecord.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <string_view>
+#include <utility>
+
+#include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
+#include "platform/Descriptor.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
+#include "utils/files.h"
+
+namespace tessarin {
+
+namespace {
+
+// The first line; what comes behind "clips " is the version.
+constexpr std::string_view headBegin = "tessarin converted clips ";
+constexpr std::string_view recordHead = "tessarin converted clips 1";
+constexpr std::size_t largestRecord = ConvertedRecord::mostClips * 64;
+
+constexpr std::uint64_t markedBytes = 65536;  // at either end of a file
+
+// The 64-bit checksum of Fowler, Noll and Vo (1a).
+class Checksum {
+ public:
+  void take(std::string_view bytes) {
+    constexpr std::uint64_t prime = 0x100000001B3;
+    for (const char byte : bytes)
+      sum_ = (sum_ ^ static_cast<std::uint8_t>(byte)) * prime;
+  }
+  std::uint64_t sum() const { return sum_; }
+
+ private:
+  std::uint64_t sum_ = 0xCBF29CE484222325;
+};
+
+// As many bytes from there on; fewer where the file ends or cannot be read.
+std::string bytesAt(const Descriptor& file, std::uint64_t position, std::uint64_t count) {
+  std::string bytes(count, '\0');
+  std::size_t have = 0;
+  while (moveTo(file.number(), position + have) && have < bytes.size()) {
+    const auto read = readSome(file.number(), bytes.data() + have, bytes.size() - have);
+    if (read <= 0)
+      break;
+    have += static_cast<std::size_t>(read);
+  }
+  bytes.resize(have);
+  return bytes;
+}
+
+// Takes the file in; its size, or nothing where it cannot be read.
+std::optional<std::uint64_t> takeFile(const std::string& path, Checksum& sum) {
+  const auto facts = fileFacts(path);
+  if (!facts || facts->kind != FileFacts::Kind::file)
+    return std::nullopt;
+  const Descriptor file = openFile(path, OpenFor::reading);
+  if (!file.isOpen())
+    return std::nullopt;
+  const auto size = static_cast<std::uint64_t>(facts->state.size);
+  const std::uint64_t part = std::min(size, markedBytes);
+  const std::string first = bytesAt(file, 0, part);
+  const std::string last = bytesAt(file, size - part, part);
+  if (first.size() != part || last.size() != part)
+    return std::nullopt;
+  // Cards are copied between systems that do not all keep capitals.
+  sum.take(lowerCase(fileName(path)));
+  sum.take(fmt::format("\n{}\n", size));
+  sum.take(first);
+  sum.take(last);
+  return size;
+}
+
+template <class Number>
+bool takeNumber(std::string_view& line, int base, Number& number) {
+  const auto [behind, error] =
+      std::from_chars(line.data(), line.data() + line.size(), number, base);
+  line.remove_prefix(static_cast<std::size_t>(behind - line.data()));
+  return error == std::errc();
+}
+
+std::optional<ClipMark> markOfLine(std::string_view line) {
+  ClipMark mark;
+  if (!takeNumber(line, 10, mark.bytes) || !startsWith(line, " "))
+    return std::nullopt;
+  line.remove_prefix(1);
+  if (!takeNumber(line, 16, mark.sum) || !line.empty())
+    return std::nullopt;
+  return mark;
+}
+
+ConvertedRecord::Content contentOf(std::string_view text) {
+  using State = ConvertedRecord::State;
+  const std::string_view head = textUpTo(text, "\n");
+  if (head != recordHead)
+    return {startsWith(head, headBegin) ? State::newer : State::damaged};
+  if (!endsWith(text, "\n"))
+    return {State::damaged};
+  text.remove_prefix(head.size() + 1);
+  ConvertedRecord::Content content;
+  for (const std::string_view line : splitLines(text)) {
+    const auto mark = markOfLine(line);
+    if (!mark)
+      return {State::damaged};
+    content.marks.push_back(*mark);
+  }
+  return content;
+}
+
+std::string textOfRecord(const std::vector<ClipMark>& marks) {
+  std::string text(recordHead);
+  text += '\n';
+  const std::size_t begin = marks.size() - std::min(marks.size(), ConvertedRecord::mostClips);
+  for (std::size_t mark = begin; mark < marks.size(); ++mark)
+    text += fmt::format("{} {:016x}\n", marks[mark].bytes, marks[mark].sum);
+  return text;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> bytesOfClip(const std::vector<std::string>& files) {
+  std::uint64_t bytes = 0;
+  for (const std::string& file : files) {
+    const auto state = fileState(file);
+    if (!state)
+      return std::nullopt;
+    bytes += static_cast<std::uint64_t>(state->size);
+  }
+  return bytes;
+}
+
+std::optional<ClipMark> markOfClip(const std::vector<std::string>& files) {
+  ClipMark mark;
+  Checksum sum;
+  for (const std::string& file : files) {
+    const auto size = takeFile(file, sum);
+    if (!size)
+      return std::nullopt;
+    mark.bytes += *size;
+  }
+  mark.sum = sum.sum();
+  return mark;
+}
+
+std::string ConvertedRecord::userPath() {
+  return joinPath(userFolder(UserFolder::state), "converted");
+}
+
+ConvertedRecord::Content ConvertedRecord::read() const {
+  if (!isNameTaken(path_))
+    return {};
+  const auto text = readWholeFile(path_, largestRecord);
+  return text ? contentOf(*text) : Content{State::unreadable};
+}
+
+Outcome<void> ConvertedRecord::add(const ClipMark& mark) const {
+  return change(Change::add, mark);
+}
+
+Outcome<void> ConvertedRecord::remove(const ClipMark& mark) const {
+  return change(Change::remove, mark);
+}
+
+Outcome<void> ConvertedRecord::clear() const {
+  if (isNameTaken(path_) && !removeFile(path_))
+    return Failure{systemReason(errno)};
+  return {};
+}
+
+Outcome<void> ConvertedRecord::change(Change change, const ClipMark& mark) const {
+  mkdir(parentFolder(path_));
+  const Descriptor lock = openFile(path_ + ".lock", OpenFor::locking);
+  if (!lock.isOpen() || !lockFile(lock.number(), Lock::alone))
+    return Failure{path_ + ": " + systemReason(errno)};
+  auto [state, marks] = read();
+  if (state == State::damaged && moveFile(path_, path_ + ".damaged", "y"))
+    state = State::good;
+  if (state != State::good)
+    return Failure{path_ + ": it cannot be read, or is of a newer version"};
+  const auto known = std::find(marks.begin(), marks.end(), mark);
+  if ((known != marks.end()) == (change == Change::add))
+    return {};
+  if (change == Change::add)
+    marks.push_back(mark);
+  else
+    marks.erase(known);
+  return writeFileAtomically(path_, textOfRecord(marks));
+}
+
+}  // namespace tessarin

@@ -1,0 +1,59 @@
+// The record of the clips that were converted, by which a card that is read again is known.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "classShared/Outcome.h"
+
+namespace tessarin {
+
+// What tells a clip from all others, wherever a copy of it is: its size in bytes, all files
+// together, and a checksum of the names of its files and of their first and last bytes. Nothing
+// can be learnt of the clip from it.
+struct ClipMark {
+  std::uint64_t bytes = 0;
+  std::uint64_t sum = 0;
+  bool operator==(const ClipMark&) const = default;
+};
+
+// Of all files together; nothing where one of them is not there.
+std::optional<std::uint64_t> bytesOfClip(const std::vector<std::string>& files);
+// Reads 128 KiB of each file at the most; nothing where one of them cannot be read.
+std::optional<ClipMark> markOfClip(const std::vector<std::string>& files);
+
+// A text file with a line for each clip, the latest last, for all programs of the user: who writes
+// it holds a lock beside it, and replaces it as a whole. Any thread.
+class ConvertedRecord {
+ public:
+  // That many clips are kept, the latest ones.
+  static constexpr std::size_t mostClips = 50000;
+
+  explicit ConvertedRecord(std::string path) : path_(std::move(path)) {}
+  // That of the user.
+  static std::string userPath();
+
+  enum class State { good, damaged, newer, unreadable };
+  struct Content {
+    State state = State::good;  // also where there is no such file
+    std::vector<ClipMark> marks = {};
+  };
+  Content read() const;
+
+  // Brings the mark in or takes it out. A damaged record is put aside first, as PATH.damaged; one
+  // of a newer version stays as it is, which is a failure. The reasons are for the log.
+  Outcome<void> add(const ClipMark& mark) const;
+  Outcome<void> remove(const ClipMark& mark) const;
+  // Removes the file, whatever is in it.
+  Outcome<void> clear() const;
+
+ private:
+  enum class Change { add, remove };
+  Outcome<void> change(Change change, const ClipMark& mark) const;
+
+  std::string path_;
+};
+
+}  // namespace tessarin

@@ -1,0 +1,65 @@
+// Cards that are read again.
+#include <filesystem>
+
+#include "Journey.h"
+#include "utils/files.h"
+
+namespace tessarin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class NewClipsJourney : public test::Journey {};
+
+TEST_F(NewClipsJourney, TakesOfACardOnlyWhatWasNotConvertedBefore) {
+  setVariable("XDG_STATE_HOME", folder.file("state"));
+  setVariable("LC_ALL", "C");
+  std::filesystem::create_directories(folder.file("card 1"));
+  tinyClip("card 1/00001.MTS");
+  tinyClip("card 1/00002.MTS", "0.3");
+  folder.write("card 1/00003.MTS", "no movie");
+  const auto only = [this](const std::string& card, const std::string& to) {
+    return tessarin({"--new", "-d", folder.file(to), folder.file(card)});
+  };
+  EXPECT_EQ(tessarin({"-d", destination(), folder.file("card 1")}).status, 1);
+
+  // A copy in which the camera has used a name again, and the movies are gone.
+  std::filesystem::remove_all(destination());
+  std::filesystem::rename(folder.file("card 1"), folder.file("copy"));
+  std::filesystem::remove(folder.file("copy/00002.MTS"));
+  tinyClip("copy/00002.MTS", "0.4");
+  Result result = only("copy", "movies");
+  EXPECT_EQ(result.status, 1) << "what failed is tried again";
+  EXPECT_THAT(result.errorLines().front(),
+              "tessarin: a clip that was converted before is left out; without --new it is "
+              "converted again");
+  EXPECT_THAT(movies(), ElementsAre("00002.mov", "00002.txt"));
+
+  std::filesystem::remove(folder.file("copy/00003.MTS"));
+  result = only("copy", "other");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.errorLines(), ElementsAre(HasSubstr("2 clips that were converted before")));
+  EXPECT_THAT(namesIn(folder.file("other")), IsEmpty());
+  result = tessarin({"--new", "--json", "analyse", folder.file("copy")});
+  EXPECT_EQ(result.out, "{\"event\":\"leftOut\",\"sources\":[\"" + folder.file("copy/00001.MTS") +
+                            "\",\"" + folder.file("copy/00002.MTS") + "\"]}\n");
+
+  // Two runs at once, and a record that was spoilt.
+  folder.write("state/Tessarin/converted", "spoilt");
+  tinyClip("00004.MTS");
+  Run one = start({"--new", "-d", folder.file("fresh"), folder.file("copy")});
+  Run two = start({"-d", folder.file("other"), folder.file("00004.MTS")});
+  EXPECT_THAT(finish(one).err, HasSubstr("all clips count as new\n"));
+  EXPECT_EQ(finish(two).status, 0);
+  std::filesystem::rename(folder.file("00004.MTS"), folder.file("copy/00004.mts"));
+  EXPECT_THAT(only("copy", "movies").errorLines(), ElementsAre(HasSubstr("3 clips")));
+
+  EXPECT_EQ(tessarin({"--forget", "--new"}).out, "all clips count as new again\n");
+  EXPECT_EQ(only("copy", "third").lines().size(), 3u);
+}
+
+}  // namespace
+}  // namespace tessarin
