@@ -75,12 +75,12 @@ class JoinedParts : public testing::Test {
                        ",format=yuv420p -f lavfi -i \"aevalsrc=sin(6.28*t*(300+20*t)):s=48000:d=" +
                        seconds + "\" -metadata creation_time=2024-05-06T07:08:09Z " + options);
   }
-  // Places between 0 and 1, in order and not next to each other.
+  // Places between 0 and 1, in order and not next to each other or to the ends.
   std::vector<double> places() {
     std::vector<double> places;
     for (int cut = 0; cut < cuts(); ++cut)
-      places.push_back((cut + std::uniform_real_distribution<double>(0.3, 0.9)(random_)) /
-                       (cuts() + 1));
+      places.push_back((cut + 1 + std::uniform_real_distribution<double>(0.3, 0.9)(random_)) /
+                       (cuts() + 2));
     return places;
   }
   // Every so many bytes may be a border.

@@ -119,7 +119,8 @@ Outcome<ClipFacts> programFacts(const std::string& path) {
     const bool isPictures = (stream & 0xF0) == 0xE0 && stream < 0x100;
     facts.streams.push_back({stream, isPictures ? StreamKind::pictures : StreamKind::sound, 0});
   }
-  facts.parameters[0] = begin.pictures;
+  if (!begin.pictures.empty())
+    facts.parameters[0] = begin.pictures;
   facts.firstDecoded = begin.orders.front();
   facts.firstShown = *begin.firstShown;
   facts.lastDecoded = end.orders.back();

@@ -39,7 +39,14 @@ bool agreesWithStreamClock(const ClipFacts& first, const ClipFacts& next) {
 }
 
 bool haveSameStreams(const ClipFacts& first, const ClipFacts& next) {
-  return !first.parameters.empty() && first.streams == next.streams &&
+  // Without a table of streams those are known that were met, of which a short part has not all.
+  const bool areMet = first.clockEnd.has_value();
+  const auto isKnown = [&first](const ListedStream& stream) {
+    return std::find(first.streams.begin(), first.streams.end(), stream) != first.streams.end();
+  };
+  const bool areSame = areMet ? std::all_of(next.streams.begin(), next.streams.end(), isKnown)
+                              : !first.parameters.empty() && first.streams == next.streams;
+  return areSame &&
          std::all_of(next.parameters.begin(), next.parameters.end(), [&first](const auto& told) {
            const auto known = first.parameters.find(told.first);
            return known == first.parameters.end() || known->second == told.second;
