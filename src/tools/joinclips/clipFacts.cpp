@@ -27,6 +27,7 @@ ByteList parametersOf(const ByteList& unit) {
   constexpr std::uint8_t sequence = 0xB3;
   constexpr std::uint8_t parametersH265 = 0x42;
   std::optional<std::size_t> begin;
+  std::optional<bool> isMpeg2;  // whose slices have numbers that mean parameters elsewhere
   for (std::size_t at = 0; at + 3 < unit.size(); ++at) {
     if (unit[at] != 0 || unit[at + 1] != 0 || (unit[at + 2] & 0xFE) != 0)
       continue;
@@ -36,8 +37,10 @@ ByteList parametersOf(const ByteList& unit) {
     if (unit[at + 2] != 1)
       continue;
     const std::uint8_t code = unit[at + 3];
+    if (!isMpeg2)
+      isMpeg2 = code == 0 || code >= 0x80;
     const bool isH264 = (code & 0x80) == 0 && (code & 0x1F) == 7;
-    if (code == sequence || code == parametersH265 || isH264)
+    if (*isMpeg2 ? code == sequence : code == parametersH265 || isH264)
       begin = at + 3;
   }
   return {};
