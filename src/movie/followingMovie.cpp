@@ -138,6 +138,61 @@ bool endsAsTransportStream(FileBytes& bytes) {
   return false;
 }
 
+// No packet of a program stream is longer.
+constexpr std::uint64_t longestProgramPacket = 65'541;
+
+// Whether a pack or a packet of a stream begins here, and something of the kind behind it.
+bool isProgramPacket(FileBytes& bytes, std::uint64_t position) {
+  constexpr std::uint64_t lastKind = 0x000001EF;
+  constexpr std::uint64_t packHead = 14;
+  const std::uint64_t start = bytes.number(position, 4);
+  if (start < programPack || start > lastKind)
+    return false;
+  std::uint64_t end = position + 6 + bytes.number(position + 4, 2);
+  if (start == programPack && bytes.number(position + 4, 1) >> 6 == 1)
+    end = position + packHead + (bytes.number(position + packHead - 1, 1) & 7);
+  else if (start == programPack)
+    end = position + 12;  // of MPEG-1
+  return end + 3 <= bytes.size() && bytes.number(end, 3) == 1;
+}
+
+bool hasProgramPackets(FileBytes& bytes, std::uint64_t position) {
+  for (std::uint64_t at = position; at < position + longestProgramPacket; ++at)
+    if (isProgramPacket(bytes, at))
+      return true;
+  return false;
+}
+
+// Where none begin any more, or near the end.
+std::uint64_t endOfProgramStream(FileBytes& bytes) {
+  constexpr std::uint64_t reach = longestProgramPacket + 16;
+  if (bytes.size() <= 2 * reach)
+    return 0;
+  std::uint64_t inside = 0;
+  std::uint64_t outside = bytes.size() - reach;
+  if (hasProgramPackets(bytes, outside))
+    return bytes.size() - 2 * reach;
+  while (outside - inside > 1) {
+    const std::uint64_t middle = inside + (outside - inside) / 2;
+    (hasProgramPackets(bytes, middle) ? inside : outside) = middle;
+  }
+  return inside;
+}
+
+bool followsProgramStream(FileBytes& bytes) {
+  constexpr std::uint64_t longestHead = 1024;  // of an atom that tells the kind
+  if (endsAsTransportStream(bytes))
+    return true;
+  const std::uint64_t begin = endOfProgramStream(bytes);
+  const std::uint64_t end = std::min(begin + 3 * longestProgramPacket, bytes.size() - 8);
+  for (std::uint64_t at = begin; at < end; ++at)
+    if (const std::uint64_t start = bytes.number(at, 4);
+        start == ebmlHeader ||
+        (start >= 8 && start < longestHead && bytes.letters(at + 4) == "ftyp"))
+      return true;
+  return false;
+}
+
 // ---- QuickTime's family
 
 // A pack's first bytes could be an atom's length, but no atom has such letters.
@@ -181,7 +236,7 @@ bool anotherMovieFollows(const std::string& path) {
   if (isHeaderPartition(bytes, 0))
     return followsMxf(bytes);
   if (bytes.number(0, 4) == programPack)
-    return endsAsTransportStream(bytes);
+    return followsProgramStream(bytes);
   return bytes.letters(4) == "ftyp" && followsMov(bytes);
 }
 

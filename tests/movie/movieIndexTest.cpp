@@ -52,6 +52,7 @@ TEST_F(MovieIndexTest, AMovieOfAnotherFormatMayFollow) {
   EXPECT_TRUE(anotherMovieFollows(both(mp4, transport)));
   EXPECT_TRUE(anotherMovieFollows(both(mp4, programme)));
   EXPECT_TRUE(anotherMovieFollows(both(programme, transport)));
+  EXPECT_TRUE(anotherMovieFollows(both(programme, mp4)));
   EXPECT_FALSE(anotherMovieFollows(both(programme, programme))) << "which is read";
 }
 
