@@ -25,6 +25,10 @@ bool isReadJoined(const Source& source) {
   return source.isJoined || !source.furtherParts.empty();
 }
 
+bool mayChangeSize(const Source& source) {
+  return isReadJoined(source) || firstContainer(source) == "mpeg";
+}
+
 Source partAt(const Source& source, double& seconds) {
   Source file = source;
   double begin = 0;

@@ -153,6 +153,8 @@ double lengthOf(const Source& source);
 std::vector<std::string> filesOf(const Source& source);
 // Whether the tool joinclips has to read it.
 bool isReadJoined(const Source& source);
+// Whether its pictures may change their size: other recordings may follow in it.
+bool mayChangeSize(const Source& source);
 // The one of its files that has this moment, in seconds, as a source of its own; the moment becomes
 // that of the file.
 Source partAt(const Source& source, double& seconds);

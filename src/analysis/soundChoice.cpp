@@ -19,14 +19,6 @@ std::vector<int> numbersOf(std::string_view choice) {
   return numbers;
 }
 
-// ffmpeg counts the streams of all recordings in a file. What stands behind other pictures is of a
-// further one, whose first sound goes on in that of the first recording.
-bool isOfFurtherRecording(const Source& source, const Source::Sound& sound) {
-  return source.isJoined && source.furtherParts.empty() &&
-         std::any_of(source.otherPictures.begin(), source.otherPictures.end(),
-                     [&](const auto& pictures) { return pictures.id && sound.id > pictures.id; });
-}
-
 std::vector<Source::Sound> soundsThatAre(const Source& source, bool used) {
   std::vector<Source::Sound> sounds;
   const std::vector<Source::Sound> all = soundsOf(source);
@@ -70,7 +62,7 @@ std::vector<Source::Sound> soundsOf(const Source& source) {
 
 bool isSoundUsed(const Source& source, std::size_t place) {
   if (source.soundChoice.empty())
-    return place == 0 || !isOfFurtherRecording(source, soundsOf(source).at(place));
+    return true;
   if (source.soundChoice == firstSoundAlone)
     return place == 0;
   const std::vector<int> numbers = numbersOf(source.soundChoice);

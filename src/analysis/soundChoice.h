@@ -24,8 +24,7 @@ std::optional<SlowSound> slowSoundOfWord(std::string_view word);
 
 // All sounds of a source, in order.
 std::vector<Source::Sound> soundsOf(const Source& source);
-// Whether the movie has the sound of this place, counted from 0. Of recordings that were put behind
-// each other in one file, unless some are chosen, those of the first.
+// Whether the movie has the sound of this place, counted from 0.
 bool isSoundUsed(const Source& source, std::size_t place);
 // The choice with that sound added or taken away; the last one stays.
 std::string choiceWithToggled(const Source& source, std::size_t place);

@@ -259,7 +259,8 @@ void ConversionJob::placeGranted(bool replace) {
 void ConversionJob::lookForJoints() {
   looking_ = Looking::atJoints;
   parts_ = {};
-  startTool(jointList(order_.row.source), ParseMode::endless, 0);
+  const Source& source = order_.row.source;
+  startTool(mayHoldParts(source) ? jointList(source) : lossList(source), ParseMode::endless, 0);
 }
 
 // A source that cannot be read to its end is told by the conversion.
@@ -273,7 +274,7 @@ void ConversionJob::jointsAreKnown(bool isRead) {
     damagedSound_ = 1;
   }
   if (parts_.picturesLost > 0) {
-    logFormat("joints              :-( packets with {} s of pictures are missing in the source",
+    logFormat("joints              :-( {} s of pictures are damaged or missing in the source",
               parts_.picturesLost);
     damagedPictures_ = std::max<std::size_t>(1, picturesIn(parts_.picturesLost, order_.row.source));
   }
@@ -292,7 +293,8 @@ void ConversionJob::jointsAreKnown(bool isRead) {
 }
 
 void ConversionJob::encode() {
-  if (mayHoldParts(order_.row.source) && !knowsJoints_) {
+  const Source& source = order_.row.source;
+  if ((mayHoldParts(source) || mayLackPictures(source)) && !knowsJoints_) {
     lookForJoints();
     return;
   }
@@ -426,6 +428,11 @@ void ConversionJob::toolEnded(const ToolEnd& end) {
   // The copy that one tool makes is read by the next, which meets the same damage.
   damagedPictures_ = std::max(damagedPictures_, end.troubles.damagedPictures());
   damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
+  // The decoder of MPEG forgets its latest picture where another size begins.
+  if (end.troubles.changesSize() && startsWith(order_.row.source.pictures.codec, "mpeg")) {
+    logLine("encoding            :-( the size of the pictures changes, and one is lost there");
+    damagedPictures_ = std::max<std::size_t>(damagedPictures_, 1);
+  }
   go(stepBehindTool());
 }
 

@@ -168,7 +168,7 @@ void ConversionJob::judgeMeasure() {
     return;
   }
   countDamage();
-  if (!isShortOfPromise(*plan_, movie_)) {
+  if (hasMore_ || !isShortOfPromise(*plan_, movie_)) {
     go(Step::end);
     return;
   }
@@ -228,18 +228,23 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
-  const bool isUnhealthy = isStreamed(plan_->row.source) || damagedPictures_ > 0;
+  const bool isUnhealthy =
+      isStreamed(plan_->row.source) || damagedPictures_ > 0 || isLongerThanTold(*plan_, measure);
   if (const std::size_t held = isUnhealthy ? heldPictures(*plan_, measure) : 0;
       held > damagedPictures_) {
     logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
     damagedPictures_ = held;
   }
+  capDamage();
   countDamageOfSounds();
 }
 
 void ConversionJob::countDamageOfSounds() {
   constexpr double slack = 0.3;
   constexpr double leastLoss = 1;
+  // What belongs beside pictures with such times comes as late.
+  if (isLongerThanTold(*plan_, measure_) && !measure_.sounds.empty())
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
   const bool mayChange = maySoundChange(plan_->row.source);
   const bool isProgramStream = firstContainer(plan_->row.source) == "mpeg";
   const std::vector<const MovieTrack*> made = movie_.sounds();

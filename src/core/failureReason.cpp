@@ -22,7 +22,7 @@ struct Cause {
 };
 
 // The first cause whose phrase occurs is the reason: causes before their consequences.
-constexpr std::array<Cause, 17> causes{{
+constexpr std::array<Cause, 20> causes{{
     {"No space left on device", "why_diskFull"},
     {"Disk quota exceeded", "why_diskFull"},
     {"File too large", "why_fileTooLarge"},
@@ -41,6 +41,10 @@ constexpr std::array<Cause, 17> causes{{
     {"there are no pictures in", "why_noPicture"},
     {"Could not find tag for codec", "why_codecForMov"},
     {"no ffmpeg", "why_noFfmpeg"},
+    // How up to 5.1, and then up to 7, a copy ends that is to store a picture before itself.
+    {"av_interleaved_write_frame(): Not yet implemented in FFmpeg", "why_wrongTimes"},
+    {"Error muxing a packet: Not yet implemented in FFmpeg", "why_wrongTimes"},
+    {"Error submitting a packet to the muxer: Not yet implemented in FFmpeg", "why_wrongTimes"},
 }};
 
 }  // namespace

@@ -82,6 +82,8 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
     add("--joined", fmt::format("{:.3f}", source.seconds.value_or(0)));
   for (const Source::Part& part : source.furtherParts)
     add("--part", part.path);
+  if (mayChangeSize(source))
+    command.emplace_back("--size-changes");
   const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
     if (source.pictures.claim)

@@ -19,11 +19,21 @@ Arguments jointList(const Source& source) {
   return command;
 }
 
+bool mayLackPictures(const Source& source) {
+  return source.pictures.codec == "dvvideo" && source.furtherParts.empty();
+}
+
+Arguments lossList(const Source& source) {
+  return {Bundle::main().toolPath("joinclips"), "--dv", "--", source.path};
+}
+
 // "byte 963072: 5.000 s", and behind that ", left out", ", pictures missing for 1.200 s" or the
 // like.
 void PartList::addLine(std::string_view line) {
   hasBothSizes = hasBothSizes || startsWith(line, "packets of both sizes");
   hasMore = hasMore || startsWith(line, "a movie of another format");
+  if (const auto count = textAfter(line, "streams: "); count && startsWith(line, "streams: "))
+    streams = leadingInteger(*count);
   const auto text = textBetween(line, ": ", " s");
   if (!startsWith(line, "byte ") || !text)
     return;
@@ -58,6 +68,14 @@ void takeParts(Source& source, const PartList& parts) {
     return;
   const double all = std::accumulate(parts.seconds.begin(), parts.seconds.end(), 0.0);
   source.isJoined = true;
+  // ffmpeg counts the streams of all recordings in a file; those of later ones take the places of
+  // the first one's.
+  if (!parts.streams)
+    return;
+  const auto isOfLater = [&](const Source::Stream& stream) { return stream.id >= *parts.streams; };
+  std::erase_if(source.otherPictures, isOfLater);
+  std::erase_if(source.otherSounds, isOfLater);
+  std::erase_if(source.subtitles, isOfLater);
   source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
   source.duration = std::max(1.0, std::floor(all));
 }

@@ -17,13 +17,19 @@ bool mayHoldParts(const Source& source);
 // The command that lists the recordings of a source, a line for each; all its files are read.
 Arguments jointList(const Source& source);
 
+// Whether that tool tells what is missing in such a source, of which ffmpeg says nothing: of DV.
+bool mayLackPictures(const Source& source);
+// The command that tells it, as such a list does.
+Arguments lossList(const Source& source);
+
 // What such a list says.
 struct PartList {
-  std::vector<double> seconds;  // of the pictures of each recording that can be joined
-  bool hasMore = false;         // another one has another codec, or is of another format
-  bool hasBothSizes = false;    // of packets, of which ffmpeg reads one
-  bool hasClockSteps = false;   // inside a recording, which joinclips mends
-  double picturesLost = 0;      // seconds of pictures in missing packets
+  std::vector<double> seconds;          // of the pictures of each recording that can be joined
+  bool hasMore = false;                 // another one has another codec, or is of another format
+  bool hasBothSizes = false;            // of packets, of which ffmpeg reads one
+  std::optional<std::int64_t> streams;  // that the recordings have when they are joined
+  bool hasClockSteps = false;           // inside a recording, which joinclips mends
+  double picturesLost = 0;              // seconds of pictures in missing packets
   // Holes, or times that are off: what is missing has to be measured.
   bool isDoubtful = false;
   bool lacksSound = false;

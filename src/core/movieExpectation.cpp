@@ -99,6 +99,13 @@ std::string withSeconds(const char* key, const MovieVerdict& verdict) {
   return localisationString(key, "", seconds(verdict.is), seconds(verdict.should));
 }
 
+// Whether the container itself says how long the source is.
+bool tellsLength(const Source& source) {
+  constexpr std::array<std::string_view, 6> telling{"avi", "flv", "asf", "mxf", "matroska", "dv"};
+  return source.seconds &&
+         std::find(telling.begin(), telling.end(), firstContainer(source)) != telling.end();
+}
+
 std::string count(double number) {
   return fmt::format("{:.0f}", number);
 }
@@ -131,7 +138,10 @@ ExpectedMovie expectedByMeasure(const JobPlan& plan, const SourceMeasure& measur
   const double stretch = stretchOf(plan);
   if (const auto& pictures = measure.pictures; pictures && pictures->packets > 0) {
     const auto packets = static_cast<double>(pictures->packets);
-    const double span = std::max(0.0, pictures->end - std::max(pictures->first, beginOf(plan)));
+    // Encoded movies have no pictures beyond the source's length (timeBound).
+    const double beyond = !plan.isCopy && isLongerThanTold(plan, measure) ? pictures->gaps : 0;
+    const double span =
+        std::max(0.0, pictures->end - beyond - std::max(pictures->first, beginOf(plan)));
     const double step = std::clamp(span / packets, 0.0, 1.0);
     const double missing = static_cast<double>(damagedPictures) * step;
     // Decoders keep a picture or two, and edits are rounded.
@@ -184,11 +194,8 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 }
 
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
-  constexpr std::array<std::string_view, 6> telling{"avi", "flv", "asf", "mxf", "matroska", "dv"};
   const Source& source = plan.row.source;
-  const bool tells =
-      std::find(telling.begin(), telling.end(), firstContainer(source)) != telling.end();
-  if (!tells || !source.seconds || !measure.pictures || !source.subtitles.empty() ||
+  if (!tellsLength(source) || !measure.pictures || !source.subtitles.empty() ||
       !source.otherPictures.empty() || !unusedSounds(source).empty())
     return 0;
   double end = measure.pictures->end;
@@ -209,6 +216,14 @@ std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure) {
   if (!measure.pictures || measure.pictures->displaced > 0)
     return 0;
   return picturesIn(measure.pictures->gaps, plan.row.source);
+}
+
+bool isLongerThanTold(const JobPlan& plan, const SourceMeasure& measure) {
+  constexpr double slack = 1;  // second
+  if (!tellsLength(plan.row.source) || !measure.pictures)
+    return false;
+  const double most = *plan.row.source.seconds + slack;
+  return measure.pictures->end > most && measure.pictures->end - measure.pictures->gaps <= most;
 }
 
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie) {

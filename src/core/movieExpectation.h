@@ -42,6 +42,10 @@ std::size_t picturesIn(double seconds, const Source& source);
 // they are lost, or were never recorded, or the pictures of a healthy source come irregularly.
 std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure);
 
+// Whether pictures have times beyond the length that the container of the source states, behind a
+// hole that is as long: its clock is damaged.
+bool isLongerThanTold(const JobPlan& plan, const SourceMeasure& measure);
+
 // Whether the movie is made of less than so many seconds of the source.
 bool isShorterThan(double seconds, const JobPlan& plan, const MovieIndex& movie);
 

@@ -15,6 +15,7 @@
 #include "ffmpeg/proresCommand.h"
 #include "ffmpeg/proresEncoder.h"
 #include "ffmpeg/proresFlavours.h"
+#include "ffmpeg/steadySize.h"
 #include "ffmpeg/timeBound.h"
 #include "platform/Bundle.h"
 
@@ -275,6 +276,19 @@ void bringToProres(EncodingCommand& command) {
     addFilter(arguments, proresFilters(*(filters + 1), hasFields), FilterPlace::last);
 }
 
+// Sees to it that no picture is lost where the pictures change their size.
+void steadySize(const Source& source, EncodingCommand& command) {
+  Arguments& arguments = command.arguments;
+  const auto& [width, height] = std::pair(source.pictures.width, source.pictures.height);
+  if (!mayChangeSize(source) || !width || !height ||
+      std::find(arguments.begin(), arguments.end(), "-vf") == arguments.end())
+    return;
+  arguments.insert(std::find(arguments.begin(), arguments.end(), "-i"), keepingFilters.begin(),
+                   keepingFilters.end());
+  addFilter(arguments, steadySizeFilter(static_cast<int>(*width), static_cast<int>(*height)),
+            FilterPlace::first);
+}
+
 }  // namespace
 
 Dico jobRecord(const Row& row, const std::string& destination) {
@@ -337,6 +351,7 @@ std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& d
   nameSounds(row.source, *command);
   beginWithFirstPicture(row.source, *command);
   correctEncoder(row, *command);
+  steadySize(row.source, *command);
   bringToProres(*command);
   return command;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ffmpeg/ffmpegCommandLine.h"
+#include "ffmpeg/steadySize.h"
 
 namespace tessarin {
 
@@ -99,9 +100,9 @@ std::optional<std::string> keptChainOf(std::string_view chain) {
   if (!chain.ends_with(end))
     return std::nullopt;
   const std::string_view own = chain.substr(0, chain.size() - end.size());
-  const auto names = filterNames(own);
-  if (std::find(names.begin(), names.end(), "scale") != names.end())
-    return std::nullopt;
+  for (std::size_t at = own.find("scale="); at != own.npos; at = own.find("scale=", at + 1))
+    if (!isSteadySizeFilter(own.substr(at, own.find(',', at) - at)))
+      return std::nullopt;
   return std::string(own) + "scale=interl=-1,format=yuv420p|yuv422p|yuv420p10|yuv422p10";
 }
 

@@ -111,6 +111,11 @@ void RunTroubles::addLine(std::string_view line) {
   // What stands in quotation marks may be the source's.
   const std::string ownWords = wordsOfTool(said.words);
   const std::string_view words = trimmed(ownWords);
+  // Said of each, where filters stay as they are (steadySize.h).
+  if (startsWith(words, "Changing video frame properties on the fly")) {
+    changesSize_ = true;
+    return;
+  }
   last_ = describes_ ? Found() : signOf(said.module, words);
   count(last_, 1);
   readReading(said.module, words);

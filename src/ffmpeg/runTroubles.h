@@ -31,6 +31,8 @@ class RunTroubles {
   const std::string& givenUp() const { return givenUp_; }
   // The source has less than its own index promises.
   bool endsEarly() const { return endsEarly_; }
+  // Pictures of the source have another size than the first.
+  bool changesSize() const { return changesSize_; }
   // Not all of the movie could be written.
   bool losesOutput() const { return losesOutput_; }
 
@@ -90,6 +92,7 @@ class RunTroubles {
   std::string readError_;
   std::string givenUp_;
   bool endsEarly_ = false;
+  bool changesSize_ = false;
   bool losesOutput_ = false;
   std::vector<std::string> first_;
   std::deque<std::string> latest_;

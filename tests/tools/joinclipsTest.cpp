@@ -70,6 +70,11 @@ class Recording {
                   content.begin() + static_cast<std::ptrdiff_t>(each * frameSize));
     addUnit(sound, unitOf(0xC0, start_ + at, std::nullopt, content));
   }
+  void addPlainSound(int number) {
+    Bytes content(4 + 240 * 4, 0x11);
+    std::copy_n(Bytes{0x03, 0xC0, 0x31, 0x40}.begin(), 4, content.begin());  // stereo, 48 kHz
+    addUnit(sound, unitOf(0xBD, start_ + number * second / 200, std::nullopt, content));
+  }
   // `count` pictures in groups of five, with sound that begins and ends so much later than they do.
   static Recording made(Time start, int count, Time soundLater = 0, Time soundEndsLater = 0) {
     Recording made(start);
@@ -322,6 +327,27 @@ TEST(JoinClips, AHoleThatEndsAsAFileBeginsIsToldAndNoJoint) {
   joined = join({mute});
   EXPECT_EQ(joined.parts[0].picturesMissing, 0);
   EXPECT_GT(joined.parts[0].soundMissing, 0.3);
+}
+
+// Units of plain samples, of 240 moments each; some are missing, or a packet of one is.
+TEST(JoinClips, PlainSoundThatIsMissingIsTold) {
+  for (const int lost : {0, 1, 10}) {
+    Recording recording(0);
+    for (int number = 0; number < 50; ++number) {
+      recording.addPicture(number, number, number % 5 == 0);
+      for (int unit = 0; unit < 8; ++unit)
+        if (const int place = number * 8 + unit; place < 100 || place >= 100 + lost)
+          recording.addPlainSound(place);
+    }
+    EXPECT_NEAR(join({recording}).parts.at(0).soundMissing, lost * 0.005, 1e-3);
+    if (lost > 0)
+      continue;
+    int packets = 0;
+    std::erase_if(recording.packets, [&packets](const TransportPacket& packet) {
+      return packet.stream() == sound && ++packets == 100;
+    });
+    EXPECT_NEAR(join({recording}).parts.at(0).soundMissing, 184.0 / 192000, 1e-3);
+  }
 }
 
 TEST(JoinClips, FramesOfSoundAreToldByTheirHeads) {

@@ -403,7 +403,9 @@ TEST(Movtool, ReplacesOnlyWhenAsked) {
     EXPECT_EQ(runShell(command + " -y").status, 0);
     EXPECT_GT(folder.read("out.mov").size(), 1000U);
   }
-  for (const char* arguments : {"", "-s a -i b", "-s a -i b -o c -q", "-s a -i b -o c d"}) {
+  for (const char* arguments :
+       {"", "-s a -i b", "-s a -i b -o c -q", "-s a -i b -o c d", "-s a -i b -o c --slow-sound",
+        "-s a -i b -o c --sound -1 --sound 2"}) {
     const ShellResult result = runShell(movtool + " " + arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;

@@ -4,32 +4,17 @@
 #include <array>
 #include <cstdlib>
 
+#include "tools/gettimestamps/dvFrame.h"
 #include "tools/gettimestamps/timesInStreams.h"
 
 namespace tessarin {
 
 namespace {
 
-constexpr std::size_t blockLength = 80;
-constexpr std::size_t sequenceLength = 150 * blockLength;
+using dv::blockLength;
+using dv::sequenceLength;
+
 constexpr std::size_t packLength = 5;
-
-// Whether a frame begins here: a head block, two of subcode, three about the picture.
-bool isFrame(std::string_view bytes) {
-  constexpr std::array<std::uint8_t, 6> kinds = {0x00, 0x20, 0x20, 0x40, 0x40, 0x40};
-  if (bytes.size() < kinds.size() * blockLength || !bytes.starts_with("\x1F\x07") ||
-      bytes[2] != 0 || (bytes[3] & 0x7F) != 0x3F)
-    return false;
-  for (std::size_t block = 0; block < kinds.size(); ++block)
-    if ((bytes[block * blockLength] & 0xE0) != kinds.at(block))
-      return false;
-  return true;
-}
-
-std::size_t frameLength(std::string_view frame) {
-  const bool is625 = (frame[3] & 0x80) != 0;
-  return (is625 ? 12 : 10) * sequenceLength;
-}
 
 // The packs of a frame as far as they are there, in the order of trust.
 template <class Visit>
@@ -50,7 +35,28 @@ std::optional<int> field(std::string_view pack, std::size_t index, int mask) {
   return numberOfBcd(static_cast<std::uint32_t>(pack[index] & mask));
 }
 
-std::optional<RecordingTime> timeOfFrame(std::string_view frame) {
+}  // namespace
+
+bool dv::beginsFrame(std::string_view bytes) {
+  constexpr std::array<std::uint8_t, 6> kinds = {0x00, 0x20, 0x20, 0x40, 0x40, 0x40};
+  if (bytes.size() < kinds.size() * blockLength || !bytes.starts_with("\x1F\x07") ||
+      bytes[2] != 0 || (bytes[3] & 0x7F) != 0x3F)
+    return false;
+  for (std::size_t block = 0; block < kinds.size(); ++block)
+    if ((bytes[block * blockLength] & 0xE0) != kinds.at(block))
+      return false;
+  return true;
+}
+
+bool dv::has625Lines(std::string_view frame) {
+  return (frame[3] & 0x80) != 0;
+}
+
+std::size_t dv::frameLength(std::string_view frame) {
+  return (has625Lines(frame) ? 12 : 10) * sequenceLength;
+}
+
+std::optional<RecordingTime> dv::timeOfFrame(std::string_view frame) {
   constexpr char datePack = 0x62;
   constexpr char timePack = 0x63;
   std::optional<RecordingTime> date;
@@ -82,16 +88,26 @@ std::optional<RecordingTime> timeOfFrame(std::string_view frame) {
                        clock->hour, clock->minute, clock->second};
 }
 
-std::string timeCodeOfFrame(std::string_view frame) {
+std::string dv::timeCodeOfFrame(std::string_view frame) {
   constexpr char timeCodePack = 0x13;
-  const bool is525 = (frame[3] & 0x80) == 0;
   std::string code;
   forEachPack(frame, [&](std::string_view pack) {
     if (pack[0] == timeCodePack && code.empty())
-      code = timeCodeOfBytes(pack.substr(1), is525);
+      code = timeCodeOfBytes(pack.substr(1), !has625Lines(frame));
   });
   return code;
 }
+
+bool dv::startsRecording(std::string_view frame) {
+  constexpr char sourceControlPack = 0x61;
+  bool starts = false;
+  forEachPack(frame, [&](std::string_view pack) {
+    starts = starts || (pack[0] == sourceControlPack && (pack[2] & 0x80) == 0);
+  });
+  return starts;
+}
+
+namespace {
 
 // The time; the time code of the first frame that has one comes into `timeCode`.
 std::optional<RecordingTime> timeInDv(std::string_view bytes, std::string& timeCode) {
@@ -100,14 +116,14 @@ std::optional<RecordingTime> timeInDv(std::string_view bytes, std::string& timeC
   std::size_t found = 0;
   for (std::size_t start = bytes.find("\x1F\x07"); start != std::string_view::npos;) {
     const std::string_view rest = bytes.substr(start);
-    if (!isFrame(rest)) {
+    if (!dv::beginsFrame(rest)) {
       start = bytes.find("\x1F\x07", start + 1);
       continue;
     }
-    const std::size_t length = frameLength(rest);
+    const std::size_t length = dv::frameLength(rest);
     if (timeCode.empty())
-      timeCode = timeCodeOfFrame(rest.substr(0, length));
-    if (const auto time = timeOfFrame(rest.substr(0, length))) {
+      timeCode = dv::timeCodeOfFrame(rest.substr(0, length));
+    if (const auto time = dv::timeOfFrame(rest.substr(0, length))) {
       // The head of a tape is where faults are: the next frame has to agree.
       if (before && std::abs(time->seconds() - before->seconds()) <= nextFrames)
         return before;

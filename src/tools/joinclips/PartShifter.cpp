@@ -235,6 +235,8 @@ void PartShifter::placeSound(Stream& stream, bool isLast) {
   if (frames.count() == 0) {
     if (stream.frame > 0 && (isLast || !stream.isPlaced))
       return leaveOut();
+    if (stream.frame == 0)
+      notePlainSound(stream, *head, std::span(unit).subspan(head->length));
     return writeUnit(stream);
   }
   const double half = stream.frame / 2;
@@ -277,6 +279,25 @@ void PartShifter::placeSound(Stream& stream, bool isLast) {
               unit.begin() + static_cast<std::ptrdiff_t>(end));
   shiftTimes(rest, *head, stream.shift + timeOf(from));
   writeCut(stream, std::move(rest));
+}
+
+// Of sound without frames nothing else tells what is missing in it, or between two units. A unit
+// whose size is right shows that a stream has such sound.
+void PartShifter::notePlainSound(Stream& stream, const UnitHead& head,
+                                 std::span<const std::uint8_t> content) {
+  const auto sound = plainSound(content);
+  stream.isPlain = stream.isPlain || (sound && sound->missing == 0);
+  if (!sound || !stream.isPlain)
+    return;
+  if (sound_ == nullptr)
+    sound_ = &stream;
+  const Time shown = wrapped(*head.shown + stream.shift);
+  const double gap =
+      stream.isPlaced && stream.end ? static_cast<double>(difference(shown, *stream.end)) : 0;
+  if (&stream == sound_)
+    soundMissing_ += std::llround(sound->missing + (gap > sound->duration / 2 ? gap : 0));
+  stream.isPlaced = true;
+  stream.end = wrapped(shown + std::llround(sound->duration));
 }
 
 void PartShifter::writeUnit(Stream& stream) {

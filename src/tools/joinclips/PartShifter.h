@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "tools/joinclips/JointFinder.h"
@@ -63,6 +64,7 @@ class PartShifter final : public PartTarget {
     bool isBroken = false;              // packets were left out: the next one goes on counting
     std::vector<TransportPacket> unit;  // of sound, not handed on yet
     double frame = 0;                   // ticks of a frame of sound; 0: it is none, or unknown
+    bool isPlain = false;               // samples without frames
     std::optional<Time> end;            // of its sound so far, as it is written
   };
   // A unit of pictures at the beginning of a part.
@@ -80,6 +82,7 @@ class PartShifter final : public PartTarget {
   void place(const TransportPacket& packet);
   static void findStep(Stream& stream, Time shown);
   void placeSound(Stream& stream, bool isLast);
+  void notePlainSound(Stream& stream, const UnitHead& head, std::span<const std::uint8_t> content);
   void writeUnit(Stream& stream);
   void writeCut(Stream& stream, std::vector<std::uint8_t> unit);
   void write(Stream& stream, TransportPacket packet);

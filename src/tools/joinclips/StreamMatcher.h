@@ -16,6 +16,8 @@ class StreamMatcher {
  public:
   // Changes the packet's number, and says what is to become of it.
   void place(TransportPacket& packet);
+  // Those that whoever reads the stream knows.
+  std::size_t streamCount() const { return first_.size(); }
 
  private:
   struct Target {

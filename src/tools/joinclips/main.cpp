@@ -1,14 +1,16 @@
 // joinclips: puts recordings of transport streams behind each other, exact at the joints; and files
 // of other formats that are parts of one recording.
 //
-//   joinclips [--list | --parts] FILE...
+//   joinclips [--list | --parts | --dv] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
-// for each recording instead, with what is missing in it, and one more where packets of both sizes
-// come, and where a movie of another format was passed over. With --parts the files that are parts
-// of one recording are told by their places among the arguments, from 0 on ("parts 3 4 5: 600.040
-// 1200.080 1500.000": and where the second and third begin, and the third ends, in seconds), and
-// those that seem to go on in a next file that is not there or does not fit ("doubtful 7").
+// for each recording instead, with what is missing in it, one with the number of streams, and one
+// more where packets of both sizes come, and where a movie of another format was passed over. With
+// --parts the files that are parts of one recording are told by their places among the arguments,
+// from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third begin, and
+// the third ends, in seconds), and those that seem to go on in a next file that is not there or
+// does not fit ("doubtful 7"). With
+// --dv a line as of --list tells of a file with DV how much of its pictures is damaged or missing.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
@@ -23,6 +25,7 @@
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
+#include "tools/joinclips/dvLoss.h"
 #include "tools/joinclips/partSearch.h"
 #include "tools/joinclips/plainJoint.h"
 #include "tools/toolMain.h"
@@ -61,8 +64,7 @@ class Output {
   int error_ = 0;
 };
 
-void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBothSizes,
-               bool hasOtherFormat) {
+void printParts(const std::vector<joining::PartShifter::Part>& parts) {
   for (const auto& part : parts) {
     fmt::print("byte {}: {:.3f} s", part.place, part.seconds);
     if (part.isLeftOut) {
@@ -83,10 +85,6 @@ void printList(const std::vector<joining::PartShifter::Part>& parts, bool hasBot
     }
     fmt::print("\n");
   }
-  if (hasBothSizes)
-    fmt::print("packets of both sizes\n");
-  if (hasOtherFormat)
-    fmt::print("a movie of another format\n");
 }
 
 // Reads files behind each other and writes what they are together.
@@ -141,7 +139,15 @@ class Joiner {
   }
 
   bool isAtEnd() const { return output_.error() != 0; }
-  void printParts() const { printList(shifter_.parts(), hasBothSizes_, hasOtherFormat_); }
+  void printList() const {
+    printParts(shifter_.parts());
+    if (matcher_.streamCount() > 0)
+      fmt::print("streams: {}\n", matcher_.streamCount());
+    if (hasBothSizes_)
+      fmt::print("packets of both sizes\n");
+    if (hasOtherFormat_)
+      fmt::print("a movie of another format\n");
+  }
 
  private:
   Output output_;
@@ -161,7 +167,20 @@ Outcome<bool> joinStreams(const std::vector<std::string>& files, bool isList) {
       TESSARIN_TRY(joiner.add(file));
   TESSARIN_TRY(joiner.finish());
   if (isList)
-    joiner.printParts();
+    joiner.printList();
+  return true;
+}
+
+Outcome<bool> tellLoss(const std::vector<std::string>& files) {
+  for (const std::string& file : files) {
+    const auto loss = joining::dvLoss(file);
+    if (!loss)
+      return Failure{file + ": " + loss.reason()};
+    joining::PartShifter::Part part;
+    part.seconds = loss->seconds();
+    part.picturesLost = loss->lost();
+    printParts({part});
+  }
   return true;
 }
 
@@ -180,11 +199,13 @@ int main(int count, char** values) {
   std::vector<std::string> files;
   bool isList = false;
   bool isPartSearch = false;
+  bool isDv = false;
   const auto declare = [&](CLI::App& options) {
     options.add_flag("--list", isList,
                      "say where each recording begins and how long its pictures are");
     options.add_flag("--parts", isPartSearch,
                      "say which files are parts of one recording, which the camera cut");
+    options.add_flag("--dv", isDv, "say how much is damaged or missing in the pictures of DV");
     options.add_option("FILE", files, "transport streams, in order")->required();
   };
   return toolMain(
@@ -192,6 +213,8 @@ int main(int count, char** values) {
       "Puts recordings of transport streams (.mts, .m2ts, .m2t, .ts) behind each other, exact at "
       "the joints, and writes the stream to standard output.",
       count, values, declare, [&]() -> Outcome<bool> {
+        if (isDv)
+          return tellLoss(files);
         if (!isPartSearch)
           return join(files, isList);
         joining::tellParts(files);

@@ -158,4 +158,29 @@ SoundFrames soundFrames(Bytes bytes) {
   return {};
 }
 
+// Two bytes with the size of the samples, then four bits with the channels, which are stored in
+// pairs, four with the rate and two with the bits.
+std::optional<PlainSound> plainSound(Bytes bytes) {
+  constexpr std::size_t head = 4;
+  constexpr std::array<int, 12> channels{0, 1, 0, 2, 3, 3, 4, 4, 5, 6, 7, 8};
+  constexpr std::array<int, 6> rates{0, 48000, 0, 0, 96000, 192000};
+  constexpr std::array<int, 4> sizes{0, 2, 3, 3};
+  if (bytes.size() < head)
+    return std::nullopt;
+  const std::size_t channelCode = bytes[2] >> 4;
+  const std::size_t rateCode = bytes[2] & 0xF;
+  if (channelCode >= channels.size() || rateCode >= rates.size())
+    return std::nullopt;
+  const int stored = (channels[channelCode] + 1) / 2 * 2 * sizes[bytes[3] >> 6];
+  const int bytesPerSecond = stored * rates[rateCode];
+  const int told = bytes[0] << 8 | bytes[1];
+  if (bytesPerSecond == 0 || told == 0 || told % stored != 0)
+    return std::nullopt;
+  const auto lasting = [bytesPerSecond](double size) {
+    return static_cast<double>(second) * size / bytesPerSecond;
+  };
+  const double there = std::min<double>(told, static_cast<double>(bytes.size() - head));
+  return PlainSound{lasting(told), lasting(told - there)};
+}
+
 }  // namespace tessarin::joining

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -25,5 +26,13 @@ struct SoundFrames {
 };
 // None for other sound.
 SoundFrames soundFrames(std::span<const std::uint8_t> bytes);
+
+// A unit of samples without frames, as Blu-ray and AVCHD have them (LPCM).
+struct PlainSound {
+  double duration = 0;  // of all its samples, in ticks of Time
+  double missing = 0;   // of those that are not there
+};
+// Nothing for other sound, as far as its head tells.
+std::optional<PlainSound> plainSound(std::span<const std::uint8_t> bytes);
 
 }  // namespace tessarin::joining

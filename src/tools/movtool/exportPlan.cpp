@@ -11,6 +11,7 @@
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/proresCommand.h"
+#include "ffmpeg/steadySize.h"
 #include "ffmpeg/timeBound.h"
 #include "utils/numbers.h"
 
@@ -280,10 +281,10 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     append(arguments, {"-analyzeduration", input.analyzeDuration});
   if (!input.format.empty())
     append(arguments, {"-f", input.format});
-  if (input.joined) {
+  if (input.joined)
     arguments.insert(arguments.end(), readingJoined.begin(), readingJoined.end());
-    append(arguments, {"-reinit_filter:v", "0"});
-  }
+  if (input.mayChangeSize)
+    arguments.insert(arguments.end(), keepingFilters.begin(), keepingFilters.end());
   for (const std::string& part : input.parts)
     append(arguments, {joinedPart, part});
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
@@ -437,10 +438,8 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   if (seconds && input.slow)
     *seconds /= 2;
   chain.add(timeBound(seconds));
-  // Recordings may have pictures of other sizes than the first: filters that ffmpeg makes anew
-  // where they change count time from there, so that pictures are repeated and the last ones lost.
-  if (input.joined)
-    chain.add(fmt::format("scale={}:{}:interl=-1", source.width, source.height));
+  if (input.mayChangeSize)
+    chain.add(steadySizeFilter(source.width, source.height));
   if (source.fieldOrder != FieldOrder::progressive && !source.flagged)
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
   if (input.fields == "prog")

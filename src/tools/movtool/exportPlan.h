@@ -22,6 +22,7 @@ struct ExportInput {
   // Seconds of all, where recordings were put behind each other that have to be joined.
   std::optional<double> joined;
   std::vector<std::string> parts;    // the files in which it goes on, of a joined one
+  bool mayChangeSize = false;        // of its pictures, as in recordings behind each other
   std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
   std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
   std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures

@@ -10,6 +10,7 @@
 // Standard output: "pourcentage    : 37.5" lines, per cent of the source that is done.
 // Exit status: 0 the movie is written, 1 it is not (one line on standard error says why, and no
 // part of it is left), 2 wrong use. An existing output is replaced only with -y.
+#include <algorithm>
 #include <string_view>
 
 #include "tools/movtool/directMovie.h"
@@ -39,6 +40,8 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
       .add_option("--part", job.input.parts,
                   "a file in which a joined input goes on; once for each, in order")
       ->allow_extra_args(false);
+  options.add_flag("--size-changes", job.input.mayChangeSize,
+                   "its pictures may change their size, as in recordings behind each other");
   options
       .add_option("--fields", job.input.fields,
                   "order of its fields (tff, bff), or prog for none; else as it is flagged")
@@ -51,16 +54,24 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
       .add_option("--sound", job.input.soundStreams,
                   "ffmpeg's number of a stream of sound to take, -1 for none; once for each, in "
                   "order; else all are taken")
-      ->allow_extra_args(false);
+      ->allow_extra_args(false)
+      ->check(CLI::Range(-1, 65535));
   options
       .add_option("--channels", job.input.channels,
                   "number of channels to mix the sound to; once for each, or for all")
       ->allow_extra_args(false)
       ->check(CLI::Range(0, 32));
-  options.add_flag("--slow", job.input.slow, "pictures at half their speed");
-  options.add_flag("--slow-sound", job.input.slowSound,
-                   "sound as long as slow pictures, at its own pitch");
+  auto* const slow = options.add_flag("--slow", job.input.slow, "pictures at half their speed");
+  options
+      .add_flag("--slow-sound", job.input.slowSound,
+                "sound as long as slow pictures, at its own pitch")
+      ->needs(slow);
   options.add_flag("-y", job.replace, "replace the output when it is there already");
+  options.callback([&job] {
+    const std::vector<int>& sounds = job.input.soundStreams;
+    if (sounds.size() > 1 && std::find(sounds.begin(), sounds.end(), -1) != sounds.end())
+      throw CLI::ValidationError("--sound: -1 stands for none, and others are named");
+  });
 }
 
 Outcome<bool> makeAsFfmpeg(int count, char** values) {

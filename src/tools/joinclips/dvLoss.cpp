@@ -1,0 +1,180 @@
+#include "tools/joinclips/dvLoss.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <utility>
+
+#include "classShared/descriptorBytes.h"
+#include "platform/openFiles.h"
+#include "tools/gettimestamps/dvFrame.h"
+
+namespace tessarin::joining {
+
+namespace {
+
+using dv::blockLength;
+
+// Seconds that may be missing in the middle of a recording.
+constexpr double longestLeap = 60;
+
+bool isEmpty(std::string_view block) {
+  return block.front() == 0 && block.find_first_not_of('\0') == std::string_view::npos;
+}
+
+// Of a sequence the first six blocks tell about it; then comes a block of sound before fifteen of
+// the picture, nine times.
+bool lacksBlocks(std::string_view frame) {
+  constexpr std::size_t blocks = 150;
+  constexpr std::size_t heads = 6;
+  constexpr std::size_t group = 16;
+  for (std::size_t block = 0; (block + 1) * blockLength <= frame.size(); ++block) {
+    const std::size_t place = block % blocks;
+    const bool isOfPicture = place > heads && (place - heads) % group != 0;
+    if (isOfPicture && isEmpty(frame.substr(block * blockLength, blockLength)))
+      return true;
+  }
+  return false;
+}
+
+// The frames of a file, one by one.
+class FrameReader {
+ public:
+  explicit FrameReader(Descriptor file) : file_(std::move(file)) {}
+
+  // "" at the end. The frame is valid until the next call.
+  Outcome<std::string_view> next() {
+    while (true) {
+      TESSARIN_TRY(fill());
+      if (length_ == 0)
+        isAlone_ = dv::beginsFrame(left());
+      // Whoever reads DV alone counts bytes: what lies in the place of a frame is one.
+      const std::size_t start = isAlone_ && length_ > 0 ? 0 : findFrame();
+      const std::string_view found = left().substr(std::min(start, left().size()));
+      if (start != std::string::npos && found.size() >= length_) {
+        at_ += start + length_;
+        return found.substr(0, length_);
+      }
+      if (isOver_)
+        return std::string_view();
+      constexpr std::size_t head = 6 * blockLength;
+      at_ += start != std::string::npos ? start : left().size() - std::min(head, left().size());
+    }
+  }
+
+ private:
+  std::string_view left() const { return std::string_view(bytes_).substr(at_); }
+
+  // More than two frames of the largest kind.
+  Outcome<bool> fill() {
+    constexpr std::size_t enough = 2U << 20;
+    if (left().size() >= enough || isOver_)
+      return true;
+    bytes_.erase(0, std::exchange(at_, 0));
+    while (bytes_.size() < enough && !isOver_) {
+      const std::size_t have = bytes_.size();
+      bytes_.resize(2 * enough);
+      const auto count = readSome(file_.number(), bytes_.data() + have, bytes_.size() - have);
+      bytes_.resize(have + static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
+      if (count < 0)
+        return Failure{systemReason(errno)};
+      isOver_ = count == 0;
+    }
+    return true;
+  }
+
+  std::size_t findFrame() {
+    constexpr std::string_view head("\x1F\x07\x00", 3);
+    for (std::size_t start = left().find(head); start != std::string::npos;
+         start = left().find(head, start + 1))
+      if (const auto rest = left().substr(start); dv::beginsFrame(rest)) {
+        if (length_ == 0)
+          length_ = wholeLength(rest);
+        return start;
+      }
+    return std::string::npos;
+  }
+
+  // With the further parts of a frame of 50 or 100 Mbit/s, whose heads have other numbers.
+  static std::size_t wholeLength(std::string_view bytes) {
+    constexpr int number = 0x0C;
+    constexpr std::size_t mostParts = 4;
+    const std::size_t part = dv::frameLength(bytes);
+    std::size_t parts = 1;
+    while (parts < mostParts && bytes.size() > parts * part + 1 && bytes[parts * part] == 0x1F &&
+           (bytes[parts * part + 1] & number) != (bytes[1] & number))
+      ++parts;
+    return parts * part;
+  }
+
+  Descriptor file_;
+  std::string bytes_;
+  std::size_t at_ = 0;      // of the bytes, behind the frame before
+  std::size_t length_ = 0;  // of a frame; 0: not known yet
+  bool isAlone_ = false;    // the file has nothing but frames
+  bool isOver_ = false;
+};
+
+}  // namespace
+
+void DvLoss::add(std::string_view frame) {
+  ++frames_;
+  const bool hasHead = dv::beginsFrame(frame);
+  if (!hasHead || lacksBlocks(frame))
+    ++damaged_;
+  if (!hasHead) {
+    addCount(std::nullopt, false);
+    return;
+  }
+  step_ = dv::has625Lines(frame) ? 0.04 : 1001.0 / 30000;
+  const auto code = timeCode(dv::timeCodeOfFrame(frame), 1 / step_);
+  const auto time = dv::timeOfFrame(frame);
+  addCount(code && time ? std::optional(Count{*code, *time}) : std::nullopt,
+           dv::startsRecording(frame));
+}
+
+// A single number that is off proves nothing: those before the leap have to be counted on, and the
+// one behind it.
+void DvLoss::addCount(std::optional<Count> count, bool startsRecording) {
+  const std::uint32_t before = std::exchange(doubtful_, 0);
+  const bool wasSteady = std::exchange(isSteady_, false);
+  if (!last_ || !count) {
+    last_ = count;
+    return;
+  }
+  const Count last = *std::exchange(last_, count);
+  if (count->code.firstFrame <= last.code.firstFrame)
+    return;
+  const std::uint32_t step = count->code.firstFrame - last.code.firstFrame;
+  // Two numbers a minute are left out, by cameras that do not mark it, too.
+  const bool dropsNumbers = !count->code.dropsNumbers && count->code.framesPerSecond == 30 &&
+                            step == 3 && count->code.firstFrame % 1800 == 2;
+  if (step == 1 || dropsNumbers) {
+    isSteady_ = true;
+    missing_ += before;
+    return;
+  }
+  const double leap = step * step_;
+  const auto clock = static_cast<double>(count->time.seconds() - last.time.seconds());
+  if (wasSteady && !startsRecording && leap <= longestLeap && clock >= 0 &&
+      std::abs(clock - leap) <= 1)
+    doubtful_ = step - 1;
+}
+
+Outcome<DvLoss> dvLoss(const std::string& path) {
+  Descriptor file = openFile(path, OpenFor::streaming);
+  if (!file.isOpen())
+    return Failure{systemReason(errno)};
+  FrameReader reader(std::move(file));
+  DvLoss loss;
+  while (true) {
+    const auto frame = reader.next();
+    if (!frame)
+      return Failure{frame.reason()};
+    if (frame->empty())
+      return loss;
+    loss.add(*frame);
+  }
+}
+
+}  // namespace tessarin::joining
