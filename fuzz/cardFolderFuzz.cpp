@@ -3,7 +3,9 @@
 #include <array>
 
 #include "Input.h"
+#include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/card.h"
+#include "tools/gettimestamps/p2Card.h"
 #include "tools/gettimestamps/source.h"
 #include "tools/joinclips/clipFacts.h"
 #include "tools/joinclips/dvFacts.h"
@@ -25,7 +27,11 @@ constexpr std::array places = {"PRIVATE/AVCHD/BDMV/PLAYLIST/00000.MPL",
                                "MOV002.moi",
                                "C0001M01.XML",
                                "C0001.MXF",
-                               "C0002.MP4"};
+                               "C0002.MP4",
+                               "CONTENTS/VIDEO/0001AB.MXF",
+                               "CONTENTS/Audio/0001ab00.mxf",
+                               "CONTENTS/AUDIO/0001AB01.MXF",
+                               "CONTENTS/CLIP/0001AB.XML"};
 
 }  // namespace
 
@@ -56,6 +62,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto facts = joining::dvFacts(path))
       fuzz::require(facts->frames > 0 && !facts->last.timeCode.empty());
   }
+  const std::string pictures = root + "/CONTENTS/VIDEO/0001AB.MXF";
+  if (const auto clip = p2ClipOf(pictures))
+    fuzz::require(equalIgnoringCase(clip->name, "0001AB"));
+  for (const std::string& sound : p2SoundsOf(pictures).files)
+    fuzz::require(startsWith(lowerCase(sound), lowerCase(root + "/CONTENTS/AUDIO/0001AB0")));
   for (const std::string& path : made)
     if (const auto found = factsOfSource(path).time)
       fuzz::require(!found->origin.empty() && (!found->time || found->time->isValid()));

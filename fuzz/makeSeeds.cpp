@@ -12,6 +12,7 @@
 #include "core/newRow.h"
 #include "core/storedRow.h"
 #include "platform/propertyList.h"
+#include "support/p2Card.h"
 #include "tools/movieBytes.h"
 
 namespace {
@@ -81,6 +82,10 @@ void seedCards() {
   seed("cardFolderFuzz", "untold", at(1, files[2]) + at(2, transport));
   seed("cardFolderFuzz", "moi",
        at(5, moi) + at(6, "clip") + at(7, "clip") + at(8, moi.substr(0, 9)));
+  const std::string p2 = p2Xml({.connection = "<Top><GlobalClipID>1</GlobalClipID></Top>"
+                                              "<Next><GlobalClipID>2</GlobalClipID></Next>"});
+  seed("cardFolderFuzz", "p2",
+       at(12, files[10]) + at(13, files[10]) + at(14, files[10]) + at(15, p2));
   seed("cardFolderFuzz", "side", at(9, side) + at(10, "clip") + at(11, files[9]));
 }
 

@@ -4,7 +4,7 @@
 
 # What the command line is made of, what the window needs besides, and what the tests.
 buildPackages=(g++ cmake ninja-build ccache pkg-config libfmt-dev libcli11-dev libplist-dev
-  libturbojpeg0-dev nlohmann-json3-dev)
+  libpugixml-dev libturbojpeg0-dev nlohmann-json3-dev)
 windowPackages=(libarchive-dev qt6-base-dev qt6-svg-dev)
 testPackages=(libgtest-dev libgmock-dev)
 allPackages=("${buildPackages[@]}" "${windowPackages[@]}" "${testPackages[@]}")

@@ -15,6 +15,13 @@ double lengthOf(const Source& source) {
 }
 
 std::vector<std::string> filesOf(const Source& source) {
+  std::vector<std::string> files = partsOf(source);
+  for (const Source::SoundFile& sound : source.soundFiles)
+    files.push_back(sound.path);
+  return files;
+}
+
+std::vector<std::string> partsOf(const Source& source) {
   std::vector<std::string> files{source.path};
   for (const Source::Part& part : source.furtherParts)
     files.push_back(part.path);
@@ -39,6 +46,7 @@ Source partAt(const Source& source, double& seconds) {
     }
   seconds -= begin;
   file.furtherParts.clear();
+  file.soundFiles.clear();
   return file;
 }
 

@@ -76,9 +76,11 @@ struct Source {
   // What the user has to be told of it (remarkTexts of core).
   struct Remark {
     enum class Kind {
-      soundUnreadable,  // with ffmpeg's number of the stream, which is left out
-      programs,         // with their number: one of them is converted
-      doubtfulPart,     // seems to go on in a next file that is not there, or does not fit
+      soundUnreadable,    // with ffmpeg's number of the stream, which is left out
+      programs,           // with their number: one of them is converted
+      doubtfulPart,       // seems to go on in a next file that is not there, or does not fit
+      soundFilesMissing,  // with their number: the card tells of them, and has them not
+      soundFilesByName,   // for the card does not tell which belong to the clip
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;
@@ -93,7 +95,17 @@ struct Source {
     bool operator==(const Part&) const = default;
   };
 
+  // A file beside the one with the pictures that has a sound of theirs.
+  struct SoundFile {
+    std::int64_t bytes = 0;
+    std::string path;
+    bool operator==(const SoundFile&) const = default;
+  };
+
   std::string path;
+  // Of a clip with a file for each channel of its sound: these, in order. The sounds' numbers are
+  // those behind the pictures, which are stream 0.
+  std::vector<SoundFile> soundFiles;
   // The files in which the recording goes on, in the folder of the first one. What is said of the
   // streams is said of the first file, the length is that of all.
   std::vector<Part> furtherParts;
@@ -149,14 +161,16 @@ struct Source {
 bool isSourceProgressive(const Source& source);
 // Seconds, as exactly as they are known; 0: not at all.
 double lengthOf(const Source& source);
-// All its files, in order.
+// All its files, in order: those with its pictures, and those with sound alone.
 std::vector<std::string> filesOf(const Source& source);
+// Those with its pictures.
+std::vector<std::string> partsOf(const Source& source);
 // Whether the tool joinclips has to read it.
 bool isReadJoined(const Source& source);
 // Whether its pictures may change their size: other recordings may follow in it.
 bool mayChangeSize(const Source& source);
-// The one of its files that has this moment, in seconds, as a source of its own; the moment becomes
-// that of the file.
+// The one of its files that has the pictures of this moment, in seconds, as a source of its own;
+// the moment becomes that of the file.
 Source partAt(const Source& source, double& seconds);
 // Whether a viewer sees the pictures with width and height exchanged.
 bool isTurned(const Source& source);

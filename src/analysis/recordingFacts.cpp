@@ -84,11 +84,12 @@ void takeRecordingFacts(std::string_view toolOutput, RecordingFacts& facts) {
     std::string RecordingFacts::*text;
     bool (*isGood)(std::string_view);
   };
-  constexpr std::array<Word, 5> words = {{{"zone", &RecordingFacts::zone, isZone},
+  constexpr std::array<Word, 6> words = {{{"zone", &RecordingFacts::zone, isZone},
                                           {"timecode", &RecordingFacts::timeCode, isTimeCode},
                                           {"make", &RecordingFacts::make, isCameraName},
                                           {"model", &RecordingFacts::model, isCameraName},
-                                          {"place", &RecordingFacts::place, isPlace}}};
+                                          {"place", &RecordingFacts::place, isPlace},
+                                          {"title", &RecordingFacts::title, isCameraName}}};
   for (const std::string_view line : splitLines(toolOutput))
     for (const Word& word : words) {
       const auto text = textAfter(line, " : ");

@@ -16,6 +16,7 @@ struct RecordingFacts {
   std::string make;  // of the camera
   std::string model;
   std::string place;  // ISO 6709: "+48.1371+011.5754/"
+  std::string title;  // that the user gave the clip in the camera
 
   bool operator==(const RecordingFacts&) const = default;
 };

@@ -34,8 +34,9 @@ constexpr NumberRange place{-1, 1000};  // in a table; it is compared with other
 
 constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream", "container",
                                                        "file"};
-constexpr std::array<std::string_view, 3> remarkKeys = {"remark_soundUnreadable", "remark_programs",
-                                                        "remark_doubtfulPart"};
+constexpr std::array<std::string_view, 5> remarkKeys = {
+    "remark_soundUnreadable", "remark_programs", "remark_doubtfulPart", "remark_soundFilesMissing",
+    "remark_soundFilesByName"};
 constexpr std::array allFields = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
 
 // ---- Texts that a source can have
@@ -198,6 +199,18 @@ bool take(const Value& value, Source::Part& part, NumberRange range) {
   return true;
 }
 
+// "BYTES PATH"
+bool take(const Value& value, Source::SoundFile& file, NumberRange range) {
+  const std::string* text = value.textContent();
+  const std::string_view bytes = text ? textUpTo(*text, " ") : "";
+  const std::string_view path = text ? textAfter(*text, " ").value_or("") : "";
+  const auto told = isDigits(bytes) ? wholeNumber(bytes, range) : std::nullopt;
+  if (!told || !isStoredPath(path))
+    return false;
+  file = {*told, std::string(path)};
+  return true;
+}
+
 template <class Item>
 bool take(const Value& value, std::vector<Item>& items, NumberRange range) {
   const List* list = value.list();
@@ -256,6 +269,10 @@ Value itemOf(const Source::Remark& remark) {
 
 Value itemOf(const Source::Part& part) {
   return fmt::format("{:.0f} {} {}", part.begin * 1000, part.bytes, part.path);
+}
+
+Value itemOf(const Source::SoundFile& file) {
+  return fmt::format("{} {}", file.bytes, file.path);
 }
 
 template <class Item>
@@ -331,6 +348,7 @@ template <class AnySource, class Way>
 void walk(AnySource& source, Way& way) {
   way("srcPathStr", source.path, isStoredPath);
   way("parts", source.furtherParts, ReportRange::duration);
+  way("soundFiles", source.soundFiles, NumberRange{1, 1e15});
   way("intraFailure", source.hasOddThumbnail, flag);
   way("prefSurrond", source.keepsSurround, flag);
   way("prefSound", source.soundChoice, isSoundChoice);
@@ -356,6 +374,7 @@ void walk(AnySource& source, Way& way) {
   way("cameraMake", source.recording.make, isCameraName);
   way("cameraModel", source.recording.model, isCameraName);
   way("place", source.recording.place, isPlace);
+  way("clipTitle", source.recording.title, isCameraName);
   way("remarks", source.remarks, ReportRange::streamNumber);
   way("v_offsetMs", source.pictureLead, milliseconds);
   way.offsets(source.offsets);
@@ -469,6 +488,21 @@ bool areParts(const Source& source) {
           std::find(formats.begin(), formats.end(), firstContainer(source)) != formats.end());
 }
 
+// Files with sound lie in the folder AUDIO beside that of the pictures, each once, and there is no
+// more than a sound for each.
+bool areSoundFiles(const Source& source) {
+  const std::string card = parentFolder(parentFolder(source.path));
+  std::set<std::string_view> known;
+  for (const Source::SoundFile& sound : source.soundFiles) {
+    const std::string folder = parentFolder(sound.path);
+    if (!hasPathExtension(sound.path, "mxf") || !equalIgnoringCase(fileName(folder), "AUDIO") ||
+        parentFolder(folder) != card || !known.insert(sound.path).second)
+      return false;
+  }
+  return known.empty() || (source.furtherParts.empty() && source.pictures.id == 0 &&
+                           known.size() >= soundsOf(source).size());
+}
+
 Dico recordOf(const Source& source, bool isChecked) {
   Out out{isChecked};
   walk(source, out);
@@ -496,7 +530,8 @@ std::optional<Source> sourceOfRecord(const Dico& record) {
   Source source;
   In in{record};
   walk(source, in);
-  return in.isGood && areParts(source) ? std::optional(std::move(source)) : std::nullopt;
+  return in.isGood && areParts(source) && areSoundFiles(source) ? std::optional(std::move(source))
+                                                                : std::nullopt;
 }
 
 bool isStoredPath(std::string_view path) {

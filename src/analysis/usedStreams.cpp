@@ -205,6 +205,8 @@ Arguments inputOptions(const Source& source) {
     options.insert(options.end(), readingJoined.begin(), readingJoined.end());
   for (const Source::Part& part : source.furtherParts)
     add(joinedPart, part.path);
+  for (const Source::SoundFile& sound : source.soundFiles)
+    add(soundBeside, sound.path);
   return options;
 }
 

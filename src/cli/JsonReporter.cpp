@@ -76,8 +76,8 @@ class JsonReporter final : public Reporter {
 
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     Json info = jsonOf(recordOfSource(row.source));
-    for (const char* key :
-         {"srcPathStr", "parts", "imgPathStr", "remarks", "sizeOutPrevious", "softPrevious"})
+    for (const char* key : {"srcPathStr", "parts", "soundFiles", "imgPathStr", "remarks",
+                            "sizeOutPrevious", "softPrevious"})
       info.erase(key);
     if (const auto fields = row.source.pictures.fields)
       info["v0_fields"] = fieldsText(*fields);
@@ -90,7 +90,9 @@ class JsonReporter final : public Reporter {
                {"record", info},
                {"remarks", movie ? movie->remarks : remarkTexts(row.source)}};
     if (!row.source.furtherParts.empty())
-      event["parts"] = filesOf(row.source);
+      event["parts"] = partsOf(row.source);
+    for (const Source::SoundFile& sound : row.source.soundFiles)
+      event["soundFiles"].push_back(sound.path);
     if (movie)
       event["movie"] = jsonOfMovie(*movie);
     tell(event);

@@ -13,6 +13,7 @@
 #include "core/admittedSources.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
+#include "core/soundFiles.h"
 #include "core/thumbnail.h"
 #include "encoding/recordingDate.h"
 #include "ffmpeg/ffmpegSuccess.h"
@@ -40,11 +41,12 @@ std::int64_t sizeOf(const std::string& path) {
 
 }  // namespace
 
-AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, int lane,
-                         std::function<void(Finding)> ended,
+AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, std::vector<Source::SoundFile> sounds,
+                         int lane, std::function<void(Finding)> ended,
                          std::function<void(const AnalysisJob&)> changed)
     : loop_(loop),
       path_(std::move(path)),
+      sounds_(std::move(sounds)),
       lane_(lane),
       framePath_(framePath(lane)),
       ended_(std::move(ended)),
@@ -231,7 +233,19 @@ void AnalysisJob::completeRecord() {
     debugFormat("md                  : {}", recordOfSource(*found_).description());
   if (const auto order = examination_.fields())
     found_->pictures.fields = order->fields;
-  go(Step::askForTime);
+  if (sounds_.empty())
+    go(Step::askForTime);
+  else
+    describeSounds();
+}
+
+void AnalysisJob::describeSounds() {
+  run(soundFilesCommand(path_, sounds_), analysisLimits, [this](const ToolResult& result) {
+    takeSoundFiles(*found_, sounds_, withoutPath(result.output, path_));
+    // What comes now looks at the pictures alone.
+    sounds_ = std::exchange(found_->soundFiles, {});
+    go(Step::askForTime);
+  });
 }
 
 void AnalysisJob::askForTime() {
@@ -354,6 +368,7 @@ void AnalysisJob::end() {
   if (found_) {
     debugFormat("stocker…            : {}", path_);
     found_->path = path_;
+    found_->soundFiles = sounds_;
     if (!thumbnail_.empty() && pathExists(thumbnail_))
       found_->thumbnail = thumbnail_;
   }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "analysis/Source.h"
 #include "analysis/SourceExamination.h"
@@ -25,11 +26,12 @@ class AnalysisJob {
     std::string reason;            // of a source that is none, in the user's language
   };
 
-  // `loop` is borrowed. `lane` is a number that no other job under way has: the files in the
-  // temporary folder are named by it. `ended` is called once, from the loop; it may not destroy the
+  // `loop` is borrowed. `sounds` are the files with its sound, if it has not its own. `lane` is a
+  // number that no other job under way has: the files in the temporary folder are named by it.
+  // `ended` is called once, from the loop; it may not destroy the
   // job. `changed` is called when the job comes to another step or has found out more.
-  AnalysisJob(RunLoop& loop, std::string path, int lane, std::function<void(Finding)> ended,
-              std::function<void(const AnalysisJob&)> changed);
+  AnalysisJob(RunLoop& loop, std::string path, std::vector<Source::SoundFile> sounds, int lane,
+              std::function<void(Finding)> ended, std::function<void(const AnalysisJob&)> changed);
   AnalysisJob(const AnalysisJob&) = delete;
   AnalysisJob& operator=(const AnalysisJob&) = delete;
 
@@ -59,6 +61,7 @@ class AnalysisJob {
   void judgeReport();
   void makeRecord();
   void completeRecord();
+  void describeSounds();
   void askForTime();
   void makeThumbnail();
   void keepFirstPicture(std::optional<FramePictures>& pictures);
@@ -72,6 +75,7 @@ class AnalysisJob {
 
   RunLoop& loop_;
   std::string path_;
+  std::vector<Source::SoundFile> sounds_;
   int lane_;
   std::string framePath_;  // of the first pictures
   std::function<void(Finding)> ended_;

@@ -105,7 +105,7 @@ void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result)
   leaveOutParts(paths, found_);
   logFormat("parts               : {} recordings of several files, {} doubtful",
             found_.recordings.size(), found_.doubtful.size());
-  if (!found_.recordings.empty())
+  if (paths.size() < waiting_.size())
     waiting_.assign(paths);
 }
 
@@ -136,17 +136,20 @@ std::vector<std::string> AnalysisQueue::filesFrom(const std::string& path) const
   if (const auto known = found_.recordings.find(path); known != found_.recordings.end())
     for (const Source::Part& part : known->second.furtherParts)
       files.push_back(part.path);
+  for (const Source::SoundFile& sound : soundFilesOf(found_, path))
+    files.push_back(sound.path);
   return files;
 }
 
 // Of a recording whose first file cannot be read the others are sources of their own.
 void AnalysisQueue::giveBackParts(const std::string& path) {
   const auto recording = found_.recordings.extract(path);
-  if (recording.empty())
-    return;
   std::vector<std::string> paths;
-  for (const Source::Part& part : recording.mapped().furtherParts)
-    paths.push_back(part.path);
+  if (!recording.empty())
+    for (const Source::Part& part : recording.mapped().furtherParts)
+      paths.push_back(part.path);
+  if (paths.empty())
+    return;
   paths.insert(paths.end(), waiting_.paths().begin(), waiting_.paths().end());
   waiting_.assign(paths);
 }
@@ -261,7 +264,7 @@ void AnalysisQueue::takeNextSource() {
     debugFormat("reliquat = {}", waiting_.size());
   const int lane = freeLane();
   inHand_.push_back({std::make_unique<AnalysisJob>(
-      services_.loop, next, lane,
+      services_.loop, next, soundFilesOf(found_, next), lane,
       [this, lane](AnalysisJob::Finding finding) { sourceEnded(lane, std::move(finding)); },
       [this](const AnalysisJob& job) {
         if (inHand_.front().job.get() == &job)

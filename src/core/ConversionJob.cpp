@@ -194,15 +194,20 @@ std::optional<std::string> ConversionJob::refusalOfFiles() const {
   const auto& first = sourceStates_.front();
   if (!source.bytes.empty() && first && source.bytes != std::to_string(first->size))
     return localisationString("why_sourceReplaced");
-  for (std::size_t part = 0; part < source.furtherParts.size(); ++part) {
-    const auto& [begin, bytes, path] = source.furtherParts[part];
-    const auto& state = sourceStates_[part + 1];
+  std::size_t file = 0;
+  const auto refusal = [&](const std::string& path, std::int64_t bytes) {
+    const auto& state = sourceStates_[++file];
     auto problem = problemOfSource(path);
     if (!problem && state && std::to_string(state->size) != std::to_string(bytes))
       problem = localisationString("why_sourceReplaced");
-    if (problem)
-      return fmt::format("{}: {}", fileName(path), *problem);
-  }
+    return problem ? std::optional(fmt::format("{}: {}", fileName(path), *problem)) : problem;
+  };
+  for (const Source::Part& part : source.furtherParts)
+    if (auto refused = refusal(part.path, part.bytes))
+      return refused;
+  for (const Source::SoundFile& sound : source.soundFiles)
+    if (auto refused = refusal(sound.path, sound.bytes))
+      return refused;
   return std::nullopt;
 }
 

@@ -59,6 +59,15 @@ std::optional<double> promiseOfCutAvi(const std::string& source) {
   return 1e-6 * number(32) * number(48);
 }
 
+// Sound in files of its own is as long as the pictures; unless a file was cut.
+bool endsSoundEarly(const MovieIndex& movie, const JobPlan& plan) {
+  constexpr double slack = 0.3;
+  const double due = (plan.slowsSound ? 2 : 1) * lengthOf(plan.row.source);
+  const std::vector<const MovieTrack*> sounds = movie.sounds();
+  return std::any_of(sounds.begin(), sounds.end(),
+                     [due](const MovieTrack* sound) { return sound->seconds + slack < due; });
+}
+
 }  // namespace
 
 // A movie is converted when it is as long as its source, by its own index. Where what the analysis
@@ -105,6 +114,10 @@ void ConversionJob::check() {
   }
   const auto expected = expectedByAnalysis(*plan_);
   const Source& source = plan_->row.source;
+  if (!source.soundFiles.empty() && endsSoundEarly(movie_, *plan_)) {
+    logLine("check               :-( a file with sound ends before the pictures");
+    damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+  }
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
   const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_;

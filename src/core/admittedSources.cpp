@@ -4,6 +4,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
+#include "core/proxies.h"
 #include "platform/Bundle.h"
 #include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
@@ -50,6 +51,7 @@ std::optional<std::string> problemOfSource(const std::string& path) {
 std::vector<std::string> sourcesBelow(const std::string& folder, const std::string& moviesFolder) {
   namespace fs = std::filesystem;
   std::vector<std::string> files = filesBelow(folder);
+  leaveOutProxies(files);
   std::error_code failed;
   const fs::path inside =
       fs::weakly_canonical(moviesFolder, failed)

@@ -33,8 +33,9 @@ class AdmittedExtensions {
 // when it can. A named pipe would keep the tools waiting for ever.
 std::optional<std::string> problemOfSource(const std::string& path);
 
-// The files below a folder that is searched. The movies of earlier runs are no sources: those in
-// `moviesFolder` are left out, unless `folder` is that one or lies in it.
+// The files below a folder that is searched, without copies of others (proxies.h). The movies of
+// earlier runs are no sources: those in `moviesFolder` are left out, unless `folder` is that one or
+// lies in it.
 std::vector<std::string> sourcesBelow(const std::string& folder, const std::string& moviesFolder);
 
 // The list to take in when `paths` was dropped: when the first one is a folder (after following

@@ -71,10 +71,12 @@ std::vector<std::string> soundsInWords(const Source& source) {
 }
 
 std::string partWords(const Source& source) {
-  if (source.furtherParts.empty())
+  const std::vector<std::string> files = filesOf(source);
+  if (files.size() < 2)
     return {};
   std::vector<std::string> names;
-  for (const std::string& file : filesOf(source))
+  names.reserve(files.size());
+  for (const std::string& file : files)
     names.push_back(fileName(file));
   return localisationString("clip_parts", "", joinTexts(names, ", "));
 }

@@ -84,6 +84,10 @@ Arguments sourceExport(const Row& row, const std::string& movie, const std::stri
     add("--part", part.path);
   if (mayChangeSize(source))
     command.emplace_back("--size-changes");
+  if (!source.soundFiles.empty() && source.seconds)
+    add("--seconds", fmt::format("{:.3f}", *source.seconds));
+  for (const Source::SoundFile& sound : source.soundFiles)
+    add("--sound-file", sound.path);
   const double rate = source.pictures.rate.value_or(0);
   if (isSourceProgressive(source)) {
     if (source.pictures.claim)

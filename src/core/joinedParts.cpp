@@ -14,7 +14,7 @@ bool mayHoldParts(const Source& source) {
 
 Arguments jointList(const Source& source) {
   Arguments command = {Bundle::main().toolPath("joinclips"), "--list", "--"};
-  const std::vector<std::string> files = filesOf(source);
+  const std::vector<std::string> files = partsOf(source);
   command.insert(command.end(), files.begin(), files.end());
   return command;
 }

@@ -56,6 +56,9 @@ Arguments partSearch(const std::vector<std::string>& paths) {
   std::vector<std::string> files;
   std::copy_if(paths.begin(), paths.end(), std::back_inserter(files), mayBePart);
   if (files.size() < 2)
+    files.clear();
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(files), mayHaveSoundFiles);
+  if (files.empty())
     return {};
   Arguments command = {Bundle::main().toolPath("joinclips"), "--parts", "--"};
   command.insert(command.end(), files.begin(), files.end());
@@ -73,8 +76,16 @@ SpannedSources foundParts(const Arguments& search, std::string_view output) {
     else if (const auto word = textAfter(line, "doubtful "); word && startsWith(line, "doubtful "))
       if (const auto place = placeOf(*word, files.size()))
         found.doubtful.push_back(files[*place]);
+    if (const auto words = textAfter(line, "sounds "); words && startsWith(line, "sounds "))
+      if (const auto place = placeOf(textUpTo(*words, " "), files.size()))
+        takeSoundsLine(*words, files[*place], found.sounds[files[*place]]);
   }
   return found;
+}
+
+std::vector<Source::SoundFile> soundFilesOf(const SpannedSources& found, const std::string& path) {
+  const auto sounds = found.sounds.find(path);
+  return sounds == found.sounds.end() ? std::vector<Source::SoundFile>() : sounds->second.files;
 }
 
 void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found) {
@@ -82,10 +93,15 @@ void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found)
   for (const auto& [first, recording] : found.recordings)
     for (const Source::Part& part : recording.furtherParts)
       parts.insert(part.path);
+  for (const auto& [pictures, sounds] : found.sounds)
+    for (const Source::SoundFile& sound : sounds.files)
+      parts.insert(sound.path);
   std::erase_if(paths, [&parts](const std::string& path) { return parts.contains(path); });
 }
 
 void takeFurtherParts(Source& source, const SpannedSources& found) {
+  if (const auto sounds = found.sounds.find(source.path); sounds != found.sounds.end())
+    tellOfSounds(source, sounds->second);
   const auto recording = found.recordings.find(source.path);
   const auto isDoubtful = [&found](const std::string& file) {
     return std::find(found.doubtful.begin(), found.doubtful.end(), file) != found.doubtful.end();

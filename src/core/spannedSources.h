@@ -1,4 +1,5 @@
-// Recordings that the camera cut into several files, found among the sources that are taken in.
+// Recordings that the camera cut into several files, and the files with the sound of others, found
+// among the sources that are taken in.
 #pragma once
 
 #include <map>
@@ -8,6 +9,7 @@
 
 #include "analysis/Source.h"
 #include "classShared/TextAdditions.h"
+#include "core/soundFiles.h"
 
 namespace tessarin {
 
@@ -18,6 +20,7 @@ struct SpannedSources {
     double seconds = 0;  // of all
   };
   std::map<std::string, Recording> recordings;  // by the path of the first file
+  std::map<std::string, SoundsBeside> sounds;   // by the path of the file with the pictures
   std::vector<std::string>
       doubtful;  // seem to go on in a next file that is not there, or does not fit
 };
@@ -27,7 +30,10 @@ Arguments partSearch(const std::vector<std::string>& paths);
 // What it has found; `search` is the command.
 SpannedSources foundParts(const Arguments& search, std::string_view output);
 
-// Leaves out of the paths what is a further part of a recording.
+// The files with the sound of these pictures, if they lie beside them.
+std::vector<Source::SoundFile> soundFilesOf(const SpannedSources& found, const std::string& path);
+
+// Leaves out of the paths what is a further part of a recording, or the sound of another file.
 void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found);
 // Makes the first file of a recording the whole recording.
 void takeFurtherParts(Source& source, const SpannedSources& found);

@@ -83,6 +83,14 @@ bool isSwitch(std::string_view name) {
 
 }  // namespace
 
+bool hasEnding(std::string_view path, std::string_view ending) {
+  return path.size() > ending.size() &&
+         std::equal(ending.rbegin(), ending.rend(), path.rbegin(), [](char small, char letter) {
+           return small ==
+                  (letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter);
+         });
+}
+
 std::string_view FfmpegOption::baseName() const {
   return beforeColon(name);
 }

@@ -48,4 +48,7 @@ std::vector<std::string> filterNames(std::string_view graph);
 // takes them apart into progressive pictures, or weaves fields from progressive pictures.
 bool leavesSourceFields(std::string_view chain);
 
+// Whether the path ends like this, in capitals or small letters; `ending` is in small ones.
+bool hasEnding(std::string_view path, std::string_view ending);
+
 }  // namespace tessarin

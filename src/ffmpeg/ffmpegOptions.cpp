@@ -339,18 +339,25 @@ std::optional<FfmpegVersion> versionOfRelease(std::string_view text) {
 std::optional<JoinedInput> joinedInput(const std::vector<std::string>& arguments) {
   std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
   const auto input = std::find_if(groups.begin(), groups.end(), [](const FfmpegOptionGroup& group) {
-    return group.kind == Kind::input && valueOf(group.last({"joined"})) == "1";
+    return group.kind == Kind::input &&
+           (valueOf(group.last({"joined"})) == "1" || group.last({"soundfile"}) != nullptr);
   });
   if (input == groups.end())
     return std::nullopt;
-  JoinedInput joined{{std::exchange(input->file, "pipe:0")}, {}};
+  JoinedInput joined{{std::exchange(input->file, "pipe:0")}, {}, {}};
   for (const FfmpegOption& option : input->options)
     if (option.name == "part")
       joined.files.push_back(option.value.value_or(""));
-  removeOptions(*input, "joined");
-  removeOptions(*input, "part");
+    else if (option.name == "soundfile")
+      joined.sounds.push_back(option.value.value_or(""));
+  for (const char* option : {"joined", "part", "soundfile"})
+    removeOptions(*input, option);
   joined.arguments = ffmpegArguments(groups);
   return joined;
+}
+
+bool JoinedInput::isMxf() const {
+  return !sounds.empty() || hasEnding(files.front(), ".mxf");
 }
 
 FfmpegVersion ffmpegVersionFromText(std::string_view text) {

@@ -18,10 +18,17 @@ namespace tessarin {
 inline constexpr std::array<const char*, 2> readingJoined = {"-joined", "1"};
 // And a further file that it reads behind the input; behind each other, where there are several.
 inline constexpr const char* joinedPart = "-part";
+// Or a file with sound that lies beside the input, in the order of the channels, where there are
+// several; first those of the input, then those of the next part. The tool joinmxf reads all of
+// them then, as it does parts that are MXF.
+inline constexpr const char* soundBeside = "-soundfile";
 
 struct JoinedInput {
   std::vector<std::string> files;
+  std::vector<std::string> sounds;
   std::vector<std::string> arguments;  // with standard input in its place
+  // Whether they are for the tool joinmxf.
+  bool isMxf() const;
 };
 // Nothing when there is no such input.
 std::optional<JoinedInput> joinedInput(const std::vector<std::string>& arguments);

@@ -59,14 +59,6 @@ std::string chained(const std::string& first, const std::string& second) {
   return first.empty() ? second : first + "," + second;
 }
 
-bool endsWithMov(std::string_view path) {
-  constexpr std::string_view ending = ".mov";
-  return path.size() > ending.size() &&
-         std::equal(ending.begin(), ending.end(), path.end() - ending.size(), [](char a, char b) {
-           return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b);
-         });
-}
-
 bool makesProresMovie(const FfmpegOptionGroup& output) {
   const std::string codec = valueOf(output, {"c:v", "codec:v", "vcodec"});
   const std::string sound = valueOf(output, {"c:a", "codec:a", "acodec"});
@@ -76,7 +68,7 @@ bool makesProresMovie(const FfmpegOptionGroup& output) {
   const std::string format = valueOf(output, {"f"});
   const std::string order = valueOf(output, {"field_order"});
   const std::string chain = valueOf(output, {"vf", "filter:v"});
-  const bool isMovie = format.empty() ? endsWithMov(output.file) : format == "mov";
+  const bool isMovie = format.empty() ? hasEnding(output.file, ".mov") : format == "mov";
   return (codec == "prores" || codec == "prores_ks") && hasProfile && isMovie &&
          (sound.empty() || sound == "pcm_s16le") && (order.empty() || order == "tb") &&
          (chain.ends_with(progressiveEnd) || chain.ends_with(fieldsEnd)) &&

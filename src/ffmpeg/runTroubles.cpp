@@ -203,9 +203,10 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   if (!describes_ && startsWith(module, "matroska") &&
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
-  // What reads a source of several recordings for ffmpeg tells of the source as that does.
-  if (constexpr std::string_view joiner = "joinclips: "; startsWith(words, joiner))
-    words.remove_prefix(joiner.size());
+  // What reads a source of several files for ffmpeg tells of the source as that does.
+  for (const std::string_view reader : {"joinclips: ", "joinmxf: "})
+    if (startsWith(words, reader))
+      words.remove_prefix(reader.size());
   const auto [ofSource, ofDemuxer] = readErrorStarts;
   // Of the run that decodes sound the export tool marks each line. What it reads may be the copy
   // that a tool before it made under the name of the output.

@@ -7,6 +7,7 @@
 #include "core/BatchProgress.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
+#include "core/proxies.h"
 #include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
@@ -141,6 +142,23 @@ TEST(FailureReason, ATaskIsToldByItsComplaintsAndASignalAsSuch) {
   end.signal = 11;
   EXPECT_EQ(failureReason(end, "/a.mts"),
             localisationString("why_crashed", "", "ffmpeg", "11", "Segmentation fault"));
+}
+
+TEST(Proxies, AreLeftOutWhereTheirRecordingIsThere) {
+  const std::vector<std::string> recordings = {"/c/Clip/C0001.MXF",
+                                               "/c/M4ROOT/CLIP/C0001.MP4",
+                                               "/c/CONTENTS/VIDEO/0001AB.MXF",
+                                               "/c/Sub/C0002S01.MXF",
+                                               "/c/Sub/Clip one.MXF",
+                                               "/c/XFVC/REEL_1/A_CANON.MP4",
+                                               "/c/CLIPS001/AA000101.MXF",
+                                               "/c/XFVC/REEL_1/B_CANON_Proxy.MP4"};
+  std::vector<std::string> files = recordings;
+  for (const char* copy : {"/c/Sub/C0001S01.MXF", "/c/M4ROOT/SUB/C0001S03.MP4",
+                           "/c/CONTENTS/PROXY/0001ab.MP4", "/c/XFVC/REEL_1/A_CANON_Proxy.mp4"})
+    files.insert(files.begin() + 2, copy);
+  leaveOutProxies(files);
+  EXPECT_EQ(files, recordings);
 }
 
 }  // namespace

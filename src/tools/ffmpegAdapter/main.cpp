@@ -17,6 +17,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ffmpeg/ffmpegOptions.h"
@@ -136,11 +137,18 @@ std::string besideUs(const char* name) {
   return !own.empty() && isProgram(tool) ? tool : std::string();
 }
 
-// Puts the tool that joins recordings before our standard input, in our process group, so that who
-// pauses or ends us does the same with it; should we end alone, so does it, as nobody reads it any
-// more. False, with errno, when it cannot be run.
-bool readJoined(std::vector<std::string> files) {
-  std::string tool = besideUs("joinclips");
+// Puts the tool that makes one stream of several files before our standard input, in our process
+// group, so that who pauses or ends us does the same with it; should we end alone, so does it, as
+// nobody reads it any more. False, with errno, when it cannot be run.
+bool readJoined(const JoinedInput& input, const std::string& ffmpeg) {
+  std::string tool = besideUs(input.isMxf() ? "joinmxf" : "joinclips");
+  std::vector<std::string> words = {tool};
+  if (input.isMxf())
+    words.insert(words.end(), {"--ffmpeg", ffmpeg});
+  for (const std::string& sound : input.sounds)
+    words.push_back("--sound=" + sound);
+  words.emplace_back("--");
+  words.insert(words.end(), input.files.begin(), input.files.end());
   int ends[2] = {-1, -1};
   if (tool.empty()) {
     errno = ENOENT;
@@ -152,10 +160,10 @@ bool readJoined(std::vector<std::string> files) {
   ::posix_spawn_file_actions_init(&actions);
   ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-  std::string dashes = "--";
-  std::vector<char*> arguments = {tool.data(), dashes.data()};
-  for (std::string& file : files)
-    arguments.push_back(file.data());
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words)
+    arguments.push_back(word.data());
   arguments.push_back(nullptr);
   pid_t child = -1;
   const int failure =
@@ -195,11 +203,12 @@ int main(int count, char** values) {
     become(tool, std::move(arguments));
   }
   if (auto joined = joinedInput(given)) {
-    if (!readJoined(std::move(joined->files))) {
-      say("the tool that joins recordings cannot be run: " + std::string(std::strerror(errno)));
+    given = std::exchange(joined->arguments, {});
+    if (!readJoined(*joined, ffmpeg)) {
+      say("the tool that reads several files as one cannot be run: " +
+          std::string(std::strerror(errno)));
       return cannotBeRun;
     }
-    given = std::move(joined->arguments);
   }
   become(ffmpeg, translateFfmpegOptions(given, version));
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));

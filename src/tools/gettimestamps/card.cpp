@@ -8,7 +8,9 @@
 #include <optional>
 
 #include "classShared/TextAdditions.h"
+#include "tools/gettimestamps/p2Card.h"
 #include "tools/gettimestamps/playlist.h"
+#include "tools/gettimestamps/sideXml.h"
 #include "tools/gettimestamps/streamFile.h"
 #include "tools/gettimestamps/timesInStreams.h"
 #include "utils/files.h"
@@ -20,7 +22,6 @@ namespace {
 // Far more than any playlist needs (a card has some hundred clips, each a few hundred bytes).
 constexpr std::size_t playlistLimit = 16 << 20;
 constexpr std::size_t moiLimit = 1 << 20;
-constexpr std::size_t sideFileLimit = 4 << 20;
 
 std::vector<std::string> sortedEntries(std::string_view folder) {
   std::vector<std::string> entries = lsCocoa(folder).value_or(std::vector<std::string>());
@@ -208,12 +209,12 @@ void addMoiFolder(const std::string& folder, Collection& collection) {
   }
 }
 
-// The XML that cameras of XDCAM and XAVC put beside a clip; "" where there is none.
-std::string textOfSideFile(const std::string& clip) {
+// The XML that cameras of XDCAM and XAVC put beside a clip.
+SideXml xmlBeside(const std::string& clip) {
   const std::string start = withoutExtension(clip);
   for (const char* ending : {"M01.XML", "m01.xml"})
-    if (auto text = readFileStart(start + ending, sideFileLimit))
-      return std::move(*text);
+    if (isNameTaken(start + ending))
+      return SideXml::ofFile(start + ending);
   return {};
 }
 
@@ -282,17 +283,18 @@ std::map<std::string, std::string> continuationsOnCard(const std::string& clipFo
 }
 
 SideFacts factsBesideClip(const std::string& clip) {
-  const std::string text = textOfSideFile(clip);
-  const auto attribute = [&text](const char* element, const char* name) -> std::string_view {
-    const std::string_view start = textUpTo(textAfter(text, element).value_or(""), ">");
-    return textBetween(start, fmt::format("{}=\"", name), "\"").value_or("");
-  };
-  SideFacts facts;
-  facts.make = attribute("<Device", "manufacturer");
-  facts.model = attribute("<Device", "modelName");
+  if (const auto onP2Card = p2ClipOf(clip))
+    return onP2Card->facts;
+  const SideXml document = xmlBeside(clip);
+  const pugi::xml_node root = document.root("NonRealTimeMeta");
+  const pugi::xml_node camera = nodeAt(root, {"Device"});
   // The first change is the beginning.
-  if (attribute("<LtcChange ", "frameCount") == "0")
-    facts.timeCode = timeCodeOfBytes(bytesOfDigits(attribute("<LtcChange ", "value")), true);
+  const pugi::xml_node change = nodeAt(root, {"LtcChangeTable", "LtcChange"});
+  SideFacts facts;
+  facts.make = camera.attribute("manufacturer").value();
+  facts.model = camera.attribute("modelName").value();
+  if (std::string_view(change.attribute("frameCount").value()) == "0")
+    facts.timeCode = timeCodeOfBytes(bytesOfDigits(change.attribute("value").value()), true);
   return facts;
 }
 
@@ -304,10 +306,11 @@ std::optional<RecordingTime> timeBesideClip(const std::string& clip) {
       if (equalIgnoringCase(fileName(withoutExtension(path)), name))
         if (const auto time = recordingTimeOfMoi(readFileStart(path, moiLimit).value_or("")))
           return time.value();
-  const std::string text = textOfSideFile(clip);
-  const auto date = textAfter(text, "<CreationDate");
-  return date ? recordingTimeOfText(textBetween(*date, "value=\"", "\"").value_or(""))
-              : std::nullopt;
+  if (const auto onP2Card = p2ClipOf(clip))
+    return onP2Card->time;
+  const SideXml document = xmlBeside(clip);
+  const pugi::xml_node date = nodeAt(document.root("NonRealTimeMeta"), {"CreationDate"});
+  return recordingTimeOfText(date.attribute("value").value());
 }
 
 }  // namespace tessarin

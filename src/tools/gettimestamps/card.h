@@ -38,14 +38,16 @@ std::optional<RecordingTime> timeOfCardClip(const std::string& clip);
 std::map<std::string, std::string> continuationsOnCard(const std::string& clipFolder);
 
 // What the file says that the camera put beside the clip: the MOI of a MOD or TOD, the "…M01.XML"
-// of XDCAM and XAVC.
+// of XDCAM and XAVC, the XML of a P2 card.
 std::optional<RecordingTime> timeBesideClip(const std::string& clip);
 
-// What the XML says besides; "": nothing.
+// What such an XML says besides; "": nothing.
 struct SideFacts {
   std::string timeCode;  // of the first picture: "10:00:00:00"
   std::string make;      // of the camera
   std::string model;
+  std::string place;  // ISO 6709
+  std::string title;  // that the user gave the clip
 };
 SideFacts factsBesideClip(const std::string& clip);
 

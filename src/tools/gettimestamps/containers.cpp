@@ -144,17 +144,23 @@ std::optional<RecordingTime> recordingTimeOfMatroska(BoundedFile& file) {
   return recordingTimeOfUtc(year2001 + since2001 / nanoseconds);
 }
 
-std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file) {
+std::optional<std::uint64_t> startOfMxf(BoundedFile& file) {
   using namespace std::string_view_literals;
   constexpr std::string_view headKey = "\x06\x0E\x2B\x34\x02\x05\x01\x01\x0D\x01\x02\x01\x01\x02"sv;
+  constexpr std::size_t longestRunIn = 1 << 16;
+  const std::size_t start = file.read(0, longestRunIn + headKey.size()).find(headKey);
+  return start == std::string::npos ? std::nullopt : std::optional<std::uint64_t>(start);
+}
+
+std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file) {
+  using namespace std::string_view_literals;
   constexpr std::string_view setKey = "\x06\x0E\x2B\x34\x02\x53\x01\x01\x0D\x01\x01\x01\x01\x01"sv;
   constexpr char materialPackage = 0x36;
-  constexpr std::size_t longestRunIn = 1 << 16;
   constexpr std::size_t longestSet = 1 << 16;
-  const std::size_t start = file.read(0, longestRunIn + headKey.size()).find(headKey);
-  if (start == std::string::npos)
+  const auto start = startOfMxf(file);
+  if (!start)
     return std::nullopt;
-  std::uint64_t offset = start;
+  std::uint64_t offset = *start;
   for (int count = 0; count < mostElements && offset < headEnd; ++count) {
     const auto piece = pieceAt(file, offset);
     if (!piece)

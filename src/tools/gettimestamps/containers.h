@@ -28,6 +28,8 @@ std::uint64_t samplesOfQuickTime(BoundedFile& file);
 // Matroska: the date of the segment, which is UTC.
 std::optional<RecordingTime> recordingTimeOfMatroska(BoundedFile& file);
 
+// Where an MXF file begins, which may have something else before that; nothing: it is none.
+std::optional<std::uint64_t> startOfMxf(BoundedFile& file);
 // MXF: when the material was made.
 std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file);
 

@@ -5,8 +5,8 @@
 // "ORIGIN : TIME", such as "stream : 2010-12-24 14.05.33"; "card : " without a time when the clip
 // lies on a card that does not tell. Behind it, as far as they are known, lines of the same form
 // say the "zone" of that time ("+0100"; "-0000" of a header's, of which nobody knows), the
-// "timecode" of the first picture, the "make" and "model" of the camera, and the "place" (ISO
-// 6709).
+// "timecode" of the first picture, the "make" and "model" of the camera, the "place" (ISO 6709) and
+// the "title" that the user gave the clip.
 //
 // Exit status: 0, also of --help, 1 when the folder or file is missing or gives no time at all, 2
 // for wrong use.
@@ -62,6 +62,7 @@ int tellFile(const std::string& path) {
   tell("make", facts.make);
   tell("model", facts.model);
   tell("place", facts.place);
+  tell("title", facts.title);
   return hasTime ? 0 : 1;
 }
 

@@ -45,7 +45,8 @@ KnownFacts factsOfSource(const std::string& path) {
   facts.timeCode = firstOf(beside.timeCode, stream.timeCode);
   facts.make = firstOf(beside.make, firstOf(stream.make, camera.make));
   facts.model = firstOf(beside.model, camera.model);
-  facts.place = camera.place;
+  facts.place = firstOf(beside.place, camera.place);
+  facts.title = beside.title;
   return facts;
 }
 

@@ -23,6 +23,7 @@ struct KnownFacts {
   std::string make;                // of the camera
   std::string model;
   std::string place;  // ISO 6709
+  std::string title;  // that the user gave the clip
 };
 KnownFacts factsOfSource(const std::string& path);
 

@@ -9,7 +9,10 @@
 // --parts the files that are parts of one recording are told by their places among the arguments,
 // from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third begin, and
 // the third ends, in seconds), and those that seem to go on in a next file that is not there or
-// does not fit ("doubtful 7"). With
+// does not fit ("doubtful 7"); so are files of the card with the sound of an argument ("sounds 0
+// AUDIO/0001AB00.MXF", in the order of the channels; "sounds 0 missing", once for each of which the
+// card tells and which is not there; "sounds 0 by name", where the card does not tell of them).
+// With
 // --dv a line as of --list tells of a file with DV how much of its pictures is damaged or missing.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
@@ -28,6 +31,7 @@
 #include "tools/joinclips/dvLoss.h"
 #include "tools/joinclips/partSearch.h"
 #include "tools/joinclips/plainJoint.h"
+#include "tools/joinclips/soundFiles.h"
 #include "tools/toolMain.h"
 
 namespace {
@@ -218,6 +222,7 @@ int main(int count, char** values) {
         if (!isPartSearch)
           return join(files, isList);
         joining::tellParts(files);
+        joining::tellSoundFiles(files);
         return true;
       });
 }

@@ -287,6 +287,8 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     arguments.insert(arguments.end(), keepingFilters.begin(), keepingFilters.end());
   for (const std::string& part : input.parts)
     append(arguments, {joinedPart, part});
+  for (const std::string& sound : input.soundFiles)
+    append(arguments, {soundBeside, sound});
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
@@ -412,8 +414,8 @@ SourceFacts asExported(SourceFacts source, const ExportInput& input) {
         sounds.push_back(soundOf(source.sounds, stream));
     source.sounds = std::move(sounds);
   }
-  if (input.joined)
-    source.duration = *input.joined;
+  if (input.joined || input.seconds)
+    source.duration = input.joined ? input.joined : input.seconds;
   if (!input.slow)
     return source;
   source.frameRate.denominator *= 2;

@@ -21,11 +21,13 @@ struct ExportInput {
   std::vector<std::string> soundDecoders;
   // Seconds of all, where recordings were put behind each other that have to be joined.
   std::optional<double> joined;
-  std::vector<std::string> parts;    // the files in which it goes on, of a joined one
-  bool mayChangeSize = false;        // of its pictures, as in recordings behind each other
-  std::string fields;                // "tff", "bff", "prog"; empty: as the pictures are flagged
-  std::optional<double> rate;        // whole pictures a second; none: as ffmpeg guesses
-  std::optional<int> pictureStream;  // ffmpeg's number; none: the first with pictures
+  std::vector<std::string> parts;       // the files in which it goes on, of a joined one
+  bool mayChangeSize = false;           // of its pictures, as in recordings behind each other
+  std::vector<std::string> soundFiles;  // beside it, with its sounds
+  std::optional<double> seconds;        // how long it is, where it does not tell that
+  std::string fields;                   // "tff", "bff", "prog"; empty: as the pictures are flagged
+  std::optional<double> rate;           // whole pictures a second; none: as ffmpeg guesses
+  std::optional<int> pictureStream;     // ffmpeg's number; none: the first with pictures
   // Likewise of the sounds to take; none: all that there are, one below 0: no sound.
   std::vector<int> soundStreams;
   // To mix each of these sounds to, or the last number all that follow; none: as many as it has.

@@ -43,6 +43,12 @@ void declare(CLI::App& options, movtool::ExportJob& job) {
   options.add_flag("--size-changes", job.input.mayChangeSize,
                    "its pictures may change their size, as in recordings behind each other");
   options
+      .add_option("--sound-file", job.input.soundFiles,
+                  "a file beside the input with a sound of it; once for each, in order")
+      ->allow_extra_args(false);
+  options.add_option("--seconds", job.input.seconds, "how long an input is that does not tell it")
+      ->check(CLI::NonNegativeNumber);
+  options
       .add_option("--fields", job.input.fields,
                   "order of its fields (tff, bff), or prog for none; else as it is flagged")
       ->check(CLI::IsMember({"tff", "bff", "prog"}));
