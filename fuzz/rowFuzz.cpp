@@ -147,8 +147,14 @@ void decide(Row row) {
     movieWords(*forecast);
   }
   OutputNames taken;
-  const std::string movie = outputPath(row.source, row.choice.target, "/movies", taken);
-  fuzz::require(movie.starts_with("/movies/") && movie.find('/', 8) == std::string::npos);
+  std::string movie;
+  for (const NamePattern& names :
+       {std::get<NamePattern>(NamePattern::parsed("{make}{model}{timecode} {date}{title}")),
+        NamePattern()}) {
+    movie = outputPath(row.source, row.choice.target, "/movies", taken, names);
+    fuzz::require(movie.starts_with("/movies/") && movie.find('/', 8) == std::string::npos &&
+                  movie.size() < 255);
+  }
   thumbnailCommand(row.source, "/thumbnail.jpg", true);
   if (const auto plan = planJob(row, movie, "apch")) {
     expectedByAnalysis(*plan);
