@@ -8,6 +8,18 @@
 
 namespace tessarin {
 
+namespace {
+
+bool isDv(const Source& source) {
+  return source.pictures.codec == "dvvideo";
+}
+
+bool hasClusters(const Source& source) {
+  return firstContainer(source) == "matroska";
+}
+
+}  // namespace
+
 bool mayHoldParts(const Source& source) {
   return firstContainer(source) == "mpegts";
 }
@@ -20,11 +32,17 @@ Arguments jointList(const Source& source) {
 }
 
 bool mayLackPictures(const Source& source) {
-  return source.pictures.codec == "dvvideo" && source.furtherParts.empty();
+  return source.furtherParts.empty() && (isDv(source) || hasClusters(source));
 }
 
 Arguments lossList(const Source& source) {
-  return {Bundle::main().toolPath("joinclips"), "--dv", "--", source.path};
+  Arguments command = {Bundle::main().toolPath("joinclips")};
+  if (isDv(source))
+    command.emplace_back("--dv");
+  if (hasClusters(source))
+    command.emplace_back("--clusters");
+  command.insert(command.end(), {"--", source.path});
+  return command;
 }
 
 // "byte 963072: 5.000 s", and behind that ", left out", ", pictures missing for 1.200 s" or the

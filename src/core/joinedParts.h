@@ -17,7 +17,8 @@ bool mayHoldParts(const Source& source);
 // The command that lists the recordings of a source, a line for each; all its files are read.
 Arguments jointList(const Source& source);
 
-// Whether that tool tells what is missing in such a source, of which ffmpeg says nothing: of DV.
+// Whether that tool tells what is missing in such a source, of which ffmpeg says nothing: of DV,
+// and in Matroska.
 bool mayLackPictures(const Source& source);
 // The command that tells it, as such a list does.
 Arguments lossList(const Source& source);

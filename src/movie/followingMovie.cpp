@@ -1,10 +1,10 @@
 #include "movie/followingMovie.h"
 
 #include <algorithm>
-#include <bit>
 #include <optional>
 
 #include "movie/FileBytes.h"
+#include "movie/ebml.h"
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 
@@ -16,50 +16,16 @@ constexpr int mostParts = 10000;
 
 // ---- Matroska
 
-constexpr std::uint64_t ebmlHeader = 0x1A45DFA3;
-constexpr std::uint64_t segment = 0x18538067;
-
-struct Element {
-  std::uint64_t id = 0;
-  std::uint64_t begin = 0;  // of its content
-  std::uint64_t size = 0;
-};
-
-// A number whose first byte has as many zeros in front as bytes follow.
-std::optional<unsigned> lengthOfNumber(FileBytes& bytes, std::uint64_t position) {
-  const auto first = static_cast<std::uint8_t>(bytes.number(position, 1));
-  const auto length = static_cast<unsigned>(std::countl_zero(first)) + 1;
-  return first == 0 || !bytes.failure().empty() ? std::nullopt : std::optional(length);
-}
-
-// Nothing where none can begin, and of one that does not tell its length.
-std::optional<Element> elementAt(FileBytes& bytes, std::uint64_t position) {
-  const auto idLength = lengthOfNumber(bytes, position);
-  if (!idLength || *idLength > 4)
-    return std::nullopt;
-  const auto sizeLength = lengthOfNumber(bytes, position + *idLength);
-  if (!sizeLength)
-    return std::nullopt;
-  const std::uint64_t mask = (std::uint64_t{1} << (7 * *sizeLength)) - 1;
-  Element element;
-  element.id = bytes.number(position, *idLength);
-  element.size = bytes.number(position + *idLength, *sizeLength) & mask;
-  element.begin = position + *idLength + *sizeLength;
-  if (element.size == mask || element.size > bytes.size() - element.begin)
-    return std::nullopt;
-  return element;
-}
-
 bool followsMatroska(FileBytes& bytes) {
   bool hasSegment = false;
   std::uint64_t position = 0;
   for (int part = 0; part < mostParts; ++part) {
-    const auto element = elementAt(bytes, position);
-    if (!element)
+    const auto element = ebml::elementAt(bytes, position);
+    if (!element || element->isOpen)
       return false;
-    if (hasSegment && element->id == ebmlHeader)
+    if (hasSegment && element->id == ebml::header)
       return true;
-    hasSegment = hasSegment || element->id == segment;
+    hasSegment = hasSegment || element->id == ebml::segment;
     position = element->begin + element->size;
   }
   return false;
@@ -187,7 +153,7 @@ bool followsProgramStream(FileBytes& bytes) {
   const std::uint64_t end = std::min(begin + 3 * longestProgramPacket, bytes.size() - 8);
   for (std::uint64_t at = begin; at < end; ++at)
     if (const std::uint64_t start = bytes.number(at, 4);
-        start == ebmlHeader ||
+        start == ebml::header ||
         (start >= 8 && start < longestHead && bytes.letters(at + 4) == "ftyp"))
       return true;
   return false;
@@ -231,7 +197,7 @@ bool anotherMovieFollows(const std::string& path) {
   if (!facts || facts->state.size < leastBytes)
     return false;
   FileBytes bytes(file.number(), static_cast<std::uint64_t>(facts->state.size));
-  if (bytes.number(0, 4) == ebmlHeader)
+  if (bytes.number(0, 4) == ebml::header)
     return followsMatroska(bytes);
   if (isHeaderPartition(bytes, 0))
     return followsMxf(bytes);

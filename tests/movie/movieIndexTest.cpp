@@ -4,6 +4,7 @@
 #include <random>
 
 #include "movie/aviPictures.h"
+#include "movie/clusterTimes.h"
 #include "movie/followingMovie.h"
 #include "movie/movieIndex.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -148,6 +149,31 @@ TEST_F(MovieIndexTest, BelievesNoNumber) {
       EXPECT_FALSE(read.reason().empty());
     }
   }
+}
+
+// A cluster whose time was damaged, so that the next one goes back behind it.
+TEST(ClusterTimes, TellWhatLiesOutOfItsTime) {
+  const test::ScopedTemporaryFolder folder;
+  const std::string path = folder.file("a.mkv");
+  ASSERT_TRUE(test::makeClip(
+      "-f lavfi -i testsrc2=s=64x48:r=25:d=4 -c:v mjpeg -cluster_time_limit 400", path));
+  const auto sound = clusterTimes(path);
+  ASSERT_TRUE(sound) << sound.reason();
+  EXPECT_NEAR(sound->seconds, 3.6, 0.4);
+  EXPECT_EQ(sound->misplaced, 0);
+
+  std::string bytes = *readFileStart(path, 1U << 24);
+  std::size_t at = 0;
+  for (int cluster = 0; cluster < 5; ++cluster)
+    at = bytes.find("\x1F\x43\xB6\x75", at + 1);
+  ASSERT_NE(at = bytes.find("\xE7\x82", at), bytes.npos);
+  bytes[at + 2] = '\x50';  // some 20 s
+  const auto damaged = clusterTimes(folder.write("b.mkv", bytes));
+  EXPECT_GT(damaged->misplaced, 0.1);
+  EXPECT_LT(damaged->misplaced, 0.5);
+  bytes.resize(at + 3);
+  EXPECT_EQ(clusterTimes(folder.write("c.mkv", bytes))->misplaced, 0);
+  EXPECT_EQ(clusterTimes(folder.write("d.mkv", "none"))->seconds, 0);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // joinclips: puts recordings of transport streams behind each other, exact at the joints; and files
 // of other formats that are parts of one recording.
 //
-//   joinclips [--list | --parts | --dv] FILE...
+//   joinclips [--list | --parts | [--dv] [--clusters]] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
 // for each recording instead, with what is missing in it, one with the number of streams, and one
@@ -12,17 +12,19 @@
 // does not fit ("doubtful 7"); so are files of the card with the sound of an argument ("sounds 0
 // AUDIO/0001AB00.MXF", in the order of the channels; "sounds 0 missing", once for each of which the
 // card tells and which is not there; "sounds 0 by name", where the card does not tell of them).
-// With
-// --dv a line as of --list tells of a file with DV how much of its pictures is damaged or missing.
+// With --dv a line as of --list tells of a file with DV how much of its pictures is damaged or
+// missing, with --clusters of a Matroska file how much of it has a wrong time.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
 
 #include "classShared/descriptorBytes.h"
+#include "movie/clusterTimes.h"
 #include "tools/joinclips/JointFinder.h"
 #include "tools/joinclips/MovieStream.h"
 #include "tools/joinclips/PacketReader.h"
@@ -175,14 +177,29 @@ Outcome<bool> joinStreams(const std::vector<std::string>& files, bool isList) {
   return true;
 }
 
-Outcome<bool> tellLoss(const std::vector<std::string>& files) {
+struct LossWishes {
+  bool isDv = false;
+  bool hasClusters = false;
+};
+
+Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& wishes) {
   for (const std::string& file : files) {
-    const auto loss = joining::dvLoss(file);
-    if (!loss)
-      return Failure{file + ": " + loss.reason()};
     joining::PartShifter::Part part;
-    part.seconds = loss->seconds();
-    part.picturesLost = loss->lost();
+    if (wishes.isDv) {
+      const auto loss = joining::dvLoss(file);
+      if (!loss)
+        return Failure{file + ": " + loss.reason()};
+      part.seconds = loss->seconds();
+      part.picturesLost = loss->lost();
+    }
+    if (wishes.hasClusters) {
+      const auto times = clusterTimes(file);
+      if (!times)
+        return Failure{file + ": " + times.reason()};
+      part.seconds = std::max(part.seconds, times->seconds);
+      part.picturesLost += times->misplaced;
+      part.soundMissing = times->misplaced;  // it lies in the same clusters
+    }
     printParts({part});
   }
   return true;
@@ -203,13 +220,15 @@ int main(int count, char** values) {
   std::vector<std::string> files;
   bool isList = false;
   bool isPartSearch = false;
-  bool isDv = false;
+  LossWishes loss;
   const auto declare = [&](CLI::App& options) {
     options.add_flag("--list", isList,
                      "say where each recording begins and how long its pictures are");
     options.add_flag("--parts", isPartSearch,
                      "say which files are parts of one recording, which the camera cut");
-    options.add_flag("--dv", isDv, "say how much is damaged or missing in the pictures of DV");
+    options.add_flag("--dv", loss.isDv, "say how much is damaged or missing in the pictures of DV");
+    options.add_flag("--clusters", loss.hasClusters,
+                     "say how much of a Matroska file has a wrong time");
     options.add_option("FILE", files, "transport streams, in order")->required();
   };
   return toolMain(
@@ -217,8 +236,8 @@ int main(int count, char** values) {
       "Puts recordings of transport streams (.mts, .m2ts, .m2t, .ts) behind each other, exact at "
       "the joints, and writes the stream to standard output.",
       count, values, declare, [&]() -> Outcome<bool> {
-        if (isDv)
-          return tellLoss(files);
+        if (loss.isDv || loss.hasClusters)
+          return tellLoss(files, loss);
         if (!isPartSearch)
           return join(files, isList);
         joining::tellParts(files);
