@@ -32,7 +32,7 @@ Arguments jointList(const Source& source) {
 }
 
 bool mayLackPictures(const Source& source) {
-  return source.furtherParts.empty() && (isDv(source) || hasClusters(source));
+  return isDv(source) || (hasClusters(source) && source.furtherParts.empty());
 }
 
 Arguments lossList(const Source& source) {
@@ -41,7 +41,9 @@ Arguments lossList(const Source& source) {
     command.emplace_back("--dv");
   if (hasClusters(source))
     command.emplace_back("--clusters");
-  command.insert(command.end(), {"--", source.path});
+  command.emplace_back("--");
+  const std::vector<std::string> files = partsOf(source);
+  command.insert(command.end(), files.begin(), files.end());
   return command;
 }
 
@@ -86,6 +88,8 @@ void takeParts(Source& source, const PartList& parts) {
     return;
   const double all = std::accumulate(parts.seconds.begin(), parts.seconds.end(), 0.0);
   source.isJoined = true;
+  source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
+  source.duration = std::max(1.0, std::floor(all));
   // ffmpeg counts the streams of all recordings in a file; those of later ones take the places of
   // the first one's.
   if (!parts.streams)
@@ -94,8 +98,6 @@ void takeParts(Source& source, const PartList& parts) {
   std::erase_if(source.otherPictures, isOfLater);
   std::erase_if(source.otherSounds, isOfLater);
   std::erase_if(source.subtitles, isOfLater);
-  source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
-  source.duration = std::max(1.0, std::floor(all));
 }
 
 }  // namespace tessarin

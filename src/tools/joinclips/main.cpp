@@ -27,6 +27,7 @@
 #include "movie/clusterTimes.h"
 #include "tools/joinclips/JointFinder.h"
 #include "tools/joinclips/MovieStream.h"
+#include "tools/joinclips/MovieTables.h"
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
@@ -189,7 +190,9 @@ Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& 
       const auto loss = joining::dvLoss(file);
       if (!loss)
         return Failure{file + ": " + loss.reason()};
-      part.seconds = loss->seconds();
+      // A movie may show the pictures at another rate.
+      const auto movie = joining::readMovieTables(file);
+      part.seconds = movie ? movie->seconds() : loss->seconds();
       part.picturesLost = loss->lost();
     }
     if (wishes.hasClusters) {
