@@ -60,6 +60,27 @@ TEST(DvLoss, RecordingsBehindEachOtherLackNothing) {
   EXPECT_EQ(lostIn(begin + recording(200, 220, 3000)), 0) << "the clock is elsewhere";
   EXPECT_EQ(lostIn(begin + recording(200, 220, 1)), 0) << "both run on, and the camera marks it";
   EXPECT_EQ(lostIn(begin + frameOf(70, 70) + recording(21, 40)), 0) << "one code is off";
+  std::string marked = frameOf(70, 70);
+  marked.replace(6 * 80 + 3, 5, fromHex("51FF48FFFF"));
+  EXPECT_EQ(lostIn(begin + marked + recording(71, 90)), 0) << "it is marked beside the sound";
+}
+
+TEST(DvLoss, RepeatedPicturesStandForOnesThatAreMissing) {
+  const std::string begin = recording(0, 20);
+  const std::string last = frameOf(19, 19);
+  EXPECT_EQ(lostIn(begin + last + last + recording(22, 40)), 2) << "all are filled";
+  EXPECT_EQ(lostIn(begin + last + recording(27, 40)), 7) << "one of them is";
+  EXPECT_EQ(lostIn(begin + recording(27, 40) + frameOf(39, 39) + recording(40, 50)), 7);
+}
+
+TEST(DvLoss, PicturesThatWereLeftOutSteadilyAreNotMissing) {
+  std::string steady;
+  for (int number = 0; number < 100; ++number)
+    if (number % 5 != 2)
+      steady += frameOf(number, number);
+  EXPECT_EQ(lostIn(steady), 0);
+  EXPECT_EQ(lostIn(steady + recording(120, 140)), 20) << "and that hides no others";
+  EXPECT_EQ(lostIn(recording(0, 20) + recording(21, 26) + recording(27, 40)), 2) << "only twice";
 }
 
 TEST(DvLoss, PicturesWithoutBlocksAreDamaged) {

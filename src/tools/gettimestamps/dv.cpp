@@ -30,6 +30,14 @@ void forEachPack(std::string_view frame, const Visit& visit) {
   }
 }
 
+// The packs in the blocks of sound, one each.
+template <class Visit>
+void forEachSoundPack(std::string_view frame, const Visit& visit) {
+  for (std::size_t start = 0; start + sequenceLength <= frame.size(); start += sequenceLength)
+    for (std::size_t block = 6; block < 150; block += 16)
+      visit(frame.substr(start + block * blockLength + 3, packLength));
+}
+
 // The bits of a pack's byte that are a number; the others are 1.
 std::optional<int> field(std::string_view pack, std::size_t index, int mask) {
   return numberOfBcd(static_cast<std::uint32_t>(pack[index] & mask));
@@ -99,12 +107,37 @@ std::string dv::timeCodeOfFrame(std::string_view frame) {
 }
 
 bool dv::startsRecording(std::string_view frame) {
-  constexpr char sourceControlPack = 0x61;
+  constexpr char pictureControlPack = 0x61;
+  constexpr char soundControlPack = 0x51;
   bool starts = false;
-  forEachPack(frame, [&](std::string_view pack) {
-    starts = starts || (pack[0] == sourceControlPack && (pack[2] & 0x80) == 0);
-  });
+  const auto lookFor = [&](char kind) {
+    return [&starts, kind](std::string_view pack) {
+      starts = starts || (pack[0] == kind && (pack[2] & 0x80) == 0);
+    };
+  };
+  forEachPack(frame, lookFor(pictureControlPack));
+  forEachSoundPack(frame, lookFor(soundControlPack));
   return starts;
+}
+
+int dv::soundKind(std::string_view frame) {
+  constexpr char soundPack = 0x50;
+  int kind = -1;
+  forEachSoundPack(frame, [&](std::string_view pack) {
+    if (pack[0] == soundPack && kind < 0)
+      kind = pack[4] & 0x3F;
+  });
+  return kind;
+}
+
+bool dv::has720Lines(std::string_view frame) {
+  constexpr char picturePack = 0x60;
+  constexpr int kindOf720 = 0x18;
+  bool has = false;
+  forEachPack(frame, [&](std::string_view pack) {
+    has = has || (pack[0] == picturePack && (pack[3] & 0x1F) == kindOf720);
+  });
+  return has;
 }
 
 namespace {

@@ -23,7 +23,11 @@ bool has625Lines(std::string_view frame);
 std::size_t frameLength(std::string_view frame);
 std::optional<RecordingTime> timeOfFrame(std::string_view frame);
 std::string timeCodeOfFrame(std::string_view frame);
-// Whether the camera marked it as the beginning of a recording.
+// Whether the camera marked it as the beginning of a recording, beside the picture or the sound.
 bool startsRecording(std::string_view frame);
+// Rate and bits of its sound; -1: none.
+int soundKind(std::string_view frame);
+// Of 720 lines, at twice the rate of other DV.
+bool has720Lines(std::string_view frame);
 
 }  // namespace tessarin::dv

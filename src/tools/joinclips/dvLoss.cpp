@@ -126,8 +126,10 @@ void DvLoss::add(std::string_view frame) {
     addCount(std::nullopt, false);
     return;
   }
-  step_ = dv::has625Lines(frame) ? 0.04 : 1001.0 / 30000;
-  const auto code = timeCode(dv::timeCodeOfFrame(frame), 1 / step_);
+  const bool is625 = dv::has625Lines(frame);
+  ofNumber_ = dv::has720Lines(frame) ? 2 : 1;
+  step_ = (is625 ? 0.04 : 1001.0 / 30000) / ofNumber_;
+  const auto code = timeCode(dv::timeCodeOfFrame(frame), is625 ? 25 : 30000.0 / 1001);
   const auto time = dv::timeOfFrame(frame);
   addCount(code && time ? std::optional(Count{*code, *time}) : std::nullopt,
            dv::startsRecording(frame));
@@ -136,29 +138,53 @@ void DvLoss::add(std::string_view frame) {
 // A single number that is off proves nothing: those before the leap have to be counted on, and the
 // one behind it.
 void DvLoss::addCount(std::optional<Count> count, bool startsRecording) {
-  const std::uint32_t before = std::exchange(doubtful_, 0);
+  if (last_ && count && count->code.firstFrame == last_->code.firstFrame) {
+    ++repeats_;
+    return;
+  }
+  const std::uint32_t repeats = std::exchange(repeats_, 0);
+  const auto before = std::exchange(doubtful_, std::nullopt);
   const bool wasSteady = std::exchange(isSteady_, false);
   if (!last_ || !count) {
     last_ = count;
     return;
   }
   const Count last = *std::exchange(last_, count);
-  if (count->code.firstFrame <= last.code.firstFrame)
+  if (count->code.firstFrame < last.code.firstFrame)
     return;
   const std::uint32_t step = count->code.firstFrame - last.code.firstFrame;
+  sinceLeap_ += step;
   // Two numbers a minute are left out, by cameras that do not mark it, too.
   const bool dropsNumbers = !count->code.dropsNumbers && count->code.framesPerSecond == 30 &&
                             step == 3 && count->code.firstFrame % 1800 == 2;
   if (step == 1 || dropsNumbers) {
     isSteady_ = true;
-    missing_ += before;
+    if (before)
+      addLeap(*before);
     return;
   }
-  const double leap = step * step_;
+  const double leap = step * step_ * ofNumber_;
   const auto clock = static_cast<double>(count->time.seconds() - last.time.seconds());
-  if (wasSteady && !startsRecording && leap <= longestLeap && clock >= 0 &&
-      std::abs(clock - leap) <= 1)
-    doubtful_ = step - 1;
+  if (!wasSteady || startsRecording || leap > longestLeap || clock < 0 ||
+      std::abs(clock - leap) > 1)
+    return;
+  const std::uint32_t usual = ofNumber_ - 1;
+  const std::uint32_t filled = (repeats - std::min(repeats, usual)) / ofNumber_;
+  doubtful_ = Leap{step - 1, std::min(filled, step - 1), std::exchange(sinceLeap_, 0)};
+}
+
+void DvLoss::addLeap(const Leap& leap) {
+  damaged_ += std::uint64_t{leap.filled} * ofNumber_;
+  missing_ += std::uint64_t{leap.numbers - leap.filled} * ofNumber_;
+  // One that is left out of five, or the last six of thirty.
+  const bool isLikely =
+      leap.filled == 0 && likely_.numbers == leap.numbers && leap.distance == leap.numbers * 5;
+  likelyCount_ = isLikely ? likelyCount_ + 1 : 1;
+  likely_ = leap;
+  constexpr std::uint32_t enough = 4;
+  if (likelyCount_ < enough)
+    return;
+  missing_ -= std::uint64_t{likelyCount_ == enough ? enough : 1} * leap.numbers * ofNumber_;
 }
 
 Outcome<DvLoss> dvLoss(const std::string& path) {

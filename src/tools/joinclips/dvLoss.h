@@ -19,11 +19,15 @@ namespace tessarin::joining {
 // picture's are all zeros. Frames are missing where the time code leaps ahead, and the clock of the
 // camera with it: between two recordings of a tape the time code goes on, or begins anew, or the
 // camera marks the beginning.
+//
+// A picture that stands in the place of one that is missing, with the number of the one before, is
+// as good as damaged. Pictures that were 24 a second among 30, and from which the doubled ones were
+// taken out, have a fifth of the numbers left out at steady distances: they lack nothing.
 class DvLoss {
  public:
   void add(std::string_view frame);
 
-  // Seconds of all frames; of those that are damaged or missing.
+  // Seconds of all frames, at the rate of DV; of those that are damaged or missing.
   double seconds() const { return static_cast<double>(frames_) * step_; }
   double lost() const { return static_cast<double>(damaged_ + missing_) * step_; }
 
@@ -32,15 +36,28 @@ class DvLoss {
     TimeCode code;
     RecordingTime time;
   };
+  // Numbers without a picture, and those of them in whose place the one before was repeated.
+  struct Leap {
+    std::uint32_t numbers = 0;
+    std::uint32_t filled = 0;
+    std::uint32_t distance = 0;  // in numbers, from the leap before
+  };
   void addCount(std::optional<Count> count, bool startsRecording);
+  void addLeap(const Leap& leap);
 
-  double step_ = 0.04;
+  double step_ = 0.04;          // from frame to frame
+  std::uint32_t ofNumber_ = 1;  // frames that have the same number
   std::uint64_t frames_ = 0;
   std::uint64_t damaged_ = 0;
   std::uint64_t missing_ = 0;
   std::optional<Count> last_;
-  bool isSteady_ = false;       // the last one followed the one before
-  std::uint32_t doubtful_ = 0;  // missing before the last one, if the next one follows
+  std::uint32_t repeats_ = 0;     // of the last one's number
+  std::uint32_t sinceLeap_ = 0;   // in numbers
+  bool isSteady_ = false;         // the last one followed the one before
+  std::optional<Leap> doubtful_;  // before the last one, if the next one follows
+  // The latest leaps that are alike and as far apart as where a fifth is left out.
+  Leap likely_;
+  std::uint32_t likelyCount_ = 0;
 };
 
 // Of a file of DV alone, or of another format with DV in it.
