@@ -70,10 +70,13 @@ class Recording {
                   content.begin() + static_cast<std::ptrdiff_t>(each * frameSize));
     addUnit(sound, unitOf(0xC0, start_ + at, std::nullopt, content));
   }
-  void addPlainSound(int number) {
+  void addPlainSound(int number, Time late = 0, bool hasTime = true) {
     Bytes content(4 + 240 * 4, 0x11);
     std::copy_n(Bytes{0x03, 0xC0, 0x31, 0x40}.begin(), 4, content.begin());  // stereo, 48 kHz
-    addUnit(sound, unitOf(0xBD, start_ + number * second / 200, std::nullopt, content));
+    Bytes unit = unitOf(0xBD, start_ + number * second / 200 + late, std::nullopt, content);
+    if (!hasTime)
+      unit[7] = 0;  // what stands in its place is filling
+    addUnit(sound, unit);
   }
   // `count` pictures in groups of five, with sound that begins and ends so much later than they do.
   static Recording made(Time start, int count, Time soundLater = 0, Time soundEndsLater = 0) {
@@ -347,6 +350,18 @@ TEST(JoinClips, PlainSoundThatIsMissingIsTold) {
       return packet.stream() == sound && ++packets == 100;
     });
     EXPECT_NEAR(join({recording}).parts.at(0).soundMissing, 184.0 / 192000, 1e-3);
+  }
+}
+
+TEST(JoinClips, PlainSoundWhoseTimesAreMissingOrOffIsWhole) {
+  for (const bool isOff : {false, true}) {
+    Recording recording(0);
+    for (int number = 0; number < 50; ++number) {
+      recording.addPicture(number, number, number % 5 == 0);
+      for (int unit = number * 8; unit < number * 8 + 8; ++unit)
+        recording.addPlainSound(unit, isOff ? unit % 3 * 150 : 0, isOff || unit % 8 == 0);
+    }
+    EXPECT_EQ(join({recording}).parts.at(0).soundMissing, 0) << isOff;
   }
 }
 

@@ -227,6 +227,8 @@ void PartShifter::placeSound(Stream& stream, bool isLast) {
   if (!head || !head->shown || head->length > unit.size()) {
     if (head && !stream.isPlaced)
       return leaveOut();
+    if (head && stream.isPlain && head->length <= unit.size())
+      notePlainSound(stream, *head, std::span(unit).subspan(head->length));
     return writeUnit(stream);
   }
   const SoundFrames frames = soundFrames(std::span(unit).subspan(head->length));
@@ -291,13 +293,27 @@ void PartShifter::notePlainSound(Stream& stream, const UnitHead& head,
     return;
   if (sound_ == nullptr)
     sound_ = &stream;
-  const Time shown = wrapped(*head.shown + stream.shift);
-  const double gap =
-      stream.isPlaced && stream.end ? static_cast<double>(difference(shown, *stream.end)) : 0;
   if (&stream == sound_)
-    soundMissing_ += std::llround(sound->missing + (gap > sound->duration / 2 ? gap : 0));
+    soundMissing_ += std::llround(sound->missing);
+  const Time duration = std::llround(sound->duration);
+  if (!head.shown) {  // not every unit tells its time
+    if (stream.end)
+      stream.end = wrapped(*stream.end + duration);
+    return;
+  }
+  const Time shown = wrapped(*head.shown + stream.shift);
+  if (&stream == sound_ && stream.isPlaced && stream.end)
+    notePlainGap(difference(shown, *stream.end), duration);
   stream.isPlaced = true;
-  stream.end = wrapped(shown + std::llround(sound->duration));
+  stream.end = wrapped(shown + duration);
+}
+
+// Times that are a little off go both ways, and those that are rounded do not add up.
+void PartShifter::notePlainGap(Time gap, Time duration) {
+  constexpr Time fraction = 50;
+  plainUnit_ = std::max(plainUnit_, duration);
+  if (std::abs(gap) > duration / fraction)
+    plainGaps_ += gap;
 }
 
 void PartShifter::writeUnit(Stream& stream) {
@@ -438,6 +454,8 @@ void PartShifter::closePart() {
   }
   for (auto& [number, stream] : streams_)
     placeSound(stream, isTail_);
+  if (plainGaps_ > plainUnit_ / 2)
+    soundMissing_ += plainGaps_;
   if (!latest_.empty()) {
     const Time end = pictureEnd();
     const auto seconds = [](Time time) {
@@ -471,6 +489,8 @@ void PartShifter::closePart() {
   addsSound_ = false;
   picturesMissing_ = 0;
   soundMissing_ = 0;
+  plainGaps_ = 0;
+  plainUnit_ = 0;
   isStampBroken_ = true;
 }
 

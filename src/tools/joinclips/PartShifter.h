@@ -83,6 +83,7 @@ class PartShifter final : public PartTarget {
   static void findStep(Stream& stream, Time shown);
   void placeSound(Stream& stream, bool isLast);
   void notePlainSound(Stream& stream, const UnitHead& head, std::span<const std::uint8_t> content);
+  void notePlainGap(Time gap, Time duration);
   void writeUnit(Stream& stream);
   void writeCut(Stream& stream, std::vector<std::uint8_t> unit);
   void write(Stream& stream, TransportPacket packet);
@@ -120,6 +121,8 @@ class PartShifter final : public PartTarget {
   bool addsSound_ = false;
   Time picturesMissing_ = 0;
   Time soundMissing_ = 0;
+  Time plainGaps_ = 0;  // between units of plain sound, less what lies on each other
+  Time plainUnit_ = 0;  // how long one of them is
 
   std::optional<std::uint32_t> stamp_;  // the last one written
   std::uint32_t stampShift_ = 0;
