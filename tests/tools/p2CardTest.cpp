@@ -14,7 +14,7 @@ namespace {
 using testing::ElementsAre;
 
 // What each MXF file begins with.
-const std::string mxf = test::fromHex("060E2B34 02050101 0D010201 01020000");
+const std::string mxfHead = test::fromHex("060E2B34 02050101 0D010201 01020000");
 
 class P2Card : public testing::Test {
  protected:
@@ -43,9 +43,9 @@ TEST_F(P2Card, TellsWhenAndWithWhatAClipWasRecorded) {
 }
 
 TEST_F(P2Card, NamesNoFileButThoseOfTheClip) {
-  const std::string own = write("AUDIO/0001AB00.MXF", mxf);
-  write("AUDIO/0002CD00.MXF", mxf);
-  folder.write("0001AB00.MXF", mxf);
+  const std::string own = write("AUDIO/0001AB00.MXF", mxfHead);
+  write("AUDIO/0002CD00.MXF", mxfHead);
+  folder.write("0001AB00.MXF", mxfHead);
   for (const char* name : {"0002CD", "../0001AB", "/etc/passwd", "../../0001AB", ""}) {
     test::P2Xml xml;
     xml.name = name;
@@ -57,7 +57,7 @@ TEST_F(P2Card, NamesNoFileButThoseOfTheClip) {
 }
 
 TEST_F(P2Card, SurvivesHostileXml) {
-  const std::string own = write("AUDIO/0001AB00.MXF", mxf);
+  const std::string own = write("AUDIO/0001AB00.MXF", mxfHead);
   test::P2Xml many;
   many.sounds = 65535;
   write("CLIP/0001AB.XML", test::p2Xml(many));
