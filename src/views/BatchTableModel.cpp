@@ -3,7 +3,6 @@
 #include <QGuiApplication>
 #include <QImageReader>
 #include <QPointer>
-#include <QUrl>
 #include <set>
 
 #include "classShared/TextAdditions.h"
@@ -11,6 +10,7 @@
 #include "core/remarks.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
+#include "views/desktop.h"
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/popUpTitles.h"
@@ -190,11 +190,15 @@ QMimeData* BatchTableModel::mimeData(const QModelIndexList& indexes) const {
   for (const QModelIndex& each : indexes)
     rows.insert(each.row());
   QList<QUrl> urls;
+  QStringList paths;
   for (const int row : rows)
-    if (const std::string file = table_.fileToShow(row); !file.empty())
-      urls.append(QUrl::fromLocalFile(qtText(file)));
+    if (const std::string file = table_.fileToShow(row); !file.empty()) {
+      urls.append(urlOf(file));
+      paths.append(qtText(file));
+    }
   auto* data = new QMimeData;
   data->setUrls(urls);
+  data->setText(paths.join(QLatin1Char('\n')));
   return data;
 }
 

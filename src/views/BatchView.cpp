@@ -1,7 +1,9 @@
 #include "views/BatchView.h"
 
+#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDrag>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -307,6 +309,11 @@ void BatchView::sortRows(SortBy what) {
   scrollTo(currentIndex());
 }
 
+void BatchView::copySelected() const {
+  if (const QModelIndexList taken = selectionModel()->selectedRows(); !taken.isEmpty())
+    QGuiApplication::clipboard()->setMimeData(model_->mimeData(taken));
+}
+
 // With the picture of the row that was taken.
 void BatchView::startDrag(Qt::DropActions) {
   const QModelIndexList taken = selectionModel()->selectedRows();
@@ -513,6 +520,8 @@ void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   menu->setAttribute(Qt::WA_DeleteOnClose);
   addReveals(menu);
   addSoundChoices(menu);
+  menu->addAction(QStringLiteral("@@menuCopy"), this, [this] { copySelected(); })
+      ->setEnabled(selectionModel()->hasSelection());
   menu->addAction(QStringLiteral("@@startSelected"), this, [this] { convertSelected(); })
       ->setEnabled(selectionModel()->hasSelection() && app_.interface.batchGoBt.isEnabled());
   menu->addSeparator();

@@ -35,6 +35,8 @@ class BatchView final : public QTableView {
   void moveSelectedUp();
   void moveSelectedDown();
   void sortRows(SortBy what);
+  // For a file manager or an editing program, as a drag is: movies, or clips where there are none.
+  void copySelected() const;
   // What happened to the clip of the row with the focus.
   void showStory();
   // Takes back the last removal, choice or order.

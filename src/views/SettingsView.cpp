@@ -132,7 +132,7 @@ QWidget* SettingsView::newDestinationRow() {
 }
 
 void SettingsView::chooseDestination() {
-  auto* panel = new QFileDialog(this, localizedText("@@destination"),
+  auto* panel = new QFileDialog(this, localizedText("@@destinationPanel"),
                                 qtText(expandTilde(app_.interface.destination.text())));
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setFileMode(QFileDialog::Directory);

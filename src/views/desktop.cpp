@@ -2,7 +2,6 @@
 
 #include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
-#include <QUrl>
 
 #include "classShared/log.h"
 #include "utils/files.h"
@@ -10,15 +9,10 @@
 
 namespace tessarin {
 
-namespace {
-
-// Whatever the encoding of the name is.
 QUrl urlOf(const std::string& path) {
   return QUrl::fromEncoded("file://" +
                            QByteArray::fromStdString(expandTilde(path)).toPercentEncoding("/"));
 }
-
-}  // namespace
 
 QDBusPendingCall callOn(const QDBusConnection& bus, const QDBusMessage& call) {
   return bus.isConnected()

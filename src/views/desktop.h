@@ -4,9 +4,13 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QUrl>
 #include <string>
 
 namespace tessarin {
+
+// Of a file or folder, whatever the encoding of its name is; "~" is the user's home.
+QUrl urlOf(const std::string& path);
 
 // Asks somebody on the bus. Without a bus the answer is an error, as it is without that somebody;
 // Qt by itself would never give one.

@@ -40,6 +40,8 @@ void MainWindow::makeFileMenu() {
   menu->addAction("@@menuFileOpen", QKeySequence::Open, this, [this] { openSources(false); });
   menu->addAction("@@menuFileOpenFolder", QKeySequence("Ctrl+Shift+O"), this,
                   [this] { openSources(true); });
+  menu->addAction("@@menuCopy", QKeySequence::Copy, this,
+                  [this] { drawer_->table().copySelected(); });
   menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
   for (const auto& [title, box] : {std::pair{"@@menuParts", &app_.interface.partsApart},
                                    std::pair{"@@menuOnlyNew", &app_.interface.onlyNew}}) {

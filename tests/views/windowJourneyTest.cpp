@@ -1,6 +1,7 @@
 // Whole journeys of a user through the window.
 #include <QAbstractScrollArea>
 #include <QAccessible>
+#include <QClipboard>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QFileInfo>
@@ -400,10 +401,11 @@ TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
   app.table().set(1, &Row::movie, movie("C.mov"));
   app.table().mark(1, RowMark::success);
   table().selectAll();
-  const std::unique_ptr<QMimeData> carried(
-      table().model()->mimeData(table().selectionModel()->selectedRows()));
+  QTest::keySequence(&window, QKeySequence::Copy);
+  const QMimeData* copied = QGuiApplication::clipboard()->mimeData();
+  EXPECT_EQ(copied->text().count(QLatin1Char('\n')), 2);
   QStringList files;
-  for (const QUrl& url : carried->urls())
+  for (const QUrl& url : copied->urls())
     files.append(QFileInfo(url.toLocalFile()).fileName());
   EXPECT_EQ(files, (QStringList{"A.MTS", "C.mov", "B.MTS"}));
   EXPECT_FALSE(table().model()->flags(table().model()->index(0, speedColumn)) &
