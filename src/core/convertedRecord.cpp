@@ -25,6 +25,9 @@ constexpr std::string_view recordHead = "tessarin converted clips 1";
 constexpr std::size_t largestRecord = ConvertedRecord::mostClips * 64;
 
 constexpr std::uint64_t markedBytes = 65536;  // at either end of a file
+// Cameras write headers and indices of one form to both ends; between them there are pictures.
+constexpr std::uint64_t markedBlocks = 32;
+constexpr std::uint64_t blockBytes = 4096;
 
 // The 64-bit checksum of Fowler, Noll and Vo (1a).
 class Checksum {
@@ -54,6 +57,26 @@ std::string bytesAt(const Descriptor& file, std::uint64_t position, std::uint64_
   return bytes;
 }
 
+// Takes so many bytes in; false where the file ends before or cannot be read.
+bool takeBytes(const Descriptor& file, std::uint64_t position, std::uint64_t count, Checksum& sum) {
+  const std::string bytes = bytesAt(file, position, count);
+  sum.take(bytes);
+  return bytes.size() == count;
+}
+
+// Takes both ends in, and blocks in equal distances between them.
+bool takeContent(const Descriptor& file, std::uint64_t size, Checksum& sum) {
+  const std::uint64_t part = std::min(size, markedBytes);
+  if (!takeBytes(file, 0, part, sum) || !takeBytes(file, size - part, part, sum))
+    return false;
+  if (size <= 2 * markedBytes)
+    return true;
+  for (std::uint64_t block = 1; block <= markedBlocks; ++block)
+    if (!takeBytes(file, (size - blockBytes) / (markedBlocks + 1) * block, blockBytes, sum))
+      return false;
+  return true;
+}
+
 // Takes the file in; its size, or nothing where it cannot be read.
 std::optional<std::uint64_t> takeFile(const std::string& path, Checksum& sum) {
   const auto facts = fileFacts(path);
@@ -63,17 +86,10 @@ std::optional<std::uint64_t> takeFile(const std::string& path, Checksum& sum) {
   if (!file.isOpen())
     return std::nullopt;
   const auto size = static_cast<std::uint64_t>(facts->state.size);
-  const std::uint64_t part = std::min(size, markedBytes);
-  const std::string first = bytesAt(file, 0, part);
-  const std::string last = bytesAt(file, size - part, part);
-  if (first.size() != part || last.size() != part)
-    return std::nullopt;
   // Cards are copied between systems that do not all keep capitals.
   sum.take(lowerCase(fileName(path)));
   sum.take(fmt::format("\n{}\n", size));
-  sum.take(first);
-  sum.take(last);
-  return size;
+  return takeContent(file, size, sum) ? std::optional(size) : std::nullopt;
 }
 
 template <class Number>

@@ -10,9 +10,10 @@
 
 namespace tessarin {
 
-// What tells a clip from all others, wherever a copy of it is: its size in bytes, all files
-// together, and a checksum of the names of its files and of their first and last bytes. Nothing
-// can be learnt of the clip from it.
+// What a clip is known by, wherever a copy of it is: its size in bytes, all files together, and a
+// checksum of the names of its files, of their first and last bytes and of samples between these.
+// Two clips of one name and size that differ elsewhere only would count as one. Nothing can be
+// learnt of the clip from it.
 struct ClipMark {
   std::uint64_t bytes = 0;
   std::uint64_t sum = 0;
@@ -21,7 +22,7 @@ struct ClipMark {
 
 // Of all files together; nothing where one of them is not there.
 std::optional<std::uint64_t> bytesOfClip(const std::vector<std::string>& files);
-// Reads 128 KiB of each file at the most; nothing where one of them cannot be read.
+// Reads 256 KiB of each file at the most; nothing where one of them cannot be read.
 std::optional<ClipMark> markOfClip(const std::vector<std::string>& files);
 
 // A text file with a line for each clip, the latest last, for all programs of the user: who writes

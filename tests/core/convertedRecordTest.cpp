@@ -12,7 +12,7 @@ namespace {
 
 using State = ConvertedRecord::State;
 
-TEST(ClipMark, IsOfTheNameTheSizeAndBothEnds) {
+TEST(ClipMark, IsOfTheNameTheSizeAndTheContent) {
   test::ScopedTemporaryFolder folder;
   const std::string bytes = std::string(200000, 'a') + "end";
   const auto mark = [&folder](const std::string& name, const std::string& content) {
@@ -27,6 +27,10 @@ TEST(ClipMark, IsOfTheNameTheSizeAndBothEnds) {
   EXPECT_NE(mark("x/00001.MTS", bytes + "."), clip);
   EXPECT_NE(mark("y/00001.MTS", "b" + bytes.substr(1)), clip) << "used again by the camera";
   EXPECT_NE(mark("z/00001.MTS", bytes.substr(1) + "."), clip);
+  // Of two takes with one header and one index only the pictures differ.
+  const std::string head(70000, 'h');
+  EXPECT_NE(mark("a/00001.MOV", head + std::string(400000, 'a') + head),
+            mark("b/00001.MOV", head + std::string(400000, 'b') + head));
   EXPECT_TRUE(mark("empty.mts", ""));
   EXPECT_FALSE(markOfClip({folder.file("gone.mts")}));
   EXPECT_FALSE(markOfClip({folder.path()}));
