@@ -156,16 +156,19 @@ void BatchRecorder::movieFinished(const FinishedMovie& movie) {
 
 void BatchRecorder::jobEnded(const JobEnd& end) {
   const int row = app_.table().rowOfSource(end.source);
-  if (stopped_ || row < 0 || !store_)
+  if (stopped_ || row < 0)
     return;
   const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
-  if (!jobs_.contains(order))
+  if (!store_ || !jobs_.contains(order)) {
+    if (end.isWhole())
+      bringToDisk(order, end);
     return;
+  }
   // An older state of the row must not be written after this one.
   disk_.finish();
   BatchChanges finished;
   finished.addRow(storedRow(row));
-  endedJobs_[order] = end.kind == JobEnd::Kind::converted ? end.output : "";
+  endedJobs_[order] = end;
   if (check(store_->write(finished))) {
     changedRows_.erase(order);
     rowStored(order);
@@ -192,20 +195,22 @@ void BatchRecorder::rowStored(std::int64_t order) {
   if (ended.empty())
     return;
   // A finished movie may still be on its way to the disk.
-  if (const std::string& movie = ended.mapped(); !movie.empty())
-    bringToDisk(order, movie);
+  if (ended.mapped().kind == JobEnd::Kind::converted)
+    bringToDisk(order, ended.mapped());
   else
     forgetJob(order);
 }
 
 // The row may be in hand again when the disk has answered.
-void BatchRecorder::bringToDisk(std::int64_t order, const std::string& movie) {
+void BatchRecorder::bringToDisk(std::int64_t order, const JobEnd& end) {
   const auto job = jobs_.find(order);
   const std::string folder = job == jobs_.end() ? "" : job->second.folder;
-  diskSync_.add(movie, [this, order, movie, folder](bool isOnDisk) {
+  diskSync_.add(end.output, [this, order, end, folder](bool isOnDisk) {
+    if (isOnDisk && end.isWhole())
+      app_.known().converted(end.files);
     // One that its user has moved meanwhile could not be found.
-    if (!isOnDisk && pathExists(movie))
-      movieNotTaken(order, movie);
+    if (!isOnDisk && pathExists(end.output))
+      movieNotTaken(order, end.output);
     if (const auto now = jobs_.find(order); now != jobs_.end() && now->second.folder == folder)
       forgetJob(order);
   });
@@ -220,7 +225,6 @@ void BatchRecorder::movieNotTaken(std::int64_t order, const std::string& movie) 
   const std::string reason = localisationString("why_notOnDisk", "", movie);
   app_.table().set(row, &Row::reason, reason);
   app_.table().mark(row, RowMark::failure);
-  app_.known().takeBack(app_.table().sourcePath(row));
   movieRefused.emit(app_.table().sourcePath(row), reason);
 }
 

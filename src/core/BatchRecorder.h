@@ -21,8 +21,8 @@ namespace tessarin {
 // anybody who connected to
 //   `jobEnded` after the recorder is told: the main thread waits for the disk. A converted row
 //   counts after a crash of the machine only when its movie is on the disk as well (its job is
-//   forgotten then). Nobody waits for that before the end of the batch. A row whose movie the disk
-//   did not take has failed.
+//   forgotten then), and only then its clip is remembered as converted. Nobody waits for that
+//   before the end of the batch. A row whose movie the disk did not take has failed.
 // - The sources as soon as they are taken in, rows, choices and removals 50 ms after they change:
 //   as soon as the disk has taken them. A thread waits for it, with one group of changes at a time,
 //   in the order rows, then the list of sources without a row, so that each source is in one of
@@ -101,7 +101,7 @@ class BatchRecorder {
   std::optional<std::vector<std::int64_t>> changedOrder();
   std::optional<std::vector<std::string>> changedWaiting();
   void rowStored(std::int64_t order);
-  void bringToDisk(std::int64_t order, const std::string& movie);
+  void bringToDisk(std::int64_t order, const JobEnd& end);
   void movieNotTaken(std::int64_t order, const std::string& movie);
   void forgetJob(std::int64_t order);
   bool check(const Outcome<void>& written);
@@ -140,8 +140,7 @@ class BatchRecorder {
   Dico storedSettings_;
   std::size_t storedWaiting_ = 0;
   std::map<std::int64_t, StoredJob> jobs_;
-  // Jobs that have ended and whose rows are not known to be stored: the converted movie, or "".
-  std::map<std::int64_t, std::string> endedJobs_;
+  std::map<std::int64_t, JobEnd> endedJobs_;  // whose rows are not known to be stored
   RunLoop::Id timer_ = 0;
   DiskThread disk_;  // last: what it works on is ours
 };

@@ -53,11 +53,13 @@ std::string damageText(std::size_t pictures, std::size_t sound, bool hasMore) {
   return text;
 }
 
-std::vector<std::optional<FileState>> statesOf(const Source& source) {
-  std::vector<std::optional<FileState>> states;
-  for (const std::string& file : filesOf(source))
-    states.push_back(fileState(file));
-  return states;
+std::vector<ClipFile> lookedAt(const Source& source) {
+  std::vector<ClipFile> files;
+  for (std::string& file : filesOf(source)) {
+    const auto state = fileState(file);
+    files.push_back({std::move(file), state});
+  }
+  return files;
 }
 
 }  // namespace
@@ -66,7 +68,7 @@ ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
     : services_(services),
       host_(host),
       order_(std::move(order)),
-      sourceStates_(statesOf(order_.row.source)),
+      files_(lookedAt(order_.row.source)),
       begin_(std::chrono::steady_clock::now()),
       tool_(services.loop),
       next_(services.loop) {
@@ -191,12 +193,12 @@ std::optional<std::string> ConversionJob::refusal() const {
 // length that were found in the old ones would spoil the new.
 std::optional<std::string> ConversionJob::refusalOfFiles() const {
   const Source& source = order_.row.source;
-  const auto& first = sourceStates_.front();
+  const auto& first = files_.front().state;
   if (!source.bytes.empty() && first && source.bytes != std::to_string(first->size))
     return localisationString("why_sourceReplaced");
   std::size_t file = 0;
   const auto refusal = [&](const std::string& path, std::int64_t bytes) {
-    const auto& state = sourceStates_[++file];
+    const auto& state = files_[++file].state;
     auto problem = problemOfSource(path);
     if (!problem && state && std::to_string(state->size) != std::to_string(bytes))
       problem = localisationString("why_sourceReplaced");
@@ -471,6 +473,7 @@ void ConversionJob::end() {
   JobEnd end;
   end.source = order_.row.path();
   end.output = order_.output;
+  end.files = files_;
   end.duration = plan_ ? plan_->seconds : order_.row.source.duration.value_or(0);
   end.elapsed = secondsSince(begin_);
   logFormat("enc > encFin        : {} - begin", end.source);

@@ -12,6 +12,7 @@
 #include "core/CoreServices.h"
 #include "core/JobTool.h"
 #include "core/LaterStep.h"
+#include "core/convertedRecord.h"
 #include "core/jobPlan.h"
 #include "core/joinedParts.h"
 #include "core/outputPlace.h"
@@ -38,7 +39,8 @@ struct JobEnd {
   std::size_t damagedPictures = 0;
   bool hasDamagedSound = false;
   bool hasMore = false;  // another movie follows in the source and is left out
-  double duration = 0;   // seconds of the movie
+  std::vector<ClipFile> files = {};  // of the clip, as they were converted
+  double duration = 0;               // seconds of the movie
   double elapsed = 0;    // seconds that the job took
 
   // Whether there is a new movie of all that the source holds.
@@ -154,6 +156,7 @@ class ConversionJob {
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();
+  bool hasSourceChanged() const;
   void measure();
   void lookEnded(const ToolEnd& end);
   void packetsRead(const ToolEnd& end);
@@ -177,7 +180,7 @@ class ConversionJob {
   Step step_ = Step::prepare;
   bool isInStep_ = false;
   std::optional<JobPlan> plan_;
-  std::vector<std::optional<FileState>> sourceStates_;  // of its files, before they are read
+  std::vector<ClipFile> files_;  // of the source
   std::chrono::steady_clock::time_point begin_;
   std::string forecast_;                 // lines of the text beside the movie
   std::optional<JobEnd::Kind> outcome_;  // settled before the end; nothing: judge the output

@@ -91,14 +91,11 @@ void ConversionJob::check() {
     return;
   }
   movie_ = std::move(*movie);
-  // A source that went away after it was read cannot be asked any more: the analysis decides.
-  const std::vector<std::string> files = filesOf(order_.row.source);
-  for (std::size_t file = 0; file < files.size(); ++file)
-    if (const auto now = fileState(files[file]); now && now != sourceStates_[file]) {
-      fail(localisationString("why_sourceChanged"));
-      return;
-    }
-  const bool isThere = pathExists(files.front());
+  if (hasSourceChanged()) {
+    fail(localisationString("why_sourceChanged"));
+    return;
+  }
+  const bool isThere = pathExists(order_.row.path());
   const auto promise = promiseOfCutAvi(order_.row.path());
   if (isThere &&
       (lacksSamples(order_.row) || (promise && isShorterThan(*promise, *plan_, movie_)))) {
@@ -128,6 +125,14 @@ void ConversionJob::check() {
   measure();
 }
 
+// A source that went away after it was read cannot be asked any more: the analysis decides.
+bool ConversionJob::hasSourceChanged() const {
+  return std::any_of(files_.begin(), files_.end(), [](const ClipFile& file) {
+    const auto now = fileState(file.path);
+    return now && now != file.state;
+  });
+}
+
 void ConversionJob::measure() {
   const Arguments command = measuringCommandOf(*plan_);
   if (command.empty()) {
@@ -142,6 +147,10 @@ void ConversionJob::measure() {
 
 void ConversionJob::lookEnded(const ToolEnd& end) {
   const bool isRead = end.status == 0 && end.troubles.readError().empty();
+  if (looking_ != Looking::atJoints && hasSourceChanged()) {
+    fail(localisationString("why_sourceChanged"));
+    return;
+  }
   switch (looking_) {
     case Looking::atNothing:
       return;

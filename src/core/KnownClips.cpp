@@ -63,26 +63,15 @@ void KnownClips::cancel() {
     *isWanted_ = false;
 }
 
-void KnownClips::converted(const Source& source) {
+void KnownClips::converted(std::vector<ClipFile> files) {
   if (path_.empty())
     return;
-  const auto mark = std::make_shared<std::optional<ClipMark>>();
-  marks_[source.path] = mark;
   disk_.add(
-      [files = filesOf(source), path = path_, mark]() -> Outcome<void> {
-        *mark = markOfClip(files);
-        return *mark ? ConvertedRecord(path).add(**mark) : Outcome<void>();
-      },
-      tellLog);
-}
-
-void KnownClips::takeBack(const std::string& source) {
-  const auto mark = marks_.extract(source);
-  if (mark.empty())
-    return;
-  disk_.add(
-      [mark = mark.mapped(), path = path_]() -> Outcome<void> {
-        return *mark ? ConvertedRecord(path).remove(**mark) : Outcome<void>();
+      [files = std::move(files), path = path_]() -> Outcome<void> {
+        const auto mark = markOfSameClip(files);
+        if (!mark)
+          return Failure{files.front().path + ": changed or away, and not remembered"};
+        return ConvertedRecord(path).add(*mark);
       },
       tellLog);
 }

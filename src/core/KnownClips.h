@@ -3,13 +3,10 @@
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "analysis/Source.h"
 #include "core/convertedRecord.h"
 #include "platform/DiskWork.h"
 
@@ -39,16 +36,13 @@ class KnownClips {
   // Nothing is told any more.
   void cancel();
 
-  // The clip has become a whole movie.
-  void converted(const Source& source);
-  // It has not: the disk did not take its movie.
-  void takeBack(const std::string& source);
+  // The clip of these files has become a whole movie, which is on the disk: what is remembered is
+  // not converted again.
+  void converted(std::vector<ClipFile> files);
 
  private:
   std::string path_;
   std::shared_ptr<std::atomic<bool>> isWanted_;  // of the search under way
-  // What was brought into the record, by source, once the thread has done so.
-  std::map<std::string, std::shared_ptr<std::optional<ClipMark>>> marks_;
   DiskThread disk_;
 };
 

@@ -103,11 +103,8 @@ appDelegate::appDelegate(CoreServices services)
   driver_.jobEnded.connect([this](const JobEnd& end) {
     history_.ended(end);
     const int row = table_.rowOfSource(end.source);
-    if (!table_.has(row))
-      return;
-    table_.set(row, &Row::reason, end.reason);
-    if (end.isWhole())
-      known_.converted(table_.source(row));
+    if (table_.has(row))
+      table_.set(row, &Row::reason, end.reason);
   });
   // Without a row there is nothing to start.
   table_.rowRemoved.connect([this](int) {

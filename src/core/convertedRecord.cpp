@@ -11,7 +11,6 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/descriptorBytes.h"
 #include "platform/Descriptor.h"
-#include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 #include "utils/files.h"
 
@@ -163,6 +162,22 @@ std::optional<ClipMark> markOfClip(const std::vector<std::string>& files) {
   return mark;
 }
 
+std::optional<ClipMark> markOfSameClip(const std::vector<ClipFile>& files) {
+  const auto areSame = [&files] {
+    return std::all_of(files.begin(), files.end(), [](const ClipFile& file) {
+      return file.state && fileState(file.path) == file.state;
+    });
+  };
+  std::vector<std::string> paths;
+  paths.reserve(files.size());
+  for (const ClipFile& file : files)
+    paths.push_back(file.path);
+  if (!areSame())
+    return std::nullopt;
+  auto mark = markOfClip(paths);
+  return areSame() ? mark : std::nullopt;
+}
+
 std::string ConvertedRecord::userPath() {
   return joinPath(userFolder(UserFolder::state), "converted");
 }
@@ -174,21 +189,13 @@ ConvertedRecord::Content ConvertedRecord::read() const {
   return text ? contentOf(*text) : Content{State::unreadable};
 }
 
-Outcome<void> ConvertedRecord::add(const ClipMark& mark) const {
-  return change(Change::add, mark);
-}
-
-Outcome<void> ConvertedRecord::remove(const ClipMark& mark) const {
-  return change(Change::remove, mark);
-}
-
 Outcome<void> ConvertedRecord::clear() const {
   if (isNameTaken(path_) && !removeFile(path_))
     return Failure{systemReason(errno)};
   return {};
 }
 
-Outcome<void> ConvertedRecord::change(Change change, const ClipMark& mark) const {
+Outcome<void> ConvertedRecord::add(const ClipMark& mark) const {
   mkdir(parentFolder(path_));
   const Descriptor lock = openFile(path_ + ".lock", OpenFor::locking);
   if (!lock.isOpen() || !lockFile(lock.number(), Lock::alone))
@@ -198,13 +205,9 @@ Outcome<void> ConvertedRecord::change(Change change, const ClipMark& mark) const
     state = State::good;
   if (state != State::good)
     return Failure{path_ + ": it cannot be read, or is of a newer version"};
-  const auto known = std::find(marks.begin(), marks.end(), mark);
-  if ((known != marks.end()) == (change == Change::add))
+  if (std::find(marks.begin(), marks.end(), mark) != marks.end())
     return {};
-  if (change == Change::add)
-    marks.push_back(mark);
-  else
-    marks.erase(known);
+  marks.push_back(mark);
   return writeFileAtomically(path_, textOfRecord(marks));
 }
 

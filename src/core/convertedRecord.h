@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "classShared/Outcome.h"
+#include "platform/fileFacts.h"
 
 namespace tessarin {
 
@@ -20,10 +21,19 @@ struct ClipMark {
   bool operator==(const ClipMark&) const = default;
 };
 
+// A file of a clip, as it was before it was read.
+struct ClipFile {
+  std::string path;
+  std::optional<FileState> state;  // nothing: it could not be looked at
+};
+
 // Of all files together; nothing where one of them is not there.
 std::optional<std::uint64_t> bytesOfClip(const std::vector<std::string>& files);
 // Reads 256 KiB of each file at the most; nothing where one of them cannot be read.
 std::optional<ClipMark> markOfClip(const std::vector<std::string>& files);
+// Nothing as well where one of them is another by now: a card may be used again, or changed for the
+// next one, behind a conversion.
+std::optional<ClipMark> markOfSameClip(const std::vector<ClipFile>& files);
 
 // A text file with a line for each clip, the latest last, for all programs of the user: who writes
 // it holds a lock beside it, and replaces it as a whole. Any thread.
@@ -43,17 +53,13 @@ class ConvertedRecord {
   };
   Content read() const;
 
-  // Brings the mark in or takes it out. A damaged record is put aside first, as PATH.damaged; one
+  // Brings the mark in. A damaged record is put aside first, as PATH.damaged; one
   // of a newer version stays as it is, which is a failure. The reasons are for the log.
   Outcome<void> add(const ClipMark& mark) const;
-  Outcome<void> remove(const ClipMark& mark) const;
   // Removes the file, whatever is in it.
   Outcome<void> clear() const;
 
  private:
-  enum class Change { add, remove };
-  Outcome<void> change(Change change, const ClipMark& mark) const;
-
   std::string path_;
 };
 
