@@ -138,7 +138,7 @@ void Session::applyOptions() {
   if (options_.jobs)
     app_.setJobs(*options_.jobs);
   app_.queue().keepPartsApart(options_.keepsPartsApart);
-  app_.queue().takeOnlyNew(options_.onlyNew);
+  app_.takeOnlyNew(options_.onlyNew);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
   choosePreset(options_.choices, interface, services_.preferences);
@@ -392,9 +392,11 @@ void Session::planFrom(int row) {
 }
 
 void Session::plan(const Row& row) {
-  const std::string output =
+  const std::string named =
       outputPath(row.source, row.choice.target, outputFolder(app_.interface.destination.text()),
                  planned_, namesOf(app_.interface));
+  const std::string output =
+      withoutClash(named, options_.onlyNew ? Clash::other : Clash::left, row.movie, planned_);
   if (const auto refusal = planRow(row, output))
     problem(row.path(), *refusal);
 }

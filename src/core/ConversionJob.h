@@ -38,10 +38,10 @@ struct JobEnd {
   // Of a converted job: pictures of the source that are damaged or missing in the movie.
   std::size_t damagedPictures = 0;
   bool hasDamagedSound = false;
-  bool hasMore = false;  // another movie follows in the source and is left out
+  bool hasMore = false;              // another movie follows in the source and is left out
   std::vector<ClipFile> files = {};  // of the clip, as they were converted
   double duration = 0;               // seconds of the movie
-  double elapsed = 0;    // seconds that the job took
+  double elapsed = 0;                // seconds that the job took
 
   // Whether there is a new movie of all that the source holds.
   bool isWhole() const {

@@ -129,8 +129,8 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   search_.reset();
   // Whoever has answered for all movies is not asked.
   if (services_.preferences.prefReadString(StateKey::replaceFiles).empty())
-    search_.emplace(table_, rows, outputFolder(interface_.destination.text()), outputNames_,
-                    names_);
+    search_.emplace(table_, rows, outputFolder(interface_.destination.text()), outputNames_, names_,
+                    clash_);
   goOn();
 }
 
@@ -366,8 +366,9 @@ void EncodingDriver::startRow(int row) {
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
-  order.output = outputPath(entry.source, entry.choice.target, outputFolder(order.destination),
-                            outputNames_, names_);
+  order.output = withoutClash(outputPath(entry.source, entry.choice.target,
+                                         outputFolder(order.destination), outputNames_, names_),
+                              clash_, entry.movie, outputNames_);
   order.flavour = services_.preferences.text(PrefKey::prores);
   const auto segment = static_cast<std::size_t>(entry.choice.target);
   if (segment < interface_.editingSoft.segments().size())

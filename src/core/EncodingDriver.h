@@ -59,6 +59,8 @@ class EncodingDriver final : private ConversionJob::Host {
   void iba_batchGoBt();
   // Movies of others, and their sources: no row is given such a name from the next start on.
   void reserve(OutputNames names) { reserved_ = std::move(names); }
+  // What becomes, from the next row on, of names that are there already; `left` at the start.
+  void setClash(Clash clash) { clash_ = clash; }
   // Works on these rows only, those that are finished too.
   void convertRows(const std::vector<int>& rows);
   // Pauses, resumes or stops all jobs, by the selected segment of the stop control. While they are
@@ -149,6 +151,7 @@ class EncodingDriver final : private ConversionJob::Host {
   Interface& interface_;
   BatchTable& table_;
   StateMirror mirror_;
+  Clash clash_ = Clash::left;
   OutputNames reserved_;
   OutputNames outputNames_;
   NamePattern names_;  // of the batch that runs

@@ -120,7 +120,7 @@ appDelegate::appDelegate(CoreServices services)
   remember(interface.partsApart, PrefKey::partsApart,
            [this](bool areApart) { queue_.keepPartsApart(areApart); });
   remember(interface.onlyNew, PrefKey::onlyNew,
-           [this](bool areOnlyNew) { queue_.takeOnlyNew(areOnlyNew); });
+           [this](bool areOnlyNew) { takeOnlyNew(areOnlyNew); });
   remember(interface.assistantSkip, PrefKey::assistantSkip, [](bool) {});
   queue_.accepted.connect([this] { interface.leftOut.setText(""); });
   queue_.leftOut.connect([this](const KnownClips::Finding& finding) { tellLeftOut(finding); });
@@ -135,6 +135,11 @@ void appDelegate::remember(CheckBox& box, std::string_view key, std::function<vo
     services_.preferences.prefWrite(key, box.isChecked() ? 1 : 0);
     use(box.isChecked());
   });
+}
+
+void appDelegate::takeOnlyNew(bool areOnlyNew) {
+  queue_.takeOnlyNew(areOnlyNew);
+  driver_.setClash(areOnlyNew ? Clash::other : Clash::left);
 }
 
 void appDelegate::tellLeftOut(const KnownClips::Finding& finding) {

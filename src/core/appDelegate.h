@@ -43,6 +43,10 @@ class appDelegate {
   void followChosenJobs();
 
   BatchTable& table() { return table_; }
+  // Whether clips that were converted before are left out. What is there already is theirs then,
+  // and stays beside the movies of new clips.
+  void takeOnlyNew(bool areOnlyNew);
+
   AnalysisQueue& queue() { return queue_; }
   EncodingDriver& driver() { return driver_; }
   RowUndo& undo() { return undo_; }

@@ -33,11 +33,12 @@ std::string namesOf(const std::vector<std::string>& movies) {
 }  // namespace
 
 ClashSearch::ClashSearch(const BatchTable& table, const std::vector<int>& rows, std::string folder,
-                         OutputNames taken, NamePattern names)
+                         OutputNames taken, NamePattern names, Clash clash)
     : table_(table),
       folder_(std::move(folder)),
       taken_(std::move(taken)),
-      names_(std::move(names)) {
+      names_(std::move(names)),
+      clash_(clash) {
   sources_.reserve(rows.size());
   for (const int row : rows)
     sources_.push_back(table.sourcePath(row));
@@ -55,7 +56,9 @@ void ClashSearch::lookAt(int row) {
   const Row& entry = table_.row(row);
   if (!pathExists(entry.path()))
     return;  // it will be left out
-  std::string output = outputPath(entry.source, entry.choice.target, folder_, taken_, names_);
+  std::string output =
+      withoutClash(outputPath(entry.source, entry.choice.target, folder_, taken_, names_), clash_,
+                   entry.movie, taken_);
   if (isNameTaken(output))
     found_.push_back(std::move(output));
 }

@@ -17,9 +17,9 @@ namespace tessarin {
 class ClashSearch {
  public:
   // The table is borrowed. `folder` is that of the movies, `taken` the names that are given,
-  // `names` how others are.
+  // `names` how others are, `clash` what becomes of those that are there.
   ClashSearch(const BatchTable& table, const std::vector<int>& rows, std::string folder,
-              OutputNames taken, NamePattern names);
+              OutputNames taken, NamePattern names, Clash clash);
 
   // Looks at some more of the rows. True when it has looked at all.
   bool step();
@@ -35,6 +35,7 @@ class ClashSearch {
   std::string folder_;
   OutputNames taken_;
   NamePattern names_;
+  Clash clash_;
   std::vector<std::string> found_;
 };
 

@@ -53,13 +53,22 @@ std::string outputPath(const Source& source, Target target, const std::string& f
   return path;
 }
 
-std::string otherOutputPath(const std::string& path, OutputNames& taken) {
+std::string otherOutputPath(const std::string& path, OutputNames& taken, const std::string& own) {
+  const auto isFree = [&](const std::string& name) {
+    return taken.count(name) == 0 && (name == own || !isNameTaken(name));
+  };
   std::string other;
-  for (int number = 2; other.empty() || taken.count(other) > 0 || isNameTaken(other); ++number)
+  for (int number = 2; other.empty() || !isFree(other); ++number)
     other = withExtension(fmt::format("{}-{}", withoutExtension(path), number), "mov");
   taken[other] = taken[path];
   taken.erase(path);
   return other;
+}
+
+std::string withoutClash(const std::string& path, Clash clash, const std::string& own,
+                         OutputNames& taken) {
+  const bool isOthers = clash == Clash::other && path != own && isNameTaken(path);
+  return isOthers ? otherOutputPath(path, taken, own) : path;
 }
 
 }  // namespace tessarin

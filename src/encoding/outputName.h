@@ -32,7 +32,18 @@ std::string outputPath(const Source& source, Target target, const std::string& f
 
 // The name that the movie takes instead when something else has come to `path` by the time that it
 // is finished: with the next number that neither a file nor an output of `taken` has. Replaces
-// `path` in `taken`.
-std::string otherOutputPath(const std::string& path, OutputNames& taken);
+// `path` in `taken`. `own` is a movie of this very source, "" for none: its name may be taken.
+std::string otherOutputPath(const std::string& path, OutputNames& taken,
+                            const std::string& own = "");
+
+// What becomes of a movie's name where something is there already.
+enum class Clash {
+  left,   // the name stays: to be asked about, replaced or kept
+  other,  // it is another clip's, and this movie gets another name
+};
+
+// `path`, the name by outputPath(), or what becomes of it.
+std::string withoutClash(const std::string& path, Clash clash, const std::string& own,
+                         OutputNames& taken);
 
 }  // namespace tessarin

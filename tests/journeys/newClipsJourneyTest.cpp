@@ -37,6 +37,19 @@ TEST_F(NewClipsJourney, TakesOfACardOnlyWhatWasNotConvertedBefore) {
               "converted again");
   EXPECT_THAT(movies(), ElementsAre("00002.mov", "00002.txt"));
 
+  // The movie that is there is of a clip that was left out.
+  const std::string before =
+      readFileStart(folder.file("movies/Tessarin/00002.mov"), 1 << 20).value_or("");
+  tinyClip("card 2/00002.MTS", "0.5");
+  const Arguments another = {"--new", "--overwrite", "replace",
+                             "-d",    destination(), folder.file("card 2")};
+  Arguments planned = another;
+  planned.insert(planned.begin(), "plan");
+  EXPECT_THAT(tessarin(planned).out, HasSubstr("/00002-2.mov"));
+  EXPECT_EQ(tessarin(another).status, 0);
+  EXPECT_THAT(movies(), ElementsAre("00002-2.mov", "00002-2.txt", "00002.mov", "00002.txt"));
+  EXPECT_EQ(readFileStart(folder.file("movies/Tessarin/00002.mov"), 1 << 20), before);
+
   std::filesystem::remove(folder.file("copy/00003.MTS"));
   result = only("copy", "other");
   EXPECT_EQ(result.status, 0);
