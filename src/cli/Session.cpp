@@ -57,9 +57,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   app_.queue().rowReady.connect([this](int row) { chooseForRow(row); });
   app_.driver().batchRefused.connect([this](const std::string& reason) {
     problem(app_.interface.destination.text(), reason);
-    if (start_.batch && recorder_)
-      recorder_->keep();
-    end();
+    endRefused();
   });
   app_.driver().jobStarted.connect([this](const std::string& source, const std::string& output) {
     if (const StoredRow* row = rowOfBatch(source); row != nullptr && !options_.row)
@@ -155,8 +153,15 @@ bool Session::isRefused() {
   if (!refusal || options_.command == Command::analyse)
     return false;
   problem(app_.interface.names.text(), *refusal);
-  end();
+  endRefused();
   return true;
+}
+
+// A batch that was to go on can do so once what is wrong was put right.
+void Session::endRefused() {
+  if (start_.batch && recorder_)
+    recorder_->keep();
+  end();
 }
 
 void Session::resume() {

@@ -56,6 +56,7 @@ class Session {
   void applyOptions();
   void resume();
   bool isRefused();
+  void endRefused();
   void problem(const std::string& path, const std::string& reason);
   void movieRefused(const std::string& source, const std::string& reason);
   void chooseForRow(int row);

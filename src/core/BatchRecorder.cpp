@@ -494,8 +494,16 @@ StoredRow BatchRecorder::storedRow(int row) const {
   return stored;
 }
 
+// The movies of a batch that runs have the names that it began with, whatever is being typed.
 Dico BatchRecorder::settings() const {
-  return batchSettings(app_, services_.preferences, front_);
+  Dico settings = batchSettings(app_, services_.preferences, front_);
+  if (const Dico* choices = settings.dico(BatchSetting::choices);
+      choices && app_.driver().isBatchRunning()) {
+    Dico changed = *choices;
+    changed.set(PrefKey::names, app_.driver().namesOfBatch());
+    settings.set(BatchSetting::choices, std::move(changed));
+  }
+  return settings;
 }
 
 }  // namespace tessarin

@@ -118,6 +118,7 @@ void EncodingDriver::begin(const std::vector<int>& rows) {
   meter_.start();
   outputNames_ = reserved_;
   names_ = namesOf(interface_);
+  givenNames_ = interface_.names.text();
   removeLeftFolders(outputFolder(interface_.destination.text()));
   for (int row = 0; row < table_.count(); ++row)
     if (table_.isFinished(row))

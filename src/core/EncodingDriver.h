@@ -41,6 +41,8 @@ class EncodingDriver final : private ConversionJob::Host {
   Signal<> batchEnded;
 
   bool isBatchRunning() const { return interface_.batchGoBt.state() == 1; }
+  // The pattern for the names of its movies, as it was given when it began.
+  const std::string& namesOfBatch() const { return givenNames_; }
   // Of this batch, or of the one that ended last.
   const BatchTroubles& troubles() const { return batchTroubles_; }
   // Whether the user stopped the batch that ended last.
@@ -154,7 +156,8 @@ class EncodingDriver final : private ConversionJob::Host {
   Clash clash_ = Clash::left;
   OutputNames reserved_;
   OutputNames outputNames_;
-  NamePattern names_;  // of the batch that runs
+  NamePattern names_;       // of the batch that runs
+  std::string givenNames_;  // and their text
   BatchTroubles batchTroubles_;
   std::optional<std::set<std::string>> only_;  // the sources of convertRows; nothing: all
   std::set<std::string> begun_;                // the sources of this batch that were
