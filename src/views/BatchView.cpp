@@ -487,9 +487,14 @@ void BatchView::addSoundChoices(QMenu* menu) {
     action->setChecked(isChosen);
     connect(action, &QAction::triggered, sounds, act);
   };
-  const auto chooser = [this, row](const std::string& choice) {
-    return [this, row, choice] {
-      changeRows(row, [&](int each) { chooseSounds(app_.table(), each, choice); });
+  // Rows may go or move while the menu is open.
+  const auto change = [this, path = source.path](const std::function<void(int row)>& act) {
+    if (const int now = app_.table().rowOfSource(path); isRowEditable(app_.table(), now))
+      changeRows(now, act);
+  };
+  const auto chooser = [this, change](const std::string& choice) {
+    return [this, change, choice] {
+      change([&](int each) { chooseSounds(app_.table(), each, choice); });
     };
   };
   add(QStringLiteral("@@soundAll"), source.soundChoice.empty(), chooser(""));
@@ -502,15 +507,14 @@ void BatchView::addSoundChoices(QMenu* menu) {
       if (place < soundsInWords(changed).size())
         chooseSounds(app_.table(), each, choiceWithToggled(changed, place));
     };
-    add(qtText(titles[place]), isSoundUsed(source, place),
-        [this, row, toggle] { changeRows(row, toggle); });
+    add(qtText(titles[place]), isSoundUsed(source, place), [change, toggle] { change(toggle); });
   }
   sounds->addSeparator();
   constexpr std::array slow = {"@@slowSoundKeep", "@@slowSoundSilent", "@@slowSoundSlowed"};
   for (std::size_t word = 0; word < slow.size(); ++word) {
     const auto choice = static_cast<SlowSound>(word);
-    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, row, choice] {
-      changeRows(row, [&](int each) { chooseSlowSound(app_.table(), each, choice); });
+    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, change, choice] {
+      change([&](int each) { chooseSlowSound(app_.table(), each, choice); });
     });
   }
 }
