@@ -76,14 +76,52 @@ bool isControl(char32_t character) {
   return character < ' ' || (character >= 0x7F && character < 0xA0);
 }
 
-// Whether the character would spoil a name: one that no file system or not every one takes, that
-// cannot be seen, or that turns the direction of what is behind it.
+struct Characters {
+  char32_t first;
+  char32_t last;
+};
+
+template <std::size_t count>
+bool isAmong(const std::array<Characters, count>& ranges, char32_t character) {
+  return std::any_of(ranges.begin(), ranges.end(), [character](const Characters& range) {
+    return character >= range.first && character <= range.last;
+  });
+}
+
+// That cannot be seen, or turn the direction of what is behind them, and are of no use in a name.
+constexpr std::array<Characters, 15> hiddenMarks = {{{0xAD, 0xAD},
+                                                     {0x34F, 0x34F},
+                                                     {0x61C, 0x61C},
+                                                     {0x115F, 0x1160},
+                                                     {0x180E, 0x180E},
+                                                     {0x200B, 0x200B},
+                                                     {0x200E, 0x200F},
+                                                     {0x2028, 0x202E},
+                                                     {0x2060, 0x2064},
+                                                     {0x2066, 0x206F},
+                                                     {0x3164, 0x3164},
+                                                     {0xFEFF, 0xFEFF},
+                                                     {0xFFA0, 0xFFA0},
+                                                     {0xE0000, 0xE00FF},
+                                                     {0xE01F0, 0xE0FFF}}};
+// That cannot be seen by themselves, and belong into names: joiners of Persian, Indian scripts and
+// emoji, variation selectors, and blanks.
+constexpr std::array<Characters, 9> unseenByThemselves = {{{0xA0, 0xA0},
+                                                           {0x1680, 0x1680},
+                                                           {0x2000, 0x200A},
+                                                           {0x200C, 0x200D},
+                                                           {0x202F, 0x202F},
+                                                           {0x205F, 0x205F},
+                                                           {0x3000, 0x3000},
+                                                           {0xFE00, 0xFE0F},
+                                                           {0xE0100, 0xE01EF}}};
+
+// Whether the character would spoil a name: one that no file system or not every one takes, or a
+// hidden one.
 bool isUnfit(char32_t character) {
   constexpr std::u32string_view reserved = U"/\\:*?\"<>|";
   return isControl(character) || reserved.find(character) != reserved.npos ||
-         character == replacementCharacter || character == 0xFEFF || character == 0x200E ||
-         character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
-         (character >= 0x2066 && character <= 0x2069);
+         character == replacementCharacter || isAmong(hiddenMarks, character);
 }
 
 // Behind the last separator, and before the first one that is none.
@@ -128,7 +166,14 @@ std::string fitName(std::string_view text) {
 }
 
 bool isVisible(std::string_view text) {
-  return text.find_first_not_of(separators) != text.npos;
+  while (!text.empty()) {
+    const char32_t character = takeUtf8(text);
+    const bool isSeparator =
+        character < 0x80 && separators.find(static_cast<char>(character)) != separators.npos;
+    if (!isSeparator && !isAmong(hiddenMarks, character) && !isAmong(unseenByThemselves, character))
+      return true;
+  }
+  return false;
 }
 
 std::optional<NameMistake> mistakeIn(std::string_view text) {

@@ -73,7 +73,8 @@ TEST(NamePattern, MistakesAreFoundBeforeAnythingIsNamed) {
       {"- .", Kind::empty},     {"{day}", Kind::field},    {"{}", Kind::field},
       {"{ date}", Kind::field}, {"{date", Kind::brace},    {"date}", Kind::brace},
       {"{{date}", Kind::brace}, {"{date}/x", Kind::slash}, {"a\nb", Kind::notText},
-      {"\xff", Kind::notText},  {"{title}}", Kind::brace}, {"\xc2\x85", Kind::notText}};
+      {"\xff", Kind::notText},  {"{title}}", Kind::brace}, {"\xc2\x85", Kind::notText},
+      {"\u00a0", Kind::empty},  {"\u3164 ", Kind::empty},  {"\u200d\u2003", Kind::empty}};
   for (const auto& [text, kind] : mistakes) {
     const auto pattern = NamePattern::parsed(text);
     const auto* mistake = std::get_if<NameMistake>(&pattern);
@@ -118,6 +119,14 @@ TEST(NamePattern, WhatAClipSaysLeadsNowhereElseAndLeavesRoomForEndings) {
           << name;
       EXPECT_LE(name.size() + std::string("-failure-99").size(), 255u) << name;
     }
+  // What cannot be seen goes, but not what joins the letters of a word.
+  Source source = clip();
+  for (const auto& [word, name] :
+       {std::pair{"a\u200bb", "a-b"}, std::pair{"\u06cc\u200c\u062e", "\u06cc\u200c\u062e"},
+        std::pair{"\u3000", "00012"}}) {
+    source.recording.model = word;
+    EXPECT_EQ(patternOf("{model}").nameOf(source, ""), name);
+  }
 }
 
 }  // namespace
