@@ -15,7 +15,8 @@ namespace {
 
 // An atom's length and type.
 constexpr std::size_t atomHead = tessarin::headSize;
-constexpr std::uint64_t mostTicks = std::uint64_t{1} << 61;
+// Of a track, 11 days. All parts of a recording together can be counted in any unit.
+constexpr std::uint64_t mostSeconds = 1'000'000;
 constexpr std::uint64_t largestIndex = 64U << 20;
 constexpr std::size_t mostTracks = 64;
 constexpr const char* damagedIndex = "its index is damaged";
@@ -116,6 +117,17 @@ const OwnedAtom* atomAt(const OwnedAtom& track, std::initializer_list<std::strin
   return atom;
 }
 
+// By size, which a few odd ones do not change.
+std::uint32_t middleStep(std::vector<SampleRun> steps, std::uint64_t samples) {
+  std::sort(steps.begin(), steps.end(),
+            [](const SampleRun& one, const SampleRun& other) { return one.value < other.value; });
+  std::uint64_t passed = 0;
+  for (const SampleRun& run : steps)
+    if ((passed += run.count) * 2 >= samples)
+      return run.value;
+  return 0;
+}
+
 class TrackTablesReader {
  public:
   TrackTablesReader(const OwnedAtom& track, std::uint32_t movieScale, std::uint64_t fileSize)
@@ -151,6 +163,7 @@ class TrackTablesReader {
   std::uint64_t bytes() const { return bytes_; }
 
  private:
+  std::uint64_t mostTicks() const { return mostSeconds * track_.scale; }
   const OwnedAtom* part(std::string_view name) const {
     return tables_ == nullptr ? nullptr : tables_->part(name);
   }
@@ -223,13 +236,14 @@ class TrackTablesReader {
       if (count == 0)
         continue;
       if (count > track_.samples - samples ||
-          (step != 0 && count > (mostTicks - track_.ticks) / step))
+          (step != 0 && count > (mostTicks() - track_.ticks) / step))
         return false;
       addRun(track_.tables.steps, count, step);
       samples += count;
       track_.ticks += count * step;
       track_.lastStep = step;
     }
+    track_.usualStep = middleStep(track_.tables.steps, samples);
     return samples == track_.samples;
   }
 
@@ -254,7 +268,7 @@ class TrackTablesReader {
 
   bool readKeys() {
     const OwnedAtom* atom = part("stss");
-    if (atom == nullptr)
+    if (atom == nullptr || track_.kind != "vide")
       return true;
     const Entries entries(atom->content, 4);
     if (!entries.isWhole())
@@ -360,9 +374,10 @@ class TrackTablesReader {
       const std::int64_t from =
           isLong ? static_cast<std::int64_t>(time) : withSign(static_cast<std::uint32_t>(time));
       constexpr std::uint32_t usualRate = 0x10000;
-      if (hasMedia || length > mostTicks || from >= static_cast<std::int64_t>(mostTicks))
+      const double seconds =
+          std::min(static_cast<double>(length) / movieScale_, static_cast<double>(mostSeconds));
+      if (hasMedia || from > static_cast<std::int64_t>(mostTicks()))
         return false;
-      const double seconds = static_cast<double>(length) / movieScale_;
       if (from < 0) {
         track_.emptyStart += seconds;
         continue;
@@ -371,12 +386,10 @@ class TrackTablesReader {
       if (entries.word(entry, std::size_t{2} * width) != usualRate)
         return false;
       track_.editBegin = from;
-      const double end = static_cast<double>(from) + std::ceil(seconds * track_.scale);
-      if (length > 0 && end < static_cast<double>(mostTicks))
-        track_.editEnd = static_cast<std::int64_t>(end);
+      if (length > 0)
+        track_.editEnd = from + static_cast<std::int64_t>(std::ceil(seconds * track_.scale));
     }
-    constexpr double longestStart = 1e6;
-    return track_.emptyStart < longestStart;
+    return track_.emptyStart < mostSeconds;
   }
 
   const OwnedAtom& atom_;
@@ -412,6 +425,20 @@ const JoinableTrack* MovieTables::pictures() const {
 double MovieTables::seconds() const {
   const JoinableTrack* track = pictures();
   return track == nullptr ? 0 : static_cast<double>(track->ticks) / track->scale;
+}
+
+std::uint64_t MovieTables::joinedWords() const {
+  constexpr std::uint64_t ofChunk = 24;  // its place in the file, in the stream, and in time
+  std::uint64_t words = 0;
+  for (const JoinableTrack& track : tracks) {
+    const SampleTables& tables = track.tables;
+    words += 2 * (tables.steps.size() + tables.offsets.size()) + ofChunk * tables.chunks.size();
+    if (track.rawSize == 0)
+      words += track.samples;
+    if (track.kind == "vide")
+      words += tables.keys ? tables.keys->size() : track.samples;
+  }
+  return words;
 }
 
 void MovieTables::forgetSamples() {

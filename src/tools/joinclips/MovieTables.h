@@ -35,7 +35,8 @@ struct SampleTables {
   // Bytes of each, as the table has them; 0: each has its own.
   std::uint32_t sameSize = 0;
   std::vector<std::uint32_t> sizes;
-  std::optional<std::vector<std::uint32_t>> keys;  // counted from 1; nothing: all of them
+  // Pictures that can be shown by themselves, counted from 1; nothing: all of them. Sound has none.
+  std::optional<std::vector<std::uint32_t>> keys;
   std::vector<SampleChunk> chunks;
 };
 
@@ -46,8 +47,9 @@ struct JoinableTrack {
   std::uint32_t rawSize = 0;  // bytes of a sample of plain sound, 0 of others
   bool isSigned = true;       // plain sound whose silence is 0
   std::uint64_t samples = 0;
-  std::uint64_t ticks = 0;     // of all samples
-  std::uint32_t lastStep = 0;  // of the last one
+  std::uint64_t ticks = 0;      // of all samples
+  std::uint32_t lastStep = 0;   // of the last one
+  std::uint32_t usualStep = 0;  // of most of them
   std::int64_t firstShown = 0;
   std::int64_t lastShown = 0;  // when the showing of it begins
   double emptyStart = 0;       // seconds before the first edit
@@ -69,6 +71,9 @@ struct MovieTables {
   // The track with most pictures; null without any.
   const JoinableTrack* pictures() const;
   double seconds() const;
+  // What its tables take in memory while they are joined, in words of 32 bits: there each sample
+  // has its own size, so that a small file can stand for a lot.
+  std::uint64_t joinedWords() const;
   // What an analysis of many needs not: the tables of the samples.
   void forgetSamples();
 };

@@ -32,11 +32,6 @@ TrackJoiner::TrackJoiner(JoinableTrack first) : track_(std::move(first)) {
   end_ = static_cast<std::int64_t>(track_.ticks);
 }
 
-std::uint64_t TrackJoiner::entries() const {
-  return track_.tables.sizes.size() + track_.tables.chunks.size() + track_.tables.steps.size() +
-         track_.tables.offsets.size();
-}
-
 bool TrackJoiner::stretch(std::int64_t ticks) {
   if (ticks == 0)
     return true;

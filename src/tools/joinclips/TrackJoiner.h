@@ -17,8 +17,6 @@ class TrackJoiner {
   const JoinableTrack& track() const { return track_; }
   // Ticks of all samples.
   std::int64_t end() const { return end_; }
-  // Of the tables in memory.
-  std::uint64_t entries() const;
 
   // Has the next sample begin so many ticks later (below 0: earlier), with silence before it in
   // plain sound; false where it cannot.

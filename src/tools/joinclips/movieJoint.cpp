@@ -10,9 +10,6 @@ namespace tessarin::joining {
 
 namespace {
 
-constexpr std::uint64_t mostEntries = 40'000'000;  // of the joined tables
-constexpr const char* tooLong = "they are too long together";
-
 // What encoders count at the end stands beside what decoders need: it is not the same in all parts.
 std::string withoutRates(std::string description) {
   const auto blank = [&description](std::size_t place, std::size_t count) {
@@ -60,6 +57,12 @@ double secondsOf(std::int64_t ticks, const JoinableTrack& track) {
   return static_cast<double>(ticks) / track.scale;
 }
 
+// Seconds; no more than a tenth, whatever the file says.
+double usualStepOf(const JoinableTrack& track) {
+  constexpr double longest = 0.1;
+  return std::min(secondsOf(track.usualStep, track), longest);
+}
+
 // The time in the joined movie at which the first picture of the part is shown, less its time in
 // the part itself.
 double beginOfPart(const JoinableTrack& first, std::int64_t begin, const JoinableTrack& pictures) {
@@ -78,7 +81,7 @@ bool putBehind(TrackJoiner& joiner, const JoinableTrack& first, JoinableTrack ne
   const auto due = first.editBegin - next.editBegin +
                    static_cast<std::int64_t>(std::llround(shown * first.scale));
   std::int64_t late = joiner.end() - due;
-  const auto packet = static_cast<double>(next.lastStep) / next.scale;
+  const double packet = usualStepOf(next);
   if (std::abs(secondsOf(late, first)) > std::max(slack, packet)) {
     if (late > 0)
       joiner.dropLast(late);
@@ -139,8 +142,8 @@ Outcome<JoinedMovie> joinedMovie(std::vector<MovieTables> movies) {
   std::int64_t shownBefore = first[main]->firstShown;
   for (std::size_t file = 1; file < movies.size(); ++file) {
     MovieTables& movie = movies[file];
-    const JoinableTrack pictures = *movie.pictures();
-    const double picture = secondsOf(pictures.lastStep, pictures);
+    const JoinableTrack& pictures = *movie.pictures();
+    const double picture = usualStepOf(pictures);
     if (!joiners[main].stretch(shownBefore - pictures.firstShown))
       return Failure{"their pictures do not meet"};
     shownBefore = pictures.firstShown;
@@ -157,14 +160,9 @@ Outcome<JoinedMovie> joinedMovie(std::vector<MovieTables> movies) {
       ++number;
     }
     movie = {};
-    std::uint64_t entries = 0;
-    for (const TrackJoiner& joiner : joiners) {
-      entries += joiner.entries();
+    for (const TrackJoiner& joiner : joiners)
       if (joiner.track().samples > mostSamples)
-        return Failure{tooLong};
-    }
-    if (entries > mostEntries)
-      return Failure{tooLong};
+        return Failure{"they are too long together"};
   }
   return withJoinedTables(movies.front(), joiners);
 }
