@@ -3,11 +3,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
 
 namespace tessarin {
+
+// That one recording may have behind the first. The tools hold the files of some open at once.
+inline constexpr std::size_t mostFurtherParts = 499;
 
 // By the extension of the name.
 inline bool mayBePart(std::string_view path) {

@@ -473,7 +473,6 @@ struct Out {
 
 // Parts of one recording lie in one folder, each once; nothing else is ever read as one.
 bool areParts(const Source& source) {
-  constexpr std::size_t mostParts = 98;  // behind the first
   std::set<std::string_view> known{source.path};
   double begin = 0;
   for (const Source::Part& part : source.furtherParts) {
@@ -484,7 +483,7 @@ bool areParts(const Source& source) {
   }
   static constexpr std::array<std::string_view, 4> formats{"mpegts", "mpeg", "mov", "dv"};
   return source.furtherParts.empty() ||
-         (source.furtherParts.size() <= mostParts &&
+         (source.furtherParts.size() <= mostFurtherParts &&
           std::find(formats.begin(), formats.end(), firstContainer(source)) != formats.end());
 }
 

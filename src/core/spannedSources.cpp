@@ -25,17 +25,16 @@ std::optional<std::size_t> placeOf(std::string_view word, std::size_t count) {
   return static_cast<std::size_t>(number);
 }
 
-// "parts 3 4 5: 600.040 1200.080 1500.000"
+// "parts 3 4 5: 600.040 1200.080 1500.000". What is more than a recording may have is another one.
 void takeRecording(std::string_view line, const std::vector<std::string>& files,
                    SpannedSources& found) {
   const std::string_view places = textUpTo(line, ": ");
   const auto parts = split(places, " ");
   const auto times = split(textAfter(line, ": ").value_or(""), " ");
-  const auto first = placeOf(parts.front(), files.size());
-  if (!first || parts.size() < 2 || times.size() != parts.size())
+  if (parts.size() < 2 || times.size() != parts.size())
     return;
-  SpannedSources::Recording recording;
-  for (std::size_t part = 1; part < parts.size(); ++part) {
+  std::vector<Source::Part> all;
+  for (std::size_t part = 0; part < parts.size(); ++part) {
     const auto place = placeOf(parts[part], files.size());
     if (!place)
       return;
@@ -43,11 +42,23 @@ void takeRecording(std::string_view line, const std::vector<std::string>& files,
     const auto bytes = std::filesystem::file_size(files[*place], failed);
     if (failed)
       return;
-    recording.furtherParts.push_back(
-        {leadingNumber(times[part - 1]), static_cast<std::int64_t>(bytes), files[*place]});
+    all.push_back({part == 0 ? 0 : leadingNumber(times[part - 1]), static_cast<std::int64_t>(bytes),
+                   files[*place]});
   }
-  recording.seconds = leadingNumber(times.back());
-  found.recordings.emplace(files[*first], std::move(recording));
+  for (std::size_t first = 0; first < all.size(); first += mostFurtherParts + 1) {
+    const std::size_t end = std::min(first + mostFurtherParts + 1, all.size());
+    const double begin = all[first].begin;
+    SpannedSources::Recording recording;
+    for (std::size_t part = first + 1; part < end; ++part) {
+      recording.furtherParts.push_back(all[part]);
+      recording.furtherParts.back().begin -= begin;
+    }
+    recording.seconds = (end < all.size() ? all[end].begin : leadingNumber(times.back())) - begin;
+    if (end < all.size())
+      found.doubtful.push_back(all[end - 1].path);
+    if (end - first > 1)
+      found.recordings.emplace(all[first].path, std::move(recording));
+  }
 }
 
 }  // namespace

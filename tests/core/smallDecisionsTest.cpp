@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "analysis/partFiles.h"
 #include "core/BatchProgress.h"
 #include "core/failureReason.h"
 #include "core/newRow.h"
 #include "core/proxies.h"
+#include "core/spannedSources.h"
 #include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
 #include "prefs/utilsAlert.h"
@@ -52,6 +54,30 @@ TEST(Thumbnail, ItsNameIsNoPatternAndNobodyElses) {
   const std::string second = thumbnailPath(folder.path(), "/a/clip.mts");
   EXPECT_NE(second, folder.file("clip.jpg"));
   EXPECT_FALSE(std::filesystem::exists(second));
+}
+
+TEST(SpannedSources, OfMorePartsThanARecordingMayHaveAreSeveral) {
+  const test::ScopedTemporaryFolder folder;
+  Arguments search{"joinclips", "--parts", "--"};
+  std::string places;
+  std::string times;
+  for (std::size_t part = 0; part <= mostFurtherParts + 2; ++part) {
+    search.push_back(folder.file(std::to_string(part) + ".dv"));
+    folder.write(std::to_string(part) + ".dv", "bytes");
+    places += " " + std::to_string(part);
+    times += " " + std::to_string(10 * (part + 1));
+  }
+  const SpannedSources found = foundParts(search, "parts" + places + ":" + times + "\n");
+  ASSERT_EQ(found.recordings.size(), 2U);
+  const auto& first = found.recordings.at(folder.file("0.dv"));
+  EXPECT_EQ(first.furtherParts.size(), mostFurtherParts);
+  EXPECT_EQ(first.seconds, 10.0 * (mostFurtherParts + 1));
+  const std::string next = std::to_string(mostFurtherParts + 1);
+  const auto& second = found.recordings.at(folder.file(next + ".dv"));
+  ASSERT_EQ(second.furtherParts.size(), 1U);
+  EXPECT_EQ(second.furtherParts.front().begin, 10);
+  EXPECT_EQ(second.seconds, 20);
+  EXPECT_EQ(found.doubtful, std::vector{folder.file(std::to_string(mostFurtherParts) + ".dv")});
 }
 
 TEST(NewRow, TellsWhatTheSourceIs) {

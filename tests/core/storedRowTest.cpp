@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "CoreFixture.h"
+#include "analysis/partFiles.h"
 #include "core/newRow.h"
 #include "core/storedRow.h"
 #include "support/sources.h"
@@ -99,8 +100,10 @@ TEST(StoredRow, WithAValueThatCannotBeIsNone) {
         List{"10000 6144 /card/../card/2.mts"}, List{part, "9000 6144 /card/3.mts"}, List{1}})
     EXPECT_FALSE(isRow(wrong)) << Value(wrong).description();
   List many;
-  for (int number = 2; number < 102; ++number)
-    many.push_back("1 1 /card/" + std::to_string(number) + ".mts");
+  for (std::size_t number = 0; number < mostFurtherParts; ++number)
+    many.push_back("1 1 /card/part" + std::to_string(number) + ".mts");
+  EXPECT_TRUE(isRow(many));
+  many.push_back(part);
   EXPECT_FALSE(isRow(many));
   // Streams without an end.
   EXPECT_EQ(sourceOfRecord(
