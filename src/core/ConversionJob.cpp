@@ -433,7 +433,8 @@ void ConversionJob::toolEnded(const ToolEnd& end) {
   if (!end.troubles.givenUp().empty() || end.troubles.endsEarly())
     troubles_ = end.troubles;
   // The copy that one tool makes is read by the next, which meets the same damage.
-  damagedPictures_ = std::max(damagedPictures_, end.troubles.damagedPictures());
+  spoiltInTools_ = std::max(spoiltInTools_, end.troubles.damagedPictures());
+  damagedPictures_ = std::max(damagedPictures_, spoiltInTools_);
   damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
   // The decoder of MPEG forgets its latest picture where another size begins.
   if (end.troubles.changesSize() && startsWith(order_.row.source.pictures.codec, "mpeg")) {

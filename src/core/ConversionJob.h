@@ -207,6 +207,7 @@ class ConversionJob {
   RunTroubles measureTroubles_;
   MovieIndex movie_;
   std::size_t damagedPictures_ = 0;
+  std::size_t spoiltInTools_ = 0;  // those of them that a tool told of
   std::size_t damagedSound_ = 0;
   std::optional<std::uint64_t> promisedPictures_;  // by the index of an AVI file
   bool hasMore_ = false;

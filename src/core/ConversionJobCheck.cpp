@@ -183,8 +183,11 @@ void ConversionJob::packetsRead(const ToolEnd& end) {
 }
 
 void ConversionJob::judgeMeasure() {
-  const MovieVerdict verdict =
-      judgeMovie(movie_, expectedByMeasure(*plan_, measure_, damagedPictures_, damagedSound_));
+  // Damaged pictures of DV are in the movie nevertheless, and missing ones have no time there.
+  const bool isDv = plan_->row.source.pictures.codec == "dvvideo";
+  const MovieVerdict verdict = judgeMovie(
+      movie_,
+      expectedByMeasure(*plan_, measure_, isDv ? spoiltInTools_ : damagedPictures_, damagedSound_));
   if (!verdict.isRight() && !isAsLongAsKnown_) {
     fail(reasonOf(verdict));
     return;

@@ -88,8 +88,10 @@ void takeParts(Source& source, const PartList& parts) {
     return;
   const double all = std::accumulate(parts.seconds.begin(), parts.seconds.end(), 0.0);
   source.isJoined = true;
-  source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
-  source.duration = std::max(1.0, std::floor(all));
+  if (all > 0) {
+    source.seconds = all + std::max(0.0, source.pictures.begin.value_or(0));
+    source.duration = std::max(1.0, std::floor(all));
+  }
   // ffmpeg counts the streams of all recordings in a file; those of later ones take the places of
   // the first one's.
   if (!parts.streams)
