@@ -232,12 +232,13 @@ int main(int count, char** values) {
     options.add_flag("--dv", loss.isDv, "say how much is damaged or missing in the pictures of DV");
     options.add_flag("--clusters", loss.hasClusters,
                      "say how much of a Matroska file has a wrong time");
-    options.add_option("FILE", files, "transport streams, in order")->required();
+    options.add_option("FILE", files, "the files, in order")->required();
   };
   return toolMain(
       "joinclips",
       "Puts recordings of transport streams (.mts, .m2ts, .m2t, .ts) behind each other, exact at "
-      "the joints, and writes the stream to standard output.",
+      "the joints, and files of MP4, QuickTime, DV or program streams that are parts of one "
+      "recording. Writes the stream to standard output.",
       count, values, declare, [&]() -> Outcome<bool> {
         if (loss.isDv || loss.hasClusters)
           return tellLoss(files, loss);
