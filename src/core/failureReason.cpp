@@ -3,16 +3,19 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/failureWords.h"
 #include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
+#include "utils/files.h"
 
 namespace tessarin {
 
 namespace {
 
+constexpr std::string_view ofExportTool = "movtool: ";
 // Stands for the path of the source.
 constexpr std::string_view placeholder = "«source»";
 
@@ -61,8 +64,8 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
   if (words.empty())
     return localisationString("why_silent");
   // The export tool is ours and says what happened.
-  if (constexpr std::string_view own = "movtool: "; startsWith(words, own))
-    return words.substr(own.size());
+  if (startsWith(words, ofExportTool))
+    return words.substr(ofExportTool.size());
   return localisationString("why_toolSays", "", words);
 }
 
@@ -70,6 +73,29 @@ namespace {
 
 // The export tool tells of the ffmpeg that it runs.
 constexpr std::string_view signalOfFfmpeg = "ffmpeg was ended by signal ";
+
+bool hasKnownCause(std::string_view words) {
+  return std::any_of(causes.begin(), causes.end(),
+                     [words](const Cause& cause) { return contains(words, cause.phrase); });
+}
+
+// What puts the files of a source together names the one that it cannot read, while ffmpeg speaks
+// of its pipe. Nothing for other lines, and of the source itself where the cause is known.
+std::optional<std::string> reasonOfReader(std::string_view line, const std::string& source) {
+  if (startsWith(line, ofExportTool))
+    line.remove_prefix(ofExportTool.size());
+  const auto told = wordsOfReader(line);
+  if (!told)
+    return std::nullopt;
+  const std::string words =
+      replaceAll(replaceAll(*told, RunTroubles::sourcePlaceholder, fileName(source)),
+                 parentFolder(source) + "/", "");
+  if (!hasKnownCause(words))
+    return words;
+  const std::string file(textUpTo(words, ": "));
+  return file == fileName(source) ? std::nullopt
+                                  : std::optional(file + ": " + failureReason(words, source));
+}
 
 std::string crashReason(int signal) {
   return localisationString("why_crashed", "", "ffmpeg", std::to_string(signal),
@@ -85,15 +111,14 @@ std::string failureReason(const ToolEnd& end, const std::string& source) {
   for (const std::string& line : end.troubles.complaints()) {
     if (const auto signal = textAfter(line, signalOfFfmpeg))
       return crashReason(static_cast<int>(leadingInteger(*signal)));
+    if (const auto reason = reasonOfReader(line, source))
+      return *reason;
     complaints += replaceAll(line, RunTroubles::sourcePlaceholder, placeholder) + "\n";
   }
   // Of a crash, which a shell between us and the tool tells as 128 and its number. Other statuses
   // would be ffmpeg's own.
   const int signal = end.status - 128;
-  const bool isKnown = std::any_of(causes.begin(), causes.end(), [&](const Cause& cause) {
-    return contains(complaints, cause.phrase);
-  });
-  if (!isKnown && isCrash(signal))
+  if (!hasKnownCause(complaints) && isCrash(signal))
     return crashReason(signal);
   const std::string reason =
       failureReason(complaints.empty() ? withoutPath(end.lastOutput, source) : complaints, source);

@@ -49,6 +49,13 @@ bool hasSystemReason(std::string_view line) {
 
 }  // namespace
 
+std::optional<std::string_view> wordsOfReader(std::string_view line) {
+  for (const std::string_view reader : {"joinclips: ", "joinmxf: "})
+    if (startsWith(line, reader))
+      return line.substr(reader.size());
+  return std::nullopt;
+}
+
 std::string_view failureWords(std::string_view output) {
   std::string_view cause;
   std::string_view consequence;
@@ -58,7 +65,7 @@ std::string_view failureWords(std::string_view output) {
     const std::string_view words = trimmed(withoutMarks(*line).words);
     if (startsWith(*line, " ") || words.empty() || isAccount(words))
       continue;
-    if (hasSystemReason(words))
+    if (hasSystemReason(words) || wordsOfReader(words))
       return words;
     (beginsWithOne(words, consequences) ? consequence : cause) = words;
   }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/failureWords.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/streamLine.h"
 #include "ffmpeg/toolLine.h"
@@ -122,7 +123,7 @@ void RunTroubles::addLine(std::string_view line) {
   const bool losesOutput = beginsWithOne(words, writeErrors);
   losesOutput_ = losesOutput_ || losesOutput;
   const std::string small = lowerCase(words);
-  if (losesOutput || startsWith(words, "movtool: ") ||
+  if (losesOutput || startsWith(words, "movtool: ") || wordsOfReader(words) ||
       std::any_of(complaining.begin(), complaining.end(),
                   [&small](std::string_view word) { return contains(small, word); }))
     keep(said.words);
@@ -204,9 +205,7 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
   // What reads a source of several files for ffmpeg tells of the source as that does.
-  for (const std::string_view reader : {"joinclips: ", "joinmxf: "})
-    if (startsWith(words, reader))
-      words.remove_prefix(reader.size());
+  words = wordsOfReader(words).value_or(words);
   const auto [ofSource, ofDemuxer] = readErrorStarts;
   // Of the run that decodes sound the export tool marks each line. What it reads may be the copy
   // that a tool before it made under the name of the output.

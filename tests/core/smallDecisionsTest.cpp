@@ -170,6 +170,25 @@ TEST(FailureReason, ATaskIsToldByItsComplaintsAndASignalAsSuch) {
             localisationString("why_crashed", "", "ffmpeg", "11", "Segmentation fault"));
 }
 
+TEST(FailureReason, NamesThePartThatCannotBeRead) {
+  const test::TestBundle bundle;
+  const auto reasonOf = [](const std::string& line) {
+    ToolEnd end;
+    end.status = 1;
+    end.troubles = RunTroubles("/card/1.MP4", "/x.mov");
+    end.troubles.addLine(line);
+    end.troubles.addLine("pipe:0: Invalid data found when processing input");
+    return failureReason(end, "/card/1.MP4");
+  };
+  EXPECT_EQ(reasonOf("joinclips: /card/2.MP4: it has no index"), "2.MP4: it has no index");
+  EXPECT_EQ(reasonOf("movtool: joinclips: /card/1.MP4: they are not parts of one recording"),
+            "1.MP4: they are not parts of one recording");
+  EXPECT_EQ(reasonOf("joinclips: /card/2.MP4: Permission denied"),
+            "2.MP4: " + localisationString("why_permission"));
+  EXPECT_EQ(reasonOf("joinclips: /card/1.MP4: Permission denied"),
+            localisationString("why_permission"));
+}
+
 TEST(Proxies, AreLeftOutWhereTheirRecordingIsThere) {
   const std::vector<std::string> recordings = {"/c/Clip/C0001.MXF",
                                                "/c/M4ROOT/CLIP/C0001.MP4",
