@@ -397,11 +397,9 @@ void Session::planFrom(int row) {
 }
 
 void Session::plan(const Row& row) {
-  const std::string named =
-      outputPath(row.source, row.choice.target, outputFolder(app_.interface.destination.text()),
-                 planned_, namesOf(app_.interface));
   const std::string output =
-      withoutClash(named, options_.onlyNew ? Clash::other : Clash::left, row.movie, planned_);
+      outputOfRow(row, outputFolder(app_.interface.destination.text()), planned_,
+                  namesOf(app_.interface), options_.onlyNew ? Clash::other : Clash::left);
   if (const auto refusal = planRow(row, output))
     problem(row.path(), *refusal);
 }

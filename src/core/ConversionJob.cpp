@@ -236,7 +236,7 @@ bool ConversionJob::hasRoom() {
 }
 
 void ConversionJob::askForPlace() {
-  if (!isNameTaken(order_.output)) {
+  if (order_.leavesOthers || !isNameTaken(order_.output)) {
     go(Step::encode);
     return;
   }

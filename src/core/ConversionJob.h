@@ -73,6 +73,8 @@ class ConversionJob {
     std::string flavour;      // of ProRes, four characters
     std::string format;       // what the target is called in the text beside the movie
     bool isOnSource = false;  // the output is a source of the batch
+    // What comes to the output's name meanwhile stays, and nobody is asked.
+    bool leavesOthers = false;
   };
 
   // May stop the job from inside any of these; may destroy it from the loop alone.

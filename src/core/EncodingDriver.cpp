@@ -367,9 +367,8 @@ void EncodingDriver::startRow(int row) {
   ConversionJob::Order order;
   order.row = entry;
   order.destination = interface_.destination.text();
-  order.output = withoutClash(outputPath(entry.source, entry.choice.target,
-                                         outputFolder(order.destination), outputNames_, names_),
-                              clash_, entry.movie, outputNames_);
+  order.output = outputOfRow(entry, outputFolder(order.destination), outputNames_, names_, clash_);
+  order.leavesOthers = clash_ == Clash::other && order.output != ownMovie(entry);
   order.flavour = services_.preferences.text(PrefKey::prores);
   const auto segment = static_cast<std::size_t>(entry.choice.target);
   if (segment < interface_.editingSoft.segments().size())

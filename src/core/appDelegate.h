@@ -42,11 +42,11 @@ class appDelegate {
   void setJobs(int jobs);
   void followChosenJobs();
 
-  BatchTable& table() { return table_; }
   // Whether clips that were converted before are left out. What is there already is theirs then,
   // and stays beside the movies of new clips.
   void takeOnlyNew(bool areOnlyNew);
 
+  BatchTable& table() { return table_; }
   AnalysisQueue& queue() { return queue_; }
   EncodingDriver& driver() { return driver_; }
   RowUndo& undo() { return undo_; }

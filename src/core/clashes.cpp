@@ -32,6 +32,18 @@ std::string namesOf(const std::vector<std::string>& movies) {
 
 }  // namespace
 
+std::string ownMovie(const Row& row) {
+  return row.isKept ? "" : row.movie;
+}
+
+std::string outputOfRow(const Row& row, const std::string& folder, OutputNames& taken,
+                        const NamePattern& names, Clash clash) {
+  std::string path = outputPath(row.source, row.choice.target, folder, taken, names);
+  const std::string own = ownMovie(row);
+  const bool isOthers = clash == Clash::other && path != own && isNameTaken(path);
+  return isOthers ? otherOutputPath(path, taken, own) : path;
+}
+
 ClashSearch::ClashSearch(const BatchTable& table, const std::vector<int>& rows, std::string folder,
                          OutputNames taken, NamePattern names, Clash clash)
     : table_(table),
@@ -56,9 +68,7 @@ void ClashSearch::lookAt(int row) {
   const Row& entry = table_.row(row);
   if (!pathExists(entry.path()))
     return;  // it will be left out
-  std::string output =
-      withoutClash(outputPath(entry.source, entry.choice.target, folder_, taken_, names_), clash_,
-                   entry.movie, taken_);
+  std::string output = outputOfRow(entry, folder_, taken_, names_, clash_);
   if (isNameTaken(output))
     found_.push_back(std::move(output));
 }

@@ -12,6 +12,21 @@
 
 namespace tessarin {
 
+// What becomes of a movie's name where something is there already.
+enum class Clash {
+  left,   // the name stays: to be asked about, replaced or kept
+  other,  // it is another clip's, and this movie gets another name
+};
+
+// The movie that the row's clip has become before, "" for none. One that was kept may be another
+// clip's.
+std::string ownMovie(const Row& row);
+
+// Where the row's movie goes to: outputPath(), or what becomes of that. With Clash::other nothing
+// is there, or the row's own movie.
+std::string outputOfRow(const Row& row, const std::string& folder, OutputNames& taken,
+                        const NamePattern& names, Clash clash);
+
 // Looks for them before the first movie is made, so that the user is asked while he is there. A
 // name may need a look into the card of its clip, which can be slow: it is done in steps.
 class ClashSearch {

@@ -65,10 +65,4 @@ std::string otherOutputPath(const std::string& path, OutputNames& taken, const s
   return other;
 }
 
-std::string withoutClash(const std::string& path, Clash clash, const std::string& own,
-                         OutputNames& taken) {
-  const bool isOthers = clash == Clash::other && path != own && isNameTaken(path);
-  return isOthers ? otherOutputPath(path, taken, own) : path;
-}
-
 }  // namespace tessarin

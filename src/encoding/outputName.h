@@ -36,14 +36,4 @@ std::string outputPath(const Source& source, Target target, const std::string& f
 std::string otherOutputPath(const std::string& path, OutputNames& taken,
                             const std::string& own = "");
 
-// What becomes of a movie's name where something is there already.
-enum class Clash {
-  left,   // the name stays: to be asked about, replaced or kept
-  other,  // it is another clip's, and this movie gets another name
-};
-
-// `path`, the name by outputPath(), or what becomes of it.
-std::string withoutClash(const std::string& path, Clash clash, const std::string& own,
-                         OutputNames& taken);
-
 }  // namespace tessarin

@@ -376,6 +376,34 @@ TEST_F(EncodingDriverTest, AMovieNeverFollowsOrReplacesWhatCameToItsNameMeanwhil
       << "two movies with their texts, a link, and two that are called masters";
 }
 
+TEST_F(EncodingDriverTest, WhatIsThereIsOfOtherClipsWhereOnlyNewOnesAreTaken) {
+  clips(1);
+  folder.write("movies/Tessarin/1.mov", std::string(50000, 'x'));
+  alerts.answers = {{keepAnswer}};
+  convert();
+  ASSERT_TRUE(app.table().row(0).isKept);
+  app.takeOnlyNew(true);
+  const auto again = [this] {
+    preferences.prefWrite(StateKey::replaceFiles, answerReplace);
+    app.driver().convertRows({0});
+    serve();
+    return fileName(ended.back().output);
+  };
+  EXPECT_EQ(again(), "1-2.mov") << "the one that was kept is not the row's";
+  const auto first = fileState(movie("1-2.mov"));
+  EXPECT_EQ(again(), "1-2.mov") << "its own is";
+  EXPECT_NE(fileState(movie("1-2.mov")), first);
+  // Another program comes first.
+  std::filesystem::remove(movie("1-2.mov"));
+  app.table().set(0, &Row::movie, std::string());
+  app.driver().jobStarted.connect([this](const std::string&, const std::string&) {
+    folder.write("movies/Tessarin/1-2.mov", "y");
+  });
+  EXPECT_EQ(again(), "1-2-2.mov");
+  EXPECT_EQ(folder.read("movies/Tessarin/1-2.mov"), "y");
+  EXPECT_EQ(folder.read("movies/Tessarin/1.mov"), std::string(50000, 'x'));
+}
+
 TEST_F(EncodingDriverTest, AnUnusableDestinationStopsBeforeAnythingIsDone) {
   clips(1);
   app.interface.destination.setText(folder.write("file", "in the way"));
