@@ -261,11 +261,19 @@ void Session::analysisFinished() {
   services_.loop.cancel(next_);
   next_ = services_.loop.runSoon([this, isDone] {
     next_ = 0;
-    if (isDone)
-      end();
-    else
+    if (!isDone)
       begin();
+    else
+      endWithoutRows();
   });
+}
+
+// What is at the path of the batch file, from an earlier run, must not be taken for that of this.
+void Session::endWithoutRows() {
+  if (options_.command == Command::prepare)
+    reporter_.note(
+        localisationString("batchNotWritten", textTable, printable(*options_.batchFile)));
+  end();
 }
 
 void Session::begin() {

@@ -62,6 +62,7 @@ class Session {
   void chooseForRow(int row);
   bool hasTarget(int row);
   void analysisFinished();
+  void endWithoutRows();
   void begin();
   void planFrom(int row);
   void plan(const Row& row);
