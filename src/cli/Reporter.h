@@ -42,7 +42,7 @@ class Reporter {
   virtual void jobEnded(const JobEnd& end, bool isFine) = 0;
   // At the end of a batch: sources that were not there any more. Each had its jobEnded().
   virtual void missing(const std::vector<std::string>& sources) = 0;
-  // Clips that were converted before, and are not again; why the record of them says nothing, in
+  // Clips that were converted before, and are not again; what is wrong with the record of them, in
   // the user's language, or "".
   virtual void leftOut(const std::vector<std::string>& sources, const std::string& trouble) = 0;
   // A batch of this many rows has been written to a file.

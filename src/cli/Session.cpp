@@ -53,6 +53,8 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   app_.queue().leftOut.connect([this](const KnownClips::Finding& finding) {
     reporter_.leftOut(finding.known, troubleOfRecord(finding.record, services_.convertedClips));
   });
+  app_.known().refused.connect(
+      [this](const std::string& reason) { reporter_.leftOut({}, reason); });
   app_.queue().finished.connect([this] { analysisFinished(); });
   app_.queue().rowReady.connect([this](int row) { chooseForRow(row); });
   app_.driver().batchRefused.connect([this](const std::string& reason) {
@@ -449,6 +451,7 @@ void Session::tellOfRest() {
 }
 
 void Session::end() {
+  app_.known().finish();
   if (recorder_)
     recorder_->forget();
   // Behind the last line of progress.

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <utility>
 
+#include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "prefs/utilsAlert.h"
 
@@ -35,9 +37,8 @@ KnownClips::Finding knownAmong(const std::vector<KnownClips::Files>& clips,
   return finding;
 }
 
-void tellLog(const Outcome<void>& written) {
-  if (!written)
-    logFormat("converted clips     :-( {}", written.reason());
+bool takesNothing(ConvertedRecord::State state) {
+  return state == ConvertedRecord::State::newer || state == ConvertedRecord::State::unreadable;
 }
 
 }  // namespace
@@ -52,9 +53,11 @@ void KnownClips::find(std::vector<Files> clips, std::function<void(const Finding
           *finding = knownAmong(clips, ConvertedRecord(path), *isWanted);
         return {};
       },
-      [finding, isWanted = isWanted_, told = std::move(told)](const Outcome<void>&) {
-        if (*isWanted)
-          told(*finding);
+      [this, finding, isWanted = isWanted_, told = std::move(told)](const Outcome<void>&) {
+        if (!*isWanted)
+          return;
+        isRefusalTold_ = isRefusalTold_ || takesNothing(finding->record);
+        told(*finding);
       });
 }
 
@@ -66,21 +69,35 @@ void KnownClips::cancel() {
 void KnownClips::converted(std::vector<ClipFile> files) {
   if (path_.empty())
     return;
+  // Of a record that has taken nothing in; of a clip that has changed there is none.
+  const auto state = std::make_shared<std::optional<ConvertedRecord::State>>();
   disk_.add(
-      [files = std::move(files), path = path_]() -> Outcome<void> {
+      [files = std::move(files), path = path_, state]() -> Outcome<void> {
         const auto mark = markOfSameClip(files);
         if (!mark)
           return Failure{files.front().path + ": changed or away, and not remembered"};
-        return ConvertedRecord(path).add(*mark);
+        auto added = ConvertedRecord(path).add(*mark);
+        if (!added)
+          *state = ConvertedRecord(path).read().state;
+        return added;
       },
-      tellLog);
+      [this, state](const Outcome<void>& added) {
+        if (!added)
+          logFormat("converted clips     :-( {}", added.reason());
+        if (*state && !std::exchange(isRefusalTold_, true))
+          refused.emit(takesNothing(**state)
+                           ? troubleOfRecord(**state, path_)
+                           : localisationString("why_recordNotWritten", "", path_,
+                                                replaceAll(added.reason(), path_ + ": ", "")));
+      });
 }
 
 std::string troubleOfRecord(ConvertedRecord::State state, const std::string& path) {
   switch (state) {
     case ConvertedRecord::State::damaged:
-    case ConvertedRecord::State::unreadable:
       return localisationString("why_damagedRecord", "", path);
+    case ConvertedRecord::State::unreadable:
+      return localisationString("why_unreadableRecord", "", path);
     case ConvertedRecord::State::newer:
       return localisationString("why_newerRecord", "", path);
     case ConvertedRecord::State::good:

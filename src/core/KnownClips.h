@@ -9,6 +9,7 @@
 
 #include "core/convertedRecord.h"
 #include "platform/DiskWork.h"
+#include "utils/Signal.h"
 
 namespace tessarin {
 
@@ -20,7 +21,7 @@ class KnownClips {
   using Files = std::vector<std::string>;
   struct Finding {
     std::vector<std::string> known = {};  // of the clips converted before, the first files
-    // Where this is not `good` nothing is known of any clip.
+    // Where this is not `good` less, or nothing, is known of the clips.
     ConvertedRecord::State record = ConvertedRecord::State::good;
   };
 
@@ -31,6 +32,10 @@ class KnownClips {
   KnownClips(const KnownClips&) = delete;
   KnownClips& operator=(const KnownClips&) = delete;
 
+  // The record takes no clips in; why, in the user's language. Once, and not where what was found
+  // in it has told so.
+  Signal<const std::string&> refused;
+
   // Looks at the clips, and tells it from the loop.
   void find(std::vector<Files> clips, std::function<void(const Finding&)> told);
   // Nothing is told any more.
@@ -39,14 +44,17 @@ class KnownClips {
   // The clip of these files has become a whole movie, which is on the disk: what is remembered is
   // not converted again.
   void converted(std::vector<ClipFile> files);
+  // Waits until the record has what was converted.
+  void finish() { disk_.finish(); }
 
  private:
   std::string path_;
+  bool isRefusalTold_ = false;
   std::shared_ptr<std::atomic<bool>> isWanted_;  // of the search under way
   DiskThread disk_;
 };
 
-// Why the record at this path says nothing, in the user's language; "" when it does.
+// Why the record at this path says nothing, or not all, in the user's language; "" when it does.
 std::string troubleOfRecord(ConvertedRecord::State state, const std::string& path);
 
 }  // namespace tessarin

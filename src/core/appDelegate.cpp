@@ -124,6 +124,7 @@ appDelegate::appDelegate(CoreServices services)
   remember(interface.assistantSkip, PrefKey::assistantSkip, [](bool) {});
   queue_.accepted.connect([this] { interface.leftOut.setText(""); });
   queue_.leftOut.connect([this](const KnownClips::Finding& finding) { tellLeftOut(finding); });
+  known_.refused.connect([this](const std::string& reason) { interface.leftOut.setText(reason); });
   listFlavours();
 }
 
@@ -143,11 +144,13 @@ void appDelegate::takeOnlyNew(bool areOnlyNew) {
 }
 
 void appDelegate::tellLeftOut(const KnownClips::Finding& finding) {
-  std::string text = troubleOfRecord(finding.record, services_.convertedClips);
+  std::vector<std::string> lines;
+  if (finding.record != ConvertedRecord::State::good)
+    lines.push_back(troubleOfRecord(finding.record, services_.convertedClips));
   if (const std::size_t count = finding.known.size(); count > 0)
-    text = count == 1 ? localisationString("D_leftOut_one")
-                      : localisationString("D_leftOut", "", fmt::format("{}", count));
-  interface.leftOut.setText(text);
+    lines.push_back(count == 1 ? localisationString("D_leftOut_one")
+                               : localisationString("D_leftOut", "", fmt::format("{}", count)));
+  interface.leftOut.setText(joinTexts(lines, "\n"));
 }
 
 int suitableJobs(unsigned processors) {

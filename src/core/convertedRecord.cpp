@@ -18,9 +18,9 @@ namespace tessarin {
 
 namespace {
 
-// The first line; what comes behind "clips " is the version.
+// The first line is this and the version.
 constexpr std::string_view headBegin = "tessarin converted clips ";
-constexpr std::string_view recordHead = "tessarin converted clips 1";
+constexpr int recordVersion = 1;
 constexpr std::size_t largestRecord = ConvertedRecord::mostClips * 64;
 
 constexpr std::uint64_t markedBytes = 65536;  // at either end of a file
@@ -99,37 +99,53 @@ bool takeNumber(std::string_view& line, int base, Number& number) {
   return error == std::errc();
 }
 
+// What is left of a line that was cut must not be taken for another clip.
 std::optional<ClipMark> markOfLine(std::string_view line) {
+  constexpr std::size_t digitsOfSum = 16;
   ClipMark mark;
   if (!takeNumber(line, 10, mark.bytes) || !startsWith(line, " "))
     return std::nullopt;
   line.remove_prefix(1);
-  if (!takeNumber(line, 16, mark.sum) || !line.empty())
+  if (line.size() != digitsOfSum || !takeNumber(line, 16, mark.sum) || !line.empty())
     return std::nullopt;
   return mark;
+}
+
+// Of the record that begins with this line.
+ConvertedRecord::State stateOfHead(std::string_view line) {
+  using State = ConvertedRecord::State;
+  int version = 0;
+  if (!startsWith(line, headBegin))
+    return State::damaged;
+  line.remove_prefix(headBegin.size());
+  if (!takeNumber(line, 10, version) || !line.empty() || version < recordVersion)
+    return State::damaged;
+  return version > recordVersion ? State::newer : State::good;
 }
 
 ConvertedRecord::Content contentOf(std::string_view text) {
   using State = ConvertedRecord::State;
   const std::string_view head = textUpTo(text, "\n");
-  if (head != recordHead)
-    return {startsWith(head, headBegin) ? State::newer : State::damaged};
-  if (!endsWith(text, "\n"))
-    return {State::damaged};
-  text.remove_prefix(head.size() + 1);
   ConvertedRecord::Content content;
+  content.state = stateOfHead(head);
+  if (content.state == State::newer)
+    return content;
+  const bool isWhole = content.state == State::good && endsWith(text, "\n");
+  if (content.state == State::good)
+    text.remove_prefix(std::min(text.size(), head.size() + 1));
+  if (!isWhole)
+    content.state = State::damaged;
   for (const std::string_view line : splitLines(text)) {
-    const auto mark = markOfLine(line);
-    if (!mark)
-      return {State::damaged};
-    content.marks.push_back(*mark);
+    if (const auto mark = markOfLine(line))
+      content.marks.push_back(*mark);
+    else
+      content.state = State::damaged;
   }
   return content;
 }
 
 std::string textOfRecord(const std::vector<ClipMark>& marks) {
-  std::string text(recordHead);
-  text += '\n';
+  std::string text = fmt::format("{}{}\n", headBegin, recordVersion);
   const std::size_t begin = marks.size() - std::min(marks.size(), ConvertedRecord::mostClips);
   for (std::size_t mark = begin; mark < marks.size(); ++mark)
     text += fmt::format("{} {:016x}\n", marks[mark].bytes, marks[mark].sum);
@@ -201,14 +217,21 @@ Outcome<void> ConvertedRecord::add(const ClipMark& mark) const {
   if (!lock.isOpen() || !lockFile(lock.number(), Lock::alone))
     return Failure{path_ + ": " + systemReason(errno)};
   auto [state, marks] = read();
-  if (state == State::damaged && moveFile(path_, path_ + ".damaged", "y"))
-    state = State::good;
-  if (state != State::good)
+  if (state == State::newer || state == State::unreadable)
     return Failure{path_ + ": it cannot be read, or is of a newer version"};
-  if (std::find(marks.begin(), marks.end(), mark) != marks.end())
+  if (state == State::damaged)
+    TESSARIN_TRY(keepDamaged());
+  if (std::find(marks.begin(), marks.end(), mark) == marks.end())
+    marks.push_back(mark);
+  else if (state == State::good)
     return {};
-  marks.push_back(mark);
   return writeFileAtomically(path_, textOfRecord(marks));
+}
+
+// A copy: the record itself stays until there is another one.
+Outcome<void> ConvertedRecord::keepDamaged() const {
+  TESSARIN_TAKE(const std::string text, readWholeFile(path_, largestRecord));
+  return writeFileAtomically(path_ + ".damaged", text, FolderSync::later);
 }
 
 }  // namespace tessarin

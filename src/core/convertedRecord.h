@@ -48,18 +48,21 @@ class ConvertedRecord {
 
   enum class State { good, damaged, newer, unreadable };
   struct Content {
-    State state = State::good;  // also where there is no such file
-    std::vector<ClipMark> marks = {};
+    State state = State::good;         // also where there is no such file
+    std::vector<ClipMark> marks = {};  // of a damaged record those whose lines can be read
   };
   Content read() const;
 
-  // Brings the mark in. A damaged record is put aside first, as PATH.damaged; one
-  // of a newer version stays as it is, which is a failure. The reasons are for the log.
+  // Brings the mark in. What can be read of a damaged record goes on, and all of it stays as
+  // PATH.damaged; one of a newer version, or that cannot be read at all, stays as it is, which is
+  // a failure.
   Outcome<void> add(const ClipMark& mark) const;
   // Removes the file, whatever is in it.
   Outcome<void> clear() const;
 
  private:
+  Outcome<void> keepDamaged() const;
+
   std::string path_;
 };
 

@@ -69,13 +69,20 @@ TEST(ConvertedRecord, SurvivesDamageOthersAndItsOwnSize) {
   const std::string good = folder.read("deeper/converted");
   for (const std::string& bad :
        {std::string(), good.substr(0, good.size() - 1), good + "x\n", good + "1 2 3\n",
-        good + "1  2\n", "\n" + good, std::string(100, '\0'), good + "-1 2\n"}) {
+        good + "1  2\n", "\n" + good, std::string(100, '\0'), good + "-1 0000000000000002\n",
+        std::string("tessarin converted clips 1x\n"), std::string("tessarin converted clips 0\n"),
+        std::string("tessarin converted clips 1")}) {
     folder.write("deeper/converted", bad);
     EXPECT_EQ(record.read().state, State::damaged) << bad;
   }
-  EXPECT_TRUE(record.add({1, 1}));
-  EXPECT_EQ(record.read().marks, (std::vector<ClipMark>{{1, 1}}));
-  EXPECT_TRUE(pathExists(path + ".damaged"));
+  // The other clips of a damaged record are known, and what is left of a line is no other clip.
+  const std::string torn = good.substr(0, good.size() - 5);
+  folder.write("deeper/converted", torn);
+  EXPECT_EQ(record.read().marks.size(), 39u);
+  EXPECT_TRUE(record.add({8, 8}));
+  EXPECT_EQ(record.read().state, State::good);
+  EXPECT_EQ(record.read().marks.size(), 40u);
+  EXPECT_EQ(folder.read("deeper/converted.damaged"), torn);
 
   const std::string newer = "tessarin converted clips 2\nwho knows\n";
   folder.write("deeper/converted", newer);
@@ -85,7 +92,7 @@ TEST(ConvertedRecord, SurvivesDamageOthersAndItsOwnSize) {
 
   std::string full = "tessarin converted clips 1\n";
   for (std::size_t clip = 0; clip < ConvertedRecord::mostClips; ++clip)
-    full += "18446744073709551615 " + std::to_string(1000000 + clip) + "\n";
+    full += "18446744073709551615 000000000" + std::to_string(1000000 + clip) + "\n";
   folder.write("deeper/converted", full);
   EXPECT_TRUE(record.add({7, 7}));
   const auto marks = record.read().marks;

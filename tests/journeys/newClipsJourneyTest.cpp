@@ -59,16 +59,28 @@ TEST_F(NewClipsJourney, TakesOfACardOnlyWhatWasNotConvertedBefore) {
   result = tessarin({"--new", "--json", "analyse", folder.file("copy")});
   EXPECT_EQ(result.out, "{\"event\":\"leftOut\",\"sources\":[\"" + folder.file("copy/00001.MTS") +
                             "\",\"" + folder.file("copy/00002.MTS") + "\"]}\n");
+  result = tessarin({"--new", "--batch", folder.file("x.batch"), folder.file("copy")});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, HasSubstr("x.batch: no batch was written"));
 
   // Two runs at once, and a record that was spoilt.
   folder.write("state/Tessarin/converted", "spoilt");
   tinyClip("00004.MTS");
   Run one = start({"--new", "-d", folder.file("fresh"), folder.file("copy")});
   Run two = start({"-d", folder.file("other"), folder.file("00004.MTS")});
-  EXPECT_THAT(finish(one).err, HasSubstr("all clips count as new\n"));
+  EXPECT_THAT(finish(one).err, HasSubstr("is damaged"));
   EXPECT_EQ(finish(two).status, 0);
   std::filesystem::rename(folder.file("00004.MTS"), folder.file("copy/00004.mts"));
   EXPECT_THAT(only("copy", "movies").errorLines(), ElementsAre(HasSubstr("3 clips")));
+
+  // A record that takes nothing in is told once, whatever the number of clips.
+  const std::string newer = "tessarin converted clips 2\n";
+  folder.write("state/Tessarin/converted", newer);
+  const Arguments both = {"--overwrite", "replace", "-d", folder.file("fresh"),
+                          folder.file("copy")};
+  EXPECT_THAT(tessarin(both).errorLines(), ElementsAre(HasSubstr("by a newer version")));
+  EXPECT_THAT(only("copy", "fourth").errorLines(), ElementsAre(HasSubstr("by a newer version")));
+  EXPECT_EQ(folder.read("state/Tessarin/converted"), newer);
 
   EXPECT_EQ(tessarin({"--forget", "--new"}).out, "all clips count as new again\n");
   EXPECT_EQ(only("copy", "third").lines().size(), 3u);
