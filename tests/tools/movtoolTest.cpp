@@ -177,6 +177,33 @@ TEST(Movtool, OneWrongTimeRepeatsNoPictures) {
   EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "nb_frames"), "50");
 }
 
+// A trimmed clip: its first pictures cannot be decoded, its sound can.
+TEST(Movtool, BeginsWithTheFirstPictureOfACutClip) {
+  const ScopedTemporaryFolder folder;
+  makeClip(folder, "whole.mpg",
+           "-f lavfi -i testsrc2=s=320x240:r=50:d=2 -f lavfi -i sine=d=2 " + topFirst + " -top 1 " +
+               flagged + "-g 12 -c:a mp2 -f vob");
+  constexpr std::size_t pack = 2048;
+  const std::string clip = folder.write("clip.mpg", folder.read("whole.mpg").substr(100 * pack));
+  const std::string decodable =
+      runShell(
+          "ffprobe -v quiet -count_frames -select_streams v -show_entries "
+          "stream=nb_read_frames -of csv=p=0 " +
+          test::quoted(clip) + " | tr -dc 0-9")
+          .output;
+  const int pictures = std::stoi("0" + decodable);
+  ASSERT_GT(pictures, 10);
+  ASSERT_LT(pictures, 40);
+  Settings settings;
+  settings.width = 480;
+  settings.height = 360;
+  settings.scan = "i";
+  exported(folder, settings, clip);
+  const std::string movie = folder.file("out.mov");
+  EXPECT_EQ(probed(movie, "v:0", "nb_frames"), decodable);
+  EXPECT_NEAR(std::stod(probed(movie, "a:0", "duration")), pictures / 25.0, 0.05);
+}
+
 TEST(Movtool, KeepsAllTracksAndChannels) {
   const ScopedTemporaryFolder folder;
   const std::string clip =

@@ -292,11 +292,13 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
   append(arguments, {"-fflags", "+genpts", "-i", input.path});
 }
 
-// With the source's time counted from the movie's beginning.
+// With the source's time counted from the movie's beginning where that lies before what ffmpeg
+// takes for the source's. Where it lies behind, filters count: to ffmpeg, packets far below zero
+// would be the clock's leaps, and it would move them.
 std::vector<std::string> argumentsTelling(const char* level, const ExportInput& input,
                                           const ExportPlan& plan) {
   std::vector<std::string> arguments = {"-nostdin", "-v", level};
-  if (plan.start.numerator != 0)
+  if (plan.start.numerator < 0)
     append(arguments, {"-itsoffset", fmt::format("{:.6f}", -value(plan.start))});
   appendInput(arguments, input);
   return arguments;
@@ -435,6 +437,8 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.start = source.firstPicture;
 
   Chain chain;
+  if (plan.start.numerator > 0)
+    chain.add(fmt::format("setpts=round(PTS-{}/TB)", text(plan.start)));
   // Before it is slowed.
   auto seconds = source.duration;
   if (seconds && input.slow)
@@ -507,6 +511,10 @@ std::vector<std::string> soundArguments(const ExportInput& input, std::size_t tr
       input.channels.empty() ? 0 : input.channels[std::min(track, input.channels.size() - 1)];
   if (channels > 0)
     append(arguments, {"-ac", std::to_string(channels)});
+  // Behind the filters, of which one may have slowed it.
+  if (plan.start.numerator > 0)
+    append(arguments,
+           {"-ss", fmt::format("{:.6f}", (input.slowSound ? 2 : 1) * value(plan.start))});
   append(arguments, {"-f", "wav", "pipe:1"});
   appendSameStreams(arguments, input);
   return arguments;
