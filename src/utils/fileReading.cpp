@@ -57,6 +57,7 @@ Outcome<std::string> readStart(std::string_view path, std::size_t limit) {
   ::close(descriptor);
   if (error != 0)
     return Failure{name + ": " + systemReason(error)};
+  content.shrink_to_fit();  // it may be kept for long
   return content;
 }
 
