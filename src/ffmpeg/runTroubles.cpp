@@ -64,6 +64,12 @@ std::optional<std::size_t> repeatsOf(std::string_view line) {
       std::clamp<std::int64_t>(leadingInteger(*number), 0, std::int64_t{mostRepeats}));
 }
 
+// "FILE: reason".
+std::string_view behindFile(std::string_view words) {
+  const std::size_t end = words.rfind(": ");
+  return end == std::string_view::npos ? std::string_view() : words.substr(end + 2);
+}
+
 }  // namespace
 
 RunTroubles::RunTroubles(std::string source, std::string output)
@@ -205,7 +211,8 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
       contains(words, "invalid as first byte of an EBML number"))
     givenUp_ = words;
   // What reads a source of several files for ffmpeg tells of the source as that does.
-  words = wordsOfReader(words).value_or(words);
+  const auto ofReader = wordsOfReader(words);
+  words = ofReader.value_or(words);
   const auto [ofSource, ofDemuxer] = readErrorStarts;
   // Of the run that decodes sound the export tool marks each line. What it reads may be the copy
   // that a tool before it made under the name of the output.
@@ -214,6 +221,8 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   std::string_view reason;
   if (isOwn && startsWith(words, ofSource))
     reason = trimmed(words.substr(ofSource.size()));
+  else if (ofReader && beginsWithOne(behindFile(words), diskErrors))
+    reason = behindFile(words);  // of a further file
   else if (isOwn && startsWith(words, ofOutput) &&
            beginsWithOne(words.substr(ofOutput.size()), diskErrors))
     reason = trimmed(words.substr(ofOutput.size()));

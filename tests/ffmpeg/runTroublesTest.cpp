@@ -114,6 +114,8 @@ TEST(RunTroubles, DamagedPicturesAreCountedOnceByEveryVersion) {
 TEST(RunTroubles, ReadingThatEndsIsToldFromReadingThatFails) {
   EXPECT_EQ(troublesOfRun("/clips/six.MTS: Input/output error\n").readError(),
             "Input/output error");
+  EXPECT_EQ(troublesOfRun("joinclips: /clips/seven.MTS: Input/output error\n").readError(),
+            "Input/output error");
   EXPECT_EQ(troublesOfRun("[aist#0 @ movtool] /clips/six.MTS: Input/output error\n").readError(),
             "Input/output error");
   EXPECT_EQ(

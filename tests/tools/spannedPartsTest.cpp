@@ -57,6 +57,21 @@ TEST(SpannedParts, GoOnWithoutAGapOrNotAtAll) {
   }
 }
 
+// Only the first picture of each group tells its time, of fifteen here.
+TEST(SpannedParts, OfProgramStreamsGoOnByTheClockAsWell) {
+  ClipFacts first = partFrom(5 * second);
+  first.lastDecoded = wrapped(15 * second - 15 * 3600);
+  first.clockEnd = 15 * second - 9000;
+  ClipFacts next = partFrom(15 * second);
+  next.clockBegin = 15 * second - 4500;
+  EXPECT_TRUE(goesOn(first, next));
+  next.clockBegin = 15 * second + second / 2;
+  EXPECT_FALSE(goesOn(first, next)) << "the clock stood still between them";
+  next.clockBegin = 15 * second - 4500;
+  next.firstDecoded += 15 * 3600;
+  EXPECT_FALSE(goesOn(first, next)) << "a group is missing";
+}
+
 TEST(SpannedParts, AreLookedForByNumberAndByTheCardOrTheSize) {
   EXPECT_EQ(nextName("/card/STREAM/00009.MTS"), "/card/STREAM/00010.MTS");
   EXPECT_EQ(nextName("/card/STREAM/09999.MTS"), "/card/STREAM/10000.MTS");
