@@ -120,8 +120,10 @@ mode_t modeOf(int flags, va_list more) {
 // clang-format off
 PASSED_ON(ssize_t, read, -1, falls("read", file), (int file, void* data, size_t size), (file, data, size))
 PASSED_ON(ssize_t, pread64, -1, falls("read", file), (int file, void* data, size_t size, off64_t place), (file, data, size, place))
+PASSED_ON(ssize_t, pread, -1, falls("read", file), (int file, void* data, size_t size, off_t place), (file, data, size, place))
 PASSED_ON(ssize_t, write, -1, falls("write", file), (int file, const void* data, size_t size), (file, data, size))
 PASSED_ON(ssize_t, writev, -1, falls("write", file), (int file, const iovec* data, int count), (file, data, count))
+PASSED_ON(ssize_t, pwrite, -1, falls("write", file), (int file, const void* data, size_t size, off_t place), (file, data, size, place))
 PASSED_ON(ssize_t, pwrite64, -1, falls("write", file), (int file, const void* data, size_t size, off64_t place), (file, data, size, place))
 PASSED_ON(int, fsync, -1, falls("fsync", file), (int file), (file))
 PASSED_ON(int, fdatasync, -1, falls("fsync", file), (int file), (file))

@@ -44,3 +44,8 @@ extern "C" ssize_t pread64(int file, void* buffer, size_t count, off64_t positio
   static auto* const real = next<ssize_t(int, void*, size_t, off64_t)>("pread64");
   return fails(file, position, count) ? -1 : real(file, buffer, count, position);
 }
+
+extern "C" ssize_t pread(int file, void* buffer, size_t count, off_t position) {
+  static auto* const real = next<ssize_t(int, void*, size_t, off_t)>("pread");
+  return fails(file, position, count) ? -1 : real(file, buffer, count, position);
+}
