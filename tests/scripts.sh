@@ -54,6 +54,45 @@ expect "a step" 1 $'try: trying\nfrom the command\ntry: failed: trying (*/build/
 expect "a step that gives a reason" 1 $'try: trying\ntry: because\ntry: failed: trying (*' \
   'step a trying fail because'
 
+# A source that clang-tidy (here one that looks for a word) found to be clean is passed over until
+# something that it would see changes, and one that is not clean never.
+tidied() {
+  local status=0
+  printf "$folder/checkout/src/%s.cpp\n" "${@:3}" |
+    PATH="$folder/bin:$PATH" XDG_CACHE_HOME="$folder" "$folder/checkout/scripts/tidy" "$folder/build" \
+      >/dev/null || status=$?
+  if [ "$status" -ne "$1" ] || [ "$(wc -l <"$folder/calls")" -ne "$2" ]; then
+    echo "tidy ${*:3}: status $status, calls so far: $(cat "$folder/calls")" >&2
+    failed=1
+  fi
+}
+if command -v python3 >/dev/null; then
+  mkdir "$folder/checkout/src" "$folder/build"
+  cat >"$folder/bin/clang-tidy" <<END
+#!/bin/sh
+[ "\$1" != --version ] || exit 0
+for source; do :; done
+echo "\$source" >>"$folder/calls"
+! grep -n wrong "\$source"
+END
+  chmod +x "$folder/bin/clang-tidy"
+  echo "Checks: all" >"$folder/checkout/.clang-tidy"
+  echo "int number;" >"$folder/checkout/src/a b.h"
+  for name in right wrong; do
+    path=$folder/checkout/src/$name.cpp
+    printf '#include "a b.h"\nint %s = number;\n' "$name" >"$path"
+    printf '{"directory": "%s", "command": "c++ -o x.o -c '"'%s'"'", "file": "%s"}\n' "$folder" "$path" \
+      "$path"
+  done | paste -sd, | sed 's/.*/[&]/' >"$folder/build/compile_commands.json"
+  tidied 1 2 right wrong
+  tidied 1 3 right wrong
+  echo "// changed" >>"$folder/checkout/src/a b.h"
+  tidied 0 4 right
+  echo "# changed" >>"$folder/checkout/.clang-tidy"
+  tidied 0 5 right
+  tidied 0 5 right
+fi
+
 # All scripts have what does this; those that are installed, which have no checkout, a trap.
 mapfile -t scripts < <(find "$root" \( -path "$root/build" -o -path "$root/.git" \) -prune -o \
   -type f -exec grep -lE -m 1 '^#!/.*sh$' {} + | sort)
