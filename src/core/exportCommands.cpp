@@ -89,7 +89,7 @@ bool needsSlowing(const Row& row) {
 
 Arguments slowingCommand(const JobPlan& plan, const std::string& slowed) {
   // The stretch counts from 0: what is taken off before it counts twice, and the pictures begin
-  // when they did.
+  // when they did. Times below zero lose nothing here: the clock of such a movie does not leap.
   const double begin = plan.row.source.pictures.begin.value_or(0);
   Arguments command = {Bundle::main().toolPath("ffmpeg"),
                        "-loglevel",

@@ -58,13 +58,6 @@ bool slowsItsSound(const Row& row) {
          !usedSounds(row.source).empty();
 }
 
-// Has the sound slowed with pictures that the command slows.
-void slowSound(EncodingCommand& command) {
-  Arguments& arguments = command.arguments;
-  arguments.insert(std::find(arguments.begin(), arguments.end(), "-sn"),
-                   {"-af", slowedSoundFilter});
-}
-
 // The export of the source, with what ffmpeg would have been told of it.
 Arguments sourceExport(const Row& row, const std::string& movie, const std::string& settings) {
   const Source& source = row.source;
@@ -142,7 +135,7 @@ std::optional<JobPlan> planJob(const Row& wanted, const std::string& movie,
   plan.slowsSound = slowsItsSound(row);
   // A copy is slowed in a step of its own.
   if (plan.slowsSound && !plan.isExport && !plan.needsSlowing)
-    slowSound(*command);
+    addSoundFilter(*command, slowedSoundFilter);
   plan.seconds = row.source.duration.value_or(0) * (isSlowed(row) ? 2 : 1);
   plan.command = std::move(*command);
   return plan;

@@ -247,14 +247,22 @@ void nameSounds(const Source& source, EncodingCommand& command) {
 
 // Sees to it that the movie begins with its first picture, and the sound with what is heard then:
 // ffmpeg would fill the time before with copies of that picture, and leave out or move what is
-// shown before the source's time begins.
+// shown before the source's time begins. What lies behind that beginning filters count: to ffmpeg,
+// packets far below zero would be the clock's leaps, and it would move them.
 void beginWithFirstPicture(const Source& source, EncodingCommand& command) {
   const double begin = source.pictures.begin.value_or(0);
   Arguments& arguments = command.arguments;
   if (begin == 0 || std::find(arguments.begin(), arguments.end(), "copy") != arguments.end())
     return;
-  const auto input = std::find(arguments.begin(), arguments.end(), "-i");
-  arguments.insert(input, {"-itsoffset", fmt::format("{:.6f}", -begin)});
+  if (begin < 0) {
+    const auto input = std::find(arguments.begin(), arguments.end(), "-i");
+    arguments.insert(input, {"-itsoffset", fmt::format("{:.6f}", -begin)});
+    return;
+  }
+  addFilter(arguments, fmt::format("setpts=round(PTS-{:.6f}/TB)", begin), FilterPlace::first);
+  if (!usedSounds(source).empty())
+    addSoundFilter(command,
+                   fmt::format("atrim=start={0:.6f},asetpts=round(PTS-{0:.6f}/TB)", begin));
 }
 
 // Brings the pictures, behind all else, to what ProRes encoders take; these fields then need no
@@ -338,6 +346,15 @@ std::optional<EncodingCommand> encodage(const Row& row, const std::string& desti
   logDetails("argsMArray fin       ", arguments);
   logLine("encodage            - fin");
   return command;
+}
+
+void addSoundFilter(EncodingCommand& command, const std::string& filter) {
+  Arguments& arguments = command.arguments;
+  const auto option = std::find(arguments.begin(), arguments.end(), "-af");
+  if (option != arguments.end())
+    *(option + 1) += "," + filter;
+  else
+    arguments.insert(std::find(arguments.begin(), arguments.end(), "-sn"), {"-af", filter});
 }
 
 std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& destination,

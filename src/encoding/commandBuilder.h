@@ -30,6 +30,9 @@ std::optional<EncodingCommand> encodage(const Row& row, const std::string& desti
 std::optional<EncodingCommand> movieCommand(const Row& row, const std::string& destination,
                                             std::string_view prefProres);
 
+// Has all sounds of the movie go through this filter, too, behind those that they have.
+void addSoundFilter(EncodingCommand& command, const std::string& filter);
+
 // The colours of a source: what it says, and what is usual where it does not.
 PictureColours sourceColours(const Source& source);
 

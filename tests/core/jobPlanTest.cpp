@@ -176,13 +176,22 @@ TEST_F(JobPlanTest, FieldsOfProresGetTheOrderThatTheMovieClaims) {
 TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
   const auto plan = [](bool progressive, Speed speed) {
     Row row = withInfo(rowOf(progressive, progressive ? 10 : 12, outProres),
-                       {{"v0_begin", 0.549333}, {"w_duration", 3}});
+                       {{"v0_begin", 0.549333},
+                        {"w_duration", 3},
+                        {"a0_id", 1},
+                        {"a0_channels", 2},
+                        {"prefSlowSound", "slowed"}});
     row.choice.speed = speed;
     return *planJob(row, "/out/x.mov", "apcn");
   };
   const auto text = [](const Arguments& command) { return joinTexts(command, " "); };
+  // Packets below zero would be leaps of the clock to ffmpeg.
+  const std::string fields = text(plan(false, speedSlow).command.arguments);
+  EXPECT_FALSE(contains(fields, "-itsoffset")) << fields;
+  EXPECT_TRUE(contains(fields, " -vf setpts=round(PTS-0.549333/TB),")) << fields;
   EXPECT_TRUE(
-      contains(text(plan(false, speedSlow).command.arguments), " -itsoffset -0.549333 -i "));
+      contains(fields, " -af atrim=start=0.549333,asetpts=round(PTS-0.549333/TB),atempo=0.5 "))
+      << fields;
   const JobPlan copy = plan(true, speedSlow);
   EXPECT_FALSE(contains(text(copy.command.arguments), "-itsoffset")) << "a copy tells it";
   EXPECT_TRUE(contains(text(slowingCommand(copy, "/s.mov")), "-itsoffset -0.27466"));

@@ -116,6 +116,29 @@ TEST_F(LostFootageJourney, DamageInsideAClipIsToldEverywhere) {
         << format;
 }
 
+// A trimmed clip with a hole before its first key frame, of which the tools tell as damage; all
+// that can be decoded is in the movie, with the sound of that time.
+TEST_F(LostFootageJourney, ACutClipWithAHoleKeepsItsPicturesAndSound) {
+  ASSERT_TRUE(test::makeClip(test::interlacedPicture("720x576", "4") + test::tone("4") +
+                                 "-c:v libx264 -preset superfast -b:v 4M -flags +ildct+ilme "
+                                 "-x264-params tff=1:keyint=25:open-gop=1:bframes=2:b-pyramid=none "
+                                 "-c:a ac3 -mpegts_m2ts_mode 1 -f mpegts",
+                             folder.file("whole.mts")));
+  constexpr std::size_t packet = 192;
+  const std::string whole = folder.read("whole.mts");
+  const std::size_t packets = whole.size() / packet;
+  const std::size_t start = packets * 35 / 100 * packet;
+  const std::size_t hole = packets * 38 / 100 * packet;
+  const std::string clip = folder.write(
+      "x.mts", whole.substr(start, hole - start) + whole.substr(hole + packets / 10 * packet));
+  const Result result = tessarin({"-d", destination(), "--size", "same", clip});
+  EXPECT_THAT(result.out, HasSubstr(" (with ")) << result.err;
+  const auto made = readMovieIndex(movie("x.mov"));
+  ASSERT_TRUE(made && made->pictures() && !made->sounds().empty()) << result.err;
+  EXPECT_EQ(made->pictures()->shown, 25u);
+  EXPECT_NEAR(made->sounds().at(0)->seconds, 1, 0.05);
+}
+
 TEST_F(LostFootageJourney, WhatAnAviFilePromisesIsComparedWithWhatItHas) {
   const std::string clip = folder.file("x.avi");
   ASSERT_TRUE(test::makeClip(
