@@ -117,7 +117,8 @@ void ConversionJob::check() {
   }
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
-  const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_;
+  const bool mayHaveHoles =
+      damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_ || mayBeginLate(*plan_);
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
@@ -248,6 +249,10 @@ void ConversionJob::countDamage() {
   if (const std::size_t lost = lostPictures(*plan_, measure, movie_); lost > damagedPictures_) {
     logFormat("check               :-( {} pictures of the source are not in the movie", lost);
     damagedPictures_ = lost;
+  }
+  if (const std::size_t skipped = skippedPictures(*plan_, measure); skipped > damagedPictures_) {
+    logFormat("check               :-( {} pictures lie before the first key frame", skipped);
+    damagedPictures_ = skipped;
   }
   if (const std::size_t missing = missingPictures(*plan_, measure); missing > damagedPictures_) {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);

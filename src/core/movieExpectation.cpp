@@ -106,6 +106,9 @@ bool tellsLength(const Source& source) {
          std::find(telling.begin(), telling.end(), firstContainer(source)) != telling.end();
 }
 
+// Seconds: cameras begin groups of pictures at least this often.
+constexpr double longestCutGroup = 1.1;
+
 std::string count(double number) {
   return fmt::format("{:.0f}", number);
 }
@@ -206,6 +209,21 @@ std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
   if (missing < slack)
     return 0;
   return static_cast<std::size_t>(std::max(1.0, std::round(missing * pictureRateOf(source))));
+}
+
+std::size_t skippedPictures(const JobPlan& plan, const SourceMeasure& measure) {
+  const auto& read = measure.pictures;
+  if (!read)
+    return 0;
+  const double skipped = (plan.isCopy ? read->first : beginOf(plan)) - read->earliest;
+  if (skipped <= longestCutGroup)
+    return 0;
+  // Packets may be fields, and the times of damaged ones anything.
+  return std::min<std::size_t>(read->keyless, picturesIn(skipped, plan.row.source));
+}
+
+bool mayBeginLate(const JobPlan& plan) {
+  return beginOf(plan) > longestCutGroup;
 }
 
 std::size_t picturesIn(double seconds, const Source& source) {

@@ -35,6 +35,13 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // what is longer.
 std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
 
+// How many pictures of the source lie before what the movie begins with, as its first key frame is
+// gone. A second of them is no damage: a clip that was cut inside a group of pictures begins so.
+std::size_t skippedPictures(const JobPlan& plan, const SourceMeasure& measure);
+
+// Whether the movie begins so late that there may be such pictures.
+bool mayBeginLate(const JobPlan& plan);
+
 // How many whole pictures of the source last so long.
 std::size_t picturesIn(double seconds, const Source& source);
 

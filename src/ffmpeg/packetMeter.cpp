@@ -46,6 +46,15 @@ std::int64_t hexadecimal(std::string_view text) {
   return number;
 }
 
+// They are told where they are others than those of a key frame.
+constexpr std::int64_t keyFrame = 1;
+std::int64_t flagsOf(const std::vector<std::string_view>& fields) {
+  for (const std::string_view field : fields)
+    if (const auto flags = textAfter(field, "F=0x"))
+      return hexadecimal(*flags);
+  return keyFrame;
+}
+
 }  // namespace
 
 std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion) {
@@ -62,7 +71,8 @@ std::vector<std::string> measuringCommand(const std::vector<std::string>& conver
   if (const auto level = std::find(command.begin(), command.end(), "-loglevel");
       command.end() - level >= 2)
     *(level + 1) = "error";
-  command.insert(command.end(), {"-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"});
+  command.insert(command.end(),
+                 {"-c", "copy", "-copyinkf:v", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"});
   return command;
 }
 
@@ -113,10 +123,9 @@ void PacketMeter::addPacket(std::string_view line) {
   const auto [number, decoded, shown, duration, size] = numbers;
   // Packets that only help to decode others, which an edit list has cut off.
   constexpr std::int64_t discarded = 4;
-  for (const std::string_view field : fields)
-    if (const auto flags = textAfter(field, "F=0x");
-        flags && (hexadecimal(*flags) & discarded) != 0)
-      return;
+  const std::int64_t flags = flagsOf(fields);
+  if ((flags & discarded) != 0)
+    return;
   const auto found = streams_.find(number);
   if (found == streams_.end() || size < 0 || duration < 0)
     return;
@@ -126,9 +135,16 @@ void PacketMeter::addPacket(std::string_view line) {
   if (!isWithin(start, ReportRange::time) || !isWithin(end, ReportRange::time))
     return;
   bytes_ += static_cast<std::uint64_t>(size);
+  stream.earliest = std::min(stream.earliest.value_or(start), start);
+  if (!stream.measured && !stream.isSound && (flags & keyFrame) == 0) {
+    ++stream.keyless;
+    return;
+  }
   const double byteRate = end > start ? static_cast<double>(size) / (end - start) : 0;
   if (!stream.measured) {
     stream.measured = MeasuredStream{};
+    stream.measured->keyless = stream.keyless;
+    stream.measured->earliest = *stream.earliest;
     stream.measured->first = start;
     stream.measured->end = end;
     stream.latest = start;

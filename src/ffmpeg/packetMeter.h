@@ -18,6 +18,10 @@ struct MeasuredStream {
   double first = 0;           // when the first one is shown
   double end = 0;             // when the last one is over
   std::uint64_t leading = 0;  // of the packets, those that are shown before the first one
+  // The packets before the first key frame, of which nothing above or below tells, and when the
+  // earliest of all is shown.
+  std::uint64_t keyless = 0;
+  double earliest = 0;
   // Of the packets, those that are shown more than a second before one that was stored ahead of
   // them: a clock that jumped has taken them, or that one, out of their places.
   std::uint64_t displaced = 0;
@@ -34,7 +38,7 @@ struct MeasuredStream {
 struct SourceMeasure {
   std::optional<MeasuredStream> pictures;
   std::vector<MeasuredStream> sounds;  // in order, those with packets
-  std::uint64_t bytes = 0;             // of all packets
+  std::uint64_t bytes = 0;             // of all packets, those before key frames as well
 };
 
 // The command that lists the packets of what `conversion` (a program, arguments with one "-i" and
@@ -56,6 +60,8 @@ class PacketMeter {
     double tick = 0;      // seconds
     double latest = 0;    // when the latest packet is shown
     double byteRate = 0;  // of the first packet
+    std::uint64_t keyless = 0;
+    std::optional<double> earliest;
     std::optional<MeasuredStream> measured;
   };
 

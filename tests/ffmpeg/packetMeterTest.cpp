@@ -36,6 +36,21 @@ TEST(PacketMeter, MeasuresPicturesAndSoundOfAList) {
   EXPECT_EQ(measure.bytes, 14183u + 3000 + 2000 + 1000 + 2 * 384);
 }
 
+TEST(PacketMeter, CountsWhatLiesBeforeTheFirstKeyFrame) {
+  PacketMeter meter;
+  for (const char* line :
+       {"#tb 0: 1/25", "#media_type 0: video", "0, 0, 2, 1, 900, 0x1, F=0x0",
+        "0, 1, 1, 1, 900, 0x1, F=0x0", "0, 50, 50, 1, 7000, 0x1", "0, 51, 51, 1, 900, 0x1, F=0x0"})
+    meter.addLine(line);
+  const SourceMeasure measure = meter.result();
+  ASSERT_TRUE(measure.pictures);
+  EXPECT_EQ(measure.pictures->keyless, 2u);
+  EXPECT_DOUBLE_EQ(measure.pictures->earliest, 0.04);
+  EXPECT_EQ(measure.pictures->packets, 2u);
+  EXPECT_DOUBLE_EQ(measure.pictures->first, 2);
+  EXPECT_EQ(measure.bytes, 900u * 3 + 7000);
+}
+
 // As ffmpeg lists a key frame behind a hole of the clock, which only it has jumped over yet; and DV
 // whose second scene has sound of 32 kHz, not of 48.
 TEST(PacketMeter, CountsWhatJumpsOfTheClockAndChangesOfTheRateSpoil) {
@@ -81,7 +96,8 @@ TEST(PacketMeter, TheSourceIsReadAsItsConversionReadsIt) {
       measuringCommand({"/tools/ffmpeg", "-loglevel", "info", "-f", "mpegts", "-itsoffset", "-1",
                         "-i", "/a.mts", "-map", "0:V:0", "-c:v", "copy", "-y", "/a.mov"}),
       ElementsAre("/tools/ffmpeg", "-loglevel", "error", "-f", "mpegts", "-i", "/a.mts", "-map",
-                  "0:V:0", "-c", "copy", "-sn", "-dn", "-stats", "-f", "framecrc", "pipe:1"));
+                  "0:V:0", "-c", "copy", "-copyinkf:v", "-sn", "-dn", "-stats", "-f", "framecrc",
+                  "pipe:1"));
   EXPECT_TRUE(measuringCommand({"true"}).empty());
 }
 

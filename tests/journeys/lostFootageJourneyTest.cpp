@@ -139,6 +139,25 @@ TEST_F(LostFootageJourney, ACutClipWithAHoleKeepsItsPicturesAndSound) {
   EXPECT_NEAR(made->sounds().at(0)->seconds, 1, 0.05);
 }
 
+// Most of the clip is one group of pictures, whose first one is gone.
+TEST_F(LostFootageJourney, WhatNoKeyFrameLeadsToIsTold) {
+  const std::string clip = folder.file("x.mts");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "3") + test::tone("3") +
+                                 "-c:v libx264 -preset ultrafast -g 50 -sc_threshold 0 -c:a ac3 "
+                                 "-f mpegts",
+                             clip));
+  std::string bytes = folder.read("x.mts");
+  bytes.replace(3 * 188, 20 * 188, std::string(20 * 188, 0));
+  folder.write("x.mts", bytes);
+  for (const char* format : {"quicktime", "aic"}) {
+    std::filesystem::remove_all(destination());
+    const Result result = tessarin({"-d", destination(), "--format", format, clip});
+    EXPECT_EQ(result.status, 1) << format;
+    EXPECT_THAT(result.out, testing::ContainsRegex("with (49|50) damaged pictures"))
+        << format << result.err;
+  }
+}
+
 TEST_F(LostFootageJourney, WhatAnAviFilePromisesIsComparedWithWhatItHas) {
   const std::string clip = folder.file("x.avi");
   ASSERT_TRUE(test::makeClip(
