@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -49,9 +50,15 @@ double unitOf(FileBytes& bytes, const Element& segment) {
   return unit.value_or(usual) / 1e9;
 }
 
-std::vector<double> timesOfClusters(FileBytes& bytes, const Element& segment) {
+struct Cluster {
+  double time = 0;
+  std::uint64_t begin = 0;  // of its content
+  std::uint64_t end = 0;
+};
+
+std::vector<Cluster> clustersOf(FileBytes& bytes, const Element& segment) {
   constexpr int mostBefore = 10;  // elements in front of a cluster's time
-  std::vector<double> times;
+  std::vector<Cluster> clusters;
   const std::uint64_t end = segment.begin + segment.size;
   for (std::uint64_t position = segment.begin; position < end;) {
     const auto element = ebml::elementAt(bytes, position);
@@ -62,9 +69,47 @@ std::vector<double> timesOfClusters(FileBytes& bytes, const Element& segment) {
       continue;
     if (const auto time =
             numberOf(bytes, find(bytes, element->begin, position, ebml::clusterTime, mostBefore)))
-      times.push_back(*time);
+      clusters.push_back({*time, element->begin, position});
   }
-  return times;
+  return clusters;
+}
+
+// How long the pictures of a cluster are, in its unit: those of the track with the most bytes.
+double lengthOf(FileBytes& bytes, const Cluster& cluster) {
+  constexpr std::uint64_t simpleBlock = 0xA3;
+  constexpr std::uint64_t blockGroup = 0xA0;
+  constexpr std::uint64_t block = 0xA1;
+  struct Track {
+    std::uint64_t bytes = 0;
+    int blocks = 0;
+    int earliest = 0;
+    int latest = 0;
+  };
+  std::map<std::uint64_t, Track> tracks;
+  for (std::uint64_t position = cluster.begin; position < cluster.end;) {
+    const auto element = ebml::elementAt(bytes, position);
+    if (!element || element->isOpen)
+      break;
+    position = element->id == blockGroup ? element->begin : element->begin + element->size;
+    if (element->id != simpleBlock && element->id != block)
+      continue;
+    // The track's number, of one byte for the first 127, then the time behind the cluster's.
+    Track& track = tracks[bytes.number(element->begin, 1)];
+    const auto time = static_cast<std::int16_t>(bytes.number(element->begin + 1, 2));
+    track.earliest = track.blocks == 0 ? time : std::min<int>(track.earliest, time);
+    track.latest = track.blocks == 0 ? time : std::max<int>(track.latest, time);
+    track.bytes += element->size;
+    ++track.blocks;
+  }
+  const auto pictures = std::max_element(
+      tracks.begin(), tracks.end(),
+      [](const auto& one, const auto& other) { return one.second.bytes < other.second.bytes; });
+  constexpr double least = 1;  // it is told, however long
+  if (pictures == tracks.end() || pictures->second.blocks < 2)
+    return least;
+  const auto& [number, track] = *pictures;
+  const double span = track.latest - track.earliest;
+  return std::max(least, span * track.blocks / (track.blocks - 1));
 }
 
 }  // namespace
@@ -82,24 +127,24 @@ Outcome<ClusterTimes> clusterTimes(const std::string& path) {
   ClusterTimes result;
   if (!segment)
     return result;
-  const std::vector<double> times = timesOfClusters(bytes, *segment);
+  const std::vector<Cluster> clusters = clustersOf(bytes, *segment);
+  if (clusters.size() < 2)
+    return result;
+  double misplaced = 0;
+  for (std::size_t place = 1; place < clusters.size(); ++place)
+    if (clusters[place].time < clusters[place - 1].time) {
+      // One goes on where the one before the other ended, and the other is out of its place.
+      const bool goesOn = place > 1 && clusters[place].time > clusters[place - 2].time;
+      misplaced += lengthOf(bytes, clusters[place - (goesOn || place == 1 ? 1 : 0)]);
+    }
   if (!bytes.failure().empty())
     return Failure{bytes.failure()};
-  std::vector<double> steps;
-  double back = 0;
-  for (std::size_t place = 1; place < times.size(); ++place)
-    if (const double step = times[place] - times[place - 1]; step > 0)
-      steps.push_back(step);
-    else if (step < 0)
-      ++back;
-  if (steps.empty())
-    return result;
   const double unit = unitOf(bytes, *segment);
-  const auto [first, last] = std::minmax_element(times.begin(), times.end());
-  result.seconds = (*last - *first) * unit;
-  std::nth_element(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2),
-                   steps.end());
-  result.misplaced = back * steps[steps.size() / 2] * unit;
+  const auto [first, last] = std::minmax_element(
+      clusters.begin(), clusters.end(),
+      [](const Cluster& one, const Cluster& other) { return one.time < other.time; });
+  result.seconds = (last->time - first->time) * unit;
+  result.misplaced = misplaced * unit;
   return result;
 }
 

@@ -9,7 +9,7 @@ namespace tessarin {
 
 struct ClusterTimes {
   double seconds = 0;    // from the first cluster to the latest one
-  double misplaced = 0;  // of them, those of clusters that the next one goes back behind
+  double misplaced = 0;  // of them, those of pictures in clusters that are out of their places
 };
 
 // All clusters are looked for, so that much of a large file may have to be read. Of another file,
