@@ -13,6 +13,7 @@ namespace tessarin {
 namespace {
 
 int descriptor = -1;
+bool isKeptFromTerminal = false;
 std::atomic<bool> debugFlag = false;  // threads ask, too
 
 constexpr std::size_t longestText = 1u << 20;
@@ -50,6 +51,8 @@ void logLine(std::string_view text) {
     handler()(text);
     return;
   }
+  if (descriptor < 0 && isKeptFromTerminal)
+    return;
   const std::string line =
       fmt::format("{} Tessarin[{}] {}\n", timeStamp(), processId(), text.substr(0, longestText));
   if (!writeAll(logDescriptor(), line))
@@ -68,6 +71,10 @@ void setLogGrowth(std::size_t bytes, std::function<void()> grown) {
 
 void setLogDescriptor(int newDescriptor) {
   descriptor = newDescriptor;
+}
+
+void keepLogFromTerminal() {
+  isKeptFromTerminal = true;
 }
 
 int logDescriptor() {

@@ -20,6 +20,8 @@ void logLine(std::string_view text);
 
 // Sends later lines to this descriptor (borrowed; it has to stay open). -1: standard error.
 void setLogDescriptor(int descriptor);
+// Has lines that would go to standard error go nowhere.
+void keepLogFromTerminal();
 // The descriptor that log lines go to: also the standard error of child processes whose messages
 // nobody collects.
 int logDescriptor();

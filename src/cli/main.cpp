@@ -30,6 +30,7 @@ namespace {
 // The terminal stays the user's: until the detail log is open, and when there is no place for it,
 // log lines and what tools say that nobody collects go nowhere.
 void silenceLog() {
+  keepLogFromTerminal();
   static_cast<void>(sendLogToFile("/dev/null"));
 }
 

@@ -60,7 +60,9 @@ std::string failureReason(std::string_view toolOutput, const std::string& source
   for (const Cause& cause : causes)
     if (contains(toolOutput, cause.phrase))
       return localisationString(cause.key);
-  const std::string words = replaceAll(failureWords(toolOutput), placeholder, fileName(source));
+  std::string words = replaceAll(failureWords(toolOutput), placeholder, fileName(source));
+  if (endsWith(words, ".") && !endsWith(words, ".."))
+    words.pop_back();  // it stands inside a sentence
   if (words.empty())
     return localisationString("why_silent");
   // The export tool is ours and says what happened.

@@ -149,7 +149,7 @@ TEST(FailureReason, NamesTheCauseNotTheConsequence) {
       "  Stream #0:1: Audio: pcm_s16le (sowt / 0x74776F73), 48000 Hz, stereo, s16, 1536 kb/s\n"
       "    Metadata:\n      encoder         : Lavc59.37.100 pcm_s16le\nframe=    5 fps=0.0\r";
   EXPECT_EQ(reasonOf(described), localisationString("why_silent"));
-  EXPECT_EQ(reasonOf("Out of luck\n" + described),
+  EXPECT_EQ(reasonOf("Out of luck.\n" + described),
             localisationString("why_toolSays", "", "Out of luck"));
   EXPECT_EQ(reasonOf(""), localisationString("why_silent"));
 }
