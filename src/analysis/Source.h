@@ -81,6 +81,7 @@ struct Source {
       doubtfulPart,       // seems to go on in a next file that is not there, or does not fit
       soundFilesMissing,  // with their number: the card tells of them, and has them not
       soundFilesByName,   // for the card does not tell which belong to the clip
+      timeUnread,         // when it was recorded: what reads that failed
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "analysis/sourceRecord.h"
 #include "cli/exitStatus.h"
 #include "cli/runSettings.h"
 #include "cli/sources.h"
@@ -235,11 +236,20 @@ void Session::chooseForRow(int row) {
     table.encBatchRemove(false);
     return;
   }
-  if (options_.command != Command::analyse)
+  if (options_.command != Command::analyse) {
+    tellOfTime(table.source(row));
     return;
+  }
   reporter_.analysed(table.row(row), table.forecast(row));
   if (reporter_.isLost())
     interrupt(Stop::byUser);
+}
+
+// Where the movie will be called by, and will say, another time than that of the recording.
+void Session::tellOfTime(const Source& source) {
+  const Source::Remark unread{Source::Remark::Kind::timeUnread, 0};
+  if (std::find(source.remarks.begin(), source.remarks.end(), unread) != source.remarks.end())
+    reporter_.problem(source.path, localisationString(remarkKey(unread.kind)));
 }
 
 // Whether the row is what the user asked for. A target that it does not allow is refused rather

@@ -253,6 +253,11 @@ void AnalysisJob::askForTime() {
   limits.keepsErrors = false;
   run(recordingTimeCommand(path_), limits, [this](const ToolResult& result) {
     addRecordingTime(result.isOverdue ? "" : result.output, path_, *found_);
+    constexpr int noTime = 1;
+    if (result.status != 0 && result.status != noTime) {
+      logFormat("recording time      :-( {} {}", result.status, whyNotStarted_);
+      found_->remarks.push_back({Source::Remark::Kind::timeUnread, 0});
+    }
     go(Step::makeThumbnail);
   });
 }

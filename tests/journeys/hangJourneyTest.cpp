@@ -128,6 +128,14 @@ TEST_F(HangJourney, NorDoesItMatterWhichToolItIs) {
   }
 }
 
+TEST_F(HangJourney, ATimeOfRecordingThatCouldNotBeReadIsToldAsSuch) {
+  Run run = startProgram(programWithTool("gettimestamps", "kill -SEGV $$"),
+                         {"-d", destination(), tinyClip("x.mts")});
+  const Result result = finish(run);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("x.mts: when it was recorded could not be read"));
+}
+
 TEST_F(HangJourney, AnFfmpegThatDoesNotAnswerAsOneIsToldAtTheStart) {
   const std::string clip = tinyClip("x.mts");
   for (const char* instead : {"exit 0", "echo no more processes >&2; exit 126"}) {
