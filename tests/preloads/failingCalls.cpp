@@ -2,7 +2,7 @@
 // of something. Of the environment:
 //   FAULT_PROGRAM  whose calls are counted: the name of a program
 //   FAULT_CALL     read, write, open, rename, mkdir, fsync, fork, pipe or thread
-//   FAULT_ERROR    errno of the failing call
+//   FAULT_ERROR    errno of the failing call; 0: the program is killed before it
 //   FAULT_NUMBER   which call fails, counted from 1 over all processes of the program; 0: none
 //   FAULT_STAYS    when it is set, all calls after that one fail, too
 //   FAULT_COUNTER  file of eight bytes that holds how many calls there were
@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -69,6 +70,8 @@ struct Fault {
     const long now = counter->fetch_add(1) + 1;
     if (number == 0 || (stays ? now < number : now != number))
       return false;
+    if (error == 0)
+      ::raise(SIGKILL);
     errno = error;
     return true;
   }
