@@ -84,6 +84,8 @@ bool mayHoldMovie(const std::string& path) {
 void removeLeftFolders(const std::string& folder) {
   PrivateFolder::removeAbandoned(folder, prefix);
   PrivateFolder::removeAbandoned(folder, trialPrefix);
+  // The folder above was tried, too.
+  PrivateFolder::removeAbandoned(parentFolder(folder), trialPrefix);
 }
 
 bool removeLeftJobFolder(const std::string& path) {

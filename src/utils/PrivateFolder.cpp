@@ -28,6 +28,8 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t randomLetters = 6;
 constexpr mode_t ownerOnly = 0700;
+// Of folders that are made only to see whose they are.
+constexpr std::string_view ownerPrefix = ".owner-";
 
 // An open folder, not one behind a link; -1 when there is none, or when somebody else has its lock.
 struct OpenFolder {
@@ -65,7 +67,7 @@ bool isRunning(pid_t process) {
 
 // Who is shown as the owner of what this process makes in the folder; nothing when it cannot.
 std::optional<uid_t> ownerOfNewFilesIn(const std::string& parent) {
-  const std::string path = PrivateFolder::newPath(parent, ".owner-");
+  const std::string path = PrivateFolder::newPath(parent, ownerPrefix);
   struct stat status = {};
   if (::mkdir(path.c_str(), ownerOnly) != 0)
     return std::nullopt;
@@ -189,7 +191,9 @@ void PrivateFolder::removeAbandoned(const std::string& parent, std::string_view 
   std::error_code failed;
   for (fs::directory_iterator entry(parent, failed), end; !failed && entry != end;
        entry.increment(failed)) {
-    const auto maker = makerOf(entry->path().filename().native(), prefix);
+    const std::string name = entry->path().filename();
+    const auto maker =
+        startsWith(name, ownerPrefix) ? makerOf(name, ownerPrefix) : makerOf(name, prefix);
     if (maker && !isRunning(*maker))
       removeUnused(entry->path().native(), false);
   }

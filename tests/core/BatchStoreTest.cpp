@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
@@ -12,6 +15,7 @@
 #include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "encoding/BatchEntry.h"
+#include "encoding/naming.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
@@ -285,6 +289,36 @@ TEST_F(InterruptedJobTest, WhatIsOnADiskThatIsAwayGoesLater) {
   markAfter();
   EXPECT_FALSE(pathExists(own));
   EXPECT_TRUE(found.stores.at(0).jobNumbers().empty());
+}
+
+// By a process that was killed between making what it tried with and removing it, and by one that
+// lives.
+TEST_F(InterruptedJobTest, WhatADestinationWasTriedWithGoes) {
+  const std::string place = folder.file("Tessarin");
+  const pid_t killed = ::fork();
+  if (killed == 0) {
+    const auto trial = PrivateFolder::create(PrivateFolder::newPath(place, trialPrefix));
+    ::raise(SIGKILL);
+  }
+  ::waitpid(killed, nullptr, 0);
+  const auto isLeft = [&] {
+    return std::any_of(fs::directory_iterator(place), {}, [&](const fs::directory_entry& entry) {
+      return startsWith(entry.path().filename().native(),
+                        std::string(trialPrefix) + std::to_string(killed));
+    });
+  };
+  const std::string owner = "/.owner-" + std::to_string(killed) + "-abcdef";
+  for (const std::string& gone : {place + owner, folder.path() + owner})
+    ASSERT_TRUE(mkdir(gone));
+  const auto kept = PrivateFolder::create(PrivateFolder::newPath(place, trialPrefix));
+  mkdir(place + "/_QRdir of mine");
+  ASSERT_TRUE(isLeft());
+  removeLeftFolders(place);
+  EXPECT_FALSE(isLeft());
+  for (const std::string& gone : {place + owner, folder.path() + owner})
+    EXPECT_FALSE(pathExists(gone)) << gone;
+  EXPECT_TRUE(isDirectory(kept.value().path()));
+  EXPECT_TRUE(isDirectory(place + "/_QRdir of mine"));
 }
 
 TEST_F(InterruptedJobTest, OnlyFoldersOfJobsAreRemoved) {
