@@ -170,6 +170,17 @@ TEST_F(RecordingTimes, ComeWithWhatElseTheClipSaysOfItsRecording) {
   EXPECT_EQ(said("f.mkv", message), "-0500|14:55:23;12|Panasonic||");
   EXPECT_EQ(said("g.mkv", replaceAll(message, fromHex("52235514"), fromHex("AA999999"))),
             "-0500||Panasonic||");
+  // 48 1/2 degrees north, 11 degrees 30 minutes 36 seconds west; the receiver's state; the model.
+  const std::string position = fromHex(
+      "0E 18 2A201210 19 07185309 B1 4E000000 B2 00610002 B3 00000001 B4 00000001 B5 57000000 B6 "
+      "000B0001 B7 001E0001 "
+      "B8 0168000A BE 41000000 E4 494C4345 E5 2D374D33 E6 00000000");
+  const auto with = [&](const std::string& tags) {
+    return message.substr(0, message.find("MDPM") + 4) + tags;
+  };
+  EXPECT_EQ(said("m.mkv", with(position)), "-0500|||ILCE-7M3|+48.5000-011.5100/");
+  EXPECT_EQ(said("n.mkv", with(replaceAll(position, "\xBE\x41", "\xBEV"))), "-0500|||ILCE-7M3|");
+  EXPECT_EQ(said("o.mkv", with(replaceAll(position, "\xB6", "\xC6"))), "-0500|||ILCE-7M3|");
 
   std::string frame = dvFrame("FFD6E210", "FFA8B6E1");
   frame.replace(86, 5, fromHex("13 648480C0"));

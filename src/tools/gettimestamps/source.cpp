@@ -44,8 +44,8 @@ KnownFacts factsOfSource(const std::string& path) {
   facts.time = timeBy(path, stream);
   facts.timeCode = firstOf(beside.timeCode, stream.timeCode);
   facts.make = firstOf(beside.make, firstOf(stream.make, camera.make));
-  facts.model = firstOf(beside.model, camera.model);
-  facts.place = firstOf(beside.place, camera.place);
+  facts.model = firstOf(beside.model, firstOf(stream.model, camera.model));
+  facts.place = firstOf(beside.place, firstOf(stream.place, camera.place));
   facts.title = beside.title;
   return facts;
 }

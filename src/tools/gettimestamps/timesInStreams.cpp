@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "movie/timeCode.h"
 #include "tools/gettimestamps/ByteReader.h"
+#include "tools/gettimestamps/cameraMessage.h"
 
 namespace tessarin {
 
@@ -111,63 +111,6 @@ std::optional<std::size_t> readRunningNumber(const ByteReader& bytes, std::size_
   return std::nullopt;
 }
 
-// What a user data message of the camera makers begins with.
-constexpr std::string_view identifier(
-    "\x17\xEE\x8C\x60\xF8\x4D\x11\xD9\x8C\xD6\x08\x00\x20\x0C\x9A\x66MDPM", 20);
-
-std::string makerOfNumber(std::uint32_t number) {
-  constexpr std::pair<std::uint32_t, std::string_view> makers[] = {
-      {0x103, "Panasonic"}, {0x108, "Sony"}, {0x1011, "Canon"}, {0x1104, "JVC"}};
-  for (const auto& [known, name] : makers)
-    if (known == number)
-      return std::string(name);
-  return {};
-}
-
-void keepFirst(std::string& known, std::string found) {
-  if (known.empty())
-    known = std::move(found);
-}
-
-// Tag 0x13 holds the time code, tag 0x18 time zone, century, year, month, tag 0x19 day, hour,
-// minute, second, tag 0xE0 the camera's maker. Adds what is not known yet.
-void addFactsOfUserData(std::string_view message, StreamFacts& facts) {
-  constexpr std::size_t tagLength = 5;
-  if (!message.starts_with(identifier))
-    return;
-  const ByteReader tags = ByteReader(message).from(identifier.size());
-  const std::uint32_t count = tags.byte(0).value_or(0);
-  std::string date;
-  std::string time;
-  std::uint32_t zone = 0xFF;
-  for (std::uint32_t index = 0; index < count; ++index) {
-    const std::size_t offset = 1 + index * tagLength;
-    const auto value = tags.part(offset + 1, 4);
-    if (!value)
-      break;
-    switch (*tags.byte(offset)) {
-      case 0x13:
-        keepFirst(facts.timeCode, timeCodeOfBytes(*value, true));
-        break;
-      case 0x18:
-        zone = static_cast<std::uint8_t>(value->front());
-        date = value->substr(1);
-        break;
-      case 0x19:
-        time = *value;
-        break;
-      case 0xE0:
-        keepFirst(facts.make, makerOfNumber(*tags.short16(offset + 1)));
-        break;
-      default:
-        break;
-    }
-  }
-  facts.time = recordingTimeFromBcd(date + time);
-  if (facts.time)
-    facts.time->zone = zoneOfByte(zone);
-}
-
 void addFactsOfEnhancementUnit(std::string_view unit, StreamFacts& facts) {
   constexpr std::size_t userData = 5;
   const std::string plain = withoutEmulationPrevention(unit);
@@ -181,7 +124,7 @@ void addFactsOfEnhancementUnit(std::string_view unit, StreamFacts& facts) {
     // A message whose end was lost may still hold its beginning.
     const std::string_view message = bytes.from(offset).view().substr(0, *length);
     if (*type == userData)
-      addFactsOfUserData(message, facts);
+      addFactsOfCameraMessage(message, facts);
     offset += *length;
   }
 }
@@ -239,9 +182,9 @@ StreamFacts factsInBytes(std::string_view bytes) {
   // 255 tags, and what keeps them from looking like start codes.
   constexpr std::size_t longest = 2048;
   StreamFacts facts;
-  for (std::size_t start = bytes.find(identifier); start != std::string_view::npos && !facts.time;
-       start = bytes.find(identifier, start + 1))
-    addFactsOfUserData(withoutEmulationPrevention(bytes.substr(start, longest)), facts);
+  for (std::size_t start = bytes.find(cameraMessage);
+       start != std::string_view::npos && !facts.time; start = bytes.find(cameraMessage, start + 1))
+    addFactsOfCameraMessage(withoutEmulationPrevention(bytes.substr(start, longest)), facts);
   return facts;
 }
 

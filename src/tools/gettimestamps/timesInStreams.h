@@ -19,6 +19,8 @@ struct StreamFacts {
   std::optional<RecordingTime> time;
   std::string timeCode;  // of the first picture: "10:00:00:00"
   std::string make;      // of the camera
+  std::string model;
+  std::string place;  // ISO 6709
 };
 
 // From the "MDPM" messages of a raw H.264 stream, up to the first one that holds a whole time.
