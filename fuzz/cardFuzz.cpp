@@ -48,6 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::require(samplesOfQuickTime(file) <= size);
     cameraOfQuickTime(file);
   }
+  {
+    BoundedFile file(input.path());
+    if (const auto facts = mxfFacts(file))
+      fuzz::require(facts->units > 0 && facts->rate > 0 && facts->seconds() > 0);
+  }
   for (const auto& read : containerReaders) {
     BoundedFile file(input.path());
     requireValid(read(file));

@@ -82,6 +82,7 @@ struct Source {
       soundFilesMissing,  // with their number: the card tells of them, and has them not
       soundFilesByName,   // for the card does not tell which belong to the clip
       timeUnread,         // when it was recorded: what reads that failed
+      laterPart,          // the one before is not there, or does not fit
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;
@@ -104,11 +105,11 @@ struct Source {
   };
 
   std::string path;
-  // Of a clip with a file for each channel of its sound: these, in order. The sounds' numbers are
-  // those behind the pictures, which are stream 0.
+  // Of a clip with a file for each channel of its sound: these, in order, of each part. The sounds'
+  // numbers are those behind the pictures, which are stream 0.
   std::vector<SoundFile> soundFiles;
-  // The files in which the recording goes on, in the folder of the first one. What is said of the
-  // streams is said of the first file, the length is that of all.
+  // The files in which the recording goes on. What is said of the streams is said of the first
+  // file, the length is that of all.
   std::vector<Part> furtherParts;
   std::string thumbnail;                        // the file of its picture
   bool hasOddThumbnail = false;                 // not of a key frame

@@ -15,9 +15,9 @@ inline constexpr std::size_t mostFurtherParts = 499;
 
 // By the extension of the name.
 inline bool mayBePart(std::string_view path) {
-  static constexpr std::array<std::string_view, 15> kinds{"mts", "m2ts", "m2t",  "ts",  "tod",
-                                                          "mod", "mpg",  "mpeg", "vob", "dv",
-                                                          "dif", "mp4",  "mov",  "m4v", "360"};
+  static constexpr std::array<std::string_view, 16> kinds{
+      "mts",  "m2ts", "m2t", "ts",  "tod", "mxf", "mod", "mpg",
+      "mpeg", "vob",  "dv",  "dif", "mp4", "mov", "m4v", "360"};
   return std::any_of(kinds.begin(), kinds.end(),
                      [path](std::string_view kind) { return hasPathExtension(path, kind); });
 }

@@ -34,9 +34,10 @@ constexpr NumberRange place{-1, 1000};  // in a table; it is compared with other
 
 constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream", "container",
                                                        "file"};
-constexpr std::array<std::string_view, 6> remarkKeys = {
+constexpr std::array<std::string_view, 7> remarkKeys = {
     "remark_soundUnreadable",   "remark_programs",         "remark_doubtfulPart",
-    "remark_soundFilesMissing", "remark_soundFilesByName", "remark_timeUnread"};
+    "remark_soundFilesMissing", "remark_soundFilesByName", "remark_timeUnread",
+    "remark_laterPart"};
 constexpr std::array allFields = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
 
 // ---- Texts that a source can have
@@ -471,35 +472,50 @@ struct Out {
   }
 };
 
-// Parts of one recording lie in one folder, each once; nothing else is ever read as one.
+// Whether cards have parts of a recording in these folders: in one; of P2, in that of each card; of
+// XDCAM EX in one for each.
+bool arePartFolders(const std::string& folder, const std::string& other) {
+  const auto isCalled = [](const std::string& path, std::string_view name) {
+    return equalIgnoringCase(fileName(path), name);
+  };
+  return folder == other || (isCalled(folder, "VIDEO") && isCalled(other, "VIDEO")) ||
+         (parentFolder(folder) == parentFolder(other) && isCalled(parentFolder(folder), "CLPR"));
+}
+
+// Each is there once; nothing else is ever read as one.
 bool areParts(const Source& source) {
   std::set<std::string_view> known{source.path};
+  const std::string folder = parentFolder(source.path);
   double begin = 0;
   for (const Source::Part& part : source.furtherParts) {
-    if (!mayBePart(part.path) || parentFolder(part.path) != parentFolder(source.path) ||
+    if (!mayBePart(part.path) || !arePartFolders(folder, parentFolder(part.path)) ||
         !known.insert(part.path).second || part.begin < begin)
       return false;
     begin = part.begin;
   }
-  static constexpr std::array<std::string_view, 4> formats{"mpegts", "mpeg", "mov", "dv"};
+  static constexpr std::array<std::string_view, 5> formats{"mpegts", "mpeg", "mov", "dv", "mxf"};
   return source.furtherParts.empty() ||
          (source.furtherParts.size() <= mostFurtherParts &&
           std::find(formats.begin(), formats.end(), firstContainer(source)) != formats.end());
 }
 
-// Files with sound lie in the folder AUDIO beside that of the pictures, each once, and there is no
-// more than a sound for each.
+// Files with sound lie in the folder AUDIO beside that of the pictures, each once, the same for
+// each part, and there is no more than a sound for each.
 bool areSoundFiles(const Source& source) {
-  const std::string card = parentFolder(parentFolder(source.path));
+  const std::vector<std::string> parts = partsOf(source);
+  const std::size_t channels = source.soundFiles.size() / parts.size();
   std::set<std::string_view> known;
   for (const Source::SoundFile& sound : source.soundFiles) {
     const std::string folder = parentFolder(sound.path);
-    if (!hasPathExtension(sound.path, "mxf") || !equalIgnoringCase(fileName(folder), "AUDIO") ||
-        parentFolder(folder) != card || !known.insert(sound.path).second)
+    const std::size_t part = known.size() / std::max<std::size_t>(channels, 1);
+    if (part >= parts.size() || !hasPathExtension(sound.path, "mxf") ||
+        !equalIgnoringCase(fileName(folder), "AUDIO") ||
+        parentFolder(folder) != parentFolder(parentFolder(parts[part])) ||
+        !known.insert(sound.path).second)
       return false;
   }
-  return known.empty() || (source.furtherParts.empty() && source.pictures.id == 0 &&
-                           known.size() >= soundsOf(source).size());
+  return known.empty() || (source.pictures.id == 0 && channels >= soundsOf(source).size() &&
+                           known.size() == channels * parts.size());
 }
 
 Dico recordOf(const Source& source, bool isChecked) {

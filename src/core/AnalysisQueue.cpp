@@ -136,8 +136,10 @@ std::vector<std::string> AnalysisQueue::filesFrom(const std::string& path) const
   if (const auto known = found_.recordings.find(path); known != found_.recordings.end())
     for (const Source::Part& part : known->second.furtherParts)
       files.push_back(part.path);
-  for (const Source::SoundFile& sound : soundFilesOf(found_, path))
-    files.push_back(sound.path);
+  const std::size_t parts = files.size();
+  for (std::size_t part = 0; part < parts; ++part)
+    for (const Source::SoundFile& sound : soundFilesOf(found_, files[part]))
+      files.push_back(sound.path);
   return files;
 }
 

@@ -61,15 +61,25 @@ void takeRecording(std::string_view line, const std::vector<std::string>& files,
   }
 }
 
+// The files with sound may have gone meanwhile.
+void leaveApartOtherSounds(SpannedSources& found) {
+  std::erase_if(found.recordings, [&found](const auto& recording) {
+    const std::size_t sounds = soundFilesOf(found, recording.first).size();
+    const bool areSame = std::all_of(
+        recording.second.furtherParts.begin(), recording.second.furtherParts.end(),
+        [&](const Source::Part& part) { return soundFilesOf(found, part.path).size() == sounds; });
+    if (!areSame)
+      found.doubtful.push_back(recording.first);
+    return !areSame;
+  });
+}
+
 }  // namespace
 
 Arguments partSearch(const std::vector<std::string>& paths) {
   std::vector<std::string> files;
   std::copy_if(paths.begin(), paths.end(), std::back_inserter(files), mayBePart);
-  if (files.size() < 2)
-    files.clear();
-  std::copy_if(paths.begin(), paths.end(), std::back_inserter(files), mayHaveSoundFiles);
-  if (files.empty())
+  if (files.size() < 2 && std::none_of(files.begin(), files.end(), mayHaveSoundFiles))
     return {};
   Arguments command = {Bundle::main().toolPath("joinclips"), "--parts", "--"};
   command.insert(command.end(), files.begin(), files.end());
@@ -84,13 +94,16 @@ SpannedSources foundParts(const Arguments& search, std::string_view output) {
   for (const std::string_view line : splitLines(output)) {
     if (const auto parts = textAfter(line, "parts "); parts && startsWith(line, "parts "))
       takeRecording(*parts, files, found);
-    else if (const auto word = textAfter(line, "doubtful "); word && startsWith(line, "doubtful "))
-      if (const auto place = placeOf(*word, files.size()))
-        found.doubtful.push_back(files[*place]);
+    for (auto [head, list] :
+         {std::pair{"doubtful ", &found.doubtful}, std::pair{"later ", &found.later}})
+      if (const auto word = textAfter(line, head); word && startsWith(line, head))
+        if (const auto place = placeOf(*word, files.size()))
+          list->push_back(files[*place]);
     if (const auto words = textAfter(line, "sounds "); words && startsWith(line, "sounds "))
       if (const auto place = placeOf(textUpTo(*words, " "), files.size()))
         takeSoundsLine(*words, files[*place], found.sounds[files[*place]]);
   }
+  leaveApartOtherSounds(found);
   return found;
 }
 
@@ -114,15 +127,23 @@ void takeFurtherParts(Source& source, const SpannedSources& found) {
   if (const auto sounds = found.sounds.find(source.path); sounds != found.sounds.end())
     tellOfSounds(source, sounds->second);
   const auto recording = found.recordings.find(source.path);
-  const auto isDoubtful = [&found](const std::string& file) {
-    return std::find(found.doubtful.begin(), found.doubtful.end(), file) != found.doubtful.end();
+  const auto tell = [&source](const std::vector<std::string>& files, const std::string& file,
+                              Source::Remark::Kind kind) {
+    if (std::find(files.begin(), files.end(), file) != files.end())
+      source.remarks.push_back({kind, 0});
   };
-  if (isDoubtful(recording == found.recordings.end() ? source.path
-                                                     : recording->second.furtherParts.back().path))
-    source.remarks.push_back({Source::Remark::Kind::doubtfulPart, 0});
+  tell(found.later, source.path, Source::Remark::Kind::laterPart);
+  tell(found.doubtful,
+       recording == found.recordings.end() ? source.path
+                                           : recording->second.furtherParts.back().path,
+       Source::Remark::Kind::doubtfulPart);
   if (recording == found.recordings.end())
     return;
   source.furtherParts = recording->second.furtherParts;
+  if (!source.soundFiles.empty())
+    for (const Source::Part& part : source.furtherParts)
+      for (const Source::SoundFile& sound : soundFilesOf(found, part.path))
+        source.soundFiles.push_back(sound);
   source.seconds = recording->second.seconds + std::max(0.0, source.pictures.begin.value_or(0));
   source.duration = std::max(1.0, std::floor(recording->second.seconds));
 }

@@ -60,6 +60,37 @@ TEST_F(AnalyseJourney, ListsOfAnyDayNameClips) {
     EXPECT_EQ(tessarin({"analyse", "--from", wrong}).status, 2) << wrong;
 }
 
+TEST_F(AnalyseJourney, AMemoryCardIsAListOfItsRecordings) {
+  const std::string root = "Karte für uns/PRIVATE/M4ROOT/";
+  const auto make = [&](const std::string& name, const std::string& size,
+                        const std::string& options) {
+    const std::string path = folder.file(root + name);
+    std::filesystem::create_directories(parentFolder(path));
+    ASSERT_TRUE(test::makeClip(test::progressivePicture(size, "0.2") + options, path));
+  };
+  make("CLIP/C0001.MP4", "1280x720", "-c:v libx264 -preset ultrafast -f mp4");
+  make("SUB/C0001S03.MP4", "320x180", "-c:v libx264 -preset ultrafast -f mp4");
+  make("THMBNL/C0001T01.JPG", "320x180", "-frames:v 1 -c:v mjpeg -f image2 -update 1");
+  folder.write(root + "CLIP/C0001M01.XML",
+               "<NonRealTimeMeta xmlns=\"urn:schemas-professionalDisc:nonRealTimeMeta:ver.2.20\">"
+               "<CreationDate value=\"2013-04-05T06:07:08-05:00\"/>"
+               "<LtcChangeTable tcFps=\"25\"><LtcChange frameCount=\"0\" value=\"07212901\"/>"
+               "</LtcChangeTable><Device manufacturer=\"Sony\" modelName=\"ILCE-6700\"/>"
+               "</NonRealTimeMeta>");
+  folder.write(root + "MEDIAPRO.XML", "<MediaProfile><Contents/></MediaProfile>");
+  folder.write(root + "STATUS.BIN", "status");
+  folder.write(root + "GENERAL/NOTE.TXT", "no clip");
+  const Result result = tessarin({"analyse", "--json", folder.file("Karte für uns")});
+  ASSERT_EQ(result.lines().size(), 1u) << result.out;
+  EXPECT_EQ(result.err, "");
+  for (const std::string& fact :
+       {"\"source\":\"" + folder.file(root + "CLIP/C0001.MP4"),
+        std::string("\"recorded\":\"2013-04-05 06:07:08\""),
+        std::string("\"recordedZone\":\"-0500\""), std::string("\"timeCode\":\"01:29:21:07\""),
+        std::string("\"cameraModel\":\"ILCE-6700\"")})
+    EXPECT_THAT(result.out, HasSubstr(fact));
+}
+
 TEST_F(AnalyseJourney, WhatIsLeftOutIsToldWhereverOneLooks) {
   ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "0.4", "50") + test::tone("0.4") +
                                  test::tone("0.4") +

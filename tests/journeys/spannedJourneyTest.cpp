@@ -244,5 +244,124 @@ TEST_F(ChapterJourney, AreToldWhereTheyDoNotFit) {
   EXPECT_EQ(doubts(), 1u);
 }
 
+TEST_F(ChapterJourney, StayApartWhereTheirTimeCodesDoNotMeet) {
+  makeChapters();
+  const auto setCode = [&](int number, const std::string& code) {
+    EXPECT_EQ(test::runShell("ffmpeg -v error -i " + test::quoted(chapter(number)) +
+                             " -map 0:v -map 0:a -c copy -f mov -timecode " + code +
+                             " -metadata creation_time=2024-05-06T07:08:09Z " +
+                             test::quoted(folder.file("coded.MP4")))
+                  .status,
+              0);
+    std::filesystem::rename(folder.file("coded.MP4"), chapter(number));
+  };
+  const std::string card = folder.file("GoPro für uns");
+  const auto partsOf = [&] { return tessarin({"analyse", card}).out; };
+  setCode(1, "23:59:59:00");
+  setCode(2, "00:00:00:05");
+  setCode(3, "00:00:01:00");
+  EXPECT_THAT(partsOf(), HasSubstr("parts: GX010042.MP4, GX020042.MP4, GX030042.MP4"));
+  std::filesystem::rename(chapter(2), folder.file("away"));
+  std::filesystem::rename(chapter(3), chapter(2));
+  std::filesystem::rename(folder.file("away"), chapter(3));
+  const std::string swapped = partsOf();
+  EXPECT_THAT(swapped, testing::Not(HasSubstr("parts:")));
+  EXPECT_EQ(split(swapped, "seems to go on").size() - 1, 2u) << swapped;
+  EXPECT_EQ(split(swapped, "a later part").size() - 1, 2u) << swapped;
+}
+
+// Memory camcorders give each part of a recording a folder, and tell the time code beside it.
+TEST_F(ChapterJourney, OfFoldersOfTheirOwnAreOneMovie) {
+  makeChapters();
+  const auto take = [this](int number) {
+    return folder.file("EX für uns/BPAV/CLPR/709_0001_0") + std::to_string(number) + "/709_0001_0" +
+           std::to_string(number);
+  };
+  const auto setCode = [&](int number, const std::string& digits) {
+    folder.write(take(number).substr(folder.path().size() + 1) + "M01.XML",
+                 "<NonRealTimeMeta><CreationDate value=\"2013-04-05T06:07:08+09:00\"/>"
+                 "<LtcChangeTable tcFps=\"25\"><LtcChange frameCount=\"0\" value=\"" +
+                     digits + "\" status=\"increment\"/></LtcChangeTable></NonRealTimeMeta>");
+  };
+  setCode(1, "00000010");
+  setCode(2, "05010010");
+  setCode(3, "00020010");
+  for (const int number : {1, 2, 3})
+    std::filesystem::rename(chapter(number), take(number) + ".MP4");
+  const std::string card = folder.file("EX für uns");
+  const std::string uncut = made({"--format", "aic", folder.file("uncut.MP4")});
+  EXPECT_EQ(made({"--format", "aic", card}), uncut);
+  std::filesystem::remove_all(destination());
+  const std::string batch = folder.file("batch.plist");
+  ASSERT_EQ(tessarin({"-d", destination(), "--batch", batch, "--format", "aic", card}).status, 0);
+  EXPECT_THAT(tessarin({"--batch", batch}).out, HasSubstr("709_0001_01.MP4 -> "));
+  setCode(3, "00030010");
+  const auto expectApart = [&] {
+    EXPECT_THAT(tessarin({"analyse", card}).out,
+                testing::AllOf(HasSubstr("parts: 709_0001_01.MP4, 709_0001_02.MP4\n"),
+                               HasSubstr("seems to go on"), HasSubstr("a later part")));
+  };
+  expectApart();
+  // Without time codes the list of the card counts, which has less than all of the third.
+  for (const int number : {1, 2, 3})
+    std::filesystem::remove(take(number) + "M01.XML");
+  const std::string ref = "<ref clipBegin=\"smpte-25=00:00:00:0";
+  folder.write(
+      "EX für uns/BPAV/TAKR/709_0001/709_0001.SMI",
+      "<smil><body><par>" + ref + "0\"/>" + ref + "0\"/>" + ref + "1\"/></par></body></smil>");
+  expectApart();
+}
+
+// Others put all parts into the folder of the recording.
+TEST_F(SpannedJourney, OfAFolderWithNumberedPartsIsOneMovie) {
+  // Groups of ten pictures, which hang on no others.
+  const std::string pictures = folder.file("pictures.m2v");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "2.4") +
+                                 "-pix_fmt yuv422p -c:v mpeg2video -q:v 3 -bf 2 -g 10 -flags +cgop "
+                                 "-sc_threshold 1000000000 -f mpeg2video",
+                             pictures));
+  const std::string stream = folder.read("pictures.m2v");
+  std::vector<std::size_t> groups;
+  for (std::size_t at = stream.find(std::string("\0\0\1\xB3", 4)); at != std::string::npos;
+       at = stream.find(std::string("\0\0\1\xB3", 4), at + 1))
+    groups.push_back(at);
+  ASSERT_THAT(groups, SizeIs(6));
+  groups.push_back(stream.size());
+  const auto make = [&](const std::string& path, std::size_t first, std::size_t end,
+                        const std::string& code) {
+    const auto samples = [](std::size_t group) { return std::to_string(group * 10 * 1920); };
+    folder.write("part.m2v", stream.substr(groups[first], groups[end] - groups[first]));
+    EXPECT_TRUE(test::makeClip("-r 25 -i " + test::quoted(folder.file("part.m2v")) +
+                                   " -f lavfi -i \"aevalsrc=sin(6.28*t*(300+200*t)):s=48000:d=2.4,"
+                                   "atrim=start_sample=" +
+                                   samples(first) + ":end_sample=" + samples(end) +
+                                   ",asetpts=N/SR/TB\" -map 0 -map 1 -map 1 -c:v copy "
+                                   "-c:a pcm_s24le -timecode " +
+                                   code + " -f mxf",
+                               path));
+  };
+  const std::string uncut = folder.file("uncut.mxf");
+  make(uncut, 0, 6, "23:59:59:00");
+  const auto part = [this](int number) {
+    return folder.file("XF für uns/CONTENTS/CLIPS001/AA0012/AA00120") + std::to_string(number) +
+           ".MXF";
+  };
+  std::filesystem::create_directories(parentFolder(part(1)));
+  make(part(1), 0, 2, "23:59:59:00");
+  make(part(2), 2, 4, "23:59:59:20");
+  make(part(3), 4, 6, "00:00:00:15");
+  const std::string card = folder.file("XF für uns");
+  for (const char* format : {"quicktime", "aic"})
+    EXPECT_EQ(made({"--format", format, "--speed", "full", card}),
+              made({"--format", format, "--speed", "full", uncut}));
+  const auto told = [&] { return tessarin({"analyse", card}).out; };
+  EXPECT_THAT(told(), HasSubstr("parts: AA001201.MXF, AA001202.MXF, AA001203.MXF\n"));
+  make(part(3), 4, 6, "00:00:00:16");
+  EXPECT_THAT(told(), testing::AllOf(HasSubstr("parts: AA001201.MXF, AA001202.MXF\n"),
+                                     HasSubstr("seems to go on"), HasSubstr("a later part")));
+  std::filesystem::remove(part(2));
+  EXPECT_EQ(split(told(), "seems to go on").size() - 1, 1u);
+}
+
 }  // namespace
 }  // namespace tessarin

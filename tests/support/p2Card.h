@@ -1,7 +1,9 @@
 // The XML of P2 cards.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace tessarin::test {
 
@@ -11,7 +13,18 @@ struct P2Xml {
   std::string id = "060A2B34-1";
   std::string connection = {};  // elements in "Connection"
   std::string frameRate = "50i";
+  int frames = 25;
+  int offset = 0;
 };
+
+// Of a clip that is one of these parts of a recording, by their names in the world.
+inline std::string p2Connection(const std::vector<std::string>& ids, std::size_t part) {
+  const auto named = [](const std::string& which, const std::string& id) {
+    return "<" + which + "><GlobalClipID>" + id + "</GlobalClipID></" + which + ">";
+  };
+  return named("Top", ids.front()) + (part > 0 ? named("Previous", ids[part - 1]) : "") +
+         (part + 1 < ids.size() ? named("Next", ids[part + 1]) : "");
+}
 
 inline std::string p2Xml(const P2Xml& clip) {
   std::string sounds;
@@ -24,15 +37,17 @@ inline std::string p2Xml(const P2Xml& clip) {
          "<ClipName>" +
          clip.name + "</ClipName><GlobalClipID>" + clip.id +
          "</GlobalClipID>"
-         "<Duration>25</Duration><EditUnit>1/25</EditUnit><EssenceList><Video>"
+         "<Duration>" +
+         std::to_string(clip.frames) +
+         "</Duration><EditUnit>1/25</EditUnit><EssenceList><Video>"
          "<FrameRate>" +
          clip.frameRate +
          "</FrameRate>"
          "<StartTimecode>10:20:30:05</StartTimecode></Video>" +
          sounds +
          "</EssenceList>"
-         "<Relation><Connection>" +
-         clip.connection +
+         "<Relation><OffsetInShot>" +
+         std::to_string(clip.offset) + "</OffsetInShot><Connection>" + clip.connection +
          "</Connection></Relation>"
          "<ClipMetadata><UserClipName>Überfahrt &amp; Hafen</UserClipName>"
          "<Access><CreationDate>2006-05-27T18:00:00+09:00</CreationDate></Access>"

@@ -45,4 +45,12 @@ class ByteReader {
   std::string_view data_;
 };
 
+// The number that up to eight bytes are.
+inline std::uint64_t numberOfBytes(std::string_view bytes) {
+  std::uint64_t number = 0;
+  for (const char byte : bytes.substr(0, 8))
+    number = number << 8 | static_cast<std::uint8_t>(byte);
+  return number;
+}
+
 }  // namespace tessarin

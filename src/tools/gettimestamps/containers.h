@@ -8,6 +8,7 @@
 
 #include "tools/gettimestamps/BoundedFile.h"
 #include "tools/gettimestamps/RecordingTime.h"
+#include "tools/gettimestamps/mxfFile.h"
 
 namespace tessarin {
 
@@ -27,11 +28,6 @@ std::uint64_t samplesOfQuickTime(BoundedFile& file);
 
 // Matroska: the date of the segment, which is UTC.
 std::optional<RecordingTime> recordingTimeOfMatroska(BoundedFile& file);
-
-// Where an MXF file begins, which may have something else before that; nothing: it is none.
-std::optional<std::uint64_t> startOfMxf(BoundedFile& file);
-// MXF: when the material was made.
-std::optional<RecordingTime> recordingTimeOfMxf(BoundedFile& file);
 
 // AVI: the date of digitisation, as photo cameras write it.
 std::optional<RecordingTime> recordingTimeOfAvi(BoundedFile& file);

@@ -6,10 +6,12 @@
 #include <cmath>
 #include <filesystem>
 #include <map>
+#include <utility>
 
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/BoundedFile.h"
-#include "tools/gettimestamps/containers.h"
+#include "tools/gettimestamps/mxfFile.h"
+#include "tools/gettimestamps/placeText.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -19,16 +21,34 @@ namespace {
 // Such clips have 4, 8 or 16 channels, with two digits for each.
 constexpr std::size_t mostChannels = 100;
 
-// A folder or file of this name, in capitals or small letters.
-std::string entryCalled(const std::string& folder, std::string_view name) {
-  for (const std::string& entry : lsCocoa(folder).value_or(std::vector<std::string>()))
-    if (equalIgnoringCase(fileName(entry), name))
-      return entry;
-  return {};
-}
+// What is in a folder, which may be very much: it is listed once, and only for a name that is not
+// there as it is asked for, but perhaps in small letters.
+class FolderEntries {
+ public:
+  explicit FolderEntries(std::string folder) : folder_(std::move(folder)) {}
 
-std::string folderBeside(const std::string& pictures, std::string_view name) {
-  return entryCalled(parentFolder(parentFolder(pictures)), name);
+  // "": there is no such file or folder.
+  std::string called(const std::string& name) {
+    if (folder_.empty())
+      return {};
+    if (std::string path = joinPath(folder_, name); isNameTaken(path))
+      return path;
+    if (!paths_) {
+      paths_.emplace();
+      for (const std::string& entry : lsCocoa(folder_).value_or(std::vector<std::string>()))
+        paths_->emplace(lowerCase(fileName(entry)), entry);
+    }
+    const auto found = paths_->find(lowerCase(name));
+    return found == paths_->end() ? std::string() : found->second;
+  }
+
+ private:
+  std::string folder_;
+  std::optional<std::map<std::string, std::string>> paths_;
+};
+
+std::string folderBeside(const std::string& pictures, const std::string& name) {
+  return FolderEntries(parentFolder(parentFolder(pictures))).called(name);
 }
 
 // No link: cards have none.
@@ -38,6 +58,15 @@ bool isMxfFile(const std::string& path) {
     return false;
   BoundedFile file(path);
   return startOfMxf(file).has_value();
+}
+
+// Frames; nothing for what is no such number.
+std::optional<std::int64_t> framesOf(std::string_view text) {
+  constexpr std::int64_t most = std::int64_t{1} << 32;
+  std::int64_t frames = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), frames);
+  const bool isNumber = error == std::errc() && end == text.data() + text.size();
+  return isNumber && frames >= 0 && frames <= most ? std::optional(frames) : std::nullopt;
 }
 
 // Degrees: "48.1371", "-48.1371", "N48.1371"; nothing for other forms.
@@ -59,7 +88,7 @@ std::optional<double> degreesOf(std::string_view text, std::string_view signs, d
 std::string placeOf(pugi::xml_node location) {
   const auto latitude = degreesOf(textAt(location, {"Latitude"}), "NS", 90);
   const auto longitude = degreesOf(textAt(location, {"Longitude"}), "EW", 180);
-  return latitude && longitude ? fmt::format("{:+08.4f}{:+09.4f}/", *latitude, *longitude) : "";
+  return latitude && longitude ? placeText(*latitude, *longitude) : "";
 }
 
 // Whether numbers are dropped in it the XML does not say: of rates where they may be it tells
@@ -84,6 +113,8 @@ std::optional<P2Clip> p2ClipOfXml(const SideXml& document) {
   clip.sounds = countOf(essences, "Audio");
   clip.previous = textAt(connection, {"Previous", "GlobalClipID"});
   clip.next = textAt(connection, {"Next", "GlobalClipID"});
+  clip.frames = framesOf(textAt(content, {"Duration"}));
+  clip.offset = framesOf(textAt(content, {"Relation", "OffsetInShot"}));
   clip.time = recordingTimeOfText(textAt(told, {"Shoot", "StartDate"}));
   if (!clip.time)
     clip.time = recordingTimeOfText(textAt(told, {"Access", "CreationDate"}));
@@ -105,8 +136,8 @@ std::optional<P2Clip> p2ClipOf(const std::string& pictures) {
   if (!isOnP2Card(pictures))
     return std::nullopt;
   const std::string name = fileName(withoutExtension(pictures));
-  auto clip =
-      p2ClipOfXml(SideXml::ofFile(entryCalled(folderBeside(pictures, "CLIP"), name + ".XML")));
+  FolderEntries clips(folderBeside(pictures, "CLIP"));
+  auto clip = p2ClipOfXml(SideXml::ofFile(clips.called(name + ".XML")));
   return clip && equalIgnoringCase(clip->name, name) ? clip : std::nullopt;
 }
 
@@ -114,18 +145,15 @@ P2Sounds p2SoundsOf(const std::string& pictures) {
   P2Sounds sounds;
   if (!isOnP2Card(pictures))
     return sounds;
-  const std::string name = lowerCase(fileName(withoutExtension(pictures)));
-  std::map<std::string, std::string> there;
-  for (const std::string& entry :
-       lsCocoa(folderBeside(pictures, "AUDIO")).value_or(std::vector<std::string>()))
-    there.emplace(lowerCase(fileName(entry)), entry);
+  const std::string name = fileName(withoutExtension(pictures));
+  FolderEntries channels(folderBeside(pictures, "AUDIO"));
   const auto clip = p2ClipOf(pictures);
   sounds.isByName = !clip;
   const std::size_t due = clip ? std::min(clip->sounds, mostChannels) : mostChannels;
   for (std::size_t channel = 0; channel < due; ++channel) {
-    const auto file = there.find(fmt::format("{}{:02}.mxf", name, channel));
-    if (file != there.end() && isMxfFile(file->second))
-      sounds.files.push_back(file->second);
+    const std::string file = channels.called(fmt::format("{}{:02}.MXF", name, channel));
+    if (!file.empty() && isMxfFile(file))
+      sounds.files.push_back(file);
     else if (clip)
       ++sounds.missing;
     else

@@ -2,6 +2,7 @@
 // file each, and CLIP an XML that tells of it.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct P2Clip {
   // The clips before and behind it, where a recording was cut; "" for none.
   std::string previous;
   std::string next;
+  std::optional<std::int64_t> frames;
+  std::optional<std::int64_t> offset;  // frames of the recording before it
   std::optional<RecordingTime> time;
   SideFacts facts;
 };

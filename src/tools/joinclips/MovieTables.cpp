@@ -67,7 +67,6 @@ class MovieFile {
     return atoms;
   }
 
- private:
   Outcome<std::string> bytes(std::uint64_t position, std::uint64_t length) const {
     std::string bytes(static_cast<std::size_t>(length), '\0');
     if (readAt(descriptor_, bytes.data(), bytes.size(), position) < bytes.size())
@@ -75,6 +74,7 @@ class MovieFile {
     return bytes;
   }
 
+ private:
   int descriptor_;
   std::uint64_t size_;
 };
@@ -401,6 +401,30 @@ class TrackTablesReader {
   JoinableTrack track_;
 };
 
+// Of a time code track. Its entry of the description has the rate behind other numbers.
+std::optional<PictureCount> pictureCountOf(const OwnedAtom& track, const MovieFile& file) {
+  constexpr std::size_t ticksAt = 32;
+  const OwnedAtom* handler = atomAt(track, {"mdia", "hdlr"});
+  const OwnedAtom* tables = atomAt(track, {"mdia", "minf", "stbl"});
+  if (handler == nullptr || tables == nullptr || handler->content.substr(0, 12).substr(8) != "tmcd")
+    return std::nullopt;
+  const OwnedAtom* description = tables->part("stsd");
+  const OwnedAtom* places = tables->part("stco");
+  const unsigned width = places == nullptr ? 8 : 4;
+  if (places == nullptr)
+    places = tables->part("co64");
+  if (description == nullptr || places == nullptr || description->content.size() < ticksAt + 8 ||
+      places->content.size() < 8 + width)
+    return std::nullopt;
+  const auto ticks = static_cast<double>(tessarin::numberAt(description->content, ticksAt, 4));
+  const auto step = static_cast<double>(tessarin::numberAt(description->content, ticksAt + 4, 4));
+  const auto sample = file.bytes(tessarin::numberAt(places->content, 8, width), 4);
+  constexpr double mostPictures = 1000;
+  if (!sample || step <= 0 || ticks <= 0 || ticks / step > mostPictures)
+    return std::nullopt;
+  return PictureCount{static_cast<std::uint32_t>(tessarin::numberAt(*sample, 0, 4)), ticks / step};
+}
+
 }  // namespace
 
 void addRun(std::vector<SampleRun>& runs, std::uint64_t count, std::uint32_t value) {
@@ -453,7 +477,8 @@ Outcome<MovieTables> readMovieTables(const std::string& path) {
   if (!facts)
     return Failure{systemReason(errno)};
   const auto size = static_cast<std::uint64_t>(facts->state.size);
-  TESSARIN_TAKE(FileAtoms atoms, MovieFile(file.number(), size).read());
+  const MovieFile reader(file.number(), size);
+  TESSARIN_TAKE(FileAtoms atoms, reader.read());
   MovieTables movie;
   movie.bytes = size;
   movie.fileType = std::move(atoms.type);
@@ -476,10 +501,12 @@ Outcome<MovieTables> readMovieTables(const std::string& path) {
       continue;
     if (movie.tracks.size() == mostTracks)
       return Failure{"its index has too many tracks"};
-    TrackTablesReader reader(atom, movie.scale, size);
-    TESSARIN_TAKE(JoinableTrack track, reader.read());
-    bytes += reader.bytes();
+    TrackTablesReader tables(atom, movie.scale, size);
+    TESSARIN_TAKE(JoinableTrack track, tables.read());
+    bytes += tables.bytes();
     movie.tracks.push_back(std::move(track));
+    if (!movie.count)
+      movie.count = pictureCountOf(atom, reader);
   }
   // Else a small file could stand for any amount of bytes.
   if (movie.scale == 0 || bytes > size)

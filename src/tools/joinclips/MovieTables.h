@@ -60,6 +60,12 @@ struct JoinableTrack {
   bool isJoined() const { return kind == "vide" || kind == "soun"; }
 };
 
+// A track that numbers the pictures, from the clock of the camera or from its tape's.
+struct PictureCount {
+  std::uint32_t first = 0;
+  double perSecond = 0;
+};
+
 struct MovieTables {
   std::uint64_t bytes = 0;       // of the file
   std::string fileType;          // the atom before the index; "": none
@@ -67,6 +73,7 @@ struct MovieTables {
   std::uint32_t scale = 0;       // ticks a second of its edits
   std::uint64_t created = 0;     // seconds, by the camera's clock; 0: unset
   std::vector<JoinableTrack> tracks;
+  std::optional<PictureCount> count;
 
   // The track with most pictures; null without any.
   const JoinableTrack* pictures() const;

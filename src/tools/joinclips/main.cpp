@@ -9,9 +9,11 @@
 // --parts the files that are parts of one recording are told by their places among the arguments,
 // from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third begin, and
 // the third ends, in seconds), and those that seem to go on in a next file that is not there or
-// does not fit ("doubtful 7"); so are files of the card with the sound of an argument ("sounds 0
-// AUDIO/0001AB00.MXF", in the order of the channels; "sounds 0 missing", once for each of which the
-// card tells and which is not there; "sounds 0 by name", where the card does not tell of them).
+// does not fit ("doubtful 7"), or that are not the first part and lack the one before ("later 9");
+// so are files of the card with the sound of an argument ("sounds 0 AUDIO/0001AB00.MXF", in the
+// order of the channels; "sounds 0 missing", once for each of which the card tells and which is not
+// there; "sounds 0 by name", where the card does not tell of them). Of MXF files, which joinmxf
+// puts behind each other, --list says where each begins, and reads all of them.
 // With --dv a line as of --list tells of a file with DV how much of its pictures is damaged or
 // missing, with --clusters of a Matroska file how much of it has a wrong time.
 //
@@ -23,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "classShared/TextAdditions.h"
 #include "classShared/descriptorBytes.h"
 #include "movie/clusterTimes.h"
 #include "tools/joinclips/JointFinder.h"
@@ -211,7 +214,8 @@ Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& 
 Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
   if (files.size() > 1 && joining::isMovie(files.front()))
     return joining::joinMovies(files, isList);
-  if (files.size() > 1 && joining::isPlainlyJoined(files.front()))
+  if (files.size() > 1 && (joining::isPlainlyJoined(files.front()) ||
+                           (isList && hasPathExtension(files.front(), "mxf"))))
     return joining::joinPlainly(files, isList);
   return joinStreams(files, isList);
 }

@@ -49,6 +49,24 @@ bool isFirstChapter(std::string_view stem) {
   return matches(stem, "GOPR0000");
 }
 
+// Makes two digits one more.
+bool countOn(std::string& text, std::size_t place) {
+  char& tens = text[place];
+  char& ones = text[place + 1];
+  if (ones == '9' && tens == '9')
+    return false;
+  tens = static_cast<char>(ones == '9' ? tens + 1 : tens);
+  ones = static_cast<char>(ones == '9' ? '0' : ones + 1);
+  return true;
+}
+
+bool isNumberedInFolder(const std::string& path) {
+  const std::string folder = fileName(parentFolder(path));
+  const std::string_view stem = partsOf(path).stem;
+  return stem.size() == 8 && matches(stem.substr(2), "000000") && stem.substr(6) != "00" &&
+         !isDecimal(stem[0]) && !isDecimal(stem[1]) && equalIgnoringCase(stem.substr(0, 6), folder);
+}
+
 }  // namespace
 
 std::optional<std::string> nextName(const std::string& path) {
@@ -99,18 +117,48 @@ std::optional<std::string> nextChapterName(const std::string& path) {
   }
   if (!isNumberedChapter(stem))
     return std::nullopt;
-  char& tens = next[begin + 2];
-  char& ones = next[begin + 3];
-  if (ones == '9' && tens == '9')
-    return std::nullopt;
-  tens = static_cast<char>(ones == '9' ? tens + 1 : tens);
-  ones = static_cast<char>(ones == '9' ? '0' : ones + 1);
-  return next;
+  return countOn(next, begin + 2) ? std::optional(next) : std::nullopt;
 }
 
 bool isChapterName(const std::string& path) {
   const std::string_view stem = partsOf(path).stem;
   return isFirstChapter(stem) || isNumberedChapter(stem);
+}
+
+std::optional<std::string> nextNameInFolder(const std::string& path) {
+  const auto [begin, stem] = partsOf(path);
+  std::string next = path;
+  return isNumberedInFolder(path) && countOn(next, begin + stem.size() - 2) ? std::optional(next)
+                                                                            : std::nullopt;
+}
+
+std::optional<std::string> nextTakeName(const std::string& path) {
+  const auto [begin, stem] = partsOf(path);
+  std::string next = path;
+  // The folder's number stands before the stroke between the two.
+  return isTakeName(path) && countOn(next, begin + stem.size() - 2) && countOn(next, begin - 3)
+             ? std::optional(next)
+             : std::nullopt;
+}
+
+bool isTakeName(const std::string& path) {
+  const std::string folder = parentFolder(path);
+  const std::string_view stem = partsOf(path).stem;
+  return stem.size() > 3 && matches(stem.substr(stem.size() - 3), "_00") && !stem.ends_with("00") &&
+         equalIgnoringCase(stem, fileName(folder)) &&
+         equalIgnoringCase(fileName(parentFolder(folder)), "CLPR");
+}
+
+std::size_t partNumber(const std::string& path) {
+  const std::string_view stem = partsOf(path).stem;
+  const auto number = [stem](std::size_t place) {
+    return static_cast<std::size_t>(leadingInteger(stem.substr(place, 2)));
+  };
+  if (isFirstChapter(stem))
+    return 1;
+  if (isNumberedChapter(stem))
+    return number(2) + (inCapitals(stem[1]) == 'P' ? 1 : 0);
+  return isNumberedInFolder(path) || isTakeName(path) ? number(stem.size() - 2) : 0;
 }
 
 bool mayFollowOnRecorder(const std::string& path, const std::string& next) {

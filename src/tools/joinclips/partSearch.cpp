@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 
 #include "classShared/TextAdditions.h"
 #include "tools/gettimestamps/card.h"
@@ -27,15 +28,21 @@ class PartSearch {
     for (std::size_t file = 0; file < files_.size(); ++file)
       if (const auto following = nextOf(file))
         next.emplace(file, *following);
+    leaveOutForks(next);
+    // None goes on in one that it follows: parts begin ever later.
     std::map<std::size_t, std::size_t> rest = next;
-    for (const auto& [file, following] : next)
+    std::set<std::size_t> later;
+    for (const auto& [file, following] : next) {
       rest.erase(following);
+      later.insert(following);
+    }
     for (const auto& [first, following] : rest) {
       std::vector<std::size_t> parts{first};
       for (auto link = next.find(first); link != next.end(); link = next.find(link->second))
         parts.push_back(link->second);
       print(parts);
     }
+    tellOfLater(later);
   }
 
  private:
@@ -55,8 +62,11 @@ class PartSearch {
   std::optional<std::size_t> nextOf(std::size_t file) {
     const auto kind = partKindOf(files_[file]);
     const auto name = kind ? kind->nextName(files_[file], placeOf_) : std::nullopt;
-    if (!name)
+    if (!name) {
+      if (kind && kind->goesOnSomewhere(files_[file]))
+        tellDoubt(file);
       return std::nullopt;
+    }
     const CardSays says = cardSays(file, *name);
     const auto following = placeOf_.find(*name);
     if (following == placeOf_.end()) {
@@ -70,10 +80,28 @@ class PartSearch {
     return link == Link::goesOn ? std::optional(following->second) : std::nullopt;
   }
   // Whether the part behind the missing one is there.
-  bool isBeforeNamedPart(const PartKind& kind, const std::string& missing) const {
+  bool isBeforeNamedPart(PartKind& kind, const std::string& missing) const {
     const auto behind =
         kind.isNamedAsPart(missing) ? kind.nextName(missing, placeOf_) : std::nullopt;
     return behind && placeOf_.contains(*behind);
+  }
+  // A file in which several go on is none's.
+  static void leaveOutForks(std::map<std::size_t, std::size_t>& next) {
+    std::map<std::size_t, int> before;
+    for (const auto& [file, following] : next)
+      ++before[following];
+    std::erase_if(next, [&before](const auto& link) {
+      if (before[link.second] > 1)
+        tellDoubt(link.first);
+      return before[link.second] > 1;
+    });
+  }
+  // What is before them is not there, or does not fit.
+  void tellOfLater(const std::set<std::size_t>& joined) const {
+    for (std::size_t file = 0; file < files_.size(); ++file)
+      if (const auto kind = partKindOf(files_[file]);
+          kind && !joined.contains(file) && kind->isLaterPart(files_[file]))
+        fmt::print("later {}\n", file);
   }
   static void tellDoubt(std::size_t file) { fmt::print("doubtful {}\n", file); }
   void print(const std::vector<std::size_t>& parts) {

@@ -16,8 +16,6 @@ void tellSoundFiles(const std::vector<std::string>& files) {
       fmt::print("sounds {} missing\n", file);
     if (sounds.isByName && !sounds.files.empty())
       fmt::print("sounds {} by name\n", file);
-    if (const auto clip = p2ClipOf(files[file]); clip && !clip->next.empty())
-      fmt::print("doubtful {}\n", file);
   }
 }
 

@@ -14,6 +14,8 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cmath>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +25,7 @@
 #include "ffmpeg/toolLine.h"
 #include "platform/ChildProcess.h"
 #include "platform/Descriptor.h"
+#include "tools/gettimestamps/mxfFile.h"
 #include "tools/toolMain.h"
 
 namespace {
@@ -41,26 +44,64 @@ std::string plainPath(const std::string& path) {
   return startsWith(path, "/") ? path : "./" + path;
 }
 
-// What ffmpeg reads behind each other, as a list in the words of its "concat" format.
-std::string listOf(const Paths& paths) {
-  std::string list = "data:text/plain,ffconcat version 1.0\n";
-  for (const std::string& path : paths)
-    list += fmt::format("file '{}'\n", replaceAll(plainPath(path), "'", "'\\''"));
-  return list;
+// A name in a list, which has another place than the files.
+std::string urlOf(const std::string& path) {
+  return "file:" + path;
 }
 
-Arguments inputOf(const Paths& paths) {
+// What ffmpeg names a list by is all of it, so that the reason comes behind this.
+constexpr std::string_view endOfList = "# end";
+
+// Microseconds to the end of the pictures of each part, as far as they are known.
+std::vector<std::int64_t> endsOf(const Paths& parts) {
+  std::vector<std::int64_t> ends;
+  double end = 0;
+  for (const std::string& part : parts) {
+    BoundedFile file(part);
+    const auto facts = mxfFacts(file);
+    if (!facts)
+      break;
+    end += facts->seconds();
+    ends.push_back(std::llround(end * 1e6));
+  }
+  return ends;
+}
+
+// What ffmpeg reads behind each other, as a list in the words of its "concat" format. Each part
+// begins where the pictures of the one before end, so that nothing adds up where sound is a little
+// longer or shorter.
+std::string listOf(const Paths& paths, const std::vector<std::int64_t>& ends) {
+  std::string list = "data:text/plain,ffconcat version 1.0\n";
+  for (std::size_t part = 0; part < paths.size(); ++part) {
+    list += fmt::format("file '{}'\n", replaceAll(urlOf(paths[part]), "'", "'\\''"));
+    if (part < ends.size()) {
+      const std::int64_t length = ends[part] - (part == 0 ? 0 : ends[part - 1]);
+      list += fmt::format("duration {}.{:06}\n", length / 1'000'000, length % 1'000'000);
+    }
+  }
+  return list.append(endOfList);
+}
+
+Arguments inputOf(const Paths& paths, const std::vector<std::int64_t>& ends) {
   if (paths.size() == 1)
     return {"-i", plainPath(paths.front())};
-  return {"-f",        "concat", "-safe",      "0", "-auto_convert", "0", "-protocol_whitelist",
-          "file,data", "-i",     listOf(paths)};
+  return {"-f",
+          "concat",
+          "-safe",
+          "0",
+          "-auto_convert",
+          "0",
+          "-protocol_whitelist",
+          "file,data",
+          "-i",
+          listOf(paths, ends)};
 }
 
 Arguments readingArguments(const Files& files) {
   Arguments list = {"-nostdin", "-hide_banner", "-v", "error"};
   Arguments map = {"-map", files.sounds.empty() ? "0" : "0:0"};
-  const auto add = [&list](const Paths& paths) {
-    const Arguments input = inputOf(paths);
+  const auto add = [&list, ends = endsOf(files.parts)](const Paths& paths) {
+    const Arguments input = inputOf(paths, ends);
     list.insert(list.end(), input.begin(), input.end());
   };
   add(files.parts);
@@ -91,6 +132,8 @@ class Words {
   }
   // Whether nobody reads any more, which it tells as a failure of its own.
   bool isUnread() const { return isUnread_; }
+  // Whether a file of a list could not be read, and that is told.
+  bool hasFailed() const { return hasFailed_; }
 
  private:
   void tell(std::string_view line) {
@@ -99,6 +142,8 @@ class Words {
     if (isUnread_)
       return;
     const std::string_view words = withoutMarks(line).words;
+    if (takeFailureOfList(words))
+      return;
     for (const Paths* paths : {&files_.parts, &files_.sounds})
       for (const std::string& path : *paths)
         if (const std::string start = plainPath(path) + ": "; startsWith(words, start)) {
@@ -108,11 +153,35 @@ class Words {
         }
     write(fmt::format("{}\n", line));
   }
+  // "Impossible to open 'file:/card/…'" and then the list, with the reason behind it: ffmpeg takes
+  // it for the end of all, and no failure.
+  bool takeFailureOfList(std::string_view words) {
+    if (const auto path = textBetween(words, "Impossible to open 'file:", "'")) {
+      unreadable_ = fmt::format(" ({})", fileName(*path));
+      return true;
+    }
+    if (startsWith(words, "data:text/plain,ffconcat")) {
+      isInList_ = true;
+      return true;
+    }
+    const bool wasInList = isInList_;
+    if (const auto reason = textAfter(words, ": ");
+        wasInList && reason && startsWith(words, endOfList)) {
+      isInList_ = false;
+      hasFailed_ = true;
+      write(
+          fmt::format("joinmxf: {}: {}{}\n", files_.parts.front(), trimmed(*reason), unreadable_));
+    }
+    return wasInList;
+  }
   static void write(const std::string& line) { writeAll(standardError, line); }
 
   const Files& files_;
   std::string begun_;
+  std::string unreadable_;
   bool isUnread_ = false;
+  bool isInList_ = false;
+  bool hasFailed_ = false;
 };
 
 Outcome<bool> join(const std::string& ffmpeg, const Files& files) {
@@ -135,7 +204,7 @@ Outcome<bool> join(const std::string& ffmpeg, const Files& files) {
        count = readSome(errors->readEnd.number(), buffer.data(), buffer.size()))
     words.add({buffer.data(), static_cast<std::size_t>(count)});
   const ExitStatus status = child->wait();
-  if (status.number() == 0 || words.isUnread())
+  if (words.isUnread() || (status.number() == 0 && !words.hasFailed()))
     return true;
   return Failure{fmt::format("{}: it cannot be read with the files beside it (status {})",
                              files.parts.front(), status.number())};
