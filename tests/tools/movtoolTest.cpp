@@ -177,6 +177,20 @@ TEST(Movtool, OneWrongTimeRepeatsNoPictures) {
   EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "nb_frames"), "50");
 }
 
+// AVI tells no times, and stores pictures out of their order.
+TEST(Movtool, PicturesOfAnAviFileComeInTheirOrder) {
+  const ScopedTemporaryFolder folder;
+  const std::string shown = "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -pix_fmt yuv420p ";
+  const std::string truth = makeClip(folder, "truth.mkv", shown + "-c:v ffv1");
+  Settings settings;
+  settings.width = 320;
+  settings.height = 240;
+  exported(folder, settings,
+           makeClip(folder, "clip.avi", shown + "-c:v libx264 -preset superfast -bf 2"));
+  EXPECT_EQ(probed(folder.file("out.mov"), "v:0", "nb_frames"), "50");
+  EXPECT_GT(lowestPeakRatio(folder.file("out.mov"), truth), 26);
+}
+
 // A trimmed clip: its first pictures cannot be decoded, its sound can.
 TEST(Movtool, BeginsWithTheFirstPictureOfACutClip) {
   const ScopedTemporaryFolder folder;

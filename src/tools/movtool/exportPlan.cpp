@@ -289,7 +289,11 @@ void appendInput(std::vector<std::string>& arguments, const ExportInput& input) 
     append(arguments, {joinedPart, part});
   for (const std::string& sound : input.soundFiles)
     append(arguments, {soundBeside, sound});
-  append(arguments, {"-fflags", "+genpts", "-i", input.path});
+  // Of pictures that are stored out of order ffmpeg's guess is wrong for some, and they would trade
+  // places or be lost; by their decoders' order they come one by one.
+  if (!input.isAvi)
+    append(arguments, {"-fflags", "+genpts"});
+  append(arguments, {"-i", input.path});
 }
 
 // With the source's time counted from the movie's beginning where that lies before what ffmpeg

@@ -32,6 +32,7 @@ struct ExportInput {
   std::vector<int> soundStreams;
   // To mix each of these sounds to, or the last number all that follow; none: as many as it has.
   std::vector<int> channels;
+  bool isAvi = false;      // which does not tell when a picture is shown
   bool slow = false;       // pictures at half their speed, sound as it is
   bool slowSound = false;  // sound as long as slow pictures, at its own pitch
 };

@@ -16,6 +16,7 @@
 #include "tools/movtool/exportPlan.h"
 #include "tools/movtool/makeMovie.h"
 #include "tools/streams/yuv4mpeg.h"
+#include "utils/files.h"
 
 namespace tessarin::movtool {
 
@@ -116,12 +117,15 @@ Outcome<quicktime::VideoFormat> videoFormat(const ExportSettings& settings, cons
 
 }  // namespace
 
-Outcome<bool> runExport(const ExportJob& job) {
+Outcome<bool> runExport(const ExportJob& wanted) {
+  ExportJob job = wanted;
   const Outcome<ExportSettings> settings = readSettings(job.settings);
   if (!settings)
     return Failure{settings.reason()};
   if (const auto problem = pathProblem(job))
     return Failure{*problem};
+  const std::string start = readFileStart(job.input.path, 12).value_or("");
+  job.input.isAvi = startsWith(start, "RIFF") && endsWith(start, "AVI ");
   const Outcome<std::string> ffmpeg = ffmpegProgram();
   if (!ffmpeg)
     return Failure{ffmpeg.reason()};

@@ -18,6 +18,6 @@ struct ExportJob {
 
 // Makes the movie, and tells its progress on standard output. The output appears when all went
 // well, else there is a sentence for the user.
-Outcome<bool> runExport(const ExportJob& job);
+Outcome<bool> runExport(const ExportJob& wanted);
 
 }  // namespace tessarin::movtool
