@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QKeyEvent>
 #include <QScrollBar>
 #include <QTimer>
 #include <clocale>
@@ -25,6 +26,7 @@
 #include "platform/Bundle.h"
 #include "process/logs.h"
 #include "utils/files.h"
+#include "views/BatchView.h"
 #include "views/MainWindow.h"
 #include "views/QtAlerts.h"
 #include "views/QtRunLoop.h"
@@ -55,7 +57,7 @@ class Window {
                                      {"v0_fields", "TFF"},
                                      {"w_duration", 12}});
     source.path = "/card/" + std::to_string(app.table().count()) + ".MTS";
-    source.thumbnail = picture();
+    source.thumbnail = newPicture();
     const int row = app.table().append(newRow(std::move(source), {outProres, 0}));
     app.table().iba_outSpeedCell(row);
     app.interface.batchDrawer.setShown(true);
@@ -70,15 +72,17 @@ class Window {
   const std::string& folder() const { return folder_; }
 
  private:
-  // The thumbnail that all rows share.
-  const std::string& picture() {
+  // A thumbnail for one row.
+  std::string newPicture() {
     if (picture_.empty()) {
       picture_ = joinPath(folder_, "picture.jpg");
       QImage image(160, 90, QImage::Format_RGB32);
       image.fill(Qt::darkGreen);
       image.save(qtText(picture_));
     }
-    return picture_;
+    const std::string path = joinPath(folder_, std::to_string(app.table().count()) + ".jpg");
+    std::filesystem::copy_file(picture_, path, std::filesystem::copy_options::overwrite_existing);
+    return path;
   }
 
   std::string folder_ = temporaryFolder();
@@ -208,6 +212,46 @@ bool makeClip(const std::string& path) {
   return std::system(command.c_str()) == 0;
 }
 
+// All of these rows are removed with the keys, and it is taken back; then they get another target
+// and another order. Each is let settle, so that what waits behind the act counts as well.
+void RemoveAndUndo(benchmark::State& state) {
+  Window window;
+  for (auto row = state.range(0); row > 0; --row)
+    window.appendRow();
+  window.settle();
+  auto& view = static_cast<BatchView&>(window.table());
+  const auto stall = [&](const char* name, const auto& act) {
+    const Heartbeat heartbeat(window.loop);
+    window.loop.runSoon(act);
+    window.settle();
+    state.counters[name] = heartbeat.longest();
+  };
+  const auto press = [&](Qt::Key key) {
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, QString(QChar(key)));
+    QApplication::sendEvent(&view, &event);
+  };
+  view.setCurrentIndex(view.model()->index(0, outColumn));
+  for (auto step : state) {
+    stall("select_ms", [&] { view.selectAll(); });
+    stall("choose_ms", [&] { press(Qt::Key_2); });
+    stall("undoChoice_ms", [&] { view.undo(); });
+    stall("remove_ms", [&] { view.removeSelected(); });
+    stall("undoRemoval_ms", [&] { view.undo(); });
+    stall("sort_ms", [&] { view.sortRows(SortBy::name); });
+    stall("undoOrder_ms", [&] { view.undo(); });
+    // Every other row: none of them is the neighbour of another.
+    QItemSelection others;
+    for (int row = 0; row < view.model()->rowCount(); row += 2)
+      others.select(view.model()->index(row, 0), view.model()->index(row, batchColumnCount - 1));
+    stall("selectOthers_ms", [&] {
+      view.selectionModel()->select(others, QItemSelectionModel::ClearAndSelect);
+    });
+    stall("removeOthers_ms", [&] { view.removeSelected(); });
+    stall("undoOthers_ms", [&] { view.undo(); });
+  }
+}
+BENCHMARK(RemoveAndUndo)->Arg(manyRows)->Arg(10 * manyRows)->Iterations(1)->Unit(benchmark::kSecond);
+
 // Twenty clips on top of a thousand rows are analysed, and three of them converted.
 void AnalyseAndConvert(benchmark::State& state) {
   Window window;
@@ -236,10 +280,9 @@ void AnalyseAndConvert(benchmark::State& state) {
       analysis = heartbeat.longest();
     }
     // The rows without a source and all clips but three go first.
-    while (window.app.table().count() > 3) {
-      window.app.table().select(0);
-      window.app.table().encBatchRemove(false);
-    }
+    std::vector<int> rows = window.app.table().allRows();
+    rows.resize(rows.size() - 3);
+    window.app.table().remove(rows);
     window.settle();
     const Heartbeat heartbeat(window.loop);
     window.app.iba_batchGoBt();

@@ -37,10 +37,10 @@ BatchRecorder::BatchRecorder(appDelegate& app, CoreServices& services, std::stri
       diskSync_(services.loop),
       disk_(services.loop) {
   app_.table().rowAppended.connect([this](int row) { rowAppended(row); });
-  app_.table().rowChanged.connect([this](int row) { rowChanged(row); });
-  app_.table().rowRemoved.connect([this](int row) { rowRemoved(row); });
-  app_.table().rowPutBack.connect([this](int row) { rowPutBack(row); });
-  app_.table().rowsMoved.connect([this](const std::vector<int>& order) { rowsMoved(order); });
+  app_.table().rowsChanged.connect([this](const std::vector<int>& rows) { rowsChanged(rows); });
+  app_.table().rowsRemoved.connect([this](const std::vector<int>& rows) { rowsRemoved(rows); });
+  app_.table().rowsPutBack.connect([this](const std::vector<int>& rows) { rowsPutBack(rows); });
+  app_.table().rowsMoved.connect([this](const std::vector<int>&) { rowsMoved(); });
   app_.queue().accepted.connect([this] {
     restoredWaiting_.clear();
     waitingChanged();
@@ -79,45 +79,49 @@ void BatchRecorder::rowAppended(int row) {
   idOfOrder_[order] = app_.table().id(row);
   if (restored_ != 0)
     return;
-  rowChanged(row);
+  rowsChanged({row});
 }
 
-void BatchRecorder::rowChanged(int row) {
+void BatchRecorder::rowsChanged(const std::vector<int>& rows) {
   if (stopped_)
     return;
-  changedRows_.insert(orders_.at(static_cast<std::size_t>(row)));
+  for (const int row : rows)
+    changedRows_.insert(orders_.at(static_cast<std::size_t>(row)));
   schedule(gathering);
 }
 
-void BatchRecorder::rowRemoved(int row) {
-  const auto place = orders_.begin() + row;
-  const std::int64_t order = *place;
-  orders_.erase(place);
-  if (stopped_)
-    return;
-  changedRows_.erase(order);
-  removedRows_.insert(order);
-  // Its source may still be named as one without a row.
+void BatchRecorder::rowsRemoved(const std::vector<int>& rows) {
+  if (!stopped_)
+    for (const int row : rows) {
+      const std::int64_t order = orders_.at(static_cast<std::size_t>(row));
+      changedRows_.erase(order);
+      removedRows_.insert(order);
+    }
+  readNumbers();
+  // Their sources may still be named as ones without a row.
   waitingChanged();
 }
 
-// Under the number that it had.
-void BatchRecorder::rowPutBack(int row) {
-  const std::int64_t order = orderOfId_.at(app_.table().id(row));
-  orders_.insert(orders_.begin() + row, order);
+// Under the numbers that they had.
+void BatchRecorder::rowsPutBack(const std::vector<int>& rows) {
+  readNumbers();
   if (stopped_)
     return;
-  removedRows_.erase(order);
+  for (const int row : rows)
+    removedRows_.erase(orders_.at(static_cast<std::size_t>(row)));
   orderChanged_ = true;
-  rowChanged(row);
+  rowsChanged(rows);
 }
 
-void BatchRecorder::rowsMoved(const std::vector<int>& order) {
-  std::vector<std::int64_t> moved;
-  moved.reserve(order.size());
-  for (const int row : order)
-    moved.push_back(orders_.at(static_cast<std::size_t>(row)));
-  orders_ = std::move(moved);
+// Of all rows that are there.
+void BatchRecorder::readNumbers() {
+  orders_.clear();
+  for (int row = 0; row < app_.table().count(); ++row)
+    orders_.push_back(orderOfId_.at(app_.table().id(row)));
+}
+
+void BatchRecorder::rowsMoved() {
+  readNumbers();
   orderChanged_ = true;
   schedule(gathering);
 }
@@ -167,7 +171,7 @@ void BatchRecorder::jobEnded(const JobEnd& end) {
   // An older state of the row must not be written after this one.
   disk_.finish();
   BatchChanges finished;
-  finished.addRow(storedRow(row));
+  finished.rows.push_back(storedRow(row));
   endedJobs_[order] = end;
   if (check(store_->write(finished))) {
     changedRows_.erase(order);
@@ -285,9 +289,9 @@ void BatchRecorder::groupEnded(const Outcome<void>& result) {
     store_.emplace(std::move(**made));
   isFailing_ = !check(result);
   if (isFailing_) {
-    for (const auto& [order, content] : group->rows)
-      if (rowOf(order) >= 0)
-        changedRows_.insert(order);
+    for (const StoredRow& row : group->rows)
+      if (rowOf(row.order) >= 0)
+        changedRows_.insert(row.order);
     for (const std::int64_t order : group->removedRows)
       if (rowOf(order) < 0)
         removedRows_.insert(order);
@@ -296,8 +300,8 @@ void BatchRecorder::groupEnded(const Outcome<void>& result) {
     schedule(retryInterval);
     return;
   }
-  for (const auto& [order, content] : group->rows)
-    rowStored(order);
+  for (const StoredRow& row : group->rows)
+    rowStored(row.order);
   if (waitingChanged_ || orderChanged_ || changedRows_.size() > mostRows) {
     schedule(milliseconds(0));
   } else if (!changedRows_.empty() || !removedRows_.empty()) {
@@ -319,7 +323,7 @@ BatchChanges BatchRecorder::wholeBatch() {
   BatchChanges changes;
   changes.settings = settings();
   for (int row = 0; row < app_.table().count(); ++row)
-    changes.addRow(storedRow(row));
+    changes.rows.push_back(storedRow(row));
   orderChanged_ = true;
   changes.order = changedOrder();
   changes.waiting = sourcesWithoutRow();
@@ -340,7 +344,7 @@ BatchChanges BatchRecorder::gatheredChanges() {
   const auto start = std::chrono::steady_clock::now();
   while (!changedRows_.empty() && changes.rows.size() < mostRows &&
          std::chrono::steady_clock::now() - start < longestGathering)
-    changes.addRow(storedRow(rowOf(changedRows_.extract(changedRows_.begin()).value())));
+    changes.rows.push_back(storedRow(rowOf(changedRows_.extract(changedRows_.begin()).value())));
   changes.removedRows.assign(removedRows_.begin(), removedRows_.end());
   removedRows_.clear();
   changes.order = changedOrder();
@@ -404,7 +408,7 @@ void BatchRecorder::restore(std::optional<BatchStore> store, const StoredBatch& 
     const int row = app_.table().append(stored.row);
     restored_ = 0;
     if (isOurs && stored.isChanged)
-      rowChanged(row);
+      rowsChanged({row});
   }
   if (!store)  // ours now, or none
     return;
@@ -487,11 +491,7 @@ int BatchRecorder::rowOf(std::int64_t order) const {
 }
 
 StoredRow BatchRecorder::storedRow(int row) const {
-  StoredRow stored{orders_.at(static_cast<std::size_t>(row)), app_.table().row(row)};
-  if (const std::string image = stored.row.thumbnail();
-      !image.empty() && poidsFile(image, "o") <= largestPicture)
-    stored.picture = readFileStart(image, largestPicture).value_or("");
-  return stored;
+  return {orders_.at(static_cast<std::size_t>(row)), app_.table().row(row)};
 }
 
 // The movies of a batch that runs have the names that it began with, whatever is being typed.

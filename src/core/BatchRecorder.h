@@ -79,10 +79,11 @@ class BatchRecorder {
 
  private:
   void rowAppended(int row);
-  void rowChanged(int row);
-  void rowRemoved(int row);
-  void rowPutBack(int row);
-  void rowsMoved(const std::vector<int>& order);
+  void rowsChanged(const std::vector<int>& rows);
+  void rowsRemoved(const std::vector<int>& rows);
+  void rowsPutBack(const std::vector<int>& rows);
+  void rowsMoved();
+  void readNumbers();
   void folderBegins(const std::string& source, const std::string& folder);
   void movieFinished(const FinishedMovie& movie);
   void jobEnded(const JobEnd& end);

@@ -68,6 +68,15 @@ Outcome<void> writeNew(const std::string& path, const Dico& content, bool sync) 
   return {};
 }
 
+Dico contentWithPicture(const StoredRow& row) {
+  const std::string image = row.row.thumbnail();
+  if (!row.picture.empty() || image.empty() || poidsFile(image, "o") > largestPicture)
+    return contentOfRow(row);
+  StoredRow whole = row;
+  whole.picture = readFileStart(image, largestPicture).value_or("");
+  return contentOfRow(whole);
+}
+
 Dico storedWaiting(const std::vector<std::string>& sources) {
   return {{"sources", List(sources.begin(), sources.end())}};
 }
@@ -105,10 +114,6 @@ std::string batchesFolder() {
   return joinPath(userFolder(UserFolder::state), "batches");
 }
 
-void BatchChanges::addRow(const StoredRow& row) {
-  rows.emplace_back(row.order, contentOfRow(row));
-}
-
 Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchChanges& content) {
   std::random_device random;
   const std::string name = fmt::format("{}-{:08x}", processId(), random());
@@ -130,7 +135,7 @@ Outcome<BatchStore> BatchStore::create(const std::string& parent, const BatchCha
   auto written =
       writeNew(joinPath(hidden, "batch.plist"), content.settings.value_or(Dico()), !isMany);
   for (auto row = content.rows.begin(); row != content.rows.end() && written; ++row)
-    written = writeNew(store.rowPath(row->first), row->second, !isMany);
+    written = writeNew(store.rowPath(row->order), contentWithPicture(*row), !isMany);
   if (written && content.order && !content.order->empty())
     written = writeNew(store.orderPath(), storedOrder(*content.order), !isMany);
   if (written && content.waiting && !content.waiting->empty())
@@ -178,8 +183,8 @@ Outcome<void> BatchStore::write(const BatchChanges& changes) const {
   };
   if (changes.settings)
     writePart(joinPath(folder_, "batch.plist"), *changes.settings);
-  for (const auto& [order, content] : changes.rows)
-    writePart(rowPath(order), content);
+  for (const StoredRow& row : changes.rows)
+    writePart(rowPath(row.order), contentWithPicture(row));
   if (written)
     for (const std::int64_t order : changes.removedRows)
       removeFile(rowPath(order));

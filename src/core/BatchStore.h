@@ -19,13 +19,12 @@ std::string batchesFolder();
 // What is to be stored, independent of everything that may change meanwhile.
 struct BatchChanges {
   std::optional<Dico> settings;
-  std::vector<std::pair<std::int64_t, Dico>> rows;  // order number and content
+  // One without a picture is written with what its thumbnail's file holds then.
+  std::vector<StoredRow> rows;
   std::vector<std::int64_t> removedRows;
   // The numbers of the rows in their order; none: that of the numbers, and the list is removed.
   std::optional<std::vector<std::int64_t>> order;
   std::optional<std::vector<std::string>> waiting;  // none: the list is removed
-
-  void addRow(const StoredRow& row);
 };
 
 // A folder "PID-RANDOM" for this user alone, with

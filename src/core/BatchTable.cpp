@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <numeric>
+#include <utility>
 
 #include "classShared/log.h"
 #include "core/rowChoices.h"
@@ -21,6 +22,12 @@ const char* smile(bool good) {
 }
 
 }  // namespace
+
+void removeThumbnails(const BatchTable::TakenRows& rows) {
+  for (const BatchTable::TakenRow& taken : rows)
+    if (const std::string& file = taken.row.thumbnail(); !file.empty())
+      removeFile(file);
+}
 
 BatchTable::BatchTable(CoreServices& services, Interface& interface)
     : services_(services), interface_(interface) {}
@@ -67,6 +74,12 @@ void BatchTable::noteFiles(const Row& entry, std::uint64_t id) {
     idOfPath_.emplace(file, id);
 }
 
+void BatchTable::forgetFiles(const Row& entry, std::uint64_t id) {
+  for (const std::string& file : filesOf(entry.source))
+    if (const auto known = idOfPath_.find(file); known != idOfPath_.end() && known->second == id)
+      idOfPath_.erase(known);
+}
+
 int BatchTable::append(Row entry) {
   const std::string path = entry.path();
   if (const int known = rowOfSource(path); known >= 0)
@@ -79,17 +92,103 @@ int BatchTable::append(Row entry) {
   return row;
 }
 
-void BatchTable::putBack(Row entry, std::uint64_t id, int row) {
-  const std::string path = entry.path();
-  if (rowOfSource(path) >= 0)
-    return;
-  row = std::clamp(row, 0, count());
-  noteFiles(entry, id);
-  rows_.insert(rows_.begin() + row, std::move(entry));
-  ids_.insert(ids_.begin() + row, id);
-  if (selectedRow_ >= row)
-    ++selectedRow_;
-  rowPutBack.emit(row);
+BatchTable::TakenRows BatchTable::take(std::vector<int> rows, bool isAlertToDisplay) {
+  std::sort(rows.begin(), rows.end());
+  rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+  const std::size_t wanted = rows.size();
+  if (!inProgress_.empty())
+    std::erase_if(rows, [this](int row) { return isInProgress(row); });
+  if (rows.size() < wanted) {
+    logLine("batchRemoval… single: removal not available for the currently source in progress ;-)");
+    if (isAlertToDisplay)
+      services_.alerts.show({localisationString("D_batch_1"), ""});
+  }
+  if (rows.empty())
+    return {};
+  TakenRows taken;
+  taken.reserve(rows.size());
+  std::vector<Row> left;
+  std::vector<std::uint64_t> leftIds;
+  left.reserve(rows_.size() - rows.size());
+  leftIds.reserve(left.capacity());
+  int selected = -1;
+  for (int row = 0; row < count(); ++row) {
+    Row& entry = rows_[static_cast<std::size_t>(row)];
+    if (taken.size() < rows.size() && rows[taken.size()] == row) {
+      forgetFiles(entry, id(row));
+      taken.push_back({id(row), row, std::move(entry)});
+      continue;
+    }
+    if (row == selectedRow_)
+      selected = static_cast<int>(left.size());
+    left.push_back(std::move(entry));
+    leftIds.push_back(id(row));
+  }
+  rows_ = std::move(left);
+  ids_ = std::move(leftIds);
+  selectedRow_ = selected;
+  debugFormat("removed             # {}", taken.size());
+  rowsRemoved.emit(rows);
+  return taken;
+}
+
+BatchTable::TakenRows BatchTable::putBack(TakenRows taken) {
+  TakenRows refused;
+  std::vector<Row> rows;
+  std::vector<std::uint64_t> ids;
+  std::vector<int> places;
+  rows.reserve(rows_.size() + taken.size());
+  ids.reserve(rows.capacity());
+  int selected = -1;
+  std::size_t old = 0;
+  const auto addOld = [&] {
+    if (static_cast<int>(old) == selectedRow_)
+      selected = static_cast<int>(rows.size());
+    ids.push_back(ids_[old]);
+    rows.push_back(std::move(rows_[old++]));
+  };
+  for (TakenRow& each : taken) {
+    if (idOfPath_.contains(each.row.path())) {
+      refused.push_back(std::move(each));
+      continue;
+    }
+    while (old < rows_.size() && static_cast<int>(rows.size()) < each.place)
+      addOld();
+    places.push_back(static_cast<int>(rows.size()));
+    noteFiles(each.row, each.id);
+    ids.push_back(each.id);
+    rows.push_back(std::move(each.row));
+  }
+  while (old < rows_.size())
+    addOld();
+  rows_ = std::move(rows);
+  ids_ = std::move(ids);
+  selectedRow_ = selected;
+  if (!places.empty())
+    rowsPutBack.emit(places);
+  return refused;
+}
+
+void BatchTable::remove(std::vector<int> rows) {
+  removeThumbnails(take(std::move(rows), false));
+}
+
+void BatchTable::noteChanged(int row) {
+  if (isGathering_)
+    gathered_.push_back(row);
+  else
+    rowsChanged.emit({row});
+}
+
+void BatchTable::changeTogether(const std::function<void()>& change) {
+  isGathering_ = true;
+  change();
+  isGathering_ = false;
+  std::vector<int> changed = std::exchange(gathered_, {});
+  std::sort(changed.begin(), changed.end());
+  changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+  if (!changed.empty())
+    rowsChanged.emit(changed);
 }
 
 bool BatchTable::arrange(const std::vector<int>& order) {
@@ -189,7 +288,7 @@ bool BatchTable::iba_outSpeedCell(int row) {
   entry.choice.target = target;
   if (!(entry == this->row(row))) {
     rows_[static_cast<std::size_t>(row)] = std::move(entry);
-    rowChanged.emit(row);
+    noteChanged(row);
   }
   debugFormat("iba_outSpeedCell    : end");
   return true;
@@ -302,20 +401,31 @@ void BatchTable::batchRemoval(bool single, bool isAlertToDisplay,
     return answer(true);
   if (single)
     return answer(removeSelected(isAlertToDisplay));
-  if (!isAlertToDisplay) {
-    removeAllButCurrent();
-    return answer(true);
-  }
-  services_.alerts.show({localisationString("D_batch_4"),
-                         localisationString("D_batch_5"),
-                         {localisationString("D_Annuler"), localisationString("D_oui")},
-                         "",
-                         Alert::Style::warning},
-                        [this, answer](AlertAnswer reply) {
-                          if (reply.button == 1)
-                            removeAllButCurrent();
-                          answer(reply.button == 1);
-                        });
+  const auto act = [this, answer](bool isWanted) {
+    if (isWanted)
+      remove(allRows());
+    answer(isWanted);
+  };
+  if (isAlertToDisplay)
+    askToRemoveAll(act);
+  else
+    act(true);
+}
+
+void BatchTable::askToRemoveAll(std::function<void(bool isWanted)> answered) {
+  services_.alerts.show(
+      {localisationString("D_batch_4"),
+       localisationString("D_batch_5"),
+       {localisationString("D_Annuler"), localisationString("D_oui")},
+       "",
+       Alert::Style::warning},
+      [answered = std::move(answered)](AlertAnswer reply) { answered(reply.button == 1); });
+}
+
+std::vector<int> BatchTable::allRows() const {
+  std::vector<int> rows(rows_.size());
+  std::iota(rows.begin(), rows.end(), 0);
+  return rows;
 }
 
 void BatchTable::encBatchRemove(bool isAlertToDisplay) {
@@ -331,43 +441,10 @@ void BatchTable::encBatchRemoveAll(bool isAlertToDisplay) {
 bool BatchTable::removeSelected(bool isAlertToDisplay) {
   if (!has(selectedRow_))
     return true;
-  if (isInProgress(selectedRow_)) {
-    logLine("batchRemoval… single: removal not available for the currently source in progress ;-)");
-    if (isAlertToDisplay)
-      services_.alerts.show({localisationString("D_batch_1"), ""});
-    return false;
-  }
   debugFormat("remove single index # {}", selectedRow_);
-  removeRow(selectedRow_);
-  return true;
-}
-
-void BatchTable::removeRow(int row) {
-  const std::string thumbnail = this->row(row).thumbnail();
-  if (!thumbnail.empty())
-    removeFile(thumbnail);
-  for (const std::string& file : filesOf(source(row)))
-    if (const auto known = idOfPath_.find(file);
-        known != idOfPath_.end() && known->second == id(row))
-      idOfPath_.erase(known);
-  ids_.erase(ids_.begin() + row);
-  rows_.erase(rows_.begin() + row);
-  if (selectedRow_ == row)
-    selectedRow_ = -1;
-  else if (selectedRow_ > row)
-    --selectedRow_;
-  rowRemoved.emit(row);
-}
-
-void BatchTable::removeAllButCurrent() {
-  const int srcInProgressIndexInt = encBatchInprogressRowIdentification();
-  debugFormat("srcInProgressIndexIn= {}", srcInProgressIndexInt);
-  // From the end, so that no row has to be renumbered twice.
-  for (int row = count() - 1; row >= 0; --row)
-    if (!isInProgress(row)) {
-      debugFormat("remove single index # {}", row);
-      removeRow(row);
-    }
+  const TakenRows taken = take({selectedRow_}, isAlertToDisplay);
+  removeThumbnails(taken);
+  return !taken.empty();
 }
 
 int BatchTable::encBatchInprogressRowIdentification() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <unordered_map>
@@ -29,11 +30,12 @@ class BatchTable {
  public:
   BatchTable(CoreServices& services, Interface& interface);
 
-  // What changed, for whoever shows the table.
-  Signal<int> rowChanged;
+  // What changed, for whoever shows the table. Where one act changes many rows all of them are told
+  // at once: by the indexes that they have, removed ones by those that they had, rising.
+  Signal<const std::vector<int>&> rowsChanged;
   Signal<int> rowAppended;
-  Signal<int> rowRemoved;
-  Signal<int> rowPutBack;
+  Signal<const std::vector<int>&> rowsRemoved;
+  Signal<const std::vector<int>&> rowsPutBack;
   Signal<> rowSelected;
   // The rows are in another order: of each the index that it had before.
   Signal<const std::vector<int>&> rowsMoved;
@@ -68,9 +70,20 @@ class BatchTable {
   std::uint64_t id(int row) const { return ids_.at(static_cast<std::size_t>(row)); }
   // Index of the row of this number, -1 when there is none (any more).
   int rowOfId(std::uint64_t id) const;
-  // Puts a row that was removed back to this index, or to the end; `id` is the number that it had.
-  // A source that has a row again keeps that one.
-  void putBack(Row entry, std::uint64_t id, int row);
+  struct TakenRow {
+    std::uint64_t id = 0;  // the number that it has
+    int place = 0;         // the index that it had
+    Row row;
+  };
+  using TakenRows = std::vector<TakenRow>;  // by their places
+  // Takes these rows out, but never those in progress; the user is told of one of these with the
+  // alert. The files of the thumbnails are the caller's from now on.
+  TakenRows take(std::vector<int> rows, bool isAlertToDisplay);
+  // Puts rows that were taken out back to where they were, or to the end. Those whose sources have
+  // rows again are left; these are the result.
+  TakenRows putBack(TakenRows rows);
+  // Takes these rows out, and removes their thumbnails.
+  void remove(std::vector<int> rows);
   // Brings the rows into this order: of each the index that it has now. False, with nothing
   // changed, when they are in it already, or when it does not name every row once.
   bool arrange(const std::vector<int>& order);
@@ -81,8 +94,10 @@ class BatchTable {
     if (entry.*part == value)
       return;
     entry.*part = value;
-    rowChanged.emit(row);
+    noteChanged(row);
   }
+  // What is set meanwhile is told at once, behind all of it. No row comes or goes meanwhile.
+  void changeTogether(const std::function<void()>& change);
   void mark(int row, RowMark mark) { set(row, &Row::mark, mark); }
 
   // Validates the row's choices against its source and stores the valid ones: the size row, then
@@ -107,6 +122,9 @@ class BatchTable {
   void batchRemoval(bool single, bool isAlertToDisplay, std::function<void(bool)> finished);
   void encBatchRemove(bool isAlertToDisplay);
   void encBatchRemoveAll(bool isAlertToDisplay);
+  // Asks whether all rows are to be removed, and acts if so.
+  void askToRemoveAll(std::function<void(bool isWanted)> answered);
+  std::vector<int> allRows() const;
 
   // Index of the row being encoded, the first that was begun of several; -1 when no batch runs.
   int encBatchInprogressRowIdentification() const;
@@ -119,8 +137,8 @@ class BatchTable {
   std::string possibleWith(int row, const std::optional<Choice>& choice) const;
   bool removeSelected(bool isAlertToDisplay);
   void noteFiles(const Row& entry, std::uint64_t id);
-  void removeRow(int row);
-  void removeAllButCurrent();
+  void forgetFiles(const Row& entry, std::uint64_t id);
+  void noteChanged(int row);
   bool computeSize(Row& entry, int row) const;
 
   CoreServices& services_;
@@ -133,7 +151,12 @@ class BatchTable {
   mutable std::vector<int> lastRowOfId_;
   std::unordered_map<std::string, std::uint64_t> idOfPath_;
   std::vector<std::string> inProgress_;
+  bool isGathering_ = false;
+  std::vector<int> gathered_;  // changed meanwhile
   int selectedRow_ = -1;
 };
+
+// The files of the thumbnails of rows that do not come back.
+void removeThumbnails(const BatchTable::TakenRows& rows);
 
 }  // namespace tessarin

@@ -84,11 +84,11 @@ double momentInMovie(const Row& row, const std::optional<Forecast>& movie, doubl
 
 ClipPreview::ClipPreview(RunLoop& loop, BatchTable& table)
     : loop_(loop), table_(table), run_(loop) {
-  table_.rowChanged.connect([this](int changedRow) {
-    if (!path_.empty() && table_.sourcePath(changedRow) == path_)
+  table_.rowsChanged.connect([this](const std::vector<int>& changedRows) {
+    if (!path_.empty() && std::binary_search(changedRows.begin(), changedRows.end(), row()))
       rowChanged();
   });
-  table_.rowRemoved.connect([this](int) {
+  table_.rowsRemoved.connect([this](const std::vector<int>&) {
     if (!path_.empty() && row() < 0)
       show(-1);
   });

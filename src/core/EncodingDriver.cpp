@@ -22,11 +22,10 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
       table_(table),
       mirror_(services.preferences),
       next_(services.loop) {
-  const auto recount = [this](int) { isWaitingCounted_ = false; };
-  table_.rowAppended.connect(recount);
-  table_.rowPutBack.connect(recount);
-  table_.rowChanged.connect(recount);
-  table_.rowRemoved.connect(recount);
+  const auto recount = [this] { isWaitingCounted_ = false; };
+  table_.rowAppended.connect([recount](int) { recount(); });
+  for (auto* change : {&table_.rowsPutBack, &table_.rowsChanged, &table_.rowsRemoved})
+    change->connect([recount](const std::vector<int>&) { recount(); });
 }
 
 void EncodingDriver::abandon() {
@@ -414,11 +413,7 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
     last_ = rows.front() > 0 ? table_.sourcePath(rows.front() - 1) : "";
   if (inHand_.empty())
     mirror_.showEncoded(last_.empty() ? beforeFirstRow : last_);
-  // From the end: a removal moves the rows behind it.
-  for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
-    table_.select(*row);
-    table_.encBatchRemove(false);
-  }
+  table_.remove(rows);
   for (const std::string& path : paths) {
     logLine("@@@la src existe même p'us… à la suivante");
     logFormat("current src does not exist anymore (-> skip to next one), current: {}", path);

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,8 +12,9 @@
 
 namespace tessarin {
 
-// A step is what the user did at once: rows that he removed, with their pictures, choices that he
-// made in rows, or another order that he gave them. What became of the rows otherwise is no step.
+// A step is what the user did at once: rows that he removed, choices that he made in rows, or another
+// order that he gave them. What became of the rows otherwise is no step. The thumbnails of removed
+// rows stay where they are for as long as the rows can come back.
 class RowUndo {
  public:
   enum class Kind { nothing, removal, choice, order };
@@ -21,25 +24,16 @@ class RowUndo {
   RowUndo(const RowUndo&) = delete;
   RowUndo& operator=(const RowUndo&) = delete;
 
-  struct State {
-    std::uint64_t id = 0;
-    int place = 0;  // in the table
-    Row row;
-    std::string picture = {};  // content of the thumbnail's file
-  };
-  using States = std::vector<State>;
-  // What these rows are now, to be given to one of the next two behind the act.
-  States statesOf(std::vector<int> rows, Kind kind) const;
-  // Remembers which of these are gone, or in which another choice was made, as one step.
-  void addRemoval(States before);
-  void addChoice(States before);
-
+  // Takes these rows out of the table (BatchTable::take), as one step.
+  void remove(std::vector<int> rows, bool isAlertToDisplay);
+  // Makes a choice in each of these rows, as one step.
+  void choose(const std::vector<int>& rows, const std::function<void(int row)>& choice);
   // Brings all rows into this order (BatchTable::arrange), as one step; none where nothing changes.
   void arrange(const std::vector<int>& order);
 
   // What can be taken back, and of how many rows the states are kept for it.
   Kind kind() const { return steps_.empty() ? Kind::nothing : steps_.back().kind; }
-  std::size_t rowCount() const { return steps_.empty() ? 0 : steps_.back().rows.size(); }
+  std::size_t rowCount() const;
   // Takes it back: removed rows come back to where they were, unless their sources have rows again;
   // a choice, unless its row is gone or being converted. A row that was finished with the former
   // choice is so again. Rows that came behind a change of the order stay behind the others.
@@ -47,14 +41,23 @@ class RowUndo {
   Signal<> changed;
 
  private:
+  // All that a user chooses in a row, and what the row was with it.
+  struct Chosen {
+    std::uint64_t id = 0;
+    Choice choice;
+    std::string sounds;
+    SlowSound slowSound = SlowSound::asRecorded;
+    RowMark mark = RowMark::waiting;
+  };
   struct Step {
     Kind kind;
-    States rows;
+    BatchTable::TakenRows taken = {};
+    std::vector<Chosen> choices = {};
     std::vector<std::uint64_t> order = {};  // the ids of all rows
   };
+  Chosen chosenIn(int row) const;
   void add(Step step);
-  void putBack(const State& state);
-  void chooseAgain(const State& state);
+  void chooseAgain(const Chosen& state);
   void arrangeAgain(const std::vector<std::uint64_t>& order);
 
   BatchTable& table_;

@@ -107,7 +107,7 @@ appDelegate::appDelegate(CoreServices services)
       table_.set(row, &Row::reason, end.reason);
   });
   // Without a row there is nothing to start.
-  table_.rowRemoved.connect([this](int) {
+  table_.rowsRemoved.connect([this](const std::vector<int>&) {
     if (table_.count() == 0)
       interface.batchGoBt.setEnabled(false);
   });

@@ -78,9 +78,8 @@ std::string endText(const BatchCount& count, const BatchTroubles& troubles) {
 BatchSummary::BatchSummary(BatchTable& table, TextField& field, RunLoop& loop)
     : table_(table), field_(field), loop_(loop) {
   table_.rowAppended.connect([this](int) { changed(); });
-  table_.rowChanged.connect([this](int) { changed(); });
-  table_.rowRemoved.connect([this](int) { changed(); });
-  table_.rowPutBack.connect([this](int) { changed(); });
+  for (auto* change : {&table_.rowsChanged, &table_.rowsRemoved, &table_.rowsPutBack})
+    change->connect([this](const std::vector<int>&) { changed(); });
 }
 
 BatchSummary::~BatchSummary() {

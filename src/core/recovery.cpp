@@ -67,7 +67,7 @@ void cleanUpBehindJob(BatchStore& store, std::int64_t number, std::vector<PutAsi
     if (isFinished)
       row->row.movie = job.output;
     BatchChanges changes;
-    changes.addRow(*row);
+    changes.rows.push_back(*row);
     if (const auto written = store.write(changes); !written) {
       logFormat("recovery            :-( {}", written.reason());
       return;

@@ -1,8 +1,5 @@
 #include "core/rowEdits.h"
 
-#include <algorithm>
-#include <functional>
-
 #include "encoding/outputPreset.h"
 
 namespace tessarin {
@@ -80,15 +77,6 @@ bool chooseSlowSound(BatchTable& table, int row, SlowSound choice) {
   Source source = table.source(row);
   source.slowSound = choice;
   return chooseSource(table, row, source);
-}
-
-void removeRows(BatchTable& table, std::vector<int> rows) {
-  // From the end: a removal moves the rows behind it.
-  std::sort(rows.begin(), rows.end(), std::greater<>());
-  for (const int row : rows) {
-    table.select(row);
-    table.encBatchRemove(true);
-  }
 }
 
 }  // namespace tessarin

@@ -19,7 +19,4 @@ bool chooseSize(BatchTable& table, int row, int size);
 bool chooseSounds(BatchTable& table, int row, const std::string& choice);
 bool chooseSlowSound(BatchTable& table, int row, SlowSound choice);
 
-// Removes these rows; the one in progress stays, and the user is told so.
-void removeRows(BatchTable& table, std::vector<int> rows);
-
 }  // namespace tessarin

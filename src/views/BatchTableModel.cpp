@@ -18,6 +18,30 @@
 
 namespace tessarin {
 
+namespace {
+
+struct Run {
+  int first;
+  int last;
+};
+
+// The views look at all rows for each run that goes; more of them are put together at the end
+// first.
+constexpr std::size_t mostRuns = 16;
+
+// Rising rows as runs of neighbours.
+std::vector<Run> runsOf(const std::vector<int>& rows) {
+  std::vector<Run> runs;
+  for (const int row : rows)
+    if (!runs.empty() && runs.back().last + 1 == row)
+      runs.back().last = row;
+    else
+      runs.push_back({row, row});
+  return runs;
+}
+
+}  // namespace
+
 BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
     : QAbstractTableModel(parent),
       table_(table),
@@ -29,19 +53,21 @@ BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
                QStringLiteral("@@columnSize")} {
   looks_.resize(static_cast<std::size_t>(table.count()));
   const QPointer<BatchTableModel> held(this);
-  const auto showAdded = [held](int row) {
+  table.rowAppended.connect([held](int row) {
     if (held)
-      held->added(row);
-  };
-  table.rowAppended.connect(showAdded);
-  table.rowPutBack.connect(showAdded);
-  table.rowRemoved.connect([held](int row) {
-    if (held)
-      held->removed(row);
+      held->added({row});
   });
-  table.rowChanged.connect([held](int row) {
+  table.rowsPutBack.connect([held](const std::vector<int>& rows) {
     if (held)
-      held->changed(row);
+      held->added(rows);
+  });
+  table.rowsRemoved.connect([held](const std::vector<int>& rows) {
+    if (held)
+      held->removed(rows);
+  });
+  table.rowsChanged.connect([held](const std::vector<int>& rows) {
+    if (held)
+      held->changed(rows);
   });
   table.rowsMoved.connect([held](const std::vector<int>& order) {
     if (held)
@@ -51,18 +77,38 @@ BatchTableModel::BatchTableModel(BatchTable& table, QObject* parent)
 
 // ---- Following the table
 
-void BatchTableModel::added(int row) {
-  beginInsertRows({}, row, row);
-  looks_.emplace(looks_.begin() + row);
-  endInsertRows();
-  showNumbersFrom(row + 1);
+void BatchTableModel::added(const std::vector<int>& rows) {
+  for (const auto& [first, last] : runsOf(rows)) {
+    beginInsertRows({}, first, last);
+    const std::ptrdiff_t count = std::ptrdiff_t{last} - first + 1;
+    looks_.insert(looks_.begin() + first, static_cast<std::size_t>(count), Look());
+    endInsertRows();
+  }
+  showNumbersFrom(rows.front() + 1);
 }
 
-void BatchTableModel::removed(int row) {
-  beginRemoveRows({}, row, row);
-  looks_.erase(looks_.begin() + row);
-  endRemoveRows();
-  showNumbersFrom(row);
+// From the end: those in front keep their numbers.
+void BatchTableModel::removed(const std::vector<int>& rows) {
+  std::vector<Run> runs = runsOf(rows);
+  if (runs.size() > mostRuns) {
+    std::vector<bool> isGone(looks_.size());
+    for (const int row : rows)
+      isGone[static_cast<std::size_t>(row)] = true;
+    std::vector<int> order;
+    order.reserve(looks_.size());
+    for (int row = 0; row < rowCount(); ++row)
+      if (!isGone[static_cast<std::size_t>(row)])
+        order.push_back(row);
+    runs = {{static_cast<int>(order.size()), rowCount() - 1}};
+    order.insert(order.end(), rows.begin(), rows.end());
+    moved(order);
+  }
+  for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
+    beginRemoveRows({}, run->first, run->last);
+    looks_.erase(looks_.begin() + run->first, looks_.begin() + run->last + 1);
+    endRemoveRows();
+  }
+  showNumbersFrom(rows.front());
 }
 
 // The selection goes with its rows.
@@ -91,14 +137,17 @@ void BatchTableModel::showNumbersFrom(int row) {
     Q_EMIT dataChanged(index(row, orderColumn), index(rowCount() - 1, orderColumn));
 }
 
-void BatchTableModel::changed(int row) {
-  if (row >= rowCount())
-    return;
-  look(row).out.reset();
-  look(row).speed.reset();
-  look(row).caption.clear();
-  look(row).size.clear();
-  Q_EMIT dataChanged(index(row, 0), index(row, batchColumnCount - 1));
+void BatchTableModel::changed(const std::vector<int>& rows) {
+  for (const int row : rows) {
+    if (row >= rowCount())
+      return;
+    look(row).out.reset();
+    look(row).speed.reset();
+    look(row).caption.clear();
+    look(row).size.clear();
+  }
+  for (const auto& [first, last] : runsOf(rows))
+    Q_EMIT dataChanged(index(first, 0), index(last, batchColumnCount - 1));
 }
 
 void BatchTableModel::showProgress(int row) {

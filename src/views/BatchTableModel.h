@@ -63,9 +63,9 @@ class BatchTableModel final : public QAbstractTableModel {
     QPixmap picture;
   };
 
-  void added(int row);
-  void removed(int row);
-  void changed(int row);
+  void added(const std::vector<int>& rows);
+  void removed(const std::vector<int>& rows);
+  void changed(const std::vector<int>& rows);
   void moved(const std::vector<int>& order);
   void showNumbersFrom(int row);
   QString text(int row, int column) const;

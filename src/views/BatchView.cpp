@@ -12,8 +12,6 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <numeric>
 #include <utility>
 
 #include "analysis/soundChoice.h"
@@ -87,10 +85,8 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
   setItemDelegateForColumn(speedColumn, choices);
   setItemDelegateForColumn(sizeColumn, sizes);
   connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& current) {
-            app_.table().select(current.row());
-            app_.preview().show(current.row());
-          });
+          [this] { tellCurrentRow(); });
+  connect(model_, &QAbstractItemModel::rowsRemoved, this, [this] { tellCurrentRow(); });
   const QPointer<BatchView> held(this);
   const auto show = [held] {
     if (held)
@@ -109,6 +105,14 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
     if (!isScrolling_ && row >= 0)
       isFollowing_ = viewport()->rect().intersects(visualRect(model_->index(row, sourceColumn)));
   });
+}
+
+// While rows go the numbers of the model are not yet those of the table.
+void BatchView::tellCurrentRow() {
+  if (model_->rowCount() != app_.table().count())
+    return;
+  app_.table().select(currentIndex().row());
+  app_.preview().show(currentIndex().row());
 }
 
 // ---- The rows that are being converted
@@ -186,20 +190,23 @@ void BatchView::updateGeometries() {
 
 // ---- Choosing
 
+// Rows are selected as a whole, so that their ranges say everything.
 std::vector<int> BatchView::selectedRows() const {
+  std::vector<bool> isSelected(static_cast<std::size_t>(model_->rowCount()));
+  for (const QItemSelectionRange& range : selectionModel()->selection())
+    std::fill(isSelected.begin() + range.top(), isSelected.begin() + range.bottom() + 1, true);
   std::vector<int> rows;
-  for (const QModelIndex& index : selectionModel()->selectedRows())
-    rows.push_back(index.row());
+  for (std::size_t row = 0; row < isSelected.size(); ++row)
+    if (isSelected[row])
+      rows.push_back(static_cast<int>(row));
   return rows;
 }
 
 void BatchView::changeRows(int row, const std::function<void(int row)>& change) {
   std::vector<int> rows = selectedRows();
-  if (std::find(rows.begin(), rows.end(), row) == rows.end())
+  if (!std::binary_search(rows.begin(), rows.end(), row))
     rows = {row};
-  RowUndo::States before = app_.undo().statesOf(rows, RowUndo::Kind::choice);
-  std::for_each(rows.begin(), rows.end(), change);
-  app_.undo().addChoice(std::move(before));
+  app_.undo().choose(rows, change);
 }
 
 void BatchView::choose(const QModelIndex& index, int choice) {
@@ -270,19 +277,30 @@ void BatchView::convertSelected() {
 
 void BatchView::removeSelected() {
   const std::vector<int> rows = selectedRows();
-  RowUndo::States before = app_.undo().statesOf(rows, RowUndo::Kind::removal);
-  removeRows(app_.table(), rows);
-  app_.undo().addRemoval(std::move(before));
+  leaveRows(rows);
+  app_.undo().remove(rows, true);
+}
+
+// The focus goes to the next row above that stays, or else below.
+void BatchView::leaveRows(const std::vector<int>& rows) {
+  const auto isLeft = [&rows](int row) {
+    return !std::binary_search(rows.begin(), rows.end(), row);
+  };
+  int row = currentIndex().row();
+  while (row >= 0 && !isLeft(row))
+    --row;
+  if (row < 0)
+    for (row = 0; row < model_->rowCount() && !isLeft(row);)
+      ++row;
+  if (row != currentIndex().row() && row < model_->rowCount())
+    selectionModel()->setCurrentIndex(model_->index(row, currentIndex().column()),
+                                      QItemSelectionModel::NoUpdate);
 }
 
 void BatchView::removeAll() {
-  std::vector<int> rows(static_cast<std::size_t>(app_.table().count()));
-  std::iota(rows.begin(), rows.end(), 0);
-  auto before =
-      std::make_shared<RowUndo::States>(app_.undo().statesOf(rows, RowUndo::Kind::removal));
-  app_.table().batchRemoval(false, true, [&undo = app_.undo(), before](bool isDone) {
-    if (isDone)
-      undo.addRemoval(std::move(*before));
+  app_.table().askToRemoveAll([&app = app_](bool isWanted) {
+    if (isWanted)
+      app.undo().remove(app.table().allRows(), false);
   });
 }
 

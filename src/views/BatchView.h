@@ -59,6 +59,8 @@ class BatchView final : public QTableView {
                                                        const QEvent* event) const override;
 
  private:
+  void tellCurrentRow();
+  void leaveRows(const std::vector<int>& rows);
   void setUpColumns();
   void setUpRows();
   void showProgress();

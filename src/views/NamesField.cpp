@@ -50,10 +50,10 @@ NamesField::NamesField(appDelegate& app, Act store, QWidget* parent)
   };
   BatchTable& table = app_.table();
   table.rowSelected.connect(showRow);
-  table.rowsMoved.connect([showRow](const std::vector<int>&) { showRow(); });
-  for (Signal<int>* change :
-       {&table.rowAppended, &table.rowChanged, &table.rowRemoved, &table.rowPutBack})
-    change->connect([showRow](int) { showRow(); });
+  table.rowAppended.connect([showRow](int) { showRow(); });
+  for (auto* change :
+       {&table.rowsChanged, &table.rowsRemoved, &table.rowsPutBack, &table.rowsMoved})
+    change->connect([showRow](const std::vector<int>&) { showRow(); });
   showExample();
 }
 

@@ -137,8 +137,9 @@ PreviewView::PreviewView(appDelegate& app, QWidget* parent)
     if (held)
       held->showPreview();
   });
-  app_.table().rowChanged.connect([held](int row) {
-    if (held && held->isVisible() && row == held->app_.preview().row())
+  app_.table().rowsChanged.connect([held](const std::vector<int>& rows) {
+    if (held && held->isVisible() &&
+        std::binary_search(rows.begin(), rows.end(), held->app_.preview().row()))
       held->showDetails();
   });
   showPreview();

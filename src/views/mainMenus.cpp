@@ -134,9 +134,9 @@ void MainWindow::makeBatchMenu() {
   app_.interface.batchGoBt.changed.connect(showStart);
   stopBt.changed.connect(showStop);
   app_.table().rowAppended.connect([showRemovals](int) { showRemovals(); });
-  app_.table().rowRemoved.connect([showRemovals](int) { showRemovals(); });
-  app_.table().rowPutBack.connect([showRemovals](int) { showRemovals(); });
-  app_.table().rowChanged.connect([showRemovals](int) { showRemovals(); });
+  for (auto* change :
+       {&app_.table().rowsRemoved, &app_.table().rowsPutBack, &app_.table().rowsChanged})
+    change->connect([showRemovals](const std::vector<int>&) { showRemovals(); });
   showUndo();
   showStart();
   showStop();

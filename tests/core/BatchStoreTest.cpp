@@ -74,9 +74,9 @@ TEST_F(BatchStoreTest, BringsBackWhatWasStored) {
     BatchStore store = made(content);
     path = store.folder();
     BatchChanges changes;
-    changes.addRow({7, row("/card/7.mts", RowMark::success)});
-    changes.addRow({10, row("/card/10.mts", RowMark::current)});
-    changes.addRow({1, row("/card/1.mts", RowMark::failure)});
+    changes.rows.push_back({7, row("/card/7.mts", RowMark::success)});
+    changes.rows.push_back({10, row("/card/10.mts", RowMark::current)});
+    changes.rows.push_back({1, row("/card/1.mts", RowMark::failure)});
     changes.removedRows = {2};
     ASSERT_TRUE(store.write(changes));
   }

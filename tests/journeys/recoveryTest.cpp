@@ -389,8 +389,12 @@ TEST_F(RecoveryTest, AHostileBatchTouchesNoFileOfTheUser) {
   victims.push_back(folder.write("results.txt", "precious"));
   BatchChanges stored;
   stored.settings = Dico{{"choices", choices}, {"front", Dico{{"batchFile", victims.back()}}}};
-  stored.rows = {{1, {{"order", 1}, {"row", changed}}}};
-  ASSERT_TRUE(BatchStore::create(batches(), stored));
+  {
+    const auto store = BatchStore::create(batches(), stored);
+    ASSERT_TRUE(store);
+    ASSERT_TRUE(writeBatchPart(joinPath(store->folder(), "row-1.plist"),
+                               {{"order", 1}, {"row", changed}}, FolderSync::now));
+  }
   result = tessarin({"--recover"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(movies(), ElementsAre("1.mov", "1.txt"));

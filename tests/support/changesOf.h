@@ -8,8 +8,7 @@ namespace tessarin::test {
 inline BatchChanges changesOf(const StoredBatch& batch) {
   BatchChanges changes;
   changes.settings = batch.settings;
-  for (const StoredRow& row : batch.rows)
-    changes.addRow(row);
+  changes.rows = batch.rows;
   changes.waiting = batch.waiting;
   return changes;
 }

@@ -410,6 +410,19 @@ TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
   EXPECT_EQ(files, (QStringList{"A.MTS", "C.mov", "B.MTS"}));
   EXPECT_FALSE(table().model()->flags(table().model()->index(0, speedColumn)) &
                Qt::ItemIsDragEnabled);
+
+  // Two that are no neighbours go and come back; the row with the focus is that of the controller.
+  table().selectionModel()->setCurrentIndex(
+      table().model()->index(0, sourceColumn),
+      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  table().selectionModel()->select(table().model()->index(2, sourceColumn),
+                                   QItemSelectionModel::Select | QItemSelectionModel::Rows);
+  table().removeSelected();
+  EXPECT_EQ(names(), "C");
+  EXPECT_EQ(app.table().selectedRow(), table().currentIndex().row());
+  QTest::keySequence(&window, QKeySequence::Undo);
+  EXPECT_EQ(names(), "ACB");
+  EXPECT_EQ(app.table().selectedRow(), table().currentIndex().row());
 }
 
 TEST_F(WindowFixture, AClipIsLookedAtBeforeAndAfterItsConversion) {
