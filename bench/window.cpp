@@ -243,14 +243,17 @@ void RemoveAndUndo(benchmark::State& state) {
     QItemSelection others;
     for (int row = 0; row < view.model()->rowCount(); row += 2)
       others.select(view.model()->index(row, 0), view.model()->index(row, batchColumnCount - 1));
-    stall("selectOthers_ms", [&] {
-      view.selectionModel()->select(others, QItemSelectionModel::ClearAndSelect);
-    });
+    stall("selectOthers_ms",
+          [&] { view.selectionModel()->select(others, QItemSelectionModel::ClearAndSelect); });
     stall("removeOthers_ms", [&] { view.removeSelected(); });
     stall("undoOthers_ms", [&] { view.undo(); });
   }
 }
-BENCHMARK(RemoveAndUndo)->Arg(manyRows)->Arg(10 * manyRows)->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK(RemoveAndUndo)
+    ->Arg(manyRows)
+    ->Arg(10 * manyRows)
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
 
 // Twenty clips on top of a thousand rows are analysed, and three of them converted.
 void AnalyseAndConvert(benchmark::State& state) {

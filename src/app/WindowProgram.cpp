@@ -50,9 +50,10 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       services_{loop,
                 preferences_,
                 alerts_,
-                revealInFileBrowser,
+                [this](const std::string& path) { reveal(path); },
                 [this] { window_->chooseDestination(); },
-                ConvertedRecord::userPath()},
+                ConvertedRecord::userPath(),
+                true},
       app_(services_),
       survey_(loop),
       refused_(app_.queue(), alerts_),
@@ -141,10 +142,19 @@ void WindowProgram::askForCodecs() {
 }
 
 void WindowProgram::finishStart() {
+  const std::string destination = preferences_.text(PrefKey::destination);
+  app_.whenDiskAnswers(destination, [this, destination](bool isAnswered) {
+    if (!isAnswered)
+      logFormat("destination         :-( no answer: {}", destination);
+    completeStart(isAnswered ? DestinationFolder::made : DestinationFolder::unasked);
+  });
+}
+
+void WindowProgram::completeStart(DestinationFolder folder) {
   isReady_ = true;
   app_.queue().setOpenPermitted(true);
   window_->centralWidget()->setEnabled(true);
-  applyPreferences();
+  applyPreferences(folder);
   logLine("\n\n----------\nawakeFromNib        - end\n----------\n\n");
   applicationDidFinishLaunching();
   for (const auto& paths : std::exchange(toOpen_, {}))
@@ -173,9 +183,9 @@ void WindowProgram::leaveUnused(int status) {
   stopLoop();
 }
 
-void WindowProgram::applyPreferences() {
+void WindowProgram::applyPreferences(DestinationFolder folder) {
   logLine("PREFERENCES         - begin");
-  app_.prefs2GuiApp(storedChoices(preferences_));
+  app_.prefs2GuiApp(storedChoices(preferences_), folder);
   app_.followChosenJobs();
   followColourScheme(app_.interface.colour);
   logLine("PREFERENCES         - end");
@@ -189,9 +199,22 @@ void WindowProgram::iba_checkForUpdates() {
 
 void WindowProgram::makeWindow() {
   window_ = std::make_unique<MainWindow>(
-      app_, WindowActions{[this] { leave(); }, revealInFileBrowser, iba_OpenFile,
+      app_, WindowActions{[this] { leave(); }, [this](const std::string& path) { reveal(path); },
+                          [this](const std::string& path) {
+                            app_.whenDiskAnswers(path, [path](bool isAnswered) {
+                              if (isAnswered)
+                                iba_OpenFile(path);
+                            });
+                          },
                           [this] { iba_checkForUpdates(); }, &preferences_, &afterBatch_});
   alerts_.setWindow(window_.get());
+}
+
+void WindowProgram::reveal(const std::string& path) {
+  app_.whenDiskAnswers(path, [path](bool isAnswered) {
+    if (isAnswered)
+      revealInFileBrowser(path);
+  });
 }
 
 void WindowProgram::applicationDidFinishLaunching() {

@@ -43,13 +43,15 @@ class WindowProgram {
   bool awakeFromNib();
   void askForCodecs();
   void finishStart();
+  void completeStart(DestinationFolder folder);
   void openFiles(const std::vector<std::string>& paths);
   void leave();
   void leaveUnused(int status);
   void applicationDidFinishLaunching();
   void tellAtStart();
   void makeWindow();
-  void applyPreferences();
+  void applyPreferences(DestinationFolder folder);
+  void reveal(const std::string& path);
   bool findTools();
   void watchOutside();
   void watchBatch();

@@ -41,8 +41,9 @@ std::int64_t sizeOf(const std::string& path) {
 
 }  // namespace
 
-AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, std::vector<Source::SoundFile> sounds,
-                         int lane, std::function<void(Finding)> ended,
+AnalysisJob::AnalysisJob(RunLoop& loop, bool asksDiskFirst, std::string path,
+                         std::vector<Source::SoundFile> sounds, int lane,
+                         std::function<void(Finding)> ended,
                          std::function<void(const AnalysisJob&)> changed)
     : loop_(loop),
       path_(std::move(path)),
@@ -53,7 +54,9 @@ AnalysisJob::AnalysisJob(RunLoop& loop, std::string path, std::vector<Source::So
       changed_(std::move(changed)),
       examination_(path_, sizeOf(path_), framePath_),
       tool_(loop),
-      next_(loop) {}
+      next_(loop, [this, asksDiskFirst] {
+        return asksDiskFirst ? std::vector{path_} : std::vector<std::string>();
+      }) {}
 
 void AnalysisJob::abandon() {
   next_.clear();

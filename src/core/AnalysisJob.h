@@ -26,12 +26,14 @@ class AnalysisJob {
     std::string reason;            // of a source that is none, in the user's language
   };
 
-  // `loop` is borrowed. `sounds` are the files with its sound, if it has not its own. `lane` is a
-  // number that no other job under way has: the files in the temporary folder are named by it.
-  // `ended` is called once, from the loop; it may not destroy the
-  // job. `changed` is called when the job comes to another step or has found out more.
-  AnalysisJob(RunLoop& loop, std::string path, std::vector<Source::SoundFile> sounds, int lane,
-              std::function<void(Finding)> ended, std::function<void(const AnalysisJob&)> changed);
+  // `loop` is borrowed; with `asksDiskFirst` no step waits for a disk that hangs. `sounds` are the
+  // files with its sound, if it has not its own. `lane` is a number that no other job under way
+  // has: the files in the temporary folder are named by it. `ended` is called once, from the loop;
+  // it may not destroy the job. `changed` is called when the job comes to another step or has found
+  // out more.
+  AnalysisJob(RunLoop& loop, bool asksDiskFirst, std::string path,
+              std::vector<Source::SoundFile> sounds, int lane, std::function<void(Finding)> ended,
+              std::function<void(const AnalysisJob&)> changed);
   AnalysisJob(const AnalysisJob&) = delete;
   AnalysisJob& operator=(const AnalysisJob&) = delete;
 

@@ -25,8 +25,13 @@ AnalysisQueue::AnalysisQueue(CoreServices& services, Interface& interface, Batch
       mirror_(services.preferences),
       waiting_(services.preferences, services.loop),
       known_(known),
+      folderSearch_(services.loop),
       partSearch_(services.loop),
-      next_(services.loop) {}
+      next_(services.loop, [this] {
+        return services_.asksDisksFirst && !stopAsked_ && !waiting_.empty()
+                   ? std::vector{waiting_.paths().front()}
+                   : std::vector<std::string>();
+      }) {}
 
 // ---- Taking sources in
 
@@ -35,13 +40,29 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
   if (dropped.empty())
     return;
   debugFormat("getOPENPERM()       ? {:d}", openPermitted_);
-  if (openPermitted_)
-    takeSources(expandDroppedPaths(dropped, outputFolder(interface_.destination.text())));
+  if (!openPermitted_)
+    return;
+  const std::string movies = outputFolder(interface_.destination.text());
+  if (!services_.asksDisksFirst) {
+    takeSources(expandDroppedPaths(dropped, movies));
+    return;
+  }
+  beginSet();
+  interface_.analysisStopBt.setHidden(false);
+  interface_.analysisStopBt.setEnabled(true);
+  const auto found = std::make_shared<std::vector<std::string>>();
+  folderSearch_.ask([dropped, movies, found] { *found = expandDroppedPaths(dropped, movies); },
+                    [this, found] { takeSet(std::move(*found)); });
 }
 
 void AnalysisQueue::takeSources(std::vector<std::string> paths) {
   if (!openPermitted_)
     return;
+  beginSet();
+  takeSet(std::move(paths));
+}
+
+void AnalysisQueue::beginSet() {
   showBusy();
   openPermitted_ = false;
   isUnderWay_ = true;
@@ -51,7 +72,9 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
     encodingToSuspend.emit();
     logLine("was in progress     : to suspend");
   }
+}
 
+void AnalysisQueue::takeSet(std::vector<std::string> paths) {
   debugFormat("already stored files= {}…", table_.count());
   paths = freshOf(paths);
   const bool hadCandidates = !paths.empty();
@@ -66,6 +89,8 @@ void AnalysisQueue::takeSources(std::vector<std::string> paths) {
     if (hadCandidates)
       services_.alerts.show({localisationString("dndNonCompliantFolderFilesTitle"),
                              localisationString("D_go_source3")});
+    interface_.analysisStopBt.setHidden(true);
+    interface_.analysisStopBt.setEnabled(false);
     isUnderWay_ = false;
     showIdle();
     allowStart();
@@ -213,6 +238,7 @@ void AnalysisQueue::iba_analysisStopBt() {
 
 void AnalysisQueue::abandon() {
   next_.clear();
+  folderSearch_.cancel();
   partSearch_.cancel();
   known_.cancel();
   for (const InHand& source : inHand_)
@@ -266,7 +292,7 @@ void AnalysisQueue::takeNextSource() {
     debugFormat("reliquat = {}", waiting_.size());
   const int lane = freeLane();
   inHand_.push_back({std::make_unique<AnalysisJob>(
-      services_.loop, next, soundFilesOf(found_, next), lane,
+      services_.loop, services_.asksDisksFirst, next, soundFilesOf(found_, next), lane,
       [this, lane](AnalysisJob::Finding finding) { sourceEnded(lane, std::move(finding)); },
       [this](const AnalysisJob& job) {
         if (inHand_.front().job.get() == &job)

@@ -80,6 +80,8 @@ class AnalysisQueue {
     bool isTold = false;                               // it has become a row, or was refused
   };
 
+  void beginSet();
+  void takeSet(std::vector<std::string> paths);
   void showBusy();
   void showIdle();
   void allowStart();
@@ -107,6 +109,7 @@ class AnalysisQueue {
   KnownClips& known_;
   bool arePartsApart_ = false;
   bool areOnlyNew_ = false;
+  DiskQuestion folderSearch_;  // for the files of a set
   ToolRun partSearch_;         // before the first source is analysed
   SpannedSources found_;       // of the set in hand
   std::deque<InHand> inHand_;  // the first one is shown

@@ -71,7 +71,7 @@ ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
       files_(lookedAt(order_.row.source)),
       begin_(std::chrono::steady_clock::now()),
       tool_(services.loop),
-      next_(services.loop) {
+      next_(services.loop, [this] { return disks(); }) {
   tool_.progressed.connect([this](const ToolProgress& progress) {
     if (looking_ == Looking::atNothing && progress.maximum > 0)
       progress_.add(progress.value / progress.maximum);
@@ -106,6 +106,11 @@ void ConversionJob::stop() {
     tool_.end();
   else
     go(Step::end);
+}
+
+std::vector<std::string> ConversionJob::disks() const {
+  return services_.asksDisksFirst ? std::vector{order_.row.path(), expandTilde(order_.destination)}
+                                  : std::vector<std::string>();
 }
 
 void ConversionJob::abandon() {

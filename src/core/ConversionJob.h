@@ -135,6 +135,7 @@ class ConversionJob {
   Dico record() const;
 
  private:
+  std::vector<std::string> disks() const;
   void go(Step step);
   void perform();
   void prepare();

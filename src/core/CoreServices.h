@@ -21,6 +21,9 @@ struct CoreServices {
   std::function<void()> selectFolder = {};
   // The file of the ConvertedRecord; "": none is kept, and all clips are new.
   std::string convertedClips = {};
+  // Whether nothing may wait for a disk that hangs: then a thread asks the disks of clips and
+  // movies before they are worked with (DiskQuestion).
+  bool asksDisksFirst = false;
 };
 
 }  // namespace tessarin

@@ -21,7 +21,8 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
       interface_(interface),
       table_(table),
       mirror_(services.preferences),
-      next_(services.loop) {
+      destination_(services.loop),
+      next_(services.loop, [this] { return disks(); }) {
   const auto recount = [this] { isWaitingCounted_ = false; };
   table_.rowAppended.connect([recount](int) { recount(); });
   for (auto* change : {&table_.rowsPutBack, &table_.rowsChanged, &table_.rowsRemoved})
@@ -30,6 +31,8 @@ EncodingDriver::EncodingDriver(CoreServices& services, Interface& interface, Bat
 
 void EncodingDriver::abandon() {
   next_.clear();
+  destination_.cancel();
+  services_.loop.cancel(std::exchange(patience_, 0));
   for (const InHand& each : inHand_)
     each.job->abandon();
 }
@@ -38,6 +41,10 @@ void EncodingDriver::abandon() {
 
 void EncodingDriver::iba_batchGoBt() {
   logLine("-------------------- iba_batchGoBt");
+  whenDestinationAnswers([this] { beginUnfinished(); });
+}
+
+void EncodingDriver::beginUnfinished() {
   std::vector<int> rows;
   for (int row = 0; row < table_.count(); ++row)
     if (!table_.isFinished(row))
@@ -55,12 +62,55 @@ void EncodingDriver::iba_batchGoBt() {
 
 void EncodingDriver::convertRows(const std::vector<int>& rows) {
   logFormat("-------------------- convertRows ({})", rows.size());
+  std::vector<std::string> sources;
+  sources.reserve(rows.size());
+  for (const int row : rows)
+    sources.push_back(table_.sourcePath(row));
+  if (!sources.empty())
+    whenDestinationAnswers([this, sources = std::move(sources)] { beginOnly(sources); });
+}
+
+void EncodingDriver::beginOnly(const std::vector<std::string>& sources) {
+  std::vector<int> rows;
+  for (const std::string& source : sources)
+    if (const int row = table_.rowOfSource(source); row >= 0)
+      rows.push_back(row);
   if (rows.empty() || !mayBegin())
     return;
-  only_.emplace();
-  for (const int row : rows)
-    only_->insert(table_.sourcePath(row));
+  only_.emplace(sources.begin(), sources.end());
   begin(rows);
+}
+
+// It may be on a share that hangs; the user is told what is waited for, and may choose another.
+void EncodingDriver::whenDestinationAnswers(std::function<void()> act) {
+  if (!services_.asksDisksFirst || table_.count() == 0 || isBatchRunning()) {
+    act();
+    return;
+  }
+  constexpr std::chrono::milliseconds patience(500);
+  const std::string folder = interface_.destination.text();
+  services_.loop.cancel(patience_);
+  patience_ = services_.loop.runAfter(patience, [this, folder] {
+    patience_ = 0;
+    interface_.batchReport.setText(localisationString("D_go_waits", "", folder));
+  });
+  destination_.askFor({expandTilde(folder)}, [this, folder, act = std::move(act)] {
+    services_.loop.cancel(std::exchange(patience_, 0));
+    interface_.batchReport.setText("");
+    // Who has chosen another one meanwhile will press once more.
+    if (interface_.destination.text() == folder)
+      act();
+  });
+}
+
+// That the next step works with.
+std::vector<std::string> EncodingDriver::disks() const {
+  if (!services_.asksDisksFirst || !isBatchRunning() || stopAsked_)
+    return {};
+  std::vector<std::string> paths{expandTilde(interface_.destination.text())};
+  if (const int row = nextRow(); table_.has(row))
+    paths.push_back(table_.sourcePath(row));
+  return paths;
 }
 
 // Whether there is something to do and a place for the movies; the user is told when there is
@@ -100,11 +150,13 @@ void EncodingDriver::offerFolder(const FolderRefusal& refusal) {
 
 void EncodingDriver::begin(const std::vector<int>& rows) {
   notBegun_.clear();
-  for (const int row : rows) {
-    const Row& entry = table_.row(row);
-    notBegun_.insert_or_assign(entry.path(), Before{entry.mark, entry.choice});
-    table_.mark(row, RowMark::waiting);
-  }
+  table_.changeTogether([&] {
+    for (const int row : rows) {
+      const Row& entry = table_.row(row);
+      notBegun_.insert_or_assign(entry.path(), Before{entry.mark, entry.choice});
+      table_.mark(row, RowMark::waiting);
+    }
+  });
   interface_.batchGoBt.setEnabled(false);
   interface_.batchGoBt.setState(1);
   interface_.batchReport.setText("");
@@ -429,11 +481,13 @@ void EncodingDriver::leaveOut(const std::vector<int>& rows) {
 
 // A movie that was to be made once more, and was not begun, is as good as before.
 void EncodingDriver::putMarksBack() {
-  for (const auto& [source, before] : std::exchange(notBegun_, {}))
-    if (const int row = table_.rowOfSource(source); row >= 0 &&
-                                                    table_.row(row).mark == RowMark::waiting &&
-                                                    table_.row(row).choice == before.choice)
-      table_.mark(row, before.mark);
+  table_.changeTogether([this] {
+    for (const auto& [source, before] : std::exchange(notBegun_, {}))
+      if (const int row = table_.rowOfSource(source); row >= 0 &&
+                                                      table_.row(row).mark == RowMark::waiting &&
+                                                      table_.row(row).choice == before.choice)
+        table_.mark(row, before.mark);
+  });
 }
 
 void EncodingDriver::endOfBatch() {

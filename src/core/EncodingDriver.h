@@ -72,6 +72,7 @@ class EncodingDriver final : private ConversionJob::Host {
   void stop();
   // Ends the tools without a word; the driver is of no further use.
   void abandon();
+  ~EncodingDriver() { services_.loop.cancel(patience_); }
 
   // A drop makes the encoding wait for the analysis of the new sources. A pause that the user
   // asked for stays after it.
@@ -99,7 +100,11 @@ class EncodingDriver final : private ConversionJob::Host {
     Choice choice;
   };
 
+  void whenDestinationAnswers(std::function<void()> act);
+  void beginUnfinished();
+  void beginOnly(const std::vector<std::string>& sources);
   bool mayBegin();
+  std::vector<std::string> disks() const;
   void offerFolder(const FolderRefusal& refusal);
   void begin(const std::vector<int>& rows);
   void lookForClashes();
@@ -182,6 +187,8 @@ class EncodingDriver final : private ConversionJob::Host {
   mutable bool isWaitingCounted_ = false;
   mutable int waitingRows_ = 0;
   mutable double waitingWork_ = 0;  // workOf() them
+  DiskQuestion destination_;        // before a batch
+  RunLoop::Id patience_ = 0;        // with it
   LaterStep next_;
 };
 

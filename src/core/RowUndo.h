@@ -12,9 +12,9 @@
 
 namespace tessarin {
 
-// A step is what the user did at once: rows that he removed, choices that he made in rows, or another
-// order that he gave them. What became of the rows otherwise is no step. The thumbnails of removed
-// rows stay where they are for as long as the rows can come back.
+// A step is what the user did at once: rows that he removed, choices that he made in rows, or
+// another order that he gave them. What became of the rows otherwise is no step. The thumbnails of
+// removed rows stay where they are for as long as the rows can come back.
 class RowUndo {
  public:
   enum class Kind { nothing, removal, choice, order };

@@ -184,14 +184,46 @@ appDelegate::~appDelegate() {
 void appDelegate::applicationOpenFiles(const std::vector<std::string>& paths) {
   if (paths.empty())
     return;
-  if (filesToOpen_.empty() || isDirectory(filesToOpen_.back().front()) ||
-      isDirectory(paths.front())) {
+  if (!services_.asksDisksFirst) {
+    openLater(paths, isDirectory(paths.front()));
+    return;
+  }
+  handedOver_.push_back(paths);
+  if (handedOver_.size() == 1)
+    takeHandedOver();
+}
+
+void appDelegate::takeHandedOver() {
+  const auto isFolder = std::make_shared<bool>(false);
+  handedOverDisk_.ask(
+      [isFolder, path = handedOver_.front().front()] { *isFolder = isDirectory(path); },
+      [this, isFolder] {
+        const std::vector<std::string> paths = std::move(handedOver_.front());
+        handedOver_.pop_front();
+        if (!handedOver_.empty())
+          takeHandedOver();
+        openLater(paths, *isFolder);
+      });
+}
+
+void appDelegate::openLater(const std::vector<std::string>& paths, bool isFolder) {
+  if (filesToOpen_.empty() || endsWithFolder_ || isFolder) {
     filesToOpen_.push_back(paths);
   } else {
     auto& last = filesToOpen_.back();
     last.insert(last.end(), paths.begin(), paths.end());
   }
+  endsWithFolder_ = isFolder;
   scheduleOpenFiles();
+}
+
+void appDelegate::whenDiskAnswers(const std::string& path,
+                                  std::function<void(bool isAnswered)> act) {
+  constexpr std::chrono::seconds patience(1);
+  if (services_.asksDisksFirst)
+    disk_.askFor(expandTilde(path), patience, std::move(act));
+  else
+    act(true);
 }
 
 void appDelegate::scheduleOpenFiles() {
@@ -226,7 +258,10 @@ void appDelegate::listFlavours() {
 
 void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   listFlavours();
-  interface.destination.setText(usableDestination(stored.textOrEmpty(PrefKey::destination)));
+  const std::string destination = stored.textOrEmpty(PrefKey::destination);
+  interface.destination.setText(folder == DestinationFolder::unasked && !destination.empty()
+                                    ? destination
+                                    : usableDestination(destination));
   if (folder == DestinationFolder::made)
     mkdir(expandTilde(interface.destination.text()));
   interface.names.setText(stored.textOrEmpty(PrefKey::names));

@@ -20,7 +20,11 @@
 namespace tessarin {
 
 // What applying the choices does about a destination that is not there.
-enum class DestinationFolder { made, leftAlone };
+enum class DestinationFolder {
+  made,
+  leftAlone,  // the usual one takes its place
+  unasked     // it stays: its disk does not answer
+};
 
 // More clips than this are not worked on at the same time.
 inline constexpr int mostJobs = 64;
@@ -89,6 +93,10 @@ class appDelegate {
   // The same without asking: the session ends.
   void quitAtOnce(std::function<void()> ready);
   void applicationWillTerminate();
+
+  // Acts when the disk with this path has answered, or has not for so long that somebody who waits
+  // would wonder; at once where disks are not asked (CoreServices). Instead of a former act.
+  void whenDiskAnswers(const std::string& path, std::function<void(bool isAnswered)> act);
   // Nothing is to be shown to the user any more.
   Signal<> quitAccepted;
 
@@ -96,6 +104,8 @@ class appDelegate {
   void endTasks();
 
  private:
+  void takeHandedOver();
+  void openLater(const std::vector<std::string>& paths, bool isFolder);
   void scheduleOpenFiles();
   void performOpenFiles();
   void listFlavours();
@@ -113,7 +123,11 @@ class appDelegate {
   UserPresets presets_{services_, interface};
   RowHistory history_;
   ClipPreview preview_;
+  std::deque<std::vector<std::string>> handedOver_;  // whether they are folders is being asked
+  DiskQuestion handedOverDisk_{services_.loop};
+  DiskQuestion disk_{services_.loop};
   std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other
+  bool endsWithFolder_ = false;                       // the last set is one
   RunLoop::Id openFiles_ = 0;
   std::function<void()> batchStopped_;  // while the batch is stopped in order to quit
   bool isQuitting_ = false;

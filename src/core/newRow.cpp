@@ -94,6 +94,11 @@ int shownRate(const Source& source) {
 }
 
 Row newRow(Source source, const Choice& choice) {
+  const std::string name = fileName(resolveAlias(source.path));
+  return newRow(std::move(source), choice, name);
+}
+
+Row newRow(Source source, const Choice& choice, const std::string& name) {
   Row row;
   row.source = std::move(source);
   const Source::Pictures& pictures = row.source.pictures;
@@ -101,9 +106,9 @@ Row newRow(Source source, const Choice& choice) {
   row.isProgressive = isSourceProgressive(row.source);
   const std::size_t further = row.source.furtherParts.size();
   row.caption =
-      fmt::format("{}{}\n({}x){}{}{}\n{}", fileName(resolveAlias(row.path())),
-                  further > 0 ? fmt::format(" (+{})", further) : "", pictures.width.value_or(0),
-                  pictures.height.value_or(0), row.isProgressive ? "p" : "i", shownRate(row.source),
+      fmt::format("{}{}\n({}x){}{}{}\n{}", name, further > 0 ? fmt::format(" (+{})", further) : "",
+                  pictures.width.value_or(0), pictures.height.value_or(0),
+                  row.isProgressive ? "p" : "i", shownRate(row.source),
                   durationText(static_cast<std::int64_t>(row.source.duration.value_or(0))));
   return row;
 }

@@ -30,7 +30,9 @@ std::string thumbnailPath(const std::string& folder, const std::string& source, 
 // Pictures or fields a second as a row shows them: whole, half up.
 int shownRate(const Source& source);
 
-// The row of a source that was analysed or read.
+// The row of a source that was analysed; a link has the name of what it leads to.
 Row newRow(Source source, const Choice& choice);
+// That of one that was read: under this name, without a question to its disk.
+Row newRow(Source source, const Choice& choice, const std::string& name);
 
 }  // namespace tessarin

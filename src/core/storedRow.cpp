@@ -126,7 +126,8 @@ std::optional<Row> rowOfStored(const Dico& stored) {
   const Choice choice{static_cast<Target>(number(BatchKey::out, outNone)),
                       number(BatchKey::sizeOut, Choice().sizeOut),
                       static_cast<Speed>(number(BatchKey::fps, speedKeep))};
-  Row row = newRow(*std::move(source), choice);
+  const std::string name = fileName(source->path);
+  Row row = newRow(*std::move(source), choice, name);
   const std::string mark = stored.textOrEmpty(BatchKey::resultat);
   if (const auto known = std::find(markNames.begin(), markNames.end(), mark);
       known != markNames.end())

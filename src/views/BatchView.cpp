@@ -305,9 +305,17 @@ void BatchView::removeAll() {
 }
 
 void BatchView::showStory() {
-  const int row = currentIndex().row();
-  if (app_.table().has(row))
-    LogWindow::openText("@@story", qtText(clipStory(app_.table(), row, app_.history())), window());
+  if (!app_.table().has(currentIndex().row()))
+    return;
+  const std::string source = app_.table().sourcePath(currentIndex().row());
+  const std::string file = app_.table().fileToShow(currentIndex().row());
+  app_.whenDiskAnswers(file, [held = QPointer<BatchView>(this), source](bool isAnswered) {
+    const int row = held ? held->app_.table().rowOfSource(source) : -1;
+    if (isAnswered && row >= 0)
+      LogWindow::openText("@@story",
+                          qtText(clipStory(held->app_.table(), row, held->app_.history())),
+                          held->window());
+  });
 }
 
 // ---- Moving

@@ -259,18 +259,21 @@ void MainWindow::pasteSources() {
     takeIn(paths, &appDelegate::dragNDropPerformDrag);
 }
 
-// Where the user opened sources last, as long as it is there.
-QString MainWindow::lastFolder() const {
-  const std::string last =
-      actions_.remembered ? actions_.remembered->prefReadString(lastFolderKey) : "";
-  return isDirectory(last) ? qtText(last) : QDir::homePath();
-}
-
 void MainWindow::openSources(bool folder) {
   logLine("(drag'n'drop) menu open…");
   if (!isReady())
     return;
-  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), lastFolder());
+  // Where the user opened sources last, as long as it is there.
+  const std::string last =
+      actions_.remembered ? actions_.remembered->prefReadString(lastFolderKey) : "";
+  app_.whenDiskAnswers(last, [held = QPointer<MainWindow>(this), last, folder](bool isAnswered) {
+    if (held)
+      held->openPanel(isAnswered && isDirectory(last) ? qtText(last) : QDir::homePath(), folder);
+  });
+}
+
+void MainWindow::openPanel(const QString& start, bool folder) {
+  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), start);
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
   panel->setOption(QFileDialog::HideNameFilterDetails);

@@ -54,7 +54,7 @@ class MainWindow final : public QMainWindow {
   void showDrawer(bool shown);
   void stayOnScreen();
   int grownBy() const;
-  QString lastFolder() const;
+  void openPanel(const QString& start, bool folder);
   void showProgressInTitle();
   void openSources(bool folder);
   // Until the program knows ffmpeg's codecs nothing can be taken in.

@@ -1,9 +1,11 @@
 #include "views/SettingsView.h"
 
+#include <QDir>
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QVBoxLayout>
 
 #include "utils/files.h"
@@ -131,9 +133,17 @@ QWidget* SettingsView::newDestinationRow() {
   return row;
 }
 
+// Whoever chooses another folder may do so because the former one does not answer.
 void SettingsView::chooseDestination() {
-  auto* panel = new QFileDialog(this, localizedText("@@destinationPanel"),
-                                qtText(expandTilde(app_.interface.destination.text())));
+  const std::string folder = expandTilde(app_.interface.destination.text());
+  app_.whenDiskAnswers(folder, [held = QPointer<SettingsView>(this), folder](bool isAnswered) {
+    if (held)
+      held->openDestinationPanel(isAnswered ? qtText(folder) : QDir::homePath());
+  });
+}
+
+void SettingsView::openDestinationPanel(const QString& start) {
+  auto* panel = new QFileDialog(this, localizedText("@@destinationPanel"), start);
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setFileMode(QFileDialog::Directory);
   panel->setOption(QFileDialog::ShowDirsOnly);

@@ -22,6 +22,7 @@ class SettingsView final : public QWidget {
   QWidget* newTargetNote();
   QWidget* newSpeedRow();
   QWidget* newDestinationRow();
+  void openDestinationPanel(const QString& start);
 
   appDelegate& app_;
   std::function<void(const std::string&)> reveal_;
