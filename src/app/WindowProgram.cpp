@@ -53,7 +53,8 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
                 [this](const std::string& path) { reveal(path); },
                 [this] { window_->chooseDestination(); },
                 ConvertedRecord::userPath(),
-                true},
+                true,
+                [this] { return afterBatch_.act() != AfterBatch::Act::nothing; }},
       app_(services_),
       survey_(loop),
       refused_(app_.queue(), alerts_),
@@ -298,10 +299,12 @@ void WindowProgram::watchBatch() {
   app_.driver().batchEnded.connect([this] {
     if (isLeaving_)
       return;
-    if (!app_.driver().wasStopped() && QApplication::applicationState() != Qt::ApplicationActive)
-      message_.show(localisationString("D_fin_GUI"),
-                    endText(countRows(app_.table()), app_.driver().troubles()));
-    afterBatch_.batchEnded(app_.driver().wasStopped());
+    const bool wasStopped = app_.driver().wasStopped();
+    const std::string summary = endText(countRows(app_.table()), app_.driver().troubles());
+    afterBatch_.batchEnded(wasStopped, summary);
+    if (!wasStopped && !afterBatch_.isWarning() &&
+        QApplication::applicationState() != Qt::ApplicationActive)
+      message_.show(localisationString("D_fin_GUI"), summary);
   });
 }
 

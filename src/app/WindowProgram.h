@@ -83,8 +83,8 @@ class WindowProgram {
       loop_,
       {[this] { return window_.get(); },
        [this](const std::string& what, const std::string& how) { message_.show(what, how); },
-       [this](const std::string& reason) {
-         alerts_.show({localisationString("D_after_failed", "", reason), ""});
+       [this](const std::string& what, const std::string& why) {
+         alerts_.show({what, why});
        }}};
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<SessionEnd> session_;

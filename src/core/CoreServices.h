@@ -24,6 +24,8 @@ struct CoreServices {
   // Whether nothing may wait for a disk that hangs: then a thread asks the disks of clips and
   // movies before they are worked with (DiskQuestion).
   bool asksDisksFirst = false;
+  // Whether somebody else tells the user that the batch has ended; may be empty.
+  std::function<bool()> isEndTold = {};
 };
 
 }  // namespace tessarin

@@ -522,7 +522,8 @@ void EncodingDriver::tellOfEnd() {
     const std::string said = interface_.batchReport.text();
     interface_.batchReport.setText(said.empty() ? trouble : said + " " + trouble);
   }
-  if (wasStopped_ || services_.preferences.integer(PrefKey::alertEnd) != 1)
+  if (wasStopped_ || services_.preferences.integer(PrefKey::alertEnd) != 1 ||
+      (services_.isEndTold && services_.isEndTold()))
     return;
   services_.alerts.show(
       {localisationString("D_fin_GUI"),

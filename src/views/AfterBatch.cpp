@@ -23,6 +23,36 @@ QDBusMessage callOf(const char* method) {
                                         "org.freedesktop.login1.Manager", method);
 }
 
+// What the login manager answers to the question whether it can, in words for the user. A lock is
+// no hindrance: the one of the batch goes with it.
+std::string reasonOf(const QString& answer) {
+  if (answer == QLatin1String("yes") || answer == QLatin1String("inhibitor-blocked"))
+    return {};
+  // The system asks for a password, which nobody would be there to give.
+  if (answer.startsWith(QLatin1String("challenge")))
+    return localisationString("why_afterPassword");
+  return localisationString(answer == QLatin1String("no") ? "why_afterForbidden"
+                                                          : "why_afterUnable");
+}
+
+std::string reasonOf(const QDBusError& error) {
+  logFormat("after the batch     :-( {}: {}", error.name().toStdString(),
+            error.message().toStdString());
+  if (error.name() == QLatin1String("org.freedesktop.DBus.Error.InteractiveAuthorizationRequired"))
+    return localisationString("why_afterPassword");
+  switch (error.type()) {
+    case QDBusError::AccessDenied:
+      return localisationString("why_afterForbidden");
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoServer:
+    case QDBusError::Disconnected:
+    case QDBusError::UnknownMethod:
+      return localisationString("why_afterUnable");
+    default:
+      return error.message().toStdString();
+  }
+}
+
 }  // namespace
 
 AfterBatch::AfterBatch(RunLoop& loop, Shows shows, std::chrono::milliseconds second)
@@ -46,25 +76,30 @@ void AfterBatch::set(Act act) {
   changed.emit();
 }
 
-// "yes", or "challenge" where the system asks for a password, which nobody would be there to give.
 void AfterBatch::ask(const char* question, Act act) {
   auto* watcher =
       new QDBusPendingCallWatcher(callOn(QDBusConnection::systemBus(), callOf(question)), this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, act] {
     const QDBusPendingReply<QString> reply = *watcher;
     watcher->deleteLater();
-    const QString answer = reply.isError() ? reply.error().message() : reply.value();
-    logFormat("after the batch     ? {}", answer.toStdString());
-    if (answer == QLatin1String("yes") || act_ != act)
+    if (!reply.isError())
+      logFormat("after the batch     ? {}", reply.value().toStdString());
+    const std::string reason = reply.isError() ? reasonOf(reply.error()) : reasonOf(reply.value());
+    if (reason.empty() || act_ != act)
       return;
     cancel();
     set(Act::nothing);
-    if (shows_.refuse)
-      shows_.refuse(answer.toStdString());
+    refuse(act, reason);
   });
 }
 
-void AfterBatch::batchEnded(bool wasStopped) {
+void AfterBatch::refuse(Act act, const std::string& why) {
+  if (shows_.refuse)
+    shows_.refuse(localisationString(act == Act::sleep ? "D_after_noSleep" : "D_after_noPowerOff"),
+                  why);
+}
+
+void AfterBatch::batchEnded(bool wasStopped, const std::string& summary) {
   if (act_ == Act::nothing)
     return;
   if (wasStopped) {
@@ -82,10 +117,12 @@ void AfterBatch::batchEnded(bool wasStopped) {
     cancel();
     set(Act::nothing);
   });
+  const std::string end = localisationString("D_fin_GUI");
+  box_->setInformativeText(qtText(summary.empty() ? end : end + "\n" + summary));
   countDown();
   box_->open();
   if (shows_.tell)
-    shows_.tell(localisationString("D_fin_GUI"), announcement());
+    shows_.tell(end, summary.empty() ? announcement() : announcement() + "\n" + summary);
 }
 
 std::string AfterBatch::announcement() const {
@@ -124,11 +161,11 @@ void AfterBatch::perform(Act act) {
   QDBusMessage call = callOf(act == Act::sleep ? "Suspend" : "PowerOff");
   call << false;  // no questions
   auto* watcher = new QDBusPendingCallWatcher(callOn(QDBusConnection::systemBus(), call), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, act] {
     const QDBusPendingReply<> reply = *watcher;
     watcher->deleteLater();
-    if (reply.isError() && shows_.refuse)
-      shows_.refuse(reply.error().message().toStdString());
+    if (reply.isError())
+      refuse(act, reasonOf(reply.error()));
   });
 }
 

@@ -26,7 +26,7 @@ class AfterBatch final : public QObject {
     // Somebody who looks elsewhere has to know this.
     std::function<void(const std::string& what, const std::string& how)> tell;
     // It is not possible, for this reason.
-    std::function<void(const std::string& reason)> refuse;
+    std::function<void(const std::string& what, const std::string& why)> refuse;
   };
   // The loop is borrowed. A second of the warning is as long as said.
   AfterBatch(RunLoop& loop, Shows shows,
@@ -38,8 +38,10 @@ class AfterBatch final : public QObject {
   Act act() const { return act_; }
   Signal<> changed;
 
-  // Warns for a minute, then does it, unless the user stopped the batch or stops this.
-  void batchEnded(bool wasStopped);
+  // Warns for a minute, then does it, unless the user stopped the batch or stops this. With the
+  // warning he is told of the end, which nobody else should do, and of what has become of the
+  // batch.
+  void batchEnded(bool wasStopped, const std::string& summary);
   // Something else is to be done: without a word.
   void cancel();
   bool isWarning() const { return left_ > 0; }
@@ -49,6 +51,7 @@ class AfterBatch final : public QObject {
  private:
   void set(Act act);
   void ask(const char* question, Act act);
+  void refuse(Act act, const std::string& why);
   void countDown();
   void perform(Act act);
   std::string announcement() const;

@@ -132,9 +132,14 @@ TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
 
   // Behind a batch the computer goes to sleep once the warning was not heeded, and for once.
   std::vector<std::string> refusals;
-  AfterBatch after(
-      loop, {[] { return nullptr; }, {}, [&](const std::string& why) { refusals.push_back(why); }},
-      std::chrono::milliseconds(1));
+  std::vector<std::string> told;
+  AfterBatch after(loop,
+                   {[] { return nullptr; },
+                    [&](const std::string&, const std::string& how) { told.push_back(how); },
+                    [&](const std::string& what, const std::string& why) {
+                      refusals.push_back(what + " " + why);
+                    }},
+                   std::chrono::milliseconds(1));
   const auto calls = [&fake](const char* member) {
     return std::count_if(fake.calls.begin(), fake.calls.end(),
                          [member](const QDBusMessage& call) { return call.member() == member; });
@@ -142,20 +147,24 @@ TEST(Desktop, RevealsAndTakesClicksOnItsMessage) {
   after.choose(AfterBatch::Act::powerOff);
   ASSERT_TRUE(until([&] { return !refusals.empty(); }));
   EXPECT_EQ(after.act(), AfterBatch::Act::nothing);
+  EXPECT_EQ(refusals[0], localisationString("D_after_noPowerOff") + " " +
+                             localisationString("why_afterPassword"));
   after.choose(AfterBatch::Act::sleep);
-  after.batchEnded(true);
+  after.batchEnded(true, "");
   EXPECT_EQ(after.act(), AfterBatch::Act::nothing) << "the user stopped the batch";
   after.choose(AfterBatch::Act::sleep);
-  after.batchEnded(false);
+  after.batchEnded(false, "3 converted");
   EXPECT_TRUE(after.isWarning());
+  ASSERT_EQ(told.size(), 1u) << "one message says all";
+  EXPECT_TRUE(contains(told[0], "3 converted"));
   ASSERT_TRUE(QApplication::activeModalWidget());
   QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
   EXPECT_FALSE(after.isWarning());
   EXPECT_EQ(after.act(), AfterBatch::Act::nothing);
-  after.batchEnded(false);
+  after.batchEnded(false, "");
   EXPECT_FALSE(after.isWarning());
   after.choose(AfterBatch::Act::sleep);
-  after.batchEnded(false);
+  after.batchEnded(false, "");
   ASSERT_TRUE(until([&] { return calls("Suspend") > 0; }));
   EXPECT_FALSE(after.isWarning());
   EXPECT_EQ(calls("Suspend"), 1);
