@@ -359,8 +359,8 @@ void AnalysisQueue::tellFindings() {
 void AnalysisQueue::appendRow(Source source) {
   takeFurtherParts(source, found_);
   source.keepsSurround = interface_.surround.isChecked();
-  source.soundChoice = interface_.sound;
-  source.slowSound = interface_.slowSound;
+  source.soundChoice = interface_.chosenSound();
+  source.slowSound = interface_.chosenSlowSound();
   const int segment = interface_.editingSoft.selected();
   const int size = interface_.sizeOut.selected();
   Row row =

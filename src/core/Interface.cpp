@@ -1,5 +1,8 @@
 #include "core/Interface.h"
 
+#include <algorithm>
+
+#include "analysis/soundChoice.h"
 #include "encoding/sizes.h"
 #include "encoding/targets.h"
 #include "prefs/utilsAlert.h"
@@ -52,6 +55,13 @@ Interface::Interface()
     counts.push_back({"", "", "", "", std::to_string(count)});
   jobs.setItems(std::move(counts));
   jobs.select(0);
+  setSound("");
+  std::vector<PopUpButton::Item> slow;
+  slow.reserve(slowSoundWords.size());
+  for (const std::string_view word : slowSoundWords)
+    slow.push_back({"", "", "", "", std::string(word)});
+  slowSound.setItems(std::move(slow));
+  slowSound.select(0);
   dropImage.setImage("dndSd");
   analysisStopBt.setSegments({{"", "btStop", true}});
   analysisStopBt.setHidden(true);
@@ -66,6 +76,19 @@ void Interface::setTarget(std::optional<Target> wanted) {
   const bool isUsual = row && editingSoft.selected() >= 0 &&
                        applicationTable[editingSoft.selected()].firstTarget == *wanted;
   targetNote.setText(row && !isUsual ? localisationString("D_targetNote", "", row->title) : "");
+}
+
+void Interface::setSound(const std::string& choice) {
+  std::vector<std::string> choices{"", std::string(firstSoundAlone)};
+  auto chosen = std::find(choices.begin(), choices.end(), choice);
+  if (chosen == choices.end())
+    chosen = choices.insert(chosen, choice);
+  std::vector<PopUpButton::Item> items;
+  items.reserve(choices.size());
+  for (const std::string& each : choices)
+    items.push_back({"", "", "", "", each});
+  sound.setItems(std::move(items));
+  sound.select(static_cast<int>(chosen - choices.begin()));
 }
 
 }  // namespace tessarin

@@ -56,6 +56,14 @@ struct Interface {
 
   void setTarget(std::optional<Target> wanted);
 
+  // Which sounds new rows have: all, the first, or by their numbers, which only presets name.
+  void setSound(const std::string& choice);
+  std::string chosenSound() const {
+    return sound.items().at(static_cast<std::size_t>(sound.selected())).value;
+  }
+  void setSlowSound(SlowSound choice) { slowSound.select(static_cast<int>(choice)); }
+  SlowSound chosenSlowSound() const { return static_cast<SlowSound>(slowSound.selected()); }
+
   // Choices for new rows.
   std::optional<Target> target;  // nothing: what the application begins with
   TextField targetNote;          // says so where it is another one; only changed by setTarget
@@ -64,8 +72,8 @@ struct Interface {
   SegmentedControl speed;        // 0 full, 1 half, 2 slow
   SegmentedControl easy;         // 1: the speed choice is not used
   CheckBox surround;
-  std::string sound;  // soundChoice.h
-  SlowSound slowSound = SlowSound::asRecorded;
+  PopUpButton sound;      // values are choices of soundChoice.h; see setSound
+  PopUpButton slowSound;  // the rows of SlowSound
   TextField destination;  // folder, "~" allowed
   TextField names;        // pattern for those of the movies (NamePattern), "" for the usual ones
 

@@ -139,8 +139,8 @@ Preset chosenPreset(const Interface& interface, const PreferenceStore& preferenc
   preset.speed = interface.chosenSpeed();
   preset.flavour = preferences.text(PrefKey::prores);
   preset.keepsSurround = interface.surround.isChecked();
-  preset.sound = interface.sound;
-  preset.slowSound = interface.slowSound;
+  preset.sound = interface.chosenSound();
+  preset.slowSound = interface.chosenSlowSound();
   preset.names = usablePattern(interface);
   return preset;
 }
@@ -156,9 +156,10 @@ void choosePreset(const Preset& preset, Interface& interface, PreferenceStore& p
   }
   if (preset.keepsSurround)
     interface.surround.setChecked(*preset.keepsSurround);
-  // The window shows neither, so no preset's choice may outlast it.
-  interface.sound = preset.sound.value_or("");
-  interface.slowSound = preset.slowSound.value_or(SlowSound::asRecorded);
+  if (preset.sound)
+    interface.setSound(*preset.sound);
+  if (preset.slowSound)
+    interface.setSlowSound(*preset.slowSound);
   interface.setTarget(preset.target);
   if (preset.names)
     interface.names.setText(*preset.names == usualNames ? "" : *preset.names);

@@ -9,6 +9,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "core/stepState.h"
+#include "encoding/choiceWords.h"
 #include "encoding/targets.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -274,6 +275,10 @@ void appDelegate::prefs2GuiApp(const Dico& stored, DestinationFolder folder) {
   interface.alertEnd.setChecked(isChecked(stored, PrefKey::alertEnd));
   interface.updateCheck.setChecked(isChecked(stored, PrefKey::update));
   interface.surround.setChecked(isChecked(stored, PrefKey::surround));
+  interface.setSound(
+      soundsOfWord(wordOfSounds(stored.textOrEmpty(PrefKey::sound))).value_or(std::string()));
+  applyIndex(interface.slowSound, stored, PrefKey::slowSound,
+             static_cast<int>(interface.slowSound.items().size()));
   applyProres(interface.prores, stored.textOrEmpty(PrefKey::prores));
   applyIndex(interface.checkMatrix, stored, PrefKey::checkMatrix, interface.checkMatrix.count());
   applyIndex(interface.speed, stored, PrefKey::speed, interface.speed.count());
@@ -311,6 +316,8 @@ Dico appDelegate::prefs2GuiApp() const {
   stored.set(PrefKey::alertEnd, interface.alertEnd.isChecked() ? 1 : 0);
   stored.set(PrefKey::update, interface.updateCheck.isChecked() ? 1 : 0);
   stored.set(PrefKey::surround, interface.surround.isChecked() ? 1 : 0);
+  stored.set(PrefKey::sound, interface.chosenSound());
+  stored.set(PrefKey::slowSound, interface.slowSound.selected());
   std::string flavour = prefDefaults().textOrEmpty(PrefKey::prores);
   const int item = interface.prores.selected();
   if (item >= 0)

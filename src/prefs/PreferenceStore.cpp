@@ -50,7 +50,8 @@ Dico prefDefaults() {
       {std::string(PrefKey::easy), 1},        {std::string(PrefKey::editingSoft), 2},
       {std::string(PrefKey::surround), 0},    {std::string(PrefKey::speed), 2},
       {std::string(PrefKey::update), 1},      {std::string(PrefKey::destination), "~/Movies/"},
-      {std::string(PrefKey::names), ""},
+      {std::string(PrefKey::names), ""},      {std::string(PrefKey::sound), ""},
+      {std::string(PrefKey::slowSound), 0},
   };
 }
 

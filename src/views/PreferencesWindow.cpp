@@ -43,6 +43,15 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, const std::function<void(
   bindTo(flavours, interface.prores, proresTitle, store);
   form->addRow("@@prefProres", flavours);
 
+  auto* sounds = new QComboBox;
+  sounds->setObjectName("sound");
+  bindTo(sounds, interface.sound, soundTitle, store);
+  form->addRow("@@prefSound", sounds);
+  auto* slowSounds = new QComboBox;
+  slowSounds->setObjectName("slowSound");
+  bindTo(slowSounds, interface.slowSound, slowSoundTitle, store);
+  form->addRow("@@prefSlowSound", slowSounds);
+
   auto* colours = new SegmentedBar(SegmentedBar::Kind::choice,
                                    {"@@colourDesktop", "@@colourDark", "@@colourHud"});
   bindTo(colours, interface.colour, store);

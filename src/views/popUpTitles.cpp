@@ -1,5 +1,6 @@
 #include "views/popUpTitles.h"
 
+#include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
 #include "core/language.h"
 #include "encoding/outputPreset.h"
@@ -39,6 +40,21 @@ PopUpTitle jobsTitle(const PopUpButton::Item& item) {
   if (item.value == "0")
     return {localizedText(QStringLiteral("@@jobsAutomatic"))};
   return {qtText(item.value)};
+}
+
+PopUpTitle soundTitle(const PopUpButton::Item& item) {
+  if (item.value.empty())
+    return {localizedText(QStringLiteral("@@soundAll"))};
+  if (item.value == firstSoundAlone)
+    return {localizedText(QStringLiteral("@@soundFirst"))};
+  return {qtText(item.value)};
+}
+
+PopUpTitle slowSoundTitle(const PopUpButton::Item& item) {
+  const auto choice = slowSoundOfWord(item.value).value_or(SlowSound::asRecorded);
+  return {localizedText(choice == SlowSound::silent   ? QStringLiteral("@@prefSlowSoundSilent")
+                        : choice == SlowSound::slowed ? QStringLiteral("@@prefSlowSoundSlowed")
+                                                      : QStringLiteral("@@prefSlowSoundKeep"))};
 }
 
 PopUpTitle proresTitle(const PopUpButton::Item& item) {

@@ -15,6 +15,10 @@ PopUpTitle languageTitle(const PopUpButton::Item& item);
 // A number of clips at the same time: itself. 0 is what suits the machine.
 PopUpTitle jobsTitle(const PopUpButton::Item& item);
 
+// A choice of sounds, and of the sound of slow motion.
+PopUpTitle soundTitle(const PopUpButton::Item& item);
+PopUpTitle slowSoundTitle(const PopUpButton::Item& item);
+
 // A ProRes encoder: its name.
 PopUpTitle proresTitle(const PopUpButton::Item& item);
 

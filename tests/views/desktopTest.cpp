@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <array>
 
+#include "classShared/TextAdditions.h"
+#include "prefs/utilsAlert.h"
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -37,7 +39,7 @@ class FakeDesktop final : public QDBusVirtualObject {
     calls.push_back(message);
     if (message.member().startsWith("Can"))
       return connection.send(
-          message.createReply(QString(message.member() == "CanSuspend" ? "yes" : "na")));
+          message.createReply(QString(message.member() == "CanSuspend" ? "yes" : "challenge")));
     if (message.member() == "Suspend")
       return connection.send(message.createReply());
     if (message.member() != "Inhibit")
