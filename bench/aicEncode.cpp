@@ -44,7 +44,7 @@ void encodeAic(benchmark::State& state, const Material& material, int threads, b
             encodeWithFfmpeg(state, material, false, std::string("-c:v ") + codec, "rtime");
           })
           ->UseManualTime()
-          ->Iterations(3);
+          ->Iterations(1);
     }
   }
   return true;

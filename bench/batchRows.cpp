@@ -13,7 +13,7 @@
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "core/BatchRecorder.h"
-#include "core/newRow.h"
+#include "jobs/newRow.h"
 #include "platform/Bundle.h"
 #include "platform/PollRunLoop.h"
 #include "support.h"

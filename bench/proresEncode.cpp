@@ -59,7 +59,7 @@ void encodeProres(benchmark::State& state, const Material& material, bool fields
               encodeWithFfmpeg(state, material, fields, options, "utime");
             })
             ->UseManualTime()
-            ->Iterations(2);
+            ->Iterations(1);
       }
     }
   }

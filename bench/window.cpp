@@ -22,7 +22,7 @@
 #include "classShared/log.h"
 #include "core/BatchRecorder.h"
 #include "core/batchSummary.h"
-#include "core/newRow.h"
+#include "jobs/newRow.h"
 #include "platform/Bundle.h"
 #include "process/logs.h"
 #include "utils/files.h"
