@@ -1,6 +1,6 @@
 # The rooms of the source tree, lowest first. A room may use the rooms before it in this list and
 # no other; tests/roomOrder.sh reads the list and refuses an include that points the wrong way.
-set(TESSARIN_ROOMS classShared utils platform movie ffmpeg process analysis encoding prefs core updates views)
+set(TESSARIN_ROOMS classShared utils platform movie ffmpeg process analysis encoding prefs jobs core updates views)
 
 # tessarin_room(NAME [LIBRARIES...]): the library of one room, linked to all the rooms below it.
 function(tessarin_room name)

@@ -2,8 +2,8 @@
 #include <cmath>
 
 #include "Input.h"
-#include "core/movieExpectation.h"
 #include "ffmpeg/packetMeter.h"
+#include "jobs/movieExpectation.h"
 #include "movie/movieCheck.h"
 
 using namespace tessarin;

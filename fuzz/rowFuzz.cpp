@@ -5,15 +5,15 @@
 #include "Input.h"
 #include "analysis/sourceRecord.h"
 #include "core/clipWords.h"
-#include "core/forecast.h"
-#include "core/jobPlan.h"
-#include "core/movieExpectation.h"
-#include "core/newRow.h"
-#include "core/rowChoices.h"
 #include "core/storedRow.h"
 #include "encoding/commandBuilder.h"
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
+#include "jobs/forecast.h"
+#include "jobs/jobPlan.h"
+#include "jobs/movieExpectation.h"
+#include "jobs/newRow.h"
+#include "jobs/rowChoices.h"
 
 using namespace tessarin;
 

@@ -3,11 +3,11 @@
 
 #include "Input.h"
 #include "analysis/installedComponents.h"
-#include "core/failureReason.h"
 #include "ffmpeg/codecListing.h"
 #include "ffmpeg/failureWords.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/runTroubles.h"
+#include "jobs/failureReason.h"
 #include "process/progress.h"
 
 using namespace tessarin;

@@ -6,9 +6,9 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/convertedRecord.h"
 #include "core/language.h"
 #include "core/startUp.h"
+#include "jobs/convertedRecord.h"
 #include "platform/Bundle.h"
 #include "platform/SystemFacts.h"
 #include "prefs/utilsAlert.h"

@@ -3,10 +3,10 @@
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "cli/Reporter.h"
-#include "core/remarks.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/choiceWords.h"
 #include "encoding/outputPreset.h"
+#include "jobs/remarks.h"
 
 namespace tessarin::cli {
 

@@ -11,9 +11,9 @@
 
 #include "classShared/Value.h"
 #include "core/EncodingDriver.h"
-#include "core/forecast.h"
 #include "core/rowResults.h"
 #include "encoding/commandBuilder.h"
+#include "jobs/forecast.h"
 
 namespace tessarin::cli {
 

@@ -6,7 +6,7 @@
 #include <unordered_set>
 
 #include "classShared/TextAdditions.h"
-#include "core/admittedSources.h"
+#include "jobs/admittedSources.h"
 #include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"

@@ -2,9 +2,9 @@
 
 #include "classShared/TextAdditions.h"
 #include "cli/texts.h"
-#include "core/jobPlan.h"
 #include "encoding/choiceWords.h"
 #include "encoding/outputPreset.h"
+#include "jobs/jobPlan.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin::cli {

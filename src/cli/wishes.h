@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/rowChoices.h"
+#include "jobs/rowChoices.h"
 
 namespace tessarin::cli {
 

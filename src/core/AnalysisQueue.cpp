@@ -8,11 +8,11 @@
 
 #include "classShared/log.h"
 #include "core/Preset.h"
-#include "core/admittedSources.h"
-#include "core/newRow.h"
 #include "core/storedRow.h"
 #include "encoding/outputName.h"
 #include "encoding/outputPreset.h"
+#include "jobs/admittedSources.h"
+#include "jobs/newRow.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "core/AnalysisJob.h"
 #include "core/BatchTable.h"
 #include "core/KnownClips.h"
-#include "core/LaterStep.h"
 #include "core/WaitingSources.h"
 #include "core/spannedSources.h"
 #include "core/stepState.h"
+#include "jobs/AnalysisJob.h"
+#include "jobs/LaterStep.h"
 #include "process/ToolRun.h"
 
 namespace tessarin {

@@ -10,7 +10,7 @@
 
 #include "core/BatchStore.h"
 #include "core/appDelegate.h"
-#include "core/outputPlace.h"
+#include "jobs/outputPlace.h"
 #include "platform/DiskWork.h"
 
 namespace tessarin {

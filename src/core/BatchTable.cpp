@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "classShared/log.h"
-#include "core/rowChoices.h"
 #include "encoding/outputPreset.h"
+#include "jobs/rowChoices.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 

@@ -10,9 +10,9 @@
 
 #include "core/CoreServices.h"
 #include "core/Interface.h"
-#include "core/forecast.h"
-#include "core/rowChoices.h"
 #include "encoding/Row.h"
+#include "jobs/forecast.h"
+#include "jobs/rowChoices.h"
 
 namespace tessarin {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "analysis/usedStreams.h"
-#include "core/newRow.h"
+#include "jobs/newRow.h"
 #include "platform/Bundle.h"
 
 namespace tessarin {

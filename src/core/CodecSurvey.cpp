@@ -5,10 +5,10 @@
 
 #include "analysis/codecInventory.h"
 #include "classShared/log.h"
-#include "core/failureReason.h"
 #include "ffmpeg/codecListing.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "jobs/failureReason.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {

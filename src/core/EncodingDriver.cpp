@@ -425,9 +425,11 @@ void EncodingDriver::startRow(int row) {
   if (segment < interface_.editingSoft.segments().size())
     order.format = interface_.editingSoft.segments()[segment].label;
   order.isOnSource = table_.isSourceFile(order.output);
+  order.asksDisksFirst = services_.asksDisksFirst;
   ConversionJob::Host& host = *this;
-  inHand_.push_back({std::make_unique<ConversionJob>(services_, host, std::move(order)),
-                     workOf(table_.row(row)), static_cast<int>(begun_.size())});
+  inHand_.push_back(
+      {std::make_unique<ConversionJob>(services_.loop, services_.alerts, host, std::move(order)),
+       workOf(table_.row(row)), static_cast<int>(begun_.size())});
   showInHand();
   debugFormat("processEncDico      - write encDeb ? {}", 1);
   inHand_.back().job->start();

@@ -10,14 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "core/BatchProgress.h"
 #include "core/BatchTable.h"
-#include "core/ConversionJob.h"
-#include "core/LaterStep.h"
 #include "core/batchSummary.h"
 #include "core/clashes.h"
 #include "core/stepState.h"
 #include "encoding/outputName.h"
+#include "jobs/BatchProgress.h"
+#include "jobs/ConversionJob.h"
+#include "jobs/LaterStep.h"
 
 namespace tessarin {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/convertedRecord.h"
+#include "jobs/convertedRecord.h"
 #include "platform/DiskWork.h"
 #include "utils/Signal.h"
 

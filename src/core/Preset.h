@@ -8,7 +8,7 @@
 #include "classShared/Outcome.h"
 #include "classShared/Value.h"
 #include "core/Interface.h"
-#include "core/rowChoices.h"
+#include "jobs/rowChoices.h"
 
 namespace tessarin {
 

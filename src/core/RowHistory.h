@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/BatchTable.h"
-#include "core/ConversionJob.h"
+#include "jobs/ConversionJob.h"
 
 namespace tessarin {
 

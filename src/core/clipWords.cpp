@@ -6,8 +6,8 @@
 
 #include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
-#include "core/BatchProgress.h"
-#include "core/remarks.h"
+#include "jobs/BatchProgress.h"
+#include "jobs/remarks.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "core/forecast.h"
 #include "encoding/Row.h"
+#include "jobs/forecast.h"
 
 namespace tessarin {
 

@@ -8,9 +8,9 @@
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/newRow.h"
-#include "core/outputPlace.h"
 #include "core/storedRow.h"
+#include "jobs/newRow.h"
+#include "jobs/outputPlace.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 

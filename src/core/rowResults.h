@@ -12,8 +12,8 @@
 
 #include "classShared/Outcome.h"
 #include "core/BatchFile.h"
-#include "core/ConversionJob.h"
 #include "encoding/Row.h"
+#include "jobs/ConversionJob.h"
 #include "platform/Descriptor.h"
 
 namespace tessarin {

@@ -9,7 +9,7 @@
 
 #include "analysis/Source.h"
 #include "classShared/TextAdditions.h"
-#include "core/soundFiles.h"
+#include "jobs/soundFiles.h"
 
 namespace tessarin {
 

@@ -1,8 +1,8 @@
 #include "core/stepState.h"
 
 #include "analysis/sourceRecord.h"
-#include "core/AnalysisJob.h"
-#include "core/ConversionJob.h"
+#include "jobs/AnalysisJob.h"
+#include "jobs/ConversionJob.h"
 
 namespace tessarin {
 

@@ -7,8 +7,8 @@
 
 #include "analysis/sourceRecord.h"
 #include "classShared/TextAdditions.h"
-#include "core/newRow.h"
 #include "encoding/outputPreset.h"
+#include "jobs/newRow.h"
 #include "platform/Bundle.h"
 #include "utils/files.h"
 

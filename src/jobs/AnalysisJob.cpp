@@ -1,4 +1,4 @@
-#include "core/AnalysisJob.h"
+#include "jobs/AnalysisJob.h"
 
 #include <fmt/format.h>
 
@@ -10,15 +10,15 @@
 #include "analysis/sourceRecord.h"
 #include "analysis/timing.h"
 #include "classShared/log.h"
-#include "core/admittedSources.h"
-#include "core/failureReason.h"
-#include "core/newRow.h"
-#include "core/soundFiles.h"
-#include "core/thumbnail.h"
 #include "encoding/recordingDate.h"
 #include "ffmpeg/ffmpegSuccess.h"
 #include "ffmpeg/reportText.h"
 #include "ffmpeg/runTroubles.h"
+#include "jobs/admittedSources.h"
+#include "jobs/failureReason.h"
+#include "jobs/newRow.h"
+#include "jobs/soundFiles.h"
+#include "jobs/thumbnail.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 

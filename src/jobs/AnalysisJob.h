@@ -9,7 +9,7 @@
 #include "analysis/Source.h"
 #include "analysis/SourceExamination.h"
 #include "analysis/framePictures.h"
-#include "core/LaterStep.h"
+#include "jobs/LaterStep.h"
 #include "process/ToolRun.h"
 
 namespace tessarin {

@@ -1,4 +1,4 @@
-#include "core/BatchProgress.h"
+#include "jobs/BatchProgress.h"
 
 #include <fmt/format.h>
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/jobPlan.h"
+#include "jobs/jobPlan.h"
 
 namespace tessarin {
 

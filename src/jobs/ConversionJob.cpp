@@ -1,4 +1,4 @@
-#include "core/ConversionJob.h"
+#include "jobs/ConversionJob.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -9,16 +9,16 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/admittedSources.h"
-#include "core/exportCommands.h"
-#include "core/failureReason.h"
-#include "core/forecast.h"
-#include "core/movieExpectation.h"
-#include "core/outputPlace.h"
 #include "encoding/arithmetic.h"
 #include "encoding/exportStep.h"
 #include "encoding/naming.h"
 #include "encoding/recordingDate.h"
+#include "jobs/admittedSources.h"
+#include "jobs/exportCommands.h"
+#include "jobs/failureReason.h"
+#include "jobs/forecast.h"
+#include "jobs/movieExpectation.h"
+#include "jobs/outputPlace.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -64,14 +64,14 @@ std::vector<ClipFile> lookedAt(const Source& source) {
 
 }  // namespace
 
-ConversionJob::ConversionJob(CoreServices& services, Host& host, Order order)
-    : services_(services),
+ConversionJob::ConversionJob(RunLoop& loop, Alerts& alerts, Host& host, Order order)
+    : alerts_(alerts),
       host_(host),
       order_(std::move(order)),
       files_(lookedAt(order_.row.source)),
       begin_(std::chrono::steady_clock::now()),
-      tool_(services.loop),
-      next_(services.loop, [this] { return disks(); }) {
+      tool_(loop),
+      next_(loop, [this] { return disks(); }) {
   tool_.progressed.connect([this](const ToolProgress& progress) {
     if (looking_ == Looking::atNothing && progress.maximum > 0)
       progress_.add(progress.value / progress.maximum);
@@ -109,8 +109,8 @@ void ConversionJob::stop() {
 }
 
 std::vector<std::string> ConversionJob::disks() const {
-  return services_.asksDisksFirst ? std::vector{order_.row.path(), expandTilde(order_.destination)}
-                                  : std::vector<std::string>();
+  return order_.asksDisksFirst ? std::vector{order_.row.path(), expandTilde(order_.destination)}
+                               : std::vector<std::string>();
 }
 
 void ConversionJob::abandon() {
@@ -235,8 +235,8 @@ bool ConversionJob::hasRoom() {
   const std::string needed = fmt::format("{:.0f}", neededMB);
   const std::string available = fmt::format("{}", freeMB);
   fail(localisationString("why_noRoom", "", needed, available));
-  services_.alerts.show({localisationString("D_go_echec_disque1", "", fileName(row.path())),
-                         localisationString("D_go_echec_disque2", "", needed, available)});
+  alerts_.show({localisationString("D_go_echec_disque1", "", fileName(row.path())),
+                localisationString("D_go_echec_disque2", "", needed, available)});
   return false;
 }
 
@@ -364,7 +364,7 @@ void ConversionJob::exportMovie() {
   if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
     logLine("no quicktime preset :-(");
     fail(localisationString("why_noPreset", "", preset));
-    services_.alerts.show({unknownPresetMessage(preset), "", {}, "", Alert::Style::critical});
+    alerts_.show({unknownPresetMessage(preset), "", {}, "", Alert::Style::critical});
     return;
   }
   isExporting_ = true;
@@ -456,9 +456,8 @@ void ConversionJob::fail(const std::string& reason) {
   reason_ = reason;
   go(Step::end);
   if (std::exchange(isExporting_, false))
-    services_.alerts.show(
-        {localisationString("D_go_echec_disque4", "", fileName(order_.row.path())),
-         localisationString("D_go_echec_disque5")});
+    alerts_.show({localisationString("D_go_echec_disque4", "", fileName(order_.row.path())),
+                  localisationString("D_go_echec_disque5")});
 }
 
 std::string ConversionJob::whyDestination(const std::string& cause) const {

@@ -8,17 +8,18 @@
 #include <string>
 #include <vector>
 
-#include "core/BatchProgress.h"
-#include "core/CoreServices.h"
-#include "core/JobTool.h"
-#include "core/LaterStep.h"
-#include "core/convertedRecord.h"
-#include "core/jobPlan.h"
-#include "core/joinedParts.h"
-#include "core/outputPlace.h"
 #include "encoding/Row.h"
 #include "ffmpeg/packetMeter.h"
+#include "jobs/BatchProgress.h"
+#include "jobs/JobTool.h"
+#include "jobs/LaterStep.h"
+#include "jobs/convertedRecord.h"
+#include "jobs/jobPlan.h"
+#include "jobs/joinedParts.h"
+#include "jobs/outputPlace.h"
 #include "movie/movieIndex.h"
+#include "platform/Alerts.h"
+#include "platform/RunLoop.h"
 
 namespace tessarin {
 
@@ -75,6 +76,8 @@ class ConversionJob {
     bool isOnSource = false;  // the output is a source of the batch
     // What comes to the output's name meanwhile stays, and nobody is asked.
     bool leavesOthers = false;
+    // Each step waits, in the loop, until the disks of source and destination answer.
+    bool asksDisksFirst = false;
   };
 
   // May stop the job from inside any of these; may destroy it from the loop alone.
@@ -104,8 +107,8 @@ class ConversionJob {
     ~Host() = default;
   };
 
-  // Both are borrowed.
-  ConversionJob(CoreServices& services, Host& host, Order order);
+  // All are borrowed.
+  ConversionJob(RunLoop& loop, Alerts& alerts, Host& host, Order order);
   ConversionJob(const ConversionJob&) = delete;
   ConversionJob& operator=(const ConversionJob&) = delete;
 
@@ -177,7 +180,7 @@ class ConversionJob {
   Outcome<void> moveIntoPlace(JobEnd& end);
   void writeReadMe(const JobEnd& end);
 
-  CoreServices& services_;
+  Alerts& alerts_;
   Host& host_;
   Order order_;
   Step step_ = Step::prepare;

@@ -1,10 +1,10 @@
-#include "core/JobTool.h"
+#include "jobs/JobTool.h"
 
 #include <fmt/format.h>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/failureReason.h"
+#include "jobs/failureReason.h"
 #include "prefs/utilsAlert.h"
 
 namespace tessarin {

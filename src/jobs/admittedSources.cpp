@@ -1,10 +1,10 @@
-#include "core/admittedSources.h"
+#include "jobs/admittedSources.h"
 
 #include <filesystem>
 
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/proxies.h"
+#include "jobs/proxies.h"
 #include "platform/Bundle.h"
 #include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"

@@ -1,4 +1,4 @@
-#include "core/convertedRecord.h"
+#include "jobs/convertedRecord.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "core/exportCommands.h"
+#include "jobs/exportCommands.h"
 
 #include <fmt/format.h>
 

@@ -8,7 +8,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/Value.h"
-#include "core/jobPlan.h"
+#include "jobs/jobPlan.h"
 
 namespace tessarin {
 

@@ -1,4 +1,4 @@
-#include "core/failureReason.h"
+#include "jobs/failureReason.h"
 
 #include <algorithm>
 #include <array>

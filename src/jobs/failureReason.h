@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/JobTool.h"
+#include "jobs/JobTool.h"
 
 namespace tessarin {
 

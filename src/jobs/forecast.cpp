@@ -1,4 +1,4 @@
-#include "core/forecast.h"
+#include "jobs/forecast.h"
 
 #include <fmt/format.h>
 
@@ -6,12 +6,12 @@
 
 #include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
-#include "core/exportCommands.h"
-#include "core/jobPlan.h"
-#include "core/remarks.h"
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
 #include "ffmpeg/proresFlavours.h"
+#include "jobs/exportCommands.h"
+#include "jobs/jobPlan.h"
+#include "jobs/remarks.h"
 #include "prefs/utilsAlert.h"
 #include "utils/numbers.h"
 

@@ -1,4 +1,4 @@
-#include "core/jobPlan.h"
+#include "jobs/jobPlan.h"
 
 #include <fmt/format.h>
 
@@ -6,13 +6,13 @@
 
 #include "analysis/soundChoice.h"
 #include "classShared/TextAdditions.h"
-#include "core/exportCommands.h"
-#include "core/rowChoices.h"
 #include "encoding/exportStep.h"
 #include "encoding/outputPreset.h"
 #include "encoding/targets.h"
 #include "ffmpeg/movieCodecs.h"
 #include "ffmpeg/proresCommand.h"
+#include "jobs/exportCommands.h"
+#include "jobs/rowChoices.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"

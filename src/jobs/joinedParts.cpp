@@ -1,4 +1,4 @@
-#include "core/joinedParts.h"
+#include "jobs/joinedParts.h"
 
 #include <algorithm>
 #include <cmath>

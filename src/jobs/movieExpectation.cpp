@@ -1,4 +1,4 @@
-#include "core/movieExpectation.h"
+#include "jobs/movieExpectation.h"
 
 #include <fmt/format.h>
 
@@ -9,9 +9,9 @@
 #include "analysis/soundChoice.h"
 #include "analysis/usedStreams.h"
 #include "classShared/TextAdditions.h"
-#include "core/exportCommands.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "jobs/exportCommands.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/numbers.h"

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
-#include "core/jobPlan.h"
 #include "ffmpeg/packetMeter.h"
+#include "jobs/jobPlan.h"
 #include "movie/movieCheck.h"
 
 namespace tessarin {

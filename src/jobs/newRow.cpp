@@ -1,4 +1,4 @@
-#include "core/newRow.h"
+#include "jobs/newRow.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "core/outputPlace.h"
+#include "jobs/outputPlace.h"
 
 #include <fmt/format.h>
 
@@ -8,9 +8,9 @@
 #include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
-#include "core/failureReason.h"
 #include "encoding/naming.h"
 #include "encoding/outputName.h"
+#include "jobs/failureReason.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 

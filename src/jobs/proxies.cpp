@@ -1,4 +1,4 @@
-#include "core/proxies.h"
+#include "jobs/proxies.h"
 
 #include <optional>
 #include <unordered_set>

@@ -1,4 +1,4 @@
-#include "core/remarks.h"
+#include "jobs/remarks.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "core/rowChoices.h"
+#include "jobs/rowChoices.h"
 
 #include <fmt/format.h>
 

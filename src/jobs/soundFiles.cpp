@@ -1,4 +1,4 @@
-#include "core/soundFiles.h"
+#include "jobs/soundFiles.h"
 
 #include <filesystem>
 

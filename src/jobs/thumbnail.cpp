@@ -1,4 +1,4 @@
-#include "core/thumbnail.h"
+#include "jobs/thumbnail.h"
 
 #include <turbojpeg.h>
 

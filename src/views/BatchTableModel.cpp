@@ -7,9 +7,9 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/clipWords.h"
-#include "core/remarks.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
+#include "jobs/remarks.h"
 #include "views/desktop.h"
 #include "views/images.h"
 #include "views/localize.h"

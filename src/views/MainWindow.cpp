@@ -16,7 +16,7 @@
 #include <filesystem>
 
 #include "classShared/log.h"
-#include "core/admittedSources.h"
+#include "jobs/admittedSources.h"
 #include "platform/Bundle.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"

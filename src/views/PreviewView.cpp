@@ -6,8 +6,8 @@
 #include <QVBoxLayout>
 
 #include "classShared/TextAdditions.h"
-#include "core/BatchProgress.h"
 #include "core/clipWords.h"
+#include "jobs/BatchProgress.h"
 #include "views/localize.h"
 #include "views/qtText.h"
 

@@ -4,9 +4,9 @@
 
 #include "CoreFixture.h"
 #include "core/AnalysisQueue.h"
-#include "core/admittedSources.h"
-#include "core/jobPlan.h"
-#include "core/newRow.h"
+#include "jobs/admittedSources.h"
+#include "jobs/jobPlan.h"
+#include "jobs/newRow.h"
 #include "prefs/utilsAlert.h"
 #include "support/ScopedEnvironment.h"
 #include "support/shell.h"

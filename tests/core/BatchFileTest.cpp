@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "core/BatchFile.h"
-#include "core/newRow.h"
 #include "encoding/BatchEntry.h"
+#include "jobs/newRow.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 #include "support/ScopedTemporaryFolder.h"

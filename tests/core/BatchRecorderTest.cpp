@@ -2,11 +2,11 @@
 
 #include "CoreFixture.h"
 #include "core/BatchRecorder.h"
-#include "core/newRow.h"
 #include "core/recovery.h"
 #include "core/rowEdits.h"
 #include "core/rowOrder.h"
 #include "core/stepState.h"
+#include "jobs/newRow.h"
 #include "support/LoopUntil.h"
 #include "support/changesOf.h"
 #include "support/sources.h"

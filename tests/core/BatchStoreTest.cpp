@@ -11,11 +11,11 @@
 
 #include "classShared/TextAdditions.h"
 #include "core/BatchStore.h"
-#include "core/newRow.h"
-#include "core/outputPlace.h"
 #include "core/recovery.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/naming.h"
+#include "jobs/newRow.h"
+#include "jobs/outputPlace.h"
 #include "platform/propertyList.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"

@@ -1,7 +1,7 @@
 #include "CoreFixture.h"
 #include "core/BatchTable.h"
-#include "core/newRow.h"
 #include "encoding/outputPreset.h"
+#include "jobs/newRow.h"
 #include "prefs/utilsAlert.h"
 #include "support/sources.h"
 

@@ -5,13 +5,13 @@
 #include <filesystem>
 
 #include "analysis/partFiles.h"
-#include "core/BatchProgress.h"
-#include "core/failureReason.h"
-#include "core/newRow.h"
-#include "core/proxies.h"
 #include "core/spannedSources.h"
 #include "core/storedRow.h"
 #include "encoding/BatchEntry.h"
+#include "jobs/BatchProgress.h"
+#include "jobs/failureReason.h"
+#include "jobs/newRow.h"
+#include "jobs/proxies.h"
 #include "prefs/utilsAlert.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "support/TestBundle.h"

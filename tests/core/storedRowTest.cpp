@@ -4,8 +4,8 @@
 
 #include "CoreFixture.h"
 #include "analysis/partFiles.h"
-#include "core/newRow.h"
 #include "core/storedRow.h"
+#include "jobs/newRow.h"
 #include "support/sources.h"
 
 namespace tessarin {

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/convertedRecord.h"
+#include "jobs/convertedRecord.h"
 #include "support/ScopedTemporaryFolder.h"
 #include "utils/files.h"
 

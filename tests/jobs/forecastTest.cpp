@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
 #include "analysis/codecInventory.h"
-#include "core/forecast.h"
-#include "core/newRow.h"
 #include "encoding/BatchEntry.h"
+#include "jobs/forecast.h"
+#include "jobs/newRow.h"
 #include "prefs/utilsAlert.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "analysis/codecInventory.h"
-#include "core/exportCommands.h"
-#include "core/jobPlan.h"
-#include "core/newRow.h"
 #include "encoding/outputPreset.h"
 #include "ffmpeg/timeBound.h"
+#include "jobs/exportCommands.h"
+#include "jobs/jobPlan.h"
+#include "jobs/newRow.h"
 #include "prefs/utilsAlert.h"
 #include "support/TestBundle.h"
 #include "support/sources.h"

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "analysis/codecInventory.h"
-#include "core/newRow.h"
-#include "core/rowChoices.h"
 #include "encoding/outputPreset.h"
+#include "jobs/newRow.h"
+#include "jobs/rowChoices.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"
 #include "support/sources.h"

@@ -11,9 +11,9 @@
 
 #include "Journey.h"
 #include "core/BatchFile.h"
-#include "core/newRow.h"
-#include "core/outputPlace.h"
 #include "core/recovery.h"
+#include "jobs/newRow.h"
+#include "jobs/outputPlace.h"
 #include "platform/propertyList.h"
 #include "support/changesOf.h"
 #include "support/sources.h"

@@ -5,9 +5,9 @@
 
 #include <filesystem>
 
-#include "core/exportCommands.h"
 #include "encoding/BatchEntry.h"
 #include "encoding/outputPreset.h"
+#include "jobs/exportCommands.h"
 #include "platform/propertyList.h"
 #include "support/LogCapture.h"
 #include "support/TestBundle.h"

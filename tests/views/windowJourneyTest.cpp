@@ -13,9 +13,9 @@
 #include <set>
 
 #include "core/language.h"
-#include "core/newRow.h"
 #include "core/rowEdits.h"
 #include "encoding/outputPreset.h"
+#include "jobs/newRow.h"
 #include "views/SessionEnd.h"
 #include "views/WindowFixture.h"
 #include "views/colourSchemes.h"

@@ -7,8 +7,8 @@
 #include <QStyle>
 #include <QStyleOptionComboBox>
 
-#include "core/newRow.h"
 #include "encoding/outputPreset.h"
+#include "jobs/newRow.h"
 #include "support/sources.h"
 #include "views/WindowFixture.h"
 #include "views/colourSchemes.h"
