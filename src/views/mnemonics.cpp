@@ -1,6 +1,7 @@
 #include "views/mnemonics.h"
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -22,6 +23,39 @@ void followMenu(QMenu* menu) {
     if (QMenu* below = action->menu())
       followMenu(below);
 }
+
+// A label hands its letter only to what takes keys by itself. A field of several parts names one
+// that takes them for it, which may be another one each time.
+class LetterToField : public QObject {
+ public:
+  using QObject::QObject;
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    const auto* label = qobject_cast<QLabel*>(watched);
+    if (event->type() != QEvent::Shortcut || label == nullptr || label->buddy() == nullptr ||
+        label->buddy()->focusProxy() == nullptr)
+      return false;
+    label->buddy()->setFocus(Qt::ShortcutFocusReason);
+    label->window()->setAttribute(Qt::WA_KeyboardFocusChange);
+    return true;
+  }
+};
+
+// A label hands its letter only to what takes keys by itself. A field of several parts names one
+// that takes them for it, which may be another one each time.
+class LetterToPart : public QObject {
+ public:
+  using QObject::QObject;
+
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    const auto* label = qobject_cast<QLabel*>(watched);
+    if (event->type() != QEvent::Shortcut || label == nullptr || label->buddy() == nullptr ||
+        label->buddy()->focusProxy() == nullptr)
+      return false;
+    label->buddy()->setFocus(Qt::ShortcutFocusReason);
+    label->window()->setAttribute(Qt::WA_KeyboardFocusChange);
+    return true;
+  }
+};
 
 }  // namespace
 
@@ -64,12 +98,14 @@ void giveMnemonics(QWidget* window) {
   for (QWidget* each : window->findChildren<QWidget*>()) {
     if (each->window() != window)
       continue;
-    if (auto* label = qobject_cast<QLabel*>(each); label && label->buddy())
+    if (auto* label = qobject_cast<QLabel*>(each); label && label->buddy()) {
       label->setText(withMnemonic(label->text(), taken));
-    else if (auto* button = qobject_cast<QAbstractButton*>(each);
-             button && !button->text().isEmpty() &&
-             (qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each)))
+      label->installEventFilter(new LetterToPart(label));
+    } else if (auto* button = qobject_cast<QAbstractButton*>(each);
+               button && !button->text().isEmpty() &&
+               (qobject_cast<QPushButton*>(each) || qobject_cast<QCheckBox*>(each))) {
       button->setText(withMnemonic(button->text(), taken));
+    }
   }
 }
 

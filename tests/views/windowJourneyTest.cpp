@@ -504,6 +504,20 @@ TEST_F(WindowFixture, EverythingCanBeReachedWithTheTabKey) {
     EXPECT_TRUE(!each->accessibleName().isEmpty() || each->property("text").isValid() ||
                 qobject_cast<QComboBox*>(each))
         << each->objectName().toStdString();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  int letters = 0;
+  for (const QLabel* label : window.findChildren<QLabel*>()) {
+    const auto place = label->text().indexOf(QLatin1Char('&'));
+    if (label->buddy() == nullptr || place < 0)
+      continue;
+    ++letters;
+    focus->setFocus();
+    QTest::keyClick(&window, label->text().at(place + 1).toLatin1(), Qt::AltModifier);
+    EXPECT_TRUE(label->buddy() == window.focusWidget() ||
+                label->buddy()->isAncestorOf(window.focusWidget()))
+        << label->text().toStdString();
+  }
+  EXPECT_GE(letters, 5);
 }
 
 // What a program that reads the screen aloud says: every control has a role and a name, every cell
