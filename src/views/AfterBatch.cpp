@@ -31,8 +31,8 @@ std::string reasonOf(const QString& answer) {
   // The system asks for a password, which nobody would be there to give.
   if (answer.startsWith(QLatin1String("challenge")))
     return localisationString("why_afterPassword");
-  return localisationString(answer == QLatin1String("no") ? "why_afterForbidden"
-                                                          : "why_afterUnable");
+  const bool isForbidden = answer == QLatin1String("no");
+  return localisationString(isForbidden ? "why_afterForbidden" : "why_afterUnable");
 }
 
 std::string reasonOf(const QDBusError& error) {
