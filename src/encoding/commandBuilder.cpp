@@ -259,10 +259,10 @@ void beginWithFirstPicture(const Source& source, EncodingCommand& command) {
     arguments.insert(input, {"-itsoffset", fmt::format("{:.6f}", -begin)});
     return;
   }
-  addFilter(arguments, fmt::format("setpts=round(PTS-{:.6f}/TB)", begin), FilterPlace::first);
+  const std::string seconds = fmt::format("{:.6f}", begin);
+  addFilter(arguments, "setpts=" + earlierBy(seconds), FilterPlace::first);
   if (!usedSounds(source).empty())
-    addSoundFilter(command,
-                   fmt::format("atrim=start={0:.6f},asetpts=round(PTS-{0:.6f}/TB)", begin));
+    addSoundFilter(command, fmt::format("atrim=start={},asetpts={}", seconds, earlierBy(seconds)));
 }
 
 // Brings the pictures, behind all else, to what ProRes encoders take; these fields then need no

@@ -19,4 +19,8 @@ std::string timeBound(std::optional<double> seconds) {
       leap, seconds.value_or(0) + leap, step);
 }
 
+std::string earlierBy(std::string_view seconds) {
+  return fmt::format("floor(PTS-{}/TB+0.5)", seconds);
+}
+
 }  // namespace tessarin

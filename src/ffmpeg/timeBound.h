@@ -1,8 +1,10 @@
-// Keeps a damaged time of one picture from filling a movie with repeated ones.
+// What filters do to the times of a conversion: they keep one damaged time of a picture from
+// filling a movie with repeated ones, and let a movie begin with its first picture.
 #pragma once
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tessarin {
 
@@ -13,5 +15,9 @@ namespace tessarin {
 // fits again. Holes within the source stay. Where its length is not known only leaps of an hour
 // count.
 std::string timeBound(std::optional<double> seconds);
+
+// For "setpts" and "asetpts": the times less so many seconds, a number or a fraction, in whole
+// steps. ffmpeg knows round() from version 4.0 on.
+std::string earlierBy(std::string_view seconds);
 
 }  // namespace tessarin

@@ -188,9 +188,9 @@ TEST_F(JobPlanTest, AMovieBeginsWithItsFirstPicture) {
   // Packets below zero would be leaps of the clock to ffmpeg.
   const std::string fields = text(plan(false, speedSlow).command.arguments);
   EXPECT_FALSE(contains(fields, "-itsoffset")) << fields;
-  EXPECT_TRUE(contains(fields, " -vf setpts=round(PTS-0.549333/TB),")) << fields;
+  EXPECT_TRUE(contains(fields, " -vf setpts=floor(PTS-0.549333/TB+0.5),")) << fields;
   EXPECT_TRUE(
-      contains(fields, " -af atrim=start=0.549333,asetpts=round(PTS-0.549333/TB),atempo=0.5 "))
+      contains(fields, " -af atrim=start=0.549333,asetpts=floor(PTS-0.549333/TB+0.5),atempo=0.5 "))
       << fields;
   const JobPlan copy = plan(true, speedSlow);
   EXPECT_FALSE(contains(text(copy.command.arguments), "-itsoffset")) << "a copy tells it";

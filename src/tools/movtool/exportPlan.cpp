@@ -442,7 +442,7 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
 
   Chain chain;
   if (plan.start.numerator > 0)
-    chain.add(fmt::format("setpts=round(PTS-{}/TB)", text(plan.start)));
+    chain.add("setpts=" + earlierBy(text(plan.start)));
   // Before it is slowed.
   auto seconds = source.duration;
   if (seconds && input.slow)
