@@ -26,22 +26,6 @@ void followMenu(QMenu* menu) {
 
 // A label hands its letter only to what takes keys by itself. A field of several parts names one
 // that takes them for it, which may be another one each time.
-class LetterToField : public QObject {
- public:
-  using QObject::QObject;
-  bool eventFilter(QObject* watched, QEvent* event) override {
-    const auto* label = qobject_cast<QLabel*>(watched);
-    if (event->type() != QEvent::Shortcut || label == nullptr || label->buddy() == nullptr ||
-        label->buddy()->focusProxy() == nullptr)
-      return false;
-    label->buddy()->setFocus(Qt::ShortcutFocusReason);
-    label->window()->setAttribute(Qt::WA_KeyboardFocusChange);
-    return true;
-  }
-};
-
-// A label hands its letter only to what takes keys by itself. A field of several parts names one
-// that takes them for it, which may be another one each time.
 class LetterToPart : public QObject {
  public:
   using QObject::QObject;
