@@ -209,15 +209,26 @@ Fraction twice(const Fraction& rate) {
   return multiple(2, rate);
 }
 
-// Brings pictures of one rate, constant or varying, to another; `own` is that of slowed pictures
-// where they are to be slowed. Where one picture of so many is taken, the filter for rates would
-// take one that lies up to half a step beside the moment, and before 4.0 it miscounts at the end
-// where it halves or doubles: others do that therefore.
-void addRate(Chain& chain, const Fraction& own, const Fraction& rate, bool slow) {
+// Brings pictures of one rate, constant or varying, to another, and to a movie that begins with the
+// first of them; `own` is the rate of slowed pictures where they are to be slowed. Where one
+// picture of so many is taken, the filter for rates would take one that lies up to half a step
+// beside the moment, and before 4.0 it miscounts at the end where it halves or doubles: others do
+// that therefore.
+//
+// Some old versions do not move the end of the stream with its pictures, and fill the rate up to
+// there. So pictures are moved no further than to the next moment of the rate, and to the beginning
+// only when they have it.
+void addRate(Chain& chain, const Fraction& own, const Fraction& rate, bool slow,
+             const Fraction& begin) {
   const int step = std::max(1, wholeTimes(value(own), value(rate)));
   const bool doubled = wholeTimes(value(rate), value(own)) == 2;
   const Fraction steady = doubled ? Fraction{rate.numerator, 2 * rate.denominator} : rate;
-  chain.add("fps=" + text(multiple(slow ? 2 * step : step, steady)) + ":start_time=0");
+  const double moments = value(doubled ? steady : multiple(slow ? 2 : 1, rate));
+  const double start = std::round(value(begin) * moments) / moments;
+  if (const double beside = value(begin) - start; std::abs(beside) > 1e-6)
+    chain.add("setpts=" + earlierBy(fmt::format("({:.6f})", beside)));
+  chain.add("fps=" + text(multiple(slow ? 2 * step : step, steady)) +
+            ":start_time=" + (start > 0 ? fmt::format("{:.6f}", start) : "0"));
   if (step > 1)
     chain.add(fmt::format("framestep={}", step));
   if (doubled)
@@ -226,39 +237,42 @@ void addRate(Chain& chain, const Fraction& own, const Fraction& rate, bool slow)
     chain.add("setpts=2*PTS");
   if (slow || step > 1 || doubled)
     chain.add("fps=" + text(rate));
+  if (start > 0)
+    chain.add("setpts=PTS-STARTPTS");
 }
 
 void addInterlaced(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
-                   const Placement& place, const Fraction& rate, bool slow) {
+                   const Placement& place, const Fraction& rate, bool slow, const Fraction& begin) {
   const bool fields = source.fieldOrder != FieldOrder::progressive;
   if (fields && place.height == source.height &&
       isNear(value(source.frameRate), value(rate), 1e-4)) {
-    addRate(chain, source.frameRate, rate, slow);
+    addRate(chain, source.frameRate, rate, slow, begin);
     addKeptFields(chain, source, settings, place);
   } else if (fields || isFieldRate(source.frameRate, rate)) {
     // Scaled lines of a field would no longer lie between those of the other. So every field
     // becomes a picture, and pictures become fields again (0.8 dB better than scaled fields).
     if (fields)
       chain.add("yadif=1");
-    addRate(chain, fields ? twice(source.frameRate) : source.frameRate, twice(rate), slow);
+    addRate(chain, fields ? twice(source.frameRate) : source.frameRate, twice(rate), slow, begin);
     addScaling(chain, source, settings, place, fullSamples(settings));
     chain.add("tinterlace=interleave_top");
     chain.add("setfield=tff");
   } else {
-    addRate(chain, source.frameRate, rate, slow);
+    addRate(chain, source.frameRate, rate, slow, begin);
     addScaling(chain, source, settings, place, fullSamples(settings));
     chain.add("setfield=tff");
   }
 }
 
 void addProgressive(Chain& chain, const SourceFacts& source, const ExportSettings& settings,
-                    const Placement& place, const Fraction& rate, bool slow) {
+                    const Placement& place, const Fraction& rate, bool slow,
+                    const Fraction& begin) {
   const bool fields = source.fieldOrder != FieldOrder::progressive;
   const bool allFields = fields && isFieldRate(rate, source.frameRate);
   // Only pictures that are flagged are taken apart.
   if (fields)
     chain.add(allFields ? "yadif=1:-1:1" : "yadif=0:-1:1");
-  addRate(chain, allFields ? twice(source.frameRate) : source.frameRate, rate, slow);
+  addRate(chain, allFields ? twice(source.frameRate) : source.frameRate, rate, slow, begin);
   addScaling(chain, source, settings, place, keptSamples(source, settings, place));
   chain.add("setfield=prog");
 }
@@ -441,8 +455,6 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
   plan.start = source.firstPicture;
 
   Chain chain;
-  if (plan.start.numerator > 0)
-    chain.add("setpts=" + earlierBy(text(plan.start)));
   // Before it is slowed.
   auto seconds = source.duration;
   if (seconds && input.slow)
@@ -454,10 +466,11 @@ ExportPlan exportPlan(const SourceFacts& source, const ExportSettings& settings,
     chain.add(source.fieldOrder == FieldOrder::topFirst ? "setfield=tff" : "setfield=bff");
   if (input.fields == "prog")
     chain.add("setfield=prog");
+  const Fraction begin = plan.start.numerator > 0 ? plan.start : Fraction{0, 1};
   if (settings.interlaced)
-    addInterlaced(chain, source, settings, place, plan.frameRate, input.slow);
+    addInterlaced(chain, source, settings, place, plan.frameRate, input.slow, begin);
   else
-    addProgressive(chain, source, settings, place, plan.frameRate, input.slow);
+    addProgressive(chain, source, settings, place, plan.frameRate, input.slow, begin);
   chain.add(fmt::format("setsar={}:max=65535", text(plan.pixelAspect)));
   // What the source's pictures are tagged with stays with them through a scaler.
   chain.add(colourFilter(plan.colours));
@@ -493,7 +506,9 @@ std::vector<std::string> trialArguments(const ExportInput& input, const ExportPl
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
   std::vector<std::string> arguments = makingArguments(input, plan);
   appendPictures(arguments, input);
-  append(arguments, {"-vf", plan.filters, "-f", "yuv4mpegpipe"});
+  // The rate, which the filters have brought about, is said once more: newer versions take pictures
+  // whose time stamps were moved for ones of no known rate.
+  append(arguments, {"-vf", plan.filters, "-r", text(plan.frameRate), "-f", "yuv4mpegpipe"});
   // Samples of 10 bits are no part of what the format once was.
   append(arguments, {"-strict", "-1", "pipe:1"});
   appendSameStreams(arguments, input);
