@@ -54,8 +54,10 @@ AnalysisJob::AnalysisJob(RunLoop& loop, bool asksDiskFirst, std::string path,
       changed_(std::move(changed)),
       examination_(path_, sizeOf(path_), framePath_),
       tool_(loop),
+      // The other steps only read what tools have left in the temporary folder.
       next_(loop, [this, asksDiskFirst] {
-        return asksDiskFirst ? std::vector{path_} : std::vector<std::string>();
+        return asksDiskFirst && step_ == Step::askForReport ? std::vector{path_}
+                                                            : std::vector<std::string>();
       }) {}
 
 void AnalysisJob::abandon() {

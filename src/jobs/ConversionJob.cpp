@@ -71,6 +71,7 @@ ConversionJob::ConversionJob(RunLoop& loop, Alerts& alerts, Host& host, Order or
       files_(lookedAt(order_.row.source)),
       begin_(std::chrono::steady_clock::now()),
       tool_(loop),
+      look_(loop),
       next_(loop, [this] { return disks(); }) {
   tool_.progressed.connect([this](const ToolProgress& progress) {
     if (looking_ == Looking::atNothing && progress.maximum > 0)
@@ -100,6 +101,7 @@ void ConversionJob::stop() {
   debugFormat("sender stop…");
   outcome_ = JobEnd::Kind::stopped;
   reason_ = localisationString("D_action_stop");
+  look_.cancel();
   next_.release();
   logLine("process             : stop (pre-enc)");
   if (tool_.isRunning())
@@ -115,6 +117,7 @@ std::vector<std::string> ConversionJob::disks() const {
 
 void ConversionJob::abandon() {
   next_.clear();
+  look_.cancel();
   tool_.release();
 }
 

@@ -16,6 +16,7 @@
 #include "jobs/convertedRecord.h"
 #include "jobs/jobPlan.h"
 #include "jobs/joinedParts.h"
+#include "jobs/movieLook.h"
 #include "jobs/outputPlace.h"
 #include "movie/movieIndex.h"
 #include "platform/Alerts.h"
@@ -162,7 +163,7 @@ class ConversionJob {
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();
-  bool hasSourceChanged() const;
+  void judge(MovieLook look);
   void measure();
   void lookEnded(const ToolEnd& end);
   void packetsRead(const ToolEnd& end);
@@ -220,6 +221,7 @@ class ConversionJob {
   Dico measured_;
 
   JobTool tool_;
+  DiskQuestion look_;  // at the movie
   LaterStep next_;
   std::shared_ptr<bool> isThere_ = std::make_shared<bool>(true);  // for answers that come late
 };

@@ -9,11 +9,7 @@
 #include "jobs/failureReason.h"
 #include "jobs/joinedParts.h"
 #include "jobs/movieExpectation.h"
-#include "jobs/outputPlace.h"
-#include "movie/aviPictures.h"
-#include "movie/followingMovie.h"
-#include "movie/movieFacts.h"
-#include "movie/movieStart.h"
+#include "jobs/movieLook.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -21,42 +17,11 @@ namespace tessarin {
 
 namespace {
 
-// Whether the source is a movie whose own index names samples that its file has not.
-bool lacksSamples(const Row& row) {
-  if (!startsWith(row.source.container, "mov"))
-    return false;
-  const auto index = readMovieIndex(row.path());
-  if (!index || index->isFragmented)
-    return false;
-  return std::any_of(index->tracks.begin(), index->tracks.end(),
-                     [](const MovieTrack& track) { return track.missing > 0; });
-}
-
 // Whether the rate of the sound may change in the middle, as in DV scenes of several cameras:
 // ffmpeg takes all for that of the first scene and tells nothing.
 bool maySoundChange(const Source& source) {
   return source.pictures.codec == "dvvideo" && source.sound.id &&
          startsWith(source.sound.codec, "pcm_s16le");
-}
-
-// How many seconds an AVI file promises that is shorter than it says; nothing for others. By its
-// main header (AVIMAINHEADER): microseconds of a picture and pictures. Programs that fill in a
-// wrong size are not so rare, so that it alone proves nothing.
-std::optional<double> promiseOfCutAvi(const std::string& source) {
-  constexpr std::size_t start = 52;
-  const std::string bytes = readFileStart(source, start).value_or("");
-  if (bytes.size() < start || !startsWith(bytes, "RIFF") || bytes.substr(24, 4) != "avih")
-    return std::nullopt;
-  const auto number = [&bytes](std::size_t place) {
-    std::uint32_t value = 0;
-    for (std::size_t byte = 4; byte-- > 0;)
-      value = value << 8 | static_cast<std::uint8_t>(bytes[place + byte]);
-    return value;
-  };
-  const std::uint32_t size = number(4);
-  if (size == 0xFFFFFFFF || poidsFile(source, "o") + 1 >= static_cast<double>(size) + 8)
-    return std::nullopt;
-  return 1e-6 * number(32) * number(48);
 }
 
 // Sound in files of its own is as long as the pictures; unless a file was cut.
@@ -70,41 +35,44 @@ bool endsSoundEarly(const MovieIndex& movie, const JobPlan& plan) {
 
 }  // namespace
 
+// What the disks are asked here is done by a thread: a share may hang, and long indexes are written
+// anew. A stop or a pause may come meanwhile.
+void ConversionJob::check() {
+  const auto look = std::make_shared<MovieLook>();
+  const LookedAt what{work_, plan_->isCopy, toldFacts(order_.row.source), order_.row.source,
+                      files_};
+  look_.ask([look, what] { *look = lookAtMovie(what); },
+            [this, look] { next_.set([this, look] { judge(std::move(*look)); }); });
+}
+
 // A movie is converted when it is as long as its source, by its own index. Where what the analysis
 // knows raises doubt the source is measured.
-void ConversionJob::check() {
-  if (!mayHoldMovie(work_)) {
+void ConversionJob::judge(MovieLook look) {
+  if (!look.mayHoldMovie) {
     end();
     return;
   }
-  if (plan_->isCopy)
-    if (const auto shown = showFirstPictures(work_); !shown)
-      logFormat("check               :-( {}: {}", work_, shown.reason());
-  if (const auto told = tellFacts(work_, toldFacts(order_.row.source)); !told) {
-    fail(whyDestination(told.reason()));
+  if (!look.told) {
+    fail(whyDestination(look.told.reason()));
     return;
   }
-  auto movie = readMovieIndex(work_);
-  if (!movie) {
-    logFormat("check               :-( {}: {}", work_, movie.reason());
-    fail(withCause(localisationString("why_noIndex"), movie.reason()));
+  if (!look.index) {
+    logFormat("check               :-( {}: {}", work_, look.index.reason());
+    fail(withCause(localisationString("why_noIndex"), look.index.reason()));
     return;
   }
-  movie_ = std::move(*movie);
-  if (hasSourceChanged()) {
+  movie_ = *std::move(look.index);
+  if (look.hasSourceChanged) {
     fail(localisationString("why_sourceChanged"));
     return;
   }
-  const bool isThere = pathExists(order_.row.path());
-  const auto promise = promiseOfCutAvi(order_.row.path());
-  if (isThere &&
-      (lacksSamples(order_.row) || (promise && isShorterThan(*promise, *plan_, movie_)))) {
+  if (look.lacksSamples || (look.promise && isShorterThan(*look.promise, *plan_, movie_))) {
     fail(localisationString("why_endsEarly"));
     return;
   }
-  promisedPictures_ = aviPictures(order_.row.path());
+  promisedPictures_ = look.promisedPictures;
   capDamage();
-  hasMore_ = parts_.hasMore || anotherMovieFollows(order_.row.path());
+  hasMore_ = parts_.hasMore || look.hasFurtherMovie;
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
     fail(reasonOf(verdict));
     return;
@@ -126,14 +94,6 @@ void ConversionJob::check() {
   measure();
 }
 
-// A source that went away after it was read cannot be asked any more: the analysis decides.
-bool ConversionJob::hasSourceChanged() const {
-  return std::any_of(files_.begin(), files_.end(), [](const ClipFile& file) {
-    const auto now = fileState(file.path);
-    return now && now != file.state;
-  });
-}
-
 void ConversionJob::measure() {
   const Arguments command = measuringCommandOf(*plan_);
   if (command.empty()) {
@@ -148,7 +108,7 @@ void ConversionJob::measure() {
 
 void ConversionJob::lookEnded(const ToolEnd& end) {
   const bool isRead = end.status == 0 && end.troubles.readError().empty();
-  if (looking_ != Looking::atJoints && hasSourceChanged()) {
+  if (looking_ != Looking::atJoints && haveChanged(files_)) {
     fail(localisationString("why_sourceChanged"));
     return;
   }
