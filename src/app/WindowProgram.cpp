@@ -60,7 +60,7 @@ WindowProgram::WindowProgram(QtRunLoop& loop, FileUserDomain& domain, SingleInst
       refused_(app_.queue(), alerts_),
       summary_(app_.table(), app_.interface.batchSummary, loop),
       recorder_(app_, services_, batchesFolder()),
-      recovery_(app_, recorder_, alerts_),
+      recovery_(app_, recorder_, alerts_, loop),
       updates_(loop, [this] { return updateSettings(preferences_); }),
       updateInterface_(updates_, preferences_, revealInFileBrowser) {
   setUserAlerts(&alerts_);
@@ -248,7 +248,7 @@ void WindowProgram::tellAtStart() {
   // A question takes the keys, so that the assistant waits for another start; it comes once by
   // itself.
   recovery_.begin(batchesFolder());
-  if (alerts_.isOpen() || app_.interface.assistantSkip.isChecked())
+  if (alerts_.isOpen() || recovery_.isWaiting() || app_.interface.assistantSkip.isChecked())
     return;
   app_.interface.assistantSkip.setChecked(true);
   window_->showAssistant();

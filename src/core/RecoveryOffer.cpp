@@ -44,8 +44,9 @@ std::string listOf(const std::vector<std::string>& lines) {
 
 }  // namespace
 
-RecoveryOffer::RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts)
-    : app_(app), recorder_(recorder), alerts_(alerts) {
+RecoveryOffer::RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts,
+                             RunLoop& loop)
+    : app_(app), recorder_(recorder), alerts_(alerts), disks_(loop) {
   app_.queue().finished.connect([this] {
     if (!waiting_.empty())
       takeWaiting();
@@ -55,7 +56,21 @@ RecoveryOffer::RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& 
 }
 
 void RecoveryOffer::begin(const std::string& parent) {
-  found_ = findInterruptedBatches(parent);
+  found_ = claimInterruptedBatches(parent);
+  std::vector<std::string> folders = foldersOfJobs(found_);
+  if (folders.empty()) {
+    tell();
+    return;
+  }
+  isWaiting_ = true;
+  disks_.askFor(std::move(folders), [this] {
+    isWaiting_ = false;
+    tell();
+  });
+}
+
+void RecoveryOffer::tell() {
+  cleanUpBehindJobs(found_);
   std::vector<std::string> problems;
   for (const StoreProblem& problem : found_.problems) {
     logFormat("recovery            :-( {}: {}", problem.path, problem.reason);

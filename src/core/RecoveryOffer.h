@@ -6,6 +6,7 @@
 
 #include "core/BatchRecorder.h"
 #include "core/recovery.h"
+#include "platform/DiskQuestion.h"
 
 namespace tessarin {
 
@@ -16,12 +17,16 @@ namespace tessarin {
 class RecoveryOffer {
  public:
   // All are borrowed and outlive the offer, which outlives the alerts' answers.
-  RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts);
+  RecoveryOffer(appDelegate& app, BatchRecorder& recorder, Alerts& alerts, RunLoop& loop);
 
-  // Looks for batches below `parent` (batchesFolder()) and shows the question when there are any.
+  // Looks for batches below `parent` (batchesFolder()) and shows the question when there are any;
+  // where jobs were interrupted, once the disks that they worked on answer.
   void begin(const std::string& parent);
+  // For such disks.
+  bool isWaiting() const { return isWaiting_; }
 
  private:
+  void tell();
   void ask();
   void goOn();
   void forget();
@@ -31,6 +36,8 @@ class RecoveryOffer {
   appDelegate& app_;
   BatchRecorder& recorder_;
   Alerts& alerts_;
+  DiskQuestion disks_;
+  bool isWaiting_ = false;
   InterruptedBatches found_;
   std::vector<std::string> waiting_;  // sources that are still to be analysed
   bool isToConvert_ = false;          // as soon as the analysis is done

@@ -128,19 +128,41 @@ void readRows(BatchStore& store, StoredBatch& batch, std::vector<StoreProblem>& 
 
 }  // namespace
 
-InterruptedBatches findInterruptedBatches(const std::string& parent) {
+InterruptedBatches claimInterruptedBatches(const std::string& parent) {
   InterruptedBatches found;
   for (BatchStore& store : claimAbandonedFolders(parent)) {
     const BatchPart settings = store.settings();
-    if (settings.state == BatchPart::State::newer) {
+    if (settings.state == BatchPart::State::newer)
       found.problems.push_back({store.folder(), settings.reason});
-      continue;
-    }
-    for (const std::int64_t number : store.jobNumbers())
-      cleanUpBehindJob(store, number, found.putAside);
-    syncFolder(store.folder());
-    found.stores.push_back(std::move(store));
+    else
+      found.stores.push_back(std::move(store));
   }
+  return found;
+}
+
+std::vector<std::string> foldersOfJobs(const InterruptedBatches& batches) {
+  std::vector<std::string> folders;
+  for (const BatchStore& store : batches.stores)
+    for (const std::int64_t number : store.jobNumbers()) {
+      const StoredJob job = jobOfRecord(store.job(number).content);
+      for (const std::string& path : {job.folder, job.output})
+        if (!path.empty())
+          folders.push_back(parentFolder(path));
+    }
+  return folders;
+}
+
+void cleanUpBehindJobs(InterruptedBatches& batches) {
+  for (BatchStore& store : batches.stores) {
+    for (const std::int64_t number : store.jobNumbers())
+      cleanUpBehindJob(store, number, batches.putAside);
+    syncFolder(store.folder());
+  }
+}
+
+InterruptedBatches findInterruptedBatches(const std::string& parent) {
+  InterruptedBatches found = claimInterruptedBatches(parent);
+  cleanUpBehindJobs(found);
   return found;
 }
 

@@ -35,6 +35,11 @@ struct InterruptedBatches {
 //
 // Batches of a newer version of the program are left as they are.
 InterruptedBatches findInterruptedBatches(const std::string& parent);
+// The same in parts, for who does not wait for disks: finds and holds them; tells the folders that
+// their jobs worked in, whose disks may hang; and cleans up.
+InterruptedBatches claimInterruptedBatches(const std::string& parent);
+std::vector<std::string> foldersOfJobs(const InterruptedBatches& batches);
+void cleanUpBehindJobs(InterruptedBatches& batches);
 
 // Whether it is a list of the window that was kept when the user left, and not a conversion that
 // was interrupted.

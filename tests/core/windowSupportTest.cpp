@@ -7,6 +7,7 @@
 #include "core/language.h"
 #include "encoding/outputPreset.h"
 #include "jobs/newRow.h"
+#include "jobs/outputPlace.h"
 #include "prefs/utilsAlert.h"
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
@@ -61,7 +62,7 @@ class RecoveryOfferTest : public test::CoreFixture {
   std::string parent = folder.file("state/batches");
   CoreServices services{loop, preferences, alerts, {}};
   BatchRecorder recorder{app, services, parent};
-  RecoveryOffer offer{app, recorder, alerts};
+  RecoveryOffer offer{app, recorder, alerts, loop};
 };
 
 // The session ended behind the batch, while its rows were still shown.
@@ -115,6 +116,21 @@ TEST_F(RecoveryOfferTest, GoingOnBringsTheRowsBackAndConvertsWhatIsLeft) {
   EXPECT_EQ(mark(0), RowMark::success);
   EXPECT_EQ(mark(1), RowMark::success);
   EXPECT_EQ(ended[1].output, movie("Waiting.mov"));
+}
+
+// They may be on a share that hangs, with which the window would.
+TEST_F(RecoveryOfferTest, TheDisksOfInterruptedJobsAreAskedFirst) {
+  leaveBatch();
+  const std::string left = folder.file("movies/.tessarin-1-abcdef");
+  ASSERT_TRUE(mkdir(left));
+  ASSERT_TRUE(claimAbandonedFolders(parent).at(0).writeJob(
+      2, recordOfJob({folder.file("Gone.MTS"), left, "boot"})));
+  offer.begin(parent);
+  EXPECT_TRUE(offer.isWaiting());
+  EXPECT_TRUE(pathExists(left));
+  EXPECT_TRUE(servedUntil([this] { return !alerts.shown.empty(); }));
+  EXPECT_FALSE(offer.isWaiting());
+  EXPECT_FALSE(pathExists(left));
 }
 
 // As it was left when the user quit: shown again, and not converted by itself.
