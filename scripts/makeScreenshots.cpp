@@ -7,6 +7,7 @@
 // of those that show the most; with --all each gets all that there are.
 #include <QApplication>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QDialog>
 #include <QMenu>
 #include <QMenuBar>
@@ -50,8 +51,8 @@ const std::vector<std::pair<std::string, std::string>> clips = {
      "-c:v libx264 -preset ultrafast -crf 32 -flags +ildct+ilme -top 1 -c:a ac3 -ac 2 -f mpegts"},
     {"Birthday 2009.mp4",
      "-f lavfi -i gradients=s=1280x720:r=50:c0=0xf2b84b:c1=0xc2415c:c2=0x3b5aa3:n=3:seed=7 "
-     "-f lavfi -i sine=440:r=48000 -t 3 -pix_fmt yuv420p -c:v libx264 -preset ultrafast -crf 32 "
-     "-c:a aac"},
+     "-f lavfi -i sine=440:r=48000 -f lavfi -i sine=660:r=48000 -t 3 -pix_fmt yuv420p "
+     "-map 0 -map 1 -map 2 -c:v libx264 -preset ultrafast -crf 32 -c:a aac"},
     {"Tape 04.MPG",
      "-f lavfi -i gradients=s=720x576:r=25:c0=0x31492f:c1=0xd8e2a0:c2=0x4f8fc0:n=3:seed=11 "
      "-f lavfi -i sine=440:r=48000 -t 3 -pix_fmt yuv420p "
@@ -208,12 +209,7 @@ class Screenshots {
     table().setCurrentIndex(table().model()->index(1, outColumn));
     settle();
     take("selected", *window_);
-    for (QMenu* menu : window_->menuBar()->findChildren<QMenu*>()) {
-      menu->popup(window_->mapToGlobal(QPoint(20, 20)));
-      settle();
-      take("menu-" + menu->title().remove('&').remove(' ').toStdString(), *menu);
-      menu->close();
-    }
+    takeMenus();
     window_->showPreview(true);
     until([this] { return !app_.preview().sourcePicture().empty(); });
     settle();
@@ -227,6 +223,45 @@ class Screenshots {
     takeQuestion("remove-all", [this] { table().removeAll(); });
     table().clearSelection();
     table().setCurrentIndex({});
+  }
+  void takeMenu(const std::string& state, QMenu* menu) {
+    menu->popup(window_->mapToGlobal(QPoint(20, 20)));
+    settle();
+    take(state, *menu);
+    menu->close();
+  }
+  void takeMenus() {
+    int number = 0;
+    for (QMenu* menu : window_->findChildren<QMenu*>())
+      takeMenu("menu-" + std::to_string(++number), menu);
+    const QPoint place = table().visualRect(table().currentIndex()).center();
+    QContextMenuEvent press(QContextMenuEvent::Mouse, place, table().mapToGlobal(place));
+    QApplication::sendEvent(table().viewport(), &press);
+    settle();
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (!menu)
+      return;
+    take("menu-row", *menu);
+    const QList<QMenu*> parts = menu->findChildren<QMenu*>();
+    if (!parts.isEmpty())
+      takeMenu("menu-row-sound", parts.front());
+    menu->close();
+    settle();
+  }
+  // What is asked, and left out, of clips that became movies before.
+  void takeOnlyNew() {
+    table().selectRow(1);
+    table().removeSelected();
+    app_.interface.onlyNew.setChecked(true);
+    app_.draggedFiles({paths_[1]});
+    until([this] { return !app_.interface.leftOut.text().empty(); });
+    settle();
+    take("only-new", *window_);
+    app_.interface.onlyNew.setChecked(false);
+    app_.interface.names.setText("{date} {tilte}");
+    settle();
+    take("names-wrong", *window_);
+    app_.interface.names.setText("");
   }
   void takePause() {
     app_.interface.encoding.stopBt.select(pauseSegment);
@@ -264,6 +299,7 @@ class Screenshots {
     takeQuestion("ended", [this] { app_.driver().convertRows({2}); });
     take("finished", *window_);
     preferences_.prefWrite(PrefKey::alertEnd, 0);
+    takeOnlyNew();
     const std::string text = joinPath(parentFolder(paths_.front()), "Letter.mp4");
     static_cast<void>(writeFileAtomically(text, "Dear Anna,"));
     takeQuestion("refused", [this, text] { app_.draggedFiles({text}); });
@@ -302,7 +338,7 @@ class Screenshots {
   QtAlerts alerts_;
   MemoryUserDomain domain_;
   PreferenceStore preferences_{domain_};
-  appDelegate app_{{loop_, preferences_, alerts_, {}}};
+  appDelegate app_{{loop_, preferences_, alerts_, {}, {}, home_.file("converted")}};
   RefusedSources refused_{app_.queue(), alerts_};
   BatchSummary summary_{app_.table(), app_.interface.batchSummary, loop_};
   std::unique_ptr<MainWindow> window_;

@@ -7,6 +7,7 @@
 #include "views/bindings.h"
 #include "views/images.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/settingWidgets.h"
 
 namespace tessarin {
@@ -56,6 +57,7 @@ AssistantWindow::AssistantWindow(appDelegate& app, QWidget* parent)
   bindTo(skipNext, app_.interface.assistantSkip);
   column->addWidget(skipNext);
   column->addWidget(newButtons());
+  giveRoom(this);
   localizeWindow(this);
   // A page that is not shown yet has to fit, too.
   const int width = qMax(pageWidth, pages_->minimumSizeHint().width());
@@ -152,6 +154,7 @@ void AssistantWindow::showPage(int page) {
   skip_->setVisible(!isLast);
   next_->setText(localizedText(isLast ? QStringLiteral("@@assistantDone")
                                       : QStringLiteral("@@assistantNext")));
+  giveMnemonics(this);
   next_->setFocus();
 }
 

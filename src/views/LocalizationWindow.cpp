@@ -12,6 +12,7 @@
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
 #include "views/settingWidgets.h"
 
@@ -65,6 +66,7 @@ LocalizationWindow::LocalizationWindow(std::function<void(const std::string&)> r
   column->addStretch();
   column->addWidget(buttons);
   localizeWindow(this);
+  giveMnemonics(this);
 }
 
 void LocalizationWindow::iba_openLocalizationFile() {

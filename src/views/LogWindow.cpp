@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
 #include "views/settingWidgets.h"
 
@@ -39,6 +40,7 @@ QString endOf(const std::string& path) {
 void LogWindow::openText(const char* title, const QString& shown, QWidget* parent) {
   auto* window = new LogWindow(title, shown, parent);
   localizeWindow(window);
+  giveMnemonics(window);
   window->show();
 }
 
@@ -48,6 +50,7 @@ void LogWindow::open(const char* title, const std::string& path,
   QPushButton* show = window->buttons_->addButton("@@reportShowLog", QDialogButtonBox::ActionRole);
   connect(show, &QPushButton::clicked, window, [reveal, path] { reveal(path); });
   localizeWindow(window);
+  giveMnemonics(window);
   window->show();
   QScrollBar* bar = window->text_->verticalScrollBar();
   bar->setValue(bar->maximum());

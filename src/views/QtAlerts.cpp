@@ -6,7 +6,9 @@
 #include <algorithm>
 
 #include "prefs/utilsAlert.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -65,6 +67,8 @@ void QtAlerts::show(const Alert& alert, std::function<void(AlertAnswer)> answere
   box->setEscapeButton(buttons[escape]);
   if (!alert.checkBox.empty())
     box->setCheckBox(new QCheckBox(qtText(alert.checkBox), box));
+  giveRoom(box);
+  giveMnemonics(box);
 
   QObject::connect(box, &QMessageBox::finished, box,
                    [box, buttons, escape, answered = std::move(answered)] {

@@ -11,6 +11,7 @@
 #include "core/startUp.h"
 #include "process/logs.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
 #include "views/settingWidgets.h"
 
@@ -56,6 +57,7 @@ ReportWindow::ReportWindow(const std::function<void(const std::string&)>& reveal
   connect(show, &QPushButton::clicked, this, [reveal] { reveal(detailLogPath()); });
   column->addWidget(buttons);
   localizeWindow(this);
+  giveMnemonics(this);
 }
 
 }  // namespace tessarin

@@ -7,7 +7,9 @@
 
 #include "views/bindings.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -77,7 +79,10 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent)
   go->setObjectName("updateGo");
   go->setDefault(true);
   bindTo(go, interface.go, [&interface] { interface.iba_updateGo(); });
-  const auto showTitle = [go, &interface] { go->setText(qtText(interface.goTitle.text())); };
+  const auto showTitle = [this, go, &interface] {
+    go->setText(qtText(interface.goTitle.text()));
+    giveMnemonics(this);
+  };
   showTitle();
   follow(interface.goTitle, go, showTitle);
   buttons->addWidget(stop);
@@ -90,7 +95,9 @@ UpdateWindow::UpdateWindow(UpdateInterface& interface, QWidget* parent)
   column->addLayout(form);
   column->addWidget(bar);
   column->addLayout(buttons);
+  giveRoom(this);
   localizeWindow(this);
+  giveMnemonics(this);
 }
 
 }  // namespace tessarin

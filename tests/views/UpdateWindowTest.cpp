@@ -97,7 +97,7 @@ TEST_F(UpdateWindowTest, LeadsFromTheQuestionToTheFolder) {
   EXPECT_FALSE(find<QProgressBar>("updateBar")->isHidden());
   EXPECT_FALSE(find<QPushButton>("updateStop")->isHidden());
   EXPECT_FALSE(find<QPushButton>("updateGo")->isEnabled());
-  ASSERT_TRUE(shows("1.1 is there"));
+  ASSERT_TRUE(shows("1.1 is available"));
   // What the server says is no markup.
   EXPECT_EQ(find<QPlainTextEdit>("updateDetails")->toPlainText().toStdString(), "<b>New</b>");
   EXPECT_THAT(find<QPushButton>("updateGo")->text().toStdString(), HasSubstr("Download"));
@@ -113,7 +113,7 @@ TEST_F(UpdateWindowTest, StopsAndGoesOnWithoutAWindow) {
   server.answers["/v.zip"].isSilent = true;
   UpdateWindow::open(interface, nullptr);
   click("updateGo");
-  ASSERT_TRUE(shows("is there"));
+  ASSERT_TRUE(shows("is available"));
   click("updateGo");
   ASSERT_EQ(updates.state(), UpdateState::downloading);
   click("updateStop");

@@ -104,7 +104,7 @@ class WindowFixture : public testing::Test {
   }
   void press(QMessageBox* box, const QString& title) {
     for (QAbstractButton* button : box->buttons())
-      if (button->text() == title)
+      if (button->text().remove('&') == title)
         QTest::mouseClick(button, Qt::LeftButton);
   }
 
