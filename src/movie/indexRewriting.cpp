@@ -51,7 +51,7 @@ std::uint64_t sizeOfAtom(FileBytes& bytes, std::uint64_t position) {
     return 0;
   std::uint64_t size = bytes.number(position, 4);
   if (size == 1)
-    size = bytes.number(position + headSize, 8);
+    size = bytes.size() - position < 2 * headSize ? 0 : bytes.number(position + headSize, 8);
   const bool isWhole =
       bytes.failure().empty() && size >= headSize && size <= bytes.size() - position;
   return isWhole ? size : 0;
@@ -165,6 +165,8 @@ Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change) {
   const int descriptor = file.number();
   FileBytes bytes(descriptor, static_cast<std::uint64_t>(facts->state.size));
   const IndexPlace own = placeOfIndex(bytes);
+  if (!bytes.failure().empty())
+    return Failure{bytes.failure()};
   if (own.size <= headSize)
     return false;
   auto content = readBytes(descriptor, own.begin + headSize, own.size - headSize);
@@ -183,9 +185,10 @@ Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change) {
   const std::string samples =
       changed->furtherSamples.empty() ? "" : atomBytes("mdat", changed->furtherSamples);
   const bool isAppended = !samples.empty() || !fits(index.size(), place);
-  if (isAppended && !endsWithAtom(bytes, own.begin))
-    return false;
-  if (!append(descriptor, bytes.size(), samples))
+  const bool canBeChanged = !isAppended || endsWithAtom(bytes, own.begin);
+  if (!bytes.failure().empty())
+    return Failure{bytes.failure()};
+  if (!canBeChanged || !append(descriptor, bytes.size(), samples))
     return false;
   if (fits(index.size(), place))
     return writeAt(descriptor, place.begin, index + freeHead(place.size - index.size()));

@@ -27,7 +27,8 @@ using ChangeIndex = std::function<std::optional<IndexChange>(const MovieBytes& m
 // Puts another index into the movie. It stays before the samples, where players that load a movie
 // look first, if there is room or the file system can make some; else it goes behind them, and
 // counts from when the old one does not. The samples themselves are never written. False when
-// nothing was changed, also for lack of room; a failure may have harmed the movie.
+// nothing was changed, also for lack of room. Fails when the movie cannot be read, or may have been
+// harmed.
 Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change);
 
 }  // namespace tessarin

@@ -255,6 +255,12 @@ TEST_F(RecordingTimes, AreToldByTheProgram) {
   EXPECT_EQ(silent.output, "card : \n");
   EXPECT_EQ(silent.status, 1);
   EXPECT_EQ(runShell(program + quoted(folder.file("gone.mov"))).status, 1);
+  // What cannot be read may tell of a time.
+  const auto unread =
+      runShell("ASAN_OPTIONS=verify_asan_link_order=0 " + test::preloading("failingReads") +
+               " FAILING_PATH=" + quoted(clip) + " FAILING_FROM=8 " + program + quoted(clip));
+  EXPECT_EQ(unread.output, "gettimestamps: " + clip + ": it cannot be read everywhere\n");
+  EXPECT_EQ(unread.status, 3);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ BoundedFile::BoundedFile(const std::string& path, std::uint64_t budget) : budget
     return;
   file_.open(path, std::ios::binary);
   size_ = file_ ? size : 0;
+  hasFailed_ = !file_;
 }
 
 std::string BoundedFile::read(std::uint64_t offset, std::size_t count) {
@@ -26,6 +27,7 @@ std::string BoundedFile::read(std::uint64_t offset, std::size_t count) {
   file_.seekg(static_cast<std::streamoff>(offset));
   file_.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file_.gcount(), 0)));
+  hasFailed_ = hasFailed_ || bytes.size() < there;
   budget_ -= bytes.size();
   return bytes;
 }

@@ -18,11 +18,14 @@ class BoundedFile {
   std::uint64_t size() const { return size_; }
   // The bytes from this offset on: fewer than `count` at the end of the file and of the budget.
   std::string read(std::uint64_t offset, std::size_t count);
+  // Whether bytes that are there could not be read.
+  bool hasFailed() const { return hasFailed_; }
 
  private:
   std::ifstream file_;
   std::uint64_t size_ = 0;
   std::uint64_t budget_ = 0;
+  bool hasFailed_ = false;
 };
 
 }  // namespace tessarin

@@ -9,7 +9,7 @@
 // the "title" that the user gave the clip.
 //
 // Exit status: 0, also of --help, 1 when the folder or file is missing or gives no time at all, 2
-// for wrong use.
+// for wrong use, 3 when the clip could not be read everywhere, so that it may know more.
 #include <cstdio>
 #include <string_view>
 
@@ -55,7 +55,7 @@ int tellFile(const std::string& path) {
   if (facts.time)
     std::printf("%s : %s\n", facts.time->origin.c_str(),
                 hasTime ? facts.time->time->text().c_str() : "");
-  else
+  else if (!facts.isUnread)
     complain(path + ": no recording time");
   tell("zone", hasTime ? facts.time->time->zoneText() : "");
   tell("timecode", facts.timeCode);
@@ -63,6 +63,10 @@ int tellFile(const std::string& path) {
   tell("model", facts.model);
   tell("place", facts.place);
   tell("title", facts.title);
+  if (facts.isUnread) {
+    complain(path + ": it cannot be read everywhere");
+    return 3;
+  }
   return hasTime ? 0 : 1;
 }
 

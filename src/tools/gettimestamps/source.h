@@ -22,8 +22,9 @@ struct KnownFacts {
   std::string timeCode;            // of the first picture: "10:00:00:00"
   std::string make;                // of the camera
   std::string model;
-  std::string place;  // ISO 6709
-  std::string title;  // that the user gave the clip
+  std::string place;      // ISO 6709
+  std::string title;      // that the user gave the clip
+  bool isUnread = false;  // the clip could not be read everywhere, and may know more
 };
 KnownFacts factsOfSource(const std::string& path);
 

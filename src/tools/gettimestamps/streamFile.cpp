@@ -32,11 +32,15 @@ StreamFacts factsInFile(const std::string& path) {
   // It comes with the first pictures, before anything of theirs that is large.
   for (const std::size_t length : {std::size_t{512} << 10, most}) {
     facts = factsIn(file.read(0, length));
+    facts.isUnread = file.hasFailed();
     if (facts.time || file.size() <= length)
       return facts;
   }
   const std::uint64_t samples = samplesOfQuickTime(file);
-  return samples > 0 ? factsIn(file.read(samples, most)) : facts;
+  if (samples > 0)
+    facts = factsIn(file.read(samples, most));
+  facts.isUnread = file.hasFailed();
+  return facts;
 }
 
 std::optional<RecordingTime> recordingTimeInFile(const std::string& path) {

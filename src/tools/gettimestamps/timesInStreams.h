@@ -20,7 +20,8 @@ struct StreamFacts {
   std::string timeCode;  // of the first picture: "10:00:00:00"
   std::string make;      // of the camera
   std::string model;
-  std::string place;  // ISO 6709
+  std::string place;      // ISO 6709
+  bool isUnread = false;  // the file could not be read everywhere
 };
 
 // From the "MDPM" messages of a raw H.264 stream, up to the first one that holds a whole time.
