@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <sstream>
 #include <thread>
 
 #include "Journey.h"
@@ -100,10 +101,11 @@ class KilledRunTest : public RecoveryTest {
   std::vector<std::string> left() const {
     std::vector<std::string> found;
     for (const std::string& name : namesIn("/proc")) {
-      std::ifstream stream("/proc/" + name + "/cmdline");
-      std::string line{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-      if (leadingInteger(name) != ::getpid() && contains(line, folder.path()))
-        found.push_back(replaceAll(line, std::string_view("\0", 1), " "));
+      // A process may end while this is read.
+      std::ostringstream line;
+      line << std::ifstream("/proc/" + name + "/cmdline").rdbuf();
+      if (leadingInteger(name) != ::getpid() && contains(line.str(), folder.path()))
+        found.push_back(replaceAll(line.str(), std::string_view("\0", 1), " "));
     }
     return found;
   }
