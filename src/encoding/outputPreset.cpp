@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "analysis/codecInventory.h"
@@ -11,6 +12,7 @@
 #include "encoding/targets.h"
 #include "ffmpeg/movieCodecs.h"
 #include "ffmpeg/proresFlavours.h"
+#include "utils/numbers.h"
 
 namespace tessarin {
 
@@ -221,6 +223,19 @@ bool isCopyAllowed(const Row& row, const SizeRow* size, Speed speed) {
   return row.isProgressive && !needsInterleaveToI50(source, size) && speed != speedHalf;
 }
 
+bool isStoredNarrow(const Source::Pictures& pictures, const SizeRow& size) {
+  const auto width = pictures.width.value_or(0);
+  const auto height = pictures.height.value_or(0);
+  const auto isOfRow = [&](const SizeRow& row) {
+    return row.isSize() && row.frame.width == width && row.frame.height == height;
+  };
+  const double shown =
+      pictures.shape.empty() ? 0 : static_cast<double>(height) * fractionStr2Float(pictures.shape);
+  return size.isSize() && height == size.frame.height && width < size.frame.width &&
+         std::abs(shown - size.frame.width) < 1 &&
+         std::none_of(sizeRows().begin(), sizeRows().end(), isOfRow);
+}
+
 }  // namespace
 
 PresetChoice choosePreset(const Row& row, Application application) {
@@ -264,6 +279,15 @@ bool cellAllowedOut(const Row& row, const Choice& choice) {
     return target && isCopyAllowed(row, size, choice.speed);
   const bool isLarge = !size || !size->isSize() || size->frame.height >= target->leastLines;
   return hasEncoder(*target, codecs) && isLarge;
+}
+
+bool isChoiceAllowed(const Row& row, const Choice& choice) {
+  const SizeRow* size = sizeRow(choice.sizeOut);
+  Choice asked = choice;
+  if (choice.target == outQuickTime && size != nullptr && !needsInterleaveToI50(row.source, size) &&
+      isStoredNarrow(row.source.pictures, *size))
+    asked.sizeOut = keepsSize;
+  return cellAllowedOut(row, asked);
 }
 
 std::optional<std::string> whichPresetProres(const std::optional<std::string>& initialPreset,

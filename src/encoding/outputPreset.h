@@ -35,6 +35,9 @@ bool needsInterleaveToI50(const Source& source, const SizeRow* size);
 
 // Whether the target of the choice may be offered for the row with the choice's size and speed.
 bool cellAllowedOut(const Row& row, const Choice& choice);
+// The same, where pictures that are stored in a size which no row has, and are shown in that of the
+// chosen row, have that row's size: DVCPRO HD stores 1280x720 as 960x720.
+bool isChoiceAllowed(const Row& row, const Choice& choice);
 
 // The name of the export settings with the ProRes flavour put in: "pr1080p25" and "apch" give
 // "prHd1080p25". Names without "pr" and unknown flavours change nothing; no name gives none.

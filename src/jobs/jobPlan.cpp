@@ -174,7 +174,7 @@ std::optional<std::string> refusalOf(const Row& row, bool hasExport) {
   if (const std::string codec = source.pictures.codec;
       target == outQuickTime && movieHolds(codec, firstContainer(source)) == false)
     return localisationString("why_movieCodec", "", codec);
-  if (!cellAllowedOut(row, row.choice))
+  if (!isChoiceAllowed(row, row.choice))
     return localisationString("why_noTarget", "", whyNotTarget(row, target));
   if (const auto plan = planJob(row, "output.mov", "apcn");
       plan && (plan->needsExport || plan->isExport) && !hasExport)

@@ -57,7 +57,7 @@ SizeAndSpeed valid(const Source& source, int size, Speed speed) {
 
 bool allows(const Row& row, const Choice& choice) {
   return isAllowed(speedsOf(row.source, choice.sizeOut), choice.speed) &&
-         targetRow(choice.target) && cellAllowedOut(row, choice);
+         targetRow(choice.target) && isChoiceAllowed(row, choice);
 }
 
 // The choice for a size that was named, or its sibling where the speed wants that.
@@ -105,7 +105,7 @@ Permissions targetPermissions(const Row& row) {
   Permissions allowed = {};
   for (const Target target : allTargets)
     allowed.at(static_cast<std::size_t>(target)) =
-        cellAllowedOut(row, {target, row.choice.sizeOut, row.choice.speed});
+        isChoiceAllowed(row, {target, row.choice.sizeOut, row.choice.speed});
   return allowed;
 }
 

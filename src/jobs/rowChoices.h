@@ -24,7 +24,7 @@ using Permissions = std::array<bool, std::max(targetTable.size(), speedTable.siz
 // keeps the source's rate.
 Permissions speedPermissions(const Row& row);
 
-// The targets that the row may be converted to (asks cellAllowedOut for each).
+// The targets that the row may be converted to (asks isChoiceAllowed for each).
 Permissions targetPermissions(const Row& row);
 
 // The valid size and speed nearest to what the row holds. A speed that only the row's sibling of

@@ -118,5 +118,20 @@ TEST_F(OutputPresetTest, ACopyIsOfferedOnlyWhenNothingChanges) {
   EXPECT_FALSE(quickTime(half));
 }
 
+TEST_F(OutputPresetTest, ACopyMayBeStoredNarrowerThanItIsShown) {
+  const auto isAllowed = [](int width, int height, const char* shape, int size) {
+    Row row = entryOf(width, height, "p", 50);
+    row.source.pictures.shape = shape;
+    return isChoiceAllowed(row, {outQuickTime, size, speedKeep});
+  };
+  EXPECT_TRUE(isAllowed(960, 720, "16:9", 6));
+  EXPECT_TRUE(isAllowed(1280, 1080, "16:9", 11));
+  EXPECT_FALSE(isAllowed(960, 720, "16:9", 8)) << "another size";
+  EXPECT_FALSE(isAllowed(960, 720, "4:3", 6)) << "it is shown as it is stored";
+  EXPECT_FALSE(isAllowed(960, 720, "", 6));
+  EXPECT_FALSE(isAllowed(1280, 1080, "16:9", 12)) << "frames become fields";
+  EXPECT_FALSE(isAllowed(1440, 1080, "16:9", 11)) << "it has a size of its own";
+}
+
 }  // namespace
 }  // namespace tessarin

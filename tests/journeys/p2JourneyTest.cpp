@@ -108,6 +108,12 @@ TEST_F(P2Journey, PicturesAndSoundBecomeOneMovie) {
        pictures());
   EXPECT_EQ(made({"--format", "quicktime", "--speed", "full", pictures()}),
             sums({pictures(), sound(0), sound(1)}, "0:v 1:a 2:a"));
+  // DVCPRO HD stores them narrower than they are shown.
+  make(
+      test::progressivePicture("960x720", "1", "50") + "-aspect 16:9 -pix_fmt yuv422p -c:v dvvideo",
+      pictures());
+  EXPECT_EQ(made({"--format", "quicktime", "--speed", "full", pictures()}),
+            sums({pictures(), sound(0), sound(1)}, "0:v 1:a 2:a"));
 }
 
 TEST_F(P2Journey, ACardIsAListOfClipsFromWhereverItIsTaken) {
