@@ -94,6 +94,7 @@ struct Source {
     double begin = 0;  // seconds from the beginning of the recording
     std::int64_t bytes = 0;
     std::string path;
+    std::int64_t changed = 0;  // as of the source
     bool operator==(const Part&) const = default;
   };
 
@@ -101,6 +102,7 @@ struct Source {
   struct SoundFile {
     std::int64_t bytes = 0;
     std::string path;
+    std::int64_t changed = 0;  // as of the source
     bool operator==(const SoundFile&) const = default;
   };
 
@@ -123,6 +125,9 @@ struct Source {
   std::string container;  // "mpegts", "mov,mp4,m4a,…"
   // Digits: bytes of the file when it was looked at. Another number later is another clip.
   std::string bytes;
+  // Of a recording of several files, which cameras make equally large: when the first one was last
+  // changed, in seconds since 1970; 0: not known.
+  std::int64_t changed = 0;
   std::optional<double> duration;       // seconds; whole ones of a report, from one on
   std::optional<double> seconds;        // the same to the hundredth, also of clips below a second
   std::optional<double> start;          // seconds

@@ -34,7 +34,7 @@ constexpr NumberRange place{-1, 1000};  // in a table; it is compared with other
 
 constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream", "container",
                                                        "file"};
-constexpr std::array<std::string_view, 7> remarkKeys = {
+constexpr std::array<std::string_view, 8> remarkKeys = {
     "remark_soundUnreadable",   "remark_programs",         "remark_doubtfulPart",
     "remark_soundFilesMissing", "remark_soundFilesByName", "remark_timeUnread",
     "remark_laterPart"};
@@ -182,33 +182,46 @@ bool take(const Value& value, Source::Remark& remark, NumberRange range) {
   return true;
 }
 
-// "BEGIN BYTES PATH", the beginning in milliseconds
+constexpr NumberRange fileSize{1, 1e15};
+constexpr NumberRange changeTime{1, 1e11};  // seconds
+
+// "BYTES@CHANGED", or "BYTES" alone
+template <class File>
+bool takeMark(std::string_view text, File& file) {
+  const std::string_view bytes = textUpTo(text, "@");
+  const std::string_view changed = textAfter(text, "@").value_or("0");
+  const auto size = isDigits(bytes) ? wholeNumber(bytes, fileSize) : std::nullopt;
+  const auto time = isDigits(changed) ? wholeNumber(changed, {0, changeTime.most}) : std::nullopt;
+  if (!size || !time)
+    return false;
+  file.bytes = *size;
+  file.changed = *time;
+  return true;
+}
+
+// "BEGIN BYTES@CHANGED PATH", the beginning in milliseconds
 bool take(const Value& value, Source::Part& part, NumberRange range) {
   const std::string* text = value.textContent();
   const std::string_view begin = text ? textUpTo(*text, " ") : "";
   const std::string_view rest = text ? textAfter(*text, " ").value_or("") : "";
-  const std::string_view bytes = textUpTo(rest, " ");
   const std::string_view path = textAfter(rest, " ").value_or("");
-  constexpr NumberRange size{1, 1e15};
-  if (!isDigits(begin) || !isDigits(bytes) || !isStoredPath(path))
+  if (!isDigits(begin) || !isStoredPath(path))
     return false;
   const auto toldBegin = wholeNumber(begin, {1000 * range.least, 1000 * range.most});
-  const auto toldBytes = wholeNumber(bytes, size);
-  if (!toldBegin || !toldBytes)
+  if (!toldBegin || !takeMark(textUpTo(rest, " "), part))
     return false;
-  part = {static_cast<double>(*toldBegin) / 1000, *toldBytes, std::string(path)};
+  part.begin = static_cast<double>(*toldBegin) / 1000;
+  part.path = path;
   return true;
 }
 
-// "BYTES PATH"
-bool take(const Value& value, Source::SoundFile& file, NumberRange range) {
+// "BYTES@CHANGED PATH"
+bool take(const Value& value, Source::SoundFile& file, NumberRange) {
   const std::string* text = value.textContent();
-  const std::string_view bytes = text ? textUpTo(*text, " ") : "";
   const std::string_view path = text ? textAfter(*text, " ").value_or("") : "";
-  const auto told = isDigits(bytes) ? wholeNumber(bytes, range) : std::nullopt;
-  if (!told || !isStoredPath(path))
+  if (!isStoredPath(path) || !takeMark(textUpTo(*text, " "), file))
     return false;
-  file = {*told, std::string(path)};
+  file.path = path;
   return true;
 }
 
@@ -268,12 +281,18 @@ Value itemOf(const Source::Remark& remark) {
   return fmt::format("{} {}", remarkKey(remark.kind), remark.number);
 }
 
+template <class File>
+std::string markOf(const File& file) {
+  return file.changed == 0 ? fmt::format("{}", file.bytes)
+                           : fmt::format("{}@{}", file.bytes, file.changed);
+}
+
 Value itemOf(const Source::Part& part) {
-  return fmt::format("{:.0f} {} {}", part.begin * 1000, part.bytes, part.path);
+  return fmt::format("{:.0f} {} {}", part.begin * 1000, markOf(part), part.path);
 }
 
 Value itemOf(const Source::SoundFile& file) {
-  return fmt::format("{} {}", file.bytes, file.path);
+  return fmt::format("{} {}", markOf(file), file.path);
 }
 
 template <class Item>
@@ -349,7 +368,7 @@ template <class AnySource, class Way>
 void walk(AnySource& source, Way& way) {
   way("srcPathStr", source.path, isStoredPath);
   way("parts", source.furtherParts, ReportRange::duration);
-  way("soundFiles", source.soundFiles, NumberRange{1, 1e15});
+  way("soundFiles", source.soundFiles, fileSize);
   way("intraFailure", source.hasOddThumbnail, flag);
   way("prefSurrond", source.keepsSurround, flag);
   way("prefSound", source.soundChoice, isSoundChoice);
@@ -358,6 +377,7 @@ void walk(AnySource& source, Way& way) {
   way("softPrevious", source.softPrevious, place);
   way("wrapper", source.container, isWord);
   way("w_bytes", source.bytes, isWord);
+  way("w_changed", source.changed, changeTime);
   way("w_duration", source.duration, ReportRange::duration);
   way("w_seconds", source.seconds, ReportRange::duration);
   way("w_offset", source.start, ReportRange::time);

@@ -76,8 +76,8 @@ class JsonReporter final : public Reporter {
 
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     Json info = jsonOf(recordOfSource(row.source));
-    for (const char* key : {"srcPathStr", "parts", "soundFiles", "imgPathStr", "remarks",
-                            "sizeOutPrevious", "softPrevious"})
+    for (const char* key : {"srcPathStr", "parts", "soundFiles", "w_changed", "imgPathStr",
+                            "remarks", "sizeOutPrevious", "softPrevious"})
       info.erase(key);
     if (const auto fields = row.source.pictures.fields)
       info["v0_fields"] = fieldsText(*fields);

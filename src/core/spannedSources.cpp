@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <optional>
 #include <unordered_set>
 
 #include "analysis/partFiles.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -38,12 +38,11 @@ void takeRecording(std::string_view line, const std::vector<std::string>& files,
     const auto place = placeOf(parts[part], files.size());
     if (!place)
       return;
-    std::error_code failed;
-    const auto bytes = std::filesystem::file_size(files[*place], failed);
-    if (failed)
+    const auto state = fileState(files[*place]);
+    if (!state)
       return;
-    all.push_back({part == 0 ? 0 : leadingNumber(times[part - 1]), static_cast<std::int64_t>(bytes),
-                   files[*place]});
+    all.push_back({part == 0 ? 0 : leadingNumber(times[part - 1]), state->size, files[*place],
+                   state->changed()});
   }
   for (std::size_t first = 0; first < all.size(); first += mostFurtherParts + 1) {
     const std::size_t end = std::min(first + mostFurtherParts + 1, all.size());
@@ -123,7 +122,9 @@ void leaveOutParts(std::vector<std::string>& paths, const SpannedSources& found)
   std::erase_if(paths, [&parts](const std::string& path) { return parts.contains(path); });
 }
 
-void takeFurtherParts(Source& source, const SpannedSources& found) {
+namespace {
+
+void takeAllFiles(Source& source, const SpannedSources& found) {
   if (const auto sounds = found.sounds.find(source.path); sounds != found.sounds.end())
     tellOfSounds(source, sounds->second);
   const auto recording = found.recordings.find(source.path);
@@ -146,6 +147,15 @@ void takeFurtherParts(Source& source, const SpannedSources& found) {
         source.soundFiles.push_back(sound);
   source.seconds = recording->second.seconds + std::max(0.0, source.pictures.begin.value_or(0));
   source.duration = std::max(1.0, std::floor(recording->second.seconds));
+}
+
+}  // namespace
+
+void takeFurtherParts(Source& source, const SpannedSources& found) {
+  takeAllFiles(source, found);
+  if (filesOf(source).size() > 1)
+    if (const auto state = fileState(source.path))
+      source.changed = state->changed();
 }
 
 }  // namespace tessarin

@@ -201,22 +201,31 @@ std::optional<std::string> ConversionJob::refusal() const {
 // length that were found in the old ones would spoil the new.
 std::optional<std::string> ConversionJob::refusalOfFiles() const {
   const Source& source = order_.row.source;
-  const auto& first = files_.front().state;
-  if (!source.bytes.empty() && first && source.bytes != std::to_string(first->size))
-    return localisationString("why_sourceReplaced");
-  std::size_t file = 0;
-  const auto refusal = [&](const std::string& path, std::int64_t bytes) {
-    const auto& state = files_[++file].state;
-    auto problem = problemOfSource(path);
-    if (!problem && state && std::to_string(state->size) != std::to_string(bytes))
-      problem = localisationString("why_sourceReplaced");
-    return problem ? std::optional(fmt::format("{}: {}", fileName(path), *problem)) : problem;
+  const auto whyReplaced = [](const ClipFile& file, std::string_view bytes,
+                              std::int64_t changed) -> std::optional<std::string> {
+    if (!file.state || bytes.empty())
+      return std::nullopt;
+    if (std::to_string(file.state->size) != bytes)
+      return localisationString("why_sourceReplaced");
+    if (!mayBeUnchanged(changed, file.state->changed()))
+      return localisationString("why_sourceTouched");
+    return std::nullopt;
   };
+  std::size_t number = 0;
+  const auto refusal = [&](const auto& file) {
+    const ClipFile& found = files_[++number];
+    auto problem = problemOfSource(file.path);
+    if (!problem)
+      problem = whyReplaced(found, std::to_string(file.bytes), file.changed);
+    return problem ? std::optional(fmt::format("{}: {}", fileName(file.path), *problem)) : problem;
+  };
+  if (auto refused = whyReplaced(files_.front(), source.bytes, source.changed))
+    return refused;
   for (const Source::Part& part : source.furtherParts)
-    if (auto refused = refusal(part.path, part.bytes))
+    if (auto refused = refusal(part))
       return refused;
   for (const Source::SoundFile& sound : source.soundFiles)
-    if (auto refused = refusal(sound.path, sound.bytes))
+    if (auto refused = refusal(sound))
       return refused;
   return std::nullopt;
 }

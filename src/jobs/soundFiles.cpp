@@ -1,10 +1,9 @@
 #include "jobs/soundFiles.h"
 
-#include <filesystem>
-
 #include "analysis/probeParser.h"
 #include "analysis/usedStreams.h"
 #include "platform/Bundle.h"
+#include "platform/fileFacts.h"
 
 namespace tessarin {
 
@@ -23,12 +22,11 @@ void takeSoundsLine(std::string_view words, const std::string& pictures, SoundsB
     return;
   }
   const std::string path = joinPath(parentFolder(parentFolder(pictures)), told);
-  std::error_code failed;
-  const auto bytes = std::filesystem::file_size(path, failed);
-  if (failed || bytes == 0)
+  const auto state = fileState(path);
+  if (!state || state->size <= 0)
     ++sounds.missing;
   else
-    sounds.files.push_back({static_cast<std::int64_t>(bytes), path});
+    sounds.files.push_back({state->size, path, state->changed()});
 }
 
 Arguments soundFilesCommand(const std::string& pictures,

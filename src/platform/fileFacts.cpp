@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 
 namespace tessarin {
 
@@ -23,6 +25,21 @@ FileFacts factsOf(const struct stat& status) {
 }
 
 }  // namespace
+
+std::int64_t FileState::changed() const {
+  constexpr std::int64_t latest = 100'000'000'000;
+  const std::int64_t seconds = changedNanoseconds / 1'000'000'000;
+  return seconds > 0 && seconds < latest ? seconds : 0;
+}
+
+bool mayBeUnchanged(std::int64_t before, std::int64_t now) {
+  constexpr std::int64_t slack = 2;
+  constexpr std::int64_t quarter = 15 * 60;  // by which zones differ
+  constexpr std::int64_t widest = 26 * 60 * 60 + slack;
+  const std::int64_t apart = std::abs(before - now);
+  const std::int64_t rest = apart % quarter;
+  return before == 0 || now == 0 || (apart <= widest && std::min(rest, quarter - rest) <= slack);
+}
 
 std::optional<FileFacts> fileFacts(const std::string& path, Links links) {
   struct stat status = {};

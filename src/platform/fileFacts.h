@@ -13,8 +13,14 @@ struct FileState {
   std::uint64_t inode = 0;
   std::int64_t size = 0;                // bytes
   std::int64_t changedNanoseconds = 0;  // time of the last change of the content, since 1970
+  // The same in seconds, for a record; 0: no time that files of cameras have.
+  std::int64_t changed() const;
   bool operator==(const FileState&) const = default;
 };
+
+// Whether a file may have been left as it was between these, in seconds since 1970; 0: not known.
+// Cards tell even seconds of a local time, and not of which zone.
+bool mayBeUnchanged(std::int64_t before, std::int64_t now);
 
 struct FileFacts {
   enum class Kind { file, folder, link, other };

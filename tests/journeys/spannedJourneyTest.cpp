@@ -167,6 +167,18 @@ TEST_F(SpannedJourney, APartThatGoesMissingIsNamed) {
               ElementsAre("tessarin: " + clip(1) + ": 00002.MTS: there is no such file"));
   EXPECT_THAT(result.lines(), SizeIs(2));
   std::filesystem::rename(folder.file("away"), clip(2));
+  // So is one that has become another of the same size, as all but the last are.
+  const auto change = [](const std::string& path, std::chrono::seconds by) {
+    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) + by);
+  };
+  for (const int number : {1, 2}) {
+    change(clip(number), std::chrono::seconds(100));
+    EXPECT_THAT(tessarin({"--batch", batch}).errorLines(),
+                ElementsAre(testing::AllOf(HasSubstr(clip(1) + ": "),
+                                           HasSubstr("changed or exchanged since"))));
+    change(clip(number), -std::chrono::seconds(100));
+  }
+  change(clip(2), std::chrono::hours(1));  // another zone
   EXPECT_THAT(tessarin({"--batch", batch}).out, HasSubstr(clip(1) + " -> "));
 }
 
