@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "tools/joinclips/partNames.h"
+#include "tools/joinclips/partOverlap.h"
 #include "tools/joinclips/spannedParts.h"
 
 namespace tessarin::joining {
@@ -36,6 +37,12 @@ TEST(SpannedParts, GoOnWithoutAGapOrNotAtAll) {
   ClipFacts tooShort = partFrom(15 * second);
   tooShort.parameters.clear();
   EXPECT_TRUE(goesOn(partFrom(5 * second), tooShort));
+  ClipFacts withoutTables = tooShort;
+  withoutTables.streams.clear();
+  withoutTables.met = {1};
+  EXPECT_TRUE(goesOn(partFrom(5 * second), withoutTables));
+  withoutTables.met = {1, 7};
+  EXPECT_FALSE(goesOn(partFrom(5 * second), withoutTables)) << "a stream that was not listed";
   const std::pair<const char*, std::function<void(ClipFacts & first, ClipFacts & next)>> doubts[] =
       {{"a minute later", [](auto&, auto& next) { next.firstDecoded += 60 * second; }},
        {"two pictures later", [](auto&, auto& next) { next.firstDecoded += 2 * 3600; }},
@@ -55,6 +62,25 @@ TEST(SpannedParts, GoOnWithoutAGapOrNotAtAll) {
     change(first, next);
     EXPECT_FALSE(goesOn(first, next)) << what;
   }
+}
+
+TEST(SpannedParts, MayBeginWithTheLastPacketsOfTheOneBefore) {
+  const auto sums = [](const std::string& packets) {
+    return std::vector<std::uint64_t>(packets.begin(), packets.end());
+  };
+  const auto repeated = [&](const std::string& last, const std::string& first) {
+    return repeatedPackets(sums(last), sums(first));
+  };
+  const std::string some = "abcdefghijklmnopqrst";
+  EXPECT_EQ(repeated("xyz" + some, some + "uv"), some.size());
+  EXPECT_EQ(repeated("x" + some + some + "a", some + "auv"), some.size() + 1) << "the last ones";
+  EXPECT_EQ(repeated("xyz" + some, some.substr(1) + "uv"), some.size() - 1);
+  EXPECT_EQ(repeated("xyz" + some, some.substr(0, 19) + "uv"), 0u);
+  EXPECT_EQ(repeated("xyz" + std::string(40, 'f'), std::string(40, 'f') + "uv"), 0u)
+      << "these may be alike by chance";
+  EXPECT_EQ(repeated("xyz" + some, some), 0u) << "nothing would be left";
+  EXPECT_EQ(repeated("", some), 0u);
+  EXPECT_EQ(repeated(some, ""), 0u);
 }
 
 // Only the first picture of each group tells its time, of fifteen here.

@@ -96,11 +96,14 @@ class Head {
   }
   // False where it does not say.
   bool tell(ClipFacts& facts) const {
-    if (!first_ || !firstShown_ || tables_.streams().empty())
+    if (!first_ || !firstShown_)
       return false;
     facts.firstDecoded = *first_;
     facts.firstShown = *firstShown_;
     facts.streams = tables_.streams();
+    for (const auto& [number, unit] : units_)
+      if (unit.isBegun)
+        facts.met.insert(number);
     const auto tellOf = [&facts](int stream, const ByteList& bytes) {
       if (!bytes.empty())
         facts.parameters[stream].assign(bytes.begin(), bytes.end());

@@ -35,6 +35,7 @@
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
 #include "tools/joinclips/dvLoss.h"
+#include "tools/joinclips/partOverlap.h"
 #include "tools/joinclips/partSearch.h"
 #include "tools/joinclips/plainJoint.h"
 #include "tools/joinclips/soundFiles.h"
@@ -117,6 +118,9 @@ class Joiner {
       output_.begin(firstSize_);
     }
     bool isBorder = before_ > 0;
+    // Those at the end of the file before.
+    std::size_t repeated = isBorder ? joining::repeatedPackets(last_, file) : 0;
+    last_ = file;
     std::uint64_t end = 0;
     while (output_.error() == 0) {
       auto packet = reader->next();
@@ -127,6 +131,10 @@ class Joiner {
       TransportPacket& next = *packet.value();
       hasBothSizes_ = hasBothSizes_ || reader->packetSize() != firstSize_;
       end = next.place + reader->packetSize();
+      if (repeated > 0) {
+        --repeated;
+        continue;
+      }
       next.place += before_;
       next.beginsFile = std::exchange(isBorder, false);
       matcher_.place(next);
@@ -165,6 +173,7 @@ class Joiner {
   joining::JointFinder finder_;
   joining::StreamMatcher matcher_;
   std::uint64_t before_ = 0;  // bytes of the files before
+  std::string last_;          // of these
   std::size_t firstSize_ = 0;
   bool hasBothSizes_ = false;
   bool hasOtherFormat_ = false;

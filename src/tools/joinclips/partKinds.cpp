@@ -11,6 +11,7 @@
 #include "tools/joinclips/movieParts.h"
 #include "tools/joinclips/mxfParts.h"
 #include "tools/joinclips/partNames.h"
+#include "tools/joinclips/partOverlap.h"
 #include "tools/joinclips/programFacts.h"
 
 namespace tessarin::joining {
@@ -31,11 +32,18 @@ class TransportParts : public PartKind {
       return Link::apart;
     const ClipFacts* first = facts_.of(file);
     const ClipFacts* behind = facts_.of(next);
-    return first != nullptr && behind != nullptr && goesOn(*first, *behind) ? Link::goesOn
-                                                                            : Link::doubtful;
+    const bool isPart =
+        first != nullptr &&
+        (behind == nullptr ? isRest(file, next)
+                           : goesOn(*first, *behind) || (beginsInside(*first, *behind) &&
+                                                         repeatedPackets(file, next) > 0));
+    return isPart ? Link::goesOn : Link::doubtful;
   }
+  // A last part in which no picture begins has no length.
   std::vector<double> lengths(const std::vector<std::string>& parts) override {
-    return lengthsOf(facts_.all(parts));
+    std::vector<double> lengths = lengthsOf(facts_.all(parts));
+    lengths.resize(parts.size(), lengths.back());
+    return lengths;
   }
 
  private:

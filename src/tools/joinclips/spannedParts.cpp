@@ -40,14 +40,26 @@ bool agreesWithStreamClock(const ClipFacts& first, const ClipFacts& next) {
   return step > 0 && step < longestClockStep;
 }
 
+// A last part may be too short for a table of streams, and then has some that were listed before.
+bool hasStreamsOf(const ClipFacts& first, const ClipFacts& next) {
+  if (first.parameters.empty() || first.streams.empty())
+    return false;
+  if (!next.streams.empty())
+    return first.streams == next.streams;
+  return std::all_of(next.met.begin(), next.met.end(), [&first](int number) {
+    return std::any_of(first.streams.begin(), first.streams.end(),
+                       [number](const ListedStream& stream) { return stream.number == number; });
+  });
+}
+
 bool haveSameStreams(const ClipFacts& first, const ClipFacts& next) {
-  // Without a table of streams those are known that were met, of which a short part has not all.
+  // Where no table lists them those are known that were met, of which a short part has not all.
   const bool areMet = first.clockEnd.has_value();
   const auto isKnown = [&first](const ListedStream& stream) {
     return std::find(first.streams.begin(), first.streams.end(), stream) != first.streams.end();
   };
   const bool areSame = areMet ? std::all_of(next.streams.begin(), next.streams.end(), isKnown)
-                              : !first.parameters.empty() && first.streams == next.streams;
+                              : hasStreamsOf(first, next);
   return areSame &&
          std::all_of(next.parameters.begin(), next.parameters.end(), [&first](const auto& told) {
            const auto known = first.parameters.find(told.first);
@@ -65,13 +77,22 @@ bool mayGoOn(CardSays says, std::uint64_t bytesOfFirst) {
   });
 }
 
+bool areAlike(const ClipFacts& first, const ClipFacts& next) {
+  const bool isWhole = first.packetSize > 0 && first.bytes % first.packetSize == 0;
+  return isWhole && first.packetSize == next.packetSize && haveSameStreams(first, next) &&
+         agreesWithClock(first, next);
+}
+
 bool goesOn(const ClipFacts& first, const ClipFacts& next) {
   const Time step = difference(next.firstDecoded, first.lastDecoded);
   const Time most = first.clockEnd ? longestGroup : 2 * first.step;
-  const bool isWhole = first.packetSize > 0 && first.bytes % first.packetSize == 0;
-  return isWhole && first.packetSize == next.packetSize && haveSameStreams(first, next) &&
-         step > 0 && step < most && agreesWithClock(first, next) &&
-         agreesWithStreamClock(first, next);
+  return areAlike(first, next) && step > 0 && step < most && agreesWithStreamClock(first, next);
+}
+
+bool beginsInside(const ClipFacts& first, const ClipFacts& next) {
+  const Time since = difference(next.firstDecoded, first.firstDecoded);
+  return areAlike(first, next) && since > 0 &&
+         difference(next.firstDecoded, first.lastDecoded) <= 0;
 }
 
 std::vector<double> lengthsOf(const std::vector<ClipFacts>& parts) {

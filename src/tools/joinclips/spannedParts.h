@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct ClipFacts {
   // What stays the same in a recording: the table of its streams and, by stream, the parameters of
   // pictures and sound, as far as they are told (a last part may be too short for that).
   StreamList streams;
+  std::set<int> met;  // streams of which a unit begins near the beginning
   std::map<int, std::string> parameters;
   Time firstDecoded = 0;
   Time lastDecoded = 0;
@@ -41,6 +43,10 @@ bool mayGoOn(CardSays says, std::uint64_t bytesOfFirst);
 // Whether the next one begins where the first ends, within less than a picture, with the same
 // streams and at the time that is due. Less is no proof, and they have to stay apart.
 bool goesOn(const ClipFacts& first, const ClipFacts& next);
+
+// Whether the next one could be of the same recording by all that, and begins before the first
+// ends. Only if it begins with what the first ends with (partOverlap.h) it is a part.
+bool beginsInside(const ClipFacts& first, const ClipFacts& next);
 
 // Seconds from the beginning of the first one to the beginning of each of the others, and to the
 // end of the last one.
