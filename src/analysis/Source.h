@@ -83,6 +83,7 @@ struct Source {
       soundFilesByName,   // for the card does not tell which belong to the clip
       timeUnread,         // when it was recorded: what reads that failed
       laterPart,          // the one before is not there, or does not fit
+      partsUnknown,       // of this and the clips taken in with it: what looks for them failed
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;

@@ -37,7 +37,7 @@ constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream
 constexpr std::array<std::string_view, 8> remarkKeys = {
     "remark_soundUnreadable",   "remark_programs",         "remark_doubtfulPart",
     "remark_soundFilesMissing", "remark_soundFilesByName", "remark_timeUnread",
-    "remark_laterPart"};
+    "remark_laterPart",         "remark_partsUnknown"};
 constexpr std::array allFields = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
 
 // ---- Texts that a source can have

@@ -237,7 +237,7 @@ void Session::chooseForRow(int row) {
     return;
   }
   if (options_.command != Command::analyse) {
-    tellOfTime(table.source(row));
+    tellOfFailures(table.source(row));
     return;
   }
   reporter_.analysed(table.row(row), table.forecast(row));
@@ -245,11 +245,13 @@ void Session::chooseForRow(int row) {
     interrupt(Stop::byUser);
 }
 
-// Where the movie will be called by, and will say, another time than that of the recording.
-void Session::tellOfTime(const Source& source) {
-  const Source::Remark unread{Source::Remark::Kind::timeUnread, 0};
-  if (std::find(source.remarks.begin(), source.remarks.end(), unread) != source.remarks.end())
-    reporter_.problem(source.path, localisationString(remarkKey(unread.kind)));
+// Where the movie will be called by, and will say, another time than that of the recording, or may
+// be one of several of it.
+void Session::tellOfFailures(const Source& source) {
+  using Kind = Source::Remark::Kind;
+  for (const Source::Remark& remark : source.remarks)
+    if (remark.kind == Kind::timeUnread || remark.kind == Kind::partsUnknown)
+      reporter_.problem(source.path, localisationString(remarkKey(remark.kind)));
 }
 
 // Whether the row is what the user asked for. A target that it does not allow is refused rather

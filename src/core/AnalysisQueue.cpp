@@ -110,19 +110,25 @@ void AnalysisQueue::takeSet(std::vector<std::string> paths) {
 void AnalysisQueue::lookForParts(const std::vector<std::string>& paths) {
   constexpr ToolLimits limits{std::chrono::minutes(10)};
   const Arguments search = arePartsApart_ ? Arguments() : partSearch(paths);
-  const bool isStarted =
-      !search.empty() &&
+  if (search.empty()) {
+    leaveOutKnown();
+    return;
+  }
+  const Outcome<void> started =
       partSearch_.start(search, limits, [this, search](const ToolResult& result) {
         takeParts(search, result);
         leaveOutKnown();
       });
-  if (!isStarted)
+  if (!started) {
+    logFormat("parts               :-( not found out ({})", started.reason());
+    arePartsUnknown_ = true;
     leaveOutKnown();
 }
 
 void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result) {
   if (result.isOverdue || result.status != 0) {
     logFormat("parts               :-( not found out ({})", result.status);
+    arePartsUnknown_ = true;
     return;
   }
   found_ = foundParts(search, result.output);
@@ -358,6 +364,8 @@ void AnalysisQueue::tellFindings() {
 
 void AnalysisQueue::appendRow(Source source) {
   takeFurtherParts(source, found_);
+  if (std::exchange(arePartsUnknown_, false))
+    source.remarks.push_back({Source::Remark::Kind::partsUnknown, 0});
   source.keepsSurround = interface_.surround.isChecked();
   source.soundChoice = interface_.chosenSound();
   source.slowSound = interface_.chosenSlowSound();
@@ -386,6 +394,7 @@ void AnalysisQueue::end() {
   inHand_.clear();
   waiting_.clear();
   found_ = {};
+  arePartsUnknown_ = false;
   taken_ = 0;
   mirror_.showAnalysed("");
   mirror_.show(static_cast<const AnalysisJob*>(nullptr));

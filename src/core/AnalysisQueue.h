@@ -109,10 +109,11 @@ class AnalysisQueue {
   KnownClips& known_;
   bool arePartsApart_ = false;
   bool areOnlyNew_ = false;
-  DiskQuestion folderSearch_;  // for the files of a set
-  ToolRun partSearch_;         // before the first source is analysed
-  SpannedSources found_;       // of the set in hand
-  std::deque<InHand> inHand_;  // the first one is shown
+  DiskQuestion folderSearch_;     // for the files of a set
+  ToolRun partSearch_;            // before the first source is analysed
+  SpannedSources found_;          // of the set in hand
+  bool arePartsUnknown_ = false;  // likewise, until its first row tells that
+  std::deque<InHand> inHand_;     // the first one is shown
   int mostJobs_ = 1;
   std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known
   bool openPermitted_ = true;

@@ -118,7 +118,9 @@ void ConversionJob::lookEnded(const ToolEnd& end) {
     case Looking::atPackets:
       return packetsRead(end);
     case Looking::atJoints:
-      return jointsAreKnown(isRead);
+      // That the clip cannot be read (status 1) is told by the conversion.
+      return end.signal != 0 || end.status > 1 ? fail(failureReason(end, order_.row.path()))
+                                               : jointsAreKnown(isRead);
     case Looking::atBytes:
       return end.status == 0 ? go(Step::end)
                              : fail(localisationString("why_readError", "", systemReason(EIO)));

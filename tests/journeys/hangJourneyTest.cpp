@@ -136,6 +136,16 @@ TEST_F(HangJourney, ATimeOfRecordingThatCouldNotBeReadIsToldAsSuch) {
   EXPECT_THAT(result.err, HasSubstr("x.mts: when it was recorded could not be read"));
 }
 
+TEST_F(HangJourney, RecordingsThatCouldNotBeLookedForAreTold) {
+  const std::string own = programWithTool("joinclips", "kill -SEGV $$");
+  Run run = startProgram(own, {"analyse", tinyClip("x.mts"), tinyClip("y.mts")});
+  EXPECT_EQ(split(finish(run).out, "could not be found out").size() - 1, 1u);
+  // What is missing in a clip could not be told either.
+  Run conversion = startProgram(own, {"-d", destination(), folder.file("x.mts")});
+  EXPECT_EQ(finish(conversion).status, 1);
+  EXPECT_THAT(movies(), IsEmpty());
+}
+
 TEST_F(HangJourney, AnFfmpegThatDoesNotAnswerAsOneIsToldAtTheStart) {
   const std::string clip = tinyClip("x.mts");
   for (const char* instead : {"exit 0", "echo no more processes >&2; exit 126"}) {

@@ -258,6 +258,14 @@ TEST_F(SpannedP2Journey, IsOneMovieAsOfTheUncutRecording) {
   EXPECT_THAT(told, Not(HasSubstr("remarks\":[\"")));
   found({"--parts", card(spannedCards[0]), card(spannedCards[1])}, 9);
   const std::string last = card(spannedCards[1]) + "CONTENTS/AUDIO/0001AB01.MXF";
+  // What puts them behind each other names the one that it cannot read.
+  const std::string first = card(spannedCards[0]) + "CONTENTS/VIDEO/0001AB.MXF";
+  const auto gone = test::runShell(test::quoted(test::builtFile("resources/tools/joinmxf")) +
+                                   " --ffmpeg $(command -v ffmpeg) " + test::quoted(first) + " " +
+                                   test::quoted(folder.file("it's gone.MXF")) + " 2>&1 >/dev/null");
+  EXPECT_EQ(gone.status, 1);
+  EXPECT_THAT(gone.output, testing::StartsWith("joinmxf: " + first +
+                                               ": No such file or directory (it's gone.MXF)\n"));
   // A batch knows all its files, and misses the one that goes.
   const std::string batch = folder.file("batch.plist");
   ASSERT_EQ(tessarin({"-d", destination(), "--batch", batch, card(spannedCards[0]),

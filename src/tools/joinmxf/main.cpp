@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -25,6 +26,7 @@
 #include "ffmpeg/toolLine.h"
 #include "platform/ChildProcess.h"
 #include "platform/Descriptor.h"
+#include "platform/openFiles.h"
 #include "tools/gettimestamps/mxfFile.h"
 #include "tools/toolMain.h"
 
@@ -156,8 +158,8 @@ class Words {
   // "Impossible to open 'file:/card/…'" and then the list, with the reason behind it: ffmpeg takes
   // it for the end of all, and no failure.
   bool takeFailureOfList(std::string_view words) {
-    if (const auto path = textBetween(words, "Impossible to open 'file:", "'")) {
-      unreadable_ = fmt::format(" ({})", fileName(*path));
+    if (const auto name = textAfter(words, "Impossible to open 'file:")) {
+      unreadable_ = name->substr(0, name->rfind('\''));
       return true;
     }
     if (startsWith(words, "data:text/plain,ffconcat")) {
@@ -169,16 +171,23 @@ class Words {
         wasInList && reason && startsWith(words, endOfList)) {
       isInList_ = false;
       hasFailed_ = true;
-      write(
-          fmt::format("joinmxf: {}: {}{}\n", files_.parts.front(), trimmed(*reason), unreadable_));
+      write(fmt::format("joinmxf: {}: {}\n", files_.parts.front(), reasonOfList(trimmed(*reason))));
     }
     return wasInList;
+  }
+  // Of a file that it cannot open it says no more than that.
+  std::string reasonOfList(std::string_view told) const {
+    if (unreadable_.empty())
+      return std::string(told);
+    const Descriptor file = openFile(unreadable_, OpenFor::reading);
+    return fmt::format("{} ({})", file.isOpen() ? std::string(told) : systemReason(errno),
+                       fileName(unreadable_));
   }
   static void write(const std::string& line) { writeAll(standardError, line); }
 
   const Files& files_;
   std::string begun_;
-  std::string unreadable_;
+  std::string unreadable_;  // the file of a list that could not be opened; ""
   bool isUnread_ = false;
   bool isInList_ = false;
   bool hasFailed_ = false;
