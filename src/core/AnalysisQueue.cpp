@@ -42,16 +42,27 @@ void AnalysisQueue::draggedFiles(const std::vector<std::string>& dropped) {
   debugFormat("getOPENPERM()       ? {:d}", openPermitted_);
   if (!openPermitted_)
     return;
+  searchFolders(
+      [dropped](const std::string& movies) { return expandDroppedPaths(dropped, movies); });
+}
+
+void AnalysisQueue::takeTogether(const std::vector<std::string>& paths) {
+  logFormat("drag'n'drop         -> takeTogether : {}", paths.size());
+  if (!paths.empty() && openPermitted_)
+    searchFolders([paths](const std::string& movies) { return expandAllPaths(paths, movies); });
+}
+
+void AnalysisQueue::searchFolders(const Expand& expand) {
   const std::string movies = outputFolder(interface_.destination.text());
   if (!services_.asksDisksFirst) {
-    takeSources(expandDroppedPaths(dropped, movies));
+    takeSources(expand(movies));
     return;
   }
   beginSet();
   interface_.analysisStopBt.setHidden(false);
   interface_.analysisStopBt.setEnabled(true);
   const auto found = std::make_shared<std::vector<std::string>>();
-  folderSearch_.ask([dropped, movies, found] { *found = expandDroppedPaths(dropped, movies); },
+  folderSearch_.ask([expand, movies, found] { *found = expand(movies); },
                     [this, found] { takeSet(std::move(*found)); });
 }
 
@@ -123,6 +134,7 @@ void AnalysisQueue::lookForParts(const std::vector<std::string>& paths) {
     logFormat("parts               :-( not found out ({})", started.reason());
     arePartsUnknown_ = true;
     leaveOutKnown();
+  }
 }
 
 void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result) {

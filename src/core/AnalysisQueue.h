@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -43,6 +44,8 @@ class AnalysisQueue {
   // Takes dropped files or a dropped folder in: follows the first path when it is a link, and
   // replaces the list by the files of a folder.
   void draggedFiles(const std::vector<std::string>& paths);
+  // Files and folders, all of them, as one set.
+  void takeTogether(const std::vector<std::string>& paths);
   // Filters the files, queues what is left and starts the analysis. Links keep their own names.
   void takeSources(std::vector<std::string> paths);
   // The stop control: the sources in hand and those that wait are given up.
@@ -80,6 +83,8 @@ class AnalysisQueue {
     bool isTold = false;                               // it has become a row, or was refused
   };
 
+  using Expand = std::function<std::vector<std::string>(const std::string& moviesFolder)>;
+  void searchFolders(const Expand& expand);
   void beginSet();
   void takeSet(std::vector<std::string> paths);
   void showBusy();

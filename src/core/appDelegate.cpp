@@ -208,13 +208,13 @@ void appDelegate::takeHandedOver() {
 }
 
 void appDelegate::openLater(const std::vector<std::string>& paths, bool isFolder) {
-  if (filesToOpen_.empty() || endsWithFolder_ || isFolder) {
-    filesToOpen_.push_back(paths);
+  if (filesToOpen_.empty() || isLastClosed_ || isFolder) {
+    filesToOpen_.push_back({paths});
   } else {
-    auto& last = filesToOpen_.back();
+    auto& last = filesToOpen_.back().paths;
     last.insert(last.end(), paths.begin(), paths.end());
   }
-  endsWithFolder_ = isFolder;
+  isLastClosed_ = isFolder;
   scheduleOpenFiles();
 }
 
@@ -239,9 +239,22 @@ void appDelegate::performOpenFiles() {
   if (isQuitting_ || !queue_.isOpenPermitted())
     return;
   logLine("drag'n'drop onto icon…");
-  const auto paths = std::move(filesToOpen_.front());
+  const OpenSet set = std::move(filesToOpen_.front());
   filesToOpen_.pop_front();
-  draggedFiles(paths);
+  if (set.areTogether)
+    queue_.takeTogether(set.paths);
+  else
+    draggedFiles(set.paths);
+}
+
+void appDelegate::takeTogether(const std::vector<std::string>& paths) {
+  if (queue_.isOpenPermitted()) {
+    queue_.takeTogether(paths);
+    return;
+  }
+  filesToOpen_.push_back({paths, true});
+  isLastClosed_ = true;
+  scheduleOpenFiles();
 }
 
 void appDelegate::dragNDropPerformDrag(const std::vector<std::string>& paths) {

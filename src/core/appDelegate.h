@@ -65,6 +65,8 @@ class appDelegate {
   // Sources dropped on the drop view.
   void dragNDropPerformDrag(const std::vector<std::string>& paths);
   void draggedFiles(const std::vector<std::string>& paths) { queue_.draggedFiles(paths); }
+  // Several files and folders as one set: at once, or behind the analysis that is under way.
+  void takeTogether(const std::vector<std::string>& paths);
   void iba_analysisStopBt() { queue_.iba_analysisStopBt(); }
 
   void iba_batchGoBt() { driver_.iba_batchGoBt(); }
@@ -126,8 +128,12 @@ class appDelegate {
   std::deque<std::vector<std::string>> handedOver_;  // whether they are folders is being asked
   DiskQuestion handedOverDisk_{services_.loop};
   DiskQuestion disk_{services_.loop};
-  std::deque<std::vector<std::string>> filesToOpen_;  // one set after the other
-  bool endsWithFolder_ = false;                       // the last set is one
+  struct OpenSet {
+    std::vector<std::string> paths;
+    bool areTogether = false;
+  };
+  std::deque<OpenSet> filesToOpen_;  // one after the other
+  bool isLastClosed_ = false;        // nothing is added to the last one
   RunLoop::Id openFiles_ = 0;
   std::function<void()> batchStopped_;  // while the batch is stopped in order to quit
   bool isQuitting_ = false;

@@ -75,4 +75,19 @@ std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths,
   return paths;
 }
 
+std::vector<std::string> expandAllPaths(const std::vector<std::string>& paths,
+                                        const std::string& moviesFolder) {
+  std::vector<std::string> all;
+  std::unordered_set<std::string> known;
+  for (const std::string& path : paths) {
+    // As alone, a link is followed where it is the first; others give the movies their names.
+    const bool isPlain = &path != &paths.front() && !isDirectory(path);
+    for (const std::string& source :
+         isPlain ? std::vector{path} : expandDroppedPaths({path}, moviesFolder))
+      if (known.insert(source).second)
+        all.push_back(source);
+  }
+  return all;
+}
+
 }  // namespace tessarin

@@ -43,5 +43,9 @@ std::vector<std::string> sourcesBelow(const std::string& folder, const std::stri
 // path resolved.
 std::vector<std::string> expandDroppedPaths(std::vector<std::string> paths,
                                             const std::string& moviesFolder);
+// The same where several paths are meant together, such as the cards that a recording is on: each
+// folder gives its sources, and what is named twice is there once.
+std::vector<std::string> expandAllPaths(const std::vector<std::string>& paths,
+                                        const std::string& moviesFolder);
 
 }  // namespace tessarin

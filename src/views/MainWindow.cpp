@@ -247,7 +247,9 @@ void MainWindow::dropEvent(QDropEvent* event) {
 
 // At once, or behind the analysis that is under way.
 void MainWindow::takeIn(const std::vector<std::string>& paths, TakeIn now) {
-  if (app_.queue().isOpenPermitted())
+  if (paths.size() > 1)
+    app_.takeTogether(paths);
+  else if (app_.queue().isOpenPermitted())
     (app_.*now)(paths);
   else
     app_.applicationOpenFiles(paths);

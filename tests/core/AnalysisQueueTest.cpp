@@ -214,6 +214,20 @@ TEST_F(AnalysisQueueTest, FilesHandedOverDuringAnAnalysisWaitForItsEnd) {
   EXPECT_EQ(refused[4].first, folder.file("6.mts"));
 }
 
+TEST_F(AnalysisQueueTest, FoldersTakenTogetherAreOneSet) {
+  folder.write("eins/1.mts", "no movie");
+  folder.write("zwei/2.mts", "no movie");
+  const std::vector<std::string> cards{folder.file("eins"), folder.file("zwei"),
+                                       folder.file("zwei/2.mts")};
+  for (int time = 0; time < 2; ++time)
+    app.takeTogether(cards);  // the second time behind the analysis
+  for (int set = 0; set < 2; ++set)
+    serve();
+  ASSERT_EQ(refused.size(), 4u);
+  EXPECT_EQ(refused[0].first, folder.file("eins/1.mts"));
+  EXPECT_EQ(refused[1].first, folder.file("zwei/2.mts"));
+}
+
 TEST_F(AnalysisQueueTest, TheCaptionCountsAsItAlwaysDid) {
   std::vector<std::string> paths;
   for (const char* name : {"1.mts", "2.mts", "3.mts"})
