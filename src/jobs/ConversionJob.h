@@ -217,6 +217,7 @@ class ConversionJob {
   std::size_t spoiltInTools_ = 0;  // those of them that a tool told of
   std::size_t damagedSound_ = 0;
   std::optional<std::uint64_t> promisedPictures_;  // by the index of an AVI file
+  double emptyEnds_ = 0;                           // share of the source's file
   bool hasMore_ = false;
   Dico measured_;
 

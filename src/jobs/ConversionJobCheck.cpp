@@ -71,6 +71,7 @@ void ConversionJob::judge(MovieLook look) {
     return;
   }
   promisedPictures_ = look.promisedPictures;
+  emptyEnds_ = look.emptyEnds;
   capDamage();
   hasMore_ = parts_.hasMore || look.hasFurtherMovie;
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
@@ -85,8 +86,8 @@ void ConversionJob::judge(MovieLook look) {
   }
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
-  const bool mayHaveHoles =
-      damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_ || mayBeginLate(*plan_);
+  const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_ ||
+                            emptyEnds_ > 0 || mayBeginLate(*plan_);
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
@@ -228,6 +229,15 @@ void ConversionJob::countDamage() {
     damagedPictures_ = held;
   }
   capDamage();
+  // Of those the source tells nothing any more: as many as are in as much of the rest.
+  const double share = emptyEnds_ / (1 - emptyEnds_);
+  if (const auto empty = static_cast<std::size_t>(
+          std::ceil(share * static_cast<double>(measure.pictures->packets)));
+      empty > damagedPictures_) {
+    logFormat("check               :-( nothing is in {:.0f} % of the source, at its ends",
+              std::ceil(100 * emptyEnds_));
+    damagedPictures_ = empty;
+  }
   countDamageOfSounds();
 }
 

@@ -6,6 +6,7 @@
 #include "classShared/log.h"
 #include "jobs/outputPlace.h"
 #include "movie/aviPictures.h"
+#include "movie/emptyEnds.h"
 #include "movie/followingMovie.h"
 #include "movie/movieStart.h"
 #include "utils/files.h"
@@ -64,6 +65,8 @@ MovieLook lookAtMovie(const LookedAt& what) {
   look.lacksSamples = hasLostSamples(what.source);
   look.promise = promiseOfCutAvi(path);
   look.promisedPictures = aviPictures(path);
+  if (what.source.furtherParts.empty())
+    look.emptyEnds = emptyEnds(path, firstContainer(what.source));
   look.hasFurtherMovie = anotherMovieFollows(path);
   return look;
 }

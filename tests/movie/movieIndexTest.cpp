@@ -5,6 +5,7 @@
 
 #include "movie/aviPictures.h"
 #include "movie/clusterTimes.h"
+#include "movie/emptyEnds.h"
 #include "movie/followingMovie.h"
 #include "movie/movieIndex.h"
 #include "support/ScopedTemporaryFolder.h"
@@ -39,6 +40,28 @@ TEST_F(MovieIndexTest, AnAviFileSaysHowManyPicturesItHas) {
   EXPECT_FALSE(aviPictures(movie("x.mov", "-c:a pcm_s16le -f mov")));
   std::filesystem::resize_file(avi, std::filesystem::file_size(avi) / 2);
   EXPECT_FALSE(aviPictures(avi)) << "the index is gone";
+}
+
+TEST_F(MovieIndexTest, AStreamsFileMayBeEmptyAtItsEnds) {
+  const auto overwritten = [this](const std::string& bytes, double from, double to) {
+    const auto at = [&bytes](double share) {
+      return static_cast<std::size_t>(share * static_cast<double>(bytes.size()));
+    };
+    return folder.write(
+        "overwritten",
+        bytes.substr(0, at(from)) + std::string(at(to) - at(from), '\0') + bytes.substr(at(to)));
+  };
+  for (const char* kind :
+       {"-f mpegts", "-f mpegts -mpegts_m2ts_mode 1", "-c:v mpeg2video -f vob"}) {
+    SCOPED_TRACE(kind);
+    const std::string bytes = *readFileStart(movie("x", std::string("-c:a mp2 ") + kind), 1U << 24);
+    const char* container = endsWith(kind, "vob") ? "mpeg" : "mpegts";
+    EXPECT_EQ(emptyEnds(overwritten(bytes, 0, 0), container), 0);
+    EXPECT_NEAR(emptyEnds(overwritten(bytes, 0, 0.3), container), 0.3, 0.05);
+    EXPECT_NEAR(emptyEnds(overwritten(bytes, 0.6, 1), container), 0.4, 0.05);
+    EXPECT_EQ(emptyEnds(overwritten(bytes, 0.4, 0.6), container), 0) << "counted elsewhere";
+    EXPECT_EQ(emptyEnds(overwritten(bytes, 0.6, 1), "mov,mp4,m4a"), 0);
+  }
 }
 
 TEST_F(MovieIndexTest, AMovieOfAnotherFormatMayFollow) {
