@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QDialog>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -91,6 +92,7 @@ class Screenshots {
     take("empty", *window_);
     app_.draggedFiles(paths_);
     until([this] { return !app_.interface.analysisCaptionStr.text().empty(); });
+    loopFor(loop_, 20ms);  // the layout follows
     if (isForDocuments)
       take("analysis", *window_);
     until([this] { return app_.queue().isOpenPermitted(); });
@@ -124,6 +126,7 @@ class Screenshots {
     takeAssistant();
     window_->showLocalization();
     settle();
+    nameInstalledTexts();
     takeDialog("localization");
     dialog()->close();
     settle();
@@ -186,6 +189,13 @@ class Screenshots {
     if (QWidget* shown = dialog())
       shown->close();
     window_->showPreview(false);
+    settle();
+  }
+  // Where they are once the program is installed.
+  void nameInstalledTexts() {
+    for (QLabel* label : dialog()->findChildren<QLabel*>())
+      if (const auto place = label->text().indexOf("/resources/"); place >= 0)
+        label->setText("/usr/lib/tessarin" + label->text().mid(place));
     settle();
   }
   void closeQuestions() {
@@ -252,6 +262,7 @@ class Screenshots {
   void takeOnlyNew() {
     table().selectRow(1);
     table().removeSelected();
+    app_.known().converted({{paths_[1], fileState(paths_[1])}});
     app_.interface.onlyNew.setChecked(true);
     app_.draggedFiles({paths_[1]});
     until([this] { return !app_.interface.leftOut.text().empty(); });

@@ -58,6 +58,13 @@ std::optional<std::string> refusalOfPattern(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<std::string> mistakeInNames(const Interface& interface) {
+  const std::string& text = interface.names.text();
+  const auto pattern = NamePattern::parsed(text);
+  const auto* mistake = std::get_if<NameMistake>(&pattern);
+  return mistake && !text.empty() ? std::optional(wordsOf(*mistake)) : std::nullopt;
+}
+
 NamePattern namesOf(const Interface& interface) {
   auto pattern = NamePattern::parsed(interface.names.text());
   auto* names = std::get_if<NamePattern>(&pattern);

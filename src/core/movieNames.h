@@ -22,6 +22,8 @@ std::optional<std::string> refusalOfPattern(std::string_view text);
 // names are the usual ones.
 NamePattern namesOf(const Interface& interface);
 std::optional<std::string> refusalOfNames(const Interface& interface);
+// What is wrong alone, without the fields that there are.
+std::optional<std::string> mistakeInNames(const Interface& interface);
 // As a preset keeps it; nothing where it is refused.
 std::optional<std::string> usablePattern(const Interface& interface);
 

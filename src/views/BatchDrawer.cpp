@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "prefs/utilsAlert.h"
+#include "views/ElidedLabel.h"
 #include "views/bindings.h"
 #include "views/qtText.h"
 
@@ -19,13 +20,6 @@ namespace {
 constexpr int startWidth = 130;
 constexpr int startHeight = 36;
 constexpr int progressSteps = 1000;
-
-// A label that is cut off rather than making the window wider: the texts hold file names.
-QLabel* newNarrowLabel() {
-  auto* label = new QLabel;
-  label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-  return label;
-}
 
 }  // namespace
 
@@ -117,19 +111,19 @@ QWidget* BatchDrawer::newCourse() {
   auto* lines = new QVBoxLayout(atRest);
   lines->setContentsMargins(0, 0, 0, 0);
   lines->setSpacing(2);
-  auto* report = newNarrowLabel();
+  auto* report = new ElidedLabel;
   report->setObjectName("report");
   TextField& said = app_.interface.batchReport;
   bindTo(report, said);
   // An empty line would push the other one out of the middle.
-  const auto showReport = [&said, held = QPointer<QLabel>(report)] {
+  const auto showReport = [&said, held = QPointer<ElidedLabel>(report)] {
     if (held)
       held->setVisible(!said.text().empty());
   };
   said.changed.connect(showReport);
   showReport();
   lines->addWidget(report);
-  auto* summary = newNarrowLabel();
+  auto* summary = new ElidedLabel;
   summary->setObjectName("summary");
   bindTo(summary, app_.interface.batchSummary);
   lines->addWidget(summary);
@@ -152,7 +146,7 @@ QWidget* BatchDrawer::newProgress() {
   auto* grid = new QGridLayout(whole);
   grid->setContentsMargins(0, 0, 0, 0);
   grid->setVerticalSpacing(2);
-  auto* action = newNarrowLabel();
+  auto* action = new ElidedLabel;
   action->setObjectName("action");
   bindTo(action, encoding.action);
   auto* number = new QLabel;

@@ -1,5 +1,6 @@
 #include "views/BatchView.h"
 
+#include <QActionGroup>
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDrag>
@@ -20,6 +21,7 @@
 #include "core/rowEdits.h"
 #include "views/LogWindow.h"
 #include "views/localize.h"
+#include "views/mnemonics.h"
 #include "views/popUpTitles.h"
 #include "views/qtText.h"
 
@@ -440,6 +442,15 @@ void BatchView::keyPressEvent(QKeyEvent* event) {
     QTableView::keyPressEvent(event);
 }
 
+// Who comes with the keys acts on the row that they are on.
+void BatchView::focusInEvent(QFocusEvent* event) {
+  QTableView::focusInEvent(event);
+  if (event->reason() != Qt::MouseFocusReason && currentIndex().isValid() &&
+      !selectionModel()->hasSelection())
+    selectionModel()->select(currentIndex(),
+                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
 // Home and End lead to the first and the last row; a row has the arrows.
 QModelIndex BatchView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
   const bool isEnd = action == MoveEnd;
@@ -516,9 +527,12 @@ void BatchView::addSoundChoices(QMenu* menu) {
   if (!sounds->isEnabled())
     return;
   const Source& source = app_.table().source(row);
-  const auto add = [sounds](const QString& title, bool isChosen, auto act) {
+  // One of those that are told apart by a group is chosen.
+  const auto add = [sounds](const QString& title, bool isChosen, auto act,
+                            QActionGroup* group = nullptr) {
     QAction* action = sounds->addAction(title);
     action->setCheckable(true);
+    action->setActionGroup(group);
     action->setChecked(isChosen);
     connect(action, &QAction::triggered, sounds, act);
   };
@@ -533,26 +547,35 @@ void BatchView::addSoundChoices(QMenu* menu) {
     };
   };
   add(QStringLiteral("@@soundAll"), source.soundChoice.empty(), chooser(""));
-  add(QStringLiteral("@@soundFirst"), source.soundChoice == firstSoundAlone,
-      chooser(std::string(firstSoundAlone)));
   const std::vector<std::string> titles = soundsInWords(source);
+  // However it came about.
+  bool isFirstAlone = titles.size() > 1 && isSoundUsed(source, 0);
+  for (std::size_t place = 1; place < titles.size(); ++place)
+    isFirstAlone = isFirstAlone && !isSoundUsed(source, place);
+  add(QStringLiteral("@@soundFirst"), isFirstAlone || source.soundChoice == firstSoundAlone,
+      chooser(std::string(firstSoundAlone)));
   for (std::size_t place = 0; titles.size() > 1 && place < titles.size(); ++place) {
     const auto toggle = [this, place](int each) {
       const Source& changed = app_.table().source(each);
       if (place < soundsInWords(changed).size())
         chooseSounds(app_.table(), each, choiceWithToggled(changed, place));
     };
-    add(qtText(titles[place]), isSoundUsed(source, place), [change, toggle] { change(toggle); });
+    add(qtText(titles[place]).replace("&", "&&"), isSoundUsed(source, place),
+        [change, toggle] { change(toggle); });
   }
   sounds->addSeparator();
+  auto* oneOf = new QActionGroup(sounds);
   constexpr std::array slow = {"@@slowSoundKeep", "@@slowSoundSilent", "@@slowSoundSlowed"};
   for (std::size_t word = 0; word < slow.size(); ++word) {
     const auto choice = static_cast<SlowSound>(word);
-    add(QString::fromLatin1(slow[word]), source.slowSound == choice, [this, change, choice] {
-      change([&](int each) { chooseSlowSound(app_.table(), each, choice); });
-    });
+    add(
+        QString::fromLatin1(slow[word]), source.slowSound == choice,
+        [this, change, choice] {
+          change([&](int each) { chooseSlowSound(app_.table(), each, choice); });
+        },
+        oneOf);
   }
-}
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the menu owns the group
 
 void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   auto* menu = new QMenu(this);
@@ -570,6 +593,7 @@ void BatchView::contextMenuEvent(QContextMenuEvent* event) {
   QAction* all = menu->addAction(QStringLiteral("@@removeAll"), this, [this] { removeAll(); });
   all->setEnabled(model_->rowCount() > 0);
   localizeMenu(menu);
+  giveMnemonics(menu);
   menu->popup(event->globalPos());
 }
 

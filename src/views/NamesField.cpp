@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/movieNames.h"
+#include "views/ElidedLabel.h"
 #include "views/mnemonics.h"
 #include "views/qtText.h"
 
@@ -17,7 +18,7 @@ NamesField::NamesField(appDelegate& app, Act store, QWidget* parent)
       app_(app),
       store_(std::move(store)),
       pattern_(new QLineEdit),
-      example_(new QLabel) {
+      example_(new ElidedLabel) {
   auto* lines = new QVBoxLayout(this);
   lines->setContentsMargins(0, 0, 0, 0);
   lines->setSpacing(2);
@@ -33,8 +34,6 @@ NamesField::NamesField(appDelegate& app, Act store, QWidget* parent)
   row->addWidget(newFieldButton());
   lines->addLayout(row);
   example_->setObjectName("namesExample");
-  example_->setTextFormat(Qt::PlainText);
-  example_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);  // names may be long
   lines->addWidget(example_);
   setFocusProxy(pattern_);
 
@@ -83,13 +82,12 @@ void NamesField::insert(const QString& field) {
 void NamesField::showExample() {
   const BatchTable& table = app_.table();
   const int row = table.has(table.selectedRow()) ? table.selectedRow() : 0;
-  const auto refusal = refusalOfNames(app_.interface);
+  const auto mistake = mistakeInNames(app_.interface);
   const QString text =
-      refusal ? QStringLiteral("⚠ ") + qtText(*refusal)
+      mistake ? QStringLiteral("⚠ ") + qtText(*mistake)
               : QStringLiteral("→ ") +
                     qtText(exampleName(app_.interface, table.has(row) ? &table.row(row) : nullptr));
   example_->setText(text);
-  example_->setToolTip(text);
   pattern_->setAccessibleDescription(text);
 }
 

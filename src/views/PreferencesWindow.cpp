@@ -31,6 +31,7 @@ PreferencesWindow::PreferencesWindow(appDelegate& app, const std::function<void(
   destination->setMinimumWidth(240);
   bindTo(destination, interface.destination, store);
   auto* place = new QHBoxLayout;
+  place->setSpacing(6);
   place->addWidget(destination, 1);
   auto* choose = new QPushButton("@@chooseFolder");
   choose->setAutoDefault(false);  // Return behind a folder's name is no wish for another

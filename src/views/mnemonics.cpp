@@ -59,9 +59,13 @@ QString withMnemonic(const QString& text, QSet<QChar>& taken) {
 
 void giveMnemonics(QMenu* menu) {
   QSet<QChar> taken;
-  for (QAction* action : menu->actions())
-    if (!action->isSeparator())
-      action->setText(withMnemonic(action->text(), taken));
+  for (QAction* action : menu->actions()) {
+    if (action->isSeparator())
+      continue;
+    action->setText(withMnemonic(action->text(), taken));
+    if (QMenu* below = action->menu())
+      giveMnemonics(below);
+  }
 }
 
 void giveMnemonics(QMenuBar* bar) {
