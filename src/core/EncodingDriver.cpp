@@ -328,6 +328,33 @@ void EncodingDriver::resumeAfterAnalysis() {
 
 void EncodingDriver::goOn() {
   next_.set([this] { nextJobs(); });
+  watchForWaiting();
+}
+
+// Where nothing but a disk is waited for the user is told, and can stop the batch.
+void EncodingDriver::watchForWaiting() {
+  constexpr std::chrono::milliseconds patience(500);
+  services_.loop.cancel(std::exchange(patience_, 0));
+  if (!services_.asksDisksFirst || !isBatchRunning() || stopAsked_)
+    return;
+  patience_ = services_.loop.runAfter(patience, [this] {
+    patience_ = 0;
+    const InHand* first = shown();
+    const int row = first ? table_.rowOfSource(first->job->row().path()) : nextRow();
+    if (!isBatchRunning() || hasTool() || isAsking_ || !questions_.empty() || isPaused_ ||
+        suspendedForAnalysis_ || !table_.has(row))
+      return;
+    interface_.encoding.action.setText(localisationString(
+        "D_disk_waits", "", table_.sourcePath(row), interface_.destination.text()));
+    showStop(true);
+  });
+}
+
+void EncodingDriver::showStop(bool isShown) {
+  SegmentedControl& stop = interface_.encoding.stopBt;
+  stop.select(-1);
+  stop.setHidden(!isShown);
+  stop.setEnabled(isShown);
 }
 
 // Leaves the jobs that are over behind, and begins as many as may run.
@@ -494,6 +521,9 @@ void EncodingDriver::putMarksBack() {
 
 void EncodingDriver::endOfBatch() {
   logLine("enc ended           :-)");
+  services_.loop.cancel(std::exchange(patience_, 0));
+  if (!hasTool())
+    showStop(false);
   putMarksBack();
   if (stopAsked_ && verboseLevel(1))
     logLine(":-( [stopIntId intValue]==1 !!!");

@@ -100,6 +100,8 @@ class EncodingDriver final : private ConversionJob::Host {
     Choice choice;
   };
 
+  void watchForWaiting();
+  void showStop(bool isShown);
   void whenDestinationAnswers(std::function<void()> act);
   void beginUnfinished();
   void beginOnly(const std::vector<std::string>& sources);

@@ -130,9 +130,7 @@ void EncodingDriver::toolBegins(const ConversionJob& job, const std::string& act
     actionBeforePause_.clear();
     showTool();
   }
-  controls.stopBt.select(-1);
-  controls.stopBt.setHidden(false);
-  controls.stopBt.setEnabled(true);
+  showStop(true);
 }
 
 // What the first job does, in the controls.
@@ -177,6 +175,8 @@ void EncodingDriver::toolEnded(const ConversionJob& job) {
   const bool isLast = !hasTool();
   interface_.encoding.stopBt.setHidden(isLast);
   interface_.encoding.stopBt.setEnabled(!isLast);
+  if (isLast)
+    watchForWaiting();
   logControls("post post");
 }
 
