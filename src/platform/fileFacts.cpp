@@ -34,8 +34,8 @@ std::int64_t FileState::changed() const {
 
 bool mayBeUnchanged(std::int64_t before, std::int64_t now) {
   constexpr std::int64_t slack = 2;
-  constexpr std::int64_t quarter = 15 * 60;  // by which zones differ
-  constexpr std::int64_t widest = 26 * 60 * 60 + slack;
+  constexpr std::int64_t quarter = 900;  // of an hour, by which zones differ
+  constexpr std::int64_t widest = 104 * quarter + slack;
   const std::int64_t apart = std::abs(before - now);
   const std::int64_t rest = apart % quarter;
   return before == 0 || now == 0 || (apart <= widest && std::min(rest, quarter - rest) <= slack);
