@@ -64,6 +64,12 @@ std::optional<std::size_t> repeatsOf(std::string_view line) {
       std::clamp<std::int64_t>(leadingInteger(*number), 0, std::int64_t{mostRepeats}));
 }
 
+// What the reader of Matroska says where there is no element.
+bool hasNoElement(std::string_view module, std::string_view words) {
+  return startsWith(module, "matroska") &&
+         contains(words, "invalid as first byte of an EBML number");
+}
+
 // "FILE: reason".
 std::string_view behindFile(std::string_view words) {
   const std::size_t end = words.rfind(": ");
@@ -172,7 +178,7 @@ RunTroubles::Found RunTroubles::signOf(std::string_view module, std::string_view
   if (startsWith(words, "error while decoding MB ") ||
       (module == "mjpeg" && (startsWith(words, "error dc") || startsWith(words, "error y="))))
     return {Sign::brokenBlock, Medium::pictures};
-  if ((module == "flv" && startsWith(words, "Packet mismatch ")) ||
+  if (hasNoElement(module, words) || (module == "flv" && startsWith(words, "Packet mismatch ")) ||
       (module == "asf" && startsWith(words, "ff asf bad header ")))
     return {Sign::corruptPacket, Medium::pictures};
   return {};
@@ -206,9 +212,8 @@ void RunTroubles::readReading(std::string_view module, std::string_view words) {
   if (!describes_ &&
       (contains(words, "partial file") || startsWith(words, "File ended prematurely")))
     endsEarly_ = true;
-  // Where the reader of Matroska finds no element it ends, as if the clip did.
-  if (!describes_ && startsWith(module, "matroska") &&
-      contains(words, "invalid as first byte of an EBML number"))
+  // There it may end, as if the clip did.
+  if (!describes_ && hasNoElement(module, words))
     givenUp_ = words;
   // What reads a source of several files for ffmpeg tells of the source as that does.
   const auto ofReader = wordsOfReader(words);

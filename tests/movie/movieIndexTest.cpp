@@ -61,6 +61,11 @@ TEST_F(MovieIndexTest, AStreamsFileMayBeEmptyAtItsEnds) {
     EXPECT_NEAR(emptyEnds(overwritten(bytes, 0.6, 1), container), 0.4, 0.05);
     EXPECT_EQ(emptyEnds(overwritten(bytes, 0.4, 0.6), container), 0) << "counted elsewhere";
     EXPECT_EQ(emptyEnds(overwritten(bytes, 0.6, 1), "mov,mp4,m4a"), 0);
+    const auto behind = [&](std::size_t size) {
+      return emptyEnds(folder.write("behind", std::string(size, 'x') + bytes), container);
+    };
+    EXPECT_EQ(behind(5000), 0) << "something else before it";
+    EXPECT_EQ(behind(100'000) > 0.1, std::string_view(container) == "mpegts");
   }
 }
 
