@@ -254,6 +254,7 @@ void EncodingDriver::resume() {
     each.job->release();
   }
   next_.release();
+  watchForWaiting();
 }
 
 void EncodingDriver::showPause(bool isPaused) {
@@ -331,7 +332,8 @@ void EncodingDriver::goOn() {
   watchForWaiting();
 }
 
-// Where nothing but a disk is waited for the user is told, and can stop the batch.
+// Where no tool shows what is done, and it takes long, the user is told what is waited for, and can
+// stop the batch.
 void EncodingDriver::watchForWaiting() {
   constexpr std::chrono::milliseconds patience(500);
   services_.loop.cancel(std::exchange(patience_, 0));
@@ -339,15 +341,38 @@ void EncodingDriver::watchForWaiting() {
     return;
   patience_ = services_.loop.runAfter(patience, [this] {
     patience_ = 0;
-    const InHand* first = shown();
-    const int row = first ? table_.rowOfSource(first->job->row().path()) : nextRow();
-    if (!isBatchRunning() || hasTool() || isAsking_ || !questions_.empty() || isPaused_ ||
-        suspendedForAnalysis_ || !table_.has(row))
+    const std::string waiting = waitingText();
+    if (!isBatchRunning() || hasTool() || isPaused_ || suspendedForAnalysis_ || waiting.empty())
       return;
-    interface_.encoding.action.setText(localisationString(
-        "D_disk_waits", "", table_.sourcePath(row), interface_.destination.text()));
+    isWaitingTold_ = true;
+    interface_.encoding.action.setText(waiting);
     showStop(true);
   });
+}
+
+void EncodingDriver::waitingEnds() {
+  if (isWaitingTold_)
+    showAction("");
+}
+
+// "" where neither a disk nor the look at a movie is waited for.
+std::string EncodingDriver::waitingText() const {
+  const std::string& destination = interface_.destination.text();
+  for (const InHand& each : inHand_) {
+    const std::string& source = each.job->row().path();
+    if (each.job->isOver())
+      continue;
+    if (each.job->waitsForDisk())
+      return localisationString("D_disk_waits", "", source, destination);
+    if (each.job->isLooking())
+      return localisationString("D_action_check", "", fileName(source));
+  }
+  if (!next_.waitsForDisk())
+    return "";
+  const int row = nextRow();
+  return table_.has(row)
+             ? localisationString("D_disk_waits", "", table_.sourcePath(row), destination)
+             : localisationString("D_go_waits", "", destination);
 }
 
 void EncodingDriver::showStop(bool isShown) {
@@ -360,6 +385,7 @@ void EncodingDriver::showStop(bool isShown) {
 // Leaves the jobs that are over behind, and begins as many as may run.
 void EncodingDriver::nextJobs() {
   logFormat("enc                 : {} - begin", "encBatch");
+  waitingEnds();
   std::erase_if(inHand_, [](const InHand& each) { return each.job->isOver(); });
   showInHand();
   if (!isBatchRunning())

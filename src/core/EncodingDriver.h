@@ -101,6 +101,8 @@ class EncodingDriver final : private ConversionJob::Host {
   };
 
   void watchForWaiting();
+  void waitingEnds();
+  std::string waitingText() const;
   void showStop(bool isShown);
   void whenDestinationAnswers(std::function<void()> act);
   void beginUnfinished();
@@ -190,7 +192,8 @@ class EncodingDriver final : private ConversionJob::Host {
   mutable int waitingRows_ = 0;
   mutable double waitingWork_ = 0;  // workOf() them
   DiskQuestion destination_;        // before a batch
-  RunLoop::Id patience_ = 0;        // with it
+  RunLoop::Id patience_ = 0;        // with a disk
+  bool isWaitingTold_ = false;
   LaterStep next_;
 };
 

@@ -19,11 +19,14 @@ void EncodingDriver::begins(const ConversionJob& job) {
 }
 
 void EncodingDriver::changed(const ConversionJob& job) {
+  watchForWaiting();
   if (isShown(job))
     mirror_.show(&job);
 }
 
 void EncodingDriver::takesStep(const ConversionJob& job) {
+  waitingEnds();
+  watchForWaiting();
   if (isShown(job))
     mirror_.take(job);
 }
@@ -144,6 +147,7 @@ void EncodingDriver::showTool() {
 
 // What comes about on the way into a pause is not what is to be read during it.
 void EncodingDriver::showAction(const std::string& action) {
+  isWaitingTold_ = false;
   if (isPaused_)
     actionBeforePause_ = action;
   else
@@ -175,8 +179,6 @@ void EncodingDriver::toolEnded(const ConversionJob& job) {
   const bool isLast = !hasTool();
   interface_.encoding.stopBt.setHidden(isLast);
   interface_.encoding.stopBt.setEnabled(!isLast);
-  if (isLast)
-    watchForWaiting();
   logControls("post post");
 }
 

@@ -111,8 +111,12 @@ void ConversionJob::stop() {
 }
 
 std::vector<std::string> ConversionJob::disks() const {
-  return order_.asksDisksFirst ? std::vector{order_.row.path(), expandTilde(order_.destination)}
-                               : std::vector<std::string>();
+  return order_.asksDisksFirst && outcome_ != JobEnd::Kind::stopped ? allDisks()
+                                                                    : std::vector<std::string>();
+}
+
+std::vector<std::string> ConversionJob::allDisks() const {
+  return {order_.row.path(), expandTilde(order_.destination)};
 }
 
 void ConversionJob::abandon() {
@@ -148,7 +152,8 @@ void ConversionJob::perform() {
     case Step::check:
       return check();
     case Step::end:
-      return end();
+      return order_.asksDisksFirst && outcome_ == JobEnd::Kind::stopped ? endStopped(allDisks())
+                                                                        : end();
   }
 }
 
@@ -478,12 +483,28 @@ std::string ConversionJob::whyDestination(const std::string& cause) const {
                                              : whyNothingIsWritten(parentFolder(output), cause);
 }
 
-void ConversionJob::removeIntermediates() const {
-  for (const std::string& purge : {slowed_, master_})
-    if (!purge.empty() && pathExists(purge)) {
-      debugFormat("purgePathStr        : {}", purge);
-      removeFile(purge);
+// Ends at once where a disk does not answer. A thread has the folder then, in which everything lies
+// that the job has made, and removes it as soon as it can: nothing is moved to the movie's name any
+// more, and without the thread the next batch removes it.
+void ConversionJob::endStopped(std::vector<std::string> disks) {
+  constexpr std::chrono::milliseconds patience(500);
+  if (disks.empty()) {
+    end();
+    return;
+  }
+  const std::string disk = disks.back();
+  disks.pop_back();
+  look_.askFor(disk, patience, [this, disk, disks = std::move(disks)](bool isAnswered) {
+    if (isAnswered) {
+      endStopped(disks);
+      return;
     }
+    logFormat("process             :-( stopped, no answer: {}", disk);
+    reason_ = localisationString("D_stop_waits", "", disk);
+    const auto folder = std::make_shared<PrivateFolder>(std::move(folder_));
+    look_.ask([folder] { folder->remove(); }, [] {});
+    end();
+  });
 }
 
 void ConversionJob::end() {
@@ -494,7 +515,6 @@ void ConversionJob::end() {
   end.duration = plan_ ? plan_->seconds : order_.row.source.duration.value_or(0);
   end.elapsed = secondsSince(begin_);
   logFormat("enc > encFin        : {} - begin", end.source);
-  removeIntermediates();
   if (outcome_) {
     end.kind = *outcome_;
     end.reason = reason_;

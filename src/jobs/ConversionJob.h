@@ -114,7 +114,8 @@ class ConversionJob {
   ConversionJob& operator=(const ConversionJob&) = delete;
 
   void start() { go(Step::prepare); }
-  // The user's: what is made goes, and `jobEnded` tells it.
+  // The user's: what is made goes, and `jobEnded` tells it. It does not wait for a disk that hangs:
+  // what is made there goes once that answers.
   void stop();
   // Its tool, until it is resumed.
   void suspend() { tool_.suspend(); }
@@ -132,6 +133,9 @@ class ConversionJob {
   bool isInStep() const { return isInStep_; }
   bool isOver() const { return isOver_; }
   bool hasTool() const { return tool_.isRunning(); }
+  bool waitsForDisk() const { return next_.waitsForDisk(); }
+  // Whether the movie is being looked at, for which there is no tool.
+  bool isLooking() const { return step_ == Step::check && look_.isOpen(); }
   // How far it is, 0 to 1; the movie that it makes is this long, in seconds, 0: not known.
   double fraction() const { return progress_.fraction(); }
   double movieSeconds() const { return plan_ ? plan_->seconds : 0; }
@@ -140,6 +144,7 @@ class ConversionJob {
 
  private:
   std::vector<std::string> disks() const;
+  std::vector<std::string> allDisks() const;
   void go(Step step);
   void perform();
   void prepare();
@@ -174,9 +179,9 @@ class ConversionJob {
   void startReading();
 
   void fail(const std::string& reason);
-  void removeIntermediates() const;
   // The cause is the system's, "" when it is not known.
   std::string whyDestination(const std::string& cause = "") const;
+  void endStopped(std::vector<std::string> disks);
   void end();
   Outcome<void> moveIntoPlace(JobEnd& end);
   void writeReadMe(const JobEnd& end);
@@ -222,7 +227,7 @@ class ConversionJob {
   Dico measured_;
 
   JobTool tool_;
-  DiskQuestion look_;  // at the movie
+  DiskQuestion look_;  // at the movie; of a stopped job at its disks
   LaterStep next_;
   std::shared_ptr<bool> isThere_ = std::make_shared<bool>(true);  // for answers that come late
 };

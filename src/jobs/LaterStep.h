@@ -40,6 +40,8 @@ class LaterStep {
     schedule();
   }
 
+  bool waitsForDisk() const { return answer_.isOpen(); }
+
  private:
   void schedule() {
     loop_.cancel(std::exchange(turn_, 0));

@@ -33,6 +33,8 @@ class DiskQuestion {
   void askFor(const std::string& path, std::chrono::milliseconds patience,
               std::function<void(bool isAnswered)> told);
   void cancel();
+  // Whether a thread still has the question.
+  bool isOpen() const { return answer_ != nullptr; }
 
  private:
   struct Answer;

@@ -1,8 +1,13 @@
+#include <dlfcn.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "CoreFixture.h"
 #include "analysis/probes.h"
@@ -14,6 +19,17 @@
 #include "support/LoopUntil.h"
 #include "support/ScopedEnvironment.h"
 #include "support/processState.h"
+
+// While it hangs no disk tells how much room it has.
+static std::atomic<bool> isDiskHanging = false;
+
+extern "C" int statvfs(const char* path, struct statvfs* facts) noexcept {
+  while (isDiskHanging)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  static auto* const ask = reinterpret_cast<int (*)(const char*, struct statvfs*)>(
+      ::dlsym(RTLD_NEXT, sizeof(long) == 8 ? "statvfs" : "statvfs64"));
+  return ask(path, facts);
+}
 
 namespace tessarin {
 namespace {
@@ -554,6 +570,37 @@ TEST_F(EncodingDriverTest, APauseCannotBeEndedDuringAnAnalysis) {
   convert();
   EXPECT_TRUE(paused);
   EXPECT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
+}
+
+// Nothing is moved to the movie's name any more, and what was made goes once the disk answers.
+TEST_F(EncodingDriverTest, AStopDoesNotWaitForADiskThatHangs) {
+  clips(2);
+  appDelegate front{{loop, preferences, alerts, {}, {}, "", true}};
+  front.interface.destination.setText(folder.file("movies"));
+  for (int row = 0; row < 2; ++row)
+    front.table().append(app.table().row(row));
+  front.driver().jobEnded.connect([this](const JobEnd& end) { ended.push_back(end); });
+  front.driver().batchEnded.connect([this] { loop.stop(0); });
+  front.driver().folderBegins.connect(
+      [](const std::string&, const std::string&) { isDiskHanging = true; });
+  const std::string waiting = localisationString("D_disk_waits", "", folder.file("1.mts"),
+                                                 front.interface.destination.text());
+  front.interface.encoding.action.changed.connect([&] {
+    if (front.interface.encoding.action.text() == waiting)
+      loop.runSoon([&] {
+        EXPECT_FALSE(front.interface.encoding.stopBt.isHidden());
+        front.driver().stop();
+      });
+  });
+  front.iba_batchGoBt();
+  serve();
+  EXPECT_TRUE(isDiskHanging.exchange(false));
+  ASSERT_EQ(kinds(), std::vector<Kind>{Kind::stopped});
+  EXPECT_EQ(front.table().row(0).reason,
+            localisationString("D_stop_waits", "", front.interface.destination.text()));
+  EXPECT_EQ(front.table().row(1).mark, RowMark::waiting);
+  EXPECT_TRUE(test::loopUntil(
+      loop, [this] { return std::filesystem::is_empty(folder.file("movies/Tessarin")); }));
 }
 
 TEST_F(EncodingDriverTest, PicturesDecideWhereTheStreamLiesAboutItsFields) {
