@@ -1,7 +1,7 @@
 // Movies: their indexes and those of AVI files, what they show first, and whether another one
 // follows in the same file.
 #include "Input.h"
-#include "movie/aviPictures.h"
+#include "movie/aviIndex.h"
 #include "movie/followingMovie.h"
 #include "movie/movieCheck.h"
 #include "movie/movieFacts.h"
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const fuzz::InputFolder folder;
   const std::string path = folder.add("clip.mov", bytes);
   anotherMovieFollows(path);
-  aviPictures(path);
+  lostSoundChunks(path, aviStreams(path));
   const auto movie = readMovieIndex(path);
   if (movie) {
     for (const MovieTrack& track : movie->tracks)

@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     isShortOfPromise(plan, movie);
     lostPictures(plan, measure, movie);
     missingPictures(plan, measure);
-    heldPictures(plan, measure);
+    heldPictures(plan, measure, true);
   }
   return 0;
 }

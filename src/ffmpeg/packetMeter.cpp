@@ -55,6 +55,30 @@ std::int64_t flagsOf(const std::vector<std::string_view>& fields) {
   return keyFrame;
 }
 
+double holesBetween(std::vector<double> starts) {
+  constexpr std::size_t least = 10;
+  if (starts.size() < least)
+    return 0;
+  std::sort(starts.begin(), starts.end());
+  std::vector<double> steps(starts.size() - 1);
+  for (std::size_t place = 0; place < steps.size(); ++place)
+    steps[place] = starts[place + 1] - starts[place];
+  std::vector<double> sorted = steps;
+  const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+  std::nth_element(sorted.begin(), middle, sorted.end());
+  const double usual = *middle;
+  constexpr double longest = 1.75;
+  double holes = 0;
+  std::size_t steady = 0;
+  for (const double step : steps) {
+    if (step > longest * usual)
+      holes += step - usual;
+    else if (step > usual / 2)
+      ++steady;
+  }
+  return steady * 10 >= steps.size() * 9 ? holes : 0;
+}
+
 }  // namespace
 
 std::vector<std::string> measuringCommand(const std::vector<std::string>& conversion) {
@@ -157,6 +181,9 @@ void PacketMeter::addPacket(std::string_view line) {
   if (!stream.isSound && ((size >= leastPicture && trimmed(fields[5]) == ofZeros) ||
                           (stream.isDv && size < stream.measured->firstSize)))
     ++stream.measured->spoilt;
+  constexpr std::size_t mostStarts = 10'000'000;
+  if (!stream.isSound && stream.starts.size() < mostStarts)
+    stream.starts.push_back(start);
   stream.measured->lasting += end - start;
   ++stream.measured->packets;
   constexpr double mostReordering = 1;
@@ -179,8 +206,11 @@ SourceMeasure PacketMeter::result() const {
   SourceMeasure measure;
   measure.bytes = bytes_;
   for (const auto& [number, stream] : streams_) {
-    if (!stream.isSound && !measure.pictures)
+    if (!stream.isSound && !measure.pictures) {
       measure.pictures = stream.measured;
+      if (measure.pictures)
+        measure.pictures->holes = holesBetween(stream.starts);
+    }
     if (stream.isSound && stream.measured)
       measure.sounds.push_back(*stream.measured);
   }

@@ -27,6 +27,9 @@ struct MeasuredStream {
   std::uint64_t displaced = 0;
   // Seconds without any packet, where that is more than a fifth of one at once.
   double gaps = 0;
+  // Of pictures that come steadily, seconds without any where one is due, however short: only of a
+  // damaged source, for pictures may have been left out of a healthy one.
+  double holes = 0;
   double lasting = 0;  // seconds of all packets
   // Of packets of pictures, those of zeros alone, and those of DV that are shorter than the first.
   std::uint64_t spoilt = 0;
@@ -62,6 +65,7 @@ class PacketMeter {
     double byteRate = 0;  // of the first packet
     std::uint64_t keyless = 0;
     std::optional<double> earliest;
+    std::vector<double> starts;  // of pictures
     std::optional<MeasuredStream> measured;
   };
 

@@ -72,6 +72,11 @@ void ConversionJob::judge(MovieLook look) {
   }
   promisedPictures_ = look.promisedPictures;
   emptyEnds_ = look.emptyEnds;
+  if (look.lostSoundChunks > 0) {
+    logFormat("check               :-( {} pieces of sound are not in their places",
+              look.lostSoundChunks);
+    damagedSound_ = std::max<std::size_t>(damagedSound_, look.lostSoundChunks);
+  }
   capDamage();
   hasMore_ = parts_.hasMore || look.hasFurtherMovie;
   if (const MovieVerdict verdict = judgeMovie(movie_, {}); !verdict.isRight()) {
@@ -179,8 +184,9 @@ void ConversionJob::judgeMeasure() {
 void ConversionJob::capDamage() {
   const MovieTrack* pictures = movie_.pictures();
   const std::size_t most =
-      std::max<std::size_t>(pictures != nullptr ? pictures->shown : 0,
-                            picturesIn(lengthOf(order_.row.source), order_.row.source));
+      std::max<std::size_t>({pictures != nullptr ? pictures->shown : 0,
+                             picturesIn(lengthOf(order_.row.source), order_.row.source),
+                             picturesIn(parts_.picturesLost, order_.row.source)});
   damagedPictures_ = std::min(damagedPictures_, most);
 }
 
@@ -223,9 +229,11 @@ void ConversionJob::countDamage() {
   }
   const bool isUnhealthy =
       isStreamed(plan_->row.source) || damagedPictures_ > 0 || isLongerThanTold(*plan_, measure);
-  if (const std::size_t held = isUnhealthy ? heldPictures(*plan_, measure) : 0;
+  if (const std::size_t held =
+          isUnhealthy ? heldPictures(*plan_, measure, damagedPictures_ > 0) : 0;
       held > damagedPictures_) {
-    logFormat("check               :-( no pictures for {} s of the source", measure.pictures->gaps);
+    logFormat("check               :-( no pictures for {} s of the source",
+              std::max(measure.pictures->gaps, measure.pictures->holes));
     damagedPictures_ = held;
   }
   capDamage();

@@ -14,6 +14,11 @@ bool isDv(const Source& source) {
   return source.pictures.codec == "dvvideo";
 }
 
+bool isJpeg(const Source& source) {
+  const std::string_view container = firstContainer(source);
+  return source.pictures.codec == "mjpeg" && (container == "avi" || container == "mov");
+}
+
 bool hasClusters(const Source& source) {
   return firstContainer(source) == "matroska";
 }
@@ -32,13 +37,15 @@ Arguments jointList(const Source& source) {
 }
 
 bool mayLackPictures(const Source& source) {
-  return isDv(source) || (hasClusters(source) && source.furtherParts.empty());
+  return isDv(source) || isJpeg(source) || (hasClusters(source) && source.furtherParts.empty());
 }
 
 Arguments lossList(const Source& source) {
   Arguments command = {Bundle::main().toolPath("joinclips")};
   if (isDv(source))
     command.emplace_back("--dv");
+  if (isJpeg(source))
+    command.emplace_back("--jpeg");
   if (hasClusters(source))
     command.emplace_back("--clusters");
   command.emplace_back("--");
@@ -68,6 +75,7 @@ void PartList::addLine(std::string_view line) {
     picturesLost += std::clamp(leadingNumber(*lost), 0.0, longest);
   }
   hasClockSteps = hasClockSteps || contains(line, ", clock steps");
+  isTorn = isTorn || contains(line, ", torn");
   isDoubtful =
       isDoubtful || contains(line, ", pictures missing") || contains(line, ", wrong times");
   addsSound = addsSound || contains(line, ", sound begins");

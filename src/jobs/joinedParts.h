@@ -18,7 +18,7 @@ bool mayHoldParts(const Source& source);
 Arguments jointList(const Source& source);
 
 // Whether that tool tells what is missing in such a source, of which ffmpeg says nothing: of DV,
-// and in Matroska.
+// of Motion JPEG, and in Matroska.
 bool mayLackPictures(const Source& source);
 // The command that tells it, as such a list does.
 Arguments lossList(const Source& source);
@@ -30,6 +30,7 @@ struct PartList {
   bool hasBothSizes = false;            // of packets, of which ffmpeg reads one
   std::optional<std::int64_t> streams;  // that the recordings have when they are joined
   bool hasClockSteps = false;           // inside a recording, which joinclips mends
+  bool isTorn = false;                  // frames of DV, which joinclips looks for
   double picturesLost = 0;              // seconds of pictures in missing packets
   // Holes, or times that are off: what is missing has to be measured.
   bool isDoubtful = false;
@@ -39,7 +40,7 @@ struct PartList {
   // Other lines are passed over.
   void addLine(std::string_view line);
   bool isToBeJoined() const {
-    return seconds.size() > 1 || hasMore || hasBothSizes || hasClockSteps;
+    return seconds.size() > 1 || hasMore || hasBothSizes || hasClockSteps || isTorn;
   }
 };
 PartList partList(std::string_view text);

@@ -5,7 +5,7 @@
 #include "classShared/TextAdditions.h"
 #include "classShared/log.h"
 #include "jobs/outputPlace.h"
-#include "movie/aviPictures.h"
+#include "movie/aviIndex.h"
 #include "movie/emptyEnds.h"
 #include "movie/followingMovie.h"
 #include "movie/movieStart.h"
@@ -64,7 +64,9 @@ MovieLook lookAtMovie(const LookedAt& what) {
   const std::string& path = what.source.path;
   look.lacksSamples = hasLostSamples(what.source);
   look.promise = promiseOfCutAvi(path);
-  look.promisedPictures = aviPictures(path);
+  const std::vector<AviStream> indexed = aviStreams(path);
+  look.promisedPictures = aviPictures(indexed);
+  look.lostSoundChunks = lostSoundChunks(path, indexed);
   if (what.source.furtherParts.empty())
     look.emptyEnds = emptyEnds(path, firstContainer(what.source));
   look.hasFurtherMovie = anotherMovieFollows(path);

@@ -35,6 +35,7 @@ struct MovieLook {
   // How many seconds an AVI file promises that is shorter than it says.
   std::optional<double> promise;
   std::optional<std::uint64_t> promisedPictures;  // by the index of an AVI file
+  std::uint64_t lostSoundChunks = 0;              // of an AVI file (aviIndex.h)
   double emptyEnds = 0;                           // share of the source's file (emptyEnds.h)
   bool hasFurtherMovie = false;                   // in the file of the source
 };

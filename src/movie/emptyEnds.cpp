@@ -46,7 +46,7 @@ Content contentOf(std::string_view bytes, bool hasPackets) {
 
 double emptyEnds(const std::string& path, std::string_view container) {
   const bool hasPackets = container == "mpegts";
-  if (!hasPackets && container != "mpeg" && container != "dv")
+  if (!hasPackets && container != "mpeg")
     return 0;
   const Descriptor file = openFile(path, OpenFor::reading);
   const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;

@@ -139,6 +139,31 @@ TEST_F(LostFootageJourney, ACutClipWithAHoleKeepsItsPicturesAndSound) {
   EXPECT_NEAR(made->sounds().at(0)->seconds, 1, 0.05);
 }
 
+// Without a head the first picture looks like one of 525 lines, and bytes that were cut out take
+// all behind them out of step.
+TEST_F(LostFootageJourney, RawDvIsReadPictureByPicture) {
+  const std::string clip = folder.file("x.dv");
+  ASSERT_TRUE(test::makeClip(test::interlacedPicture("720x576", "1") + test::tone("1") +
+                                 "-c:v dvvideo -c:a pcm_s16le -ac 2 -f dv",
+                             clip));
+  std::string bytes = folder.read("x.dv");
+  bytes.replace(0, 80, 80, '\0');
+  bytes.erase(std::size_t{12} * 144'000 + 1000, 30'000);
+  folder.write("x.dv", bytes);
+  for (const char* format : {"prores", "aic"}) {
+    SCOPED_TRACE(format);
+    const Result result =
+        tessarin({"-d", destination(), "--overwrite", "replace", "--format", format, clip});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, HasSubstr(" (with 2 damaged pictures)")) << result.err;
+    const auto made = readMovieIndex(movie("x.mov"));
+    ASSERT_TRUE(made && made->pictures() && !made->sounds().empty()) << result.err;
+    EXPECT_EQ(made->pictures()->shown, 24u);
+    EXPECT_NEAR(made->pictures()->seconds, 0.96, 0.001);
+    EXPECT_NEAR(made->sounds().at(0)->seconds, 0.96, 0.01);
+  }
+}
+
 // Most of the clip is one group of pictures, whose first one is gone.
 TEST_F(LostFootageJourney, WhatNoKeyFrameLeadsToIsTold) {
   const std::string clip = folder.file("x.mts");

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <random>
 
-#include "movie/aviPictures.h"
+#include "movie/aviIndex.h"
 #include "movie/clusterTimes.h"
 #include "movie/emptyEnds.h"
 #include "movie/followingMovie.h"
@@ -34,12 +34,19 @@ class MovieIndexTest : public testing::Test {
   test::ScopedTemporaryFolder folder;
 };
 
-TEST_F(MovieIndexTest, AnAviFileSaysHowManyPicturesItHas) {
+TEST_F(MovieIndexTest, AnAviFileSaysWhereItsPicturesAndSoundAre) {
   const std::string avi = movie("x.avi", "-c:v mpeg4 -c:a pcm_s16le");
-  EXPECT_EQ(aviPictures(avi), 25u);
-  EXPECT_FALSE(aviPictures(movie("x.mov", "-c:a pcm_s16le -f mov")));
+  const std::vector<AviStream> streams = aviStreams(avi);
+  EXPECT_EQ(aviPictures(streams), 25u);
+  EXPECT_EQ(lostSoundChunks(avi, streams), 0u);
+  std::string bytes = *readFileStart(avi, 1U << 24);
+  ASSERT_EQ(streams.size(), 2u);
+  ASSERT_TRUE(streams[1].isSound);
+  bytes.replace(streams[1].chunks[7].begin - 9, 1000, 1000, '\0');
+  EXPECT_EQ(lostSoundChunks(folder.write("y.avi", bytes), streams), 1u);
+  EXPECT_TRUE(aviStreams(movie("x.mov", "-c:a pcm_s16le -f mov")).empty());
   std::filesystem::resize_file(avi, std::filesystem::file_size(avi) / 2);
-  EXPECT_FALSE(aviPictures(avi)) << "the index is gone";
+  EXPECT_TRUE(aviStreams(avi).empty()) << "the index is gone";
 }
 
 TEST_F(MovieIndexTest, AStreamsFileMayBeEmptyAtItsEnds) {

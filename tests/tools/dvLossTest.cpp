@@ -1,11 +1,16 @@
-// What is damaged or missing in DV, of which decoders say nothing.
+// What is damaged or missing in DV and in Motion JPEG, of which decoders say nothing.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "cardBytes.h"
 #include "movieBytes.h"
 #include "support/ScopedTemporaryFolder.h"
+#include "tools/joinclips/DvMender.h"
+#include "tools/joinclips/dvBlocks.h"
 #include "tools/joinclips/dvLoss.h"
+#include "tools/joinclips/jpegLoss.h"
+#include "tools/support/clips.h"
+#include "utils/files.h"
 
 namespace tessarin::joining {
 namespace {
@@ -45,7 +50,7 @@ TEST(DvLoss, PicturesThatAreMissingAreCounted) {
   EXPECT_EQ(lostIn(begin + recording(27, 40)), 7);
   EXPECT_EQ(lostIn(begin + recording(27, 40) + recording(240, 260)), 207);
   // In a file of another format.
-  std::string apart;
+  std::string apart = "RIFF";
   for (int number = 0; number < 20; ++number)
     if (number != 10)
       apart += "00dc" + std::string(number, '\x1F') + frameOf(number, number);
@@ -83,13 +88,101 @@ TEST(DvLoss, PicturesThatWereLeftOutSteadilyAreNotMissing) {
   EXPECT_EQ(lostIn(recording(0, 20) + recording(21, 26) + recording(27, 40)), 2) << "only twice";
 }
 
-TEST(DvLoss, PicturesWithoutBlocksAreDamaged) {
-  std::string clip = recording(0, 20);
-  const std::size_t frame = clip.size() / 20;
-  EXPECT_EQ(lostIn(clip), 0);
-  clip.replace(5 * frame + 70'000, 2048, 2048, '\0');
-  clip.replace(8 * frame - 1000, 2000, 2000, '\0');  // and the head of the next
-  EXPECT_EQ(lostIn(clip), 3);
+// A file of 20 pictures with something else in the place of these bytes.
+struct Torn {
+  const char* what;
+  std::size_t begin;
+  std::size_t end;
+  std::string instead;
+  int lost;
+  std::size_t written;  // pictures
+};
+
+// All are put right as they are read: each is whole, and one of the file.
+TEST(DvLoss, TornPicturesAreCountedAndMended) {
+  const test::ScopedTemporaryFolder folder;
+  const std::string clip = recording(0, 20);
+  constexpr std::size_t frame = 144'000;
+  const std::vector<Torn> files = {
+      {"nothing", 0, 0, "", 0, 20},
+      {"zeros inside", 5 * frame + 70'000, 5 * frame + 72'048, std::string(2048, '\0'), 1, 20},
+      {"zeros at an end and a head", 8 * frame - 1000, 8 * frame + 1000, std::string(2000, '\0'), 2,
+       20},
+      {"rubbish over three", 4 * frame + 500, 6 * frame + 500, std::string(2 * frame, '\x55'), 3,
+       20},
+      {"zeros over whole ones", 10 * frame, 12 * frame, std::string(2 * frame, '\0'), 2, 20},
+      {"the first head", 0, 80, std::string(80, '\0'), 1, 19},
+      {"zeros in front", 0, 3 * frame + 5, std::string(3 * frame + 5, '\0'), 4, 16},
+      {"zeros behind", 15 * frame + 7, 20 * frame, std::string(5 * frame - 7, '\0'), 5, 16},
+      {"bytes cut out of one", 7 * frame + 2000, 7 * frame + 50'000, "", 1, 20},
+      {"bytes cut out of six", 7 * frame + 2000, 12 * frame + 5000, "", 6, 15},
+      {"something between two", 7 * frame, 7 * frame, std::string(999, 'x'), 1, 20},
+      {"a part of one in front", 0, 24'123, "", 1, 19},
+      {"the end", 19 * frame + 100'000, 20 * frame, "", 1, 20},
+      {"pictures of 525 lines", 10 * frame, 11 * frame,
+       test::dvFrame("FFD6E210", "FFA8B6E1", false), 1, 20},
+  };
+  for (const Torn& file : files) {
+    SCOPED_TRACE(file.what);
+    const std::string path =
+        folder.write("x.dv", clip.substr(0, file.begin) + file.instead + clip.substr(file.end));
+    const auto loss = dvLoss(path);
+    ASSERT_TRUE(loss);
+    EXPECT_EQ(std::lround(loss->lost() * 25), file.lost);
+    EXPECT_EQ(loss->isTorn(), file.lost > 0);
+    ASSERT_EQ(is625InRawDv(path), true);
+    DvMender mender(openFile(path, OpenFor::streaming), true);
+    std::size_t count = 0;
+    for (auto next = mender.next(); next && !next->bytes.empty(); next = mender.next(), ++count) {
+      EXPECT_EQ(next->bytes.size(), frame);
+      EXPECT_EQ(dv::misplacedBlocks(next->bytes, true), 0u) << "picture " << count;
+    }
+    EXPECT_EQ(count, file.written);
+  }
+}
+
+TEST(DvLoss, PicturesWithoutBlocksAreDamagedInOtherFormats) {
+  const auto inMovie = [](std::size_t begin, std::size_t size) {
+    std::string apart = "RIFF";
+    for (int number = 0; number < 20; ++number)
+      apart += "00dc" + std::string(number, '\x1F') + frameOf(number, number);
+    apart.replace(begin, size, size, '\0');
+    return lostIn(apart);
+  };
+  EXPECT_EQ(inMovie(0, 0), 0);
+  EXPECT_EQ(inMovie(700'000, 90), 1);
+  EXPECT_EQ(inMovie(700'000, 144'000), 2) << "by the time code";
+}
+
+TEST(JpegLoss, PicturesWithZerosOrWithoutEndsAreDamaged) {
+  const test::ScopedTemporaryFolder folder;
+  for (const char* name : {"x.avi", "x.mov"}) {
+    SCOPED_TRACE(name);
+    const std::string path = folder.file(name);
+    test::makeClip(folder, name,
+                   "-f lavfi -i testsrc2=s=352x288:r=25:d=1 -f lavfi -i sine=d=1 "
+                   "-c:v mjpeg -q:v 3 -c:a pcm_s16le");
+    const auto lost = [&] {
+      const auto loss = jpegLoss(path);
+      return loss && loss->pictures == 25 ? static_cast<int>(loss->damaged) : -1;
+    };
+    const auto overwrite = [&](std::string bytes, std::size_t at, std::size_t size) {
+      bytes.replace(at, size, size, '\0');
+      folder.write(name, bytes);
+    };
+    EXPECT_EQ(lost(), 0);
+    const std::string bytes = *readFileStart(path, 1U << 24);
+    const std::size_t picture = bytes.find("\xFF\xD8\xFF", bytes.size() / 2);
+    overwrite(bytes, picture + 3000, 100);
+    EXPECT_EQ(lost(), 1) << "inside";
+    overwrite(bytes, picture - 200, 3000);
+    EXPECT_GE(lost(), 1) << "the beginning";
+    std::string endless = bytes;
+    for (std::size_t at = 0; (at = endless.find("\xFF\xD9", at)) != std::string::npos;)
+      endless.replace(at, 2, 2, 'x');
+    folder.write(name, endless);
+    EXPECT_EQ(lost(), 0) << "the camera writes no ends";
+  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "tools/cardBytes.h"
 
@@ -86,10 +87,14 @@ inline std::string dvFrame(const std::string& date, const std::string& time, boo
   for (int sequence = 0; sequence < (is625 ? 12 : 10); ++sequence) {
     std::string bytes;
     for (int block = 0; block < 150; ++block) {
-      const char* kind = block == 0 ? "1F" : block < 3 ? "3F" : block < 6 ? "5F" : "9F";
-      bytes += fromHex(kind) + static_cast<char>(sequence << 4 | 7) +
-               static_cast<char>(block == 0 ? 0 : block) + (is625 ? "\xBF" : "\x3F") +
-               std::string(76, '\xFF');
+      const int place = block - 6;  // among sound and picture, in groups of 16
+      const auto [kind, number] = block == 0        ? std::pair("1F", 0)
+                                  : block < 3       ? std::pair("3F", block - 1)
+                                  : block < 6       ? std::pair("5F", block - 3)
+                                  : place % 16 == 0 ? std::pair("7F", place / 16)
+                                                    : std::pair("9F", place - place / 16 - 1);
+      bytes += fromHex(kind) + static_cast<char>(sequence << 4 | 7) + static_cast<char>(number) +
+               (is625 ? "\xBF" : "\x3F") + std::string(76, '\xFF');
     }
     const std::size_t at = sequence % 2 == 0 ? 458 : 253;
     bytes.replace(at, 10, "\x62" + fromHex(date) + "\x63" + fromHex(time));

@@ -20,10 +20,12 @@
 #include <utility>
 #include <vector>
 
+#include "ffmpeg/ffmpegCommandLine.h"
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
 #include "ffmpeg/proresCommand.h"
 #include "platform/fileFacts.h"
+#include "tools/ffmpegAdapter/rawDvBegin.h"
 
 namespace {
 
@@ -174,6 +176,16 @@ bool readJoined(const JoinedInput& input, const std::string& ffmpeg) {
   return failure == 0 && ::dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
 }
 
+std::vector<std::string> fromFirstFrames(const std::vector<std::string>& arguments) {
+  std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
+  for (FfmpegOptionGroup& group : groups)
+    if (const std::uint64_t begin =
+            group.kind == FfmpegOptionGroup::Kind::input ? rawDvBegin(group.file) : 0;
+        begin > 0)
+      group.options.push_back({"skip_initial_bytes", std::to_string(begin)});
+  return ffmpegArguments(groups);
+}
+
 // The export tool beside us; "" when there is none, or ffmpeg's own encoder is asked for.
 std::string proresTool() {
   const char* wanted = std::getenv(proresEncoderVariable);
@@ -210,7 +222,7 @@ int main(int count, char** values) {
       return cannotBeRun;
     }
   }
-  become(ffmpeg, translateFfmpegOptions(given, version));
+  become(ffmpeg, translateFfmpegOptions(fromFirstFrames(given), version));
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));
   return cannotBeRun;
 }

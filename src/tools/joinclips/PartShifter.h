@@ -47,6 +47,7 @@ class PartShifter final : public PartTarget {
     double picturesMissing = 0;
     double soundMissing = 0;
     double picturesLost = 0;  // of those that were in missing packets
+    bool isTorn = false;      // of DV: its frames have to be looked for
   };
   // That are over; of the last one after finish().
   const std::vector<Part>& parts() const { return parts_; }

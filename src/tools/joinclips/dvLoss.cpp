@@ -5,9 +5,10 @@
 #include <cmath>
 #include <utility>
 
-#include "classShared/descriptorBytes.h"
-#include "platform/openFiles.h"
 #include "tools/gettimestamps/dvFrame.h"
+#include "tools/joinclips/ByteWindow.h"
+#include "tools/joinclips/DvMender.h"
+#include "tools/joinclips/dvBlocks.h"
 
 namespace tessarin::joining {
 
@@ -37,82 +38,53 @@ bool lacksBlocks(std::string_view frame) {
   return false;
 }
 
-// The frames of a file, one by one.
+// The frames of a file that has something else between them, or not all of whose blocks say what
+// they are; one by one.
 class FrameReader {
  public:
-  explicit FrameReader(Descriptor file) : file_(std::move(file)) {}
+  explicit FrameReader(Descriptor file) : window_(std::move(file), enough) {}
 
   // "" at the end. The frame is valid until the next call.
   Outcome<std::string_view> next() {
     while (true) {
-      TESSARIN_TRY(fill());
+      TESSARIN_TRY(window_.fill());
+      const std::string_view left = window_.left();
       if (length_ == 0)
-        isAlone_ = dv::beginsFrame(left());
+        isAlone_ = dv::beginsFrame(left);
       // Whoever reads DV alone counts bytes: what lies in the place of a frame is one.
       const std::size_t start = isAlone_ && length_ > 0 ? 0 : findFrame();
-      const std::string_view found = left().substr(std::min(start, left().size()));
+      const std::string_view found = left.substr(std::min(start, left.size()));
       if (start != std::string::npos && found.size() >= length_) {
-        at_ += start + length_;
+        window_.pass(start + length_);
         return found.substr(0, length_);
       }
-      if (isOver_)
+      if (window_.isOver())
         return std::string_view();
       constexpr std::size_t head = 6 * blockLength;
-      at_ += start != std::string::npos ? start : left().size() - std::min(head, left().size());
+      window_.pass(start != std::string::npos ? start : left.size() - std::min(head, left.size()));
     }
   }
 
  private:
-  std::string_view left() const { return std::string_view(bytes_).substr(at_); }
-
   // More than two frames of the largest kind.
-  Outcome<bool> fill() {
-    constexpr std::size_t enough = 2U << 20;
-    if (left().size() >= enough || isOver_)
-      return true;
-    bytes_.erase(0, std::exchange(at_, 0));
-    while (bytes_.size() < enough && !isOver_) {
-      const std::size_t have = bytes_.size();
-      bytes_.resize(2 * enough);
-      const auto count = readSome(file_.number(), bytes_.data() + have, bytes_.size() - have);
-      bytes_.resize(have + static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
-      if (count < 0)
-        return Failure{systemReason(errno)};
-      isOver_ = count == 0;
-    }
-    return true;
-  }
+  static constexpr std::size_t enough = 2U << 20;
 
   std::size_t findFrame() {
     constexpr std::string_view head("\x1F\x07\x00", 3);
-    for (std::size_t start = left().find(head); start != std::string::npos;
-         start = left().find(head, start + 1))
-      if (const auto rest = left().substr(start); dv::beginsFrame(rest)) {
+    const std::string_view left = window_.left();
+    for (std::size_t start = left.find(head); start != std::string::npos;
+         start = left.find(head, start + 1))
+      if (const auto rest = left.substr(start); dv::beginsFrame(rest)) {
         if (length_ == 0)
-          length_ = wholeLength(rest);
+          length_ = dv::wholeFrameLength(rest);
         return start;
       }
     return std::string::npos;
   }
 
-  // With the further parts of a frame of 50 or 100 Mbit/s, whose heads have other numbers.
-  static std::size_t wholeLength(std::string_view bytes) {
-    constexpr int number = 0x0C;
-    constexpr std::size_t mostParts = 4;
-    const std::size_t part = dv::frameLength(bytes);
-    std::size_t parts = 1;
-    while (parts < mostParts && bytes.size() > parts * part + 1 && bytes[parts * part] == 0x1F &&
-           (bytes[parts * part + 1] & number) != (bytes[1] & number))
-      ++parts;
-    return parts * part;
-  }
-
-  Descriptor file_;
-  std::string bytes_;
-  std::size_t at_ = 0;      // of the bytes, behind the frame before
+  ByteWindow window_;
   std::size_t length_ = 0;  // of a frame; 0: not known yet
   bool isAlone_ = false;    // the file has nothing but frames
-  bool isOver_ = false;
 };
 
 }  // namespace
@@ -122,10 +94,25 @@ void DvLoss::add(std::string_view frame) {
   const bool hasHead = dv::beginsFrame(frame);
   if (!hasHead || lacksBlocks(frame))
     ++damaged_;
-  if (!hasHead) {
+  else if (dv::misplacedBlocks(frame, dv::has625Lines(frame)) > 0)
+    ++misplaced_;
+  if (hasHead)
+    addNumber(frame);
+  else
     addCount(std::nullopt, false);
-    return;
-  }
+}
+
+void DvLoss::addMended(std::string_view frame, bool hasOwnHead) {
+  ++frames_;
+  ++damaged_;
+  isTorn_ = true;
+  if (hasOwnHead)
+    addNumber(frame);
+  else
+    ++unnumbered_;
+}
+
+void DvLoss::addNumber(std::string_view frame) {
   const bool is625 = dv::has625Lines(frame);
   ofNumber_ = dv::has720Lines(frame) ? 2 : 1;
   step_ = (is625 ? 0.04 : 1001.0 / 30000) / ofNumber_;
@@ -133,6 +120,23 @@ void DvLoss::add(std::string_view frame) {
   const auto time = dv::timeOfFrame(frame);
   addCount(code && time ? std::optional(Count{*code, *time}) : std::nullopt,
            dv::startsRecording(frame));
+}
+
+void DvLoss::addUntold(std::uint64_t pictures) {
+  damaged_ += pictures;
+  isTorn_ = isTorn_ || pictures > 0;
+}
+
+void DvLoss::expect(std::uint64_t pictures) {
+  // Else they are counted in another way there.
+  if (pictures > frames_ && pictures < 2 * frames_)
+    damaged_ += pictures - frames_;
+}
+
+double DvLoss::lost() const {
+  // What nearly all frames have is their program's way.
+  const bool isUsual = misplaced_ * 10 > frames_ * 9;
+  return static_cast<double>(damaged_ + missing_ + (isUsual ? 0 : misplaced_)) * step_;
 }
 
 // A single number that is off proves nothing: those before the leap have to be counted on, and the
@@ -152,8 +156,10 @@ void DvLoss::addCount(std::optional<Count> count, bool startsRecording) {
   const Count last = *std::exchange(last_, count);
   if (count->code.firstFrame < last.code.firstFrame)
     return;
-  const std::uint32_t step = count->code.firstFrame - last.code.firstFrame;
+  std::uint32_t step = count->code.firstFrame - last.code.firstFrame;
   sinceLeap_ += step;
+  // Those in between without a number of their own have been counted.
+  step -= std::min(step - 1, std::exchange(unnumbered_, 0) / ofNumber_);
   // Two numbers a minute are left out, by cameras that do not mark it, too.
   const bool dropsNumbers = !count->code.dropsNumbers && count->code.framesPerSecond == 30 &&
                             step == 3 && count->code.firstFrame % 1800 == 2;
@@ -187,10 +193,9 @@ void DvLoss::addLeap(const Leap& leap) {
   missing_ -= std::uint64_t{likelyCount_ == enough ? enough : 1} * leap.numbers * ofNumber_;
 }
 
-Outcome<DvLoss> dvLoss(const std::string& path) {
-  Descriptor file = openFile(path, OpenFor::streaming);
-  if (!file.isOpen())
-    return Failure{systemReason(errno)};
+namespace {
+
+Outcome<DvLoss> lossInPlace(Descriptor file) {
   FrameReader reader(std::move(file));
   DvLoss loss;
   while (true) {
@@ -201,6 +206,42 @@ Outcome<DvLoss> dvLoss(const std::string& path) {
       return loss;
     loss.add(*frame);
   }
+}
+
+Outcome<DvLoss> lossInRaw(Descriptor file, bool is625) {
+  DvMender mender(std::move(file), is625);
+  DvLoss loss;
+  while (true) {
+    const auto frame = mender.next();
+    if (!frame)
+      return Failure{frame.reason()};
+    if (frame->bytes.empty())
+      break;
+    if (frame->isWhole)
+      loss.add(frame->bytes);
+    else
+      loss.addMended(frame->bytes, frame->hasOwnHead);
+  }
+  loss.addUntold(mender.untold());
+  return loss;
+}
+
+}  // namespace
+
+Outcome<DvLoss> dvLoss(const std::string& path) {
+  const auto open = [&path] { return openFile(path, OpenFor::streaming); };
+  Descriptor file = open();
+  if (!file.isOpen())
+    return Failure{systemReason(errno)};
+  if (const auto is625 = is625InRawDv(path)) {
+    auto loss = lossInRaw(std::move(file), *is625);
+    if (!loss || loss->hasFrames())
+      return loss;
+    file = open();
+    if (!file.isOpen())
+      return Failure{systemReason(errno)};
+  }
+  return lossInPlace(std::move(file));
 }
 
 }  // namespace tessarin::joining

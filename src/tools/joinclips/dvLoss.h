@@ -15,10 +15,11 @@ namespace tessarin::joining {
 // Takes the frames of a clip in order. Decoders show whatever stands in a frame, and know nothing
 // of frames that are not there.
 //
-// A frame is damaged where its head or blocks of its picture are missing: of those not even a black
-// picture's are all zeros. Frames are missing where the time code leaps ahead, and the clock of the
-// camera with it: between two recordings of a tape the time code goes on, or begins anew, or the
-// camera marks the beginning.
+// A frame is damaged where its head or blocks of it are missing, or are no blocks of their places;
+// where that is said of nearly all frames, where blocks of the picture are zeros, which not even
+// those of a black one are. Frames are missing where the time code leaps ahead, and the clock of
+// the camera with it: between two recordings of a tape the time code goes on, or begins anew, or
+// the camera marks the beginning.
 //
 // A picture that stands in the place of one that is missing, with the number of the one before, is
 // as good as damaged. Pictures that were 24 a second among 30, and from which the doubled ones were
@@ -26,10 +27,19 @@ namespace tessarin::joining {
 class DvLoss {
  public:
   void add(std::string_view frame);
+  // One that has been mended (DvMender).
+  void addMended(std::string_view frame, bool hasOwnHead);
+  // Damaged ones that are not among the frames.
+  void addUntold(std::uint64_t pictures);
+  // Behind the last one: so many are said to be in the file.
+  void expect(std::uint64_t pictures);
 
   // Seconds of all frames, at the rate of DV; of those that are damaged or missing.
   double seconds() const { return static_cast<double>(frames_) * step_; }
-  double lost() const { return static_cast<double>(damaged_ + missing_) * step_; }
+  double lost() const;
+  bool hasFrames() const { return frames_ > 0; }
+  // Whether any frame was mended.
+  bool isTorn() const { return isTorn_; }
 
  private:
   struct Count {
@@ -42,6 +52,7 @@ class DvLoss {
     std::uint32_t filled = 0;
     std::uint32_t distance = 0;  // in numbers, from the leap before
   };
+  void addNumber(std::string_view frame);
   void addCount(std::optional<Count> count, bool startsRecording);
   void addLeap(const Leap& leap);
 
@@ -49,7 +60,10 @@ class DvLoss {
   std::uint32_t ofNumber_ = 1;  // frames that have the same number
   std::uint64_t frames_ = 0;
   std::uint64_t damaged_ = 0;
+  std::uint64_t misplaced_ = 0;  // other frames with blocks that do not say what they are
   std::uint64_t missing_ = 0;
+  bool isTorn_ = false;
+  std::uint32_t unnumbered_ = 0;  // mended ones since the last one with a number
   std::optional<Count> last_;
   std::uint32_t repeats_ = 0;     // of the last one's number
   std::uint32_t sinceLeap_ = 0;   // in numbers

@@ -1,7 +1,7 @@
 // joinclips: puts recordings of transport streams behind each other, exact at the joints; and files
 // of other formats that are parts of one recording.
 //
-//   joinclips [--list | --parts | [--dv] [--clusters]] FILE...
+//   joinclips [--list | --parts | [--dv] [--jpeg] [--clusters]] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
 // for each recording instead, with what is missing in it, one with the number of streams, and one
@@ -14,8 +14,11 @@
 // order of the channels; "sounds 0 missing", once for each of which the card tells and which is not
 // there; "sounds 0 by name", where the card does not tell of them). Of MXF files, which joinmxf
 // puts behind each other, --list says where each begins, and reads all of them.
+// Of raw DV whole frames are written, whatever is between and in them (DvMender).
 // With --dv a line as of --list tells of a file with DV how much of its pictures is damaged or
-// missing, with --clusters of a Matroska file how much of it has a wrong time.
+// missing, and whether it has to be read so ("torn"), with --jpeg how much is damaged in an AVI
+// file or a movie of Motion JPEG, with
+// --clusters of a Matroska file how much of it has a wrong time.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
 #include <fmt/format.h>
@@ -27,7 +30,9 @@
 
 #include "classShared/TextAdditions.h"
 #include "classShared/descriptorBytes.h"
+#include "movie/aviIndex.h"
 #include "movie/clusterTimes.h"
+#include "tools/joinclips/DvMender.h"
 #include "tools/joinclips/JointFinder.h"
 #include "tools/joinclips/MovieStream.h"
 #include "tools/joinclips/MovieTables.h"
@@ -35,6 +40,7 @@
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
 #include "tools/joinclips/dvLoss.h"
+#include "tools/joinclips/jpegLoss.h"
 #include "tools/joinclips/partOverlap.h"
 #include "tools/joinclips/partSearch.h"
 #include "tools/joinclips/plainJoint.h"
@@ -89,6 +95,8 @@ void printParts(const std::vector<joining::PartShifter::Part>& parts) {
         fmt::print(", clock steps");
       if (part.picturesLost > 0)
         fmt::print(", packets missing with {:.3f} s of pictures", part.picturesLost);
+      if (part.isTorn)
+        fmt::print(", torn");
       if (part.addsSound)
         fmt::print(", sound begins");
       if (part.soundMissing > 0)
@@ -193,19 +201,30 @@ Outcome<bool> joinStreams(const std::vector<std::string>& files, bool isList) {
 struct LossWishes {
   bool isDv = false;
   bool hasClusters = false;
+  bool isJpeg = false;
+  bool hasAny() const { return isDv || hasClusters || isJpeg; }
 };
 
 Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& wishes) {
   for (const std::string& file : files) {
     joining::PartShifter::Part part;
     if (wishes.isDv) {
-      const auto loss = joining::dvLoss(file);
+      auto loss = joining::dvLoss(file);
       if (!loss)
         return Failure{file + ": " + loss.reason()};
-      // A movie may show the pictures at another rate.
       const auto movie = joining::readMovieTables(file);
+      loss->expect(movie ? movie->pictures()->samples : aviPictures(aviStreams(file)).value_or(0));
+      // A movie may show the pictures at another rate.
       part.seconds = movie ? movie->seconds() : loss->seconds();
       part.picturesLost = loss->lost();
+      part.isTorn = loss->isTorn();
+    }
+    if (wishes.isJpeg) {
+      const auto loss = joining::jpegLoss(file);
+      if (!loss)
+        return Failure{file + ": " + loss.reason()};
+      part.seconds = static_cast<double>(loss->pictures) * loss->step;
+      part.picturesLost = static_cast<double>(loss->damaged) * loss->step;
     }
     if (wishes.hasClusters) {
       const auto times = clusterTimes(file);
@@ -223,8 +242,9 @@ Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& 
 Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
   if (files.size() > 1 && joining::isMovie(files.front()))
     return joining::joinMovies(files, isList);
-  if (files.size() > 1 && (joining::isPlainlyJoined(files.front()) ||
-                           (isList && hasPathExtension(files.front(), "mxf"))))
+  const bool isPlain =
+      joining::isPlainlyJoined(files.front()) || (isList && hasPathExtension(files.front(), "mxf"));
+  if (joining::is625InRawDv(files.front()) || (files.size() > 1 && isPlain))
     return joining::joinPlainly(files, isList);
   return joinStreams(files, isList);
 }
@@ -243,6 +263,8 @@ int main(int count, char** values) {
     options.add_flag("--parts", isPartSearch,
                      "say which files are parts of one recording, which the camera cut");
     options.add_flag("--dv", loss.isDv, "say how much is damaged or missing in the pictures of DV");
+    options.add_flag("--jpeg", loss.isJpeg,
+                     "say how much is damaged in the pictures of Motion JPEG");
     options.add_flag("--clusters", loss.hasClusters,
                      "say how much of a Matroska file has a wrong time");
     options.add_option("FILE", files, "the files, in order")->required();
@@ -253,7 +275,7 @@ int main(int count, char** values) {
       "the joints, and files of MP4, QuickTime, DV or program streams that are parts of one "
       "recording. Writes the stream to standard output.",
       count, values, declare, [&]() -> Outcome<bool> {
-        if (loss.isDv || loss.hasClusters)
+        if (loss.hasAny())
           return tellLoss(files, loss);
         if (!isPartSearch)
           return join(files, isList);

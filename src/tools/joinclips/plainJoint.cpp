@@ -5,10 +5,12 @@
 #include <array>
 #include <cerrno>
 #include <string_view>
+#include <utility>
 
 #include "classShared/descriptorBytes.h"
 #include "platform/Descriptor.h"
 #include "platform/openFiles.h"
+#include "tools/joinclips/DvMender.h"
 
 namespace tessarin::joining {
 
@@ -22,30 +24,80 @@ bool isPlainlyJoined(const std::string& path) {
   return begin == "\0\0\1\xBA"sv || begin.starts_with("\x1F\x07\0"sv);
 }
 
-Outcome<bool> joinPlainly(const std::vector<std::string>& files, bool isList) {
+namespace {
+
+// What is written, and whether anyone wants more.
+class PlainOutput {
+ public:
+  Outcome<bool> add(std::string_view bytes) {
+    if (!isClosed_ && !writeAll(standardOutput, bytes)) {
+      isClosed_ = errno == EPIPE;  // who reads it has enough
+      if (!isClosed_)
+        return Failure{"the stream cannot be written: " + systemReason(errno)};
+    }
+    return !isClosed_;
+  }
+  bool isClosed() const { return isClosed_; }
+
+ private:
+  bool isClosed_ = false;
+};
+
+// Hands the file on in pieces; how long it is.
+Outcome<std::uint64_t> readPlainly(const std::string& path, PlainOutput* output) {
+  const Descriptor file = openFile(path, OpenFor::reading);
+  if (!file.isOpen())
+    return Failure{path + ": " + systemReason(errno)};
   std::string buffer(256U << 10, '\0');
+  std::uint64_t done = 0;
+  while (output == nullptr || !output->isClosed()) {
+    const std::size_t count = readAt(file.number(), buffer.data(), buffer.size(), done);
+    if (count < buffer.size() && errno != 0)
+      return Failure{path + ": " + systemReason(errno)};
+    if (output != nullptr)
+      TESSARIN_TRY(output->add(std::string_view(buffer).substr(0, count)));
+    done += count;
+    if (count < buffer.size())
+      break;
+  }
+  return done;
+}
+
+// Whether there were any frames.
+Outcome<bool> writeMended(const std::string& path, bool is625, PlainOutput& output) {
+  Descriptor file = openFile(path, OpenFor::streaming);
+  if (!file.isOpen())
+    return Failure{path + ": " + systemReason(errno)};
+  DvMender mender(std::move(file), is625);
+  for (bool hasFrames = false;; hasFrames = true) {
+    const auto frame = mender.next();
+    if (!frame)
+      return Failure{path + ": " + frame.reason()};
+    if (frame->bytes.empty())
+      return hasFrames;
+    TESSARIN_TAKE(const bool isWanted, output.add(frame->bytes));
+    if (!isWanted)
+      return true;
+  }
+}
+
+}  // namespace
+
+Outcome<bool> joinPlainly(const std::vector<std::string>& files, bool isList) {
+  PlainOutput output;
   std::uint64_t place = 0;
   for (const std::string& path : files) {
-    const Descriptor file = openFile(path, OpenFor::reading);
-    if (!file.isOpen())
-      return Failure{path + ": " + systemReason(errno)};
-    std::uint64_t done = 0;
-    while (true) {
-      const std::size_t count = readAt(file.number(), buffer.data(), buffer.size(), done);
-      if (count < buffer.size() && errno != 0)
-        return Failure{path + ": " + systemReason(errno)};
-      if (!isList && !writeAll(standardOutput, std::string_view(buffer).substr(0, count))) {
-        if (errno == EPIPE)  // who reads it has enough
-          return true;
-        return Failure{"the stream cannot be written: " + systemReason(errno)};
-      }
-      done += count;
-      if (count < buffer.size())
-        break;
+    const auto is625 = isList ? std::nullopt : is625InRawDv(path);
+    bool isDone = false;
+    if (is625) {
+      TESSARIN_TAKE(isDone, writeMended(path, *is625, output));
     }
+    if (isDone)
+      continue;
+    TESSARIN_TAKE(const std::uint64_t bytes, readPlainly(path, isList ? nullptr : &output));
     if (isList)
       fmt::print("byte {}\n", place);
-    place += done;
+    place += bytes;
   }
   return true;
 }

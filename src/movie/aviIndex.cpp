@@ -1,0 +1,223 @@
+#include "movie/aviIndex.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "classShared/descriptorBytes.h"
+#include "movie/FileBytes.h"
+#include "platform/fileFacts.h"
+#include "platform/openFiles.h"
+
+namespace tessarin {
+
+namespace {
+
+constexpr std::uint64_t chunkHead = 8;  // name and size
+constexpr int mostChunks = 10000;       // beside each other in a list
+constexpr std::size_t mostStreams = 32;
+constexpr std::size_t mostEntries = 50'000'000;
+
+struct Chunk {
+  std::string name;
+  std::uint64_t begin = 0;  // of its content
+  std::uint64_t end = 0;
+};
+
+class AviReader {
+ public:
+  AviReader(int descriptor, std::uint64_t size) : bytes_(descriptor, size) {}
+
+  std::vector<AviStream> read() {
+    if (bytes_.size() < chunkHead * 4 || bytes_.letters(0) != "RIFF" || bytes_.letters(8) != "AVI ")
+      return {};
+    constexpr std::uint64_t firstChunk = 12;
+    std::optional<Chunk> index;
+    forEachChunk(firstChunk, bytes_.size(), [&](const Chunk& chunk) {
+      if (isList(chunk, "hdrl"))
+        readHeaders(chunk);
+      else if (isList(chunk, "movi") && movie_ == 0)
+        movie_ = chunk.begin;
+      else if (chunk.name == "idx1" && !index)
+        index = chunk;
+      return !index;
+    });
+    readParts();
+    if (entries_ == 0 && index)
+      readIndex(*index);
+    std::erase_if(streams_, [](const AviStream& stream) { return stream.chunks.empty(); });
+    return bytes_.failure().empty() && !isDamaged_ ? std::move(streams_) : std::vector<AviStream>();
+  }
+
+ private:
+  // AVI counts from the other end.
+  std::uint64_t number(std::uint64_t position, unsigned size = 4) {
+    std::uint64_t number = 0;
+    for (unsigned byte = size; byte-- > 0;)
+      number = number << 8 | bytes_.number(position + byte, 1);
+    return number;
+  }
+
+  // Those beside each other, until `visit` says that it has enough.
+  template <class Visit>
+  void forEachChunk(std::uint64_t position, std::uint64_t end, const Visit& visit) {
+    for (int count = 0; count < mostChunks && position + chunkHead <= end; ++count) {
+      const std::uint64_t size = number(position + 4);
+      const Chunk chunk{bytes_.letters(position), position + chunkHead,
+                        std::min(end, position + chunkHead + size)};
+      if (!bytes_.failure().empty() || !visit(chunk))
+        return;
+      position += chunkHead + size + size % 2;
+    }
+  }
+
+  bool isList(const Chunk& chunk, std::string_view kind) {
+    return chunk.name == "LIST" && chunk.end - chunk.begin >= 4 &&
+           bytes_.letters(chunk.begin) == kind;
+  }
+
+  void readHeaders(const Chunk& list) {
+    forEachChunk(list.begin + 4, list.end, [this](const Chunk& chunk) {
+      if (isList(chunk, "strl") && streams_.size() < mostStreams)
+        readStream(chunk);
+      return true;
+    });
+  }
+
+  void readStream(const Chunk& list) {
+    AviStream& stream = streams_.emplace_back();
+    const std::size_t place = streams_.size() - 1;
+    stream.name = {static_cast<char>('0' + place / 10), static_cast<char>('0' + place % 10)};
+    kinds_.emplace_back();
+    parts_.emplace_back();
+    forEachChunk(list.begin + 4, list.end, [&](const Chunk& chunk) {
+      constexpr std::uint64_t header = 48;
+      constexpr std::uint64_t superIndex = 24;
+      const std::uint64_t size = chunk.end - chunk.begin;
+      if (chunk.name == "strh" && size >= header) {
+        kinds_.back() = bytes_.letters(chunk.begin);
+        stream.isSound = kinds_.back() == "auds";
+        const auto rate = static_cast<double>(number(chunk.begin + 24));
+        const auto sampleSize = static_cast<double>(number(chunk.begin + 44));
+        if (rate > 0)
+          stream.step = static_cast<double>(number(chunk.begin + 20)) / rate /
+                        (stream.isSound && sampleSize > 0 ? sampleSize : 1);
+      } else if (chunk.name == "indx" && size >= superIndex && number(chunk.begin + 3, 1) == 0) {
+        parts_.back() = chunk;
+      }
+      return true;
+    });
+  }
+
+  void add(AviStream& stream, AviChunk chunk) {
+    constexpr std::uint32_t noKey = 0x80000000;
+    chunk.size &= ~noKey;
+    isDamaged_ = isDamaged_ || ++entries_ > mostEntries;
+    if (!isDamaged_ && chunk.size > 0)
+      stream.chunks.push_back(chunk);
+  }
+
+  bool isUsed(std::size_t stream) const {
+    return kinds_.at(stream) == "vids" || kinds_.at(stream) == "auds" ||
+           kinds_.at(stream) == "iavs";
+  }
+
+  // The index of a stream names those of its parts, which name the chunks.
+  void readParts() {
+    for (std::size_t stream = 0; stream < streams_.size() && !isDamaged_; ++stream) {
+      const auto& index = parts_[stream];
+      if (!index || !isUsed(stream))
+        continue;
+      constexpr std::uint64_t head = 24;
+      constexpr std::uint64_t entry = 16;
+      const std::uint64_t count =
+          std::min(number(index->begin + 4), (index->end - index->begin - head) / entry);
+      for (std::uint64_t part = 0; part < count; ++part)
+        readPart(number(index->begin + head + part * entry, 8), streams_[stream]);
+    }
+  }
+
+  void readPart(std::uint64_t place, AviStream& stream) {
+    constexpr std::uint64_t head = chunkHead + 24;
+    constexpr std::uint64_t entry = 8;
+    if (place == 0 || place > bytes_.size() || bytes_.size() - place < head)
+      return;
+    const std::uint64_t most = (bytes_.size() - place - head) / entry;
+    const bool isOfChunks = number(place + chunkHead) == 0x01000002 &&  // two words, no fields
+                            number(place + chunkHead + 4) <= most;
+    if (!isOfChunks) {
+      isDamaged_ = true;
+      return;
+    }
+    const std::uint64_t count = number(place + chunkHead + 4);
+    const std::uint64_t base = number(place + chunkHead + 12, 8);
+    for (std::uint64_t chunk = 0; chunk < count && !isDamaged_; ++chunk)
+      add(stream, {base + number(place + head + chunk * entry),
+                   static_cast<std::uint32_t>(number(place + head + chunk * entry + 4))});
+  }
+
+  void readIndex(const Chunk& index) {
+    constexpr std::uint64_t entry = 16;  // name, flags, place and size
+    // Places are counted from the list of chunks on, or from the beginning of the file.
+    std::optional<std::uint64_t> base;
+    for (std::uint64_t at = index.begin; at + entry <= index.end && !isDamaged_; at += entry) {
+      const std::string name = bytes_.letters(at);
+      const std::uint64_t place = number(at + 8);
+      if (!base)
+        base = place >= movie_ ? 0 : movie_;
+      const auto found =
+          std::find_if(streams_.begin(), streams_.end(),
+                       [&name](const AviStream& stream) { return name.starts_with(stream.name); });
+      const bool isPalette = name.ends_with("pc");
+      if (found != streams_.end() && !isPalette &&
+          isUsed(static_cast<std::size_t>(found - streams_.begin())))
+        add(*found, {*base + place + chunkHead, static_cast<std::uint32_t>(number(at + 12))});
+    }
+  }
+
+  FileBytes bytes_;
+  std::vector<AviStream> streams_;
+  std::vector<std::string> kinds_;
+  std::vector<std::optional<Chunk>> parts_;
+  std::uint64_t movie_ = 0;  // of the list with the chunks, behind its name and size
+  std::size_t entries_ = 0;
+  bool isDamaged_ = false;
+};
+
+}  // namespace
+
+std::vector<AviStream> aviStreams(const std::string& path) {
+  const Descriptor file = openFile(path, OpenFor::reading);
+  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
+  if (!facts || facts->state.size <= 0)
+    return {};
+  return AviReader(file.number(), static_cast<std::uint64_t>(facts->state.size)).read();
+}
+
+std::optional<std::uint64_t> aviPictures(const std::vector<AviStream>& streams) {
+  const auto pictures = std::find_if(streams.begin(), streams.end(),
+                                     [](const AviStream& stream) { return !stream.isSound; });
+  return pictures == streams.end() ? std::nullopt : std::optional(pictures->chunks.size());
+}
+
+std::uint64_t lostSoundChunks(const std::string& path, const std::vector<AviStream>& streams) {
+  const Descriptor file = openFile(path, OpenFor::reading);
+  std::uint64_t lost = 0;
+  std::uint64_t all = 0;
+  for (const AviStream& stream : streams) {
+    if (!stream.isSound || !file.isOpen())
+      continue;
+    for (const AviChunk& chunk : stream.chunks) {
+      std::array<char, 4> head{};
+      const bool isThere =
+          chunk.begin >= chunkHead &&
+          readAt(file.number(), head.data(), head.size(), chunk.begin - chunkHead) == head.size() &&
+          std::string_view(head.data(), head.size()).starts_with(stream.name);
+      lost += isThere ? 0 : 1;
+      ++all;
+    }
+  }
+  return lost * 2 > all ? 0 : lost;
+}
+
+}  // namespace tessarin

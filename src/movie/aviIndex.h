@@ -1,0 +1,36 @@
+// Where the pictures and the sound of an AVI file are.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tessarin {
+
+struct AviChunk {
+  std::uint64_t begin = 0;  // of its content in the file
+  std::uint32_t size = 0;
+};
+
+struct AviStream {
+  std::string name;      // of its chunks, in the first two letters: "00", "01"
+  bool isSound = false;  // else of pictures; others are left out
+  double step = 0;       // seconds of a picture, or of a byte of plain sound; 0: not told
+  // Without empty ones, which repeat the picture before.
+  std::vector<AviChunk> chunks;
+};
+
+// The streams by the index behind the first part of the file (idx1), or by those of all its parts
+// (OpenDML), in order. Programs pass over what is not where the index has it, without a word.
+// Nothing for other files, for those without such an index, and where it cannot be read.
+std::vector<AviStream> aviStreams(const std::string& path);
+
+// How many pictures an AVI file says to have: those of its first stream with pictures.
+std::optional<std::uint64_t> aviPictures(const std::vector<AviStream>& streams);
+
+// How many chunks of sound do not begin where they should: what a stream lost there it has not made
+// up for. 0 where that is said of most of them, by an index that is wrong.
+std::uint64_t lostSoundChunks(const std::string& path, const std::vector<AviStream>& streams);
+
+}  // namespace tessarin

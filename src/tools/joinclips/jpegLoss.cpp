@@ -1,0 +1,157 @@
+#include "tools/joinclips/jpegLoss.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <vector>
+
+#include "classShared/descriptorBytes.h"
+#include "movie/aviIndex.h"
+#include "platform/openFiles.h"
+#include "tools/joinclips/MovieTables.h"
+
+namespace tessarin::joining {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::string_view beginMark = "\xFF\xD8"sv;
+constexpr std::string_view endMark = "\xFF\xD9"sv;
+constexpr std::string_view scanMark = "\xFF\xDA"sv;
+
+struct Places {
+  std::vector<AviChunk> pictures;
+  std::string chunkName;  // in AVI, before each
+  double step = 0;
+};
+
+Places placesInMovie(const MovieTables& movie) {
+  const JoinableTrack& track = *movie.pictures();
+  Places places;
+  places.step = movie.seconds() / static_cast<double>(track.samples);
+  std::size_t sample = 0;
+  for (const SampleChunk& chunk : track.tables.chunks) {
+    std::uint64_t at = chunk.position;
+    for (std::uint32_t place = 0; place < chunk.samples; ++place, ++sample) {
+      const std::uint32_t size = track.tables.sameSize != 0 || sample >= track.tables.sizes.size()
+                                     ? track.tables.sameSize
+                                     : track.tables.sizes[sample];
+      if (size > 0)
+        places.pictures.push_back({at, size});
+      at += size;
+    }
+  }
+  return places;
+}
+
+Places placesIn(const std::string& path) {
+  if (const auto movie = readMovieTables(path))
+    return placesInMovie(*movie);
+  for (AviStream& stream : aviStreams(path))
+    if (!stream.isSound)
+      return {std::move(stream.chunks), stream.name, stream.step};
+  return {};
+}
+
+// Two codes that each say that nothing changes take four bits, and no scan has many of them without
+// the end of a block between.
+bool holdsZeros(std::string_view scan) {
+  constexpr std::size_t most = 64;
+  for (std::size_t at = most / 2; at < scan.size(); at += most / 2) {
+    if (scan[at] != 0)
+      continue;
+    std::size_t begin = at;
+    while (begin > 0 && scan[begin - 1] == 0)
+      --begin;
+    const std::size_t end = std::min(scan.find_first_not_of('\0', at), scan.size());
+    if (end - begin >= most)
+      return true;
+    at = end;
+  }
+  return false;
+}
+
+// Whether each byte that begins a mark begins one that may stand in a scan: a byte of data, or a
+// beginning anew.
+bool hasOnlyMarksOfScans(std::string_view scan) {
+  for (std::size_t at = scan.find('\xFF'); at != std::string_view::npos && at + 1 < scan.size();
+       at = scan.find('\xFF', at + 1)) {
+    const auto mark = static_cast<std::uint8_t>(scan[at + 1]);
+    if (mark > 0 && mark < 0xC0)
+      return false;
+  }
+  return true;
+}
+
+// Of pictures that were counted, those with a fault that few of them have.
+class FaultCount {
+ public:
+  void add(bool isFaulty, std::size_t picture) {
+    if (isFaulty)
+      pictures_.push_back(picture);
+  }
+  void mark(std::vector<bool>& damaged) const {
+    if (pictures_.size() * 2 <= damaged.size())
+      for (const std::size_t picture : pictures_)
+        damaged[picture] = true;
+  }
+
+ private:
+  std::vector<std::size_t> pictures_;
+};
+
+}  // namespace
+
+JpegFaults jpegFaults(std::string_view picture) {
+  JpegFaults faults;
+  faults.lacksBegin = !picture.starts_with(beginMark);
+  // Behind the end there may be something to fill the place.
+  const std::size_t end = picture.rfind(endMark);
+  faults.lacksEnd = end == std::string_view::npos ||
+                    picture.substr(end).find(beginMark) != std::string_view::npos;
+  const std::string_view content = picture.substr(0, end);
+  const std::size_t scan = content.find(scanMark);
+  if (scan == std::string_view::npos)
+    return faults;
+  faults.hasZeros = holdsZeros(content.substr(scan));
+  // Another field may begin behind the scan, with marks of its own.
+  const std::size_t begin = scan + scanMark.size();
+  faults.hasWrongMarks =
+      !hasOnlyMarksOfScans(content.substr(begin, content.find(endMark, begin) - begin));
+  return faults;
+}
+
+Outcome<JpegLoss> jpegLoss(const std::string& path) {
+  constexpr std::uint32_t largest = 64U << 20;
+  const Places places = placesIn(path);
+  const Descriptor file = openFile(path, OpenFor::reading);
+  if (!file.isOpen())
+    return Failure{systemReason(errno)};
+  std::array<FaultCount, 5> counts;
+  std::string bytes;
+  for (std::size_t picture = 0; picture < places.pictures.size(); ++picture) {
+    const auto [begin, size] = places.pictures[picture];
+    constexpr std::size_t chunkHead = 8;
+    const std::size_t before = places.chunkName.empty() || begin < chunkHead ? 0 : chunkHead;
+    bytes.resize(before + std::min(size, largest));
+    errno = 0;
+    const std::size_t count = readAt(file.number(), bytes.data(), bytes.size(), begin - before);
+    if (count < bytes.size() && errno != 0)
+      return Failure{systemReason(errno)};
+    const JpegFaults faults = jpegFaults(std::string_view(bytes).substr(before, count));
+    const std::array<bool, 5> found{faults.lacksBegin, faults.lacksEnd, faults.hasZeros,
+                                    faults.hasWrongMarks,
+                                    before > 0 && !bytes.starts_with(places.chunkName)};
+    for (std::size_t kind = 0; kind < found.size(); ++kind)
+      counts[kind].add(found[kind], picture);
+  }
+  std::vector<bool> damaged(places.pictures.size());
+  for (const FaultCount& count : counts)
+    count.mark(damaged);
+  return JpegLoss{damaged.size(),
+                  static_cast<std::uint64_t>(std::count(damaged.begin(), damaged.end(), true)),
+                  places.step};
+}
+
+}  // namespace tessarin::joining

@@ -1,0 +1,32 @@
+// Tells how many pictures of a clip of Motion JPEG are damaged.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "classShared/Outcome.h"
+
+namespace tessarin::joining {
+
+// What is wrong with the bytes of a picture (ITU-T T.81). Decoders go on behind much of it with a
+// grey picture, and say only what they say of each picture of some cameras.
+struct JpegFaults {
+  bool lacksBegin = false;
+  bool lacksEnd = false;       // behind the last of its fields
+  bool hasZeros = false;       // as no encoder puts into a scan
+  bool hasWrongMarks = false;  // likewise
+};
+JpegFaults jpegFaults(std::string_view picture);
+
+struct JpegLoss {
+  std::uint64_t pictures = 0;
+  std::uint64_t damaged = 0;
+  double step = 0;  // seconds of a picture
+};
+
+// Of an AVI file or a movie, whose index tells where its pictures are. What is said of most of them
+// is their camera's way. Without such an index nothing is.
+Outcome<JpegLoss> jpegLoss(const std::string& path);
+
+}  // namespace tessarin::joining
