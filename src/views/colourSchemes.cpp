@@ -112,10 +112,23 @@ class ReadableStyle final : public QProxyStyle {
     QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
     if (type == CT_PushButton)
       size = size.expandedTo(QSize(contents.width() + 2 * buttonMargin, leastTarget));
+    if (type == CT_ToolButton || (type == CT_MenuBarItem && !size.isEmpty()))
+      size = size.expandedTo(QSize(leastTarget, leastTarget));
     const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
     if (type == CT_MenuItem && item && item->menuItemType != QStyleOptionMenuItem::Separator)
       size = size.expandedTo(QSize(0, leastTarget));
     return size;
+  }
+
+  // A check box is hit above and below its text, too.
+  QRect subElementRect(SubElement element, const QStyleOption* option,
+                       const QWidget* widget) const override {
+    QRect place = QProxyStyle::subElementRect(element, option, widget);
+    if (element == SE_CheckBoxClickRect) {
+      place.setTop(option->rect.top());
+      place.setBottom(option->rect.bottom());
+    }
+    return place;
   }
 
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
