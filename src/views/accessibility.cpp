@@ -1,7 +1,9 @@
 #include "views/accessibility.h"
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QComboBox>
 
 #include "views/DropView.h"
 #include "views/SegmentedBar.h"
@@ -64,10 +66,77 @@ class SegmentDescription final : public QAccessibleWidget {
   QToolButton& segment_;
 };
 
+// Qt gives what is chosen as the name, of which screen readers say nothing where there is a label.
+// A text they read.
+class ChoiceDescription final : public QAccessibleWidget, public QAccessibleTextInterface {
+ public:
+  explicit ChoiceDescription(QComboBox* choice)
+      : QAccessibleWidget(choice, QAccessible::ComboBox), choice_(*choice) {}
+
+  void* interface_cast(QAccessible::InterfaceType type) override {
+    return type == QAccessible::TextInterface ? static_cast<QAccessibleTextInterface*>(this)
+                                              : QAccessibleWidget::interface_cast(type);
+  }
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.expandable = true;
+    state.expanded = choice_.view()->isVisible();
+    return state;
+  }
+  QString text(QAccessible::Text kind) const override {
+    return kind == QAccessible::Value ? choice_.currentText() : QAccessibleWidget::text(kind);
+  }
+  // What may be chosen.
+  int childCount() const override { return 1; }
+  QAccessibleInterface* child(int) const override {
+    return QAccessible::queryAccessibleInterface(choice_.view());
+  }
+  int indexOfChild(const QAccessibleInterface* child) const override {
+    return child->object() == choice_.view() ? 0 : -1;
+  }
+  QStringList actionNames() const override {
+    return {showMenuAction(), pressAction(), setFocusAction()};
+  }
+  void doAction(const QString& name) override {
+    if (name == setFocusAction())
+      QAccessibleWidget::doAction(name);
+    else if (choice_.view()->isVisible())
+      choice_.hidePopup();
+    else
+      choice_.showPopup();
+  }
+
+  // ---- The text; nothing in it can be selected or changed.
+  int characterCount() const override { return static_cast<int>(choice_.currentText().size()); }
+  QString text(int start, int end) const override {
+    return choice_.currentText().mid(start, end - start);
+  }
+  QString attributes(int, int* start, int* end) const override {
+    *start = 0;
+    *end = characterCount();
+    return {};
+  }
+  QRect characterRect(int) const override { return rect(); }
+  int offsetAtPoint(const QPoint&) const override { return 0; }
+  int cursorPosition() const override { return 0; }
+  void setCursorPosition(int) override {}
+  void selection(int, int* start, int* end) const override { *start = *end = 0; }
+  int selectionCount() const override { return 0; }
+  void addSelection(int, int) override {}
+  void removeSelection(int) override {}
+  void setSelection(int, int, int) override {}
+  void scrollToSubstring(int, int) override {}
+
+ private:
+  QComboBox& choice_;
+};
+
 QAccessibleInterface* describe(const QString&, QObject* object) {
   if (auto* button = dynamic_cast<QToolButton*>(object);
       button && dynamic_cast<SegmentedBar*>(button->parent()))
     return new SegmentDescription(button);
+  if (auto* choice = qobject_cast<QComboBox*>(object); choice && !choice->isEditable())
+    return new ChoiceDescription(choice);
   auto* view = dynamic_cast<DropView*>(object);
   return view ? new DropViewDescription(view) : nullptr;
 }

@@ -530,7 +530,7 @@ TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
   for (QWidget* each : window.findChildren<QWidget*>()) {
     if (each->focusPolicy() == Qt::NoFocus || !each->isVisible())
       continue;
-    const QAccessibleInterface* told = QAccessible::queryAccessibleInterface(each);
+    QAccessibleInterface* told = QAccessible::queryAccessibleInterface(each);
     ASSERT_NE(told, nullptr);
     const std::string what =
         each->metaObject()->className() + (" " + each->objectName()).toStdString();
@@ -538,6 +538,10 @@ TEST_F(WindowFixture, EverythingIsToldToThoseWhoHear) {
                 !told->text(QAccessible::Name).isEmpty())
         << what;
     EXPECT_NE(told->role(), QAccessible::Client) << what;
+    if (const auto* choice = qobject_cast<QComboBox*>(each)) {
+      ASSERT_NE(told->textInterface(), nullptr) << what;
+      EXPECT_EQ(told->textInterface()->text(0, 1000), choice->currentText()) << what;
+    }
     if (const auto* segment = qobject_cast<QToolButton*>(each); segment && segment->isCheckable()) {
       EXPECT_EQ(told->role(), QAccessible::RadioButton) << what;
       EXPECT_EQ(told->state().checked, segment->isChecked()) << what;
