@@ -80,12 +80,13 @@ QWidget* BatchDrawer::newRunBar() {
   start->setToolTip("@@tipStart");
   start->setMinimumSize(startWidth, startHeight);
   start->setDefault(true);
-  bindTo(start, app_.interface.batchGoBt, [this, start] {
-    app_.iba_batchGoBt();
-    // A button that cannot be pressed any more would hand the keys to the field for drops.
-    if (!start->isEnabled())
+  // A button that cannot be pressed any more would hand the keys to the field for drops. Before it
+  // is bound: so it still has them.
+  follow(app_.interface.batchGoBt, start, [this, start] {
+    if (!app_.interface.batchGoBt.isEnabled() && start->hasFocus())
       table_->setFocus();
   });
+  bindTo(start, app_.interface.batchGoBt, [this] { app_.iba_batchGoBt(); });
   auto* wheel = new BusyIndicator;
   bindTo(wheel, encoding.wheel);
   auto* stop = new SegmentedBar(SegmentedBar::Kind::buttons, {QString(), QString()});
