@@ -48,6 +48,7 @@ void LogWindow::open(const char* title, const std::string& path,
                      const std::function<void(const std::string&)>& reveal, QWidget* parent) {
   auto* window = new LogWindow(title, endOf(path), parent);
   QPushButton* show = window->buttons_->addButton("@@reportShowLog", QDialogButtonBox::ActionRole);
+  show->setAutoDefault(false);
   connect(show, &QPushButton::clicked, window, [reveal, path] { reveal(path); });
   localizeWindow(window);
   giveMnemonics(window);
@@ -68,6 +69,7 @@ LogWindow::LogWindow(const char* title, const QString& shown, QWidget* parent)
   text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   column->addWidget(text_, 1);
   QPushButton* copy = buttons_->addButton("@@logCopy", QDialogButtonBox::ActionRole);
+  copy->setAutoDefault(false);
   connect(copy, &QPushButton::clicked, text_,
           [text = text_] { QGuiApplication::clipboard()->setText(text->toPlainText()); });
   column->addWidget(buttons_);
