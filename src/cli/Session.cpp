@@ -237,7 +237,7 @@ void Session::chooseForRow(int row) {
     return;
   }
   if (options_.command != Command::analyse) {
-    tellOfFailures(table.source(row));
+    tellOfFailures(table.row(row));
     return;
   }
   reporter_.analysed(table.row(row), table.forecast(row));
@@ -246,12 +246,15 @@ void Session::chooseForRow(int row) {
 }
 
 // Where the movie will be called by, and will say, another time than that of the recording, or may
-// be one of several of it.
-void Session::tellOfFailures(const Source& source) {
+// be one of several of it, or will not be as slow as was wished.
+void Session::tellOfFailures(const Row& row) {
   using Kind = Source::Remark::Kind;
+  const Source& source = row.source;
   for (const Source::Remark& remark : source.remarks)
     if (remark.kind == Kind::timeUnread || remark.kind == Kind::partsUnknown)
       reporter_.problem(source.path, localisationString(remarkKey(remark.kind)));
+  if (app_.interface.chosenSpeed() == speedSlow && row.choice.speed != speedSlow)
+    reporter_.problem(source.path, localisationString("notSlow", textTable));
 }
 
 // Whether the row is what the user asked for. A target that it does not allow is refused rather

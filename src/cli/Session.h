@@ -60,7 +60,7 @@ class Session {
   void problem(const std::string& path, const std::string& reason);
   void movieRefused(const std::string& source, const std::string& reason);
   void chooseForRow(int row);
-  void tellOfFailures(const Source& source);
+  void tellOfFailures(const Row& row);
   bool hasTarget(int row);
   void analysisFinished();
   void endWithoutRows();

@@ -107,6 +107,11 @@ class HelpText final : public CLI::Formatter {
   std::string make_usage(const CLI::App*, std::string) const override {
     return localisationString("help_usage", textTable) + "\n";
   }
+  // Which options exclude each other their names tell.
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = option->get_type_name();
+    return (type.empty() ? "" : " " + type) + (option->get_expected_max() > 1 ? " ..." : "");
+  }
 };
 
 // What is wrong with the words when an option has a value too few or too many. The library says it
@@ -198,9 +203,7 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
 
   Options options;
   CLI::App app("", "tessarin");
-  const auto formatter = std::make_shared<HelpText>();
-  formatter->label("Excludes", localisationString("help_excludes", textTable));
-  app.formatter(formatter);
+  app.formatter(std::make_shared<HelpText>());
   app.option_defaults()->group(localisationString("help_options", textTable));
   app.footer(localisationString("help_footer", textTable));
   app.allow_extras();

@@ -119,6 +119,13 @@ void AnalysisJob::run(const Arguments& command, const ToolLimits& limits,
 
 // ---- The report
 
+std::string AnalysisJob::whyNotAnalysed() const {
+  const std::string reason = failureReason(wordsOfTool(examination_.report()), path_);
+  // An analysis writes nothing but its pictures.
+  return reason == localisationString("why_diskFull") ? localisationString("why_temporaryFull")
+                                                      : reason;
+}
+
 void AnalysisJob::askForReport() {
   debugFormat("analysisDeb         - begin");
   // A frame left by the source before would give this one its field order.
@@ -367,7 +374,7 @@ void AnalysisJob::refuseForReport() {
   else if (examination_.isStillOrText())
     refuse(localisationString("why_noMovie"));
   else
-    refuse(failureReason(wordsOfTool(examination_.report()), path_));
+    refuse(whyNotAnalysed());
 }
 
 void AnalysisJob::end() {

@@ -73,6 +73,7 @@ class AnalysisJob {
 
   void refuse(const std::string& reason);
   void refuseForReport();
+  std::string whyNotAnalysed() const;  // from the report
   void end();
 
   RunLoop& loop_;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <random>
 
 #include "classShared/TextAdditions.h"
@@ -249,7 +250,7 @@ bool ConversionJob::hasRoom() {
   logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
   if (freeMB < 0 || freeMB >= neededMB)
     return true;
-  const std::string needed = fmt::format("{:.0f}", neededMB);
+  const std::string needed = fmt::format("{:.0f}", std::ceil(neededMB));
   const std::string available = fmt::format("{}", freeMB);
   fail(localisationString("why_noRoom", "", needed, available));
   alerts_.show({localisationString("D_go_echec_disque1", "", fileName(row.path())),
@@ -368,7 +369,9 @@ void ConversionJob::slow() {
 
 // Puts the slowed copy in the place of the copy; for a stream copy that is the movie.
 void ConversionJob::takeSlowed() {
-  if (!moveFile(slowed_, work_, "y"))
+  if (!mayHoldMovie(slowed_))
+    fail(whyNoMovie());
+  else if (!moveFile(slowed_, work_, "y"))
     fail(whyDestination());
   else
     go(plan_->needsExport ? Step::exportMovie : Step::check);
@@ -376,6 +379,10 @@ void ConversionJob::takeSlowed() {
 
 void ConversionJob::exportMovie() {
   debugFormat("encProcesses        > encQtEnc");
+  if (!mayHoldMovie(work_)) {  // whatever the tool's status was
+    fail(whyNoMovie());
+    return;
+  }
   const std::string& preset = plan_->settings;
   debugFormat("presetStr (final)   : {}", preset);
   if (!Bundle::main().pathForResource(joinPath("presetQt", preset), "")) {
@@ -483,6 +490,10 @@ std::string ConversionJob::whyDestination(const std::string& cause) const {
                                              : whyNothingIsWritten(parentFolder(output), cause);
 }
 
+std::string ConversionJob::whyNoMovie() const {
+  return isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
+}
+
 // Ends at once where a disk does not answer. A thread has the folder then, in which everything lies
 // that the job has made, and removes it as soon as it can: nothing is moved to the movie's name any
 // more, and without the thread the next batch removes it.
@@ -528,8 +539,7 @@ void ConversionJob::end() {
     end.reason = moved ? damageText(damagedPictures_, damagedSound_, hasMore_)
                        : whyDestination(moved.reason());
   } else {
-    end.reason =
-        isDirectory(folder_.path()) ? localisationString("why_tinyOutput") : whyDestination();
+    end.reason = whyNoMovie();
   }
   // What the tools say is of a folder that the user does not know.
   if (!folderPath_.empty())

@@ -181,6 +181,7 @@ class ConversionJob {
   void fail(const std::string& reason);
   // The cause is the system's, "" when it is not known.
   std::string whyDestination(const std::string& cause = "") const;
+  std::string whyNoMovie() const;  // why a tool that ended well wrote nothing
   void endStopped(std::vector<std::string> disks);
   void end();
   Outcome<void> moveIntoPlace(JobEnd& end);

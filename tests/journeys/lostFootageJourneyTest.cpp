@@ -73,6 +73,11 @@ TEST_F(LostFootageJourney, AnFfmpegThatSaysThatAllIsWellIsNotBelieved) {
     convertBy(script);
     refused(clip, "prores", reason);
   }
+  // A copy that the export would read.
+  const std::string whole = folder.file("x.mp4");
+  ASSERT_TRUE(test::makeClip(test::progressivePicture("1280x720", "1") + "-c:v mpeg4", whole));
+  convertBy("exit 0");
+  refused(whole, "aic", "ffmpeg wrote no movie");
 }
 
 TEST_F(LostFootageJourney, AClipThatWasCutOffIsNoWholeMovie) {
