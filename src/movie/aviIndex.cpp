@@ -112,9 +112,11 @@ class AviReader {
   void add(AviStream& stream, AviChunk chunk) {
     constexpr std::uint32_t noKey = 0x80000000;
     chunk.size &= ~noKey;
-    isDamaged_ = isDamaged_ || ++entries_ > mostEntries;
-    if (!isDamaged_ && chunk.size > 0)
+    if (chunk.size > 0)
       stream.chunks.push_back(chunk);
+    // Parts of an index may name the same chunks over and over.
+    isDamaged_ =
+        ++entries_ > mostEntries || (chunks_ += chunk.size > 0) > bytes_.size() / chunkHead;
   }
 
   bool isUsed(std::size_t stream) const {
@@ -181,6 +183,7 @@ class AviReader {
   std::vector<std::optional<Chunk>> parts_;
   std::uint64_t movie_ = 0;  // of the list with the chunks, behind its name and size
   std::size_t entries_ = 0;
+  std::uint64_t chunks_ = 0;  // those that hold something
   bool isDamaged_ = false;
 };
 

@@ -7,6 +7,7 @@
 
 #include "classShared/descriptorBytes.h"
 #include "movie/aviIndex.h"
+#include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 #include "tools/joinclips/MovieTables.h"
 
@@ -128,6 +129,9 @@ Outcome<JpegLoss> jpegLoss(const std::string& path) {
   const Descriptor file = openFile(path, OpenFor::reading);
   if (!file.isOpen())
     return Failure{systemReason(errno)};
+  const auto facts = fileFacts(file.number());
+  const std::uint64_t length = facts ? static_cast<std::uint64_t>(facts->state.size) : 0;
+  std::uint64_t taken = 0;
   std::array<FaultCount, 5> counts;
   std::string bytes;
   for (std::size_t picture = 0; picture < places.pictures.size(); ++picture) {
@@ -135,6 +139,8 @@ Outcome<JpegLoss> jpegLoss(const std::string& path) {
     constexpr std::size_t chunkHead = 8;
     const std::size_t before = places.chunkName.empty() || begin < chunkHead ? 0 : chunkHead;
     bytes.resize(before + std::min(size, largest));
+    if ((taken += bytes.size()) > 2 * length)
+      return Failure{"its index names the same bytes over and over"};
     errno = 0;
     const std::size_t count = readAt(file.number(), bytes.data(), bytes.size(), begin - before);
     if (count < bytes.size() && errno != 0)
