@@ -20,6 +20,7 @@ using namespace std::string_view_literals;
 constexpr std::string_view beginMark = "\xFF\xD8"sv;
 constexpr std::string_view endMark = "\xFF\xD9"sv;
 constexpr std::string_view scanMark = "\xFF\xDA"sv;
+constexpr std::string_view tableMark = "\xFF\xC4"sv;
 
 struct Places {
   std::vector<AviChunk> pictures;
@@ -55,8 +56,65 @@ Places placesIn(const std::string& path) {
   return {};
 }
 
-// Two codes that each say that nothing changes take four bits, and no scan has many of them without
-// the end of a block between.
+// The shortest codes of the tables of Huffman, which consist of zeros (ITU-T T.81, annex C):
+// whether that of a table stands for "nothing changes" or "no more of this block".
+class ShortestCodes {
+ public:
+  // The content of a segment DHT, behind its length.
+  void take(std::string_view segment) {
+    constexpr std::size_t lengths = 16;
+    while (segment.size() > 1 + lengths) {
+      const auto name = static_cast<std::uint8_t>(segment[0]);
+      std::size_t codes = 0;
+      for (const char count : segment.substr(1, lengths))
+        codes += static_cast<std::uint8_t>(count);
+      isNothing_.at(name >> 4 & 1).at(name & 3) = segment[1 + lengths] == 0;
+      segment.remove_prefix(std::min(1 + lengths + codes, segment.size()));
+    }
+  }
+
+  // Whether a scan may be zeros for long, by the content of its segment SOS: each of its components
+  // has such codes only.
+  bool mayBeZeros(std::string_view segment) const {
+    const std::size_t count = segment.empty() ? 0 : static_cast<std::uint8_t>(segment[0]);
+    for (std::size_t component = 0; component < count; ++component) {
+      const std::size_t at = 1 + component * 2 + 1;
+      if (at >= segment.size())
+        return false;
+      const auto tables = static_cast<std::uint8_t>(segment[at]);
+      if (!isNothing_[0].at(tables >> 4 & 3) || !isNothing_[1].at(tables & 3))
+        return false;
+    }
+    return count > 0;
+  }
+
+ private:
+  // Of DC and of AC. Pictures without tables have those of annex K: of luma, then of chroma.
+  std::array<std::array<bool, 4>, 2> isNothing_{{{true, true}, {false, true}}};
+};
+
+// Whether a scan of the picture may be zeros for long, as one colour is with tables made for it.
+bool mayBeZeros(std::string_view picture) {
+  ShortestCodes codes;
+  constexpr std::size_t head = 4;  // mark and length
+  for (std::size_t at = picture.find('\xFF');
+       at != std::string_view::npos && at + head < picture.size();
+       at = picture.find('\xFF', at + 1)) {
+    const std::string_view mark = picture.substr(at, 2);
+    if (mark != tableMark && mark != scanMark)
+      continue;
+    const std::size_t length = static_cast<std::uint8_t>(picture[at + 2]) * std::size_t{256} +
+                               static_cast<std::uint8_t>(picture[at + 3]);
+    const std::string_view segment =
+        picture.substr(at + head, std::max<std::size_t>(length, 2) - 2);
+    if (mark == tableMark)
+      codes.take(segment);
+    else if (codes.mayBeZeros(segment))
+      return true;
+  }
+  return false;
+}
+
 bool holdsZeros(std::string_view scan) {
   constexpr std::size_t most = 64;
   for (std::size_t at = most / 2; at < scan.size(); at += most / 2) {
@@ -115,7 +173,7 @@ JpegFaults jpegFaults(std::string_view picture) {
   const std::size_t scan = content.find(scanMark);
   if (scan == std::string_view::npos)
     return faults;
-  faults.hasZeros = holdsZeros(content.substr(scan));
+  faults.hasZeros = holdsZeros(content.substr(scan)) && !mayBeZeros(content);
   // Another field may begin behind the scan, with marks of its own.
   const std::size_t begin = scan + scanMark.size();
   faults.hasWrongMarks =
