@@ -463,7 +463,10 @@ void ConversionJob::toolEnded(const ToolEnd& end) {
     troubles_ = end.troubles;
   // The copy that one tool makes is read by the next, which meets the same damage.
   spoiltInTools_ = std::max(spoiltInTools_, end.troubles.damagedPictures());
-  damagedPictures_ = std::max(damagedPictures_, spoiltInTools_);
+  // The decoder of DV complains of every block, and each picture was looked at before.
+  const bool isCounted = order_.row.source.pictures.codec == "dvvideo" && parts_.picturesLost > 0;
+  if (!isCounted)
+    damagedPictures_ = std::max(damagedPictures_, spoiltInTools_);
   damagedSound_ = std::max(damagedSound_, end.troubles.damagedSound());
   // The decoder of MPEG forgets its latest picture where another size begins.
   if (end.troubles.changesSize() && startsWith(order_.row.source.pictures.codec, "mpeg")) {

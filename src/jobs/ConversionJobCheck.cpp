@@ -24,6 +24,12 @@ bool maySoundChange(const Source& source) {
          startsWith(source.sound.codec, "pcm_s16le");
 }
 
+// Whether each packet has its place in time by the format, so that those that are gone show: where
+// one does not begin as it should programs pass over it without a word.
+bool tellsPlaces(const Source& source) {
+  return firstContainer(source) == "mxf";
+}
+
 // Sound in files of its own is as long as the pictures; unless a file was cut.
 bool endsSoundEarly(const MovieIndex& movie, const JobPlan& plan) {
   constexpr double slack = 0.3;
@@ -92,7 +98,7 @@ void ConversionJob::judge(MovieLook look) {
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
   const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_ ||
-                            emptyEnds_ > 0 || mayBeginLate(*plan_);
+                            emptyEnds_ > 0 || mayBeginLate(*plan_) || tellsPlaces(source);
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
@@ -227,10 +233,10 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
+  const bool countsHoles = damagedPictures_ > 0 || tellsPlaces(plan_->row.source);
   const bool isUnhealthy =
-      isStreamed(plan_->row.source) || damagedPictures_ > 0 || isLongerThanTold(*plan_, measure);
-  if (const std::size_t held =
-          isUnhealthy ? heldPictures(*plan_, measure, damagedPictures_ > 0) : 0;
+      isStreamed(plan_->row.source) || countsHoles || isLongerThanTold(*plan_, measure);
+  if (const std::size_t held = isUnhealthy ? heldPictures(*plan_, measure, countsHoles) : 0;
       held > damagedPictures_) {
     logFormat("check               :-( no pictures for {} s of the source",
               std::max(measure.pictures->gaps, measure.pictures->holes));
@@ -270,6 +276,12 @@ void ConversionJob::countDamageOfSounds() {
     if (isProgramStream && place == 0 && sound.lasting + leastLoss < measure_.pictures->lasting) {
       logFormat("check               :-( sound for {} s, pictures for {} s", sound.lasting,
                 measure_.pictures->lasting);
+      damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
+    }
+    constexpr double leastHole = 0.01;
+    if (tellsPlaces(plan_->row.source) && sound.lasting + leastHole < sound.end - sound.first) {
+      logFormat("check               :-( sound for {} s of {} s", sound.lasting,
+                sound.end - sound.first);
       damagedSound_ = std::max<std::size_t>(damagedSound_, 1);
     }
     // Where the sound changes its channels ffmpeg from 6.0 on fills all the time before with

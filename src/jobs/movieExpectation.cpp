@@ -230,11 +230,11 @@ std::size_t picturesIn(double seconds, const Source& source) {
   return static_cast<std::size_t>(std::round(seconds * pictureRateOf(source)));
 }
 
-std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure, bool isDamaged) {
+std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure, bool countsShort) {
   const auto& read = measure.pictures;
   if (!read || read->displaced > 0)
     return 0;
-  return picturesIn(isDamaged ? std::max(read->gaps, read->holes) : read->gaps, plan.row.source);
+  return picturesIn(countsShort ? std::max(read->gaps, read->holes) : read->gaps, plan.row.source);
 }
 
 bool isLongerThanTold(const JobPlan& plan, const SourceMeasure& measure) {

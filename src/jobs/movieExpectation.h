@@ -46,9 +46,9 @@ bool mayBeginLate(const JobPlan& plan);
 std::size_t picturesIn(double seconds, const Source& source);
 
 // How many pictures are missing in holes of the source's clock, where the one before is shown on:
-// they are lost, or were never recorded, or the pictures of a healthy source come irregularly. Of a
-// damaged one short holes count as well.
-std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure, bool isDamaged);
+// they are lost, or were never recorded, or the pictures of a healthy source come irregularly.
+// Short holes count as well where they are no irregularity: of a damaged source, for example.
+std::size_t heldPictures(const JobPlan& plan, const SourceMeasure& measure, bool countsShort);
 
 // Whether pictures have times beyond the length that the container of the source states, behind a
 // hole that is as long: its clock is damaged.
