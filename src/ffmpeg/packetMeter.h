@@ -27,8 +27,8 @@ struct MeasuredStream {
   std::uint64_t displaced = 0;
   // Seconds without any packet, where that is more than a fifth of one at once.
   double gaps = 0;
-  // Of pictures that come steadily, seconds without any where one is due, however short. Of a healthy
-  // source they may have been left out.
+  // Of pictures that come steadily, seconds without any where one is due, however short. Of a
+  // healthy source they may have been left out.
   double holes = 0;
   double lasting = 0;  // seconds of all packets
   // Of packets of pictures, those of zeros alone, and those of DV that are shorter than the first.
