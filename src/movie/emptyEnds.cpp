@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "classShared/descriptorBytes.h"
+#include "movie/packetMarks.h"
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 
@@ -15,31 +16,12 @@ namespace {
 constexpr std::uint64_t places = 256;
 constexpr std::size_t placeSize = 2048;
 
-// Whether the mark of a packet comes again and again: plain ones, with a camcorder's clock before
-// each, or with a broadcast's check behind.
-bool holdsPackets(std::string_view bytes) {
-  constexpr char mark = 0x47;
-  constexpr std::size_t leastMarks = 5;
-  for (const std::size_t size : {188U, 192U, 204U})
-    for (std::size_t phase = 0; phase < size; ++phase) {
-      std::size_t marks = 0;
-      std::size_t most = 0;
-      for (std::size_t place = phase; place < bytes.size(); place += size) {
-        marks = bytes[place] == mark ? marks + 1 : 0;
-        most = std::max(most, marks);
-      }
-      if (most >= leastMarks)
-        return true;
-    }
-  return false;
-}
-
 enum class Content { stream, rubbish, zeros };
 
 Content contentOf(std::string_view bytes, bool hasPackets) {
   if (bytes.find_first_not_of('\0') == std::string_view::npos)
     return Content::zeros;
-  return !hasPackets || holdsPackets(bytes) ? Content::stream : Content::rubbish;
+  return !hasPackets || firstPacket(bytes) ? Content::stream : Content::rubbish;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "ffmpeg/ffmpegOptions.h"
 #include "ffmpeg/installedFfmpeg.h"
@@ -61,6 +62,49 @@ TEST(FfmpegAdapter, AsksForTheVersionOnlyWhenTheOptionsDependOnIt) {
   const ScopedEnvironment told(ffmpegVersionVariable, "libavcodec 59.37");
   EXPECT_EQ(runShell(command).output, "-nostdin -i a -async 0 b.mpg\n");
   EXPECT_EQ(fake.folder().read("fake/asked"), "asked\n");
+}
+
+// What ffmpeg would take for something else, or for nothing, is passed over.
+TEST(FfmpegAdapter, BeginsWhereTheStreamDoes) {
+  const FakeFfmpeg fake("echo \"$@\"");
+  const std::string head("\x1F\x07\x00\x3F", 4);
+  const std::string frame = head + std::string(119'996, 'd');
+  const std::string second =
+      std::string("\0\0\1\xBA\x44", 5) + std::string(8, 'x') + std::string("\xF9s\0\0\1\xE0..", 8);
+  const std::string first =
+      std::string("\0\0\1\xBA\x21", 5) + std::string(7, 'x') + std::string("\0\0\1\xBB..", 6);
+  const std::string noPack = std::string("\0\0\1\xBA\x44", 5) + std::string(30, 'x');
+  const auto packets = [](std::size_t size) {
+    std::string bytes;
+    for (int count = 0; count < 5; ++count)
+      bytes += 'G' + std::string(size - 1, 'p');
+    return bytes;
+  };
+  struct Case {
+    std::string name;
+    std::size_t zeros;
+    std::string rest;
+    std::string told;  // "": nothing
+  };
+  for (const auto& [name, zeros, rest, told] :
+       {Case{"x.dv", 0, "torn" + frame + frame, "4 -f dv"}, Case{"x.dv", 0, frame + frame, ""},
+        Case{"x.dv", 0, std::string("\0\0\0\x08wide", 8) + frame + frame, ""},
+        Case{"x.MPG", 50'000'000, "torn" + second, "50000004 -f mpeg"},
+        Case{"x.vob", 9'999'999, noPack + first, "10000034 -f mpeg"},
+        Case{"x.vob", 9'999'999, noPack, ""}, Case{"x.mod", 4000, second, ""},
+        Case{"x.mpg", 7'000'000, packets(188), "7000000 -f mpegts"},
+        Case{"x.MTS", 7'000'000, "torn" + packets(192), "7000004 -f mpegts"},
+        Case{"x.mov", 7'000'000, packets(192), ""},
+        Case{"x.mts", std::size_t{100} << 30, "", ""}}) {
+    SCOPED_TRACE(name + " " + std::to_string(zeros));
+    const std::string path = fake.folder().write(name, "");
+    std::filesystem::resize_file(path, zeros);
+    std::ofstream(path, std::ios::app | std::ios::binary) << rest;
+    EXPECT_EQ(runShell(quoted(adapter) + " -i " + quoted(path) + " x.nut").output,
+              "-nostdin " + (told.empty() ? "" : "-skip_initial_bytes " + told + " ") + "-i " +
+                  path + " x.nut\n");
+    std::filesystem::remove(path);
+  }
 }
 
 TEST(FfmpegAdapter, SaysInOneSentenceWhenThereIsNoFfmpeg) {

@@ -25,7 +25,7 @@
 #include "ffmpeg/installedFfmpeg.h"
 #include "ffmpeg/proresCommand.h"
 #include "platform/fileFacts.h"
-#include "tools/ffmpegAdapter/rawDvBegin.h"
+#include "tools/ffmpegAdapter/streamBegin.h"
 
 namespace {
 
@@ -176,13 +176,18 @@ bool readJoined(const JoinedInput& input, const std::string& ffmpeg) {
   return failure == 0 && ::dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
 }
 
-std::vector<std::string> fromFirstFrames(const std::vector<std::string>& arguments) {
+// The format is told by what lies before that, too, where it is not told here.
+std::vector<std::string> fromBegins(const std::vector<std::string>& arguments) {
   std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
-  for (FfmpegOptionGroup& group : groups)
-    if (const std::uint64_t begin =
-            group.kind == FfmpegOptionGroup::Kind::input ? rawDvBegin(group.file) : 0;
-        begin > 0)
-      group.options.push_back({"skip_initial_bytes", std::to_string(begin)});
+  for (FfmpegOptionGroup& group : groups) {
+    const bool isInput = group.kind == FfmpegOptionGroup::Kind::input;
+    const StreamBegin begin = isInput ? streamBegin(group.file) : StreamBegin();
+    if (begin.bytes == 0)
+      continue;
+    group.options.push_back({"skip_initial_bytes", std::to_string(begin.bytes)});
+    if (group.last({"f"}) == nullptr)
+      group.options.push_back({"f", begin.format});
+  }
   return ffmpegArguments(groups);
 }
 
@@ -222,7 +227,7 @@ int main(int count, char** values) {
       return cannotBeRun;
     }
   }
-  become(ffmpeg, translateFfmpegOptions(fromFirstFrames(given), version));
+  become(ffmpeg, translateFfmpegOptions(fromBegins(given), version));
   say("\"" + ffmpeg + "\" cannot be run: " + std::strerror(errno));
   return cannotBeRun;
 }
