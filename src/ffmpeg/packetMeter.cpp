@@ -178,8 +178,9 @@ void PacketMeter::addPacket(std::string_view line) {
   // The check sum of zeros alone, by which decoders go on without a word.
   constexpr std::string_view ofZeros = "0x00000000";
   constexpr std::int64_t leastPicture = 32;  // bytes
-  if (!stream.isSound && ((size >= leastPicture && trimmed(fields[5]) == ofZeros) ||
-                          (stream.isDv && size < stream.measured->firstSize)))
+  // An empty picture repeats the one before.
+  const bool isCutOff = stream.isDv && size > 0 && size < stream.measured->firstSize;
+  if (!stream.isSound && ((size >= leastPicture && trimmed(fields[5]) == ofZeros) || isCutOff))
     ++stream.measured->spoilt;
   constexpr std::size_t mostStarts = 10'000'000;
   if (!stream.isSound && stream.starts.size() < mostStarts)

@@ -13,8 +13,9 @@ namespace tessarin {
 
 namespace {
 
-constexpr std::uint64_t chunkHead = 8;  // name and size
-constexpr int mostChunks = 10000;       // beside each other in a list
+constexpr std::uint64_t chunkHead = 8;    // name and size
+constexpr std::uint64_t indexEntry = 16;  // name, flags, place and size
+constexpr int mostChunks = 10000;         // beside each other in a list
 constexpr std::size_t mostStreams = 32;
 constexpr std::size_t mostEntries = 50'000'000;
 
@@ -158,22 +159,35 @@ class AviReader {
                    static_cast<std::uint32_t>(number(place + head + chunk * entry + 4))});
   }
 
+  // Its places are counted from the list of chunks on, or from the beginning of the file: as the
+  // first chunk that is there says, for damaged ones are not.
+  std::uint64_t baseOfIndex(const Chunk& index) {
+    constexpr std::uint64_t mostTried = 1000;
+    for (std::uint64_t tried = 0; tried < mostTried; ++tried) {
+      const std::uint64_t at = index.begin + tried * indexEntry;
+      if (at + indexEntry > index.end)
+        break;
+      for (const std::uint64_t base : {movie_, std::uint64_t{0}})
+        if (const std::uint64_t place = base + number(at + 8);
+            place + chunkHead <= bytes_.size() && bytes_.letters(place) == bytes_.letters(at))
+          return base;
+    }
+    return number(index.begin + 8) >= movie_ ? 0 : movie_;
+  }
+
   void readIndex(const Chunk& index) {
-    constexpr std::uint64_t entry = 16;  // name, flags, place and size
-    // Places are counted from the list of chunks on, or from the beginning of the file.
-    std::optional<std::uint64_t> base;
-    for (std::uint64_t at = index.begin; at + entry <= index.end && !isDamaged_; at += entry) {
+    const std::uint64_t base = baseOfIndex(index);
+    for (std::uint64_t at = index.begin; at + indexEntry <= index.end && !isDamaged_;
+         at += indexEntry) {
       const std::string name = bytes_.letters(at);
       const std::uint64_t place = number(at + 8);
-      if (!base)
-        base = place >= movie_ ? 0 : movie_;
       const auto found =
           std::find_if(streams_.begin(), streams_.end(),
                        [&name](const AviStream& stream) { return name.starts_with(stream.name); });
       const bool isPalette = name.ends_with("pc");
       if (found != streams_.end() && !isPalette &&
           isUsed(static_cast<std::size_t>(found - streams_.begin())))
-        add(*found, {*base + place + chunkHead, static_cast<std::uint32_t>(number(at + 12))});
+        add(*found, {base + place + chunkHead, static_cast<std::uint32_t>(number(at + 12))});
     }
   }
 

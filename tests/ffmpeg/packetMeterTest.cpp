@@ -81,12 +81,13 @@ TEST(PacketMeter, CountsHoles) {
   EXPECT_DOUBLE_EQ(pictures->gaps, 2);  // four pictures are too few
 }
 
-// A decoder says nothing of the second, and little of the third.
+// A decoder says nothing of the second, and little of the third. The fifth repeats another.
 TEST(PacketMeter, CountsPicturesThatAreEmptyOrCutOff) {
   PacketMeter meter;
   for (const char* line :
        {"#tb 0: 1/25", "#media_type 0: video", "#codec_id 0: dvvideo", "0, 0, 0, 1, 900, 0x1",
-        "0, 1, 1, 1, 900, 0x00000000", "0, 2, 2, 1, 300, 0x1", "0, 3, 3, 1, 900, 0x1"})
+        "0, 1, 1, 1, 900, 0x00000000", "0, 2, 2, 1, 300, 0x1", "0, 3, 3, 1, 900, 0x1",
+        "0, 4, 4, 1, 0, 0x00000000"})
     meter.addLine(line);
   EXPECT_EQ(meter.result().pictures->spoilt, 2u);
 }

@@ -42,6 +42,17 @@ TEST_F(MovieIndexTest, AnAviFileSaysWhereItsPicturesAndSoundAre) {
   std::string bytes = *readFileStart(avi, 1U << 24);
   ASSERT_EQ(streams.size(), 2u);
   ASSERT_TRUE(streams[1].isSound);
+  // Something fills 64 KiB before the first chunk, which are more than stand before the list from
+  // whose beginning the index counts.
+  std::string filled = bytes;
+  for (std::size_t at = filled.find("idx1") + 8; at < filled.size(); at += 16)
+    ++filled[at + 10];
+  const std::size_t list = filled.find("movi");
+  ++filled[list - 2];
+  filled.insert(list + 4, "JUNK" + std::string({'\xF8', '\xFF', 0, 0}) + std::string(0xFFF8, 'x'));
+  const std::vector<AviStream> later = aviStreams(folder.write("z.avi", filled));
+  ASSERT_EQ(later.size(), 2u);
+  EXPECT_EQ(later[0].chunks[0].begin, streams[0].chunks[0].begin + 0x10000);
   bytes.replace(streams[1].chunks[7].begin - 9, 1000, 1000, '\0');
   EXPECT_EQ(lostSoundChunks(folder.write("y.avi", bytes), streams), 1u);
   EXPECT_TRUE(aviStreams(movie("x.mov", "-c:a pcm_s16le -f mov")).empty());

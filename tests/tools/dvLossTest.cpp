@@ -185,5 +185,35 @@ TEST(JpegLoss, PicturesWithZerosOrWithoutEndsAreDamaged) {
   }
 }
 
+// A table of DC and one of AC, whose shortest codes mean something; the kind of frame; a scan.
+std::string fieldOf(const std::string& scan, char kind = '\xC0', const std::string& head = {}) {
+  const std::string table = fromHex("00000100000000000000000000000000") + '\5';
+  return "\xFF\xD8" + head + "\xFF\xC4" + fromHex("001400") + table + "\xFF\xC4" +
+         fromHex("001410") + table + "\xFF" + kind + fromHex("000B080010001001011100") +
+         fromHex("FFDA0008010100003F00") + scan + fromHex("FFD9");
+}
+
+TEST(JpegLoss, WhatStandsInAPictureBesideItsScansIsNoDamage) {
+  using namespace std::string_literals;
+  const auto faults = [](const std::string& picture) {
+    const JpegFaults found = jpegFaults(picture);
+    return std::array{found.lacksBegin, found.lacksEnd, found.hasZeros, found.hasWrongMarks};
+  };
+  constexpr std::array none{false, false, false, false};
+  constexpr std::array zeros{false, false, true, false};
+  const std::string data(100, 'x');
+  const std::string nothing(100, '\0');
+  const std::string preview = fromHex("FFE10212") + fieldOf(data + nothing + fromHex("FF11"));
+  const std::string padded = preview + std::string(0x214 - preview.size(), '\0');
+  EXPECT_EQ(faults(fieldOf(data)), none);
+  EXPECT_EQ(faults(fieldOf(data + nothing)), zeros);
+  EXPECT_EQ(faults(fieldOf(data) + nothing + fieldOf(data) + nothing), none) << "between fields";
+  EXPECT_EQ(faults(fieldOf(data) + fieldOf(nothing)), zeros) << "in the second field";
+  EXPECT_EQ(faults(fieldOf(data, '\xC0', padded)), none) << "a preview before the picture";
+  EXPECT_EQ(faults(fieldOf(nothing, '\xC2')), none) << "progressive";
+  EXPECT_TRUE(jpegFaults(fieldOf(data + "\xFF\xE1"s + data)).hasWrongMarks);
+  EXPECT_TRUE(jpegFaults(fromHex("FFD8") + data + fromHex("FFD9")).hasWrongMarks) << "no scan";
+}
+
 }  // namespace
 }  // namespace tessarin::joining

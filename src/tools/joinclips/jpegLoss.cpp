@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <vector>
 
 #include "classShared/descriptorBytes.h"
@@ -19,8 +20,6 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view beginMark = "\xFF\xD8"sv;
 constexpr std::string_view endMark = "\xFF\xD9"sv;
-constexpr std::string_view scanMark = "\xFF\xDA"sv;
-constexpr std::string_view tableMark = "\xFF\xC4"sv;
 
 struct Places {
   std::vector<AviChunk> pictures;
@@ -93,28 +92,6 @@ class ShortestCodes {
   std::array<std::array<bool, 4>, 2> isNothing_{{{true, true}, {false, true}}};
 };
 
-// Whether a scan of the picture may be zeros for long, as one colour is with tables made for it.
-bool mayBeZeros(std::string_view picture) {
-  ShortestCodes codes;
-  constexpr std::size_t head = 4;  // mark and length
-  for (std::size_t at = picture.find('\xFF');
-       at != std::string_view::npos && at + head < picture.size();
-       at = picture.find('\xFF', at + 1)) {
-    const std::string_view mark = picture.substr(at, 2);
-    if (mark != tableMark && mark != scanMark)
-      continue;
-    const std::size_t length = static_cast<std::uint8_t>(picture[at + 2]) * std::size_t{256} +
-                               static_cast<std::uint8_t>(picture[at + 3]);
-    const std::string_view segment =
-        picture.substr(at + head, std::max<std::size_t>(length, 2) - 2);
-    if (mark == tableMark)
-      codes.take(segment);
-    else if (codes.mayBeZeros(segment))
-      return true;
-  }
-  return false;
-}
-
 bool holdsZeros(std::string_view scan) {
   constexpr std::size_t most = 64;
   for (std::size_t at = most / 2; at < scan.size(); at += most / 2) {
@@ -131,17 +108,118 @@ bool holdsZeros(std::string_view scan) {
   return false;
 }
 
-// Whether each byte that begins a mark begins one that may stand in a scan: a byte of data, or a
-// beginning anew.
-bool hasOnlyMarksOfScans(std::string_view scan) {
-  for (std::size_t at = scan.find('\xFF'); at != std::string_view::npos && at + 1 < scan.size();
-       at = scan.find('\xFF', at + 1)) {
-    const auto mark = static_cast<std::uint8_t>(scan[at + 1]);
-    if (mark > 0 && mark < 0xC0)
+// The marks of a picture and what stands with each, in order. Pictures within a segment, as
+// previews are, are passed over with it.
+class MarkReader {
+ public:
+  enum Kind : std::uint8_t {
+    escapedByte = 0x00,
+    firstMark = 0xC0,  // and frame of the usual kind
+    longFrame = 0xC1,  // which may have more tables
+    codes = 0xC4,
+    lastFrame = 0xCF,
+    firstRestart = 0xD0,
+    lastRestart = 0xD7,
+    begin = 0xD8,
+    end = 0xD9,
+    scan = 0xDA,
+    quantizers = 0xDB,
+    lines = 0xDC,
+    restarts = 0xDD,
+    comment = 0xFE,
+    filler = 0xFF
+  };
+
+  explicit MarkReader(std::string_view picture) : picture_(picture) {}
+
+  bool next() {
+    at_ = picture_.find('\xFF', behind_);
+    if (at_ == std::string_view::npos || at_ + 1 >= picture_.size())
       return false;
+    const std::uint8_t mark = kind();
+    behind_ = at_ + (mark == filler ? 1 : 2);
+    if (mark >= firstMark && mark != filler && (mark < firstRestart || mark > end))
+      behind_ += lengthAt(behind_);
+    return true;
   }
-  return true;
+  std::size_t place() const { return at_; }
+  std::uint8_t kind() const { return static_cast<std::uint8_t>(picture_[at_ + 1]); }
+  // Behind its length.
+  std::string_view segment() const {
+    constexpr std::size_t head = 4;
+    return picture_.substr(0, behind_).substr(std::min(at_ + head, picture_.size()));
+  }
+
+ private:
+  std::size_t lengthAt(std::size_t place) const {
+    constexpr std::size_t least = 2;
+    if (place + least > picture_.size())
+      return least;
+    return std::max<std::size_t>(static_cast<std::uint8_t>(picture_[place]) * std::size_t{256} +
+                                     static_cast<std::uint8_t>(picture_[place + 1]),
+                                 least);
+  }
+
+  std::string_view picture_;
+  std::size_t at_ = 0;
+  std::size_t behind_ = 0;
+};
+
+// Whether this may stand between the first scan of a field and its end: a byte of data, a beginning
+// anew, or what comes between two scans.
+bool mayFollowScan(std::uint8_t mark) {
+  using Mark = MarkReader;
+  return mark == Mark::escapedByte || (mark >= Mark::firstRestart && mark <= Mark::lastRestart) ||
+         (mark >= Mark::end && mark <= Mark::restarts) || mark == Mark::codes ||
+         mark == Mark::comment || mark == Mark::filler;
 }
+
+// Looks at the scans of each field. Anything may fill the place between two of them.
+class ScanCheck {
+ public:
+  explicit ScanCheck(std::string_view picture) : picture_(picture), marks_(picture) {}
+
+  void addTo(JpegFaults& faults) {
+    while (marks_.next()) {
+      if (begin_ && !mayFollowScan(marks_.kind()))
+        faults.hasWrongMarks = true;
+      take();
+      if (begin_ && marks_.kind() == MarkReader::end)
+        endField(faults, marks_.place());
+    }
+    if (begin_)
+      endField(faults, picture_.size());
+    faults.hasWrongMarks = faults.hasWrongMarks || !hasScans_;
+  }
+
+ private:
+  void take() {
+    const std::uint8_t mark = marks_.kind();
+    if (mark == MarkReader::codes) {
+      codes_.take(marks_.segment());
+    } else if (mark == MarkReader::scan) {
+      hasScans_ = true;
+      begin_ = begin_.value_or(marks_.place());
+      mayBeZeros_ = mayBeZeros_ || codes_.mayBeZeros(marks_.segment());
+    } else if (mark > MarkReader::longFrame && mark <= MarkReader::lastFrame && !begin_) {
+      // Of single bits in some scans of progressive ones, or without codes of zeros and more.
+      mayBeZeros_ = true;
+    }
+  }
+  void endField(JpegFaults& faults, std::size_t end) {
+    if (!mayBeZeros_ && holdsZeros(picture_.substr(*begin_, end - *begin_)))
+      faults.hasZeros = true;
+    begin_.reset();
+    mayBeZeros_ = false;
+  }
+
+  std::string_view picture_;
+  MarkReader marks_;
+  ShortestCodes codes_;
+  std::optional<std::size_t> begin_;  // of the first scan, until its field ends
+  bool mayBeZeros_ = false;           // the field's scans, for long
+  bool hasScans_ = false;
+};
 
 // Of pictures that were counted, those with a fault that few of them have.
 class FaultCount {
@@ -169,15 +247,7 @@ JpegFaults jpegFaults(std::string_view picture) {
   const std::size_t end = picture.rfind(endMark);
   faults.lacksEnd = end == std::string_view::npos ||
                     picture.substr(end).find(beginMark) != std::string_view::npos;
-  const std::string_view content = picture.substr(0, end);
-  const std::size_t scan = content.find(scanMark);
-  if (scan == std::string_view::npos)
-    return faults;
-  faults.hasZeros = holdsZeros(content.substr(scan)) && !mayBeZeros(content);
-  // Another field may begin behind the scan, with marks of its own.
-  const std::size_t begin = scan + scanMark.size();
-  faults.hasWrongMarks =
-      !hasOnlyMarksOfScans(content.substr(begin, content.find(endMark, begin) - begin));
+  ScanCheck(picture).addTo(faults);
   return faults;
 }
 
