@@ -49,11 +49,11 @@ TEST(DvLoss, PicturesThatAreMissingAreCounted) {
   const std::string begin = recording(0, 20);
   EXPECT_EQ(lostIn(begin + recording(27, 40)), 7);
   EXPECT_EQ(lostIn(begin + recording(27, 40) + recording(240, 260)), 207);
-  // In a file of another format.
+  // In a file of another format, as between the clusters of Matroska.
   std::string apart = "RIFF";
   for (int number = 0; number < 20; ++number)
     if (number != 10)
-      apart += "00dc" + std::string(number, '\x1F') + frameOf(number, number);
+      apart += "\x1F\x43\xB6\x75" + std::string(number, '\x1F') + frameOf(number, number);
   EXPECT_EQ(lostIn(apart), 1);
 }
 

@@ -59,12 +59,20 @@ std::size_t sequencesOf(bool is625) {
 }  // namespace
 
 std::size_t wholeFrameLength(std::string_view bytes) {
-  constexpr int number = 0x0C;
+  constexpr std::size_t head = 4;
   constexpr std::size_t mostParts = 4;
   const std::size_t part = frameLength(bytes);
+  // Clusters of Matroska begin with the same byte.
+  const auto beginsOther = [bytes](std::size_t place) {
+    constexpr int number = 0x0C;
+    std::string other(bytes.substr(place, head));
+    if (other.size() < head || (other[1] & number) == (bytes[1] & number))
+      return false;
+    other[1] = static_cast<char>((other[1] & ~number) | (bytes[1] & number));
+    return bytes.starts_with(other);
+  };
   std::size_t parts = 1;
-  while (parts < mostParts && bytes.size() > parts * part + 1 && bytes[parts * part] == 0x1F &&
-         (bytes[parts * part + 1] & number) != (bytes[1] & number))
+  while (parts < mostParts && parts * part < bytes.size() && beginsOther(parts * part))
     ++parts;
   return parts * part;
 }
