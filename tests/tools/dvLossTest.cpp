@@ -154,7 +154,7 @@ TEST(DvLoss, PicturesWithoutBlocksAreDamagedInOtherFormats) {
   EXPECT_EQ(inMovie(700'000, 144'000), 2) << "by the time code";
 }
 
-TEST(JpegLoss, PicturesWithZerosOrWithoutEndsAreDamaged) {
+TEST(JpegLoss, PicturesWithWrongDataOrWithoutEndsAreDamaged) {
   const test::ScopedTemporaryFolder folder;
   for (const char* name : {"x.avi", "x.mov"}) {
     SCOPED_TRACE(name);
@@ -185,34 +185,42 @@ TEST(JpegLoss, PicturesWithZerosOrWithoutEndsAreDamaged) {
   }
 }
 
-// A table of DC and one of AC, whose shortest codes mean something; the kind of frame; a scan.
-std::string fieldOf(const std::string& scan, char kind = '\xC0', const std::string& head = {}) {
-  const std::string table = fromHex("00000100000000000000000000000000") + '\5';
-  return "\xFF\xD8" + head + "\xFF\xC4" + fromHex("001400") + table + "\xFF\xC4" +
-         fromHex("001410") + table + "\xFF" + kind + fromHex("000B080010001001011100") +
+// A field of four blocks, with tables of DC and of AC whose code 0 stands for no change and for the
+// end of a block, and 10 for five bits more.
+std::string fieldOf(const std::string& scan, const std::string& head = {}, char kind = '\xC0') {
+  const std::string table = fromHex("01010000000000000000000000000000 0005");
+  return "\xFF\xD8" + head + "\xFF\xC4" + fromHex("001500") + table + "\xFF\xC4" +
+         fromHex("001510") + table + "\xFF" + kind + fromHex("000B080010001001011100") +
          fromHex("FFDA0008010100003F00") + scan + fromHex("FFD9");
 }
 
-TEST(JpegLoss, WhatStandsInAPictureBesideItsScansIsNoDamage) {
-  using namespace std::string_literals;
+TEST(JpegLoss, TheDataOfAPictureHasEachOfItsBlocks) {
   const auto faults = [](const std::string& picture) {
     const JpegFaults found = jpegFaults(picture);
-    return std::array{found.lacksBegin, found.lacksEnd, found.hasZeros, found.hasWrongMarks};
+    return std::array{found.lacksBegin, found.lacksEnd, found.hasWrongData, found.hasWrongMarks};
   };
   constexpr std::array none{false, false, false, false};
-  constexpr std::array zeros{false, false, true, false};
-  const std::string data(100, 'x');
+  constexpr std::array wrong{false, false, true, false};
+  const std::string whole(1, '\0');
+  const std::string more = fromHex("00AA");
+  EXPECT_EQ(faults(fieldOf(whole)), none);
+  EXPECT_EQ(faults(fieldOf(fromHex("85"))), wrong) << "it ends too early";
+  EXPECT_EQ(faults(fieldOf(more)), wrong) << "it does not end";
+  EXPECT_EQ(faults(fieldOf(fromHex("C0"))), wrong) << "there is no such code";
+  EXPECT_EQ(faults(fieldOf(more, {}, '\xC2')), none) << "of progressive ones it cannot be said";
+  // What stands beside: something that fills the place, previews.
   const std::string nothing(100, '\0');
-  const std::string preview = fromHex("FFE10212") + fieldOf(data + nothing + fromHex("FF11"));
-  const std::string padded = preview + std::string(0x214 - preview.size(), '\0');
-  EXPECT_EQ(faults(fieldOf(data)), none);
-  EXPECT_EQ(faults(fieldOf(data + nothing)), zeros);
-  EXPECT_EQ(faults(fieldOf(data) + nothing + fieldOf(data) + nothing), none) << "between fields";
-  EXPECT_EQ(faults(fieldOf(data) + fieldOf(nothing)), zeros) << "in the second field";
-  EXPECT_EQ(faults(fieldOf(data, '\xC0', padded)), none) << "a preview before the picture";
-  EXPECT_EQ(faults(fieldOf(nothing, '\xC2')), none) << "progressive";
-  EXPECT_TRUE(jpegFaults(fieldOf(data + "\xFF\xE1"s + data)).hasWrongMarks);
-  EXPECT_TRUE(jpegFaults(fromHex("FFD8") + data + fromHex("FFD9")).hasWrongMarks) << "no scan";
+  EXPECT_EQ(faults(fieldOf(whole + fromHex("0000FFFF"))), none);
+  EXPECT_EQ(faults(fieldOf(whole) + nothing + fieldOf(whole) + nothing), none);
+  EXPECT_EQ(faults(fieldOf(whole) + fieldOf(more)), wrong) << "in the second field";
+  const std::string preview = fromHex("FFE10212") + fieldOf(more + fromHex("FF11"));
+  EXPECT_EQ(faults(fieldOf(whole, preview + std::string(0x214 - preview.size(), '\0'))), none);
+  // After each two blocks it begins anew.
+  const std::string interval = fromHex("FFDD00040002");
+  EXPECT_EQ(faults(fieldOf(fromHex("0FFFD00F"), interval)), none);
+  EXPECT_EQ(faults(fieldOf(fromHex("0FFFD10F"), interval)), wrong);
+  EXPECT_TRUE(jpegFaults(fieldOf(whole + fromHex("FFE1") + whole)).hasWrongMarks);
+  EXPECT_TRUE(jpegFaults(fromHex("FFD8") + more + fromHex("FFD9")).hasWrongMarks) << "no scan";
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <optional>
 #include <vector>
 
 #include "classShared/descriptorBytes.h"
@@ -11,6 +10,7 @@
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 #include "tools/joinclips/MovieTables.h"
+#include "tools/joinclips/jpegScan.h"
 
 namespace tessarin::joining {
 
@@ -55,67 +55,13 @@ Places placesIn(const std::string& path) {
   return {};
 }
 
-// The shortest codes of the tables of Huffman, which consist of zeros (ITU-T T.81, annex C):
-// whether that of a table stands for "nothing changes" or "no more of this block".
-class ShortestCodes {
- public:
-  // The content of a segment DHT, behind its length.
-  void take(std::string_view segment) {
-    constexpr std::size_t lengths = 16;
-    while (segment.size() > 1 + lengths) {
-      const auto name = static_cast<std::uint8_t>(segment[0]);
-      std::size_t codes = 0;
-      for (const char count : segment.substr(1, lengths))
-        codes += static_cast<std::uint8_t>(count);
-      isNothing_.at(name >> 4 & 1).at(name & 3) = segment[1 + lengths] == 0;
-      segment.remove_prefix(std::min(1 + lengths + codes, segment.size()));
-    }
-  }
-
-  // Whether a scan may be zeros for long, by the content of its segment SOS: each of its components
-  // has such codes only.
-  bool mayBeZeros(std::string_view segment) const {
-    const std::size_t count = segment.empty() ? 0 : static_cast<std::uint8_t>(segment[0]);
-    for (std::size_t component = 0; component < count; ++component) {
-      const std::size_t at = 1 + component * 2 + 1;
-      if (at >= segment.size())
-        return false;
-      const auto tables = static_cast<std::uint8_t>(segment[at]);
-      if (!isNothing_[0].at(tables >> 4 & 3) || !isNothing_[1].at(tables & 3))
-        return false;
-    }
-    return count > 0;
-  }
-
- private:
-  // Of DC and of AC. Pictures without tables have those of annex K: of luma, then of chroma.
-  std::array<std::array<bool, 4>, 2> isNothing_{{{true, true}, {false, true}}};
-};
-
-bool holdsZeros(std::string_view scan) {
-  constexpr std::size_t most = 64;
-  for (std::size_t at = most / 2; at < scan.size(); at += most / 2) {
-    if (scan[at] != 0)
-      continue;
-    std::size_t begin = at;
-    while (begin > 0 && scan[begin - 1] == 0)
-      --begin;
-    const std::size_t end = std::min(scan.find_first_not_of('\0', at), scan.size());
-    if (end - begin >= most)
-      return true;
-    at = end;
-  }
-  return false;
-}
-
 // The marks of a picture and what stands with each, in order. Pictures within a segment, as
 // previews are, are passed over with it.
 class MarkReader {
  public:
   enum Kind : std::uint8_t {
     escapedByte = 0x00,
-    firstMark = 0xC0,  // and frame of the usual kind
-    longFrame = 0xC1,  // which may have more tables
+    firstFrame = 0xC0,
     codes = 0xC4,
     lastFrame = 0xCF,
     firstRestart = 0xD0,
@@ -138,7 +84,7 @@ class MarkReader {
       return false;
     const std::uint8_t mark = kind();
     behind_ = at_ + (mark == filler ? 1 : 2);
-    if (mark >= firstMark && mark != filler && (mark < firstRestart || mark > end))
+    if (mark >= firstFrame && mark != filler && (mark < firstRestart || mark > end))
       behind_ += lengthAt(behind_);
     return true;
   }
@@ -149,6 +95,8 @@ class MarkReader {
     constexpr std::size_t head = 4;
     return picture_.substr(0, behind_).substr(std::min(at_ + head, picture_.size()));
   }
+
+  std::string_view following() const { return picture_.substr(std::min(behind_, picture_.size())); }
 
  private:
   std::size_t lengthAt(std::size_t place) const {
@@ -175,51 +123,33 @@ bool mayFollowScan(std::uint8_t mark) {
 }
 
 // Looks at the scans of each field. Anything may fill the place between two of them.
-class ScanCheck {
- public:
-  explicit ScanCheck(std::string_view picture) : picture_(picture), marks_(picture) {}
-
-  void addTo(JpegFaults& faults) {
-    while (marks_.next()) {
-      if (begin_ && !mayFollowScan(marks_.kind()))
-        faults.hasWrongMarks = true;
-      take();
-      if (begin_ && marks_.kind() == MarkReader::end)
-        endField(faults, marks_.place());
-    }
-    if (begin_)
-      endField(faults, picture_.size());
-    faults.hasWrongMarks = faults.hasWrongMarks || !hasScans_;
-  }
-
- private:
-  void take() {
-    const std::uint8_t mark = marks_.kind();
-    if (mark == MarkReader::codes) {
-      codes_.take(marks_.segment());
-    } else if (mark == MarkReader::scan) {
-      hasScans_ = true;
-      begin_ = begin_.value_or(marks_.place());
-      mayBeZeros_ = mayBeZeros_ || codes_.mayBeZeros(marks_.segment());
-    } else if (mark > MarkReader::longFrame && mark <= MarkReader::lastFrame && !begin_) {
-      // Of single bits in some scans of progressive ones, or without codes of zeros and more.
-      mayBeZeros_ = true;
+void findFaultsOfScans(std::string_view picture, JpegFaults& faults) {
+  using Mark = MarkReader;
+  Mark marks(picture);
+  JpegScanReader scans;
+  bool hasScans = false;
+  bool isBehindScan = false;  // and before the field's end
+  while (marks.next()) {
+    const std::uint8_t mark = marks.kind();
+    if (isBehindScan && !mayFollowScan(mark)) {
+      faults.hasWrongMarks = true;
+    } else if (mark == Mark::codes) {
+      scans.takeCodes(marks.segment());
+    } else if (mark == Mark::restarts) {
+      scans.takeInterval(marks.segment());
+    } else if (mark >= Mark::firstFrame && mark <= Mark::lastFrame) {
+      scans.takeFrame(mark, marks.segment());
+    } else if (mark == Mark::scan) {
+      hasScans = true;
+      isBehindScan = true;
+      faults.hasWrongData =
+          faults.hasWrongData || !scans.isWhole(marks.segment(), marks.following());
+    } else if (mark == Mark::end) {
+      isBehindScan = false;
     }
   }
-  void endField(JpegFaults& faults, std::size_t end) {
-    if (!mayBeZeros_ && holdsZeros(picture_.substr(*begin_, end - *begin_)))
-      faults.hasZeros = true;
-    begin_.reset();
-    mayBeZeros_ = false;
-  }
-
-  std::string_view picture_;
-  MarkReader marks_;
-  ShortestCodes codes_;
-  std::optional<std::size_t> begin_;  // of the first scan, until its field ends
-  bool mayBeZeros_ = false;           // the field's scans, for long
-  bool hasScans_ = false;
-};
+  faults.hasWrongMarks = faults.hasWrongMarks || !hasScans;
+}
 
 // Of pictures that were counted, those with a fault that few of them have.
 class FaultCount {
@@ -247,7 +177,7 @@ JpegFaults jpegFaults(std::string_view picture) {
   const std::size_t end = picture.rfind(endMark);
   faults.lacksEnd = end == std::string_view::npos ||
                     picture.substr(end).find(beginMark) != std::string_view::npos;
-  ScanCheck(picture).addTo(faults);
+  findFaultsOfScans(picture, faults);
   return faults;
 }
 
@@ -274,7 +204,7 @@ Outcome<JpegLoss> jpegLoss(const std::string& path) {
     if (count < bytes.size() && errno != 0)
       return Failure{systemReason(errno)};
     const JpegFaults faults = jpegFaults(std::string_view(bytes).substr(before, count));
-    const std::array<bool, 5> found{faults.lacksBegin, faults.lacksEnd, faults.hasZeros,
+    const std::array<bool, 5> found{faults.lacksBegin, faults.lacksEnd, faults.hasWrongData,
                                     faults.hasWrongMarks,
                                     before > 0 && !bytes.starts_with(places.chunkName)};
     for (std::size_t kind = 0; kind < found.size(); ++kind)

@@ -14,8 +14,8 @@ namespace tessarin::joining {
 struct JpegFaults {
   bool lacksBegin = false;
   bool lacksEnd = false;       // behind the last of its fields
-  bool hasZeros = false;       // as no encoder puts into a scan
-  bool hasWrongMarks = false;  // likewise
+  bool hasWrongData = false;   // not that of each block (JpegScanReader)
+  bool hasWrongMarks = false;  // as no encoder puts into it, or no scan
 };
 JpegFaults jpegFaults(std::string_view picture);
 
