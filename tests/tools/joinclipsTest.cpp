@@ -288,14 +288,47 @@ TEST(JoinClips, AClockThatIsSetInARecordingIsMended) {
 }
 
 TEST(JoinClips, PicturesInMissingPacketsAreCounted) {
-  Recording recording = Recording::made(0, 100);
-  int number = -1;
-  std::erase_if(recording.packets, [&number](const TransportPacket& packet) {
-    if (packet.stream() == pictures && packet.beginsUnit())
-      ++number;
-    return packet.stream() == pictures && (number == 31 || number == 32 || number == 60);
-  });
-  EXPECT_NEAR(join({recording}).parts.at(0).picturesLost, 3.0 / 25, 1e-6);
+  constexpr int count = 100;
+  const auto lostWithout = [](const auto& isMissing) {
+    Recording recording = Recording::made(0, count);
+    int number = -1;
+    int packet = 0;
+    std::erase_if(recording.packets, [&](const TransportPacket& each) {
+      if (each.stream() != pictures)
+        return false;
+      packet = each.beginsUnit() ? 0 : packet + 1;
+      number += packet == 0 ? 1 : 0;
+      return isMissing(number, packet);
+    });
+    return std::lround(join({recording}).parts.at(0).picturesLost * 25);
+  };
+  EXPECT_EQ(lostWithout([](int number, int) { return number / 2 == 16 || number == 60; }), 3);
+  EXPECT_EQ(lostWithout([](int number, int) { return number / 4 == 8; }), 4) << "counters fit";
+  EXPECT_EQ(lostWithout([](int number, int packet) {
+              return number / 3 == 11 || (number == 36 && packet < 3);
+            }),
+            4)
+      << "the counter stays, as where a packet comes twice";
+  EXPECT_EQ(lostWithout([](int number, int) { return number % 32 / 4 == 1; }), 0)
+      << "pictures are left out";
+}
+
+TEST(JoinClips, PacketsThatWereOverwrittenAreMissed) {
+  const test::ScopedTemporaryFolder folder;
+  const Recording whole = Recording::made(0, 100);
+  std::string bytes;
+  for (const TransportPacket& packet : whole.packets)
+    bytes.append(packet.bytes.begin(), packet.bytes.end());
+  const auto list = [&](std::size_t begin, std::size_t packets) {
+    std::string clip = bytes;
+    clip.replace(begin * 188, packets * 188, packets * 188, '\0');
+    return test::runShell(test::quoted(test::builtFile("resources/tools/joinclips")) + " --list " +
+                          test::quoted(folder.write("x.ts", clip)))
+        .output;
+  };
+  EXPECT_THAT(list(0, 0), testing::Not(testing::HasSubstr("missing")));
+  for (std::size_t begin = 100; begin < 116; ++begin)
+    EXPECT_THAT(list(begin, 40), testing::HasSubstr("packets missing with")) << begin;
 }
 
 TEST(JoinClips, AHoleThatEndsAsAFileBeginsIsToldAndNoJoint) {

@@ -104,6 +104,9 @@ Outcome<std::optional<TransportPacket>> PacketReader::next() {
     }
   TransportPacket packet;
   packet.place = read_ - left();
+  if (const std::uint64_t passed = packet.place - end_; end_ > 0 && passed % step_ == 0)
+    packet.overwritten = passed / step_;
+  end_ = packet.place + step_;
   if (step_ == stampedSize) {
     stamp_ = 0;
     for (std::size_t byte = 0; byte < stampSize; ++byte)

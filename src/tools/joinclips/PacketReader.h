@@ -39,6 +39,7 @@ class PacketReader {
   std::vector<std::uint8_t> buffer_;
   std::size_t at_ = 0;
   std::uint64_t read_ = 0;  // bytes of the file
+  std::uint64_t end_ = 0;   // of the latest packet
   std::size_t step_ = TransportPacket::stampedSize;
   std::uint32_t stamp_ = 0;  // of the latest packet that has one
   bool isOver_ = false;

@@ -52,6 +52,7 @@ void PartShifter::take(const TransportPacket& packet) {
     return leaveOut(packet);
   if (isLeftOut_)
     return;
+  loss_.passesOver(packet.overwritten);
   if (packet.stream() == pictures_)
     loss_.add(packet);
   if (isBegun_) {

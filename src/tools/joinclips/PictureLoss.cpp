@@ -1,6 +1,8 @@
 #include "tools/joinclips/PictureLoss.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 namespace tessarin::joining {
 
@@ -13,21 +15,34 @@ constexpr Time longestGap = second / 2;
 
 }  // namespace
 
+// Packets may be sent twice.
 bool PictureLoss::isCountedOn(const TransportPacket& packet) const {
-  return counter_ < 0 || packet.beginsFile || packet.isNewlyCounted() ||
-         packet.counter() == ((counter_ + 1) & 0xF) || packet.counter() == counter_;
+  if (!packet_ || packet.beginsFile || packet.isNewlyCounted())
+    return true;
+  const int counter = packet_->counter();
+  return packet.counter() == ((counter + 1) & 0xF) ||
+         (packet.counter() == counter && std::ranges::equal(packet.payload(), packet_->payload()));
+}
+
+// Their counter comes round. Fewer ones show in it, or were of other streams.
+void PictureLoss::passesOver(std::size_t packets) {
+  constexpr std::size_t round = 16;
+  isPassedOver_ = isPassedOver_ || packets >= round;
 }
 
 void PictureLoss::add(const TransportPacket& packet) {
   if (packet.isUnreadable() || !packet.hasPayload())
     return;
-  if (!isCountedOn(packet)) {
+  if (std::exchange(isPassedOver_, false) || !isCountedOn(packet)) {
     isBroken_ = true;
     isTorn_ = isTorn_ || !packet.beginsUnit();
   }
-  counter_ = packet.counter();
-  if (const auto head = unitHead(packet); head && head->order())
+  packet_ = packet;
+  const auto head = unitHead(packet);
+  if (head && head->order())
     addPicture(*head->order());
+  else if (head)
+    ++uneven_;
 }
 
 void PictureLoss::addPicture(Time order) {
@@ -38,12 +53,31 @@ void PictureLoss::addPicture(Time order) {
     const Time missing = isKnown ? (step + step_ / 2) / step_ - 1 : 0;
     lost_ += std::max(missing, Time{isTorn_ ? 1 : 0}) * step_;
   } else if (step > 0 && step <= longestPace) {
-    step_ = step;
+    noteStep(step);
   }
   isBroken_ = false;
   isTorn_ = false;
   if (!last_ || step > 0 || step < -longestGap)
     last_ = order;
+}
+
+// Times are rounded, those of 60000/1001 pictures a second to halves.
+void PictureLoss::noteStep(Time step) {
+  const Time count = step_ > 0 ? (step + step_ / 2) / step_ : 0;
+  if (count > 1 && std::abs(step - count * step_) <= count) {
+    ++pauses_;
+    paused_ += step - step_;
+    return;
+  }
+  ++(count == 1 && std::abs(step - step_) <= 1 ? steady_ : uneven_);
+  step_ = step;
+}
+
+// Recorders leave pictures out as well, but hardly once in a while alone.
+Time PictureLoss::lost() const {
+  constexpr std::size_t rare = 100;
+  const bool isSteady = pauses_ <= 1 + steady_ / rare && uneven_ <= 1 + steady_ / rare;
+  return lost_ + (isSteady ? paused_ : 0);
 }
 
 }  // namespace tessarin::joining

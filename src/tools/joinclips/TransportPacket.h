@@ -34,6 +34,8 @@ struct TransportPacket {
   std::uint32_t stamp = 0;  // the four bytes before it, where packets have 192
   std::uint64_t place = 0;  // in what was read
   bool beginsFile = false;  // the first one of a further file
+  // How many more would have been before it, where something else is in their place.
+  std::size_t overwritten = 0;
 
   // What becomes of it by the streams that those who read know: it is not handed on where it only
   // would confuse them, or where it is lost to them.
