@@ -30,10 +30,50 @@ class AviReader {
   AviReader(int descriptor, std::uint64_t size) : bytes_(descriptor, size) {}
 
   std::vector<AviStream> read() {
-    if (bytes_.size() < chunkHead * 4 || bytes_.letters(0) != "RIFF" || bytes_.letters(8) != "AVI ")
+    const std::optional<Chunk> index = readHead();
+    readParts();
+    if (entries_ == 0 && index)
+      readIndex(*index);
+    std::erase_if(streams_, [](const AviStream& stream) { return stream.chunks.empty(); });
+    return isRead() ? std::move(streams_) : std::vector<AviStream>();
+  }
+
+  AviStream readPicturesInOrder() {
+    readHead();
+    const auto kind = std::find(kinds_.begin(), kinds_.end(), "vids");
+    if (movie_ == 0 || kind == kinds_.end())
       return {};
-    constexpr std::uint64_t firstChunk = 12;
+    AviStream& stream = streams_[static_cast<std::size_t>(kind - kinds_.begin())];
+    constexpr std::uint64_t listHead = 4;
+    for (std::uint64_t at = movie_ + listHead; at + chunkHead <= bytes_.size() && !isDamaged_;) {
+      if (!isChunk(at)) {
+        at = nextChunk(at);
+        continue;
+      }
+      const std::string name = bytes_.letters(at);
+      const auto size = static_cast<std::uint32_t>(number(at + 4));
+      if (name == "LIST" || name == "RIFF") {
+        at += chunkHead + listHead;
+        continue;
+      }
+      if (name == "idx1" && stream.indexed == 0)
+        stream.indexed = picturesIn({name, at + chunkHead, at + chunkHead + size}, stream.name);
+      if (isOfStream(at) && name.starts_with(stream.name) && !name.ends_with("pc"))
+        add(stream, {at + chunkHead, size});
+      else
+        isDamaged_ = ++entries_ > mostEntries;
+      at += chunkHead + size + size % 2;
+    }
+    return isRead() ? std::move(stream) : AviStream();
+  }
+
+ private:
+  // The streams, where their chunks are, and the index behind these.
+  std::optional<Chunk> readHead() {
     std::optional<Chunk> index;
+    if (bytes_.size() < chunkHead * 4 || bytes_.letters(0) != "RIFF" || bytes_.letters(8) != "AVI ")
+      return index;
+    constexpr std::uint64_t firstChunk = 12;
     forEachChunk(firstChunk, bytes_.size(), [&](const Chunk& chunk) {
       if (isList(chunk, "hdrl"))
         readHeaders(chunk);
@@ -43,14 +83,44 @@ class AviReader {
         index = chunk;
       return !index;
     });
-    readParts();
-    if (entries_ == 0 && index)
-      readIndex(*index);
-    std::erase_if(streams_, [](const AviStream& stream) { return stream.chunks.empty(); });
-    return bytes_.failure().empty() && !isDamaged_ ? std::move(streams_) : std::vector<AviStream>();
+    return index;
   }
 
- private:
+  std::uint64_t picturesIn(const Chunk& index, const std::string& stream) {
+    std::uint64_t count = 0;
+    for (std::uint64_t at = index.begin; at + indexEntry <= index.end; at += indexEntry) {
+      const std::string name = bytes_.letters(at);
+      count += name.starts_with(stream) && !name.ends_with("pc") && number(at + 12) > 0 ? 1 : 0;
+    }
+    return count;
+  }
+
+  bool isRead() const { return bytes_.failure().empty() && !isDamaged_; }
+
+  bool fits(std::uint64_t place) { return number(place + 4) <= bytes_.size() - place - chunkHead; }
+
+  // Whether a chunk may begin here; `isOfStream`: one of a stream, which chance hardly makes.
+  bool isChunk(std::uint64_t place) {
+    const std::string name = bytes_.letters(place);
+    return fits(place) && std::all_of(name.begin(), name.end(),
+                                      [](char letter) { return letter >= ' ' && letter <= '~'; });
+  }
+  bool isOfStream(std::uint64_t place) {
+    const auto name = static_cast<std::uint32_t>(bytes_.number(place, 4));
+    const std::uint32_t stream = ((name >> 24) - '0') * 10 + ((name >> 16 & 0xFF) - '0');
+    const std::uint32_t kind = name & 0xFFFF;
+    constexpr std::array<std::uint32_t, 4> kinds = {0x6463, 0x6462, 0x7762, 0x7063};  // dc db wb pc
+    return std::find(kinds.begin(), kinds.end(), kind) != kinds.end() && stream < streams_.size() &&
+           fits(place);
+  }
+  // That of a stream at this place or behind it; some programs do not fill up odd ones.
+  std::uint64_t nextChunk(std::uint64_t place) {
+    for (--place; place + chunkHead <= bytes_.size() && bytes_.failure().empty(); ++place)
+      if (isOfStream(place))
+        return place;
+    return bytes_.size();
+  }
+
   // AVI counts from the other end.
   std::uint64_t number(std::uint64_t position, unsigned size = 4) {
     std::uint64_t number = 0;
@@ -209,6 +279,15 @@ std::vector<AviStream> aviStreams(const std::string& path) {
   if (!facts || facts->state.size <= 0)
     return {};
   return AviReader(file.number(), static_cast<std::uint64_t>(facts->state.size)).read();
+}
+
+AviStream aviPicturesInOrder(const std::string& path) {
+  const Descriptor file = openFile(path, OpenFor::reading);
+  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
+  if (!facts || facts->state.size <= 0)
+    return {};
+  return AviReader(file.number(), static_cast<std::uint64_t>(facts->state.size))
+      .readPicturesInOrder();
 }
 
 std::optional<std::uint64_t> aviPictures(const std::vector<AviStream>& streams) {

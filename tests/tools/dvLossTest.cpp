@@ -172,6 +172,7 @@ TEST(JpegLoss, PicturesWithWrongDataOrWithoutEndsAreDamaged) {
     };
     EXPECT_EQ(lost(), 0);
     const std::string bytes = *readFileStart(path, 1U << 24);
+    folder.write("z" + std::string(name).substr(1), bytes);
     const std::size_t picture = bytes.find("\xFF\xD8\xFF", bytes.size() / 2);
     overwrite(bytes, picture + 3000, 100);
     EXPECT_EQ(lost(), 1) << "inside";
@@ -183,6 +184,21 @@ TEST(JpegLoss, PicturesWithWrongDataOrWithoutEndsAreDamaged) {
     folder.write(name, endless);
     EXPECT_EQ(lost(), 0) << "the camera writes no ends";
   }
+  // What is behind does not stand any more where the index has it.
+  const std::string bytes = *readFileStart(folder.file("z.avi"), 1U << 24);
+  const auto lostOf = [&folder](const std::string& avi) {
+    const auto loss = jpegLoss(folder.write("x.avi", avi));
+    return loss && loss->pictures == 25 ? static_cast<int>(loss->damaged) : -1;
+  };
+  const std::size_t picture = bytes.find("00dc", bytes.size() / 4);
+  std::string other = bytes;
+  other.insert(picture + 3000, 1001, 'x');
+  EXPECT_EQ(lostOf(other), 1) << "bytes more";
+  other = bytes;
+  EXPECT_EQ(lostOf(other.erase(picture - 100, 1000)), 1) << "bytes less";
+  other = bytes;
+  other.replace(other.find("idx1"), 4, "JUNK").replace(picture + 3000, 1000, 1000, 'x');
+  EXPECT_EQ(lostOf(other), 1) << "no index";
 }
 
 // A field of four blocks, with tables of DC and of AC whose code 0 stands for no change and for the

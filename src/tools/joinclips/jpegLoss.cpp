@@ -23,8 +23,8 @@ constexpr std::string_view endMark = "\xFF\xD9"sv;
 
 struct Places {
   std::vector<AviChunk> pictures;
-  std::string chunkName;  // in AVI, before each
   double step = 0;
+  std::uint64_t expected = 0;  // pictures, by the index
 };
 
 Places placesInMovie(const MovieTables& movie) {
@@ -49,10 +49,9 @@ Places placesInMovie(const MovieTables& movie) {
 Places placesIn(const std::string& path) {
   if (const auto movie = readMovieTables(path))
     return placesInMovie(*movie);
-  for (AviStream& stream : aviStreams(path))
-    if (!stream.isSound)
-      return {std::move(stream.chunks), stream.name, stream.step};
-  return {};
+  AviStream stream = aviPicturesInOrder(path);
+  const std::uint64_t indexed = aviPictures(aviStreams(path)).value_or(0);
+  return {std::move(stream.chunks), stream.step, std::max(indexed, stream.indexed)};
 }
 
 // The marks of a picture and what stands with each, in order. Pictures within a segment, as
@@ -190,32 +189,31 @@ Outcome<JpegLoss> jpegLoss(const std::string& path) {
   const auto facts = fileFacts(file.number());
   const std::uint64_t length = facts ? static_cast<std::uint64_t>(facts->state.size) : 0;
   std::uint64_t taken = 0;
-  std::array<FaultCount, 5> counts;
+  std::array<FaultCount, 4> counts;
   std::string bytes;
   for (std::size_t picture = 0; picture < places.pictures.size(); ++picture) {
     const auto [begin, size] = places.pictures[picture];
-    constexpr std::size_t chunkHead = 8;
-    const std::size_t before = places.chunkName.empty() || begin < chunkHead ? 0 : chunkHead;
-    bytes.resize(before + std::min(size, largest));
+    bytes.resize(std::min(size, largest));
     if ((taken += bytes.size()) > 2 * length)
       return Failure{"its index names the same bytes over and over"};
     errno = 0;
-    const std::size_t count = readAt(file.number(), bytes.data(), bytes.size(), begin - before);
+    const std::size_t count = readAt(file.number(), bytes.data(), bytes.size(), begin);
     if (count < bytes.size() && errno != 0)
       return Failure{systemReason(errno)};
-    const JpegFaults faults = jpegFaults(std::string_view(bytes).substr(before, count));
-    const std::array<bool, 5> found{faults.lacksBegin, faults.lacksEnd, faults.hasWrongData,
-                                    faults.hasWrongMarks,
-                                    before > 0 && !bytes.starts_with(places.chunkName)};
+    const JpegFaults faults = jpegFaults(std::string_view(bytes).substr(0, count));
+    const std::array<bool, 4> found{faults.lacksBegin, faults.lacksEnd, faults.hasWrongData,
+                                    faults.hasWrongMarks};
     for (std::size_t kind = 0; kind < found.size(); ++kind)
       counts[kind].add(found[kind], picture);
   }
   std::vector<bool> damaged(places.pictures.size());
   for (const FaultCount& count : counts)
     count.mark(damaged);
-  return JpegLoss{damaged.size(),
-                  static_cast<std::uint64_t>(std::count(damaged.begin(), damaged.end(), true)),
-                  places.step};
+  // Else they are counted in another way there.
+  const bool isShort = places.expected > damaged.size() && places.expected < 2 * damaged.size();
+  const std::uint64_t missing = isShort ? places.expected - damaged.size() : 0;
+  const auto found = static_cast<std::uint64_t>(std::count(damaged.begin(), damaged.end(), true));
+  return JpegLoss{damaged.size() + missing, found + missing, places.step};
 }
 
 }  // namespace tessarin::joining
