@@ -11,6 +11,7 @@
 #include "encoding/outputPreset.h"
 #include "jobs/rowChoices.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -62,7 +63,7 @@ bool BatchTable::isSourceFile(const std::string& path) const {
   for (int row = 0; row < count(); ++row)
     for (const std::string& file : filesOf(source(row))) {
       std::error_code failed;
-      if (std::filesystem::equivalent(file, path, failed) && !failed)
+      if (std::filesystem::equivalent(fileOfSource(file), path, failed) && !failed)
         return true;
     }
   return false;

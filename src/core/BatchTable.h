@@ -13,6 +13,7 @@
 #include "encoding/Row.h"
 #include "jobs/forecast.h"
 #include "jobs/rowChoices.h"
+#include "utils/fileSection.h"
 
 namespace tessarin {
 
@@ -54,7 +55,7 @@ class BatchTable {
   // The movie that was made of the row, "" for none; and that, or its source.
   std::string movieOf(int row) const { return isFinished(row) ? this->row(row).movie : ""; }
   std::string fileToShow(int row) const {
-    return movieOf(row).empty() ? sourcePath(row) : movieOf(row);
+    return movieOf(row).empty() ? fileOfSource(sourcePath(row)) : movieOf(row);
   }
 
   // Index of the row of this source, or of the recording that this file is a part of; -1 when there

@@ -12,6 +12,7 @@
 #include "core/movieNames.h"
 #include "core/stepState.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -421,7 +422,7 @@ bool EncodingDriver::takeRow(int row) {
   debugFormat("new indexBatchInt   # {}", row);
   if (verboseLevel(2))
     debugFormat("reste {} src(s)", table_.count() - row);
-  if (pathExists(table_.sourcePath(row))) {
+  if (pathExists(fileOfSource(table_.sourcePath(row)))) {
     startRow(row);
     return true;
   }

@@ -6,6 +6,7 @@
 #include "classShared/log.h"
 #include "core/EncodingDriver.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 // What the jobs of a batch tell and ask, what is shown of them, and how far the batch is.
@@ -238,7 +239,7 @@ void EncodingDriver::ended(const ConversionJob& job, const JobEnd& end) {
   }
   if (end.kind == JobEnd::Kind::converted && !end.reason.empty())
     batchTroubles_.damaged.push_back(end.source);
-  if (end.kind == JobEnd::Kind::failed && !pathExists(end.source))
+  if (end.kind == JobEnd::Kind::failed && !pathExists(fileOfSource(end.source)))
     batchTroubles_.missing.push_back(end.source);
   debugFormat("…RAZ GUI done");
   mirror_.show(shown() ? shown()->job.get() : nullptr);

@@ -8,6 +8,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -66,7 +67,7 @@ bool ClashSearch::step() {
 
 void ClashSearch::lookAt(int row) {
   const Row& entry = table_.row(row);
-  if (!pathExists(entry.path()))
+  if (!pathExists(fileOfSource(entry.path())))
     return;  // it will be left out
   std::string output = outputOfRow(entry, folder_, taken_, names_, clash_);
   if (isNameTaken(output))

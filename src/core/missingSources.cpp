@@ -7,6 +7,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -28,7 +29,7 @@ bool isEmptyFolder(const std::string& path) {
 bool isEmptied(const BatchTable& table, int firstRow, const std::string& folder) {
   int missing = 0;
   for (int row = firstRow; row < table.count() && missing < mostNeighbours; ++row) {
-    const std::string path = table.sourcePath(row);
+    const std::string path = fileOfSource(table.sourcePath(row));
     if (parentFolder(path) != folder || table.isFinished(row))
       continue;
     if (pathExists(path))
@@ -45,7 +46,7 @@ bool isBelow(const std::string& path, const std::string& folder) {
 }  // namespace
 
 std::optional<std::string> goneFolder(const BatchTable& table, int row) {
-  std::string folder = parentFolder(table.sourcePath(row));
+  std::string folder = parentFolder(fileOfSource(table.sourcePath(row)));
   if (isDirectory(folder)) {
     if (isEmptied(table, row + 1, folder))
       return folder;
@@ -64,7 +65,7 @@ std::vector<int> missingRowsBelow(const BatchTable& table, int firstRow,
                                   const std::string& folder) {
   std::vector<int> rows;
   for (int row = firstRow; row < table.count(); ++row) {
-    const std::string path = table.sourcePath(row);
+    const std::string path = fileOfSource(table.sourcePath(row));
     if (!table.isFinished(row) && isBelow(path, folder) && !pathExists(path))
       rows.push_back(row);
   }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ffmpeg/ffmpegCommandLine.h"
+#include "utils/fileSection.h"
 
 namespace tessarin {
 
@@ -403,6 +404,8 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   std::vector<FfmpegOptionGroup> groups = parseFfmpegArguments(arguments);
   for (FfmpegOptionGroup& group : groups) {
     renameOptions(group);
+    if (group.kind == Kind::input)
+      group.file = ffmpegInput(group.file);
     if (group.kind == Kind::output) {
       translateProres(group, version);
       translateTop(group);
@@ -417,6 +420,13 @@ std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& 
   std::vector<std::string> translated = ffmpegArguments(groups);
   translated.insert(translated.begin(), "-nostdin");
   return translated;
+}
+
+std::string ffmpegInput(const std::string& path) {
+  const auto section = sectionOf(path);
+  return section ? "subfile,,start," + std::to_string(section->begin) + ",end," +
+                       std::to_string(section->end) + ",,:" + section->file
+                 : path;
 }
 
 std::string beyondFfmpeg(const std::vector<std::string>& arguments, FfmpegVersion version) {

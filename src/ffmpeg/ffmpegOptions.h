@@ -81,6 +81,10 @@ bool ffmpegOptionsNeedVersion(const std::vector<std::string>& arguments);
 std::vector<std::string> translateFfmpegOptions(const std::vector<std::string>& arguments,
                                                 FfmpegVersion version);
 
+// How ffmpeg is told of a source: by its path, and of a section of a file by that file and its
+// bytes. translateFfmpegOptions() does so with every input.
+std::string ffmpegInput(const std::string& path);
+
 // What this command line wants that the version cannot do, as a sentence without an end; empty when
 // it can. Pictures of high dynamic range are only copied before 4.3.
 std::string beyondFfmpeg(const std::vector<std::string>& arguments, FfmpegVersion version);

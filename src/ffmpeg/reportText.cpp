@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "classShared/TextAdditions.h"
+#include "ffmpeg/ffmpegOptions.h"
 
 namespace tessarin {
 
@@ -149,6 +150,13 @@ std::string textBelow(ReportLines lines, std::string_view name) {
 bool describesInput(std::string_view report) {
   return report.starts_with("Input #0, ") ||
          findOpening(report, "Input #0, ", 0) != std::string_view::npos;
+}
+
+std::string withoutSource(std::string_view report, const std::string& path,
+                          std::string_view words) {
+  std::string gone = replaceAll(report, path, words);
+  const std::string input = ffmpegInput(path);
+  return input == path ? gone : replaceAll(gone, input, words);
 }
 
 std::string wordsOfTool(std::string_view report) {

@@ -74,6 +74,9 @@ class DescriptionLines {
 // there is none.
 std::string textBelow(ReportLines lines, std::string_view name);
 
+// A report with these words in the place of the source's path, and of what ffmpeg calls it.
+std::string withoutSource(std::string_view report, const std::string& path, std::string_view words);
+
 // What ffmpeg itself says in a report of any log level, for whoever looks for complaints in it.
 // Left out is what the source or its name put there: everything that describes streams (titles,
 // comments, languages, names of attachments and programmes), texts inside of the coded pictures,

@@ -91,7 +91,7 @@ RunTroubles::RunTroubles(std::string source, std::string output)
 std::string RunTroubles::withoutPaths(std::string_view line) const {
   // One may begin with the other.
   const auto sourceGone = [this](std::string_view text) {
-    return replaceAll(text, source_, sourcePlaceholder);
+    return withoutSource(text, source_, sourcePlaceholder);
   };
   const auto outputGone = [this](std::string_view text) {
     return replaceAll(text, output_, outputPlaceholder);

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "analysis/probeParser.h"
@@ -19,6 +18,7 @@
 #include "jobs/newRow.h"
 #include "jobs/soundFiles.h"
 #include "jobs/thumbnail.h"
+#include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 
@@ -34,9 +34,8 @@ std::string framePath(int lane) {
 }
 
 std::int64_t sizeOf(const std::string& path) {
-  std::error_code failed;
-  const auto size = std::filesystem::file_size(path, failed);
-  return failed ? 0 : static_cast<std::int64_t>(size);
+  const auto state = sourceState(path);
+  return state ? state->size : 0;
 }
 
 }  // namespace

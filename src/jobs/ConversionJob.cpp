@@ -57,7 +57,7 @@ std::string damageText(std::size_t pictures, std::size_t sound, bool hasMore) {
 std::vector<ClipFile> lookedAt(const Source& source) {
   std::vector<ClipFile> files;
   for (std::string& file : filesOf(source)) {
-    const auto state = fileState(file);
+    const auto state = sourceState(file);
     files.push_back({std::move(file), state});
   }
   return files;
@@ -236,17 +236,20 @@ std::optional<std::string> ConversionJob::refusalOfFiles() const {
   return std::nullopt;
 }
 
-double ConversionJob::sourceSize(const char* unit) const {
-  double size = 0;
+double ConversionJob::sourceBytes() const {
+  double bytes = 0;
   for (const std::string& file : filesOf(order_.row.source))
-    size += poidsFile(file, unit);
-  return size;
+    if (const auto state = sourceState(file))
+      bytes += static_cast<double>(state->size);
+  return bytes;
 }
 
 bool ConversionJob::hasRoom() {
   const Row& row = order_.row;
   const int freeMB = freeDiskSpaceMo(parentFolder(order_.output));
-  const double neededMB = encDstPoidsEstimatif(plan_->seconds, sourceSize("M"), row.choice.target);
+  constexpr double megabyte = 1024 * 1024;
+  const double neededMB =
+      encDstPoidsEstimatif(plan_->seconds, sourceBytes() / megabyte, row.choice.target);
   logFormat("free necessary space: {:.1f} vs {} (MB)", neededMB, freeMB);
   if (freeMB < 0 || freeMB >= neededMB)
     return true;

@@ -163,8 +163,8 @@ class ConversionJob {
   void toolEnded(const ToolEnd& end);
   Step stepBehindTool() const;
 
-  // Of all its files, in this unit of poidsFile().
-  double sourceSize(const char* unit) const;
+  // Of all its files.
+  double sourceBytes() const;
 
   // What looks at the movie behind the last tool that makes it (ConversionJobCheck.cpp).
   void check();

@@ -1,4 +1,6 @@
 // What looks at the movie of a job once the last tool has made it.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -11,6 +13,7 @@
 #include "jobs/movieExpectation.h"
 #include "jobs/movieLook.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -28,6 +31,17 @@ bool maySoundChange(const Source& source) {
 // one does not begin as it should programs pass over it without a word.
 bool tellsPlaces(const Source& source) {
   return firstContainer(source) == "mxf";
+}
+
+// Reads the bytes of a source that is read as it stands.
+Arguments readingCommand(const std::string& path) {
+  Arguments command = {"/bin/dd", "if=" + fileOfSource(path), "of=/dev/null", "bs=1M",
+                       "status=none"};
+  if (const auto section = sectionOf(path))
+    command.insert(command.end(),
+                   {"iflag=skip_bytes,count_bytes", fmt::format("skip={}", section->begin),
+                    fmt::format("count={}", section->end - section->begin)});
+  return command;
 }
 
 // Sound in files of its own is as long as the pictures; unless a file was cut.
@@ -179,7 +193,7 @@ void ConversionJob::judgeMeasure() {
     fail(localisationString(
         "why_givenUp", "",
         troubles_.givenUp().empty() ? measureTroubles_.givenUp() : troubles_.givenUp()));
-  } else if (static_cast<double>(measure_.bytes) < sourceSize("o") / 2) {
+  } else if (static_cast<double>(measure_.bytes) < sourceBytes() / 2) {
     fail(localisationString("why_partRead"));
   } else {
     startReading();
@@ -207,8 +221,8 @@ void ConversionJob::countDamage() {
   // All pictures of DV have one size, and what is missing of the last one is filled from the one
   // before.
   const auto size = static_cast<double>(measure.pictures->firstSize);
-  const bool isLastTorn = firstContainer(plan_->row.source) == "dv" && size > 0 &&
-                          std::fmod(sourceSize("o"), size) != 0;
+  const bool isLastTorn =
+      firstContainer(plan_->row.source) == "dv" && size > 0 && std::fmod(sourceBytes(), size) != 0;
   const std::size_t spoilt = measure.pictures->spoilt + (isLastTorn ? 1 : 0);
   if (spoilt > damagedPictures_) {
     logFormat("check               :-( {} pictures of the source are empty or cut off", spoilt);
@@ -304,9 +318,7 @@ void ConversionJob::countDamageOfSounds() {
 void ConversionJob::startReading() {
   looking_ = Looking::atBytes;
   const Source& source = order_.row.source;
-  startTool(isReadJoined(source)
-                ? jointList(source)
-                : Arguments{"/bin/dd", "if=" + source.path, "of=/dev/null", "bs=1M", "status=none"},
+  startTool(isReadJoined(source) ? jointList(source) : readingCommand(source.path),
             ParseMode::endless, 0);
 }
 

@@ -8,6 +8,7 @@
 #include "platform/Bundle.h"
 #include "platform/fileFacts.h"
 #include "prefs/utilsAlert.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -33,7 +34,8 @@ bool AdmittedExtensions::admits(const std::string& path) const {
   return spellings_.count(pathExtension(path)) > 0 && !startsWith(fileName(path), "._");
 }
 
-std::optional<std::string> problemOfSource(const std::string& path) {
+std::optional<std::string> problemOfSource(const std::string& source) {
+  const std::string path = fileOfSource(source);
   std::error_code failed;
   const std::filesystem::file_status status = std::filesystem::status(path, failed);
   if (!std::filesystem::exists(status))
@@ -43,7 +45,7 @@ std::optional<std::string> problemOfSource(const std::string& path) {
     return localisationString("why_noFile");
   if (!mayRead(path))
     return localisationString("why_permission");
-  if (std::filesystem::file_size(path, failed) == 0)
+  if (const auto state = sourceState(source); state && state->size == 0)
     return localisationString("why_empty");
   return std::nullopt;
 }

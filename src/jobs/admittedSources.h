@@ -31,7 +31,7 @@ class AdmittedExtensions {
 
 // Why this path cannot be read as a file from its start to its end, in the user's language; nothing
 // when it can. A named pipe would keep the tools waiting for ever.
-std::optional<std::string> problemOfSource(const std::string& path);
+std::optional<std::string> problemOfSource(const std::string& source);
 
 // The files below a folder that is searched, without copies of others (proxies.h). The movies of
 // earlier runs are no sources: those in `moviesFolder` are left out, unless `folder` is that one or

@@ -12,6 +12,7 @@
 #include "classShared/descriptorBytes.h"
 #include "platform/Descriptor.h"
 #include "platform/openFiles.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -63,32 +64,35 @@ bool takeBytes(const Descriptor& file, std::uint64_t position, std::uint64_t cou
   return bytes.size() == count;
 }
 
-// Takes both ends in, and blocks in equal distances between them.
-bool takeContent(const Descriptor& file, std::uint64_t size, Checksum& sum) {
+// Takes both ends of so many bytes in, and blocks in equal distances between them.
+bool takeContent(const Descriptor& file, std::uint64_t begin, std::uint64_t size, Checksum& sum) {
   const std::uint64_t part = std::min(size, markedBytes);
-  if (!takeBytes(file, 0, part, sum) || !takeBytes(file, size - part, part, sum))
+  if (!takeBytes(file, begin, part, sum) || !takeBytes(file, begin + size - part, part, sum))
     return false;
   if (size <= 2 * markedBytes)
     return true;
   for (std::uint64_t block = 1; block <= markedBlocks; ++block)
-    if (!takeBytes(file, (size - blockBytes) / (markedBlocks + 1) * block, blockBytes, sum))
+    if (!takeBytes(file, begin + (size - blockBytes) / (markedBlocks + 1) * block, blockBytes, sum))
       return false;
   return true;
 }
 
 // Takes the file in; its size, or nothing where it cannot be read.
 std::optional<std::uint64_t> takeFile(const std::string& path, Checksum& sum) {
-  const auto facts = fileFacts(path);
-  if (!facts || facts->kind != FileFacts::Kind::file)
+  const auto facts = fileFacts(fileOfSource(path));
+  const auto state = sourceState(path);
+  if (!facts || !state || facts->kind != FileFacts::Kind::file)
     return std::nullopt;
-  const Descriptor file = openFile(path, OpenFor::reading);
+  const Descriptor file = openFile(fileOfSource(path), OpenFor::reading);
   if (!file.isOpen())
     return std::nullopt;
-  const auto size = static_cast<std::uint64_t>(facts->state.size);
+  const auto section = sectionOf(path);
+  const auto size = static_cast<std::uint64_t>(state->size);
   // Cards are copied between systems that do not all keep capitals.
   sum.take(lowerCase(fileName(path)));
   sum.take(fmt::format("\n{}\n", size));
-  return takeContent(file, size, sum) ? std::optional(size) : std::nullopt;
+  return takeContent(file, section ? section->begin : 0, size, sum) ? std::optional(size)
+                                                                    : std::nullopt;
 }
 
 template <class Number>
@@ -157,7 +161,7 @@ std::string textOfRecord(const std::vector<ClipMark>& marks) {
 std::optional<std::uint64_t> bytesOfClip(const std::vector<std::string>& files) {
   std::uint64_t bytes = 0;
   for (const std::string& file : files) {
-    const auto state = fileState(file);
+    const auto state = sourceState(file);
     if (!state)
       return std::nullopt;
     bytes += static_cast<std::uint64_t>(state->size);
@@ -181,7 +185,7 @@ std::optional<ClipMark> markOfClip(const std::vector<std::string>& files) {
 std::optional<ClipMark> markOfSameClip(const std::vector<ClipFile>& files) {
   const auto areSame = [&files] {
     return std::all_of(files.begin(), files.end(), [](const ClipFile& file) {
-      return file.state && fileState(file.path) == file.state;
+      return file.state && sourceState(file.path) == file.state;
     });
   };
   std::vector<std::string> paths;

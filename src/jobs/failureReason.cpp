@@ -7,6 +7,7 @@
 
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/failureWords.h"
+#include "ffmpeg/reportText.h"
 #include "platform/Signals.h"
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
@@ -53,7 +54,7 @@ constexpr std::array<Cause, 20> causes{{
 }  // namespace
 
 std::string withoutPath(std::string_view toolOutput, const std::string& path) {
-  return replaceAll(toolOutput, path, placeholder);
+  return withoutSource(toolOutput, path, placeholder);
 }
 
 std::string failureReason(std::string_view toolOutput, const std::string& source) {

@@ -75,7 +75,7 @@ MovieLook lookAtMovie(const LookedAt& what) {
 
 bool haveChanged(const std::vector<ClipFile>& files) {
   return std::any_of(files.begin(), files.end(), [](const ClipFile& file) {
-    const auto now = fileState(file.path);
+    const auto now = sourceState(file.path);
     return now && now != file.state;
   });
 }

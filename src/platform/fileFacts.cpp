@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "utils/fileSection.h"
+
 namespace tessarin {
 
 namespace {
@@ -56,6 +58,16 @@ std::optional<FileFacts> fileFacts(int descriptor) {
 std::optional<FileState> fileState(const std::string& path) {
   const auto facts = fileFacts(path);
   return facts ? std::optional(facts->state) : std::nullopt;
+}
+
+std::optional<FileState> sourceState(const std::string& path) {
+  const auto section = sectionOf(path);
+  auto state = fileState(section ? section->file : path);
+  if (section && state) {
+    const auto end = std::min(static_cast<std::int64_t>(section->end), state->size);
+    state->size = std::max<std::int64_t>(0, end - static_cast<std::int64_t>(section->begin));
+  }
+  return state;
 }
 
 bool isAt(const std::string& path, const FileFacts& facts) {

@@ -36,6 +36,9 @@ enum class Links { followed, themselves };
 std::optional<FileFacts> fileFacts(const std::string& path, Links links = Links::followed);
 std::optional<FileFacts> fileFacts(int descriptor);
 std::optional<FileState> fileState(const std::string& path);
+// Of a source; of one that is a section of a file (fileSection.h) the size is that of the bytes
+// that are there of it.
+std::optional<FileState> sourceState(const std::string& path);
 
 // Whether these facts are of the file that has this name.
 bool isAt(const std::string& path, const FileFacts& facts);

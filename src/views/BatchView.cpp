@@ -19,6 +19,7 @@
 #include "classShared/TextAdditions.h"
 #include "core/clipWords.h"
 #include "core/rowEdits.h"
+#include "utils/fileSection.h"
 #include "views/LogWindow.h"
 #include "views/localize.h"
 #include "views/mnemonics.h"
@@ -502,7 +503,8 @@ void BatchView::mouseDoubleClickEvent(QMouseEvent* event) {
 // For the row with the focus: what it was made from, and what has become of it.
 void BatchView::addReveals(QMenu* menu) {
   const int row = currentIndex().row();
-  const std::string source = app_.table().has(row) ? app_.table().sourcePath(row) : "";
+  const std::string source =
+      app_.table().has(row) ? fileOfSource(app_.table().sourcePath(row)) : "";
   const std::string movie = app_.table().has(row) ? app_.table().movieOf(row) : "";
   menu->addAction(QStringLiteral("@@playSource"), this, [this, source] { actions_.open(source); })
       ->setEnabled(!source.empty());

@@ -1,5 +1,4 @@
 // What is damaged or missing in DV and in Motion JPEG, of which decoders say nothing.
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "cardBytes.h"
@@ -10,31 +9,19 @@
 #include "tools/joinclips/dvLoss.h"
 #include "tools/joinclips/jpegLoss.h"
 #include "tools/support/clips.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin::joining {
 namespace {
 
+using test::dvPicture;
 using test::fromHex;
-
-// The picture with this number of a recording, by its time code and by the camera's clock.
-std::string frameOf(int code, int clock, bool starts = false) {
-  const auto bcd = [](int number) { return number / 10 * 16 + number % 10; };
-  const int seconds = clock / 25;
-  std::string frame = test::dvFrame(
-      "FFD6E210", fmt::format("FF{:02x}{:02x}10", bcd(seconds % 60), bcd(seconds / 60)));
-  const std::string packs = fromHex(fmt::format("13{:02x}{:02x}{:02x}00", bcd(code % 25),
-                                                bcd(code / 25 % 60), bcd(code / 1500))) +
-                            fromHex(starts ? "61FF48FFFF" : "61FFC8FFFF");
-  for (std::size_t at = 468; at < frame.size(); at += 24000)
-    frame.replace(at, packs.size(), packs);
-  return frame;
-}
 
 std::string recording(int from, int to, int clockAhead = 0) {
   std::string frames;
   for (int number = from; number < to; ++number)
-    frames += frameOf(number, number + clockAhead, clockAhead != 0 && number == from);
+    frames += dvPicture(number, number + clockAhead, clockAhead != 0 && number == from);
   return frames;
 }
 
@@ -53,8 +40,23 @@ TEST(DvLoss, PicturesThatAreMissingAreCounted) {
   std::string apart = "RIFF";
   for (int number = 0; number < 20; ++number)
     if (number != 10)
-      apart += "\x1F\x43\xB6\x75" + std::string(number, '\x1F') + frameOf(number, number);
+      apart += "\x1F\x43\xB6\x75" + std::string(number, '\x1F') + dvPicture(number, number);
   EXPECT_EQ(lostIn(apart), 1);
+}
+
+TEST(DvLoss, OfASectionIsWhatIsInIt) {
+  const test::ScopedTemporaryFolder folder;
+  const std::string begin = recording(0, 20);
+  const std::string file =
+      folder.write("x.dv", begin + recording(27, 40).replace(200'000, 5000, 5000, '\0'));
+  const auto lost = [&](std::uint64_t from, std::uint64_t to) {
+    const std::uint64_t picture = begin.size() / 20;
+    const auto loss = dvLoss(pathOfSection({file, from * picture, to * picture}, "x-01.dv"));
+    return std::pair(std::lround(loss->seconds() * 25), std::lround(loss->lost() * 25));
+  };
+  EXPECT_EQ(lost(0, 20), std::pair(20L, 0L));
+  EXPECT_EQ(lost(20, 33), std::pair(13L, 1L));
+  EXPECT_EQ(lost(10, 30), std::pair(20L, 8L));
 }
 
 TEST(DvLoss, RecordingsBehindEachOtherLackNothing) {
@@ -64,25 +66,25 @@ TEST(DvLoss, RecordingsBehindEachOtherLackNothing) {
   EXPECT_EQ(lostIn(begin + recording(0, 20, 300)), 0) << "it begins anew";
   EXPECT_EQ(lostIn(begin + recording(200, 220, 3000)), 0) << "the clock is elsewhere";
   EXPECT_EQ(lostIn(begin + recording(200, 220, 1)), 0) << "both run on, and the camera marks it";
-  EXPECT_EQ(lostIn(begin + frameOf(70, 70) + recording(21, 40)), 0) << "one code is off";
-  std::string marked = frameOf(70, 70);
+  EXPECT_EQ(lostIn(begin + dvPicture(70, 70) + recording(21, 40)), 0) << "one code is off";
+  std::string marked = dvPicture(70, 70);
   marked.replace(6 * 80 + 3, 5, fromHex("51FF48FFFF"));
   EXPECT_EQ(lostIn(begin + marked + recording(71, 90)), 0) << "it is marked beside the sound";
 }
 
 TEST(DvLoss, RepeatedPicturesStandForOnesThatAreMissing) {
   const std::string begin = recording(0, 20);
-  const std::string last = frameOf(19, 19);
+  const std::string last = dvPicture(19, 19);
   EXPECT_EQ(lostIn(begin + last + last + recording(22, 40)), 2) << "all are filled";
   EXPECT_EQ(lostIn(begin + last + recording(27, 40)), 7) << "one of them is";
-  EXPECT_EQ(lostIn(begin + recording(27, 40) + frameOf(39, 39) + recording(40, 50)), 7);
+  EXPECT_EQ(lostIn(begin + recording(27, 40) + dvPicture(39, 39) + recording(40, 50)), 7);
 }
 
 TEST(DvLoss, PicturesThatWereLeftOutSteadilyAreNotMissing) {
   std::string steady;
   for (int number = 0; number < 100; ++number)
     if (number % 5 != 2)
-      steady += frameOf(number, number);
+      steady += dvPicture(number, number);
   EXPECT_EQ(lostIn(steady), 0);
   EXPECT_EQ(lostIn(steady + recording(120, 140)), 20) << "and that hides no others";
   EXPECT_EQ(lostIn(recording(0, 20) + recording(21, 26) + recording(27, 40)), 2) << "only twice";
@@ -131,7 +133,7 @@ TEST(DvLoss, TornPicturesAreCountedAndMended) {
     EXPECT_EQ(std::lround(loss->lost() * 25), file.lost);
     EXPECT_EQ(loss->isTorn(), file.lost > 0);
     ASSERT_EQ(is625InRawDv(path), true);
-    DvMender mender(openFile(path, OpenFor::streaming), true);
+    DvMender mender(openSource(path, OpenFor::streaming), true);
     std::size_t count = 0;
     for (auto next = mender.next(); next && !next->bytes.empty(); next = mender.next(), ++count) {
       EXPECT_EQ(next->bytes.size(), frame);
@@ -145,7 +147,7 @@ TEST(DvLoss, PicturesWithoutBlocksAreDamagedInOtherFormats) {
   const auto inMovie = [](std::size_t begin, std::size_t size) {
     std::string apart = "RIFF";
     for (int number = 0; number < 20; ++number)
-      apart += "00dc" + std::string(number, '\x1F') + frameOf(number, number);
+      apart += "00dc" + std::string(number, '\x1F') + dvPicture(number, number);
     apart.replace(begin, size, size, '\0');
     return lostIn(apart);
   };

@@ -1,6 +1,8 @@
 // The beginnings of movies in several containers, made byte by byte around their dates.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <string>
 #include <utility>
 
@@ -100,6 +102,20 @@ inline std::string dvFrame(const std::string& date, const std::string& time, boo
     bytes.replace(at, 10, "\x62" + fromHex(date) + "\x63" + fromHex(time));
     frame += bytes;
   }
+  return frame;
+}
+
+// The picture with this number of a recording, by its time code and by the camera's clock.
+inline std::string dvPicture(int code, int clock, bool starts = false) {
+  const auto bcd = [](int number) { return number / 10 * 16 + number % 10; };
+  const int seconds = clock / 25;
+  std::string frame =
+      dvFrame("FFD6E210", fmt::format("FF{:02x}{:02x}10", bcd(seconds % 60), bcd(seconds / 60)));
+  const std::string packs = fromHex(fmt::format("13{:02x}{:02x}{:02x}00", bcd(code % 25),
+                                                bcd(code / 25 % 60), bcd(code / 1500))) +
+                            fromHex(starts ? "61FF48FFFF" : "61FFC8FFFF");
+  for (std::size_t at = 468; at < frame.size(); at += 24000)
+    frame.replace(at, packs.size(), packs);
   return frame;
 }
 

@@ -8,9 +8,9 @@
 
 namespace tessarin {
 
-// Pieces of a regular file. Whatever the file says about itself, all pieces together are no larger
-// than the budget; a file that cannot be read, and anything that is no regular file (a pipe would
-// block), is like an empty one.
+// Pieces of a regular file, or of a section of one (fileSection.h). Whatever the file says about
+// itself, all pieces together are no larger than the budget; a file that cannot be read, and
+// anything that is no regular file (a pipe would block), is like an empty one.
 class BoundedFile {
  public:
   explicit BoundedFile(const std::string& path, std::uint64_t budget = std::uint64_t{32} << 20);
@@ -23,6 +23,7 @@ class BoundedFile {
 
  private:
   std::ifstream file_;
+  std::uint64_t begin_ = 0;  // of the section, in the file
   std::uint64_t size_ = 0;
   std::uint64_t budget_ = 0;
   bool hasFailed_ = false;

@@ -1,4 +1,4 @@
-// The bytes of a file in order, of which many can be seen at once.
+// The bytes of a source in order, of which many can be seen at once.
 #pragma once
 
 #include <algorithm>
@@ -10,14 +10,15 @@
 
 #include "classShared/Outcome.h"
 #include "classShared/descriptorBytes.h"
-#include "platform/openFiles.h"
+#include "tools/joinclips/SourceBytes.h"
 
 namespace tessarin::joining {
 
 class ByteWindow {
  public:
-  // Sees at least as many bytes, where the file has them.
-  ByteWindow(Descriptor file, std::size_t enough) : file_(std::move(file)), enough_(enough) {}
+  // Sees at least as many bytes, where the source has them.
+  ByteWindow(SourceBytes source, std::size_t enough)
+      : source_(std::move(source)), enough_(enough) {}
 
   // What was seen before may lie elsewhere then.
   Outcome<bool> fill() {
@@ -27,10 +28,12 @@ class ByteWindow {
     while (bytes_.size() < enough_ && !isOver_) {
       const std::size_t have = bytes_.size();
       bytes_.resize(2 * enough_);
-      const auto count = readSome(file_.number(), bytes_.data() + have, bytes_.size() - have);
+      const std::uint64_t room = std::min<std::uint64_t>(bytes_.size() - have, source_.most);
+      const auto count = readSome(source_.file.number(), bytes_.data() + have, room);
       bytes_.resize(have + static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
       if (count < 0)
         return Failure{systemReason(errno)};
+      source_.most -= static_cast<std::uint64_t>(count);
       isOver_ = count == 0;
     }
     return true;
@@ -42,7 +45,7 @@ class ByteWindow {
   void pass(std::size_t bytes) { at_ += std::min(bytes, left().size()); }
 
  private:
-  Descriptor file_;
+  SourceBytes source_;
   std::size_t enough_;
   std::string bytes_;
   std::size_t at_ = 0;

@@ -46,17 +46,18 @@ std::optional<bool> is625InSequence(std::string_view bytes) {
 }  // namespace
 
 std::optional<bool> is625InRawDv(const std::string& path) {
-  const Descriptor file = openFile(path, OpenFor::reading);
-  const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
-  if (!facts || facts->kind != FileFacts::Kind::file || facts->state.size <= 0)
+  const SourceBytes source = openSource(path, OpenFor::reading);
+  const auto facts = source.file.isOpen() ? fileFacts(source.file.number()) : std::nullopt;
+  const auto state = sourceState(path);
+  if (!facts || !state || facts->kind != FileFacts::Kind::file || state->size <= 0)
     return std::nullopt;
   constexpr std::uint64_t places = 64;
   std::string bytes(dv::sequenceLength + 2 * dv::blockLength, '\0');
   std::uint64_t of625 = 0;
   std::uint64_t of525 = 0;
   for (std::uint64_t place = 0; place < places; ++place) {
-    const auto at = static_cast<std::uint64_t>(facts->state.size) * place / places;
-    const std::size_t count = readAt(file.number(), bytes.data(), bytes.size(), at);
+    const auto at = source.begin + static_cast<std::uint64_t>(state->size) * place / places;
+    const std::size_t count = readAt(source.file.number(), bytes.data(), bytes.size(), at);
     const auto seen = std::string_view(bytes).substr(0, count);
     if (place == 0 && isOfOtherFormat(seen))
       return std::nullopt;
@@ -69,8 +70,8 @@ std::optional<bool> is625InRawDv(const std::string& path) {
   return of625 >= of525;
 }
 
-DvMender::DvMender(Descriptor file, bool is625)
-    : window_(std::move(file), inSight), is625_(is625) {}
+DvMender::DvMender(SourceBytes source, bool is625)
+    : window_(std::move(source), inSight), is625_(is625) {}
 
 bool DvMender::isHead(std::string_view bytes) const {
   return dv::beginsFrame(bytes) && dv::has625Lines(bytes) == is625_;

@@ -25,7 +25,7 @@ std::optional<bool> is625InRawDv(const std::string& path);
 // stands before the first whole frame, and zeros and the like behind the last one, are left out.
 class DvMender {
  public:
-  DvMender(Descriptor file, bool is625);
+  DvMender(SourceBytes source, bool is625);
 
   struct Frame {
     std::string_view bytes;  // valid until the next call; "" at the end

@@ -42,7 +42,7 @@ bool lacksBlocks(std::string_view frame) {
 // they are; one by one.
 class FrameReader {
  public:
-  explicit FrameReader(Descriptor file) : window_(std::move(file), enough) {}
+  explicit FrameReader(SourceBytes source) : window_(std::move(source), enough) {}
 
   // "" at the end. The frame is valid until the next call.
   Outcome<std::string_view> next() {
@@ -195,8 +195,8 @@ void DvLoss::addLeap(const Leap& leap) {
 
 namespace {
 
-Outcome<DvLoss> lossInPlace(Descriptor file) {
-  FrameReader reader(std::move(file));
+Outcome<DvLoss> lossInPlace(SourceBytes source) {
+  FrameReader reader(std::move(source));
   DvLoss loss;
   while (true) {
     const auto frame = reader.next();
@@ -208,8 +208,8 @@ Outcome<DvLoss> lossInPlace(Descriptor file) {
   }
 }
 
-Outcome<DvLoss> lossInRaw(Descriptor file, bool is625) {
-  DvMender mender(std::move(file), is625);
+Outcome<DvLoss> lossInRaw(SourceBytes source, bool is625) {
+  DvMender mender(std::move(source), is625);
   DvLoss loss;
   while (true) {
     const auto frame = mender.next();
@@ -229,19 +229,19 @@ Outcome<DvLoss> lossInRaw(Descriptor file, bool is625) {
 }  // namespace
 
 Outcome<DvLoss> dvLoss(const std::string& path) {
-  const auto open = [&path] { return openFile(path, OpenFor::streaming); };
-  Descriptor file = open();
-  if (!file.isOpen())
+  const auto open = [&path] { return openSource(path, OpenFor::streaming); };
+  SourceBytes source = open();
+  if (!source.file.isOpen())
     return Failure{systemReason(errno)};
   if (const auto is625 = is625InRawDv(path)) {
-    auto loss = lossInRaw(std::move(file), *is625);
+    auto loss = lossInRaw(std::move(source), *is625);
     if (!loss || loss->hasFrames())
       return loss;
-    file = open();
-    if (!file.isOpen())
+    source = open();
+    if (!source.file.isOpen())
       return Failure{systemReason(errno)};
   }
-  return lossInPlace(std::move(file));
+  return lossInPlace(std::move(source));
 }
 
 }  // namespace tessarin::joining

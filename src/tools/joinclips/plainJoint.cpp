@@ -2,23 +2,24 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
 #include <utility>
 
 #include "classShared/descriptorBytes.h"
-#include "platform/Descriptor.h"
-#include "platform/openFiles.h"
 #include "tools/joinclips/DvMender.h"
+#include "tools/joinclips/SourceBytes.h"
 
 namespace tessarin::joining {
 
 bool isPlainlyJoined(const std::string& path) {
   using namespace std::string_view_literals;
-  const Descriptor file = openFile(path, OpenFor::reading);
+  const SourceBytes source = openSource(path, OpenFor::reading);
   std::array<char, 4> head{};
-  if (!file.isOpen() || readAt(file.number(), head.data(), head.size(), 0) < head.size())
+  if (!source.file.isOpen() ||
+      readAt(source.file.number(), head.data(), head.size(), source.begin) < head.size())
     return false;
   const std::string_view begin(head.data(), head.size());
   return begin == "\0\0\1\xBA"sv || begin.starts_with("\x1F\x07\0"sv);
@@ -45,14 +46,17 @@ class PlainOutput {
 
 // Hands the file on in pieces; how long it is.
 Outcome<std::uint64_t> readPlainly(const std::string& path, PlainOutput* output) {
-  const Descriptor file = openFile(path, OpenFor::reading);
-  if (!file.isOpen())
+  const SourceBytes source = openSource(path, OpenFor::reading);
+  if (!source.file.isOpen())
     return Failure{path + ": " + systemReason(errno)};
   std::string buffer(256U << 10, '\0');
   std::uint64_t done = 0;
   while (output == nullptr || !output->isClosed()) {
-    const std::size_t count = readAt(file.number(), buffer.data(), buffer.size(), done);
-    if (count < buffer.size() && errno != 0)
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), source.most - done));
+    const std::size_t count =
+        readAt(source.file.number(), buffer.data(), wanted, source.begin + done);
+    if (count < wanted && errno != 0)
       return Failure{path + ": " + systemReason(errno)};
     if (output != nullptr)
       TESSARIN_TRY(output->add(std::string_view(buffer).substr(0, count)));
@@ -65,10 +69,10 @@ Outcome<std::uint64_t> readPlainly(const std::string& path, PlainOutput* output)
 
 // Whether there were any frames.
 Outcome<bool> writeMended(const std::string& path, bool is625, PlainOutput& output) {
-  Descriptor file = openFile(path, OpenFor::streaming);
-  if (!file.isOpen())
+  SourceBytes source = openSource(path, OpenFor::streaming);
+  if (!source.file.isOpen())
     return Failure{path + ": " + systemReason(errno)};
-  DvMender mender(std::move(file), is625);
+  DvMender mender(std::move(source), is625);
   for (bool hasFrames = false;; hasFrames = true) {
     const auto frame = mender.next();
     if (!frame)

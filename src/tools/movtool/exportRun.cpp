@@ -9,6 +9,7 @@
 #include "classShared/TextAdditions.h"
 #include "ffmpeg/failureWords.h"
 #include "ffmpeg/installedFfmpeg.h"
+#include "ffmpeg/reportText.h"
 #include "platform/fileFacts.h"
 #include "platform/propertyList.h"
 #include "tools/movtool/FfmpegRun.h"
@@ -16,6 +17,7 @@
 #include "tools/movtool/exportPlan.h"
 #include "tools/movtool/makeMovie.h"
 #include "tools/streams/yuv4mpeg.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin::movtool {
@@ -35,10 +37,11 @@ Outcome<ExportSettings> readSettings(const std::string& path) {
 }
 
 std::optional<std::string> pathProblem(const ExportJob& job) {
-  if (!mayRead(job.input.path))
+  const std::string input = fileOfSource(job.input.path);
+  if (!mayRead(input))
     return fmt::format("{} cannot be read: {}", job.input.path, systemReason(errno));
   const auto output = fileIdentity(job.output);
-  if (output && fileIdentity(job.input.path) == output)
+  if (output && fileIdentity(input) == output)
     return fmt::format("{} cannot be made from itself", job.output);
   if (output && !job.replace)
     return fmt::format("{} is there already (-y replaces it)", job.output);
@@ -69,7 +72,7 @@ Outcome<SourceFacts> probe(const std::string& ffmpeg, const ExportInput& input) 
     return Failure{words.empty() ? "there are no pictures in " + input.path : words};
   }
   // A name may hold whole lines that look like ffmpeg's.
-  return sourceFacts(header.value(), replaceAll(run->report(), input.path, "«source»"));
+  return sourceFacts(header.value(), withoutSource(run->report(), input.path, "«source»"));
 }
 
 // Codecs without field flags may hold fields all the same. Where that matters the pictures
@@ -81,7 +84,7 @@ Outcome<FieldOrder> fieldOrderInPictures(const std::string& ffmpeg, const Export
   const Outcome<bool> finished = run->finish();
   if (!finished)
     return Failure{finished.reason()};
-  return detectedFieldOrder(replaceAll(run->report(), input.path, "«source»"))
+  return detectedFieldOrder(withoutSource(run->report(), input.path, "«source»"))
       .value_or(FieldOrder::progressive);
 }
 
