@@ -7,6 +7,7 @@
 #include "tools/gettimestamps/card.h"
 #include "tools/gettimestamps/p2Card.h"
 #include "tools/gettimestamps/source.h"
+#include "tools/joinclips/TapeBorders.h"
 #include "tools/joinclips/clipFacts.h"
 #include "tools/joinclips/dvFacts.h"
 #include "tools/joinclips/programFacts.h"
@@ -61,6 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::require(facts->packetSize > 0 && !(facts->streams.empty() && facts->met.empty()));
     if (const auto facts = joining::dvFacts(path))
       fuzz::require(facts->frames > 0 && !facts->last.timeCode.empty());
+    if (const auto tape = joining::readTape(path))
+      fuzz::require(tape->beginOf(0) == 0 &&
+                    tape->endOf(tape->recordings.size() - 1) == tape->bytes);
   }
   const std::string pictures = root + "/CONTENTS/VIDEO/0001AB.MXF";
   if (const auto clip = p2ClipOf(pictures))

@@ -1,7 +1,7 @@
 // joinclips: puts recordings of transport streams behind each other, exact at the joints; and files
 // of other formats that are parts of one recording.
 //
-//   joinclips [--list | --parts | [--dv] [--jpeg] [--clusters]] FILE...
+//   joinclips [--list | --parts | --recordings | [--dv] [--jpeg] [--clusters]] FILE...
 //
 // A file may hold several recordings itself. The stream goes to standard output; with --list a line
 // for each recording instead, with what is missing in it, one with the number of streams, and one
@@ -15,6 +15,10 @@
 // there; "sounds 0 by name", where the card does not tell of them). Of MXF files, which joinmxf
 // puts behind each other, --list says where each begins, and reads all of them.
 // Of raw DV whole frames are written, whatever is between and in them (DvMender).
+// With --recordings a line tells of each recording of a tape that was captured into one of the
+// files, raw DV ("recording 0: bytes 0-36000000, 250 pictures"; ", unclear" behind it, or in its
+// place with a reason, where there may be more that were not found), and others ("at picture 250")
+// that the tool is at work.
 // With --dv a line as of --list tells of a file with DV how much of its pictures is damaged or
 // missing, and whether it has to be read so ("torn"), with --jpeg how much is damaged in an AVI
 // file or a movie of Motion JPEG, with
@@ -39,6 +43,7 @@
 #include "tools/joinclips/PacketReader.h"
 #include "tools/joinclips/PartShifter.h"
 #include "tools/joinclips/StreamMatcher.h"
+#include "tools/joinclips/TapeBorders.h"
 #include "tools/joinclips/dvLoss.h"
 #include "tools/joinclips/jpegLoss.h"
 #include "tools/joinclips/partOverlap.h"
@@ -256,12 +261,15 @@ int main(int count, char** values) {
   std::vector<std::string> files;
   bool isList = false;
   bool isPartSearch = false;
+  bool isRecordingSearch = false;
   LossWishes loss;
   const auto declare = [&](CLI::App& options) {
     options.add_flag("--list", isList,
                      "say where each recording begins and how long its pictures are");
     options.add_flag("--parts", isPartSearch,
                      "say which files are parts of one recording, which the camera cut");
+    options.add_flag("--recordings", isRecordingSearch,
+                     "say where the recordings of tapes that were captured as raw DV meet");
     options.add_flag("--dv", loss.isDv, "say how much is damaged or missing in the pictures of DV");
     options.add_flag("--jpeg", loss.isJpeg,
                      "say how much is damaged in the pictures of Motion JPEG");
@@ -277,6 +285,10 @@ int main(int count, char** values) {
       count, values, declare, [&]() -> Outcome<bool> {
         if (loss.hasAny())
           return tellLoss(files, loss);
+        if (isRecordingSearch) {
+          joining::tellRecordings(files);
+          return true;
+        }
         if (!isPartSearch)
           return join(files, isList);
         joining::tellParts(files);
