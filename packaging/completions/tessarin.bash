@@ -34,8 +34,8 @@ _tessarin() {
       ;;
     *)
       if [ "${word:0:1}" = "-" ]; then
-        words="--preset --for --format --prores --size --speed --surround --no-surround --sound --slow-sound --parts --new -d --destination --name
-          --overwrite --jobs --from --batch --row --report --recover --forget --json -v --verbose -h --help -V --version"
+        words="--preset --for --format --prores --size --speed --surround --no-surround --sound --slow-sound --parts --split-tapes --new -d --destination
+          --name --overwrite --jobs --from --batch --row --report --recover --forget --json -v --verbose -h --help -V --version"
       else
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")

@@ -84,6 +84,7 @@ struct Source {
       timeUnread,         // when it was recorded: what reads that failed
       laterPart,          // the one before is not there, or does not fit
       partsUnknown,       // of this and the clips taken in with it: what looks for them failed
+      unsplitTape,        // may hold several recordings: where they would meet is not certain
     };
     Kind kind = Kind::programs;
     std::int64_t number = 0;
@@ -107,7 +108,7 @@ struct Source {
     bool operator==(const SoundFile&) const = default;
   };
 
-  std::string path;
+  std::string path;  // or that of a section of a file: fileSection.h
   // Of a clip with a file for each channel of its sound: these, in order, of each part. The sounds'
   // numbers are those behind the pictures, which are stream 0.
   std::vector<SoundFile> soundFiles;
@@ -126,8 +127,8 @@ struct Source {
   std::string container;  // "mpegts", "mov,mp4,m4a,…"
   // Digits: bytes of the file when it was looked at. Another number later is another clip.
   std::string bytes;
-  // Of a recording of several files, which cameras make equally large: when the first one was last
-  // changed, in seconds since 1970; 0: not known.
+  // Of a recording of several files, which cameras make equally large, or of a tape's among others:
+  // when the first file was last changed, in seconds since 1970; 0: not known.
   std::int64_t changed = 0;
   std::optional<double> duration;       // seconds; whole ones of a report, from one on
   std::optional<double> seconds;        // the same to the hundredth, also of clips below a second

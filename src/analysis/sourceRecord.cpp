@@ -34,10 +34,10 @@ constexpr NumberRange place{-1, 1000};  // in a table; it is compared with other
 
 constexpr std::array<std::string_view, 5> recorders = {"card", "beside", "stream", "container",
                                                        "file"};
-constexpr std::array<std::string_view, 8> remarkKeys = {
+constexpr std::array<std::string_view, 9> remarkKeys = {
     "remark_soundUnreadable",   "remark_programs",         "remark_doubtfulPart",
     "remark_soundFilesMissing", "remark_soundFilesByName", "remark_timeUnread",
-    "remark_laterPart",         "remark_partsUnknown"};
+    "remark_laterPart",         "remark_partsUnknown",     "remark_unsplitTape"};
 constexpr std::array allFields = {Fields::progressive, Fields::topFirst, Fields::bottomFirst};
 
 // ---- Texts that a source can have

@@ -7,6 +7,7 @@
 #include "encoding/choiceWords.h"
 #include "encoding/outputPreset.h"
 #include "jobs/remarks.h"
+#include "utils/fileSection.h"
 
 namespace tessarin::cli {
 
@@ -91,6 +92,9 @@ class JsonReporter final : public Reporter {
                {"remarks", movie ? movie->remarks : remarkTexts(row.source)}};
     if (!row.source.furtherParts.empty())
       event["parts"] = partsOf(row.source);
+    if (const auto section = sectionOf(row.path()))
+      event["section"] = {
+          {"file", section->file}, {"begin", section->begin}, {"end", section->end}};
     for (const Source::SoundFile& sound : row.source.soundFiles)
       event["soundFiles"].push_back(sound.path);
     if (movie)

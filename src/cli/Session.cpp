@@ -139,6 +139,7 @@ void Session::applyOptions() {
   if (options_.jobs)
     app_.setJobs(*options_.jobs);
   app_.queue().keepPartsApart(options_.keepsPartsApart);
+  app_.queue().splitTapes(options_.splitsTapes);
   app_.takeOnlyNew(options_.onlyNew);
   if (options_.destination)
     interface.destination.setText(absolutePath(expandTilde(*options_.destination)));
@@ -251,7 +252,8 @@ void Session::tellOfFailures(const Row& row) {
   using Kind = Source::Remark::Kind;
   const Source& source = row.source;
   for (const Source::Remark& remark : source.remarks)
-    if (remark.kind == Kind::timeUnread || remark.kind == Kind::partsUnknown)
+    if (remark.kind == Kind::timeUnread || remark.kind == Kind::partsUnknown ||
+        remark.kind == Kind::unsplitTape)
       reporter_.problem(source.path, localisationString(remarkKey(remark.kind)));
   if (app_.interface.chosenSpeed() == speedSlow && row.choice.speed != speedSlow)
     reporter_.problem(source.path, localisationString("notSlow", textTable));

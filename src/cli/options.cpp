@@ -155,7 +155,7 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
     if (const auto option =
             given(app, {"--batch", "--row", "--report", "--preset", "--for", "--format", "--prores",
                         "--size", "--speed", "--surround", "--no-surround", "--sound",
-                        "--slow-sound", "--destination", "--name", "--parts"}))
+                        "--slow-sound", "--destination", "--name", "--parts", "--split-tapes"}))
       return localisationString("wrong_recoverOption", textTable, *option);
     if (options.recover && options.onlyNew)
       return localisationString("wrong_recoverOption", textTable, "--new");
@@ -167,9 +167,9 @@ std::optional<std::string> contradiction(const CLI::App& app, const Options& opt
   } else if (options.row && options.report) {
     return localisationString("wrong_excludes", textTable, "--row", "--report");
   } else if (options.batchFile && options.paths.empty()) {
-    if (const auto option =
-            given(app, {"--preset", "--for", "--format", "--size", "--speed", "--surround",
-                        "--no-surround", "--sound", "--slow-sound", "--parts", "--new"}))
+    if (const auto option = given(
+            app, {"--preset", "--for", "--format", "--size", "--speed", "--surround",
+                  "--no-surround", "--sound", "--slow-sound", "--parts", "--split-tapes", "--new"}))
       return localisationString("wrong_batchOption", textTable, *option);
   }
   // Taken as it stands it would mean the usual folder, which is not what was said.
@@ -254,6 +254,8 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   addChoice(app, "--overwrite", overwriting(), options.overwrite,
             localisationString("help_overwrite", textTable));
   app.add_flag("--parts", options.keepsPartsApart, localisationString("help_parts", textTable));
+  app.add_flag("--split-tapes", options.splitsTapes,
+               localisationString("help_splitTapes", textTable));
   app.add_flag("--new", options.onlyNew, localisationString("help_new", textTable));
   addCount(app, "--jobs", mostJobs, options.jobs, localisationString("help_jobs", textTable));
   std::vector<std::string> lists;

@@ -30,6 +30,7 @@ struct Options {
   bool forget = false;                   // give them up
   Overwrite overwrite = Overwrite::ask;
   bool keepsPartsApart = false;
+  bool splitsTapes = false;
   bool onlyNew = false;     // leave out what was converted before; with `forget`: forget what was
   std::optional<int> jobs;  // clips at the same time; nothing: as many as the machine takes
   bool json = false;

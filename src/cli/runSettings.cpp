@@ -15,6 +15,7 @@ constexpr std::string_view keyOverwrite = "overwrite";
 constexpr std::string_view keyBatchFile = "batchFile";
 constexpr std::string_view keyRow = "batchRow";
 constexpr std::string_view keyParts = "partsApart";     // 1: of --parts
+constexpr std::string_view keyTapes = "splitTapes";     // 1: of --split-tapes
 constexpr std::string_view keyNew = "onlyNew";          // 1: of --new
 constexpr std::string_view keySound = "sound";          // of --sound: soundChoice.h
 constexpr std::string_view keySlowSound = "slowSound";  // of --slow-sound: its word
@@ -32,6 +33,8 @@ Dico storedOptions(const Options& options) {
     stored.set(keyRow, *options.row);
   if (options.keepsPartsApart)
     stored.set(keyParts, 1);
+  if (options.splitsTapes)
+    stored.set(keyTapes, 1);
   if (options.onlyNew)
     stored.set(keyNew, 1);
   if (const std::string choice = options.choices.sound.value_or(""); !choice.empty())
@@ -46,6 +49,7 @@ Dico storedOptions(const Options& options) {
 Options optionsOfStored(const Dico& stored, const Options& given) {
   Options options = given;
   options.keepsPartsApart = stored.flag(keyParts);
+  options.splitsTapes = stored.flag(keyTapes);
   options.onlyNew = stored.flag(keyNew);
   options.command = stored.flag(keyPrepares) ? Command::prepare : Command::convert;
   if (const auto file = stored.text(keyBatchFile); file && isStoredPath(*file))

@@ -122,18 +122,18 @@ void AnalysisQueue::lookForParts(const std::vector<std::string>& paths) {
   constexpr ToolLimits limits{std::chrono::minutes(10)};
   const Arguments search = arePartsApart_ ? Arguments() : partSearch(paths);
   if (search.empty()) {
-    leaveOutKnown();
+    lookForRecordings();
     return;
   }
   const Outcome<void> started =
       partSearch_.start(search, limits, [this, search](const ToolResult& result) {
         takeParts(search, result);
-        leaveOutKnown();
+        lookForRecordings();
       });
   if (!started) {
     logFormat("parts               :-( not found out ({})", started.reason());
     arePartsUnknown_ = true;
-    leaveOutKnown();
+    lookForRecordings();
   }
 }
 
@@ -150,6 +150,42 @@ void AnalysisQueue::takeParts(const Arguments& search, const ToolResult& result)
             found_.recordings.size(), found_.doubtful.size());
   if (paths.size() < waiting_.size())
     waiting_.assign(paths);
+}
+
+// All of a tape is read, as long as that takes. What goes on in other files is no tape.
+void AnalysisQueue::lookForRecordings() {
+  std::vector<std::string> paths(waiting_.paths().begin(), waiting_.paths().end());
+  std::erase_if(paths, [this](const std::string& path) { return filesFrom(path).size() > 1; });
+  const Arguments search = areTapesSplit_ ? recordingSearch(paths) : Arguments();
+  if (search.empty()) {
+    leaveOutKnown();
+    return;
+  }
+  constexpr ToolLimits limits{{}, std::chrono::minutes(2)};
+  const Outcome<void> started =
+      partSearch_.start(search, limits, [this, search](const ToolResult& result) {
+        takeRecordings(search, result);
+        leaveOutKnown();
+      });
+  if (!started) {
+    takeRecordings(search, {false, taskLauncher::abortedStatus, {}});
+    leaveOutKnown();
+  }
+}
+
+void AnalysisQueue::takeRecordings(const Arguments& search, const ToolResult& result) {
+  TapeRecordings tapes;
+  if (result.isOverdue || result.status != 0) {
+    logFormat("tapes               :-( not split ({})", result.status);
+    tapes.unclear = search;
+  } else {
+    tapes = foundRecordings(search, result.output);
+    logFormat("tapes               : {} of several recordings", tapes.recordings.size());
+  }
+  found_.unsplit = tapes.unclear;
+  std::vector<std::string> paths(waiting_.paths().begin(), waiting_.paths().end());
+  tessarin::splitTapes(paths, tapes);
+  waiting_.assign(freshOf(paths));
 }
 
 // A recording of several files is one clip: its parts by themselves are others.

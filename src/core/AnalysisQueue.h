@@ -13,6 +13,7 @@
 #include "core/WaitingSources.h"
 #include "core/spannedSources.h"
 #include "core/stepState.h"
+#include "core/tapeRecordings.h"
 #include "jobs/AnalysisJob.h"
 #include "jobs/LaterStep.h"
 #include "process/ToolRun.h"
@@ -38,6 +39,9 @@ class AnalysisQueue {
   // Whether files that are parts of one recording stay sources of their own, from the next set of
   // sources on; false at the start.
   void keepPartsApart(bool areApart) { arePartsApart_ = areApart; }
+  // Whether the recordings of a tape that was captured as one file become sources of their own,
+  // likewise.
+  void splitTapes(bool areSplit) { areTapesSplit_ = areSplit; }
   // Whether clips that were converted before are left out, likewise.
   void takeOnlyNew(bool areOnlyNew) { areOnlyNew_ = areOnlyNew; }
 
@@ -92,6 +96,8 @@ class AnalysisQueue {
   void allowStart();
   void lookForParts(const std::vector<std::string>& paths);
   void takeParts(const Arguments& search, const ToolResult& result);
+  void lookForRecordings();
+  void takeRecordings(const Arguments& search, const ToolResult& result);
   void leaveOutKnown();
   std::vector<std::string> filesFrom(const std::string& path) const;
   void giveBackParts(const std::string& path);
@@ -113,9 +119,10 @@ class AnalysisQueue {
   WaitingSources waiting_;
   KnownClips& known_;
   bool arePartsApart_ = false;
+  bool areTapesSplit_ = false;
   bool areOnlyNew_ = false;
   DiskQuestion folderSearch_;     // for the files of a set
-  ToolRun partSearch_;            // before the first source is analysed
+  ToolRun partSearch_;            // also for recordings, before the first source is analysed
   SpannedSources found_;          // of the set in hand
   bool arePartsUnknown_ = false;  // likewise, until its first row tells that
   std::deque<InHand> inHand_;     // the first one is shown

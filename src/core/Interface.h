@@ -85,6 +85,7 @@ struct Interface {
   CheckBox updateCheck;
   CheckBox assistantSkip;
   CheckBox partsApart;   // files of one recording stay clips of their own
+  CheckBox splitsTapes;  // recordings of one captured file become clips of their own
   CheckBox onlyNew;      // clips that were converted before are left out
   PopUpButton jobs;      // values are numbers; the first, "0", is what suits the machine
   PopUpButton language;  // titles are codes; the first, "", is the desktop's language

@@ -120,6 +120,8 @@ appDelegate::appDelegate(CoreServices services)
   // No choice for conversions: neither stored with them nor restored.
   remember(interface.partsApart, PrefKey::partsApart,
            [this](bool areApart) { queue_.keepPartsApart(areApart); });
+  remember(interface.splitsTapes, PrefKey::splitTapes,
+           [this](bool areSplit) { queue_.splitTapes(areSplit); });
   remember(interface.onlyNew, PrefKey::onlyNew,
            [this](bool areOnlyNew) { takeOnlyNew(areOnlyNew); });
   remember(interface.assistantSkip, PrefKey::assistantSkip, [](bool) {});

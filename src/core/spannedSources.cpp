@@ -8,6 +8,7 @@
 #include "analysis/partFiles.h"
 #include "platform/Bundle.h"
 #include "platform/fileFacts.h"
+#include "utils/fileSection.h"
 #include "utils/files.h"
 
 namespace tessarin {
@@ -134,6 +135,7 @@ void takeAllFiles(Source& source, const SpannedSources& found) {
       source.remarks.push_back({kind, 0});
   };
   tell(found.later, source.path, Source::Remark::Kind::laterPart);
+  tell(found.unsplit, source.path, Source::Remark::Kind::unsplitTape);
   tell(found.doubtful,
        recording == found.recordings.end() ? source.path
                                            : recording->second.furtherParts.back().path,
@@ -153,8 +155,8 @@ void takeAllFiles(Source& source, const SpannedSources& found) {
 
 void takeFurtherParts(Source& source, const SpannedSources& found) {
   takeAllFiles(source, found);
-  if (filesOf(source).size() > 1)
-    if (const auto state = fileState(source.path))
+  if (filesOf(source).size() > 1 || sectionOf(source.path))
+    if (const auto state = sourceState(source.path))
       source.changed = state->changed();
 }
 

@@ -23,7 +23,8 @@ struct SpannedSources {
   std::map<std::string, SoundsBeside> sounds;   // by the path of the file with the pictures
   std::vector<std::string>
       doubtful;  // seem to go on in a next file that is not there, or does not fit
-  std::vector<std::string> later;  // are no first parts, and the one before is not there
+  std::vector<std::string> later;    // are no first parts, and the one before is not there
+  std::vector<std::string> unsplit;  // may hold more recordings than were found (tapeRecordings.h)
 };
 
 // The command that looks for such recordings among these paths; empty when there can be none.

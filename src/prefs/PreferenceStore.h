@@ -19,6 +19,7 @@ inline constexpr std::string_view alertEnd = "prefAlertEnd";        // 1: alert 
 inline constexpr std::string_view preset = "prefPreset";            // selected output preset
 inline constexpr std::string_view prores = "prefProres";            // ProRes flavour, "apcn" …
 inline constexpr std::string_view partsApart = "partsApart";  // 1: files of a recording stay apart
+inline constexpr std::string_view splitTapes = "splitTapes";  // 1: a clip for each recording
 inline constexpr std::string_view onlyNew = "onlyNew";  // 1: leave out what was converted before
 inline constexpr std::string_view assistantSkip = "assistantSkip";  // 1: no assistant at start
 inline constexpr std::string_view easy = "easy";                    // segment easy/expert

@@ -44,6 +44,7 @@ void MainWindow::makeFileMenu() {
                   [this] { drawer_->table().copySelected(); });
   menu->addAction("@@menuPaste", QKeySequence::Paste, this, [this] { pasteSources(); });
   for (const auto& [title, box] : {std::pair{"@@menuParts", &app_.interface.partsApart},
+                                   std::pair{"@@menuSplitTapes", &app_.interface.splitsTapes},
                                    std::pair{"@@menuOnlyNew", &app_.interface.onlyNew}}) {
     QAction* item =
         menu->addAction(title, this, [box = box](bool isChecked) { box->setChecked(isChecked); });
