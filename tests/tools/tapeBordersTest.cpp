@@ -9,7 +9,7 @@
 namespace tessarin::joining {
 namespace {
 
-constexpr std::size_t picture = 144000;
+constexpr std::size_t pictureBytes = 144000;
 
 // So many pictures, the first with this number and by the camera's clock at this one, which the
 // camera may mark.
@@ -40,15 +40,15 @@ std::string blank(int count) {
 // How many pictures each recording has, with "?" where there may be more in it.
 std::string foundIn(const std::string& tape) {
   TapeBorders borders;
-  for (std::size_t at = 0; at < tape.size(); at += picture)
-    borders.add(std::string_view(tape).substr(at, picture));
+  for (std::size_t at = 0; at < tape.size(); at += pictureBytes)
+    borders.add(std::string_view(tape).substr(at, pictureBytes));
   std::string found;
   std::uint64_t next = 0;
   for (const TapeRecording& each : borders.finish()) {
     EXPECT_EQ(each.first, std::exchange(next, each.first + each.count));
     found += (found.empty() ? "" : " ") + std::to_string(each.count) + (each.isUnclear ? "?" : "");
   }
-  EXPECT_EQ(next * picture, tape.size());
+  EXPECT_EQ(next * pictureBytes, tape.size());
   return found;
 }
 
@@ -89,7 +89,7 @@ TEST(TapeBorders, AreNoneWhereTheyAreInDoubt) {
   EXPECT_EQ(foundIn(first + blank(3) + shot(0, 5000, 20) + shot(20, 9000, 25)), "47? 25");
   EXPECT_EQ(foundIn(first + shot(7, 9000, 3) + shot(0, 5000, 20) + shot(20, 7000, 25)), "47? 25");
   EXPECT_EQ(foundIn(blank(9)), "9?");
-  EXPECT_EQ(foundIn(first + std::string(6 * picture, '\0')), "30?") << "no pictures";
+  EXPECT_EQ(foundIn(first + std::string(6 * pictureBytes, '\0')), "30?") << "no pictures";
 }
 
 TEST(TapeBorders, AreToldByBytes) {
@@ -101,13 +101,13 @@ TEST(TapeBorders, AreToldByBytes) {
   ASSERT_TRUE(tape) << tape.reason();
   ASSERT_EQ(tape->recordings.size(), 2u);
   EXPECT_EQ(tape->beginOf(0), 0u);
-  EXPECT_EQ(tape->endOf(0), 20 * picture);
-  EXPECT_EQ(tape->beginOf(1), 20 * picture);
-  EXPECT_EQ(tape->endOf(1), 29 * picture + 4);
+  EXPECT_EQ(tape->endOf(0), 20 * pictureBytes);
+  EXPECT_EQ(tape->beginOf(1), 20 * pictureBytes);
+  EXPECT_EQ(tape->endOf(1), 29 * pictureBytes + 4);
   EXPECT_FALSE(read("")) << "nothing";
   EXPECT_FALSE(read("RIFF" + shot(0, 0, 2))) << "of another format";
   std::string wide = shot(0, 0, 4);
-  wide[picture + 1] = '\x0B';
+  wide[pictureBytes + 1] = '\x0B';
   EXPECT_FALSE(read(wide)) << "pictures of several parts";
 }
 

@@ -18,9 +18,9 @@ namespace tessarin::joining {
 namespace {
 
 // Pictures that have to agree before they are taken for a recording.
-constexpr std::uint64_t enough = 5;
+constexpr std::uint64_t shortestRecording = 5;
 // Seconds of pictures that may be missing in the middle of a recording.
-constexpr double longestLeap = 60;
+constexpr double longestDrop = 60;
 // Pictures between two lines that tell that the tool is at work, on slow disks as well: 36 MB.
 constexpr std::uint64_t betweenSigns = 250;
 
@@ -84,7 +84,7 @@ TapeBorders::Behind TapeBorders::judge(const Run& run, const Mark& mark) const {
     return Behind::goesOn;
   // Pictures that are missing, or come once more.
   const double leap = static_cast<double>(step) * step_;
-  const bool isShort = leap >= -1 && leap <= longestLeap;
+  const bool isShort = leap >= -1 && leap <= longestDrop;
   if (hasCodeLeapt && isShort && passed && std::abs(*passed - leap) <= 1 && !mark.beginsRecording)
     return Behind::goesOn;
   // Without a clock nobody knows.
@@ -114,12 +114,12 @@ void TapeBorders::takeMark(const Mark& mark) {
       next_ = begin(behind == Behind::isOther);
   } else if (judge(*next_, mark) == Behind::goesOn) {
     next_->take(mark);
-    if (next_->told == enough)
+    if (next_->told == shortestRecording)
       settle();
   } else if (judge(run_, mark) == Behind::goesOn) {
     next_.reset();
     run_.take(mark);
-  } else if (next_->told == 1 || ++next_->strange == enough) {
+  } else if (next_->told == 1 || ++next_->strange == shortestRecording) {
     // What seemed to begin was neither's, or too short for a recording.
     next_ = begin(mark.beginsRecording);
   }
@@ -128,7 +128,7 @@ void TapeBorders::takeMark(const Mark& mark) {
 // The next run has gone on long enough.
 void TapeBorders::settle() {
   Run next = *std::exchange(next_, std::nullopt);
-  if (next.isExact && run_.told >= enough) {
+  if (next.isExact && run_.told >= shortestRecording) {
     recordings_.push_back({first_, next.first - first_, isUnclear_});
     first_ = next.first;
     isUnclear_ = false;
@@ -140,9 +140,10 @@ void TapeBorders::settle() {
 
 std::vector<TapeRecording> TapeBorders::finish() {
   const bool isCutShort = next_ && next_->told > 1;
-  const bool tellsNothing = run_.told < std::min(enough, count_);
-  recordings_.push_back({first_, count_ - first_,
-                         isUnclear_ || isCutShort || tellsNothing || withoutHead_ >= enough});
+  const bool tellsNothing = run_.told < std::min(shortestRecording, count_);
+  recordings_.push_back(
+      {first_, count_ - first_,
+       isUnclear_ || isCutShort || tellsNothing || withoutHead_ >= shortestRecording});
   return std::exchange(recordings_, {});
 }
 
