@@ -18,6 +18,7 @@ constexpr std::uint64_t indexEntry = 16;  // name, flags, place and size
 constexpr int mostChunks = 10000;         // beside each other in a list
 constexpr std::size_t mostStreams = 32;
 constexpr std::size_t mostEntries = 50'000'000;
+constexpr std::size_t mostInOrder = 10'000'000;  // chunks; pictures of four days
 
 struct Chunk {
   std::string name;
@@ -61,7 +62,8 @@ class AviReader {
       if (isOfStream(at) && name.starts_with(stream.name) && !name.ends_with("pc"))
         add(stream, {at + chunkHead, size});
       else
-        isDamaged_ = ++entries_ > mostEntries;
+        ++entries_;
+      isDamaged_ = isDamaged_ || entries_ > mostInOrder;
       at += chunkHead + size + size % 2;
     }
     return isRead() ? std::move(stream) : AviStream();
@@ -115,9 +117,13 @@ class AviReader {
   }
   // That of a stream at this place or behind it; some programs do not fill up odd ones.
   std::uint64_t nextChunk(std::uint64_t place) {
-    for (--place; place + chunkHead <= bytes_.size() && bytes_.failure().empty(); ++place)
+    for (--place; place + chunkHead <= bytes_.size() && bytes_.failure().empty(); ++place) {
       if (isOfStream(place))
         return place;
+      constexpr unsigned zeros = 8;  // by which long stretches of them are passed over
+      if (bytes_.number(place, zeros) == 0)
+        place += zeros - 1;
+    }
     return bytes_.size();
   }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tessarin::joining {
 
@@ -159,12 +160,19 @@ JpegCodes::Symbol JpegCodes::findLong(unsigned bits) const {
   return {};
 }
 
-JpegScanReader::JpegScanReader() {
-  for (const std::string_view table : usualTables)
-    takeCodes(fromDigits(table));
+const JpegScanReader::Codes& JpegScanReader::usualCodes() {
+  static const Codes codes = [] {
+    Codes made;
+    for (auto& tables : made)
+      tables.fill(std::make_shared<const JpegCodes>());
+    for (const std::string_view table : usualTables)
+      made = codesIn(fromDigits(table), std::move(made));
+    return made;
+  }();
+  return codes;
 }
 
-void JpegScanReader::takeCodes(std::string_view segment) {
+JpegScanReader::Codes JpegScanReader::codesIn(std::string_view segment, Codes before) {
   while (segment.size() > 1 + codeLengths) {
     const std::uint8_t name = byteAt(segment, 0);
     const std::string_view counts = segment.substr(1, codeLengths);
@@ -172,9 +180,15 @@ void JpegScanReader::takeCodes(std::string_view segment) {
     for (const char count : counts)
       symbols += static_cast<std::uint8_t>(count);
     segment.remove_prefix(1 + codeLengths);
-    codes_.at(name >> 4 & 1).at(name & 3) = JpegCodes(counts, segment.substr(0, symbols));
+    before.at(name >> 4 & 1).at(name & 3) =
+        std::make_shared<const JpegCodes>(counts, segment.substr(0, symbols));
     segment.remove_prefix(std::min(symbols, segment.size()));
   }
+  return before;
+}
+
+void JpegScanReader::takeCodes(std::string_view segment) {
+  codes_ = codesIn(segment, std::move(codes_));
 }
 
 void JpegScanReader::takeInterval(std::string_view segment) {
@@ -221,7 +235,7 @@ bool JpegScanReader::isWhole(std::string_view segment, std::string_view data) co
       units = partsOf(partsOf(std::uint64_t{width_} * found->across, across), 8) *
               partsOf(partsOf(std::uint64_t{height_} * found->down, down), 8);
     unit.insert(unit.end(), count == 1 ? 1 : found->across * found->down,
-                {&codes_[0].at(tables >> 4 & 3), &codes_[1].at(tables & 3)});
+                {codes_[0].at(tables >> 4 & 3).get(), codes_[1].at(tables & 3).get()});
   }
   if (unit.empty())
     return false;

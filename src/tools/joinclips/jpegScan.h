@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -44,8 +45,6 @@ class JpegCodes {
 // Takes the segments of a picture in order, each without its mark and length.
 class JpegScanReader {
  public:
-  JpegScanReader();
-
   // Segments DHT, DRI and SOF with the kind of the latter's mark.
   void takeCodes(std::string_view segment);
   void takeInterval(std::string_view segment);
@@ -66,7 +65,10 @@ class JpegScanReader {
   unsigned height_ = 0;
   std::uint64_t interval_ = 0;  // units until a restart; 0: none
   std::vector<Component> components_;
-  std::array<std::array<JpegCodes, 4>, 2> codes_;  // of DC and of AC
+  using Codes = std::array<std::array<std::shared_ptr<const JpegCodes>, 4>, 2>;  // of DC and of AC
+  static Codes codesIn(std::string_view segment, Codes before);
+  static const Codes& usualCodes();
+  Codes codes_ = usualCodes();
 };
 
 }  // namespace tessarin::joining
