@@ -55,10 +55,10 @@ std::int64_t flagsOf(const std::vector<std::string_view>& fields) {
   return keyFrame;
 }
 
-double holesBetween(std::vector<double> starts) {
+void findHoles(std::vector<double> starts, MeasuredStream& pictures) {
   constexpr std::size_t least = 10;
   if (starts.size() < least)
-    return 0;
+    return;
   std::sort(starts.begin(), starts.end());
   std::vector<double> steps(starts.size() - 1);
   for (std::size_t place = 0; place < steps.size(); ++place)
@@ -76,7 +76,11 @@ double holesBetween(std::vector<double> starts) {
     else if (step > usual / 2)
       ++steady;
   }
-  return steady * 10 >= steps.size() * 9 ? holes : 0;
+  if (steady * 10 < steps.size() * 9)
+    return;
+  pictures.holes = holes;
+  constexpr std::size_t rare = 100;
+  pictures.areHolesRare = steps.size() - steady <= 1 + steps.size() / rare;
 }
 
 }  // namespace
@@ -210,7 +214,7 @@ SourceMeasure PacketMeter::result() const {
     if (!stream.isSound && !measure.pictures) {
       measure.pictures = stream.measured;
       if (measure.pictures)
-        measure.pictures->holes = holesBetween(stream.starts);
+        findHoles(stream.starts, *measure.pictures);
     }
     if (stream.isSound && stream.measured)
       measure.sounds.push_back(*stream.measured);

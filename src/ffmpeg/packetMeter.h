@@ -30,7 +30,8 @@ struct MeasuredStream {
   // Of pictures that come steadily, seconds without any where one is due, however short. Of a
   // healthy source they may have been left out.
   double holes = 0;
-  double lasting = 0;  // seconds of all packets
+  bool areHolesRare = false;  // one in a hundred pictures, or a single one
+  double lasting = 0;         // seconds of all packets
   // Of packets of pictures, those of zeros alone, and those of DV that are shorter than the first.
   std::uint64_t spoilt = 0;
   std::int64_t firstSize = 0;  // bytes of the first packet

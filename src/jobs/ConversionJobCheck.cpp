@@ -44,6 +44,11 @@ Arguments readingCommand(const std::string& path) {
   return command;
 }
 
+// Whether each packet has its time, but pictures may come irregularly.
+bool tellsTimes(const Source& source) {
+  return firstContainer(source) == "matroska";
+}
+
 // Sound in files of its own is as long as the pictures; unless a file was cut.
 bool endsSoundEarly(const MovieIndex& movie, const JobPlan& plan) {
   constexpr double slack = 0.3;
@@ -112,7 +117,8 @@ void ConversionJob::judge(MovieLook look) {
   isAsLongAsKnown_ = expected && judgeMovie(movie_, *expected).isRight();
   // A hole has its place in the length.
   const bool mayHaveHoles = damagedPictures_ > 0 || parts_.isDoubtful || promisedPictures_ ||
-                            emptyEnds_ > 0 || mayBeginLate(*plan_) || tellsPlaces(source);
+                            emptyEnds_ > 0 || mayBeginLate(*plan_) || tellsPlaces(source) ||
+                            tellsTimes(source);
   if (isAsLongAsKnown_ && !maySoundChange(source) && !mayHaveHoles) {
     end();
     return;
@@ -247,7 +253,8 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
-  const bool countsHoles = damagedPictures_ > 0 || tellsPlaces(plan_->row.source);
+  const bool countsHoles = damagedPictures_ > 0 || tellsPlaces(plan_->row.source) ||
+                           (tellsTimes(plan_->row.source) && measure.pictures->areHolesRare);
   const bool isUnhealthy =
       isStreamed(plan_->row.source) || countsHoles || isLongerThanTold(*plan_, measure);
   if (const std::size_t held = isUnhealthy ? heldPictures(*plan_, measure, countsHoles) : 0;

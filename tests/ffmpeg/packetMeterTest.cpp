@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "classShared/TextAdditions.h"
@@ -79,6 +80,24 @@ TEST(PacketMeter, CountsHoles) {
   const auto pictures = meter.result().pictures;
   ASSERT_TRUE(pictures);
   EXPECT_DOUBLE_EQ(pictures->gaps, 2);  // four pictures are too few
+}
+
+TEST(PacketMeter, TellsRareHolesFromPicturesThatWereLeftOut) {
+  const auto without = [](const auto& isMissing) {
+    PacketMeter meter;
+    meter.addLine("#tb 0: 1/25");
+    meter.addLine("#media_type 0: video");
+    for (int number = 0; number < 150; ++number)
+      if (!isMissing(number))
+        meter.addLine(fmt::format("0, {0}, {0}, 1, 900, 0x1", number));
+    return *meter.result().pictures;
+  };
+  const MeasuredStream holed = without([](int number) { return number / 10 == 7; });
+  EXPECT_NEAR(holed.holes, 0.4, 1e-6);
+  EXPECT_TRUE(holed.areHolesRare);
+  const MeasuredStream uneven = without([](int number) { return number % 30 == 7; });
+  EXPECT_NEAR(uneven.holes, 0.2, 1e-6);
+  EXPECT_FALSE(uneven.areHolesRare);
 }
 
 // A decoder says nothing of the second, and little of the third. The fifth repeats another.
