@@ -98,8 +98,10 @@ showsNot() { waitFor isGone "$1"; }
 row() { printf '%s' "^cell\\.$1\\.2\\t.*\\t$2\\.mts"; }
 state() { printf '%s' "^cell\\.$1\\.0\\t.*\\t$(($1 + 1)) $2"; }
 entry() { printf '%s' "^entry(\\t\\d+){4}\\t\\t$1"; }
+hasEnded() { ! kill -0 "$window" 2>/dev/null; }
 ends() {
   local status=0
+  waitFor hasEnded
   wait "$window" || status=$?
   [ "$status" -eq 0 ] || fail "the window ended with status $status: $(tail -n 5 "$folder/err")"
 }
@@ -204,6 +206,7 @@ withPointer() {
   shows '^summary\t.*\t3 converted'
   waitFor grep -qs "$movies" "$folder/opened" # the folder is shown
   press "$(row 0 a)"
+  shows '^cell\.0\.\d\t.*focus'
   key alt+F4
   ends
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace tessarin {
 
@@ -17,6 +18,8 @@ std::ptrdiff_t uninterrupted(const Call& call) {
   return result;
 }
 
+thread_local int lastReadError = 0;
+
 }  // namespace
 
 int processId() {
@@ -24,7 +27,10 @@ int processId() {
 }
 
 std::ptrdiff_t readSome(int descriptor, void* bytes, std::size_t size) {
-  return uninterrupted([&] { return ::read(descriptor, bytes, size); });
+  const std::ptrdiff_t count = uninterrupted([&] { return ::read(descriptor, bytes, size); });
+  if (count < 0)
+    keepReadError(errno);
+  return count;
 }
 
 std::size_t readAt(int descriptor, void* bytes, std::size_t size, std::uint64_t offset) {
@@ -36,11 +42,22 @@ std::size_t readAt(int descriptor, void* bytes, std::size_t size, std::uint64_t 
     });
     if (count == 0)
       errno = 0;
+    if (count < 0)
+      keepReadError(errno);
     if (count <= 0)
       break;
     have += static_cast<std::size_t>(count);
   }
   return have;
+}
+
+int takeReadError() {
+  return std::exchange(lastReadError, 0);
+}
+
+void keepReadError(int error) {
+  if (error != ENOENT && error != ENOTDIR)
+    lastReadError = error;
 }
 
 bool writeAll(int descriptor, std::string_view bytes) {

@@ -22,6 +22,12 @@ std::ptrdiff_t readSome(int descriptor, void* bytes, std::size_t size);
 // fails. The descriptor's own position stays.
 std::size_t readAt(int descriptor, void* bytes, std::size_t size, std::uint64_t offset);
 
+// What kept the last file from being opened or read in this thread, for who asks readers that take
+// such a file for one that says nothing: an errno, once; 0 when nothing did.
+int takeReadError();
+// By who reads; a file that is not there is no failure.
+void keepReadError(int error);
+
 // False when not everything could be written.
 bool writeAll(int descriptor, std::string_view bytes);
 bool writeAllAt(int descriptor, std::string_view bytes, std::uint64_t offset);

@@ -2,10 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstdio>
-
-#include "classShared/Outcome.h"
 #include "cli/terminal.h"
 
 namespace tessarin::cli {
@@ -21,13 +17,8 @@ RowState rowStateOf(const RowResult& result, bool isInHand) {
 }
 
 void Reporter::print(std::string_view line) {
-  if (isLost_)
-    return;
-  const int error = writeText(stdout, fmt::format("{}\n", line));
-  isLost_ = error != 0;
-  // A reader that has seen enough, such as head(1), is nothing to complain about.
-  if (isLost_ && error != EPIPE)
-    complain(fmt::format("standard output: {}", systemReason(error)));
+  if (!isLost_)
+    isLost_ = !writeOutput(fmt::format("{}\n", line));
 }
 
 }  // namespace tessarin::cli

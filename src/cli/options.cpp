@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
+#include <sstream>
 #include <string_view>
 
 #include "classShared/TextAdditions.h"
@@ -278,8 +279,9 @@ std::variant<Options, Exit> readOptions(int count, char** arguments, const std::
   try {
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::Success& asked) {
-    app.exit(asked);
-    return Exit{allConverted};
+    std::ostringstream text;
+    app.exit(asked, text);
+    return Exit{writeOutput(text.str()) ? allConverted : someNot};
   } catch (const Mistake& mistake) {
     return refuse(mistake.what());
   } catch (const CLI::ExcludesError&) {

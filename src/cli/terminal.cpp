@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "classShared/Outcome.h"
 #include "classShared/TextAdditions.h"
 #include "classShared/Utf8.h"
 #include "platform/openFiles.h"
@@ -34,6 +35,13 @@ int writeText(std::FILE* stream, std::string_view text) {
   const bool isWritten =
       std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
   return isWritten ? 0 : errno;
+}
+
+bool writeOutput(std::string_view text) {
+  const int error = writeText(stdout, text);
+  if (error != 0 && error != EPIPE)
+    complain(fmt::format("standard output: {}", systemReason(error)));
+  return error == 0;
 }
 
 void complain(std::string_view reason) {

@@ -14,6 +14,10 @@ bool canRewriteLine(int descriptor);
 // is no reason to give up the work.
 int writeText(std::FILE* stream, std::string_view text);
 
+// Writes to standard output at once; false if not all could be written. That is complained of,
+// unless the reader had seen enough, as head(1) has.
+bool writeOutput(std::string_view text);
+
 // The line "tessarin: REASON" on standard error, whatever the reason holds: printable() is ours.
 void complain(std::string_view reason);
 

@@ -95,7 +95,8 @@ SpannedSources foundParts(const Arguments& search, std::string_view output) {
     if (const auto parts = textAfter(line, "parts "); parts && startsWith(line, "parts "))
       takeRecording(*parts, files, found);
     for (auto [head, list] :
-         {std::pair{"doubtful ", &found.doubtful}, std::pair{"later ", &found.later}})
+         {std::pair{"doubtful ", &found.doubtful}, std::pair{"later ", &found.later},
+          std::pair{"unread ", &found.unread}})
       if (const auto word = textAfter(line, head); word && startsWith(line, head))
         if (const auto place = placeOf(*word, files.size()))
           list->push_back(files[*place]);
@@ -136,10 +137,11 @@ void takeAllFiles(Source& source, const SpannedSources& found) {
   };
   tell(found.later, source.path, Source::Remark::Kind::laterPart);
   tell(found.unsplit, source.path, Source::Remark::Kind::unsplitTape);
-  tell(found.doubtful,
-       recording == found.recordings.end() ? source.path
-                                           : recording->second.furtherParts.back().path,
-       Source::Remark::Kind::doubtfulPart);
+  const std::string& last = recording == found.recordings.end()
+                                ? source.path
+                                : recording->second.furtherParts.back().path;
+  tell(found.doubtful, last, Source::Remark::Kind::doubtfulPart);
+  tell(found.unread, last, Source::Remark::Kind::partsUnknown);
   if (recording == found.recordings.end())
     return;
   source.furtherParts = recording->second.furtherParts;

@@ -23,6 +23,7 @@ struct SpannedSources {
   std::map<std::string, SoundsBeside> sounds;   // by the path of the file with the pictures
   std::vector<std::string>
       doubtful;  // seem to go on in a next file that is not there, or does not fit
+  std::vector<std::string> unread;   // may go on: one of those to be compared could not be read
   std::vector<std::string> later;    // are no first parts, and the one before is not there
   std::vector<std::string> unsplit;  // may hold more recordings than were found (tapeRecordings.h)
 };

@@ -77,8 +77,8 @@ void ConversionJob::judge(MovieLook look) {
     end();
     return;
   }
-  if (!look.told) {
-    fail(whyDestination(look.told.reason()));
+  if (!look.written) {
+    fail(whyDestination(look.written.reason()));
     return;
   }
   if (!look.index) {

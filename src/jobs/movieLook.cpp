@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "classShared/TextAdditions.h"
-#include "classShared/log.h"
 #include "jobs/outputPlace.h"
 #include "movie/aviIndex.h"
 #include "movie/emptyEnds.h"
@@ -52,10 +51,10 @@ MovieLook lookAtMovie(const LookedAt& what) {
   if (!look.mayHoldMovie)
     return look;
   if (what.isCopy)
-    if (const auto shown = showFirstPictures(what.movie); !shown)
-      logFormat("check               :-( {}: {}", what.movie, shown.reason());
-  look.told = tellFacts(what.movie, what.facts);
-  if (!look.told)
+    look.written = showFirstPictures(what.movie);
+  if (look.written)
+    look.written = tellFacts(what.movie, what.facts);
+  if (!look.written)
     return look;
   look.index = readMovieIndex(what.movie);
   look.hasSourceChanged = haveChanged(what.files);

@@ -27,7 +27,7 @@ struct LookedAt {
 // The rest of it is as it was made behind the first thing that is wrong.
 struct MovieLook {
   bool mayHoldMovie = false;
-  Outcome<bool> told = false;  // the facts
+  Outcome<bool> written = false;  // what is to be changed in its index
   Outcome<MovieIndex> index = MovieIndex();
   bool hasSourceChanged = false;
   // Whether the source is a movie whose own index names samples that its file has not.

@@ -28,13 +28,11 @@ Outcome<bool> writeAt(int descriptor, std::uint64_t place, std::string_view byte
 }
 
 // Behind a movie of that size, which stays what it was where the disk is full.
-bool append(int descriptor, std::uint64_t size, std::string_view bytes) {
-  if (writeAllAt(descriptor, bytes, size))
-    return true;
-  logFormat("index               :-( {}", systemReason(errno));
-  if (!cutTo(descriptor, size))
+Outcome<bool> append(int descriptor, std::uint64_t size, std::string_view bytes) {
+  auto written = writeAt(descriptor, size, bytes);
+  if (!written && !cutTo(descriptor, size))
     logFormat("index               :-( {}", systemReason(errno));
-  return false;
+  return written;
 }
 
 // The first index of the file: where its atom begins, and its size. 0: there is none to work with.
@@ -188,15 +186,17 @@ Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change) {
   const bool canBeChanged = !isAppended || endsWithAtom(bytes, own.begin);
   if (!bytes.failure().empty())
     return Failure{bytes.failure()};
-  if (!canBeChanged || !append(descriptor, bytes.size(), samples))
+  if (!canBeChanged)
     return false;
+  if (auto written = append(descriptor, bytes.size(), samples); !written)
+    return written;
   if (fits(index.size(), place))
     return writeAt(descriptor, place.begin, index + freeHead(place.size - index.size()));
   if (place.end() < bytes.size())
     if (auto written = writeWithMoreRoom(descriptor, place, changed->index))
       return std::move(*written);
-  if (!append(descriptor, bytes.size(), samples + index))
-    return false;
+  if (auto written = append(descriptor, bytes.size(), samples + index); !written)
+    return written;
   return writeAt(descriptor, own.begin + 4, "free");
 }
 

@@ -26,9 +26,9 @@ using ChangeIndex = std::function<std::optional<IndexChange>(const MovieBytes& m
 
 // Puts another index into the movie. It stays before the samples, where players that load a movie
 // look first, if there is room or the file system can make some; else it goes behind them, and
-// counts from when the old one does not. The samples themselves are never written. False when
-// nothing was changed, also for lack of room. Fails when the movie cannot be read, or may have been
-// harmed.
+// counts from when the old one does not. The samples themselves are never written. False when there
+// is nothing to change, or the movie is none that can be. Fails when it cannot be read or written;
+// for lack of room it stays what it was.
 Outcome<bool> rewriteIndex(const std::string& path, const ChangeIndex& change);
 
 }  // namespace tessarin

@@ -42,8 +42,11 @@ int flagsOf(OpenFor use) {
 Descriptor openFile(const std::string& path, OpenFor use) {
   constexpr mode_t ownersOnly = 0600;
   constexpr mode_t usual = 0666;
-  return Descriptor(::open(path.c_str(), flagsOf(use) | O_CLOEXEC,
-                           use == OpenFor::appending ? usual : ownersOnly));
+  Descriptor file(::open(path.c_str(), flagsOf(use) | O_CLOEXEC,
+                         use == OpenFor::appending ? usual : ownersOnly));
+  if (!file.isOpen() && (use == OpenFor::reading || use == OpenFor::streaming))
+    keepReadError(errno);
+  return file;
 }
 
 bool closeFile(Descriptor& file) {

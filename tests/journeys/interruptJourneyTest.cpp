@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <signal.h>
 
 #include "Journey.h"
@@ -136,10 +137,13 @@ TEST_F(InterruptJourney, AReaderThatGoesAwayIsNoHarm) {
 
 TEST_F(InterruptJourney, AFullDiskUnderTheOutputIsTold) {
   const std::string clip = tinyClip("x.mts");
-  Run run = startProgram("/bin/sh", {"-c", test::quoted(program()) + " analyse x.mts >/dev/full"});
-  const Result result = finish(run);
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "tessarin: standard output: No space left on device\n");
+  for (const char* words : {"analyse x.mts", "--help", "--version"}) {
+    Run run = startProgram("/bin/sh",
+                           {"-c", fmt::format("{} {} >/dev/full", test::quoted(program()), words)});
+    const Result result = finish(run);
+    EXPECT_EQ(result.status, 1) << words;
+    EXPECT_EQ(result.err, "tessarin: standard output: No space left on device\n") << words;
+  }
 }
 
 }  // namespace

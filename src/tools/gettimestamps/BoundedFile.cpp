@@ -1,8 +1,10 @@
 #include "tools/gettimestamps/BoundedFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
+#include "classShared/descriptorBytes.h"
 #include "utils/fileSection.h"
 
 namespace tessarin {
@@ -19,8 +21,10 @@ BoundedFile::BoundedFile(const std::string& path, std::uint64_t budget) : budget
     return;
   file_.open(file, std::ios::binary);
   hasFailed_ = !file_;
-  if (hasFailed_)
+  if (hasFailed_) {
+    keepReadError(errno);
     return;
+  }
   begin_ = section ? std::min<std::uint64_t>(section->begin, size) : 0;
   size_ = (section ? std::min<std::uint64_t>(section->end, size) : size) - begin_;
 }
@@ -32,8 +36,11 @@ std::string BoundedFile::read(std::uint64_t offset, std::size_t count) {
   std::string bytes(static_cast<std::size_t>(there), '\0');
   file_.clear();
   file_.seekg(static_cast<std::streamoff>(begin_ + offset));
+  errno = 0;
   file_.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file_.gcount(), 0)));
+  if (bytes.size() < there && errno != 0)
+    keepReadError(errno);
   hasFailed_ = hasFailed_ || bytes.size() < there;
   budget_ -= bytes.size();
   return bytes;

@@ -9,19 +9,18 @@
 // --parts the files that are parts of one recording are told by their places among the arguments,
 // from 0 on ("parts 3 4 5: 600.040 1200.080 1500.000": and where the second and third begin, and
 // the third ends, in seconds), and those that seem to go on in a next file that is not there or
-// does not fit ("doubtful 7"), or that are not the first part and lack the one before ("later 9");
-// so are files of the card with the sound of an argument ("sounds 0 AUDIO/0001AB00.MXF", in the
-// order of the channels; "sounds 0 missing", once for each of which the card tells and which is not
-// there; "sounds 0 by name", where the card does not tell of them). Of MXF files, which joinmxf
-// puts behind each other, --list says where each begins, and reads all of them.
-// Of raw DV whole frames are written, whatever is between and in them (DvMender).
-// With --recordings a line tells of each recording of a tape that was captured into one of the
-// files, raw DV ("recording 0: bytes 0-36000000, 250 pictures"; ", unclear" behind it, or in its
-// place with a reason, where there may be more that were not found), and others ("at picture 250")
-// that the tool is at work.
-// With --dv a line as of --list tells of a file with DV how much of its pictures is damaged or
-// missing, and whether it has to be read so ("torn"), with --jpeg how much is damaged in an AVI
-// file or a movie of Motion JPEG, with
+// does not fit ("doubtful 7"), or of which that could not be read ("unread 8"), or that are not the
+// first part and lack the one before ("later 9"); so are files of the card with the sound of an
+// argument ("sounds 0 AUDIO/0001AB00.MXF", in the order of the channels; "sounds 0 missing", once
+// for each of which the card tells and which is not there; "sounds 0 by name", where the card does
+// not tell of them). Of MXF files, which joinmxf puts behind each other, --list says where each
+// begins, and reads all of them. Of raw DV whole frames are written, whatever is between and in
+// them (DvMender). With --recordings a line tells of each recording of a tape that was captured
+// into one of the files, raw DV ("recording 0: bytes 0-36000000, 250 pictures"; ", unclear" behind
+// it, or in its place with a reason, where there may be more that were not found), and others ("at
+// picture 250") that the tool is at work. With --dv a line as of --list tells of a file with DV how
+// much of its pictures is damaged or missing, and whether it has to be read so ("torn"), with
+// --jpeg how much is damaged in an AVI file or a movie of Motion JPEG, with
 // --clusters of a Matroska file how much of it has a wrong time.
 //
 // Exit status: 0 done, 1 not done (one line on standard error says why), 2 wrong use.
@@ -245,12 +244,15 @@ Outcome<bool> tellLoss(const std::vector<std::string>& files, const LossWishes& 
 }
 
 Outcome<bool> join(const std::vector<std::string>& files, bool isList) {
+  takeReadError();
   if (files.size() > 1 && joining::isMovie(files.front()))
     return joining::joinMovies(files, isList);
   const bool isPlain =
       joining::isPlainlyJoined(files.front()) || (isList && hasPathExtension(files.front(), "mxf"));
   if (joining::is625InRawDv(files.front()) || (files.size() > 1 && isPlain))
     return joining::joinPlainly(files, isList);
+  if (const int error = takeReadError(); error != 0)  // what it holds was not seen
+    return Failure{files.front() + ": " + systemReason(error)};
   return joinStreams(files, isList);
 }
 

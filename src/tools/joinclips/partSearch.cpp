@@ -7,6 +7,7 @@
 #include <set>
 
 #include "classShared/TextAdditions.h"
+#include "classShared/descriptorBytes.h"
 #include "tools/gettimestamps/card.h"
 #include "tools/joinclips/partKinds.h"
 #include "utils/files.h"
@@ -58,8 +59,16 @@ class PartSearch {
       return clip->second == name ? CardSays::goesOn : CardSays::apart;
     return clips.contains(name) ? CardSays::apart : CardSays::nothing;
   }
-  // The file in which this one goes on.
+  // The file in which this one goes on. Its readers take one that cannot be read for one that does
+  // not tell.
   std::optional<std::size_t> nextOf(std::size_t file) {
+    takeReadError();
+    const auto next = found(file);
+    if (!next && takeReadError() != 0)
+      fmt::print("unread {}\n", file);
+    return next;
+  }
+  std::optional<std::size_t> found(std::size_t file) {
     const auto kind = partKindOf(files_[file]);
     const auto name = kind ? kind->nextName(files_[file], placeOf_) : std::nullopt;
     if (!name) {
@@ -103,7 +112,9 @@ class PartSearch {
           kind && !joined.contains(file) && kind->isLaterPart(files_[file]))
         fmt::print("later {}\n", file);
   }
-  static void tellDoubt(std::size_t file) { fmt::print("doubtful {}\n", file); }
+  static void tellDoubt(std::size_t file) {
+    fmt::print("{} {}\n", takeReadError() == 0 ? "doubtful" : "unread", file);
+  }
   void print(const std::vector<std::size_t>& parts) {
     std::vector<std::string> files;
     files.reserve(parts.size());
