@@ -1,4 +1,4 @@
-// Whether the ends of a stream's file are empty.
+// Whether the ends of a clip's file hold nothing that belongs to it.
 #pragma once
 
 #include <string>
@@ -10,8 +10,9 @@ namespace tessarin {
 // it should hold: zeros, or in a transport stream ("mpegts", ISO/IEC 13818-1; the others are
 // program streams, "mpeg") no packets for 32 KiB, as where a card was damaged or a copy broke off.
 // Programs pass over that without a word, and what is left says nothing of its length. Looks at 256
-// places; 0 for other containers, where nothing is missing, where everything is, and where the file
-// cannot be read.
+// places. Of a movie in fragments ("mov", ISO/IEC 14496-12) what lies behind the last atom that is
+// whole, unless it is zeros. 0 for other containers, where nothing is missing, where everything is,
+// and where the file cannot be read.
 double emptyEnds(const std::string& path, std::string_view container);
 
 }  // namespace tessarin

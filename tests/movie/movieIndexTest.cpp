@@ -87,6 +87,22 @@ TEST_F(MovieIndexTest, AStreamsFileMayBeEmptyAtItsEnds) {
   }
 }
 
+TEST_F(MovieIndexTest, FragmentsBehindADamagedOneAreNotReached) {
+  const std::string bytes = *readFileStart(
+      movie("x.mp4", "-c:a aac -movflags frag_every_frame+empty_moov"), 1U << 24);
+  const auto unreached = [this](const std::string& content) {
+    return emptyEnds(folder.write("fragments", content), "mov");
+  };
+  const std::size_t half = bytes.find("mdat", bytes.size() / 2);
+  EXPECT_EQ(unreached(bytes), 0);
+  EXPECT_EQ(unreached(bytes + std::string(5000, '\0')), 0) << "room that was not needed";
+  EXPECT_NEAR(unreached(bytes.substr(0, half + 4) + bytes.substr(half + 5)), 0.5, 0.05);
+  EXPECT_NEAR(unreached(bytes.substr(0, half + 5)), 0.02, 0.02) << "cut";
+  EXPECT_GT(unreached(bytes.substr(0, half + 5)), 0);
+  const std::string whole = *readFileStart(movie("y.mp4", "-c:a aac"), 1U << 24);
+  EXPECT_EQ(unreached(whole.substr(0, whole.size() - 9)), 0) << "its index tells";
+}
+
 TEST_F(MovieIndexTest, AMovieOfAnotherFormatMayFollow) {
   const std::string mp4 = movie("x.mp4", "-c:a aac");
   const std::string programme = movie("x.mpg", "-c:v mpeg2video -c:a mp2 -f vob");
