@@ -88,8 +88,8 @@ TEST_F(MovieIndexTest, AStreamsFileMayBeEmptyAtItsEnds) {
 }
 
 TEST_F(MovieIndexTest, FragmentsBehindADamagedOneAreNotReached) {
-  const std::string bytes = *readFileStart(
-      movie("x.mp4", "-c:a aac -movflags frag_every_frame+empty_moov"), 1U << 24);
+  const std::string bytes =
+      *readFileStart(movie("x.mp4", "-c:a aac -movflags frag_every_frame+empty_moov"), 1U << 24);
   const auto unreached = [this](const std::string& content) {
     return emptyEnds(folder.write("fragments", content), "mov");
   };
