@@ -348,6 +348,21 @@ TEST(Movtool, TellsItsProgressInPerCent) {
   }
 }
 
+TEST(Movtool, TellsWhatTheDecoderMadeUpAndNotHowItUnderstandsTheClip) {
+  const ScopedTemporaryFolder folder;
+  const std::string clip =
+      makeClip(folder, "clip.avi",
+               "-f lavfi -i testsrc2=s=640x480:r=25:d=1 -metadata title=\"concealing 1 DC, 2 AC\" "
+               "-c:v libx264 -g 5 -bf 0 -x264-params keyint=5:scenecut=0 -pix_fmt yuv420p");
+  EXPECT_EQ(exported(folder, Settings(), clip).find("conceal"), std::string::npos);
+  std::string bytes = folder.read("clip.avi");
+  bytes.replace(bytes.size() / 2, 400, 400, 'U');
+  const std::string told = exported(folder, Settings(), folder.write("damaged.avi", bytes));
+  EXPECT_THAT(told, HasSubstr("] concealing "));
+  EXPECT_THAT(told, testing::Not(HasSubstr("Input #")));
+  EXPECT_THAT(told, testing::Not(HasSubstr("frame=")));
+}
+
 TEST(Movtool, SaysInOneLineWhatIsWrongAndLeavesNothing) {
   const ScopedTemporaryFolder folder;
   const ScopedTemporaryFolder inputs;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
@@ -26,6 +27,29 @@ constexpr std::size_t mostErrors = 1U << 20;
 
 // Of samples with 10 bits, which is how we want them: nobody else reads this pipe.
 constexpr std::string_view warningOfPipe = "generating non standard YUV stream";
+
+// Whether ffmpeg says how it understands the clip, what it makes of it and how far it is, which it
+// does along with what is wrong: all that is indented, too, where the clip has the word.
+bool isDescription(std::string_view line) {
+  constexpr std::array<std::string_view, 9> beginnings{
+      " ",      "Input #", "Output #", "Stream mapping:", "Press [q]", "frame=",
+      "video:", "[out#",   "[in#"};
+  return std::any_of(beginnings.begin(), beginnings.end(),
+                     [line](std::string_view beginning) { return line.starts_with(beginning); });
+}
+
+std::string keptLines(std::string_view lines, FfmpegRun::Report kind) {
+  std::string kept;
+  while (!lines.empty()) {
+    const std::size_t end = lines.find_first_of("\r\n");
+    const std::string_view line = lines.substr(0, end == std::string_view::npos ? end : end + 1);
+    const bool isLeftOut = kind == FfmpegRun::Report::troubles && isDescription(line);
+    if (!isLeftOut && !contains(line, warningOfPipe))
+      kept += line;
+    lines.remove_prefix(line.size());
+  }
+  return kept;
+}
 
 void passOn(std::string_view bytes) {
   writeAll(standardError, bytes);  // whether or not anybody listens
@@ -65,11 +89,8 @@ void FfmpegRun::Errors::readAll() {
   take(begun);
 }
 
-void FfmpegRun::Errors::take(std::string lines) {
-  if (const std::size_t found = lines.find(warningOfPipe); found != std::string::npos) {
-    const std::size_t start = lines.find_last_of("\r\n", found) + 1;
-    lines.erase(start, lines.find_first_of("\r\n", found) + 1 - start);
-  }
+void FfmpegRun::Errors::take(std::string_view bytes) {
+  const std::string lines = keptLines(bytes, kind);
   const std::lock_guard lock(mutex);
   if (passedOn)
     passOn(lines);
@@ -79,9 +100,10 @@ void FfmpegRun::Errors::take(std::string lines) {
   text += lines;
 }
 
-FfmpegRun::FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors)
+FfmpegRun::FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors, Report kind)
     : errors_(std::make_unique<Errors>()), output_(std::move(output)), child_(std::move(child)) {
   errors_->pipe = std::move(errors);
+  errors_->kind = kind;
   errors_->thread = std::thread([own = errors_.get()] { own->readAll(); });
 }
 
@@ -95,7 +117,7 @@ FfmpegRun::~FfmpegRun() {
 }
 
 Outcome<FfmpegRun> FfmpegRun::start(const std::string& program,
-                                    const std::vector<std::string>& arguments) {
+                                    const std::vector<std::string>& arguments, Report kind) {
   Outcome<Pipe> output = makePipe();
   Outcome<Pipe> errors = makePipe();
   if (!output || !errors)
@@ -110,8 +132,8 @@ Outcome<FfmpegRun> FfmpegRun::start(const std::string& program,
   Outcome<ChildProcess> child = ChildProcess::start(setup);
   if (!child)
     return Failure{child.reason()};
-  return FfmpegRun(std::move(child.value()), std::move(output->readEnd),
-                   std::move(errors->readEnd));
+  return FfmpegRun(std::move(child.value()), std::move(output->readEnd), std::move(errors->readEnd),
+                   kind);
 }
 
 std::string FfmpegRun::readOutput() {

@@ -18,8 +18,12 @@ Outcome<std::string> ffmpegProgram();
 // Ends with this object. In our own process group, so that who pauses us pauses it, too.
 class FfmpegRun {
  public:
+  // What is kept of what ffmpeg says: all, or not how it understands the clip.
+  enum class Report { whole, troubles };
+
   static Outcome<FfmpegRun> start(const std::string& program,
-                                  const std::vector<std::string>& arguments);
+                                  const std::vector<std::string>& arguments,
+                                  Report kind = Report::whole);
 
   FfmpegRun(FfmpegRun&&) = default;
   FfmpegRun& operator=(FfmpegRun&&) = delete;
@@ -44,15 +48,16 @@ class FfmpegRun {
   // Standard error, read in a thread so that ffmpeg never waits.
   struct Errors {
     Descriptor pipe;
+    Report kind = Report::whole;
     std::mutex mutex;  // guards the two
     std::string text;
     bool passedOn = false;
     std::thread thread;
     void readAll();
-    void take(std::string lines);
+    void take(std::string_view bytes);
   };
 
-  FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors);
+  FfmpegRun(ChildProcess child, Descriptor output, Descriptor errors, Report kind);
 
   std::unique_ptr<Errors> errors_;
   Descriptor output_;

@@ -322,8 +322,15 @@ std::vector<std::string> argumentsTelling(const char* level, const ExportInput& 
   return arguments;
 }
 
-// For what becomes the movie: that a picture was damaged is a warning of ffmpeg's, no error.
-std::vector<std::string> makingArguments(const ExportInput& input, const ExportPlan& plan) {
+// For what becomes the movie: that one was damaged is a warning of ffmpeg's, no error; and that its
+// decoder had to make up a part of a picture is but a message.
+std::vector<std::string> makingPictures(const ExportInput& input, const ExportPlan& plan) {
+  std::vector<std::string> arguments = argumentsTelling("info", input, plan);
+  arguments.insert(arguments.begin(), {"-hide_banner", "-nostats"});
+  return arguments;
+}
+
+std::vector<std::string> makingSound(const ExportInput& input, const ExportPlan& plan) {
   return argumentsTelling("warning", input, plan);
 }
 
@@ -504,7 +511,7 @@ std::vector<std::string> trialArguments(const ExportInput& input, const ExportPl
 }
 
 std::vector<std::string> pictureArguments(const ExportInput& input, const ExportPlan& plan) {
-  std::vector<std::string> arguments = makingArguments(input, plan);
+  std::vector<std::string> arguments = makingPictures(input, plan);
   appendPictures(arguments, input);
   // The rate, which the filters have brought about, is said once more: newer versions take pictures
   // whose time stamps were moved for ones of no known rate.
@@ -517,7 +524,7 @@ std::vector<std::string> pictureArguments(const ExportInput& input, const Export
 
 std::vector<std::string> soundArguments(const ExportInput& input, std::size_t track,
                                         const ExportPlan& plan) {
-  std::vector<std::string> arguments = makingArguments(input, plan);
+  std::vector<std::string> arguments = makingSound(input, plan);
   append(arguments,
          {"-map", track < input.soundStreams.size() ? fmt::format("0:{}", input.soundStreams[track])
                                                     : fmt::format("0:a:{}", track)});

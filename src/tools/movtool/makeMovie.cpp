@@ -55,7 +55,9 @@ struct Pictures {
 
 Outcome<Pictures> startPictures(const MovieMaking& making,
                                 const std::vector<std::string>& arguments) {
-  Outcome<FfmpegRun> run = FfmpegRun::start(making.ffmpeg, arguments);
+  using Report = FfmpegRun::Report;
+  Outcome<FfmpegRun> run = FfmpegRun::start(making.ffmpeg, arguments,
+                                            making.isLikeFfmpeg ? Report::whole : Report::troubles);
   if (!run)
     return Failure{run.reason()};
   auto reader = std::make_unique<yuv4mpeg::Reader>(run->output());
