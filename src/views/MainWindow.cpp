@@ -5,7 +5,6 @@
 #include <QCloseEvent>
 #include <QDir>
 #include <QDragEnterEvent>
-#include <QFileDialog>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QMenuBar>
@@ -21,6 +20,7 @@
 #include "prefs/utilsAlert.h"
 #include "utils/files.h"
 #include "views/accessibility.h"
+#include "views/filePanel.h"
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/mnemonics.h"
@@ -275,9 +275,8 @@ void MainWindow::openSources(bool folder) {
 }
 
 void MainWindow::openPanel(const QString& start, bool folder) {
-  auto* panel = new QFileDialog(this, qtText(localisationString("menuOpen")), start);
-  panel->setAttribute(Qt::WA_DeleteOnClose);
-  panel->setFileMode(folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
+  auto* panel = newFilePanel(this, qtText(localisationString("menuOpen")), start,
+                             folder ? QFileDialog::Directory : QFileDialog::ExistingFiles);
   panel->setOption(QFileDialog::HideNameFilterDetails);
   if (!folder)
     panel->setNameFilters(openPanelFilters());

@@ -18,7 +18,7 @@ namespace {
 constexpr int momentSteps = 1000;
 constexpr int pictureGap = 8;
 constexpr int previewWidth = 300;  // at the least
-constexpr int leastPictures = 170;
+constexpr int leastPictures = 157;
 constexpr double usualAspect = 16.0 / 9;
 // What is taken, in pixels of the screen: more would take longer than it looks better.
 constexpr QSize largestPicture(1280, 720);

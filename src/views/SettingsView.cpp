@@ -1,7 +1,6 @@
 #include "views/SettingsView.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,6 +10,7 @@
 #include "utils/files.h"
 #include "views/NamesField.h"
 #include "views/bindings.h"
+#include "views/filePanel.h"
 #include "views/localize.h"
 #include "views/popUpTitles.h"
 #include "views/qtText.h"
@@ -143,9 +143,8 @@ void SettingsView::chooseDestination() {
 }
 
 void SettingsView::openDestinationPanel(const QString& start) {
-  auto* panel = new QFileDialog(this, localizedText("@@destinationPanel"), start);
-  panel->setAttribute(Qt::WA_DeleteOnClose);
-  panel->setFileMode(QFileDialog::Directory);
+  QFileDialog* panel =
+      newFilePanel(this, localizedText("@@destinationPanel"), start, QFileDialog::Directory);
   panel->setOption(QFileDialog::ShowDirsOnly);
   connect(panel, &QFileDialog::fileSelected, this, [this](const QString& folder) {
     app_.interface.destination.setText(folder.toStdString());

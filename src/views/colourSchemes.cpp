@@ -114,6 +114,13 @@ class ReadableStyle final : public QProxyStyle {
       size = size.expandedTo(QSize(contents.width() + 2 * buttonMargin, leastTarget));
     if (type == CT_ToolButton || (type == CT_MenuBarItem && !size.isEmpty()))
       size = size.expandedTo(QSize(leastTarget, leastTarget));
+    if (type == CT_ComboBox || type == CT_LineEdit || type == CT_HeaderSection ||
+        type == CT_ItemViewItem)
+      size = size.expandedTo(QSize(0, leastTarget));
+    const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (type == CT_Slider && slider)
+      size = size.expandedTo(slider->orientation == Qt::Horizontal ? QSize(0, leastTarget)
+                                                                   : QSize(leastTarget, 0));
     const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
     if (type == CT_MenuItem && item && item->menuItemType != QStyleOptionMenuItem::Separator)
       size = size.expandedTo(QSize(0, leastTarget));
@@ -131,8 +138,19 @@ class ReadableStyle final : public QProxyStyle {
     return place;
   }
 
+  int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                  const QWidget* widget) const override {
+    const int size = QProxyStyle::pixelMetric(metric, option, widget);
+    return metric == PM_ScrollBarExtent || metric == PM_ScrollBarSliderMin
+               ? std::max(size, leastTarget)
+               : size;
+  }
+
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                 QStyleHintReturn* returned) const override {
+    // A press leads to the moment under it, anywhere in the slider's height.
+    if (hint == SH_Slider_AbsoluteSetButtons)
+      return Qt::LeftButton;
     // Our own buttons have no pictures; those of Qt's dialogs stand beside them.
     return hint == SH_EtchDisabledText || hint == SH_DialogButtonBox_ButtonsHaveIcons
                ? 0

@@ -19,6 +19,7 @@
 #include "views/images.h"
 #include "views/localize.h"
 #include "views/qtText.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin {
 
@@ -232,6 +233,8 @@ void MainWindow::showAbout() {
                              devicePixelRatioF()));
   box->setText(qtText(Bundle::main().name() + " " + programVersion()));
   box->setInformativeText(qtText(localisationString("aboutText")));
+  box->addButton(qtText(localisationString("D_ok")), QMessageBox::AcceptRole);
+  giveRoom(box);
   box->open();
 }
 

@@ -1,6 +1,7 @@
 // Texts that were not translated or do not fit, in every language, size of letters and look.
 #include <QComboBox>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSet>
@@ -12,6 +13,7 @@
 #include "support/sources.h"
 #include "views/WindowFixture.h"
 #include "views/colourSchemes.h"
+#include "views/settingWidgets.h"
 
 namespace tessarin::test {
 namespace {
@@ -78,11 +80,23 @@ bool isOurs(const QWidget* widget) {
          (!widget->parentWidget() || widget->isWindow() || isOurs(widget->parentWidget()));
 }
 
+// Whatever takes the pointer can be hit by a finger or an unsteady hand.
+void expectTarget(const QWidget* widget) {
+  const bool isTarget =
+      qobject_cast<const QAbstractButton*>(widget) || qobject_cast<const QLineEdit*>(widget) ||
+      qobject_cast<const QComboBox*>(widget) || qobject_cast<const QAbstractSlider*>(widget) ||
+      qobject_cast<const QHeaderView*>(widget);
+  EXPECT_TRUE(!isTarget || qMin(widget->width(), widget->height()) >= leastTarget)
+      << widget->metaObject()->className() << " " << textOf(widget).toStdString();
+}
+
 // How many texts were looked at.
 int lookAt(const QWidget& window) {
   int seen = 0;
   for (const QWidget* widget : window.findChildren<QWidget*>()) {
     expectTranslated(widget);
+    if (widget->isVisible())
+      expectTarget(widget);
     if (!widget->isVisible() || !isOurs(widget))
       continue;
     expectRoomFor(widget);
