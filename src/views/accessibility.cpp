@@ -67,11 +67,18 @@ class SegmentDescription final : public QAccessibleWidget {
 };
 
 // Qt gives what is chosen as the name, of which screen readers say nothing where there is a label.
-// A text they read.
+// A text they read; and what is put into one, and selected there, they read at once, so that the
+// keys can choose without the list being opened. Qt tells them nothing of that by itself.
 class ChoiceDescription final : public QAccessibleWidget, public QAccessibleTextInterface {
  public:
   explicit ChoiceDescription(QComboBox* choice)
-      : QAccessibleWidget(choice, QAccessible::ComboBox), choice_(*choice) {}
+      : QAccessibleWidget(choice, QAccessible::ComboBox), choice_(*choice) {
+    // What was chosen before is not told to be gone: readers would say that first.
+    QObject::connect(choice, &QComboBox::currentTextChanged, choice, [choice](const QString& text) {
+      QAccessibleTextInsertEvent told(choice, 0, text);
+      QAccessible::updateAccessibility(&told);
+    });
+  }
 
   void* interface_cast(QAccessible::InterfaceType type) override {
     return type == QAccessible::TextInterface ? static_cast<QAccessibleTextInterface*>(this)
@@ -106,7 +113,7 @@ class ChoiceDescription final : public QAccessibleWidget, public QAccessibleText
       choice_.showPopup();
   }
 
-  // ---- The text; nothing in it can be selected or changed.
+  // ---- The text; all of it is selected, and nothing in it can be changed.
   int characterCount() const override { return static_cast<int>(choice_.currentText().size()); }
   QString text(int start, int end) const override {
     return choice_.currentText().mid(start, end - start);
@@ -120,8 +127,11 @@ class ChoiceDescription final : public QAccessibleWidget, public QAccessibleText
   int offsetAtPoint(const QPoint&) const override { return 0; }
   int cursorPosition() const override { return 0; }
   void setCursorPosition(int) override {}
-  void selection(int, int* start, int* end) const override { *start = *end = 0; }
-  int selectionCount() const override { return 0; }
+  void selection(int, int* start, int* end) const override {
+    *start = 0;
+    *end = characterCount();
+  }
+  int selectionCount() const override { return 1; }
   void addSelection(int, int) override {}
   void removeSelection(int) override {}
   void setSelection(int, int, int) override {}
