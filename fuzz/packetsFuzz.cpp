@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     reasonOf(judgeMovie(movie, expected));
     isShortOfPromise(plan, movie);
     lostPictures(plan, measure, movie);
-    missingPictures(plan, measure);
+    missingPictures(plan, measure, false);
     heldPictures(plan, measure, true);
   }
   return 0;

@@ -249,7 +249,9 @@ void ConversionJob::countDamage() {
     logFormat("check               :-( {} pictures lie before the first key frame", skipped);
     damagedPictures_ = skipped;
   }
-  if (const std::size_t missing = missingPictures(*plan_, measure); missing > damagedPictures_) {
+  const bool isCut = emptyEnds_ > 0 && tellsTimes(plan_->row.source);
+  if (const std::size_t missing = missingPictures(*plan_, measure, isCut);
+      missing > damagedPictures_) {
     logFormat("check               :-( the source tells of {} pictures that it has not", missing);
     damagedPictures_ = missing;
   }
@@ -265,7 +267,8 @@ void ConversionJob::countDamage() {
   }
   capDamage();
   // Of those the source tells nothing any more: as many as are in as much of the rest.
-  const double share = emptyEnds_ / (1 - emptyEnds_);
+  const bool isTold = isCut && plan_->row.source.seconds;
+  const double share = isTold ? 0 : emptyEnds_ / (1 - emptyEnds_);
   if (const auto empty = static_cast<std::size_t>(
           std::ceil(share * static_cast<double>(measure.pictures->packets)));
       empty > damagedPictures_) {

@@ -196,17 +196,18 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
       std::max(0.0, std::floor(due) - static_cast<double>(made->shown)));
 }
 
-std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure) {
+std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure, bool isCut) {
   const Source& source = plan.row.source;
+  const std::size_t least = isCut ? 1 : 0;
   if (!tellsLength(source) || !measure.pictures || !source.subtitles.empty() ||
       !source.otherPictures.empty() || !unusedSounds(source).empty())
-    return 0;
+    return least;
   double end = measure.pictures->end;
   for (const MeasuredStream& sound : measure.sounds)
     end = std::max(end, sound.end);
   const double missing = *source.seconds - end;
   constexpr double slack = 0.3;  // seconds; sound and pictures need not end together
-  if (missing < slack)
+  if (missing < slack && !isCut)
     return 0;
   return static_cast<std::size_t>(std::max(1.0, std::round(missing * pictureRateOf(source))));
 }

@@ -32,8 +32,8 @@ std::size_t lostPictures(const JobPlan& plan, const SourceMeasure& measure,
 // How many pictures the container of the source promises and the source has not, by its packets:
 // zeros at the end of a file are readable, and many formats pass over them without a word. Only of
 // containers that tell their length themselves, and where streams that are not converted cannot be
-// what is longer.
-std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure);
+// what is longer. `isCut`: something is missing for certain, however little.
+std::size_t missingPictures(const JobPlan& plan, const SourceMeasure& measure, bool isCut);
 
 // How many pictures of the source lie before what the movie begins with, as its first key frame is
 // gone. A second of them is no damage: a clip that was cut inside a group of pictures begins so.

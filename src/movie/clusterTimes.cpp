@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "movie/ebml.h"
+#include "movie/matroskaBlocks.h"
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 
@@ -76,9 +77,6 @@ std::vector<Cluster> clustersOf(FileBytes& bytes, const Element& segment) {
 
 // How long the pictures of a cluster are, in its unit: those of the track with the most bytes.
 double lengthOf(FileBytes& bytes, const Cluster& cluster) {
-  constexpr std::uint64_t simpleBlock = 0xA3;
-  constexpr std::uint64_t blockGroup = 0xA0;
-  constexpr std::uint64_t block = 0xA1;
   struct Track {
     std::uint64_t bytes = 0;
     int blocks = 0;
@@ -86,21 +84,13 @@ double lengthOf(FileBytes& bytes, const Cluster& cluster) {
     int latest = 0;
   };
   std::map<std::uint64_t, Track> tracks;
-  for (std::uint64_t position = cluster.begin; position < cluster.end;) {
-    const auto element = ebml::elementAt(bytes, position);
-    if (!element || element->isOpen)
-      break;
-    position = element->id == blockGroup ? element->begin : element->begin + element->size;
-    if (element->id != simpleBlock && element->id != block)
-      continue;
-    // The track's number, of one byte for the first 127, then the time behind the cluster's.
-    Track& track = tracks[bytes.number(element->begin, 1)];
-    const auto time = static_cast<std::int16_t>(bytes.number(element->begin + 1, 2));
-    track.earliest = track.blocks == 0 ? time : std::min<int>(track.earliest, time);
-    track.latest = track.blocks == 0 ? time : std::max<int>(track.latest, time);
-    track.bytes += element->size;
+  forEachBlock(bytes, cluster.begin, cluster.end, [&tracks](const MatroskaBlock& block) {
+    Track& track = tracks[block.track];
+    track.earliest = track.blocks == 0 ? block.time : std::min(track.earliest, block.time);
+    track.latest = track.blocks == 0 ? block.time : std::max(track.latest, block.time);
+    track.bytes += block.content.size;
     ++track.blocks;
-  }
+  });
   const auto pictures = std::max_element(
       tracks.begin(), tracks.end(),
       [](const auto& one, const auto& other) { return one.second.bytes < other.second.bytes; });
@@ -110,6 +100,12 @@ double lengthOf(FileBytes& bytes, const Cluster& cluster) {
   const auto& [number, track] = *pictures;
   const double span = track.latest - track.earliest;
   return std::max(least, span * track.blocks / (track.blocks - 1));
+}
+
+// Short clusters begin with pictures that are shown behind some of the next one.
+bool isReordering(FileBytes& bytes, const Cluster& before, double back, double unit) {
+  constexpr double longest = 1;  // second
+  return back * unit < longest && lengthOf(bytes, before) * unit < longest;
 }
 
 }  // namespace
@@ -130,16 +126,19 @@ Outcome<ClusterTimes> clusterTimes(const std::string& path) {
   const std::vector<Cluster> clusters = clustersOf(bytes, *segment);
   if (clusters.size() < 2)
     return result;
+  const double unit = unitOf(bytes, *segment);
   double misplaced = 0;
-  for (std::size_t place = 1; place < clusters.size(); ++place)
-    if (clusters[place].time < clusters[place - 1].time) {
-      // One goes on where the one before the other ended, and the other is out of its place.
-      const bool goesOn = place > 1 && clusters[place].time > clusters[place - 2].time;
-      misplaced += lengthOf(bytes, clusters[place - (goesOn || place == 1 ? 1 : 0)]);
-    }
+  for (std::size_t place = 1; place < clusters.size(); ++place) {
+    const Cluster& before = clusters[place - 1];
+    const double back = before.time - clusters[place].time;
+    if (back <= 0 || isReordering(bytes, before, back, unit))
+      continue;
+    // One goes on where the one before the other ended, and the other is out of its place.
+    const bool goesOn = place > 1 && clusters[place].time > clusters[place - 2].time;
+    misplaced += lengthOf(bytes, clusters[place - (goesOn || place == 1 ? 1 : 0)]);
+  }
   if (!bytes.failure().empty())
     return Failure{bytes.failure()};
-  const double unit = unitOf(bytes, *segment);
   const auto [first, last] = std::minmax_element(
       clusters.begin(), clusters.end(),
       [](const Cluster& one, const Cluster& other) { return one.time < other.time; });

@@ -13,6 +13,9 @@ inline constexpr std::uint64_t header = 0x1A45DFA3;
 inline constexpr std::uint64_t segment = 0x18538067;
 inline constexpr std::uint64_t cluster = 0x1F43B675;
 inline constexpr std::uint64_t clusterTime = 0xE7;
+inline constexpr std::uint64_t simpleBlock = 0xA3;
+inline constexpr std::uint64_t blockGroup = 0xA0;
+inline constexpr std::uint64_t block = 0xA1;
 
 struct Element {
   std::uint64_t id = 0;
@@ -23,5 +26,7 @@ struct Element {
 
 // Nothing where none can begin, and of one that is longer than the file.
 std::optional<Element> elementAt(FileBytes& bytes, std::uint64_t position);
+// One that is longer than the file, too.
+std::optional<Element> cutElementAt(FileBytes& bytes, std::uint64_t position);
 
 }  // namespace tessarin::ebml

@@ -7,6 +7,7 @@
 #include "classShared/descriptorBytes.h"
 #include "movie/FileBytes.h"
 #include "movie/atomTree.h"
+#include "movie/ebml.h"
 #include "movie/packetMarks.h"
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
@@ -61,6 +62,34 @@ double unreachedFragments(int descriptor, std::uint64_t size) {
   return static_cast<double>(rest) / static_cast<double>(size);
 }
 
+// Of a Matroska file that was cut: it tells how long it should be, unless it was written in one go;
+// then at least that something is missing.
+double missingOfMatroska(int descriptor, std::uint64_t size) {
+  FileBytes bytes(descriptor, size);
+  const auto head = ebml::elementAt(bytes, 0);
+  if (!head || head->id != ebml::header)
+    return 0;
+  const auto segment = ebml::cutElementAt(bytes, head->begin + head->size);
+  if (!segment || segment->id != ebml::segment)
+    return 0;
+  const std::uint64_t rest = size - segment->begin;
+  const std::uint64_t missing = segment->size > rest ? segment->size - rest : 0;
+  const auto share = static_cast<double>(missing) / (static_cast<double>(missing + size));
+  bool isOfStreams = false;
+  for (std::uint64_t position = segment->begin; position < size;) {
+    const auto element = ebml::cutElementAt(bytes, position);
+    if (!element)
+      return share;
+    isOfStreams = element->id == ebml::cluster || element->id == ebml::simpleBlock ||
+                  element->id == ebml::blockGroup;
+    if (element->size > size - element->begin)
+      return isOfStreams ? std::max(share, 1 / static_cast<double>(size)) : 0;
+    const bool isOpened = element->id == ebml::cluster && element->isOpen;
+    position = element->begin + (isOpened ? 0 : element->size);
+  }
+  return isOfStreams ? share : 0;
+}
+
 double emptyEndsOfStream(int descriptor, std::uint64_t size, bool hasPackets) {
   const std::uint64_t last = size - placeSize;
   const auto distance = [last](std::uint64_t count) { return last * count / (places - 1); };
@@ -99,14 +128,17 @@ double emptyEndsOfStream(int descriptor, std::uint64_t size, bool hasPackets) {
 
 double emptyEnds(const std::string& path, std::string_view container) {
   const bool isMovie = container == "mov";
+  const bool isMatroska = container == "matroska";
   const bool hasPackets = container == "mpegts";
-  if (!isMovie && !hasPackets && container != "mpeg")
+  if (!isMovie && !isMatroska && !hasPackets && container != "mpeg")
     return 0;
   const Descriptor file = openFile(path, OpenFor::reading);
   const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
   if (!facts || facts->state.size < static_cast<std::int64_t>(placeSize))
     return 0;
   const auto size = static_cast<std::uint64_t>(facts->state.size);
+  if (isMatroska)
+    return missingOfMatroska(file.number(), size);
   return isMovie ? unreachedFragments(file.number(), size)
                  : emptyEndsOfStream(file.number(), size, hasPackets);
 }

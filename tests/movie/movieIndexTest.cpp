@@ -103,6 +103,23 @@ TEST_F(MovieIndexTest, FragmentsBehindADamagedOneAreNotReached) {
   EXPECT_EQ(unreached(whole.substr(0, whole.size() - 9)), 0) << "its index tells";
 }
 
+TEST_F(MovieIndexTest, AMatroskaFileTellsThatItWasCut) {
+  const auto missing = [this](const std::string& content) {
+    return emptyEnds(folder.write("cut", content), "matroska");
+  };
+  const std::string whole = *readFileStart(movie("x.mkv", "-c:a aac"), 1U << 24);
+  EXPECT_EQ(missing(whole), 0);
+  EXPECT_NEAR(missing(whole.substr(0, whole.size() / 2)), 0.5, 0.01);
+  const std::size_t cues = whole.rfind("\x1C\x53\xBB\x6B");
+  EXPECT_GT(missing(whole.substr(0, cues - 3)), 0) << "in the last block";
+  EXPECT_EQ(missing(whole.substr(0, cues + 20)), 0) << "an index that nothing needs";
+  // As it is written to a pipe: nothing tells its length.
+  std::string streamed = whole.substr(0, cues);
+  streamed.replace(streamed.find("\x18\x53\x80\x67") + 4, 8, "\x01\xFF\xFF\xFF\xFF\xFF\xFF\xFF");
+  EXPECT_EQ(missing(streamed), 0);
+  EXPECT_GT(missing(streamed.substr(0, streamed.size() - 3)), 0);
+}
+
 TEST_F(MovieIndexTest, AMovieOfAnotherFormatMayFollow) {
   const std::string mp4 = movie("x.mp4", "-c:a aac");
   const std::string programme = movie("x.mpg", "-c:v mpeg2video -c:a mp2 -f vob");
@@ -236,6 +253,14 @@ TEST(ClusterTimes, TellWhatLiesOutOfItsTime) {
   bytes.resize(at + 3);
   EXPECT_EQ(clusterTimes(folder.write("c.mkv", bytes))->misplaced, 0);
   EXPECT_EQ(clusterTimes(folder.write("d.mkv", "none"))->seconds, 0);
+
+  // Clusters of a picture or two, the first of which is shown behind those of the next.
+  const std::string reordered = folder.file("e.mkv");
+  ASSERT_TRUE(
+      test::makeClip("-f lavfi -i testsrc2=s=64x48:r=25:d=2 -c:v libx264 -bf 3 "
+                     "-cluster_size_limit 400",
+                     reordered));
+  EXPECT_EQ(clusterTimes(reordered)->misplaced, 0);
 }
 
 }  // namespace
