@@ -1,8 +1,12 @@
-// Movies: their indexes and those of AVI files, what they show first, and whether another one
-// follows in the same file.
+// Movies: their indexes and those of AVI files, what they show first, where the pictures of others
+// are, and whether another one follows in the same file.
 #include "Input.h"
 #include "movie/aviIndex.h"
+#include "movie/clusterTimes.h"
+#include "movie/emptyEnds.h"
 #include "movie/followingMovie.h"
+#include "movie/fragments.h"
+#include "movie/matroskaBlocks.h"
 #include "movie/movieCheck.h"
 #include "movie/movieFacts.h"
 #include "movie/movieIndex.h"
@@ -35,6 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string path = folder.add("clip.mov", bytes);
   anotherMovieFollows(path);
   lostSoundChunks(path, aviStreams(path));
+  for (const char* container : {"mov", "matroska", "mpegts", "mpeg"}) {
+    const double empty = emptyEnds(path, container);
+    fuzz::require(empty >= 0 && empty < 1);
+  }
+  const auto times = clusterTimes(path);
+  fuzz::require(!times || times->misplaced >= 0);
+  fuzz::require(fragmentPictures(path).pictures.size() <= bytes.size());
+  fuzz::require(matroskaPictures(path).pictures.size() <= bytes.size());
   const auto movie = readMovieIndex(path);
   if (movie) {
     for (const MovieTrack& track : movie->tracks)

@@ -16,7 +16,8 @@ bool isDv(const Source& source) {
 
 bool isJpeg(const Source& source) {
   const std::string_view container = firstContainer(source);
-  return source.pictures.codec == "mjpeg" && (container == "avi" || container == "mov");
+  return source.pictures.codec == "mjpeg" &&
+         (container == "avi" || container == "mov" || container == "matroska");
 }
 
 bool hasClusters(const Source& source) {

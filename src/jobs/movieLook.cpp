@@ -65,6 +65,9 @@ MovieLook lookAtMovie(const LookedAt& what) {
   look.promise = promiseOfCutAvi(path);
   const std::vector<AviStream> indexed = aviStreams(path);
   look.promisedPictures = aviPictures(indexed);
+  if (indexed.empty() && firstContainer(what.source) == "avi")
+    if (const std::uint64_t expected = aviPicturesInOrder(path).expected; expected > 0)
+      look.promisedPictures = expected;
   look.lostSoundChunks = lostSoundChunks(path, indexed);
   if (what.source.furtherParts.empty())
     look.emptyEnds = emptyEnds(path, firstContainer(what.source));

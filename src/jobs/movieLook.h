@@ -34,7 +34,7 @@ struct MovieLook {
   bool lacksSamples = false;
   // How many seconds an AVI file promises that is shorter than it says.
   std::optional<double> promise;
-  std::optional<std::uint64_t> promisedPictures;  // by the index of an AVI file
+  std::optional<std::uint64_t> promisedPictures;  // by the index or head of an AVI file
   std::uint64_t lostSoundChunks = 0;              // of an AVI file (aviIndex.h)
   double emptyEnds = 0;                           // share of the source's file (emptyEnds.h)
   bool hasFurtherMovie = false;                   // in the file of the source

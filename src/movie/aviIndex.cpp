@@ -44,7 +44,9 @@ class AviReader {
     const auto kind = std::find(kinds_.begin(), kinds_.end(), "vids");
     if (movie_ == 0 || kind == kinds_.end())
       return {};
-    AviStream& stream = streams_[static_cast<std::size_t>(kind - kinds_.begin())];
+    const auto place = static_cast<std::size_t>(kind - kinds_.begin());
+    AviStream& stream = streams_[place];
+    std::uint64_t empty = 0;
     constexpr std::uint64_t listHead = 4;
     for (std::uint64_t at = movie_ + listHead; at + chunkHead <= bytes_.size() && !isDamaged_;) {
       if (!isChunk(at)) {
@@ -57,15 +59,20 @@ class AviReader {
         at += chunkHead + listHead;
         continue;
       }
-      if (name == "idx1" && stream.indexed == 0)
-        stream.indexed = picturesIn({name, at + chunkHead, at + chunkHead + size}, stream.name);
-      if (isOfStream(at) && name.starts_with(stream.name) && !name.ends_with("pc"))
+      if (name == "idx1" && stream.expected == 0)
+        stream.expected = picturesIn({name, at + chunkHead, at + chunkHead + size}, stream.name);
+      const bool isPicture =
+          isOfStream(at) && name.starts_with(stream.name) && !name.ends_with("pc");
+      empty += isPicture && size == 0 ? 1 : 0;
+      if (isPicture)
         add(stream, {at + chunkHead, size});
       else
         ++entries_;
       isDamaged_ = isDamaged_ || entries_ > mostInOrder;
       at += chunkHead + size + size % 2;
     }
+    if (stream.expected == 0 && told_[place] > empty)
+      stream.expected = told_[place] - empty;
     return isRead() ? std::move(stream) : AviStream();
   }
 
@@ -166,6 +173,7 @@ class AviReader {
     const std::size_t place = streams_.size() - 1;
     stream.name = {static_cast<char>('0' + place / 10), static_cast<char>('0' + place % 10)};
     kinds_.emplace_back();
+    told_.emplace_back();
     parts_.emplace_back();
     forEachChunk(list.begin + 4, list.end, [&](const Chunk& chunk) {
       constexpr std::uint64_t header = 48;
@@ -175,6 +183,7 @@ class AviReader {
         kinds_.back() = bytes_.letters(chunk.begin);
         stream.isSound = kinds_.back() == "auds";
         const auto rate = static_cast<double>(number(chunk.begin + 24));
+        told_.back() = number(chunk.begin + 32);
         const auto sampleSize = static_cast<double>(number(chunk.begin + 44));
         if (rate > 0)
           stream.step = static_cast<double>(number(chunk.begin + 20)) / rate /
@@ -186,7 +195,7 @@ class AviReader {
     });
   }
 
-  void add(AviStream& stream, AviChunk chunk) {
+  void add(AviStream& stream, MediaPiece chunk) {
     constexpr std::uint32_t noKey = 0x80000000;
     chunk.size &= ~noKey;
     if (chunk.size > 0)
@@ -270,6 +279,7 @@ class AviReader {
   FileBytes bytes_;
   std::vector<AviStream> streams_;
   std::vector<std::string> kinds_;
+  std::vector<std::uint64_t> told_;  // pictures of a stream
   std::vector<std::optional<Chunk>> parts_;
   std::uint64_t movie_ = 0;  // of the list with the chunks, behind its name and size
   std::size_t entries_ = 0;
@@ -309,7 +319,7 @@ std::uint64_t lostSoundChunks(const std::string& path, const std::vector<AviStre
   for (const AviStream& stream : streams) {
     if (!stream.isSound || !file.isOpen())
       continue;
-    for (const AviChunk& chunk : stream.chunks) {
+    for (const MediaPiece& chunk : stream.chunks) {
       std::array<char, 4> head{};
       const bool isThere =
           chunk.begin >= chunkHead &&

@@ -6,20 +6,19 @@
 #include <string>
 #include <vector>
 
-namespace tessarin {
+#include "movie/MediaPiece.h"
 
-struct AviChunk {
-  std::uint64_t begin = 0;  // of its content in the file
-  std::uint32_t size = 0;
-};
+namespace tessarin {
 
 struct AviStream {
   std::string name;      // of its chunks, in the first two letters: "00", "01"
   bool isSound = false;  // else of pictures; others are left out
   double step = 0;       // seconds of a picture, or of a byte of plain sound; 0: not told
   // Without empty ones, which repeat the picture before.
-  std::vector<AviChunk> chunks;
-  std::uint64_t indexed = 0;  // those that an index names, where they were read in order
+  std::vector<MediaPiece> chunks;
+  // Where they were read in order: those that an index names, or without one those that the head of
+  // the file tells.
+  std::uint64_t expected = 0;
 };
 
 // The streams by the index behind the first part of the file (idx1), or by those of all its parts

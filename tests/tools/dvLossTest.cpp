@@ -201,6 +201,23 @@ TEST(JpegLoss, PicturesWithWrongDataOrWithoutEndsAreDamaged) {
   other = bytes;
   other.replace(other.find("idx1"), 4, "JUNK").replace(picture + 3000, 1000, 1000, 'x');
   EXPECT_EQ(lostOf(other), 1) << "no index";
+  const std::size_t next = other.find("00dc", picture + 4);
+  EXPECT_EQ(lostOf(other.erase(picture, next - picture)), 1) << "a whole one less";
+  // Others that have no index of all pictures.
+  for (const auto& [name, options] :
+       {std::pair{"f.mkv", ""},
+        {"f.mp4", "-movflags frag_keyframe+empty_moov"},
+        {"f.mov", "-movflags frag_every_frame+empty_moov+default_base_moof"}}) {
+    SCOPED_TRACE(name);
+    test::makeClip(folder, name,
+                   "-f lavfi -i testsrc2=s=352x288:r=25:d=1 -f lavfi -i sine=d=1 "
+                   "-c:v mjpeg -q:v 3 -c:a aac " +
+                       std::string(options));
+    std::string movie = *readFileStart(folder.file(name), 1U << 24);
+    EXPECT_EQ(lostOf(movie), 0);
+    const std::size_t inside = movie.find("\xFF\xD8\xFF", movie.size() / 2) + 3000;
+    EXPECT_EQ(lostOf(movie.replace(inside, 100, 100, '\0')), 1);
+  }
 }
 
 // A field of four blocks, with tables of DC and of AC whose code 0 stands for no change and for the

@@ -7,6 +7,8 @@
 
 #include "classShared/descriptorBytes.h"
 #include "movie/aviIndex.h"
+#include "movie/fragments.h"
+#include "movie/matroskaBlocks.h"
 #include "platform/fileFacts.h"
 #include "platform/openFiles.h"
 #include "tools/joinclips/MovieTables.h"
@@ -22,7 +24,7 @@ constexpr std::string_view beginMark = "\xFF\xD8"sv;
 constexpr std::string_view endMark = "\xFF\xD9"sv;
 
 struct Places {
-  std::vector<AviChunk> pictures;
+  std::vector<MediaPiece> pictures;
   double step = 0;
   std::uint64_t expected = 0;  // pictures, by the index
 };
@@ -49,9 +51,13 @@ Places placesInMovie(const MovieTables& movie) {
 Places placesIn(const std::string& path) {
   if (const auto movie = readMovieTables(path))
     return placesInMovie(*movie);
+  if (MatroskaPictures blocks = matroskaPictures(path); !blocks.pictures.empty())
+    return {std::move(blocks.pictures), blocks.step, 0};
+  if (FragmentPictures fragments = fragmentPictures(path); !fragments.pictures.empty())
+    return {std::move(fragments.pictures), fragments.step, 0};
   AviStream stream = aviPicturesInOrder(path);
   const std::uint64_t indexed = aviPictures(aviStreams(path)).value_or(0);
-  return {std::move(stream.chunks), stream.step, std::max(indexed, stream.indexed)};
+  return {std::move(stream.chunks), stream.step, std::max(indexed, stream.expected)};
 }
 
 // The marks of a picture and what stands with each, in order. Pictures within a segment, as
@@ -213,7 +219,9 @@ Outcome<JpegLoss> jpegLoss(const std::string& path) {
   const bool isShort = places.expected > damaged.size() && places.expected < 2 * damaged.size();
   const std::uint64_t missing = isShort ? places.expected - damaged.size() : 0;
   const auto found = static_cast<std::uint64_t>(std::count(damaged.begin(), damaged.end(), true));
-  return JpegLoss{damaged.size() + missing, found + missing, places.step};
+  constexpr double usualStep = 0.04;
+  return JpegLoss{damaged.size() + missing, found + missing,
+                  places.step > 0 ? places.step : usualStep};
 }
 
 }  // namespace tessarin::joining

@@ -25,9 +25,9 @@ struct JpegLoss {
   double step = 0;  // seconds of a picture
 };
 
-// Of an AVI file, or of a movie whose index tells where its pictures are; of others nothing. What
-// is said of most of them is their camera's way. Those that the index of an AVI file has beyond the
-// ones in it are damaged, too.
+// Of an AVI or Matroska file, or of a movie; of others nothing. What is said of most of them is
+// their camera's way. Those that the index of an AVI file has beyond the ones in it are damaged,
+// too.
 Outcome<JpegLoss> jpegLoss(const std::string& path);
 
 }  // namespace tessarin::joining
