@@ -75,6 +75,9 @@ class JsonReporter final : public Reporter {
     tell({{"event", "problem"}, {"source", path}, {"reason", reason}});
   }
 
+  void analysing(const AnalysisStand&) override {}
+  void analysisEnded() override {}
+
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     Json info = jsonOf(recordOfSource(row.source));
     for (const char* key : {"srcPathStr", "parts", "soundFiles", "w_changed", "imgPathStr",

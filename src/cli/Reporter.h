@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "classShared/Value.h"
+#include "core/AnalysisQueue.h"
 #include "core/EncodingDriver.h"
 #include "core/rowResults.h"
 #include "encoding/commandBuilder.h"
@@ -27,6 +28,9 @@ class Reporter {
 
   // A source, or an argument that gives none, for which nothing can be done.
   virtual void problem(const std::string& path, const std::string& reason) = 0;
+  // The analysis has come this far; it is over.
+  virtual void analysing(const AnalysisStand& stand) = 0;
+  virtual void analysisEnded() = 0;
   // A row of the batch, and what its movie is going to be.
   virtual void analysed(const Row& row, const std::optional<Forecast>& movie) = 0;
   // The commands that would make the output of the row, in this order (commandsOfPlan()).

@@ -56,6 +56,7 @@ Session::Session(const Options& options, CoreServices services, Reporter& report
   });
   app_.known().refused.connect(
       [this](const std::string& reason) { reporter_.leftOut({}, reason); });
+  app_.queue().advanced.connect([this](const AnalysisStand& stand) { reporter_.analysing(stand); });
   app_.queue().finished.connect([this] { analysisFinished(); });
   app_.queue().rowReady.connect([this](int row) { chooseForRow(row); });
   app_.driver().batchRefused.connect([this](const std::string& reason) {
@@ -198,6 +199,7 @@ void Session::interrupt(Stop reason) {
     const std::vector<std::string> rest = app_.queue().sourcesWithoutRow();
     app_.endTasks();
     joints_.cancel();
+    reporter_.analysisEnded();
     // Of the clip in hand; nothing to a reader that went away.
     if (!rest.empty() && !reporter_.isLost())
       problem(rest.front(), localisationString("analysisStopped", textTable));
@@ -276,6 +278,7 @@ bool Session::hasTarget(int row) {
 }
 
 void Session::analysisFinished() {
+  reporter_.analysisEnded();
   const bool isDone = options_.command == Command::analyse || app_.table().count() == 0;
   services_.loop.cancel(next_);
   next_ = services_.loop.runSoon([this, isDone] {

@@ -35,6 +35,10 @@ std::string soundOf(const Source::Sound& sound) {
   return fmt::format("{} {}x{}", sound.codec, sound.channels.value_or(0), sound.rate.value_or(0));
 }
 
+std::string percent(double fraction) {
+  return fmt::format("{:.0f} %", std::min(99.0, fraction * 100));
+}
+
 std::vector<std::string> withFirst(std::string first, std::vector<std::string> others) {
   others.insert(others.begin(), std::move(first));
   return others;
@@ -49,6 +53,16 @@ class TextReporter final : public Reporter {
     clearProgress();
     complain(fmt::format("{}: {}", path, reason));
   }
+
+  // "[2/3] clip.MTS  analysing", "[35 %] tape.dv  analysing"
+  void analysing(const AnalysisStand& stand) override {
+    const std::string place =
+        stand.searched ? percent(*stand.searched) : fmt::format("{}/{}", stand.number, stand.count);
+    showProgress(fmt::format("[{}] {}  {}", place, printable(fileName(stand.path)),
+                             localisationString("analysing", textTable)));
+  }
+
+  void analysisEnded() override { clearProgress(); }
 
   void analysed(const Row& row, const std::optional<Forecast>& movie) override {
     clearProgress();
@@ -102,11 +116,6 @@ class TextReporter final : public Reporter {
   // "[2/3, 40 %] clip.MTS  12 %  3.1x  1:05 left"; of several clips at the same time the names come
   // last, for they may be long.
   void progress(const BatchProgress& progress) override {
-    if (!showsProgress_)
-      return;
-    const auto percent = [](double fraction) {
-      return fmt::format("{:.0f} %", std::min(99.0, fraction * 100));
-    };
     std::string pace;
     if (progress.speed)
       pace += fmt::format("  {:.1f}x", *progress.speed);
@@ -124,11 +133,7 @@ class TextReporter final : public Reporter {
     place += fmt::format("/{}", progress.rows);
     if (progress.rows > 1)
       place += ", " + percent(progress.fraction);
-    const std::string line =
-        fmt::format("[{}]{}", place, last == first ? clips + pace : pace + " " + clips);
-    writeText(stderr,
-              fmt::format("\r{}\033[K", firstCharacters(line, terminalWidth(standardError) - 1)));
-    progressShown_ = true;
+    showProgress(fmt::format("[{}]{}", place, last == first ? clips + pace : pace + " " + clips));
   }
 
   void jobEnded(const JobEnd& end, bool isFine) override {
@@ -161,6 +166,7 @@ class TextReporter final : public Reporter {
   }
 
   void leftOut(const std::vector<std::string>& sources, const std::string& trouble) override {
+    clearProgress();
     if (!trouble.empty())
       complain(trouble);
     if (debugMode())
@@ -250,6 +256,14 @@ class TextReporter final : public Reporter {
       isFirst = false;
     }
     print(line);
+  }
+
+  void showProgress(std::string_view line) {
+    if (!showsProgress_)
+      return;
+    writeText(stderr,
+              fmt::format("\r{}\033[K", firstCharacters(line, terminalWidth(standardError) - 1)));
+    progressShown_ = true;
   }
 
   void clearProgress() {

@@ -162,15 +162,25 @@ void AnalysisQueue::lookForRecordings() {
     return;
   }
   constexpr ToolLimits limits{{}, std::chrono::minutes(2)};
-  const Outcome<void> started =
-      partSearch_.start(search, limits, [this, search](const ToolResult& result) {
+  const Outcome<void> started = partSearch_.start(
+      search, limits,
+      [this, search](const ToolResult& result) {
         takeRecordings(search, result);
         leaveOutKnown();
-      });
+      },
+      [this, search](std::string_view output) { showSearch(search, output); });
   if (!started) {
     takeRecordings(search, {false, taskLauncher::abortedStatus, {}});
     leaveOutKnown();
   }
+}
+
+void AnalysisQueue::showSearch(const Arguments& search, std::string_view output) {
+  const auto stand = standOfSearch(search, output);
+  if (!stand)
+    return;
+  interface_.analysisCaptionStr.setText(fmt::format("{:.0f} %", 100 * stand->fraction));
+  advanced.emit({stand->tape, 0, 0, stand->fraction});
 }
 
 void AnalysisQueue::takeRecordings(const Arguments& search, const ToolResult& result) {
@@ -324,6 +334,7 @@ void AnalysisQueue::goOn() {
   while (!inHand_.empty() && inHand_.front().isTold) {
     logLine("analysis            - end of current src");
     inHand_.pop_front();
+    ++passed_;
   }
   const auto running = [this] {
     return std::count_if(inHand_.begin(), inHand_.end(),
@@ -370,6 +381,7 @@ void AnalysisQueue::showFirst() {
   mirror_.showAnalysed(job.path());
   mirror_.show(&job);
   showCaption();
+  advanced.emit({job.path(), passed_ + 1, passed_ + inHand_.size() + waiting_.size()});
 }
 
 void AnalysisQueue::showCaption() {
@@ -443,6 +455,7 @@ void AnalysisQueue::end() {
   waiting_.clear();
   found_ = {};
   arePartsUnknown_ = false;
+  passed_ = 0;
   taken_ = 0;
   mirror_.showAnalysed("");
   mirror_.show(static_cast<const AnalysisJob*>(nullptr));

@@ -20,6 +20,14 @@
 
 namespace tessarin {
 
+// How far the analysis of a set of sources is.
+struct AnalysisStand {
+  std::string path;                     // the source that the others wait for
+  std::size_t number = 0;               // which one that is of the set, from 1
+  std::size_t count = 0;                // of the set
+  std::optional<double> searched = {};  // while a tape is searched for recordings, before all that
+};
+
 class AnalysisQueue {
  public:
   // All are borrowed.
@@ -69,6 +77,8 @@ class AnalysisQueue {
   // Of the set, those that were converted before are left out; told before the first row, and only
   // where that was wanted.
   Signal<const KnownClips::Finding&> leftOut;
+  // Another source is waited for, or more of a tape has been searched.
+  Signal<const AnalysisStand&> advanced;
   // A source has become this row of the table, with valid choices.
   Signal<int> rowReady;
   // A running encoding has to wait, and may go on.
@@ -97,6 +107,7 @@ class AnalysisQueue {
   void lookForParts(const std::vector<std::string>& paths);
   void takeParts(const Arguments& search, const ToolResult& result);
   void lookForRecordings();
+  void showSearch(const Arguments& search, std::string_view output);
   void takeRecordings(const Arguments& search, const ToolResult& result);
   void leaveOutKnown();
   std::vector<std::string> filesFrom(const std::string& path) const;
@@ -127,7 +138,8 @@ class AnalysisQueue {
   bool arePartsUnknown_ = false;  // likewise, until its first row tells that
   std::deque<InHand> inHand_;     // the first one is shown
   int mostJobs_ = 1;
-  std::size_t taken_ = 0;  // how many there were, as the caption counts them; 0: not yet known
+  std::size_t passed_ = 0;  // sources that became a row or were refused
+  std::size_t taken_ = 0;   // how many there were, as the caption counts them; 0: not yet known
   bool openPermitted_ = true;
   bool isUnderWay_ = false;
   bool isStu_ = false;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 #include "platform/Bundle.h"
@@ -67,6 +68,24 @@ Arguments recordingSearch(const std::vector<std::string>& paths) {
   Arguments command = {Bundle::main().toolPath("joinclips"), "--recordings", "--"};
   std::copy_if(paths.begin(), paths.end(), std::back_inserter(command), mayBeTape);
   return command.size() > wordsBeforeTapes ? command : Arguments();
+}
+
+// By its last whole line, "tape 0: 250 of 90000 pictures".
+std::optional<TapeSearchStand> standOfSearch(const Arguments& search, std::string_view output) {
+  const auto end = output.rfind("tape ");
+  if (end == std::string_view::npos)
+    return std::nullopt;
+  const std::string_view line = output.substr(end);
+  const auto read = textAfter(line, ": ");
+  const auto all = textAfter(line, " of ");
+  const std::int64_t place = leadingInteger(line.substr(std::strlen("tape ")));
+  if (!read || !all || !endsWith(trimmed(line), " pictures") || place < 0 ||
+      static_cast<std::size_t>(place) + wordsBeforeTapes >= search.size())
+    return std::nullopt;
+  const auto pictures = static_cast<double>(std::max<std::int64_t>(1, leadingInteger(*all)));
+  const auto fraction = static_cast<double>(leadingInteger(*read)) / pictures;
+  return TapeSearchStand{search[static_cast<std::size_t>(place) + wordsBeforeTapes],
+                         std::clamp(fraction, 0.0, 1.0)};
 }
 
 TapeRecordings foundRecordings(const Arguments& search, std::string_view output) {

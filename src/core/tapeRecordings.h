@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,12 @@ struct TapeRecordings {
 
 // The command that looks for recordings in these files; empty when none of them may be a tape.
 Arguments recordingSearch(const std::vector<std::string>& paths);
+// How far it is by its output so far: the tape that it reads, and the fraction of that.
+struct TapeSearchStand {
+  std::string tape;
+  double fraction = 0;
+};
+std::optional<TapeSearchStand> standOfSearch(const Arguments& search, std::string_view output);
 // What it has found; `search` is the command.
 TapeRecordings foundRecordings(const Arguments& search, std::string_view output);
 // Puts the recordings in the places of the tapes.

@@ -33,7 +33,8 @@ std::optional<std::string> reportOf(ToolResult result) {
   return text && !isBlankOutput(*text) ? text : std::nullopt;
 }
 
-Outcome<void> ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended) {
+Outcome<void> ToolRun::start(const Arguments& command, const ToolLimits& limits, Ended ended,
+                             Heard heard) {
   cancel();
   if (command.empty())
     return Failure();
@@ -51,6 +52,7 @@ Outcome<void> ToolRun::start(const Arguments& command, const ToolLimits& limits,
     return Failure{failure};
   }
   ended_ = std::move(ended);
+  heardOutput_ = std::move(heard);
   started_ = heard_ = steady_clock::now();
   watchTime();
   return {};
@@ -103,6 +105,8 @@ void ToolRun::look(steady_clock::time_point due) {
 void ToolRun::taskLauncherDidReceiveNewData(taskLauncher&, std::string_view bytes) {
   heard_ = steady_clock::now();
   appendUpTo(result_.output, bytes, limits_.output);
+  if (heardOutput_)
+    heardOutput_(result_.output);
 }
 
 void ToolRun::taskLauncherDidReceiveNewError(taskLauncher&, std::string_view bytes) {

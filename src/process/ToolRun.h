@@ -37,6 +37,7 @@ std::optional<std::string> reportOf(ToolResult result);
 class ToolRun final : private TaskLauncherDelegate {
  public:
   using Ended = std::function<void(ToolResult)>;
+  using Heard = std::function<void(std::string_view output)>;
 
   explicit ToolRun(RunLoop& loop) : loop_(loop) {}
   ToolRun(const ToolRun&) = delete;
@@ -46,8 +47,10 @@ class ToolRun final : private TaskLauncherDelegate {
   // A run that is under way is cancelled first. `ended` is called once, from the loop, when all
   // processes are gone; it may start the next run, and may destroy this object. When the
   // command cannot be started it fails with the system's reason, "" when there is no such program:
-  // then nothing is called.
-  Outcome<void> start(const Arguments& command, const ToolLimits& limits, Ended ended);
+  // then nothing is called. `heard` is called whenever the tool has said something, with all of its
+  // output so far.
+  Outcome<void> start(const Arguments& command, const ToolLimits& limits, Ended ended,
+                      Heard heard = {});
   // Ends the run; its end is not told any more.
   void cancel();
   bool isRunning() const { return launcher_ != nullptr; }
@@ -65,6 +68,7 @@ class ToolRun final : private TaskLauncherDelegate {
   std::string name_;  // of the program, for the log
   ToolLimits limits_;
   Ended ended_;
+  Heard heardOutput_;
   ToolResult result_;
   std::string errors_;
   std::chrono::steady_clock::time_point started_;

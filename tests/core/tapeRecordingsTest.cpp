@@ -15,7 +15,7 @@ TEST(TapeRecordings, TakeThePlaceOfTheirTape) {
   ASSERT_EQ(search.size(), 5u);
   const TapeRecordings found =
       foundRecordings(search,
-                      "at picture 4000\n"
+                      "tape 1: 250 of 300 pictures\n"
                       "recording 0: unclear: cannot be read everywhere\n"
                       "recording 1: bytes 0-144000, 1 pictures\n"
                       "recording 1: bytes 144000-432000, 2 pictures, unclear\n"
@@ -36,6 +36,19 @@ TEST(TapeRecordings, OfOneRecordingATapeStaysAsItIs) {
   const TapeRecordings wrong =
       foundRecordings(search, "recording 0: bytes 0-9, 1 pictures\nrecording 0: bytes 9-x, 1\n");
   EXPECT_THAT(wrong.recordings, IsEmpty());
+}
+
+TEST(TapeRecordings, TheSearchTellsHowFarItIs) {
+  const Arguments search = recordingSearch({"/a.dv", "/b.dv"});
+  const auto stand = standOfSearch(search,
+                                   "tape 0: 250 of 260 pictures\n"
+                                   "recording 0: bytes 0-9, 260 pictures\n"
+                                   "tape 1: 250 of 1000 pictures\n");
+  ASSERT_TRUE(stand);
+  EXPECT_EQ(stand->tape, "/b.dv");
+  EXPECT_EQ(stand->fraction, 0.25);
+  for (const char* wrong : {"", "tape 1: 250 of 10", "tape 2: 1 of 2 pictures\n", "tape x\n"})
+    EXPECT_FALSE(standOfSearch(search, wrong)) << wrong;
 }
 
 }  // namespace

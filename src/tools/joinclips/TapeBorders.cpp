@@ -21,7 +21,7 @@ namespace {
 constexpr std::uint64_t shortestRecording = 5;
 // Seconds of pictures that may be missing in the middle of a recording.
 constexpr double longestDrop = 60;
-// Pictures between two lines that tell that the tool is at work, on slow disks as well: 36 MB.
+// Pictures between two signs that the tape is being read, on slow disks as well: 36 MB.
 constexpr std::uint64_t betweenSigns = 250;
 
 // Pictures by which the code counts on; that of a day's end as well.
@@ -155,7 +155,8 @@ std::uint64_t Tape::endOf(std::size_t recording) const {
   return recording + 1 < recordings.size() ? beginOf(recording + 1) : bytes;
 }
 
-Outcome<Tape> readTape(const std::string& path) {
+Outcome<Tape> readTape(const std::string& path,
+                       const std::function<void(std::uint64_t, std::uint64_t)>& sign) {
   const Descriptor file = openFile(path, OpenFor::reading);
   const auto facts = file.isOpen() ? fileFacts(file.number()) : std::nullopt;
   if (!facts)
@@ -178,14 +179,13 @@ Outcome<Tape> readTape(const std::string& path) {
     return Failure{"is DV of another kind"};
   TapeBorders borders;
   frame.resize(tape.frameLength);
-  for (std::uint64_t picture = 0; (picture + 1) * tape.frameLength <= tape.bytes; ++picture) {
+  const std::uint64_t count = tape.bytes / tape.frameLength;
+  for (std::uint64_t picture = 0; picture < count; ++picture) {
     if (readTo(picture * tape.frameLength) < frame.size())
       return Failure{"cannot be read everywhere"};
     borders.add(frame);
-    if ((picture + 1) % betweenSigns == 0) {
-      fmt::print("at picture {}\n", picture + 1);
-      std::fflush(stdout);
-    }
+    if (sign && (picture + 1) % betweenSigns == 0)
+      sign(picture + 1, count);
   }
   tape.recordings = borders.finish();
   return tape;
@@ -193,7 +193,10 @@ Outcome<Tape> readTape(const std::string& path) {
 
 void tellRecordings(const std::vector<std::string>& files) {
   for (std::size_t file = 0; file < files.size(); ++file) {
-    const auto tape = readTape(files[file]);
+    const auto tape = readTape(files[file], [file](std::uint64_t read, std::uint64_t all) {
+      fmt::print("tape {}: {} of {} pictures\n", file, read, all);
+      std::fflush(stdout);
+    });
     if (!tape)
       fmt::print("recording {}: unclear: {}\n", file, tape.reason());
     else

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -76,8 +77,9 @@ struct Tape {
   std::uint64_t endOf(std::size_t recording) const;
 };
 // Reads a file of DV alone. Fails for anything else, and for DV that has several parts for each
-// picture. Prints a line now and then, so that it is known to be at work.
-Outcome<Tape> readTape(const std::string& path);
+// picture. Now and then `sign` is called with how many of the pictures are read, and of how many.
+Outcome<Tape> readTape(const std::string& path,
+                       const std::function<void(std::uint64_t, std::uint64_t)>& sign = {});
 
 // Prints a line for each recording of these files, as main.cpp says.
 void tellRecordings(const std::vector<std::string>& files);
