@@ -100,6 +100,10 @@ BatchView::BatchView(appDelegate& app, const WindowActions& actions, QWidget* pa
           [this] { tellCurrentRow(); });
   connect(model_, &QAbstractItemModel::rowsRemoved, this, [this] { tellCurrentRow(); });
   const QPointer<BatchView> held(this);
+  app_.table().rowsPutBack.connect([held](const std::vector<int>& rows) {
+    if (held && !rows.empty())
+      held->selectRows(rows);
+  });
   const auto show = [held] {
     if (held)
       held->showProgress();
@@ -289,24 +293,47 @@ void BatchView::convertSelected() {
 
 void BatchView::removeSelected() {
   const std::vector<int> rows = selectedRows();
-  leaveRows(rows);
+  std::vector<int> leaving;
+  std::copy_if(rows.begin(), rows.end(), std::back_inserter(leaving),
+               [this](int row) { return !app_.table().isInProgress(row); });
+  leaveRows(leaving);
   app_.undo().remove(rows, true);
 }
 
-// The focus goes to the next row above that stays, or else below.
+// The keys go on with what takes their place, or else with the last row that stays.
 void BatchView::leaveRows(const std::vector<int>& rows) {
   const auto isLeft = [&rows](int row) {
     return !std::binary_search(rows.begin(), rows.end(), row);
   };
-  int row = currentIndex().row();
-  while (row >= 0 && !isLeft(row))
-    --row;
-  if (row < 0)
-    for (row = 0; row < model_->rowCount() && !isLeft(row);)
-      ++row;
-  if (row != currentIndex().row() && row < model_->rowCount())
-    selectionModel()->setCurrentIndex(model_->index(row, currentIndex().column()),
-                                      QItemSelectionModel::NoUpdate);
+  const int current = currentIndex().row();
+  int row = current;
+  while (row < model_->rowCount() && !isLeft(row))
+    ++row;
+  if (row == model_->rowCount())
+    for (row = current; row >= 0 && !isLeft(row);)
+      --row;
+  if (row >= 0 && row != current)
+    selectionModel()->setCurrentIndex(
+        model_->index(row, currentIndex().column()),
+        QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
+
+// What a step back has brought is seen, and can be acted on.
+void BatchView::selectRows(const std::vector<int>& rows) {
+  QItemSelection selection;
+  for (std::size_t first = 0; first < rows.size();) {
+    std::size_t last = first;
+    while (last + 1 < rows.size() && rows[last + 1] == rows[last] + 1)
+      ++last;
+    selection.append(QItemSelectionRange(model_->index(rows[first], 0),
+                                         model_->index(rows[last], batchColumnCount - 1)));
+    first = last + 1;
+  }
+  const int column = currentIndex().isValid() ? currentIndex().column() : int{sourceColumn};
+  selectionModel()->setCurrentIndex(model_->index(rows.front(), column),
+                                    QItemSelectionModel::NoUpdate);
+  selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+  scrollTo(currentIndex());
 }
 
 void BatchView::removeAll() {

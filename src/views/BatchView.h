@@ -62,6 +62,7 @@ class BatchView final : public QTableView {
  private:
   void tellCurrentRow();
   void leaveRows(const std::vector<int>& rows);
+  void selectRows(const std::vector<int>& rows);
   void setUpColumns();
   void setUpRows();
   void showProgress();

@@ -411,6 +411,12 @@ TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
   EXPECT_FALSE(table().model()->flags(table().model()->index(0, speedColumn)) &
                Qt::ItemIsDragEnabled);
 
+  const auto selected = [this] {
+    QString rows;
+    for (const QModelIndex& row : table().selectionModel()->selectedRows())
+      rows += QString::number(row.row());
+    return rows;
+  };
   // Two that are no neighbours go and come back; the row with the focus is that of the controller.
   table().selectionModel()->setCurrentIndex(
       table().model()->index(0, sourceColumn),
@@ -423,6 +429,18 @@ TEST_F(WindowFixture, RowsAreMovedSortedAndCarriedToOtherPrograms) {
   QTest::keySequence(&window, QKeySequence::Undo);
   EXPECT_EQ(names(), "ACB");
   EXPECT_EQ(app.table().selectedRow(), table().currentIndex().row());
+  EXPECT_EQ(selected(), "02") << "those that came back";
+
+  // The keys go on with the row that takes the place of the removed one.
+  QTest::keyClick(&table(), Qt::Key_End);
+  QTest::keyClick(&table(), Qt::Key_Home);
+  QTest::keyClick(&window, Qt::Key_Delete);
+  EXPECT_EQ(names(), "CB");
+  EXPECT_EQ(selected(), "0");
+  QTest::keyClick(&table(), Qt::Key_End);
+  QTest::keyClick(&window, Qt::Key_Delete);
+  EXPECT_EQ(names(), "C");
+  EXPECT_EQ(selected(), "0");
 }
 
 TEST_F(WindowFixture, AClipIsLookedAtBeforeAndAfterItsConversion) {
